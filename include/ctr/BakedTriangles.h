@@ -1,0 +1,121 @@
+// Triangles on the integer grid, with exact planes and a bounding-volume hierarchy.
+#pragma once
+
+#include <ctr/DiscreteProjectionSpace.h>
+#include <ctr/Export.h>
+#include <ctr/IntervalTools.h>
+
+#include <Wm4Foundation.h>
+#include <kxCommonAddOns/kxGenericBVH.h>
+#include <kxSceneGraph/kxTriMesh.h>
+#include <kxSystem/kxBBox.h>
+
+#include <cstdint>
+#include <list>
+#include <vector>
+
+namespace ctr {
+
+class LineSegmentSet;
+
+/// The occluders of a drawing: the triangles of a list of meshes, clipped to the view, quantised,
+/// all stored counter-clockwise on screen.
+///
+/// After initialize() every question is answered in integers: coordinates in 32 bits, side values
+/// and plane distances in 64, fractions compared in 128. Meshes and the projection space are
+/// borrowed and have to outlive the object.
+class CTR_EXPORT BakedTriangles {
+public:
+    /// What clipping left of one triangle, in clip space.
+    struct ClippedPolygon {
+        Wm4::Vector4<float>* vertices; ///< Array new; owned until the second pass frees it.
+        std::uint32_t vertexCount;
+        std::uint32_t sourceTriangle; ///< Number of the triangle in its mesh.
+        std::uint32_t edgeCodes;      ///< As clipTriangle() reports them.
+    };
+
+    /// What the first pass counts and clips, so that the second allocates every array once.
+    struct CTR_EXPORT tFirstPassData {
+        tFirstPassData() = default;
+        tFirstPassData(const tFirstPassData&) = delete;
+        tFirstPassData& operator=(const tFirstPassData&) = delete;
+        ~tFirstPassData();
+
+        /// Frees what is held and counts from zero again.
+        void release();
+
+        std::uint32_t vertexCount = 0;
+        std::uint32_t triangleCount = 0; ///< At most; triangles seen edge-on are dropped later.
+        std::vector<std::list<ClippedPolygon>> clippedPolygons; ///< One list a mesh.
+        /// One bit set a mesh (array new, 32-bit words): the triangles wholly inside the view.
+        std::vector<unsigned int*> insideTriangles;
+    };
+
+    /// Null entries, and geometry other than triangle meshes, are allowed and skipped.
+    void setMeshes(const std::vector<const kx::kxTriMesh*>& newMeshes);
+    void setProjectionSpace(const DiscreteProjectionSpace* space);
+
+    /// Bakes the meshes; both setters have to have been called. May be called again.
+    ///
+    /// Triangles outside the view, seen edge-on, with a coordinate that is not finite or with
+    /// vertices that do not exist are left out. O(n log n) in the number of triangles.
+    void initialize();
+
+    /// The counting and clipping pass of initialize().
+    void initializeFirstPass(tFirstPassData& data) const;
+
+    /// Recomputes the boxes of the tree below a node in grid coordinates; returns how many nodes.
+    unsigned int computeBakedBVHBBox(unsigned int node);
+
+    /// Empties what initialize() made, except clippedTriangleOrigins, and keeps the memory.
+    void clearData();
+
+    /// A mesh in world space with one vertex a baked vertex and one triangle a baked triangle, for
+    /// inspection. The caller owns it.
+    kx::kxTriMesh* computeBakedMesh() const;
+
+    /// Appends the parts of the grid segment a -> b that some triangle hides: one range for each
+    /// hiding triangle, unsorted, overlapping, parameter 0 at a and 1 at b.
+    ///
+    /// Only what lies strictly behind a triangle's plane and within its outline over more than a
+    /// point is hidden, so nothing is hidden by triangles that contain it. Exact. Safe to call from
+    /// any number of threads at once.
+    void computeOcclusionIntervals(const BakedVertex& a,
+                                   const BakedVertex& b,
+                                   std::vector<RationalInterval>& intervals) const;
+
+    /// The same for the subtree below a node; box is the bounding box of a and b.
+    void computeOcclusionIntervalsIter(unsigned int node,
+                                       const BakedVertex& a,
+                                       const BakedVertex& b,
+                                       const kx::kxBBox& box,
+                                       std::vector<RationalInterval>& intervals) const;
+
+    /// The edges of each mesh along which the projected surface folds over or ends: those whose
+    /// triangles all run along them in one direction.
+    ///
+    /// sets has to be empty; it gets one entry a mesh, null for a mesh without silhouette edges,
+    /// else a new set owned by the caller whose segments index the mesh's own vertices. Returns
+    /// false for a vector that is not empty (left alone) and when nothing was baked (null entries).
+    /// O(n log n) in the number of triangles.
+    bool computeSilhouetteEdges(std::vector<LineSegmentSet*>& sets) const;
+
+    const DiscreteProjectionSpace* projectionSpace = nullptr;
+    std::vector<const kx::kxTriMesh*> meshes;
+    /// Mesh by mesh: its own vertices in order, then those that clipping made. A vertex outside
+    /// the view is (2^28, 2^28, 2^28) and no triangle uses it.
+    std::vector<BakedVertex> vertices;
+    /// Three a triangle, mesh by mesh: first the whole triangles in order, then the clipped ones.
+    std::vector<unsigned int> triangleIndices;
+    /// (P2 - P0) x (P1 - P0) of each triangle; the z component is negative: it faces the eye.
+    std::vector<Wm4::Vector3<long>> trianglePlanes;
+    std::vector<unsigned int> meshFirstVertex;   ///< One a mesh, and the total.
+    std::vector<unsigned int> meshFirstTriangle; ///< One a mesh, and the total.
+    /// One word for each clipped triangle of a mesh. Bits 0-25: its triangle's number in the mesh.
+    /// Bits 26-31: three pairs, pair k for the edge that ends at vertex k, coded like
+    /// clipTriangle().
+    std::vector<std::vector<unsigned int>> clippedTriangleOrigins;
+    kx::kxGenericBVH bvh; ///< Over the triangles, with boxes in grid coordinates.
+};
+
+} // namespace ctr

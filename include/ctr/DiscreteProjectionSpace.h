@@ -1,0 +1,94 @@
+// The camera and the integer grid in which all visibility is decided.
+#pragma once
+
+#include <ctr/Export.h>
+
+#include <Wm4Foundation.h>
+
+#include <cstdint>
+#include <utility>
+
+namespace ctr {
+
+/// A point of the integer grid.
+///
+/// x counts columns and y rows, each 0 .. 2^xyBits - 1; z counts depth steps, 0 .. 2^zBits - 1, and
+/// grows away from the eye when the projection maps far to +1.
+struct BakedVertex {
+    std::int32_t x;
+    std::int32_t y;
+    std::int32_t z;
+};
+
+/// The camera (world to clip space and back) with the grid that quantises normalised device
+/// coordinates (NDC, here [-1, 1] on every axis).
+///
+/// Points are row vectors: (x, y, z, 1) * M, divided by the fourth component. All arithmetic is
+/// single precision in the order documented, so results are the same everywhere. A value type;
+/// concurrent reads are safe.
+class CTR_EXPORT DiscreteProjectionSpace {
+public:
+    /// Identity matrices, 20 bits across the screen and 20 in depth, ratios up to date.
+    ///
+    /// The default of 20/20 lies just beyond what setVoxelBitSize() accepts.
+    DiscreteProjectionSpace();
+
+    /// Stores both matrices as given; the second has to be the inverse of the first.
+    ///
+    /// Grid ratios depend on the camera: call updateRatios() or setVoxelBitSize() afterwards.
+    void setViewProjection(const Wm4::Matrix4<float>& worldToClip,
+                           const Wm4::Matrix4<float>& clipToWorld);
+
+    /// Sets the resolution of the grid and updates the ratios.
+    ///
+    /// Accepts xyBits > 1, zBits > 1 and 2 * xyBits + zBits <= 59 (in unsigned 32-bit arithmetic),
+    /// the range in which plane distances fit 64 bits. Otherwise returns false and changes nothing.
+    /// Sizes of 32 bits and more, which that sum can let through, saturate: coordinates stay signed
+    /// 32-bit integers, and the grid is of no use.
+    bool setVoxelBitSize(unsigned int xyBits, unsigned int zBits);
+
+    /// Recomputes voxelScale and voxelSize from the camera and the bit sizes.
+    ///
+    /// The longer screen axis (x on a tie) gets 2^xyBits - 1 steps, the other proportionally fewer,
+    /// not rounded and at least one, so that a cell is square in world units.
+    void updateRatios();
+
+    /// World length of one NDC unit along x and along y, measured at NDC depth 0.
+    Wm4::Vector2<float> computeFrustumSizeXY() const;
+
+    /// Clips the world segment p0 -> p1 to the view volume and quantises what is left.
+    ///
+    /// Returns the part inside as parameters (t0, t1) along the segment; points on a bounding plane
+    /// are inside. b0 and b1 are the grid points of the clipped ends, w0 and w1 their clip-space w.
+    /// A segment beyond one plane returns (1, 0) and leaves the outputs as they were. The cut is
+    /// made in midpoint form, so it does not depend on which end comes first.
+    std::pair<float, float> clipEdgeWorld(const Wm4::Vector3<float>& p0,
+                                          const Wm4::Vector3<float>& p1,
+                                          BakedVertex& b0,
+                                          BakedVertex& b1,
+                                          float& w0,
+                                          float& w1) const;
+
+    /// Clips a triangle in clip space to the view volume (Sutherland and Hodgman 1974).
+    ///
+    /// poly holds the three vertices, scratch is a second buffer; both have room for 9 vertices and
+    /// may be exchanged: poly points at the result. count is its number of vertices. edgeCodes says
+    /// in bits 2i and 2i + 1 on which edge of the triangle the edge that ends at vertex i lies:
+    /// 1 = from vertex 2 to 0, 2 = from 0 to 1, 3 = from 1 to 2, 0 = on the boundary of the view.
+    /// Returns false when nothing is left; count and edgeCodes then mean nothing.
+    bool clipTriangle(Wm4::Vector4<float>*& poly,
+                      Wm4::Vector4<float>*& scratch,
+                      unsigned int& count,
+                      unsigned int& edgeCodes) const;
+
+    Wm4::Matrix4<float> worldToClip;
+    Wm4::Matrix4<float> clipToWorld;
+    Wm4::Vector3<float> frustumMin; ///< NDC lower bounds, -1 on every axis.
+    Wm4::Vector3<float> frustumMax; ///< NDC upper bounds, 1 on every axis.
+    Wm4::Vector3<float> voxelScale; ///< Grid steps in one NDC unit.
+    Wm4::Vector3<float> voxelSize;  ///< NDC length of one grid step.
+    unsigned int xyBits;
+    unsigned int zBits;
+};
+
+} // namespace ctr

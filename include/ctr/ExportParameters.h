@@ -1,0 +1,43 @@
+// How the view is placed on a sheet of paper.
+#pragma once
+
+#include <ctr/DiscreteProjectionSpace.h>
+#include <ctr/Export.h>
+
+#include <Wm4Foundation.h>
+
+#include <array>
+
+namespace ctr {
+
+/// A projection space together with a page in millimetres and the affine map from NDC onto it.
+///
+/// Page coordinates start at a corner of the sheet, X to the right and Y with NDC y. A value type:
+/// later changes of the projection space it was made from do not reach it.
+class CTR_EXPORT ExportParameters : public DiscreteProjectionSpace {
+public:
+    /// Copies the projection space and fits the view onto an A4 sheet in portrait.
+    explicit ExportParameters(const DiscreteProjectionSpace& projectionSpace);
+
+    /// Stores the size (width, height) in millimetres.
+    ///
+    /// The map onto the page stays as it is; call computeBestFitTransform() to fit the view again.
+    void setPageSizeInMM(const Wm4::Vector2<float>& size);
+
+    /// Maps the NDC square onto the largest centred rectangle of the view's aspect on the page.
+    ///
+    /// One page axis is filled; on a tie both are. A view of no width or height gives scales that
+    /// are infinite or not a number.
+    void computeBestFitTransform();
+
+    /// World units that one millimetre of paper shows, measured along X on the near plane.
+    ///
+    /// 0 when the map onto the page is singular and the view finite.
+    float getWorldUnitsPerMM() const;
+
+    Wm4::Vector2<float> pageSizeInMM;
+    std::array<float, 4> pageTransform; ///< a, b, c, d: X = a x + b y, Y = c x + d y.
+    Wm4::Vector2<float> pageOffset;     ///< Millimetres added after the matrix.
+};
+
+} // namespace ctr

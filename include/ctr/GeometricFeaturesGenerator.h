@@ -1,0 +1,76 @@
+// From meshes and a camera to feature lines with their hidden parts.
+#pragma once
+
+#include <ctr/BakedTriangles.h>
+#include <ctr/DiscreteProjectionSpace.h>
+#include <ctr/Export.h>
+#include <ctr/LineSegmentSet.h>
+
+#include <kxSceneGraph/kxTriMesh.h>
+#include <kxSystem/kxPointer.h>
+#include <kxSystem/kxProgressNotifierInterface.h>
+
+#include <memory>
+#include <vector>
+
+namespace ctr {
+
+/// The lines of one drawing. A field is null when there are no such lines or a run was cancelled.
+struct GeometricFeatures {
+    kx::kxPointer<LineSegmentSet> creaseEdges;       ///< Creases or outlines, with hidden ranges.
+    kx::kxPointer<LineSegmentSet> silhouetteEdges;   ///< With hidden ranges.
+    kx::kxPointer<LineSegmentSet> intersectionEdges; ///< Visible pieces only.
+};
+
+/// Finds the feature lines of a list of meshes and what hides them.
+///
+/// Call setProjectionSpace(), optionally setProgressNotifier(), then setSingleExportCluster(), then
+/// computeGeometricFeatures() as often as wanted; a new camera starts over. Meshes are borrowed:
+/// they stay alive and unchanged until the last call has returned. One thread uses a generator at a
+/// time; several generators may draw the same meshes at once.
+class CTR_EXPORT GeometricFeaturesGenerator {
+public:
+    GeometricFeaturesGenerator();
+    ~GeometricFeaturesGenerator();
+    GeometricFeaturesGenerator(const GeometricFeaturesGenerator&) = delete;
+    GeometricFeaturesGenerator& operator=(const GeometricFeaturesGenerator&) = delete;
+
+    /// Copies the camera and grid. Comes before setSingleExportCluster(), which bakes with it.
+    void setProjectionSpace(const DiscreteProjectionSpace& space);
+
+    /// Progress and cancellation, called on the caller's thread; borrowed, null for none.
+    void setProgressNotifier(kx::kxProgressNotifierInterface* notifier);
+
+    /// Takes the meshes to draw and those that only hide (may be null), and bakes both.
+    ///
+    /// Null meshes are allowed. The expensive step: O(n log n) in the number of triangles.
+    void setSingleExportCluster(const std::vector<const kx::kxTriMesh*>& meshes,
+                                const std::vector<const kx::kxTriMesh*>* occluders);
+
+    /// The baked triangles of the exported meshes. The index is not checked; 0 is the only cluster.
+    BakedTriangles& getBakedTriangles(unsigned int cluster);
+
+    /// Fills the record for one cluster.
+    ///
+    /// A mesh with outline metadata gives that as its crease edges, any other the edges that bend
+    /// by more than 5 degrees and its borders. removeCommonSegments drops creases that are
+    /// silhouettes too. The notifier is told the total (one step a segment, two a triangle) and
+    /// asked between the passes and before every segment; a cancelled run leaves in the record what
+    /// was done. Without a notifier, an index out of range makes all fields null.
+    void computeGeometricFeatures(GeometricFeatures& out,
+                                  unsigned int cluster,
+                                  bool removeCommonSegments);
+
+    /// Finds the hidden ranges and clip records of any line set against the meshes of a cluster.
+    ///
+    /// Ranges that the set holds already are kept and joined. A segment outside the view, or seen
+    /// end-on, is hidden as a whole. Nothing happens for an index out of range or a set without
+    /// buffers.
+    void computeOcclusion(LineSegmentSet& set, unsigned int cluster);
+
+private:
+    struct CTR_LOCAL tInternal;
+    std::unique_ptr<tInternal> internal_;
+};
+
+} // namespace ctr

@@ -1,0 +1,73 @@
+// The writer of drawings.
+#pragma once
+
+#include <ctr/Export.h>
+#include <ctr/ExportParameters.h>
+#include <ctr/GeometricFeaturesGenerator.h>
+#include <ctr/LineSegmentSet.h>
+
+#include <Wm4Foundation.h>
+
+#include <map>
+#include <memory>
+#include <string>
+
+namespace ctr {
+
+/// How a line is drawn: a colour with channels from 0 to 1, and a stroke width in millimetres.
+struct SVGLineStyle {
+    Wm4::ColorRGB color;
+    float width;
+};
+
+/// Writes the visible lines of sets into an SVG file whose user unit is one millimetre.
+///
+/// Call setExportParameters(), openFile(), any number of stream calls, closeFile(); then another
+/// file may follow with the same settings. Operations return false on failure and print nothing; a
+/// failed stream stays failed until the file is closed. Numbers are written with six significant
+/// digits, independent of locale. One thread uses an exporter at a time.
+class CTR_EXPORT SVGExporter {
+public:
+    /// Title "Illustration", no description, styles "silhouette" (0.2 mm) and "crease" (0.13 mm).
+    SVGExporter();
+    /// Closes an open file without its end.
+    ~SVGExporter();
+    SVGExporter(const SVGExporter&) = delete;
+    SVGExporter& operator=(const SVGExporter&) = delete;
+
+    /// Takes a copy, used by everything that is written later.
+    void setExportParameters(const ExportParameters& parameters);
+
+    /// Texts of the next openFile(), written exactly as given: markup is the caller's to escape.
+    /// An empty text leaves its element out.
+    void setTitle(const std::string& title);
+    void setDescription(const std::string& description);
+
+    const std::map<std::string, SVGLineStyle>& getLineStyles() const;
+    /// The style of a name; black and 1 mm wide for an unknown one.
+    SVGLineStyle getLineStyle(const std::string& name) const;
+    /// Replaces or adds a style.
+    void setLineStyle(const std::string& name, const SVGLineStyle& style);
+
+    /// Creates or truncates the file (UTF-8 path) and writes the head of the document.
+    ///
+    /// False when a file is open already, when the path cannot be written, and when no export
+    /// parameters are set (the file is then open all the same).
+    bool openFile(const std::string& path);
+    /// Writes the end of the document and closes. False when no file is open or writing failed.
+    bool closeFile();
+
+    /// Writes the visible pieces of a set as one group, one path a polyline.
+    ///
+    /// A set with nothing visible writes nothing and succeeds; an unknown style name fails.
+    bool streamLineSegments(const LineSegmentSet& set, const std::string& styleName);
+
+    /// Writes creases as "crease", then silhouettes and intersections as "silhouette".
+    bool streamGeometricFeatures(const GeometricFeatures& features);
+
+private:
+    struct CTR_LOCAL tInternal;
+    std::unique_ptr<tInternal> internal_;
+};
+
+} // namespace ctr

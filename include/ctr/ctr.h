@@ -1,0 +1,13 @@
+// All public headers of the library.
+#pragma once
+
+#include <ctr/BakedTriangles.h>
+#include <ctr/CreaseEdgeInfo.h>
+#include <ctr/DiscreteProjectionSpace.h>
+#include <ctr/ExportParameters.h>
+#include <ctr/GeometricFeaturesGenerator.h>
+#include <ctr/IntervalTools.h>
+#include <ctr/LineSegmentSet.h>
+#include <ctr/RationalTools.h>
+#include <ctr/SVGExporter.h>
+#include <ctr/Version.h>
