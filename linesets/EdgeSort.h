@@ -1,0 +1,39 @@
+// Sorting of edges by the ranks of their end points.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace ctr {
+
+/// Sorts records by firstRank, which is below rankCount, and by `less` where that is equal.
+///
+/// Edges of a mesh meet in small numbers at a vertex, so one counting pass over the first ranks
+/// leaves only short runs to compare. The result depends on nothing but the records as long as
+/// records that `less` does not tell apart are the same.
+template <class Record, class Less>
+void SortByFirstRank(std::vector<Record>& records, std::uint32_t rankCount, Less less) {
+    std::vector<std::size_t> ends(std::size_t{rankCount} + 1, 0);
+    for (const Record& record : records) {
+        ++ends[std::size_t{record.firstRank} + 1];
+    }
+    for (std::size_t rank = 1; rank < ends.size(); ++rank) {
+        ends[rank] += ends[rank - 1];
+    }
+    std::vector<Record> sorted(records.size());
+    for (const Record& record : records) {
+        sorted[ends[record.firstRank]++] = record;
+    }
+    std::size_t begin = 0;
+    for (std::uint32_t rank = 0; rank < rankCount; ++rank) {
+        std::sort(sorted.begin() + static_cast<std::ptrdiff_t>(begin),
+                  sorted.begin() + static_cast<std::ptrdiff_t>(ends[rank]), less);
+        begin = ends[rank];
+    }
+    records = std::move(sorted);
+}
+
+} // namespace ctr

@@ -1,0 +1,52 @@
+// The set itself: life, copies, and sets that wrap a mesh's outline.
+#include <ctr/LineSegmentSet.h>
+
+#include "linesets/SetConstruction.h"
+
+#include <memory>
+
+namespace ctr {
+
+LineSegmentSet::LineSegmentSet() : kx::kxLine(nullptr, nullptr, false) {}
+
+LineSegmentSet::~LineSegmentSet() = default;
+
+bool LineSegmentSet::Clone(kx::kxRttiInterface*& target) const {
+    if (target == nullptr) {
+        target = new LineSegmentSet;
+    }
+    auto* const set = dynamic_cast<LineSegmentSet*>(target);
+    if (set == nullptr || !kxLine::Clone(target)) {
+        return false;
+    }
+    set->segmentFlags.clear();
+    if (set != this) {
+        set->occlusionIntervals = occlusionIntervals;
+        set->clipRanges = clipRanges;
+    }
+    return true;
+}
+
+LineSegmentSet* LineSegmentSet::GetOutlineEdgesFromMesh(
+    const kx::kxVertexBuffer* vertices,
+    kx::kxPointer<kx::kxIndexBuffer> outline, // NOLINT(performance-unnecessary-value-param)
+    const kx::kxGenericTransformation<float>& transformation) {
+    if (vertices == nullptr || !outline) {
+        return nullptr;
+    }
+    auto set = std::make_unique<LineSegmentSet>();
+    set->SetVertexBuffer(const_cast<kx::kxVertexBuffer*>(vertices));
+    set->SetIndexBuffer(outline.get());
+    Place(*set, transformation, transformation);
+    UpdateModelSpace(*set, true);
+    return set.release();
+}
+
+LineSegmentSet*
+LineSegmentSet::GetOutlineEdgesFromTriMesh(const kx::kxTriMesh* mesh,
+                                           kx::kxPointer<kx::kxIndexBuffer> outline) {
+    return GetOutlineEdgesFromMesh(mesh->GetVertexBuffer(), std::move(outline),
+                                   mesh->GetWorldTransformation());
+}
+
+} // namespace ctr

@@ -1,0 +1,49 @@
+// What every operation that makes a set needs: buffers and placement.
+#pragma once
+
+#include <ctr/LineSegmentSet.h>
+
+#include <kxSceneGraph/kxAttributes.h>
+
+#include <cstddef>
+
+namespace ctr {
+
+/// The whole segments of a line list; an odd last index is dropped.
+inline std::size_t SegmentCount(const kx::kxIndexBuffer* lines) {
+    return lines != nullptr ? static_cast<std::size_t>(lines->GetIndexQuantity()) / 2 : 0;
+}
+
+inline kx::kxPointer<kx::kxVertexBuffer> MakePositionBuffer(std::size_t vertexCount) {
+    kx::kxAttributes attributes;
+    attributes.SetPositionChannels(3);
+    return {new kx::kxVertexBuffer(attributes, static_cast<int>(vertexCount))};
+}
+
+inline kx::kxPointer<kx::kxIndexBuffer> MakeLineBuffer(std::size_t segmentCount) {
+    return {new kx::kxIndexBuffer(static_cast<int>(2 * segmentCount), kx::IBT_LINES)};
+}
+
+/// Gives a set both transformations, telling its parents about the local one.
+inline void Place(LineSegmentSet& set,
+                  const kx::kxGenericTransformation<float>& local,
+                  const kx::kxGenericTransformation<float>& world) {
+    set.SetLocalTransformation(local);
+    set.setDirtyDown(false);
+    set.SetWorldTransformation(world);
+}
+
+/// The framework's model-space update, for all controllers.
+inline void UpdateModelSpace(LineSegmentSet& set, bool recomputeBound) {
+    constexpr int kAllControllers = -2;
+    set.UpdateMS(recomputeBound, false, kAllControllers);
+}
+
+/// Copies what a derived set takes over from its source: placement, colour and width.
+inline void CopyAppearance(LineSegmentSet& set, const LineSegmentSet& source) {
+    Place(set, source.GetLocalTransformation(), source.GetWorldTransformation());
+    set.setColor(source.getColor());
+    set.setWidth(source.getWidth());
+}
+
+} // namespace ctr

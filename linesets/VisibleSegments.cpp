@@ -1,0 +1,174 @@
+// The visible pieces of a set as geometry: the complement of the hidden ranges, mapped from screen
+// parameters back to space.
+//
+// A point at parameter s between two projected ends with clip-space weights wa and wb lies at
+// t = wa s / ((wa - wb) s + wb) between them in space (perspective-correct interpolation; J. Blinn,
+// Hyperbolic interpolation, IEEE CG&A 12(4), 1992).
+#include <ctr/LineSegmentSet.h>
+
+#include "linesets/SetConstruction.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <memory>
+
+namespace ctr {
+namespace {
+
+using Point = Wm4::Vector3<float>;
+
+constexpr unsigned int kNewVertex = std::numeric_limits<unsigned int>::max();
+
+/// One end of a visible piece: an unclipped end of its segment (source), or a point of its own.
+struct PieceEnd {
+    Point point;
+    unsigned int source = kNewVertex;
+};
+
+Point Interpolate(const Point& p, const Point& q, float t) {
+    Point result;
+    for (int i = 0; i < 3; ++i) {
+        result[i] = (1.0F - t) * p[i] + t * q[i];
+    }
+    return result;
+}
+
+/// One segment of the source, with what clipping left of it.
+class ClippedSegment {
+public:
+    ClippedSegment(const LineSegmentSet& set, std::size_t segment) {
+        const unsigned int* indices = set.GetIndexBuffer()->GetData() + 2 * segment;
+        const kx::kxVertexBuffer& vertices = *set.GetVertexBuffer();
+        const Point& a = vertices.Position3(static_cast<int>(indices[0]));
+        const Point& b = vertices.Position3(static_cast<int>(indices[1]));
+        LineSegmentSet::ClipRange clip{0.0F, 1.0F, 1.0F, 1.0F};
+        if (segment < set.clipRanges.size()) {
+            clip = set.clipRanges[segment];
+        }
+        w0_ = clip.w0;
+        w1_ = clip.w1;
+        first.point = Interpolate(a, b, clip.t0);
+        last.point = Interpolate(a, b, clip.t1);
+        if (clip.t0 == 0.0F) {
+            first.source = indices[0];
+        }
+        if (clip.t1 == 1.0F) {
+            last.source = indices[1];
+        }
+    }
+
+    /// The point where a hidden range begins or ends.
+    PieceEnd at(const Wm4::Vector2<long>& parameter) const {
+        const float s = static_cast<float>(parameter[0]) / static_cast<float>(parameter[1]);
+        const float t = (w0_ * s) / ((w0_ - w1_) * s + w1_);
+        return {Interpolate(first.point, last.point, t), kNewVertex};
+    }
+
+    PieceEnd first;
+    PieceEnd last;
+
+private:
+    float w0_;
+    float w1_;
+};
+
+/// Appends the ends of the visible pieces of one segment, two a piece.
+void AppendPieces(std::vector<PieceEnd>& ends,
+                  const ClippedSegment& segment,
+                  const std::vector<RationalInterval>& hidden) {
+    if (hidden.empty()) {
+        ends.insert(ends.end(), {segment.first, segment.last});
+        return;
+    }
+    if (hidden.front().start[0] != 0) {
+        ends.insert(ends.end(), {segment.first, segment.at(hidden.front().start)});
+    }
+    for (std::size_t i = 1; i < hidden.size(); ++i) {
+        ends.insert(ends.end(), {segment.at(hidden[i - 1].end), segment.at(hidden[i].start)});
+    }
+    const Wm4::Vector2<long>& last = hidden.back().end;
+    if (last[0] < last[1]) {
+        ends.insert(ends.end(), {segment.at(last), segment.last});
+    }
+}
+
+/// New numbers for the source vertices that pieces reuse, densely in source order.
+std::vector<unsigned int> NumberReusedVertices(const std::vector<PieceEnd>& ends,
+                                               std::size_t sourceVertexCount,
+                                               unsigned int& count) {
+    std::vector<unsigned int> numbers(sourceVertexCount, kNewVertex);
+    for (const PieceEnd& end : ends) {
+        if (end.source != kNewVertex) {
+            numbers[end.source] = 0;
+        }
+    }
+    count = 0;
+    for (unsigned int& number : numbers) {
+        if (number != kNewVertex) {
+            number = count++;
+        }
+    }
+    return numbers;
+}
+
+/// Gives the set vertices and lines of its own: reused source vertices first, then the new ones.
+void SetPieces(LineSegmentSet& set,
+               const std::vector<PieceEnd>& ends,
+               const kx::kxVertexBuffer& source) {
+    const auto sourceCount = static_cast<std::size_t>(source.GetVertexQuantity());
+    unsigned int next = 0;
+    const std::vector<unsigned int> numbers = NumberReusedVertices(ends, sourceCount, next);
+    const auto newCount = static_cast<std::size_t>(std::count_if(
+        ends.begin(), ends.end(), [](const PieceEnd& end) { return end.source == kNewVertex; }));
+    const kx::kxPointer<kx::kxVertexBuffer> vertices = MakePositionBuffer(next + newCount);
+    const kx::kxPointer<kx::kxIndexBuffer> lines = MakeLineBuffer(ends.size() / 2);
+    for (std::size_t i = 0; i < sourceCount; ++i) {
+        if (numbers[i] != kNewVertex) {
+            vertices->Position3(static_cast<int>(numbers[i])) =
+                source.Position3(static_cast<int>(i));
+        }
+    }
+    unsigned int* index = lines->GetData();
+    for (const PieceEnd& end : ends) {
+        if (end.source == kNewVertex) {
+            vertices->Position3(static_cast<int>(next)) = end.point;
+            *index++ = next++;
+        } else {
+            *index++ = numbers[end.source];
+        }
+    }
+    set.SetVertexBuffer(vertices.get());
+    set.SetIndexBuffer(lines.get());
+}
+
+} // namespace
+
+LineSegmentSet* LineSegmentSet::BakeVisibleSegments(const LineSegmentSet* source) {
+    if (source == nullptr || source->GetVertexBuffer() == nullptr ||
+        source->GetIndexBuffer() == nullptr) {
+        return nullptr;
+    }
+    const std::size_t count =
+        std::min(SegmentCount(source->GetIndexBuffer()), source->occlusionIntervals.size());
+    auto set = std::make_unique<LineSegmentSet>();
+    if (count == 0) {
+        set->SetVertexBuffer(source->GetVertexBuffer());
+        set->SetIndexBuffer(source->GetIndexBuffer());
+    } else {
+        std::vector<PieceEnd> ends;
+        for (std::size_t segment = 0; segment < count; ++segment) {
+            AppendPieces(ends, ClippedSegment(*source, segment),
+                         source->occlusionIntervals[segment]);
+        }
+        if (ends.empty()) {
+            return nullptr;
+        }
+        SetPieces(*set, ends, *source->GetVertexBuffer());
+    }
+    CopyAppearance(*set, *source);
+    UpdateModelSpace(*set, true);
+    return set.release();
+}
+
+} // namespace ctr
