@@ -1,0 +1,58 @@
+// Exact integer geometry on the grid.
+//
+// With b bits across the screen and d in depth, coordinate differences are below 2^b and 2^d. Then
+//   side values (cross products of screen differences)          < 2^(2b + 1)
+//   plane normals             |nx|, |ny| < 2^(b + d + 1),  |nz| < 2^(2b + 1)
+//   plane distances   |nx dx| + |ny dy| + |nz dz| < 3 * 2^(2b + d + 1)
+// The setter of the grid allows 2b + d <= 59 and its constructor 60: distances are below
+// 3 * 2^61 < 2^63. The difference of two distances from one plane is the distance of a coordinate
+// difference and has the same bound, likewise for side values, so everything fits in 64 bits.
+// Sizes that pass the setter only because its sum wraps can exceed this; products are therefore
+// taken modulo 2^64, which is well defined, and the same number wherever the bounds hold.
+#pragma once
+
+#include <ctr/DiscreteProjectionSpace.h>
+
+#include <Wm4Foundation.h>
+
+#include <cstdint>
+
+namespace ctr {
+
+using GridVector = Wm4::Vector3<long>;
+
+inline long WrapMultiply(long a, long b) {
+    return static_cast<long>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
+}
+inline long WrapAdd(long a, long b) {
+    return static_cast<long>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
+}
+inline long WrapSubtract(long a, long b) {
+    return static_cast<long>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
+}
+
+inline GridVector Difference(const BakedVertex& p, const BakedVertex& q) {
+    return {long{p.x} - long{q.x}, long{p.y} - long{q.y}, long{p.z} - long{q.z}};
+}
+
+/// a d - b c
+inline long Determinant(long a, long b, long c, long d) {
+    return WrapSubtract(WrapMultiply(a, d), WrapMultiply(b, c));
+}
+
+/// The cross product of the screen parts; positive when q turns left of p.
+inline long CrossXY(const GridVector& p, const GridVector& q) {
+    return Determinant(p[0], p[1], q[0], q[1]);
+}
+
+inline GridVector Cross(const GridVector& p, const GridVector& q) {
+    return {Determinant(p[1], p[2], q[1], q[2]), Determinant(p[2], p[0], q[2], q[0]),
+            Determinant(p[0], p[1], q[0], q[1])};
+}
+
+inline long Dot(const GridVector& p, const GridVector& q) {
+    return WrapAdd(WrapAdd(WrapMultiply(p[0], q[0]), WrapMultiply(p[1], q[1])),
+                   WrapMultiply(p[2], q[2]));
+}
+
+} // namespace ctr
