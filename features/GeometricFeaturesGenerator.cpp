@@ -1,0 +1,258 @@
+// The driver: bakes a cluster of meshes, extracts its feature lines and finds what hides them.
+#include <ctr/GeometricFeaturesGenerator.h>
+
+#include <kxSceneGraph/kxOutlineMetadata.h>
+#include <kxSystem/kxCancelInterfaceReadOnly.h>
+
+#include "linesets/SetConstruction.h"
+
+#include <atomic>
+#include <cstddef>
+#include <tuple>
+
+namespace ctr {
+namespace {
+
+using MeshList = std::vector<const kx::kxTriMesh*>;
+
+constexpr float kCreaseAngleInDegrees = 5.0F;
+
+/// Sets on their way into a fused one; freed in any case.
+class SetList {
+public:
+    SetList() = default;
+    SetList(const SetList&) = delete;
+    SetList& operator=(const SetList&) = delete;
+    ~SetList() {
+        for (const LineSegmentSet* set : sets) {
+            delete set;
+        }
+    }
+
+    LineSegmentSet* fuse() const { return LineSegmentSet::FuseLineSegmentSets(sets); }
+
+    std::vector<LineSegmentSet*> sets;
+};
+
+/// The first outline that a mesh carries, or null.
+const kx::kxOutlineMetadata* FindOutline(const kx::kxTriMesh& mesh) {
+    for (int i = 0; i < mesh.GetMetadataQuantity(); ++i) {
+        const kx::kxMetadata* metadata = mesh.GetMetadata(i);
+        if (metadata->GetMetadataTypeId() == kx::kxOutlineMetadata::MetadataTypeId) {
+            return static_cast<const kx::kxOutlineMetadata*>(metadata);
+        }
+    }
+    return nullptr;
+}
+
+LineSegmentSet* CreasesOfMesh(const kx::kxTriMesh* mesh,
+                              const kx::kxCancelInterfaceReadOnly& cancel) {
+    if (mesh == nullptr) {
+        return nullptr;
+    }
+    if (const kx::kxOutlineMetadata* outline = FindOutline(*mesh)) {
+        return LineSegmentSet::GetOutlineEdgesFromTriMesh(mesh, outline->getIBuffer());
+    }
+    return LineSegmentSet::GetCreaseEdgesFromTriMesh(mesh, cancel, kCreaseAngleInDegrees, false);
+}
+
+std::size_t SegmentCountOf(const kx::kxPointer<LineSegmentSet>& set) {
+    return set ? SegmentCount(set->GetIndexBuffer()) : 0;
+}
+
+bool IsSeenEndOn(const BakedVertex& b0, const BakedVertex& b1) {
+    return b0.x == b1.x && b0.y == b1.y;
+}
+
+RationalInterval WholeSegment() {
+    return {Wm4::Vector2<long>(0, 1), Wm4::Vector2<long>(1, 1)};
+}
+
+} // namespace
+
+struct GeometricFeaturesGenerator::tInternal {
+    void initBakedTriangles();
+    LineSegmentSet* computeCreaseEdges(unsigned int cluster) const;
+    LineSegmentSet* computeSilhouetteEdges(unsigned int cluster) const;
+    void occludeSegment(LineSegmentSet& set,
+                        std::size_t segment,
+                        unsigned int cluster,
+                        std::vector<RationalInterval>& scratch) const;
+    void announceTotal(const GeometricFeatures& features, unsigned int cluster) const;
+
+    bool isCanceled() const {
+        return progressNotifier != nullptr && progressNotifier->isCanceled();
+    }
+
+    DiscreteProjectionSpace projectionSpace;
+    std::vector<MeshList> exportClusters;
+    std::vector<MeshList> occluderClusters; ///< May be shorter: no mesh that only hides.
+    std::vector<BakedTriangles> exportBaked;
+    std::vector<BakedTriangles> occluderBaked;
+    kx::kxProgressNotifierInterface* progressNotifier = nullptr;
+};
+
+void GeometricFeaturesGenerator::tInternal::initBakedTriangles() {
+    const std::size_t count = exportClusters.size();
+    exportBaked = std::vector<BakedTriangles>(count);
+    occluderBaked = std::vector<BakedTriangles>(count);
+    const auto bake = [this](BakedTriangles& baked, const MeshList& meshes) {
+        baked.setProjectionSpace(&projectionSpace);
+        baked.setMeshes(meshes);
+        baked.initialize();
+    };
+    for (std::size_t i = 0; i < count; ++i) {
+        bake(exportBaked[i], exportClusters[i]);
+        bake(occluderBaked[i], i < occluderClusters.size() ? occluderClusters[i] : MeshList());
+    }
+}
+
+LineSegmentSet*
+GeometricFeaturesGenerator::tInternal::computeCreaseEdges(unsigned int cluster) const {
+    if (cluster >= exportClusters.size()) {
+        return nullptr;
+    }
+    const std::atomic<bool> never = false;
+    const kx::kxCancelInterfaceProxyReadOnly neverCancel(never);
+    SetList list;
+    list.sets.resize(exportClusters[cluster].size(), nullptr);
+    for (std::size_t i = 0; i < list.sets.size(); ++i) {
+        list.sets[i] = CreasesOfMesh(exportClusters[cluster][i], neverCancel);
+    }
+    return list.fuse();
+}
+
+LineSegmentSet*
+GeometricFeaturesGenerator::tInternal::computeSilhouetteEdges(unsigned int cluster) const {
+    if (cluster >= exportBaked.size()) {
+        return nullptr;
+    }
+    SetList list;
+    exportBaked[cluster].computeSilhouetteEdges(list.sets);
+    return list.fuse();
+}
+
+void GeometricFeaturesGenerator::tInternal::announceTotal(const GeometricFeatures& features,
+                                                          unsigned int cluster) const {
+    const std::size_t triangles =
+        cluster < exportBaked.size() ? exportBaked[cluster].trianglePlanes.size() : 0;
+    const std::size_t steps = 2 * triangles + SegmentCountOf(features.creaseEdges) +
+                              SegmentCountOf(features.silhouetteEdges);
+    progressNotifier->setTotal(static_cast<double>(static_cast<float>(steps)));
+}
+
+void GeometricFeaturesGenerator::tInternal::occludeSegment(
+    LineSegmentSet& set,
+    std::size_t segment,
+    unsigned int cluster,
+    std::vector<RationalInterval>& scratch) const {
+    const unsigned int* indices = set.GetIndexBuffer()->GetData() + 2 * segment;
+    const auto endPoint = [&](int end) {
+        const int vertex = static_cast<int>(indices[end]);
+        return set.GetWorldTransformation().ApplyForward(set.GetVertexBuffer()->Position3(vertex),
+                                                         true);
+    };
+    LineSegmentSet::ClipRange& clip = set.clipRanges[segment];
+    std::vector<RationalInterval>& hidden = set.occlusionIntervals[segment];
+    BakedVertex b0{};
+    BakedVertex b1{};
+    std::tie(clip.t0, clip.t1) =
+        projectionSpace.clipEdgeWorld(endPoint(0), endPoint(1), b0, b1, clip.w0, clip.w1);
+    if (!(clip.t0 < clip.t1) || IsSeenEndOn(b0, b1)) {
+        hidden.assign(1, WholeSegment());
+        return;
+    }
+    scratch = hidden;
+    exportBaked[cluster].computeOcclusionIntervals(b0, b1, scratch);
+    occluderBaked[cluster].computeOcclusionIntervals(b0, b1, scratch);
+    IntervalTools::FuseOverlappingIntervals(scratch);
+    hidden = scratch;
+}
+
+GeometricFeaturesGenerator::GeometricFeaturesGenerator()
+    : internal_(std::make_unique<tInternal>()) {}
+
+GeometricFeaturesGenerator::~GeometricFeaturesGenerator() = default;
+
+void GeometricFeaturesGenerator::setProjectionSpace(const DiscreteProjectionSpace& space) {
+    internal_->projectionSpace = space;
+}
+
+void GeometricFeaturesGenerator::setProgressNotifier(kx::kxProgressNotifierInterface* notifier) {
+    internal_->progressNotifier = notifier;
+}
+
+void GeometricFeaturesGenerator::setSingleExportCluster(const MeshList& meshes,
+                                                        const MeshList* occluders) {
+    internal_->exportClusters.assign(1, meshes);
+    internal_->occluderClusters.clear();
+    if (occluders != nullptr && !occluders->empty()) {
+        internal_->occluderClusters.assign(1, *occluders);
+    }
+    internal_->initBakedTriangles();
+}
+
+BakedTriangles& GeometricFeaturesGenerator::getBakedTriangles(unsigned int cluster) {
+    return internal_->exportBaked[cluster];
+}
+
+void GeometricFeaturesGenerator::computeGeometricFeatures(GeometricFeatures& out,
+                                                          unsigned int cluster,
+                                                          bool removeCommonSegments) {
+    out.creaseEdges = internal_->computeCreaseEdges(cluster);
+    if (internal_->isCanceled()) {
+        return;
+    }
+    out.silhouetteEdges = internal_->computeSilhouetteEdges(cluster);
+    if (removeCommonSegments) {
+        LineSegmentSet::RemoveCommonSegments(out.creaseEdges.get(), out.silhouetteEdges.get());
+        if (out.creaseEdges && out.creaseEdges->GetIndexBuffer() == nullptr) {
+            out.creaseEdges = nullptr;
+        }
+    }
+    if (internal_->progressNotifier != nullptr) {
+        if (internal_->isCanceled()) {
+            return;
+        }
+        internal_->announceTotal(out, cluster);
+    }
+    if (out.creaseEdges) {
+        computeOcclusion(*out.creaseEdges, cluster);
+    }
+    if (internal_->isCanceled()) {
+        return;
+    }
+    if (out.silhouetteEdges) {
+        computeOcclusion(*out.silhouetteEdges, cluster);
+    }
+    if (internal_->isCanceled()) {
+        return;
+    }
+    out.intersectionEdges = nullptr;
+}
+
+void GeometricFeaturesGenerator::computeOcclusion(LineSegmentSet& set, unsigned int cluster) {
+    if (cluster >= internal_->exportBaked.size() || set.GetVertexBuffer() == nullptr ||
+        set.GetIndexBuffer() == nullptr) {
+        return;
+    }
+    const std::size_t count = SegmentCount(set.GetIndexBuffer());
+    if (set.clipRanges.size() != count) {
+        set.clipRanges.assign(count, LineSegmentSet::ClipRange{0.0F, 0.0F, 0.0F, 0.0F});
+    }
+    if (set.occlusionIntervals.size() != count) {
+        set.occlusionIntervals.assign(count, {});
+    }
+    std::vector<RationalInterval> scratch;
+    for (std::size_t segment = 0; segment < count; ++segment) {
+        if (internal_->progressNotifier != nullptr) {
+            if (internal_->progressNotifier->isCanceled()) {
+                return;
+            }
+            internal_->progressNotifier->advance(1.0);
+        }
+        internal_->occludeSegment(set, segment, cluster, scratch);
+    }
+}
+
+} // namespace ctr

@@ -1,0 +1,227 @@
+// Writes line sets as SVG groups: visible pieces, chained into polylines, mapped to the page.
+#include <ctr/SVGExporter.h>
+
+#include <kxSystem/kxStringUtils.h>
+
+#include "linesets/SetConstruction.h"
+#include "projection/Homogeneous.h"
+
+#include <bit>
+#include <cstddef>
+#include <fstream>
+#include <locale>
+#include <optional>
+#include <ostream>
+
+namespace ctr {
+namespace {
+
+constexpr float kSilhouetteWidth = 0.2F;
+/// A hair below 2/15; prints as 0.133333.
+constexpr float kCreaseWidth = std::bit_cast<float>(0x3E088888U);
+
+/// A colour channel from 0 to 1 as 0 to 255, truncated.
+unsigned int ChannelByte(float channel) {
+    const float scaled = channel * 255.0F;
+    return scaled > 0.0F ? static_cast<unsigned int>(scaled < 4294967040.0F ? scaled : 255.0F) : 0U;
+}
+
+/// Maps the vertices of a set to the page, Y pointing down.
+class PageMap {
+public:
+    PageMap(const ExportParameters& parameters, const LineSegmentSet& set)
+        : parameters_(parameters), set_(set) {}
+
+    Wm4::Vector2<float> operator()(unsigned int vertex) const {
+        const Wm4::Vector3<float> world = set_.GetWorldTransformation().ApplyForward(
+            set_.GetVertexBuffer()->Position3(static_cast<int>(vertex)), true);
+        const Wm4::Vector3<float> ndc = DivideByW(TransformPoint(parameters_.worldToClip, world));
+        const auto& [a, b, c, d] = parameters_.pageTransform;
+        const float x = a * ndc[0] + b * ndc[1] + parameters_.pageOffset[0];
+        const float y = c * ndc[0] + d * ndc[1] + parameters_.pageOffset[1];
+        return {x, parameters_.pageSizeInMM[1] - y};
+    }
+
+private:
+    const ExportParameters& parameters_;
+    const LineSegmentSet& set_;
+};
+
+std::ostream& operator<<(std::ostream& out, const Wm4::Vector2<float>& point) {
+    return out << static_cast<double>(point[0]) << ',' << static_cast<double>(point[1]);
+}
+
+/// The set's segments as paths; a path goes on while segments share a vertex number.
+void WritePaths(std::ostream& out, const LineSegmentSet& set, const PageMap& toPage) {
+    const unsigned int* indices = set.GetIndexBuffer()->GetData();
+    const std::size_t indexCount = 2 * SegmentCount(set.GetIndexBuffer());
+    for (std::size_t i = 0; i < indexCount; i += 2) {
+        if (i > 0 && indices[i] == indices[i - 1]) {
+            out << 'L' << toPage(indices[i + 1]) << ' ';
+            continue;
+        }
+        out << (i > 0 ? "\"/>" : "\">") << std::endl;
+        out << "  <path d=\"M" << toPage(indices[i]) << " L" << toPage(indices[i + 1]) << ' ';
+    }
+    out << "\"/>" << std::endl;
+}
+
+} // namespace
+
+struct SVGExporter::tInternal {
+    bool writeHeader();
+    bool writeFooter();
+    bool exportLines(const std::string& groupId,
+                     const LineSegmentSet& set,
+                     const std::string& styleName);
+    bool isWritable() const { return stream.is_open() && stream.good(); }
+
+    std::string fileName;
+    std::string title = "Illustration";
+    std::string description;
+    std::ofstream stream;
+    std::optional<ExportParameters> exportParameters;
+    std::map<std::string, SVGLineStyle> lineStyles;
+};
+
+bool SVGExporter::tInternal::writeHeader() {
+    if (!exportParameters || !stream.good()) {
+        return false;
+    }
+    const auto width = static_cast<double>(exportParameters->pageSizeInMM[0]);
+    const auto height = static_cast<double>(exportParameters->pageSizeInMM[1]);
+    stream << "<?xml version=\"1.0\"?>" << std::endl;
+    stream << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "mm\" height=\""
+           << height << "mm\" viewBox=\"0 0 " << width << ' ' << height << "\" >" << std::endl;
+    if (!title.empty()) {
+        stream << "<title>" << title << "</title>" << std::endl;
+    }
+    if (!description.empty()) {
+        stream << "<desc>" << description << "</desc>" << std::endl;
+    }
+    return stream.good();
+}
+
+bool SVGExporter::tInternal::writeFooter() {
+    stream << "</svg>" << std::endl;
+    return stream.good();
+}
+
+bool SVGExporter::tInternal::exportLines(const std::string& groupId,
+                                         const LineSegmentSet& set,
+                                         const std::string& styleName) {
+    if (!exportParameters) {
+        return false;
+    }
+    if (set.GetVertexBuffer() == nullptr || SegmentCount(set.GetIndexBuffer()) == 0) {
+        return true;
+    }
+    const auto found = lineStyles.find(styleName);
+    if (found == lineStyles.end()) {
+        return false;
+    }
+    const SVGLineStyle& style = found->second;
+    stream << "<g";
+    if (!groupId.empty()) {
+        stream << " id=\"" << groupId << '"';
+    }
+    stream << " fill=\"none\" stroke-linecap=\"round\" stroke-linejoin=\"round\" stroke=\"rgb("
+           << ChannelByte(style.color.R()) << ',' << ChannelByte(style.color.G()) << ','
+           << ChannelByte(style.color.B()) << ")\" stroke-width=\""
+           << static_cast<double>(style.width);
+    WritePaths(stream, set, PageMap(*exportParameters, set));
+    stream << "</g>" << std::endl;
+    return stream.good();
+}
+
+SVGExporter::SVGExporter() : internal_(std::make_unique<tInternal>()) {
+    const Wm4::ColorRGB black(0.0F, 0.0F, 0.0F);
+    internal_->stream.imbue(std::locale::classic());
+    setLineStyle("silhouette", {black, kSilhouetteWidth});
+    setLineStyle("crease", {black, kCreaseWidth});
+}
+
+SVGExporter::~SVGExporter() = default;
+
+void SVGExporter::setExportParameters(const ExportParameters& parameters) {
+    internal_->exportParameters.emplace(parameters);
+}
+
+void SVGExporter::setTitle(const std::string& title) {
+    internal_->title = title;
+}
+
+void SVGExporter::setDescription(const std::string& description) {
+    internal_->description = description;
+}
+
+const std::map<std::string, SVGLineStyle>& SVGExporter::getLineStyles() const {
+    return internal_->lineStyles;
+}
+
+SVGLineStyle SVGExporter::getLineStyle(const std::string& name) const {
+    const auto found = internal_->lineStyles.find(name);
+    return found != internal_->lineStyles.end() ? found->second
+                                                : SVGLineStyle{Wm4::ColorRGB(0, 0, 0), 1.0F};
+}
+
+void SVGExporter::setLineStyle(const std::string& name, const SVGLineStyle& style) {
+    internal_->lineStyles.insert_or_assign(name, style);
+}
+
+bool SVGExporter::openFile(const std::string& path) {
+    std::ofstream& stream = internal_->stream;
+    if (stream.is_open()) {
+        return false;
+    }
+    stream.clear();
+    stream.open(kx::kxStringUtils::convertCharset(path, kx::kxStringUtils::CS_UTF8,
+                                                  kx::kxStringUtils::CS_FILE_SYSTEM));
+    if (!stream.is_open()) {
+        return false;
+    }
+    if (!stream.good()) {
+        stream.close();
+        stream.setstate(std::ios::failbit);
+        return false;
+    }
+    internal_->fileName = path;
+    return internal_->writeHeader();
+}
+
+bool SVGExporter::closeFile() {
+    if (!internal_->stream.is_open()) {
+        return false;
+    }
+    const bool written = internal_->writeFooter();
+    internal_->stream.close();
+    return written;
+}
+
+bool SVGExporter::streamLineSegments(const LineSegmentSet& set, const std::string& styleName) {
+    if (!internal_->isWritable()) {
+        return false;
+    }
+    const kx::kxPointer<LineSegmentSet> visible(LineSegmentSet::BakeVisibleSegments(&set));
+    if (!visible) {
+        return true;
+    }
+    std::vector<LineSegmentSet::ArcFeature> arcs;
+    const kx::kxPointer<LineSegmentSet> polylines(
+        LineSegmentSet::BuildPolylines(*visible, arcs, true));
+    return !polylines || internal_->exportLines(std::string(), *polylines, styleName);
+}
+
+bool SVGExporter::streamGeometricFeatures(const GeometricFeatures& features) {
+    if (!internal_->isWritable()) {
+        return false;
+    }
+    const auto stream = [this](const kx::kxPointer<LineSegmentSet>& set, const char* style) {
+        return !set || streamLineSegments(*set, style);
+    };
+    return stream(features.creaseEdges, "crease") &&
+           stream(features.silhouetteEdges, "silhouette") &&
+           stream(features.intersectionEdges, "silhouette");
+}
+
+} // namespace ctr
