@@ -1,0 +1,8 @@
+// Gives the primitives' interface its one home in the library.
+#include <kxCommonAddOns/kxGenericBVHPrimitives.h>
+
+namespace kx {
+
+kxGenericBVHPrimitives::~kxGenericBVHPrimitives() = default;
+
+} // namespace kx

@@ -1,0 +1,546 @@
+// Top-down construction of a bounding-volume hierarchy by binned surface-area splits.
+//
+// The method is that of I. Wald, "On fast construction of SAH-based bounding volume hierarchies"
+// (2007): the centroids of a node's primitives are sorted into equal bins along each axis, and of
+// all planes between two bins the one with the smallest expected cost of a query divides the node.
+// The primitives are copied once into a flat array and partitioned in place, so both passes over a
+// node, binning and partitioning, run through memory in order, and a node's range of that array is
+// its range of slots in the tree.
+//
+// Two departures. The depth is bounded: a split that would leave its larger side too many
+// primitives for the levels that remain is replaced by a split at the median. And no box may do
+// harm: a centroid that is no usable number takes the nearest one that is.
+#include <kxCommonAddOns/kxLinearGenericBVHBuilder.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace kx {
+
+namespace {
+
+constexpr unsigned int kLeafMark = 0xC0000000u;
+constexpr unsigned int kMaxPrimitives = 1u << 30;
+constexpr std::size_t kMaxNodes = (std::size_t{1} << 28) - 1;
+constexpr unsigned int kNoNode = 0xFFFFFFFFu;
+
+// Every node keeps depth + ceil(log2(count)) <= kMaxDepth. At the root that is at most 30, a split
+// at the median keeps the sum as it is, and any other split is only taken where the sum stays
+// within the bound for its larger side. A single primitive is a leaf, so no node lies deeper.
+constexpr unsigned int kMaxDepth = 80;
+
+// How many primitives are handled between two looks at the cancel interface.
+constexpr unsigned int kPollInterval = 4096;
+
+constexpr unsigned int kMaxBins = 32;
+
+// Centroids lie within +-kFarthest, so the distance of two of them is finite.
+constexpr float kFarthest = std::numeric_limits<float>::max() / 2;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+// Box sides count at most this much, twice the largest float, so that products of two of them and a
+// count stay far inside a double even for infinite boxes, and costs can always be compared.
+constexpr double kLongestSide = 2.0 * std::numeric_limits<float>::max();
+
+// Expected costs: looking at the two children of a node, and at one primitive of a leaf. On closed
+// meshes this gives leaves of about three primitives. A higher node cost saves nodes, and with them
+// memory, but queries then test more primitives; a lower one does the opposite.
+constexpr double kNodeCost = 2.0;
+constexpr double kPrimitiveCost = 1.0;
+
+constexpr double kNoCost = std::numeric_limits<double>::infinity();
+
+// x, y, z and one number to spare, worked on in one instruction. Arithmetic on lanes is the same
+// IEEE arithmetic as on floats; a comparison picks lane by lane.
+using Lanes = float __attribute__((vector_size(16)));
+using IntegerLanes = int __attribute__((vector_size(16)));
+
+Lanes All(float value) {
+    return Lanes{value, value, value, value};
+}
+
+// Both give `b` where `a` is NaN, so a NaN never gets into a box that is `b`.
+Lanes Min(Lanes a, Lanes b) {
+    return a < b ? a : b;
+}
+Lanes Max(Lanes a, Lanes b) {
+    return a > b ? a : b;
+}
+
+struct Box {
+    Lanes min = All(kInfinity);
+    Lanes max = All(-kInfinity);
+
+    void Extend(const Box& other) {
+        min = Min(other.min, min);
+        max = Max(other.max, max);
+    }
+    void Extend(Lanes point) {
+        min = Min(point, min);
+        max = Max(point, max);
+    }
+};
+
+// A primitive's box, with the primitive's number in the spare lanes: its upper and its lower 15
+// bits, two small whole numbers, which floats hold exactly. What becomes of them in boxes that are
+// made of items means nothing, and does no harm.
+using Item = Box;
+
+Item MakeItem(const kxBBox& box, unsigned int number) {
+    const auto upper = static_cast<float>(number >> 15);
+    const auto lower = static_cast<float>(number & 0x7FFFu);
+    return {Lanes{box.min[0], box.min[1], box.min[2], upper},
+            Lanes{box.max[0], box.max[1], box.max[2], lower}};
+}
+
+unsigned int NumberOf(const Item& item) {
+    return (static_cast<unsigned int>(item.min[3]) << 15) | static_cast<unsigned int>(item.max[3]);
+}
+
+kxBBox ToBBox(const Box& box) {
+    return {{box.min[0], box.min[1], box.min[2]}, {box.max[0], box.max[1], box.max[2]}};
+}
+
+// Halved before the sum, which so cannot overflow. The middle of a NaN, infinite or empty box comes
+// out as one of the farthest centroids.
+Lanes Centroid(const Box& box) {
+    const Lanes middle = 0.5f * box.min + 0.5f * box.max;
+    return Min(Max(middle, All(-kFarthest)), All(kFarthest));
+}
+
+// What a set of items covers, and what their centroids do.
+struct Bounds {
+    Box box;
+    Box centroids;
+
+    void Extend(const Item& item) {
+        box.Extend(item);
+        centroids.Extend(Centroid(item));
+    }
+};
+
+struct Range {
+    unsigned int begin;
+    unsigned int end;
+
+    unsigned int Count() const { return end - begin; }
+};
+
+// A node still to be made. A second child does not follow its parent, so it brings the parent's
+// number along, to be entered there.
+struct Task {
+    Range range;
+    Bounds bounds;
+    unsigned int depth;
+    unsigned int secondChildOf;
+};
+
+// 0 for the empty box, whose sides are negative or, of equal infinities, NaN.
+double Side(const Box& box, int axis) {
+    const double side = static_cast<double>(box.max[axis]) - static_cast<double>(box.min[axis]);
+    const double positive = side > 0.0 ? side : 0.0;
+    return positive < kLongestSide ? positive : kLongestSide;
+}
+
+double HalfArea(const Box& box) {
+    const double x = Side(box, 0);
+    const double y = Side(box, 1);
+    const double z = Side(box, 2);
+    return x * y + y * z + z * x;
+}
+
+// The most primitives that a child of a node at this depth may have.
+unsigned int SideLimit(unsigned int depth) {
+    const unsigned int levelsLeft = kMaxDepth - std::min(depth + 1, kMaxDepth);
+    return 1u << std::min(levelsLeft, 30u);
+}
+
+// Cuts the centroids of a node into equal bins along each axis.
+class Binning {
+public:
+    Binning(const Box& centroids, unsigned int count)
+        : bins_(std::min(kMaxBins, 4 + count / 8)), last_(All(static_cast<float>(bins_ - 1))),
+          low_(centroids.min) {
+        for (int axis = 0; axis < 3; ++axis) {
+            const float extent = centroids.max[axis] - centroids.min[axis];
+            const float scale = static_cast<float>(bins_) / extent;
+            scale_[axis] = extent > 0.0f && scale < kInfinity ? scale : 0.0f;
+        }
+    }
+
+    unsigned int Bins() const { return bins_; }
+
+    // False when all centroids are in one place, or so close that the scale overflows.
+    bool IsUsable(int axis) const { return scale_[axis] > 0.0f; }
+
+    // Where an item lies, in bins: from 0 for the lowest centroid to one less than the number of
+    // bins, where what falls into the last bin is held. So a usable axis has at least two bins in
+    // use; on an axis of no use everything lies at 0.
+    Lanes Position(const Item& item) const { return Min((Centroid(item) - low_) * scale_, last_); }
+
+private:
+    unsigned int bins_;
+    Lanes last_;
+    Lanes low_;
+    Lanes scale_{};
+};
+
+struct Bin {
+    Box box;
+    unsigned int count = 0;
+};
+using AxisBins = std::array<Bin, kMaxBins>;
+
+// A plane in front of bin `bin` of an axis.
+struct Split {
+    double cost = kNoCost;
+    unsigned int largerSide = 0;
+    int axis = 0;
+    unsigned int bin = 0;
+
+    // On a tie the more even split wins: on a line or in a point every box has area 0.
+    bool IsBetterThan(const Split& other) const {
+        return cost < other.cost || (cost == other.cost && largerSide < other.largerSide);
+    }
+};
+
+double SideCost(const Bin& side) {
+    return kPrimitiveCost * side.count * HalfArea(side.box);
+}
+
+void Add(Bin& sum, const Bin& bin) {
+    sum.box.Extend(bin.box);
+    sum.count += bin.count;
+}
+
+// Tries every plane between two bins of an axis: right to left for the costs of what lies above
+// each plane, then left to right for what lies below. Planes that leave more than `sideLimit` on
+// one side do not count.
+Split BestOnAxis(const AxisBins& bins, unsigned int binCount, int axis, unsigned int sideLimit) {
+    std::array<double, kMaxBins> costAbove;
+    Bin above;
+    for (unsigned int bin = binCount - 1; bin > 0; --bin) {
+        Add(above, bins[bin]);
+        costAbove[bin] = SideCost(above);
+    }
+    const unsigned int total = above.count + bins[0].count;
+    Split best;
+    Bin below;
+    for (unsigned int bin = 1; bin < binCount; ++bin) {
+        Add(below, bins[bin - 1]);
+        const unsigned int largerSide = std::max(below.count, total - below.count);
+        if (largerSide == total || largerSide > sideLimit) {
+            continue;
+        }
+        const Split split{SideCost(below) + costAbove[bin], largerSide, axis, bin};
+        if (split.IsBetterThan(best)) {
+            best = split;
+        }
+    }
+    return best;
+}
+
+// A number for each item that orders a node's items along an axis, no two alike: the centroid in
+// the upper half, mapped so that unsigned integers compare as the floats do, the item's number in
+// the lower.
+std::uint64_t OrderKey(const Item& item, int axis) {
+    const float centroid = Centroid(item)[axis] + 0.0f; // -0 becomes 0
+    const auto bits = std::bit_cast<std::uint32_t>(centroid);
+    const std::uint32_t ordered = bits ^ ((bits >> 31) != 0 ? 0xFFFFFFFFu : 0x80000000u);
+    return (std::uint64_t{ordered} << 32) | NumberOf(item);
+}
+
+int WidestAxis(const Box& centroids) {
+    int widest = 0;
+    for (int axis = 1; axis < 3; ++axis) {
+        widest = Side(centroids, axis) > Side(centroids, widest) ? axis : widest;
+    }
+    return widest;
+}
+
+class Builder {
+public:
+    Builder(kxGenericBVH& tree, const kxCancelInterfaceReadOnly* cancel, unsigned int leafSize)
+        : tree_(tree), cancel_(cancel), leafSize_(std::max(leafSize, 1u)) {}
+
+    // False when cancelled or when there are too many nodes.
+    bool Build(const kxGenericBVHPrimitives& primitives);
+
+private:
+    struct Halves {
+        unsigned int middle;
+        std::array<Bounds, 2> bounds;
+    };
+
+    bool Load(const kxGenericBVHPrimitives& primitives, Bounds& bounds);
+    bool Make(const Task& task);
+    void MakeLeaf(kxGenericBVH::Node& node, Range range);
+    bool IsLeafCheaper(const Task& task, const Split& split) const;
+
+    Split FindSplit(const Task& task, const Binning& binning);
+    bool FillBins(Range range, const Binning& binning);
+
+    bool Divide(const Task& task, const Split& split, const Binning& binning, Halves& halves);
+    bool DivideByCount(Range range, const Box& centroids, Halves& halves);
+    bool DivideInPlace(Range range, Halves& halves);
+    bool SelectKey(Range range, int axis, std::uint64_t& key);
+    template <class IsFirst> bool Partition(Range range, const IsFirst& isFirst, Halves& halves);
+
+    template <class Visit> bool ForEachItem(Range range, const Visit& visit);
+    bool MayGoOn(unsigned int handled);
+
+    kxGenericBVH& tree_;
+    const kxCancelInterfaceReadOnly* cancel_;
+    const unsigned int leafSize_;
+    unsigned int handledSincePoll_ = kPollInterval; // the first primitive brings the first look
+    bool cancelled_ = false;
+    std::vector<Item> items_;
+    std::vector<Task> pending_; // the second children on the way to the root: at most kMaxDepth + 1
+    std::array<AxisBins, 3> bins_;
+};
+
+bool Builder::Build(const kxGenericBVHPrimitives& primitives) {
+    const unsigned int count = primitives.getPrimitiveQuantity();
+    if (count == 0) {
+        return true;
+    }
+    if (count > kMaxPrimitives) {
+        return false;
+    }
+    Bounds bounds;
+    if (!Load(primitives, bounds)) {
+        return false;
+    }
+    tree_.primitives.resize(count);
+    // Where leaves may be that large, they hold about three; should there be more nodes, the list
+    // grows as vectors do.
+    tree_.nodes.reserve(std::size_t{2} * (count / std::min(leafSize_, 3u)) + 1);
+    pending_.reserve(kMaxDepth + 1);
+    pending_.push_back({{0, count}, bounds, 0, kNoNode});
+    while (!pending_.empty()) {
+        const Task task = pending_.back();
+        pending_.pop_back();
+        if (!Make(task)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Builder::Load(const kxGenericBVHPrimitives& primitives, Bounds& bounds) {
+    const unsigned int count = primitives.getPrimitiveQuantity();
+    items_.reserve(count);
+    for (unsigned int i = 0; i < count; ++i) {
+        if (!MayGoOn(1)) {
+            return false;
+        }
+        items_.push_back(MakeItem(primitives.getPrimitiveBox(i), i));
+        bounds.Extend(items_.back());
+    }
+    return true;
+}
+
+// Makes one node. Its first child is left on top of the pending ones, so it becomes the next node.
+bool Builder::Make(const Task& task) {
+    if (tree_.nodes.size() == kMaxNodes) {
+        return false;
+    }
+    const auto number = static_cast<unsigned int>(tree_.nodes.size());
+    tree_.nodes.push_back({ToBBox(task.bounds.box), 0, 0});
+    if (task.secondChildOf != kNoNode) {
+        tree_.nodes[task.secondChildOf].second = number;
+    }
+    const Binning binning(task.bounds.centroids, task.range.Count());
+    const Split split = FindSplit(task, binning);
+    if (IsLeafCheaper(task, split)) {
+        MakeLeaf(tree_.nodes.back(), task.range);
+        return MayGoOn(task.range.Count());
+    }
+    Halves halves;
+    if (!Divide(task, split, binning, halves)) {
+        return false;
+    }
+    tree_.nodes.back().first = number + 1;
+    const unsigned int depth = task.depth + 1;
+    pending_.push_back({{halves.middle, task.range.end}, halves.bounds[1], depth, number});
+    pending_.push_back({{task.range.begin, halves.middle}, halves.bounds[0], depth, kNoNode});
+    return true;
+}
+
+void Builder::MakeLeaf(kxGenericBVH::Node& node, Range range) {
+    node.first = kLeafMark | range.begin;
+    node.second = range.Count();
+    for (unsigned int slot = range.begin; slot < range.end; ++slot) {
+        tree_.primitives[slot] = NumberOf(items_[slot]);
+    }
+}
+
+// Without a split the cost is infinite, so whatever fits a leaf becomes one.
+bool Builder::IsLeafCheaper(const Task& task, const Split& split) const {
+    const double area = HalfArea(task.bounds.box);
+    return task.range.Count() <= leafSize_ &&
+           kPrimitiveCost * task.range.Count() * area <= kNodeCost * area + split.cost;
+}
+
+// The cheapest plane, or one of cost kNoCost where there is none or the tree would get too deep.
+// When cancelled meanwhile the result means nothing, and what follows stops at its first item.
+Split Builder::FindSplit(const Task& task, const Binning& binning) {
+    Split best;
+    const unsigned int limit = SideLimit(task.depth);
+    if (task.range.Count() == 1 || !FillBins(task.range, binning)) {
+        return best;
+    }
+    for (int axis = 0; axis < 3; ++axis) {
+        if (binning.IsUsable(axis)) {
+            const Split split =
+                BestOnAxis(bins_[static_cast<std::size_t>(axis)], binning.Bins(), axis, limit);
+            best = split.IsBetterThan(best) ? split : best;
+        }
+    }
+    return best;
+}
+
+bool Builder::FillBins(Range range, const Binning& binning) {
+    for (AxisBins& axisBins : bins_) {
+        std::fill_n(axisBins.begin(), binning.Bins(), Bin{});
+    }
+    return ForEachItem(range, [&](const Item& item) {
+        const auto bin = __builtin_convertvector(binning.Position(item), IntegerLanes);
+        for (int axis = 0; axis < 3; ++axis) {
+            Bin& itemBin =
+                bins_[static_cast<std::size_t>(axis)][static_cast<std::size_t>(bin[axis])];
+            itemBin.box.Extend(item);
+            ++itemBin.count;
+        }
+    });
+}
+
+bool Builder::Divide(const Task& task, const Split& split, const Binning& binning, Halves& halves) {
+    if (split.cost == kNoCost) {
+        return DivideByCount(task.range, task.bounds.centroids, halves);
+    }
+    // An item is in a lower bin when its position, rounded down, is below the whole number.
+    const auto plane = static_cast<float>(split.bin);
+    const auto isFirst = [&](const Item& item) {
+        return binning.Position(item)[split.axis] < plane;
+    };
+    return Partition(task.range, isFirst, halves);
+}
+
+// Halves a range at the median of the axis along which its centroids lie farthest apart.
+bool Builder::DivideByCount(Range range, const Box& centroids, Halves& halves) {
+    const int axis = WidestAxis(centroids);
+    if (!(Side(centroids, axis) > 0.0)) {
+        return DivideInPlace(range, halves);
+    }
+    std::uint64_t median = 0;
+    if (!SelectKey(range, axis, median)) {
+        return false;
+    }
+    return Partition(
+        range, [&](const Item& item) { return OrderKey(item, axis) < median; }, halves);
+}
+
+// Halves a range in which all centroids are the same, so that any half is as good as another.
+bool Builder::DivideInPlace(Range range, Halves& halves) {
+    halves.middle = range.begin + range.Count() / 2;
+    return ForEachItem({range.begin, halves.middle},
+                       [&](const Item& item) { halves.bounds[0].Extend(item); }) &&
+           ForEachItem({halves.middle, range.end},
+                       [&](const Item& item) { halves.bounds[1].Extend(item); });
+}
+
+// Finds the key that half of the range's keys are below, by settling its bytes from the highest to
+// the lowest: each pass counts the next byte among the keys that agree with those settled so far.
+bool Builder::SelectKey(Range range, int axis, std::uint64_t& key) {
+    key = 0;
+    std::uint64_t settled = 0;
+    unsigned int rank = range.Count() / 2;
+    for (int shift = 56; shift >= 0; shift -= 8) {
+        std::array<unsigned int, 256> histogram{};
+        if (!ForEachItem(range, [&](const Item& item) {
+                const std::uint64_t itemKey = OrderKey(item, axis);
+                histogram[(itemKey >> shift) & 0xFF] += (itemKey & settled) == key ? 1u : 0u;
+            })) {
+            return false;
+        }
+        std::uint64_t byte = 0;
+        for (; rank >= histogram[byte]; ++byte) {
+            rank -= histogram[byte];
+        }
+        key |= byte << shift;
+        settled |= std::uint64_t{0xFF} << shift;
+    }
+    return true;
+}
+
+// Moves the items of the first half before those of the second, and gathers the bounds of both.
+//
+// Which half an item belongs to is as good as random, so nothing here branches on it: every item is
+// swapped with the first one of the second half so far, which then stays part of it or not.
+template <class IsFirst>
+bool Builder::Partition(Range range, const IsFirst& isFirst, Halves& halves) {
+    unsigned int middle = range.begin;
+    const bool whole = ForEachItem(range, [&](Item& place) {
+        const Item item = place;
+        const bool first = isFirst(item);
+        halves.bounds[first ? 0 : 1].Extend(item);
+        place = items_[middle];
+        items_[middle] = item;
+        middle += first ? 1 : 0;
+    });
+    halves.middle = middle;
+    return whole;
+}
+
+// Visits a range in order; false when cancelled on the way.
+template <class Visit> bool Builder::ForEachItem(Range range, const Visit& visit) {
+    for (unsigned int begin = range.begin; begin < range.end;) {
+        const unsigned int end = begin + std::min(kPollInterval, range.end - begin);
+        if (!MayGoOn(end - begin)) {
+            return false;
+        }
+        for (unsigned int i = begin; i < end; ++i) {
+            visit(items_[i]);
+        }
+        begin = end;
+    }
+    return true;
+}
+
+// A yes of the cancel interface is final, even should it change its mind.
+bool Builder::MayGoOn(unsigned int handled) {
+    handledSincePoll_ += handled;
+    if (handledSincePoll_ >= kPollInterval) {
+        handledSincePoll_ = 0;
+        cancelled_ = cancelled_ || (cancel_ && cancel_->isCanceled());
+    }
+    return !cancelled_;
+}
+
+} // namespace
+
+bool kxLinearGenericBVHBuilder::build(kxGenericBVH& out,
+                                      const kxGenericBVHPrimitives& primitives,
+                                      const kxCancelInterfaceReadOnly* cancel,
+                                      unsigned int leafSize) {
+    // What was in `out` serves as memory for the new tree, which gets there when it is whole.
+    kxGenericBVH tree = std::exchange(out, kxGenericBVH());
+    tree.nodes.clear();
+    tree.primitives.clear();
+    tree.bookkeeping = 0;
+    if (!Builder(tree, cancel, leafSize).Build(primitives)) {
+        return false;
+    }
+    out = std::move(tree);
+    return true;
+}
+
+} // namespace kx

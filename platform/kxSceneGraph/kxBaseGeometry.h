@@ -1,0 +1,66 @@
+// The base of points, lines and meshes: vertices and indices with a place in a scene.
+#ifndef KXSCENEGRAPH_KXBASEGEOMETRY_H
+#define KXSCENEGRAPH_KXBASEGEOMETRY_H
+
+#include <kxSceneGraph/kxIndexBuffer.h>
+#include <kxSceneGraph/kxSpatial.h>
+#include <kxSceneGraph/kxVertexBuffer.h>
+#include <kxSystem/kxBBox.h>
+#include <kxSystem/kxExport.h>
+#include <kxSystem/kxPointer.h>
+
+namespace kx {
+
+/// A vertex buffer and an index buffer, either of which may be missing.
+///
+/// The geometry holds a reference on each; several geometries may share a buffer.
+class KX_EXPORT kxBaseGeometry : public kxSpatial {
+public:
+    static const kxRtti TYPE;
+
+    enum GeometryType { GT_POINTS, GT_LINES, GT_TRIMESH };
+
+    ~kxBaseGeometry() override;
+
+    const kxRtti& GetType() const override;
+
+    /// How the indices are read; points, unless a class says otherwise.
+    virtual GeometryType GetGeometryType() const;
+
+    /// The buffers, still owned by the geometry; null when there is none.
+    kxVertexBuffer* GetVertexBuffer() const { return vertices_.get(); }
+    kxIndexBuffer* GetIndexBuffer() const { return indices_.get(); }
+
+    /// Takes a reference on the buffer and lets go of the old one; null allowed. The model bound
+    /// stays as it was until `UpdateMS`.
+    void SetVertexBuffer(kxVertexBuffer* vertices);
+    void SetIndexBuffer(kxIndexBuffer* indices);
+
+    /// Brings up to date what is derived from the vertices in model space.
+    ///
+    /// `recomputeBound` makes the model bound anew, in O(vertices). Normals are never derived here,
+    /// and there are no controllers, so `recomputeNormals` and `controller` change nothing.
+    virtual void UpdateMS(bool recomputeBound, bool recomputeNormals, int controller);
+
+    /// The box of all vertices, used by an index or not, in model space, as of the last update that
+    /// asked for it: empty before that, and without vertices or positions. NaN coordinates are left
+    /// out of it.
+    const kxBBox& GetModelBound() const { return modelBound_; }
+
+protected:
+    /// Takes a reference on each buffer; null allowed.
+    kxBaseGeometry(kxVertexBuffer* vertices, kxIndexBuffer* indices);
+
+    /// Copies what a clone of a geometry takes over: the spatial's part, the model bound, and the
+    /// buffers themselves, which original and clone then share.
+    void CopyGeometryTo(kxBaseGeometry& target) const;
+
+private:
+    kxPointer<kxVertexBuffer> vertices_;
+    kxPointer<kxIndexBuffer> indices_;
+    kxBBox modelBound_;
+};
+
+} // namespace kx
+
+#endif

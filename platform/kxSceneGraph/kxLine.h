@@ -1,0 +1,48 @@
+// Line geometry.
+#ifndef KXSCENEGRAPH_KXLINE_H
+#define KXSCENEGRAPH_KXLINE_H
+
+#include <Wm4Foundation.h>
+#include <kxSceneGraph/kxBaseGeometry.h>
+#include <kxSystem/kxExport.h>
+
+namespace kx {
+
+/// Lines between vertices: a list (two indices to a segment) or a strip (each index joins the
+/// last).
+class KX_EXPORT kxLine : public kxBaseGeometry {
+public:
+    static const kxRtti TYPE;
+
+    /// Takes a reference on each buffer; null allowed.
+    kxLine(kxVertexBuffer* vertices, kxIndexBuffer* indices, bool strip);
+    ~kxLine() override;
+
+    const kxRtti& GetType() const override;
+    GeometryType GetGeometryType() const override;
+
+    /// Copies buffers (shared, not duplicated), transformations, name, flags, model bound, colour,
+    /// width and the strip property; the parents stay behind. A null `target` gets a new `kxLine`.
+    /// False, and nothing copied, when `target` is no `kxLine`. A line may be cloned into itself.
+    bool Clone(kxRttiInterface*& target) const override;
+
+    /// Whether the indices are a strip rather than a list.
+    bool isStrip() const { return strip_; }
+
+    /// Opaque black by default.
+    Wm4::ColorRGBA getColor() const { return color_; }
+    void setColor(const Wm4::ColorRGBA& color) { color_ = color; }
+
+    /// In the unit of whoever draws the line; 1 by default.
+    float getWidth() const { return width_; }
+    void setWidth(float width) { width_ = width; }
+
+private:
+    Wm4::ColorRGBA color_;
+    float width_ = 1.0f;
+    bool strip_;
+};
+
+} // namespace kx
+
+#endif

@@ -1,0 +1,34 @@
+// The outline that a mesh brings along.
+#ifndef KXSCENEGRAPH_KXOUTLINEMETADATA_H
+#define KXSCENEGRAPH_KXOUTLINEMETADATA_H
+
+#include <kxSceneGraph/kxIndexBuffer.h>
+#include <kxSceneGraph/kxMetadata.h>
+#include <kxSystem/kxExport.h>
+#include <kxSystem/kxPointer.h>
+
+namespace kx {
+
+/// Says which edges of its mesh are to be drawn: a line list over the mesh's own vertices.
+class KX_EXPORT kxOutlineMetadata : public kxMetadata {
+public:
+    static const kxRtti TYPE;
+    static const unsigned int MetadataTypeId;
+
+    /// Shares the buffer, which may be null.
+    explicit kxOutlineMetadata(const kxPointer<kxIndexBuffer>& outline);
+    ~kxOutlineMetadata() override;
+
+    const kxRtti& GetType() const override;
+    unsigned int GetMetadataTypeId() const override;
+
+    /// The buffer given at construction, shared.
+    kxPointer<kxIndexBuffer> getIBuffer() const;
+
+private:
+    kxPointer<kxIndexBuffer> outline_;
+};
+
+} // namespace kx
+
+#endif

@@ -1,0 +1,62 @@
+// Triangle meshes.
+#ifndef KXSCENEGRAPH_KXTRIMESH_H
+#define KXSCENEGRAPH_KXTRIMESH_H
+
+#include <kxSceneGraph/kxBaseGeometry.h>
+#include <kxSceneGraph/kxMetadata.h>
+#include <kxSystem/kxExport.h>
+#include <kxSystem/kxPointer.h>
+
+#include <vector>
+
+namespace kx {
+
+/// A mesh whose index buffer lists triangles, three indices to each.
+///
+/// Any number of threads may read a mesh while none changes it or its buffers.
+class KX_EXPORT kxTriMesh : public kxBaseGeometry {
+public:
+    static const kxRtti TYPE;
+
+    /// Takes a reference on each buffer; null allowed.
+    kxTriMesh(kxVertexBuffer* vertices, kxIndexBuffer* triangles);
+    ~kxTriMesh() override;
+
+    const kxRtti& GetType() const override;
+    GeometryType GetGeometryType() const override;
+
+    /// The number of whole triangles: index count / 3, 0 without an index buffer.
+    virtual int GetTriangleQuantity() const {
+        const kxIndexBuffer* indices = GetIndexBuffer();
+        return indices ? indices->GetIndexQuantity() / 3 : 0;
+    }
+
+    /// The vertex numbers of triangle `i`, as the index buffer has them, unchecked.
+    ///
+    /// False when there is no such triangle; then nothing is written.
+    virtual bool GetTriangle(int i, int& a, int& b, int& c) const {
+        if (i < 0 || i >= kxTriMesh::GetTriangleQuantity()) {
+            return false;
+        }
+        const unsigned int* triangle = GetIndexBuffer()->GetData() + 3 * static_cast<long>(i);
+        a = static_cast<int>(triangle[0]);
+        b = static_cast<int>(triangle[1]);
+        c = static_cast<int>(triangle[2]);
+        return true;
+    }
+
+    /// Appends to the mesh's metadata and takes a reference; null is ignored.
+    void AddMetadata(kxMetadata* metadata);
+
+    int GetMetadataQuantity() const { return static_cast<int>(metadata_.size()); }
+
+    /// Metadata number `i` in the order of adding, still owned by the mesh; null out of range.
+    const kxMetadata* GetMetadata(int i) const;
+
+private:
+    std::vector<kxPointer<kxMetadata>> metadata_;
+};
+
+} // namespace kx
+
+#endif

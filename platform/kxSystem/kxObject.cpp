@@ -1,0 +1,44 @@
+// The reference count and the name of an object.
+#include <kxSystem/kxObject.h>
+
+namespace kx {
+
+constinit const kxRtti kxObject::TYPE("kxObject", nullptr);
+
+kxObject::~kxObject() = default;
+
+const kxRtti& kxObject::GetType() const {
+    return TYPE;
+}
+
+void kxObject::IncrementReferences() const {
+    // Whoever adds a reference holds one or made the object, so it cannot die meanwhile and there
+    // is nothing to order.
+    references_.fetch_add(1, std::memory_order_relaxed);
+}
+
+void kxObject::DecrementReferences() const {
+    // Release: what this thread did to the object comes before the deletion by another. Acquire:
+    // what others did comes before the deletion here.
+    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        delete this;
+    }
+}
+
+int kxObject::GetReferences() const {
+    return references_.load(std::memory_order_relaxed);
+}
+
+bool kxObject::Clone(kxRttiInterface*&) const {
+    return false;
+}
+
+void kxObject::SetName(const std::string& name) {
+    name_ = name;
+}
+
+const std::string& kxObject::GetName() const {
+    return name_;
+}
+
+} // namespace kx

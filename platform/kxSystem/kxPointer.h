@@ -1,0 +1,70 @@
+// The smart pointer of reference-counted objects.
+#ifndef KXSYSTEM_KXPOINTER_H
+#define KXSYSTEM_KXPOINTER_H
+
+#include <concepts>
+#include <utility>
+
+namespace kx {
+
+/// Holds one reference on an object, or null.
+///
+/// `T` has `IncrementReferences` and `DecrementReferences`, both const, as `kxObject` has; `const
+/// T` works too. `T` may be incomplete where a pointer is only declared or passed on by reference;
+/// it must be complete where one is made, assigned or destroyed. One pointer is used by one thread
+/// at a time; two pointers to one object may live on two threads.
+template <class T> class kxPointer {
+public:
+    /// Takes a reference on `object`, null allowed.
+    kxPointer(T* object = nullptr) : object_(object) { Increment(); }
+    kxPointer(const kxPointer& other) : object_(other.object_) { Increment(); }
+    /// Takes the reference over; `other` is null afterwards.
+    kxPointer(kxPointer&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+
+    /// From a pointer to a derived or less const object; takes a reference.
+    template <class U>
+    requires std::convertible_to<U*, T*> kxPointer(const kxPointer<U>& other)
+        : object_(other.get()) {
+        Increment();
+    }
+
+    ~kxPointer() { Decrement(); }
+
+    /// Assigns a copy, a moved pointer or a `T*`, each made into `other` first: the old object is
+    /// let go of after the new one is held, so assigning a pointer to itself, or an object that
+    /// only the old one keeps alive, is safe.
+    kxPointer& operator=(kxPointer other) noexcept {
+        std::swap(object_, other.object_);
+        return *this;
+    }
+
+    /// The object, still owned by its pointers; null when there is none.
+    T* get() const { return object_; }
+    T* operator->() const { return object_; }
+    T& operator*() const { return *object_; }
+    explicit operator bool() const { return object_ != nullptr; }
+
+    /// Pointers are equal when they hold the same object, or none.
+    friend bool operator==(const kxPointer& a, const kxPointer& b) {
+        return a.object_ == b.object_;
+    }
+    friend bool operator==(const kxPointer& a, const T* b) { return a.object_ == b; }
+
+private:
+    void Increment() const {
+        if (object_) {
+            object_->IncrementReferences();
+        }
+    }
+    void Decrement() const {
+        if (object_) {
+            object_->DecrementReferences();
+        }
+    }
+
+    T* object_;
+};
+
+} // namespace kx
+
+#endif

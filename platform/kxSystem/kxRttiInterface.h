@@ -1,0 +1,21 @@
+// What everything with a type record has in common.
+#ifndef KXSYSTEM_KXRTTIINTERFACE_H
+#define KXSYSTEM_KXRTTIINTERFACE_H
+
+#include <kxSystem/kxExport.h>
+#include <kxSystem/kxRtti.h>
+
+namespace kx {
+
+/// An object that knows its type record.
+class KX_EXPORT kxRttiInterface {
+public:
+    virtual ~kxRttiInterface();
+
+    /// The static record of the object's class. It outlives every object.
+    virtual const kxRtti& GetType() const = 0;
+};
+
+} // namespace kx
+
+#endif
