@@ -1,0 +1,307 @@
+// Removing from one set what another holds too: when two segments are the same, and what happens to
+// the records of those that stay.
+#include <ctr/LineSegmentSet.h>
+
+#include "linesets/SegmentBuilders.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <map>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using ctr::LineSegmentSet;
+using test_support::EndsOf;
+using test_support::IndicesOf;
+using test_support::IndicesPointer;
+using test_support::KeyOf;
+using test_support::MakeSet;
+using test_support::MakeVertices;
+using test_support::NumbersOf;
+using test_support::PositionsOf;
+using test_support::Random;
+using test_support::Range;
+using test_support::Scaled;
+using test_support::SetPointer;
+using test_support::Vec3;
+using Indices = std::vector<unsigned int>;
+
+// Corners of a unit square and two points more.
+const std::vector<Vec3> kPoints{Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(1, 1, 0),
+                                Vec3(0, 1, 0), Vec3(5, 5, 5), Vec3(6, 6, 6)};
+
+// Hidden ranges and clip records that name their segment.
+void MarkSegments(LineSegmentSet& set, std::size_t lists, std::size_t records) {
+    for (std::size_t i = 0; i < lists; ++i) {
+        set.occlusionIntervals.push_back({Range(static_cast<long>(i), 100, 1, 1)});
+    }
+    for (std::size_t i = 0; i < records; ++i) {
+        set.clipRanges.push_back({static_cast<float>(i), 1.0F, 2.0F, 3.0F});
+    }
+}
+
+SetPointer Marked(const Indices& indices) {
+    SetPointer set = MakeSet(kPoints, indices);
+    MarkSegments(*set, indices.size() / 2, indices.size() / 2);
+    return set;
+}
+
+// The segments that MarkSegments() named, in their present order; -1 for an empty list.
+std::vector<long> NamesOf(const LineSegmentSet& set) {
+    std::vector<long> names;
+    names.reserve(set.occlusionIntervals.size());
+    for (const auto& ranges : set.occlusionIntervals) {
+        names.push_back(ranges.empty() ? -1 : ranges[0].start[0]);
+    }
+    return names;
+}
+
+std::vector<long> RecordNamesOf(const LineSegmentSet& set) {
+    std::vector<long> names;
+    names.reserve(set.clipRanges.size());
+    for (const auto& record : set.clipRanges) {
+        names.push_back(std::lround(record.t0));
+    }
+    return names;
+}
+
+TEST(RemoveCommonSegments, WithoutEitherSetNothingHappens) {
+    const SetPointer a = Marked({0, 1});
+    LineSegmentSet::RemoveCommonSegments(a.get(), nullptr);
+    LineSegmentSet::RemoveCommonSegments(nullptr, a.get());
+    LineSegmentSet::RemoveCommonSegments(nullptr, nullptr);
+    EXPECT_EQ(IndicesOf(*a), (Indices{0, 1}));
+    EXPECT_EQ(NamesOf(*a), (std::vector<long>{0}));
+}
+
+TEST(RemoveCommonSegments, DirectionDoesNotMatter) {
+    const SetPointer a = Marked({0, 1, 1, 2, 2, 3});
+    const SetPointer b = MakeSet(kPoints, {1, 0, 2, 3});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(IndicesOf(*a), (Indices{1, 2}));
+}
+
+TEST(RemoveCommonSegments, PositionsDecideAndNotIndices) {
+    const SetPointer a = Marked({0, 1, 2, 3});
+    const SetPointer b = MakeSet({Vec3(1, 1, 0), Vec3(0, 1, 0)}, {0, 1});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(IndicesOf(*a), (Indices{0, 1}));
+}
+
+TEST(RemoveCommonSegments, OneFloatBitKeepsASegment) {
+    for (int axis = 0; axis < 3; ++axis) {
+        for (const float towards : {-10.0F, 10.0F}) {
+            Vec3 near(1, 1, 0);
+            near[axis] = std::nextafter(near[axis], towards);
+            const SetPointer a = Marked({1, 2});
+            const SetPointer b = MakeSet({Vec3(1, 0, 0), near}, {0, 1});
+            LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+            EXPECT_EQ(IndicesOf(*a), (Indices{1, 2}));
+        }
+    }
+}
+
+TEST(RemoveCommonSegments, ZerosOfEitherSignAreEqual) {
+    const SetPointer a = Marked({0, 1});
+    const SetPointer b = MakeSet({Vec3(1, -0.0F, 0), Vec3(-0.0F, 0, -0.0F)}, {0, 1});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(a->GetIndexBuffer(), nullptr);
+}
+
+TEST(RemoveCommonSegments, TransformationsAreNotApplied) {
+    const SetPointer a = Marked({0, 1});
+    const SetPointer b = MakeSet(kPoints, {0, 1});
+    b->SetWorldTransformation(test_support::ScaleAndMove(Vec3(2, 2, 2), Vec3(9, 9, 9)));
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(a->GetIndexBuffer(), nullptr);
+}
+
+TEST(RemoveCommonSegments, WhatStaysKeepsItsOrderDirectionAndRecords) {
+    const SetPointer a = Marked({4, 5, 0, 1, 3, 2, 1, 2, 5, 0});
+    const SetPointer b = MakeSet(kPoints, {0, 1, 2, 1});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(IndicesOf(*a), (Indices{4, 5, 3, 2, 5, 0}));
+    EXPECT_EQ(NamesOf(*a), (std::vector<long>{0, 2, 4}));
+    EXPECT_EQ(RecordNamesOf(*a), (std::vector<long>{0, 2, 4}));
+    EXPECT_EQ(PositionsOf(*a), kPoints); // vertices stay, used or not
+}
+
+TEST(RemoveCommonSegments, EveryCopyOfACommonSegmentGoes) {
+    const SetPointer a = Marked({0, 1, 1, 0, 4, 5, 0, 1});
+    const SetPointer b = MakeSet(kPoints, {0, 1});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(IndicesOf(*a), (Indices{4, 5}));
+    EXPECT_EQ(NamesOf(*a), (std::vector<long>{2}));
+}
+
+TEST(RemoveCommonSegments, ASegmentWithoutLengthIsComparedLikeAnyOther) {
+    const SetPointer a = Marked({4, 4, 5, 5, 4, 5});
+    const SetPointer b = MakeSet(kPoints, {4, 4});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(IndicesOf(*a), (Indices{5, 5, 4, 5}));
+}
+
+TEST(RemoveCommonSegments, AnEmptiedSetHasNoIndexBufferAndNoRecords) {
+    const SetPointer a = Marked({0, 1, 2, 3});
+    const SetPointer b = MakeSet(kPoints, {3, 2, 4, 5, 1, 0});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(a->GetIndexBuffer(), nullptr);
+    EXPECT_NE(a->GetVertexBuffer(), nullptr);
+    EXPECT_TRUE(a->occlusionIntervals.empty());
+    EXPECT_TRUE(a->clipRanges.empty());
+}
+
+TEST(RemoveCommonSegments, ASetThatHadNoSegmentsLosesItsIndexBufferToo) {
+    for (const SetPointer& b : {MakeSet(kPoints, {0, 1}), MakeSet(kPoints, {})}) {
+        const SetPointer a = MakeSet(kPoints, {});
+        MarkSegments(*a, 2, 1);
+        LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+        EXPECT_EQ(a->GetIndexBuffer(), nullptr);
+        EXPECT_TRUE(a->occlusionIntervals.empty());
+        EXPECT_TRUE(a->clipRanges.empty());
+    }
+}
+
+TEST(RemoveCommonSegments, ASecondSetWithoutSegmentsChangesNothing) {
+    for (const SetPointer& b :
+         {MakeSet(kPoints, {}), MakeSet(MakeVertices(kPoints), IndicesPointer()),
+          SetPointer(new LineSegmentSet)}) {
+        const SetPointer a = Marked({0, 1, 2, 3});
+        LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+        EXPECT_EQ(IndicesOf(*a), (Indices{0, 1, 2, 3}));
+        EXPECT_EQ(NamesOf(*a), (std::vector<long>{0, 1}));
+        EXPECT_EQ(RecordNamesOf(*a), (std::vector<long>{0, 1}));
+    }
+}
+
+TEST(RemoveCommonSegments, TheSecondSetIsOnlyRead) {
+    const SetPointer a = Marked({0, 1, 1, 2});
+    const SetPointer b = Marked({5, 4, 2, 1});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(IndicesOf(*b), (Indices{5, 4, 2, 1}));
+    EXPECT_EQ(NamesOf(*b), (std::vector<long>{0, 1}));
+}
+
+TEST(RemoveCommonSegments, ASetMinusItselfIsEmpty) {
+    const SetPointer a = Marked({0, 1, 1, 2, 2, 0});
+    LineSegmentSet::RemoveCommonSegments(a.get(), a.get());
+    EXPECT_EQ(a->GetIndexBuffer(), nullptr);
+    EXPECT_TRUE(a->occlusionIntervals.empty());
+}
+
+TEST(RemoveCommonSegments, SetsWithoutRecordsGetAnEmptyOneForEverySegmentThatStays) {
+    const SetPointer a = MakeSet(kPoints, {0, 1, 1, 2, 2, 3});
+    const SetPointer b = MakeSet(kPoints, {0, 1});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(IndicesOf(*a), (Indices{1, 2, 2, 3}));
+    EXPECT_EQ(NamesOf(*a), (std::vector<long>{-1, -1}));
+    ASSERT_EQ(a->clipRanges.size(), 2U);
+    for (const auto& record : a->clipRanges) {
+        EXPECT_EQ(NumbersOf(record), (std::array<float, 4>{0, 0, 0, 0}));
+    }
+}
+
+TEST(RemoveCommonSegments, ShortRecordsAreGrownToTheSegmentsThatStay) {
+    const SetPointer a = MakeSet(kPoints, {0, 1, 1, 2, 2, 3, 3, 0});
+    MarkSegments(*a, 1, 2);
+    const SetPointer b = MakeSet(kPoints, {3, 0});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(NamesOf(*a), (std::vector<long>{0, -1, -1}));
+    ASSERT_EQ(a->clipRanges.size(), 3U);
+    EXPECT_EQ(a->clipRanges[1].t0, 1.0F);
+    EXPECT_EQ(NumbersOf(a->clipRanges[2]), (std::array<float, 4>{0, 0, 0, 0}));
+}
+
+TEST(RemoveCommonSegments, RecordsAreExchangedOnlyForSegmentsThatHaveOne) {
+    // Segment 1 moves to place 0 and its list with it; segment 2 has none to move.
+    const SetPointer a = MakeSet(kPoints, {0, 1, 1, 2, 2, 3});
+    MarkSegments(*a, 2, 2);
+    const SetPointer b = MakeSet(kPoints, {0, 1});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(NamesOf(*a), (std::vector<long>{1, 0}));
+    EXPECT_EQ(RecordNamesOf(*a), (std::vector<long>{1, 0}));
+}
+
+TEST(RemoveCommonSegments, SurplusRecordsAreCutOff) {
+    const SetPointer a = MakeSet(kPoints, {0, 1, 1, 2});
+    MarkSegments(*a, 5, 6);
+    const SetPointer b = MakeSet(kPoints, {4, 5});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(NamesOf(*a), (std::vector<long>{0, 1}));
+    EXPECT_EQ(RecordNamesOf(*a), (std::vector<long>{0, 1}));
+}
+
+using Place = std::array<float, 3>;
+
+std::pair<Place, Place> Undirected(const Vec3& p, const Vec3& q) {
+    const Place a = KeyOf(p);
+    const Place b = KeyOf(q);
+    return b < a ? std::make_pair(b, a) : std::make_pair(a, b);
+}
+
+SetPointer RandomSet(Random& random, int largest) {
+    std::vector<Vec3> positions;
+    const int vertexCount = random.between(2, 12);
+    for (int i = 0; i < vertexCount; ++i) {
+        Vec3 p;
+        for (int axis = 0; axis < 3; ++axis) {
+            const auto whole = static_cast<float>(random.below(2));
+            p[axis] = random.percent(20) ? -whole : whole;
+        }
+        positions.push_back(p);
+    }
+    Indices indices;
+    const int segments = random.below(largest + 1);
+    for (int i = 0; i < 2 * segments; ++i) {
+        indices.push_back(static_cast<unsigned int>(random.below(vertexCount)));
+    }
+    return MakeSet(positions, indices);
+}
+
+TEST(RemoveCommonSegments, KeepsWhatAPlainMapDoesNotHold) {
+    Random random(71);
+    int removed = 0;
+    int kept = 0;
+    const int trials = Scaled(5000);
+    for (int trial = 0; trial < trials; ++trial) {
+        const SetPointer a = RandomSet(random, 20);
+        const SetPointer b = RandomSet(random, 6);
+        const std::size_t count = IndicesOf(*a).size() / 2;
+        MarkSegments(*a, count, count);
+        std::map<std::pair<Place, Place>, int> held;
+        for (const auto& [p, q] : EndsOf(*b)) {
+            ++held[Undirected(p, q)];
+        }
+        if (held.empty()) {
+            continue;
+        }
+        Indices expected;
+        std::vector<long> names;
+        const auto ends = EndsOf(*a);
+        const Indices before = IndicesOf(*a);
+        for (std::size_t i = 0; i < count; ++i) {
+            if (held.count(Undirected(ends[i].first, ends[i].second)) == 0) {
+                expected.insert(expected.end(), {before[2 * i], before[2 * i + 1]});
+                names.push_back(static_cast<long>(i));
+            }
+        }
+        kept += static_cast<int>(names.size());
+        removed += static_cast<int>(count - names.size());
+        LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+        ASSERT_EQ(IndicesOf(*a), expected) << "trial " << trial;
+        ASSERT_EQ(a->GetIndexBuffer() == nullptr, expected.empty()) << "trial " << trial;
+        ASSERT_EQ(NamesOf(*a), names) << "trial " << trial;
+        ASSERT_EQ(RecordNamesOf(*a), names) << "trial " << trial;
+    }
+    EXPECT_GT(removed, trials / 5);
+    EXPECT_GT(kept, trials);
+}
+
+} // namespace

@@ -1,0 +1,737 @@
+// Crease extraction: which edges are written, in which order, with which flag, and when the work
+// asks whether to stop; against hand-made meshes and against a plain map.
+#include <ctr/CreaseEdgeInfo.h>
+#include <ctr/LineSegmentSet.h>
+
+#include <kxSceneGraph/kxTriMesh.h>
+
+#include "linesets/SegmentBuilders.h"
+#include "support/Random.h"
+#include "support/Scenes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using ctr::ComputeCreaseEdgeInfo;
+using ctr::ComputeEdgeInfoFromIBuffer;
+using ctr::CreaseEdgeInfo;
+using ctr::LineSegmentSet;
+using ctr::MakeBuffersFromEdgeInfo;
+using test_support::CancelAtQuestion;
+using test_support::IndicesOf;
+using test_support::IndicesPointer;
+using test_support::KeyOf;
+using test_support::kNever;
+using test_support::MakeIndices;
+using test_support::MakeVertices;
+using test_support::Random;
+using test_support::Scaled;
+using test_support::SetPointer;
+using test_support::Vec3;
+using test_support::VerticesPointer;
+
+constexpr std::uint32_t kFlag = 0x80000000U;
+constexpr float kDegrees = 5.0F;
+const Vec3 kUp(0.0F, 0.0F, 1.0F);
+
+// vertexA, vertexB without the flag, the flag.
+using Edge = std::tuple<std::uint32_t, std::uint32_t, bool>;
+
+std::vector<Edge> Plain(const std::vector<CreaseEdgeInfo>& edges) {
+    std::vector<Edge> plain;
+    plain.reserve(edges.size());
+    for (const CreaseEdgeInfo& edge : edges) {
+        plain.emplace_back(edge.vertexA, edge.vertexB & ~kFlag, (edge.vertexB & kFlag) != 0);
+    }
+    return plain;
+}
+
+std::vector<std::pair<unsigned int, unsigned int>> WithoutFlags(const std::vector<Edge>& edges) {
+    std::vector<std::pair<unsigned int, unsigned int>> pairs;
+    pairs.reserve(edges.size());
+    for (const Edge& edge : edges) {
+        pairs.emplace_back(std::get<0>(edge), std::get<1>(edge));
+    }
+    return pairs;
+}
+
+using Pairs = std::vector<std::pair<unsigned int, unsigned int>>;
+
+struct Surface {
+    VerticesPointer vertices;
+    IndicesPointer triangles;
+};
+
+Surface MakeSurface(const std::vector<Vec3>& positions,
+                    const std::vector<Vec3>& normals,
+                    const std::vector<unsigned int>& triangles) {
+    return {MakeVertices(positions, normals), MakeIndices(triangles, kx::IBT_TRIANGLES)};
+}
+
+std::vector<Edge> Creases(const Surface& surface, float degrees) {
+    std::vector<CreaseEdgeInfo> edges;
+    const CancelAtQuestion never(kNever);
+    EXPECT_TRUE(ComputeCreaseEdgeInfo(edges, surface.vertices.get(), surface.triangles.get(),
+                                      degrees, never));
+    return Plain(edges);
+}
+
+// Triangles on the common edge from (0, 0, 0) to (1, 0, 0), each with vertices of its own: vertices
+// 3i and 3i + 1 on the edge, 3i + 2 a tip of its own. Normals are given for the two edge vertices.
+Surface SplitFanOfEnds(const std::vector<std::pair<Vec3, Vec3>>& normalsAtEnds) {
+    std::vector<Vec3> positions;
+    std::vector<Vec3> normals;
+    std::vector<unsigned int> triangles;
+    for (std::size_t i = 0; i < normalsAtEnds.size(); ++i) {
+        const auto first = static_cast<unsigned int>(3 * i);
+        positions.insert(positions.end(),
+                         {Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1.0F, static_cast<float>(i))});
+        normals.insert(normals.end(), {normalsAtEnds[i].first, normalsAtEnds[i].second, kUp});
+        triangles.insert(triangles.end(), {first, first + 1, first + 2});
+    }
+    return MakeSurface(positions, normals, triangles);
+}
+
+Surface SplitFan(const std::vector<Vec3>& normals) {
+    std::vector<std::pair<Vec3, Vec3>> ends;
+    ends.reserve(normals.size());
+    for (const Vec3& n : normals) {
+        ends.emplace_back(n, n);
+    }
+    return SplitFanOfEnds(ends);
+}
+
+// The part of the result on the fan's common edge, in order.
+std::vector<Edge> OnCommonEdge(const Surface& surface, float degrees) {
+    std::vector<Edge> common;
+    for (const Edge& edge : Creases(surface, degrees)) {
+        const Vec3& b = surface.vertices->Position3(static_cast<int>(std::get<1>(edge)));
+        if (KeyOf(b) == KeyOf(Vec3(1, 0, 0)) && std::get<0>(edge) % 3 == 0) {
+            common.push_back(edge);
+        }
+    }
+    return common;
+}
+
+Pairs CommonPairs(const Surface& surface, float degrees) {
+    return WithoutFlags(OnCommonEdge(surface, degrees));
+}
+
+// A unit normal turned about the common edge.
+Vec3 Tilted(float degrees) {
+    const double radians = degrees * 3.14159265358979323846 / 180.0;
+    return {0.0F, static_cast<float>(std::sin(radians)), static_cast<float>(std::cos(radians))};
+}
+
+TEST(CreaseEdges, ASingleTriangleIsAllBorder) {
+    const Surface surface =
+        MakeSurface({Vec3(0, 1, 0), Vec3(1, 0, 0), Vec3(0, 0, 0)}, {kUp, kUp, kUp}, {0, 1, 2});
+    for (const float degrees : {0.0F, 5.0F, 90.0F, 180.0F}) {
+        // By position: 2 = (0,0,0) is below 0 = (0,1,0), which is below 1 = (1,0,0).
+        EXPECT_EQ(WithoutFlags(Creases(surface, degrees)), (Pairs{{2, 0}, {2, 1}, {0, 1}}));
+    }
+}
+
+TEST(CreaseEdges, SharedVerticesWithUnitNormalsNeverCrease) {
+    const Surface surface =
+        MakeSurface({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1, 0), Vec3(0.5F, -1, 3)},
+                    {kUp, kUp, kUp, kUp}, {0, 1, 2, 1, 0, 3});
+    EXPECT_EQ(WithoutFlags(Creases(surface, kDegrees)), (Pairs{{0, 3}, {0, 2}, {3, 1}, {2, 1}}));
+}
+
+TEST(CreaseEdges, SharedVerticesWithoutNormalsCreaseBelow90Degrees) {
+    const Surface surface =
+        MakeSurface({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1, 0), Vec3(0.5F, -1, 3)}, {},
+                    {0, 1, 2, 1, 0, 3});
+    EXPECT_EQ(WithoutFlags(Creases(surface, 89.9F)),
+              (Pairs{{0, 3}, {0, 2}, {0, 1}, {3, 1}, {2, 1}}));
+    EXPECT_EQ(WithoutFlags(Creases(surface, 90.1F)), (Pairs{{0, 3}, {0, 2}, {3, 1}, {2, 1}}));
+}
+
+TEST(CreaseEdges, SplitVerticesAtARightAngleGiveBothCopies) {
+    const Surface surface = SplitFan({Tilted(0.0F), Tilted(90.0F)});
+    EXPECT_EQ(CommonPairs(surface, kDegrees), (Pairs{{0, 1}, {3, 4}}));
+    EXPECT_EQ(CommonPairs(surface, 89.9F), (Pairs{{0, 1}, {3, 4}}));
+    EXPECT_EQ(CommonPairs(surface, 90.1F), Pairs());
+}
+
+TEST(CreaseEdges, ASmoothSeamOfSplitVerticesIsNotWritten) {
+    const Surface surface = SplitFan({Tilted(0.0F), Tilted(4.9F)});
+    EXPECT_EQ(CommonPairs(surface, kDegrees), Pairs());
+    EXPECT_EQ(CommonPairs(SplitFan({Tilted(0.0F), Tilted(5.1F)}), kDegrees),
+              (Pairs{{0, 1}, {3, 4}}));
+}
+
+TEST(CreaseEdges, EitherEndMakesACrease) {
+    EXPECT_EQ(CommonPairs(SplitFanOfEnds({{kUp, kUp}, {Tilted(30.0F), kUp}}), kDegrees),
+              (Pairs{{0, 1}, {3, 4}}));
+    EXPECT_EQ(CommonPairs(SplitFanOfEnds({{kUp, kUp}, {kUp, Tilted(30.0F)}}), kDegrees),
+              (Pairs{{0, 1}, {3, 4}}));
+}
+
+TEST(CreaseEdges, AnAngleOfExactlyTheLimitIsSmooth) {
+    const float radians = 60.0F * Wm4::Math<float>::DEG_TO_RAD;
+    const float limit = std::cos(radians);
+    for (const bool below : {false, true}) {
+        const float dot = below ? std::nextafter(limit, 0.0F) : limit;
+        const Surface surface = SplitFan({kUp, Vec3(0.0F, 0.5F, dot)});
+        EXPECT_EQ(CommonPairs(surface, 60.0F).size(), below ? 2U : 0U);
+    }
+}
+
+TEST(CreaseEdges, NormalsCountAtTheirStoredLength) {
+    // 60 degrees apart, but with a length of 2 the dot product is 1.
+    const Vec3 twice(0.0F, 0.0F, 2.0F);
+    EXPECT_EQ(CommonPairs(SplitFan({twice, Tilted(60.0F)}), kDegrees), Pairs());
+    // Parallel, but too short.
+    const Vec3 half(0.0F, 0.0F, 0.5F);
+    EXPECT_EQ(CommonPairs(SplitFan({half, kUp}), kDegrees), (Pairs{{0, 1}, {3, 4}}));
+}
+
+TEST(CreaseEdges, MembersAreComparedWithTheFirstOnly) {
+    // Neighbours are 4 degrees apart; only the third is more than 5 from the first.
+    const Surface surface = SplitFan({Tilted(0.0F), Tilted(4.0F), Tilted(8.0F)});
+    EXPECT_EQ(CommonPairs(surface, kDegrees), (Pairs{{0, 1}, {6, 7}}));
+}
+
+TEST(CreaseEdges, TheFirstIsWrittenOnceBeforeAllMembersThatCrease) {
+    const Surface surface = SplitFan({Tilted(0.0F), Tilted(20.0F), Tilted(1.0F), Tilted(-30.0F)});
+    EXPECT_EQ(CommonPairs(surface, kDegrees), (Pairs{{0, 1}, {3, 4}, {9, 10}}));
+}
+
+TEST(CreaseEdges, TheSamePairOfVerticesIsWrittenOnce) {
+    const std::vector<Vec3> positions{Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1, 0)};
+    // The same triangle three times, without normals: every pair creases with its own copies.
+    const Surface surface = MakeSurface(positions, {}, {0, 1, 2, 2, 0, 1, 1, 0, 2});
+    EXPECT_EQ(WithoutFlags(Creases(surface, kDegrees)), (Pairs{{0, 2}, {0, 1}, {2, 1}}));
+}
+
+TEST(CreaseEdges, RepeatedPairsOfAnotherCopyAreWrittenOnceToo) {
+    const std::vector<Vec3> positions{Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1, 0),
+                                      Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 2, 0)};
+    const std::vector<Vec3> normals{kUp, kUp, kUp, Tilted(90.0F), Tilted(90.0F), kUp};
+    const Surface surface = MakeSurface(positions, normals, {0, 1, 2, 3, 4, 5, 4, 3, 5});
+    const Pairs pairs = WithoutFlags(Creases(surface, kDegrees));
+    EXPECT_EQ(std::count(pairs.begin(), pairs.end(), std::make_pair(0U, 1U)), 1);
+    EXPECT_EQ(std::count(pairs.begin(), pairs.end(), std::make_pair(3U, 4U)), 1);
+}
+
+TEST(CreaseEdges, NegativeZeroIsTheSamePlaceAsZero) {
+    const Surface surface =
+        MakeSurface({Vec3(0.0F, 0.0F, 0.0F), Vec3(1, 0, 0), Vec3(0.5F, 1, 0),
+                     Vec3(-0.0F, 0.0F, -0.0F), Vec3(1, -0.0F, 0), Vec3(0.5F, -1, 0)},
+                    {kUp, kUp, kUp, kUp, kUp, kUp}, {0, 1, 2, 3, 4, 5});
+    EXPECT_EQ(WithoutFlags(Creases(surface, kDegrees)).size(), 4U);
+}
+
+TEST(CreaseEdges, OneFloatBitApartIsAnotherPlace) {
+    const Surface surface =
+        MakeSurface({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1, 0), Vec3(0, 0, 0),
+                     Vec3(std::nextafter(1.0F, 2.0F), 0, 0), Vec3(0.5F, -1, 0)},
+                    {kUp, kUp, kUp, kUp, kUp, kUp}, {0, 1, 2, 3, 4, 5});
+    EXPECT_EQ(WithoutFlags(Creases(surface, kDegrees)).size(), 6U);
+}
+
+TEST(CreaseEdges, EqualPositionsAreOrderedByTheSmallerIndex) {
+    const Surface surface =
+        MakeSurface({Vec3(0, 0, 0), Vec3(2, 2, 2), Vec3(2, 2, 2)}, {kUp, kUp, kUp}, {0, 2, 1});
+    // 0 -> 2 and 0 -> 1 are one group of copies, smooth; the degenerate edge is a border.
+    EXPECT_EQ(WithoutFlags(Creases(surface, kDegrees)), (Pairs{{1, 2}}));
+}
+
+TEST(CreaseEdges, AnIncompleteLastTriangleIsIgnored) {
+    const std::vector<Vec3> positions{Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0, 1, 0)};
+    EXPECT_EQ(Creases(MakeSurface(positions, {}, {0, 1, 2, 0, 1}), 0.0F).size(), 3U);
+    EXPECT_TRUE(Creases(MakeSurface(positions, {}, {0, 1}), 0.0F).empty());
+    EXPECT_TRUE(Creases(MakeSurface(positions, {}, {}), 0.0F).empty());
+}
+
+TEST(CreaseEdges, MissingBuffersAndNoVerticesGiveFalseAndNothing) {
+    const CancelAtQuestion never(kNever);
+    const VerticesPointer vertices = MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0, 1, 0)});
+    const VerticesPointer none = MakeVertices({});
+    const IndicesPointer triangles = MakeIndices({0, 1, 2}, kx::IBT_TRIANGLES);
+    const std::vector<CreaseEdgeInfo> old{{1, 2}};
+    std::vector<CreaseEdgeInfo> edges = old;
+    EXPECT_FALSE(ComputeCreaseEdgeInfo(edges, nullptr, triangles.get(), kDegrees, never));
+    EXPECT_TRUE(edges.empty());
+    edges = old;
+    EXPECT_FALSE(ComputeCreaseEdgeInfo(edges, vertices.get(), nullptr, kDegrees, never));
+    EXPECT_TRUE(edges.empty());
+    edges = old;
+    EXPECT_FALSE(ComputeCreaseEdgeInfo(edges, none.get(), triangles.get(), kDegrees, never));
+    EXPECT_TRUE(edges.empty());
+}
+
+TEST(CreaseEdges, WhatTheVectorHeldBeforeIsGone) {
+    const CancelAtQuestion never(kNever);
+    const Surface surface = MakeSurface({Vec3(0, 0, 0)}, {}, {});
+    std::vector<CreaseEdgeInfo> edges{{1, 2}};
+    EXPECT_TRUE(ComputeCreaseEdgeInfo(edges, surface.vertices.get(), surface.triangles.get(),
+                                      kDegrees, never));
+    EXPECT_TRUE(edges.empty());
+}
+
+TEST(CreaseFlag, OfABorderNeedsBothNormalsPerpendicular) {
+    const Vec3 slanted(1.0F, 0.0F, 0.0F);
+    for (const auto& [first, second, flag] : std::vector<std::tuple<Vec3, Vec3, bool>>{
+             {kUp, kUp, true}, {slanted, kUp, false}, {kUp, slanted, false}}) {
+        const Surface surface = SplitFanOfEnds({{first, second}});
+        EXPECT_EQ(OnCommonEdge(surface, kDegrees), (std::vector<Edge>{{0, 1, flag}}));
+    }
+}
+
+TEST(CreaseFlag, PerpendicularMeansStrictlyBelowTheLengthOver1024) {
+    // An edge of length 1: n . d is n.x.
+    for (const float sign : {1.0F, -1.0F}) {
+        const float limit = 1.0F / 1024.0F;
+        const Vec3 at(sign * limit, 0.0F, 1.0F);
+        const Vec3 below(sign * std::nextafter(limit, 0.0F), 0.0F, 1.0F);
+        EXPECT_EQ(OnCommonEdge(SplitFan({at}), kDegrees), (std::vector<Edge>{{0, 1, false}}));
+        EXPECT_EQ(OnCommonEdge(SplitFan({below}), kDegrees), (std::vector<Edge>{{0, 1, true}}));
+    }
+}
+
+TEST(CreaseFlag, TheToleranceGrowsWithTheEdge) {
+    const std::vector<Vec3> positions{Vec3(0, 0, 0), Vec3(64, 0, 0), Vec3(32, 64, 0)};
+    const float limit = 64.0F / 1024.0F / 64.0F; // n . d is 64 n.x
+    const Vec3 at(limit, 0.0F, 1.0F);
+    const Vec3 below(std::nextafter(limit, 0.0F), 0.0F, 1.0F);
+    const std::vector<Edge> flagged =
+        Creases(MakeSurface(positions, {below, below, kUp}, {0, 1, 2}), kDegrees);
+    const std::vector<Edge> plain =
+        Creases(MakeSurface(positions, {at, at, kUp}, {0, 1, 2}), kDegrees);
+    EXPECT_EQ(std::count(flagged.begin(), flagged.end(), Edge(0, 1, true)), 1);
+    EXPECT_EQ(std::count(plain.begin(), plain.end(), Edge(0, 1, false)), 1);
+}
+
+TEST(CreaseFlag, AnEdgeWithoutLengthIsNeverFlagged) {
+    // |n . d| = 0 is not below a tolerance of 0.
+    const Surface surface =
+        MakeSurface({Vec3(0, 0, 0), Vec3(2, 2, 2), Vec3(2, 2, 2)}, {kUp, kUp, kUp}, {0, 2, 1});
+    EXPECT_EQ(Creases(surface, kDegrees), (std::vector<Edge>{{1, 2, false}}));
+}
+
+TEST(CreaseFlag, OfAMemberNeedsAllFourNormalsPerpendicular) {
+    const Vec3 side(0.0F, 1.0F, 0.0F);
+    const Vec3 slanted(0.5F, 0.5F, 0.0F);
+    EXPECT_EQ(OnCommonEdge(SplitFanOfEnds({{kUp, kUp}, {side, side}}), kDegrees),
+              (std::vector<Edge>{{0, 1, true}, {3, 4, true}}));
+    for (const auto& ends :
+         std::vector<std::vector<std::pair<Vec3, Vec3>>>{{{slanted, kUp}, {side, side}},
+                                                         {{kUp, slanted}, {side, side}},
+                                                         {{kUp, kUp}, {slanted, side}},
+                                                         {{kUp, kUp}, {side, slanted}}}) {
+        EXPECT_EQ(OnCommonEdge(SplitFanOfEnds(ends), kDegrees),
+                  (std::vector<Edge>{{0, 1, false}, {3, 4, false}}));
+    }
+}
+
+TEST(CreaseFlag, OfTheFirstIsThatOfTheFirstMemberThatCreases) {
+    const Vec3 side(0.0F, 1.0F, 0.0F);
+    const Vec3 slanted(0.5F, 0.5F, 0.0F);
+    // The smooth copy between them has no say, although its normal is slanted.
+    const Vec3 smooth(0.5F, 0.0F, 1.0F);
+    EXPECT_EQ(OnCommonEdge(SplitFan({kUp, smooth, side, slanted}), kDegrees),
+              (std::vector<Edge>{{0, 1, true}, {6, 7, true}, {9, 10, false}}));
+    EXPECT_EQ(OnCommonEdge(SplitFan({kUp, smooth, slanted, side}), kDegrees),
+              (std::vector<Edge>{{0, 1, false}, {6, 7, false}, {9, 10, true}}));
+}
+
+// n triangles that touch nowhere.
+Surface LooseTriangles(int n) {
+    std::vector<Vec3> positions;
+    std::vector<unsigned int> triangles;
+    for (int i = 0; i < n; ++i) {
+        const auto at = static_cast<float>(i);
+        positions.insert(positions.end(), {Vec3(at, 0, 0), Vec3(at, 1, 0), Vec3(at, 0, 1)});
+    }
+    for (unsigned int i = 0; i < positions.size(); ++i) {
+        triangles.push_back(i);
+    }
+    return MakeSurface(positions, {}, triangles);
+}
+
+bool Compute(const Surface& surface,
+             const CancelAtQuestion& cancel,
+             std::vector<CreaseEdgeInfo>& edges) {
+    return ComputeCreaseEdgeInfo(edges, surface.vertices.get(), surface.triangles.get(), kDegrees,
+                                 cancel);
+}
+
+TEST(CreaseCancellation, IsAskedOnceABlockOnceAGroupAndOnceAtTheEnd) {
+    for (const auto& [triangles, blocks] :
+         std::vector<std::pair<int, long>>{{1, 1}, {999, 1}, {1000, 1}, {1001, 2}, {2500, 3}}) {
+        const Surface surface = LooseTriangles(triangles);
+        std::vector<CreaseEdgeInfo> edges;
+        const CancelAtQuestion never(kNever);
+        EXPECT_TRUE(Compute(surface, never, edges));
+        EXPECT_EQ(never.asked(), blocks + 3L * triangles + 1) << triangles;
+        EXPECT_EQ(edges.size(), 3U * static_cast<unsigned int>(triangles));
+    }
+}
+
+TEST(CreaseCancellation, AmongTheTrianglesLeavesNothing) {
+    const Surface surface = LooseTriangles(2500);
+    for (const long question : {1L, 2L, 3L}) {
+        std::vector<CreaseEdgeInfo> edges{{1, 2}};
+        const CancelAtQuestion cancel(question);
+        EXPECT_FALSE(Compute(surface, cancel, edges));
+        EXPECT_TRUE(edges.empty());
+        EXPECT_EQ(cancel.asked(), question); // nobody asks again
+    }
+}
+
+TEST(CreaseCancellation, AmongTheGroupsLeavesTheGroupsBefore) {
+    const Surface surface = LooseTriangles(4);
+    std::vector<CreaseEdgeInfo> all;
+    EXPECT_TRUE(Compute(surface, CancelAtQuestion(kNever), all));
+    for (long groups = 0; groups < 12; ++groups) {
+        std::vector<CreaseEdgeInfo> edges;
+        EXPECT_FALSE(Compute(surface, CancelAtQuestion(2 + groups), edges));
+        const std::vector<CreaseEdgeInfo> before(all.begin(), all.begin() + groups);
+        EXPECT_EQ(Plain(edges), Plain(before));
+    }
+}
+
+TEST(CreaseCancellation, AtTheEndKeepsAllEdgesButIsReported) {
+    const Surface surface = LooseTriangles(4);
+    std::vector<CreaseEdgeInfo> edges;
+    EXPECT_FALSE(Compute(surface, CancelAtQuestion(1 + 12 + 1), edges));
+    EXPECT_EQ(edges.size(), 12U);
+}
+
+TEST(CreaseCancellation, OfASetIsAskedOnceMore) {
+    const Surface surface = LooseTriangles(1);
+    const CancelAtQuestion never(kNever);
+    const SetPointer set(LineSegmentSet::GetCreaseEdgesFromMesh(
+        surface.vertices.get(), surface.triangles.get(), never, kDegrees, false));
+    EXPECT_TRUE(set);
+    EXPECT_EQ(never.asked(), 6);
+    for (long question = 1; question <= 6; ++question) {
+        const CancelAtQuestion cancel(question);
+        EXPECT_EQ(LineSegmentSet::GetCreaseEdgesFromMesh(
+                      surface.vertices.get(), surface.triangles.get(), cancel, kDegrees, true),
+                  nullptr);
+    }
+}
+
+TEST(EdgeBuffers, HoldBothEndsWithoutTheFlag) {
+    IndicesPointer lines;
+    EXPECT_TRUE(MakeBuffersFromEdgeInfo({{3, 5 | kFlag}, {7, 0x7FFFFFFFU}}, lines, nullptr));
+    ASSERT_TRUE(lines);
+    EXPECT_EQ(lines->GetIndexBufferType(), kx::IBT_LINES);
+    EXPECT_EQ(IndicesOf(lines.get()), (std::vector<unsigned int>{3, 5, 7, 0x7FFFFFFFU}));
+}
+
+TEST(EdgeBuffers, FlagsGetOneEntryAnEdge) {
+    IndicesPointer lines;
+    std::vector<bool> flags(9, true);
+    EXPECT_TRUE(MakeBuffersFromEdgeInfo({{3, 5}, {1, 2 | kFlag}, {4, 9}}, lines, &flags));
+    EXPECT_EQ(flags, (std::vector<bool>{false, true, false}));
+}
+
+TEST(EdgeBuffers, ReplaceTheBufferThatWasThere) {
+    const IndicesPointer old = MakeIndices({0, 1});
+    IndicesPointer lines = old;
+    EXPECT_TRUE(MakeBuffersFromEdgeInfo({{3, 5}}, lines, nullptr));
+    EXPECT_FALSE(lines == old);
+    EXPECT_EQ(IndicesOf(old.get()), (std::vector<unsigned int>{0, 1}));
+}
+
+TEST(EdgeBuffers, RefuseAnEmptyListAndReleaseTheOutputs) {
+    IndicesPointer lines = MakeIndices({0, 1});
+    std::vector<bool> flags{true};
+    EXPECT_FALSE(MakeBuffersFromEdgeInfo({}, lines, &flags));
+    EXPECT_FALSE(lines);
+    EXPECT_TRUE(flags.empty());
+}
+
+TEST(CreaseSet, SharesTheVerticesAndOwnsItsLines) {
+    const Surface surface = SplitFan({Tilted(0.0F), Tilted(90.0F)});
+    const SetPointer set(
+        LineSegmentSet::GetCreaseEdgesFromMesh(surface.vertices.get(), surface.triangles.get(),
+                                               CancelAtQuestion(kNever), kDegrees, false));
+    ASSERT_TRUE(set);
+    EXPECT_EQ(set->GetVertexBuffer(), surface.vertices.get());
+    EXPECT_EQ(surface.vertices->GetReferences(), 2);
+    ASSERT_NE(set->GetIndexBuffer(), nullptr);
+    EXPECT_EQ(set->GetIndexBuffer()->GetIndexBufferType(), kx::IBT_LINES);
+    EXPECT_EQ(set->GetIndexBuffer()->GetIndexQuantity(), 2 * 6);
+    EXPECT_EQ(surface.triangles->GetReferences(), 1);
+    EXPECT_TRUE(set->occlusionIntervals.empty());
+    EXPECT_TRUE(set->clipRanges.empty());
+}
+
+TEST(CreaseSet, HasFlagsOnlyWhenAskedFor) {
+    const Surface surface = SplitFan({kUp, Tilted(90.0F)});
+    std::vector<CreaseEdgeInfo> edges;
+    ASSERT_TRUE(Compute(surface, CancelAtQuestion(kNever), edges));
+    for (const bool withFlags : {false, true}) {
+        const SetPointer set(
+            LineSegmentSet::GetCreaseEdgesFromMesh(surface.vertices.get(), surface.triangles.get(),
+                                                   CancelAtQuestion(kNever), kDegrees, withFlags));
+        ASSERT_TRUE(set);
+        ASSERT_EQ(set->segmentFlags.size(), withFlags ? edges.size() : 0U);
+        for (std::size_t i = 0; i < set->segmentFlags.size(); ++i) {
+            EXPECT_EQ(set->segmentFlags[i], (edges[i].vertexB & kFlag) != 0) << i;
+        }
+    }
+}
+
+TEST(CreaseSet, IsNullWithoutBuffersOrEdges) {
+    const CancelAtQuestion never(kNever);
+    const Surface surface = LooseTriangles(1);
+    const IndicesPointer noTriangles = MakeIndices({}, kx::IBT_TRIANGLES);
+    EXPECT_EQ(LineSegmentSet::GetCreaseEdgesFromMesh(nullptr, surface.triangles.get(), never,
+                                                     kDegrees, false),
+              nullptr);
+    EXPECT_EQ(LineSegmentSet::GetCreaseEdgesFromMesh(surface.vertices.get(), nullptr, never,
+                                                     kDegrees, false),
+              nullptr);
+    EXPECT_EQ(LineSegmentSet::GetCreaseEdgesFromMesh(surface.vertices.get(), noTriangles.get(),
+                                                     never, kDegrees, true),
+              nullptr);
+    EXPECT_EQ(surface.vertices->GetReferences(), 1);
+}
+
+TEST(CreaseSet, OfATriMeshTakesBothItsTransformations) {
+    const auto mesh =
+        test_support::MakeMesh(test_support::Triangle(Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0, 1, 0)));
+    const auto local = test_support::ScaleAndMove(Vec3(2, 2, 2), Vec3(1, 0, 0));
+    const auto world = test_support::ScaleAndMove(Vec3(1, 3, 1), Vec3(0, 4, 0));
+    mesh->SetLocalTransformation(local);
+    mesh->SetWorldTransformation(world);
+    const SetPointer set(LineSegmentSet::GetCreaseEdgesFromTriMesh(
+        mesh.get(), CancelAtQuestion(kNever), kDegrees, false));
+    ASSERT_TRUE(set);
+    EXPECT_EQ(set->GetVertexBuffer(), mesh->GetVertexBuffer());
+    EXPECT_EQ(set->GetLocalTransformation(), local);
+    EXPECT_EQ(set->GetWorldTransformation(), world);
+    EXPECT_EQ(set->GetModelBound().max[1], 1.0F);
+    EXPECT_EQ(
+        LineSegmentSet::GetCreaseEdgesFromTriMesh(mesh.get(), CancelAtQuestion(1), kDegrees, false),
+        nullptr);
+}
+
+TEST(EdgeTags, NeedVertices) {
+    std::vector<CreaseEdgeInfo> edges{{0, 1}};
+    std::vector<unsigned char> tags;
+    const IndicesPointer lines = MakeIndices({0, 1});
+    const VerticesPointer none = MakeVertices({});
+    EXPECT_FALSE(ComputeEdgeInfoFromIBuffer(edges, nullptr, lines.get(), tags));
+    EXPECT_FALSE(ComputeEdgeInfoFromIBuffer(edges, none.get(), lines.get(), tags));
+    EXPECT_EQ(edges.size(), 1U);
+}
+
+TEST(EdgeTags, WithoutALineListAllEdgesAreCreasesOnly) {
+    const VerticesPointer vertices = MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(2, 0, 0)});
+    std::vector<CreaseEdgeInfo> edges{{0, 1}, {1, 2}};
+    std::vector<unsigned char> tags{7, 7, 7};
+    EXPECT_TRUE(ComputeEdgeInfoFromIBuffer(edges, vertices.get(), nullptr, tags));
+    EXPECT_EQ(tags, (std::vector<unsigned char>{2, 2}));
+    EXPECT_EQ(edges.size(), 2U);
+}
+
+TEST(EdgeTags, TellWhereEveryEdgeCameFrom) {
+    const VerticesPointer vertices = MakeVertices(
+        {Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(2, 0, 0), Vec3(3, 0, 0)}, {kUp, kUp, kUp, kUp});
+    std::vector<CreaseEdgeInfo> edges{{0, 1}, {1, 2 | kFlag}};
+    std::vector<unsigned char> tags;
+    const IndicesPointer lines = MakeIndices({3, 2, 2, 1}); // 1 - 2 is known, flag or not
+    EXPECT_TRUE(ComputeEdgeInfoFromIBuffer(edges, vertices.get(), lines.get(), tags));
+    EXPECT_EQ(Plain(edges), (std::vector<Edge>{{0, 1, false}, {1, 2, true}, {2, 3, true}}));
+    EXPECT_EQ(tags, (std::vector<unsigned char>{2, 3, 1}));
+}
+
+TEST(EdgeTags, TheLineListIsTurnedSoThatTheSmallerPositionComesFirst) {
+    const VerticesPointer vertices =
+        MakeVertices({Vec3(5, 0, 0), Vec3(1, 0, 0), Vec3(1, 0, 0), Vec3(0, 9, 9)});
+    std::vector<CreaseEdgeInfo> edges;
+    std::vector<unsigned char> tags;
+    const IndicesPointer lines = MakeIndices({0, 1, 2, 1, 3, 0});
+    EXPECT_TRUE(ComputeEdgeInfoFromIBuffer(edges, vertices.get(), lines.get(), tags));
+    EXPECT_EQ(IndicesOf(lines.get()), (std::vector<unsigned int>{1, 0, 1, 2, 3, 0}));
+}
+
+TEST(EdgeTags, AnotherCopyOfTheSamePlaceIsAnEdgeOfItsOwn) {
+    const VerticesPointer vertices =
+        MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0, 0, 0), Vec3(1, 0, 0)});
+    std::vector<CreaseEdgeInfo> edges{{0, 1}};
+    std::vector<unsigned char> tags;
+    const IndicesPointer lines = MakeIndices({2, 3});
+    EXPECT_TRUE(ComputeEdgeInfoFromIBuffer(edges, vertices.get(), lines.get(), tags));
+    EXPECT_EQ(WithoutFlags(Plain(edges)), (Pairs{{0, 1}, {2, 3}}));
+    EXPECT_EQ(tags, (std::vector<unsigned char>{2, 1}));
+}
+
+TEST(EdgeTags, ASegmentListedTwiceIsAddedOnce) {
+    const VerticesPointer vertices =
+        MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(2, 0, 0), Vec3(3, 0, 0)});
+    std::vector<CreaseEdgeInfo> edges{{0, 1}};
+    std::vector<unsigned char> tags;
+    const IndicesPointer lines = MakeIndices({2, 3, 1, 0, 3, 2, 0, 1, 2, 3});
+    EXPECT_TRUE(ComputeEdgeInfoFromIBuffer(edges, vertices.get(), lines.get(), tags));
+    EXPECT_EQ(WithoutFlags(Plain(edges)), (Pairs{{0, 1}, {2, 3}}));
+    EXPECT_EQ(tags, (std::vector<unsigned char>{3, 1}));
+}
+
+TEST(EdgeTags, AddedEdgesAreFlaggedByTheirOwnNormals) {
+    const Vec3 slanted(1.0F, 0.0F, 0.0F);
+    const VerticesPointer vertices =
+        MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(2, 0, 0)}, {kUp, kUp, slanted});
+    std::vector<CreaseEdgeInfo> edges;
+    std::vector<unsigned char> tags;
+    const IndicesPointer lines = MakeIndices({0, 1, 1, 2});
+    EXPECT_TRUE(ComputeEdgeInfoFromIBuffer(edges, vertices.get(), lines.get(), tags));
+    std::vector<Edge> added = Plain(edges);
+    std::sort(added.begin(), added.end());
+    EXPECT_EQ(added, (std::vector<Edge>{{0, 1, true}, {1, 2, false}}));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The whole extraction once more, with a map from places to edges.
+
+using Place = std::array<float, 3>;
+
+struct Reference {
+    const Surface& surface;
+    float limit;
+    std::vector<Edge> edges;
+
+    const Vec3& position(unsigned int v) const {
+        return surface.vertices->Position3(static_cast<int>(v));
+    }
+    const Vec3& normal(unsigned int v) const {
+        const kx::kxVertexBuffer& vertices = *surface.vertices;
+        return vertices.Normal3(static_cast<int>(v));
+    }
+    static float dot(const Vec3& a, const Vec3& b) {
+        return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+    }
+
+    using Member = std::pair<unsigned int, unsigned int>;
+
+    bool isPerpendicular(const Vec3& d, float tolerance, const Member& m) const {
+        return std::abs(dot(normal(m.first), d)) < tolerance &&
+               std::abs(dot(normal(m.second), d)) < tolerance;
+    }
+
+    void write(const std::vector<Member>& group) {
+        const Member& r = group.front();
+        const Vec3 d = position(r.second) - position(r.first);
+        const float tolerance = std::sqrt(dot(d, d)) * 0.0009765625F;
+        const bool perpendicular = isPerpendicular(d, tolerance, r);
+        if (group.size() == 1) {
+            edges.emplace_back(r.first, r.second, perpendicular);
+            return;
+        }
+        // A pair of vertices is written once: what is already there is recognised by the set.
+        std::set<Member> written;
+        for (std::size_t j = 1; j < group.size(); ++j) {
+            const Member& m = group[j];
+            if (!(dot(normal(r.first), normal(m.first)) < limit ||
+                  dot(normal(r.second), normal(m.second)) < limit)) {
+                continue;
+            }
+            const bool flag = perpendicular && isPerpendicular(d, tolerance, m);
+            for (const Member& next : {r, m}) {
+                if (written.insert(next).second) {
+                    edges.emplace_back(next.first, next.second, flag);
+                }
+            }
+        }
+    }
+};
+
+std::vector<Edge> ExpectedCreases(const Surface& surface, float degrees) {
+    std::map<std::pair<Place, Place>, std::vector<Reference::Member>> groups;
+    const std::vector<unsigned int> indices = IndicesOf(surface.triangles.get());
+    for (std::size_t t = 0; t + 2 < indices.size(); t += 3) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            std::pair<Place, unsigned int> a;
+            std::pair<Place, unsigned int> b;
+            a.second = indices[t + k];
+            b.second = indices[t + (k + 1) % 3];
+            a.first = KeyOf(surface.vertices->Position3(static_cast<int>(a.second)));
+            b.first = KeyOf(surface.vertices->Position3(static_cast<int>(b.second)));
+            if (b < a) {
+                std::swap(a, b);
+            }
+            groups[{a.first, b.first}].emplace_back(a.second, b.second);
+        }
+    }
+    Reference reference{surface, std::cos(degrees * Wm4::Math<float>::DEG_TO_RAD), {}};
+    for (auto& [ends, group] : groups) {
+        std::sort(group.begin(), group.end());
+        reference.write(group);
+    }
+    return reference.edges;
+}
+
+Vec3 RandomNormal(Random& random) {
+    switch (random.below(4)) {
+    case 0:
+        return kUp;
+    case 1:
+        return {0.0F, 0.0F, 0.0F};
+    case 2:
+        return Tilted(static_cast<float>(random.between(-12, 12)));
+    default:
+        return {random.uniform(-1, 1), random.uniform(-1, 1), random.uniform(-1, 1)};
+    }
+}
+
+Surface RandomSurface(Random& random) {
+    const int vertexCount = random.between(3, 24);
+    const int extent = random.between(1, 2);
+    std::vector<Vec3> positions;
+    std::vector<Vec3> normals;
+    for (int i = 0; i < vertexCount; ++i) {
+        Vec3 p;
+        for (int axis = 0; axis < 3; ++axis) {
+            const auto whole = static_cast<float>(random.between(-extent, extent));
+            p[axis] = random.percent(20) ? -whole : whole; // some zeros are negative
+        }
+        positions.push_back(p);
+        normals.push_back(RandomNormal(random));
+    }
+    const int whole = 3 * random.between(1, 30);
+    std::vector<unsigned int> triangles(static_cast<std::size_t>(whole + random.below(3)));
+    for (unsigned int& index : triangles) {
+        index = static_cast<unsigned int>(random.below(vertexCount));
+    }
+    return MakeSurface(positions, random.percent(10) ? std::vector<Vec3>() : normals, triangles);
+}
+
+TEST(CreaseEdges, AgreeWithAPlainMapOnRandomMeshes) {
+    Random random(51);
+    std::size_t written = 0;
+    std::size_t flagged = 0;
+    const int trials = Scaled(4000);
+    for (int trial = 0; trial < trials; ++trial) {
+        const Surface surface = RandomSurface(random);
+        const auto degrees = static_cast<float>(random.below(100));
+        const std::vector<Edge> edges = Creases(surface, degrees);
+        ASSERT_EQ(edges, ExpectedCreases(surface, degrees)) << "trial " << trial;
+        written += edges.size();
+        flagged += static_cast<std::size_t>(std::count_if(
+            edges.begin(), edges.end(), [](const Edge& e) { return std::get<2>(e); }));
+    }
+    EXPECT_GT(written, 10U * static_cast<unsigned int>(trials));
+    EXPECT_GT(flagged, static_cast<unsigned int>(trials) / 2);
+}
+
+} // namespace
