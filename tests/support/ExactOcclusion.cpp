@@ -1,0 +1,151 @@
+// Side values and depths are linear along the edge, so each condition bounds the parameter from one
+// side. Depth is compared by interpolating the corners, without the triangle's plane normal.
+#include "support/ExactOcclusion.h"
+
+#include <algorithm>
+#include <array>
+
+namespace test_support {
+
+namespace {
+
+// The point (x, y, z) / w with a positive weight w, which is 1 for points of the grid.
+struct WidePoint {
+    Wide x;
+    Wide y;
+    Wide z;
+    Wide w;
+};
+
+WidePoint Widen(const ctr::BakedVertex& v) {
+    return {v.x, v.y, v.z, 1};
+}
+
+// Twice the area of (from, to, p) on the screen, times p's weight: positive when p is to the left.
+Wide SideOf(const WidePoint& from, const WidePoint& to, const WidePoint& p) {
+    return (to.x - from.x) * (p.y - from.y * p.w) - (to.y - from.y) * (p.x - from.x * p.w);
+}
+
+// The depth of p less that of the triangle's plane there, times twice the triangle's area and p's
+// weight. Over the area the side values are barycentric coordinates: each side weighs the corner
+// that lies opposite.
+Wide DepthBehind(const std::array<WidePoint, 3>& t, const WidePoint& p) {
+    const Wide area = SideOf(t[0], t[1], t[2]);
+    const Wide plane = SideOf(t[1], t[2], p) * t[0].z + SideOf(t[2], t[0], p) * t[1].z +
+                       SideOf(t[0], t[1], p) * t[2].z;
+    return p.z * area - plane;
+}
+
+std::array<WidePoint, 3> Widen(const GridTriangle& t) {
+    return {Widen(t[0]), Widen(t[1]), Widen(t[2])};
+}
+
+// A condition that holds where a function, linear from its value at t = 0 to that at t = 1, is
+// positive; at its zero too unless it is strict.
+struct Condition {
+    Wide atStart;
+    Wide atEnd;
+    bool strict;
+
+    bool isConstant() const { return atStart == atEnd; }
+    bool rises() const { return atStart < atEnd; }
+    bool holdsNowhere() const { return strict ? atStart <= 0 : atStart < 0; } // when constant
+    Fraction zero() const {
+        return rises() ? Fraction{-atStart, atEnd - atStart} : Fraction{atStart, atStart - atEnd};
+    }
+};
+
+std::array<Condition, 4>
+Conditions(const std::array<WidePoint, 3>& t, const WidePoint& a, const WidePoint& b) {
+    return {Condition{SideOf(t[0], t[1], a), SideOf(t[0], t[1], b), false},
+            Condition{SideOf(t[1], t[2], a), SideOf(t[1], t[2], b), false},
+            Condition{SideOf(t[2], t[0], a), SideOf(t[2], t[0], b), false},
+            Condition{DepthBehind(t, a), DepthBehind(t, b), true}};
+}
+
+struct Bounds {
+    Fraction start = {0, 1};
+    Fraction end = {1, 1};
+    bool none = false;
+
+    void narrow(const Condition& condition) {
+        if (condition.isConstant()) {
+            none = none || condition.holdsNowhere();
+        } else if (condition.rises()) {
+            start = Compare(condition.zero(), start) >= 0 ? condition.zero() : start;
+        } else {
+            end = Compare(condition.zero(), end) <= 0 ? condition.zero() : end;
+        }
+    }
+    bool fillMoreThanAPoint() const { return !none && Compare(start, end) < 0; }
+    bool areOnePoint() const { return !none && Compare(start, end) == 0; }
+};
+
+Wm4::Vector2<long> Narrow(const Fraction& value) {
+    return {static_cast<long>(value.numerator), static_cast<long>(value.denominator)};
+}
+
+WidePoint PointAt(const WidePoint& a, const WidePoint& b, const Fraction& t) {
+    const Wide rest = t.denominator - t.numerator;
+    return {a.x * rest + b.x * t.numerator, a.y * rest + b.y * t.numerator,
+            a.z * rest + b.z * t.numerator, t.denominator};
+}
+
+bool IsInside(const std::array<WidePoint, 3>& t, const WidePoint& p) {
+    return SideOf(t[0], t[1], p) >= 0 && SideOf(t[1], t[2], p) >= 0 && SideOf(t[2], t[0], p) >= 0;
+}
+
+} // namespace
+
+Encounter Meet(const GridTriangle& triangle, const ctr::BakedVertex& a, const ctr::BakedVertex& b) {
+    const std::array<Condition, 4> conditions = Conditions(Widen(triangle), Widen(a), Widen(b));
+    const Condition& behind = conditions[3];
+    Encounter encounter;
+    Bounds bounds;
+    for (std::size_t side = 0; side < 3; ++side) {
+        bounds.narrow(conditions[side]);
+        encounter.alongSide =
+            encounter.alongSide || (conditions[side].isConstant() && conditions[side].atStart == 0);
+    }
+    encounter.touches = bounds.areOnePoint();
+    const bool overlaps = bounds.fillMoreThanAPoint();
+    encounter.alongSide = encounter.alongSide && overlaps;
+    encounter.inPlane = overlaps && behind.atStart == 0 && behind.atEnd == 0;
+    encounter.pierces = overlaps && !behind.isConstant() &&
+                        Compare(bounds.start, behind.zero()) < 0 &&
+                        Compare(behind.zero(), bounds.end) < 0;
+    bounds.narrow(behind);
+    if (bounds.fillMoreThanAPoint()) {
+        encounter.hidden = ctr::RationalInterval{Narrow(bounds.start), Narrow(bounds.end)};
+    }
+    return encounter;
+}
+
+std::vector<ctr::RationalInterval>
+HiddenRanges(const ExactBaked& baked, const ctr::BakedVertex& a, const ctr::BakedVertex& b) {
+    std::vector<ctr::RationalInterval> ranges;
+    for (std::size_t i = 0; i < baked.triangles.size(); ++i) {
+        const Encounter encounter = Meet(baked.corners(i), a, b);
+        if (encounter.hidden) {
+            ranges.push_back(*encounter.hidden);
+        }
+    }
+    SortByValue(ranges);
+    return ranges;
+}
+
+bool IsPointHidden(const ExactBaked& baked,
+                   const ctr::BakedVertex& a,
+                   const ctr::BakedVertex& b,
+                   const Fraction& parameter) {
+    const WidePoint point = PointAt(Widen(a), Widen(b), parameter);
+    for (std::size_t i = 0; i < baked.triangles.size(); ++i) {
+        const auto triangle = Widen(baked.corners(i));
+        if (IsInside(triangle, point) && DepthBehind(triangle, point) > 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace test_support

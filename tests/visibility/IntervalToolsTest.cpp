@@ -1,0 +1,239 @@
+// Fusing of hidden ranges, against the union as a set of numbers.
+#include <ctr/IntervalTools.h>
+
+#include "support/ExactFractions.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using ctr::RationalInterval;
+using test_support::Compare;
+using test_support::ExactUnion;
+using test_support::Random;
+using test_support::SameForm;
+using test_support::Scaled;
+using test_support::Text;
+
+using Intervals = std::vector<RationalInterval>;
+
+RationalInterval
+Range(long startNumerator, long startDenominator, long endNumerator, long endDenominator) {
+    return {{startNumerator, startDenominator}, {endNumerator, endDenominator}};
+}
+
+Intervals Fused(Intervals intervals) {
+    ctr::IntervalTools::FuseOverlappingIntervals(intervals);
+    return intervals;
+}
+
+testing::AssertionResult Gives(const Intervals& input, const Intervals& expected) {
+    const Intervals output = Fused(input);
+    if (SameForm(output, expected)) {
+        return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure()
+           << Text(input) << " gave " << Text(output) << ", not " << Text(expected);
+}
+
+void Shuffle(Random& random, Intervals& intervals) {
+    for (std::size_t i = intervals.size(); i > 1; --i) {
+        std::swap(intervals[i - 1],
+                  intervals[static_cast<std::size_t>(random.below(static_cast<int>(i)))]);
+    }
+}
+
+// Few values in many forms, so that equal ends are the rule.
+Wm4::Vector2<long> AnyEnd(Random& random) {
+    const long denominator = random.between(1, 8);
+    const long factor = random.percent(40) ? random.between(2, 4) : 1;
+    return {random.between(0, static_cast<int>(denominator)) * factor, denominator * factor};
+}
+
+// Values that no 64-bit product can tell apart.
+Wm4::Vector2<long> AnyLargeEnd(Random& random) {
+    const long denominator = (1L << 62U) - random.between(0, 3);
+    return {(1L << 61U) + random.between(-3, 3), denominator};
+}
+
+RationalInterval AnyRange(Random& random, Wm4::Vector2<long> (*anyEnd)(Random&)) {
+    RationalInterval interval{anyEnd(random), anyEnd(random)};
+    if (Compare(interval.start, interval.end) > 0) {
+        std::swap(interval.start, interval.end);
+    }
+    return interval;
+}
+
+Intervals AnyRanges(Random& random) {
+    auto* const anyEnd = random.percent(70) ? AnyEnd : AnyLargeEnd;
+    Intervals intervals;
+    for (int i = random.below(8); i >= 0; --i) {
+        intervals.push_back(AnyRange(random, anyEnd));
+    }
+    return intervals;
+}
+
+TEST(FuseOverlappingIntervals, TouchingRangesBecomeOne) {
+    EXPECT_TRUE(Gives({Range(0, 1, 1, 4), Range(1, 4, 1, 2)}, {Range(0, 1, 1, 2)}));
+    EXPECT_TRUE(Gives({Range(0, 1, 1, 2), Range(2, 4, 1, 1)}, {Range(0, 1, 1, 1)}));
+}
+
+TEST(FuseOverlappingIntervals, RangesApartStayApartAndAreSorted) {
+    const Intervals apart = {Range(0, 1, 1, 4), Range(3, 10, 1, 2)};
+    EXPECT_TRUE(Gives(apart, apart));
+    EXPECT_TRUE(Gives({apart[1], apart[0]}, apart));
+}
+
+TEST(FuseOverlappingIntervals, OverlappingRangesBecomeOne) {
+    EXPECT_TRUE(Gives({Range(1, 2, 1, 1), Range(0, 1, 3, 4)}, {Range(0, 1, 1, 1)}));
+}
+
+TEST(FuseOverlappingIntervals, AContainedRangeChangesNothing) {
+    EXPECT_TRUE(Gives({Range(0, 1, 1, 1), Range(1, 4, 1, 2)}, {Range(0, 1, 1, 1)}));
+}
+
+TEST(FuseOverlappingIntervals, NothingStaysNothing) {
+    EXPECT_TRUE(Gives({}, {}));
+}
+
+TEST(FuseOverlappingIntervals, OneRangeStaysAsItIs) {
+    EXPECT_TRUE(Gives({Range(2, 8, 6, 8)}, {Range(2, 8, 6, 8)}));
+    EXPECT_TRUE(Gives({Range(1, 2, 1, 2)}, {Range(1, 2, 1, 2)}));
+}
+
+TEST(FuseOverlappingIntervals, ALaterEqualEndDoesNotReplaceTheFirst) {
+    EXPECT_TRUE(
+        Gives({Range(0, 1, 2, 4), Range(1, 8, 1, 2), Range(1, 4, 3, 6)}, {Range(0, 1, 2, 4)}));
+}
+
+TEST(FuseOverlappingIntervals, KeepsTheSmallerNumeratorOfEqualStarts) {
+    const Intervals expected = {Range(1, 4, 3, 4)};
+    EXPECT_TRUE(Gives({Range(2, 8, 3, 4), Range(1, 4, 1, 2)}, expected));
+    EXPECT_TRUE(Gives({Range(1, 4, 1, 2), Range(2, 8, 3, 4)}, expected));
+}
+
+TEST(FuseOverlappingIntervals, KeepsTheEndOfTheRangeThatSortsFirst) {
+    // Starts are equal in value: the one written 1/2 comes first, and with it the end 4/4.
+    const Intervals byStart = {Range(1, 2, 4, 4)};
+    EXPECT_TRUE(Gives({Range(2, 4, 1, 1), Range(1, 2, 4, 4)}, byStart));
+    EXPECT_TRUE(Gives({Range(1, 2, 4, 4), Range(2, 4, 1, 1)}, byStart));
+    // Starts are equal in form too: the end with the smaller numerator comes first.
+    const Intervals byEnd = {Range(1, 2, 1, 1)};
+    EXPECT_TRUE(Gives({Range(1, 2, 4, 4), Range(1, 2, 1, 1)}, byEnd));
+    EXPECT_TRUE(Gives({Range(1, 2, 1, 1), Range(1, 2, 4, 4)}, byEnd));
+}
+
+TEST(FuseOverlappingIntervals, ANegativeStartSortsFirst) {
+    const Intervals expected = {Range(-1, 1, 1, 4), Range(1, 2, 1, 1)};
+    EXPECT_TRUE(Gives({Range(1, 2, 1, 1), Range(-1, 1, 1, 4)}, expected));
+    EXPECT_TRUE(Gives({Range(-1, 1, 1, 4), Range(1, 2, 1, 1)}, expected));
+}
+
+TEST(FuseOverlappingIntervals, NegativeStartsFuseWithEachOther) {
+    Random random(7);
+    Intervals intervals = {Range(-1, 1, 1, 8), Range(-5, 1, 1, 4), Range(-2, 3, 1, 16),
+                           Range(0, 1, 1, 2), Range(3, 4, 1, 1)};
+    for (int order = 0; order < 200; ++order) {
+        Shuffle(random, intervals);
+        const Intervals output = Fused(intervals);
+        ASSERT_EQ(output.size(), 2U) << Text(output);
+        EXPECT_LT(output[0].start.X(), 0);
+        EXPECT_TRUE(SameForm(output[0].end, {1, 2})) << Text(output);
+        EXPECT_TRUE(SameForm(output[1], Range(3, 4, 1, 1))) << Text(output);
+    }
+}
+
+TEST(FuseOverlappingIntervals, ManyNegativeStartsSortWithoutHarm) {
+    Intervals intervals;
+    for (int i = 0; i < 500; ++i) {
+        intervals.push_back(Range(i % 3 == 0 ? -1 - i : i, 1000, i, 500));
+    }
+    const Intervals output = Fused(intervals);
+    ASSERT_EQ(output.size(), 1U);
+    EXPECT_LT(output[0].start.X(), 0);
+    EXPECT_TRUE(SameForm(output[0].end, {499, 500}));
+}
+
+TEST(FuseOverlappingIntervals, ANegativeEndNeverExtends) {
+    EXPECT_TRUE(Gives({Range(0, 1, 1, 2), Range(1, 4, -1, 1)}, {Range(0, 1, 1, 2)}));
+}
+
+TEST(FuseOverlappingIntervals, WorksInPlace) {
+    Intervals intervals = {Range(1, 2, 1, 1), Range(0, 1, 1, 8), Range(1, 4, 1, 2)};
+    const RationalInterval* const memory = intervals.data();
+    const std::size_t capacity = intervals.capacity();
+    ctr::IntervalTools::FuseOverlappingIntervals(intervals);
+    EXPECT_EQ(intervals.data(), memory);
+    EXPECT_EQ(intervals.capacity(), capacity);
+    EXPECT_EQ(intervals.size(), 2U);
+}
+
+TEST(FuseOverlappingIntervals, IsTheUnionOfTheRanges) {
+    int fused = 0;
+    int apart = 0;
+    for (int trial = 0; trial < Scaled(50000); ++trial) {
+        Random random(static_cast<std::uint64_t>(trial));
+        const Intervals input = AnyRanges(random);
+        const Intervals output = Fused(input);
+        ASSERT_TRUE(SameForm(output, ExactUnion(input)))
+            << "trial " << trial << ": " << Text(input) << " gave " << Text(output) << ", not "
+            << Text(ExactUnion(input));
+        fused += output.size() < input.size() ? 1 : 0;
+        apart += output.size() > 1 ? 1 : 0;
+    }
+    EXPECT_GT(fused, Scaled(50000) / 2);
+    EXPECT_GT(apart, Scaled(50000) / 10);
+}
+
+TEST(FuseOverlappingIntervals, DoesNotDependOnTheOrderOfTheInput) {
+    for (int trial = 0; trial < Scaled(10000); ++trial) {
+        Random random(static_cast<std::uint64_t>(trial));
+        Intervals input = AnyRanges(random);
+        const Intervals output = Fused(input);
+        for (int order = 0; order < 4; ++order) {
+            Shuffle(random, input);
+            ASSERT_TRUE(Gives(input, output)) << "trial " << trial;
+        }
+    }
+}
+
+TEST(FuseOverlappingIntervals, ChangesNothingASecondTime) {
+    for (int trial = 0; trial < Scaled(10000); ++trial) {
+        Random random(static_cast<std::uint64_t>(trial));
+        const Intervals output = Fused(AnyRanges(random));
+        ASSERT_TRUE(Gives(output, output)) << "trial " << trial;
+    }
+}
+
+TEST(FuseOverlappingIntervals, HiddenAndVisibleTileTheEdge) {
+    int hiddenSamples = 0;
+    int visibleSamples = 0;
+    for (int trial = 0; trial < Scaled(10000); ++trial) {
+        Random random(static_cast<std::uint64_t>(trial));
+        Intervals input;
+        for (int i = random.below(8); i > 0; --i) {
+            input.push_back(AnyRange(random, AnyEnd));
+        }
+        const Intervals output = Fused(input);
+        for (std::size_t i = 1; i < output.size(); ++i) {
+            ASSERT_LT(Compare(output[i - 1].end, output[i].start), 0) << "trial " << trial;
+        }
+        for (const auto& sample : test_support::SamplesBetweenEnds(input)) {
+            const bool hidden = test_support::Contains(input, sample);
+            ASSERT_EQ(test_support::Contains(output, sample), hidden)
+                << "trial " << trial << " at " << Text(sample) << ": " << Text(input) << " gave "
+                << Text(output);
+            ++(hidden ? hiddenSamples : visibleSamples);
+        }
+    }
+    EXPECT_GT(hiddenSamples, Scaled(10000));
+    EXPECT_GT(visibleSamples, Scaled(10000) / 4);
+}
+
+} // namespace
