@@ -1,9 +1,10 @@
-// Loose segments chained into polylines, so that each can be drawn as one stroke.
-//
-// Chains run through vertices that exactly two segment ends share; they end at loose ends, at
-// junctions, and where a closed loop has come back to its start.
+// Loose segments made into polylines, so that each can be drawn as one stroke: chained, searched
+// for straight runs and arcs, and runs that continue each other joined.
 #include <ctr/LineSegmentSet.h>
 
+#include "linesets/Chains.h"
+#include "linesets/RunFitting.h"
+#include "linesets/RunJoining.h"
 #include "linesets/SetConstruction.h"
 
 #include <algorithm>
@@ -12,102 +13,6 @@
 
 namespace ctr {
 namespace {
-
-/// One segment end at a vertex: where the segment leads to, and which it is.
-struct SegmentEnd {
-    unsigned int neighbour;
-    unsigned int segment;
-};
-
-/// The segment ends at every vertex in one flat array, in the order of the segments.
-class Adjacency {
-public:
-    Adjacency(std::size_t vertexCount, const unsigned int* indices, std::size_t segmentCount)
-        : firstEnd_(vertexCount + 1, 0), ends_(2 * segmentCount) {
-        for (std::size_t i = 0; i < 2 * segmentCount; ++i) {
-            ++firstEnd_[indices[i] + std::size_t{1}];
-        }
-        for (std::size_t vertex = 0; vertex < vertexCount; ++vertex) {
-            firstEnd_[vertex + 1] += firstEnd_[vertex];
-        }
-        std::vector<std::size_t> next(firstEnd_.begin(), firstEnd_.end() - 1);
-        for (std::size_t i = 0; i < 2 * segmentCount; ++i) {
-            ends_[next[indices[i]]++] = {indices[i ^ 1U], static_cast<unsigned int>(i / 2)};
-        }
-    }
-
-    std::size_t vertexCount() const { return firstEnd_.size() - 1; }
-    std::size_t valence(std::size_t vertex) const {
-        return firstEnd_[vertex + 1] - firstEnd_[vertex];
-    }
-    const SegmentEnd* begin(std::size_t vertex) const { return ends_.data() + firstEnd_[vertex]; }
-    const SegmentEnd* end(std::size_t vertex) const { return begin(vertex) + valence(vertex); }
-
-private:
-    std::vector<std::size_t> firstEnd_;
-    std::vector<SegmentEnd> ends_;
-};
-
-/// A segment as it is written: its two vertices in the direction of the chain, and its number.
-struct ChainLink {
-    unsigned int from;
-    unsigned int to;
-    unsigned int segment;
-};
-
-/// Writes every segment once, chain by chain.
-class ChainBuilder {
-public:
-    ChainBuilder(const Adjacency& adjacency, std::size_t segmentCount)
-        : adjacency_(adjacency), used_(segmentCount, false) {
-        links_.reserve(segmentCount);
-    }
-
-    /// Links of all chains; chainEnds gets the number of links up to the end of each.
-    std::vector<ChainLink> build(std::vector<std::size_t>& chainEnds) {
-        for (std::size_t vertex = 0; vertex < adjacency_.vertexCount(); ++vertex) {
-            for (const SegmentEnd* seed = adjacency_.begin(vertex); seed != adjacency_.end(vertex);
-                 ++seed) {
-                if (!used_[seed->segment]) {
-                    buildChain(static_cast<unsigned int>(vertex), *seed);
-                    chainEnds.push_back(links_.size());
-                }
-            }
-        }
-        return std::move(links_);
-    }
-
-private:
-    void buildChain(unsigned int vertex, const SegmentEnd& seed) {
-        const auto chainBegin = static_cast<std::ptrdiff_t>(links_.size());
-        used_[seed.segment] = true;
-        walk(vertex, seed.neighbour);
-        std::reverse(links_.begin() + chainBegin, links_.end());
-        std::for_each(links_.begin() + chainBegin, links_.end(),
-                      [](ChainLink& link) { std::swap(link.from, link.to); });
-        links_.push_back({vertex, seed.neighbour, seed.segment});
-        walk(seed.neighbour, vertex);
-    }
-
-    /// Appends segments from a vertex onward, away from the one before it.
-    void walk(unsigned int vertex, unsigned int previous) {
-        while (adjacency_.valence(vertex) == 2) {
-            const SegmentEnd* ends = adjacency_.begin(vertex);
-            const SegmentEnd& next = ends[0].neighbour != previous ? ends[0] : ends[1];
-            if (used_[next.segment]) {
-                return;
-            }
-            used_[next.segment] = true;
-            links_.push_back({vertex, next.neighbour, next.segment});
-            previous = vertex;
-            vertex = next.neighbour;
-        }
-    }
-
-    const Adjacency& adjacency_;
-    std::vector<bool> used_;
-    std::vector<ChainLink> links_;
-};
 
 bool IndicesInRange(const unsigned int* indices, std::size_t count, int vertexQuantity) {
     return std::all_of(indices, indices + count, [vertexQuantity](unsigned int index) {
@@ -137,11 +42,46 @@ void ReorderTags(std::vector<unsigned char>& tags, const std::vector<ChainLink>&
     tags = std::move(reordered);
 }
 
+/// The input flags in the order of the links; none set where none are given.
+std::vector<bool> OrderedFlags(const std::vector<bool>* flags,
+                               const std::vector<ChainLink>& links) {
+    std::vector<bool> ordered(links.size(), false);
+    if (flags != nullptr) {
+        for (std::size_t i = 0; i < links.size(); ++i) {
+            ordered[i] = links[i].segment < flags->size() && (*flags)[links[i].segment];
+        }
+    }
+    return ordered;
+}
+
+/// One record a chain, with room for one a segment: records never move, so links stay valid.
+std::vector<LineSegmentSet::ArcFeature> ChainRecords(const std::vector<std::size_t>& chainEnds,
+                                                     std::size_t segmentCount) {
+    std::vector<LineSegmentSet::ArcFeature> records;
+    records.reserve(segmentCount);
+    std::uint32_t first = 0;
+    for (const std::size_t chainEnd : chainEnds) {
+        const auto end = static_cast<std::uint32_t>(2 * chainEnd);
+        records.push_back({first, end, nullptr, nullptr, 0});
+        first = end;
+    }
+    return records;
+}
+
+/// Sets the flags of the segments of straight runs and of no others.
+void FlagStraightRuns(std::vector<bool>& straightLineFlags,
+                      const std::vector<LineSegmentSet::ArcFeature>& records) {
+    for (const LineSegmentSet::ArcFeature& record : records) {
+        std::fill(straightLineFlags.begin() + record.first / 2,
+                  straightLineFlags.begin() + record.end / 2, (record.kind & kStraightKind) != 0);
+    }
+}
+
 } // namespace
 
 bool LineSegmentSet::BuildPolylinesImpl(const kx::kxVertexBuffer& vertices,
                                         const kx::kxIndexBuffer& lines,
-                                        const std::vector<bool>* /*flags*/,
+                                        const std::vector<bool>* flags,
                                         std::vector<unsigned char>* tags,
                                         kx::kxPointer<kx::kxIndexBuffer>& polylines,
                                         std::vector<ArcFeature>& arcs,
@@ -152,23 +92,18 @@ bool LineSegmentSet::BuildPolylinesImpl(const kx::kxVertexBuffer& vertices,
     if (count == 0 || !IndicesInRange(indices, 2 * count, vertexQuantity)) {
         return false;
     }
-    const Adjacency adjacency(static_cast<std::size_t>(vertexQuantity), indices, count);
     std::vector<std::size_t> chainEnds;
-    const std::vector<ChainLink> links = ChainBuilder(adjacency, count).build(chainEnds);
-
-    arcs.clear();
-    arcs.reserve(count);
-    std::uint32_t first = 0;
-    for (const std::size_t chainEnd : chainEnds) {
-        const auto end = static_cast<std::uint32_t>(2 * chainEnd);
-        arcs.push_back({first, end, nullptr, nullptr, 0});
-        first = end;
-    }
-    polylines = WriteLinks(links);
+    const std::vector<ChainLink> links =
+        BuildChains(static_cast<std::size_t>(vertexQuantity), indices, count, chainEnds);
+    straightLineFlags = OrderedFlags(flags, links);
     if (tags != nullptr) {
         ReorderTags(*tags, links);
     }
-    straightLineFlags.assign(count, false);
+    polylines = WriteLinks(links);
+    arcs = ChainRecords(chainEnds, count);
+    FitRuns(vertices, polylines->GetData(), straightLineFlags, arcs);
+    JoinRuns(vertices, polylines->GetData(), straightLineFlags, tags, arcs);
+    FlagStraightRuns(straightLineFlags, arcs);
     return true;
 }
 
