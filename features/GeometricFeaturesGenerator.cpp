@@ -1,5 +1,6 @@
 // The driver: bakes a cluster of meshes, extracts its feature lines and finds what hides them.
 #include <ctr/GeometricFeaturesGenerator.h>
+#include <ctr/TrianglesIntersection.h>
 
 #include <kxSceneGraph/kxOutlineMetadata.h>
 #include <kxSystem/kxCancelInterfaceReadOnly.h>
@@ -74,6 +75,7 @@ struct GeometricFeaturesGenerator::tInternal {
     void initBakedTriangles();
     LineSegmentSet* computeCreaseEdges(unsigned int cluster) const;
     LineSegmentSet* computeSilhouetteEdges(unsigned int cluster) const;
+    LineSegmentSet* computeIntersectionEdges(unsigned int cluster) const;
     void occludeSegment(LineSegmentSet& set,
                         std::size_t segment,
                         unsigned int cluster,
@@ -130,6 +132,16 @@ GeometricFeaturesGenerator::tInternal::computeSilhouetteEdges(unsigned int clust
     SetList list;
     exportBaked[cluster].computeSilhouetteEdges(list.sets);
     return list.fuse();
+}
+
+LineSegmentSet*
+GeometricFeaturesGenerator::tInternal::computeIntersectionEdges(unsigned int cluster) const {
+    if (cluster >= exportBaked.size()) {
+        return nullptr;
+    }
+    TrianglesIntersection intersection(exportBaked[cluster]);
+    intersection.setProgressNotifier(progressNotifier);
+    return intersection.computeIntersectionEdges();
 }
 
 void GeometricFeaturesGenerator::tInternal::announceTotal(const GeometricFeatures& features,
@@ -228,7 +240,7 @@ void GeometricFeaturesGenerator::computeGeometricFeatures(GeometricFeatures& out
     if (internal_->isCanceled()) {
         return;
     }
-    out.intersectionEdges = nullptr;
+    out.intersectionEdges = internal_->computeIntersectionEdges(cluster);
 }
 
 void GeometricFeaturesGenerator::computeOcclusion(LineSegmentSet& set, unsigned int cluster) {

@@ -20,6 +20,8 @@
 namespace ctr {
 
 using GridVector = Wm4::Vector3<long>;
+/// (numerator, denominator), the denominator positive.
+using Fraction = Wm4::Vector2<long>;
 
 inline long WrapMultiply(long a, long b) {
     return static_cast<long>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
@@ -53,6 +55,12 @@ inline GridVector Cross(const GridVector& p, const GridVector& q) {
 inline long Dot(const GridVector& p, const GridVector& q) {
     return WrapAdd(WrapAdd(WrapMultiply(p[0], q[0]), WrapMultiply(p[1], q[1])),
                    WrapMultiply(p[2], q[2]));
+}
+
+/// The fraction with its sign moved into the numerator.
+inline Fraction MakeFraction(long numerator, long denominator) {
+    return denominator < 0 ? Fraction(WrapSubtract(0, numerator), WrapSubtract(0, denominator))
+                           : Fraction(numerator, denominator);
 }
 
 } // namespace ctr

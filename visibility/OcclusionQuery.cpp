@@ -17,14 +17,6 @@
 namespace ctr {
 namespace {
 
-using Fraction = Wm4::Vector2<long>;
-
-/// The fraction with its sign moved into the numerator.
-Fraction MakeFraction(long numerator, long denominator) {
-    return denominator < 0 ? Fraction(WrapSubtract(0, numerator), WrapSubtract(0, denominator))
-                           : Fraction(numerator, denominator);
-}
-
 /// The part of the segment that may still be hidden. On a tie the newer fraction is kept.
 struct Candidate {
     Fraction start{0, 1};
