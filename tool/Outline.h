@@ -1,0 +1,31 @@
+// The edges of a mesh that a drawing shows: sharp ones, borders, and where several sheets meet.
+#pragma once
+
+#include <Wm4Foundation.h>
+#include <kxSceneGraph/kxIndexBuffer.h>
+#include <kxSceneGraph/kxVertexBuffer.h>
+#include <kxSystem/kxPointer.h>
+
+namespace kxcontour {
+
+/// Finds every edge whose two faces bend by more than an angle, every edge of one face, and every
+/// edge of three or more, each once, as a line list over the mesh's vertices.
+///
+/// Edges are matched by the exact positions of their ends (-0 equals 0), so it does not matter
+/// whether triangles share vertices. The bend is the angle between the two face normals, in
+/// degrees: 0 on a plane, 90 at the edge of a cube. It is measured in the world, whose axes the
+/// upper three rows of toWorld give. Where both faces run along the edge the same way, one of them
+/// is turned inside out; the bend is then measured as if it were not, for the shape of the surface
+/// does not depend on how its triangles are listed. Triangles with the same three corners are one
+/// face, whichever way round: surfaces given twice, once for each side, have no more edges than
+/// once.
+///
+/// Triangles must be clean, see CleanShapes(). The lines come in the order of their positions (x,
+/// then y, then z of the smaller end, then of the larger); equal input gives equal output. Never
+/// null. O(n log n) in the number of triangles.
+kx::kxPointer<kx::kxIndexBuffer> FindOutline(const kx::kxVertexBuffer& vertices,
+                                             const kx::kxIndexBuffer& triangles,
+                                             double angleInDegrees,
+                                             const Wm4::Matrix4<double>& toWorld);
+
+} // namespace kxcontour

@@ -1,0 +1,74 @@
+// Buffered values over a pipe between two processes of one program.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <type_traits>
+
+namespace kxcontour {
+
+/// The other process closed the pipe before the message was whole.
+class PipeEnded : public std::exception {
+public:
+    const char* what() const noexcept override { return "the pipe ended early"; }
+};
+
+/// Writes to a descriptor, which it owns.
+class PipeWriter {
+public:
+    explicit PipeWriter(int descriptor);
+    /// Closes, without writing what is left in the buffer.
+    ~PipeWriter();
+    PipeWriter(const PipeWriter&) = delete;
+    PipeWriter& operator=(const PipeWriter&) = delete;
+
+    void bytes(const void* data, std::size_t size);
+
+    template <class T> void value(T value) {
+        static_assert(std::is_trivially_copyable_v<T>);
+        bytes(&value, sizeof value);
+    }
+
+    /// Writes out the buffer. False when this or an earlier write failed.
+    bool flush();
+
+private:
+    static constexpr std::size_t kBufferSize = 1U << 18U;
+
+    int descriptor_;
+    bool good_ = true;
+    std::size_t used_ = 0;
+    std::unique_ptr<std::array<char, kBufferSize>> buffer_;
+};
+
+/// Reads from a descriptor, which it owns. Throws PipeEnded where a value does not come whole.
+class PipeReader {
+public:
+    explicit PipeReader(int descriptor);
+    ~PipeReader();
+    PipeReader(const PipeReader&) = delete;
+    PipeReader& operator=(const PipeReader&) = delete;
+
+    void bytes(void* data, std::size_t size);
+
+    template <class T> T value() {
+        static_assert(std::is_trivially_copyable_v<T>);
+        T value{};
+        bytes(&value, sizeof value);
+        return value;
+    }
+
+private:
+    static constexpr std::size_t kBufferSize = 1U << 18U;
+
+    void fill();
+
+    int descriptor_;
+    std::size_t start_ = 0;
+    std::size_t end_ = 0;
+    std::unique_ptr<std::array<char, kBufferSize>> buffer_;
+};
+
+} // namespace kxcontour

@@ -1,0 +1,35 @@
+// How long the stages of a run take.
+#pragma once
+
+#include <chrono>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace kxcontour {
+
+/// A stop watch that is always in one stage.
+class Timing {
+public:
+    /// Ends the stage before and starts the next.
+    void enter(const std::string& stage);
+
+    /// Ends the last stage and writes one line a stage and one for the sum, in seconds.
+    void report(std::ostream& out);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    struct Stage {
+        std::string name;
+        double seconds;
+    };
+
+    void leave();
+
+    std::vector<Stage> stages_;
+    Clock::time_point started_;
+    bool running_ = false;
+};
+
+} // namespace kxcontour
