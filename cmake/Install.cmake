@@ -1,0 +1,37 @@
+# What `cmake --install` lays down under one prefix: the library, the seam it is written against,
+# their headers, the tool, and the two descriptions by which others find them (CMake package,
+# pkg-config). The prefix may be moved as a whole afterwards.
+include(CMakePackageConfigHelpers)
+
+# Libraries lie side by side; the tool finds them from where it lies itself.
+file(RELATIVE_PATH ctr_lib_from_bin ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+set_target_properties(kxContouringLib kxPlatform PROPERTIES INSTALL_RPATH "$ORIGIN")
+
+install(TARGETS kxContouringLib kxPlatform EXPORT kxContouringLibTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(CTR_BUILD_TOOL)
+  set_target_properties(kxcontour PROPERTIES INSTALL_RPATH "$ORIGIN/${ctr_lib_from_bin}")
+  install(TARGETS kxcontour RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
+set(ctr_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kxContouringLib)
+configure_package_config_file(cmake/kxContouringLibConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/kxContouringLibConfig.cmake
+  INSTALL_DESTINATION ${ctr_package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/kxContouringLibConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/kxContouringLibConfig.cmake
+  ${PROJECT_BINARY_DIR}/kxContouringLibConfigVersion.cmake
+  DESTINATION ${ctr_package_dir})
+install(EXPORT kxContouringLibTargets NAMESPACE kxContouringLib:: DESTINATION ${ctr_package_dir})
+
+file(RELATIVE_PATH ctr_prefix_from_pc
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" ctr_prefix_from_pc ${ctr_prefix_from_pc})
+file(RELATIVE_PATH ctr_include_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+file(RELATIVE_PATH ctr_lib_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
+configure_file(cmake/kxContouringLib.pc.in ${PROJECT_BINARY_DIR}/kxContouringLib.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/kxContouringLib.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
