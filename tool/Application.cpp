@@ -9,11 +9,13 @@
 #include "MeshBuilder.h"
 #include "OutputFile.h"
 #include "Placing.h"
+#include "Progress.h"
 #include "Timing.h"
 
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
+#include <unistd.h>
 
 namespace kxcontour {
 namespace {
@@ -137,26 +139,32 @@ std::size_t Export(const Drawing& drawing, OutputFile& output, const Options& op
 
 void Draw(const Options& options, std::ostream& out, std::ostream& log) {
     Timing timing;
+    Progress progress(log, ::isatty(STDERR_FILENO) == 1);
+    const auto enter = [&](const char* stage) {
+        timing.enter(stage);
+        progress.enter(stage);
+    };
     RequireOwnOutput(options);
     OutputFile output(options.output);
 
-    timing.enter("read");
+    enter("read");
     Input input = ReadModels(options);
 
-    timing.enter("prepare");
+    enter("prepare");
     const Scene scene = MakeScene(input, options);
-    Warn(input.dropped, options.model, log);
     Drawing drawing(AimCamera(scene, options));
 
-    timing.enter("bake");
+    enter("bake");
     drawing.bake(scene.meshes, scene.occluders);
 
-    timing.enter("features");
-    drawing.findLines();
+    enter("features");
+    drawing.findLines(progress);
 
-    timing.enter("export");
+    enter("export");
     const std::size_t lines = Export(drawing, output, options);
 
+    progress.finish();
+    Warn(input.dropped, options.model, log);
     if (options.timing) {
         timing.report(log);
     }

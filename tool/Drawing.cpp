@@ -36,10 +36,17 @@ void Drawing::bake(const MeshList& meshes, const MeshList& occluders) {
     const std::vector<const kx::kxTriMesh*> hiding = Borrowed(occluders);
     generator_.setProjectionSpace(camera_);
     generator_.setSingleExportCluster(Borrowed(meshes), &hiding);
+    occluderGenerator_.setProjectionSpace(camera_);
+    occluderGenerator_.setSingleExportCluster(hiding, nullptr);
 }
 
-void Drawing::findLines() {
+void Drawing::findLines(kx::kxProgressNotifierInterface& progress) {
+    generator_.setProgressNotifier(&progress);
     generator_.computeGeometricFeatures(features_, 0, true);
+    generator_.setProgressNotifier(nullptr);
+    if (features_.intersectionEdges) {
+        occluderGenerator_.computeOcclusion(*features_.intersectionEdges, 0);
+    }
 }
 
 bool Drawing::write(const std::string& path, const Sheet& sheet) const {

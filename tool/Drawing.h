@@ -29,7 +29,7 @@ public:
     void bake(const MeshList& meshes, const MeshList& occluders);
 
     /// Finds the lines and what of them is hidden. Creases that are silhouettes too count once.
-    void findLines();
+    void findLines(kx::kxProgressNotifierInterface& progress);
 
     /// Writes the visible lines to a file that exists. False, with errno set where the system gave
     /// a reason, when it could not be written whole.
@@ -38,6 +38,8 @@ public:
 private:
     ctr::DiscreteProjectionSpace camera_;
     ctr::GeometricFeaturesGenerator generator_;
+    /// Of the occluders alone: the library hides intersection lines behind drawn meshes only.
+    ctr::GeometricFeaturesGenerator occluderGenerator_;
     ctr::GeometricFeatures features_;
 };
 

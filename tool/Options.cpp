@@ -43,7 +43,8 @@ Exit codes:
   2  wrong usage
   3  a model cannot be read
   4  nothing to draw: no triangles, or nothing visible in the view
-  5  the drawing cannot be written)";
+  5  the drawing cannot be written
+  130  cancelled by Ctrl-C)";
 
 void AddOptions(CLI::App& app, RawOptions& raw) {
     app.add_option("model", raw.model, "The model: glTF, OBJ, STL, PLY, 3MF, FBX, IFC, ...")

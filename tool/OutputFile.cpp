@@ -3,6 +3,7 @@
 #include "OutputFile.h"
 
 #include "Failure.h"
+#include "Interrupt.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -101,16 +102,19 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_(FollowLin
 OutputFile::~OutputFile() {
     if (!temporary_.empty()) {
         ::unlink(temporary_.c_str());
+        RemoveWhenInterrupted("");
     }
 }
 
 const std::string& OutputFile::create() {
     std::string name = (FolderOf(target_) / ".kxcontour-XXXXXX").string();
+    const InterruptsHeld held;
     const int descriptor = ::mkstemp(name.data());
     if (descriptor < 0) {
         Refuse(path_, Reason(errno));
     }
     temporary_ = name;
+    RemoveWhenInterrupted(temporary_);
     const int changed = ::fchmod(descriptor, PermissionsFor(target_));
     const int reason = errno;
     ::close(descriptor);
@@ -125,6 +129,7 @@ void OutputFile::commit() {
         Refuse(path_, Reason(errno));
     }
     temporary_.clear();
+    RemoveWhenInterrupted("");
 }
 
 } // namespace kxcontour

@@ -1,6 +1,7 @@
 // kxcontour: draws a model file as an SVG line drawing. Here failures become exit codes.
 #include "Application.h"
 #include "Failure.h"
+#include "Interrupt.h"
 #include "Options.h"
 
 #include <csignal>
@@ -34,6 +35,7 @@ int Run(const std::vector<std::string>& arguments) {
 int main(int argc, char** argv) {
     // A file that outgrows its limit is reported like a full disk, not by a signal.
     std::signal(SIGXFSZ, SIG_IGN);
+    kxcontour::HandleInterrupts();
     try {
         return Run(std::vector<std::string>(argv + 1, argv + argc));
     } catch (const kxcontour::Failure& failure) {

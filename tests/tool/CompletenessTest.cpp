@@ -120,8 +120,7 @@ TEST(RequireCompleteFile, LetsOtherFormatsPass) {
 TEST(RequireCompleteFile, SaysWhatIsWrongWithAPath) {
     const TemporaryFolder folder;
     const auto refusal = [](const std::string& path) {
-        const std::string message =
-            FailureOf(ExitCode::Unreadable, [&] { RequireCompleteFile(path); });
+        std::string message = FailureOf(ExitCode::Unreadable, [&] { RequireCompleteFile(path); });
         EXPECT_TRUE(Holds(message, path + ": ")) << message;
         return message;
     };

@@ -12,7 +12,6 @@
 #include <cmath>
 #include <filesystem>
 #include <locale>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <sys/stat.h>
@@ -58,16 +57,15 @@ SvgFile Draw(const TemporaryFolder& folder, Arguments arguments) {
     const RunResult run = RunTool(arguments);
     EXPECT_EQ(run.exitCode, 0) << run.err;
     SvgFile svg = ReadSvg(output);
-    std::smatch parts;
-    const std::regex line(R"(.*/drawing\.svg: (.+) x (.+) mm, (\d+) lines?\n)");
-    EXPECT_TRUE(std::regex_match(run.out, parts, line)) << run.out;
-    if (parts.size() == 4) {
-        EXPECT_EQ(svg.width, parts[1].str() + "mm");
-        EXPECT_EQ(svg.height, parts[2].str() + "mm");
-        EXPECT_EQ(std::to_string(svg.pathCount()), parts[3].str());
-    }
-    EXPECT_EQ(svg.viewBox + "mm",
-              "0 0 " + svg.width.substr(0, svg.width.size() - 2) + " " + svg.height);
+    const auto millimetres = [](const std::string& size) {
+        return size.substr(0, size.size() - 2);
+    };
+    const std::string lines = std::to_string(svg.pathCount());
+    EXPECT_EQ(run.out, output + ": " + millimetres(svg.width) + " x " + millimetres(svg.height) +
+                           " mm, " + lines + (lines == "1" ? " line\n" : " lines\n"));
+    EXPECT_EQ(svg.width.substr(millimetres(svg.width).size()), "mm");
+    EXPECT_EQ(svg.height.substr(millimetres(svg.height).size()), "mm");
+    EXPECT_EQ(svg.viewBox + "mm", "0 0 " + millimetres(svg.width) + " " + svg.height);
     return svg;
 }
 
@@ -455,9 +453,9 @@ TEST(Timings, AreOneLineForEachStageOnStandardError) {
     const RunResult run = RunTool({model, "-o", folder.path("a.svg"), "--timing"});
     std::string pattern;
     for (const char* stage : {"read", "prepare", "bake", "features", "export", "total"}) {
-        pattern += std::string(stage) + " +[0-9.]+ s\n";
+        pattern += std::string(stage) + " *.* s\n";
     }
-    EXPECT_TRUE(std::regex_match(run.err, std::regex(pattern))) << run.err;
+    EXPECT_TRUE(tool_test::Matches(run.err, pattern)) << run.err;
     EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 1);
 }
 
@@ -502,7 +500,7 @@ TEST(Help, IsPrintedOnStandardOutput) {
     EXPECT_NE(help.out.find("Exit codes:"), std::string::npos);
     const RunResult version = RunTool({"--version"});
     EXPECT_EQ(version.exitCode, 0);
-    EXPECT_TRUE(std::regex_match(version.out, std::regex("kxcontour \\d+\\.\\d+\\.\\d+\n")));
+    EXPECT_TRUE(tool_test::Matches(version.out, "kxcontour *.*.*\n")) << version.out;
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <locale>
 #include <sstream>
 #include <stdexcept>
+#include <vector>
 
 namespace tool_test {
 namespace {
@@ -81,6 +82,21 @@ std::string ReadBytes(const std::string& path) {
     std::ostringstream bytes;
     bytes << file.rdbuf();
     return bytes.str();
+}
+
+bool Matches(const std::string& text, const std::string& pattern) {
+    // Whether the first i letters have the part of the pattern that was gone through.
+    std::vector<bool> reached(text.size() + 1, false);
+    reached[0] = true;
+    for (const char letter : pattern) {
+        for (std::size_t i = text.size() + 1; letter != '*' && i-- > 0;) {
+            reached[i] = i > 0 && reached[i - 1] && text[i - 1] == letter;
+        }
+        for (std::size_t i = 1; letter == '*' && i <= text.size(); ++i) {
+            reached[i] = reached[i] || (reached[i - 1] && text[i - 1] != '\n');
+        }
+    }
+    return reached[text.size()];
 }
 
 std::string ObjText(const MeshData& data) {

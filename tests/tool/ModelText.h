@@ -31,6 +31,9 @@ private:
 
 std::string ReadBytes(const std::string& path);
 
+/// Whether a text has the pattern, in which * stands for any text without a line end.
+bool Matches(const std::string& text, const std::string& pattern);
+
 /// @name A mesh as a file
 /// @{
 std::string ObjText(const test_support::MeshData& data);

@@ -29,7 +29,7 @@ Options Parse(const Arguments& arguments) {
 /// The message with which the arguments are refused; it is one line.
 std::string Refusal(const Arguments& arguments) {
     std::ostringstream out;
-    const std::string message = FailureOf(ExitCode::Usage, [&] { ParseOptions(arguments, out); });
+    std::string message = FailureOf(ExitCode::Usage, [&] { ParseOptions(arguments, out); });
     EXPECT_FALSE(Holds(message, "\n")) << message;
     EXPECT_EQ(out.str(), "");
     return message;

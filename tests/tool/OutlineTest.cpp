@@ -58,7 +58,7 @@ std::vector<Line> LinesOf(const MeshData& data, double angle, const Matrix& worl
 
 std::set<Line> LineSet(const MeshData& data, double angle, const Matrix& world = Matrix(false)) {
     const std::vector<Line> lines = LinesOf(data, angle, world);
-    const std::set<Line> different(lines.begin(), lines.end());
+    std::set<Line> different(lines.begin(), lines.end());
     EXPECT_EQ(different.size(), lines.size()) << "a line is there twice";
     return different;
 }

@@ -122,8 +122,7 @@ TEST(OutputFile, WritesIntoTheCurrentFolder) {
 }
 
 std::string Refusal(const std::string& path) {
-    const std::string message =
-        FailureOf(ExitCode::CannotWrite, [&] { const OutputFile output(path); });
+    std::string message = FailureOf(ExitCode::CannotWrite, [&] { const OutputFile output(path); });
     EXPECT_TRUE(Holds(message, path + ": cannot write: ")) << message;
     return message;
 }

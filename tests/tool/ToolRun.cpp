@@ -44,6 +44,7 @@ void Apply(const RunLimits& limits) {
 Execute(const std::string& program, std::vector<std::string> arguments, const RunLimits& limits) {
     std::vector<char*> pointers;
     arguments.insert(arguments.begin(), program);
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) {
         pointers.push_back(argument.data());
     }

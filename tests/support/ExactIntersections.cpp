@@ -1,0 +1,365 @@
+// Signs are those of exact values; only the place at which a triangle's outline or plane passes a
+// cut is an approximation by definition, made here in the same steps.
+#include "support/ExactIntersections.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+
+namespace test_support {
+
+namespace {
+
+using ctr::BakedTriangles;
+using ctr::BakedVertex;
+using Corners = std::array<BakedVertex, 3>;
+using Normal = std::array<Wide, 3>;
+
+Corners CornersOf(const BakedTriangles& baked, unsigned int triangle) {
+    Corners corners{};
+    for (std::size_t k = 0; k < 3; ++k) {
+        corners[k] = baked.vertices[baked.triangleIndices[3 * std::size_t{triangle} + k]];
+    }
+    return corners;
+}
+
+Normal NormalOf(const BakedTriangles& baked, unsigned int triangle) {
+    const Wm4::Vector3<long>& n = baked.trianglePlanes[triangle];
+    return {n[0], n[1], n[2]};
+}
+
+bool AreParallel(const Normal& a, const Normal& b) {
+    return a[0] * b[1] == a[1] * b[0] && a[1] * b[2] == a[2] * b[1] && a[2] * b[0] == a[0] * b[2];
+}
+
+Wide AlongNormal(const BakedVertex& p, const BakedVertex& origin, const Normal& n) {
+    return n[0] * (Wide{p.x} - origin.x) + n[1] * (Wide{p.y} - origin.y) +
+           n[2] * (Wide{p.z} - origin.z);
+}
+
+int SignOf(Wide value) {
+    return value > 0 ? 1 : (value < 0 ? -1 : 0);
+}
+
+Wide FloorQuotient(Wide numerator, Wide denominator) {
+    const Wide quotient = numerator / denominator;
+    return numerator % denominator < 0 ? quotient - 1 : quotient;
+}
+
+Fraction WithPositiveDenominator(Wide numerator, Wide denominator) {
+    return denominator < 0 ? Fraction{-numerator, -denominator} : Fraction{numerator, denominator};
+}
+
+// --- where a pair of triangles cuts ---
+
+using Distances = std::array<Wide, 3>;
+
+Distances DistancesOf(const Corners& corners, const BakedVertex& origin, const Normal& n) {
+    return {AlongNormal(corners[0], origin, n), AlongNormal(corners[1], origin, n),
+            AlongNormal(corners[2], origin, n)};
+}
+
+bool Straddles(const Distances& d) {
+    return *std::min_element(d.begin(), d.end()) < 0 && *std::max_element(d.begin(), d.end()) > 0;
+}
+
+bool HasZero(const Distances& d) {
+    return std::find(d.begin(), d.end(), Wide{0}) != d.end();
+}
+
+// A corner in the plane belongs to the side that ends there, so a straddling triangle has two.
+std::array<Crossing, 2> CrossingsOf(const Corners& corners, const Distances& d) {
+    std::array<Crossing, 2> crossings{};
+    std::size_t count = 0;
+    for (std::size_t k = 0; k < 3; ++k) {
+        const std::size_t next = (k + 1) % 3;
+        if (d[k] == 0 || SignOf(d[k]) == SignOf(d[next])) {
+            continue;
+        }
+        const Fraction t = WithPositiveDenominator(d[k], d[k] - d[next]);
+        crossings.at(count++) = {corners[k], corners[next], t,
+                                 PointAt(corners[k], corners[next], t)};
+    }
+    return crossings;
+}
+
+// One end of a triangle's span on the line of a pair.
+struct End {
+    Crossing crossing;
+    std::int32_t place;
+    int owner; // 0 and 1 for the first and second triangle of the pair
+};
+
+struct Span {
+    End low;
+    End high;
+};
+
+Span SpanOf(const std::array<Crossing, 2>& crossings, bool alongX, int owner) {
+    const auto end = [&](const Crossing& c) {
+        return End{c, alongX ? c.point.x : c.point.y, owner};
+    };
+    const End first = end(crossings[0]);
+    const End second = end(crossings[1]);
+    return second.place < first.place ? Span{second, first} : Span{first, second};
+}
+
+bool HasTie(const Span& a, const Span& b) {
+    return a.low.place == a.high.place || b.low.place == b.high.place ||
+           a.low.place == b.low.place || a.high.place == b.high.place ||
+           a.low.place == b.high.place || b.low.place == a.high.place;
+}
+
+std::optional<Cut> CommonPart(const Span& a, const Span& b) {
+    const int ownerOfLowest = b.low.place < a.low.place ? 1 : 0;
+    End low = a.low.place > b.low.place ? a.low : b.low;
+    End high = b.high.place < a.high.place ? b.high : a.high;
+    if (low.place >= high.place) {
+        std::swap(low, high);
+    }
+    if (low.owner == ownerOfLowest) {
+        return std::nullopt;
+    }
+    return Cut{low.crossing, high.crossing};
+}
+
+std::int32_t Extent(const std::array<std::int32_t, 4>& values) {
+    const auto [least, most] = std::minmax_element(values.begin(), values.end());
+    return *most - *least;
+}
+
+std::optional<Cut> CutOfSpans(const std::array<Crossing, 2>& a,
+                              const std::array<Crossing, 2>& b,
+                              CutCounts& counts) {
+    const std::int32_t acrossX =
+        Extent({a[0].point.x, a[1].point.x, b[0].point.x, b[1].point.x});
+    const std::int32_t acrossY =
+        Extent({a[0].point.y, a[1].point.y, b[0].point.y, b[1].point.y});
+    if (acrossX == 0 && acrossY == 0) {
+        ++counts.inOneColumn;
+        return std::nullopt;
+    }
+    const bool alongX = acrossX > acrossY;
+    const Span spanA = SpanOf(a, alongX, 0);
+    const Span spanB = SpanOf(b, alongX, 1);
+    counts.ties += HasTie(spanA, spanB) ? 1 : 0;
+    std::optional<Cut> cut = CommonPart(spanA, spanB);
+    counts.apart += cut ? 0 : 1;
+    return cut;
+}
+
+bool EndsInCorner(const Crossing& c) {
+    return c.t.numerator == c.t.denominator;
+}
+
+// --- what hides a cut ---
+
+// A function that is linear over the grid, at the two ends of the side that a crossing lies on.
+struct Values {
+    Wide atFrom;
+    Wide atTo;
+};
+
+int ExactSign(const Values& v, const Fraction& t) {
+    return SignOf(v.atFrom * (t.denominator - t.numerator) + v.atTo * t.numerator);
+}
+
+// The value at a crossing as an integer of the exact sign, which is known not to be zero.
+Wide RoundedValue(const Values& v, const Fraction& t, int sign) {
+    const double parameter =
+        static_cast<double>(t.numerator) / static_cast<double>(t.denominator);
+    const Wide step = static_cast<Wide>(parameter * static_cast<double>(v.atTo - v.atFrom));
+    const Wide value = t.numerator == t.denominator ? v.atTo : v.atFrom + step;
+    return sign > 0 ? std::max(value, Wide{1}) : std::min(value, Wide{-1});
+}
+
+struct Window {
+    Fraction start{0, 1};
+    Fraction end{1, 1};
+};
+
+// Keeps what lies on the negative side; false when nothing does.
+bool Narrow(Window& window,
+            const Values& first,
+            const Fraction& firstT,
+            const Values& second,
+            const Fraction& secondT) {
+    const int sign1 = ExactSign(first, firstT);
+    const int sign2 = ExactSign(second, secondT);
+    if (sign1 * sign2 != -1) {
+        return sign1 + sign2 < 0;
+    }
+    const Wide value1 = RoundedValue(first, firstT, sign1);
+    const Wide value2 = RoundedValue(second, secondT, sign2);
+    const Fraction c = WithPositiveDenominator(value1, value1 - value2);
+    if (sign1 > 0) {
+        window.start = Compare(c, window.start) > 0 ? c : window.start;
+    } else {
+        window.end = Compare(c, window.end) < 0 ? c : window.end;
+    }
+    return true;
+}
+
+template <typename Function>
+bool NarrowBy(Window& window, const Cut& cut, const Function& f) {
+    return Narrow(window, {f(cut.first.from), f(cut.first.to)}, cut.first.t,
+                  {f(cut.second.from), f(cut.second.to)}, cut.second.t);
+}
+
+Wm4::Vector2<long> Narrowed(const Fraction& f) {
+    return {static_cast<long>(f.numerator), static_cast<long>(f.denominator)};
+}
+
+// --- what remains visible ---
+
+std::vector<ctr::RationalInterval> Complement(const std::vector<ctr::RationalInterval>& hidden) {
+    const Wm4::Vector2<long> whole(1, 1);
+    std::vector<ctr::RationalInterval> visible;
+    Wm4::Vector2<long> from(0, 1);
+    for (const ctr::RationalInterval& range : hidden) {
+        if (Compare(range.start, from) > 0) {
+            visible.push_back({from, range.start});
+        }
+        from = range.end;
+    }
+    if (Compare(whole, from) > 0) {
+        visible.push_back({from, whole});
+    }
+    return visible;
+}
+
+std::vector<ctr::RationalInterval>
+HiddenByAny(const BakedTriangles& baked, const Cut& cut, CutCounts& counts) {
+    std::vector<ctr::RationalInterval> ranges;
+    for (unsigned int k = 0; k < baked.trianglePlanes.size(); ++k) {
+        if (const auto range = HiddenOfCut(baked, cut, k)) {
+            ranges.push_back(*range);
+        }
+    }
+    counts.hiddenRanges += static_cast<int>(ranges.size());
+    return ranges;
+}
+
+void AppendVisible(const BakedTriangles& baked,
+                   const Cut& cut,
+                   std::vector<GridPiece>& pieces,
+                   CutCounts& counts) {
+    const auto hidden = ExactUnion(HiddenByAny(baked, cut, counts));
+    const auto visible = Complement(hidden);
+    counts.partlyHidden += !hidden.empty() && !visible.empty() ? 1 : 0;
+    for (const ctr::RationalInterval& range : visible) {
+        const BakedVertex p = PointAt(cut.first.point, cut.second.point, ToFraction(range.start));
+        const BakedVertex q = PointAt(cut.first.point, cut.second.point, ToFraction(range.end));
+        if (p.x == q.x && p.y == q.y) {
+            ++counts.piecesDropped;
+        } else {
+            pieces.emplace_back(p, q);
+        }
+    }
+}
+
+} // namespace
+
+BakedVertex PointAt(const BakedVertex& p0, const BakedVertex& p1, const Fraction& t) {
+    const auto at = [&](std::int32_t from, std::int32_t to) {
+        const Wide way = Wide{to} - from;
+        return static_cast<std::int32_t>(from + FloorQuotient(way * t.numerator, t.denominator));
+    };
+    return {at(p0.x, p1.x), at(p0.y, p1.y), at(p0.z, p1.z)};
+}
+
+std::optional<Cut>
+CutOf(const BakedTriangles& baked, unsigned int i, unsigned int j, CutCounts& counts) {
+    ++counts.pairs;
+    const Normal normalA = NormalOf(baked, i);
+    const Normal normalB = NormalOf(baked, j);
+    if (AreParallel(normalA, normalB)) {
+        ++counts.parallel;
+        return std::nullopt;
+    }
+    const Corners a = CornersOf(baked, i);
+    const Corners b = CornersOf(baked, j);
+    const Distances ofA = DistancesOf(a, b[0], normalB);
+    const Distances ofB = DistancesOf(b, a[0], normalA);
+    if (!Straddles(ofA) || !Straddles(ofB)) {
+        counts.touching += HasZero(ofA) || HasZero(ofB) ? 1 : 0;
+        return std::nullopt;
+    }
+    ++counts.straddling;
+    std::optional<Cut> cut = CutOfSpans(CrossingsOf(a, ofA), CrossingsOf(b, ofB), counts);
+    if (cut) {
+        ++counts.cuts;
+        counts.throughCorners += EndsInCorner(cut->first) || EndsInCorner(cut->second) ? 1 : 0;
+    }
+    return cut;
+}
+
+std::optional<ctr::RationalInterval>
+HiddenOfCut(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) {
+    const Corners t = CornersOf(baked, triangle);
+    const Normal n = NormalOf(baked, triangle);
+    Window window;
+    if (!NarrowBy(window, cut, [&](const BakedVertex& p) { return AlongNormal(p, t[0], n); })) {
+        return std::nullopt;
+    }
+    for (std::size_t k = 0; k < 3; ++k) {
+        const BakedVertex& a = t[k];
+        const BakedVertex& b = t[(k + 1) % 3];
+        const auto side = [&](const BakedVertex& p) {
+            return (Wide{p.x} - a.x) * (Wide{b.y} - a.y) - (Wide{p.y} - a.y) * (Wide{b.x} - a.x);
+        };
+        if (!NarrowBy(window, cut, side)) {
+            return std::nullopt;
+        }
+    }
+    if (Compare(window.start, window.end) >= 0) {
+        return std::nullopt;
+    }
+    return ctr::RationalInterval{Narrowed(window.start), Narrowed(window.end)};
+}
+
+std::vector<GridPiece> VisibleCuts(const BakedTriangles& baked, CutCounts& counts) {
+    std::vector<GridPiece> pieces;
+    const auto triangles = static_cast<unsigned int>(baked.trianglePlanes.size());
+    for (unsigned int i = 0; i < triangles; ++i) {
+        for (unsigned int j = i + 1; j < triangles; ++j) {
+            if (const auto cut = CutOf(baked, i, j, counts)) {
+                counts.atOwnTriangle += HiddenOfCut(baked, *cut, i) ? 1 : 0;
+                counts.atOwnTriangle += HiddenOfCut(baked, *cut, j) ? 1 : 0;
+                AppendVisible(baked, *cut, pieces, counts);
+            }
+        }
+    }
+    counts.pieces += static_cast<int>(pieces.size());
+    return pieces;
+}
+
+Wm4::Vector3<float> ToWorld(const ctr::DiscreteProjectionSpace& space, const BakedVertex& p) {
+    const float x = static_cast<float>(p.x) * space.voxelSize[0] + space.frustumMin[0];
+    const float y = static_cast<float>(p.y) * space.voxelSize[1] + space.frustumMin[1];
+    const float z = static_cast<float>(p.z) * space.voxelSize[2] + space.frustumMin[2];
+    const Wm4::Matrix4<float>& m = space.clipToWorld;
+    std::array<float, 4> v{};
+    for (int c = 0; c < 4; ++c) {
+        v[static_cast<std::size_t>(c)] = x * m[0][c] + y * m[1][c] + z * m[2][c] + m[3][c];
+    }
+    return {v[0] / v[3], v[1] / v[3], v[2] / v[3]};
+}
+
+std::vector<SegmentBits> SortedWorldBits(const ctr::DiscreteProjectionSpace& space,
+                                         const std::vector<GridPiece>& pieces) {
+    std::vector<SegmentBits> segments;
+    for (const GridPiece& piece : pieces) {
+        SegmentBits bits{};
+        for (int axis = 0; axis < 3; ++axis) {
+            const auto i = static_cast<std::size_t>(axis);
+            bits[i] = std::bit_cast<std::uint32_t>(ToWorld(space, piece.first)[axis]);
+            bits[3 + i] = std::bit_cast<std::uint32_t>(ToWorld(space, piece.second)[axis]);
+        }
+        segments.push_back(bits);
+    }
+    std::sort(segments.begin(), segments.end());
+    return segments;
+}
+
+} // namespace test_support
