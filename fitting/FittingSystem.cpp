@@ -40,6 +40,11 @@ Wm4::Vector3<float> ToFloat(const Vector& v) {
     return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])};
 }
 
+/// Not a number stays what it is; the vector class would make it 0.
+double Length(const Vector& v) {
+    return std::sqrt(v.SquaredLength());
+}
+
 Vector Divided(const Vector& v, double divisor) {
     return {v[0] / divisor, v[1] / divisor, v[2] / divisor};
 }
@@ -98,12 +103,12 @@ Vector Perpendicular(const Vector& v) {
     const Vector e =
         std::fabs(v[1]) >= std::fabs(v[0]) ? Vector(1.0, 0.0, 0.0) : Vector(0.0, 1.0, 0.0);
     const Vector cross = v.Cross(e);
-    return Divided(cross, cross.Length());
+    return Divided(cross, Length(cross));
 }
 
 /// The unit vector, or zero for one so short that its inverse length is not finite.
 Vector UnitOrZero(const Vector& v) {
-    const double inverse = 1.0 / v.Length();
+    const double inverse = 1.0 / Length(v);
     return std::isinf(inverse) ? Vector(0.0, 0.0, 0.0) : v * inverse;
 }
 
@@ -121,7 +126,7 @@ void StartCircle(FittingSystem& system, const Vector& circleNormal, const Vector
     system.frontReference = -circleNormal.Cross(first - centre);
     system.backReference = circleNormal.Cross(last - centre);
     system.clockwise = system.backReference.Dot(chord) > 0.0;
-    system.area += (first - centre).Cross(chord).Length() / 2.0;
+    system.area += Length((first - centre).Cross(chord)) / 2.0;
     system.circleStarted = true;
 }
 
@@ -158,7 +163,7 @@ bool FittingSystem::addToSystem(const Wm4::Vector3<float>& p,
     const Vector from = ToDouble(p);
     const Vector to = ToDouble(q);
     const Vector d = to - from;
-    const double length = d.Length();
+    const double length = Length(d);
     if (length == 0.0) {
         return false;
     }
@@ -203,7 +208,7 @@ bool FittingSystem::addToSystem(const Wm4::Vector3<float>& p,
     }
     const Vector tangent = normal.Cross(to - centre);
     reference = atFront ? -tangent : tangent;
-    area += d.Cross(to - center).Length() / 2.0;
+    area += Length(d.Cross(to - center)) / 2.0;
     return true;
 }
 
@@ -235,7 +240,7 @@ bool FittingSystem::fitCircleFrame(Wm4::Vector3<double>& axisU,
                                    Wm4::Vector3<double>& planeNormal) const {
     // Before circle tracking has started the centre is still zero; the radius then is the distance
     // of the first point from the origin, and the tolerance below scales with it.
-    const double radius = (center - ToDouble(firstPoint)).Length();
+    const double radius = Length(center - ToDouble(firstPoint));
     if (count < 2.0 || radius == 0.0) {
         return false;
     }

@@ -8,8 +8,6 @@
 #include "projection/GridQuantisation.h"
 #include "projection/Homogeneous.h"
 
-#include <cmath>
-
 namespace ctr {
 namespace {
 
@@ -110,13 +108,6 @@ unsigned int CountOutside(const ClipPlane& plane, const Point* polygon, unsigned
 float GridSteps(unsigned int bits) {
     const std::uint32_t steps = bits < 32 ? (std::uint32_t{1} << bits) - 1U : ~std::uint32_t{0};
     return static_cast<float>(steps);
-}
-
-float Distance(const Wm4::Vector3<float>& p, const Wm4::Vector3<float>& q) {
-    const float x = p[0] - q[0];
-    const float y = p[1] - q[1];
-    const float z = p[2] - q[2];
-    return std::sqrt(x * x + y * y + z * z);
 }
 
 } // namespace

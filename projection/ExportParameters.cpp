@@ -56,7 +56,7 @@ float ExportParameters::getWorldUnitsPerMM() const {
     }
     const Wm4::Vector3<float> p0 = NearPlanePoint(clipToWorld, 0.0F, 0.0F);
     const Wm4::Vector3<float> p1 = NearPlanePoint(clipToWorld, x, y);
-    return (p1 - p0).Length() / width;
+    return Distance(p1, p0) / width;
 }
 
 } // namespace ctr

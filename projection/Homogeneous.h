@@ -3,6 +3,8 @@
 
 #include <Wm4Foundation.h>
 
+#include <cmath>
+
 namespace ctr {
 
 /// (x, y, z, 1) * M: per column x * row0 + y * row1 + z * row2 + row3, summed left to right.
@@ -20,6 +22,14 @@ inline Wm4::Vector4<float> TransformPoint(const Wm4::Matrix4<float>& m,
 /// Each coordinate divided by w. A product with 1 / w would round differently.
 inline Wm4::Vector3<float> DivideByW(const Wm4::Vector4<float>& p) {
     return {p[0] / p[3], p[1] / p[3], p[2] / p[3]};
+}
+
+/// Not a number where a coordinate is; the vector class's own length would be 0.
+inline float Distance(const Wm4::Vector3<float>& p, const Wm4::Vector3<float>& q) {
+    const float x = p[0] - q[0];
+    const float y = p[1] - q[1];
+    const float z = p[2] - q[2];
+    return std::sqrt(x * x + y * y + z * z);
 }
 
 } // namespace ctr

@@ -39,7 +39,7 @@ TEST(Interrupt, EndsTheRunAtOnceAndLeavesNothingBehind) {
     const std::string model = folder.write("model.stl", LargeModel());
     const std::string output = folder.write("drawing.svg", "kept");
     int interrupted = 0;
-    for (int delay = 0; delay < 2000; delay += delay < 100 ? 7 : 90) {
+    for (int delay = 0; delay < 2000; delay += delay < 50 ? 10 : 150) {
         const pid_t child = Start(model, output);
         std::this_thread::sleep_for(std::chrono::milliseconds(delay));
         const auto sent = Clock::now();

@@ -262,6 +262,15 @@ private:
     std::map<Line, std::set<Place>> tipsOfEdge_;
 };
 
+/// The triangles that have an area.
+MeshData Cleaned(MeshData data) {
+    kxcontour::Model model = tool_test::MakeModel({MakeShape(data)});
+    kxcontour::CleanShapes(model);
+    const kx::kxIndexBuffer& clean = *model.shapes[0].triangles;
+    data.indices.assign(clean.GetData(), clean.GetData() + clean.GetIndexQuantity());
+    return data;
+}
+
 /// Clean triangles between the points of a tiny lattice: edges of many faces are the rule.
 MeshData RandomMesh(Random& random, int triangles, int side) {
     MeshData data;
@@ -272,11 +281,7 @@ MeshData RandomMesh(Random& random, int triangles, int side) {
     for (int i = 0; i < triangles; ++i) {
         data.addTriangle(corner(), corner(), corner());
     }
-    kxcontour::Model model = tool_test::MakeModel({MakeShape(data)});
-    kxcontour::CleanShapes(model);
-    const kx::kxIndexBuffer& clean = *model.shapes[0].triangles;
-    data.indices.assign(clean.GetData(), clean.GetData() + clean.GetIndexQuantity());
-    return data;
+    return Cleaned(data);
 }
 
 TEST(Outline, AgreesWithAPlainMapOnRandomMeshes) {
@@ -291,18 +296,33 @@ TEST(Outline, AgreesWithAPlainMapOnRandomMeshes) {
     }
 }
 
-TEST(Outline, AgreesWithAPlainMapOnLargeMeshes) {
-    // Enough vertices for the radix sort, with negative coordinates and all sizes of exponents.
-    Random random(7);
-    MeshData field = test_support::GridOfQuads(60, 60, [&](int x, int y) {
-        return std::ldexp(random.uniform(-1.0F, 1.0F), (x * y) % 7 - 5);
-    });
-    for (Point& p : field.positions) {
-        p[0] = std::ldexp(p[0] - 30.0F, static_cast<int>(p[1]) % 3);
+/// Many triangles of their own vertices between points that share most of their coordinates: with
+/// the long axis each of the three in turn, every bit of every coordinate decides somewhere.
+MeshData TallMesh(Random& random, int longAxis) {
+    std::vector<Point> points;
+    for (int i = 0; i < 2000; ++i) {
+        Point p(0, 0, 0);
+        p[longAxis] = std::ldexp(random.uniform(-1.0F, 1.0F), random.between(-9, 9));
+        p[(longAxis + 1) % 3] = static_cast<float>(random.between(-1, 1));
+        p[(longAxis + 2) % 3] = static_cast<float>(random.between(-1, 1));
+        points.push_back(p);
     }
-    field = Unwelded(field);
-    ASSERT_GT(field.positions.size(), 4096U * 4);
-    EXPECT_EQ(LineSet(field, 31.7), ReferenceOutline(field).lines(31.7));
+    MeshData data;
+    for (int i = 0; i < 4000; ++i) {
+        // Neighbours in the list, so that edges of two triangles are common.
+        const std::size_t at = static_cast<std::size_t>(random.below(1990));
+        data.addTriangle(points[at], points[at + 1 + random.next() % 2], points[at + 3]);
+    }
+    return Cleaned(data);
+}
+
+TEST(Outline, AgreesWithAPlainMapOnLargeMeshes) {
+    for (int longAxis = 0; longAxis < 3; ++longAxis) {
+        Random random(static_cast<std::uint64_t>(longAxis));
+        const MeshData data = TallMesh(random, longAxis);
+        ASSERT_GT(data.positions.size(), 8192U) << "enough for the radix sort";
+        EXPECT_EQ(LineSet(data, 31.7), ReferenceOutline(data).lines(31.7)) << "axis " << longAxis;
+    }
 }
 
 } // namespace

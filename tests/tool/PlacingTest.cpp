@@ -50,10 +50,10 @@ TEST(ChooseOrigin, CoversAllPlacements) {
 }
 
 TEST(ChooseOrigin, DoesNotFollowPlacementsThatAreNotFinite) {
-    Model model = CubeAt(0, 0, 0);
+    Model model = CubeAt(3e6, 0, 0);
     model.placements.push_back({0, tool_test::ScaleAndMove(1, 1, 1, INFINITY, 0, 0)});
     model.placements.push_back({0, tool_test::ScaleAndMove(NAN, 1, 1, 0, 0, 0)});
-    EXPECT_EQ(ChooseOrigin(model), Vector(0, 0, 0));
+    EXPECT_EQ(ChooseOrigin(model), Vector(3000000.5, 0.5, 0.5));
 }
 
 } // namespace
