@@ -192,10 +192,11 @@ private:
         const bool atFirst = firstVertex(chain) == vertex;
         const unsigned int other =
             atFirst ? indices_[chain.head->first + 1] : indices_[chain.tail->end - 2];
-        Point direction = vertices_.Position3(static_cast<int>(other)) -
-                          vertices_.Position3(static_cast<int>(vertex));
-        direction.Normalize();
-        return direction;
+        const Point direction = vertices_.Position3(static_cast<int>(other)) -
+                                vertices_.Position3(static_cast<int>(vertex));
+        // Not a number stays one; the vector class would stop at it.
+        const float length = std::sqrt(direction.SquaredLength());
+        return {direction[0] / length, direction[1] / length, direction[2] / length};
     }
 
     /// Feeds a chain, walking away from a vertex, and tests the fit after every segment.

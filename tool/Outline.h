@@ -16,9 +16,9 @@ namespace kxcontour {
 /// degrees: 0 on a plane, 90 at the edge of a cube. It is measured in the world, whose axes the
 /// upper three rows of toWorld give. Where both faces run along the edge the same way, one of them
 /// is turned inside out; the bend is then measured as if it were not, for the shape of the surface
-/// does not depend on how its triangles are listed. Triangles with the same three corners are one
-/// face, whichever way round: surfaces given twice, once for each side, have no more edges than
-/// once.
+/// does not depend on how its triangles are listed. A hundredth of a degree over the angle counts
+/// as the angle, since positions are rounded. Triangles with the same three corners are one face,
+/// whichever way round: surfaces given twice, once for each side, have no more edges than once.
 ///
 /// Triangles must be clean, see CleanShapes(). The lines come in the order of their positions (x,
 /// then y, then z of the smaller end, then of the larger); equal input gives equal output. Never

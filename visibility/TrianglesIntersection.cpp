@@ -258,6 +258,7 @@ struct TrianglesIntersection::tInternal {
                                   tPointOnEdge& q) const;
     void computeEdgeOcclusion(const IntersectionEdge& edge,
                               std::vector<RationalInterval>& intervals) const;
+    bool isNear(std::uint32_t triangle, const kx::kxBBox& box) const;
     void computeEdgeOcclusionIter(unsigned int node,
                                   const IntersectionEdge& edge,
                                   const kx::kxBBox& box,
@@ -376,6 +377,13 @@ void TrianglesIntersection::tInternal::computeEdgeOcclusion(
                              intervals);
 }
 
+/// A crossing is computed from rounded values, so a triangle beside the edge could seem to hide a
+/// bit of it. Each is held against the box by itself: what it shares a leaf with must not matter.
+bool TrianglesIntersection::tInternal::isNear(std::uint32_t triangle, const kx::kxBBox& box) const {
+    const tTriangleData data = fetch(triangle);
+    return OverlapXY(BoxOf({data.vertices[0], data.vertices[1], data.vertices[2]}, 0.0F), box);
+}
+
 void TrianglesIntersection::tInternal::computeEdgeOcclusionIter(
     unsigned int node,
     const IntersectionEdge& edge,
@@ -391,7 +399,8 @@ void TrianglesIntersection::tInternal::computeEdgeOcclusionIter(
             for (const unsigned int* end = slot + here.second; slot != end; ++slot) {
                 Fraction start(0, 1);
                 Fraction finish(1, 1);
-                if (computeTriangleEdgeOcclusion(edge, *slot, start, finish)) {
+                if (isNear(*slot, box) &&
+                    computeTriangleEdgeOcclusion(edge, *slot, start, finish)) {
                     intervals.push_back({start, finish});
                 }
             }

@@ -95,8 +95,9 @@ TEST(ChainingScale, AClosedLoopOfAMillionSegments) {
 TEST(ChainingScale, AMillionSeparateSegments) {
     LineList separate;
     for (unsigned int i = 0; i < 1000000; ++i) {
+        const unsigned int row = i / 1000;
         const auto x = static_cast<float>(i % 1000);
-        const auto y = static_cast<float>(i / 1000);
+        const auto y = static_cast<float>(row);
         separate.addPath({Vec3(x, y, 0.0F), Vec3(x + 0.75F, y + 0.5F, 0.0F)});
     }
     for (const LineList& list : BothModes(std::move(separate))) {
@@ -140,14 +141,15 @@ TEST(ChainingScale, AChainOfAHundredThousandArcs) {
     LineList wave;
     wave.addVertex(Vec3(1.0F, 1.0F, 1.0F));
     for (unsigned int arc = 0; arc < kArcs; ++arc) {
+        const unsigned int row = arc / 1000;
         const double centre = 2.0 * (arc % 1000);
-        const double row = 10.0 * (arc / 1000);
+        const double height = 10.0 * row;
         const double side = arc % 2 == 0 ? 1.0 : -1.0;
         for (unsigned int i = 1; i <= 10; ++i) {
             const double angle = kPi * i / 10.0;
-            const unsigned int v =
-                wave.addVertex(Vec3(static_cast<float>(centre + 2.0 - std::cos(angle)),
-                                    static_cast<float>(row + 1.0 + side * std::sin(angle)), 1.0F));
+            const unsigned int v = wave.addVertex(
+                Vec3(static_cast<float>(centre + 2.0 - std::cos(angle)),
+                     static_cast<float>(height + 1.0 + side * std::sin(angle)), 1.0F));
             wave.addSegment(v - 1, v);
         }
     }

@@ -128,13 +128,10 @@ std::int32_t Extent(const std::array<std::int32_t, 4>& values) {
     return *most - *least;
 }
 
-std::optional<Cut> CutOfSpans(const std::array<Crossing, 2>& a,
-                              const std::array<Crossing, 2>& b,
-                              CutCounts& counts) {
-    const std::int32_t acrossX =
-        Extent({a[0].point.x, a[1].point.x, b[0].point.x, b[1].point.x});
-    const std::int32_t acrossY =
-        Extent({a[0].point.y, a[1].point.y, b[0].point.y, b[1].point.y});
+std::optional<Cut>
+CutOfSpans(const std::array<Crossing, 2>& a, const std::array<Crossing, 2>& b, CutCounts& counts) {
+    const std::int32_t acrossX = Extent({a[0].point.x, a[1].point.x, b[0].point.x, b[1].point.x});
+    const std::int32_t acrossY = Extent({a[0].point.y, a[1].point.y, b[0].point.y, b[1].point.y});
     if (acrossX == 0 && acrossY == 0) {
         ++counts.inOneColumn;
         return std::nullopt;
@@ -166,8 +163,7 @@ int ExactSign(const Values& v, const Fraction& t) {
 
 // The value at a crossing as an integer of the exact sign, which is known not to be zero.
 Wide RoundedValue(const Values& v, const Fraction& t, int sign) {
-    const double parameter =
-        static_cast<double>(t.numerator) / static_cast<double>(t.denominator);
+    const double parameter = static_cast<double>(t.numerator) / static_cast<double>(t.denominator);
     const Wide step = static_cast<Wide>(parameter * static_cast<double>(v.atTo - v.atFrom));
     const Wide value = t.numerator == t.denominator ? v.atTo : v.atFrom + step;
     return sign > 0 ? std::max(value, Wide{1}) : std::min(value, Wide{-1});
@@ -200,14 +196,25 @@ bool Narrow(Window& window,
     return true;
 }
 
-template <typename Function>
-bool NarrowBy(Window& window, const Cut& cut, const Function& f) {
+template <typename Function> bool NarrowBy(Window& window, const Cut& cut, const Function& f) {
     return Narrow(window, {f(cut.first.from), f(cut.first.to)}, cut.first.t,
                   {f(cut.second.from), f(cut.second.to)}, cut.second.t);
 }
 
 Wm4::Vector2<long> Narrowed(const Fraction& f) {
     return {static_cast<long>(f.numerator), static_cast<long>(f.denominator)};
+}
+
+// The crossings of a triangle's sides are rounded, so a triangle well beside a cut may seem to hide
+// some of it. Only those are asked whose box comes within a step of the cut's, on the screen.
+bool IsNear(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) {
+    const Corners t = CornersOf(baked, triangle);
+    const BakedVertex& p = cut.first.point;
+    const BakedVertex& q = cut.second.point;
+    const auto [lowX, highX] = std::minmax({t[0].x, t[1].x, t[2].x});
+    const auto [lowY, highY] = std::minmax({t[0].y, t[1].y, t[2].y});
+    return lowX <= std::max(p.x, q.x) + 1 && highX >= std::min(p.x, q.x) - 1 &&
+           lowY <= std::max(p.y, q.y) + 1 && highY >= std::min(p.y, q.y) - 1;
 }
 
 // --- what remains visible ---
@@ -232,9 +239,11 @@ std::vector<ctr::RationalInterval>
 HiddenByAny(const BakedTriangles& baked, const Cut& cut, CutCounts& counts) {
     std::vector<ctr::RationalInterval> ranges;
     for (unsigned int k = 0; k < baked.trianglePlanes.size(); ++k) {
-        if (const auto range = HiddenOfCut(baked, cut, k)) {
+        const auto range = HiddenOfCut(baked, cut, k);
+        if (range && IsNear(baked, cut, k)) {
             ranges.push_back(*range);
         }
+        counts.hiddenFromAfar += range && !IsNear(baked, cut, k) ? 1 : 0;
     }
     counts.hiddenRanges += static_cast<int>(ranges.size());
     return ranges;

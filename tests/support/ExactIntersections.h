@@ -1,5 +1,5 @@
 // Where baked triangles pierce each other and what is visible of it, by brute force in 128 bits:
-// every pair, then every triangle against every edge found, without a hierarchy.
+// every pair, then every triangle near it against every edge found, without a hierarchy.
 #pragma once
 
 #include <ctr/BakedTriangles.h>
@@ -16,7 +16,7 @@ namespace test_support {
 
 /// The exact point at which a triangle's side passes the plane of another triangle.
 struct Crossing {
-    ctr::BakedVertex from;  ///< The side, in the direction of its triangle.
+    ctr::BakedVertex from; ///< The side, in the direction of its triangle.
     ctr::BakedVertex to;
     Fraction t;             ///< 0 at from, 1 at to.
     ctr::BakedVertex point; ///< The floor of the crossing, coordinate by coordinate.
@@ -35,16 +35,16 @@ struct CutCounts {
     int apart = 0;          ///< Of those, pairs whose spans do not overlap.
     int ties = 0;           ///< Of those, pairs of which two ends that are compared are equal.
     int cuts = 0;
-    int hiddenRanges = 0;  ///< One for each triangle that hides some of a cut.
-    int partlyHidden = 0;  ///< Cuts of which something is hidden and something is not.
-    int atOwnTriangle = 0; ///< Hidden ranges due to a triangle that makes the cut: never.
-    int piecesDropped = 0; ///< Visible pieces that fall into one column.
-    int pieces = 0;        ///< Visible pieces that remain.
+    int hiddenRanges = 0;   ///< One for each triangle that hides some of a cut.
+    int partlyHidden = 0;   ///< Cuts of which something is hidden and something is not.
+    int atOwnTriangle = 0;  ///< Hidden ranges due to a triangle that makes the cut: never.
+    int hiddenFromAfar = 0; ///< Ranges, not counted, of triangles that rounding alone puts there.
+    int piecesDropped = 0;  ///< Visible pieces that fall into one column.
+    int pieces = 0;         ///< Visible pieces that remain.
 };
 
 /// P0 + t (P1 - P0) for t from 0 to 1, rounded down coordinate by coordinate.
-ctr::BakedVertex
-PointAt(const ctr::BakedVertex& p0, const ctr::BakedVertex& p1, const Fraction& t);
+ctr::BakedVertex PointAt(const ctr::BakedVertex& p0, const ctr::BakedVertex& p1, const Fraction& t);
 
 /// The cut of triangles i < j, if they pierce each other.
 std::optional<Cut>
