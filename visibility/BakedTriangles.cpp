@@ -11,6 +11,7 @@
 
 #include "projection/GridQuantisation.h"
 #include "projection/Homogeneous.h"
+#include "visibility/BakedMesh.h"
 #include "visibility/GridArithmetic.h"
 #include "visibility/HierarchyNode.h"
 
@@ -27,15 +28,8 @@ using ClipPoint = Wm4::Vector4<float>;
 
 constexpr unsigned int kUncutCodes = 1U | 2U << 2 | 3U << 4;
 constexpr std::int32_t kOutsideMarker = 1 << 28;
-constexpr unsigned int kSourceTriangleBits = 26;
-constexpr unsigned int kSourceTriangleMask = (1U << kSourceTriangleBits) - 1U;
 constexpr unsigned int kMaxTrianglesInLeaf = 10;
 constexpr unsigned int kBitsPerWord = 32;
-
-bool IsUsable(const kx::kxTriMesh* mesh) {
-    return mesh != nullptr && mesh->GetGeometryType() == kx::kxBaseGeometry::GT_TRIMESH &&
-           mesh->GetVertexBuffer() != nullptr;
-}
 
 int VertexQuantity(const kx::kxTriMesh& mesh) {
     return mesh.GetVertexBuffer()->GetVertexQuantity();

@@ -16,6 +16,7 @@
 
 #include "linesets/EdgeSort.h"
 #include "linesets/SetConstruction.h"
+#include "visibility/BakedMesh.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -26,9 +27,6 @@
 
 namespace ctr {
 namespace {
-
-constexpr unsigned int kSourceTriangleMask = (1U << 26) - 1U;
-constexpr unsigned int kOriginShift = 26;
 
 /// A triangle's edge, the end with the smaller coordinates first.
 struct EdgeRecord {
@@ -144,7 +142,7 @@ private:
     /// edge that clipping made.
     std::optional<std::pair<unsigned int, unsigned int>> sourceEdge(unsigned int origin,
                                                                     std::uint32_t k) const {
-        const unsigned int code = (origin >> (kOriginShift + 2 * k)) & 3U;
+        const unsigned int code = (origin >> (kSourceTriangleBits + 2 * k)) & 3U;
         int corners[3] = {0, 0, 0};
         if (code == 0 ||
             !baked_.meshes[mesh_]->GetTriangle(static_cast<int>(origin & kSourceTriangleMask),
@@ -175,11 +173,6 @@ LineSegmentSet* MakeSet(const kx::kxTriMesh& mesh, const std::vector<unsigned in
     return set.release();
 }
 
-bool IsTriMesh(const kx::kxTriMesh* mesh) {
-    return mesh != nullptr && mesh->GetGeometryType() == kx::kxBaseGeometry::GT_TRIMESH &&
-           mesh->GetVertexBuffer() != nullptr;
-}
-
 } // namespace
 
 bool BakedTriangles::computeSilhouetteEdges(std::vector<LineSegmentSet*>& sets) const {
@@ -193,7 +186,7 @@ bool BakedTriangles::computeSilhouetteEdges(std::vector<LineSegmentSet*>& sets) 
     // Meshes from the last to the first, each ending where the usable one after it begins.
     std::size_t nextMesh = meshes.size();
     for (std::size_t mesh = meshes.size(); mesh-- > 0;) {
-        if (!IsTriMesh(meshes[mesh])) {
+        if (!IsUsable(meshes[mesh])) {
             continue;
         }
         const std::vector<unsigned int> segments = MeshSilhouette(*this, mesh, nextMesh).find();
