@@ -292,8 +292,9 @@ private:
 
     void measure(const Point& p) {
         for (int i = 0; i < 2; ++i) {
-            low_[i] = std::min(low_[i], p[i]);
-            high_[i] = std::max(high_[i], p[i]);
+            const auto axis = static_cast<std::size_t>(i);
+            low_[axis] = std::min(low_[axis], p[i]);
+            high_[axis] = std::max(high_[axis], p[i]);
         }
     }
 

@@ -22,8 +22,9 @@ public:
     /// Records that this makes are visited in their turn: what is left after a run is searched,
     /// and a run by itself reproduces itself.
     void run() {
-        for (std::size_t i = 0; i < records_.size(); ++i) {
-            split(records_[i]);
+        std::size_t next = 0;
+        while (next < records_.size()) {
+            split(records_[next++]);
         }
     }
 

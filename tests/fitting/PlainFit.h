@@ -167,7 +167,7 @@ private:
         }
         a = product(a, a);
         std::size_t best = 0;
-        for (const std::size_t i : {1, 2}) {
+        for (const std::size_t i : {std::size_t{1}, std::size_t{2}}) {
             best = dot(a[i], a[i]) > dot(a[best], a[best]) ? i : best;
         }
         return unit(a[best]);
