@@ -1,16 +1,16 @@
 // The stages of a run in order.
 #include "Application.h"
 
-#include "Camera.h"
-#include "Cleaning.h"
-#include "Drawing.h"
-#include "Failure.h"
-#include "ImportProcess.h"
-#include "MeshBuilder.h"
-#include "OutputFile.h"
-#include "Placing.h"
-#include "Progress.h"
-#include "Timing.h"
+#include "camera/Camera.h"
+#include "common/Failure.h"
+#include "common/Progress.h"
+#include "common/Timing.h"
+#include "lines/Drawing.h"
+#include "model/ImportProcess.h"
+#include "output/OutputFile.h"
+#include "scene/Cleaning.h"
+#include "scene/MeshBuilder.h"
+#include "scene/Placing.h"
 
 #include <cerrno>
 #include <filesystem>

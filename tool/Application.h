@@ -1,7 +1,7 @@
 // One run of the tool, from the command line to the drawing.
 #pragma once
 
-#include "Options.h"
+#include "options/Options.h"
 
 #include <ostream>
 

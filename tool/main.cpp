@@ -1,8 +1,8 @@
 // kxcontour: draws a model file as an SVG line drawing. Here failures become exit codes.
 #include "Application.h"
-#include "Failure.h"
-#include "Interrupt.h"
-#include "Options.h"
+#include "common/Failure.h"
+#include "common/Interrupt.h"
+#include "options/Options.h"
 
 #include <csignal>
 #include <exception>

@@ -1,0 +1,62 @@
+// What the progress bar writes.
+#include "common/Progress.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+namespace {
+
+std::string LastUpdate(const std::string& written) {
+    return written.substr(written.rfind('\r') + 1);
+}
+
+TEST(Progress, WritesNothingUnlessShown) {
+    std::ostringstream out;
+    kxcontour::Progress progress(out, false);
+    progress.enter("features");
+    progress.setTotal(2.0);
+    progress.advance(1.0);
+    progress.finish();
+    EXPECT_EQ(out.str(), "");
+}
+
+TEST(Progress, EndsEveryStageAtAHundredPercent) {
+    std::ostringstream out;
+    kxcontour::Progress progress(out, true);
+    progress.enter("bake");
+    progress.enter("features");
+    EXPECT_NE(out.str().find("\rbake: 100 %"), std::string::npos);
+    progress.setTotal(8.0);
+    progress.advance(1.0);
+    progress.finish();
+    EXPECT_EQ(LastUpdate(out.str()), "features: 100 %\033[K\n");
+}
+
+TEST(Progress, ReportsTheStepsDoneAndTheirTotal) {
+    std::ostringstream out;
+    kxcontour::Progress progress(out, false);
+    progress.setTotal(8.0);
+    progress.advance(2.5);
+    double done = -1.0;
+    double total = -1.0;
+    progress.getRange(done, total);
+    EXPECT_EQ(done, 2.5);
+    EXPECT_EQ(total, 8.0);
+    progress.setTotal(3.0);
+    progress.getRange(done, total);
+    EXPECT_EQ(done, 0.0);
+    EXPECT_EQ(total, 3.0);
+}
+
+TEST(Progress, EndsItsLineWhenAStageIsLeftUnfinished) {
+    std::ostringstream out;
+    {
+        kxcontour::Progress progress(out, true);
+        progress.enter("bake");
+    }
+    EXPECT_EQ(LastUpdate(out.str()), "bake: 0 %\033[K\n");
+}
+
+} // namespace

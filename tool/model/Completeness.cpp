@@ -1,0 +1,85 @@
+// Looks at the first and last bytes of a file, and at all of a PLY file.
+#include "model/Completeness.h"
+
+#include "common/Failure.h"
+#include "model/MappedFile.h"
+#include "model/PlyCheck.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+namespace kxcontour {
+namespace {
+
+bool StartsWith(std::string_view bytes, std::string_view start) {
+    return bytes.substr(0, start.size()) == start;
+}
+
+/// The last bytes, without blanks at the end.
+std::string_view Tail(std::string_view bytes, std::size_t size) {
+    const std::size_t last = bytes.find_last_not_of(" \t\r\n\0\x1A");
+    bytes = last == std::string_view::npos ? std::string_view() : bytes.substr(0, last + 1);
+    return bytes.size() > size ? bytes.substr(bytes.size() - size) : bytes;
+}
+
+bool IsPly(std::string_view bytes) {
+    return StartsWith(bytes, "ply\n") || StartsWith(bytes, "ply\r");
+}
+
+/// Text begins with "solid", but so do some binary files: those hold as many facets of 50 bytes as
+/// the word after their 80 bytes of header says, and nothing else.
+bool IsStlText(std::string_view bytes) {
+    if (!StartsWith(bytes, "solid")) {
+        return false;
+    }
+    std::uint32_t facets = 0;
+    if (bytes.size() < 84) {
+        return true;
+    }
+    std::memcpy(&facets, bytes.data() + 80, sizeof facets);
+    return bytes.size() != 84 + 50 * std::uint64_t{facets};
+}
+
+/// A name may follow the last keyword, so the keyword is looked for in the whole last line.
+bool EndsStlText(std::string_view bytes) {
+    const std::string_view tail = Tail(bytes, 4096);
+    const std::size_t lineEnd = tail.find_last_of("\r\n");
+    std::string_view line = lineEnd == std::string_view::npos ? tail : tail.substr(lineEnd + 1);
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    return StartsWith(line, "endsolid") || StartsWith(line, "end solid");
+}
+
+bool IsStep(std::string_view bytes) {
+    return StartsWith(bytes, "ISO-10303-21;");
+}
+
+bool EndsStep(std::string_view bytes) {
+    const std::string_view end = "END-ISO-10303-21;";
+    return Tail(bytes, end.size()) == end;
+}
+
+bool IsComplete(std::string_view bytes) {
+    if (IsPly(bytes)) {
+        return IsCompletePly(bytes);
+    }
+    if (IsStlText(bytes)) {
+        return EndsStlText(bytes);
+    }
+    return !IsStep(bytes) || EndsStep(bytes);
+}
+
+} // namespace
+
+void RequireCompleteFile(const std::string& path) {
+    const MappedFile file(path);
+    if (file.bytes().empty()) {
+        throw Failure(ExitCode::Unreadable, path + ": is empty");
+    }
+    if (!IsComplete(file.bytes())) {
+        throw Failure(ExitCode::Unreadable, path + ": is cut short or damaged: its end is missing");
+    }
+}
+
+} // namespace kxcontour

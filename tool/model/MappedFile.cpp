@@ -1,0 +1,67 @@
+// Memory-mapped reading with messages for everything that can be wrong with a path.
+#include "model/MappedFile.h"
+
+#include "common/Failure.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace kxcontour {
+namespace {
+
+[[noreturn]] void Refuse(const std::string& path, const std::string& why) {
+    throw Failure(ExitCode::Unreadable, path + ": " + why);
+}
+
+/// The reason in the words of the C locale.
+std::string LastError() {
+    return std::generic_category().message(errno);
+}
+
+/// Closes at the end of the scope; a mapping stays good without its descriptor.
+struct Descriptor {
+    int number;
+    ~Descriptor() { ::close(number); }
+};
+
+} // namespace
+
+MappedFile::MappedFile(const std::string& path) {
+    // Not blocking: a pipe without a writer is refused below instead of waited for.
+    const int number = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (number < 0) {
+        Refuse(path, LastError());
+    }
+    const Descriptor file{number};
+    struct stat status {};
+    if (::fstat(file.number, &status) != 0) {
+        Refuse(path, LastError());
+    }
+    if (S_ISDIR(status.st_mode)) {
+        Refuse(path, "is a directory, not a model");
+    }
+    if (!S_ISREG(status.st_mode)) {
+        Refuse(path, "is not a regular file");
+    }
+    if (status.st_size == 0) {
+        return;
+    }
+    const auto size = static_cast<std::size_t>(status.st_size);
+    void* start = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.number, 0);
+    if (start == MAP_FAILED) {
+        Refuse(path, LastError());
+    }
+    bytes_ = std::string_view(static_cast<const char*>(start), size);
+}
+
+MappedFile::~MappedFile() {
+    if (!bytes_.empty()) {
+        ::munmap(const_cast<char*>(bytes_.data()), bytes_.size());
+    }
+}
+
+} // namespace kxcontour

@@ -1,0 +1,21 @@
+// Where the shapes of a model end up in the world.
+#pragma once
+
+#include <Wm4Foundation.h>
+
+#include "model/Model.h"
+#include "scene/Box.h"
+
+namespace kxcontour {
+
+/// The box of the corners of a shape's triangles, in its own coordinates. The shape must be clean.
+Box BoxOf(const Shape& shape);
+
+/// The point of the world that meshes should be moved to, so that their coordinates are small.
+///
+/// The world's origin itself, unless the model lies far from it for its size, as buildings in map
+/// coordinates do: single precision would then leave it few digits to be drawn with. A clean model;
+/// placements that are not finite do not count.
+Wm4::Vector3<double> ChooseOrigin(const Model& model);
+
+} // namespace kxcontour
