@@ -1,18 +1,18 @@
-// The stages of a run in order.
+// One function for each command.
 #include "Application.h"
 
-#include "camera/Camera.h"
+#include "batch/Batch.h"
 #include "common/Failure.h"
+#include "common/Messages.h"
 #include "common/Progress.h"
 #include "common/Timing.h"
-#include "lines/Drawing.h"
+#include "drawing/Drawing.h"
+#include "drawing/Summary.h"
 #include "model/ImportProcess.h"
+#include "model/ModelInfo.h"
 #include "output/OutputFile.h"
-#include "scene/Cleaning.h"
-#include "scene/MeshBuilder.h"
-#include "scene/Placing.h"
+#include "scene/Scene.h"
 
-#include <cerrno>
 #include <filesystem>
 #include <system_error>
 #include <unistd.h>
@@ -20,157 +20,104 @@
 namespace kxcontour {
 namespace {
 
-/// The models of a run, in the order of their paths: the drawn one first, then the occluders.
-struct Input {
-    std::vector<std::string> paths;
-    std::vector<Model> models;
-    DroppedTriangles dropped;
-};
+Messages MessagesFor(const MessageOptions& options, std::ostream& log) {
+    const auto loudness = options.quiet     ? Messages::Loudness::Quiet
+                          : options.verbose ? Messages::Loudness::Verbose
+                                            : Messages::Loudness::Normal;
+    return {log, loudness, WantsColour()};
+}
 
-/// The meshes of a run, ready to be baked.
-struct Scene {
-    MeshList meshes;
-    MeshList occluders;
-};
+bool ShowsProgress(const MessageOptions& options) {
+    return !options.quiet && ::isatty(STDERR_FILENO) == 1;
+}
 
 /// A drawing must not take the place of a model it is made from.
-void RequireOwnOutput(const Options& options) {
-    const auto check = [&](const std::string& input) {
-        std::error_code error;
-        if (std::filesystem::equivalent(input, options.output, error)) {
-            throw Failure(ExitCode::Usage,
-                          options.output + ": is an input; the drawing would overwrite it");
+void RequireOwnOutput(const DrawingOptions& options) {
+    const auto check = [&](const std::vector<std::string>& inputs) {
+        for (const std::string& input : inputs) {
+            std::error_code error;
+            if (std::filesystem::equivalent(input, options.output.path, error)) {
+                throw Failure(ExitCode::Usage, options.output.path +
+                                                   ": is an input; the drawing would overwrite it");
+            }
         }
     };
-    check(options.model);
-    for (const std::string& occluder : options.occluders) {
-        check(occluder);
-    }
+    check(options.input.models);
+    check(options.input.occluders);
 }
 
-void RequireTriangles(const Model& model, const std::string& path) {
-    if (model.placements.empty()) {
-        throw Failure(ExitCode::NothingToDraw, path + ": nothing to draw: it has no triangles");
+/// Passes stages on to the stop watch and the progress bar.
+class Observer : public DrawingObserver {
+public:
+    Observer(std::ostream& log, bool shown) : progress_(log, shown) {}
+
+    void enter(const char* stage) override {
+        timing_.enter(stage);
+        progress_.enter(stage);
     }
+    bool isCanceled() const override { return false; }
+    void setTotal(double steps) override { progress_.setTotal(steps); }
+    void getRange(double& start, double& end) const override { progress_.getRange(start, end); }
+    void advance(double steps) override { progress_.advance(steps); }
+
+    void finish() { progress_.finish(); }
+    Timing& timing() { return timing_; }
+
+private:
+    Timing timing_;
+    Progress progress_;
+};
+
+int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
+    const DrawingOptions& options = command.options;
+    const Messages messages = MessagesFor(options.messages, log);
+    RequireOwnOutput(options);
+    const OutputFile writable(options.output.path);
+
+    Observer observer(log, ShowsProgress(options.messages));
+    observer.enter("read");
+    const Scene scene = LoadScene(options.input, options.lines.creaseAngle);
+    observer.enter("prepare");
+    const DrawingReport report = DrawScene(scene, options, observer);
+    observer.finish();
+
+    TellAbout(scene, options, report, messages);
+    if (options.messages.timing) {
+        observer.timing().report(log);
+    }
+    // Standard output may be taken by the drawing.
+    PrintSummary(report, options.messages, options.output.path == "-" ? log : out);
+    return static_cast<int>(ExitCode::Drawn);
 }
 
-Input ReadModels(const Options& options) {
-    Input input;
-    input.paths.push_back(options.model);
-    input.paths.insert(input.paths.end(), options.occluders.begin(), options.occluders.end());
-    for (const std::string& path : input.paths) {
-        input.models.push_back(ImportModel(path));
-        RequireTriangles(input.models.back(), path);
+int Run(const InfoCommand& command, std::ostream& out, std::ostream&) {
+    std::vector<ModelInfo> infos;
+    for (const std::string& path : command.input.models) {
+        const ModelRequest request = RequestFor(command.input, path);
+        Model model = ImportModel(request);
+        infos.push_back(Inspect(NameOf(request), model));
     }
-    return input;
+    if (command.messages.json) {
+        WriteJson(infos, out);
+        return static_cast<int>(ExitCode::Drawn);
+    }
+    for (const ModelInfo& info : infos) {
+        WriteText(info, out);
+    }
+    return static_cast<int>(ExitCode::Drawn);
 }
 
-/// The meshes of one model; throws where bad triangles were all it had.
-MeshList MakeMeshes(Input& input, std::size_t number, const MeshRules& rules) {
-    BuiltMeshes built = BuildMeshes(input.models[number], rules);
-    input.dropped += built.dropped;
-    if (built.meshes.empty()) {
-        throw Failure(ExitCode::NothingToDraw,
-                      input.paths[number] + ": nothing to draw: every triangle is degenerate, not "
-                                            "finite or has an index out of range");
+int Run(const BatchCommand& command, std::ostream& out, std::ostream& log) {
+    for (const BatchJob& job : command.jobs) {
+        RequireOwnOutput(job.options);
     }
-    return std::move(built.meshes);
-}
-
-Scene MakeScene(Input& input, const Options& options) {
-    for (Model& model : input.models) {
-        input.dropped += CleanShapes(model);
-    }
-    MeshRules rules;
-    rules.origin = ChooseOrigin(input.models[0]);
-    rules.creaseAngle = options.creaseAngle;
-    Scene scene;
-    scene.meshes = MakeMeshes(input, 0, rules);
-    rules.drawn = false;
-    for (std::size_t i = 1; i < input.models.size(); ++i) {
-        const MeshList occluders = MakeMeshes(input, i, rules);
-        scene.occluders.insert(scene.occluders.end(), occluders.begin(), occluders.end());
-    }
-    return scene;
-}
-
-ctr::DiscreteProjectionSpace AimCamera(const Scene& scene, const Options& options) {
-    const ViewAxes axes = AxesOf(options.view);
-    Box drawn;
-    for (const kx::kxPointer<kx::kxTriMesh>& mesh : scene.meshes) {
-        drawn.add(MeasureInView(*mesh, axes));
-    }
-    std::vector<Box> occluders;
-    for (const kx::kxPointer<kx::kxTriMesh>& mesh : scene.occluders) {
-        occluders.push_back(MeasureInView(*mesh, axes));
-    }
-    return MakeCamera(FitToPage(drawn, occluders, options.page), axes);
-}
-
-void Warn(const DroppedTriangles& dropped, const std::string& model, std::ostream& log) {
-    if (dropped.total() > 0) {
-        log << "kxcontour: warning: " + model + ": " + Describe(dropped) + "\n" << std::flush;
-    }
-}
-
-[[noreturn]] void FailedToWrite(const std::string& path, int reason) {
-    throw Failure(ExitCode::CannotWrite,
-                  path + ": cannot write: " +
-                      (reason != 0 ? std::generic_category().message(reason)
-                                   : std::string("the drawing did not come out whole")));
-}
-
-/// Writes the drawing and puts it in place; returns its number of lines.
-std::size_t Export(const Drawing& drawing, OutputFile& output, const Options& options) {
-    const std::string& path = output.create();
-    if (!drawing.write(path, {options.page, options.title, options.description})) {
-        FailedToWrite(options.output, errno);
-    }
-    const std::size_t lines = CountLines(path);
-    if (lines == 0) {
-        throw Failure(ExitCode::NothingToDraw,
-                      options.model + ": nothing to draw: no line of it is visible");
-    }
-    output.commit();
-    return lines;
+    return RunBatch(command, MessagesFor(command.messages, log), out, log);
 }
 
 } // namespace
 
-void Draw(const Options& options, std::ostream& out, std::ostream& log) {
-    Timing timing;
-    Progress progress(log, ::isatty(STDERR_FILENO) == 1);
-    const auto enter = [&](const char* stage) {
-        timing.enter(stage);
-        progress.enter(stage);
-    };
-    RequireOwnOutput(options);
-    OutputFile output(options.output);
-
-    enter("read");
-    Input input = ReadModels(options);
-
-    enter("prepare");
-    const Scene scene = MakeScene(input, options);
-    Drawing drawing(AimCamera(scene, options));
-
-    enter("bake");
-    drawing.bake(scene.meshes, scene.occluders);
-
-    enter("features");
-    drawing.findLines(progress);
-
-    enter("export");
-    const std::size_t lines = Export(drawing, output, options);
-
-    progress.finish();
-    Warn(input.dropped, options.model, log);
-    if (options.timing) {
-        timing.report(log);
-    }
-    out << options.output + ": " + Describe(options.page) + ", " + std::to_string(lines) +
-               (lines == 1 ? " line" : " lines") + "\n"
-        << std::flush;
+int Execute(const Command& command, std::ostream& out, std::ostream& log) {
+    return std::visit([&](const auto& what) { return Run(what, out, log); }, command);
 }
 
 } // namespace kxcontour

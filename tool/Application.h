@@ -1,15 +1,14 @@
-// One run of the tool, from the command line to the drawing.
+// What the program does with a command line that makes sense.
 #pragma once
 
-#include "options/Options.h"
+#include "options/CommandLine.h"
 
 #include <ostream>
 
 namespace kxcontour {
 
-/// Draws what the options ask for, and writes one line about it to out.
-///
-/// Warnings and timings go to log. Throws Failure; no output file is created or changed then.
-void Draw(const Options& options, std::ostream& out, std::ostream& log);
+/// Carries out a command: results go to out, all else to log. Returns the exit code of a batch in
+/// which something failed; any other failure is thrown.
+int Execute(const Command& command, std::ostream& out, std::ostream& log);
 
 } // namespace kxcontour

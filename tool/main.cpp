@@ -2,7 +2,8 @@
 #include "Application.h"
 #include "common/Failure.h"
 #include "common/Interrupt.h"
-#include "options/Options.h"
+#include "common/Messages.h"
+#include "options/CommandLine.h"
 
 #include <csignal>
 #include <exception>
@@ -16,25 +17,25 @@ namespace {
 
 using kxcontour::ExitCode;
 
-/// One message is one write, so that those of several processes do not mix.
 int Fail(ExitCode code, const std::string& message) {
-    std::cerr << "kxcontour: " + message + "\n" << std::flush;
+    const bool coloured = kxcontour::WantsColour();
+    kxcontour::Messages(std::cerr, kxcontour::Messages::Loudness::Normal, coloured).error(message);
     return static_cast<int>(code);
 }
 
 int Run(const std::vector<std::string>& arguments) {
-    const std::optional<kxcontour::Options> options = kxcontour::ParseOptions(arguments, std::cout);
-    if (options) {
-        kxcontour::Draw(*options, std::cout, std::cerr);
-    }
-    return static_cast<int>(ExitCode::Drawn);
+    const std::optional<kxcontour::Command> command =
+        kxcontour::ParseCommandLine(arguments, std::cout);
+    return command ? kxcontour::Execute(*command, std::cout, std::cerr)
+                   : static_cast<int>(ExitCode::Drawn);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    // A file that outgrows its limit is reported like a full disk, not by a signal.
+    // A file that outgrows its limit and a reader that leaves are reported like a full disk.
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
     kxcontour::HandleInterrupts();
     try {
         return Run(std::vector<std::string>(argv + 1, argv + argc));

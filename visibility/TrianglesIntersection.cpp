@@ -21,6 +21,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <list>
 #include <optional>
 #include <utility>
@@ -69,7 +70,11 @@ struct tPointOnEdge {
     Fraction t;        ///< The exact parameter of the crossing.
 };
 
-using IntersectionEdge = std::pair<tPointOnEdge, tPointOnEdge>;
+struct IntersectionEdge {
+    tPointOnEdge first;
+    tPointOnEdge second;
+    bool grazing = false; ///< Of triangles in one plane, but for the rounding to the grid.
+};
 
 /// Values of a plane at the corners of a triangle.
 struct PlaneValues {
@@ -77,6 +82,12 @@ struct PlaneValues {
 
     bool straddle() const {
         return std::min({at[0], at[1], at[2]}) < 0 && std::max({at[0], at[1], at[2]}) > 0;
+    }
+
+    /// Whether all corners are as near to the plane as a step along every axis can bring them.
+    bool areWithinAStep(const GridVector& n) const {
+        const long step = std::abs(n[0]) + std::abs(n[1]) + std::abs(n[2]);
+        return std::min({at[0], at[1], at[2]}) >= -step && std::max({at[0], at[1], at[2]}) <= step;
     }
 };
 
@@ -147,7 +158,7 @@ std::optional<IntersectionEdge> OverlapOf(Span a, Span b, OrderingAxis axis) {
     if (lowestIsB == lowIsB) {
         return std::nullopt;
     }
-    return IntersectionEdge(*low, *high);
+    return IntersectionEdge{*low, *high, false};
 }
 
 /// A plane or an edge line of a triangle as a linear function of grid points.
@@ -254,8 +265,7 @@ struct TrianglesIntersection::tInternal {
                                   std::list<IntersectionEdge>& edges) const;
     bool testTriangleIntersection(const tTriangleData& a,
                                   std::uint32_t other,
-                                  tPointOnEdge& p,
-                                  tPointOnEdge& q) const;
+                                  IntersectionEdge& edge) const;
     void computeEdgeOcclusion(const IntersectionEdge& edge,
                               std::vector<RationalInterval>& intervals) const;
     bool isNear(std::uint32_t triangle, const kx::kxBBox& box) const;
@@ -267,11 +277,16 @@ struct TrianglesIntersection::tInternal {
                                       std::uint32_t triangle,
                                       Fraction& start,
                                       Fraction& end) const;
-    bool collectVisiblePieces(const std::list<IntersectionEdge>& edges,
-                              std::vector<Point>& pieces) const;
+    bool collectPieces(const std::list<IntersectionEdge>& edges,
+                       std::vector<Point>& visible,
+                       std::vector<Point>* hidden) const;
     void appendVisiblePieces(const IntersectionEdge& edge,
                              const std::vector<RationalInterval>& hidden,
                              std::vector<Point>& pieces) const;
+    void appendPiece(const IntersectionEdge& edge,
+                     const Fraction& from,
+                     const Fraction& to,
+                     std::vector<Point>& pieces) const;
 
     tTriangleData fetch(std::uint32_t triangle) const;
     bool isCanceled() const {
@@ -329,8 +344,7 @@ void TrianglesIntersection::tInternal::triangleIntersectionIter(
             for (const unsigned int* end = slot + here.second; slot != end; ++slot) {
                 IntersectionEdge edge;
                 // Every pair once; a triangle never meets itself.
-                if (*slot > data.index &&
-                    testTriangleIntersection(data, *slot, edge.first, edge.second)) {
+                if (*slot > data.index && testTriangleIntersection(data, *slot, edge)) {
                     edges.push_back(edge);
                 }
             }
@@ -343,8 +357,7 @@ void TrianglesIntersection::tInternal::triangleIntersectionIter(
 
 bool TrianglesIntersection::tInternal::testTriangleIntersection(const tTriangleData& a,
                                                                 std::uint32_t other,
-                                                                tPointOnEdge& p,
-                                                                tPointOnEdge& q) const {
+                                                                IntersectionEdge& edge) const {
     const tTriangleData b = fetch(other);
     // Parallel planes need no test of their own: all corners of one triangle are then at the same
     // distance from the other's plane and do not straddle it.
@@ -364,8 +377,8 @@ bool TrianglesIntersection::tInternal::testTriangleIntersection(const tTriangleD
     }
     const std::optional<IntersectionEdge> overlap = OverlapOf(spanA, spanB, axis);
     if (overlap) {
-        p = overlap->first;
-        q = overlap->second;
+        edge = *overlap;
+        edge.grazing = valuesA.areWithinAStep(b.normal) || valuesB.areWithinAStep(a.normal);
     }
     return overlap.has_value();
 }
@@ -446,33 +459,39 @@ bool TrianglesIntersection::tInternal::computeTriangleEdgeOcclusion(const Inters
     return RationalTools::GreaterThan(end, start) > 0;
 }
 
+void TrianglesIntersection::tInternal::appendPiece(const IntersectionEdge& edge,
+                                                   const Fraction& from,
+                                                   const Fraction& to,
+                                                   std::vector<Point>& pieces) const {
+    const BakedVertex p = PointAt(edge.first.point, edge.second.point, from);
+    const BakedVertex q = PointAt(edge.first.point, edge.second.point, to);
+    // A piece within one grid column carries nothing to draw.
+    if (p.x != q.x || p.y != q.y) {
+        pieces.push_back(GridToWorld(*triangles->projectionSpace, p));
+        pieces.push_back(GridToWorld(*triangles->projectionSpace, q));
+    }
+}
+
 void TrianglesIntersection::tInternal::appendVisiblePieces(
     const IntersectionEdge& edge,
     const std::vector<RationalInterval>& hidden,
     std::vector<Point>& pieces) const {
-    const auto append = [&](const Fraction& from, const Fraction& to) {
-        const BakedVertex p = PointAt(edge.first.point, edge.second.point, from);
-        const BakedVertex q = PointAt(edge.first.point, edge.second.point, to);
-        // A piece within one grid column carries nothing to draw.
-        if (p.x != q.x || p.y != q.y) {
-            pieces.push_back(GridToWorld(*triangles->projectionSpace, p));
-            pieces.push_back(GridToWorld(*triangles->projectionSpace, q));
-        }
-    };
     Fraction visibleFrom(0, 1);
     for (const RationalInterval& range : hidden) {
         if (RationalTools::GreaterThan(range.start, visibleFrom) > 0) {
-            append(visibleFrom, range.start);
+            appendPiece(edge, visibleFrom, range.start, pieces);
         }
         visibleFrom = range.end;
     }
     if (RationalTools::GreaterThan(Fraction(1, 1), visibleFrom) > 0) {
-        append(visibleFrom, Fraction(1, 1));
+        appendPiece(edge, visibleFrom, Fraction(1, 1), pieces);
     }
 }
 
-bool TrianglesIntersection::tInternal::collectVisiblePieces(
-    const std::list<IntersectionEdge>& edges, std::vector<Point>& pieces) const {
+/// False when there is nothing, or cancelled.
+bool TrianglesIntersection::tInternal::collectPieces(const std::list<IntersectionEdge>& edges,
+                                                     std::vector<Point>& visible,
+                                                     std::vector<Point>* hidden) const {
     float step = 1.0F;
     if (progressNotifier != nullptr) {
         double start = 0.0;
@@ -491,28 +510,21 @@ bool TrianglesIntersection::tInternal::collectVisiblePieces(
         intervals.clear();
         computeEdgeOcclusion(edge, intervals);
         IntervalTools::FuseOverlappingIntervals(intervals);
-        appendVisiblePieces(edge, intervals, pieces);
+        appendVisiblePieces(edge, intervals, visible);
+        if (hidden != nullptr && !edge.grazing) {
+            for (const RationalInterval& range : intervals) {
+                appendPiece(edge, range.start, range.end, *hidden);
+            }
+        }
     }
-    return !pieces.empty() && !isCanceled();
+    return !(visible.empty() && (hidden == nullptr || hidden->empty())) && !isCanceled();
 }
 
-TrianglesIntersection::TrianglesIntersection(const BakedTriangles& triangles)
-    : internal_(std::make_unique<tInternal>(triangles)) {}
+namespace {
 
-TrianglesIntersection::~TrianglesIntersection() = default;
-
-void TrianglesIntersection::setProgressNotifier(kx::kxProgressNotifierInterface* notifier) {
-    internal_->progressNotifier = notifier;
-}
-
-LineSegmentSet* TrianglesIntersection::computeIntersectionEdges() const {
-    std::list<IntersectionEdge> edges;
-    internal_->findIntersectionEdges(edges);
-    if (internal_->isCanceled()) {
-        return nullptr;
-    }
-    std::vector<Point> pieces;
-    if (!internal_->collectVisiblePieces(edges, pieces)) {
+/// Two vertices of its own for each piece; null without one.
+LineSegmentSet* MakeSet(const std::vector<Point>& pieces) {
+    if (pieces.empty()) {
         return nullptr;
     }
     const kx::kxPointer<kx::kxVertexBuffer> vertices = MakePositionBuffer(pieces.size());
@@ -526,6 +538,43 @@ LineSegmentSet* TrianglesIntersection::computeIntersectionEdges() const {
     set->SetIndexBuffer(lines.get());
     UpdateModelSpace(*set, true);
     return set.release();
+}
+
+} // namespace
+
+TrianglesIntersection::TrianglesIntersection(const BakedTriangles& triangles)
+    : internal_(std::make_unique<tInternal>(triangles)) {}
+
+TrianglesIntersection::~TrianglesIntersection() = default;
+
+void TrianglesIntersection::setProgressNotifier(kx::kxProgressNotifierInterface* notifier) {
+    internal_->progressNotifier = notifier;
+}
+
+LineSegmentSet* TrianglesIntersection::computeIntersectionEdges() const {
+    return computeIntersectionEdges(nullptr);
+}
+
+LineSegmentSet*
+TrianglesIntersection::computeIntersectionEdges(kx::kxPointer<LineSegmentSet>* hidden) const {
+    if (hidden != nullptr) {
+        *hidden = nullptr;
+    }
+    std::list<IntersectionEdge> edges;
+    internal_->findIntersectionEdges(edges);
+    if (internal_->isCanceled()) {
+        return nullptr;
+    }
+    std::vector<Point> visiblePieces;
+    std::vector<Point> hiddenPieces;
+    if (!internal_->collectPieces(edges, visiblePieces,
+                                  hidden != nullptr ? &hiddenPieces : nullptr)) {
+        return nullptr;
+    }
+    if (hidden != nullptr) {
+        *hidden = MakeSet(hiddenPieces);
+    }
+    return MakeSet(visiblePieces);
 }
 
 } // namespace ctr

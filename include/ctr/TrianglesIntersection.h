@@ -5,6 +5,7 @@
 #include <ctr/Export.h>
 #include <ctr/LineSegmentSet.h>
 
+#include <kxSystem/kxPointer.h>
 #include <kxSystem/kxProgressNotifierInterface.h>
 
 #include <memory>
@@ -36,6 +37,14 @@ public:
     /// cancelled. The order of the pieces follows the hierarchy; the pieces do not. About
     /// O((n + k) log n) for n triangles and k edges that meet little depth complexity.
     LineSegmentSet* computeIntersectionEdges() const;
+
+    /// The same, and in hidden (may be null) what is left of the lines: their pieces that something
+    /// hides, made like the visible ones; null where there are none and when cancelled.
+    ///
+    /// Faces that lie on each other cut in many little lines once they are rounded to the grid.
+    /// Hidden pieces of such cuts, where one triangle is within a step of the other's plane, are
+    /// left out.
+    LineSegmentSet* computeIntersectionEdges(kx::kxPointer<LineSegmentSet>* hidden) const;
 
 private:
     struct CTR_LOCAL tInternal;

@@ -249,21 +249,52 @@ HiddenByAny(const BakedTriangles& baked, const Cut& cut, CutCounts& counts) {
     return ranges;
 }
 
-void AppendVisible(const BakedTriangles& baked,
-                   const Cut& cut,
-                   std::vector<GridPiece>& pieces,
-                   CutCounts& counts) {
-    const auto hidden = ExactUnion(HiddenByAny(baked, cut, counts));
-    const auto visible = Complement(hidden);
-    counts.partlyHidden += !hidden.empty() && !visible.empty() ? 1 : 0;
-    for (const ctr::RationalInterval& range : visible) {
+/// The pieces of a cut in some ranges; returns how many are left out, as in one column.
+int AppendPieces(const Cut& cut,
+                 const std::vector<ctr::RationalInterval>& ranges,
+                 std::vector<GridPiece>& pieces) {
+    int dropped = 0;
+    for (const ctr::RationalInterval& range : ranges) {
         const BakedVertex p = PointAt(cut.first.point, cut.second.point, ToFraction(range.start));
         const BakedVertex q = PointAt(cut.first.point, cut.second.point, ToFraction(range.end));
         if (p.x == q.x && p.y == q.y) {
-            ++counts.piecesDropped;
+            ++dropped;
         } else {
             pieces.emplace_back(p, q);
         }
+    }
+    return dropped;
+}
+
+/// Whether a grid step along every axis could bring each corner of the first onto the plane of the
+/// second.
+bool IsWithinAStep(const BakedTriangles& baked, unsigned int first, unsigned int second) {
+    const Corners other = CornersOf(baked, second);
+    const Normal n = NormalOf(baked, second);
+    const auto size = [](const auto& v) { return v < 0 ? -v : v; };
+    for (const BakedVertex& corner : CornersOf(baked, first)) {
+        if (size(AlongNormal(corner, other[0], n)) > size(n[0]) + size(n[1]) + size(n[2])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool IsGrazing(const BakedTriangles& baked, unsigned int i, unsigned int j) {
+    return IsWithinAStep(baked, i, j) || IsWithinAStep(baked, j, i);
+}
+
+void AppendCut(const BakedTriangles& baked,
+               const Cut& cut,
+               bool grazing,
+               CutPieces& pieces,
+               CutCounts& counts) {
+    const auto hidden = ExactUnion(HiddenByAny(baked, cut, counts));
+    const auto visible = Complement(hidden);
+    counts.partlyHidden += !hidden.empty() && !visible.empty() ? 1 : 0;
+    counts.piecesDropped += AppendPieces(cut, visible, pieces.visible);
+    if (!grazing) {
+        AppendPieces(cut, hidden, pieces.hidden);
     }
 }
 
@@ -327,20 +358,24 @@ HiddenOfCut(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) 
     return ctr::RationalInterval{Narrowed(window.start), Narrowed(window.end)};
 }
 
-std::vector<GridPiece> VisibleCuts(const BakedTriangles& baked, CutCounts& counts) {
-    std::vector<GridPiece> pieces;
+CutPieces PiecesOfCuts(const BakedTriangles& baked, CutCounts& counts) {
+    CutPieces pieces;
     const auto triangles = static_cast<unsigned int>(baked.trianglePlanes.size());
     for (unsigned int i = 0; i < triangles; ++i) {
         for (unsigned int j = i + 1; j < triangles; ++j) {
             if (const auto cut = CutOf(baked, i, j, counts)) {
                 counts.atOwnTriangle += HiddenOfCut(baked, *cut, i) ? 1 : 0;
                 counts.atOwnTriangle += HiddenOfCut(baked, *cut, j) ? 1 : 0;
-                AppendVisible(baked, *cut, pieces, counts);
+                AppendCut(baked, *cut, IsGrazing(baked, i, j), pieces, counts);
             }
         }
     }
-    counts.pieces += static_cast<int>(pieces.size());
+    counts.pieces += static_cast<int>(pieces.visible.size());
     return pieces;
+}
+
+std::vector<GridPiece> VisibleCuts(const BakedTriangles& baked, CutCounts& counts) {
+    return PiecesOfCuts(baked, counts).visible;
 }
 
 Wm4::Vector3<float> ToWorld(const ctr::DiscreteProjectionSpace& space, const BakedVertex& p) {

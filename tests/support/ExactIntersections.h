@@ -57,6 +57,14 @@ HiddenOfCut(const ctr::BakedTriangles& baked, const Cut& cut, unsigned int trian
 /// A piece of a line between two points of the grid.
 using GridPiece = std::pair<ctr::BakedVertex, ctr::BakedVertex>;
 
+struct CutPieces {
+    std::vector<GridPiece> visible;
+    std::vector<GridPiece> hidden; ///< Not of triangles within a step of each other's plane.
+};
+
+/// The pieces of all cuts, by pair and then along each cut.
+CutPieces PiecesOfCuts(const ctr::BakedTriangles& baked, CutCounts& counts);
+
 /// The visible pieces of all cuts, by pair and then along each cut.
 std::vector<GridPiece> VisibleCuts(const ctr::BakedTriangles& baked, CutCounts& counts);
 

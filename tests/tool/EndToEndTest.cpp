@@ -166,15 +166,15 @@ TEST(Drawings, AreTheSameBytesInEveryLocale) {
     const std::string model = kModels + "/OBJ/spider.obj";
     ASSERT_EQ(RunTool({model, "-o", folder.path("plain.svg"), "--page", "1500.5x2000"}).exitCode,
               0);
-    kxcontour::Options options;
-    options.model = model;
-    options.output = folder.path("comma.svg");
-    options.page = {1500.5, 2000.0};
+    kxcontour::DrawCommand command;
+    command.options.input.models = {model};
+    command.options.output.path = folder.path("comma.svg");
+    command.options.page.size = {1500.5, 2000.0};
     std::ostringstream out;
     std::ostringstream log;
     const std::locale before = std::locale::global(std::locale(std::locale(), new CommaNumbers));
     out.imbue(std::locale());
-    kxcontour::Draw(options, out, log);
+    kxcontour::Execute(command, out, log);
     std::locale::global(before);
     EXPECT_EQ(ReadBytes(folder.path("comma.svg")), ReadBytes(folder.path("plain.svg")));
     EXPECT_NE(out.str().find(": 1500.5 x 2000 mm, "), std::string::npos) << out.str();

@@ -8,7 +8,9 @@
 #include <locale>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
+#include <zlib.h>
 
 namespace tool_test {
 namespace {
@@ -42,6 +44,31 @@ std::string PlyHeader(const MeshData& data, const std::string& format) {
            "\nproperty float x\nproperty float y\nproperty float z\nelement face " +
            std::to_string(data.triangleCount()) +
            "\nproperty list uchar int vertex_indices\nend_header\n";
+}
+
+std::string Base64(const std::string& bytes) {
+    constexpr std::string_view kLetters =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        std::uint32_t word = 0;
+        for (std::size_t k = i; k < i + 3; ++k) {
+            word = word << 8U | (k < bytes.size() ? static_cast<unsigned char>(bytes[k]) : 0U);
+        }
+        for (unsigned int k = 0; k < 4; ++k) {
+            text += i + k > bytes.size() ? '=' : kLetters[word >> (18 - 6 * k) & 63U];
+        }
+    }
+    return text;
+}
+
+/// A little-endian number of two bytes.
+std::string Half(std::size_t value) {
+    return {static_cast<char>(value & 0xFFU), static_cast<char>(value >> 8U & 0xFFU)};
+}
+
+std::string Word(std::size_t value) {
+    return Half(value & 0xFFFFU) + Half(value >> 16U);
 }
 
 const Point& Corner(const MeshData& data, std::size_t index) {
@@ -82,6 +109,23 @@ std::string ReadBytes(const std::string& path) {
     std::ostringstream bytes;
     bytes << file.rdbuf();
     return bytes.str();
+}
+
+std::string Replaced(std::string text, const std::string& part, const std::string& replacement) {
+    std::size_t at = text.find(part);
+    if (at == std::string::npos) {
+        throw std::runtime_error("nothing to replace: " + part);
+    }
+    for (; at != std::string::npos; at = text.find(part, at + replacement.size())) {
+        text.replace(at, part.size(), replacement);
+    }
+    return text;
+}
+
+kxcontour::ModelRequest FileRequest(const std::string& path) {
+    kxcontour::ModelRequest request;
+    request.path = path;
+    return request;
 }
 
 bool Matches(const std::string& text, const std::string& pattern) {
@@ -176,6 +220,120 @@ std::string OffText(const MeshData& data) {
         text << "3 " << data.indices[i] << ' ' << data.indices[i + 1] << ' ' << data.indices[i + 2]
              << '\n';
     }
+    return text.str();
+}
+
+std::string GltfText(const MeshData& data,
+                     const std::string& nodes,
+                     const std::string& meshes,
+                     const std::string& buffer) {
+    std::string bytes;
+    for (const Point& p : data.positions) {
+        Append(bytes, p, false);
+    }
+    const std::size_t positionBytes = bytes.size();
+    for (const unsigned int index : data.indices) {
+        Append(bytes, index, false);
+    }
+    const std::string uri =
+        buffer.empty() ? "data:application/octet-stream;base64," + Base64(bytes) : buffer;
+    std::ostringstream text = TextStream();
+    text << R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":)" << nodes
+         << R"(,"meshes":)" << meshes << R"(,"accessors":[{"bufferView":0,"componentType":5126,)"
+         << R"("type":"VEC3","count":)" << data.positions.size()
+         << R"(},{"bufferView":1,"componentType":5125,"type":"SCALAR","count":)"
+         << data.indices.size() << R"(}],"bufferViews":[{"buffer":0,"byteOffset":0,"byteLength":)"
+         << positionBytes << R"(},{"buffer":0,"byteOffset":)" << positionBytes
+         << R"(,"byteLength":)" << bytes.size() - positionBytes << R"(}],"buffers":[{"byteLength":)"
+         << bytes.size() << R"(,"uri":")" << uri << R"("}]})";
+    return text.str();
+}
+
+std::string ModelOf3mf(const MeshData& data, const std::string& attributes) {
+    std::ostringstream text = TextStream();
+    text << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<model " << attributes
+         << " xmlns=\"http://schemas.microsoft.com/3dmanufacturing/core/2015/02\"><resources>"
+            "<object id=\"1\" type=\"model\"><mesh><vertices>";
+    for (const Point& p : data.positions) {
+        text << "<vertex x=\"" << p[0] << "\" y=\"" << p[1] << "\" z=\"" << p[2] << "\"/>";
+    }
+    text << "</vertices><triangles>";
+    for (std::size_t i = 0; i < data.indices.size(); i += 3) {
+        text << "<triangle v1=\"" << data.indices[i] << "\" v2=\"" << data.indices[i + 1]
+             << "\" v3=\"" << data.indices[i + 2] << "\"/>";
+    }
+    text << "</triangles></mesh></object></resources><build><item objectid=\"1\"/></build></model>";
+    return text.str();
+}
+
+std::string ZipBytes(const std::vector<std::pair<std::string, std::string>>& files) {
+    std::string archive;
+    std::string directory;
+    for (const auto& [name, bytes] : files) {
+        const auto sum = ::crc32(0, reinterpret_cast<const Bytef*>(bytes.data()),
+                                 static_cast<uInt>(bytes.size()));
+        // Version 2.0, no flags, stored, no date; the sizes; the lengths of name and extra field.
+        std::string common = Half(20);
+        common.append(Half(0)).append(Half(0)).append(Word(0)).append(Word(sum));
+        common.append(Word(bytes.size())).append(Word(bytes.size()));
+        common.append(Half(name.size())).append(Half(0));
+        directory.append("PK\1\2").append(Half(20)).append(common);
+        directory.append(Half(0)).append(Half(0)).append(Half(0)).append(Word(0));
+        directory.append(Word(archive.size())).append(name);
+        archive.append("PK\3\4").append(common).append(name).append(bytes);
+    }
+    return archive + directory + "PK\5\6" + Word(0) + Half(files.size()) + Half(files.size()) +
+           Word(directory.size()) + Word(archive.size()) + Half(0);
+}
+
+std::string Bytes3mf(const std::string& model) {
+    return ZipBytes(
+        {{"_rels/.rels",
+          "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Relationships "
+          "xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\"><Relationship "
+          "Target=\"/3D/3dmodel.model\" Id=\"rel0\" "
+          "Type=\"http://schemas.microsoft.com/3dmanufacturing/2013/01/3dmodel\"/>"
+          "</Relationships>"},
+         {"3D/3dmodel.model", model}});
+}
+
+std::string AmfText(const MeshData& data, const std::string& attributes) {
+    std::ostringstream text = TextStream();
+    text << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<amf " << attributes
+         << " version=\"1.1\"><object id=\"0\"><mesh><vertices>";
+    for (const Point& p : data.positions) {
+        text << "<vertex><coordinates><x>" << p[0] << "</x><y>" << p[1] << "</y><z>" << p[2]
+             << "</z></coordinates></vertex>";
+    }
+    text << "</vertices><volume>";
+    for (std::size_t i = 0; i < data.indices.size(); i += 3) {
+        text << "<triangle><v1>" << data.indices[i] << "</v1><v2>" << data.indices[i + 1]
+             << "</v2><v3>" << data.indices[i + 2] << "</v3></triangle>";
+    }
+    text << "</volume></mesh></object></amf>\n";
+    return text.str();
+}
+
+std::string X3dText(const std::string& size, const std::string& head) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<X3D profile=\"Immersive\" "
+           "version=\"3.3\"><head>" +
+           head + "</head><Scene><Shape><Box size=\"" + size + "\"/></Shape></Scene></X3D>\n";
+}
+
+std::string DxfText(const MeshData& data, const std::string& header) {
+    std::ostringstream text = TextStream();
+    text << "  0\nSECTION\n  2\nHEADER\n" << header << "  0\nENDSEC\n  0\nSECTION\n  2\nENTITIES\n";
+    for (std::size_t i = 0; i < data.indices.size(); i += 3) {
+        text << "  0\n3DFACE\n  8\nlayer\n";
+        for (std::size_t k = 0; k < 4; ++k) {
+            // A triangle is a face of four corners whose last two are one.
+            const Point& p = Corner(data, i + (k < 3 ? k : 2));
+            for (int axis = 0; axis < 3; ++axis) {
+                text << ' ' << 10 * (axis + 1) + static_cast<int>(k) << '\n' << p[axis] << '\n';
+            }
+        }
+    }
+    text << "  0\nENDSEC\n  0\nEOF\n";
     return text.str();
 }
 

@@ -1,10 +1,13 @@
 // Model files for tests, as text or bytes, and folders to put them in.
 #pragma once
 
+#include "model/ModelRequest.h"
 #include "support/Scenes.h"
 
 #include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tool_test {
 
@@ -31,6 +34,12 @@ private:
 
 std::string ReadBytes(const std::string& path);
 
+/// A text with every place of a part replaced; there has to be one.
+std::string Replaced(std::string text, const std::string& part, const std::string& replacement);
+
+/// Asks for a file as it is.
+kxcontour::ModelRequest FileRequest(const std::string& path);
+
 /// Whether a text has the pattern, in which * stands for any text without a line end.
 bool Matches(const std::string& text, const std::string& pattern);
 
@@ -42,6 +51,33 @@ std::string StlBytes(const test_support::MeshData& data);
 std::string PlyText(const test_support::MeshData& data);
 std::string PlyBytes(const test_support::MeshData& data, bool bigEndian);
 std::string OffText(const test_support::MeshData& data);
+
+/// glTF with the mesh in a buffer of its own: accessor 0 has its positions, 1 its indices. The
+/// nodes and meshes are JSON arrays; the scene shows node 0. buffer is the buffer's address, or
+/// empty for the bytes themselves.
+std::string GltfText(const test_support::MeshData& data,
+                     const std::string& nodes,
+                     const std::string& meshes,
+                     const std::string& buffer = "");
+
+/// A glTF primitive for GltfText().
+inline const char* const kGltfPrimitive = R"({"attributes":{"POSITION":0},"indices":1})";
+
+/// The model part of a 3MF file; attributes such as unit="inch" go into its first element.
+std::string ModelOf3mf(const test_support::MeshData& data, const std::string& attributes);
+
+/// An archive of files, (name and bytes), stored as they are.
+std::string ZipBytes(const std::vector<std::pair<std::string, std::string>>& files);
+
+/// A 3MF file of a model part.
+std::string Bytes3mf(const std::string& model);
+
+/// AMF and X3D (a box of that size about the origin); attributes and head are markup.
+std::string AmfText(const test_support::MeshData& data, const std::string& attributes);
+std::string X3dText(const std::string& size, const std::string& head);
+
+/// A DXF file with the triangles as faces; header holds lines of the header section.
+std::string DxfText(const test_support::MeshData& data, const std::string& header);
 
 /// COLLADA with y up. The nodes are its scene, as markup; they show the mesh as instances of "#m".
 std::string DaeText(const test_support::MeshData& data, const std::string& nodes);

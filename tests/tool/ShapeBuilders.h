@@ -48,7 +48,8 @@ inline kxcontour::Model MakeModel(const std::vector<kxcontour::Shape>& shapes) {
     kxcontour::Model model;
     model.shapes = shapes;
     for (std::size_t i = 0; i < shapes.size(); ++i) {
-        model.placements.push_back({i, Matrix(false)});
+        model.placements.push_back({i, i, Matrix(false)});
+        model.objects.push_back("object " + std::to_string(i));
     }
     return model;
 }

@@ -68,6 +68,8 @@ SvgPath ParsePath(std::string_view data) {
 SvgGroup ReadGroup(xmlNode& node) {
     SvgGroup group;
     group.strokeWidth = Attribute(node, "stroke-width");
+    group.stroke = Attribute(node, "stroke");
+    group.dashes = Attribute(node, "stroke-dasharray");
     for (xmlNode* child = node.children; child != nullptr; child = child->next) {
         if (child->type != XML_ELEMENT_NODE) {
             continue;
@@ -78,6 +80,20 @@ SvgGroup ReadGroup(xmlNode& node) {
         group.paths.push_back(ParsePath(Attribute(*child, "d")));
     }
     return group;
+}
+
+/// A layer has no strokes of its own but groups that have.
+bool IsLayer(xmlNode& node) {
+    return Attribute(node, "groupmode") == "layer";
+}
+
+void ReadLayer(xmlNode& node, SvgFile& svg) {
+    for (xmlNode* child = node.children; child != nullptr; child = child->next) {
+        if (child->type == XML_ELEMENT_NODE) {
+            svg.groups.push_back(ReadGroup(*child));
+            svg.groups.back().layer = Attribute(node, "label");
+        }
+    }
 }
 
 SvgFile ReadRoot(xmlNode& root) {
@@ -98,6 +114,8 @@ SvgFile ReadRoot(xmlNode& root) {
             svg.title = TextOf(xmlNodeGetContent(child));
         } else if (NameOf(*child) == "desc") {
             svg.description = TextOf(xmlNodeGetContent(child));
+        } else if (NameOf(*child) == "g" && IsLayer(*child)) {
+            ReadLayer(*child, svg);
         } else if (NameOf(*child) == "g") {
             svg.groups.push_back(ReadGroup(*child));
         } else {

@@ -15,7 +15,10 @@ struct PagePoint {
 using SvgPath = std::vector<PagePoint>;
 
 struct SvgGroup {
+    std::string layer; ///< Its label; empty for a group that is in none.
+    std::string stroke;
     std::string strokeWidth;
+    std::string dashes;
     std::vector<SvgPath> paths;
 };
 

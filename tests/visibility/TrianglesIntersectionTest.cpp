@@ -349,6 +349,21 @@ TEST(TrianglesIntersection, TrianglesOfOneMeshAndOfSeveralAreTreatedAlike) {
     EXPECT_EQ(SortedBits(IntersectionsOf(joined.baked)), SortedBits(IntersectionsOf(apart.baked)));
 }
 
+TEST(TrianglesIntersection, GivesHiddenPiecesOnlyToWhoAsksForThem) {
+    const std::vector<MeshData> crossing{Triangle({0, 0, 8}, {8, 0, 8}, {0, 8, 8}),
+                                         Triangle({0, 1, 4}, {6, 1, 12}, {0, 4, 4})};
+    std::vector<MeshData> covered = crossing;
+    covered.push_back(Triangle({0, 0, 1}, {14, 0, 1}, {0, 14, 1}));
+    const BakedMeshes open(crossing);
+    const BakedMeshes scene(covered);
+    SetPointer hidden;
+    EXPECT_FALSE(SetPointer(TrianglesIntersection(scene.baked).computeIntersectionEdges(&hidden)));
+    EXPECT_EQ(SortedBits(hidden), SortedBits(IntersectionsOf(open.baked)));
+    const SetPointer visible(TrianglesIntersection(open.baked).computeIntersectionEdges(&hidden));
+    EXPECT_TRUE(visible);
+    EXPECT_FALSE(hidden) << "what was there before is gone";
+}
+
 TEST(TrianglesIntersection, ComputesTheSameAgain) {
     const BakedMeshes scene({Level(), Slope()});
     const TrianglesIntersection intersection(scene.baked);
@@ -509,7 +524,11 @@ void CheckCorners(const ctr::DiscreteProjectionSpace& space, int scenes) {
             triangles.push_back(CornerTriangle(random, across, deep, random.percent(50) ? 0 : 3));
         }
         const BakedTriangles baked = OnTheGrid(space, triangles);
-        ASSERT_EQ(SortedBits(IntersectionsOf(baked)), Expected(baked, counts)) << "scene " << scene;
+        const test_support::CutPieces expected = PiecesOfCuts(baked, counts);
+        SetPointer hidden;
+        const SetPointer visible(TrianglesIntersection(baked).computeIntersectionEdges(&hidden));
+        ASSERT_EQ(SortedBits(visible), SortedWorldBits(space, expected.visible)) << scene;
+        ASSERT_EQ(SortedBits(hidden), SortedWorldBits(space, expected.hidden)) << scene;
     }
     EXPECT_GT(counts.cuts, scenes / 4);
     EXPECT_GT(counts.hiddenRanges, scenes / 4);

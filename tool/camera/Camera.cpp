@@ -1,24 +1,25 @@
-// Measures meshes in a view and makes the matrices of the camera and back.
+// Measures meshes in a view and chooses the frame or pyramid that shows them.
 #include "camera/Camera.h"
 
+#include "camera/Frame.h"
+#include "common/Angles.h"
 #include "common/Failure.h"
 
 #include <algorithm>
-#include <cmath>
+#include <limits>
+#include <vector>
 
 namespace kxcontour {
 namespace {
 
-constexpr unsigned int kScreenBits = 20;
-constexpr unsigned int kDepthBits = 19;
-
-/// Room in front of and behind the model, as a part of its depth: nothing is cut by rounding.
-constexpr double kDepthPadding = 1.0 / 1024.0;
-
-/// The depth given to something flat, as a part of its larger side.
-constexpr double kLeastDepth = 1.0 / 1024.0;
-
 using Vector = Wm4::Vector3<double>;
+
+/// The nearest distance that a perspective camera shows, as a part of the farthest: depth is a
+/// fraction with the distance below, so room for what is very near is taken from all the rest.
+constexpr double kNearestShare = 1.0 / 4096.0;
+
+/// Room in front of and behind the model, as a part of its distance.
+constexpr double kDepthPadding = 1.0 / 1024.0;
 
 /// A mesh's world transformation followed by the turn into the view, as columns of coefficients.
 struct ToView {
@@ -45,119 +46,168 @@ struct ToView {
     }
 };
 
-bool OverlapsSheet(const Box& box, const Frame& frame) {
-    for (int axis = 0; axis < 2; ++axis) {
-        if (box.max[axis] < frame.center[axis] - frame.halfSize[axis] ||
-            box.min[axis] > frame.center[axis] + frame.halfSize[axis]) {
-            return false;
-        }
+/// Calls a function with every corner of every triangle, in view coordinates.
+template <class Function>
+void ForEachCorner(const kx::kxTriMesh& mesh, const ViewAxes& axes, const Function& function) {
+    const ToView toView(mesh.GetWorldTransformation().GetMatrix(), axes);
+    const kx::kxVertexBuffer& vertices = *mesh.GetVertexBuffer();
+    const kx::kxIndexBuffer& triangles = *mesh.GetIndexBuffer();
+    for (int i = 0; i < triangles.GetIndexQuantity(); ++i) {
+        function(toView(vertices.Position3(static_cast<int>(triangles.GetData()[i]))));
     }
-    return true;
 }
 
-/// World units per millimetre, so that the box fills the page inside the margin.
-double ScaleToFit(const Box& drawn, PageSize page) {
-    const double scale = std::max(drawn.size()[0] / (page.width - 2.0 * kPageMargin),
-                                  drawn.size()[1] / (page.height - 2.0 * kPageMargin));
-    // A point has no size: any scale shows it.
-    return scale > 0.0 ? scale : 1.0;
+std::vector<Box> Measure(const MeshList& meshes, const ViewAxes& axes) {
+    std::vector<Box> boxes;
+    boxes.reserve(meshes.size());
+    for (const kx::kxPointer<kx::kxTriMesh>& mesh : meshes) {
+        boxes.push_back(MeasureInView(*mesh, axes));
+    }
+    return boxes;
 }
 
-void FitDepth(Frame& frame, const Box& drawn, const std::vector<Box>& occluders) {
-    const double farthest = drawn.min[2];
-    double nearest = drawn.max[2];
-    for (const Box& occluder : occluders) {
-        if (!occluder.isEmpty() && OverlapsSheet(occluder, frame)) {
-            nearest = std::max(nearest, occluder.max[2]);
-        }
+Box Around(const std::vector<Box>& boxes) {
+    Box all;
+    for (const Box& box : boxes) {
+        all.add(box);
     }
-    const double depth = nearest - farthest;
-    const double padded = std::max(depth * (0.5 + kDepthPadding),
-                                   kLeastDepth * std::max(frame.halfSize[0], frame.halfSize[1]));
-    frame.center[2] = 0.5 * nearest + 0.5 * farthest;
-    frame.halfSize[2] = padded;
+    return all;
 }
 
-Wm4::Matrix4<float> Rounded(const Wm4::Matrix4<double>& matrix) {
-    Wm4::Matrix4<float> rounded;
-    for (int row = 0; row < 4; ++row) {
-        for (int column = 0; column < 4; ++column) {
-            // A zero of either sign becomes a plain zero.
-            rounded[row][column] = static_cast<float>(matrix[row][column]) + 0.0F;
-        }
-    }
-    return rounded;
+Vector InView(const Vector& point, const ViewAxes& axes) {
+    return {point.Dot(axes.right), point.Dot(axes.up), point.Dot(axes.back)};
 }
 
-/// World to clip space: each coordinate along its axis, over half of the frame's size.
-Wm4::Matrix4<double> WorldToClip(const Frame& frame, const ViewAxes& axes) {
-    Wm4::Matrix4<double> matrix(false);
-    for (int i = 0; i < 3; ++i) {
-        matrix[i][0] = axes.right[i] / frame.halfSize[0];
-        matrix[i][1] = axes.up[i] / frame.halfSize[1];
-        matrix[i][2] = -axes.back[i] / frame.halfSize[2];
-    }
-    matrix[3][0] = -frame.center[0] / frame.halfSize[0];
-    matrix[3][1] = -frame.center[1] / frame.halfSize[1];
-    matrix[3][2] = frame.center[2] / frame.halfSize[2];
-    return matrix;
+Vector InWorld(const Vector& point, const ViewAxes& axes) {
+    return point[0] * axes.right + point[1] * axes.up + point[2] * axes.back;
 }
 
-/// The inverse in closed form: the axes are of unit length and at right angles.
-Wm4::Matrix4<double> ClipToWorld(const Frame& frame, const ViewAxes& axes) {
-    Wm4::Matrix4<double> matrix(false);
-    for (int i = 0; i < 3; ++i) {
-        matrix[0][i] = frame.halfSize[0] * axes.right[i];
-        matrix[1][i] = frame.halfSize[1] * axes.up[i];
-        matrix[2][i] = -frame.halfSize[2] * axes.back[i];
-        matrix[3][i] = frame.center[0] * axes.right[i] + frame.center[1] * axes.up[i] +
-                       frame.center[2] * axes.back[i];
-    }
-    return matrix;
+/// The middle of what is fitted, in the world.
+Vector MiddleOf(const MeshList& meshes) {
+    const ViewAxes front = AxesOf(View::Front);
+    return InWorld(Around(Measure(meshes, front)).center(), front);
 }
 
-/// Whether single precision can hold the frame's sizes, their reciprocals and their squares.
-bool IsInRange(const Frame& frame) {
-    for (int axis = 0; axis < 3; ++axis) {
-        if (!(frame.halfSize[axis] > 1e-18 && frame.halfSize[axis] < 1e18 &&
-              std::abs(frame.center[axis]) < 1e18)) {
-            return false;
-        }
+/// Upright on the page, unless a user says otherwise: the world's up, or for an eye straight above
+/// or below what the top and bottom views have up.
+Vector UpFor(const CameraRequest& request, const Vector& back) {
+    if (request.viewUp) {
+        return *request.viewUp;
     }
-    return true;
+    const bool vertical = back[0] == 0.0 && back[2] == 0.0;
+    return vertical ? AxesOf(back[1] > 0.0 ? View::Top : View::Bottom).up : Vector(0, 1, 0);
+}
+
+ViewAxes ChooseAxes(const CameraRequest& request, const MeshList& fitted) {
+    if (request.position) {
+        const Vector focus = request.focalPoint ? *request.focalPoint : MiddleOf(fitted);
+        const Vector back = *request.position - focus;
+        return AxesLooking(back, UpFor(request, back));
+    }
+    const ViewAxes axes =
+        request.azimuth || request.elevation
+            ? AxesOf(request.azimuth.value_or(0.0), request.elevation.value_or(0.0))
+            : AxesOf(request.view);
+    return request.viewUp ? AxesLooking(axes.back, *request.viewUp) : axes;
+}
+
+AimedCamera AimParallel(const CameraRequest& request,
+                        const CameraSubjects& subjects,
+                        const Sheet& sheet,
+                        const ViewAxes& axes) {
+    const std::vector<Box> drawn = Measure(subjects.drawn, axes);
+    FitRules rules;
+    rules.page = sheet.page;
+    rules.margin = sheet.margin;
+    rules.zoom = request.zoom;
+    if (request.scale) {
+        rules.unitsPerMillimetre = 1.0 / *request.scale;
+    }
+    if (request.focalPoint) {
+        rules.middle = InView(*request.focalPoint, axes);
+    }
+    const Frame frame = FitToPage(Around(Measure(subjects.fitted, axes)), drawn,
+                                  Measure(subjects.occluders, axes), rules);
+    const double units = UnitsPerMillimetre(frame, sheet.page);
+    const Vector size = Around(drawn).size() / units;
+    return {MakeCamera(frame, axes), units, PageSize{size[0], size[1]}};
+}
+
+/// The half angles of the whole sheet, of which the field of view is what is inside the margin.
+Pyramid OpenPyramid(const CameraRequest& request, const Sheet& sheet) {
+    const Turn half = TurnBy(0.5 * request.fieldOfView);
+    const double inner = half.sine / half.cosine / request.zoom;
+    Pyramid pyramid;
+    pyramid.tangentY = inner * sheet.page.height / (sheet.page.height - 2.0 * sheet.margin);
+    pyramid.tangentX = pyramid.tangentY * sheet.page.width / sheet.page.height;
+    return pyramid;
+}
+
+/// Where the eye sees all that is fitted inside the margin; zooming then leaves the eye in place.
+Vector FindEye(const CameraRequest& request,
+               const MeshList& fitted,
+               const Sheet& sheet,
+               const ViewAxes& axes) {
+    CameraRequest unzoomed = request;
+    unzoomed.zoom = 1.0;
+    const Pyramid whole = OpenPyramid(unzoomed, sheet);
+    const auto inside = [&](double side) { return (side - 2.0 * sheet.margin) / side; };
+    EyeFinder finder(whole.tangentX * inside(sheet.page.width),
+                     whole.tangentY * inside(sheet.page.height));
+    for (const kx::kxPointer<kx::kxTriMesh>& mesh : fitted) {
+        ForEachCorner(*mesh, axes, [&](const Vector& point) { finder.add(point); });
+    }
+    return finder.eye();
+}
+
+void ChooseDepths(Pyramid& pyramid, const CameraSubjects& subjects, const ViewAxes& axes) {
+    double nearest = std::numeric_limits<double>::infinity();
+    double farthest = 0.0;
+    const auto distance = [&](const Vector& point) { return pyramid.eye[2] - point[2]; };
+    for (const kx::kxPointer<kx::kxTriMesh>& mesh : subjects.drawn) {
+        ForEachCorner(*mesh, axes, [&](const Vector& point) {
+            nearest = std::min(nearest, distance(point));
+            farthest = std::max(farthest, distance(point));
+        });
+    }
+    for (const kx::kxPointer<kx::kxTriMesh>& mesh : subjects.occluders) {
+        ForEachCorner(*mesh, axes,
+                      [&](const Vector& point) { nearest = std::min(nearest, distance(point)); });
+    }
+    if (!(farthest > 0.0)) {
+        throw Failure(ExitCode::NothingToDraw, "nothing to draw: the model is behind the camera");
+    }
+    pyramid.far = farthest * (1.0 + kDepthPadding);
+    pyramid.near = std::max(nearest * (1.0 - kDepthPadding), pyramid.far * kNearestShare);
+}
+
+AimedCamera AimPerspective(const CameraRequest& request,
+                           const CameraSubjects& subjects,
+                           const Sheet& sheet,
+                           const ViewAxes& axes) {
+    Pyramid pyramid = OpenPyramid(request, sheet);
+    pyramid.eye = request.position ? InView(*request.position, axes)
+                                   : FindEye(request, subjects.fitted, sheet, axes);
+    ChooseDepths(pyramid, subjects, axes);
+    return {MakeCamera(pyramid, axes), std::nullopt, std::nullopt};
 }
 
 } // namespace
 
 Box MeasureInView(const kx::kxTriMesh& mesh, const ViewAxes& axes) {
-    const ToView toView(mesh.GetWorldTransformation().GetMatrix(), axes);
-    const kx::kxVertexBuffer& vertices = *mesh.GetVertexBuffer();
-    const kx::kxIndexBuffer& triangles = *mesh.GetIndexBuffer();
     Box box;
-    for (int i = 0; i < triangles.GetIndexQuantity(); ++i) {
-        box.add(toView(vertices.Position3(static_cast<int>(triangles.GetData()[i]))));
-    }
+    ForEachCorner(mesh, axes, [&](const Vector& point) { box.add(point); });
     return box;
 }
 
-Frame FitToPage(const Box& drawn, const std::vector<Box>& occluders, PageSize page) {
-    const double scale = ScaleToFit(drawn, page);
-    Frame frame;
-    frame.center = drawn.center();
-    frame.halfSize = {0.5 * page.width * scale, 0.5 * page.height * scale, 0.0};
-    FitDepth(frame, drawn, occluders);
-    return frame;
-}
-
-ctr::DiscreteProjectionSpace MakeCamera(const Frame& frame, const ViewAxes& axes) {
-    if (!IsInRange(frame)) {
-        throw Failure(ExitCode::NothingToDraw,
-                      "nothing to draw: the model is too large or too small for its coordinates");
-    }
-    ctr::DiscreteProjectionSpace space;
-    space.setViewProjection(Rounded(WorldToClip(frame, axes)), Rounded(ClipToWorld(frame, axes)));
-    space.setVoxelBitSize(kScreenBits, kDepthBits);
-    return space;
+AimedCamera
+AimCamera(const CameraRequest& request, const CameraSubjects& subjects, const Sheet& sheet) {
+    const ViewAxes axes = request.roll == 0.0
+                              ? ChooseAxes(request, subjects.fitted)
+                              : Rolled(ChooseAxes(request, subjects.fitted), request.roll);
+    return request.projection == Projection::Perspective
+               ? AimPerspective(request, subjects, sheet, axes)
+               : AimParallel(request, subjects, sheet, axes);
 }
 
 } // namespace kxcontour

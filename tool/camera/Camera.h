@@ -1,36 +1,50 @@
-// The orthographic camera that fits a model onto a page.
+// The camera that shows a scene as it was asked for.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>
 
+#include "camera/CameraRequest.h"
 #include "camera/PageSize.h"
-#include "camera/View.h"
 #include "scene/Box.h"
 #include "scene/MeshBuilder.h"
+
+#include <optional>
 
 namespace kxcontour {
 
 /// The box of a mesh's triangles along the axes of a view: x right, y up, z towards the eye.
 Box MeasureInView(const kx::kxTriMesh& mesh, const ViewAxes& axes);
 
-/// What the camera shows, in world units along the axes of the view.
-struct Frame {
-    Wm4::Vector3<double> center;   ///< In view coordinates, as in MeasureInView().
-    Wm4::Vector3<double> halfSize; ///< From the centre to the edges; over 0.
+/// What a camera has to do with.
+struct CameraSubjects {
+    const MeshList& drawn;
+    const MeshList& fitted; ///< The part of drawn that fills the page; not empty.
+    const MeshList& occluders;
 };
 
-/// Fits a box onto a page: centred, inside the margin and touching it on one axis.
-///
-/// drawn is the box of what is drawn, in view coordinates, and not empty. The frame covers the
-/// whole sheet, so that x and y from -1 to 1 are its edges. It is deep enough for the box and for
-/// whatever of the occluders lies between it and the eye on the sheet; what is behind the box can
-/// hide nothing and need not be inside.
-Frame FitToPage(const Box& drawn, const std::vector<Box>& occluders, PageSize page);
+struct Sheet {
+    PageSize page;
+    double margin = 10.0;
+};
 
-/// The camera of a frame, with the finest grid that the library accepts.
+/// A camera and what it does to sizes.
+struct AimedCamera {
+    ctr::DiscreteProjectionSpace space;
+    /// World units that a millimetre of paper shows; none in perspective.
+    std::optional<double> unitsPerMillimetre;
+    /// Width and height of all that is drawn, in millimetres of paper; none in perspective.
+    std::optional<PageSize> drawnSize;
+};
+
+/// Aims a camera. Its clipping planes lie so that nothing in front of the eye is cut, but for what
+/// in perspective is nearer than a 4096th of the farthest point.
 ///
-/// Matrices are computed in doubles and rounded once. -1 in depth is nearest to the eye. Throws
-/// Failure (NothingToDraw) where the frame is too large or too small for single precision.
-ctr::DiscreteProjectionSpace MakeCamera(const Frame& frame, const ViewAxes& axes);
+/// The request's points are in the world's axes and units, its scale in millimetres of paper per
+/// world unit. A perspective camera without a position goes where everything fits; with one it
+/// stays there. In parallel projection a position only gives a direction, and a focal point the
+/// middle of the page. Throws Failure (Usage) for a camera that cannot be, NothingToDraw for sizes
+/// that single precision cannot hold or for a model wholly behind the eye.
+AimedCamera
+AimCamera(const CameraRequest& request, const CameraSubjects& subjects, const Sheet& sheet);
 
 } // namespace kxcontour

@@ -32,7 +32,27 @@ constexpr std::array<NamedPage, 9> kNamedPages{{{"A0", {841.0, 1189.0}},
                                                 {"letter", {215.9, 279.4}},
                                                 {"legal", {215.9, 355.6}}}};
 
+constexpr double kShortestSide = 1.0;
 constexpr double kLongestSide = 100000.0;
+
+struct PaperUnit {
+    std::string_view name;
+    double millimetres;
+};
+
+constexpr std::array<PaperUnit, 4> kPaperUnits{
+    {{"mm", 1.0}, {"cm", 10.0}, {"in", 25.4}, {"pt", 25.4 / 72.0}}};
+
+/// Takes the unit off the end of a text; millimetres where there is none.
+double TakeUnit(std::string_view& text) {
+    for (const PaperUnit& unit : kPaperUnits) {
+        if (text.ends_with(unit.name)) {
+            text.remove_suffix(unit.name.size());
+            return unit.millimetres;
+        }
+    }
+    return 1.0;
+}
 
 std::optional<PageSize> FindNamedPage(std::string_view text) {
     for (const NamedPage& page : kNamedPages) {
@@ -49,7 +69,7 @@ std::optional<PageSize> FindNamedPage(std::string_view text) {
 }
 
 /// A whole text as a plain decimal number; from_chars knows no locale.
-std::optional<double> ParseLength(std::string_view text) {
+std::optional<double> ReadNumber(std::string_view text) {
     double value = 0.0;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
@@ -64,12 +84,14 @@ std::optional<PageSize> ParseMeasures(std::string_view text) {
     if (cross == std::string_view::npos) {
         return std::nullopt;
     }
-    const std::optional<double> width = ParseLength(text.substr(0, cross));
-    const std::optional<double> height = ParseLength(text.substr(cross + 1));
+    std::string_view heightText = text.substr(cross + 1);
+    const double unit = TakeUnit(heightText);
+    const std::optional<double> width = ReadNumber(text.substr(0, cross));
+    const std::optional<double> height = ReadNumber(heightText);
     if (!width || !height) {
         return std::nullopt;
     }
-    return PageSize{*width, *height};
+    return PageSize{*width * unit, *height * unit};
 }
 
 [[noreturn]] void RefuseUnknown(std::string_view text) {
@@ -77,10 +99,19 @@ std::optional<PageSize> ParseMeasures(std::string_view text) {
     throw Failure(ExitCode::Usage,
                   "unknown page '" + std::string(text) + "'; " +
                       (nearest.empty() ? "" : "did you mean '" + nearest + "'? ") +
-                      "choose A0 to A6, letter, legal or WIDTHxHEIGHT in millimetres");
+                      "choose A0 to A6, letter, legal or WIDTHxHEIGHT[mm|cm|in|pt]");
 }
 
 } // namespace
+
+std::optional<double> ReadPaperLength(std::string_view text) {
+    const double unit = TakeUnit(text);
+    const std::optional<double> number = ReadNumber(text);
+    if (!number || !std::isfinite(*number * unit)) {
+        return std::nullopt;
+    }
+    return *number * unit;
+}
 
 PageSize ParsePageSize(std::string_view text) {
     if (const std::optional<PageSize> named = FindNamedPage(text)) {
@@ -90,11 +121,9 @@ PageSize ParsePageSize(std::string_view text) {
     if (!page) {
         RefuseUnknown(text);
     }
-    if (std::min(page->width, page->height) <= 2.0 * kPageMargin) {
+    if (std::min(page->width, page->height) < kShortestSide) {
         throw Failure(ExitCode::Usage,
-                      "page '" + std::string(text) +
-                          "' leaves no room inside its margin of 10 mm; each side has to be over "
-                          "20 mm");
+                      "page '" + std::string(text) + "' is too small; 1 mm is the limit");
     }
     if (std::max(page->width, page->height) > kLongestSide) {
         throw Failure(ExitCode::Usage,

@@ -1,13 +1,15 @@
-// Sheets of paper.
+// Sheets of paper, and lengths on them.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace kxcontour {
 
-/// What stays white along every edge of the sheet, in millimetres.
+/// What stays white along every edge of the sheet unless another margin is asked for, in
+/// millimetres.
 constexpr double kPageMargin = 10.0;
 
 /// A sheet in millimetres.
@@ -16,10 +18,16 @@ struct PageSize {
     double height = 297.0;
 };
 
-/// Reads A0 to A6, letter, legal (in any case, portrait) or WIDTHxHEIGHT in millimetres.
+/// Reads a plain decimal number with mm, cm, in or pt (1/72 in) behind it, or with none of them for
+/// millimetres; returns millimetres.
 ///
-/// Throws Failure (Usage) for any other text, for sheets over 100 m, and for sheets on which
-/// nothing is left inside the margin.
+/// Nothing for any other text and for what is not finite. Knows no locale.
+std::optional<double> ReadPaperLength(std::string_view text);
+
+/// Reads A0 to A6, letter, legal (in any case, portrait) or WIDTHxHEIGHT with one of the units of
+/// ReadPaperLength() behind it.
+///
+/// Throws Failure (Usage) for any other text and for sheets with a side under 1 mm or over 100 m.
 PageSize ParsePageSize(std::string_view text);
 
 /// The same sheet, turned so that it is at least as wide as high.

@@ -24,6 +24,17 @@ struct ViewAxes {
 /// diagonal of the axes (isometric), from the front, the right and above.
 ViewAxes AxesOf(View view);
 
+/// The axes of an eye that has gone azimuth degrees from the front towards the right, and then up
+/// by elevation degrees. Multiples of 90 give entries of exactly 0, 1 and -1.
+ViewAxes AxesOf(double azimuth, double elevation);
+
+/// The axes of an eye in the direction back from the model, with viewUp as upright on the page as
+/// can be. Throws Failure (Usage) when back is zero or parallel to viewUp.
+ViewAxes AxesLooking(const Wm4::Vector3<double>& back, const Wm4::Vector3<double>& viewUp);
+
+/// The same view with the drawing turned counter-clockwise on the page, in degrees.
+ViewAxes Rolled(const ViewAxes& axes, double degrees);
+
 /// Reads front, back, left, right, top, bottom or iso. Throws Failure (Usage) for any other text.
 View ParseView(std::string_view text);
 

@@ -1,19 +1,42 @@
-// The handler removes the unfinished file and leaves. Importing, baking and writing cannot be asked
-// to stop half-way; ending the process takes as long on a large model as on a small one.
+// The handler removes the unfinished files and leaves. Importing, baking and writing cannot be
+// asked to stop half-way; ending the process takes as long on a large model as on a small one.
+//
+// A signal mask is a thread's own, so blocking signals keeps the handler off one thread only. What
+// the threads do while they hold interrupts is counted; a handler on another thread announces the
+// end, which keeps others from starting, and waits until the count is down to none. A child of this
+// process has copies of all this, but the files are not its own: it removes none and does not wait.
 #include "common/Interrupt.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <climits>
-#include <csignal>
-#include <cstddef>
+#include <ctime>
 #include <unistd.h>
 
 namespace kxcontour {
 namespace {
 
-/// Only changed while interrupts are held.
-std::array<char, PATH_MAX> unfinishedFile{};
+struct Slot {
+    enum State { Free, Changing, Announced };
+
+    std::atomic<int> state{Free};
+    std::array<char, PATH_MAX> path{};
+};
+
+constexpr std::size_t kSlotCount = 64;
+/// The slot of a file that is not in the table.
+constexpr std::size_t kNoSlot = kSlotCount;
+
+std::array<Slot, kSlotCount> unfinishedFiles;
+std::atomic<int> holders{0};
+std::atomic<bool> ending{false};
+/// The process that the files belong to; 0 before interrupts are handled.
+std::atomic<pid_t> process{0};
+thread_local int holdsOfThread = 0;
+
+static_assert(std::atomic<int>::is_always_lock_free, "the signal handler reads these");
+static_assert(std::atomic<bool>::is_always_lock_free, "the signal handler writes this");
 
 sigset_t Interrupts() {
     sigset_t signals;
@@ -23,19 +46,56 @@ sigset_t Interrupts() {
     return signals;
 }
 
+/// Bounded: whoever interrupts a program wants it to end, even if a disk hangs.
+void AwaitHolders() {
+    constexpr int kMostRounds = 200;
+    constexpr std::timespec kRound{0, 1'000'000};
+    for (int round = 0; round < kMostRounds && holders.load() > 0; ++round) {
+        ::nanosleep(&kRound, nullptr);
+    }
+}
+
+void RemoveUnfinishedFiles() {
+    for (const Slot& slot : unfinishedFiles) {
+        if (slot.state.load() == Slot::Announced) {
+            ::unlink(slot.path.data());
+        }
+    }
+}
+
 extern "C" void OnInterrupt(int signal) {
     constexpr char kMessage[] = "\nkxcontour: cancelled\n";
-    if (unfinishedFile[0] != '\0') {
-        ::unlink(unfinishedFile.data());
+    if (process.load() == ::getpid()) {
+        ending.store(true);
+        AwaitHolders();
+        RemoveUnfinishedFiles();
     }
     // A message that cannot be written changes nothing.
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
     ::_exit(128 + signal);
 }
 
+/// The process ends on another thread; interrupts are blocked on this one.
+[[noreturn]] void AwaitTheEnd() {
+    for (;;) {
+        ::pause();
+    }
+}
+
+std::size_t TakeSlot() {
+    for (std::size_t i = 0; i < kSlotCount; ++i) {
+        int expected = Slot::Free;
+        if (unfinishedFiles[i].state.compare_exchange_strong(expected, Slot::Changing)) {
+            return i;
+        }
+    }
+    return kNoSlot;
+}
+
 } // namespace
 
 void HandleInterrupts() {
+    process.store(::getpid());
     struct sigaction action {};
     action.sa_handler = OnInterrupt;
     action.sa_mask = Interrupts();
@@ -43,20 +103,42 @@ void HandleInterrupts() {
     ::sigaction(SIGTERM, &action, nullptr);
 }
 
-void RemoveWhenInterrupted(const std::string& path) {
-    const InterruptsHeld held;
-    const std::size_t length = std::min(path.size(), unfinishedFile.size() - 1);
-    std::copy_n(path.begin(), length, unfinishedFile.begin());
-    unfinishedFile[length] = '\0';
-}
-
 InterruptsHeld::InterruptsHeld() : before_{} {
     const sigset_t signals = Interrupts();
-    ::sigprocmask(SIG_BLOCK, &signals, &before_);
+    ::pthread_sigmask(SIG_BLOCK, &signals, &before_);
+    if (holdsOfThread++ > 0) {
+        return;
+    }
+    ++holders;
+    if (ending.load()) {
+        --holders;
+        AwaitTheEnd();
+    }
 }
 
 InterruptsHeld::~InterruptsHeld() {
-    ::sigprocmask(SIG_SETMASK, &before_, nullptr);
+    if (--holdsOfThread == 0) {
+        --holders;
+    }
+    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+UnfinishedFile::UnfinishedFile(const std::string& path) : slot_(kNoSlot) {
+    if (path.size() >= PATH_MAX) {
+        return;
+    }
+    slot_ = TakeSlot();
+    if (slot_ != kNoSlot) {
+        Slot& slot = unfinishedFiles[slot_];
+        *std::copy(path.begin(), path.end(), slot.path.begin()) = '\0';
+        slot.state.store(Slot::Announced);
+    }
+}
+
+UnfinishedFile::~UnfinishedFile() {
+    if (slot_ != kNoSlot) {
+        unfinishedFiles[slot_].state.store(Slot::Free);
+    }
 }
 
 } // namespace kxcontour

@@ -72,14 +72,17 @@ bool IsComplete(std::string_view bytes) {
 
 } // namespace
 
+void RequireComplete(std::string_view bytes, const std::string& name) {
+    if (bytes.empty()) {
+        throw Failure(ExitCode::Unreadable, name + ": is empty");
+    }
+    if (!IsComplete(bytes)) {
+        throw Failure(ExitCode::Unreadable, name + ": is cut short or damaged: its end is missing");
+    }
+}
+
 void RequireCompleteFile(const std::string& path) {
-    const MappedFile file(path);
-    if (file.bytes().empty()) {
-        throw Failure(ExitCode::Unreadable, path + ": is empty");
-    }
-    if (!IsComplete(file.bytes())) {
-        throw Failure(ExitCode::Unreadable, path + ": is cut short or damaged: its end is missing");
-    }
+    RequireComplete(MappedFile(path).bytes(), path);
 }
 
 } // namespace kxcontour

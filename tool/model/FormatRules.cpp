@@ -1,8 +1,7 @@
-// A table of the formats that differ from the rest.
+// A table of the formats that differ from the rest, found by small files that say what is what.
 //
-// Most importers turn their scenes so that y is up (3DS, ASE, COLLADA, DXF, IFC, IQM, MDC among
-// them) or read formats that have y up. Those listed here deliver z up as it stands in the file.
-// PLY and OFF say nothing about it; scans in them mostly have y up.
+// PLY and OFF say nothing about the axis; scans in them mostly have y up. IFC files have z up, and
+// their root carries the place of the site besides the turn; COLLADA files state their axis.
 //
 // STL holds one normal a facet, which says nothing about smoothness. Blender files hold a cache of
 // normals averaged over all faces at a vertex, on sharp edges too.
@@ -18,17 +17,33 @@ struct Entry {
     FormatRules rules;
 };
 
-constexpr std::array<Entry, 10> kExceptions{{
-    {"Stereolithography", {true, false}},
-    {"Blender", {true, false}},
-    {"3mf", {true, true}},
-    {"Additive manufacturing", {true, true}},
-    {"3D GameStudio Heightmap", {true, true}},
-    {"Open Game Engine Exchange", {true, true}},
-    {"Quick3D", {true, true}},
-    {"TrueSpace", {true, true}},
-    {"Valve SMD", {true, true}},
-    {"XGL", {true, true}},
+using Axes = SceneAxes;
+using Unit = SceneUnit;
+
+constexpr std::array<Entry, 23> kExceptions{{
+    {"Stereolithography", {Axes::ZUp, Unit::Unknown, false}},
+    {"Blender", {Axes::ZUp, Unit::Unknown, false}},
+    {"3mf", {Axes::ZUp, Unit::InFile}},
+    {"Additive manufacturing", {Axes::ZUp, Unit::InFile}},
+    {"3D GameStudio Heightmap", {Axes::ZUp}},
+    {"Open Game Engine Exchange", {Axes::ZUp, Unit::InFile}},
+    {"Quick3D", {Axes::ZUp}},
+    {"TrueSpace", {Axes::ZUp}},
+    {"Valve SMD", {Axes::ZUp}},
+    {"XGL", {Axes::ZUp}},
+    {"Discreet 3DS", {Axes::TurnedFromZ}},
+    {"ASE", {Axes::TurnedFromZ}},
+    {"Doom 3", {Axes::TurnedFromZ}},
+    {"Drawing Interchange Format", {Axes::TurnedFromZ, Unit::InFile}},
+    {"Inter-Quake", {Axes::TurnedFromZ}},
+    {"Quake II Mesh", {Axes::TurnedFromZ}},
+    {"Return To Castle Wolfenstein", {Axes::TurnedFromZ}},
+    {"Quake Mesh", {Axes::TurnedByRoot}},
+    {"Industry Foundation Classes", {Axes::TurnedFromZ, Unit::ScaledRoot}},
+    {"Collada", {Axes::TurnedByRoot, Unit::ScaledRoot}},
+    {"Autodesk FBX", {Axes::Stated, Unit::Metadata}},
+    {"glTF", {Axes::YUp, Unit::Metre}},
+    {"Extensible 3D", {Axes::YUp, Unit::InFile}},
 }};
 
 } // namespace

@@ -1,20 +1,40 @@
-// What the importers leave to their users: which axis is up, and whose the normals are.
+// What the importers leave to their users: which axis is up, how long a unit is, whose the normals
+// are.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 namespace kxcontour {
 
+/// How the axes of a file lie in the scene that its importer makes.
+enum class SceneAxes : std::uint8_t {
+    YUp,          ///< As in the file, and y is up.
+    ZUp,          ///< As in the file, and z is up.
+    TurnedFromZ,  ///< The file has z up; the importer takes its (x, y, z) to (x, z, -y).
+    TurnedByRoot, ///< The root's transformation is the turn, and nothing else.
+    Stated,       ///< As in the file, which states the axis; the importer passes it on.
+};
+
+/// What is known of the unit of the coordinates.
+enum class SceneUnit : std::uint8_t {
+    Unknown,    ///< Files do not state it.
+    Metre,      ///< By definition of the format.
+    ScaledRoot, ///< Files state it; the importer scales the root to metres.
+    Metadata,   ///< Files state it; the importer passes it on, in centimetres.
+    InFile,     ///< Files may state it, and the importer drops it, see ReadStatements().
+};
+
 struct FormatRules {
-    /// The file's coordinates come out with z up, and the importer does not turn them.
-    bool zUp = false;
+    SceneAxes axes = SceneAxes::YUp;
+    SceneUnit unit = SceneUnit::Unknown;
     /// The vertex normals that come out say where the surface is smooth: they are the file's, or
     /// follow from smoothing groups in it.
     bool normalsShowCreases = true;
 };
 
 /// The rules for a format, by the name that its importer leaves in the scene. An unknown name gets
-/// the rules of most formats: y up, normals from the file.
+/// the rules of most formats: y up, no unit, normals from the file.
 FormatRules RulesOf(std::string_view importer);
 
 } // namespace kxcontour

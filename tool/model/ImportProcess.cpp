@@ -9,13 +9,18 @@
 #include "model/ModelReader.h"
 #include "model/Pipe.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <exception>
 #include <fcntl.h>
 #include <filesystem>
+#include <locale>
 #include <new>
+#include <sstream>
+#include <string>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -24,8 +29,6 @@
 
 namespace kxcontour {
 namespace {
-
-constexpr rlim_t kSecondsOfWork = 600;
 
 /// The memory that an importer may ask for: enough for any file of reason, and far from what a
 /// damaged count in a header can ask for.
@@ -86,6 +89,32 @@ Shape ReceiveShape(PipeReader& pipe) {
     return shape;
 }
 
+void SendFacts(PipeWriter& pipe, const Model& model) {
+    pipe.value(model.objects.size());
+    for (const std::string& name : model.objects) {
+        pipe.text(name);
+    }
+    pipe.text(model.format);
+    pipe.value(model.millimetresPerUnit);
+    pipe.value(model.unitStated);
+    pipe.bytes(&model.fileToWorld[0][0], 16 * sizeof(double));
+    pipe.value(model.cutPolygons);
+    pipe.value(model.leftOutPolygons);
+}
+
+void ReceiveFacts(PipeReader& pipe, Model& model) {
+    const auto objectCount = pipe.value<std::size_t>();
+    for (std::size_t i = 0; i < objectCount; ++i) {
+        model.objects.push_back(pipe.text());
+    }
+    model.format = pipe.text();
+    model.millimetresPerUnit = pipe.value<double>();
+    model.unitStated = pipe.value<bool>();
+    pipe.bytes(&model.fileToWorld[0][0], 16 * sizeof(double));
+    model.cutPolygons = pipe.value<std::size_t>();
+    model.leftOutPolygons = pipe.value<std::size_t>();
+}
+
 void SendModel(PipeWriter& pipe, const Model& model) {
     pipe.value(Outcome::Read);
     pipe.value(model.shapes.size());
@@ -95,8 +124,10 @@ void SendModel(PipeWriter& pipe, const Model& model) {
     pipe.value(model.placements.size());
     for (const Placement& placement : model.placements) {
         pipe.value(placement.shape);
+        pipe.value(placement.object);
         pipe.bytes(&placement.world[0][0], 16 * sizeof(double));
     }
+    SendFacts(pipe, model);
 }
 
 Model ReceiveModel(PipeReader& pipe) {
@@ -109,55 +140,72 @@ Model ReceiveModel(PipeReader& pipe) {
     for (std::size_t i = 0; i < placementCount; ++i) {
         Placement placement;
         placement.shape = pipe.value<std::size_t>();
+        placement.object = pipe.value<std::size_t>();
         pipe.bytes(&placement.world[0][0], 16 * sizeof(double));
         model.placements.push_back(placement);
     }
+    ReceiveFacts(pipe, model);
     return model;
 }
 
 void SendFailure(PipeWriter& pipe, const Failure& failure) {
-    const std::string text = failure.what();
     pipe.value(Outcome::Failed);
     pipe.value(failure.code());
-    pipe.value(text.size());
-    pipe.bytes(text.data(), text.size());
+    pipe.text(failure.what());
 }
 
 Failure ReceiveFailure(PipeReader& pipe) {
     const auto code = pipe.value<ExitCode>();
-    std::string text(pipe.value<std::size_t>(), '\0');
-    pipe.bytes(text.data(), text.size());
-    return {code, text};
+    return {code, pipe.text()};
+}
+
+/// What is to be imported, as the child is given it.
+struct Task {
+    const ModelRequest& request;
+    const std::string& standardInput;
+    const ImportLimits& limits;
+};
+
+/// Lowers a limit; one that is lower already stays.
+void Limit(decltype(RLIMIT_AS) resource, rlim_t most) {
+    rlimit now{};
+    ::getrlimit(resource, &now);
+    now.rlim_cur = std::min(now.rlim_cur, most);
+    ::setrlimit(resource, &now);
+}
+
+/// Enough for the model, and for standard input, which the child has in memory.
+rlim_t MemoryFor(const Task& task) {
+    std::error_code unknown;
+    const std::uintmax_t fileSize = std::filesystem::file_size(task.request.path, unknown);
+    return kMemoryForAnyFile +
+           kMemoryPerByte * (unknown ? task.standardInput.size() : rlim_t{fileSize});
 }
 
 /// No word of the importer reaches the user, and nothing of a crash but its signal.
-void SetUpChild(const std::string& path) {
+void SetUpChild(const Task& task) {
     const int nowhere = ::open("/dev/null", O_RDWR);
     if (nowhere >= 0) {
+        ::dup2(nowhere, STDIN_FILENO);
         ::dup2(nowhere, STDOUT_FILENO);
         ::dup2(nowhere, STDERR_FILENO);
     }
-    const rlimit noCore{0, 0};
-    ::setrlimit(RLIMIT_CORE, &noCore);
-    const rlimit work{kSecondsOfWork, kSecondsOfWork};
-    ::setrlimit(RLIMIT_CPU, &work);
-    std::error_code unknown;
-    const std::uintmax_t fileSize = std::filesystem::file_size(path, unknown);
-    const rlim_t most = kMemoryForAnyFile + kMemoryPerByte * (unknown ? 0 : fileSize);
-    const rlimit memory{most, most};
+    Limit(RLIMIT_CORE, 0);
+    Limit(RLIMIT_CPU, static_cast<rlim_t>(task.limits.work.count()));
     if (kMayLimitMemory) {
-        ::setrlimit(RLIMIT_AS, &memory);
+        Limit(RLIMIT_AS, MemoryFor(task));
     }
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
 }
 
 /// The model, or what went wrong, through the pipe.
-void ReadAndSend(const std::string& path, PipeWriter& pipe) {
+void ReadAndSend(const Task& task, PipeWriter& pipe) {
     const auto failed = [&](const std::string& why) {
-        SendFailure(pipe, Failure(ExitCode::Unreadable, path + ": cannot read the model: " + why));
+        SendFailure(pipe, Failure(ExitCode::Unreadable,
+                                  NameOf(task.request) + ": cannot read the model: " + why));
     };
     try {
-        SendModel(pipe, ReadModel(path));
+        SendModel(pipe, ReadModel(task.request, task.standardInput));
     } catch (const Failure& failure) {
         SendFailure(pipe, failure);
     } catch (const std::bad_alloc&) {
@@ -167,12 +215,12 @@ void ReadAndSend(const std::string& path, PipeWriter& pipe) {
     }
 }
 
-[[noreturn]] void RunChild(const std::string& path, int descriptor) {
-    SetUpChild(path);
+[[noreturn]] void RunChild(const Task& task, int descriptor) {
+    SetUpChild(task);
     bool sent = false;
     try {
         PipeWriter pipe(descriptor);
-        ReadAndSend(path, pipe);
+        ReadAndSend(task, pipe);
         sent = pipe.flush();
     } catch (...) {
         sent = false;
@@ -189,13 +237,21 @@ int Join(pid_t child) {
     return status;
 }
 
+std::string TookLonger(std::chrono::duration<double> limit) {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << "the importer took longer than " << limit.count()
+         << (limit.count() == 1.0 ? " second" : " seconds");
+    return text.str();
+}
+
 /// What the end of a child that sent no whole message says about the file.
-std::string Describe(int status) {
+std::string Describe(int status, const ImportLimits& limits) {
     if (!WIFSIGNALED(status)) {
         return "the importer gave up";
     }
     if (WTERMSIG(status) == SIGXCPU) {
-        return "the importer worked for ten minutes without an end";
+        return TookLonger(limits.work);
     }
     if (WTERMSIG(status) == SIGKILL) {
         return "the importer was killed, perhaps for want of memory";
@@ -204,8 +260,11 @@ std::string Describe(int status) {
 }
 
 /// The message of a child; waits for the child whatever happens.
-Model Receive(const std::string& path, pid_t child, int descriptor) {
-    PipeReader pipe(descriptor);
+Model Receive(const Task& task, pid_t child, PipeReader& pipe) {
+    const auto failure = [&](const std::string& why) {
+        return Failure(ExitCode::Unreadable,
+                       NameOf(task.request) + ": cannot read the model: " + why);
+    };
     try {
         if (pipe.value<Outcome>() == Outcome::Failed) {
             throw ReceiveFailure(pipe);
@@ -214,8 +273,11 @@ Model Receive(const std::string& path, pid_t child, int descriptor) {
         Join(child);
         return model;
     } catch (const PipeEnded&) {
-        throw Failure(ExitCode::Unreadable,
-                      path + ": cannot read the model: " + Describe(Join(child)));
+        throw failure(Describe(Join(child), task.limits));
+    } catch (const PipeTimedOut&) {
+        ::kill(child, SIGKILL);
+        Join(child);
+        throw failure(TookLonger(task.limits.time));
     } catch (...) {
         ::kill(child, SIGKILL);
         Join(child);
@@ -225,7 +287,10 @@ Model Receive(const std::string& path, pid_t child, int descriptor) {
 
 } // namespace
 
-Model ImportModel(const std::string& path) {
+Model ImportModel(const ModelRequest& request, const ImportLimits& limits) {
+    const std::string standardInput = ReadStandardInput(request);
+    const Task task{request, standardInput, limits};
+    const auto deadline = PipeReader::Clock::now() + limits.time;
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) {
         throw std::system_error(errno, std::generic_category(), "pipe");
@@ -239,10 +304,11 @@ Model ImportModel(const std::string& path) {
     }
     if (child == 0) {
         ::close(ends[0]);
-        RunChild(path, ends[1]);
+        RunChild(task, ends[1]);
     }
     ::close(ends[1]);
-    return Receive(path, child, ends[0]);
+    PipeReader pipe(ends[0], deadline);
+    return Receive(task, child, pipe);
 }
 
 } // namespace kxcontour

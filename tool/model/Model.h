@@ -7,6 +7,7 @@
 #include <kxSystem/kxPointer.h>
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 namespace kxcontour {
@@ -22,6 +23,7 @@ struct Shape {
 /// One appearance of a shape in the scene.
 struct Placement {
     std::size_t shape = 0;
+    std::size_t object = 0;     ///< Index into Model::objects.
     Wm4::Matrix4<double> world; ///< Row vectors, affine; y is up and the front looks along +z.
 };
 
@@ -29,6 +31,17 @@ struct Placement {
 struct Model {
     std::vector<Shape> shapes;
     std::vector<Placement> placements;
+    /// The names of the nodes with triangles, one a node, in order; may repeat or be empty. As the
+    /// file has them, UTF-8 as a rule; see StatedName().
+    std::vector<std::string> objects;
+    std::string format; ///< What the importer calls the file's format.
+    /// Of the coordinates in the world, which are in the file's own unit. Over 0 and finite.
+    double millimetresPerUnit = 1.0;
+    bool unitStated = false; ///< By the file, its format, or the user; else assumed.
+    /// Turns the file's axes into the world's: a rotation by right angles, for row vectors.
+    Wm4::Matrix4<double> fileToWorld{false};
+    std::size_t cutPolygons = 0;     ///< Faces of more than three corners, cut into triangles.
+    std::size_t leftOutPolygons = 0; ///< Points and lines in the file, which draw nothing.
 };
 
 } // namespace kxcontour

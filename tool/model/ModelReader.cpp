@@ -1,25 +1,29 @@
-// The importer's scene, turned into plain buffers: the only file that knows the importer.
+// Runs the importer, on a file or on bytes in memory.
 #include "model/ModelReader.h"
 
 #include "common/Failure.h"
 #include "model/Completeness.h"
-#include "model/FormatRules.h"
+#include "model/MappedFile.h"
+#include "model/SceneModel.h"
 
 #include <assimp/Importer.hpp>
-#include <assimp/commonMetaData.h>
+#include <assimp/MemoryIOWrapper.h>
 #include <assimp/config.h>
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
 
-#include <cstdint>
-#include <limits>
-#include <utility>
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <unistd.h>
 
 namespace kxcontour {
 namespace {
 
-[[noreturn]] void Refuse(const std::string& path, const std::string& why) {
-    throw Failure(ExitCode::Unreadable, path + ": cannot read the model: " + why);
+constexpr std::size_t kBlock = std::size_t{1} << 16U;
+
+bool IsStandardInput(const ModelRequest& request) {
+    return request.path == "-";
 }
 
 void Configure(Assimp::Importer& importer) {
@@ -32,157 +36,24 @@ void Configure(Assimp::Importer& importer) {
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_LIGHTS, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_ANIMATIONS, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_MD5_NO_ANIM_AUTOLOAD, true);
+    // The names that people gave, not the identifiers that programs did.
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
 }
 
-std::string ImporterName(const aiScene& scene) {
-    aiString name;
-    if (scene.mMetaData != nullptr) {
-        scene.mMetaData->Get(AI_METADATA_SOURCE_FORMAT, name);
-    }
-    return name.C_Str();
+/// What the importer calls bytes in memory.
+std::string MemoryName(const ModelRequest& request) {
+    return AI_MEMORYIO_MAGIC_FILENAME "." + request.format.value_or("");
 }
 
-/// FBX files state their up axis (0 to 2) and the importer passes it on without turning the scene.
-bool StatesZUp(const aiScene& scene) {
-    std::int32_t axis = 0;
-    return scene.mMetaData != nullptr && scene.mMetaData->Get("UpAxis", axis) && axis == 2;
+void Replace(std::string& text, const std::string& from, const std::string& to) {
+    for (std::size_t at = text.find(from); at != std::string::npos;
+         at = text.find(from, at + to.size())) {
+        text.replace(at, from.size(), to);
+    }
 }
-
-/// The importer's column-vector matrix as one for row vectors; what is not affine is dropped.
-Wm4::Matrix4<double> RowVectorMatrix(const aiMatrix4x4& m) {
-    return Wm4::Matrix4<double>(
-        static_cast<double>(m.a1), static_cast<double>(m.b1), static_cast<double>(m.c1), 0.0,
-        static_cast<double>(m.a2), static_cast<double>(m.b2), static_cast<double>(m.c2), 0.0,
-        static_cast<double>(m.a3), static_cast<double>(m.b3), static_cast<double>(m.c3), 0.0,
-        static_cast<double>(m.a4), static_cast<double>(m.b4), static_cast<double>(m.c4), 1.0);
-}
-
-/// Takes (x, y, z) with z up to (x, z, -y) with y up.
-Wm4::Matrix4<double> StandUp() {
-    return Wm4::Matrix4<double>(1, 0, 0, 0, 0, 0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1);
-}
-
-std::size_t TriangleCount(const aiMesh& mesh) {
-    std::size_t count = 0;
-    for (unsigned int i = 0; i < mesh.mNumFaces; ++i) {
-        count += mesh.mFaces[i].mNumIndices == 3 ? 1 : 0;
-    }
-    return count;
-}
-
-Wm4::Vector3<float> ToVector(const aiVector3D& v) {
-    return {v.x, v.y, v.z};
-}
-
-kx::kxPointer<kx::kxVertexBuffer> CopyVertices(const aiMesh& mesh, bool withNormals) {
-    kx::kxAttributes attributes;
-    attributes.SetPositionChannels(3);
-    attributes.SetNormalChannels(withNormals ? 3 : 0);
-    const int count = static_cast<int>(mesh.mNumVertices);
-    kx::kxPointer<kx::kxVertexBuffer> vertices(new kx::kxVertexBuffer(attributes, count));
-    for (int i = 0; i < count; ++i) {
-        vertices->Position3(i) = ToVector(mesh.mVertices[i]);
-    }
-    for (int i = 0; withNormals && i < count; ++i) {
-        vertices->Normal3(i) = ToVector(mesh.mNormals[i]);
-    }
-    return vertices;
-}
-
-kx::kxPointer<kx::kxIndexBuffer> CopyTriangles(const aiMesh& mesh, std::size_t triangleCount) {
-    kx::kxPointer<kx::kxIndexBuffer> triangles(
-        new kx::kxIndexBuffer(static_cast<int>(3 * triangleCount), kx::IBT_TRIANGLES));
-    unsigned int* next = triangles->GetData();
-    for (unsigned int i = 0; i < mesh.mNumFaces; ++i) {
-        const aiFace& face = mesh.mFaces[i];
-        if (face.mNumIndices == 3) {
-            *next++ = face.mIndices[0];
-            *next++ = face.mIndices[1];
-            *next++ = face.mIndices[2];
-        }
-    }
-    return triangles;
-}
-
-/// Walks the node tree and gathers what is to be drawn.
-class SceneWalk {
-public:
-    SceneWalk(const aiScene& scene, const std::string& path)
-        : scene_(scene), path_(path), rules_(RulesOf(ImporterName(scene))),
-          shapeOfMesh_(scene.mNumMeshes, kUnseen) {}
-
-    Model run() {
-        if (scene_.mRootNode == nullptr) {
-            return {};
-        }
-        const bool standUp = rules_.zUp || StatesZUp(scene_);
-        visitTree(standUp ? StandUp() : Wm4::Matrix4<double>(false));
-        return std::move(model_);
-    }
-
-private:
-    static constexpr std::size_t kUnseen = std::numeric_limits<std::size_t>::max();
-    static constexpr std::size_t kNoTriangles = kUnseen - 1;
-
-    /// A node with the transformation of all above it.
-    struct Visit {
-        const aiNode* node;
-        Wm4::Matrix4<double> above;
-    };
-
-    /// Depth first, children in order. A stack of our own: files nest nodes as deep as they like.
-    void visitTree(const Wm4::Matrix4<double>& root) {
-        std::vector<Visit> stack{{scene_.mRootNode, root}};
-        while (!stack.empty()) {
-            const Visit visit = stack.back();
-            stack.pop_back();
-            const aiNode& node = *visit.node;
-            const Wm4::Matrix4<double> world = RowVectorMatrix(node.mTransformation) * visit.above;
-            for (unsigned int i = 0; i < node.mNumMeshes; ++i) {
-                place(node.mMeshes[i], world);
-            }
-            for (unsigned int i = node.mNumChildren; i-- > 0;) {
-                stack.push_back({node.mChildren[i], world});
-            }
-        }
-    }
-
-    void place(unsigned int mesh, const Wm4::Matrix4<double>& world) {
-        if (mesh >= scene_.mNumMeshes) {
-            return;
-        }
-        if (shapeOfMesh_[mesh] == kUnseen) {
-            shapeOfMesh_[mesh] = addShape(*scene_.mMeshes[mesh]);
-        }
-        if (shapeOfMesh_[mesh] != kNoTriangles) {
-            model_.placements.push_back({shapeOfMesh_[mesh], world});
-        }
-    }
-
-    std::size_t addShape(const aiMesh& mesh) {
-        const std::size_t triangleCount = TriangleCount(mesh);
-        if (triangleCount == 0 || mesh.mVertices == nullptr) {
-            return kNoTriangles;
-        }
-        const std::size_t limit = std::numeric_limits<int>::max();
-        if (triangleCount > limit / 3 || mesh.mNumVertices > limit) {
-            Refuse(path_, "one of its meshes has too many triangles");
-        }
-        const bool withNormals = mesh.HasNormals() && rules_.normalsShowCreases;
-        model_.shapes.push_back(
-            {CopyVertices(mesh, withNormals), CopyTriangles(mesh, triangleCount)});
-        return model_.shapes.size() - 1;
-    }
-
-    const aiScene& scene_;
-    const std::string& path_;
-    FormatRules rules_;
-    std::vector<std::size_t> shapeOfMesh_;
-    Model model_;
-};
 
 /// The importer's own words, in one line.
-std::string Reason(const Assimp::Importer& importer, const std::string& path) {
+std::string Reason(const Assimp::Importer& importer, const ModelRequest& request) {
     std::string reason = importer.GetErrorString();
     if (reason.find("No suitable reader") != std::string::npos || reason.empty()) {
         return "it is not a model of a known format";
@@ -193,23 +64,95 @@ std::string Reason(const Assimp::Importer& importer, const std::string& path) {
     for (char& letter : reason) {
         letter = static_cast<unsigned char>(letter) < ' ' ? ' ' : letter;
     }
+    Replace(reason, MemoryName(request), NameOf(request));
     // Some of its messages begin with the path, as ours do.
-    const std::string prefix = path + ": ";
+    const std::string prefix = NameOf(request) + ": ";
     return reason.compare(0, prefix.size(), prefix) == 0 ? reason.substr(prefix.size()) : reason;
+}
+
+std::size_t CountPolygons(const aiScene& scene) {
+    std::size_t count = 0;
+    for (unsigned int i = 0; i < scene.mNumMeshes; ++i) {
+        const aiMesh& mesh = *scene.mMeshes[i];
+        for (unsigned int k = 0; k < mesh.mNumFaces; ++k) {
+            count += mesh.mFaces[k].mNumIndices > 3 ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+/// Reads a scene as it is, of the bytes for standard input, else of the file.
+const aiScene*
+ReadScene(Assimp::Importer& importer, const ModelRequest& request, std::string_view bytes) {
+    Configure(importer);
+    return IsStandardInput(request)
+               ? importer.ReadFileFromMemory(bytes.data(), bytes.size(), 0,
+                                             request.format.value_or("").c_str())
+               : importer.ReadFile(request.path, 0);
+}
+
+Model Import(const ModelRequest& request, std::string_view bytes) {
+    RequireComplete(bytes, NameOf(request));
+    Assimp::Importer importer;
+    const aiScene* scene = ReadScene(importer, request, bytes);
+    const std::size_t polygons = scene == nullptr ? 0 : CountPolygons(*scene);
+    // Faces are told apart by their size later, so nothing has to sort them into meshes of a kind.
+    scene = scene == nullptr ? nullptr : importer.ApplyPostProcessing(aiProcess_Triangulate);
+    if (scene == nullptr) {
+        throw Failure(ExitCode::Unreadable,
+                      NameOf(request) + ": cannot read the model: " + Reason(importer, request));
+    }
+    Model model = ModelFromScene(*scene, request, bytes);
+    model.cutPolygons = polygons;
+    return model;
+}
+
+void RequireKnownFormat(const ModelRequest& request) {
+    if (!request.format || request.format->empty()) {
+        throw Failure(ExitCode::Usage,
+                      "standard input: needs --format, an ending of file names such as stl");
+    }
+    if (!Assimp::Importer().IsExtensionSupported(*request.format)) {
+        throw Failure(ExitCode::Usage, "standard input: --format " + *request.format +
+                                           " is not a format that can be read");
+    }
 }
 
 } // namespace
 
-Model ReadModel(const std::string& path) {
-    RequireCompleteFile(path);
-    Assimp::Importer importer;
-    Configure(importer);
-    // Faces are told apart by their size below, so nothing has to sort them into meshes of a kind.
-    const aiScene* scene = importer.ReadFile(path, aiProcess_Triangulate);
-    if (scene == nullptr) {
-        Refuse(path, Reason(importer, path));
+std::string ReadStandardInput(const ModelRequest& request) {
+    std::string bytes;
+    if (!IsStandardInput(request)) {
+        return bytes;
     }
-    return SceneWalk(*scene, path).run();
+    RequireKnownFormat(request);
+    for (std::size_t size = 0;;) {
+        bytes.resize(size + std::max(kBlock, size));
+        const ssize_t got = ::read(STDIN_FILENO, bytes.data() + size, bytes.size() - size);
+        if (got < 0 && errno != EINTR) {
+            throw Failure(ExitCode::Unreadable,
+                          NameOf(request) + ": " + std::generic_category().message(errno));
+        }
+        size += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+        if (got == 0) {
+            bytes.resize(size);
+            return bytes;
+        }
+    }
+}
+
+Model ReadModel(const ModelRequest& request) {
+    return ReadModel(request, ReadStandardInput(request));
+}
+
+Model ReadModel(const ModelRequest& request, std::string_view standardInput) {
+    if (IsStandardInput(request)) {
+        RequireKnownFormat(request);
+        return Import(request, standardInput);
+    }
+    // Kept while the importer works: some files say more than it passes on.
+    const MappedFile file(request.path);
+    return Import(request, file.bytes());
 }
 
 } // namespace kxcontour

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <poll.h>
 #include <unistd.h>
 
 namespace kxcontour {
@@ -43,8 +44,9 @@ bool PipeWriter::flush() {
     return good_;
 }
 
-PipeReader::PipeReader(int descriptor)
-    : descriptor_(descriptor), buffer_(std::make_unique<std::array<char, kBufferSize>>()) {}
+PipeReader::PipeReader(int descriptor, Clock::time_point deadline)
+    : descriptor_(descriptor), deadline_(deadline),
+      buffer_(std::make_unique<std::array<char, kBufferSize>>()) {}
 
 PipeReader::~PipeReader() {
     ::close(descriptor_);
@@ -64,7 +66,25 @@ void PipeReader::bytes(void* data, std::size_t size) {
     }
 }
 
+void PipeReader::waitForBytes() const {
+    if (deadline_ == Clock::time_point::max()) {
+        return;
+    }
+    pollfd waiting{descriptor_, POLLIN, 0};
+    int ready = 0;
+    do {
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now()).count();
+        // In pieces of a minute at most: the interval is an int.
+        ready = ::poll(&waiting, 1, static_cast<int>(std::clamp<long long>(left, 0, 60000)));
+        if (ready == 0 && left <= 60000) {
+            throw PipeTimedOut();
+        }
+    } while (ready == 0 || (ready < 0 && errno == EINTR));
+}
+
 void PipeReader::fill() {
+    waitForBytes();
     ssize_t size = -1;
     do {
         size = ::read(descriptor_, buffer_->data(), kBufferSize);

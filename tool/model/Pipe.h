@@ -2,9 +2,11 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <exception>
 #include <memory>
+#include <string>
 #include <type_traits>
 
 namespace kxcontour {
@@ -13,6 +15,12 @@ namespace kxcontour {
 class PipeEnded : public std::exception {
 public:
     const char* what() const noexcept override { return "the pipe ended early"; }
+};
+
+/// The message was not whole when its time was up.
+class PipeTimedOut : public std::exception {
+public:
+    const char* what() const noexcept override { return "the pipe was too slow"; }
 };
 
 /// Writes to a descriptor, which it owns.
@@ -31,6 +39,12 @@ public:
         bytes(&value, sizeof value);
     }
 
+    /// A text of any length.
+    void text(const std::string& text) {
+        value(text.size());
+        bytes(text.data(), text.size());
+    }
+
     /// Writes out the buffer. False when this or an earlier write failed.
     bool flush();
 
@@ -43,10 +57,13 @@ private:
     std::unique_ptr<std::array<char, kBufferSize>> buffer_;
 };
 
-/// Reads from a descriptor, which it owns. Throws PipeEnded where a value does not come whole.
+/// Reads from a descriptor, which it owns. Throws PipeEnded where a value does not come whole, and
+/// PipeTimedOut where it has not come by the deadline.
 class PipeReader {
 public:
-    explicit PipeReader(int descriptor);
+    using Clock = std::chrono::steady_clock;
+
+    explicit PipeReader(int descriptor, Clock::time_point deadline = Clock::time_point::max());
     ~PipeReader();
     PipeReader(const PipeReader&) = delete;
     PipeReader& operator=(const PipeReader&) = delete;
@@ -60,12 +77,21 @@ public:
         return value;
     }
 
+    /// What PipeWriter::text() wrote.
+    std::string text() {
+        std::string text(value<std::size_t>(), '\0');
+        bytes(text.data(), text.size());
+        return text;
+    }
+
 private:
     static constexpr std::size_t kBufferSize = 1U << 18U;
 
     void fill();
+    void waitForBytes() const;
 
     int descriptor_;
+    Clock::time_point deadline_;
     std::size_t start_ = 0;
     std::size_t end_ = 0;
     std::unique_ptr<std::array<char, kBufferSize>> buffer_;

@@ -10,4 +10,7 @@ namespace kxcontour {
 /// out, and bytes that are no UTF-8 replaced by U+FFFD.
 std::string EscapeXml(std::string_view text);
 
+/// The same for an attribute in double quotes; line ends and tabs stay what they are.
+std::string EscapeXmlAttribute(std::string_view text);
+
 } // namespace kxcontour

@@ -16,14 +16,13 @@ namespace {
 
 using Matrix = Wm4::Matrix4<double>;
 
-/// The placement as the library takes it: in single precision, around the chosen origin.
-kx::kxGenericTransformation<float> Transformation(const Matrix& world,
-                                                  const Wm4::Vector3<double>& origin) {
+/// The placement as the library takes it: in single precision, scaled, around the chosen origin.
+kx::kxGenericTransformation<float> Transformation(const Matrix& world, const MeshRules& rules) {
     Wm4::Matrix4<float> matrix(false);
     for (int row = 0; row < 4; ++row) {
         for (int column = 0; column < 3; ++column) {
-            const double moved = row == 3 ? origin[column] : 0.0;
-            matrix[row][column] = static_cast<float>(world[row][column] - moved);
+            const double moved = row == 3 ? rules.origin[column] : 0.0;
+            matrix[row][column] = static_cast<float>(rules.scale * world[row][column] - moved);
         }
     }
     kx::kxGenericTransformation<float> transformation;
@@ -90,7 +89,7 @@ public:
 
     /// The mesh of one placement; null when no triangle is left.
     kx::kxPointer<kx::kxTriMesh> place(const Matrix& world, DroppedTriangles& dropped) {
-        const auto transformation = Transformation(world, rules_.origin);
+        const auto transformation = Transformation(world, rules_);
         kx::kxPointer<kx::kxIndexBuffer> triangles = shape_.triangles;
         if (!StaysFinite(box_, transformation)) {
             triangles = FiniteTriangles(shape_, transformation);
@@ -159,6 +158,7 @@ BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules) {
             builders[placement.shape].place(placement.world, built.dropped);
         if (mesh) {
             built.meshes.push_back(std::move(mesh));
+            built.objects.push_back(placement.object);
         }
     }
     return built;

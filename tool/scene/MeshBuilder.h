@@ -8,6 +8,7 @@
 #include "model/Model.h"
 #include "scene/Cleaning.h"
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -19,7 +20,10 @@ using MeshList = std::vector<kx::kxPointer<kx::kxTriMesh>>;
 constexpr double kDefaultCreaseAngle = 30.0;
 
 struct MeshRules {
-    /// The world point that becomes the origin of the meshes' world, see ChooseOrigin().
+    /// Brings the model to the scale of the meshes' world, about the origin of its own; over 0.
+    double scale = 1.0;
+    /// The point of the scaled world that becomes the origin of the meshes' world, see
+    /// ChooseOrigin().
     Wm4::Vector3<double> origin{0.0, 0.0, 0.0};
     /// Whether the meshes are drawn; occluders need no outlines and no normals.
     bool drawn = true;
@@ -30,7 +34,8 @@ struct MeshRules {
 
 struct BuiltMeshes {
     MeshList meshes;
-    DroppedTriangles dropped; ///< Triangles that overflow where they are placed.
+    std::vector<std::size_t> objects; ///< Of each mesh; indices into the model's objects.
+    DroppedTriangles dropped;         ///< Triangles that overflow where they are placed.
 };
 
 /// One mesh for every placement with triangles, in order, with its place as world transformation.

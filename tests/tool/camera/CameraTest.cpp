@@ -1,187 +1,205 @@
-// The frame around a model on a page, and the matrices of the camera.
+// Cameras as users ask for them.
 #include "camera/Camera.h"
 
 #include <ctr/ExportParameters.h>
 
 #include "ShapeBuilders.h"
-#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
 
+using kxcontour::AimCamera;
+using kxcontour::AimedCamera;
 using kxcontour::AxesOf;
 using kxcontour::Box;
+using kxcontour::CameraRequest;
 using kxcontour::ExitCode;
-using kxcontour::FitToPage;
-using kxcontour::Frame;
-using kxcontour::MakeCamera;
+using kxcontour::MeshList;
 using kxcontour::PageSize;
+using kxcontour::Projection;
+using kxcontour::Sheet;
 using kxcontour::View;
-using kxcontour::ViewAxes;
 using tool_test::FailureOf;
 using tool_test::Point;
 
 using Vector = Wm4::Vector3<double>;
 
-const PageSize kA4{210.0, 297.0};
+const Sheet kA4{{210.0, 297.0}, 10.0};
 
-Box MakeBox(const Vector& min, const Vector& max) {
-    Box box;
-    box.add(min);
-    box.add(max);
-    return box;
+kx::kxPointer<kx::kxTriMesh> BoxMesh(const Point& lowest, const Point& highest) {
+    return test_support::MakeMesh(test_support::Box(lowest, highest));
 }
 
-/// A world point in normalised device coordinates.
-Point Project(const ctr::DiscreteProjectionSpace& camera, const Point& p) {
+MeshList Cube() {
+    return {BoxMesh({-1, -1, -1}, {1, 1, 1})};
+}
+
+AimedCamera Aim(const CameraRequest& request, const MeshList& meshes, const Sheet& sheet = kA4) {
+    return AimCamera(request, {meshes, meshes, {}}, sheet);
+}
+
+/// Normalised device coordinates.
+Point Project(const AimedCamera& camera, const Point& p) {
     const Wm4::Vector4<float> clip =
-        Wm4::Vector4<float>(p[0], p[1], p[2], 1.0F) * camera.worldToClip;
+        Wm4::Vector4<float>(p[0], p[1], p[2], 1.0F) * camera.space.worldToClip;
     return {clip[0] / clip[3], clip[1] / clip[3], clip[2] / clip[3]};
 }
 
-/// A world point on the page: millimetres from the lower left corner.
-Wm4::Vector2<float>
-OnPage(const ctr::DiscreteProjectionSpace& camera, PageSize page, const Point& p) {
-    ctr::ExportParameters parameters(camera);
-    parameters.setPageSizeInMM({static_cast<float>(page.width), static_cast<float>(page.height)});
-    parameters.computeBestFitTransform();
+/// Millimetres from the lower left corner of an A4 sheet.
+Wm4::Vector2<float> OnPage(const AimedCamera& camera, const Point& p) {
     const Point ndc = Project(camera, p);
-    return {parameters.pageTransform[0] * ndc[0] + parameters.pageOffset[0],
-            parameters.pageTransform[3] * ndc[1] + parameters.pageOffset[1]};
+    return {105.0F * (ndc[0] + 1.0F), 148.5F * (ndc[1] + 1.0F)};
 }
 
-TEST(FitToPage, FillsTheWidthOfAPortraitPageWithASquare) {
-    const Frame frame = FitToPage(MakeBox({-1, -1, -1}, {1, 1, 1}), {}, kA4);
-    const auto camera = MakeCamera(frame, AxesOf(View::Front));
-    const auto lower = OnPage(camera, kA4, {-1, -1, 0});
-    const auto upper = OnPage(camera, kA4, {1, 1, 0});
-    EXPECT_NEAR(lower[0], 10.0F, 1e-3F);
-    EXPECT_NEAR(upper[0], 200.0F, 1e-3F);
-    EXPECT_NEAR(lower[1], 148.5F - 95.0F, 1e-3F) << "centred";
-    EXPECT_NEAR(upper[1], 148.5F + 95.0F, 1e-3F);
+TEST(AimCamera, LooksFromWhereAzimuthAndElevationSay) {
+    CameraRequest request;
+    request.azimuth = 90.0;
+    const AimedCamera right = Aim(request, Cube());
+    EXPECT_LT(Project(right, {1, 0, 0})[2], Project(right, {-1, 0, 0})[2]) << "+x is near";
+    request.elevation = 90.0;
+    const AimedCamera top = Aim(request, Cube());
+    EXPECT_LT(Project(top, {0, 1, 0})[2], Project(top, {0, -1, 0})[2]) << "+y is near";
 }
 
-TEST(FitToPage, FillsTheHeightWithSomethingSlim) {
-    const Frame frame = FitToPage(MakeBox({5, -30, 0}, {6, -10, 1}), {}, kA4);
-    const auto camera = MakeCamera(frame, AxesOf(View::Front));
-    EXPECT_NEAR(OnPage(camera, kA4, {5.5F, -30, 0})[1], 10.0F, 1e-3F);
-    EXPECT_NEAR(OnPage(camera, kA4, {5.5F, -10, 0})[1], 287.0F, 1e-3F);
-    EXPECT_NEAR(OnPage(camera, kA4, {5.5F, -20, 0})[0], 105.0F, 1e-3F);
+TEST(AimCamera, ShowsTheSameThroughNamesAnglesAndPoints) {
+    CameraRequest named;
+    named.view = View::Right;
+    CameraRequest angles;
+    angles.azimuth = 90.0;
+    CameraRequest points;
+    points.position = Vector(7, 0, 0);
+    const auto& expected = Aim(named, Cube()).space.worldToClip;
+    EXPECT_EQ(Aim(angles, Cube()).space.worldToClip, expected);
+    EXPECT_EQ(Aim(points, Cube()).space.worldToClip, expected);
 }
 
-TEST(FitToPage, KeepsTheModelInsideTheMarginInEveryViewOnEveryPage) {
-    test_support::Random random(3);
-    for (int trial = 0; trial < 500; ++trial) {
-        const auto view = static_cast<View>(random.below(7));
-        const PageSize page{20.5 + random.below(500), 20.5 + random.below(500)};
-        const ViewAxes axes = AxesOf(view);
-        std::vector<Point> points;
-        Box drawn;
-        for (int i = 0; i < 8; ++i) {
-            points.emplace_back(random.uniform(-9, 9), random.uniform(-9, 9), random.uniform(0, 5));
-            const Point& last = points.back();
-            const Vector p(double{last[0]}, double{last[1]}, double{last[2]});
-            drawn.add({p.Dot(axes.right), p.Dot(axes.up), p.Dot(axes.back)});
-        }
-        const auto camera = MakeCamera(FitToPage(drawn, {}, page), axes);
-        float nearestToEdge = 1e9F;
-        for (const Point& p : points) {
-            const auto at = OnPage(camera, page, p);
-            nearestToEdge =
-                std::min({nearestToEdge, at[0], at[1], static_cast<float>(page.width) - at[0],
-                          static_cast<float>(page.height) - at[1]});
-            const float depth = Project(camera, p)[2];
-            EXPECT_TRUE(depth > -1.0F && depth < 1.0F) << "trial " << trial;
-        }
-        EXPECT_NEAR(nearestToEdge, 10.0F, 2e-3F) << "trial " << trial;
-    }
+TEST(AimCamera, LooksStraightDownWithTheBackUpOnThePage) {
+    CameraRequest named;
+    named.view = View::Top;
+    CameraRequest points;
+    points.position = Vector(0, 9, 0);
+    EXPECT_EQ(Aim(points, Cube()).space.worldToClip, Aim(named, Cube()).space.worldToClip);
+    points.viewUp = Vector(0, 1, 0);
+    FailureOf(ExitCode::Usage, [&] { Aim(points, Cube()); });
 }
 
-TEST(FitToPage, DoesNotDivideByTheSizeOfSomethingFlat) {
-    for (const Box& flat : {MakeBox({-1, -1, 2}, {1, 1, 2}), MakeBox({-1, 3, -1}, {1, 3, 1}),
-                            MakeBox({4, -1, -1}, {4, 1, 1}), MakeBox({4, 3, -1}, {4, 3, 1}),
-                            MakeBox({7, 7, 7}, {7, 7, 7})}) {
-        const Frame frame = FitToPage(flat, {}, kA4);
-        for (int axis = 0; axis < 3; ++axis) {
-            EXPECT_GT(frame.halfSize[axis], 0.0);
-            EXPECT_TRUE(std::isfinite(frame.halfSize[axis]));
-        }
-        EXPECT_NEAR(frame.halfSize[0] / frame.halfSize[1], 210.0 / 297.0, 1e-12);
-    }
+TEST(AimCamera, RefusesAPositionInItsFocalPoint) {
+    CameraRequest request;
+    request.position = Vector(0, 0, 0);
+    FailureOf(ExitCode::Usage, [&] { Aim(request, Cube()); });
 }
 
-TEST(FitToPage, ReachesToOccludersInFrontOnTheSheetOnly) {
-    const Box drawn = MakeBox({-1, -1, -1}, {1, 1, 1});
-    const Frame alone = FitToPage(drawn, {}, kA4);
-    const auto nearestShown = [&](const Box& occluder) {
-        const Frame frame = FitToPage(drawn, {occluder}, kA4);
-        EXPECT_EQ(frame.halfSize[0], alone.halfSize[0]) << "occluders do not count for the fit";
-        EXPECT_EQ(frame.center[0], alone.center[0]);
-        return frame.center[2] + frame.halfSize[2];
-    };
-    const double before = alone.center[2] + alone.halfSize[2];
-    EXPECT_GT(nearestShown(MakeBox({-1, -1, 8}, {1, 1, 9})), 9.0);
-    EXPECT_DOUBLE_EQ(nearestShown(MakeBox({50, -1, 8}, {60, 1, 9})), before) << "beside the sheet";
-    EXPECT_DOUBLE_EQ(nearestShown(MakeBox({-1, -1, -9}, {1, 1, -8})), before) << "behind";
-    EXPECT_DOUBLE_EQ(nearestShown(Box()), before);
+TEST(AimCamera, RollsTheDrawingCounterClockwise) {
+    CameraRequest request;
+    request.view = View::Front;
+    request.roll = 90.0;
+    const AimedCamera camera = Aim(request, Cube());
+    const Point right = Project(camera, {1, 0, 0});
+    EXPECT_NEAR(right[0], 0.0F, 1e-6F);
+    EXPECT_GT(right[1], 0.1F) << "what was on the right is up";
 }
 
-TEST(MakeCamera, TakesNearToMinusOneAndFarToOne) {
+TEST(AimCamera, PrintsToScale) {
+    CameraRequest request;
+    request.view = View::Front;
+    request.scale = 25.0;
+    const AimedCamera camera = Aim(request, Cube());
+    EXPECT_NEAR(OnPage(camera, {1, 0, 0})[0] - OnPage(camera, {-1, 0, 0})[0], 50.0F, 1e-3F);
+    ASSERT_TRUE(camera.unitsPerMillimetre && camera.drawnSize);
+    EXPECT_DOUBLE_EQ(*camera.unitsPerMillimetre, 1.0 / 25.0);
+    EXPECT_NEAR(camera.drawnSize->width, 50.0, 1e-9);
+    EXPECT_NEAR(camera.drawnSize->height, 50.0, 1e-9);
+}
+
+TEST(AimCamera, FitsAPartAndStillShowsWhatIsAround) {
+    const MeshList part = Cube();
+    const MeshList all{part[0], BoxMesh({-1, -1, -9}, {1, 1, -8})};
+    CameraRequest request;
+    request.view = View::Front;
+    const AimedCamera camera = AimCamera(request, {all, part, {}}, kA4);
+    EXPECT_NEAR(OnPage(camera, {-1, 0, 0})[0], 10.0F, 1e-3F);
+    EXPECT_LT(Project(camera, {0, 0, -9})[2], 1.0F);
+}
+
+CameraRequest InPerspective(View view) {
+    CameraRequest request;
+    request.view = view;
+    request.projection = Projection::Perspective;
+    return request;
+}
+
+TEST(PerspectiveViews, FillThePageInsideTheMargin) {
     for (int i = 0; i < 7; ++i) {
-        const ViewAxes axes = AxesOf(static_cast<View>(i));
-        const auto camera = MakeCamera({{0, 0, 0}, {2, 3, 4}}, axes);
-        const Vector near = 4.0 * axes.back;
-        const Vector far = -4.0 * axes.back;
-        const auto depth = [&](const Vector& p) {
-            return Project(camera, {static_cast<float>(p[0]), static_cast<float>(p[1]),
-                                    static_cast<float>(p[2])})[2];
-        };
-        EXPECT_NEAR(depth(near), -1.0F, 1e-6F) << i;
-        EXPECT_NEAR(depth(far), 1.0F, 1e-6F) << i;
-    }
-}
-
-TEST(MakeCamera, HasExactZerosInStraightViews) {
-    const auto camera = MakeCamera({{0, 0, 0}, {0.5, 0.5, 0.5}}, AxesOf(View::Top));
-    const Wm4::Matrix4<float>& m = camera.worldToClip;
-    const float expected[4][4] = {{2, 0, 0, 0}, {0, 0, -2, 0}, {0, -2, 0, 0}, {0, 0, 0, 1}};
-    for (int row = 0; row < 4; ++row) {
-        for (int column = 0; column < 4; ++column) {
-            EXPECT_EQ(m[row][column], expected[row][column]) << row << ", " << column;
-            EXPECT_FALSE(m[row][column] == 0.0F && std::signbit(m[row][column]));
+        const AimedCamera camera = Aim(InPerspective(static_cast<View>(i)), Cube());
+        float least = 1e9F;
+        for (int corner = 0; corner < 8; ++corner) {
+            const Point p((corner & 1) != 0 ? 1.0F : -1.0F, (corner & 2) != 0 ? 1.0F : -1.0F,
+                          (corner & 4) != 0 ? 1.0F : -1.0F);
+            const auto at = OnPage(camera, p);
+            least = std::min({least, at[0], at[1], 210.0F - at[0], 297.0F - at[1]});
+            EXPECT_LT(std::abs(Project(camera, p)[2]), 1.0F) << "not cut in depth";
         }
+        EXPECT_NEAR(least, 10.0F, 2e-2F) << i;
+        EXPECT_FALSE(camera.unitsPerMillimetre) << "there is no scale in perspective";
     }
 }
 
-TEST(MakeCamera, GivesMatricesThatAreInverse) {
-    for (int i = 0; i < 7; ++i) {
-        const auto camera = MakeCamera({{3, -4, 5}, {20, 30, 7}}, AxesOf(static_cast<View>(i)));
-        const Wm4::Matrix4<float> product = camera.worldToClip * camera.clipToWorld;
-        for (int row = 0; row < 4; ++row) {
-            for (int column = 0; column < 4; ++column) {
-                EXPECT_NEAR(product[row][column], row == column ? 1.0F : 0.0F, 2e-6F) << i;
-            }
-        }
+TEST(PerspectiveViews, ShowWhatIsNearLarger) {
+    const AimedCamera camera = Aim(InPerspective(View::Front), Cube());
+    EXPECT_GT(Project(camera, {1, 0, 1})[0], 1.1F * Project(camera, {1, 0, -1})[0]);
+}
+
+TEST(PerspectiveViews, StayWhereTheyArePut) {
+    CameraRequest request = InPerspective(View::Front);
+    request.position = Vector(0, 0, 5);
+    request.focalPoint = Vector(0, 0, 0);
+    request.fieldOfView = 90.0;
+    const AimedCamera camera = Aim(request, Cube());
+    // At the distance 5 the sheet inside its margin is 10 high.
+    EXPECT_NEAR(OnPage(camera, {0, 5, 0})[1], 287.0F, 1e-2F);
+    request.zoom = 2.0;
+    EXPECT_NEAR(OnPage(Aim(request, Cube()), {0, 2.5F, 0})[1], 287.0F, 1e-2F);
+}
+
+TEST(PerspectiveViews, ZoomWithoutMovingTheEye) {
+    CameraRequest request = InPerspective(View::Iso);
+    const AimedCamera once = Aim(request, Cube());
+    request.zoom = 3.0;
+    const AimedCamera thrice = Aim(request, Cube());
+    for (const Point& p : {Point(1, 1, 1), Point(-1, 1, -1), Point(0.5F, 0, 0)}) {
+        EXPECT_NEAR(Project(thrice, p)[0], 3.0F * Project(once, p)[0], 1e-4F);
+        EXPECT_NEAR(Project(thrice, p)[1], 3.0F * Project(once, p)[1], 1e-4F);
     }
 }
 
-TEST(MakeCamera, UsesTheFinestGridWithRatiosOfThePage) {
-    const Frame frame = FitToPage(MakeBox({-1, -1, -1}, {1, 1, 1}), {}, kA4);
-    const auto camera = MakeCamera(frame, AxesOf(View::Iso));
-    EXPECT_EQ(camera.xyBits, 20U);
-    EXPECT_EQ(camera.zBits, 19U);
-    EXPECT_FLOAT_EQ(camera.voxelScale[1], 1048575.0F / 2.0F);
-    EXPECT_NEAR(camera.voxelScale[0] / camera.voxelScale[1], 210.0F / 297.0F, 1e-6F);
+TEST(PerspectiveViews, FromInsideKeepAPlaneBeforeTheEye) {
+    CameraRequest request = InPerspective(View::Front);
+    request.position = Vector(0, 0, 0.5);
+    request.focalPoint = Vector(0, 0, 0);
+    const AimedCamera camera = Aim(request, Cube());
+    EXPECT_LT(Project(camera, {0, 0, -1})[2], 1.0F);
+    EXPECT_GT(Project(camera, {0, 0, 0.49F})[2], -1.0F) << "nearer than that is rarely meant";
 }
 
-TEST(MakeCamera, RefusesSizesBeyondSinglePrecision) {
-    const ViewAxes axes = AxesOf(View::Front);
-    FailureOf(ExitCode::NothingToDraw, [&] { MakeCamera({{0, 0, 0}, {1e30, 1, 1}}, axes); });
-    FailureOf(ExitCode::NothingToDraw, [&] { MakeCamera({{0, 0, 0}, {1, 1e-30, 1}}, axes); });
-    FailureOf(ExitCode::NothingToDraw, [&] { MakeCamera({{NAN, 0, 0}, {1, 1, 1}}, axes); });
+TEST(PerspectiveViews, OfSomethingBehindTheEyeAreRefused) {
+    CameraRequest request = InPerspective(View::Front);
+    request.position = Vector(0, 0, -5);
+    request.focalPoint = Vector(0, 0, -6);
+    FailureOf(ExitCode::NothingToDraw, [&] { Aim(request, Cube()); });
+}
+
+TEST(PerspectiveViews, ReachToOccludersBeforeTheEye) {
+    const MeshList meshes = Cube();
+    CameraRequest request = InPerspective(View::Front);
+    request.position = Vector(0, 0, 9);
+    request.focalPoint = Vector(0, 0, 0);
+    const MeshList occluders{BoxMesh({-1, -1, 5}, {1, 1, 6})};
+    const AimedCamera camera = AimCamera(request, {meshes, meshes, occluders}, kA4);
+    EXPECT_GT(Project(camera, {0, 0, 6})[2], -1.0F);
 }
 
 TEST(MeasureInView, TurnsPlacedTrianglesIntoTheView) {

@@ -14,6 +14,7 @@ using kxcontour::ExitCode;
 using kxcontour::Landscape;
 using kxcontour::PageSize;
 using kxcontour::ParsePageSize;
+using kxcontour::ReadPaperLength;
 using tool_test::FailureOf;
 using tool_test::Holds;
 
@@ -50,9 +51,10 @@ TEST(ParsePageSize, ReadsMeasuresInMillimetres) {
 
 TEST(ParsePageSize, RefusesWhatIsNoSheet) {
     for (const char* text :
-         {"",         "A7",          "A",       "4",        "x",         "100x",    "x100",
-          "100",      "100x200x300", "1e3x1e3", "-100x200", "100x-200",  "nanx100", "infx100",
-          "100 x200", "100x200cm",   "0x0",     "+100x200", "100,5x200", "A4 "}) {
+         {"",         "A7",          "A",       "4",          "x",         "100x",    "x100",
+          "100",      "100x200x300", "1e3x1e3", "-100x200",   "100x-200",  "nanx100", "infx100",
+          "100 x200", "100x200km",   "0x0",     "+100x200",   "100,5x200", "A4 ",     "mm",
+          "xmm",      "100mm",       "100xmm",  "100x200 mm", "1inx2in"}) {
         const std::string message = FailureOf(ExitCode::Usage, [&] { ParsePageSize(text); });
         EXPECT_TRUE(Holds(message, "'" + std::string(text) + "'")) << message;
     }
@@ -62,10 +64,30 @@ TEST(ParsePageSize, NamesTheNearestSheet) {
     EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [] { ParsePageSize("leter"); }), "'letter'?"));
 }
 
-TEST(ParsePageSize, RefusesSheetsWithoutRoomInsideTheMargin) {
-    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [] { ParsePageSize("20x100"); }), "margin"));
-    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [] { ParsePageSize("100x19.9"); }), "margin"));
-    ExpectPage("20.1x20.1", 20.1, 20.1);
+TEST(ParsePageSize, ReadsMeasuresWithOneUnitForBoth) {
+    ExpectPage("100x200mm", 100, 200);
+    ExpectPage("10x20cm", 100, 200);
+    ExpectPage("2x1in", 50.8, 25.4);
+    const PageSize points = ParsePageSize("612x792pt");
+    EXPECT_DOUBLE_EQ(points.width, 215.9);
+    EXPECT_DOUBLE_EQ(points.height, 279.4);
+}
+
+TEST(ParsePageSize, RefusesSheetsOfUnder1Millimetre) {
+    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [] { ParsePageSize("0.9x100"); }), "too small"));
+    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [] { ParsePageSize("100x-5"); }), "too small"));
+    ExpectPage("1x1", 1, 1);
+}
+
+TEST(ReadPaperLength, KnowsTheUnitsOfPaper) {
+    EXPECT_EQ(ReadPaperLength("2"), 2.0);
+    EXPECT_EQ(ReadPaperLength("2.5mm"), 2.5);
+    EXPECT_EQ(ReadPaperLength("-2cm"), -20.0);
+    EXPECT_EQ(ReadPaperLength("1in"), 25.4);
+    EXPECT_DOUBLE_EQ(*ReadPaperLength("72pt"), 25.4);
+    for (const char* text : {"", "mm", "2 mm", "2m", "1e3", "nan", "inf", "2,5", "2mmm", "+2"}) {
+        EXPECT_EQ(ReadPaperLength(text), std::nullopt) << text;
+    }
 }
 
 TEST(ParsePageSize, RefusesSheetsOfOver100Metres) {

@@ -67,4 +67,57 @@ TEST(Views, OfUnknownNamesAreRefusedWithTheNearest) {
     FailureOf(ExitCode::Usage, [] { ParseView(""); });
 }
 
+TEST(ViewsByAngles, AreTheNamedOnesAtRightAngles) {
+    const auto expectSame = [](double azimuth, double elevation, View view) {
+        const ViewAxes angles = AxesOf(azimuth, elevation);
+        const ViewAxes named = AxesOf(view);
+        EXPECT_EQ(angles.right, named.right);
+        EXPECT_EQ(angles.up, named.up);
+        EXPECT_EQ(angles.back, named.back);
+    };
+    expectSame(0, 0, View::Front);
+    expectSame(90, 0, View::Right);
+    expectSame(180, 0, View::Back);
+    expectSame(270, 0, View::Left);
+    expectSame(-90, 0, View::Left);
+    expectSame(0, 90, View::Top);
+    expectSame(0, -90, View::Bottom);
+    expectSame(720, 0, View::Front);
+}
+
+TEST(ViewsByAngles, HaveRightHandedAxesOfUnitLength) {
+    for (int azimuth = -400; azimuth <= 400; azimuth += 37) {
+        for (int elevation = -90; elevation <= 90; elevation += 15) {
+            const ViewAxes axes = AxesOf(azimuth, elevation);
+            EXPECT_NEAR(axes.right.Dot(axes.right), 1.0, 1e-14);
+            const Vector difference = axes.right.Cross(axes.up) - axes.back;
+            EXPECT_NEAR(difference.Dot(difference), 0.0, 1e-28);
+            EXPECT_EQ(axes.right[1], 0.0) << "verticals stay vertical";
+        }
+    }
+}
+
+TEST(ViewsByPoints, KeepWhatIsUpUpright) {
+    const ViewAxes axes = kxcontour::AxesLooking({3, 4, 12}, {0, 0.001, 0});
+    EXPECT_NEAR(axes.back[2], 12.0 / 13.0, 1e-15);
+    EXPECT_EQ(axes.right[1], 0.0);
+    EXPECT_GT(axes.up[1], 0.0);
+    const Vector difference = axes.right.Cross(axes.up) - axes.back;
+    EXPECT_NEAR(difference.Dot(difference), 0.0, 1e-28);
+}
+
+TEST(ViewsByPoints, NeedADirectionAndAnotherUp) {
+    FailureOf(ExitCode::Usage, [] { kxcontour::AxesLooking({0, 0, 0}, {0, 1, 0}); });
+    FailureOf(ExitCode::Usage, [] { kxcontour::AxesLooking({0, 2, 0}, {0, -5, 0}); });
+    FailureOf(ExitCode::Usage, [] { kxcontour::AxesLooking({0, 2, 0}, {0, 0, 0}); });
+}
+
+TEST(RolledViews, TurnOnThePageAlone) {
+    const ViewAxes axes = AxesOf(View::Iso);
+    const ViewAxes quarter = kxcontour::Rolled(axes, 90.0);
+    EXPECT_EQ(quarter.back, axes.back);
+    EXPECT_EQ(quarter.right, -axes.up);
+    EXPECT_EQ(quarter.up, axes.right);
+}
+
 } // namespace

@@ -12,11 +12,14 @@ namespace {
 
 using kxcontour::ExitCode;
 using kxcontour::Model;
-using kxcontour::ReadModel;
 using tool_test::FailureOf;
 using tool_test::Holds;
 using tool_test::MeshData;
 using tool_test::TemporaryFolder;
+
+Model ReadModel(const std::string& path) {
+    return kxcontour::ReadModel(tool_test::FileRequest(path));
+}
 
 MeshData Cube() {
     return test_support::Box({0, 0, 0}, {1, 2, 3});
@@ -105,6 +108,14 @@ TEST(ReadModel, KeepsObjectsApart) {
     const Model model = ReadModel(
         folder.write("a.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\no first\nf 1 2 3\no second\nf 1 3 2\n"));
     EXPECT_EQ(model.placements.size(), 2U);
+}
+
+TEST(ReadModel, CountsWhatItCutsAndLeavesOut) {
+    const TemporaryFolder folder;
+    const Model model = ReadModel(folder.write(
+        "a.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\nl 1 3\np 1\nf 1 2 3\n"));
+    EXPECT_EQ(model.cutPolygons, 1U);
+    EXPECT_EQ(model.leftOutPolygons, 2U);
 }
 
 TEST(ReadModel, SharesShapesAmongTheirPlacements) {

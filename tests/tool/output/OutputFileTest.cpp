@@ -6,9 +6,17 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -170,6 +178,150 @@ TEST(OutputFile, FailsWhereTheTargetCannotBeReplacedAnyMore) {
     fs::create_directory(folder.path("a.svg"));
     FailureOf(ExitCode::CannotWrite, [&] { output.commit(); });
     EXPECT_TRUE(fs::is_directory(folder.path("a.svg")));
+}
+
+/// Sends standard output to a descriptor, or closes it for -1, while this lives.
+class StandardOutput {
+public:
+    explicit StandardOutput(int descriptor) : before_(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 10)) {
+        ::fflush(stdout);
+        if (descriptor < 0) {
+            ::close(STDOUT_FILENO);
+        } else {
+            ::dup2(descriptor, STDOUT_FILENO);
+        }
+    }
+    ~StandardOutput() {
+        ::dup2(before_, STDOUT_FILENO);
+        ::close(before_);
+    }
+    StandardOutput(const StandardOutput&) = delete;
+    StandardOutput& operator=(const StandardOutput&) = delete;
+
+private:
+    int before_;
+};
+
+/// Puts temporary files into a folder while this lives.
+class TemporariesIn {
+public:
+    explicit TemporariesIn(const std::string& folder) {
+        const char* before = std::getenv("TMPDIR");
+        before_ = before != nullptr ? before : "/tmp";
+        ::setenv("TMPDIR", folder.c_str(), 1);
+    }
+    ~TemporariesIn() { ::setenv("TMPDIR", before_.c_str(), 1); }
+    TemporariesIn(const TemporariesIn&) = delete;
+    TemporariesIn& operator=(const TemporariesIn&) = delete;
+
+private:
+    std::string before_;
+};
+
+/// Runs something with standard output in a file and returns what got there.
+std::string OutputOf(const std::string& file, const std::function<void()>& action) {
+    const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    {
+        const StandardOutput redirected(descriptor);
+        action();
+    }
+    ::close(descriptor);
+    return ReadBytes(file);
+}
+
+TEST(OutputFile, CopiesToStandardOutputWithItsCommit) {
+    const TemporaryFolder folder;
+    const TemporaryFolder temporaries;
+    const TemporariesIn there(temporaries.path(""));
+    const std::string text = std::string(300000, 'x') + std::string("\0end", 4);
+    const std::string written = OutputOf(folder.path("out"), [&] {
+        OutputFile output("-");
+        EXPECT_EQ(temporaries.entryCount(), 0U);
+        Write(output, text);
+        EXPECT_EQ(temporaries.entryCount(), 1U);
+        EXPECT_EQ(ReadBytes(folder.path("out")), "") << "nothing before the whole is there";
+        output.commit();
+        EXPECT_EQ(temporaries.entryCount(), 0U);
+    });
+    EXPECT_EQ(written, text);
+    EXPECT_FALSE(fs::exists("-"));
+}
+
+TEST(OutputFile, WritesNothingToStandardOutputWithoutACommit) {
+    const TemporaryFolder folder;
+    const TemporaryFolder temporaries;
+    const TemporariesIn there(temporaries.path(""));
+    const std::string written = OutputOf(folder.path("out"), [] {
+        OutputFile output("-");
+        Write(output, "new");
+    });
+    EXPECT_EQ(written, "");
+    EXPECT_EQ(temporaries.entryCount(), 0U);
+}
+
+/// The message when standard output, which is the descriptor, cannot take a large drawing.
+std::string RefusalOf(int descriptor) {
+    const TemporaryFolder temporaries;
+    const TemporariesIn there(temporaries.path(""));
+    std::string message;
+    {
+        const StandardOutput redirected(descriptor);
+        message = FailureOf(ExitCode::CannotWrite, [] {
+            OutputFile output("-");
+            Write(output, std::string(300000, 'x'));
+            output.commit();
+        });
+    }
+    EXPECT_EQ(temporaries.entryCount(), 0U);
+    return message;
+}
+
+TEST(OutputFile, SaysWhyStandardOutputCannotBeWritten) {
+    const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(RefusalOf(full), "standard output: cannot write: No space left on device");
+    ::close(full);
+    EXPECT_EQ(RefusalOf(-1), "standard output: cannot write: Bad file descriptor");
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    ::close(ends[0]);
+    const auto before = std::signal(SIGPIPE, SIG_IGN);
+    EXPECT_EQ(RefusalOf(ends[1]), "standard output: cannot write: Broken pipe");
+    std::signal(SIGPIPE, before);
+    ::close(ends[1]);
+}
+
+TEST(OutputFile, SaysThatThereIsNoPlaceForATemporary) {
+    const TemporaryFolder folder;
+    const TemporariesIn nowhere(folder.path("none"));
+    const std::string message = FailureOf(ExitCode::CannotWrite, [] { OutputFile("-").create(); });
+    EXPECT_EQ(message, "standard output: cannot write: no temporary file in '" +
+                           folder.path("none") + "': No such file or directory");
+}
+
+TEST(OutputFile, IsWrittenByManyThreadsAtOnce) {
+    const TemporaryFolder folder;
+    const FileMask mask(027);
+    constexpr int kThreads = 8;
+    std::vector<std::thread> threads;
+    threads.reserve(kThreads);
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([&folder, thread] {
+            for (int i = 0; i < 50; ++i) {
+                const std::string name = std::to_string(thread) + "-" + std::to_string(i);
+                OutputFile output(folder.path(name));
+                Write(output, name);
+                output.commit();
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(folder.entryCount(), 400U);
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder.path(""))) {
+        EXPECT_EQ(ReadBytes(entry.path()), entry.path().filename());
+        EXPECT_EQ(ModeOf(entry.path()), 0640U) << "the mask of all threads is one";
+    }
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // Texts that are to stand in an XML document.
 #include "output/XmlText.h"
 
+#include "output/Utf8.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -44,6 +46,18 @@ TEST(EscapeXml, ReplacesBytesThatAreNoUtf8) {
     EXPECT_EQ(EscapeXml("\xE0\x80\xAF"), kReplacement + kReplacement + kReplacement);
     EXPECT_EQ(EscapeXml("\xED\xA0\x80"), kReplacement + kReplacement + kReplacement) << "surrogate";
     EXPECT_EQ(EscapeXml("\xF4\x90\x80\x80").substr(0, 3), kReplacement) << "beyond U+10FFFF";
+}
+
+TEST(EscapeXmlAttribute, KeepsQuotesAndWhiteSpace) {
+    EXPECT_EQ(kxcontour::EscapeXmlAttribute("a \"b\" <c> & 'd'"),
+              "a &quot;b&quot; &lt;c&gt; &amp; 'd'");
+    EXPECT_EQ(kxcontour::EscapeXmlAttribute("\t\n\r\x01\xFF"), "&#9;&#10;&#13;" + kReplacement);
+}
+
+TEST(RepairUtf8, ReplacesOnlyWhatIsNone) {
+    EXPECT_EQ(kxcontour::RepairUtf8(""), "");
+    EXPECT_EQ(kxcontour::RepairUtf8("<\xC3\xA4\x01>"), "<\xC3\xA4\x01>");
+    EXPECT_EQ(kxcontour::RepairUtf8("a\xC3z\x80"), "a" + kReplacement + "z" + kReplacement);
 }
 
 } // namespace

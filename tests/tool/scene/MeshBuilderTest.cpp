@@ -47,7 +47,7 @@ int LineCount(const kx::kxTriMesh& mesh) {
 
 TEST(BuildMeshes, MakesOneMeshForEachPlacementInOrder) {
     Model model = MakeModel({MakeShape(Cube()), MakeShape(Cube())});
-    model.placements.push_back({0, ScaleAndMove(2, 3, 4, 5, 6, 7)});
+    model.placements.push_back({0, 0, ScaleAndMove(2, 3, 4, 5, 6, 7)});
     const BuiltMeshes built = BuildMeshes(model, {});
     ASSERT_EQ(built.meshes.size(), 3U);
     EXPECT_EQ(built.meshes[0]->GetVertexBuffer(), model.shapes[0].vertices.get());
@@ -55,6 +55,26 @@ TEST(BuildMeshes, MakesOneMeshForEachPlacementInOrder) {
     EXPECT_EQ(built.meshes[2]->GetVertexBuffer(), model.shapes[0].vertices.get());
     EXPECT_EQ(built.meshes[2]->GetIndexBuffer(), built.meshes[0]->GetIndexBuffer()) << "shared";
     EXPECT_EQ(built.dropped.total(), 0U);
+}
+
+TEST(BuildMeshes, TellsTheObjectOfEveryMesh) {
+    Model model = MakeModel({MakeShape(Cube()), MakeShape({}), MakeShape(Cube())});
+    model.placements.push_back({0, 1, ScaleAndMove(1, 1, 1, 9, 0, 0)});
+    const BuiltMeshes built = BuildMeshes(model, {});
+    ASSERT_EQ(built.meshes.size(), 3U);
+    EXPECT_EQ(built.objects, (std::vector<std::size_t>{0, 2, 1})) << "no mesh of the empty shape";
+}
+
+TEST(BuildMeshes, ScalesAboutTheModelsOwnOriginBeforeItIsMoved) {
+    Model model = MakeModel({MakeShape(Cube())});
+    model.placements[0].world = ScaleAndMove(1, 1, 1, 1000000.0, 2, 3);
+    MeshRules rules;
+    rules.scale = 25.4;
+    rules.origin = {25400000.0, 0.0, 0.0};
+    const kx::kxPointer<kx::kxTriMesh> mesh = BuildMeshes(model, rules).meshes.at(0);
+    EXPECT_EQ(mesh->GetWorldTransformation().ApplyForward({0, 0, 0}, true), Point(0, 50.8F, 76.2F));
+    EXPECT_EQ(mesh->GetWorldTransformation().ApplyForward({1, 0, 0}, true),
+              Point(25.4F, 50.8F, 76.2F));
 }
 
 TEST(BuildMeshes, KeepsPlacesOnTheMeshesNotInTheVertices) {
@@ -134,8 +154,8 @@ TEST(BuildMeshes, SharesTheOutlineAmongPlacementsThatKeepAngles) {
     Model model = MakeModel({MakeShape(Cube())});
     // Turned by a quarter and doubled; then pressed flat.
     model.placements.push_back(
-        {0, tool_test::Matrix(0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 9, 9, 9, 1)});
-    model.placements.push_back({0, ScaleAndMove(1, 1, 0.01, 0, 0, 0)});
+        {0, 0, tool_test::Matrix(0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 9, 9, 9, 1)});
+    model.placements.push_back({0, 0, ScaleAndMove(1, 1, 0.01, 0, 0, 0)});
     const BuiltMeshes built = BuildMeshes(model, {});
     EXPECT_EQ(OutlineOf(*built.meshes[0]), OutlineOf(*built.meshes[1]));
     EXPECT_NE(OutlineOf(*built.meshes[0]), OutlineOf(*built.meshes[2]));
@@ -146,7 +166,7 @@ TEST(BuildMeshes, MeasuresBendsAsPlaced) {
     MeshData roof = test_support::Quad({0, 0, 0}, {1, 0, 1}, {1, 1, 1}, {0, 1, 0});
     roof.append(test_support::Quad({1, 0, 1}, {2, 0, 0}, {2, 1, 0}, {1, 1, 1}));
     Model model = MakeModel({MakeShape(roof)});
-    model.placements.push_back({0, ScaleAndMove(1, 1, 0.1, 0, 0, 0)});
+    model.placements.push_back({0, 0, ScaleAndMove(1, 1, 0.1, 0, 0, 0)});
     const BuiltMeshes built = BuildMeshes(model, {});
     EXPECT_EQ(LineCount(*built.meshes[0]), 7) << "ridge and border";
     EXPECT_EQ(LineCount(*built.meshes[1]), 6) << "border";
@@ -156,7 +176,7 @@ TEST(BuildMeshes, DropsTrianglesThatOverflowWhereTheyArePlaced) {
     MeshData data = test_support::Triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
     data.addTriangle(Point(0, 0, 0), Point(1e20F, 0, 0), Point(0, 1e20F, 0));
     Model model = MakeModel({MakeShape(data)});
-    model.placements.push_back({0, ScaleAndMove(1e20, 1, 1, 0, 0, 0)});
+    model.placements.push_back({0, 0, ScaleAndMove(1e20, 1, 1, 0, 0, 0)});
     const BuiltMeshes built = BuildMeshes(model, {});
     ASSERT_EQ(built.meshes.size(), 2U);
     EXPECT_EQ(built.meshes[0]->GetTriangleQuantity(), 2);

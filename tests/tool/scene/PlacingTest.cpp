@@ -45,14 +45,14 @@ TEST(ChooseOrigin, GoesToModelsFarAway) {
 
 TEST(ChooseOrigin, CoversAllPlacements) {
     Model model = CubeAt(1000, 0, 0);
-    model.placements.push_back({0, tool_test::ScaleAndMove(1, 1, 1, -1000, 0, 0)});
+    model.placements.push_back({0, 0, tool_test::ScaleAndMove(1, 1, 1, -1000, 0, 0)});
     EXPECT_EQ(ChooseOrigin(model), Vector(0, 0, 0)) << "large, but around the origin";
 }
 
 TEST(ChooseOrigin, DoesNotFollowPlacementsThatAreNotFinite) {
     Model model = CubeAt(3e6, 0, 0);
-    model.placements.push_back({0, tool_test::ScaleAndMove(1, 1, 1, INFINITY, 0, 0)});
-    model.placements.push_back({0, tool_test::ScaleAndMove(NAN, 1, 1, 0, 0, 0)});
+    model.placements.push_back({0, 0, tool_test::ScaleAndMove(1, 1, 1, INFINITY, 0, 0)});
+    model.placements.push_back({0, 0, tool_test::ScaleAndMove(NAN, 1, 1, 0, 0, 0)});
     EXPECT_EQ(ChooseOrigin(model), Vector(3000000.5, 0.5, 0.5));
 }
 

@@ -1,0 +1,517 @@
+// The command line: every option's good and bad values, and what cannot go together.
+#include "Parsing.h"
+#include "options/OptionTable.h"
+
+#include <gtest/gtest.h>
+
+#include <locale>
+
+namespace {
+
+using kxcontour::BatchCommand;
+using kxcontour::DrawCommand;
+using kxcontour::DrawingOptions;
+using kxcontour::InfoCommand;
+using kxcontour::Layering;
+using kxcontour::LengthUnit;
+using kxcontour::OutputFormat;
+using kxcontour::Projection;
+using kxcontour::UpAxis;
+using kxcontour::View;
+using tool_test::Arguments;
+using tool_test::Draw;
+using tool_test::Holds;
+using tool_test::ParseAs;
+using tool_test::Refusal;
+using tool_test::RefusalOf;
+using tool_test::TextOf;
+
+using Vector = Wm4::Vector3<double>;
+
+/// Each pair of the option and a bad value is refused with a message that has the value in it.
+void ExpectRefused(const std::string& option, const Arguments& values) {
+    for (const std::string& value : values) {
+        const std::string message = Refusal({option + "=" + value});
+        EXPECT_TRUE(Holds(message, "'" + value + "'")) << option << ": " << message;
+    }
+}
+
+TEST(ParseCommandLine, NeedsTwoFilesAndHasDefaultsForTheRest) {
+    const DrawingOptions options = Draw({});
+    EXPECT_EQ(options.input.models, Arguments{"m.obj"});
+    EXPECT_TRUE(options.input.occluders.empty());
+    EXPECT_FALSE(options.input.format || options.input.unit || options.input.up);
+    EXPECT_EQ(options.camera.view, View::Iso);
+    EXPECT_FALSE(options.camera.azimuth || options.camera.elevation || options.camera.position);
+    EXPECT_FALSE(options.camera.focalPoint || options.camera.viewUp || options.camera.fitObject);
+    EXPECT_EQ(options.camera.roll, 0.0);
+    EXPECT_EQ(options.camera.projection, Projection::Orthographic);
+    EXPECT_EQ(options.camera.fieldOfView, 30.0);
+    EXPECT_EQ(options.camera.zoom, 1.0);
+    EXPECT_FALSE(options.camera.scale.has_value());
+    EXPECT_EQ(options.page.size.width, 210.0);
+    EXPECT_EQ(options.page.size.height, 297.0);
+    EXPECT_EQ(options.page.margin, 10.0);
+    EXPECT_TRUE(options.lines.silhouettes && options.lines.creases && options.lines.intersections);
+    EXPECT_FALSE(options.lines.hidden || options.lines.creaseAngle);
+    EXPECT_EQ(options.lines.minLength, 0.0);
+    EXPECT_EQ(options.output.path, "o.svg");
+    EXPECT_EQ(options.output.format, OutputFormat::Svg);
+    EXPECT_EQ(options.output.layering, Layering::None);
+    EXPECT_FALSE(options.output.arcTolerance.has_value());
+    EXPECT_EQ(options.output.dotsPerInch, 300.0);
+    EXPECT_FALSE(options.output.title || options.output.description);
+    EXPECT_FALSE(options.messages.verbose || options.messages.quiet);
+    EXPECT_FALSE(options.messages.json || options.messages.timing);
+}
+
+TEST(ParseCommandLine, ReadsInputs) {
+    const DrawingOptions options =
+        ParseAs<DrawCommand>({"a.stl", "--occluder", "b.stl", "c.stl", "--occluder=d.stl", "--unit",
+                              "in", "--up", "z", "-o", "o.svg"})
+            .options;
+    EXPECT_EQ(options.input.models, (Arguments{"a.stl", "c.stl"}));
+    EXPECT_EQ(options.input.occluders, (Arguments{"b.stl", "d.stl"}));
+    EXPECT_EQ(options.input.unit, LengthUnit::Inch);
+    EXPECT_EQ(options.input.up, UpAxis::Z);
+}
+
+TEST(ParseCommandLine, ReadsEveryUnitAndAxis) {
+    EXPECT_EQ(Draw({"--unit", "mm"}).input.unit, LengthUnit::Millimetre);
+    EXPECT_EQ(Draw({"--unit", "cm"}).input.unit, LengthUnit::Centimetre);
+    EXPECT_EQ(Draw({"--unit", "m"}).input.unit, LengthUnit::Metre);
+    EXPECT_EQ(Draw({"--up", "x"}).input.up, UpAxis::X);
+    EXPECT_EQ(Draw({"--up", "y"}).input.up, UpAxis::Y);
+    ExpectRefused("--unit", {"ft", "", "MM", "1"});
+    ExpectRefused("--up", {"w", "", "-z"});
+}
+
+TEST(ParseCommandLine, ReadsStandardInputWithItsFormat) {
+    for (const char* text : {"stl", ".stl", "STL"}) {
+        const DrawingOptions options =
+            ParseAs<DrawCommand>({"-", "--format", text, "-o", "o.svg"}).options;
+        EXPECT_EQ(options.input.models, Arguments{"-"});
+        EXPECT_EQ(options.input.format, "stl");
+    }
+    EXPECT_TRUE(Holds(RefusalOf({"-", "-o", "o.svg"}), "'-' is standard input and needs --format"));
+    EXPECT_TRUE(Holds(RefusalOf({"-", "-", "--format", "stl", "-o", "o.svg"}), "only once"));
+    EXPECT_TRUE(
+        Holds(RefusalOf({"-", "--occluder", "-", "--format", "stl", "-o", "o.svg"}), "only once"));
+    EXPECT_TRUE(Holds(Refusal({"--format", "stl"}), "--format is for standard input"));
+    ExpectRefused("--format", {"", ".", "a/b", "*"});
+}
+
+TEST(ParseCommandLine, TakesFilesWithOddNames) {
+    EXPECT_EQ(ParseAs<DrawCommand>({"-o", "o.svg", "--", "--view"}).options.input.models,
+              Arguments{"--view"});
+    EXPECT_EQ(
+        ParseAs<DrawCommand>({"two words.obj", "[a,b].stl", "-o", "o.svg"}).options.input.models,
+        (Arguments{"two words.obj", "[a,b].stl"}));
+}
+
+TEST(ParseCommandLine, SaysWhichFileIsMissing) {
+    EXPECT_TRUE(Holds(RefusalOf({}), "no model given"));
+    EXPECT_TRUE(Holds(RefusalOf({"m.obj"}), "no output given; name it with -o"));
+    EXPECT_TRUE(Holds(RefusalOf({"-o", "o.svg"}), "no model given"));
+    EXPECT_TRUE(Holds(RefusalOf({"", "-o", "o.svg"}), "no model given"));
+    EXPECT_TRUE(Holds(RefusalOf({"a.stl", "", "-o", "o.svg"}), "a model is given an empty"));
+    EXPECT_TRUE(Holds(RefusalOf({"m.obj", "-o", ""}), "no output given"));
+    EXPECT_TRUE(Holds(Refusal({"--occluder", ""}), "--occluder is given an empty"));
+}
+
+TEST(ParseCommandLine, ReadsDirections) {
+    const kxcontour::CameraRequest camera =
+        Draw({"--view", "top", "--azimuth", "-30.5", "--elevation=-90", "--roll", "1e2"}).camera;
+    EXPECT_EQ(camera.view, View::Top);
+    EXPECT_EQ(camera.azimuth, -30.5);
+    EXPECT_EQ(camera.elevation, -90.0);
+    EXPECT_EQ(camera.roll, 100.0);
+    EXPECT_TRUE(Holds(Refusal({"--view", "frnt"}), "did you mean 'front'?"));
+    ExpectRefused("--azimuth", {"", "x", "nan", "inf", "30deg", "1,5", " 1", "1e999"});
+    ExpectRefused("--elevation", {"", "90.1", "-91", "nan"});
+    ExpectRefused("--roll", {"", "left", "-inf"});
+}
+
+TEST(ParseCommandLine, ReadsPointsOfTheCamera) {
+    const kxcontour::CameraRequest camera =
+        Draw({"--camera-position", "-1,2.5,3e2", "--camera-focal-point", "0,0,0",
+              "--camera-view-up", "0,0,1"})
+            .camera;
+    EXPECT_TRUE(camera.position == Vector(-1.0, 2.5, 300.0));
+    EXPECT_TRUE(camera.focalPoint == Vector(0.0, 0.0, 0.0));
+    EXPECT_TRUE(camera.viewUp == Vector(0.0, 0.0, 1.0));
+    for (const char* option : {"--camera-position", "--camera-focal-point", "--camera-view-up"}) {
+        ExpectRefused(option, {"", "1", "1,2", "1,2,3,4", "1,2,", "1,2,nan", "1;2;3", "1, 2, 3"});
+    }
+    EXPECT_TRUE(Holds(Refusal({"--camera-view-up", "0,0,0"}), "has no direction"));
+    EXPECT_TRUE(Holds(Refusal({"--camera-position", "1,2,3", "--camera-focal-point", "1,2,3.0"}),
+                      "the same point"));
+}
+
+TEST(ParseCommandLine, ReadsTheLens) {
+    const kxcontour::CameraRequest camera =
+        Draw({"--projection", "perspective", "--fov", "45", "--fit", "Wheel", "--zoom", "1.5"})
+            .camera;
+    EXPECT_EQ(camera.projection, Projection::Perspective);
+    EXPECT_EQ(camera.fieldOfView, 45.0);
+    EXPECT_EQ(camera.fitObject, "Wheel");
+    EXPECT_EQ(camera.zoom, 1.5);
+    EXPECT_FALSE(Draw({"--fit", "all"}).camera.fitObject.has_value());
+    ExpectRefused("--projection", {"", "parallel"});
+    EXPECT_TRUE(Holds(Refusal({"--projection", "perspectiv"}), "'perspective'?"));
+    ExpectRefused("--zoom", {"", "0", "-1", "nan", "inf"});
+    for (const char* value : {"0", "170", "-1", "nan"}) {
+        EXPECT_TRUE(Holds(Refusal({"--projection", "perspective", "--fov", value}), value));
+    }
+    EXPECT_TRUE(Holds(Refusal({"--fov", "40"}), "--fov needs --projection perspective"));
+    EXPECT_TRUE(Holds(Refusal({"--fit", ""}), "--fit is given an empty name"));
+}
+
+TEST(ParseCommandLine, ReadsScales) {
+    EXPECT_EQ(Draw({"--scale", "1:2"}).camera.scale, 0.5);
+    EXPECT_EQ(Draw({"--scale", "2:1"}).camera.scale, 2.0);
+    EXPECT_EQ(Draw({"--scale", "0.25"}).camera.scale, 0.25);
+    EXPECT_EQ(Draw({"--scale", "1:2.5"}).camera.scale, 0.4);
+    ExpectRefused("--scale", {"", "0", "1:0", "0:1", "-1:2", "-1:-2", "1:", ":2", "1:2:3", "1/2",
+                              "nan", "inf", "1:inf", "1e300:1e-300", "half"});
+}
+
+TEST(ParseCommandLine, RefusesScalesWithWhatHasNone) {
+    EXPECT_TRUE(Holds(Refusal({"--scale", "1:2", "--projection", "perspective"}), "orthographic"));
+    EXPECT_TRUE(Holds(Refusal({"--scale", "1:2", "--zoom", "2"}), "--scale and --zoom"));
+    EXPECT_TRUE(Holds(Refusal({"--scale", "1:2", "--fov", "30"}), "--scale and --fov"));
+    EXPECT_TRUE(Holds(Refusal({"--scale", "1:2", "--fov", "30", "--projection", "perspective"}),
+                      "--scale"));
+}
+
+TEST(ParseCommandLine, ReadsPages) {
+    const kxcontour::PageOptions page =
+        Draw({"--page", "8.5x11in", "--landscape", "--margin", "1cm"}).page;
+    EXPECT_DOUBLE_EQ(page.size.width, 279.4);
+    EXPECT_DOUBLE_EQ(page.size.height, 215.9);
+    EXPECT_EQ(page.margin, 10.0);
+    EXPECT_EQ(Draw({"--margin", "0"}).page.margin, 0.0);
+    EXPECT_DOUBLE_EQ(Draw({"--margin", "36pt"}).page.margin, 12.7);
+    EXPECT_DOUBLE_EQ(Draw({"--margin", "0.5in"}).page.margin, 12.7);
+    ExpectRefused("--page", {"", "B4", "100", "100x", "0x0"});
+    ExpectRefused("--margin", {"", "-1", "5km", "mm", "nan", "inf", "5 mm"});
+}
+
+TEST(ParseCommandLine, ReadsSheetsOfSeveralViews) {
+    EXPECT_TRUE(Draw({}).page.views.empty());
+    const kxcontour::PageOptions page =
+        Draw({"--sheet", "front,top,iso", "--arrangement", "third-angle"}).page;
+    EXPECT_EQ(page.views, (std::vector<View>{View::Front, View::Top, View::Iso}));
+    EXPECT_EQ(page.arrangement, kxcontour::Arrangement::ThirdAngle);
+    EXPECT_EQ(Draw({"--sheet", "front"}).page.arrangement, kxcontour::Arrangement::FirstAngle);
+    EXPECT_TRUE(Holds(Refusal({"--sheet", "front,tpo"}), "'top'?"));
+    EXPECT_TRUE(Holds(Refusal({"--sheet", "top,top"}), "twice"));
+    EXPECT_TRUE(Holds(Refusal({"--sheet", "top", "--view", "top"}), "--sheet and --view"));
+    EXPECT_TRUE(Holds(Refusal({"--sheet", "top", "--azimuth", "1"}), "--sheet and --azimuth"));
+    EXPECT_TRUE(Holds(Refusal({"--sheet", "top", "--projection", "perspective"}), "orthographic"));
+    EXPECT_TRUE(Holds(RefusalOf({"m", "-o", "{view}.svg", "--views", "top", "--sheet", "top"}),
+                      "--views and --sheet cannot go together"));
+    EXPECT_EQ(Refusal({"--arrangement", "third-angle"}), "--arrangement needs --sheet");
+    ExpectRefused("--arrangement", {"", "third"});
+}
+
+TEST(ParseCommandLine, RefusesPagesWithoutRoomInsideTheMargin) {
+    EXPECT_EQ(Refusal({"--page", "20x100"}),
+              "page '20x100' leaves no room inside its margin of 10 mm; each side has to be over "
+              "20 mm");
+    EXPECT_EQ(Refusal({"--margin", "105"}),
+              "page 'A4' leaves no room inside its margin of 105 mm; each side has to be over "
+              "210 mm");
+    EXPECT_EQ(Draw({"--page", "20.5x100"}).page.size.width, 20.5);
+    EXPECT_EQ(Draw({"--page", "5x5", "--margin", "2.4"}).page.margin, 2.4);
+}
+
+TEST(ParseCommandLine, ReadsFamilies) {
+    const kxcontour::LineOptions crease = Draw({"--lines", "crease"}).lines;
+    EXPECT_TRUE(crease.creases);
+    EXPECT_FALSE(crease.silhouettes || crease.intersections);
+    const kxcontour::LineOptions two = Draw({"--lines", "intersections,silhouettes"}).lines;
+    EXPECT_TRUE(two.silhouettes && two.intersections);
+    EXPECT_FALSE(two.creases);
+    EXPECT_TRUE(Holds(Refusal({"--lines", "silhouete"}), "'silhouette'?"));
+    ExpectRefused("--lines", {"", "edges"});
+    EXPECT_TRUE(Holds(Refusal({"--lines", "crease,"}), "''"));
+}
+
+TEST(ParseCommandLine, ReadsLines) {
+    const kxcontour::LineOptions lines =
+        Draw({"--crease-angle", "179.99", "--hidden", "--min-length", "0.5mm", "--style",
+              "crease.width=1,hidden.dash=2/1", "--style", "crease.width=0.3mm"})
+            .lines;
+    EXPECT_EQ(lines.creaseAngle, 179.99);
+    EXPECT_TRUE(lines.hidden);
+    EXPECT_EQ(lines.minLength, 0.5);
+    EXPECT_EQ(lines.styles.crease.width, 0.3) << "the later one";
+    EXPECT_EQ(lines.styles.hidden.dashes, (std::vector<double>{2.0, 1.0}));
+    ExpectRefused("--crease-angle",
+                  {"0", "180", "-5", "200", "nan", "inf", "30deg", "", "abc", "3,5"});
+    ExpectRefused("--min-length", {"", "-1", "x", "nan"});
+    EXPECT_TRUE(Holds(Refusal({"--style", "creese.width=1"}), "'crease'?"));
+}
+
+TEST(ParseCommandLine, KnowsTheFormatByTheEndingOfTheOutput) {
+    const auto format = [](const std::string& output) {
+        return ParseAs<DrawCommand>({"m.obj", "-o", output}).options.output.format;
+    };
+    EXPECT_EQ(format("o.svg"), OutputFormat::Svg);
+    EXPECT_EQ(format("a/b.c/o.PDF"), OutputFormat::Pdf);
+    EXPECT_EQ(format("o.Png"), OutputFormat::Png);
+    EXPECT_EQ(format("o.dxf"), OutputFormat::Dxf);
+    EXPECT_EQ(format("o.json"), OutputFormat::Json);
+    EXPECT_EQ(format("-"), OutputFormat::Svg);
+    for (const char* output : {"o", "o.txt", "o.svg.gz", ".svg", "a.svg/o"}) {
+        EXPECT_TRUE(Holds(RefusalOf({"m.obj", "-o", output}), "does not end in .svg")) << output;
+    }
+}
+
+TEST(ParseCommandLine, TakesTheFormatFromTheOptionWhereTheNameSaysNone) {
+    const auto format = [](const std::string& output, const std::string& name) {
+        return ParseAs<DrawCommand>({"m.obj", "-o", output, "--output-format", name})
+            .options.output.format;
+    };
+    EXPECT_EQ(format("-", "dxf"), OutputFormat::Dxf);
+    EXPECT_EQ(format("o", "png"), OutputFormat::Png);
+    EXPECT_EQ(format("o.txt", "json"), OutputFormat::Json);
+    EXPECT_EQ(format("o.pdf", "pdf"), OutputFormat::Pdf);
+    EXPECT_TRUE(Holds(Refusal({"--output-format", "pdf"}), "contradict"));
+    ExpectRefused("--output-format", {"", "gif", "SVG"});
+}
+
+TEST(ParseCommandLine, PutsTheViewIntoTheNameOfTheOutput) {
+    EXPECT_EQ(ParseAs<DrawCommand>({"m.obj", "--view", "top", "-o", "{view}/{view}.svg"})
+                  .options.output.path,
+              "top/top.svg");
+}
+
+TEST(ParseCommandLine, ReadsLayers) {
+    EXPECT_EQ(Draw({"--layers", "type"}).output.layering, Layering::Type);
+    EXPECT_EQ(Draw({"--layers", "object"}).output.layering, Layering::Object);
+    EXPECT_EQ(Draw({"--layers", "none"}).output.layering, Layering::None);
+    EXPECT_TRUE(Holds(Refusal({"--layers", "objct"}), "'object'?"));
+    for (const char* output : {"o.pdf", "o.png", "o.json"}) {
+        EXPECT_EQ(RefusalOf({"m.obj", "-o", output, "--layers", "type"}),
+                  "--layers is for SVG and DXF only");
+    }
+    EXPECT_EQ(ParseAs<DrawCommand>({"m.obj", "-o", "o.dxf", "--layers", "object"})
+                  .options.output.layering,
+              Layering::Object);
+}
+
+TEST(ParseCommandLine, ReadsArcs) {
+    const auto tolerance = [](const Arguments& more) {
+        Arguments arguments{"m.obj"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return ParseAs<DrawCommand>(arguments).options.output.arcTolerance;
+    };
+    EXPECT_EQ(tolerance({"-o", "o.svg", "--arcs"}), 0.01);
+    EXPECT_EQ(tolerance({"-o", "o.pdf", "--arcs", "--arc-tolerance", "0.1mm"}), 0.1);
+    EXPECT_EQ(tolerance({"-o", "o.dxf"}), 0.01) << "always";
+    EXPECT_EQ(tolerance({"-o", "o.dxf", "--arc-tolerance", "0.2"}), 0.2);
+    EXPECT_EQ(tolerance({"-o", "o.dxf", "--projection", "perspective"}), std::nullopt);
+    for (const char* output : {"o.png", "o.json"}) {
+        EXPECT_TRUE(Holds(RefusalOf({"m.obj", "-o", output, "--arcs"}), "--arcs is for"));
+    }
+    EXPECT_TRUE(Holds(Refusal({"--arcs", "--projection", "perspective"}), "orthographic"));
+    EXPECT_TRUE(Holds(Refusal({"--arc-tolerance", "0.1"}), "--arc-tolerance needs --arcs"));
+    for (const char* value : {"0", "-1", "10.1", "x", ""}) {
+        EXPECT_TRUE(Holds(Refusal({"--arcs", "--arc-tolerance", value}), "arc tolerance '"));
+    }
+}
+
+TEST(ParseCommandLine, ReadsTheResolutionOfPng) {
+    EXPECT_EQ(
+        ParseAs<DrawCommand>({"m.obj", "-o", "o.png", "--dpi", "96"}).options.output.dotsPerInch,
+        96.0);
+    EXPECT_EQ(Refusal({"--dpi", "96"}), "--dpi is for PNG only");
+    for (const char* value : {"0", "9601", "nan", "", "300dpi"}) {
+        EXPECT_TRUE(Holds(RefusalOf({"m.obj", "-o", "o.png", "--dpi", value}), "resolution '"));
+    }
+}
+
+TEST(ParseCommandLine, ReadsTexts) {
+    const kxcontour::OutputOptions output = Draw({"--title", "", "--description", "D & E"}).output;
+    EXPECT_EQ(output.title, "") << "empty, but given";
+    EXPECT_EQ(output.description, "D & E");
+}
+
+TEST(ParseCommandLine, ReadsWhatIsSaid) {
+    const kxcontour::MessageOptions some = Draw({"-v", "--json", "--timing"}).messages;
+    EXPECT_TRUE(some.verbose && some.json && some.timing);
+    EXPECT_TRUE(Draw({"-q"}).messages.quiet);
+    EXPECT_TRUE(Draw({"--quiet"}).messages.quiet);
+    EXPECT_EQ(Refusal({"-q", "--verbose"}), "--quiet and --verbose cannot go together");
+    EXPECT_TRUE(Holds(RefusalOf({"m.obj", "-o", "-", "--json"}), "standard output"));
+}
+
+TEST(ParseCommandLine, RefusesAnOutputThatIsAnInput) {
+    EXPECT_EQ(RefusalOf({"a.svg", "-o", "./a.svg"}),
+              "./a.svg: is an input; the drawing would overwrite it");
+    EXPECT_TRUE(Holds(Refusal({"--occluder", "x/../o.svg"}), "is an input"));
+}
+
+TEST(ParseCommandLine, AsksForInformation) {
+    const InfoCommand info = ParseAs<InfoCommand>({"a.stl", "b.stl", "--info", "--unit", "cm"});
+    EXPECT_EQ(info.input.models, (Arguments{"a.stl", "b.stl"}));
+    EXPECT_EQ(info.input.unit, LengthUnit::Centimetre);
+    EXPECT_TRUE(ParseAs<InfoCommand>({"a.stl", "--info", "--json"}).messages.json);
+    EXPECT_TRUE(Holds(RefusalOf({"--info"}), "no model given"));
+}
+
+TEST(ParseCommandLine, NamesTheNearestOption) {
+    EXPECT_EQ(Refusal({"--veiw", "top"}), "unknown option '--veiw'; did you mean '--view'?");
+    EXPECT_EQ(Refusal({"--pgae=A3"}), "unknown option '--pgae'; did you mean '--page'?");
+    EXPECT_EQ(Refusal({"-view", "top"}), "unknown option '-view'; did you mean '--view'?");
+    EXPECT_TRUE(Holds(RefusalOf({"m.obj", "--creaseangle", "3"}), "'--crease-angle'?"))
+        << "before missing files";
+    EXPECT_EQ(Refusal({"--wireframe"}), "unknown option '--wireframe'; see --help");
+    for (const kxcontour::OptionInfo& option : kxcontour::OptionTable()) {
+        const std::string name = option.name;
+        if (name != "model" && name.size() > 4) {
+            const std::string misspelt = "--" + name.substr(0, 2) + name.substr(3);
+            EXPECT_TRUE(Holds(Refusal({misspelt}), "did you mean '--")) << misspelt;
+        }
+    }
+}
+
+TEST(ParseCommandLine, RefusesOptionsWithoutOrWithTooManyValues) {
+    EXPECT_EQ(RefusalOf({"m.obj", "-o"}), "--output needs a value, --output OUT");
+    EXPECT_EQ(Refusal({"--view"}), "--view needs a value, --view NAME");
+    EXPECT_EQ(Refusal({"-o", "b.svg"}), "--output is given more than once");
+    EXPECT_EQ(Refusal({"--view", "top", "--view", "top"}), "--view is given more than once");
+    EXPECT_EQ(Refusal({"--landscape=yes"}), "--landscape takes no value");
+}
+
+TEST(ParseCommandLine, TakesAnEmptyValueBehindTheSign) {
+    const DrawingOptions options =
+        ParseAs<DrawCommand>({"--title=", "m.obj", "-o", "o.svg"}).options;
+    EXPECT_EQ(options.output.title, "");
+    EXPECT_EQ(options.input.models, Arguments{"m.obj"});
+    EXPECT_EQ(Draw({"--title", "--page="}).output.title, "--page=") << "a value is a value";
+}
+
+TEST(ParseCommandLine, SaysTheWholeMessageOnOneLine) {
+    EXPECT_TRUE(Holds(Refusal({"--view", "a\nb\tc"}), "'a b c'"));
+}
+
+/// Writes decimals with a comma, as many locales do.
+class CommaNumbers : public std::numpunct<char> {
+protected:
+    char do_decimal_point() const override { return ','; }
+};
+
+TEST(ParseCommandLine, ReadsTheSameInEveryLocale) {
+    const std::locale before = std::locale::global(std::locale(std::locale(), new CommaNumbers));
+    const DrawingOptions options = Draw({"--margin", "5.5", "--zoom", "1.5"});
+    const std::string message = Refusal({"--margin", "120.5"});
+    std::locale::global(before);
+    EXPECT_EQ(options.page.margin, 5.5);
+    EXPECT_EQ(options.camera.zoom, 1.5);
+    EXPECT_TRUE(Holds(message, "120.5 mm")) << message;
+}
+
+TEST(Views, MakeABatch) {
+    const BatchCommand batch =
+        ParseAs<BatchCommand>({"m.obj", "--views", "front,top", "-o", "o-{view}.svg", "--jobs", "3",
+                               "--force", "--hidden", "--state", "s"});
+    ASSERT_EQ(batch.jobs.size(), 2U);
+    EXPECT_EQ(batch.jobs[0].options.camera.view, View::Front);
+    EXPECT_EQ(batch.jobs[0].options.output.path, "o-front.svg");
+    EXPECT_EQ(batch.jobs[0].name, "o-front.svg");
+    EXPECT_EQ(batch.jobs[1].options.camera.view, View::Top);
+    EXPECT_EQ(batch.jobs[1].options.output.path, "o-top.svg");
+    EXPECT_TRUE(batch.jobs[1].options.lines.hidden);
+    EXPECT_EQ(batch.threads, 3U);
+    EXPECT_TRUE(batch.force);
+    EXPECT_EQ(batch.statePath, "s");
+}
+
+TEST(Views, HaveDefaultsOfTheBatch) {
+    const BatchCommand batch =
+        ParseAs<BatchCommand>({"m.obj", "--views", "iso", "-o", "{view}.svg"});
+    EXPECT_GE(batch.threads, 1U);
+    EXPECT_LE(batch.threads, 256U);
+    EXPECT_FALSE(batch.force);
+    EXPECT_EQ(batch.statePath, "");
+}
+
+TEST(Views, AreChecked) {
+    EXPECT_TRUE(Holds(Refusal({"--views", "front"}), "has to contain {view}"));
+    const Arguments start{"m.obj", "-o", "{view}.svg", "--views"};
+    const auto refusal = [&](const Arguments& more) {
+        Arguments arguments = start;
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return RefusalOf(arguments);
+    };
+    EXPECT_TRUE(Holds(refusal({"front,tpo"}), "'top'?"));
+    EXPECT_TRUE(Holds(refusal({"front,front"}), "twice"));
+    EXPECT_TRUE(Holds(refusal({""}), "unknown view ''"));
+    EXPECT_TRUE(Holds(refusal({"front", "--view", "top"}), "--views and --view"));
+    EXPECT_TRUE(Holds(refusal({"front", "--azimuth", "3"}), "--views and --azimuth"));
+    EXPECT_TRUE(Holds(refusal({"front", "--camera-position", "1,2,3"}), "cannot go together"));
+    for (const char* value : {"0", "257", "-1", "1.5", "", "many"}) {
+        EXPECT_TRUE(Holds(refusal({"front", "--jobs", value}), "from 1 to 256")) << value;
+    }
+    EXPECT_TRUE(Holds(refusal({"front", "--state", "front.svg"}), "state 'front.svg'"));
+    EXPECT_TRUE(Holds(RefusalOf({"-", "--format", "stl", "--views", "top", "-o", "{view}.svg"}),
+                      "a batch reads files"));
+    EXPECT_TRUE(Holds(RefusalOf({"m.obj", "--views", "top"}), "no output given"));
+}
+
+TEST(Views, AloneHaveOptionsOfBatches) {
+    EXPECT_TRUE(Holds(Refusal({"--jobs", "2"}), "--jobs is for batches"));
+    EXPECT_TRUE(Holds(Refusal({"--force"}), "--force is for batches"));
+    EXPECT_TRUE(Holds(Refusal({"--state", "s"}), "--state is for batches"));
+}
+
+TEST(Signature, IsTheSameForTheSameDrawingOnly) {
+    const auto signature = [](const Arguments& more) {
+        Arguments arguments{"m.obj", "--views", "top", "-o", "{view}.png"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return ParseAs<BatchCommand>(arguments).jobs.front().signature;
+    };
+    const std::string plain = signature({});
+    EXPECT_TRUE(Holds(plain, "version="));
+    EXPECT_EQ(signature({"--page", "210x297", "--margin", "1cm", "--dpi", "300"}), plain)
+        << "defaults, spelt out";
+    EXPECT_EQ(signature({"--verbose", "--timing", "--jobs", "2", "--force"}), plain);
+    const std::vector<Arguments> changes{{"--occluder", "b"},
+                                         {"--unit", "cm"},
+                                         {"--up", "z"},
+                                         {"--roll", "1"},
+                                         {"--camera-focal-point", "1,2,3"},
+                                         {"--camera-view-up", "1,2,3"},
+                                         {"--projection", "perspective"},
+                                         {"--fit", "A"},
+                                         {"--zoom", "2"},
+                                         {"--scale", "1:2"},
+                                         {"--page", "A3"},
+                                         {"--landscape"},
+                                         {"--margin", "1"},
+                                         {"--title", ""},
+                                         {"--description", "x"},
+                                         {"--lines", "crease"},
+                                         {"--crease-angle", "20"},
+                                         {"--hidden"},
+                                         {"--style", "crease.width=1"},
+                                         {"--style", "hidden.dash=3/1"},
+                                         {"--style", "silhouette.color=red"},
+                                         {"--style", "intersection.width=3"},
+                                         {"--min-length", "1"},
+                                         {"--dpi", "96"}};
+    for (const Arguments& change : changes) {
+        EXPECT_NE(signature(change), plain) << change.front();
+    }
+    EXPECT_NE(signature({"--occluder", "a,b"}), signature({"--occluder", "a", "--occluder", "b"}));
+}
+
+TEST(Version, IsPrinted) {
+    EXPECT_EQ(TextOf({"--version"}).rfind("kxcontour ", 0), 0U);
+    EXPECT_EQ(TextOf({"m.obj", "--version"}), TextOf({"--version"}));
+}
+
+} // namespace

@@ -1,0 +1,236 @@
+// Waves of jobs: the models of a wave are read first, since importers run in child processes that
+// must be started before any thread; then all jobs of the wave are drawn by a pool of threads.
+#include "batch/Batch.h"
+
+#include "batch/BatchTable.h"
+#include "batch/DoneWork.h"
+#include "common/Failure.h"
+#include "common/Progress.h"
+#include "drawing/Drawing.h"
+#include "drawing/Summary.h"
+#include "scene/Scene.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <exception>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <thread>
+#include <tuple>
+#include <unistd.h>
+
+namespace kxcontour {
+namespace {
+
+/// The bar over all jobs; any thread may move it on.
+class SharedProgress {
+public:
+    SharedProgress(std::ostream& log, bool shown, std::size_t jobs) : bar_(log, shown) {
+        bar_.enter("batch of " + std::to_string(jobs));
+        bar_.setTotal(static_cast<double>(jobs));
+    }
+
+    /// In jobs.
+    void advance(double share) {
+        const std::lock_guard lock(mutex_);
+        bar_.advance(share);
+    }
+
+    void finish() { bar_.finish(); }
+
+private:
+    std::mutex mutex_;
+    Progress bar_;
+};
+
+/// Turns the steps of one job into its share of the bar. One thread at a time.
+class JobObserver : public DrawingObserver {
+public:
+    explicit JobObserver(SharedProgress& progress) : progress_(progress) {}
+
+    /// Whatever was not told of in steps.
+    ~JobObserver() override { progress_.advance(1.0 - told_); }
+    JobObserver(const JobObserver&) = delete;
+    JobObserver& operator=(const JobObserver&) = delete;
+
+    void enter(const char*) override {}
+    bool isCanceled() const override { return false; }
+    void setTotal(double steps) override {
+        total_ = steps;
+        done_ = 0.0;
+    }
+    void getRange(double& start, double& end) const override {
+        start = done_;
+        end = total_;
+    }
+    void advance(double steps) override {
+        done_ += steps;
+        // A hundred messages a job; finding lines is nearly all of its work.
+        const double share = 0.9 * std::min(done_ / std::max(total_, 1.0), 1.0);
+        if (share - told_ >= 0.01) {
+            progress_.advance(share - told_);
+            told_ = share;
+        }
+    }
+
+private:
+    SharedProgress& progress_;
+    double total_ = 0.0;
+    double done_ = 0.0;
+    double told_ = 0.0;
+};
+
+/// What decides about a scene.
+using SceneKey = std::tuple<std::vector<std::string>, std::vector<std::string>, int, int, double>;
+
+SceneKey KeyOf(const DrawingOptions& options) {
+    const InputOptions& input = options.input;
+    return {input.models, input.occluders, input.unit ? static_cast<int>(*input.unit) : -1,
+            input.up ? static_cast<int>(*input.up) : -1, options.lines.creaseAngle.value_or(-1.0)};
+}
+
+/// A scene, or why there is none.
+struct LoadedScene {
+    Scene scene;
+    std::exception_ptr failure;
+};
+
+using Scenes = std::map<SceneKey, LoadedScene>;
+
+/// Runs the jobs of one batch.
+class BatchRun {
+public:
+    BatchRun(const BatchCommand& command, const Messages& messages, std::ostream& log)
+        : command_(command), messages_(messages), done_(command.statePath),
+          progress_(
+              log, !command.messages.quiet && ::isatty(STDERR_FILENO) == 1, command.jobs.size()),
+          results_(command.jobs.size()) {}
+
+    std::vector<JobResult> run() {
+        for (std::size_t first = 0; first < command_.jobs.size();) {
+            first = runWave(first);
+            done_.save();
+        }
+        progress_.finish();
+        return std::move(results_);
+    }
+
+private:
+    /// Runs jobs from a number on, until as many scenes as threads are needed; returns the next.
+    std::size_t runWave(std::size_t first) {
+        Scenes scenes;
+        std::vector<std::size_t> wave;
+        std::size_t next = first;
+        for (; next < command_.jobs.size(); ++next) {
+            const BatchJob& job = command_.jobs[next];
+            if (!command_.force && done_.covers(job)) {
+                results_[next].state = JobState::UpToDate;
+                progress_.advance(1.0);
+                continue;
+            }
+            const SceneKey key = KeyOf(job.options);
+            if (scenes.find(key) == scenes.end()) {
+                if (scenes.size() >= command_.threads) {
+                    break;
+                }
+                scenes.emplace(key, load(job.options));
+            }
+            wave.push_back(next);
+        }
+        draw(scenes, wave);
+        return next;
+    }
+
+    static LoadedScene load(const DrawingOptions& options) {
+        LoadedScene loaded;
+        try {
+            loaded.scene = LoadScene(options.input, options.lines.creaseAngle);
+        } catch (...) {
+            loaded.failure = std::current_exception();
+        }
+        return loaded;
+    }
+
+    void draw(const Scenes& scenes, const std::vector<std::size_t>& wave) {
+        std::atomic<std::size_t> next = 0;
+        const auto work = [&] {
+            for (std::size_t i = next++; i < wave.size(); i = next++) {
+                drawJob(scenes.at(KeyOf(command_.jobs[wave[i]].options)), wave[i]);
+            }
+        };
+        std::vector<std::thread> threads;
+        const std::size_t count = std::min<std::size_t>(command_.threads, wave.size());
+        for (std::size_t i = 1; i < count; ++i) {
+            threads.emplace_back(work);
+        }
+        work();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+
+    void drawJob(const LoadedScene& loaded, std::size_t number) {
+        const auto started = std::chrono::steady_clock::now();
+        JobObserver observer(progress_);
+        try {
+            tryJob(loaded, number, observer);
+        } catch (const Failure& failure) {
+            fail(number, failure.code(), failure.what());
+        } catch (const std::bad_alloc&) {
+            fail(number, ExitCode::Internal, "internal error: out of memory");
+        } catch (const std::exception& error) {
+            fail(number, ExitCode::Internal, std::string("internal error: ") + error.what());
+        }
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - started;
+        results_[number].seconds = took.count();
+    }
+
+    void tryJob(const LoadedScene& loaded, std::size_t number, JobObserver& observer) {
+        if (loaded.failure) {
+            std::rethrow_exception(loaded.failure);
+        }
+        const BatchJob& job = command_.jobs[number];
+        JobResult& result = results_[number];
+        result.report = DrawScene(loaded.scene, job.options, observer);
+        result.state = JobState::Drawn;
+        done_.note(job);
+        const std::lock_guard lock(speaking_);
+        TellAbout(loaded.scene, job.options, result.report, messages_);
+    }
+
+    void fail(std::size_t number, ExitCode code, const std::string& what) {
+        JobResult& result = results_[number];
+        result.state = JobState::Failed;
+        result.code = code;
+        result.failure = what;
+        const std::lock_guard lock(speaking_);
+        messages_.error(command_.jobs[number].name + ": " + what);
+    }
+
+    const BatchCommand& command_;
+    const Messages& messages_;
+    DoneWork done_;
+    SharedProgress progress_;
+    std::vector<JobResult> results_; ///< Each is written by the thread that has the job.
+    std::mutex speaking_;
+};
+
+} // namespace
+
+int RunBatch(const BatchCommand& command,
+             const Messages& messages,
+             std::ostream& out,
+             std::ostream& log) {
+    const std::vector<JobResult> results = BatchRun(command, messages, log).run();
+    PrintTable(command, results, out);
+    const auto failed = std::find_if(results.begin(), results.end(), [](const JobResult& result) {
+        return result.state == JobState::Failed;
+    });
+    return static_cast<int>(failed != results.end() ? failed->code : ExitCode::Drawn);
+}
+
+} // namespace kxcontour

@@ -1,0 +1,30 @@
+// What became of the jobs of a batch, as a table.
+#pragma once
+
+#include "common/Failure.h"
+#include "drawing/Drawing.h"
+#include "options/CommandLine.h"
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace kxcontour {
+
+enum class JobState : std::uint8_t { Failed, Drawn, UpToDate };
+
+struct JobResult {
+    JobState state = JobState::Failed;
+    DrawingReport report;               ///< Of a job that was drawn.
+    ExitCode code = ExitCode::Internal; ///< Of a job that failed.
+    std::string failure;                ///< One line.
+    double seconds = 0.0;
+};
+
+/// One line a job and one with the counts; JSON with --json, nothing with --quiet.
+void PrintTable(const BatchCommand& command,
+                const std::vector<JobResult>& results,
+                std::ostream& out);
+
+} // namespace kxcontour

@@ -1,0 +1,99 @@
+// Notes are texts that are compared as a whole: the stamps of the files, then the options.
+#include "batch/DoneWork.h"
+
+#include "common/Failure.h"
+#include "output/OutputFile.h"
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <sys/stat.h>
+#include <utility>
+#include <vector>
+
+namespace kxcontour {
+namespace {
+
+/// Size and time of the last change; nothing for a file that is not there.
+std::optional<std::string> StampOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return std::to_string(status.st_size) + " " + std::to_string(status.st_mtim.tv_sec) + "." +
+           std::to_string(status.st_mtim.tv_nsec);
+}
+
+/// Nothing when one of the files is missing.
+std::optional<std::string> NoteFor(const BatchJob& job) {
+    std::string note;
+    std::vector<std::string> files = job.options.input.models;
+    files.insert(files.end(), job.options.input.occluders.begin(),
+                 job.options.input.occluders.end());
+    files.push_back(job.options.output.path);
+    for (const std::string& file : files) {
+        const std::optional<std::string> stamp = StampOf(file);
+        if (!stamp) {
+            return std::nullopt;
+        }
+        note += *stamp + "\n";
+    }
+    return note + job.signature;
+}
+
+} // namespace
+
+DoneWork::DoneWork(std::string path) : path_(std::move(path)) {
+    if (path_.empty()) {
+        return;
+    }
+    std::ifstream file(path_);
+    const nlohmann::json notes = nlohmann::json::parse(file, nullptr, false);
+    if (!notes.is_object()) {
+        return;
+    }
+    for (const auto& [output, note] : notes.items()) {
+        if (note.is_string()) {
+            notes_[output] = note.get<std::string>();
+        }
+    }
+}
+
+bool DoneWork::covers(const BatchJob& job) const {
+    const std::optional<std::string> now = NoteFor(job);
+    const std::lock_guard lock(mutex_);
+    const auto found = notes_.find(job.options.output.path);
+    return now && found != notes_.end() && found->second == *now;
+}
+
+void DoneWork::note(const BatchJob& job) {
+    const std::optional<std::string> now = NoteFor(job);
+    const std::lock_guard lock(mutex_);
+    if (now) {
+        notes_[job.options.output.path] = *now;
+    }
+}
+
+void DoneWork::save() const {
+    if (path_.empty()) {
+        return;
+    }
+    nlohmann::json notes(nlohmann::json::value_t::object);
+    {
+        const std::lock_guard lock(mutex_);
+        for (const auto& [output, note] : notes_) {
+            notes[output] = note;
+        }
+    }
+    OutputFile output(path_);
+    std::ofstream file(output.create());
+    file << notes.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+    file.close();
+    if (!file) {
+        throw Failure(ExitCode::CannotWrite, path_ + ": cannot write: the notes did not come out "
+                                                     "whole");
+    }
+    output.commit();
+}
+
+} // namespace kxcontour

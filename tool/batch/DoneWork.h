@@ -1,0 +1,35 @@
+// What earlier runs of a batch have finished.
+#pragma once
+
+#include "options/CommandLine.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+
+namespace kxcontour {
+
+/// A file of notes, one for each drawing: the options it was made with, and the sizes and times of
+/// its models and of itself. Of a model that is more than one file, only the one that was named
+/// counts. Without a path nothing is ever done. Any thread may call.
+class DoneWork {
+public:
+    /// Reads the notes. A file that is missing or makes no sense holds none.
+    explicit DoneWork(std::string path);
+
+    /// Whether a job's drawing is what the job would make now.
+    bool covers(const BatchJob& job) const;
+
+    /// Notes that a job is finished. Throws nothing: a file that is gone is not noted.
+    void note(const BatchJob& job);
+
+    /// Writes the notes, whole or not at all. Throws Failure (CannotWrite).
+    void save() const;
+
+private:
+    std::string path_;
+    mutable std::mutex mutex_;
+    std::map<std::string, std::string> notes_; ///< By output.
+};
+
+} // namespace kxcontour

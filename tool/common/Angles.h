@@ -1,0 +1,14 @@
+// Angles in degrees, the same on every machine.
+#pragma once
+
+namespace kxcontour {
+
+struct Turn {
+    double cosine;
+    double sine;
+};
+
+/// The turn by an angle in degrees, correct to 1e-15; exact for multiples of 90.
+Turn TurnBy(double degrees);
+
+} // namespace kxcontour

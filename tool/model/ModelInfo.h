@@ -1,0 +1,53 @@
+// What is in a model, for people and programs that ask before they draw.
+#pragma once
+
+#include <Wm4Foundation.h>
+
+#include "model/Model.h"
+#include "model/ModelRequest.h"
+#include "scene/Cleaning.h"
+
+#include <cstddef>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace kxcontour {
+
+struct ObjectInfo {
+    std::string name; ///< May be empty, and others may have the same.
+    std::size_t triangles = 0;
+    Wm4::Vector3<double> size{0.0, 0.0, 0.0}; ///< Along the file's axes, in the file's unit.
+};
+
+struct ModelInfo {
+    std::string name;   ///< The path, or "standard input".
+    std::string format; ///< What the importer calls it.
+    double millimetresPerUnit = 1.0;
+    bool unitStated = false; ///< Else millimetres are assumed.
+    UpAxis up = UpAxis::Y;   ///< Of the file's axes.
+    std::vector<ObjectInfo> objects;
+    std::size_t triangles = 0;                ///< Of all objects, those left out not counted.
+    std::size_t vertices = 0;                 ///< Likewise.
+    Wm4::Vector3<double> size{0.0, 0.0, 0.0}; ///< Along the file's axes, in the file's unit.
+    std::size_t meshes = 0;
+    std::size_t meshesWithNormals = 0; ///< Whose normals in the file tell where creases are.
+    std::size_t cutPolygons = 0;
+    std::size_t leftOutPolygons = 0;
+    DroppedTriangles dropped;
+};
+
+/// Gathers what there is to say about a model, and drops its bad triangles as CleanShapes() does.
+///
+/// Sizes are those of the exact boxes of all corners of triangles where they are placed; corners
+/// that are not finite there do not count. Linear in the number of placed triangles.
+ModelInfo Inspect(const std::string& name, Model& model);
+
+/// Writes a block of lines for people. Lists the first 20 objects.
+void WriteText(const ModelInfo& info, std::ostream& out);
+
+/// Writes one JSON object, {"models": [...]}, and a line end. Lengths are in millimetres and in the
+/// files' units; bytes that are no UTF-8 become replacement characters.
+void WriteJson(const std::vector<ModelInfo>& models, std::ostream& out);
+
+} // namespace kxcontour

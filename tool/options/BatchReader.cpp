@@ -1,0 +1,157 @@
+// Jobs are expanded and checked one after the other, then against each other.
+#include "options/BatchReader.h"
+
+#include "common/Failure.h"
+#include "options/OptionReader.h"
+#include "options/Signature.h"
+#include "options/Values.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <thread>
+
+namespace kxcontour {
+namespace {
+
+constexpr unsigned int kMostThreads = 256;
+
+[[noreturn]] void Refuse(const std::string& message) {
+    throw Failure(ExitCode::Usage, message);
+}
+
+void RequireMark(const GivenOptions& given) {
+    if (given.has("sheet")) {
+        Refuse("--views and --sheet cannot go together");
+    }
+    const GivenText* output = given.find("output");
+    if (output != nullptr && output->text.find(kViewMark) == std::string::npos) {
+        Refuse("output '" + output->text + "' has to contain {view}, one file for each view");
+    }
+}
+
+void RefuseStreams(const DrawingOptions& options) {
+    const auto isStream = [](const std::string& path) { return path == "-"; };
+    const InputOptions& input = options.input;
+    if (std::any_of(input.models.begin(), input.models.end(), isStream) ||
+        std::any_of(input.occluders.begin(), input.occluders.end(), isStream)) {
+        Refuse("a batch reads files; '-' is not one");
+    }
+    if (isStream(options.output.path)) {
+        Refuse("a batch writes files; '-' is not one");
+    }
+}
+
+BatchJob ReadJob(const GivenOptions& given, const std::string& name) {
+    BatchJob job;
+    job.options = ReadDrawingOptions(given);
+    RefuseStreams(job.options);
+    job.name = name.empty() ? job.options.output.path : name;
+    job.signature = SignatureOf(job.options);
+    return job;
+}
+
+/// The job of one view, in which nothing of the others is left.
+GivenOptions ForView(GivenOptions given, const std::string& view) {
+    given.remove("views");
+    given.add("view", view);
+    return given;
+}
+
+std::vector<BatchJob> ReadViewsOf(const GivenJob& given) {
+    std::vector<BatchJob> jobs;
+    const std::vector<std::string> views = ReadViews(given.options, "views");
+    if (views.empty()) {
+        jobs.push_back(ReadJob(given.options, given.name));
+        return jobs;
+    }
+    RequireMark(given.options);
+    if (!given.options.has("output")) {
+        Refuse("no output given; name it with -o OUT-{view}.svg");
+    }
+    for (const std::string& view : views) {
+        const std::string name = given.name.empty() ? "" : given.name + " (" + view + ")";
+        jobs.push_back(ReadJob(ForView(given.options, view), name));
+    }
+    return jobs;
+}
+
+/// The same text for two names of one file, as far as that shows without looking at files.
+std::string FileKey(const std::string& path) {
+    return std::filesystem::absolute(path).lexically_normal().string();
+}
+
+/// Which job writes a file.
+using Writers = std::map<std::string, std::size_t>;
+
+void Note(Writers& writers, const BatchJob& job, std::size_t number) {
+    const auto [other, isNew] = writers.emplace(FileKey(job.options.output.path), number);
+    if (!isNew) {
+        const std::string path = "output '" + job.options.output.path + "'";
+        Refuse(other->second == number
+                   ? path + " is written twice"
+                   : path + " is written by job " + std::to_string(other->second) + ", too");
+    }
+}
+
+unsigned int ReadThreads(const GivenOptions& given) {
+    const GivenText* text = given.find("jobs");
+    if (text == nullptr) {
+        return std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads);
+    }
+    try {
+        return ParseCount(text->text, "number of jobs", 1, kMostThreads);
+    } catch (const Failure& failure) {
+        throw Failure(failure.code(), text->where + failure.what());
+    }
+}
+
+std::string ReadStatePath(const GivenOptions& given, const std::string& jobFile) {
+    const GivenText* text = given.find("state");
+    if (text == nullptr) {
+        return jobFile.empty() ? "" : jobFile + ".state";
+    }
+    if (text->text.empty() || text->text == "-") {
+        Refuse(text->where + "--state has to name a file");
+    }
+    return text->text;
+}
+
+void RequireOwnState(const BatchCommand& batch,
+                     const Writers& writers,
+                     const std::string& jobFile) {
+    if (batch.statePath.empty()) {
+        return;
+    }
+    const std::string key = FileKey(batch.statePath);
+    if (writers.count(key) > 0 || (!jobFile.empty() && key == FileKey(jobFile))) {
+        Refuse("state '" + batch.statePath + "' is a file of the batch already");
+    }
+}
+
+} // namespace
+
+BatchCommand ReadBatch(const std::vector<GivenJob>& jobs,
+                       const GivenOptions& batch,
+                       const std::string& jobFile) {
+    BatchCommand command;
+    command.threads = ReadThreads(batch);
+    command.force = batch.isSet("force");
+    command.messages = ReadMessageOptions(batch);
+    command.statePath = ReadStatePath(batch, jobFile);
+    Writers writers;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        try {
+            for (BatchJob& job : ReadViewsOf(jobs[i])) {
+                Note(writers, job, i + 1);
+                command.jobs.push_back(std::move(job));
+            }
+        } catch (const Failure& failure) {
+            throw Failure(failure.code(), jobs[i].where + failure.what());
+        }
+    }
+    RequireOwnState(command, writers, jobFile);
+    return command;
+}
+
+} // namespace kxcontour

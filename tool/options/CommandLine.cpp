@@ -1,0 +1,165 @@
+// Tells the commands apart by the first word, and puts options from everywhere together: the
+// command line above jobs, jobs above their defaults, and all of them above the configuration file.
+#include "options/CommandLine.h"
+
+#include <ctr/Version.h>
+
+#include "common/Failure.h"
+#include "options/Arguments.h"
+#include "options/BatchReader.h"
+#include "options/Completions.h"
+#include "options/ConfigFile.h"
+#include "options/Help.h"
+#include "options/ManPage.h"
+#include "options/OptionReader.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kxcontour {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+[[noreturn]] void Refuse(const std::string& message) {
+    throw Failure(ExitCode::Usage, message);
+}
+
+bool IsHelp(const std::string& word) {
+    return word == "--help" || word == "-h";
+}
+
+void WriteVersion(std::ostream& out) {
+    out << "kxcontour " << kxContouringLib::Version::GetDescStringMajorMinorRelease(true) << '\n';
+}
+
+/// Help, the manual and completions: words without options. False when it is something else.
+bool WroteText(const Arguments& arguments, std::ostream& out) {
+    const std::string command = arguments.empty() ? "" : arguments.front();
+    const std::string word = arguments.size() > 1 ? arguments[1] : "";
+    if (command != "help" && command != "man" && command != "completions") {
+        return false;
+    }
+    const std::size_t most = command == "man" ? 1 : 2;
+    if (IsHelp(word)) {
+        out << ShortHelp();
+    } else if (arguments.size() > most) {
+        Refuse("unexpected argument '" + arguments[most] + "' of " + command);
+    } else if (command == "man") {
+        out << ManPage();
+    } else if (command == "help") {
+        out << (arguments.size() > 1 ? TopicHelp(word) : ShortHelp());
+    } else if (word.empty()) {
+        Refuse("completions are for a shell; choose bash, zsh or fish");
+    } else {
+        out << Completions(word);
+    }
+    return true;
+}
+
+/// The options of the configuration file that is named, if any.
+GivenOptions ConfigOf(const GivenOptions& given) {
+    const GivenText* path = given.find("config");
+    return path == nullptr ? GivenOptions() : ReadConfigFile(path->text);
+}
+
+std::vector<GivenJob>
+TakeJobs(const std::string& jobFile, const GivenOptions& given, const GivenOptions& config) {
+    std::vector<GivenJob> jobs = ReadJobFile(jobFile);
+    for (GivenJob& job : jobs) {
+        GivenOptions options = given;
+        options.putBelow(std::move(job.options));
+        options.putBelow(config);
+        job.options = std::move(options);
+    }
+    return jobs;
+}
+
+/// kxcontour batch JOBS.json
+BatchCommand ReadBatchCommand(GivenOptions given) {
+    const std::vector<GivenText> files = given.all("model");
+    if (files.empty() || files.front().text.empty()) {
+        Refuse("no job file given; kxcontour batch JOBS.json");
+    }
+    if (files.size() > 1) {
+        Refuse("unexpected argument '" + files[1].text + "'; a batch has one job file");
+    }
+    if (files.front().text == "-") {
+        Refuse("a batch reads its jobs from a file; '-' is not one");
+    }
+    for (const char* name : {"output", "views", "info"}) {
+        if (given.has(name)) {
+            Refuse(std::string("--") + name + " is not for 'batch'; see kxcontour help batch");
+        }
+    }
+    given.remove("model");
+    GivenOptions config = ConfigOf(given);
+    GivenOptions batch = given;
+    batch.putBelow(config);
+    return ReadBatch(TakeJobs(files.front().text, given, config), batch, files.front().text);
+}
+
+/// Options of batches say nothing about one drawing; in a configuration file they may wait.
+void RefuseBatchOptions(const GivenOptions& given) {
+    for (const char* name : {"jobs", "force", "state"}) {
+        const GivenText* text = given.find(name);
+        if (text != nullptr && text->where.empty()) {
+            Refuse(std::string("--") + name + " is for batches; see kxcontour help batch");
+        }
+    }
+}
+
+/// kxcontour MODEL... with an output, --info or --views.
+Command ReadModelCommand(const GivenOptions& given) {
+    if (given.isSet("info")) {
+        return InfoCommand{ReadInputOptions(given), ReadMessageOptions(given)};
+    }
+    if (given.has("views")) {
+        return ReadBatch({{"", "", given}}, given, "");
+    }
+    RefuseBatchOptions(given);
+    return DrawCommand{ReadDrawingOptions(given)};
+}
+
+/// A message on one line, whatever is quoted in it.
+std::string OneLine(std::string message) {
+    std::replace_if(
+        message.begin(), message.end(),
+        [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == '\x7f'; },
+        ' ');
+    return message;
+}
+
+std::optional<Command> Parse(const Arguments& arguments, std::ostream& out) {
+    if (WroteText(arguments, out)) {
+        return std::nullopt;
+    }
+    const bool isBatch = !arguments.empty() && arguments.front() == "batch";
+    GivenOptions given =
+        ReadArguments(Arguments(arguments.begin() + (isBatch ? 1 : 0), arguments.end()));
+    if (given.has("help")) {
+        out << (isBatch ? TopicHelp("batch") : ShortHelp());
+        return std::nullopt;
+    }
+    if (given.has("version")) {
+        WriteVersion(out);
+        return std::nullopt;
+    }
+    if (isBatch) {
+        return ReadBatchCommand(std::move(given));
+    }
+    given.putBelow(ConfigOf(given));
+    return ReadModelCommand(given);
+}
+
+} // namespace
+
+std::optional<Command> ParseCommandLine(const Arguments& arguments, std::ostream& out) {
+    try {
+        return Parse(arguments, out);
+    } catch (const Failure& failure) {
+        throw Failure(failure.code(), OneLine(failure.what()));
+    }
+}
+
+} // namespace kxcontour

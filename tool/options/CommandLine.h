@@ -1,0 +1,52 @@
+// The command line: from arguments to what is to be done.
+#pragma once
+
+#include "options/Options.h"
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace kxcontour {
+
+/// kxcontour MODEL... -o OUT: one drawing.
+struct DrawCommand {
+    DrawingOptions options;
+};
+
+/// kxcontour MODEL... --info: what is in the models, nothing drawn.
+struct InfoCommand {
+    InputOptions input;
+    MessageOptions messages;
+};
+
+/// One drawing of a batch.
+struct BatchJob {
+    std::string name; ///< For messages: the job's own name, else its output.
+    DrawingOptions options;
+    /// The job's options in one canonical text: equal texts ask for the same drawing.
+    std::string signature;
+};
+
+/// kxcontour batch JOBS.json, or kxcontour MODEL --views front,top -o 'name-{view}.svg'.
+struct BatchCommand {
+    std::vector<BatchJob> jobs;
+    unsigned int threads = 1;
+    bool force = false;      ///< Draw again what is up to date.
+    std::string statePath;   ///< Where finished work is noted; empty: nowhere.
+    MessageOptions messages; ///< Of the whole batch.
+};
+
+using Command = std::variant<DrawCommand, InfoCommand, BatchCommand>;
+
+/// Reads the arguments (without the program's name).
+///
+/// Nothing is returned when the arguments ask for help, the version, the manual page or
+/// completions, which are then written to out. Throws Failure: Usage, naming the nearest option for
+/// one that does not exist; Unreadable for a configuration or job file that cannot be read.
+std::optional<Command> ParseCommandLine(const std::vector<std::string>& arguments,
+                                        std::ostream& out);
+
+} // namespace kxcontour

@@ -1,0 +1,13 @@
+// Completions for shells.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kxcontour {
+
+/// The script that makes a shell of Shells() complete options, their values and files. Throws
+/// Failure (Usage) for another shell, naming the nearest.
+std::string Completions(std::string_view shell);
+
+} // namespace kxcontour

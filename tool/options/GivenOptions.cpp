@@ -1,0 +1,110 @@
+// How options from one source give way to those from another.
+#include "options/GivenOptions.h"
+
+#include <array>
+#include <utility>
+
+namespace kxcontour {
+namespace {
+
+/// An option (with a certain text, or any) and what it puts out of force below.
+struct Displacement {
+    const char* name;
+    const char* text; ///< Null: any.
+    std::array<const char*, 7> dropped;
+};
+
+constexpr std::array<Displacement, 14> kDisplacements{
+    {{"view",
+      nullptr,
+      {"views", "sheet", "azimuth", "elevation", "camera-position", "camera-focal-point",
+       "camera-view-up"}},
+     {"views",
+      nullptr,
+      {"view", "sheet", "azimuth", "elevation", "camera-position", "camera-focal-point",
+       "camera-view-up"}},
+     {"sheet",
+      nullptr,
+      {"view", "views", "azimuth", "elevation", "camera-position", "camera-focal-point",
+       "camera-view-up"}},
+     {"azimuth",
+      nullptr,
+      {"views", "sheet", "camera-position", "camera-focal-point", "camera-view-up"}},
+     {"elevation",
+      nullptr,
+      {"views", "sheet", "camera-position", "camera-focal-point", "camera-view-up"}},
+     {"camera-position", nullptr, {"views", "sheet"}},
+     {"scale", nullptr, {"zoom", "fov"}},
+     {"zoom", nullptr, {"scale"}},
+     {"fov", nullptr, {"scale"}},
+     {"projection", "orthographic", {"fov"}},
+     {"projection", "perspective", {"scale", "sheet", "arcs", "arc-tolerance"}},
+     {"arcs", "false", {"arc-tolerance"}},
+     {"quiet", "true", {"verbose"}},
+     {"verbose", "true", {"quiet"}}}};
+
+void Displace(const GivenOptions& higher, GivenOptions& lower) {
+    for (const Displacement& rule : kDisplacements) {
+        const GivenText* given = higher.find(rule.name);
+        if (given == nullptr || (rule.text != nullptr && given->text != rule.text)) {
+            continue;
+        }
+        for (const char* name : rule.dropped) {
+            if (name != nullptr) {
+                lower.remove(name);
+            }
+        }
+    }
+}
+
+} // namespace
+
+void GivenOptions::add(const std::string& name, const std::string& text, const std::string& where) {
+    texts_[name].push_back({text, where});
+}
+
+bool GivenOptions::has(const std::string& name) const {
+    return texts_.count(name) > 0;
+}
+
+bool GivenOptions::isSet(const std::string& name) const {
+    const GivenText* given = find(name);
+    return given != nullptr && given->text == "true";
+}
+
+const std::vector<GivenText>& GivenOptions::all(const std::string& name) const {
+    static const std::vector<GivenText> none;
+    const auto found = texts_.find(name);
+    return found == texts_.end() ? none : found->second;
+}
+
+const GivenText* GivenOptions::find(const std::string& name) const {
+    const std::vector<GivenText>& texts = all(name);
+    return texts.empty() ? nullptr : &texts.back();
+}
+
+void GivenOptions::remove(const std::string& name) {
+    texts_.erase(name);
+}
+
+std::vector<std::string> GivenOptions::names() const {
+    std::vector<std::string> list;
+    for (const auto& [name, texts] : texts_) {
+        list.push_back(name);
+    }
+    return list;
+}
+
+void GivenOptions::putBelow(GivenOptions lower) {
+    Displace(*this, lower);
+    for (auto& [name, texts] : lower.texts_) {
+        std::vector<GivenText>& mine = texts_[name];
+        if (name == "style") {
+            mine.insert(mine.begin(), texts.begin(), texts.end());
+        } else if (mine.empty()) {
+            mine = std::move(texts);
+        }
+    }
+}
+
+} // namespace kxcontour

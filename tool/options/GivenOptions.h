@@ -1,0 +1,49 @@
+// Options as they were given, still text, from whatever they were read.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kxcontour {
+
+struct GivenText {
+    std::string text;
+    /// Begins a message about the text: "draw.toml: ", or nothing for the command line.
+    std::string where;
+};
+
+/// The texts of options, by long name. A flag has the text "true" or "false".
+class GivenOptions {
+public:
+    /// Adds one more text of an option.
+    void add(const std::string& name, const std::string& text, const std::string& where = "");
+
+    bool has(const std::string& name) const;
+
+    /// Whether a flag is given and true.
+    bool isSet(const std::string& name) const;
+
+    /// All texts of an option in their order; empty when it is not given.
+    const std::vector<GivenText>& all(const std::string& name) const;
+
+    /// The last text of an option, or null.
+    const GivenText* find(const std::string& name) const;
+
+    void remove(const std::string& name);
+
+    /// The names of what is given, in alphabetical order.
+    std::vector<std::string> names() const;
+
+    /// Puts options below these: they hold where these are silent.
+    ///
+    /// Styles add up, with those from below first. What cannot go together with an option of these
+    /// is dropped from below: a view there when an angle is here, and so on.
+    void putBelow(GivenOptions lower);
+
+private:
+    std::map<std::string, std::vector<GivenText>> texts_;
+};
+
+} // namespace kxcontour

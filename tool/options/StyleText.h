@@ -1,0 +1,24 @@
+// Line styles from text: crease.width=0.25mm,crease.color=#333,hidden.dash=1/0.5
+#pragma once
+
+#include "paper/Paper.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kxcontour {
+
+/// Changes styles by a list of FAMILY.KEY=VALUE with commas between; later ones win.
+///
+/// Families are crease, silhouette, intersection, hidden and all (these four); keys are width (a
+/// length over 0, to 100 mm), color, and dash (lengths over 0, to 100 mm, with '/' between, or
+/// none; an odd number of them is repeated, as in SVG). Throws Failure (Usage), naming the nearest
+/// family or key for one that does not exist.
+void ApplyStyles(std::string_view list, StyleSheet& styles);
+
+/// The families and the keys that ApplyStyles() knows.
+const std::vector<std::string>& StyleFamilies();
+const std::vector<std::string>& StyleKeys();
+
+} // namespace kxcontour

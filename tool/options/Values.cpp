@@ -1,0 +1,220 @@
+// Numbers go through from_chars and to_chars, which have no locale and take no blanks.
+#include "options/Values.h"
+
+#include "camera/PageSize.h"
+#include "common/Failure.h"
+#include "common/NearestName.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <system_error>
+
+namespace kxcontour {
+namespace {
+
+using Rgb = std::array<std::uint8_t, 3>;
+
+struct NamedColor {
+    const char* name;
+    Rgb color;
+};
+
+constexpr std::array<NamedColor, 20> kColors{
+    {{"black", {0, 0, 0}},       {"silver", {192, 192, 192}}, {"gray", {128, 128, 128}},
+     {"grey", {128, 128, 128}},  {"white", {255, 255, 255}},  {"maroon", {128, 0, 0}},
+     {"red", {255, 0, 0}},       {"purple", {128, 0, 128}},   {"fuchsia", {255, 0, 255}},
+     {"magenta", {255, 0, 255}}, {"green", {0, 128, 0}},      {"lime", {0, 255, 0}},
+     {"olive", {128, 128, 0}},   {"yellow", {255, 255, 0}},   {"orange", {255, 165, 0}},
+     {"navy", {0, 0, 128}},      {"blue", {0, 0, 255}},       {"teal", {0, 128, 128}},
+     {"aqua", {0, 255, 255}},    {"cyan", {0, 255, 255}}}};
+
+std::string Quoted(std::string_view text) {
+    return "'" + std::string(text) + "'";
+}
+
+[[noreturn]] void
+RefuseValue(std::string_view text, const char* what, const std::string& expected) {
+    throw Failure(ExitCode::Usage, std::string(what) + " " + Quoted(text) + " is not " + expected);
+}
+
+std::optional<unsigned int> HexDigit(char letter) {
+    unsigned int value = 0;
+    const auto [stop, error] = std::from_chars(&letter, &letter + 1, value, 16);
+    return error == std::errc() ? std::optional<unsigned int>(value) : std::nullopt;
+}
+
+/// #rgb and #rrggbb; the short form doubles each digit.
+std::optional<Rgb> ReadHexColor(std::string_view text) {
+    if ((text.size() != 4 && text.size() != 7) || text.front() != '#') {
+        return std::nullopt;
+    }
+    const std::size_t digits = text.size() == 7 ? 2 : 1;
+    Rgb color{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const std::optional<unsigned int> high = HexDigit(text[1 + i * digits]);
+        const std::optional<unsigned int> low = HexDigit(text[i * digits + digits]);
+        if (!high || !low) {
+            return std::nullopt;
+        }
+        color[i] = static_cast<std::uint8_t>(16 * *high + *low);
+    }
+    return color;
+}
+
+} // namespace
+
+bool NumberRange::holds(double value) const {
+    return (lowOpen ? value > low : value >= low) && (highOpen ? value < high : value <= high);
+}
+
+std::optional<double> ReadNumber(std::string_view text) {
+    double value = 0.0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || stop != end || !std::isfinite(value)) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+double
+ParseNumber(std::string_view text, const char* what, const char* expected, NumberRange range) {
+    const std::optional<double> number = ReadNumber(text);
+    if (!number || !range.holds(*number)) {
+        RefuseValue(text, what, expected);
+    }
+    return *number;
+}
+
+double
+ParseLength(std::string_view text, const char* what, const char* expected, NumberRange range) {
+    const std::optional<double> length = ReadPaperLength(text);
+    if (!length || !range.holds(*length)) {
+        RefuseValue(text, what, std::string(expected) + "; write 2, 2mm, 0.2cm, 0.08in or 5pt");
+    }
+    return *length;
+}
+
+unsigned int
+ParseCount(std::string_view text, const char* what, unsigned int low, unsigned int high) {
+    unsigned int value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || stop != end || value < low || value > high) {
+        RefuseValue(text, what,
+                    "a whole number from " + std::to_string(low) + " to " + std::to_string(high));
+    }
+    return value;
+}
+
+double ParseRatio(std::string_view text) {
+    const std::size_t colon = text.find(':');
+    const bool hasColon = colon != std::string_view::npos;
+    const std::optional<double> paper = ReadNumber(text.substr(0, colon));
+    const std::optional<double> real =
+        hasColon ? ReadNumber(text.substr(colon + 1)) : std::optional<double>(1.0);
+    // Both signs are looked at: -1:-2 is no scale.
+    const bool positive = paper && real && *paper > 0.0 && *real > 0.0;
+    const double ratio = positive ? *paper / *real : 0.0;
+    if (!(ratio > 0.0 && std::isfinite(ratio))) {
+        RefuseValue(text, "scale", "a ratio such as 1:2, 2:1 or 0.5");
+    }
+    return ratio;
+}
+
+Wm4::Vector3<double> ParsePoint(std::string_view text, const char* what) {
+    const std::vector<std::string> parts = Split(text, ',');
+    Wm4::Vector3<double> point(0.0, 0.0, 0.0);
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        const std::optional<double> number = ReadNumber(parts[i]);
+        if (parts.size() != 3 || !number) {
+            RefuseValue(text, what, "three numbers X,Y,Z");
+        }
+        point[static_cast<int>(i)] = *number;
+    }
+    return point;
+}
+
+std::array<std::uint8_t, 3> ParseColor(std::string_view text) {
+    if (const std::optional<Rgb> color = ReadHexColor(text)) {
+        return *color;
+    }
+    const std::string name = LowerCase(text);
+    const auto* const found =
+        std::find_if(kColors.begin(), kColors.end(),
+                     [&](const NamedColor& color) { return name == color.name; });
+    if (found != kColors.end()) {
+        return found->color;
+    }
+    const std::string nearest = NearestName(text, ColorNames());
+    throw Failure(ExitCode::Usage,
+                  "unknown colour " + Quoted(text) + "; " +
+                      (nearest.empty() ? "" : "did you mean " + Quoted(nearest) + "? ") +
+                      "write #rgb, #rrggbb or a basic colour name");
+}
+
+const std::vector<std::string>& ColorNames() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> list;
+        list.reserve(kColors.size());
+        for (const NamedColor& color : kColors) {
+            list.emplace_back(color.name);
+        }
+        return list;
+    }();
+    return names;
+}
+
+std::size_t
+ParseName(std::string_view text, const char* what, const std::vector<std::string>& names) {
+    const auto found = std::find(names.begin(), names.end(), text);
+    if (found != names.end()) {
+        return static_cast<std::size_t>(found - names.begin());
+    }
+    const std::string nearest = NearestName(text, names);
+    throw Failure(ExitCode::Usage,
+                  "unknown " + std::string(what) + " " + Quoted(text) + "; " +
+                      (nearest.empty() ? "" : "did you mean " + Quoted(nearest) + "? ") +
+                      "choose " + Enumerate(names));
+}
+
+std::vector<std::string> Split(std::string_view text, char separator) {
+    std::vector<std::string> parts;
+    std::size_t start = 0;
+    for (std::size_t at = text.find(separator); at != std::string_view::npos;
+         at = text.find(separator, start)) {
+        parts.emplace_back(text.substr(start, at - start));
+        start = at + 1;
+    }
+    parts.emplace_back(text.substr(start));
+    return parts;
+}
+
+std::string Enumerate(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        text += i == 0 ? "" : (i + 1 < names.size() ? ", " : " or ");
+        text += names[i];
+    }
+    return text;
+}
+
+std::string NumberText(double value) {
+    std::array<char, 32> text{};
+    const std::to_chars_result result =
+        std::to_chars(text.data(), text.data() + text.size(), value);
+    return std::string(text.data(), result.ptr);
+}
+
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    });
+    return lower;
+}
+
+} // namespace kxcontour

@@ -1,0 +1,73 @@
+// The values of options, from text: one function for each kind, none of which knows a locale.
+#pragma once
+
+#include <Wm4Foundation.h>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kxcontour {
+
+/// What a number has to be. Ends belong to the range unless they are open.
+struct NumberRange {
+    double low = 0.0;
+    double high = 0.0;
+    bool lowOpen = false;
+    bool highOpen = false;
+
+    /// False for what is not a number.
+    bool holds(double value) const;
+};
+
+/// A whole text as a finite decimal number, with or without an exponent; nothing for other text.
+std::optional<double> ReadNumber(std::string_view text);
+
+/// Reads a number in a range. Throws Failure (Usage), "WHAT 'TEXT' is not EXPECTED".
+double
+ParseNumber(std::string_view text, const char* what, const char* expected, NumberRange range);
+
+/// Reads a length on paper, see ReadPaperLength(); millimetres. Throws as ParseNumber() does, with
+/// the ways to write a length behind the message.
+double
+ParseLength(std::string_view text, const char* what, const char* expected, NumberRange range);
+
+/// Reads a whole number from low to high. Throws Failure (Usage).
+unsigned int
+ParseCount(std::string_view text, const char* what, unsigned int low, unsigned int high);
+
+/// Reads a scale, 1:2, 2:1 or 0.5: length on paper over real length. Throws Failure (Usage) unless
+/// it is over 0 and finite.
+double ParseRatio(std::string_view text);
+
+/// Reads X,Y,Z. Throws Failure (Usage), naming what it is for.
+Wm4::Vector3<double> ParsePoint(std::string_view text, const char* what);
+
+/// Reads #rgb, #rrggbb or one of ColorNames(), in any case: red, green, blue. Throws Failure
+/// (Usage), naming the nearest colour.
+std::array<std::uint8_t, 3> ParseColor(std::string_view text);
+
+/// The basic colour names of CSS.
+const std::vector<std::string>& ColorNames();
+
+/// Finds a name in a list; returns its index. Throws Failure (Usage) with the nearest name and the
+/// whole list: "unknown WHAT 'TEXT'; did you mean 'a'? choose a, b or c".
+std::size_t
+ParseName(std::string_view text, const char* what, const std::vector<std::string>& names);
+
+/// The parts of a text between separators; one empty part for an empty text.
+std::vector<std::string> Split(std::string_view text, char separator);
+
+/// "a, b or c".
+std::string Enumerate(const std::vector<std::string>& names);
+
+/// The shortest text that reads as the same number; finite numbers only.
+std::string NumberText(double value);
+
+/// The text in small ASCII letters.
+std::string LowerCase(std::string_view text);
+
+} // namespace kxcontour

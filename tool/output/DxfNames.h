@@ -1,0 +1,25 @@
+// Names of layers as DXF has them.
+#pragma once
+
+#include <set>
+#include <string>
+
+namespace kxcontour {
+
+/// Makes names that a DXF file may hold: characters that DXF forbids become "_", those that are not
+/// in code page 1252 "\U+" and their code, and names that differ in case only, which DXF takes for
+/// one, get a number.
+class DxfNames {
+public:
+    /// Two names are taken from the start: "0", which every file has, and "Defpoints", which
+    /// programs do not plot.
+    DxfNames() : taken_{"0", "defpoints"} {}
+
+    /// The name, UTF-8, in the file's code page.
+    std::string make(const std::string& name);
+
+private:
+    std::set<std::string> taken_; ///< Without case.
+};
+
+} // namespace kxcontour

@@ -1,0 +1,58 @@
+// Drawings for other programs.
+#pragma once
+
+#include <ctr/IntervalTools.h>
+
+#include "paper/Paper.h"
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kxcontour {
+
+/// One line of the scene and what the view shows of it.
+struct SegmentRecord {
+    Family family = Family::Silhouette;
+    std::size_t object = kSharedObject;
+    std::array<std::array<double, 3>, 2> ends; ///< In the scene, in model units.
+    /// The ends, in millimetres, of the part that lies inside the view; none when nothing does.
+    std::optional<PaperLine> onPaper;
+    /// Hidden ranges of that part: 0 is onPaper->a, 1 is onPaper->b.
+    std::vector<ctr::RationalInterval> hidden;
+};
+
+struct JsonDrawing {
+    PageSize page;
+    std::string title;
+    std::string description;
+    std::vector<std::string> objects;
+    double millimetresPerUnit = 1.0; ///< Of the model's unit.
+    std::vector<SegmentRecord> segments;
+};
+
+/// Writes one JSON object (UTF-8, numbers in full precision, one segment a line):
+///
+///     {
+///     "generator": "kxcontour",
+///     "page": {"width": 210, "height": 297, "unit": "mm"},
+///     "title": "...",
+///     "description": "...",
+///     "objects": ["...", ...],
+///     "millimetresPerUnit": 1,
+///     "segments": [
+///     {"family":"crease","object":0,"ends":[[x,y,z],[x,y,z]],"paper":[[x,y],[x,y]],
+///      "hidden":[[[n,d],[n,d]],...]},
+///     ...
+///     ]
+///     }
+///
+/// "family" is as NameOf() says; "object" is an index into "objects", null for lines that belong to
+/// no single one; "paper" is null when nothing lies inside the view. "hidden" holds ranges by their
+/// start and end, each an exact fraction of two whole numbers below 2^63: readers that keep numbers
+/// as doubles lose the ends of those beyond 2^53. Names that are no UTF-8 have U+FFFD in the place
+/// of the wrong bytes, and a number that is not finite is null. Throws WriteFailure, see Writers.h.
+void WriteJson(const JsonDrawing& drawing, const std::string& path);
+
+} // namespace kxcontour

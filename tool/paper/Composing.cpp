@@ -1,0 +1,179 @@
+// Sorts lines into layers and styles, and makes paths of each.
+#include "paper/Composing.h"
+
+#include "paper/ArcFitting.h"
+#include "paper/Joining.h"
+#include "paper/Overlaps.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+namespace kxcontour {
+namespace {
+
+constexpr const char* kSharedName = "intersections";
+constexpr const char* kNoName = "unnamed";
+
+/// From the bottom of the pile of layers and groups to its top; the layers of types in this order.
+constexpr int kHiddenRank = 0;
+
+int RankOf(const LineGroup& group) {
+    if (group.hidden) {
+        return kHiddenRank;
+    }
+    switch (group.family) {
+    case Family::Crease:
+        return kHiddenRank + 1;
+    case Family::Intersection:
+        return kHiddenRank + 3;
+    case Family::Silhouette:
+        break;
+    }
+    return kHiddenRank + 2;
+}
+
+/// Names one after the other, each made different from all before it.
+class UniqueNames {
+public:
+    std::string take(const std::string& wanted) {
+        std::string name = wanted;
+        for (int& number = lastNumbers_[wanted]; !taken_.insert(name).second;) {
+            number = std::max(number, 1) + 1;
+            name = wanted + " (" + std::to_string(number) + ")";
+        }
+        return name;
+    }
+
+private:
+    std::set<std::string> taken_;
+    std::map<std::string, int> lastNumbers_; ///< By wanted name: the last number given to it.
+};
+
+/// Objects have their names whether or not they are seen, so that a layer is called the same in
+/// every view of a scene.
+std::vector<std::string> ObjectLayerNames(const std::vector<std::string>& objects) {
+    UniqueNames names;
+    std::vector<std::string> result;
+    result.reserve(objects.size() + 1);
+    for (const std::string& object : objects) {
+        result.push_back(names.take(object.empty() ? kNoName : object));
+    }
+    result.push_back(names.take(kSharedName));
+    return result;
+}
+
+std::vector<std::string> LayerNames(const PaperLines& lines, Layering layering) {
+    switch (layering) {
+    case Layering::Type:
+        return {"hidden", "crease", "silhouette", "intersection"};
+    case Layering::Object:
+        return ObjectLayerNames(lines.objects);
+    case Layering::None:
+        break;
+    }
+    return {""};
+}
+
+std::size_t LayerOf(const LineGroup& group, const PaperLines& lines, Layering layering) {
+    switch (layering) {
+    case Layering::Type:
+        return static_cast<std::size_t>(RankOf(group));
+    case Layering::Object:
+        return std::min(group.object, lines.objects.size());
+    case Layering::None:
+        break;
+    }
+    return 0;
+}
+
+/// Lines of one layer that are drawn alike and become paths together.
+struct Bundle {
+    PathGroup group;
+    std::vector<PaperLine> lines;
+};
+
+Bundle& BundleFor(const LineGroup& group, const StyleSheet& styles, std::vector<Bundle>& bundles) {
+    const StrokeStyle& style = styles.of(group.family, group.hidden);
+    const auto found = std::find_if(bundles.begin(), bundles.end(), [&](const Bundle& bundle) {
+        return bundle.group.hidden == group.hidden && bundle.group.style == style;
+    });
+    if (found != bundles.end()) {
+        return *found;
+    }
+    bundles.push_back({{group.family, group.hidden, style, {}}, {}});
+    return bundles.back();
+}
+
+/// By layer; in each, hidden ones first, then in the order of RankOf().
+std::vector<std::vector<Bundle>>
+BundlesOf(const PaperLines& lines, const ComposingRules& rules, std::size_t layerCount) {
+    std::vector<const LineGroup*> groups;
+    groups.reserve(lines.groups.size());
+    for (const LineGroup& group : lines.groups) {
+        groups.push_back(&group);
+    }
+    std::stable_sort(groups.begin(), groups.end(), [](const LineGroup* a, const LineGroup* b) {
+        return RankOf(*a) < RankOf(*b);
+    });
+    std::vector<std::vector<Bundle>> layers(layerCount);
+    for (const LineGroup* group : groups) {
+        if (!group->lines.empty()) {
+            std::vector<Bundle>& layer = layers[LayerOf(*group, lines, rules.layering)];
+            Bundle& bundle = BundleFor(*group, rules.styles, layer);
+            bundle.lines.insert(bundle.lines.end(), group->lines.begin(), group->lines.end());
+        }
+    }
+    return layers;
+}
+
+PathGroup GroupOf(const Bundle& bundle, const ComposingRules& rules, ComposingReport& report) {
+    PathGroup group = bundle.group;
+    group.paths = JoinLines(bundle.lines, rules.tolerance);
+    const std::size_t before = group.paths.size();
+    std::erase_if(group.paths, [&](const Path& path) { return LengthOf(path) < rules.minLength; });
+    report.crumbs += before - group.paths.size();
+    report.paths += group.paths.size();
+    if (rules.arcTolerance) {
+        for (Path& path : group.paths) {
+            RecogniseArcs(path, *rules.arcTolerance);
+        }
+    }
+    return group;
+}
+
+std::size_t CountLines(const PaperLines& lines) {
+    std::size_t count = 0;
+    for (const LineGroup& group : lines.groups) {
+        count += group.lines.size();
+    }
+    return count;
+}
+
+} // namespace
+
+PaperDrawing Compose(PaperLines lines, const ComposingRules& rules, ComposingReport& report) {
+    report = {};
+    report.lines = CountLines(lines);
+    RemoveOverlaps(lines, rules.tolerance);
+    report.shownOnce = CountLines(lines);
+    const std::vector<std::string> names = LayerNames(lines, rules.layering);
+    const std::vector<std::vector<Bundle>> bundles = BundlesOf(lines, rules, names.size());
+    PaperDrawing drawing;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        PaperLayer layer;
+        layer.name = names[i];
+        for (const Bundle& bundle : bundles[i]) {
+            PathGroup group = GroupOf(bundle, rules, report);
+            if (!group.paths.empty()) {
+                layer.groups.push_back(std::move(group));
+            }
+        }
+        if (!layer.groups.empty()) {
+            drawing.layers.push_back(std::move(layer));
+        }
+    }
+    return drawing;
+}
+
+} // namespace kxcontour

@@ -1,0 +1,26 @@
+// No line is drawn twice.
+#pragma once
+
+#include "paper/Paper.h"
+
+namespace kxcontour {
+
+/// Takes out of every line what lines before it show already.
+///
+/// Two lines lie on each other when, over their common stretch (what the projection of one onto the
+/// other covers of it), neither end of the stretch is farther than tolerance from the other line,
+/// and the stretch is longer than tolerance. If one of them is no longer than tolerance itself,
+/// more than half of it is enough, should both go nearly the same way. Visible lines come before
+/// hidden ones; among these silhouettes before creases before intersections; then the order of
+/// groups and lines. Lines of no length are dropped when something else touches them. Groups keep
+/// their number and order; their lines are cut, in order along the line they come from.
+///
+/// Lines are compared with what is left of those before them, so what goes is within tolerance of
+/// something that stays; but for rests shorter than tolerance, which go as well and may be twice as
+/// far. No two lines of the result lie on each other.
+///
+/// tolerance in millimetres, over 0. Coordinates are finite. Expected O(n log n) for n lines that
+/// do not crowd.
+void RemoveOverlaps(PaperLines& lines, double tolerance);
+
+} // namespace kxcontour

@@ -1,0 +1,44 @@
+// Everything that one drawing or many are made of.
+#pragma once
+
+#include <Wm4Foundation.h>
+
+#include "options/Options.h"
+#include "scene/Cleaning.h"
+#include "scene/MeshBuilder.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kxcontour {
+
+/// Meshes ready to be baked. Nothing changes them any more, so threads may share a scene.
+struct Scene {
+    MeshList meshes;                   ///< What is drawn, around origin, in the first model's unit.
+    std::vector<std::size_t> objectOf; ///< For each mesh, an index into objects.
+    std::vector<std::string> objects;  ///< Names of all models in turn; may repeat or be empty.
+    MeshList occluders;
+    Wm4::Vector3<double> origin{0.0, 0.0, 0.0}; ///< The world point at the meshes' zero.
+    Wm4::Matrix4<double> fileToWorld{false};    ///< Of the first model's axes: a rotation.
+    double millimetresPerUnit = 1.0;
+    bool unitStated = false;
+    DroppedTriangles dropped;
+    std::size_t triangles = 0; ///< Of all meshes and occluders.
+};
+
+/// What the options say about one of their models.
+ModelRequest RequestFor(const InputOptions& input, const std::string& path);
+
+/// Reads all models of a drawing and builds their meshes. Call it before any thread is started.
+///
+/// Throws Failure: Unreadable for a model that cannot be read, NothingToDraw for one without
+/// triangles.
+Scene LoadScene(const InputOptions& input, std::optional<double> creaseAngle);
+
+/// The meshes of the objects of a name. Throws Failure (Usage), naming the nearest, where there is
+/// none.
+MeshList MeshesOf(const Scene& scene, const std::string& object);
+
+} // namespace kxcontour
