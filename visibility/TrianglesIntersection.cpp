@@ -84,10 +84,13 @@ struct PlaneValues {
         return std::min({at[0], at[1], at[2]}) < 0 && std::max({at[0], at[1], at[2]}) > 0;
     }
 
-    /// Whether all corners are as near to the plane as a step along every axis can bring them.
-    bool areWithinAStep(const GridVector& n) const {
-        const long step = std::abs(n[0]) + std::abs(n[1]) + std::abs(n[2]);
-        return std::min({at[0], at[1], at[2]}) >= -step && std::max({at[0], at[1], at[2]}) <= step;
+    /// Whether some steps along every axis could bring each corner onto the plane. Rounding moves
+    /// a corner by one step at most, and tilts the other triangle's plane as well.
+    bool areBesidePlane(const GridVector& n) const {
+        constexpr long kSteps = 4;
+        const long reach = WrapMultiply(kSteps, std::abs(n[0]) + std::abs(n[1]) + std::abs(n[2]));
+        return std::min({at[0], at[1], at[2]}) >= -reach &&
+               std::max({at[0], at[1], at[2]}) <= reach;
     }
 };
 
@@ -378,7 +381,7 @@ bool TrianglesIntersection::tInternal::testTriangleIntersection(const tTriangleD
     const std::optional<IntersectionEdge> overlap = OverlapOf(spanA, spanB, axis);
     if (overlap) {
         edge = *overlap;
-        edge.grazing = valuesA.areWithinAStep(b.normal) || valuesB.areWithinAStep(a.normal);
+        edge.grazing = valuesA.areBesidePlane(b.normal) || valuesB.areBesidePlane(a.normal);
     }
     return overlap.has_value();
 }

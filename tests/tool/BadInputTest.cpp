@@ -1,5 +1,6 @@
 // Whole runs on everything that can be wrong: each ends with one line that says what is wrong with
-// what, with its exit code, and with the output as it was.
+// what, with its exit code, and with all files as they were.
+#include "DrawingRuns.h"
 #include "ModelText.h"
 #include "SvgFile.h"
 #include "ToolRun.h"
@@ -9,19 +10,24 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
+#include <ostream>
 #include <sys/stat.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
 
 using test_support::MeshData;
+using tool_test::Arguments;
+using tool_test::FilesIn;
 using tool_test::ReadBytes;
 using tool_test::RunLimits;
 using tool_test::RunResult;
+using tool_test::Surroundings;
 using tool_test::TemporaryFolder;
-
-using Arguments = std::vector<std::string>;
 
 constexpr int kUsage = 2;
 constexpr int kUnreadable = 3;
@@ -30,8 +36,8 @@ constexpr int kCannotWrite = 5;
 
 const std::string kModels = ASSIMP_MODELS;
 
-RunResult RunTool(const Arguments& arguments, RunLimits limits = {}) {
-    return tool_test::Run(KXCONTOUR_BINARY, arguments, limits);
+RunResult RunTool(const Arguments& arguments, const RunLimits& limits = {}) {
+    return tool_test::RunTool(arguments, {}, limits);
 }
 
 MeshData Cube() {
@@ -49,6 +55,547 @@ void ExpectOneLine(const RunResult& run, const std::string& part) {
     EXPECT_NE(run.err.find(part), std::string::npos) << "no '" << part << "' in: " << run.err;
 }
 
+/// A run that has to be refused. It is made in a folder that holds cube.obj, old.svg and the files.
+struct WrongRun {
+    const char* name;
+    const char* arguments; ///< With blanks between them; '' is an empty one.
+    int code;
+    const char* message; ///< The one line after the program's name; * is any text.
+    std::vector<std::pair<const char*, std::string>> files;
+};
+
+std::ostream& operator<<(std::ostream& out, const WrongRun& run) {
+    return out << "kxcontour " << run.arguments;
+}
+
+const std::vector<WrongRun> kWrongOptions{
+    {"NoArguments", "", kUsage, "no model given; see --help", {}},
+    {"EmptyModelName", "cube.obj '' -o new.svg", kUsage, "a model is given an empty file name", {}},
+    {"NoOutput", "cube.obj", kUsage, "no output given; name it with -o OUT.svg", {}},
+    {"OutputWithoutName", "cube.obj -o", kUsage, "--output needs a value, --output OUT", {}},
+    {"MisspeltOption",
+     "cube.obj -o new.svg --veiw top",
+     kUsage,
+     "unknown option '--veiw'; did you mean '--view'?",
+     {}},
+    {"OptionLikeNoOther",
+     "cube.obj -o new.svg --perspective",
+     kUsage,
+     "unknown option '--perspective'; see --help",
+     {}},
+    {"UnknownLetter", "cube.obj -o new.svg -x", kUsage, "unknown option '-x'; see --help", {}},
+    {"FlagWithAValue", "cube.obj -o new.svg --hidden=yes", kUsage, "--hidden takes no value", {}},
+    {"OptionTwice",
+     "cube.obj -o new.svg --view=top --view=front",
+     kUsage,
+     "--view is given more than once",
+     {}},
+    {"UnknownTopic",
+     "help camara",
+     kUsage,
+     "unknown help topic 'camara'; did you mean 'camera'? *",
+     {}},
+    {"UnknownShell",
+     "completions csh",
+     kUsage,
+     "unknown shell 'csh'; *choose bash, zsh or fish",
+     {}},
+    {"QuietAndVerbose",
+     "cube.obj -o new.svg --quiet --verbose",
+     kUsage,
+     "--quiet and --verbose cannot go together",
+     {}},
+
+    {"UnknownView",
+     "cube.obj -o new.svg --view botom",
+     kUsage,
+     "unknown view 'botom'; did you mean 'bottom'? choose front, back, left, right, top, bottom or "
+     "iso",
+     {}},
+    {"AzimuthInWords",
+     "cube.obj -o new.svg --azimuth east",
+     kUsage,
+     "azimuth 'east' is not a number of degrees",
+     {}},
+    {"ElevationBeyondThePole",
+     "cube.obj -o new.svg --elevation 90.5",
+     kUsage,
+     "elevation '90.5' is not a number of degrees from -90 to 90",
+     {}},
+    {"RollThatIsNoNumber",
+     "cube.obj -o new.svg --roll nan",
+     kUsage,
+     "roll 'nan' is not a number of degrees",
+     {}},
+    {"PointOfTwoNumbers",
+     "cube.obj -o new.svg --camera-position 1,2",
+     kUsage,
+     "camera position '1,2' is not three numbers X,Y,Z",
+     {}},
+    {"UpWithoutDirection",
+     "cube.obj -o new.svg --camera-view-up 0,0,0",
+     kUsage,
+     "--camera-view-up 0,0,0 has no direction",
+     {}},
+    {"CameraInItsFocalPoint",
+     "cube.obj -o new.svg --camera-position 1,2,3 --camera-focal-point 1,2,3",
+     kUsage,
+     "--camera-position and --camera-focal-point are the same point",
+     {}},
+    {"CameraInTheMiddle",
+     "cube.obj -o new.svg --camera-position 0,0,0",
+     kUsage,
+     "the camera is at its own focal point",
+     {}},
+    {"CameraAlongItsUp",
+     "cube.obj -o new.svg --camera-position 0,9,0 --camera-view-up 0,1,0",
+     kUsage,
+     "the camera looks along its own up direction; give another --camera-view-up",
+     {}},
+    {"ModelBehindTheCamera",
+     "cube.obj -o new.svg --projection perspective --camera-position 0,0,5 --camera-focal-point "
+     "0,0,9",
+     kNothingToDraw,
+     "nothing to draw: the model is behind the camera",
+     {}},
+    {"UnknownProjection",
+     "cube.obj -o new.svg --projection isometric",
+     kUsage,
+     "unknown projection 'isometric'; choose orthographic or perspective",
+     {}},
+    {"FieldOfViewOfAParallelView",
+     "cube.obj -o new.svg --fov 40",
+     kUsage,
+     "--fov needs --projection perspective",
+     {}},
+    {"FieldOfViewTooWide",
+     "cube.obj -o new.svg --projection perspective --fov 170",
+     kUsage,
+     "field of view '170' is not a number of degrees over 0 and under 170",
+     {}},
+    {"FitToAMisspeltObject",
+     "cube.obj -o new.svg --fit cubes",
+     kUsage,
+     "there is no object 'cubes' to fit; did you mean 'cube'?",
+     {}},
+    {"FitToAnUnknownObject",
+     "cube.obj -o new.svg --fit wheel",
+     kUsage,
+     "there is no object 'wheel' to fit; --info lists the objects",
+     {}},
+    {"FitToNothing",
+     "cube.obj -o new.svg --fit ''",
+     kUsage,
+     "--fit is given an empty name; name an object, or all",
+     {}},
+    {"ZoomToNothing",
+     "cube.obj -o new.svg --zoom 0",
+     kUsage,
+     "zoom '0' is not a number over 0",
+     {}},
+
+    {"UnknownPage",
+     "cube.obj -o new.svg --page B7",
+     kUsage,
+     "unknown page 'B7'; choose A0 to A6, letter, legal or WIDTHxHEIGHT[mm|cm|in|pt]",
+     {}},
+    {"PageWithoutHeight", "cube.obj -o new.svg --page 100x", kUsage, "unknown page '100x'; *", {}},
+    {"PageWithoutRoom",
+     "cube.obj -o new.svg --page 15x15",
+     kUsage,
+     "page '15x15' leaves no room inside its margin of 10 mm; each side has to be over 20 mm",
+     {}},
+    {"MarginWithoutRoom",
+     "cube.obj -o new.svg --margin 110",
+     kUsage,
+     "page 'A4' leaves no room inside its margin of 110 mm; each side has to be over 220 mm",
+     {}},
+    {"NegativeMargin",
+     "cube.obj -o new.svg --margin -1",
+     kUsage,
+     "margin '-1' is not a length of 0 or more; write 2, 2mm, 0.2cm, 0.08in or 5pt",
+     {}},
+    {"ScaleLikeAFraction",
+     "cube.obj -o new.svg --scale 1/2",
+     kUsage,
+     "scale '1/2' is not a ratio such as 1:2, 2:1 or 0.5",
+     {}},
+    {"ScaleOfAPerspective",
+     "cube.obj -o new.svg --scale 1:2 --projection perspective",
+     kUsage,
+     "--scale needs an orthographic view; a perspective has none",
+     {}},
+    {"ScaleAndZoom",
+     "cube.obj -o new.svg --scale 1:2 --zoom 2",
+     kUsage,
+     "--scale and --zoom cannot go together",
+     {}},
+    {"ScaleTooLargeToSeeALine",
+     "cube.obj -o new.svg --unit mm --scale 1000:1 --view front",
+     kNothingToDraw,
+     "cube.obj: nothing to draw: no line of it is visible; at this scale the drawing measures 2000 "
+     "x 2000 mm and does not fit on the page of 210 x 297 mm inside its margin",
+     {}},
+    {"SheetOfPerspectives",
+     "cube.obj -o new.svg --sheet front,top --projection perspective",
+     kUsage,
+     "--sheet needs orthographic views",
+     {}},
+    {"SheetOfAnUnknownView",
+     "cube.obj -o new.svg --sheet front,botom",
+     kUsage,
+     "unknown view 'botom'; did you mean 'bottom'? *",
+     {}},
+    {"ArrangementOfNoSheet",
+     "cube.obj -o new.svg --arrangement first-angle",
+     kUsage,
+     "--arrangement needs --sheet",
+     {}},
+
+    {"UnknownFamily",
+     "cube.obj -o new.svg --lines creases,outlines",
+     kUsage,
+     "unknown line family 'outlines'; choose crease, silhouette or intersection",
+     {}},
+    {"FlatCreaseAngle",
+     "cube.obj -o new.svg --crease-angle 180",
+     kUsage,
+     "crease angle '180' is not a number of degrees over 0 and under 180",
+     {}},
+    {"CreaseAngleInWords",
+     "cube.obj -o new.svg --crease-angle steep",
+     kUsage,
+     "crease angle 'steep' is not a number of degrees over 0 and under 180",
+     {}},
+    {"StyleWithoutValue",
+     "cube.obj -o new.svg --style crease.width",
+     kUsage,
+     "style 'crease.width' is not FAMILY.KEY=VALUE, such as crease.width=0.25mm",
+     {}},
+    {"StyleOfAnUnknownFamily",
+     "cube.obj -o new.svg --style edge.width=1",
+     kUsage,
+     "unknown line family 'edge'; choose crease, silhouette, intersection, hidden or all",
+     {}},
+    {"UnknownStyleKey",
+     "cube.obj -o new.svg --style crease.wdith=1",
+     kUsage,
+     "unknown style key 'wdith'; did you mean 'width'? choose width, color or dash",
+     {}},
+    {"UnknownColour",
+     "cube.obj -o new.svg --style crease.color=greem",
+     kUsage,
+     "unknown colour 'greem'; did you mean 'green'? write #rgb, #rrggbb or a basic colour name",
+     {}},
+    {"LineWithoutWidth",
+     "cube.obj -o new.svg --style crease.width=0",
+     kUsage,
+     "line width '0' is not a length over 0, to 100 mm; *",
+     {}},
+    {"DashInWords",
+     "cube.obj -o new.svg --style hidden.dash=1/x",
+     kUsage,
+     "dash '1/x' is not 'none' or lengths over 0, to 100 mm, with '/' between, such as 1/0.5",
+     {}},
+    {"NegativeMinimalLength",
+     "cube.obj -o new.svg --min-length -1",
+     kUsage,
+     "minimal length '-1' is not a length of 0 or more; *",
+     {}},
+
+    {"UnknownEnding",
+     "cube.obj -o new.bmp",
+     kUsage,
+     "output 'new.bmp' does not end in .svg, .pdf, .png, .dxf or .json; name the format with "
+     "--output-format",
+     {}},
+    {"EndingAndFormatDiffer",
+     "cube.obj -o new.svg --output-format pdf",
+     kUsage,
+     "output 'new.svg' and --output-format pdf contradict each other",
+     {}},
+    {"UnknownOutputFormat",
+     "cube.obj -o new --output-format eps",
+     kUsage,
+     "unknown output format 'eps'; *choose svg, pdf, png, dxf or json",
+     {}},
+    {"LayersOfAPicture",
+     "cube.obj -o new.png --layers type",
+     kUsage,
+     "--layers is for SVG and DXF only",
+     {}},
+    {"UnknownLayers",
+     "cube.obj -o new.svg --layers colour",
+     kUsage,
+     "unknown kind of layers 'colour'; choose none, type or object",
+     {}},
+    {"ArcsOfAPicture",
+     "cube.obj -o new.png --arcs",
+     kUsage,
+     "--arcs is for SVG, PDF and DXF only",
+     {}},
+    {"ArcsOfAPerspective",
+     "cube.obj -o new.svg --arcs --projection perspective",
+     kUsage,
+     "--arcs needs an orthographic view",
+     {}},
+    {"ArcToleranceWithoutArcs",
+     "cube.obj -o new.svg --arc-tolerance 0.1",
+     kUsage,
+     "--arc-tolerance needs --arcs",
+     {}},
+    {"ResolutionOfAVectorFile",
+     "cube.obj -o new.svg --dpi 100",
+     kUsage,
+     "--dpi is for PNG only",
+     {}},
+    {"ResolutionOfNothing",
+     "cube.obj -o new.png --dpi 0",
+     kUsage,
+     "resolution '0' is not a number of dots per inch from 1 to 9600",
+     {}},
+    {"PictureTooLarge",
+     "cube.obj -o new.png --dpi 9600 --page A0",
+     kUsage,
+     "the picture would have more than 32767 pixels a side; ask for fewer dots per inch or a "
+     "smaller page",
+     {}},
+    {"SummaryAndDrawingInOneStream",
+     "cube.obj -o - --json",
+     kUsage,
+     "--json and '-o -' would both write to standard output",
+     {}},
+
+    {"ViewsIntoOneFile",
+     "cube.obj -o new.svg --views front,top",
+     kUsage,
+     "output 'new.svg' has to contain {view}, one file for each view",
+     {}},
+    {"ViewsAndView",
+     "cube.obj -o new-{view}.svg --views front --view top",
+     kUsage,
+     "--views and --view cannot go together",
+     {}},
+    {"ViewTwice",
+     "cube.obj -o new-{view}.svg --views front,front",
+     kUsage,
+     "view 'front' is asked for twice",
+     {}},
+    {"ZeroJobs",
+     "cube.obj -o new-{view}.svg --views front --jobs 0",
+     kUsage,
+     "number of jobs '0' is not a whole number from 1 to 256",
+     {}},
+    {"ForceOfOneDrawing",
+     "cube.obj -o new.svg --force",
+     kUsage,
+     "--force is for batches; see kxcontour help batch",
+     {}},
+};
+
+const std::vector<WrongRun> kWrongInputs{
+    {"UnknownUnit",
+     "cube.obj -o new.svg --unit feet",
+     kUsage,
+     "unknown unit 'feet'; choose mm, cm, m or in",
+     {}},
+    {"UnknownAxis", "cube.obj -o new.svg --up w", kUsage, "unknown axis 'w'; choose x, y or z", {}},
+    {"FormatOfAFile",
+     "cube.obj -o new.svg --format obj",
+     kUsage,
+     "--format is for standard input; give '-' as the model, or leave it out",
+     {}},
+    {"StandardInputWithoutFormat",
+     "- -o new.svg",
+     kUsage,
+     "'-' is standard input and needs --format, such as --format stl",
+     {}},
+    {"StandardInputTwice",
+     "- - --format stl -o new.svg",
+     kUsage,
+     "'-' is given more than once; standard input can be read only once",
+     {}},
+    {"StandardInputThatIsEmpty",
+     "- --format stl -o new.svg",
+     kUnreadable,
+     "standard input: is empty",
+     {}},
+    {"StandardInputOfAnUnknownFormat",
+     "- --format xyz -o new.svg",
+     kUsage,
+     "standard input: --format xyz is not a format that can be read",
+     {}},
+    {"FormatThatIsNoEnding",
+     "- --format 3.mf -o new.svg",
+     kUsage,
+     "format '3.mf' is not a file name ending such as stl",
+     {}},
+    {"MissingModel", "none.obj -o new.svg", kUnreadable, "none.obj: No such file or directory", {}},
+    {"MissingSecondModel",
+     "cube.obj none.obj -o new.svg",
+     kUnreadable,
+     "none.obj: No such file or directory",
+     {}},
+    {"MissingOccluder",
+     "cube.obj --occluder none.stl -o new.svg",
+     kUnreadable,
+     "none.stl: No such file or directory",
+     {}},
+    {"ModelInNoFolder",
+     "none/cube.obj -o new.svg",
+     kUnreadable,
+     "none/cube.obj: No such file or directory",
+     {}},
+    {"ModelThatIsADevice",
+     "/dev/zero -o new.svg",
+     kUnreadable,
+     "/dev/zero: is not a regular file",
+     {}},
+    {"PointsThatAreNotFinite",
+     "nan.obj -o new.svg",
+     kNothingToDraw,
+     "nan.obj: nothing to draw: every triangle is degenerate, not finite or has an index out of "
+     "range",
+     {{"nan.obj", "v nan 0 0\nv 1 0 0\nv inf 1 0\nf 1 2 3\n"}}},
+    {"IndicesOutOfRange",
+     "beyond.obj -o new.svg",
+     kUnreadable,
+     "beyond.obj: cannot read the model: *index out of range*",
+     {{"beyond.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n"}}},
+    {"IndicesOutOfRangeOfPly",
+     "beyond.ply -o new.svg",
+     kUnreadable,
+     "beyond.ply: *",
+     {{"beyond.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float "
+                     "y\nproperty float z\nelement face 1\nproperty list uchar int "
+                     "vertex_indices\nend_header\n0 0 0\n1 0 0\n0 1 0\n3 0 1 7\n"}}},
+    {"DrawingAsAModel", "old.svg -o new.svg", kUnreadable, "old.svg: cannot read the model: *", {}},
+};
+
+const std::vector<WrongRun> kWrongFilesOfOptions{
+    {"MissingConfiguration",
+     "cube.obj -o new.svg --config none.toml",
+     kUnreadable,
+     "none.toml: No such file or directory",
+     {}},
+    {"ConfigurationOfAnotherKind",
+     "cube.obj -o new.svg --config cube.obj",
+     kUsage,
+     "configuration file 'cube.obj' has to end in .toml or .json",
+     {}},
+    {"BadToml",
+     "cube.obj -o new.svg --config a.toml",
+     kUnreadable,
+     "a.toml:2: is not correct TOML: *",
+     {{"a.toml", "hidden = true\npage = \"A3\n"}}},
+    {"BadJson",
+     "cube.obj -o new.svg --config a.json",
+     kUnreadable,
+     "a.json:2: is not correct JSON*",
+     {{"a.json", "{\n\"page\": }"}}},
+    {"UnknownKey",
+     "cube.obj -o new.svg --config a.toml",
+     kUsage,
+     "a.toml: unknown key 'pgae'; did you mean 'page'?",
+     {{"a.toml", "pgae = \"A3\"\n"}}},
+    {"TextForAFlag",
+     "cube.obj -o new.svg --config a.toml",
+     kUsage,
+     "a.toml: hidden has to be true or false, not a text",
+     {{"a.toml", "hidden = \"yes\"\n"}}},
+    {"ValueOutOfRange",
+     "cube.obj -o new.svg --config a.json",
+     kUsage,
+     "a.json: zoom '-1' is not a number over 0",
+     {{"a.json", R"({"zoom": -1})"}}},
+
+    {"NoJobFile", "batch", kUsage, "no job file given; kxcontour batch JOBS.json", {}},
+    {"TwoJobFiles",
+     "batch a.json b.json",
+     kUsage,
+     "unexpected argument 'b.json'; a batch has one job file",
+     {}},
+    {"MissingJobFile", "batch none.json", kUnreadable, "none.json: No such file or directory", {}},
+    {"JobFileThatIsAModel", "batch cube.obj", kUnreadable, "cube.obj:1: is not correct JSON*", {}},
+    {"NoJobs", "batch a.json", kUsage, "a.json: has no list 'jobs'", {{"a.json", "{}"}}},
+    {"JobsThatAreNoList",
+     "batch a.json",
+     kUsage,
+     "a.json: 'jobs' has to be a list, not a table",
+     {{"a.json", R"({"jobs": {}})"}}},
+    {"UnknownKeyOfTheFile",
+     "batch a.json",
+     kUsage,
+     "a.json: unknown key 'job'; did you mean 'jobs'?",
+     {{"a.json", R"({"job": []})"}}},
+    {"UnknownKeyOfAJob",
+     "batch a.json",
+     kUsage,
+     "a.json: job 1: unknown key 'ouput'; did you mean 'output'?",
+     {{"a.json", R"({"jobs": [{"model": "cube.obj", "ouput": "new.svg"}]})"}}},
+    {"WrongValueInASecondJob",
+     "batch a.json",
+     kUsage,
+     "a.json: job 2: zoom 'big' is not a number*",
+     {{"a.json", R"({"jobs": [{"model": "cube.obj", "output": "new.svg"},
+                              {"model": "cube.obj", "output": "b.svg", "zoom": "big"}]})"}}},
+    {"TwoJobsForOneFile",
+     "batch a.json",
+     kUsage,
+     "a.json: job 2: output './new.svg' is written by job 1, too",
+     {{"a.json", R"({"jobs": [{"model": "cube.obj", "output": "new.svg"},
+                              {"model": "cube.obj", "output": "./new.svg"}]})"}}},
+    {"OutputOfAllJobs",
+     "batch a.json -o new.svg",
+     kUsage,
+     "--output is not for 'batch'; see kxcontour help batch",
+     {}},
+    {"JobOverItsModel",
+     "batch a.json",
+     kUsage,
+     "*cube.svg: is an input; the drawing would *",
+     {{"a.json", R"({"jobs": [{"model": "cube.svg", "output": "cube.svg"}]})"},
+      {"cube.svg", "v 0 0 0\n"}}},
+    {"StateInAFolderThatDoesNotExist",
+     "batch a.json --state none/a.state",
+     kCannotWrite,
+     "none/a.state: cannot write: there is no folder 'none'",
+     {{"a.json", R"({"jobs": [{"model": "cube.obj", "output": "new.svg"}]})"}}},
+};
+
+class WrongRuns : public testing::TestWithParam<WrongRun> {};
+
+TEST_P(WrongRuns, SayWhatIsWrongAndChangeNothing) {
+    const TemporaryFolder folder;
+    folder.write("cube.obj", "o cube\n" + tool_test::ObjText(Cube()));
+    folder.write("old.svg", "the drawing of before");
+    for (const auto& [name, text] : GetParam().files) {
+        folder.write(name, text);
+    }
+    const std::map<std::string, std::string> before = FilesIn(folder);
+    const RunResult run = tool_test::RunIn(folder, GetParam().arguments);
+    EXPECT_EQ(run.exitCode, GetParam().code);
+    EXPECT_EQ(run.out, "");
+    EXPECT_TRUE(tool_test::Matches(run.err, std::string("kxcontour: ") + GetParam().message + "\n"))
+        << run.err;
+    EXPECT_EQ(FilesIn(folder), before);
+}
+
+std::string NameOf(const testing::TestParamInfo<WrongRun>& info) {
+    return info.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Options, WrongRuns, testing::ValuesIn(kWrongOptions), NameOf);
+INSTANTIATE_TEST_SUITE_P(Inputs, WrongRuns, testing::ValuesIn(kWrongInputs), NameOf);
+INSTANTIATE_TEST_SUITE_P(FilesOfOptions,
+                         WrongRuns,
+                         testing::ValuesIn(kWrongFilesOfOptions),
+                         NameOf);
+
+TEST(WrongRunsTogether, AreFiftyAndMore) {
+    EXPECT_GE(kWrongOptions.size() + kWrongInputs.size() + kWrongFilesOfOptions.size(), 50U);
+}
+
 /// A folder with a drawing of before and a good model, in which runs fail.
 class BadInput : public testing::Test {
 protected:
@@ -56,7 +603,7 @@ protected:
     void expectFailure(int code,
                        const std::string& part,
                        const Arguments& arguments,
-                       RunLimits limits = {}) const {
+                       const RunLimits& limits = {}) const {
         for (const std::string& output : {old_, folder_.path("new.svg")}) {
             const std::size_t entries = folder_.entryCount();
             Arguments all = arguments;
@@ -80,11 +627,6 @@ protected:
     std::string old_ = folder_.write("old.svg", "the drawing of before");
     std::string cube_ = folder_.write("cube.obj", tool_test::ObjText(Cube()));
 };
-
-TEST_F(BadInput, MissingFile) {
-    const std::string path = folder_.path("none.obj");
-    expectFailure(kUnreadable, path + ": No such file or directory", {path});
-}
 
 TEST_F(BadInput, EmptyFile) {
     for (const char* name : {"a.obj", "a.stl", "a.ply", "a.glb", "a.ifc", "a"}) {
@@ -189,31 +731,6 @@ TEST_F(BadInput, FilesThatAreWrongInside) {
     }
 }
 
-TEST_F(BadInput, UnknownOptions) {
-    expectFailure(kUsage, "unknown option '--veiw'; did you mean '--view'?",
-                  {cube_, "--veiw", "top"});
-    expectFailure(kUsage, "unknown option '--perspective'; see --help", {cube_, "--perspective"});
-    expectFailure(kUsage, "unknown option '-x'", {cube_, "-x"});
-}
-
-TEST_F(BadInput, UnknownViewsPagesAndAngles) {
-    expectFailure(kUsage, "unknown view 'botom'; did you mean 'bottom'?",
-                  {cube_, "--view", "botom"});
-    expectFailure(kUsage, "unknown page 'B7'", {cube_, "--page", "B7"});
-    expectFailure(kUsage, "unknown page '100x'", {cube_, "--page", "100x"});
-    expectFailure(kUsage, "page '15x15' leaves no room", {cube_, "--page", "15x15"});
-    expectFailure(kUsage, "crease angle '180'", {cube_, "--crease-angle", "180"});
-    expectFailure(kUsage, "crease angle 'steep'", {cube_, "--crease-angle", "steep"});
-}
-
-TEST_F(BadInput, MissingArguments) {
-    expectFailureOf(kUsage, "no model given", {});
-    expectFailureOf(kUsage, "no output given; name it with -o", {cube_});
-    expectFailureOf(kUsage, "--output", {cube_, "-o"});
-    expectFailure(kUsage, "--view", {cube_, "--view=top", "--view=front"});
-    expectFailure(kUsage, "unexpected argument 'two.obj'", {cube_, "two.obj"});
-}
-
 TEST_F(BadInput, OutputInAFolderThatDoesNotExist) {
     const std::string output = folder_.path("none/a.svg");
     expectFailureOf(kCannotWrite, output + ": cannot write: there is no folder",
@@ -222,7 +739,12 @@ TEST_F(BadInput, OutputInAFolderThatDoesNotExist) {
 }
 
 TEST_F(BadInput, OutputThatIsAFolder) {
-    expectFailureOf(kCannotWrite, "it is a directory", {cube_, "-o", folder_.path("")});
+    fs::create_directory(folder_.path("dir.svg"));
+    expectFailureOf(kCannotWrite, "dir.svg: cannot write: it is a directory",
+                    {cube_, "-o", folder_.path("dir.svg")});
+    expectFailureOf(kCannotWrite, "it is a directory",
+                    {cube_, "-o", folder_.path(""), "--output-format", "svg"});
+    expectFailureOf(kUsage, "does not end in .svg", {cube_, "-o", folder_.path("")});
 }
 
 TEST_F(BadInput, OutputThatMayNotBeWritten) {
@@ -242,41 +764,125 @@ TEST_F(BadInput, OutputThatMayNotBeWritten) {
 }
 
 TEST_F(BadInput, OutputThatIsADevice) {
-    expectFailureOf(kCannotWrite, "/dev/full: cannot write: ", {cube_, "-o", "/dev/full"});
+    expectFailureOf(kCannotWrite, "/dev/full: cannot write: it is not a regular file",
+                    {cube_, "-o", "/dev/full", "--output-format", "svg"});
+    expectFailureOf(kUsage, "does not end in .svg", {cube_, "-o", "/dev/full"});
     EXPECT_TRUE(fs::is_character_file("/dev/full"));
 }
 
-TEST_F(BadInput, NoSpaceForTheOutput) {
-    const std::string model = kModels + "/OBJ/spider.obj";
+/// Kinds of output, each with what makes it: the options, and the ending of the file.
+struct OutputKind {
+    const char* name;
+    const char* ending;
+    std::vector<std::string> options;
+};
+
+std::ostream& operator<<(std::ostream& out, const OutputKind& kind) {
+    return out << kind.name;
+}
+
+class FullDisk : public BadInput, public testing::WithParamInterface<OutputKind> {
+protected:
+    /// The model with the options of the kind.
+    Arguments arguments() const {
+        Arguments all = GetParam().options;
+        all.insert(all.begin(), kModels + "/OBJ/spider.obj");
+        return all;
+    }
+};
+
+TEST_P(FullDisk, IsSaidToBeTheReasonAndKeepsWhatWasThere) {
+    const std::string old = folder_.write("full" + std::string(GetParam().ending), "kept");
+    const std::string fresh = folder_.path("new" + std::string(GetParam().ending));
     for (const std::size_t size : {0U, 1U, 200U, 4096U}) {
         RunLimits limits;
         limits.fileSize = size;
-        for (const std::string& output : {old_, folder_.path("new.svg")}) {
-            const RunResult run = RunTool({model, "-o", output}, limits);
+        const std::map<std::string, std::string> before = FilesIn(folder_);
+        for (const std::string& output : {old, fresh}) {
+            Arguments all = arguments();
+            all.insert(all.end(), {"-o", output});
+            const RunResult run = RunTool(all, limits);
             EXPECT_EQ(run.exitCode, kCannotWrite) << size << ": " << run.err;
             EXPECT_EQ(run.out, "");
-            EXPECT_EQ(ReadBytes(old_), "the drawing of before");
-            EXPECT_FALSE(fs::exists(folder_.path("new.svg")));
-            EXPECT_EQ(folder_.entryCount(), 2U) << "the old drawing and the cube";
+            // Messages are in a file, too, which is cut short with the others.
+            const std::string message = "kxcontour: " + output + ": cannot write: File too large\n";
+            EXPECT_EQ(run.err, message.substr(0, size));
+            EXPECT_EQ(FilesIn(folder_), before) << size;
         }
     }
 }
 
-TEST_F(BadInput, NoSpaceIsSaidToBeTheReason) {
+TEST_P(FullDisk, MayBehindStandardOutput) {
+    Surroundings around;
+    around.output = "/dev/full";
+    Arguments all = arguments();
+    all.insert(all.end(), {"-o", "-", "--output-format", GetParam().ending + 1});
+    const RunResult run = tool_test::RunTool(all, around);
+    EXPECT_EQ(run.exitCode, kCannotWrite);
+    ExpectOneLine(run, "standard output: cannot write: No space left on device");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Outputs,
+    FullDisk,
+    testing::Values(OutputKind{"Svg", ".svg", {}},
+                    OutputKind{"LayeredSvg", ".svg", {"--layers", "type", "--hidden"}},
+                    OutputKind{"Pdf", ".pdf", {}},
+                    OutputKind{"Png", ".png", {"--dpi", "100"}},
+                    OutputKind{"Dxf", ".dxf", {}},
+                    OutputKind{"Json", ".json", {}}),
+    [](const testing::TestParamInfo<OutputKind>& info) { return std::string(info.param.name); });
+
+TEST_F(BadInput, StandardOutputThatNobodyReads) {
+    Surroundings around;
+    around.readerLeft = true;
+    const RunResult run = tool_test::RunTool({cube_, "-o", "-"}, around);
+    EXPECT_EQ(run.exitCode, kCannotWrite);
+    ExpectOneLine(run, "standard output: cannot write: Broken pipe");
+}
+
+TEST_F(BadInput, StandardOutputThatIsClosed) {
+    const RunResult run = tool_test::Run(
+        "/bin/sh", {"-c", "exec \"$0\" \"$@\" >&-", KXCONTOUR_BINARY, cube_, "-o", "-"});
+    EXPECT_EQ(run.exitCode, kCannotWrite);
+    ExpectOneLine(run, "standard output: cannot write: Bad file descriptor");
+}
+
+TEST_F(BadInput, TemporaryFolderThatDoesNotExist) {
+    Surroundings around;
+    around.environment = {"TMPDIR=" + folder_.path("none")};
+    const RunResult run = tool_test::RunTool({cube_, "-o", "-"}, around);
+    EXPECT_EQ(run.exitCode, kCannotWrite);
+    ExpectOneLine(run, "standard output: cannot write: no temporary file in '" +
+                           folder_.path("none") + "': No such file or directory");
+}
+
+TEST_F(BadInput, NoSpaceForTheNotesOfABatch) {
+    const std::string jobs =
+        folder_.write("jobs.json", R"({"jobs": [{"model": "cube.obj", "output": "new.svg"}]})");
+    folder_.write("jobs.json.state", "{}");
     RunLimits limits;
-    limits.fileSize = 1000;
-    const RunResult run = RunTool({kModels + "/OBJ/WusonOBJ.obj", "-o", old_}, limits);
-    ExpectOneLine(run, "old.svg: cannot write: File too large");
+    // The drawing has room for itself; the note on it holds all its options.
+    limits.fileSize = 420;
+    const RunResult run = RunTool({"batch", jobs}, limits);
+    EXPECT_EQ(run.exitCode, kCannotWrite) << run.err;
+    EXPECT_EQ(run.err, "kxcontour: " + jobs + ".state: cannot write: File too large\n");
+    EXPECT_NE(run.out.find("1 drawn, 0 up to date, 0 failed"), std::string::npos) << run.out;
+    EXPECT_EQ(ReadBytes(jobs + ".state"), "{}");
+    EXPECT_EQ(tool_test::ReadSvg(folder_.path("new.svg")).pathCount(), 3U);
+    EXPECT_EQ(folder_.entryCount(), 5U) << "two models and drawings, the jobs and their notes";
 }
 
 TEST_F(BadInput, OutputThatIsAnInput) {
-    const std::string before = ReadBytes(cube_);
-    expectFailureOf(kUsage, "is an input", {cube_, "-o", cube_});
-    fs::create_symlink("cube.obj", folder_.path("link.svg"));
-    expectFailureOf(kUsage, "is an input", {cube_, "-o", folder_.path("link.svg")});
-    const std::string ball = folder_.write("ball.obj", tool_test::ObjText(Ball()));
-    expectFailureOf(kUsage, "is an input", {ball, "--occluder", cube_, "-o", cube_});
-    EXPECT_EQ(ReadBytes(cube_), before);
+    const std::string model = folder_.write("cube.svg", ReadBytes(cube_));
+    const std::string before = ReadBytes(model);
+    expectFailureOf(kUsage, "is an input", {cube_, model, "-o", model});
+    fs::create_symlink("cube.svg", folder_.path("link.svg"));
+    expectFailureOf(kUsage, "is an input", {model, "-o", folder_.path("link.svg")});
+    fs::create_hard_link(model, folder_.path("twin.svg"));
+    expectFailureOf(kUsage, "is an input", {model, "-o", folder_.path("twin.svg")});
+    expectFailureOf(kUsage, "is an input", {cube_, "--occluder", model, "-o", model});
+    EXPECT_EQ(ReadBytes(model), before);
 }
 
 /// A model file, cut at many places.

@@ -1,5 +1,6 @@
 // Whole runs: real models drawn in several views, and small ones whose drawings are known.
 #include "Application.h"
+#include "DrawingRuns.h"
 #include "ModelText.h"
 #include "SvgFile.h"
 #include "ToolRun.h"
@@ -25,19 +26,21 @@ using test_support::Box;
 using test_support::MeshData;
 using test_support::Point;
 using test_support::Quad;
+using tool_test::Arguments;
 using tool_test::BoundsOf;
+using tool_test::LinesOf;
 using tool_test::ObjText;
 using tool_test::PageBox;
 using tool_test::PagePoint;
+using tool_test::PaperLine;
 using tool_test::ReadBytes;
 using tool_test::ReadSvg;
 using tool_test::RunResult;
+using tool_test::RunTool;
 using tool_test::SvgFile;
 using tool_test::SvgGroup;
 using tool_test::SvgPath;
 using tool_test::TemporaryFolder;
-
-using Arguments = std::vector<std::string>;
 
 const std::string kModels = ASSIMP_MODELS;
 const std::string kEngine = kModels + "/glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb";
@@ -45,10 +48,6 @@ const std::string kEngine = kModels + "/glTF2/2CylinderEngine-glTF-Binary/2Cylin
 /// The widths with which the exporter draws creases, and silhouettes and intersections.
 const std::string kCreaseWidth = "0.133333";
 const std::string kSilhouetteWidth = "0.2";
-
-RunResult RunTool(const Arguments& arguments) {
-    return tool_test::Run(KXCONTOUR_BINARY, arguments);
-}
 
 /// Draws, expects that it went well, and reads the drawing.
 SvgFile Draw(const TemporaryFolder& folder, Arguments arguments) {
@@ -67,28 +66,6 @@ SvgFile Draw(const TemporaryFolder& folder, Arguments arguments) {
     EXPECT_EQ(svg.height.substr(millimetres(svg.height).size()), "mm");
     EXPECT_EQ(svg.viewBox + "mm", "0 0 " + millimetres(svg.width) + " " + svg.height);
     return svg;
-}
-
-/// A line on paper, rounded to a hundredth of a millimetre, its smaller end first.
-using PaperLine = std::array<long, 4>;
-
-PaperLine Rounded(const PagePoint& a, const PagePoint& b) {
-    const auto round = [](double v) { return std::lround(v * 100.0); };
-    const std::array<long, 2> p{round(a.x), round(a.y)};
-    const std::array<long, 2> q{round(b.x), round(b.y)};
-    return p < q ? PaperLine{p[0], p[1], q[0], q[1]} : PaperLine{q[0], q[1], p[0], p[1]};
-}
-
-std::vector<PaperLine> LinesOf(const SvgFile& svg) {
-    std::vector<PaperLine> lines;
-    for (const SvgGroup& group : svg.groups) {
-        for (const SvgPath& path : group.paths) {
-            for (std::size_t i = 1; i < path.size(); ++i) {
-                lines.push_back(Rounded(path[i - 1], path[i]));
-            }
-        }
-    }
-    return lines;
 }
 
 std::size_t PathsOfWidth(const SvgFile& svg, const std::string& width) {

@@ -120,12 +120,13 @@ std::string CookbookPath(const std::string& path) {
 
 std::vector<Recipe> ReadRecipes() {
     std::ifstream file(CookbookPath("cookbook.md"));
-    const std::regex row(R"(\| !\[[^\]]*\]\(([^)]+)\) \| .+ \| `([^`]+)` \|)");
+    const std::regex row(R"(\| !\[[^\]]*\]\(([^)]+)\) \| .+ \| `(.+)` \|)");
     std::vector<Recipe> recipes;
     for (std::string line; std::getline(file, line);) {
         std::smatch match;
         if (std::regex_match(line, match, row)) {
-            recipes.push_back({match[1], match[2]});
+            // A bar inside a cell of a table is written with a backslash.
+            recipes.push_back({match[1], Replaced(match[2], R"(\\\|)", "|")});
         } else if (line.rfind("| ![", 0) == 0) {
             throw std::runtime_error("no recipe: " + line);
         }
@@ -171,8 +172,10 @@ Recipe AsSvg(const Recipe& recipe) {
 
 Recipe AsPicture(const Recipe& recipe) {
     std::string command = AsSvg(recipe).command;
-    command = Replaced(command, R"((-o '?[^ ']+)\.svg)", "$1.png --dpi 50");
-    command = Replaced(command, R"((-o '?[^ ']+\.png)( --dpi 50)')", "$1'$2");
+    command = Replaced(command, R"((-o '?[^ ']+)\.svg)", "$1.png --dpi 75");
+    command = Replaced(command, R"((-o '?[^ ']+\.png)( --dpi 75)')", "$1'$2");
+    // A hairline cannot be seen in so small a picture.
+    command = Replaced(command, "width=0.01mm", "width=0.4mm");
     return {recipe.picture, Replaced(command, " --layers [a-z]+", "")};
 }
 

@@ -350,18 +350,34 @@ TEST(TrianglesIntersection, TrianglesOfOneMeshAndOfSeveralAreTreatedAlike) {
 }
 
 TEST(TrianglesIntersection, GivesHiddenPiecesOnlyToWhoAsksForThem) {
-    const std::vector<MeshData> crossing{Triangle({0, 0, 8}, {8, 0, 8}, {0, 8, 8}),
-                                         Triangle({0, 1, 4}, {6, 1, 12}, {0, 4, 4})};
+    const std::vector<MeshData> crossing{Triangle({0, 0, 80}, {80, 0, 80}, {0, 80, 80}),
+                                         Triangle({0, 10, 40}, {60, 10, 120}, {0, 40, 40})};
     std::vector<MeshData> covered = crossing;
-    covered.push_back(Triangle({0, 0, 1}, {14, 0, 1}, {0, 14, 1}));
-    const BakedMeshes open(crossing);
-    const BakedMeshes scene(covered);
+    covered.push_back(Triangle({0, 0, 10}, {140, 0, 10}, {0, 140, 10}));
+    const BakedMeshes open(crossing, LatticeSpace(8, 8));
+    const BakedMeshes scene(covered, LatticeSpace(8, 8));
     SetPointer hidden;
     EXPECT_FALSE(SetPointer(TrianglesIntersection(scene.baked).computeIntersectionEdges(&hidden)));
     EXPECT_EQ(SortedBits(hidden), SortedBits(IntersectionsOf(open.baked)));
     const SetPointer visible(TrianglesIntersection(open.baked).computeIntersectionEdges(&hidden));
     EXPECT_TRUE(visible);
     EXPECT_FALSE(hidden) << "what was there before is gone";
+}
+
+TEST(TrianglesIntersection, LeavesOutHiddenCutsOfFacesThatLieOnEachOther) {
+    const auto hiddenCuts = [](float step) {
+        const BakedMeshes scene({Triangle({0, 0, 80}, {80, 0, 80}, {0, 80, 80}),
+                                 Triangle({0, 10, 80 - step}, {60, 10, 80 + step}, {0, 40, 80}),
+                                 Triangle({0, 0, 10}, {140, 0, 10}, {0, 140, 10})},
+                                LatticeSpace(8, 8));
+        SetPointer hidden;
+        const SetPointer visible(
+            TrianglesIntersection(scene.baked).computeIntersectionEdges(&hidden));
+        EXPECT_FALSE(visible);
+        return SortedBits(hidden).size();
+    };
+    EXPECT_EQ(hiddenCuts(4), 0U);
+    EXPECT_EQ(hiddenCuts(5), 1U);
 }
 
 TEST(TrianglesIntersection, ComputesTheSameAgain) {

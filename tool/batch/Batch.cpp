@@ -113,13 +113,29 @@ public:
     std::vector<JobResult> run() {
         for (std::size_t first = 0; first < command_.jobs.size();) {
             first = runWave(first);
-            done_.save();
+            saveNotes();
         }
         progress_.finish();
         return std::move(results_);
     }
 
+    /// Whether finished work could be noted.
+    bool areNotesKept() const { return notesKept_; }
+
 private:
+    /// Drawings that are made stay, whether or not the notes on them can be written.
+    void saveNotes() {
+        if (!notesKept_) {
+            return;
+        }
+        try {
+            done_.save();
+        } catch (const Failure& failure) {
+            notesKept_ = false;
+            messages_.error(failure.what());
+        }
+    }
+
     /// Runs jobs from a number on, until as many scenes as threads are needed; returns the next.
     std::size_t runWave(std::size_t first) {
         Scenes scenes;
@@ -207,8 +223,10 @@ private:
         result.state = JobState::Failed;
         result.code = code;
         result.failure = what;
+        // Jobs without a name are named after their output, which many messages begin with.
+        const std::string name = command_.jobs[number].name + ": ";
         const std::lock_guard lock(speaking_);
-        messages_.error(command_.jobs[number].name + ": " + what);
+        messages_.error((what.rfind(name, 0) == 0 ? "" : name) + what);
     }
 
     const BatchCommand& command_;
@@ -216,6 +234,7 @@ private:
     DoneWork done_;
     SharedProgress progress_;
     std::vector<JobResult> results_; ///< Each is written by the thread that has the job.
+    bool notesKept_ = true;
     std::mutex speaking_;
 };
 
@@ -225,12 +244,16 @@ int RunBatch(const BatchCommand& command,
              const Messages& messages,
              std::ostream& out,
              std::ostream& log) {
-    const std::vector<JobResult> results = BatchRun(command, messages, log).run();
+    BatchRun run(command, messages, log);
+    const std::vector<JobResult> results = run.run();
     PrintTable(command, results, out);
     const auto failed = std::find_if(results.begin(), results.end(), [](const JobResult& result) {
         return result.state == JobState::Failed;
     });
-    return static_cast<int>(failed != results.end() ? failed->code : ExitCode::Drawn);
+    if (failed != results.end()) {
+        return static_cast<int>(failed->code);
+    }
+    return static_cast<int>(run.areNotesKept() ? ExitCode::Drawn : ExitCode::CannotWrite);
 }
 
 } // namespace kxcontour

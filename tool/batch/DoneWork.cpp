@@ -2,12 +2,14 @@
 #include "batch/DoneWork.h"
 
 #include "common/Failure.h"
+#include "output/BufferedFile.h"
 #include "output/OutputFile.h"
 
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <sys/stat.h>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -47,6 +49,7 @@ DoneWork::DoneWork(std::string path) : path_(std::move(path)) {
     if (path_.empty()) {
         return;
     }
+    const OutputFile writable(path_);
     std::ifstream file(path_);
     const nlohmann::json notes = nlohmann::json::parse(file, nullptr, false);
     if (!notes.is_object()) {
@@ -86,12 +89,13 @@ void DoneWork::save() const {
         }
     }
     OutputFile output(path_);
-    std::ofstream file(output.create());
-    file << notes.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
-    file.close();
-    if (!file) {
-        throw Failure(ExitCode::CannotWrite, path_ + ": cannot write: the notes did not come out "
-                                                     "whole");
+    try {
+        BufferedFile file(output.create());
+        file << notes.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+        file.close();
+    } catch (const WriteFailure& failure) {
+        throw Failure(ExitCode::CannotWrite, path_ + ": cannot write: " +
+                                                 std::generic_category().message(failure.reason()));
     }
     output.commit();
 }

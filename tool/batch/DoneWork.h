@@ -14,7 +14,8 @@ namespace kxcontour {
 /// counts. Without a path nothing is ever done. Any thread may call.
 class DoneWork {
 public:
-    /// Reads the notes. A file that is missing or makes no sense holds none.
+    /// Reads the notes. A file that is missing or makes no sense holds none. Throws Failure
+    /// (CannotWrite) when they could not be written to the path.
     explicit DoneWork(std::string path);
 
     /// Whether a job's drawing is what the job would make now.

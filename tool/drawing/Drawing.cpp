@@ -19,12 +19,18 @@
 namespace kxcontour {
 namespace {
 
-/// Lines this near are one line on paper: far below what any pen shows, and two steps of the grid
-/// that visibility is decided on, for the ends of what is hidden lie on that grid.
-double Coincidence(PageSize page) {
-    constexpr double kLeast = 0.002;
+/// Ends this near are one point: two steps of the grid that visibility is decided on, for the ends
+/// of what is hidden lie on it.
+double Joint(PageSize page) {
+    constexpr double kLeast = 0.0005;
     constexpr double kGridSteps = 1048576.0;
     return std::max(kLeast, 2.0 * std::max(page.width, page.height) / kGridSteps);
+}
+
+/// Lines this near are one line: far below what any pen shows, and wide enough that the lines that
+/// stay are still apart when joining has moved their ends and writers have rounded them.
+double Coincidence(PageSize page) {
+    return std::max(0.004, 4.0 * Joint(page));
 }
 
 Wm4::Vector3<double> TurnedToWorld(const Scene& scene, const Wm4::Vector3<double>& v) {
@@ -129,7 +135,8 @@ ComposingRules RulesFor(const DrawingOptions& options) {
     ComposingRules rules;
     rules.layering = options.output.layering;
     rules.styles = options.lines.styles;
-    rules.tolerance = Coincidence(options.page.size);
+    rules.coincidence = Coincidence(options.page.size);
+    rules.joint = Joint(options.page.size);
     rules.minLength = options.lines.minLength;
     rules.arcTolerance = options.output.arcTolerance;
     // Every family is a layer of a CAD drawing.
@@ -176,9 +183,11 @@ void WriteWhole(OutputFile& file, const std::string& name, Function write) {
     file.commit();
 }
 
-[[noreturn]] void NothingVisible(const DrawingOptions& options) {
-    throw Failure(ExitCode::NothingToDraw,
-                  options.input.models.front() + ": nothing to draw: no line of it is visible");
+/// A scale that is far too large may leave lines beside the page only.
+[[noreturn]] void NothingVisible(const DrawingOptions& options, const std::string& overflow) {
+    throw Failure(ExitCode::NothingToDraw, options.input.models.front() +
+                                               ": nothing to draw: no line of it is visible" +
+                                               (overflow.empty() ? "" : "; " + overflow));
 }
 
 void MoveBy(LineGroup& group, Point offset) {
@@ -280,7 +289,7 @@ private:
         onPaper.objects = scene_.objects;
         PaperDrawing drawing = Compose(std::move(onPaper), RulesFor(options_), report_.lines);
         if (report_.lines.paths == 0) {
-            NothingVisible(options_);
+            NothingVisible(options_, report_.overflow);
         }
         drawing.page = options_.page.size;
         drawing.title = TitleOf(options_.output);
@@ -292,7 +301,7 @@ private:
     void writeRecords(const SceneLines& lines, const PaperPlace& place) {
         observer_.enter("export");
         if (MapToPaper(lines, place, false).groups.empty()) {
-            NothingVisible(options_);
+            NothingVisible(options_, report_.overflow);
         }
         JsonDrawing drawing;
         drawing.page = options_.page.size;

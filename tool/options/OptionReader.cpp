@@ -18,6 +18,9 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kArcTolerance = 0.01;
 
+/// Of CAD drawings, where a circle should be one though its model is made of chords.
+constexpr double kCadArcTolerance = 0.05;
+
 constexpr NumberRange kAnyNumber{-kInfinity, kInfinity, true, true};
 constexpr NumberRange kOverZero{0.0, kInfinity, true, true};
 constexpr NumberRange kZeroOrMore{0.0, kInfinity, false, true};
@@ -302,7 +305,7 @@ void ReadArcs(OutputOptions& output, const GivenOptions& given, bool perspective
     if (asked && perspective) {
         RefuseOption(given, "arcs", "--arcs needs an orthographic view");
     }
-    double tolerance = kArcTolerance;
+    double tolerance = always ? kCadArcTolerance : kArcTolerance;
     ReadInto(tolerance, given, "arc-tolerance",
              Length("arc tolerance", "a length over 0, to 10 mm", {0.0, 10.0, true, false}));
     const bool arcs = (asked || always) && !perspective;

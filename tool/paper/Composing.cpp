@@ -129,7 +129,7 @@ BundlesOf(const PaperLines& lines, const ComposingRules& rules, std::size_t laye
 
 PathGroup GroupOf(const Bundle& bundle, const ComposingRules& rules, ComposingReport& report) {
     PathGroup group = bundle.group;
-    group.paths = JoinLines(bundle.lines, rules.tolerance);
+    group.paths = JoinLines(bundle.lines, rules.joint);
     const std::size_t before = group.paths.size();
     std::erase_if(group.paths, [&](const Path& path) { return LengthOf(path) < rules.minLength; });
     report.crumbs += before - group.paths.size();
@@ -155,7 +155,7 @@ std::size_t CountLines(const PaperLines& lines) {
 PaperDrawing Compose(PaperLines lines, const ComposingRules& rules, ComposingReport& report) {
     report = {};
     report.lines = CountLines(lines);
-    RemoveOverlaps(lines, rules.tolerance);
+    RemoveOverlaps(lines, rules.coincidence);
     report.shownOnce = CountLines(lines);
     const std::vector<std::string> names = LayerNames(lines, rules.layering);
     const std::vector<std::vector<Bundle>> bundles = BundlesOf(lines, rules, names.size());

@@ -310,7 +310,7 @@ TEST(ParseCommandLine, ReadsArcs) {
     };
     EXPECT_EQ(tolerance({"-o", "o.svg", "--arcs"}), 0.01);
     EXPECT_EQ(tolerance({"-o", "o.pdf", "--arcs", "--arc-tolerance", "0.1mm"}), 0.1);
-    EXPECT_EQ(tolerance({"-o", "o.dxf"}), 0.01) << "always";
+    EXPECT_EQ(tolerance({"-o", "o.dxf"}), 0.05) << "always";
     EXPECT_EQ(tolerance({"-o", "o.dxf", "--arc-tolerance", "0.2"}), 0.2);
     EXPECT_EQ(tolerance({"-o", "o.dxf", "--projection", "perspective"}), std::nullopt);
     for (const char* output : {"o.png", "o.json"}) {
