@@ -10,6 +10,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 add_library(ctr_flags INTERFACE)
 target_compile_options(ctr_flags INTERFACE
   -Wall -Wextra -Wconversion
+  "$<$<CXX_COMPILER_ID:Clang>:-Wreserved-identifier;-Wunused-const-variable>"
   # The same bytes from every compiler and optimisation level: no fused multiply-add.
   -ffp-contract=off
   # g++ 12 at -O3 reports overlapping copies inside std::string that are none (GCC bug 105651).

@@ -13,6 +13,14 @@ install(TARGETS kxContouringLib kxPlatform EXPORT kxContouringLibTargets
 if(CTR_BUILD_TOOL)
   set_target_properties(kxcontour PROPERTIES INSTALL_RPATH "$ORIGIN/${ctr_lib_from_bin}")
   install(TARGETS kxcontour RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  # Where the manual and the shells look by themselves.
+  install(FILES ${PROJECT_BINARY_DIR}/tool/kxcontour.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${PROJECT_BINARY_DIR}/tool/kxcontour.bash RENAME kxcontour
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES ${PROJECT_BINARY_DIR}/tool/kxcontour.zsh RENAME _kxcontour
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+  install(FILES ${PROJECT_BINARY_DIR}/tool/kxcontour.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endif()
 
 set(ctr_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kxContouringLib)

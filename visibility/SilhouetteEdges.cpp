@@ -41,7 +41,7 @@ struct EdgeRecord {
     }
 };
 
-bool IsBefore(const EdgeRecord& x, const EdgeRecord& y) {
+bool IsRecordBefore(const EdgeRecord& x, const EdgeRecord& y) {
     return std::tie(x.firstRank, x.secondRank, x.number) <
            std::tie(y.firstRank, y.secondRank, y.number);
 }
@@ -118,7 +118,7 @@ private:
             records[number] = {reversed ? toRank : fromRank, reversed ? fromRank : toRank, number,
                                reversed};
         }
-        SortByFirstRank(records, vertexCount_, IsBefore);
+        SortByFirstRank(records, vertexCount_, IsRecordBefore);
         return records;
     }
 

@@ -87,7 +87,7 @@ struct PlaneValues {
     /// Whether some steps along every axis could bring each corner onto the plane. Rounding moves
     /// a corner by one step at most, and tilts the other triangle's plane as well.
     bool areBesidePlane(const GridVector& n) const {
-        constexpr long kSteps = 4;
+        constexpr long kSteps = 16;
         const long reach = WrapMultiply(kSteps, std::abs(n[0]) + std::abs(n[1]) + std::abs(n[2]));
         return std::min({at[0], at[1], at[2]}) >= -reach &&
                std::max({at[0], at[1], at[2]}) <= reach;

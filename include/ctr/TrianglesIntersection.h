@@ -42,8 +42,8 @@ public:
     /// hides, made like the visible ones; null where there are none and when cancelled.
     ///
     /// Faces that lie on each other cut in many little lines once they are rounded to the grid.
-    /// Hidden pieces of such cuts, where one triangle is within four steps of the other's plane, are
-    /// left out.
+    /// Hidden pieces of such cuts, where one triangle is within sixteen steps of the other's plane,
+    /// are left out.
     LineSegmentSet* computeIntersectionEdges(kx::kxPointer<LineSegmentSet>* hidden) const;
 
 private:

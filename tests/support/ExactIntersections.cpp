@@ -266,14 +266,14 @@ int AppendPieces(const Cut& cut,
     return dropped;
 }
 
-/// Whether four grid steps along every axis could bring each corner of the first onto the plane of
-/// the second.
+/// Whether sixteen grid steps along every axis could bring each corner of the first onto the plane
+/// of the second.
 bool IsBesidePlane(const BakedTriangles& baked, unsigned int first, unsigned int second) {
     const Corners other = CornersOf(baked, second);
     const Normal n = NormalOf(baked, second);
     const auto size = [](const auto& v) { return v < 0 ? -v : v; };
     for (const BakedVertex& corner : CornersOf(baked, first)) {
-        if (size(AlongNormal(corner, other[0], n)) > 4 * (size(n[0]) + size(n[1]) + size(n[2]))) {
+        if (size(AlongNormal(corner, other[0], n)) > 16 * (size(n[0]) + size(n[1]) + size(n[2]))) {
             return false;
         }
     }

@@ -59,7 +59,7 @@ using GridPiece = std::pair<ctr::BakedVertex, ctr::BakedVertex>;
 
 struct CutPieces {
     std::vector<GridPiece> visible;
-    std::vector<GridPiece> hidden; ///< Not of triangles within four steps of each other's plane.
+    std::vector<GridPiece> hidden; ///< Not of triangles within sixteen steps of each other's plane.
 };
 
 /// The pieces of all cuts, by pair and then along each cut.

@@ -464,8 +464,8 @@ const std::vector<WrongRun> kWrongInputs{
      {{"beyond.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n"}}},
     {"IndicesOutOfRangeOfPly",
      "beyond.ply -o new.svg",
-     kUnreadable,
-     "beyond.ply: *",
+     kNothingToDraw,
+     "beyond.ply: nothing to draw: every triangle is * has an index out of range",
      {{"beyond.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float "
                      "y\nproperty float z\nelement face 1\nproperty list uchar int "
                      "vertex_indices\nend_header\n0 0 0\n1 0 0\n0 1 0\n3 0 1 7\n"}}},
@@ -794,7 +794,7 @@ protected:
 TEST_P(FullDisk, IsSaidToBeTheReasonAndKeepsWhatWasThere) {
     const std::string old = folder_.write("full" + std::string(GetParam().ending), "kept");
     const std::string fresh = folder_.path("new" + std::string(GetParam().ending));
-    for (const std::size_t size : {0U, 1U, 200U, 4096U}) {
+    for (const std::size_t size : {0U, 1U, 200U, 2000U}) {
         RunLimits limits;
         limits.fileSize = size;
         const std::map<std::string, std::string> before = FilesIn(folder_);
@@ -858,19 +858,18 @@ TEST_F(BadInput, TemporaryFolderThatDoesNotExist) {
 }
 
 TEST_F(BadInput, NoSpaceForTheNotesOfABatch) {
-    const std::string jobs =
-        folder_.write("jobs.json", R"({"jobs": [{"model": "cube.obj", "output": "new.svg"}]})");
+    const std::string jobs = folder_.write("jobs.json", R"({"jobs": [{
+        "model": "cube.obj", "output": "new-{view}.svg", "views": ["front", "left", "top"]}]})");
     folder_.write("jobs.json.state", "{}");
     RunLimits limits;
-    // The drawing has room for itself; the note on it holds all its options.
-    limits.fileSize = 420;
+    limits.fileSize = 1000; // Enough for each drawing, not for the notes on three of them.
     const RunResult run = RunTool({"batch", jobs}, limits);
     EXPECT_EQ(run.exitCode, kCannotWrite) << run.err;
     EXPECT_EQ(run.err, "kxcontour: " + jobs + ".state: cannot write: File too large\n");
-    EXPECT_NE(run.out.find("1 drawn, 0 up to date, 0 failed"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("3 drawn, 0 up to date, 0 failed"), std::string::npos) << run.out;
     EXPECT_EQ(ReadBytes(jobs + ".state"), "{}");
-    EXPECT_EQ(tool_test::ReadSvg(folder_.path("new.svg")).pathCount(), 3U);
-    EXPECT_EQ(folder_.entryCount(), 5U) << "two models and drawings, the jobs and their notes";
+    EXPECT_EQ(tool_test::ReadSvg(folder_.path("new-top.svg")).pathCount(), 1U);
+    EXPECT_EQ(folder_.entryCount(), 7U) << "no more than model, drawings, jobs and notes";
 }
 
 TEST_F(BadInput, OutputThatIsAnInput) {

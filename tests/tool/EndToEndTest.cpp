@@ -43,7 +43,6 @@ using tool_test::SvgPath;
 using tool_test::TemporaryFolder;
 
 const std::string kModels = ASSIMP_MODELS;
-const std::string kEngine = kModels + "/glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb";
 
 /// The widths with which the exporter draws creases, and silhouettes and intersections.
 const std::string kCreaseWidth = "0.133333";
@@ -121,7 +120,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(Drawings, AreTheSameBytesEveryTime) {
     const TemporaryFolder folder;
     for (const std::string& model :
-         {kEngine, kModels + "/IFC/AC14-FZK-Haus.ifc", kModels + "/STL/Spider_ascii.stl"}) {
+         {kModels + "/MS3D/jeep1.ms3d", kModels + "/IFC/AC14-FZK-Haus.ifc",
+          kModels + "/STL/Spider_ascii.stl"}) {
         const std::string first = folder.path("first.svg");
         const std::string second = folder.path("second.svg");
         ASSERT_EQ(RunTool({model, "-o", first}).exitCode, 0);

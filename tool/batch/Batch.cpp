@@ -1,5 +1,6 @@
-// Waves of jobs: the models of a wave are read first, since importers run in child processes that
-// must be started before any thread; then all jobs of the wave are drawn by a pool of threads.
+// Waves of jobs, those of one scene in a row: the models of a wave are read first, since importers
+// run in child processes that must be started before any thread; then all jobs of the wave are
+// drawn by a pool of threads.
 #include "batch/Batch.h"
 
 #include "batch/BatchTable.h"
@@ -95,11 +96,27 @@ SceneKey KeyOf(const DrawingOptions& options) {
 
 /// A scene, or why there is none.
 struct LoadedScene {
+    std::string inputs; ///< DoneWork::InputsOf() when it was read.
     Scene scene;
     std::exception_ptr failure;
 };
 
 using Scenes = std::map<SceneKey, LoadedScene>;
+
+/// The numbers of all jobs, those of one scene in a row, so that no scene has to be read twice.
+/// Scenes, and the jobs of one, stay in their order.
+std::vector<std::size_t> OrderByScene(const std::vector<BatchJob>& jobs) {
+    std::map<SceneKey, std::size_t> firstJobs;
+    std::vector<std::size_t> firstOf;
+    std::vector<std::size_t> order;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        firstOf.push_back(firstJobs.emplace(KeyOf(jobs[i].options), i).first->second);
+        order.push_back(i);
+    }
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return firstOf[a] < firstOf[b]; });
+    return order;
+}
 
 /// Runs the jobs of one batch.
 class BatchRun {
@@ -108,10 +125,10 @@ public:
         : command_(command), messages_(messages), done_(command.statePath),
           progress_(
               log, !command.messages.quiet && ::isatty(STDERR_FILENO) == 1, command.jobs.size()),
-          results_(command.jobs.size()) {}
+          order_(OrderByScene(command.jobs)), results_(command.jobs.size()) {}
 
     std::vector<JobResult> run() {
-        for (std::size_t first = 0; first < command_.jobs.size();) {
+        for (std::size_t first = 0; first < order_.size();) {
             first = runWave(first);
             saveNotes();
         }
@@ -136,15 +153,17 @@ private:
         }
     }
 
-    /// Runs jobs from a number on, until as many scenes as threads are needed; returns the next.
+    /// Runs jobs from a place in the order on, until more scenes than threads are needed; returns
+    /// the next place.
     std::size_t runWave(std::size_t first) {
         Scenes scenes;
         std::vector<std::size_t> wave;
         std::size_t next = first;
-        for (; next < command_.jobs.size(); ++next) {
-            const BatchJob& job = command_.jobs[next];
+        for (; next < order_.size(); ++next) {
+            const std::size_t number = order_[next];
+            const BatchJob& job = command_.jobs[number];
             if (!command_.force && done_.covers(job)) {
-                results_[next].state = JobState::UpToDate;
+                results_[number].state = JobState::UpToDate;
                 progress_.advance(1.0);
                 continue;
             }
@@ -155,7 +174,7 @@ private:
                 }
                 scenes.emplace(key, load(job.options));
             }
-            wave.push_back(next);
+            wave.push_back(number);
         }
         draw(scenes, wave);
         return next;
@@ -163,6 +182,7 @@ private:
 
     static LoadedScene load(const DrawingOptions& options) {
         LoadedScene loaded;
+        loaded.inputs = DoneWork::InputsOf(options.input);
         try {
             loaded.scene = LoadScene(options.input, options.lines.creaseAngle);
         } catch (...) {
@@ -213,7 +233,7 @@ private:
         JobResult& result = results_[number];
         result.report = DrawScene(loaded.scene, job.options, observer);
         result.state = JobState::Drawn;
-        done_.note(job);
+        done_.note(job, loaded.inputs);
         const std::lock_guard lock(speaking_);
         TellAbout(loaded.scene, job.options, result.report, messages_);
     }
@@ -233,6 +253,7 @@ private:
     const Messages& messages_;
     DoneWork done_;
     SharedProgress progress_;
+    std::vector<std::size_t> order_;
     std::vector<JobResult> results_; ///< Each is written by the thread that has the job.
     bool notesKept_ = true;
     std::mutex speaking_;

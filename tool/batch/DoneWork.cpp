@@ -4,6 +4,7 @@
 #include "common/Failure.h"
 #include "output/BufferedFile.h"
 #include "output/OutputFile.h"
+#include "output/Writers.h"
 
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -26,21 +27,11 @@ std::optional<std::string> StampOf(const std::string& path) {
            std::to_string(status.st_mtim.tv_nsec);
 }
 
-/// Nothing when one of the files is missing.
-std::optional<std::string> NoteFor(const BatchJob& job) {
-    std::string note;
-    std::vector<std::string> files = job.options.input.models;
-    files.insert(files.end(), job.options.input.occluders.begin(),
-                 job.options.input.occluders.end());
-    files.push_back(job.options.output.path);
-    for (const std::string& file : files) {
-        const std::optional<std::string> stamp = StampOf(file);
-        if (!stamp) {
-            return std::nullopt;
-        }
-        note += *stamp + "\n";
-    }
-    return note + job.signature;
+/// Nothing when the drawing is missing.
+std::optional<std::string> NoteFor(const BatchJob& job, const std::string& inputs) {
+    const std::optional<std::string> output = StampOf(job.options.output.path);
+    return output ? std::optional<std::string>(inputs + *output + "\n" + job.signature)
+                  : std::nullopt;
 }
 
 } // namespace
@@ -62,15 +53,25 @@ DoneWork::DoneWork(std::string path) : path_(std::move(path)) {
     }
 }
 
+std::string DoneWork::InputsOf(const InputOptions& input) {
+    std::string stamps;
+    for (const std::vector<std::string>* files : {&input.models, &input.occluders}) {
+        for (const std::string& file : *files) {
+            stamps += StampOf(file).value_or("missing") + "\n";
+        }
+    }
+    return stamps;
+}
+
 bool DoneWork::covers(const BatchJob& job) const {
-    const std::optional<std::string> now = NoteFor(job);
+    const std::optional<std::string> now = NoteFor(job, InputsOf(job.options.input));
     const std::lock_guard lock(mutex_);
     const auto found = notes_.find(job.options.output.path);
     return now && found != notes_.end() && found->second == *now;
 }
 
-void DoneWork::note(const BatchJob& job) {
-    const std::optional<std::string> now = NoteFor(job);
+void DoneWork::note(const BatchJob& job, const std::string& inputs) {
+    const std::optional<std::string> now = NoteFor(job, inputs);
     const std::lock_guard lock(mutex_);
     if (now) {
         notes_[job.options.output.path] = *now;

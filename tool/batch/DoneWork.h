@@ -18,11 +18,16 @@ public:
     /// (CannotWrite) when they could not be written to the path.
     explicit DoneWork(std::string path);
 
+    /// The sizes and times of all models as text. Taken before these are read, it tells later
+    /// whether a model has changed since, even while it was being drawn.
+    static std::string InputsOf(const InputOptions& input);
+
     /// Whether a job's drawing is what the job would make now.
     bool covers(const BatchJob& job) const;
 
-    /// Notes that a job is finished. Throws nothing: a file that is gone is not noted.
-    void note(const BatchJob& job);
+    /// Notes that a job is finished, made from what InputsOf() said before its models were read.
+    /// A drawing that is gone already is not noted.
+    void note(const BatchJob& job, const std::string& inputs);
 
     /// Writes the notes, whole or not at all. Throws Failure (CannotWrite).
     void save() const;

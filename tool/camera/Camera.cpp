@@ -19,7 +19,7 @@ using Vector = Wm4::Vector3<double>;
 constexpr double kNearestShare = 1.0 / 4096.0;
 
 /// Room in front of and behind the model, as a part of its distance.
-constexpr double kDepthPadding = 1.0 / 1024.0;
+constexpr double kPyramidPadding = 1.0 / 1024.0;
 
 /// A mesh's world transformation followed by the turn into the view, as columns of coefficients.
 struct ToView {
@@ -177,8 +177,8 @@ void ChooseDepths(Pyramid& pyramid, const CameraSubjects& subjects, const ViewAx
     if (!(farthest > 0.0)) {
         throw Failure(ExitCode::NothingToDraw, "nothing to draw: the model is behind the camera");
     }
-    pyramid.far = farthest * (1.0 + kDepthPadding);
-    pyramid.near = std::max(nearest * (1.0 - kDepthPadding), pyramid.far * kNearestShare);
+    pyramid.far = farthest * (1.0 + kPyramidPadding);
+    pyramid.near = std::max(nearest * (1.0 - kPyramidPadding), pyramid.far * kNearestShare);
 }
 
 AimedCamera AimPerspective(const CameraRequest& request,

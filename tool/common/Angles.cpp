@@ -8,7 +8,6 @@ namespace kxcontour {
 namespace {
 
 Turn SmallTurn(double degrees) {
-    constexpr double kDegree = 0.017453292519943295;
     const double x = degrees * kDegree;
     Turn turn{0.0, 0.0};
     for (int n = 22; n >= 2; n -= 2) {

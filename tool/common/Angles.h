@@ -3,6 +3,9 @@
 
 namespace kxcontour {
 
+/// In radians; the nearest double.
+inline constexpr double kDegree = 3.14159265358979323846 / 180.0;
+
 struct Turn {
     double cosine;
     double sine;

@@ -27,4 +27,9 @@ private:
     ExitCode code_;
 };
 
+/// Ends the run because of what was asked for.
+[[noreturn]] inline void RefuseUsage(const std::string& message) {
+    throw Failure(ExitCode::Usage, message);
+}
+
 } // namespace kxcontour

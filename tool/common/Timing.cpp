@@ -1,6 +1,7 @@
 // A list of stages with their seconds.
 #include "common/Timing.h"
 
+#include <algorithm>
 #include <iomanip>
 #include <locale>
 #include <sstream>
@@ -9,14 +10,20 @@ namespace kxcontour {
 
 void Timing::enter(const std::string& stage) {
     leave();
-    stages_.push_back({stage, 0.0});
+    const auto found = std::find_if(stages_.begin(), stages_.end(),
+                                    [&](const Stage& known) { return known.name == stage; });
+    current_ = static_cast<std::size_t>(found - stages_.begin());
+    if (found == stages_.end()) {
+        stages_.push_back({stage, 0.0});
+    }
     started_ = Clock::now();
     running_ = true;
 }
 
 void Timing::leave() {
     if (running_) {
-        stages_.back().seconds = std::chrono::duration<double>(Clock::now() - started_).count();
+        stages_[current_].seconds +=
+            std::chrono::duration<double>(Clock::now() - started_).count();
         running_ = false;
     }
 }

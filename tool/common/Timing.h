@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -11,7 +12,7 @@ namespace kxcontour {
 /// A stop watch that is always in one stage.
 class Timing {
 public:
-    /// Ends the stage before and starts the next.
+    /// Ends the stage before and starts the next, or goes on with one of before.
     void enter(const std::string& stage);
 
     /// Ends the last stage and writes one line a stage and one for the sum, in seconds.
@@ -28,6 +29,7 @@ private:
     void leave();
 
     std::vector<Stage> stages_;
+    std::size_t current_ = 0;
     Clock::time_point started_;
     bool running_ = false;
 };

@@ -19,18 +19,18 @@
 namespace kxcontour {
 namespace {
 
-/// Ends this near are one point: two steps of the grid that visibility is decided on, for the ends
+/// Ends this near are one point: four steps of the grid that visibility is decided on, for the ends
 /// of what is hidden lie on it.
 double Joint(PageSize page) {
-    constexpr double kLeast = 0.0005;
+    constexpr double kLeast = 0.001;
     constexpr double kGridSteps = 1048576.0;
-    return std::max(kLeast, 2.0 * std::max(page.width, page.height) / kGridSteps);
+    return std::max(kLeast, 4.0 * std::max(page.width, page.height) / kGridSteps);
 }
 
 /// Lines this near are one line: far below what any pen shows, and wide enough that the lines that
 /// stay are still apart when joining has moved their ends and writers have rounded them.
 double Coincidence(PageSize page) {
-    return std::max(0.004, 4.0 * Joint(page));
+    return 6.0 * Joint(page);
 }
 
 Wm4::Vector3<double> TurnedToWorld(const Scene& scene, const Wm4::Vector3<double>& v) {

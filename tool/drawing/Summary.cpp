@@ -22,6 +22,12 @@ nlohmann::ordered_json ToJson(const DrawingReport& report) {
     return json;
 }
 
+/// Whether a wrong unit shows: in a drawing to scale, and beside models that have one.
+bool UnitsMatter(const Scene& scene, const DrawingOptions& options) {
+    const std::size_t models = options.input.models.size() + options.input.occluders.size();
+    return options.camera.scale || scene.withoutUnit.size() < models;
+}
+
 } // namespace
 
 void TellAbout(const Scene& scene,
@@ -32,8 +38,10 @@ void TellAbout(const Scene& scene,
     if (scene.dropped.total() > 0) {
         messages.warn(model + ": " + Describe(scene.dropped));
     }
-    if (options.camera.scale && !scene.unitStated) {
-        messages.warn(model + ": states no unit of length; millimetres assumed, see --unit");
+    if (UnitsMatter(scene, options)) {
+        for (const std::string& name : scene.withoutUnit) {
+            messages.warn(name + ": states no unit of length; millimetres assumed, see --unit");
+        }
     }
     if (!report.overflow.empty()) {
         messages.warn(report.output + ": " + report.overflow);
@@ -42,10 +50,12 @@ void TellAbout(const Scene& scene,
                   Count(scene.meshes.size() + scene.occluders.size(), "part") + ", one unit is " +
                   fmt::format("{:g} mm", scene.millimetresPerUnit) +
                   (scene.unitStated ? "" : " (assumed)"));
-    messages.note(report.output + ": " + Count(report.lines.lines, "piece") + " found, " +
-                  std::to_string(report.lines.shownOnce) + " left when each is drawn once, " +
-                  Count(report.lines.paths, "path") + " after joining, " +
-                  Count(report.lines.crumbs, "crumb") + " left out");
+    if (options.output.format != OutputFormat::Json) {
+        messages.note(report.output + ": " + Count(report.lines.lines, "piece") + " found, " +
+                      std::to_string(report.lines.shownOnce) + " left when each is drawn once, " +
+                      Count(report.lines.paths, "path") + " after joining, " +
+                      Count(report.lines.crumbs, "crumb") + " left out");
+    }
     if (report.scale) {
         messages.note(report.output + ": scale " + ScaleText(*report.scale));
     }

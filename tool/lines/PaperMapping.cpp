@@ -177,7 +177,7 @@ private:
         const auto clip = segment < set.clipRanges.size()
                               ? set.clipRanges[segment]
                               : LineSegmentSet::ClipRange{0.0F, 1.0F, 1.0F, 1.0F};
-        const auto at = [&](float t) { return Position((1.0F - t) * a + t * b); };
+        const auto at = [&a = a, &b = b](float t) { return Position((1.0F - t) * a + t * b); };
         record.onPaper = PaperLine{toPage_(at(clip.t0)), toPage_(at(clip.t1))};
         if (hidden) {
             record.hidden.push_back(Whole());

@@ -36,14 +36,14 @@ std::string_view From(std::string_view bytes, std::size_t at) {
     return at <= bytes.size() ? bytes.substr(at) : std::string_view();
 }
 
-struct Entry {
+struct FoundEntry {
     std::uint32_t method = 0;
     std::size_t packedSize = 0;
     std::size_t localHeader = 0;
 };
 
 /// Walks the directory for the first name with that ending.
-std::optional<Entry> FindEntry(std::string_view archive, std::string_view ending) {
+std::optional<FoundEntry> FindEntry(std::string_view archive, std::string_view ending) {
     const std::size_t end = archive.rfind(kEndOfDirectory);
     if (end == std::string_view::npos || archive.size() - end < kEndSize) {
         return std::nullopt;
@@ -53,8 +53,8 @@ std::optional<Entry> FindEntry(std::string_view archive, std::string_view ending
         const std::size_t nameSize = Number(directory, 28, 2);
         const std::string_view name = directory.substr(kEntrySize, nameSize);
         if (name.size() >= ending.size() && name.substr(name.size() - ending.size()) == ending) {
-            return Entry{Number(directory, 10, 2), Number(directory, 20, 4),
-                         Number(directory, 42, 4)};
+            return FoundEntry{Number(directory, 10, 2), Number(directory, 20, 4),
+                              Number(directory, 42, 4)};
         }
         directory = From(directory, kEntrySize + nameSize + Number(directory, 30, 2) +
                                         Number(directory, 32, 2));
@@ -85,7 +85,7 @@ std::string Inflate(std::string_view packed, std::size_t limit) {
 } // namespace
 
 std::string ReadZipEntry(std::string_view archive, std::string_view ending, std::size_t limit) {
-    const std::optional<Entry> entry = FindEntry(archive, ending);
+    const std::optional<FoundEntry> entry = FindEntry(archive, ending);
     if (!entry) {
         return {};
     }

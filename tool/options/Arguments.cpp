@@ -20,10 +20,6 @@ std::string Dashed(const std::string& name) {
     return "--" + name;
 }
 
-bool IsPositional(const OptionInfo& option) {
-    return &option == &OptionTable().front();
-}
-
 void AddOptions(CLI::App& app) {
     for (const OptionInfo& option : OptionTable()) {
         if (IsPositional(option)) {

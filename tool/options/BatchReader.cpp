@@ -16,17 +16,13 @@ namespace {
 
 constexpr unsigned int kMostThreads = 256;
 
-[[noreturn]] void Refuse(const std::string& message) {
-    throw Failure(ExitCode::Usage, message);
-}
-
 void RequireMark(const GivenOptions& given) {
     if (given.has("sheet")) {
-        Refuse("--views and --sheet cannot go together");
+        RefuseUsage("--views and --sheet cannot go together");
     }
     const GivenText* output = given.find("output");
     if (output != nullptr && output->text.find(kViewMark) == std::string::npos) {
-        Refuse("output '" + output->text + "' has to contain {view}, one file for each view");
+        RefuseUsage("output '" + output->text + "' has to contain {view}, one file for each view");
     }
 }
 
@@ -35,10 +31,10 @@ void RefuseStreams(const DrawingOptions& options) {
     const InputOptions& input = options.input;
     if (std::any_of(input.models.begin(), input.models.end(), isStream) ||
         std::any_of(input.occluders.begin(), input.occluders.end(), isStream)) {
-        Refuse("a batch reads files; '-' is not one");
+        RefuseUsage("a batch reads files; '-' is not one");
     }
     if (isStream(options.output.path)) {
-        Refuse("a batch writes files; '-' is not one");
+        RefuseUsage("a batch writes files; '-' is not one");
     }
 }
 
@@ -67,7 +63,7 @@ std::vector<BatchJob> ReadViewsOf(const GivenJob& given) {
     }
     RequireMark(given.options);
     if (!given.options.has("output")) {
-        Refuse("no output given; name it with -o OUT-{view}.svg");
+        RefuseUsage("no output given; name it with -o OUT-{view}.svg");
     }
     for (const std::string& view : views) {
         const std::string name = given.name.empty() ? "" : given.name + " (" + view + ")";
@@ -88,9 +84,9 @@ void Note(Writers& writers, const BatchJob& job, std::size_t number) {
     const auto [other, isNew] = writers.emplace(FileKey(job.options.output.path), number);
     if (!isNew) {
         const std::string path = "output '" + job.options.output.path + "'";
-        Refuse(other->second == number
-                   ? path + " is written twice"
-                   : path + " is written by job " + std::to_string(other->second) + ", too");
+        RefuseUsage(other->second == number
+                        ? path + " is written twice"
+                        : path + " is written by job " + std::to_string(other->second) + ", too");
     }
 }
 
@@ -112,7 +108,7 @@ std::string ReadStatePath(const GivenOptions& given, const std::string& jobFile)
         return jobFile.empty() ? "" : jobFile + ".state";
     }
     if (text->text.empty() || text->text == "-") {
-        Refuse(text->where + "--state has to name a file");
+        RefuseUsage(text->where + "--state has to name a file");
     }
     return text->text;
 }
@@ -125,7 +121,7 @@ void RequireOwnState(const BatchCommand& batch,
     }
     const std::string key = FileKey(batch.statePath);
     if (writers.count(key) > 0 || (!jobFile.empty() && key == FileKey(jobFile))) {
-        Refuse("state '" + batch.statePath + "' is a file of the batch already");
+        RefuseUsage("state '" + batch.statePath + "' is a file of the batch already");
     }
 }
 

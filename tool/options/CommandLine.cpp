@@ -21,10 +21,6 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-[[noreturn]] void Refuse(const std::string& message) {
-    throw Failure(ExitCode::Usage, message);
-}
-
 bool IsHelp(const std::string& word) {
     return word == "--help" || word == "-h";
 }
@@ -44,13 +40,13 @@ bool WroteText(const Arguments& arguments, std::ostream& out) {
     if (IsHelp(word)) {
         out << ShortHelp();
     } else if (arguments.size() > most) {
-        Refuse("unexpected argument '" + arguments[most] + "' of " + command);
+        RefuseUsage("unexpected argument '" + arguments[most] + "' of " + command);
     } else if (command == "man") {
         out << ManPage();
     } else if (command == "help") {
         out << (arguments.size() > 1 ? TopicHelp(word) : ShortHelp());
     } else if (word.empty()) {
-        Refuse("completions are for a shell; choose bash, zsh or fish");
+        RefuseUsage("completions are for a shell; choose bash, zsh or fish");
     } else {
         out << Completions(word);
     }
@@ -79,17 +75,17 @@ TakeJobs(const std::string& jobFile, const GivenOptions& given, const GivenOptio
 BatchCommand ReadBatchCommand(GivenOptions given) {
     const std::vector<GivenText> files = given.all("model");
     if (files.empty() || files.front().text.empty()) {
-        Refuse("no job file given; kxcontour batch JOBS.json");
+        RefuseUsage("no job file given; kxcontour batch JOBS.json");
     }
     if (files.size() > 1) {
-        Refuse("unexpected argument '" + files[1].text + "'; a batch has one job file");
+        RefuseUsage("unexpected argument '" + files[1].text + "'; a batch has one job file");
     }
     if (files.front().text == "-") {
-        Refuse("a batch reads its jobs from a file; '-' is not one");
+        RefuseUsage("a batch reads its jobs from a file; '-' is not one");
     }
     for (const char* name : {"output", "views", "info"}) {
         if (given.has(name)) {
-            Refuse(std::string("--") + name + " is not for 'batch'; see kxcontour help batch");
+            RefuseUsage(std::string("--") + name + " is not for 'batch'; see kxcontour help batch");
         }
     }
     given.remove("model");
@@ -104,7 +100,7 @@ void RefuseBatchOptions(const GivenOptions& given) {
     for (const char* name : {"jobs", "force", "state"}) {
         const GivenText* text = given.find(name);
         if (text != nullptr && text->where.empty()) {
-            Refuse(std::string("--") + name + " is for batches; see kxcontour help batch");
+            RefuseUsage(std::string("--") + name + " is for batches; see kxcontour help batch");
         }
     }
 }

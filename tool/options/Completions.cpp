@@ -32,10 +32,6 @@ std::string Escaped(const std::string& text, const char* letters) {
     return escaped;
 }
 
-bool IsPositional(const OptionInfo& option) {
-    return &option == &OptionTable().front();
-}
-
 /// "-o|--output" or "-o --output".
 std::string Spellings(const OptionInfo& option, const char* between) {
     const std::string longName = std::string("--") + option.name;

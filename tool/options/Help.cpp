@@ -11,7 +11,7 @@
 namespace kxcontour {
 namespace {
 
-constexpr std::size_t kWidth = 80;
+constexpr std::size_t kColumns = 80;
 constexpr std::size_t kHelpColumn = 26;
 
 /// "  -o, --output OUT", with the long names below each other.
@@ -27,12 +27,12 @@ std::string HeadOf(const OptionInfo& option) {
     return *option.argument == '\0' ? head : head + " " + option.argument;
 }
 
-/// The words of a paragraph in lines of at most kWidth columns, each indented.
+/// The words of a paragraph in lines of at most kColumns characters, each indented.
 std::string Fill(const std::string& paragraph, std::size_t indent) {
     std::string text;
     std::string line;
     for (const std::string& word : Split(paragraph, ' ')) {
-        if (!line.empty() && indent + line.size() + 1 + word.size() > kWidth) {
+        if (!line.empty() && indent + line.size() + 1 + word.size() > kColumns) {
             text += std::string(indent, ' ') + line + "\n";
             line.clear();
         }

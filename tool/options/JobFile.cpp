@@ -13,10 +13,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-[[noreturn]] void Refuse(const std::string& message) {
-    throw Failure(ExitCode::Usage, message);
-}
-
 void RequireKnownMembers(const Json& root, const std::string& path) {
     const std::vector<std::string> known{"defaults", "jobs"};
     for (const auto& [key, value] : root.items()) {
@@ -26,24 +22,24 @@ void RequireKnownMembers(const Json& root, const std::string& path) {
             message += ": unknown key '" + key + "'; ";
             message += nearest.empty() ? "there are 'defaults' and 'jobs'"
                                        : "did you mean '" + nearest + "'?";
-            Refuse(message);
+            RefuseUsage(message);
         }
     }
 }
 
 void RequireFrame(const Json& root, const std::string& path) {
     if (!root.is_object()) {
-        Refuse(path + ": has to be a table with a list 'jobs', not " + TypeText(root));
+        RefuseUsage(path + ": has to be a table with a list 'jobs', not " + TypeText(root));
     }
     RequireKnownMembers(root, path);
     if (!root.contains("jobs")) {
-        Refuse(path + ": has no list 'jobs'");
+        RefuseUsage(path + ": has no list 'jobs'");
     }
     if (!root["jobs"].is_array()) {
-        Refuse(path + ": 'jobs' has to be a list, not " + TypeText(root["jobs"]));
+        RefuseUsage(path + ": 'jobs' has to be a list, not " + TypeText(root["jobs"]));
     }
     if (root["jobs"].empty()) {
-        Refuse(path + ": has no jobs");
+        RefuseUsage(path + ": has no jobs");
     }
 }
 
@@ -52,7 +48,7 @@ GivenOptions ReadDefaults(const Json& root, const std::string& path) {
         return {};
     }
     if (!root["defaults"].is_object()) {
-        Refuse(path + ": 'defaults' has to be a table, not " + TypeText(root["defaults"]));
+        RefuseUsage(path + ": 'defaults' has to be a table, not " + TypeText(root["defaults"]));
     }
     KeySource source;
     source.file = path;
@@ -64,13 +60,13 @@ GivenOptions ReadDefaults(const Json& root, const std::string& path) {
 
 GivenJob ReadJob(const Json& entry, const std::string& where, const std::string& path) {
     if (!entry.is_object()) {
-        Refuse(where + "has to be a table, not " + TypeText(entry));
+        RefuseUsage(where + "has to be a table, not " + TypeText(entry));
     }
     GivenJob job;
     job.where = where;
     if (entry.contains("name")) {
         if (!entry["name"].is_string()) {
-            Refuse(where + "name has to be a text, not " + TypeText(entry["name"]));
+            RefuseUsage(where + "name has to be a text, not " + TypeText(entry["name"]));
         }
         job.name = entry["name"].get<std::string>();
     }

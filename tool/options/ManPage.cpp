@@ -108,7 +108,7 @@ std::string ExitStatus() {
     return text + ".El\n";
 }
 
-std::string Examples() {
+std::string ExamplesSection() {
     std::string text = ".Sh EXAMPLES\n";
     const char* between = "";
     for (const ExampleInfo& example : ExampleTable()) {
@@ -157,7 +157,7 @@ std::string ManPage() {
     }
     const ChapterInfo& config = ChapterTable().front();
     text += std::string(".Ss ") + config.heading + "\n" + Prose(config.text);
-    return text + ExitStatus() + Examples();
+    return text + ExitStatus() + ExamplesSection();
 }
 
 } // namespace kxcontour

@@ -25,15 +25,11 @@ constexpr NumberRange kAnyNumber{-kInfinity, kInfinity, true, true};
 constexpr NumberRange kOverZero{0.0, kInfinity, true, true};
 constexpr NumberRange kZeroOrMore{0.0, kInfinity, false, true};
 
-[[noreturn]] void Refuse(const std::string& message) {
-    throw Failure(ExitCode::Usage, message);
-}
-
 /// Refuses for an option, saying from where it is.
 [[noreturn]] void
 RefuseOption(const GivenOptions& given, const char* name, const std::string& message) {
     const GivenText* text = given.find(name);
-    Refuse((text == nullptr ? "" : text->where) + message);
+    RefuseUsage((text == nullptr ? "" : text->where) + message);
 }
 
 /// Reads a value; what is wrong with it is said with where it is from.
@@ -87,7 +83,7 @@ std::string ParseFormat(const std::string& text) {
         return std::isalnum(static_cast<unsigned char>(c)) != 0;
     });
     if (!plain) {
-        Refuse("format '" + text + "' is not a file name ending such as stl");
+        RefuseUsage("format '" + text + "' is not a file name ending such as stl");
     }
     return ending;
 }
@@ -96,10 +92,10 @@ void RequireInputs(const GivenOptions& given, const InputOptions& input) {
     const auto& models = input.models;
     if (std::count(models.begin(), models.end(), "") ==
         static_cast<std::ptrdiff_t>(models.size())) {
-        Refuse("no model given; see --help");
+        RefuseUsage("no model given; see --help");
     }
     if (std::count(models.begin(), models.end(), "") > 0) {
-        Refuse("a model is given an empty file name");
+        RefuseUsage("a model is given an empty file name");
     }
     if (std::count(input.occluders.begin(), input.occluders.end(), "") > 0) {
         RefuseOption(given, "occluder", "--occluder is given an empty file name");
@@ -110,15 +106,15 @@ void CheckStandardInput(const GivenOptions& given, const InputOptions& input) {
     const auto streams = std::count(input.models.begin(), input.models.end(), "-") +
                          std::count(input.occluders.begin(), input.occluders.end(), "-");
     if (streams > 1) {
-        Refuse("'-' is given more than once; standard input can be read only once");
+        RefuseUsage("'-' is given more than once; standard input can be read only once");
     }
     if (streams == 1 && !input.format) {
-        Refuse("'-' is standard input and needs --format, such as --format stl");
+        RefuseUsage("'-' is standard input and needs --format, such as --format stl");
     }
     // A file of options may say the format for runs that do read standard input.
     const GivenText* format = given.find("format");
     if (streams == 0 && format != nullptr && format->where.empty()) {
-        Refuse("--format is for standard input; give '-' as the model, or leave it out");
+        RefuseUsage("--format is for standard input; give '-' as the model, or leave it out");
     }
 }
 
@@ -311,8 +307,8 @@ void ReadArcs(OutputOptions& output, const GivenOptions& given, bool perspective
     const bool arcs = (asked || always) && !perspective;
     const GivenText* text = given.find("arc-tolerance");
     if (text != nullptr && text->where.empty() && !arcs) {
-        Refuse(perspective ? "--arc-tolerance needs an orthographic view"
-                           : "--arc-tolerance needs --arcs");
+        RefuseUsage(perspective ? "--arc-tolerance needs an orthographic view"
+                                : "--arc-tolerance needs --arcs");
     }
     output.arcTolerance = arcs ? std::optional<double>(tolerance) : std::nullopt;
 }
@@ -322,14 +318,14 @@ void ReadResolution(OutputOptions& output, const GivenOptions& given) {
              Number("resolution", "a number of dots per inch from 1 to 9600", {1.0, 9600.0}));
     const GivenText* text = given.find("dpi");
     if (text != nullptr && text->where.empty() && output.format != OutputFormat::Png) {
-        Refuse("--dpi is for PNG only");
+        RefuseUsage("--dpi is for PNG only");
     }
 }
 
 void RequireOutput(const GivenOptions& given) {
     const GivenText* path = given.find("output");
     if (path == nullptr || path->text.empty()) {
-        Refuse("no output given; name it with -o OUT.svg");
+        RefuseUsage("no output given; name it with -o OUT.svg");
     }
 }
 
@@ -363,7 +359,7 @@ std::vector<std::string> ParseViews(const std::string& list) {
     for (const std::string& name : Split(list, ',')) {
         ParseView(name);
         if (std::find(views.begin(), views.end(), name) != views.end()) {
-            Refuse("view '" + name + "' is asked for twice");
+            RefuseUsage("view '" + name + "' is asked for twice");
         }
         views.push_back(name);
     }
@@ -382,7 +378,7 @@ void ReadSheet(PageOptions& page, const GivenOptions& given, bool perspective) {
     }
     const GivenText* arrangement = given.find("arrangement");
     if (page.views.empty() && arrangement != nullptr && arrangement->where.empty()) {
-        Refuse("--arrangement needs --sheet");
+        RefuseUsage("--arrangement needs --sheet");
     }
 }
 
@@ -391,7 +387,7 @@ void RequireOwnOutput(const InputOptions& input, const std::string& output) {
         namespace fs = std::filesystem;
         if (path != "-" &&
             fs::path(path).lexically_normal() == fs::path(output).lexically_normal()) {
-            Refuse(output + ": is an input; the drawing would overwrite it");
+            RefuseUsage(output + ": is an input; the drawing would overwrite it");
         }
     };
     std::for_each(input.models.begin(), input.models.end(), check);
@@ -425,7 +421,7 @@ DrawingOptions ReadDrawingOptions(const GivenOptions& given) {
     options.messages = ReadMessageOptions(given);
     RequireOwnOutput(options.input, options.output.path);
     if (options.messages.json && options.output.path == "-") {
-        Refuse("--json and '-o -' would both write to standard output");
+        RefuseUsage("--json and '-o -' would both write to standard output");
     }
     return options;
 }

@@ -528,6 +528,10 @@ const std::vector<OptionInfo>& OptionTable() {
     return table;
 }
 
+bool IsPositional(const OptionInfo& option) {
+    return &option == &OptionTable().front();
+}
+
 const OptionInfo* FindOption(std::string_view name) {
     const Rows& table = OptionTable();
     const auto found = std::find_if(table.begin(), table.end(),

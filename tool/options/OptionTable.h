@@ -47,6 +47,9 @@ struct OptionInfo {
 /// All options, by topic. The first is the positional one, "model".
 const std::vector<OptionInfo>& OptionTable();
 
+/// Whether an option of the table is given without its name.
+bool IsPositional(const OptionInfo& option);
+
 /// The option of a long name, or null.
 const OptionInfo* FindOption(std::string_view name);
 

@@ -1,6 +1,7 @@
 // One stroke a path, with round caps and joins.
 #include "output/CairoPainter.h"
 
+#include "common/Angles.h"
 #include "output/PathShape.h"
 #include "output/Writers.h"
 
@@ -10,8 +11,6 @@
 
 namespace kxcontour {
 namespace {
-
-constexpr double kDegree = 3.14159265358979323846 / 180.0;
 
 using Context = std::unique_ptr<cairo_t, decltype(&cairo_destroy)>;
 

@@ -5,6 +5,7 @@
 // layouts, plot styles and dictionaries, however little is in them. Angles go counter-clockwise and
 // y goes up, so every drawing is turned over: an arc that turns from x towards y on paper turns the
 // other way here, and its ends change places.
+#include "common/Angles.h"
 #include "output/DxfFile.h"
 #include "output/DxfNames.h"
 #include "output/PathShape.h"
@@ -22,7 +23,6 @@
 namespace kxcontour {
 namespace {
 
-constexpr double kDegree = 3.14159265358979323846 / 180.0;
 constexpr double kFullTurn = 360.0;
 
 // ------------------------------------------------------------------ What the drawing becomes

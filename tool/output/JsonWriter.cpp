@@ -42,7 +42,7 @@ void WritePosition(BufferedFile& file, const std::array<double, 3>& position) {
     WriteList(file, position, [&](double value) { WriteNumber(file, value); });
 }
 
-void WritePoint(BufferedFile& file, const Point& point) {
+void WriteCoordinates(BufferedFile& file, const Point& point) {
     WriteList(file, std::array{point.x, point.y}, [&](double value) { WriteNumber(file, value); });
 }
 
@@ -70,7 +70,7 @@ void WriteSegment(BufferedFile& file, const SegmentRecord& segment) {
     file << ",\"paper\":";
     if (segment.onPaper) {
         WriteList(file, std::array{segment.onPaper->a, segment.onPaper->b},
-                  [&](const Point& point) { WritePoint(file, point); });
+                  [&](const Point& point) { WriteCoordinates(file, point); });
     } else {
         file << "null";
     }

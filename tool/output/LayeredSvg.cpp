@@ -8,43 +8,32 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <set>
+#include <string>
+#include <string_view>
 
 namespace kxcontour {
 namespace {
 
-/// Names of layers as XML ids: unique, and letters, digits and hyphens only.
-class LayerIds {
-public:
-    std::string make(const std::string& name) {
-        const std::string base = "layer-" + Simplified(name);
-        std::string id = base;
-        for (std::size_t number = 2; !taken_.insert(id).second; ++number) {
-            id = base + "-" + std::to_string(number);
+/// The name of a layer as an XML id: letters, digits and hyphens as they are, every other byte as
+/// an underscore and two hexadecimal digits. Different names have different ids, and a name has the
+/// same one in every drawing, whatever other layers are in it.
+std::string LayerId(const std::string& name) {
+    constexpr std::string_view kKept =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-";
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string id = "layer-";
+    for (const char letter : name) {
+        if (kKept.find(letter) != std::string_view::npos) {
+            id += letter;
+        } else {
+            const auto byte = static_cast<unsigned char>(letter);
+            id += '_';
+            id += kDigits[byte / 16U];
+            id += kDigits[byte % 16U];
         }
-        return id;
     }
-
-private:
-    static bool IsKept(char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-    }
-
-    /// Every run of other characters becomes one hyphen.
-    static std::string Simplified(const std::string& name) {
-        std::string simple;
-        for (const char c : name) {
-            if (IsKept(c)) {
-                simple += c;
-            } else if (simple.empty() || simple.back() != '-') {
-                simple += '-';
-            }
-        }
-        return simple;
-    }
-
-    std::set<std::string> taken_;
-};
+    return id;
+}
 
 void WriteHead(BufferedFile& file, const PaperDrawing& drawing) {
     const Number width = PaperNumber(drawing.page.width);
@@ -128,9 +117,9 @@ void WriteGroup(BufferedFile& file, const PathGroup& group) {
     file << "</g>\n";
 }
 
-void WriteLayer(BufferedFile& file, const PaperLayer& layer, LayerIds& ids) {
+void WriteLayer(BufferedFile& file, const PaperLayer& layer) {
     if (!layer.name.empty()) {
-        file << "<g inkscape:groupmode=\"layer\" id=\"" << ids.make(layer.name)
+        file << "<g inkscape:groupmode=\"layer\" id=\"" << LayerId(layer.name)
              << "\" inkscape:label=\"" << EscapeXmlAttribute(layer.name) << "\">\n";
     }
     for (const PathGroup& group : layer.groups) {
@@ -146,9 +135,8 @@ void WriteLayer(BufferedFile& file, const PaperLayer& layer, LayerIds& ids) {
 void WriteLayeredSvg(const PaperDrawing& drawing, const std::string& path) {
     BufferedFile file(path);
     WriteHead(file, drawing);
-    LayerIds ids;
     for (const PaperLayer& layer : drawing.layers) {
-        WriteLayer(file, layer, ids);
+        WriteLayer(file, layer);
     }
     file << "</svg>\n";
     file.close();

@@ -1,15 +1,11 @@
 // Plain geometry.
 #include "output/PathShape.h"
 
+#include "common/Angles.h"
+
 #include <cmath>
 
 namespace kxcontour {
-namespace {
-
-constexpr double kDegree = 3.14159265358979323846 / 180.0;
-
-} // namespace
-
 bool IsClosed(const Path& path) {
     const Point& first = path.points.front();
     const Point& last = path.points.back();

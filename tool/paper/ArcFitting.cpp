@@ -9,6 +9,7 @@
 // the larger d of its ends, and the arc and the polyline within h + d.
 #include "paper/ArcFitting.h"
 
+#include "common/Angles.h"
 #include "paper/Bends.h"
 #include "paper/Ellipse.h"
 #include "paper/Plane.h"
@@ -22,7 +23,6 @@ namespace {
 
 using namespace plane;
 
-constexpr double kDegree = std::numbers::pi / 180.0;
 constexpr double kFullTurn = 2.0 * std::numbers::pi;
 
 /// No line of an arc takes up more of it: as a corner of a run, so seen on the circle.

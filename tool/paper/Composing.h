@@ -13,8 +13,8 @@ enum class Layering : std::uint8_t { None, Type, Object };
 struct ComposingRules {
     Layering layering = Layering::None;
     StyleSheet styles;
-    double coincidence = 0.004;         ///< Lines this near are one line, millimetres.
-    double joint = 0.0005;              ///< Ends this near are one point, millimetres.
+    double coincidence = 0.006;         ///< Lines this near are one line, millimetres.
+    double joint = 0.001;               ///< Ends this near are one point, millimetres.
     double minLength = 0.0;             ///< Paths shorter than this are left out, millimetres.
     std::optional<double> arcTolerance; ///< Millimetres; none: polylines only.
 };

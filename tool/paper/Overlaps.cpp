@@ -53,7 +53,7 @@ struct Ray {
     }
 };
 
-int RankOf(const LineGroup& group) {
+int RankOnTop(const LineGroup& group) {
     const int hidden = group.hidden ? 3 : 0;
     switch (group.family) {
     case Family::Crease:
@@ -71,7 +71,7 @@ std::vector<std::size_t> GroupsByRank(const std::vector<LineGroup>& groups) {
     std::vector<std::size_t> order(groups.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(), [&](std::size_t i, std::size_t j) {
-        return RankOf(groups[i]) < RankOf(groups[j]);
+        return RankOnTop(groups[i]) < RankOnTop(groups[j]);
     });
     return order;
 }

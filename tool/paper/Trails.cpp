@@ -23,7 +23,7 @@ namespace {
 
 using namespace plane;
 
-constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
+constexpr std::uint32_t kNoEnd = static_cast<std::uint32_t>(-1);
 
 /// Up to so many ends at a point all pairs are compared; beyond, only those that are most opposite.
 constexpr std::size_t kFewEnds = 24;
@@ -61,11 +61,11 @@ private:
     std::vector<std::uint32_t> parents_;
 };
 
-/// Two ends at one point that follow each other in a trail; the second is kNone for an end where a
+/// Two ends at one point that follow each other in a trail; the second is kNoEnd for an end where a
 /// trail ends.
 struct Pair {
-    std::uint32_t a = kNone;
-    std::uint32_t b = kNone;
+    std::uint32_t a = kNoEnd;
+    std::uint32_t b = kNoEnd;
 };
 
 struct Candidate {
@@ -98,7 +98,7 @@ double AngleOrder(Point p) {
 class Weaver {
 public:
     Weaver(const std::vector<Point>& points, const std::vector<Link>& links)
-        : points_(points), links_(links), partner_(2 * links.size(), kNone), trails_(links.size()),
+        : points_(points), links_(links), partner_(2 * links.size(), kNoEnd), trails_(links.size()),
           isOpen_(links.size()) {
         collectEnds();
     }
@@ -149,7 +149,7 @@ private:
 
     /// -1 for straight on, 1 for straight back. The end of a trail bends nothing.
     double bendOf(std::uint32_t a, std::uint32_t b) const {
-        return a == kNone || b == kNone ? -1.0 : Dot(directionOf(a), directionOf(b));
+        return a == kNoEnd || b == kNoEnd ? -1.0 : Dot(directionOf(a), directionOf(b));
     }
 
     bool isCorner(std::uint32_t end) const { return -bendOf(end, partner_[end]) <= kCornerCosine; }
@@ -161,7 +161,7 @@ private:
     const std::vector<Link>& links_;
     std::vector<std::size_t> firstEnd_; ///< By point: its ends in ends_; one more at the end.
     std::vector<std::uint32_t> ends_;
-    std::vector<std::uint32_t> partner_; ///< By end: the one that follows; kNone: a trail ends.
+    std::vector<std::uint32_t> partner_; ///< By end: the one that follows; kNoEnd: a trail ends.
     std::vector<Pair> pairs_;            ///< Of points with several, one point after the other.
     Sets trails_;                        ///< Of links.
     std::vector<bool> isOpen_;           ///< By the number of a trail in trails_.
@@ -197,7 +197,7 @@ void Weaver::pairEndsAt(std::span<const std::uint32_t> ends) {
     }
     std::sort(candidates_.begin(), candidates_.end());
     for (const Candidate& candidate : candidates_) {
-        if (partner_[candidate.a] == kNone && partner_[candidate.b] == kNone) {
+        if (partner_[candidate.a] == kNoEnd && partner_[candidate.b] == kNoEnd) {
             join(candidate.a, candidate.b);
         }
     }
@@ -243,16 +243,16 @@ void Weaver::addOppositeCandidates(std::span<const std::uint32_t> ends) {
 
 /// At most one end of a point may stay alone, whatever candidates it had.
 void Weaver::pairLeftovers(std::span<const std::uint32_t> ends) {
-    std::uint32_t lonely = kNone;
+    std::uint32_t lonely = kNoEnd;
     for (const std::uint32_t end : ends) {
-        if (partner_[end] != kNone) {
+        if (partner_[end] != kNoEnd) {
             continue;
         }
-        if (lonely == kNone) {
+        if (lonely == kNoEnd) {
             lonely = end;
         } else {
             join(lonely, end);
-            lonely = kNone;
+            lonely = kNoEnd;
         }
     }
 }
@@ -262,7 +262,7 @@ void Weaver::appendPairs(std::span<const std::uint32_t> ends) {
         return;
     }
     for (const std::uint32_t end : ends) {
-        if (partner_[end] == kNone || end < partner_[end]) {
+        if (partner_[end] == kNoEnd || end < partner_[end]) {
             pairs_.push_back({end, partner_[end]});
         }
     }
@@ -270,12 +270,12 @@ void Weaver::appendPairs(std::span<const std::uint32_t> ends) {
 
 void Weaver::findTrailsOfPairs() {
     for (std::uint32_t end = 0; end < partner_.size(); ++end) {
-        if (partner_[end] != kNone && end < partner_[end]) {
+        if (partner_[end] != kNoEnd && end < partner_[end]) {
             trails_.unite(end / 2, partner_[end] / 2);
         }
     }
     for (std::uint32_t end = 0; end < partner_.size(); ++end) {
-        if (partner_[end] == kNone) {
+        if (partner_[end] == kNoEnd) {
             isOpen_[trails_.find(end / 2)] = true;
         }
     }
@@ -319,7 +319,7 @@ void Weaver::spliceClosedTrails() {
 /// Exchanges partners; both ways make one trail of the two, the one that bends less is taken. At
 /// most one of the four is missing, for only one of the trails may be open.
 void Weaver::splice(Pair& p, Pair& q) {
-    if (p.b == kNone) {
+    if (p.b == kNoEnd) {
         std::swap(p, q);
     }
     if (bendOf(p.b, q.a) + bendOf(p.a, q.b) < bendOf(p.a, q.a) + bendOf(p.b, q.b)) {
@@ -331,7 +331,7 @@ void Weaver::splice(Pair& p, Pair& q) {
     join(p.a, p.b);
     q.a = left;
     partner_[q.a] = q.b;
-    if (q.b != kNone) {
+    if (q.b != kNoEnd) {
         partner_[q.b] = q.a;
     }
 }
@@ -352,7 +352,7 @@ Trail Weaver::trailThrough(std::uint32_t link, std::vector<bool>& taken) const {
     const std::uint32_t home = 2 * link;
     std::uint32_t start = home;
     Trail trail;
-    while (partner_[start] != kNone) {
+    while (partner_[start] != kNoEnd) {
         start = OtherEnd(partner_[start]);
         if (start == home) {
             trail.closed = true;
@@ -364,7 +364,7 @@ Trail Weaver::trailThrough(std::uint32_t link, std::vector<bool>& taken) const {
         trail.steps.push_back(step);
         taken[step / 2] = true;
         step = partner_[OtherEnd(step)];
-    } while (step != kNone && step != start);
+    } while (step != kNoEnd && step != start);
     if (trail.closed) {
         turnToStart(trail);
     }

@@ -7,20 +7,20 @@
 namespace kxcontour {
 namespace {
 
-using Point = Wm4::Vector3<float>;
+using Position = Wm4::Vector3<float>;
 
-bool IsFinite(const Point& p) {
+bool IsFinite(const Position& p) {
     return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
 }
 
-Wm4::Vector3<double> Difference(const Point& a, const Point& b) {
+Wm4::Vector3<double> Difference(const Position& a, const Position& b) {
     return {static_cast<double>(a[0]) - static_cast<double>(b[0]),
             static_cast<double>(a[1]) - static_cast<double>(b[1]),
             static_cast<double>(a[2]) - static_cast<double>(b[2])};
 }
 
 /// Equal corners make one of the differences, or both, the same, and so the product 0 as well.
-bool HasArea(const Point& a, const Point& b, const Point& c) {
+bool HasArea(const Position& a, const Position& b, const Position& c) {
     const Wm4::Vector3<double> ab = Difference(b, a);
     const Wm4::Vector3<double> ac = Difference(c, a);
     return ab[1] * ac[2] != ab[2] * ac[1] || ab[2] * ac[0] != ab[0] * ac[2] ||
@@ -36,9 +36,9 @@ bool Passes(const kx::kxVertexBuffer& vertices,
         ++dropped.badIndex;
         return false;
     }
-    const Point& a = vertices.Position3(static_cast<int>(corner[0]));
-    const Point& b = vertices.Position3(static_cast<int>(corner[1]));
-    const Point& c = vertices.Position3(static_cast<int>(corner[2]));
+    const Position& a = vertices.Position3(static_cast<int>(corner[0]));
+    const Position& b = vertices.Position3(static_cast<int>(corner[1]));
+    const Position& c = vertices.Position3(static_cast<int>(corner[2]));
     if (!IsFinite(a) || !IsFinite(b) || !IsFinite(c)) {
         ++dropped.notFinite;
         return false;

@@ -3,6 +3,8 @@
 // radix sort, gathering a counting sort: with a few sides at each place, all of it is linear.
 #include "scene/Outline.h"
 
+#include "common/Angles.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -19,7 +21,6 @@ namespace {
 /// The positions of a file are rounded, so faces that were meant to bend by exactly the angle (a
 /// prism of twelve sides, at 30 degrees) bend by a little more or less. All of them count as less.
 constexpr double kAngleTolerance = 0.01;
-constexpr double kDegree = 3.14159265358979323846 / 180.0;
 
 /// A float as an unsigned integer of the same order; both zeros give the same.
 std::uint32_t OrderedBits(float value) {

@@ -64,6 +64,9 @@ private:
     Model read(const std::string& path) {
         Model model = Import(input_, path);
         scene_.dropped += CleanShapes(model);
+        if (!model.unitStated) {
+            scene_.withoutUnit.push_back(NameOf(RequestFor(input_, path)));
+        }
         if (!started_) {
             start(model);
         }

@@ -23,7 +23,8 @@ struct Scene {
     Wm4::Vector3<double> origin{0.0, 0.0, 0.0}; ///< The world point at the meshes' zero.
     Wm4::Matrix4<double> fileToWorld{false};    ///< Of the first model's axes: a rotation.
     double millimetresPerUnit = 1.0;
-    bool unitStated = false;
+    bool unitStated = false;              ///< By the first model.
+    std::vector<std::string> withoutUnit; ///< Models that state none: millimetres were assumed.
     DroppedTriangles dropped;
     std::size_t triangles = 0; ///< Of all meshes and occluders.
 };

@@ -20,6 +20,18 @@ TEST(Timing, PrintsALineForEachStageAndTheSum) {
         << out.str();
 }
 
+TEST(Timing, AddsUpStagesThatComeBack) {
+    kxcontour::Timing timing;
+    for (const char* stage : {"bake", "features", "bake", "features"}) {
+        timing.enter(stage);
+    }
+    std::ostringstream out;
+    timing.report(out);
+    EXPECT_TRUE(tool_test::Matches(out.str(), "bake         *.* s\nfeatures     *.* s\n"
+                                              "total        *.* s\n"))
+        << out.str();
+}
+
 TEST(Timing, OfNothingIsZero) {
     std::ostringstream out;
     kxcontour::Timing().report(out);

@@ -1,6 +1,6 @@
 // The command line: every option's good and bad values, and what cannot go together.
-#include "Parsing.h"
 #include "options/OptionTable.h"
+#include "options/Parsing.h"
 
 #include <gtest/gtest.h>
 

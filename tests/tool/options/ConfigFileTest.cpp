@@ -1,5 +1,5 @@
 // Files of options: what they may hold, what is wrong with them, and who wins.
-#include "Parsing.h"
+#include "options/Parsing.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Job files: what becomes a job, what is wrong with them, and who wins.
-#include "Parsing.h"
+#include "options/Parsing.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // What is made from the option table: help, manual page, completions. The programs that read them
 // are asked whether they can.
-#include "Parsing.h"
 #include "ToolRun.h"
 #include "options/Help.h"
 #include "options/OptionTable.h"
+#include "options/Parsing.h"
 
 #include <gtest/gtest.h>
 

@@ -101,7 +101,7 @@ TEST(LayeredSvg, IsWrittenLikeThis) {
         "height=\"297mm\" viewBox=\"0 0 210 297\" >\n"
         "<title>Pump &amp; &lt;valve&gt;</title>\n"
         "<desc>Seen from \"above\"</desc>\n"
-        "<g inkscape:groupmode=\"layer\" id=\"layer-Geh-use-1-\" "
+        "<g inkscape:groupmode=\"layer\" id=\"layer-Geh_C3_A4use_20_221_22\" "
         "inkscape:label=\"Geh\xC3\xA4use &quot;1&quot;\">\n"
         "<g class=\"crease\" fill=\"none\" stroke-linecap=\"round\" stroke-linejoin=\"round\" "
         "stroke=\"rgb(255,128,1)\" stroke-width=\"0.13\">\n"
@@ -109,7 +109,7 @@ TEST(LayeredSvg, IsWrittenLikeThis) {
         "  <path d=\"M40,20 L60,20 L50,40 L40,20 \"/>\n"
         "</g>\n"
         "</g>\n"
-        "<g inkscape:groupmode=\"layer\" id=\"layer-a-b-c\" "
+        "<g inkscape:groupmode=\"layer\" id=\"layer-a_3Cb_3E_26c\" "
         "inkscape:label=\"a&lt;b&gt;&amp;c\">\n"
         "<g class=\"silhouette hidden\" fill=\"none\" stroke-linecap=\"round\" "
         "stroke-linejoin=\"round\" stroke=\"rgb(0,0,0)\" stroke-width=\"0.1\" "
@@ -123,8 +123,8 @@ TEST(LayeredSvg, IsWrittenLikeThis) {
 
 TEST(LayeredSvg, NamesEveryLayerOnce) {
     const std::vector<std::string> names{
-        "a", "A",   "a b",           "a  b", "a-b", "\xE5\x89\x8D", "\xE5\x90\x8E",
-        "1", "a-2", "tab\tand\nline"};
+        "a", "A",   "a b",   "a  b",          "a-b", "\xE5\x89\x8D", "\xE5\x90\x8E",
+        "1", "a-2", "a_20b", "tab\tand\nline"};
     PaperDrawing drawing;
     for (const std::string& name : names) {
         drawing.layers.push_back({name, {MakeGroup({MakePath({{1, 2}, {3, 4}})})}});
@@ -136,10 +136,24 @@ TEST(LayeredSvg, NamesEveryLayerOnce) {
         const Element& layer = svg.children[i + 1];
         EXPECT_EQ(layer[kInkscape + "label"], names[i]);
         EXPECT_EQ(layer[kInkscape + "groupmode"], "layer");
-        EXPECT_TRUE(std::regex_match(layer["id"], std::regex("layer-[A-Za-z0-9-]*")))
+        EXPECT_TRUE(std::regex_match(layer["id"], std::regex("layer-[A-Za-z0-9_-]*")))
             << layer["id"];
         EXPECT_TRUE(ids.insert(layer["id"]).second) << layer["id"];
     }
+}
+
+/// So that a script finds a part in every drawing of a batch.
+TEST(LayeredSvg, GivesALayerTheSameIdWhateverElseIsDrawn) {
+    const auto idOfLast = [](const std::vector<std::string>& names) {
+        PaperDrawing drawing;
+        for (const std::string& name : names) {
+            drawing.layers.push_back({name, {MakeGroup({MakePath({{1, 2}, {3, 4}})})}});
+        }
+        return Parse(BytesOf(drawing)).children.back()["id"];
+    };
+    EXPECT_EQ(idOfLast({"a b"}), "layer-a_20b");
+    EXPECT_EQ(idOfLast({"a-b", "a  b", "a b"}), "layer-a_20b");
+    EXPECT_EQ(idOfLast({"a-b"}), "layer-a-b");
 }
 
 TEST(LayeredSvg, PutsGroupsBelowTheRootWithoutALayer) {
