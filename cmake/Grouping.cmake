@@ -1,5 +1,5 @@
 # CTR_GROUPED: the files of a room are compiled in one go, which reads the headers that they share
-# once. Sanitizer builds and the lint need a fifth of the time that way; every file is compiled for
+# once. Sanitizer builds and the lint need a fraction of the time; every file is compiled for
 # itself by the other presets, so that each still has to include what it uses.
 option(CTR_GROUPED "Compile the files of a room in one go" OFF)
 
@@ -38,7 +38,7 @@ function(ctr_group_tests result name)
   endforeach()
   list(REMOVE_DUPLICATES includes)
   list(JOIN includes "\n" includes)
-  set(group ${CMAKE_CURRENT_BINARY_DIR}/${name}_group.cpp)
+  set(group ${CMAKE_CURRENT_BINARY_DIR}/grouped/${name}.cpp)
   file(CONFIGURE OUTPUT ${group} CONTENT "${includes}\n${bodies}" @ONLY)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${ARGN})
   set(${result} ${group} PARENT_SCOPE)

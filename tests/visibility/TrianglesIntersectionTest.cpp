@@ -366,10 +366,11 @@ TEST(TrianglesIntersection, GivesHiddenPiecesOnlyToWhoAsksForThem) {
 
 TEST(TrianglesIntersection, LeavesOutHiddenCutsOfFacesThatLieOnEachOther) {
     const auto hiddenCuts = [](float step) {
-        const BakedMeshes scene({Triangle({0, 0, 80}, {80, 0, 80}, {0, 80, 80}),
-                                 Triangle({0, 10, 80 - step}, {60, 10, 80 + step}, {0, 40, 80}),
-                                 Triangle({0, 0, 10}, {140, 0, 10}, {0, 140, 10})},
-                                LatticeSpace(8, 8));
+        const BakedMeshes scene(
+            {Triangle({0, 0, 800}, {800, 0, 800}, {0, 800, 800}),
+             Triangle({0, 100, 800 - step}, {600, 100, 800 + step}, {0, 400, 800}),
+             Triangle({0, 0, 100}, {1400, 0, 100}, {0, 1400, 100})},
+            LatticeSpace(11, 11));
         SetPointer hidden;
         const SetPointer visible(
             TrianglesIntersection(scene.baked).computeIntersectionEdges(&hidden));
@@ -377,7 +378,7 @@ TEST(TrianglesIntersection, LeavesOutHiddenCutsOfFacesThatLieOnEachOther) {
         return SortedBits(hidden).size();
     };
     EXPECT_EQ(hiddenCuts(16), 0U);
-    EXPECT_EQ(hiddenCuts(40), 1U);
+    EXPECT_EQ(hiddenCuts(100), 1U);
 }
 
 TEST(TrianglesIntersection, ComputesTheSameAgain) {

@@ -22,8 +22,7 @@ void Timing::enter(const std::string& stage) {
 
 void Timing::leave() {
     if (running_) {
-        stages_[current_].seconds +=
-            std::chrono::duration<double>(Clock::now() - started_).count();
+        stages_[current_].seconds += std::chrono::duration<double>(Clock::now() - started_).count();
         running_ = false;
     }
 }

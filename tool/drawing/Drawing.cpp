@@ -254,7 +254,7 @@ private:
     }
 
     AimedCamera aim() {
-        const AimedCamera camera = Aim(scene_, options_);
+        AimedCamera camera = Aim(scene_, options_);
         if (camera.unitsPerMillimetre) {
             noteScale(*camera.unitsPerMillimetre, *camera.drawnSize);
         }

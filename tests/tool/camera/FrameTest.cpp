@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <vector>
 
 namespace {
@@ -299,9 +300,9 @@ TEST(EyeFinder, TouchesOnOneAxisAndKeepsEveryPointInside) {
             ASSERT_GE(distance, 0.0);
             for (int axis = 0; axis < 2; ++axis) {
                 const double offset = p[axis] - eye[axis];
-                sides[2 * axis] = std::max(sides[2 * axis], offset - tangent[axis] * distance);
-                sides[2 * axis + 1] =
-                    std::max(sides[2 * axis + 1], -offset - tangent[axis] * distance);
+                double* of = sides + std::ptrdiff_t{2} * axis;
+                of[0] = std::max(of[0], offset - tangent[axis] * distance);
+                of[1] = std::max(of[1], -offset - tangent[axis] * distance);
             }
         }
         for (const double side : sides) {

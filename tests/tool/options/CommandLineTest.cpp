@@ -31,7 +31,9 @@ using Vector = Wm4::Vector3<double>;
 /// Each pair of the option and a bad value is refused with a message that has the value in it.
 void ExpectRefused(const std::string& option, const Arguments& values) {
     for (const std::string& value : values) {
-        const std::string message = Refusal({option + "=" + value});
+        std::string given = option;
+        given += "=" + value;
+        const std::string message = Refusal({given});
         EXPECT_TRUE(Holds(message, "'" + value + "'")) << option << ": " << message;
     }
 }

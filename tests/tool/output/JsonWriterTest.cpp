@@ -77,7 +77,8 @@ TEST(JsonWriter, WritesAnEmptyDrawing) {
 
 TEST(JsonWriter, WritesNoNumberThatJsonDoesNotHave) {
     JsonDrawing drawing = SmallDrawing();
-    drawing.segments[0].ends[0] = {std::numeric_limits<double>::quiet_NaN(), -INFINITY, 1.0};
+    drawing.segments[0].ends[0] = {std::numeric_limits<double>::quiet_NaN(),
+                                   -std::numeric_limits<double>::infinity(), 1.0};
     const json document = json::parse(BytesOf(drawing));
     EXPECT_EQ(document["segments"][0]["ends"][0], json::parse("[null, null, 1]"));
 }
