@@ -185,8 +185,8 @@ void WriteWhole(OutputFile& file, const std::string& name, Function write) {
 
 /// A scale that is far too large may leave lines beside the page only.
 [[noreturn]] void NothingVisible(const DrawingOptions& options, const std::string& overflow) {
-    throw Failure(ExitCode::NothingToDraw, options.input.models.front() +
-                                               ": nothing to draw: no line of it is visible" +
+    const std::string name = NameOf(RequestFor(options.input, options.input.models.front()));
+    throw Failure(ExitCode::NothingToDraw, name + ": nothing to draw: no line of it is visible" +
                                                (overflow.empty() ? "" : "; " + overflow));
 }
 

@@ -418,6 +418,9 @@ DrawingOptions ReadDrawingOptions(const GivenOptions& given) {
     ReadSheet(options.page, given, perspective);
     options.lines = ReadLines(given);
     options.output = ReadOutput(given, perspective);
+    if (!options.page.views.empty() && options.output.format == OutputFormat::Json) {
+        RefuseOption(given, "sheet", "--sheet is for drawings; JSON holds the lines of one view");
+    }
     options.messages = ReadMessageOptions(given);
     RequireOwnOutput(options.input, options.output.path);
     if (options.messages.json && options.output.path == "-") {

@@ -214,6 +214,7 @@ TEST(ParseCommandLine, ReadsSheetsOfSeveralViews) {
     EXPECT_TRUE(Holds(RefusalOf({"m", "-o", "{view}.svg", "--views", "top", "--sheet", "top"}),
                       "--views and --sheet cannot go together"));
     EXPECT_EQ(Refusal({"--arrangement", "third-angle"}), "--arrangement needs --sheet");
+    EXPECT_TRUE(Holds(RefusalOf({"m", "-o", "o.json", "--sheet", "top"}), "JSON holds"));
     ExpectRefused("--arrangement", {"", "third"});
 }
 
