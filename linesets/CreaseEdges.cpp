@@ -83,7 +83,7 @@ public:
     PerpendicularTest(const kx::kxVertexBuffer& vertices, std::uint32_t a, std::uint32_t b)
         : vertices_(vertices), direction_(vertices.Position3(static_cast<int>(b)) -
                                           vertices.Position3(static_cast<int>(a))),
-          tolerance_(direction_.Length() * kPerpendicularTolerance) {}
+          tolerance_(std::sqrt(direction_.SquaredLength()) * kPerpendicularTolerance) {}
 
     bool holds(std::uint32_t vertex) const {
         return std::fabs(Dot(vertices_.Normal3(static_cast<int>(vertex)), direction_)) < tolerance_;

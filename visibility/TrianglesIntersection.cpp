@@ -236,6 +236,17 @@ kx::kxBBox BoxOf(std::initializer_list<BakedVertex> points, float margin) {
     return box;
 }
 
+/// Whether the boxes of two triangles share a point. Crossings are rounded, so those of triangles
+/// that lie beside each other may seem to overlap: what shares a leaf must not matter.
+bool BoxesMeet(const BakedVertex (&a)[3], const BakedVertex (&b)[3]) {
+    const auto meet = [&](std::int32_t BakedVertex::*axis) {
+        const auto [lowA, highA] = std::minmax({a[0].*axis, a[1].*axis, a[2].*axis});
+        const auto [lowB, highB] = std::minmax({b[0].*axis, b[1].*axis, b[2].*axis});
+        return lowA <= highB && lowB <= highA;
+    };
+    return meet(&BakedVertex::x) && meet(&BakedVertex::y) && meet(&BakedVertex::z);
+}
+
 /// True when some of the box is strictly on each side of a triangle's plane. A triangle in a box
 /// that is not cannot straddle that plane.
 bool PlaneCutsBox(const tTriangleData& triangle, const kx::kxBBox& box) {
@@ -362,6 +373,9 @@ bool TrianglesIntersection::tInternal::testTriangleIntersection(const tTriangleD
                                                                 std::uint32_t other,
                                                                 IntersectionEdge& edge) const {
     const tTriangleData b = fetch(other);
+    if (!BoxesMeet(a.vertices, b.vertices)) {
+        return false;
+    }
     // Parallel planes need no test of their own: all corners of one triangle are then at the same
     // distance from the other's plane and do not straddle it.
     const PlaneValues valuesA = ValuesAt(a.vertices, b.vertices[0], b.normal);

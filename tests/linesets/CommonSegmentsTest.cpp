@@ -3,31 +3,29 @@
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/SegmentBuilders.h"
+#include "support/LineAgreement.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstddef>
-#include <map>
-#include <utility>
+#include <cstdint>
 #include <vector>
 
 namespace {
 
 using ctr::LineSegmentSet;
-using test_support::EndsOf;
 using test_support::IndicesOf;
 using test_support::IndicesPointer;
-using test_support::KeyOf;
 using test_support::MakeSet;
 using test_support::MakeVertices;
+using test_support::MarkSegments;
+using test_support::NamesOf;
 using test_support::NumbersOf;
 using test_support::PositionsOf;
 using test_support::Random;
-using test_support::Range;
+using test_support::RecordNamesOf;
 using test_support::Scaled;
 using test_support::SetPointer;
 using test_support::Vec3;
@@ -37,39 +35,10 @@ using Indices = std::vector<unsigned int>;
 const std::vector<Vec3> kPoints{Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(1, 1, 0),
                                 Vec3(0, 1, 0), Vec3(5, 5, 5), Vec3(6, 6, 6)};
 
-// Hidden ranges and clip records that name their segment.
-void MarkSegments(LineSegmentSet& set, std::size_t lists, std::size_t records) {
-    for (std::size_t i = 0; i < lists; ++i) {
-        set.occlusionIntervals.push_back({Range(static_cast<long>(i), 100, 1, 1)});
-    }
-    for (std::size_t i = 0; i < records; ++i) {
-        set.clipRanges.push_back({static_cast<float>(i), 1.0F, 2.0F, 3.0F});
-    }
-}
-
 SetPointer Marked(const Indices& indices) {
     SetPointer set = MakeSet(kPoints, indices);
     MarkSegments(*set, indices.size() / 2, indices.size() / 2);
     return set;
-}
-
-// The segments that MarkSegments() named, in their present order; -1 for an empty list.
-std::vector<long> NamesOf(const LineSegmentSet& set) {
-    std::vector<long> names;
-    names.reserve(set.occlusionIntervals.size());
-    for (const auto& ranges : set.occlusionIntervals) {
-        names.push_back(ranges.empty() ? -1 : ranges[0].start[0]);
-    }
-    return names;
-}
-
-std::vector<long> RecordNamesOf(const LineSegmentSet& set) {
-    std::vector<long> names;
-    names.reserve(set.clipRanges.size());
-    for (const auto& record : set.clipRanges) {
-        names.push_back(std::lround(record.t0));
-    }
-    return names;
 }
 
 TEST(RemoveCommonSegments, WithoutEitherSetNothingHappens) {
@@ -238,70 +207,20 @@ TEST(RemoveCommonSegments, SurplusRecordsAreCutOff) {
     EXPECT_EQ(RecordNamesOf(*a), (std::vector<long>{0, 1}));
 }
 
-using Place = std::array<float, 3>;
-
-std::pair<Place, Place> Undirected(const Vec3& p, const Vec3& q) {
-    const Place a = KeyOf(p);
-    const Place b = KeyOf(q);
-    return b < a ? std::make_pair(b, a) : std::make_pair(a, b);
-}
-
-SetPointer RandomSet(Random& random, int largest) {
-    std::vector<Vec3> positions;
-    const int vertexCount = random.between(2, 12);
-    for (int i = 0; i < vertexCount; ++i) {
-        Vec3 p;
-        for (int axis = 0; axis < 3; ++axis) {
-            const auto whole = static_cast<float>(random.below(2));
-            p[axis] = random.percent(20) ? -whole : whole;
-        }
-        positions.push_back(p);
-    }
-    Indices indices;
-    const int segments = random.below(largest + 1);
-    for (int i = 0; i < 2 * segments; ++i) {
-        indices.push_back(static_cast<unsigned int>(random.below(vertexCount)));
-    }
-    return MakeSet(positions, indices);
-}
-
 TEST(RemoveCommonSegments, KeepsWhatAPlainMapDoesNotHold) {
-    Random random(71);
-    int removed = 0;
-    int kept = 0;
-    const int trials = Scaled(5000);
+    test_support::CommonSegmentCounts counts;
+    const int trials = Scaled(10000);
     for (int trial = 0; trial < trials; ++trial) {
-        const SetPointer a = RandomSet(random, 20);
-        const SetPointer b = RandomSet(random, 15);
-        const std::size_t count = IndicesOf(*a).size() / 2;
-        MarkSegments(*a, count, count);
-        std::map<std::pair<Place, Place>, int> held;
-        for (const auto& [p, q] : EndsOf(*b)) {
-            ++held[Undirected(p, q)];
-        }
-        if (held.empty()) {
+        Random random(static_cast<std::uint64_t>(trial));
+        const SetPointer a = test_support::RandomCornerSet(random, 20);
+        const SetPointer b = test_support::RandomCornerSet(random, 15);
+        if (IndicesOf(*b).empty()) {
             continue;
         }
-        Indices expected;
-        std::vector<long> names;
-        const auto ends = EndsOf(*a);
-        const Indices before = IndicesOf(*a);
-        for (std::size_t i = 0; i < count; ++i) {
-            if (held.count(Undirected(ends[i].first, ends[i].second)) == 0) {
-                expected.insert(expected.end(), {before[2 * i], before[2 * i + 1]});
-                names.push_back(static_cast<long>(i));
-            }
-        }
-        kept += static_cast<int>(names.size());
-        removed += static_cast<int>(count - names.size());
-        LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
-        ASSERT_EQ(IndicesOf(*a), expected) << "trial " << trial;
-        ASSERT_EQ(a->GetIndexBuffer() == nullptr, expected.empty()) << "trial " << trial;
-        ASSERT_EQ(NamesOf(*a), names) << "trial " << trial;
-        ASSERT_EQ(RecordNamesOf(*a), names) << "trial " << trial;
+        ASSERT_EQ(CompareCommonSegments(*a, *b, counts), "") << "seed " << trial;
     }
-    EXPECT_GT(removed, trials / 4);
-    EXPECT_GT(kept, trials);
+    EXPECT_GT(counts.removed, trials / 4);
+    EXPECT_GT(counts.kept, trials);
 }
 
 } // namespace

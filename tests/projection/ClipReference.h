@@ -1,5 +1,6 @@
 // What the tests of the camera's grid share: views, and the formulas of projecting, cutting and
-// quantising written out once more.
+// quantising written out once more, for edges and for triangles. A comparison with the library
+// returns nothing when they agree and says where they do not otherwise.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>
@@ -9,14 +10,16 @@
 #include "support/Random.h"
 #include "support/Scenes.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <stdexcept>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace clip_reference {
 
@@ -45,7 +48,9 @@ inline std::array<int, 3> Grid(const BakedVertex& b) {
 
 inline DiscreteProjectionSpace SpaceOfBits(unsigned int xyBits, unsigned int zBits) {
     DiscreteProjectionSpace space;
-    EXPECT_TRUE(space.setVoxelBitSize(xyBits, zBits));
+    if (!space.setVoxelBitSize(xyBits, zBits)) {
+        throw std::invalid_argument("a bit size that the grid refuses");
+    }
     return space;
 }
 
@@ -182,6 +187,201 @@ inline Vec3 RandomPoint(Random& random) {
                        : random.uniform(-2.5F, 2.5F);
     }
     return p;
+}
+
+struct ClippedEdge {
+    bool inside;
+    float t0;
+    float t1;
+    Clip c0;
+    Clip c1;
+};
+
+inline ClippedEdge
+ExpectedEdge(const DiscreteProjectionSpace& space, const Vec3& p0, const Vec3& p1) {
+    ClippedEdge e{true, 0.0F, 1.0F, Transformed(p0, space.worldToClip),
+                  Transformed(p1, space.worldToClip)};
+    for (int plane = 0; plane < kPlanes; ++plane) {
+        const bool out0 = IsOutside(space, plane, e.c0);
+        const bool out1 = IsOutside(space, plane, e.c1);
+        if (out0 && out1) {
+            return {false, 1.0F, 0.0F, e.c0, e.c1};
+        }
+        if (!out0 && !out1) {
+            continue;
+        }
+        const Cut cut = CutBetween(space, plane, e.c0, e.c1);
+        const float t = e.t0 + (cut.s + 0.5F) * (e.t1 - e.t0);
+        (out0 ? e.c0 : e.c1) = cut.point;
+        (out0 ? e.t0 : e.t1) = t;
+    }
+    return e;
+}
+
+inline bool IsFinite(const Clip& c) {
+    return std::all_of(c.begin(), c.end(), [](float value) { return std::isfinite(value); });
+}
+
+/// What comparisons have met.
+struct EdgeCounts {
+    int cut = 0;
+    int dropped = 0;
+};
+
+/// Every output of clipEdgeWorld(), bit for bit. An end with w = 0 or beyond all numbers means
+/// nothing: its quotient is not guarded.
+inline std::string CompareClippedEdge(const DiscreteProjectionSpace& space,
+                                      const Vec3& p0,
+                                      const Vec3& p1,
+                                      EdgeCounts& counts) {
+    const ClippedEdge expected = ExpectedEdge(space, p0, p1);
+    if (!IsFinite(expected.c0) || !IsFinite(expected.c1) ||
+        (expected.inside && (expected.c0[3] == 0.0F || expected.c1[3] == 0.0F))) {
+        return {};
+    }
+    const EdgeResult r = ClipEdge(space, p0, p1);
+    if (Bits(r.t0) != Bits(expected.t0) || Bits(r.t1) != Bits(expected.t1)) {
+        return "the clipped edge has other parameters\n";
+    }
+    if (!expected.inside) {
+        ++counts.dropped;
+        return Grid(r.b0) == Grid(kUntouched) && Grid(r.b1) == Grid(kUntouched)
+                   ? ""
+                   : "an edge outside the view wrote its ends\n";
+    }
+    counts.cut += expected.t0 > 0.0F || expected.t1 < 1.0F ? 1 : 0;
+    if (Bits(r.w0) != Bits(expected.c0[3]) || Bits(r.w1) != Bits(expected.c1[3])) {
+        return "the clipped edge has another w\n";
+    }
+    return Grid(r.b0) == Grid(Quantised(space, expected.c0)) &&
+                   Grid(r.b1) == Grid(Quantised(space, expected.c1))
+               ? ""
+               : "the clipped edge has other grid points\n";
+}
+
+/// What the callers of clipTriangle() have room for. A sliver along two planes can, by rounding,
+/// cross one of them four times and would become longer; it ends there.
+constexpr std::size_t kBufferSize = 9;
+
+inline Wm4::Vector4<float> ToVector(const Clip& c) {
+    return {c[0], c[1], c[2], c[3]};
+}
+
+inline Clip ToClip(const Wm4::Vector4<float>& v) {
+    return {v[0], v[1], v[2], v[3]};
+}
+
+struct Polygon {
+    bool kept = false;
+    std::vector<Clip> vertices;
+    unsigned int codes = 0;
+    bool exchanged = false; ///< The result is in the second buffer.
+    bool ownBuffers = true; ///< Each of the two buffers came back as one of the two.
+
+    unsigned int codeOf(std::size_t vertex) const { return codes >> (2 * vertex) & 3U; }
+    const Clip& before(std::size_t vertex) const {
+        return vertices[(vertex + vertices.size() - 1) % vertices.size()];
+    }
+};
+
+using ClipCorners = std::array<Clip, 3>;
+
+inline Polygon ClipCorners3(const DiscreteProjectionSpace& space, const ClipCorners& corners) {
+    std::array<Wm4::Vector4<float>, kBufferSize> a;
+    std::array<Wm4::Vector4<float>, kBufferSize> b;
+    for (std::size_t i = 0; i < 3; ++i) {
+        a[i] = ToVector(corners[i]);
+    }
+    Wm4::Vector4<float>* poly = a.data();
+    Wm4::Vector4<float>* scratch = b.data();
+    unsigned int count = 0;
+    Polygon result;
+    result.kept = space.clipTriangle(poly, scratch, count, result.codes);
+    result.exchanged = poly == b.data();
+    result.ownBuffers =
+        poly == (result.exchanged ? b : a).data() && scratch == (result.exchanged ? a : b).data();
+    for (unsigned int i = 0; result.kept && i < count; ++i) {
+        result.vertices.push_back(ToClip(poly[i]));
+    }
+    return result;
+}
+
+inline Polygon ExpectedPolygon(const DiscreteProjectionSpace& space, const ClipCorners& corners) {
+    std::vector<Clip> polygon(corners.begin(), corners.end());
+    std::vector<unsigned int> codes{1, 2, 3};
+    Polygon result;
+    for (int plane = 0; plane < kPlanes; ++plane) {
+        std::vector<bool> out(polygon.size());
+        std::transform(polygon.begin(), polygon.end(), out.begin(),
+                       [&](const Clip& c) { return IsOutside(space, plane, c); });
+        if (std::find(out.begin(), out.end(), false) == out.end()) {
+            return {};
+        }
+        if (std::find(out.begin(), out.end(), true) == out.end()) {
+            continue;
+        }
+        std::vector<Clip> next;
+        std::vector<unsigned int> nextCodes;
+        for (std::size_t i = 0; i < polygon.size(); ++i) {
+            const std::size_t previous = i == 0 ? polygon.size() - 1 : i - 1;
+            if (out[previous] != out[i]) {
+                next.push_back(CutBetween(space, plane, polygon[previous], polygon[i]).point);
+                nextCodes.push_back(out[i] ? codes[i] : 0U);
+            }
+            if (!out[i]) {
+                next.push_back(polygon[i]);
+                nextCodes.push_back(codes[i]);
+            }
+        }
+        next.resize(std::min(next.size(), kBufferSize));
+        nextCodes.resize(next.size());
+        polygon = next;
+        codes = nextCodes;
+        result.exchanged = !result.exchanged;
+    }
+    result.kept = true;
+    result.vertices = polygon;
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+        result.codes |= codes[i] << (2 * i);
+    }
+    return result;
+}
+
+// Corners of a random triangle; w is 1 or, now and then, anything, negative values included.
+inline ClipCorners RandomCorners(Random& random) {
+    ClipCorners corners{};
+    const bool affine = random.percent(60);
+    for (Clip& c : corners) {
+        const Vec3 p = RandomPoint(random);
+        c = {p[0], p[1], p[2], affine ? 1.0F : 0.5F * static_cast<float>(random.between(-2, 6))};
+    }
+    return corners;
+}
+
+/// Every output of clipTriangle(), bit for bit. Corners are numbers.
+inline std::string CompareClippedTriangle(const DiscreteProjectionSpace& space,
+                                          const ClipCorners& corners,
+                                          EdgeCounts& counts) {
+    const Polygon expected = ExpectedPolygon(space, corners);
+    const Polygon p = ClipCorners3(space, corners);
+    if (!p.ownBuffers) {
+        return "the clipped triangle is in a buffer of its own\n";
+    }
+    counts.dropped += p.kept ? 0 : 1;
+    if (!p.kept || !expected.kept) {
+        return p.kept == expected.kept ? "" : "the clipped triangle is kept, or not\n";
+    }
+    counts.cut += p.codes != 57U ? 1 : 0;
+    if (p.codes != expected.codes || p.exchanged != expected.exchanged ||
+        p.vertices.size() != expected.vertices.size()) {
+        return "the clipped triangle has other codes or vertices\n";
+    }
+    for (std::size_t i = 0; i < p.vertices.size(); ++i) {
+        if (IsFinite(expected.vertices[i]) && Bits(p.vertices[i]) != Bits(expected.vertices[i])) {
+            return "vertex " + std::to_string(i) + " of the clipped triangle differs\n";
+        }
+    }
+    return {};
 }
 
 } // namespace clip_reference

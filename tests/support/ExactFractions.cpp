@@ -77,7 +77,7 @@ Fraction Between(const Fraction& a, const Fraction& b) {
 }
 
 // Digits from the last to the first; streams know no 128-bit numbers.
-std::string Text(Wide value) {
+std::string Digits(Wide value) {
     std::string text;
     for (Wide rest = value < 0 ? -value : value; rest > 0 || text.empty(); rest /= 10) {
         text.insert(text.begin(), static_cast<char>('0' + static_cast<int>(rest % 10)));
@@ -167,7 +167,7 @@ std::vector<Fraction> SamplesBetweenEnds(const std::vector<ctr::RationalInterval
 }
 
 std::string Text(const Fraction& value) {
-    return Text(value.numerator).append("/").append(Text(value.denominator));
+    return Digits(value.numerator).append("/").append(Digits(value.denominator));
 }
 
 std::string Text(const ctr::RationalInterval& interval) {

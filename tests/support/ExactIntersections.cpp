@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <numeric>
 
 namespace test_support {
 
@@ -26,6 +27,16 @@ Corners CornersOf(const BakedTriangles& baked, unsigned int triangle) {
 Normal NormalOf(const BakedTriangles& baked, unsigned int triangle) {
     const Wm4::Vector3<long>& n = baked.trianglePlanes[triangle];
     return {n[0], n[1], n[2]};
+}
+
+// Rounding alone can make the crossings of triangles overlap that lie beside each other.
+bool BoxesMeet(const Corners& a, const Corners& b) {
+    const auto apart = [&](std::int32_t BakedVertex::*axis) {
+        const auto [lowA, highA] = std::minmax({a[0].*axis, a[1].*axis, a[2].*axis});
+        const auto [lowB, highB] = std::minmax({b[0].*axis, b[1].*axis, b[2].*axis});
+        return highA < lowB || highB < lowA;
+    };
+    return !apart(&BakedVertex::x) && !apart(&BakedVertex::y) && !apart(&BakedVertex::z);
 }
 
 bool AreParallel(const Normal& a, const Normal& b) {
@@ -205,16 +216,12 @@ Wm4::Vector2<long> Narrowed(const Fraction& f) {
     return {static_cast<long>(f.numerator), static_cast<long>(f.denominator)};
 }
 
-// The crossings of a triangle's sides are rounded, so a triangle well beside a cut may seem to hide
-// some of it. Only those are asked whose box comes within a step of the cut's, on the screen.
-bool IsNear(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) {
-    const Corners t = CornersOf(baked, triangle);
-    const BakedVertex& p = cut.first.point;
-    const BakedVertex& q = cut.second.point;
-    const auto [lowX, highX] = std::minmax({t[0].x, t[1].x, t[2].x});
-    const auto [lowY, highY] = std::minmax({t[0].y, t[1].y, t[2].y});
-    return lowX <= std::max(p.x, q.x) + 1 && highX >= std::min(p.x, q.x) - 1 &&
-           lowY <= std::max(p.y, q.y) + 1 && highY >= std::min(p.y, q.y) - 1;
+ScreenBox BoxOfTriangle(const BakedTriangles& baked, unsigned int triangle) {
+    return BoxOf(CornersOf(baked, triangle));
+}
+
+ScreenBox BoxAround(const Cut& cut) {
+    return BoxOf(cut.first.point, cut.second.point).grownBy(1);
 }
 
 // --- what remains visible ---
@@ -235,15 +242,21 @@ std::vector<ctr::RationalInterval> Complement(const std::vector<ctr::RationalInt
     return visible;
 }
 
-std::vector<ctr::RationalInterval>
-HiddenByAny(const BakedTriangles& baked, const Cut& cut, CutCounts& counts) {
+// The crossings of a triangle's sides are rounded, so a triangle well beside a cut may seem to hide
+// some of it. Only those are asked whose box comes within a step of the cut's, on the screen.
+std::vector<ctr::RationalInterval> HiddenByAny(const BakedTriangles& baked,
+                                               const Cut& cut,
+                                               const TrianglesNear& near,
+                                               CutCounts& counts) {
     std::vector<ctr::RationalInterval> ranges;
-    for (unsigned int k = 0; k < baked.trianglePlanes.size(); ++k) {
+    const ScreenBox box = BoxAround(cut);
+    for (const unsigned int k : near(box)) {
         const auto range = HiddenOfCut(baked, cut, k);
-        if (range && IsNear(baked, cut, k)) {
+        const bool isNear = BoxOfTriangle(baked, k).meets(box);
+        if (range && isNear) {
             ranges.push_back(*range);
         }
-        counts.hiddenFromAfar += range && !IsNear(baked, cut, k) ? 1 : 0;
+        counts.hiddenFromAfar += range && !isNear ? 1 : 0;
     }
     counts.hiddenRanges += static_cast<int>(ranges.size());
     return ranges;
@@ -287,9 +300,10 @@ bool IsGrazing(const BakedTriangles& baked, unsigned int i, unsigned int j) {
 void AppendCut(const BakedTriangles& baked,
                const Cut& cut,
                bool grazing,
+               const TrianglesNear& near,
                CutPieces& pieces,
                CutCounts& counts) {
-    const auto hidden = ExactUnion(HiddenByAny(baked, cut, counts));
+    const auto hidden = ExactUnion(HiddenByAny(baked, cut, near, counts));
     const auto visible = Complement(hidden);
     counts.partlyHidden += !hidden.empty() && !visible.empty() ? 1 : 0;
     counts.piecesDropped += AppendPieces(cut, visible, pieces.visible);
@@ -321,6 +335,9 @@ CutOf(const BakedTriangles& baked, unsigned int i, unsigned int j, CutCounts& co
     const Corners b = CornersOf(baked, j);
     const Distances ofA = DistancesOf(a, b[0], normalB);
     const Distances ofB = DistancesOf(b, a[0], normalA);
+    if (!BoxesMeet(a, b)) {
+        return std::nullopt;
+    }
     if (!Straddles(ofA) || !Straddles(ofB)) {
         counts.touching += HasZero(ofA) || HasZero(ofB) ? 1 : 0;
         return std::nullopt;
@@ -358,20 +375,28 @@ HiddenOfCut(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) 
     return ctr::RationalInterval{Narrowed(window.start), Narrowed(window.end)};
 }
 
-CutPieces PiecesOfCuts(const BakedTriangles& baked, CutCounts& counts) {
+CutPieces PiecesOfCuts(const BakedTriangles& baked, const TrianglesNear& near, CutCounts& counts) {
     CutPieces pieces;
     const auto triangles = static_cast<unsigned int>(baked.trianglePlanes.size());
     for (unsigned int i = 0; i < triangles; ++i) {
-        for (unsigned int j = i + 1; j < triangles; ++j) {
-            if (const auto cut = CutOf(baked, i, j, counts)) {
+        for (const unsigned int j : near(BoxOfTriangle(baked, i))) {
+            const auto cut = j > i ? CutOf(baked, i, j, counts) : std::nullopt;
+            if (cut) {
                 counts.atOwnTriangle += HiddenOfCut(baked, *cut, i) ? 1 : 0;
                 counts.atOwnTriangle += HiddenOfCut(baked, *cut, j) ? 1 : 0;
-                AppendCut(baked, *cut, IsGrazing(baked, i, j), pieces, counts);
+                AppendCut(baked, *cut, IsGrazing(baked, i, j), near, pieces, counts);
             }
         }
     }
     counts.pieces += static_cast<int>(pieces.visible.size());
     return pieces;
+}
+
+CutPieces PiecesOfCuts(const BakedTriangles& baked, CutCounts& counts) {
+    std::vector<unsigned int> all(baked.trianglePlanes.size());
+    std::iota(all.begin(), all.end(), 0U);
+    return PiecesOfCuts(
+        baked, [&](const ScreenBox&) { return all; }, counts);
 }
 
 std::vector<GridPiece> VisibleCuts(const BakedTriangles& baked, CutCounts& counts) {

@@ -5,9 +5,11 @@
 #include <ctr/BakedTriangles.h>
 
 #include "support/ExactFractions.h"
+#include "support/ScreenBins.h"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -62,7 +64,15 @@ struct CutPieces {
     std::vector<GridPiece> hidden; ///< Not of triangles within sixteen steps of each other's plane.
 };
 
-/// The pieces of all cuts, by pair and then along each cut.
+/// The numbers of triangles, each once: at least of all whose boxes on the screen meet a rectangle.
+using TrianglesNear = std::function<std::vector<unsigned int>(const ScreenBox&)>;
+
+/// The pieces of all cuts, pair by pair and along each cut. Only pairs of triangles that are near
+/// each other are looked at, and only what is near a cut as what may hide it.
+CutPieces
+PiecesOfCuts(const ctr::BakedTriangles& baked, const TrianglesNear& near, CutCounts& counts);
+
+/// The same with every pair, and every triangle.
 CutPieces PiecesOfCuts(const ctr::BakedTriangles& baked, CutCounts& counts);
 
 /// The visible pieces of all cuts, by pair and then along each cut.

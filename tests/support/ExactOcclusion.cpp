@@ -134,14 +134,21 @@ HiddenRanges(const ExactBaked& baked, const ctr::BakedVertex& a, const ctr::Bake
     return ranges;
 }
 
+bool HidesPoint(const GridTriangle& triangle,
+                const ctr::BakedVertex& a,
+                const ctr::BakedVertex& b,
+                const Fraction& parameter) {
+    const WidePoint point = PointAt(Widen(a), Widen(b), parameter);
+    const auto corners = Widen(triangle);
+    return IsInside(corners, point) && DepthBehind(corners, point) > 0;
+}
+
 bool IsPointHidden(const ExactBaked& baked,
                    const ctr::BakedVertex& a,
                    const ctr::BakedVertex& b,
                    const Fraction& parameter) {
-    const WidePoint point = PointAt(Widen(a), Widen(b), parameter);
     for (std::size_t i = 0; i < baked.triangles.size(); ++i) {
-        const auto triangle = Widen(baked.corners(i));
-        if (IsInside(triangle, point) && DepthBehind(triangle, point) > 0) {
+        if (HidesPoint(baked.corners(i), a, b, parameter)) {
             return true;
         }
     }

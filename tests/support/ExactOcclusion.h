@@ -32,6 +32,13 @@ Encounter Meet(const GridTriangle& triangle, const ctr::BakedVertex& a, const ct
 std::vector<ctr::RationalInterval>
 HiddenRanges(const ExactBaked& baked, const ctr::BakedVertex& a, const ctr::BakedVertex& b);
 
+/// Whether a closed triangle lies strictly before the point of a -> b at a parameter; the limits
+/// are those of IsPointHidden().
+bool HidesPoint(const GridTriangle& triangle,
+                const ctr::BakedVertex& a,
+                const ctr::BakedVertex& b,
+                const Fraction& parameter);
+
 /// Whether some closed triangle lies strictly before the point of a -> b at a parameter, decided
 /// for that point alone. The parameter's parts have to be below 2^32, coordinates below 2^20.
 bool IsPointHidden(const ExactBaked& baked,

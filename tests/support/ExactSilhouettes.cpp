@@ -22,10 +22,6 @@ struct Runners {
     int downwards = 0;
 };
 
-Coordinates CoordinatesOf(const ctr::BakedVertex& v) {
-    return {v.x, v.y, v.z};
-}
-
 struct MeshRange {
     std::size_t firstTriangle;
     std::size_t endTriangle;
@@ -33,7 +29,7 @@ struct MeshRange {
     unsigned int firstVertex;
 };
 
-std::array<unsigned int, 2> EndsOf(const ExactBaked& baked, const Record& record) {
+std::array<unsigned int, 2> SideEnds(const ExactBaked& baked, const Record& record) {
     const auto& corners = baked.triangles[record.triangle];
     return {corners[(record.side + 2) % 3], corners[record.side]};
 }
@@ -42,7 +38,7 @@ std::map<Edge, Runners> EdgesOf(const ExactBaked& baked, const MeshRange& range)
     std::map<Edge, Runners> edges;
     for (std::size_t triangle = range.firstTriangle; triangle < range.endTriangle; ++triangle) {
         for (unsigned int side = 0; side < 3; ++side) {
-            const auto ends = EndsOf(baked, {triangle, side});
+            const auto ends = SideEnds(baked, {triangle, side});
             const Coordinates from = CoordinatesOf(baked.vertices[ends[0]]);
             const Coordinates to = CoordinatesOf(baked.vertices[ends[1]]);
             const Edge edge = from < to ? Edge(from, to) : Edge(to, from);
@@ -55,7 +51,7 @@ std::map<Edge, Runners> EdgesOf(const ExactBaked& baked, const MeshRange& range)
 
 std::array<unsigned int, 2>
 OwnEdge(const ExactBaked& baked, const MeshRange& range, const Record& record) {
-    auto ends = EndsOf(baked, record);
+    auto ends = SideEnds(baked, record);
     if (CoordinatesOf(baked.vertices[ends[1]]) < CoordinatesOf(baked.vertices[ends[0]])) {
         std::swap(ends[0], ends[1]);
     }

@@ -4,10 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
-#include <iterator>
 #include <limits>
+#include <locale>
 #include <sstream>
 #include <utility>
 
@@ -314,8 +313,13 @@ void DescribeMesh(std::ostream& out, const kx::kxTriMesh& mesh) {
 
 Scene RandomScene(std::uint64_t seed) {
     Random random(seed);
-    Scene scene;
+    Scene scene = RandomScene(random);
     scene.seed = seed;
+    return scene;
+}
+
+Scene RandomScene(Random& random) {
+    Scene scene;
     const View view = AnyView(random);
     scene.space = view.space;
     for (int i = random.between(1, 3); i > 0; --i) {
@@ -335,6 +339,43 @@ ctr::BakedVertex RandomGridPoint(Random& random, const Scene& scene, const Exact
     }
     return {random.between(0, Across(scene)), random.between(0, Across(scene)),
             random.between(0, Deep(scene))};
+}
+
+GridEdge RandomGridEdge(Random& random, const Scene& scene, const ExactBaked& baked) {
+    if (!baked.triangles.empty() && random.percent(50)) {
+        const int triangle = random.below(static_cast<int>(baked.triangles.size()));
+        const GridTriangle corners = baked.corners(static_cast<std::size_t>(triangle));
+        const auto k = static_cast<std::size_t>(random.below(3));
+        return {corners[k], corners[(k + 1) % 3]};
+    }
+    const ctr::BakedVertex a = RandomGridPoint(random, scene, baked);
+    return {a, RandomGridPoint(random, scene, baked)};
+}
+
+std::optional<std::array<Point, 2>> RandomWorldEdge(Random& random, const Scene& scene) {
+    std::array<Point, 2> ends;
+    for (Point& end : ends) {
+        const int entry = random.below(static_cast<int>(scene.meshes.size()));
+        const kx::kxTriMesh* mesh = scene.meshes[static_cast<std::size_t>(entry)].get();
+        if (mesh == nullptr) {
+            return std::nullopt;
+        }
+        const kx::kxVertexBuffer& vertices = *mesh->GetVertexBuffer();
+        end = mesh->GetWorldTransformation().ApplyForward(
+            vertices.Position3(random.below(vertices.GetVertexQuantity())), true);
+        if (!(end.SquaredLength() < 1e6F)) {
+            return std::nullopt;
+        }
+    }
+    return ends;
+}
+
+GridEdge ClippedEdge(const Scene& scene, const std::array<Point, 2>& ends, const GridEdge& other) {
+    GridEdge edge = other;
+    float w0 = 0;
+    float w1 = 0;
+    scene.space.clipEdgeWorld(ends[0], ends[1], edge.first, edge.second, w0, w1);
+    return edge;
 }
 
 std::string Describe(const Scene& scene) {

@@ -6,15 +6,18 @@
 #include "support/Random.h"
 #include "support/Scenes.h"
 
+#include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace test_support {
 
 /// Meshes (null entries among them) and the view they are seen through.
 struct Scene {
-    std::uint64_t seed = 0;
+    std::uint64_t seed = 0; ///< 0 for scenes that were made of no seed.
     ctr::DiscreteProjectionSpace space;
     std::vector<kx::kxPointer<kx::kxTriMesh>> meshes;
 
@@ -25,8 +28,25 @@ struct Scene {
 /// on each axis.
 Scene RandomScene(std::uint64_t seed);
 
+/// The same out of any source; as a seed's own generator it gives the scene of that seed.
+Scene RandomScene(Random& random);
+
 /// A vertex of a triangle of the scene, half of the time, or else any point of the grid.
 ctr::BakedVertex RandomGridPoint(Random& random, const Scene& scene, const ExactBaked& baked);
+
+/// An edge on the grid, first end first.
+using GridEdge = std::pair<ctr::BakedVertex, ctr::BakedVertex>;
+
+/// A side of a triangle of the scene, half of the time, or else an edge between two such points.
+GridEdge RandomGridEdge(Random& random, const Scene& scene, const ExactBaked& baked);
+
+/// Two vertices of the meshes in world space; nothing when one is far outside any view or no
+/// number.
+std::optional<std::array<Point, 2>> RandomWorldEdge(Random& random, const Scene& scene);
+
+/// An edge as the generator makes it out of two points in the world: clipped, then quantised. The
+/// other one when nothing of it is in the view.
+GridEdge ClippedEdge(const Scene& scene, const std::array<Point, 2>& ends, const GridEdge& other);
 
 /// Seed, grid and triangles of a scene as text, to see what a failure was about.
 std::string Describe(const Scene& scene);

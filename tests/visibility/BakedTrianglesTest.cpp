@@ -6,6 +6,7 @@
 #include "support/Baking.h"
 #include "support/ExactBaking.h"
 #include "support/RandomScenes.h"
+#include "support/SceneAgreement.h"
 
 #include <gtest/gtest.h>
 
@@ -22,6 +23,8 @@ using ctr::BakedTriangles;
 using test_support::Bake;
 using test_support::BakedMeshes;
 using test_support::BakeExactly;
+using test_support::CheckTree;
+using test_support::CompareBaking;
 using test_support::Coordinates;
 using test_support::CoordinatesOf;
 using test_support::ExactBaked;
@@ -30,7 +33,6 @@ using test_support::MakeMesh;
 using test_support::MeshData;
 using test_support::MeshList;
 using test_support::Point;
-using test_support::Random;
 using test_support::Scaled;
 using test_support::Triangle;
 
@@ -565,72 +567,13 @@ TEST(BakedTrianglesFirstPass, CountsTrianglesThatAreDroppedLater) {
 
 // --- the tree ---
 
-kx::kxBBox BoxOfTriangle(const BakedTriangles& baked, unsigned int triangle) {
-    kx::kxBBox box;
-    for (unsigned int k = 0; k < 3; ++k) {
-        const Coordinates p =
-            CoordinatesOf(baked.vertices[baked.triangleIndices[3 * triangle + k]]);
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            box.min[axis] = std::min(box.min[axis], static_cast<float>(p[axis]));
-            box.max[axis] = std::max(box.max[axis], static_cast<float>(p[axis]));
-        }
-    }
-    return box;
-}
-
-kx::kxBBox Union(const kx::kxBBox& a, const kx::kxBBox& b) {
-    kx::kxBBox box;
-    for (int axis = 0; axis < 3; ++axis) {
-        box.min[axis] = std::min(a.min[axis], b.min[axis]);
-        box.max[axis] = std::max(a.max[axis], b.max[axis]);
-    }
-    return box;
-}
-
-bool IsLeaf(const kx::kxGenericBVH::Node& node) {
-    return node.first >> 30U == 3U;
-}
-
-// Checks the subtree below a node, notes its triangles and returns its number of nodes.
-unsigned int CheckSubtree(const BakedTriangles& baked, unsigned int number, Numbers& triangles) {
-    const auto& node = baked.bvh.nodes.at(number);
-    if (!IsLeaf(node)) {
-        const unsigned int first = node.first & 0x3fffffffU;
-        const unsigned int second = node.second & 0x0fffffffU;
-        const unsigned int below =
-            CheckSubtree(baked, first, triangles) + CheckSubtree(baked, second, triangles);
-        EXPECT_EQ(node.box, Union(baked.bvh.nodes[first].box, baked.bvh.nodes[second].box));
-        return below + 1;
-    }
-    EXPECT_GE(node.second, 1U);
-    EXPECT_LE(node.second, 10U);
-    kx::kxBBox box;
-    for (unsigned int slot = 0; slot < node.second; ++slot) {
-        triangles.push_back(baked.bvh.primitives.at((node.first & 0x3fffffffU) + slot));
-        box = Union(box, BoxOfTriangle(baked, triangles.back()));
-    }
-    EXPECT_EQ(node.box, box);
-    return 1;
-}
-
-void CheckTree(const BakedTriangles& baked) {
-    Numbers triangles;
-    EXPECT_EQ(CheckSubtree(baked, 0, triangles), baked.bvh.nodes.size());
-    std::sort(triangles.begin(), triangles.end());
-    Numbers all(baked.trianglePlanes.size());
-    for (unsigned int i = 0; i < all.size(); ++i) {
-        all[i] = i;
-    }
-    EXPECT_EQ(triangles, all);
-}
-
 TEST(BakedTrianglesTree, HoldsEveryTriangleOnceInBoxesOfGridCoordinates) {
     const auto height = [](int x, int y) { return static_cast<float>((x * 5 + y * 3) % 7); };
     const BakedMeshes flat({test_support::GridOfQuads(40, 40, height)}, LatticeSpace(6, 4));
-    CheckTree(flat.baked);
+    EXPECT_EQ(CheckTree(flat.baked), "");
     const BakedMeshes ball({test_support::Sphere(Point(0, 0, 4), 2, 24, 12)},
                            test_support::PerspectiveSpace(10, 10, 1, 1, 8));
-    CheckTree(ball.baked);
+    EXPECT_EQ(CheckTree(ball.baked), "");
     EXPECT_EQ(ball.baked.trianglePlanes.size(), ball.baked.triangleIndices.size() / 3);
 }
 
@@ -723,36 +666,6 @@ TEST(BakedMesh, IsEmptyWhenNothingWasBaked) {
 
 // --- random scenes ---
 
-std::vector<std::array<long, 3>> AllPlanes(const ExactBaked& baked) {
-    std::vector<std::array<long, 3>> all;
-    for (const auto& n : baked.planes) {
-        all.push_back({n[0], n[1], n[2]});
-    }
-    return all;
-}
-
-Numbers AllIndices(const ExactBaked& baked) {
-    Numbers all;
-    for (const auto& triangle : baked.triangles) {
-        all.insert(all.end(), triangle.begin(), triangle.end());
-    }
-    return all;
-}
-
-void CheckAgainst(const ExactBaked& exact, const BakedTriangles& baked) {
-    EXPECT_EQ(AllCoordinates(baked.vertices), AllCoordinates(exact.vertices));
-    EXPECT_EQ(baked.triangleIndices, AllIndices(exact));
-    EXPECT_EQ(AllPlanes(baked), AllPlanes(exact));
-    EXPECT_EQ(baked.meshFirstVertex, exact.meshFirstVertex);
-    EXPECT_EQ(baked.meshFirstTriangle, exact.meshFirstTriangle);
-    EXPECT_EQ(baked.clippedTriangleOrigins, exact.origins);
-    if (exact.triangles.empty()) {
-        EXPECT_TRUE(baked.bvh.nodes.empty());
-    } else {
-        CheckTree(baked);
-    }
-}
-
 struct BakingCounts {
     int whole = 0;
     int clipped = 0;
@@ -785,8 +698,8 @@ TEST(BakedTriangles, RandomScenesAreBakedExactly) {
         const auto scene = test_support::RandomScene(static_cast<std::uint64_t>(seed));
         const ExactBaked exact = BakeExactly(scene.space, scene.meshList());
         Count(counts, scene, exact);
-        CheckAgainst(exact, Bake(scene.space, scene.meshList()));
-        ASSERT_FALSE(testing::Test::HasFailure()) << test_support::Describe(scene);
+        ASSERT_EQ(CompareBaking(exact, Bake(scene.space, scene.meshList())), "")
+            << test_support::Describe(scene);
     }
     RecordProperty("whole_triangles", counts.whole);
     RecordProperty("clipped_triangles", counts.clipped);
@@ -807,9 +720,10 @@ TEST(BakedTriangles, RandomScenesAreBakedExactlyOnFineGrids) {
     for (int seed = 0; seed < Scaled(2000); ++seed) {
         auto scene = test_support::RandomScene(static_cast<std::uint64_t>(seed));
         ASSERT_TRUE(scene.space.setVoxelBitSize(kBits[seed % 5][0], kBits[seed % 5][1]));
-        CheckAgainst(BakeExactly(scene.space, scene.meshList()),
-                     Bake(scene.space, scene.meshList()));
-        ASSERT_FALSE(testing::Test::HasFailure()) << test_support::Describe(scene);
+        ASSERT_EQ(CompareBaking(BakeExactly(scene.space, scene.meshList()),
+                                Bake(scene.space, scene.meshList())),
+                  "")
+            << test_support::Describe(scene);
     }
 }
 

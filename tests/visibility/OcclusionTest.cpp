@@ -6,6 +6,7 @@
 #include "support/Baking.h"
 #include "support/ExactOcclusion.h"
 #include "support/RandomScenes.h"
+#include "support/SceneAgreement.h"
 
 #include <gtest/gtest.h>
 
@@ -24,12 +25,10 @@ namespace {
 using ctr::BakedTriangles;
 using ctr::BakedVertex;
 using ctr::RationalInterval;
-using test_support::Bake;
 using test_support::BakedMeshes;
-using test_support::BakeExactly;
-using test_support::Compare;
+using test_support::BakedScene;
 using test_support::ExactBaked;
-using test_support::Fraction;
+using test_support::GridEdge;
 using test_support::MeshData;
 using test_support::Point;
 using test_support::Random;
@@ -432,93 +431,6 @@ struct OcclusionCounts {
     int ofClipped = 0; // scenes with clipped triangles that hide something
 };
 
-struct RandomCase {
-    Scene scene;
-    ExactBaked exact;
-    BakedTriangles baked;
-
-    explicit RandomCase(Scene made)
-        : scene(std::move(made)), exact(BakeExactly(scene.space, scene.meshList())),
-          baked(Bake(scene.space, scene.meshList())) {}
-    RandomCase(const RandomCase&) = delete;
-    RandomCase& operator=(const RandomCase&) = delete;
-};
-
-using GridEdge = std::pair<BakedVertex, BakedVertex>;
-
-// Sides of baked triangles, and edges between any points of the grid, vertices preferred.
-GridEdge AnyEdge(Random& random, const RandomCase& test) {
-    if (!test.exact.triangles.empty() && random.percent(50)) {
-        const int triangle = random.below(static_cast<int>(test.exact.triangles.size()));
-        const auto corners = test.exact.corners(static_cast<std::size_t>(triangle));
-        const auto k = static_cast<std::size_t>(random.below(3));
-        return {corners[k], corners[(k + 1) % 3]};
-    }
-    const BakedVertex a = test_support::RandomGridPoint(random, test.scene, test.exact);
-    return {a, test_support::RandomGridPoint(random, test.scene, test.exact)};
-}
-
-// An edge of a mesh or between two meshes as the generator makes it: clipped, then quantised.
-bool AnyClippedEdge(Random& random, const Scene& scene, GridEdge& edge) {
-    Point ends[2];
-    for (Point& end : ends) {
-        const kx::kxTriMesh* mesh = scene
-                                        .meshes[static_cast<std::size_t>(
-                                            random.below(static_cast<int>(scene.meshes.size())))]
-                                        .get();
-        if (mesh == nullptr) {
-            return false;
-        }
-        const kx::kxVertexBuffer& vertices = *mesh->GetVertexBuffer();
-        end = mesh->GetWorldTransformation().ApplyForward(
-            vertices.Position3(random.below(vertices.GetVertexQuantity())), true);
-        if (!(end.SquaredLength() < 1e6F)) {
-            return false;
-        }
-    }
-    float w0 = 0;
-    float w1 = 0;
-    const auto range = scene.space.clipEdgeWorld(ends[0], ends[1], edge.first, edge.second, w0, w1);
-    return range.first < range.second;
-}
-
-void CheckRawRanges(const Intervals& raw) {
-    for (const RationalInterval& range : raw) {
-        EXPECT_GT(range.start.Y(), 0) << Text(range);
-        EXPECT_GT(range.end.Y(), 0) << Text(range);
-        EXPECT_GE(range.start.X(), 0) << Text(range);
-        EXPECT_LT(Compare(range.start, range.end), 0) << Text(range);
-        EXPECT_LE(range.end.X(), range.end.Y()) << Text(range);
-    }
-}
-
-// Every stretch between neighbouring ends is hidden or visible as a whole: one point tells which.
-void CheckSamples(const ExactBaked& exact,
-                  const GridEdge& edge,
-                  const Intervals& raw,
-                  const Intervals& fused) {
-    for (const Fraction& sample : test_support::SamplesBetweenEnds(raw)) {
-        EXPECT_EQ(test_support::Contains(fused, sample),
-                  test_support::IsPointHidden(exact, edge.first, edge.second, sample))
-            << "at " << Text(sample);
-    }
-}
-
-Intervals CheckEdge(const ExactBaked& exact, const BakedTriangles& baked, const GridEdge& edge) {
-    const Intervals expected = test_support::HiddenRanges(exact, edge.first, edge.second);
-    const Intervals raw = Query(baked, edge.first, edge.second);
-    CheckRawRanges(raw);
-    Intervals sorted = raw;
-    test_support::SortByValue(sorted);
-    EXPECT_TRUE(SameValue(sorted, expected)) << Text(sorted) << " instead of " << Text(expected);
-    EXPECT_TRUE(SameForm(sorted, expected)) << Text(sorted) << " instead of " << Text(expected);
-    Intervals fused = raw;
-    ctr::IntervalTools::FuseOverlappingIntervals(fused);
-    const Intervals united = test_support::ExactUnion(expected);
-    EXPECT_TRUE(SameForm(fused, united)) << Text(fused) << " instead of " << Text(united);
-    return fused;
-}
-
 void Count(OcclusionCounts& counts,
            const ExactBaked& exact,
            const GridEdge& edge,
@@ -541,7 +453,7 @@ void Count(OcclusionCounts& counts,
     counts.ofClipped += exact.trianglesClipped > 0 && ranges > 0 ? 1 : 0;
 }
 
-std::string Explain(const RandomCase& test, const GridEdge& edge) {
+std::string Explain(const BakedScene& test, const GridEdge& edge) {
     std::ostringstream text;
     for (const BakedVertex& end : {edge.first, edge.second}) {
         text << '(' << end.x << ' ' << end.y << ' ' << end.z << ") ";
@@ -551,29 +463,30 @@ std::string Explain(const RandomCase& test, const GridEdge& edge) {
     return text.str();
 }
 
-void CheckAndCount(OcclusionCounts& counts,
-                   const RandomCase& test,
-                   const GridEdge& edge,
-                   bool samples) {
-    const Intervals fused = CheckEdge(test.exact, test.baked, edge);
-    if (samples) {
-        CheckSamples(test.exact, edge, Query(test.baked, edge.first, edge.second), fused);
-    }
-    Count(counts, test.exact, edge, fused);
-    ASSERT_FALSE(testing::Test::HasFailure()) << Explain(test, edge);
+Intervals Fused(Intervals ranges) {
+    ctr::IntervalTools::FuseOverlappingIntervals(ranges);
+    return ranges;
 }
 
-void CheckRandomScene(OcclusionCounts& counts, const RandomCase& test, int edges, bool samples) {
+GridEdge AnyEdge(Random& random, const BakedScene& test) {
+    const GridEdge edge = test_support::RandomGridEdge(random, test.scene, test.exact);
+    if (random.percent(20)) {
+        if (const auto ends = test_support::RandomWorldEdge(random, test.scene)) {
+            return ClippedEdge(test.scene, *ends, edge);
+        }
+    }
+    return edge;
+}
+
+void CheckRandomScene(OcclusionCounts& counts, const BakedScene& test, int edges, bool points) {
     Random random(~test.scene.seed);
     for (int i = 0; i < edges; ++i) {
-        GridEdge edge = AnyEdge(random, test);
-        if (random.percent(20)) {
-            AnyClippedEdge(random, test.scene, edge);
+        const GridEdge edge = AnyEdge(random, test);
+        ASSERT_EQ(CompareOcclusion(test, edge), "") << Explain(test, edge);
+        if (points) {
+            ASSERT_EQ(CompareHiddenPoints(test, edge), "") << Explain(test, edge);
         }
-        CheckAndCount(counts, test, edge, samples);
-        if (testing::Test::HasFatalFailure()) {
-            return;
-        }
+        Count(counts, test.exact, edge, Fused(Query(test.baked, edge.first, edge.second)));
     }
 }
 
@@ -594,7 +507,7 @@ TEST(OcclusionQuery, RandomScenesAgreeWithBruteForce) {
     const int scenes = Scaled(20000);
     OcclusionCounts counts;
     for (int seed = 0; seed < scenes; ++seed) {
-        const RandomCase test(test_support::RandomScene(static_cast<std::uint64_t>(seed)));
+        const BakedScene test(test_support::RandomScene(static_cast<std::uint64_t>(seed)));
         CheckRandomScene(counts, test, 16, true);
         if (testing::Test::HasFatalFailure()) {
             return;
@@ -621,7 +534,7 @@ TEST(OcclusionQuery, RandomScenesAgreeWithBruteForceOnFineGrids) {
     for (int seed = 0; seed < scenes; ++seed) {
         Scene scene = test_support::RandomScene(static_cast<std::uint64_t>(seed));
         ASSERT_TRUE(scene.space.setVoxelBitSize(kBits[seed % 5][0], kBits[seed % 5][1]));
-        CheckRandomScene(counts, RandomCase(std::move(scene)), 16, false);
+        CheckRandomScene(counts, BakedScene(std::move(scene)), 16, false);
         if (testing::Test::HasFatalFailure()) {
             return;
         }

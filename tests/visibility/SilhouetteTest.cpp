@@ -5,6 +5,7 @@
 #include "support/Baking.h"
 #include "support/ExactSilhouettes.h"
 #include "support/RandomScenes.h"
+#include "support/SceneAgreement.h"
 
 #include <gtest/gtest.h>
 
@@ -13,8 +14,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <set>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -23,8 +22,6 @@ using ctr::BakedTriangles;
 using ctr::LineSegmentSet;
 using test_support::Bake;
 using test_support::BakedMeshes;
-using test_support::BakeExactly;
-using test_support::ExactBaked;
 using test_support::LatticeSpace;
 using test_support::MakeMesh;
 using test_support::MeshData;
@@ -332,48 +329,13 @@ TEST(SilhouetteSets, AreTheSameEveryTime) {
 
 // --- random scenes ---
 
-struct SilhouetteCounts {
-    int segments = 0;
-    int inside = 0;
-    int folded = 0;
-    int ofClipping = 0;
-    int restored = 0;
-    int nullSlots = 0;
-};
-
-void Count(SilhouetteCounts& counts, const test_support::ExactSilhouette& exact) {
-    counts.segments += static_cast<int>(exact.segments.size());
-    counts.inside += exact.edgesInside;
-    counts.folded += exact.edgesFolded;
-    counts.ofClipping += exact.edgesOfClipping;
-    counts.restored += exact.edgesRestored;
-    counts.nullSlots += exact.segments.empty() ? 1 : 0;
-}
-
-void CheckRandomScene(SilhouetteCounts& counts, const test_support::Scene& scene) {
-    const ExactBaked exact = BakeExactly(scene.space, scene.meshList());
-    const auto expected = test_support::SilhouettesExactly(exact, scene.meshList());
-    const Silhouettes silhouettes(Bake(scene.space, scene.meshList()));
-    EXPECT_EQ(silhouettes.found, !exact.triangles.empty());
-    ASSERT_EQ(silhouettes.sets.size(), expected.size());
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        const SetPointer& set = silhouettes.sets[i];
-        Count(counts, expected[i]);
-        EXPECT_EQ(static_cast<bool>(set), !expected[i].segments.empty()) << "mesh " << i;
-        if (set) {
-            EXPECT_EQ(SegmentsOf(*set), expected[i].segments) << "mesh " << i;
-            EXPECT_EQ(set->GetVertexBuffer(), scene.meshes[i]->GetVertexBuffer()) << "mesh " << i;
-        }
-    }
-}
-
 TEST(Silhouettes, RandomScenesAgreeWithThePlainMap) {
     const int scenes = Scaled(20000);
-    SilhouetteCounts counts;
+    test_support::SilhouetteCounts counts;
     for (int seed = 0; seed < scenes; ++seed) {
-        const auto scene = test_support::RandomScene(static_cast<std::uint64_t>(seed));
-        CheckRandomScene(counts, scene);
-        ASSERT_FALSE(testing::Test::HasFailure()) << test_support::Describe(scene);
+        const test_support::BakedScene test(
+            test_support::RandomScene(static_cast<std::uint64_t>(seed)));
+        ASSERT_EQ(CompareSilhouettes(test, counts), "") << test_support::Describe(test.scene);
     }
     RecordProperty("segments", counts.segments);
     RecordProperty("edges_inside", counts.inside);
