@@ -72,6 +72,8 @@ RationalInterval WholeSegment() {
 } // namespace
 
 struct GeometricFeaturesGenerator::tInternal {
+    void setCluster(const MeshList& meshes, const MeshList* occluders);
+    void clearClusters();
     void initBakedTriangles();
     LineSegmentSet* computeCreaseEdges(unsigned int cluster) const;
     LineSegmentSet* computeSilhouetteEdges(unsigned int cluster) const;
@@ -93,6 +95,23 @@ struct GeometricFeaturesGenerator::tInternal {
     std::vector<BakedTriangles> occluderBaked;
     kx::kxProgressNotifierInterface* progressNotifier = nullptr;
 };
+
+void GeometricFeaturesGenerator::tInternal::setCluster(const MeshList& meshes,
+                                                       const MeshList* occluders) {
+    exportClusters.assign(1, meshes);
+    occluderClusters.clear();
+    if (occluders != nullptr && !occluders->empty()) {
+        occluderClusters.assign(1, *occluders);
+    }
+    initBakedTriangles();
+}
+
+void GeometricFeaturesGenerator::tInternal::clearClusters() {
+    exportClusters.clear();
+    occluderClusters.clear();
+    exportBaked.clear();
+    occluderBaked.clear();
+}
 
 void GeometricFeaturesGenerator::tInternal::initBakedTriangles() {
     const std::size_t count = exportClusters.size();
@@ -196,12 +215,13 @@ void GeometricFeaturesGenerator::setProgressNotifier(kx::kxProgressNotifierInter
 
 void GeometricFeaturesGenerator::setSingleExportCluster(const MeshList& meshes,
                                                         const MeshList* occluders) {
-    internal_->exportClusters.assign(1, meshes);
-    internal_->occluderClusters.clear();
-    if (occluders != nullptr && !occluders->empty()) {
-        internal_->occluderClusters.assign(1, *occluders);
+    // Half of the old cluster and half of the new one would be worse than none.
+    try {
+        internal_->setCluster(meshes, occluders);
+    } catch (...) {
+        internal_->clearClusters();
+        throw;
     }
-    internal_->initBakedTriangles();
 }
 
 BakedTriangles& GeometricFeaturesGenerator::getBakedTriangles(unsigned int cluster) {

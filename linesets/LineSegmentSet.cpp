@@ -12,17 +12,19 @@ LineSegmentSet::LineSegmentSet() : kx::kxLine(nullptr, nullptr, false) {}
 LineSegmentSet::~LineSegmentSet() = default;
 
 bool LineSegmentSet::Clone(kx::kxRttiInterface*& target) const {
-    if (target == nullptr) {
-        target = new LineSegmentSet;
-    }
-    auto* const set = dynamic_cast<LineSegmentSet*>(target);
-    if (set == nullptr || !kxLine::Clone(target)) {
+    std::unique_ptr<LineSegmentSet> made(target == nullptr ? new LineSegmentSet : nullptr);
+    auto* const set = made != nullptr ? made.get() : dynamic_cast<LineSegmentSet*>(target);
+    kx::kxRttiInterface* copy = set;
+    if (set == nullptr || !kxLine::Clone(copy)) {
         return false;
     }
     set->segmentFlags.clear();
     if (set != this) {
         set->occlusionIntervals = occlusionIntervals;
         set->clipRanges = clipRanges;
+    }
+    if (made != nullptr) {
+        target = made.release();
     }
     return true;
 }

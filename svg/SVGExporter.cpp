@@ -76,7 +76,6 @@ struct SVGExporter::tInternal {
                      const std::string& styleName);
     bool isWritable() const { return stream.is_open() && stream.good(); }
 
-    std::string fileName;
     std::string title = "Illustration";
     std::string description;
     std::ofstream stream;
@@ -174,9 +173,16 @@ bool SVGExporter::openFile(const std::string& path) {
     if (stream.is_open()) {
         return false;
     }
+    const std::string fileName = kx::kxStringUtils::convertCharset(
+        path, kx::kxStringUtils::CS_UTF8, kx::kxStringUtils::CS_FILE_SYSTEM);
     stream.clear();
-    stream.open(kx::kxStringUtils::convertCharset(path, kx::kxStringUtils::CS_UTF8,
-                                                  kx::kxStringUtils::CS_FILE_SYSTEM));
+    try {
+        stream.open(fileName);
+    } catch (...) {
+        // Opened, but without the memory for a buffer: the next call shall find no open file.
+        stream.close();
+        throw;
+    }
     if (!stream.is_open()) {
         return false;
     }
@@ -185,7 +191,6 @@ bool SVGExporter::openFile(const std::string& path) {
         stream.setstate(std::ios::failbit);
         return false;
     }
-    internal_->fileName = path;
     return internal_->writeHeader();
 }
 

@@ -309,6 +309,24 @@ std::size_t FanTriangleCount(const std::list<BakedTriangles::ClippedPolygon>& po
     return count;
 }
 
+/// Leaves nothing baked when baking does not come to its end.
+class WholeOrNothing {
+public:
+    explicit WholeOrNothing(BakedTriangles& baked) : baked_(&baked) {}
+    WholeOrNothing(const WholeOrNothing&) = delete;
+    WholeOrNothing& operator=(const WholeOrNothing&) = delete;
+    ~WholeOrNothing() {
+        if (baked_ != nullptr) {
+            baked_->clearData();
+        }
+    }
+
+    void isWhole() { baked_ = nullptr; }
+
+private:
+    BakedTriangles* baked_;
+};
+
 } // namespace
 
 BakedTriangles::tFirstPassData::~tFirstPassData() {
@@ -357,6 +375,7 @@ void BakedTriangles::initializeFirstPass(tFirstPassData& data) const {
 
 void BakedTriangles::initialize() {
     clearData();
+    WholeOrNothing guard(*this);
     tFirstPassData data;
     initializeFirstPass(data);
 
@@ -382,6 +401,7 @@ void BakedTriangles::initialize() {
                                              kMaxTrianglesInLeaf)) {
         computeBakedBVHBBox(0);
     }
+    guard.isWhole();
 }
 
 unsigned int BakedTriangles::computeBakedBVHBBox(unsigned int node) {

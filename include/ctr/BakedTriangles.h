@@ -58,7 +58,8 @@ public:
     /// Bakes the meshes; both setters have to have been called. May be called again.
     ///
     /// Triangles outside the view, seen edge-on, with a coordinate that is not finite or with
-    /// vertices that do not exist are left out. O(n log n) in the number of triangles.
+    /// vertices that do not exist are left out. An exception leaves nothing baked. O(n log n) in
+    /// the number of triangles.
     void initialize();
 
     /// The counting and clipping pass of initialize().

@@ -43,7 +43,8 @@ public:
 
     /// Takes the meshes to draw and those that only hide (may be null), and bakes both.
     ///
-    /// Null meshes are allowed. The expensive step: O(n log n) in the number of triangles.
+    /// Null meshes are allowed. An exception leaves no cluster. The expensive step: O(n log n) in
+    /// the number of triangles.
     void setSingleExportCluster(const std::vector<const kx::kxTriMesh*>& meshes,
                                 const std::vector<const kx::kxTriMesh*>* occluders);
 

@@ -1,6 +1,8 @@
 // Line geometry and its copy.
 #include <kxSceneGraph/kxLine.h>
 
+#include <memory>
+
 namespace kx {
 
 constinit const kxRtti kxLine::TYPE("kxLine", &kxBaseGeometry::TYPE);
@@ -19,11 +21,9 @@ kxBaseGeometry::GeometryType kxLine::GetGeometryType() const {
 }
 
 bool kxLine::Clone(kxRttiInterface*& target) const {
-    if (!target) {
-        target = new kxLine(nullptr, nullptr, strip_);
-    }
+    std::unique_ptr<kxLine> made(target ? nullptr : new kxLine(nullptr, nullptr, strip_));
     // A record cannot tell a class that shares its base's record, the language's own cast can.
-    auto* line = dynamic_cast<kxLine*>(target);
+    auto* line = made ? made.get() : dynamic_cast<kxLine*>(target);
     if (!line) {
         return false;
     }
@@ -31,6 +31,9 @@ bool kxLine::Clone(kxRttiInterface*& target) const {
     line->color_ = color_;
     line->width_ = width_;
     line->strip_ = strip_;
+    if (made) {
+        target = made.release();
+    }
     return true;
 }
 

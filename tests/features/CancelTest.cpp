@@ -11,6 +11,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <sstream>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -135,6 +139,120 @@ TEST(WholeRun, CanBeStoppedAtEveryQuestion) {
     for (long n = 1; n <= questions.all(); ++n) {
         SCOPED_TRACE(n);
         CheckStoppedAt(n, questions);
+    }
+}
+
+// --- after a stop -----------------------------------------------------------------------------
+
+/// What a set says about its segment: where it lies, and what is hidden and clipped of it.
+std::string RecordText(const LineSegmentSet& set, std::size_t segment) {
+    std::ostringstream text;
+    for (const auto& numbers : test_support::NumbersOf(set.occlusionIntervals[segment])) {
+        for (const long number : numbers) {
+            text << number << ' ';
+        }
+        text << '|';
+    }
+    for (const float number : test_support::NumbersOf(set.clipRanges[segment])) {
+        text << test_support::Bits(number) << ' ';
+    }
+    return text.str();
+}
+
+/// Segments, vertices and records of a set; "null" for none.
+std::string SetText(const SetPointer& set) {
+    if (!set) {
+        return "null\n";
+    }
+    std::ostringstream text;
+    for (const unsigned int index : test_support::IndicesOf(*set)) {
+        text << index << ' ';
+    }
+    for (const auto& position : test_support::PositionsOf(*set)) {
+        for (const auto bits : test_support::Bits(position)) {
+            text << bits << ' ';
+        }
+    }
+    for (std::size_t i = 0; i < set->clipRanges.size(); ++i) {
+        text << RecordText(*set, i) << '\n';
+    }
+    return text.str();
+}
+
+std::string RecordText(const GeometricFeatures& features) {
+    return SetText(features.creaseEdges) + SetText(features.silhouetteEdges) +
+           SetText(features.intersectionEdges);
+}
+
+// The visited segments have their final records; the others have none yet.
+void ExpectPartOf(const SetPointer& whole, const SetPointer& stopped) {
+    for (std::size_t i = 0; i < stopped->clipRanges.size(); ++i) {
+        const bool visited = stopped->clipRanges[i].t1 == 1.0F;
+        EXPECT_TRUE(visited ? RecordText(*stopped, i) == RecordText(*whole, i)
+                            : stopped->occlusionIntervals[i].empty())
+            << "segment " << i;
+    }
+}
+
+TEST(WholeRun, StoppedLeavesTheRecordsOfTheSegmentsVisited) {
+    StoppedRun free(kNever);
+    const long all = free.stopper.asked();
+    for (long n = 2; n <= all; ++n) {
+        SCOPED_TRACE(n);
+        const StoppedRun run(n);
+        ExpectPartOf(free.out.creaseEdges, run.out.creaseEdges);
+        ExpectPartOf(free.out.silhouetteEdges, run.out.silhouetteEdges);
+    }
+}
+
+TEST(WholeRun, StoppedAtAnyQuestionCanBeRepeated) {
+    StoppedRun free(kNever);
+    const std::string expected = RecordText(free.out);
+    const long all = free.stopper.asked();
+    for (long n = 1; n <= all; ++n) {
+        StoppedRun run(n);
+        run.generator.setProgressNotifier(nullptr);
+        run.generator.computeGeometricFeatures(run.out, 0, false);
+        ASSERT_TRUE(RecordText(run.out) == expected) << "question " << n;
+    }
+}
+
+// With lines that are both crease and silhouette taken out, and a set of the caller's hidden next.
+TEST(WholeRun, StoppedWithCommonSegmentsRemovedCanBeRepeated) {
+    StoppedRun plain(kNever);
+    plain.generator.setProgressNotifier(nullptr);
+    GeometricFeatures expected;
+    plain.generator.computeGeometricFeatures(expected, 0, true);
+    long asked = 0;
+    for (long n = 1; n - 1 <= asked; ++n) {
+        Stopper stopper(n);
+        GeometricFeatures out;
+        plain.generator.setProgressNotifier(&stopper);
+        plain.generator.computeGeometricFeatures(out, 0, true);
+        asked = stopper.asked();
+        plain.generator.setProgressNotifier(nullptr);
+        plain.generator.computeGeometricFeatures(out, 0, true);
+        ASSERT_TRUE(RecordText(out) == RecordText(expected)) << "question " << n;
+    }
+    EXPECT_GT(asked, SegmentsOf(expected.creaseEdges) + SegmentsOf(expected.silhouetteEdges));
+}
+
+TEST(WholeRun, ASetHiddenHalfwayIsFinishedByASecondTry) {
+    StoppedRun run(kNever);
+    const SetPointer whole = run.out.silhouetteEdges;
+    const std::vector<LineSegmentSet*> sets{whole.get()};
+    for (long n = 1; n <= SegmentsOf(whole) + 1; ++n) {
+        const SetPointer set(LineSegmentSet::FuseLineSegmentSets(sets));
+        set->occlusionIntervals.clear();
+        Stopper stopper(n);
+        stopper.setTotal(static_cast<double>(SegmentsOf(whole)));
+        run.generator.setProgressNotifier(&stopper);
+        run.generator.computeOcclusion(*set, 0);
+        ExpectPartOf(whole, set);
+        EXPECT_EQ(Visited(set), n - 1);
+        run.generator.setProgressNotifier(nullptr);
+        run.generator.computeOcclusion(*set, 0);
+        ASSERT_TRUE(SetText(set) == SetText(whole)) << "question " << n;
     }
 }
 
