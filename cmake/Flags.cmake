@@ -22,3 +22,7 @@ if(CTR_SANITIZE)
     -fsanitize=${CTR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(ctr_flags INTERFACE -fsanitize=${CTR_SANITIZE})
 endif()
+if(CTR_FUZZ)
+  # Counts what is run, for the fuzzers to find inputs that run something else.
+  target_compile_options(ctr_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

@@ -69,6 +69,9 @@ GivenJob ReadJob(const Json& entry, const std::string& where, const std::string&
             RefuseUsage(where + "name has to be a text, not " + TypeText(entry["name"]));
         }
         job.name = entry["name"].get<std::string>();
+        if (job.name.find('\0') != std::string::npos) {
+            RefuseUsage(where + "name has a zero character in its text");
+        }
     }
     KeySource source;
     source.file = path;

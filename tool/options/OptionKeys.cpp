@@ -8,6 +8,7 @@
 #include "options/Values.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
@@ -203,6 +204,9 @@ GivenOptions ReadKeys(const Json& object, const KeySource& source) {
             RefuseKey(source, key, OptionNames(source.place));
         }
         for (const std::string& text : TextsOf(source, *option, value)) {
+            if (text.find('\0') != std::string::npos) {
+                Refuse(source, key + " has a zero character in its text");
+            }
             given.add(key, text, source.valueWhere);
         }
     }
@@ -236,12 +240,15 @@ std::string ReadOptionFile(const std::string& path) {
     if (!file) {
         FailedToRead(path, std::generic_category().message(errno));
     }
-    std::string text(kLargestFile + 1, '\0');
-    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    std::string text;
+    std::array<char, 65536> block{};
+    while (text.size() <= kLargestFile && file) {
+        file.read(block.data(), block.size());
+        text.append(block.data(), static_cast<std::size_t>(file.gcount()));
+    }
     if (file.bad()) {
         FailedToRead(path, "cannot be read");
     }
-    text.resize(static_cast<std::size_t>(file.gcount()));
     if (text.size() > kLargestFile) {
         FailedToRead(path, "is too large for a file of options");
     }
