@@ -1,14 +1,12 @@
 # CTR_GROUPED: the files of a room are compiled in one go, which reads the headers that they share
-# once. Sanitizer builds and the lint need a fraction of the time; every file is compiled for
-# itself by the other presets, so that each still has to include what it uses.
+# once and takes a fraction of the time. Where it is off, every file is compiled for itself and has
+# to include what it uses. CTR_GROUPED_TESTS is the same for the tests.
 option(CTR_GROUPED "Compile the files of a room in one go" OFF)
+option(CTR_GROUPED_TESTS "Compile the tests of a room in one go" ${CTR_GROUPED})
 
 # Groups the sources of a target by folder. What a file keeps in its unnamed namespace needs a name
 # of its own in the room.
 function(ctr_group_by_room target)
-  if(NOT CTR_GROUPED)
-    return()
-  endif()
   get_target_property(sources ${target} SOURCES)
   get_target_property(base ${target} SOURCE_DIR)
   foreach(source IN LISTS sources)
@@ -24,7 +22,7 @@ endfunction()
 # all, each in a namespace of its own: tests may call their helpers the same. All headers come first,
 # as none may be read for the first time inside such a namespace.
 function(ctr_group_tests result name)
-  if(NOT CTR_GROUPED OR NOT ARGN)
+  if(NOT CTR_GROUPED_TESTS OR NOT ARGN)
     set(${result} ${ARGN} PARENT_SCOPE)
     return()
   endif()

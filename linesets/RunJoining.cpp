@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <numeric>
 #include <utility>
@@ -237,7 +238,9 @@ private:
         if (firstVertex(next) != vertex) {
             turn(next);
         }
-        if (chain.head->kind == 0) {
+        // Straight runs may begin with a clear flag and arcs with a set one: what the fit has taken
+        // for one whole becomes of one kind.
+        if (chain.head->kind != kindOfFit()) {
             markChain(chain);
         }
         markChain(next);
@@ -250,9 +253,11 @@ private:
 
     void markChain(const Chain& chain) const {
         for (Record* record = chain.head; record != nullptr; record = record->next) {
-            record->kind = straight_ ? kStraightKind : kArcKind;
+            record->kind = kindOfFit();
         }
     }
+
+    std::uint32_t kindOfFit() const { return straight_ ? kStraightKind : kArcKind; }
 
     /// Turns every record and the order of the links, so that the chain stays connected.
     void turn(Chain& chain) {

@@ -40,6 +40,7 @@ using test_support::Text;
 using test_support::Triangle;
 
 using Intervals = std::vector<RationalInterval>;
+using Fraction = Wm4::Vector2<long>;
 
 RationalInterval
 Range(long startNumerator, long startDenominator, long endNumerator, long endDenominator) {
@@ -169,6 +170,18 @@ TEST(OcclusionQuery, OnATieTheLaterSidesFractionIsTaken) {
     EXPECT_TRUE(Hides(scene.baked, {0, 0, 9}, {4, 4, 9}, {Range(16, 32, 1, 1)}));
     // Out at (2, 2) again, in the other direction.
     EXPECT_TRUE(Hides(scene.baked, {4, 4, 9}, {0, 0, 9}, {Range(0, 1, 16, 32)}));
+}
+
+TEST(OcclusionQuery, AnEndOnASideTakesThatSidesFraction) {
+    const BakedMeshes scene({LevelTriangle()});
+    const Intervals in = Query(scene.baked, {2, 5, 9}, {4, 5, 9});
+    ASSERT_EQ(in.size(), 1U);
+    EXPECT_EQ(in[0].start, Fraction(0, 16));
+    EXPECT_EQ(in[0].end, Fraction(1, 1));
+    const Intervals out = Query(scene.baked, {4, 5, 9}, {2, 5, 9});
+    ASSERT_EQ(out.size(), 1U);
+    EXPECT_EQ(out[0].start, Fraction(0, 1));
+    EXPECT_EQ(out[0].end, Fraction(16, 16));
 }
 
 TEST(OcclusionQuery, ATriangleNeverHidesItsOwnEdges) {

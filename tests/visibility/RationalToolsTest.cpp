@@ -158,6 +158,33 @@ TEST(GreaterThan, AgreesWithCrossProductsOnHardPairs) {
     EXPECT_GT(decidedBelow64Bits, Scaled(200000) / 20);
 }
 
+// Negative parts other than the first numerator count as unsigned, with products as
+// LargeIntegerProduct() makes them.
+TEST(GreaterThan, ComparesTheProductsWhateverTheSigns) {
+    int negative = 0;
+    int equalUpperHalves = 0;
+    for (int trial = 0; trial < Scaled(200000); ++trial) {
+        Random random(static_cast<std::uint64_t>(trial));
+        const auto any = [&] {
+            const auto bits = static_cast<unsigned int>(random.between(1, 63));
+            const auto size = static_cast<long>(random.next() >> (64U - bits));
+            return random.percent(30) ? -size : size;
+        };
+        const Rational a(static_cast<long>(random.next() >> random.between(1, 63)), any());
+        const Rational b(any(), random.percent(50) ? a.Y() : any());
+        const Product p = ProductWithSignedCarries(static_cast<unsigned long>(a.X()),
+                                                   static_cast<unsigned long>(b.Y()));
+        const Product q = ProductWithSignedCarries(static_cast<unsigned long>(b.X()),
+                                                   static_cast<unsigned long>(a.Y()));
+        const int expected = p == q ? 0 : (p.hi != q.hi ? p.hi > q.hi : p.lo > q.lo) ? 1 : -1;
+        ASSERT_EQ(RationalTools::GreaterThan(a, b), expected) << "trial " << trial;
+        negative += b.X() < 0 || a.Y() < 0 || b.Y() < 0 ? 1 : 0;
+        equalUpperHalves += p.hi == q.hi && p.lo != q.lo ? 1 : 0;
+    }
+    EXPECT_GT(negative, Scaled(200000) / 4);
+    EXPECT_GT(equalUpperHalves, Scaled(200000) / 20);
+}
+
 TEST(LargeIntegerProduct, GivesBothHalves) {
     EXPECT_EQ(ByLibrary(1UL << 32U, 1UL << 32U), (Product{1, 0}));
     EXPECT_EQ(ByLibrary(kTopBit - 1, 2), (Product{0, 0xfffffffffffffffeU}));
