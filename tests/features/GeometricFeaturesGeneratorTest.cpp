@@ -655,6 +655,18 @@ std::string Repeated(const std::string& text, int times) {
     return repeated;
 }
 
+TEST(Progress, OfAClusterOutOfRangeIsATotalOfNothing) {
+    const MeshPointer plate = Plate(2, 2, 8, 8, 5);
+    Drawing drawing({plate.get()});
+    Recorder recorder;
+    drawing.generator.setProgressNotifier(&recorder);
+    FilledRecord record;
+    drawing.generator.computeGeometricFeatures(record.out, 1, true);
+    EXPECT_EQ(recorder.total(), 0.0);
+    EXPECT_EQ(recorder.events().find_first_of("+x"), std::string::npos);
+    EXPECT_FALSE(record.out.intersectionEdges);
+}
+
 TEST(Progress, IsReportedInSegmentsAndTriangles) {
     const MeshPointer roof = Roof(40.0F); // 4 triangles, 8 creases, 6 silhouettes
     Drawing drawing({roof.get()});

@@ -311,6 +311,14 @@ TEST(FittingCircles, GrowAtEitherEnd) {
     }
 }
 
+TEST(FittingCircles, TheLastSegmentGivenAgainTakesTheEndBack) {
+    const Points points = Circle().arc(0.3, 4.0, 24);
+    FittingSystem system = Arc({points.begin(), points.begin() + 4});
+    EXPECT_EQ(system.lastPoint, points[3]);
+    system.addToSystem(points[2], points[3], false, true);
+    EXPECT_EQ(system.lastPoint, points[2]);
+}
+
 TEST(FittingCircles, AClosedChainSweepsAFullTurn) {
     for (const int sides : {6, 7, 12, 100, 1000}) {
         for (const double sign : {-1.0, 1.0}) {

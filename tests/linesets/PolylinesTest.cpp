@@ -183,6 +183,11 @@ TEST(Chaining, TagsStayWithTheirSegments) {
     EXPECT_EQ(c.tags, (Tags{2, 1, 3, 0}));
 }
 
+TEST(Chaining, MissingTagsAreNone) {
+    const Chained c = ChainStraight({1, 0, 0, 2, 3, 1, 7, 8}, {1, 2});
+    EXPECT_EQ(c.tags, (Tags{2, 1, 0, 0}));
+}
+
 TEST(Chaining, ASegmentOfItsOwnIsNoStraightRun) {
     for (const bool flag : {false, true}) {
         EXPECT_EQ(Chain({0, 1, 5, 6}, {flag, flag}).straight, (Flags{false, false}));
@@ -492,6 +497,9 @@ TEST(BuildPolylines, VerticesAreWeldedAfterChaining) {
 TEST(BuildPolylines, NoSegmentsGiveNullAndLeaveTheRecords) {
     std::vector<ArcFeature> arcs(2);
     EXPECT_EQ(LineSegmentSet::BuildPolylines(*SetPointer(new LineSegmentSet), arcs, true), nullptr);
+    const SetPointer withoutLines = MakeSet({Vec3(0, 0, 0), Vec3(1, 0, 0)}, {0, 1});
+    withoutLines->SetIndexBuffer(nullptr);
+    EXPECT_EQ(LineSegmentSet::BuildPolylines(*withoutLines, arcs, true), nullptr);
     EXPECT_EQ(LineSegmentSet::BuildPolylines(*MakeSet({Vec3(0, 0, 0)}, {0}), arcs, true), nullptr);
     EXPECT_EQ(LineSegmentSet::BuildPolylines(*MakeSet({Vec3(0, 0, 0)}, {0, 9}), arcs, false),
               nullptr);

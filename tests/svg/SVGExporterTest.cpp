@@ -304,6 +304,8 @@ TEST_F(SVGFile, AnUnknownStyleWritesNothingAndFails) {
 TEST_F(SVGFile, ChannelsAreCutOffToWholeNumbers) {
     exporter_.setLineStyle("mine", {Wm4::ColorRGB(1.0F, 0.5F, 0.999F), 0.35F});
     EXPECT_EQ(bodyOf(*Bend(), "mine"), Group("255,127,254", "0.35") + kBendPath + kGroupEnd);
+    exporter_.setLineStyle("mine", {Wm4::ColorRGB(-1.0F, 2.0F, 1e30F), 0.35F});
+    EXPECT_EQ(bodyOf(*Bend(), "mine"), Group("0,510,255", "0.35") + kBendPath + kGroupEnd);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -330,6 +330,16 @@ TEST(BakedTriangles, TrianglesThatTheMeshDeniesAreDropped) {
     EXPECT_EQ(Bake(space, {mesh.get()}).triangleIndices, (Numbers{0, 1, 2, 2, 0, 1}));
 }
 
+TEST(BakedTriangles, ClippedTrianglesThatTheMeshDeniesLaterHaveNoSilhouette) {
+    const auto space = LatticeSpace(4, 4);
+    const auto mesh = MakeHostMesh(Triangle(kA, kBeyondRight, kC));
+    const BakedTriangles baked = Bake(space, {mesh.get()});
+    mesh->missing = 0;
+    std::vector<ctr::LineSegmentSet*> sets;
+    EXPECT_TRUE(baked.computeSilhouetteEdges(sets));
+    EXPECT_EQ(sets, std::vector<ctr::LineSegmentSet*>{nullptr});
+}
+
 TEST(BakedTriangles, TrianglesOfVerticesThatDoNotExistAreDropped) {
     const BakedMeshes scene(
         {{{kA, kB, kC}, {0, 1, 3, 0, 1, 2, 0xffffffffU, 1, 2, 0, 0x80000000U, 2}},
@@ -347,6 +357,15 @@ TEST(BakedTriangles, TrianglesThatAreNotFiniteAreDropped) {
     const BakedMeshes scene({data});
     EXPECT_EQ(scene.baked.triangleIndices, (Numbers{0, 1, 2}));
     EXPECT_TRUE(scene.baked.clippedTriangleOrigins[0].empty());
+}
+
+TEST(BakedTriangles, TrianglesOfInfiniteWeightAreDropped) {
+    auto space = LatticeSpace(4, 4);
+    space.worldToClip[2][3] = 3e38F;
+    MeshData data = Triangle(kA, kB, kC);
+    data.append(Triangle(Point(kA[0], kA[1], 0), Point(kB[0], kB[1], 0), Point(kC[0], kC[1], 0)));
+    const BakedMeshes scene({data}, space);
+    EXPECT_EQ(scene.baked.triangleIndices, (Numbers{3, 4, 5}));
 }
 
 TEST(BakedTriangles, TheLargestCoordinatesDoNoHarm) {

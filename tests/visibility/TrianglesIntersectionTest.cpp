@@ -204,6 +204,12 @@ TEST(TrianglesIntersection, NothingBakedGivesNull) {
     EXPECT_FALSE(IntersectionsOf(scene.baked));
 }
 
+TEST(TrianglesIntersection, WithoutATreeGivesNull) {
+    BakedMeshes scene({Level(), Triangle({2, 2, 0}, {2, 2, 9}, {6, 2, 4})});
+    scene.baked.bvh.nodes.clear();
+    EXPECT_FALSE(IntersectionsOf(scene.baked));
+}
+
 TEST(TrianglesIntersection, NoPairThatPiercesGivesNull) {
     const BakedMeshes scene({Level(), Triangle({0, 0, 6}, {8, 0, 10}, {0, 8, 6})});
     EXPECT_FALSE(IntersectionsOf(scene.baked));
