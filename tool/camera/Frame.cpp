@@ -120,11 +120,15 @@ bool IsInRange(const Frame& frame) {
     return true;
 }
 
+/// The same, and whether distances from the eye are left of its coordinates after rounding: they
+/// are not for a model that is a single point.
 bool IsInRange(const Pyramid& pyramid) {
+    constexpr double kLeastShare = 1e-6;
     const auto holds = [](double size) { return size > 1e-18 && size < 1e18; };
+    const double place =
+        std::max({std::abs(pyramid.eye[0]), std::abs(pyramid.eye[1]), std::abs(pyramid.eye[2])});
     return holds(pyramid.near) && holds(pyramid.far) && holds(pyramid.tangentX) &&
-           holds(pyramid.tangentY) && std::abs(pyramid.eye[0]) < 1e18 &&
-           std::abs(pyramid.eye[1]) < 1e18 && std::abs(pyramid.eye[2]) < 1e18;
+           holds(pyramid.tangentY) && place < 1e18 && pyramid.far > kLeastShare * place;
 }
 
 /// Depth in clip space is slope * distance + offset * w, with the distance as w of clip space.

@@ -192,6 +192,15 @@ TEST(PerspectiveViews, OfSomethingBehindTheEyeAreRefused) {
     FailureOf(ExitCode::NothingToDraw, [&] { Aim(request, Cube()); });
 }
 
+// As a part that its place in the model scales to nothing.
+TEST(PerspectiveViews, OfASinglePointAreRefused) {
+    const Point point(-21.875F, -21.875F, -21.875F);
+    const MeshList meshes{test_support::MakeMesh({point, point, point}, {0, 1, 2})};
+    for (const View view : {View::Back, View::Front, View::Top, View::Iso}) {
+        FailureOf(ExitCode::NothingToDraw, [&] { Aim(InPerspective(view), meshes); });
+    }
+}
+
 TEST(PerspectiveViews, ReachToOccludersBeforeTheEye) {
     const MeshList meshes = Cube();
     CameraRequest request = InPerspective(View::Front);
