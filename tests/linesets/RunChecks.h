@@ -106,14 +106,17 @@ inline std::vector<std::size_t> SegmentsOfChain(const Record& head) {
 }
 
 /// The angle that a chain of points turns through on its way along a circle, found from the turns
-/// between its segments: they leave out half of the first and half of the last segment.
+/// between its segments: they leave out half of the first and half of the last segment. Segments
+/// without length turn nowhere.
 inline double SweptAngle(const LineList& list, const Polylines& lines, const Record& head) {
     std::vector<Wm4::Vector3<double>> steps;
     double length = 0.0;
     for (const std::size_t i : SegmentsOfChain(head)) {
         const Vec3 step = list.positions[lines.indices[i + 1]] - list.positions[lines.indices[i]];
-        steps.emplace_back(step[0], step[1], step[2]);
-        length += steps.back().Length();
+        if (step != Vec3(0, 0, 0)) {
+            steps.emplace_back(step[0], step[1], step[2]);
+            length += steps.back().Length();
+        }
     }
     double turns = 0.0;
     for (std::size_t i = 1; i < steps.size(); ++i) {
