@@ -159,7 +159,7 @@ inline void AppendPieces(std::vector<Piece>& pieces,
 /// The pieces of a set that has hidden ranges for one segment or more, in order; without any the
 /// whole segments.
 inline std::vector<Piece> VisiblePieces(const ctr::LineSegmentSet& set) {
-    const std::vector<Piece> segments = test_support::EndsOf(set);
+    std::vector<Piece> segments = test_support::EndsOf(set);
     if (segments.empty() || set.occlusionIntervals.empty()) {
         return segments;
     }

@@ -18,12 +18,12 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <numeric>
 #include <ostream>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -57,10 +57,10 @@ inline RangeValues ValuesOf(const Intervals& ranges) {
 
 /// The ranges seen from the other end: t becomes 1 - t.
 inline RangeValues Mirrored(const RangeValues& values) {
-    RangeValues mirrored;
-    for (auto v = values.rbegin(); v != values.rend(); ++v) {
-        mirrored.push_back({(*v)[3] - (*v)[2], (*v)[3], (*v)[1] - (*v)[0], (*v)[1]});
-    }
+    RangeValues mirrored(values.size());
+    std::transform(values.rbegin(), values.rend(), mirrored.begin(), [](const auto& v) {
+        return RangeValues::value_type{v[3] - v[2], v[3], v[1] - v[0], v[1]};
+    });
     return mirrored;
 }
 
@@ -102,7 +102,10 @@ struct Line {
     Ends ends;
     RangeValues hidden; ///< From the first of the ends.
 
-    auto operator<=>(const Line&) const = default;
+    bool operator==(const Line&) const = default;
+    bool operator<(const Line& other) const {
+        return std::tie(ends, hidden) < std::tie(other.ends, other.hidden);
+    }
 };
 
 using Lines = std::vector<Line>; ///< Sorted, equal lines as often as they occur.

@@ -109,6 +109,7 @@ TEST(DrawingRepetition, GeneratorsThatShareMeshesDrawTheSameAtOnce) {
         const DrawingBits bits = DrawBits(scene, false);
         std::array<bool, 3> same{};
         std::vector<std::thread> threads;
+        threads.reserve(same.size());
         for (bool& result : same) {
             threads.emplace_back([&] { result = bits == DrawBits(scene, false); });
         }
