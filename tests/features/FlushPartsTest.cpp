@@ -280,8 +280,9 @@ TEST(FlushParts, EveryFootLineIsDrawnOverItsWholeVisibleLength) {
     meshes.push_back(MakeMesh(table, -1.0F, 0.0F));
 
     Tally total;
-    for (int number = 0; number < 10; ++number) {
-        const View view(2.0 * kPi * (number + static_cast<double>(random.unit())) / 10.0,
+    const int views = test_support::Scaled(10);
+    for (int number = 0; number < views; ++number) {
+        const View view(2.0 * kPi * (number + static_cast<double>(random.unit())) / views,
                         0.4 + 0.6 * random.unit());
         ctr::GeometricFeaturesGenerator generator;
         generator.setProjectionSpace(view.space());
