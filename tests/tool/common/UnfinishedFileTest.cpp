@@ -1,6 +1,7 @@
 // What an interrupt removes, on one thread and on many.
 #include "ModelText.h"
 #include "common/Interrupt.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
@@ -142,7 +143,8 @@ void MakeFilesForEver(const TemporaryFolder& folder, int thread) {
 }
 
 TEST(UnfinishedFile, IsRemovedOnWhicheverThreadTheInterruptComes) {
-    for (int trial = 0; trial < 40; ++trial) {
+    const int trials = test_support::Scaled(40);
+    for (int trial = 0; trial < trials; ++trial) {
         const TemporaryFolder folder;
         const auto run = [&folder] {
             for (int thread = 0; thread < 4; ++thread) {
@@ -150,11 +152,11 @@ TEST(UnfinishedFile, IsRemovedOnWhicheverThreadTheInterruptComes) {
             }
             std::this_thread::sleep_for(std::chrono::minutes(1));
         };
-        const auto interrupt = [&folder, trial](pid_t child) {
+        const auto interrupt = [&folder, trial, trials](pid_t child) {
             while (folder.entryCount() == 0) {
                 std::this_thread::yield();
             }
-            std::this_thread::sleep_for(std::chrono::microseconds(137 * trial));
+            std::this_thread::sleep_for(std::chrono::microseconds(5480 * trial / trials));
             ::kill(child, trial % 2 == 0 ? SIGINT : SIGTERM);
         };
         const int code = ExitCodeOf(run, interrupt);
