@@ -457,6 +457,32 @@ TEST(Models, FarFromTheOriginKeepTheirShape) {
         << "where the halves meet";
 }
 
+TEST(Models, OfAnySizeAreDrawnAlikeOrRefused) {
+    const TemporaryFolder folder;
+    for (const char* projection : {"orthographic", "perspective"}) {
+        const auto draw = [&](int exponent) {
+            const float size = std::ldexp(1.0F, exponent);
+            const std::string model =
+                folder.write("box.obj", ObjText(Box({0, 0, 0}, {size, 2 * size, 3 * size})));
+            return RunTool({model, "--projection", projection, "-o", folder.path("a.svg")});
+        };
+        EXPECT_EQ(draw(0).exitCode, 0);
+        const std::string usual = ReadBytes(folder.path("a.svg"));
+        for (const int exponent : {-50, -20, 20, 50}) {
+            EXPECT_EQ(draw(exponent).exitCode, 0) << projection << ' ' << exponent;
+            EXPECT_EQ(ReadBytes(folder.path("a.svg")), usual) << projection << ' ' << exponent;
+        }
+        for (const int exponent : {-100, 66, 100}) {
+            const RunResult run = draw(exponent);
+            EXPECT_EQ(run.exitCode, 4) << projection << ' ' << exponent;
+            EXPECT_EQ(run.err,
+                      "kxcontour: nothing to draw: the model is too large or too small for "
+                      "its coordinates\n");
+            EXPECT_EQ(ReadBytes(folder.path("a.svg")), usual) << "nothing is lost";
+        }
+    }
+}
+
 TEST(Outputs, ReplaceADrawingOfBefore) {
     const TemporaryFolder folder;
     const std::string cube = folder.write("cube.obj", ObjText(Cube()));
