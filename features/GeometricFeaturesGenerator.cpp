@@ -6,6 +6,7 @@
 #include <kxSystem/kxCancelInterfaceReadOnly.h>
 
 #include "linesets/SetConstruction.h"
+#include "visibility/EdgeOcclusion.h"
 
 #include <atomic>
 #include <cstddef>
@@ -65,10 +66,6 @@ bool IsSeenEndOn(const BakedVertex& b0, const BakedVertex& b1) {
     return b0.x == b1.x && b0.y == b1.y;
 }
 
-RationalInterval WholeSegment() {
-    return {Wm4::Vector2<long>(0, 1), Wm4::Vector2<long>(1, 1)};
-}
-
 } // namespace
 
 struct GeometricFeaturesGenerator::tInternal {
@@ -78,10 +75,10 @@ struct GeometricFeaturesGenerator::tInternal {
     LineSegmentSet* computeCreaseEdges(unsigned int cluster) const;
     LineSegmentSet* computeSilhouetteEdges(unsigned int cluster) const;
     LineSegmentSet* computeIntersectionEdges(unsigned int cluster) const;
-    void occludeSegment(LineSegmentSet& set,
-                        std::size_t segment,
-                        unsigned int cluster,
-                        std::vector<RationalInterval>& scratch) const;
+    void occlude(LineSegmentSet& set, unsigned int cluster);
+    void releaseLayouts(unsigned int cluster);
+    bool
+    clipSegment(LineSegmentSet& set, std::size_t segment, BakedVertex& b0, BakedVertex& b1) const;
     void announceTotal(const GeometricFeatures& features, unsigned int cluster) const;
 
     bool isCanceled() const {
@@ -93,6 +90,8 @@ struct GeometricFeaturesGenerator::tInternal {
     std::vector<MeshList> occluderClusters; ///< May be shorter: no mesh that only hides.
     std::vector<BakedTriangles> exportBaked;
     std::vector<BakedTriangles> occluderBaked;
+    std::vector<EdgeOcclusion> exportOcclusion; ///< One a baked entry, of which it borrows.
+    std::vector<EdgeOcclusion> occluderOcclusion;
     kx::kxProgressNotifierInterface* progressNotifier = nullptr;
 };
 
@@ -109,12 +108,16 @@ void GeometricFeaturesGenerator::tInternal::setCluster(const MeshList& meshes,
 void GeometricFeaturesGenerator::tInternal::clearClusters() {
     exportClusters.clear();
     occluderClusters.clear();
+    exportOcclusion.clear();
+    occluderOcclusion.clear();
     exportBaked.clear();
     occluderBaked.clear();
 }
 
 void GeometricFeaturesGenerator::tInternal::initBakedTriangles() {
     const std::size_t count = exportClusters.size();
+    exportOcclusion.clear();
+    occluderOcclusion.clear();
     exportBaked = std::vector<BakedTriangles>(count);
     occluderBaked = std::vector<BakedTriangles>(count);
     const auto bake = [this](BakedTriangles& baked, const MeshList& meshes) {
@@ -125,6 +128,8 @@ void GeometricFeaturesGenerator::tInternal::initBakedTriangles() {
     for (std::size_t i = 0; i < count; ++i) {
         bake(exportBaked[i], exportClusters[i]);
         bake(occluderBaked[i], i < occluderClusters.size() ? occluderClusters[i] : MeshList());
+        exportOcclusion.emplace_back(exportBaked[i]);
+        occluderOcclusion.emplace_back(occluderBaked[i]);
     }
 }
 
@@ -172,11 +177,55 @@ void GeometricFeaturesGenerator::tInternal::announceTotal(const GeometricFeature
     progressNotifier->setTotal(static_cast<double>(static_cast<float>(steps)));
 }
 
-void GeometricFeaturesGenerator::tInternal::occludeSegment(
-    LineSegmentSet& set,
-    std::size_t segment,
-    unsigned int cluster,
-    std::vector<RationalInterval>& scratch) const {
+void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set, unsigned int cluster) {
+    const std::size_t count = SegmentCount(set.GetIndexBuffer());
+    if (set.clipRanges.size() != count) {
+        set.clipRanges.assign(count, LineSegmentSet::ClipRange{0.0F, 0.0F, 0.0F, 0.0F});
+    }
+    if (set.occlusionIntervals.size() != count) {
+        set.occlusionIntervals.assign(count, {});
+    }
+    EdgeOcclusion& exported = exportOcclusion[cluster];
+    EdgeOcclusion& occluders = occluderOcclusion[cluster];
+    exported.announce(count);
+    occluders.announce(count);
+    std::vector<RationalInterval> scratch;
+    for (std::size_t segment = 0; segment < count; ++segment) {
+        if (progressNotifier != nullptr) {
+            if (progressNotifier->isCanceled()) {
+                return;
+            }
+            progressNotifier->advance(1.0);
+        }
+        std::vector<RationalInterval>& hidden = set.occlusionIntervals[segment];
+        BakedVertex b0{};
+        BakedVertex b1{};
+        if (!clipSegment(set, segment, b0, b1)) {
+            hidden.assign(1, WholeSegment());
+            continue;
+        }
+        scratch = hidden;
+        exported.append(b0, b1, scratch);
+        occluders.append(b0, b1, scratch);
+        IntervalTools::FuseOverlappingIntervals(scratch);
+        hidden = scratch;
+    }
+}
+
+/// What occlusion has laid out would only take memory from the search for intersections.
+void GeometricFeaturesGenerator::tInternal::releaseLayouts(unsigned int cluster) {
+    if (cluster < exportOcclusion.size()) {
+        exportOcclusion[cluster].release();
+        occluderOcclusion[cluster].release();
+    }
+}
+
+/// Writes the segment's clip record and its ends on the grid; false when it is outside the view or
+/// seen end-on.
+bool GeometricFeaturesGenerator::tInternal::clipSegment(LineSegmentSet& set,
+                                                        std::size_t segment,
+                                                        BakedVertex& b0,
+                                                        BakedVertex& b1) const {
     const unsigned int* indices = set.GetIndexBuffer()->GetData() + 2 * segment;
     const auto endPoint = [&](int end) {
         const int vertex = static_cast<int>(indices[end]);
@@ -184,20 +233,9 @@ void GeometricFeaturesGenerator::tInternal::occludeSegment(
                                                          true);
     };
     LineSegmentSet::ClipRange& clip = set.clipRanges[segment];
-    std::vector<RationalInterval>& hidden = set.occlusionIntervals[segment];
-    BakedVertex b0{};
-    BakedVertex b1{};
     std::tie(clip.t0, clip.t1) =
         projectionSpace.clipEdgeWorld(endPoint(0), endPoint(1), b0, b1, clip.w0, clip.w1);
-    if (!(clip.t0 < clip.t1) || IsSeenEndOn(b0, b1)) {
-        hidden.assign(1, WholeSegment());
-        return;
-    }
-    scratch = hidden;
-    exportBaked[cluster].computeOcclusionIntervals(b0, b1, scratch);
-    occluderBaked[cluster].computeOcclusionIntervals(b0, b1, scratch);
-    IntervalTools::FuseOverlappingIntervals(scratch);
-    hidden = scratch;
+    return clip.t0 < clip.t1 && !IsSeenEndOn(b0, b1);
 }
 
 GeometricFeaturesGenerator::GeometricFeaturesGenerator()
@@ -260,6 +298,7 @@ void GeometricFeaturesGenerator::computeGeometricFeatures(GeometricFeatures& out
     if (internal_->isCanceled()) {
         return;
     }
+    internal_->releaseLayouts(cluster);
     out.intersectionEdges = internal_->computeIntersectionEdges(cluster);
 }
 
@@ -268,23 +307,7 @@ void GeometricFeaturesGenerator::computeOcclusion(LineSegmentSet& set, unsigned 
         set.GetIndexBuffer() == nullptr) {
         return;
     }
-    const std::size_t count = SegmentCount(set.GetIndexBuffer());
-    if (set.clipRanges.size() != count) {
-        set.clipRanges.assign(count, LineSegmentSet::ClipRange{0.0F, 0.0F, 0.0F, 0.0F});
-    }
-    if (set.occlusionIntervals.size() != count) {
-        set.occlusionIntervals.assign(count, {});
-    }
-    std::vector<RationalInterval> scratch;
-    for (std::size_t segment = 0; segment < count; ++segment) {
-        if (internal_->progressNotifier != nullptr) {
-            if (internal_->progressNotifier->isCanceled()) {
-                return;
-            }
-            internal_->progressNotifier->advance(1.0);
-        }
-        internal_->occludeSegment(set, segment, cluster, scratch);
-    }
+    internal_->occlude(set, cluster);
 }
 
 } // namespace ctr

@@ -374,6 +374,7 @@ void BakedTriangles::initializeFirstPass(tFirstPassData& data) const {
 }
 
 void BakedTriangles::initialize() {
+    ++bakeCount;
     clearData();
     WholeOrNothing guard(*this);
     tFirstPassData data;

@@ -117,6 +117,8 @@ public:
     /// clipTriangle().
     std::vector<std::vector<unsigned int>> clippedTriangleOrigins;
     kx::kxGenericBVH bvh; ///< Over the triangles, with boxes in grid coordinates.
+    /// How often initialize() has been called: what was derived from an earlier bake is stale.
+    std::uint64_t bakeCount = 0;
 };
 
 } // namespace ctr

@@ -1,0 +1,195 @@
+// Signs of linear functions at the ends of an intersection edge, and the range that four of them
+// leave: the plane of a triangle and its three edges.
+//
+// Numbers. Four grid points span |N . d| <= 2 * 2^(2b + d) with b bits across the screen and d in
+// depth, since the largest tetrahedron in a box has a third of its volume. With 2b + d = 60, the
+// constructor's grid, plane values are below 2^61 and their differences below 2^62; the terms that
+// add up to one are below 2^61 each (GridArithmetic.h). Parameters are quotients of such values;
+// their cross products take 128 bits.
+#include "visibility/CutOcclusion.h"
+
+#include "visibility/FractionOrder.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ctr {
+namespace {
+
+/// Truncation toward zero, saturated: only grids beyond the documented bounds reach the limits.
+long SaturatedToLong(double value) {
+    constexpr double kLimit = 4611686018427387904.0;
+    return static_cast<long>(std::clamp(value, -kLimit, kLimit));
+}
+
+int SignOf(long value) {
+    return static_cast<int>(value > 0) - static_cast<int>(value < 0);
+}
+
+/// The rounded ends, and what is computed of them, are off by less than this times the size of the
+/// function: grid coordinates have at most 29 bits.
+constexpr double kEndError = 0x1p-20;
+
+/// A linear function along the triangle edge on which an end of an intersection edge lies.
+class ValueAtEnd {
+public:
+    ValueAtEnd(const Fraction& t, long atStart, long atEnd)
+        : t_(t), atStart_(atStart), atEnd_(atEnd) {}
+
+    /// The exact sign at the end.
+    int sign() const {
+        const int start = SignOf(atStart_);
+        const int end = SignOf(atEnd_);
+        if (start == end) {
+            return start;
+        }
+        const Fraction zero = MakeFraction(atStart_, WrapSubtract(atStart_, atEnd_));
+        const int side = CompareFractions(t_, zero);
+        // Beyond its zero the function has the sign of the far end, or of minus the near one.
+        return side == 0 ? 0 : side * SignOf(WrapSubtract(atEnd_, atStart_));
+    }
+
+    /// The value rounded toward the one at the start of the edge.
+    long rounded() const {
+        if (t_[0] == t_[1]) {
+            return atEnd_;
+        }
+        const double t = static_cast<double>(t_[0]) / static_cast<double>(t_[1]);
+        const auto change = static_cast<double>(WrapSubtract(atEnd_, atStart_));
+        return WrapAdd(atStart_, SaturatedToLong(t * change));
+    }
+
+private:
+    const Fraction& t_;
+    long atStart_;
+    long atEnd_;
+};
+
+void EndOf(const tPointOnEdge& end, double (&p)[3]) {
+    const double t = static_cast<double>(end.t[0]) / static_cast<double>(end.t[1]);
+    const auto at = [t](std::int32_t from, std::int32_t to) {
+        return from + t * (static_cast<double>(to) - from);
+    };
+    p[0] = at(end.edgeStart.x, end.edgeEnd.x);
+    p[1] = at(end.edgeStart.y, end.edgeEnd.y);
+    p[2] = at(end.edgeStart.z, end.edgeEnd.z);
+}
+
+} // namespace
+
+/// A plane or an edge line of a triangle as a linear function of grid points. Its values at the
+/// rounded ends are off by less than `error`.
+struct CutOcclusion::Function {
+    BakedVertex origin;
+    GridVector normal;
+    double error;
+
+    Function(const BakedVertex& p, const GridVector& n)
+        : origin(p), normal(n),
+          error((std::abs(static_cast<double>(n[0])) + std::abs(static_cast<double>(n[1])) +
+                 std::abs(static_cast<double>(n[2]))) *
+                kEndError) {}
+
+    /// The line through an edge of a triangle, negative inside of a counter-clockwise one.
+    static Function edge(const BakedVertex& a, const BakedVertex& b) {
+        const GridVector e = Difference(b, a);
+        return {a, GridVector(e[1], -e[0], 0)};
+    }
+
+    long at(const BakedVertex& p) const { return Dot(normal, Difference(p, origin)); }
+    double at(const double (&p)[3]) const {
+        return static_cast<double>(normal[0]) * (p[0] - origin.x) +
+               static_cast<double>(normal[1]) * (p[1] - origin.y) +
+               static_cast<double>(normal[2]) * (p[2] - origin.z);
+    }
+    ValueAtEnd at(const tPointOnEdge& end) const {
+        return {end.t, at(end.edgeStart), at(end.edgeEnd)};
+    }
+
+    /// Surely positive at both ends.
+    bool excludes(const double (&ends)[2][3]) const {
+        return at(ends[0]) > error && at(ends[1]) > error;
+    }
+};
+
+CutOcclusion::CutOcclusion(const IntersectionEdge& edge) : edge_(edge) {
+    constexpr float kMargin = 1.0F;
+    const BakedVertex& p = edge.first.point;
+    const BakedVertex& q = edge.second.point;
+    min_[0] = static_cast<float>(std::min(p.x, q.x)) - kMargin;
+    min_[1] = static_cast<float>(std::min(p.y, q.y)) - kMargin;
+    max_[0] = static_cast<float>(std::max(p.x, q.x)) + kMargin;
+    max_[1] = static_cast<float>(std::max(p.y, q.y)) + kMargin;
+    EndOf(edge.first, ends_[0]);
+    EndOf(edge.second, ends_[1]);
+}
+
+bool CutOcclusion::isNear(const OccluderTree::Triangle& triangle) const {
+    const auto& [p, q, r] = triangle.corners;
+    const auto meets = [this](std::size_t axis, std::int32_t a, std::int32_t b, std::int32_t c) {
+        return static_cast<float>(std::min({a, b, c})) <= max_[axis] &&
+               min_[axis] <= static_cast<float>(std::max({a, b, c}));
+    };
+    return meets(0, p.x, q.x, r.x) && meets(1, p.y, q.y, r.y);
+}
+
+/// Both ends are surely outside of an edge of a triangle.
+bool CutOcclusion::isBeside(const BakedVertex& a, const BakedVertex& b) const {
+    const double x = a.x;
+    const double y = a.y;
+    const double alongX = b.x - x;
+    const double alongY = b.y - y;
+    const double error = (std::abs(alongX) + std::abs(alongY)) * kEndError;
+    return (ends_[0][0] - x) * alongY - (ends_[0][1] - y) * alongX > error &&
+           (ends_[1][0] - x) * alongY - (ends_[1][1] - y) * alongX > error;
+}
+
+/// Cuts the range where the function is positive; false when nothing is left of it.
+bool CutOcclusion::isNarrowed(const Function& function, RationalInterval& range) const {
+    const ValueAtEnd first = function.at(edge_.first);
+    const ValueAtEnd second = function.at(edge_.second);
+    const int firstSign = first.sign();
+    const int secondSign = second.sign();
+    if (firstSign * secondSign >= 0) {
+        return firstSign + secondSign < 0;
+    }
+    const bool entering = firstSign > 0;
+    const long value1 = entering ? std::max(first.rounded(), 1L) : std::min(first.rounded(), -1L);
+    const long value2 = entering ? std::min(second.rounded(), -1L) : std::max(second.rounded(), 1L);
+    const Fraction crossing = MakeFraction(value1, WrapSubtract(value1, value2));
+    if (entering && CompareFractions(crossing, range.start) > 0) {
+        range.start = crossing;
+    } else if (!entering && CompareFractions(range.end, crossing) > 0) {
+        range.end = crossing;
+    }
+    return true;
+}
+
+std::optional<RationalInterval> CutOcclusion::hiddenBy(const OccluderTree::Triangle& triangle,
+                                                       const GridVector& normal) const {
+    if (!isNear(triangle)) {
+        return std::nullopt;
+    }
+    const auto& p = triangle.corners;
+    if (isBeside(p[0], p[1]) || isBeside(p[1], p[2]) || isBeside(p[2], p[0])) {
+        return std::nullopt;
+    }
+    const Function plane(p[0], normal);
+    if (plane.excludes(ends_)) {
+        return std::nullopt;
+    }
+    const Function functions[4] = {plane, Function::edge(p[0], p[1]), Function::edge(p[1], p[2]),
+                                   Function::edge(p[2], p[0])};
+    RationalInterval range{{0, 1}, {1, 1}};
+    for (const Function& function : functions) {
+        if (!isNarrowed(function, range)) {
+            return std::nullopt;
+        }
+    }
+    if (CompareFractions(range.end, range.start) <= 0) {
+        return std::nullopt;
+    }
+    return range;
+}
+
+} // namespace ctr

@@ -1,0 +1,42 @@
+// Which part of an intersection edge a triangle hides.
+#pragma once
+
+#include <ctr/IntervalTools.h>
+
+#include "visibility/IntersectionEdge.h"
+#include "visibility/OccluderTree.h"
+
+#include <optional>
+
+namespace ctr {
+
+/// An intersection edge, prepared to be held against many triangles.
+///
+/// Its ends are exact: parameters on triangle edges. On which side of a plane or an edge line they
+/// lie is decided exactly; where between them a side changes is computed from rounded values.
+class CutOcclusion {
+public:
+    explicit CutOcclusion(const IntersectionEdge& edge);
+
+    SegmentProbe probe() const { return {edge_.first.point, edge_.second.point}; }
+
+    /// The range that the triangle hides, from the first end (0) to the second (1), if any.
+    /// Triangles more than a step beside the edge's box are held to hide nothing: a crossing is
+    /// rounded, so a triangle beside the edge could seem to hide a bit of it.
+    std::optional<RationalInterval> hiddenBy(const OccluderTree::Triangle& triangle,
+                                             const GridVector& normal) const;
+
+private:
+    struct Function;
+
+    bool isNear(const OccluderTree::Triangle& triangle) const;
+    bool isBeside(const BakedVertex& a, const BakedVertex& b) const;
+    bool isNarrowed(const Function& function, RationalInterval& range) const;
+
+    const IntersectionEdge& edge_;
+    float min_[2];
+    float max_[2];
+    double ends_[2][3]; ///< The exact ends, off by less than 2^-21 of a step.
+};
+
+} // namespace ctr

@@ -1,0 +1,40 @@
+// Chooses between the baked tree as it is and one laid out for many questions.
+#include "visibility/EdgeOcclusion.h"
+
+#include "visibility/HiddenPart.h"
+
+namespace ctr {
+
+void EdgeOcclusion::announce(std::size_t segments) {
+    constexpr std::size_t kTrianglesPerSegment = 64;
+    if (bakeOfLayout_ != baked_->bakeCount) {
+        release();
+        announced_ = 0;
+        bakeOfLayout_ = baked_->bakeCount;
+    }
+    announced_ += segments;
+    if (!tree_ && announced_ * kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
+        tree_.emplace(*baked_, OccluderTree::Room::none);
+    }
+}
+
+void EdgeOcclusion::append(const BakedVertex& a,
+                           const BakedVertex& b,
+                           std::vector<RationalInterval>& hidden) {
+    if (!tree_) {
+        baked_->computeOcclusionIntervals(a, b, hidden);
+        return;
+    }
+    const auto partOf = [&](const OccluderTree::Triangle& triangle) {
+        const auto& [p0, p1, p2] = triangle.corners;
+        return HiddenPart(p0, p1, p2, baked_->trianglePlanes[triangle.number], a, b);
+    };
+    const auto& found = ranges_.find(*tree_, SegmentProbe(a, b), partOf);
+    hidden.insert(hidden.end(), found.begin(), found.end());
+}
+
+void EdgeOcclusion::release() {
+    tree_.reset();
+}
+
+} // namespace ctr

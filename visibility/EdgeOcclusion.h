@@ -1,0 +1,41 @@
+// The hidden ranges of feature edges, for as many as a drawing has.
+#pragma once
+
+#include <ctr/BakedTriangles.h>
+
+#include "visibility/HiddenRanges.h"
+#include "visibility/OccluderTree.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace ctr {
+
+/// Answers as BakedTriangles::computeOcclusionIntervals() does, but for ranges within others. The
+/// baked triangles are borrowed.
+class EdgeOcclusion {
+public:
+    explicit EdgeOcclusion(const BakedTriangles& baked) : baked_(&baked) {}
+
+    /// Says that so many segments will be asked for: the tree is laid out anew once there are so
+    /// many that it pays.
+    void announce(std::size_t segments);
+
+    /// Appends parts of a -> b that are hidden, overlapping and in any order; 0/1 .. 1/1 alone when
+    /// that is all of it.
+    void append(const BakedVertex& a, const BakedVertex& b, std::vector<RationalInterval>& hidden);
+
+    /// Frees the layout; it is made again when needed.
+    void release();
+
+private:
+    const BakedTriangles* baked_;
+    std::uint64_t bakeOfLayout_ = 0;
+    std::size_t announced_ = 0;
+    std::optional<OccluderTree> tree_;
+    HiddenRanges ranges_;
+};
+
+} // namespace ctr

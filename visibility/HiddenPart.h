@@ -1,0 +1,115 @@
+// The part of a grid segment that one triangle hides, exactly.
+//
+// The segment is clipped against the triangle's outline on screen (parametric line clipping;
+// M. Cyrus and J. Beck, Generalized two- and three-dimensional clipping, Computers & Graphics 3,
+// 1978) and cut where it passes the triangle's plane. Side values and plane distances are integers,
+// parameters are fractions of them, and nothing is ever rounded.
+#pragma once
+
+#include <ctr/IntervalTools.h>
+
+#include "visibility/FractionOrder.h"
+#include "visibility/GridArithmetic.h"
+
+#include <optional>
+
+namespace ctr {
+
+/// Values of one linear function at the two ends of a segment.
+struct EndValues {
+    long atA;
+    long atB;
+
+    /// Where the function is zero; the ends must differ.
+    Fraction zero() const { return MakeFraction(atA, WrapSubtract(atA, atB)); }
+
+    /// Of sides, positive being inside: at most one point of the segment is inside, and not all of
+    /// it is on the line.
+    bool leavesNothing() const { return atA <= 0 && atB <= 0 && (atA | atB) != 0; }
+};
+
+/// The part of a segment that may still be hidden. On a tie the newer fraction is kept.
+struct HiddenCandidate {
+    Fraction start{0, 1};
+    Fraction end{1, 1};
+
+    bool isProper() const { return CompareFractions(start, end) < 0; }
+
+    /// Keeps what lies inside or on an edge line, of a segment that reaches inside.
+    void clipToEdge(const EndValues& side) {
+        if (side.atA == side.atB || (side.atA > 0 && side.atB > 0)) {
+            return;
+        }
+        const Fraction t = side.zero();
+        if (t[0] < 0 || t[0] > t[1]) {
+            return;
+        }
+        if (side.atB > side.atA) {
+            raiseStart(t);
+        } else {
+            lowerEnd(t);
+        }
+    }
+
+    /// Keeps what lies strictly behind a plane, of a segment with an end behind it.
+    void clipToPlane(const EndValues& distance) {
+        if (distance.atA < 0 && distance.atB < 0) {
+            return;
+        }
+        if (distance.atA < 0) {
+            lowerEnd(distance.zero());
+        } else {
+            raiseStart(distance.zero());
+        }
+    }
+
+private:
+    void raiseStart(const Fraction& t) {
+        if (CompareFractions(start, t) <= 0) {
+            start = t;
+        }
+    }
+    void lowerEnd(const Fraction& t) {
+        if (CompareFractions(end, t) >= 0) {
+            end = t;
+        }
+    }
+};
+
+/// What the triangle with these corners, counter-clockwise on screen, and this plane hides of
+/// a -> b; nothing when it is at most a point.
+inline std::optional<RationalInterval> HiddenPart(const BakedVertex& p0,
+                                                  const BakedVertex& p1,
+                                                  const BakedVertex& p2,
+                                                  const GridVector& normal,
+                                                  const BakedVertex& a,
+                                                  const BakedVertex& b) {
+    const GridVector along = Difference(b, a);
+    const auto sideValues = [&](const BakedVertex& q, const BakedVertex& r) {
+        const GridVector edge = Difference(r, q);
+        const long side = CrossXY(edge, Difference(a, q));
+        return EndValues{side, WrapAdd(side, CrossXY(edge, along))};
+    };
+    const EndValues sides[3] = {sideValues(p0, p1), sideValues(p1, p2), sideValues(p2, p0)};
+    if (sides[0].leavesNothing() || sides[1].leavesNothing() || sides[2].leavesNothing()) {
+        return std::nullopt;
+    }
+    const EndValues distance{Dot(normal, Difference(a, p0)), Dot(normal, Difference(b, p0))};
+    if (distance.atA >= 0 && distance.atB >= 0) {
+        return std::nullopt;
+    }
+    HiddenCandidate candidate;
+    for (const EndValues& side : sides) {
+        candidate.clipToEdge(side);
+    }
+    if (!candidate.isProper()) {
+        return std::nullopt;
+    }
+    candidate.clipToPlane(distance);
+    if (!candidate.isProper()) {
+        return std::nullopt;
+    }
+    return RationalInterval{candidate.start, candidate.end};
+}
+
+} // namespace ctr

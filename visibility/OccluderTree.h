@@ -1,0 +1,191 @@
+// The triangles of a baked scene, laid out for many questions in a row: what may hide this segment?
+//
+// The hierarchy is the baked one. A node holds the boxes of both its children, which are tested
+// together, and the triangles lie in the order of the leaves, so that a query touches memory in a
+// line. Boxes only rule out; what remains is for exact arithmetic to decide.
+#pragma once
+
+#include <ctr/BakedTriangles.h>
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace ctr {
+
+/// Four floats that are worked on together.
+using Lanes = float __attribute__((vector_size(16)));
+
+/// A segment as the boxes of a tree are tested against it: where it is within the screen rectangle
+/// of a box and not in front of all of it (the slab method of T. L. Kay and J. T. Kajiya, Ray
+/// tracing complex scenes, SIGGRAPH 1986, with boxes open towards the far side).
+///
+/// Boxes count as larger by a margin of at least two steps and the rounding of the floats, so a
+/// part of the segment that a box contains is never missed.
+class SegmentProbe {
+public:
+    SegmentProbe(const BakedVertex& a, const BakedVertex& b);
+
+    /// Where in [0, 1] the segment may be hidden by something in either child's box: from
+    /// enter[k] to leave[k], nowhere when that is reversed.
+    struct Reach {
+        Lanes enter;
+        Lanes leave;
+    };
+
+    Reach reach(Lanes x, Lanes y, Lanes z) const {
+        Reach result{{0.0F, 0.0F, 0.0F, 0.0F}, {1.0F, 1.0F, 1.0F, 1.0F}};
+        narrow(result, (x - originX_) * perX_);
+        narrow(result, (y - originY_) * perY_);
+        const Lanes depth = (z - originZ_) * perZ_;
+        if (goesBack_) {
+            result.enter = depth > result.enter ? depth : result.enter;
+        } else {
+            result.leave = depth < result.leave ? depth : result.leave;
+        }
+        return result;
+    }
+
+private:
+    static void narrow(Reach& reach, Lanes at) {
+        const Lanes other = {at[2], at[3], at[0], at[1]};
+        const Lanes low = at < other ? at : other;
+        const Lanes high = at < other ? other : at;
+        reach.enter = low > reach.enter ? low : reach.enter;
+        reach.leave = high < reach.leave ? high : reach.leave;
+    }
+
+    Lanes originX_;
+    Lanes originY_;
+    Lanes originZ_;
+    Lanes perX_;
+    Lanes perY_;
+    Lanes perZ_;
+    bool goesBack_;
+};
+
+/// Which 64ths of a segment are known to be hidden.
+class Coverage {
+public:
+    static std::uint64_t between(float enter, float leave) {
+        const int first = std::min(static_cast<int>(enter * kBins), kBins - 1);
+        const int last = std::min(static_cast<int>(leave * kBins), kBins - 1);
+        return (~std::uint64_t{0} >> (kBins - 1 - (last - first))) << first;
+    }
+
+    bool covers(std::uint64_t bins) const { return (bins & ~bins_) == 0; }
+    void clear() { bins_ = 0; }
+    /// Adds the parts that lie strictly within a hidden range.
+    void add(const RationalInterval& range);
+
+private:
+    static constexpr int kBins = 64;
+    std::uint64_t bins_ = 0;
+};
+
+class OccluderTree {
+public:
+    struct Triangle {
+        BakedVertex corners[3];
+        std::uint32_t number; ///< In the baked scene.
+    };
+
+    /// How large the boxes are.
+    enum class Room {
+        none,
+        /// As far as a triangle can seem to reach when a crossing of its sides or its plane is
+        /// computed from values rounded to integers.
+        forRoundedCrossings,
+    };
+
+    OccluderTree(const BakedTriangles& baked, Room room);
+
+    const std::vector<Triangle>& triangles() const { return triangles_; }
+
+    /// Calls leaf(first, end) with slots of triangles() that may hide some of the segment, those
+    /// nearer to the eye first, until it returns true. Leaves out what lies before parts that
+    /// `coverage` knows to be hidden; it may grow meanwhile.
+    template <class Leaf>
+    void walk(const SegmentProbe& probe, const Coverage& coverage, Leaf leaf) const;
+
+private:
+    struct Box {
+        std::array<float, 3> min;
+        std::array<float, 3> max;
+    };
+    /// A node, or the first slot of a leaf and the slot after its last.
+    struct Child {
+        std::uint32_t begin = 0;
+        std::uint32_t end = 0;
+        bool isLeaf() const { return (end & kInner) == 0; }
+    };
+    static constexpr std::uint32_t kInner = 0x80000000U;
+
+    /// 64 bytes, a line of a usual cache.
+    struct alignas(64) Node {
+        Lanes x; ///< The lower bounds of both children, then their upper bounds negated.
+        Lanes y;
+        Lanes z; ///< The lower bounds of both children, twice.
+        Child children[2];
+    };
+
+    Box add(const BakedTriangles& baked,
+            unsigned int node,
+            Room room,
+            Child& child,
+            unsigned int depth);
+    Box addLeaf(const BakedTriangles& baked, unsigned int node, Room room, Child& child);
+
+    std::vector<Node> nodes_;
+    std::vector<Triangle> triangles_;
+    Child root_;
+    unsigned int depth_ = 0;
+};
+
+template <class Leaf>
+void OccluderTree::walk(const SegmentProbe& probe, const Coverage& coverage, Leaf leaf) const {
+    struct Pending {
+        Child child;
+        std::uint64_t bins;
+    };
+    constexpr unsigned int kUsualDepth = 96;
+    std::array<Pending, kUsualDepth> usual;
+    std::vector<Pending> deep(depth_ < kUsualDepth ? 0 : depth_ + 1);
+    Pending* const bottom = deep.empty() ? usual.data() : deep.data();
+    Pending* top = bottom;
+    Child here = root_;
+    for (;;) {
+        while (!here.isLeaf()) {
+            const Node& node = nodes_[here.begin];
+            const SegmentProbe::Reach reach = probe.reach(node.x, node.y, node.z);
+            std::uint64_t bins[2] = {0, 0};
+            for (int k = 0; k < 2; ++k) {
+                if (reach.enter[k] <= reach.leave[k]) {
+                    bins[k] = Coverage::between(reach.enter[k], reach.leave[k]);
+                }
+            }
+            const bool visit[2] = {!coverage.covers(bins[0]), !coverage.covers(bins[1])};
+            if (visit[0] && visit[1]) {
+                const int near = node.z[1] < node.z[0] ? 1 : 0;
+                *top++ = {node.children[1 - near], bins[1 - near]};
+                here = node.children[near];
+            } else if (visit[0] || visit[1]) {
+                here = node.children[visit[0] ? 0 : 1];
+            } else {
+                here = Child{};
+            }
+        }
+        if (here.begin != here.end && leaf(here.begin, here.end)) {
+            return;
+        }
+        do {
+            if (top == bottom) {
+                return;
+            }
+            --top;
+        } while (coverage.covers(top->bins));
+        here = top->child;
+    }
+}
+
+} // namespace ctr

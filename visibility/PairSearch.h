@@ -1,0 +1,73 @@
+// Finds the pairs of triangles that straddle each other's planes.
+#pragma once
+
+#include <ctr/BakedTriangles.h>
+
+#include "visibility/IntersectionEdge.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace ctr {
+
+/// An intersection edge of the triangles `first` < `second`; slots are places among the leaves.
+struct FoundIntersection {
+    std::uint32_t first;
+    std::uint32_t secondSlot;
+    IntersectionEdge edge;
+};
+
+/// The hierarchy held against itself: subtrees whose boxes meet are opened, until leaves remain.
+/// Every pair is met once.
+class PairSearch {
+public:
+    /// `triangleDone` is called once a triangle, when about its share of the work is done; it
+    /// returns false to stop. `goOn` is asked now and then in between.
+    PairSearch(const BakedTriangles& baked,
+               std::function<bool()> triangleDone,
+               std::function<bool()> goOn);
+
+    /// All intersection edges, by the number of the first triangle and then the slot of the second;
+    /// what was found so far when stopped.
+    std::vector<FoundIntersection> run();
+
+private:
+    using Integers = std::int32_t __attribute__((vector_size(16)));
+    /// The fourth numbers are for comparing all at once: they never tell boxes apart.
+    struct Box {
+        Integers min;
+        Integers max;
+
+        bool isApartFrom(const Box& other) const {
+            using Halves = std::int64_t __attribute__((vector_size(16)));
+            const auto apart = reinterpret_cast<Halves>((min > other.max) | (other.min > max));
+            return (apart[0] | apart[1]) != 0;
+        }
+    };
+    struct Corners {
+        BakedVertex at[3];
+    };
+
+    static Box roundedOut(const kx::kxBBox& box);
+    void layOut();
+    bool meetSelf(unsigned int node);
+    bool meet(unsigned int a, unsigned int b);
+    bool meetLeaves(unsigned int a, unsigned int b);
+    bool finishLeaf(unsigned int leaf);
+    bool pollAfter(std::size_t pairs);
+    void holdAgainst(std::uint32_t slot, std::uint32_t begin, std::uint32_t end);
+    void test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB);
+
+    const BakedTriangles& baked_;
+    std::function<bool()> triangleDone_;
+    std::function<bool()> goOn_;
+    std::vector<Box> boxes_; ///< One a slot, like the corners.
+    std::vector<Corners> corners_;
+    std::vector<FoundIntersection> found_;
+    std::size_t done_ = 0;
+    std::size_t pairsSincePoll_ = 0;
+};
+
+} // namespace ctr

@@ -1,0 +1,184 @@
+// The interval test of T. Moeller, A fast triangle-triangle intersection test, Journal of Graphics
+// Tools 2(2), 1997, in integers: each triangle has to straddle the other's plane, and the two spans
+// along the common line have to overlap. Most spans are far apart, which doubles can tell.
+#include "visibility/PiercingTest.h"
+
+#include <cstdlib>
+#include <utility>
+
+namespace ctr {
+namespace {
+
+/// Some steps along every axis could bring each corner onto the plane. Rounding moves a corner by
+/// one step at most, and tilts the other triangle's plane as well.
+bool AreBesidePlane(const PlaneValues& values, const GridVector& n) {
+    constexpr long kSteps = 16;
+    const long reach = WrapMultiply(kSteps, std::abs(n[0]) + std::abs(n[1]) + std::abs(n[2]));
+    const auto& at = values.at;
+    return std::min({at[0], at[1], at[2]}) >= -reach && std::max({at[0], at[1], at[2]}) <= reach;
+}
+
+/// floor(p0 + (p1 - p0) * t), measured from the smaller end. For t in [0, 1] the double is off by
+/// less than a step before it is made exact.
+std::int32_t CoordinateAt(std::int32_t p0, std::int32_t p1, const Fraction& t, double share) {
+    using Wide = __int128;
+    const long delta = std::abs(long{p1} - long{p0});
+    const bool rises = p1 >= p0;
+    const Wide product = Wide{delta} * (rises ? Wide{t[0]} : Wide{t[1]} - Wide{t[0]});
+    Wide steps = 0;
+    if (t[0] < 0 || t[0] > t[1]) {
+        steps = product / t[1]; // only on grids too fine to be of use
+    } else {
+        steps = static_cast<long>(static_cast<double>(delta) * (rises ? share : 1.0 - share));
+        while (steps * t[1] > product) {
+            --steps;
+        }
+        while ((steps + 1) * t[1] <= product) {
+            ++steps;
+        }
+    }
+    return static_cast<std::int32_t>((rises ? p0 : p1) + steps);
+}
+
+/// An edge of a triangle that crosses a plane, with the plane's values at its ends.
+struct Crossing {
+    int edge;
+    long from;
+    long to;
+};
+
+struct Crossings {
+    Crossing first;
+    Crossing second;
+};
+
+/// The two crossings of a straddling triangle's edges, in edge order. A corner on the plane belongs
+/// to the edge that ends there.
+Crossings FindCrossings(const PlaneValues& values) {
+    Crossing found[2] = {};
+    int count = 0;
+    for (int k = 0; k < 3 && count < 2; ++k) {
+        const long from = values.at[k];
+        const long to = values.at[(k + 1) % 3];
+        if (from != 0 && (to == 0 || (from < 0) != (to < 0))) {
+            found[count++] = {k, from, to};
+        }
+    }
+    return {found[0], found[1]};
+}
+
+/// The two crossings in order along an axis; the first found is the low one on a tie.
+struct Span {
+    tPointOnEdge low;
+    tPointOnEdge high;
+};
+
+tPointOnEdge PointOf(const BakedVertex* corners, const Crossing& crossing) {
+    const BakedVertex& start = corners[crossing.edge];
+    const BakedVertex& end = corners[(crossing.edge + 1) % 3];
+    const Fraction t = MakeFraction(crossing.from, WrapSubtract(crossing.from, crossing.to));
+    return {start, end, PointAt(start, end, t), t};
+}
+
+Span SpanOf(const BakedVertex* corners, const Crossings& crossings) {
+    return {PointOf(corners, crossings.first), PointOf(corners, crossings.second)};
+}
+
+/// A span on screen, off by less than a step on either axis.
+struct RoughSpan {
+    double x[2];
+    double y[2];
+
+    RoughSpan(const BakedVertex* corners, const Crossings& crossings) {
+        const Crossing* const both[2] = {&crossings.first, &crossings.second};
+        for (int end = 0; end < 2; ++end) {
+            const BakedVertex& p = corners[both[end]->edge];
+            const BakedVertex& q = corners[(both[end]->edge + 1) % 3];
+            const auto from = static_cast<double>(both[end]->from);
+            const double t = from / (from - static_cast<double>(both[end]->to));
+            x[end] = p.x + t * (static_cast<double>(q.x) - p.x);
+            y[end] = p.y + t * (static_cast<double>(q.y) - p.y);
+        }
+    }
+};
+
+/// Whether two spans of one line are apart on an axis by more than roundings can change.
+bool AreApart(const double (&a)[2], const double (&b)[2]) {
+    constexpr double kSteps = 4.0;
+    return std::max(a[0], a[1]) + kSteps < std::min(b[0], b[1]) ||
+           std::max(b[0], b[1]) + kSteps < std::min(a[0], a[1]);
+}
+
+/// The larger screen extent of the four crossings decides the axis along which they are ordered;
+/// none when all are in one grid column.
+enum class OrderingAxis { none, x, y };
+
+OrderingAxis ChooseAxis(const Span& a, const Span& b) {
+    const auto [minX, maxX] =
+        std::minmax({a.low.point.x, a.high.point.x, b.low.point.x, b.high.point.x});
+    const auto [minY, maxY] =
+        std::minmax({a.low.point.y, a.high.point.y, b.low.point.y, b.high.point.y});
+    const long extentX = long{maxX} - long{minX};
+    const long extentY = long{maxY} - long{minY};
+    if (extentX == 0 && extentY == 0) {
+        return OrderingAxis::none;
+    }
+    return extentX > extentY ? OrderingAxis::x : OrderingAxis::y;
+}
+
+/// The overlap of two spans along an axis; none when they are apart or only touch.
+std::optional<IntersectionEdge> OverlapOf(Span a, Span b, OrderingAxis axis) {
+    const auto key = [axis](const tPointOnEdge& p) {
+        return axis == OrderingAxis::x ? p.point.x : p.point.y;
+    };
+    for (Span* span : {&a, &b}) {
+        if (key(span->high) < key(span->low)) {
+            std::swap(span->low, span->high);
+        }
+    }
+    const bool lowestIsB = key(b.low) < key(a.low);
+    bool lowIsB = key(b.low) >= key(a.low);
+    const tPointOnEdge* low = lowIsB ? &b.low : &a.low;
+    bool highIsB = key(b.high) < key(a.high);
+    const tPointOnEdge* high = highIsB ? &b.high : &a.high;
+    if (key(*low) >= key(*high)) {
+        std::swap(low, high);
+        std::swap(lowIsB, highIsB);
+    }
+    if (lowestIsB == lowIsB) {
+        return std::nullopt;
+    }
+    return IntersectionEdge{*low, *high, false};
+}
+
+} // namespace
+
+BakedVertex PointAt(const BakedVertex& p0, const BakedVertex& p1, const Fraction& t) {
+    const double share = static_cast<double>(t[0]) / static_cast<double>(t[1]);
+    return {CoordinateAt(p0.x, p1.x, t, share), CoordinateAt(p0.y, p1.y, t, share),
+            CoordinateAt(p0.z, p1.z, t, share)};
+}
+
+std::optional<IntersectionEdge> FindIntersection(const CutTriangle& a, const CutTriangle& b) {
+    const Crossings crossingsA = FindCrossings(a.values);
+    const Crossings crossingsB = FindCrossings(b.values);
+    const RoughSpan roughA(a.corners, crossingsA);
+    const RoughSpan roughB(b.corners, crossingsB);
+    // On one line, spans apart on an axis are as far apart on the axis of larger extent.
+    if (AreApart(roughA.x, roughB.x) || AreApart(roughA.y, roughB.y)) {
+        return std::nullopt;
+    }
+    const Span spanA = SpanOf(a.corners, crossingsA);
+    const Span spanB = SpanOf(b.corners, crossingsB);
+    const OrderingAxis axis = ChooseAxis(spanA, spanB);
+    if (axis == OrderingAxis::none) {
+        return std::nullopt;
+    }
+    std::optional<IntersectionEdge> overlap = OverlapOf(spanA, spanB, axis);
+    if (overlap) {
+        overlap->grazing = AreBesidePlane(a.values, b.normal) || AreBesidePlane(b.values, a.normal);
+    }
+    return overlap;
+}
+
+} // namespace ctr

@@ -1,0 +1,35 @@
+// Whether two triangles cut each other, and where.
+#pragma once
+
+#include "visibility/IntersectionEdge.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace ctr {
+
+/// Values of a plane at the corners of a triangle.
+struct PlaneValues {
+    long at[3];
+
+    PlaneValues(const BakedVertex* corners, const BakedVertex& origin, const GridVector& normal)
+        : at{Dot(normal, Difference(corners[0], origin)),
+             Dot(normal, Difference(corners[1], origin)),
+             Dot(normal, Difference(corners[2], origin))} {}
+
+    bool straddle() const {
+        return (at[0] < 0 || at[1] < 0 || at[2] < 0) & (at[0] > 0 || at[1] > 0 || at[2] > 0);
+    }
+};
+
+/// A triangle that straddles the plane of another.
+struct CutTriangle {
+    const BakedVertex* corners; ///< Three.
+    GridVector normal;
+    PlaneValues values; ///< Of the other's plane.
+};
+
+/// The edge along which a and b cut each other, if they do. Their boxes share a point.
+std::optional<IntersectionEdge> FindIntersection(const CutTriangle& a, const CutTriangle& b);
+
+} // namespace ctr
