@@ -5,6 +5,7 @@
 
 #include "linesets/SetConstruction.h"
 #include "projection/Homogeneous.h"
+#include "svg/PathText.h"
 
 #include <bit>
 #include <cstddef>
@@ -47,23 +48,23 @@ private:
     const LineSegmentSet& set_;
 };
 
-std::ostream& operator<<(std::ostream& out, const Wm4::Vector2<float>& point) {
-    return out << static_cast<double>(point[0]) << ',' << static_cast<double>(point[1]);
+PathText& operator<<(PathText& out, const Wm4::Vector2<float>& point) {
+    return out << point[0] << "," << point[1];
 }
 
 /// The set's segments as paths; a path goes on while segments share a vertex number.
-void WritePaths(std::ostream& out, const LineSegmentSet& set, const PageMap& toPage) {
+void WritePaths(PathText& out, const LineSegmentSet& set, const PageMap& toPage) {
     const unsigned int* indices = set.GetIndexBuffer()->GetData();
     const std::size_t indexCount = 2 * SegmentCount(set.GetIndexBuffer());
     for (std::size_t i = 0; i < indexCount; i += 2) {
         if (i > 0 && indices[i] == indices[i - 1]) {
-            out << 'L' << toPage(indices[i + 1]) << ' ';
+            out << "L" << toPage(indices[i + 1]) << " ";
             continue;
         }
-        out << (i > 0 ? "\"/>" : "\">") << std::endl;
-        out << "  <path d=\"M" << toPage(indices[i]) << " L" << toPage(indices[i + 1]) << ' ';
+        out << (i > 0 ? "\"/>\n" : "\">\n") << "  <path d=\"M" << toPage(indices[i]) << " L"
+            << toPage(indices[i + 1]) << " ";
     }
-    out << "\"/>" << std::endl;
+    out << "\"/>\n";
 }
 
 } // namespace
@@ -128,8 +129,11 @@ bool SVGExporter::tInternal::exportLines(const std::string& groupId,
            << ChannelByte(style.color.R()) << ',' << ChannelByte(style.color.G()) << ','
            << ChannelByte(style.color.B()) << ")\" stroke-width=\""
            << static_cast<double>(style.width);
-    WritePaths(stream, set, PageMap(*exportParameters, set));
-    stream << "</g>" << std::endl;
+    PathText text(stream);
+    WritePaths(text, set, PageMap(*exportParameters, set));
+    text << "</g>\n";
+    // One flush a group: the file is whole up to here when the call returns.
+    text.flush();
     return stream.good();
 }
 

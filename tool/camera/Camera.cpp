@@ -52,8 +52,10 @@ void ForEachCorner(const kx::kxTriMesh& mesh, const ViewAxes& axes, const Functi
     const ToView toView(mesh.GetWorldTransformation().GetMatrix(), axes);
     const kx::kxVertexBuffer& vertices = *mesh.GetVertexBuffer();
     const kx::kxIndexBuffer& triangles = *mesh.GetIndexBuffer();
-    for (int i = 0; i < triangles.GetIndexQuantity(); ++i) {
-        function(toView(vertices.Position3(static_cast<int>(triangles.GetData()[i]))));
+    const unsigned int* const indices = triangles.GetData();
+    const int count = triangles.GetIndexQuantity();
+    for (int i = 0; i < count; ++i) {
+        function(toView(vertices.Position3(static_cast<int>(indices[i]))));
     }
 }
 
@@ -126,10 +128,12 @@ AimedCamera AimParallel(const CameraRequest& request,
     if (request.focalPoint) {
         rules.middle = InView(*request.focalPoint, axes);
     }
-    const Frame frame = FitToPage(Around(Measure(subjects.fitted, axes)), drawn,
-                                  Measure(subjects.occluders, axes), rules);
+    const Box all = Around(drawn);
+    const Box fitted =
+        subjects.fitted == subjects.drawn ? all : Around(Measure(subjects.fitted, axes));
+    const Frame frame = FitToPage(fitted, drawn, Measure(subjects.occluders, axes), rules);
     const double units = UnitsPerMillimetre(frame, sheet.page);
-    const Vector size = Around(drawn).size() / units;
+    const Vector size = all.size() / units;
     return {MakeCamera(frame, axes), units, PageSize{size[0], size[1]}};
 }
 

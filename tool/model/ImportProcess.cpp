@@ -205,7 +205,7 @@ void ReadAndSend(const Task& task, PipeWriter& pipe) {
                                   NameOf(task.request) + ": cannot read the model: " + why));
     };
     try {
-        SendModel(pipe, ReadModel(task.request, task.standardInput));
+        SendModel(pipe, ReadModelOnce(task.request, task.standardInput));
     } catch (const Failure& failure) {
         SendFailure(pipe, failure);
     } catch (const std::bad_alloc&) {
@@ -295,6 +295,8 @@ Model ImportModel(const ModelRequest& request, const ImportLimits& limits) {
     if (::pipe2(ends, O_CLOEXEC) != 0) {
         throw std::system_error(errno, std::generic_category(), "pipe");
     }
+    // As much as anyone may have; with less, the two processes take turns more often.
+    ::fcntl(ends[1], F_SETPIPE_SZ, 1 << 20);
     const pid_t child = ::fork();
     if (child < 0) {
         const int reason = errno;

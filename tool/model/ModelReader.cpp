@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <system_error>
 #include <unistd.h>
 
@@ -91,9 +92,9 @@ ReadScene(Assimp::Importer& importer, const ModelRequest& request, std::string_v
                : importer.ReadFile(request.path, 0);
 }
 
-Model Import(const ModelRequest& request, std::string_view bytes) {
+/// The importer keeps the scene.
+Model Import(Assimp::Importer& importer, const ModelRequest& request, std::string_view bytes) {
     RequireComplete(bytes, NameOf(request));
-    Assimp::Importer importer;
     const aiScene* scene = ReadScene(importer, request, bytes);
     const std::size_t polygons = scene == nullptr ? 0 : CountPolygons(*scene);
     // Faces are told apart by their size later, so nothing has to sort them into meshes of a kind.
@@ -116,6 +117,18 @@ void RequireKnownFormat(const ModelRequest& request) {
         throw Failure(ExitCode::Usage, "standard input: --format " + *request.format +
                                            " is not a format that can be read");
     }
+}
+
+Model Read(Assimp::Importer& importer,
+           const ModelRequest& request,
+           std::string_view standardInput) {
+    if (IsStandardInput(request)) {
+        RequireKnownFormat(request);
+        return Import(importer, request, standardInput);
+    }
+    // Kept while the importer works: some files say more than it passes on.
+    const MappedFile file(request.path);
+    return Import(importer, request, file.bytes());
 }
 
 } // namespace
@@ -142,17 +155,15 @@ std::string ReadStandardInput(const ModelRequest& request) {
 }
 
 Model ReadModel(const ModelRequest& request) {
-    return ReadModel(request, ReadStandardInput(request));
+    Assimp::Importer importer;
+    return Read(importer, request, ReadStandardInput(request));
 }
 
-Model ReadModel(const ModelRequest& request, std::string_view standardInput) {
-    if (IsStandardInput(request)) {
-        RequireKnownFormat(request);
-        return Import(request, standardInput);
-    }
-    // Kept while the importer works: some files say more than it passes on.
-    const MappedFile file(request.path);
-    return Import(request, file.bytes());
+Model ReadModelOnce(const ModelRequest& request, std::string_view standardInput) {
+    auto importer = std::make_unique<Assimp::Importer>();
+    Model model = Read(*importer, request, standardInput);
+    static_cast<void>(importer.release());
+    return model;
 }
 
 } // namespace kxcontour

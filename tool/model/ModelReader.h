@@ -18,8 +18,10 @@ namespace kxcontour {
 /// crash the importer, see ImportModel(). What is read from standard input cannot refer to files.
 Model ReadModel(const ModelRequest& request);
 
-/// The same when standard input, if it is asked for, was read already.
-Model ReadModel(const ModelRequest& request, std::string_view standardInput);
+/// The same when standard input, if it is asked for, was read already, and in a process that ends
+/// soon: what the importer holds is left to the system, which takes it back sooner than piece by
+/// piece.
+Model ReadModelOnce(const ModelRequest& request, std::string_view standardInput);
 
 /// All of standard input, if the model is to come from there, else nothing. Throws Failure as
 /// ReadModel() does, for a format before it waits for the first byte.

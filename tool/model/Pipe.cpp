@@ -16,8 +16,7 @@ PipeWriter::~PipeWriter() {
     ::close(descriptor_);
 }
 
-void PipeWriter::bytes(const void* data, std::size_t size) {
-    const char* from = static_cast<const char*>(data);
+void PipeWriter::bytesOverEnd(const char* from, std::size_t size) {
     while (size > 0) {
         if (used_ == kBufferSize) {
             flush();
@@ -52,8 +51,7 @@ PipeReader::~PipeReader() {
     ::close(descriptor_);
 }
 
-void PipeReader::bytes(void* data, std::size_t size) {
-    char* to = static_cast<char*>(data);
+void PipeReader::bytesOverEnd(char* to, std::size_t size) {
     while (size > 0) {
         if (start_ == end_) {
             fill();

@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <string>
@@ -32,7 +33,14 @@ public:
     PipeWriter(const PipeWriter&) = delete;
     PipeWriter& operator=(const PipeWriter&) = delete;
 
-    void bytes(const void* data, std::size_t size);
+    void bytes(const void* data, std::size_t size) {
+        if (size > kBufferSize - used_) {
+            bytesOverEnd(static_cast<const char*>(data), size);
+            return;
+        }
+        std::memcpy(buffer_->data() + used_, data, size);
+        used_ += size;
+    }
 
     template <class T> void value(T value) {
         static_assert(std::is_trivially_copyable_v<T>);
@@ -51,6 +59,8 @@ public:
 private:
     static constexpr std::size_t kBufferSize = 1U << 18U;
 
+    void bytesOverEnd(const char* from, std::size_t size);
+
     int descriptor_;
     bool good_ = true;
     std::size_t used_ = 0;
@@ -68,7 +78,14 @@ public:
     PipeReader(const PipeReader&) = delete;
     PipeReader& operator=(const PipeReader&) = delete;
 
-    void bytes(void* data, std::size_t size);
+    void bytes(void* data, std::size_t size) {
+        if (size > end_ - start_) {
+            bytesOverEnd(static_cast<char*>(data), size);
+            return;
+        }
+        std::memcpy(data, buffer_->data() + start_, size);
+        start_ += size;
+    }
 
     template <class T> T value() {
         static_assert(std::is_trivially_copyable_v<T>);
@@ -87,6 +104,7 @@ public:
 private:
     static constexpr std::size_t kBufferSize = 1U << 18U;
 
+    void bytesOverEnd(char* to, std::size_t size);
     void fill();
     void waitForBytes() const;
 

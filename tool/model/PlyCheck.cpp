@@ -29,7 +29,9 @@ struct Header {
 };
 
 bool IsSpace(char c) {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+    // Most characters are none, and this one comparison says so.
+    return static_cast<unsigned char>(c) <= ' ' &&
+           (c == ' ' || c == '\t' || c == '\r' || c == '\n');
 }
 
 /// Takes the next word off the front of the text; empty at its end.

@@ -1,5 +1,5 @@
-// Builds the two levels of the grid in three walks over the lines: one counts the lines of the
-// cells, one those of the leaves, one fills the leaves.
+// Builds the two levels of the grid in two walks over the lines: one counts the lines of the cells,
+// one those of the leaves, and notes which they are.
 #include "paper/CellGrid.h"
 
 #include "paper/Plane.h"
@@ -123,17 +123,26 @@ void CellGrid::cutCrowdedCells(const std::vector<PaperLine>& lines, double reach
 
 void CellGrid::fillLeaves(const std::vector<PaperLine>& lines, double reach) {
     starts_.assign(firstLeaf_.back(), 0);
+    std::vector<std::uint32_t> leaves; // Of all lines, one line after the other.
+    std::vector<std::uint32_t> ends;   // By line: where its leaves end.
+    leaves.reserve(4 * lines.size());
+    ends.reserve(lines.size());
     for (const PaperLine& line : lines) {
-        visitLeaves(line, reach, [&](std::size_t leaf) { ++starts_[leaf]; });
+        visitLeaves(line, reach, [&](std::size_t leaf) {
+            ++starts_[leaf];
+            leaves.push_back(static_cast<std::uint32_t>(leaf));
+        });
+        ends.push_back(static_cast<std::uint32_t>(leaves.size()));
     }
     SumUp(starts_);
-    entries_.resize(starts_.back());
+    entries_.resize(leaves.size());
     // From the last line to the first, each leaf fills from its end to its start: the starts end up
     // where they belong and the lines in increasing order.
+    std::size_t next = leaves.size();
     for (std::size_t i = lines.size(); i-- > 0;) {
-        visitLeaves(lines[i], reach, [&](std::size_t leaf) {
-            entries_[--starts_[leaf]] = static_cast<std::uint32_t>(i);
-        });
+        for (const std::size_t first = i > 0 ? ends[i - 1] : 0; next > first;) {
+            entries_[--starts_[leaves[--next]]] = static_cast<std::uint32_t>(i);
+        }
     }
 }
 

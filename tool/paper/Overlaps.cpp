@@ -110,18 +110,22 @@ public:
         firstRemains_.reserve(lines.size() + 1);
         firstRemains_.push_back(0);
         remains_.reserve(lines.size());
+        isWhole_.reserve(lines.size());
     }
 
     void sweep() {
         for (std::size_t i = 0; i < lines_.size(); ++i) {
             const Ray later(lines_[i]);
             findNeighbours(static_cast<std::uint32_t>(i), later);
+            const std::size_t before = remains_.size();
             if (later.length > 0.0) {
                 keepRests(later);
             } else {
                 keepDot(later.line.a);
             }
             firstRemains_.push_back(remains_.size());
+            isWhole_.push_back(remains_.size() == before + 1 &&
+                               remains_.back().length() == later.length);
         }
     }
 
@@ -136,9 +140,13 @@ public:
 private:
     static constexpr std::uint32_t kNobody = static_cast<std::uint32_t>(-1);
 
+    /// What an earlier line may do to the one at hand, as far as a cheap look at both tells.
+    enum class Relation : std::uint8_t { Apart, Crossing, Beside };
+
     /// Gathers what is left of earlier lines beside this one.
     void findNeighbours(std::uint32_t number, const Ray& later) {
         near_.clear();
+        crossing_.clear();
         grid_.visit(later.line, [&](std::span<const std::uint32_t> near) {
             for (const std::uint32_t other : near) {
                 if (other >= number) {
@@ -146,30 +154,48 @@ private:
                 }
                 if (lastAsked_[other] != number) {
                     lastAsked_[other] = number;
-                    if (mayCover(later, lines_[other])) {
-                        addPiecesOf(other, later);
-                    }
+                    takeNeighbour(other, later);
                 }
             }
         });
     }
 
-    /// A cheap look at the whole earlier line. The stretches of its pieces are parts of the whole
-    /// one's; where that stays off the earlier line on one side, so do they.
-    bool mayCover(const Ray& later, const PaperLine& earlier) const {
+    void takeNeighbour(std::uint32_t number, const Ray& later) {
+        const Relation relation = relationOf(later, lines_[number]);
+        if (relation == Relation::Crossing && isWhole_[number]) {
+            crossing_.push_back(number);
+        } else if (relation != Relation::Apart) {
+            addPiecesOf(number, later);
+        }
+    }
+
+    /// The stretches of an earlier line's pieces are parts of the whole one's, over which the
+    /// distance grows or falls evenly. Where that stays off the earlier line on one side, so do
+    /// they all. Where an end of it is off, nothing covers the whole of the later line, as long as
+    /// the earlier one is whole: it can only cover a rest. Both are left open within rounding.
+    Relation relationOf(const Ray& later, const PaperLine& earlier) const {
         if (later.length == 0.0) {
-            return true;
+            return Relation::Beside;
         }
         const Stretch common = commonStretch(later, {0.0, later.length}, earlier);
-        if (!(common.length() > 0.0)) {
-            return false;
-        }
         const Point along = earlier.b - earlier.a;
-        const double from = Cross(along, later.at(common.from) - earlier.a);
-        const double to = Cross(along, later.at(common.to) - earlier.a);
-        const double nearest = from * to > 0.0 ? std::min(std::abs(from), std::abs(to)) : 0.0;
+        const double start = Cross(along, later.line.a - earlier.a);
+        const double slope = Cross(along, later.direction);
+        const double from = start + slope * common.from;
+        const double to = start + slope * common.to;
+        const double low = std::min(from, to);
+        const double high = std::max(from, to);
         const double reach = tolerance_ * kReachPerTolerance;
-        return nearest * nearest <= reach * reach * SquaredLength(along);
+        const double square = reach * reach * SquaredLength(along);
+        const double nearest = std::max({low, -high, 0.0});
+        // One condition, for which of the two fails is hard to predict.
+        if (static_cast<int>(common.length() > 0.0) *
+                static_cast<int>(nearest * nearest <= square) ==
+            0) {
+            return Relation::Apart;
+        }
+        const double farthest = std::max(-low, high);
+        return farthest * farthest > square ? Relation::Crossing : Relation::Beside;
     }
 
     /// A long line may be in many pieces: only those beside the later line are taken.
@@ -209,8 +235,17 @@ private:
                 remains_.push_back(rest);
             } else {
                 cut(rest);
+                addCrossing(later);
             }
         }
+    }
+
+    /// Once there are rests, what crosses the line may cover one of them.
+    void addCrossing(const Ray& later) {
+        for (const std::uint32_t number : crossing_) {
+            addPiecesOf(number, later);
+        }
+        crossing_.clear();
     }
 
     void findCovers(const Ray& later, const Stretch& rest) {
@@ -274,9 +309,11 @@ private:
     std::vector<std::uint32_t> lastAsked_; ///< By line: the last one it was compared with.
     std::vector<std::size_t> firstRemains_;
     std::vector<Stretch> remains_; ///< Of all lines so far, one line after the other.
+    std::vector<bool> isWhole_;    ///< By line: whether nothing was cut out of it.
     // Of the line at hand:
     std::vector<PaperLine> near_;
-    std::vector<Stretch> rests_; ///< Still to be looked at, the next one last.
+    std::vector<std::uint32_t> crossing_; ///< Not yet in near_.
+    std::vector<Stretch> rests_;          ///< Still to be looked at, the next one last.
     std::vector<Stretch> covers_;
 };
 

@@ -1,6 +1,7 @@
-// Ranks the positions, then gathers the sides of all triangles at the lower rank of their ends and
-// sorts them there by the higher one, so that those at one place stand side by side. Ranking is a
-// radix sort, gathering a counting sort: with a few sides at each place, all of it is linear.
+// Numbers the positions by a hash table, then gathers the sides of all triangles at the lower
+// number of their ends and sorts them there by the higher one, so that those at one place stand
+// side by side. Gathering is a counting sort: with a few sides at each place, all of it is linear.
+// Only the lines that are drawn are brought into the order of their positions.
 #include "scene/Outline.h"
 
 #include "common/Angles.h"
@@ -12,7 +13,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <numeric>
-#include <tuple>
 #include <vector>
 
 namespace kxcontour {
@@ -22,102 +22,169 @@ namespace {
 /// prism of twelve sides, at 30 degrees) bend by a little more or less. All of them count as less.
 constexpr double kAngleTolerance = 0.01;
 
-/// A float as an unsigned integer of the same order; both zeros give the same.
-std::uint32_t OrderedBits(float value) {
-    const auto bits = std::bit_cast<std::uint32_t>(value + 0.0F);
+/// The bits of a position; both zeros have the same.
+using PositionBits = std::array<std::uint32_t, 3>;
+
+PositionBits BitsOf(const Wm4::Vector3<float>& p) {
+    return {std::bit_cast<std::uint32_t>(p[0] + 0.0F), std::bit_cast<std::uint32_t>(p[1] + 0.0F),
+            std::bit_cast<std::uint32_t>(p[2] + 0.0F)};
+}
+
+/// Written out: as arrays they would be compared by a call.
+bool IsSame(const PositionBits& p, const PositionBits& q) {
+    return p[0] == q[0] && p[1] == q[1] && p[2] == q[2];
+}
+
+/// The bits of a float, never a negative zero, as a number of the same order.
+std::uint32_t InOrder(std::uint32_t bits) {
     return (bits & 0x80000000U) != 0 ? ~bits : bits | 0x80000000U;
 }
 
-/// A position, most significant word last, and a vertex that lies there.
-struct PositionKey {
-    std::array<std::uint32_t, 3> words;
-    std::uint32_t vertex;
+/// Numbers all different positions, as they come. Open addressing; nothing walks over the table in
+/// its own order, so that reaches no result.
+class Places {
+public:
+    explicit Places(const kx::kxVertexBuffer& vertices) : table_(kLeastTable) {
+        const int count = vertices.GetVertexQuantity();
+        ofVertex_.reserve(static_cast<std::size_t>(count));
+        for (int first = 0; first < count; first += kBlock) {
+            addBlock(vertices, first, std::min(count, first + kBlock));
+        }
+    }
 
-    bool operator<(const PositionKey& other) const {
-        return std::tie(words[2], words[1], words[0]) <
-               std::tie(other.words[2], other.words[1], other.words[0]);
+    std::size_t count() const { return positions_.size(); }
+    std::uint32_t ofVertex(unsigned int vertex) const { return ofVertex_[vertex]; }
+    const PositionBits& position(std::uint32_t place) const { return positions_[place]; }
+
+private:
+    static constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
+    static constexpr std::size_t kLeastTable = 64;
+    static constexpr int kBlock = 32;
+
+    struct Slot {
+        PositionBits position{};
+        std::uint32_t place = kNone;
+    };
+
+    /// The table is larger than the processor's cache: what a block asks of it is fetched at once.
+    void addBlock(const kx::kxVertexBuffer& vertices, int first, int end) {
+        std::array<PositionBits, kBlock> positions;
+        std::array<std::size_t, kBlock> hashes;
+        const auto count = static_cast<std::size_t>(end - first);
+        for (std::size_t i = 0; i < count; ++i) {
+            positions[i] = BitsOf(vertices.Position3(first + static_cast<int>(i)));
+            hashes[i] = HashOf(positions[i]);
+            __builtin_prefetch(&table_[hashes[i] & (table_.size() - 1)], 1);
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            ofVertex_.push_back(numberOf(positions[i], hashes[i]));
+        }
+    }
+
+    std::uint32_t numberOf(const PositionBits& position, std::size_t hash) {
+        Slot* slot = &slotOf(position, hash);
+        if (slot->place == kNone) {
+            if (2 * (positions_.size() + 1) > table_.size()) {
+                grow();
+                slot = &slotOf(position, hash);
+            }
+            *slot = {position, static_cast<std::uint32_t>(positions_.size())};
+            positions_.push_back(position);
+        }
+        return slot->place;
+    }
+
+    static std::size_t HashOf(const PositionBits& position) {
+        std::uint64_t hash =
+            (position[0] | std::uint64_t{position[1]} << 32U) * 0x9e3779b97f4a7c15U;
+        hash = (hash ^ hash >> 32U ^ position[2]) * 0xbf58476d1ce4e5b9U;
+        return hash ^ hash >> 32U;
+    }
+
+    /// The slot that the position is in, or would go into.
+    Slot& slotOf(const PositionBits& position, std::size_t hash) {
+        const std::size_t mask = table_.size() - 1;
+        std::size_t at = hash & mask;
+        while (table_[at].place != kNone && !IsSame(table_[at].position, position)) {
+            at = (at + 1) & mask;
+        }
+        return table_[at];
+    }
+
+    void grow() {
+        table_.assign(4 * table_.size(), Slot());
+        for (std::uint32_t place = 0; place < positions_.size(); ++place) {
+            const PositionBits& position = positions_[place];
+            slotOf(position, HashOf(position)) = {position, place};
+        }
+    }
+
+    std::vector<std::uint32_t> ofVertex_;
+    std::vector<PositionBits> positions_;
+    std::vector<Slot> table_; ///< A power of two of slots, half of them free at least.
+};
+
+/// One side of a triangle: the higher place of its ends, and the corner it starts from, counted
+/// through the index buffer.
+struct Side {
+    std::uint32_t farPlace;
+    std::uint32_t corner;
+
+    bool operator<(const Side& other) const {
+        return farPlace != other.farPlace ? farPlace < other.farPlace : corner < other.corner;
     }
 };
 
-std::vector<PositionKey> PositionKeys(const kx::kxVertexBuffer& vertices) {
-    std::vector<PositionKey> keys(static_cast<std::size_t>(vertices.GetVertexQuantity()));
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        const Wm4::Vector3<float>& p = vertices.Position3(static_cast<int>(i));
-        keys[i] = {{OrderedBits(p[2]), OrderedBits(p[1]), OrderedBits(p[0])},
-                   static_cast<std::uint32_t>(i)};
+/// A number with what it is sorted by, the most significant word last.
+template <std::size_t kWords> struct Key {
+    std::array<std::uint32_t, kWords> words;
+    std::uint32_t number;
+
+    bool operator<(const Key& other) const {
+        return std::lexicographical_compare(words.rbegin(), words.rend(), other.words.rbegin(),
+                                            other.words.rend());
     }
-    return keys;
-}
+};
 
 constexpr unsigned int kDigitBits = 11;
 constexpr std::size_t kDigits = std::size_t{1} << kDigitBits;
 
 /// One pass of a radix sort: moves the keys into the order of one digit of one word, stably.
-void SortByDigit(std::vector<PositionKey>& keys,
-                 std::vector<PositionKey>& scratch,
+template <class tKey>
+void SortByDigit(std::vector<tKey>& keys,
+                 std::vector<tKey>& scratch,
                  std::size_t word,
                  unsigned int shift) {
-    const auto digit = [=](const PositionKey& key) {
-        return (key.words[word] >> shift) & (kDigits - 1);
-    };
+    const auto digit = [=](const tKey& key) { return (key.words[word] >> shift) & (kDigits - 1); };
     std::array<std::size_t, kDigits> next{};
-    for (const PositionKey& key : keys) {
+    for (const tKey& key : keys) {
         ++next[digit(key)];
     }
     if (next[digit(keys.front())] == keys.size()) {
         return;
     }
     std::exclusive_scan(next.begin(), next.end(), next.begin(), std::size_t{0});
-    for (const PositionKey& key : keys) {
+    for (const tKey& key : keys) {
         scratch[next[digit(key)]++] = key;
     }
     keys.swap(scratch);
 }
 
-/// Sorts by position. Keys at one place may end in any order: they all get one rank.
-void SortKeys(std::vector<PositionKey>& keys) {
+/// Sorts keys that are all different.
+template <std::size_t kWords> void SortKeys(std::vector<Key<kWords>>& keys) {
     // Below this, the tables of the radix sort cost more than they save.
     constexpr std::size_t kFewKeys = 4096;
     if (keys.size() < kFewKeys) {
         std::sort(keys.begin(), keys.end());
         return;
     }
-    std::vector<PositionKey> scratch(keys.size());
-    for (std::size_t word = 0; word < 3; ++word) {
+    std::vector<Key<kWords>> scratch(keys.size());
+    for (std::size_t word = 0; word < kWords; ++word) {
         for (unsigned int shift = 0; shift < 32; shift += kDigitBits) {
             SortByDigit(keys, scratch, word, shift);
         }
     }
 }
-
-/// The rank of every vertex's position among all different positions, in the order x, y, z.
-struct PositionRanks {
-    std::vector<std::uint32_t> ofVertex;
-    std::size_t count = 0; ///< Different positions.
-};
-
-PositionRanks RankPositions(const kx::kxVertexBuffer& vertices) {
-    std::vector<PositionKey> keys = PositionKeys(vertices);
-    SortKeys(keys);
-    PositionRanks ranks;
-    ranks.ofVertex.resize(keys.size());
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        ranks.count += i == 0 || keys[i].words != keys[i - 1].words ? 1 : 0;
-        ranks.ofVertex[keys[i].vertex] = static_cast<std::uint32_t>(ranks.count - 1);
-    }
-    return ranks;
-}
-
-/// One side of a triangle: the higher rank of its ends, and the corner it starts from, counted
-/// through the index buffer.
-struct Side {
-    std::uint32_t farRank;
-    std::uint32_t corner;
-
-    bool operator<(const Side& other) const {
-        return farRank != other.farRank ? farRank < other.farRank : corner < other.corner;
-    }
-};
 
 /// The corners that come after a corner in its triangle.
 std::uint32_t Next(std::uint32_t corner) {
@@ -132,60 +199,102 @@ public:
                   const Wm4::Matrix4<double>& toWorld)
         : vertices_(vertices), indices_(triangles.GetData()), toWorld_(toWorld),
           cosLimit_(std::cos(std::min(angleInDegrees + kAngleTolerance, 180.0) * kDegree)),
-          ranks_(RankPositions(vertices)) {
-        gatherSides(static_cast<std::uint32_t>(triangles.GetIndexQuantity() / 3 * 3));
+          places_(vertices) {
+        const auto cornerCount = static_cast<std::uint32_t>(triangles.GetIndexQuantity() / 3 * 3);
+        gatherSides(cornerCount);
+        findNormals(cornerCount);
     }
 
     kx::kxPointer<kx::kxIndexBuffer> run() {
-        for (std::size_t rank = 0; rank < ranks_.count; ++rank) {
-            findEdgesAt(rank);
+        for (std::size_t place = 0; place < places_.count(); ++place) {
+            findEdgesAt(place);
         }
+        sortLines();
         kx::kxPointer<kx::kxIndexBuffer> outline(
-            new kx::kxIndexBuffer(static_cast<int>(lines_.size()), kx::IBT_LINES));
-        std::copy(lines_.begin(), lines_.end(), outline->GetData());
+            new kx::kxIndexBuffer(static_cast<int>(2 * lines_.size()), kx::IBT_LINES));
+        unsigned int* next = outline->GetData();
+        for (const Key<2>& line : lines_) {
+            *next++ = indices_[line.number];
+            *next++ = indices_[Next(line.number)];
+        }
         return outline;
     }
 
 private:
     using Vector = Wm4::Vector3<double>;
 
-    std::uint32_t rankAt(std::uint32_t corner) const { return ranks_.ofVertex[indices_[corner]]; }
+    struct Normal {
+        Vector vector; ///< In the world, as long as twice the triangle's area.
+        double length;
+    };
 
-    std::uint32_t nearRank(std::uint32_t corner) const {
-        return std::min(rankAt(corner), rankAt(Next(corner)));
+    std::uint32_t placeAt(std::uint32_t corner) const { return places_.ofVertex(indices_[corner]); }
+
+    std::uint32_t nearPlace(std::uint32_t corner) const {
+        return std::min(placeAt(corner), placeAt(Next(corner)));
     }
 
-    /// Puts every side among those that start at the same lower rank.
+    /// Puts every side among those that start at the same lower place.
     void gatherSides(std::uint32_t cornerCount) {
         sides_.resize(cornerCount);
-        sidesEnd_.assign(ranks_.count + 1, 0);
+        sidesEnd_.assign(places_.count() + 1, 0);
         for (std::uint32_t corner = 0; corner < cornerCount; ++corner) {
-            ++sidesEnd_[nearRank(corner) + 1];
+            ++sidesEnd_[nearPlace(corner) + 1];
         }
         std::partial_sum(sidesEnd_.begin(), sidesEnd_.end(), sidesEnd_.begin());
-        // Now each entry is where the sides of its rank begin; filling moves it to their end.
+        // Now each entry is where the sides of its place begin; filling moves it to their end.
         for (std::uint32_t corner = 0; corner < cornerCount; ++corner) {
-            const std::uint32_t farRank = std::max(rankAt(corner), rankAt(Next(corner)));
-            sides_[sidesEnd_[nearRank(corner)]++] = {farRank, corner};
+            const std::uint32_t farPlace = std::max(placeAt(corner), placeAt(Next(corner)));
+            sides_[sidesEnd_[nearPlace(corner)]++] = {farPlace, corner};
         }
     }
 
-    /// Goes through the edges whose lower end has the rank, in the order of their higher ends.
-    void findEdgesAt(std::size_t rank) {
-        const std::size_t end = sidesEnd_[rank];
-        std::size_t first = rank == 0 ? 0 : sidesEnd_[rank - 1];
+    /// Goes through the edges whose lower end is at the place.
+    void findEdgesAt(std::size_t place) {
+        const std::size_t end = sidesEnd_[place];
+        std::size_t first = place == 0 ? 0 : sidesEnd_[place - 1];
         std::sort(sideAt(first), sideAt(end));
         while (first < end) {
             std::size_t next = first + 1;
-            while (next < end && sides_[next].farRank == sides_[first].farRank) {
+            while (next < end && sides_[next].farPlace == sides_[first].farPlace) {
                 ++next;
             }
             if (isDrawn(first, next)) {
-                lines_.push_back(indices_[sides_[first].corner]);
-                lines_.push_back(indices_[Next(sides_[first].corner)]);
+                lines_.push_back({{}, sides_[first].corner});
             }
             first = next;
         }
+    }
+
+    /// Brings the lines into the order of their ends: first the smaller one, then the larger one.
+    void sortLines() {
+        const std::vector<std::uint32_t> ranks = rankEnds();
+        for (Key<2>& line : lines_) {
+            const std::uint32_t from = ranks[placeAt(line.number)];
+            const std::uint32_t to = ranks[placeAt(Next(line.number))];
+            line.words = {std::max(from, to), std::min(from, to)};
+        }
+        SortKeys(lines_);
+    }
+
+    /// By place: its rank among all where lines end, in the order x, y, z; any number elsewhere.
+    std::vector<std::uint32_t> rankEnds() const {
+        std::vector<std::uint32_t> ranks(places_.count(), 0);
+        std::vector<Key<3>> keys;
+        for (const Key<2>& line : lines_) {
+            for (const std::uint32_t corner : {line.number, Next(line.number)}) {
+                const std::uint32_t place = placeAt(corner);
+                if (ranks[place]++ == 0) {
+                    const PositionBits& bits = places_.position(place);
+                    keys.push_back({{InOrder(bits[2]), InOrder(bits[1]), InOrder(bits[0])}, place});
+                }
+            }
+        }
+        SortKeys(keys);
+        for (std::uint32_t rank = 0; rank < keys.size(); ++rank) {
+            ranks[keys[rank].number] = rank;
+        }
+        return ranks;
     }
 
     std::vector<Side>::iterator sideAt(std::size_t number) {
@@ -206,38 +315,41 @@ private:
 
     /// Two sides of one edge belong to the same face when the corners opposite are one place too.
     bool isSameFace(const Side& a, const Side& b) const {
-        return oppositeRank(a) == oppositeRank(b);
+        return oppositePlace(a) == oppositePlace(b);
     }
-    std::uint32_t oppositeRank(const Side& side) const { return rankAt(Next(Next(side.corner))); }
+    std::uint32_t oppositePlace(const Side& side) const { return placeAt(Next(Next(side.corner))); }
 
     /// One side for each different face among those in [first, end).
     void gatherFaces(std::size_t first, std::size_t end) {
         faces_.assign(sideAt(first), sideAt(end));
         std::stable_sort(faces_.begin(), faces_.end(), [this](const Side& a, const Side& b) {
-            return oppositeRank(a) < oppositeRank(b);
+            return oppositePlace(a) < oppositePlace(b);
         });
         const auto same = [this](const Side& a, const Side& b) { return isSameFace(a, b); };
         faces_.erase(std::unique(faces_.begin(), faces_.end(), same), faces_.end());
     }
 
     bool bends(const Side& a, const Side& b) const {
-        const Vector normalA = faceNormal(a);
+        const Normal& normalA = normals_[a.corner / 3];
+        const Normal& normalB = normals_[b.corner / 3];
+        const double product = normalA.vector.Dot(normalB.vector);
         // Faces that lie side by side run along their edge in opposite directions.
-        const Vector normalB = isForward(a) == isForward(b) ? -faceNormal(b) : faceNormal(b);
-        const double lengths = std::sqrt(normalA.Dot(normalA)) * std::sqrt(normalB.Dot(normalB));
-        return normalA.Dot(normalB) < cosLimit_ * lengths;
+        const bool opposite = isForward(a) != isForward(b);
+        return (opposite ? product : -product) < cosLimit_ * (normalA.length * normalB.length);
     }
 
     bool isForward(const Side& side) const {
-        return rankAt(side.corner) < rankAt(Next(side.corner));
+        return placeAt(side.corner) < placeAt(Next(side.corner));
     }
 
-    /// The normal of a side's triangle in the world, as long as twice its area.
-    Vector faceNormal(const Side& side) const {
-        const std::uint32_t corner = side.corner - side.corner % 3;
-        const Wm4::Vector3<float>& origin = positionAt(corner);
-        return toWorld(positionAt(corner + 1), origin)
-            .Cross(toWorld(positionAt(corner + 2), origin));
+    void findNormals(std::uint32_t cornerCount) {
+        normals_.reserve(cornerCount / 3);
+        for (std::uint32_t corner = 0; corner < cornerCount; corner += 3) {
+            const Wm4::Vector3<float>& origin = positionAt(corner);
+            const Vector normal = toWorld(positionAt(corner + 1), origin)
+                                      .Cross(toWorld(positionAt(corner + 2), origin));
+            normals_.push_back({normal, std::sqrt(normal.Dot(normal))});
+        }
     }
 
     const Wm4::Vector3<float>& positionAt(std::uint32_t corner) const {
@@ -259,11 +371,12 @@ private:
     const unsigned int* indices_;
     const Wm4::Matrix4<double>& toWorld_;
     double cosLimit_;
-    PositionRanks ranks_;
+    Places places_;
     std::vector<Side> sides_;
-    std::vector<std::uint32_t> sidesEnd_; ///< Where the sides of each lower rank end.
-    std::vector<unsigned int> lines_;
-    std::vector<Side> faces_; ///< Scratch, kept for its memory.
+    std::vector<std::uint32_t> sidesEnd_; ///< Where the sides of each lower place end.
+    std::vector<Normal> normals_;         ///< Of all triangles.
+    std::vector<Key<2>> lines_;           ///< By the corner that they start from.
+    std::vector<Side> faces_;             ///< Scratch, kept for its memory.
 };
 
 } // namespace

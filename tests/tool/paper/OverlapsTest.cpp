@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <map>
 #include <tuple>
 
@@ -87,6 +88,30 @@ TEST(RemoveOverlaps, LinesThatCrossOrTouchStayWhole) {
     const std::vector<PaperLine> lines{{{0, 0}, {5, 0}}, {{2, -2}, {2, 2}},
                                        {{5, 0}, {9, 0}}, {{5, 0}, {5, 4}},
                                        {{0, 0}, {4, 3}}, {{9 - 0.01, 0}, {12, 0}}};
+    const auto shown = Shown(lines);
+    ASSERT_EQ(shown.size(), lines.size());
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        ExpectLine(shown[i], lines[i].a, lines[i].b);
+    }
+}
+
+// The second line is off the end of the third, but near what the first one leaves of it.
+TEST(RemoveOverlaps, ALineThatLeavesTheWholeMayCoverARest) {
+    const auto shown = Shown({{{6, 0}, {10, 0}}, {{4, 0}, {10, 0.02}}, {{0, 0}, {10, 0}}});
+    ASSERT_EQ(shown.size(), 3U);
+    ExpectLine(shown[1], {4, 0}, {10, 0.02});
+    ExpectLine(shown[2], {0, 0}, {4, 0});
+}
+
+// All of them meet in one cell of any grid.
+TEST(RemoveOverlaps, ThousandsOfLinesThroughOnePointStayWhole) {
+    constexpr int kLines = 3000;
+    std::vector<PaperLine> lines;
+    for (int i = 0; i < kLines; ++i) {
+        const double angle = i * 3.14159265358979 / kLines;
+        const Point reach{100 * std::cos(angle), 100 * std::sin(angle)};
+        lines.push_back({{-reach.x, -reach.y}, reach});
+    }
     const auto shown = Shown(lines);
     ASSERT_EQ(shown.size(), lines.size());
     for (std::size_t i = 0; i < lines.size(); ++i) {
