@@ -14,6 +14,7 @@
 #include <ctr/BakedTriangles.h>
 #include <ctr/LineSegmentSet.h>
 
+#include "linesets/EdgeGroups.h"
 #include "linesets/EdgeSort.h"
 #include "linesets/SetConstruction.h"
 #include "visibility/BakedMesh.h"
@@ -28,44 +29,24 @@
 namespace ctr {
 namespace {
 
-/// A triangle's edge, the end with the smaller coordinates first.
-struct EdgeRecord {
+/// A silhouette edge of the baked triangles, the end with the smaller coordinates first.
+struct Candidate {
     std::uint32_t firstRank;
     std::uint32_t secondRank;
     /// 3 j + k for the edge of triangle j that ends at its vertex k.
     std::uint32_t number;
     bool reversed; ///< The winding runs from the larger end to the smaller.
-
-    bool samePlace(const EdgeRecord& other) const {
-        return firstRank == other.firstRank && secondRank == other.secondRank;
-    }
 };
 
-bool IsRecordBefore(const EdgeRecord& x, const EdgeRecord& y) {
-    return std::tie(x.firstRank, x.secondRank, x.number) <
-           std::tie(y.firstRank, y.secondRank, y.number);
+bool IsCandidateBefore(const Candidate& x, const Candidate& y) {
+    return std::tie(x.firstRank, x.secondRank) < std::tie(y.firstRank, y.secondRank);
 }
 
-/// Ranks of grid points by x, then y, then z; equal points share one.
-std::vector<std::uint32_t> RankGridPoints(const BakedVertex* vertices, std::size_t count) {
-    const auto key = [vertices](std::uint32_t i) {
-        return std::tie(vertices[i].x, vertices[i].y, vertices[i].z);
-    };
-    std::vector<std::uint32_t> order(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        order[i] = static_cast<std::uint32_t>(i);
-    }
-    std::sort(order.begin(), order.end(),
-              [&](std::uint32_t p, std::uint32_t q) { return key(p) < key(q); });
-    std::vector<std::uint32_t> ranks(count);
-    std::uint32_t rank = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        if (i > 0 && key(order[i - 1]) != key(order[i])) {
-            ++rank;
-        }
-        ranks[order[i]] = rank;
-    }
-    return ranks;
+/// Grid points in the order of x, then y, then z.
+PositionKey KeyOf(const BakedVertex& p) {
+    constexpr std::uint32_t kSign = 0x80000000U;
+    const auto ordered = [](std::int32_t i) { return static_cast<std::uint32_t>(i) ^ kSign; };
+    return {std::uint64_t{ordered(p.x)} << 32 | ordered(p.y), ordered(p.z)};
 }
 
 /// The silhouette edges of one mesh.
@@ -80,60 +61,98 @@ public:
     /// Two vertex numbers of the mesh for each edge.
     std::vector<unsigned int> find() const {
         std::vector<unsigned int> segments;
-        const std::vector<EdgeRecord> records = sortedRecords();
-        for (auto group = records.begin(); group != records.end();) {
-            const auto groupEnd =
-                std::find_if_not(group, records.end(), [&group](const EdgeRecord& record) {
-                    return record.samePlace(*group);
-                });
-            const bool oneDirection =
-                std::all_of(group, groupEnd, [&group](const EdgeRecord& record) {
-                    return record.reversed == group->reversed;
-                });
-            if (oneDirection) {
-                appendCandidate(*group, segments);
-            }
-            group = groupEnd;
+        for (const Candidate& candidate : sortedCandidates()) {
+            appendCandidate(candidate, segments);
         }
         return segments;
     }
 
 private:
-    /// The two baked vertices of a record, in the order of the winding.
+    /// The two baked vertices of an edge, in the order of the winding.
     std::pair<unsigned int, unsigned int> endsOf(std::uint32_t number) const {
         const std::uint32_t k = number % 3;
         const unsigned int* corners = indices_ + (number - k);
         return {corners[(k + 2) % 3], corners[k]};
     }
 
-    std::vector<EdgeRecord> sortedRecords() const {
-        const std::vector<std::uint32_t> ranks =
-            RankGridPoints(baked_.vertices.data() + firstVertex_, vertexCount_);
-        std::vector<EdgeRecord> records(3 * std::size_t{triangleCount_});
-        for (std::uint32_t number = 0; number < records.size(); ++number) {
-            const auto [from, to] = endsOf(number);
-            const std::uint32_t fromRank = ranks[from - firstVertex_];
-            const std::uint32_t toRank = ranks[to - firstVertex_];
-            const bool reversed = toRank < fromRank;
-            records[number] = {reversed ? toRank : fromRank, reversed ? fromRank : toRank, number,
-                               reversed};
-        }
-        SortByFirstRank(records, vertexCount_, IsRecordBefore);
-        return records;
+    PositionKey keyOf(std::size_t vertex) const {
+        return KeyOf(baked_.vertices[firstVertex_ + vertex]);
     }
 
-    void appendCandidate(const EdgeRecord& record, std::vector<unsigned int>& segments) const {
+    /// Calls visit(from, to, number) for every edge, with the places of its ends.
+    template <class Visit>
+    void forEachEdge(const std::vector<std::uint32_t>& places, Visit visit) const {
+        const unsigned int* corners = indices_;
+        std::uint32_t number = 0;
+        for (unsigned int j = 0; j < triangleCount_; ++j, corners += 3, number += 3) {
+            const std::uint32_t place[3] = {places[corners[0] - firstVertex_],
+                                            places[corners[1] - firstVertex_],
+                                            places[corners[2] - firstVertex_]};
+            visit(place[2], place[0], number);
+            visit(place[0], place[1], number + 1);
+            visit(place[1], place[2], number + 2);
+        }
+    }
+
+    /// The numbers of the edges whose triangles all run one way, the lowest of each group.
+    std::vector<std::uint32_t> oneWayEdges(const std::vector<std::uint32_t>& places) const {
+        EdgeBuckets buckets(vertexCount_);
+        forEachEdge(places, [&](std::uint32_t from, std::uint32_t to, std::uint32_t) {
+            buckets.count(from, to);
+        });
+        buckets.startAdding(3 * std::size_t{triangleCount_});
+        forEachEdge(places, [&](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
+            buckets.add(from, to, number);
+        });
+        const auto inside = [](std::uint32_t, const BucketEdge*, const BucketEdge*) {
+            return true;
+        };
+        std::vector<std::uint32_t> numbers;
+        buckets.forEachGroup(inside,
+                             [&](std::uint32_t, const BucketEdge* group, const BucketEdge* end) {
+                                 if (group->key() == end[-1].key()) {
+                                     numbers.push_back(group->number());
+                                 }
+                             });
+        return numbers;
+    }
+
+    std::vector<Candidate> sortedCandidates() const {
+        const auto key = [this](std::size_t vertex) { return keyOf(vertex); };
+        const std::vector<std::uint32_t> places = NumberPlaces(vertexCount_, key);
+        const std::vector<std::uint32_t> numbers = oneWayEdges(places);
+        PlaceRanks ranks(vertexCount_);
+        for (const std::uint32_t number : numbers) {
+            const auto [from, to] = endsOf(number);
+            ranks.use(places[from - firstVertex_]);
+            ranks.use(places[to - firstVertex_]);
+        }
+        ranks.rank(key);
+        std::vector<Candidate> candidates;
+        candidates.reserve(numbers.size());
+        for (const std::uint32_t number : numbers) {
+            const auto [from, to] = endsOf(number);
+            const std::uint32_t fromRank = ranks[places[from - firstVertex_]];
+            const std::uint32_t toRank = ranks[places[to - firstVertex_]];
+            candidates.push_back({std::min(fromRank, toRank), std::max(fromRank, toRank), number,
+                                  toRank < fromRank});
+        }
+        SortByFirstRank(candidates, ranks.count(), IsCandidateBefore);
+        return candidates;
+    }
+
+    void appendCandidate(const Candidate& candidate, std::vector<unsigned int>& segments) const {
         const std::vector<unsigned int>& origins = baked_.clippedTriangleOrigins[mesh_];
-        const std::size_t triangle = record.number / 3;
+        const std::size_t triangle = candidate.number / 3;
         const std::size_t wholeCount = triangleCount_ - origins.size();
         if (triangle < wholeCount) {
-            auto [first, second] = endsOf(record.number);
-            if (record.reversed) {
+            auto [first, second] = endsOf(candidate.number);
+            if (candidate.reversed) {
                 std::swap(first, second);
             }
             segments.insert(segments.end(), {first - firstVertex_, second - firstVertex_});
         } else if (const auto edge =
-                       sourceEdge(origins[triangle - wholeCount], record.number % 3)) {
+                       sourceEdge(origins[triangle - wholeCount], candidate.number % 3)) {
             segments.insert(segments.end(), {edge->first, edge->second});
         }
     }

@@ -223,4 +223,15 @@ TEST(RemoveCommonSegments, KeepsWhatAPlainMapDoesNotHold) {
     EXPECT_GT(counts.kept, trials);
 }
 
+TEST(RemoveCommonSegments, TheOtherSetCountsAsItWasWhereTheIndicesAreShared) {
+    // Keeping the second segment of a overwrites the first one of both, which the third one equals.
+    const IndicesPointer shared = test_support::MakeIndices({0, 1, 2, 3, 1, 0});
+    const SetPointer a = MakeSet(MakeVertices(kPoints), shared);
+    std::vector<Vec3> moved = kPoints;
+    moved[3] = Vec3(9, 9, 9);
+    const SetPointer b = MakeSet(MakeVertices(moved), shared);
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(IndicesOf(*a), (Indices{2, 3}));
+}
+
 } // namespace

@@ -13,10 +13,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <limits>
+#include <set>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -398,6 +401,52 @@ TEST(CreaseCancellation, AmongTheGroupsLeavesTheGroupsBefore) {
     }
 }
 
+// The places of all edges of triangles in the order of edges, each once: one a group.
+using PlacePair = std::pair<std::array<float, 3>, std::array<float, 3>>;
+
+PlacePair PlacesOf(const Surface& surface, unsigned int a, unsigned int b) {
+    const auto p = KeyOf(surface.vertices->Position3(static_cast<int>(a)));
+    const auto q = KeyOf(surface.vertices->Position3(static_cast<int>(b)));
+    return std::minmax(p, q);
+}
+
+std::vector<PlacePair> GroupsOf(const Surface& surface) {
+    const std::vector<unsigned int> corners = IndicesOf(surface.triangles.get());
+    std::set<PlacePair> groups;
+    for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            groups.insert(PlacesOf(surface, corners[i + k], corners[i + (k + 1) % 3]));
+        }
+    }
+    return {groups.begin(), groups.end()};
+}
+
+TEST(CreaseCancellation, AmongTheGroupsOfAnyMeshLeavesTheGroupsBefore) {
+    std::size_t cut = 0;
+    const int trials = Scaled(1000);
+    for (int trial = 0; trial < trials; ++trial) {
+        Random random(static_cast<std::uint64_t>(trial));
+        const Surface surface = test_support::RandomSurface(random);
+        const std::vector<PlacePair> groups = GroupsOf(surface);
+        std::vector<CreaseEdgeInfo> all;
+        const CancelAtQuestion never(kNever);
+        ASSERT_TRUE(Compute(surface, never, all));
+        ASSERT_EQ(never.asked(), 1 + static_cast<long>(groups.size()) + 1) << "seed " << trial;
+        const auto next = static_cast<std::size_t>(random.below(static_cast<int>(groups.size())));
+        std::vector<CreaseEdgeInfo> before;
+        std::copy_if(
+            all.begin(), all.end(), std::back_inserter(before), [&](const CreaseEdgeInfo& edge) {
+                return PlacesOf(surface, edge.vertexA, edge.vertexB & ~kFlag) < groups[next];
+            });
+        std::vector<CreaseEdgeInfo> edges;
+        const CancelAtQuestion cancel(2 + static_cast<long>(next));
+        EXPECT_FALSE(Compute(surface, cancel, edges));
+        ASSERT_EQ(Plain(edges), Plain(before)) << "seed " << trial;
+        cut += all.size() - before.size();
+    }
+    EXPECT_GT(cut, static_cast<std::size_t>(trials));
+}
+
 TEST(CreaseCancellation, AtTheEndKeepsAllEdgesButIsReported) {
     const Surface surface = LooseTriangles(4);
     std::vector<CreaseEdgeInfo> edges;
@@ -609,6 +658,40 @@ TEST(CreaseEdges, AgreeWithAPlainMapOnRandomMeshes) {
     }
     EXPECT_GT(written, 10U * static_cast<unsigned int>(trials));
     EXPECT_GT(flagged, static_cast<unsigned int>(trials) / 2);
+}
+
+// Triangles around vertex 0, closed; each listed `copies` times.
+Surface Wheel(unsigned int spokes, unsigned int copies, const std::vector<Vec3>& normals) {
+    std::vector<Vec3> positions{Vec3(0, 0, 0)};
+    std::vector<unsigned int> triangles;
+    for (unsigned int i = 1; i <= spokes; ++i) {
+        const auto at = static_cast<float>(i);
+        positions.emplace_back(at, at * at, 1.0F);
+        for (unsigned int copy = 0; copy < copies; ++copy) {
+            triangles.insert(triangles.end(), {0, i, i % spokes + 1});
+        }
+    }
+    return MakeSurface(positions, normals, triangles);
+}
+
+TEST(CreaseEdges, AgreeWithAPlainMapWhereAnyNumberOfEdgesMeet) {
+    for (unsigned int spokes = 3; spokes <= 40; ++spokes) {
+        std::vector<Vec3> normals(spokes + 1, kUp);
+        const Surface smooth = Wheel(spokes, 1, normals);
+        EXPECT_EQ(CreasesOf(smooth, kDegrees).size(), spokes);
+        EXPECT_EQ(CompareCreases(smooth, kDegrees), "") << spokes;
+        EXPECT_EQ(CompareCreases(Wheel(spokes, 2, normals), kDegrees), "") << spokes;
+        std::vector<CreaseEdgeInfo> edges;
+        const CancelAtQuestion never(kNever);
+        EXPECT_TRUE(Compute(Wheel(spokes, 2, normals), never, edges));
+        EXPECT_EQ(never.asked(), 1 + 2L * spokes + 1);
+        normals[spokes / 2] = Vec3(0, 0, 0);
+        const Surface oneShort = Wheel(spokes, 1, normals);
+        EXPECT_EQ(CreasesOf(oneShort, kDegrees).size(), spokes + 1);
+        EXPECT_EQ(CompareCreases(oneShort, kDegrees), "") << spokes;
+        normals.assign(spokes + 1, Vec3(0, 0, 0));
+        EXPECT_EQ(CreasesOf(Wheel(spokes, 1, normals), kDegrees).size(), 2 * spokes);
+    }
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -155,6 +156,42 @@ TEST(Silhouettes, AClosedConvexMeshGivesItsOutline) {
             return s[0] == vertex || s[1] == vertex;
         });
         EXPECT_TRUE(meets == 0 || meets == 2) << vertex;
+    }
+}
+
+// Triangles around vertex 0, closed.
+MeshData Wheel(unsigned int spokes) {
+    constexpr float kTurn = 6.2831853F;
+    MeshData wheel;
+    wheel.addVertex(Point(64, 64, 5));
+    for (unsigned int i = 1; i <= spokes; ++i) {
+        const float angle = kTurn * static_cast<float>(i) / static_cast<float>(spokes);
+        wheel.addVertex(Point(64 + std::round(60 * std::cos(angle)),
+                              64 + std::round(60 * std::sin(angle)), static_cast<float>(i)));
+        wheel.indices.insert(wheel.indices.end(), {0, i, i % spokes + 1});
+    }
+    return wheel;
+}
+
+TEST(Silhouettes, SpokesAreInteriorHoweverManyMeet) {
+    const auto space = LatticeSpace(7, 7);
+    for (unsigned int spokes = 3; spokes <= 40; ++spokes) {
+        std::multiset<Segment> rim;
+        for (unsigned int i = 1; i <= spokes; ++i) {
+            rim.insert({std::min(i, i % spokes + 1), std::max(i, i % spokes + 1)});
+        }
+        MeshData wheel = Wheel(spokes);
+        EXPECT_EQ(Undirected(SilhouetteOf(wheel, space)), rim);
+
+        MeshData twice = wheel;
+        twice.indices.insert(twice.indices.end(), wheel.indices.begin(), wheel.indices.end());
+        EXPECT_EQ(Undirected(SilhouetteOf(twice, space)), rim);
+
+        // Without the last triangle, which joins the last vertex of the rim to the first.
+        wheel.indices.resize(wheel.indices.size() - 3);
+        rim.erase({1, spokes});
+        rim.insert({{0, 1}, {0, spokes}});
+        EXPECT_EQ(Undirected(SilhouetteOf(wheel, space)), rim);
     }
 }
 
