@@ -1,0 +1,34 @@
+// Scenes as a host hands them to the library: meshes with normals, and a camera.
+#pragma once
+
+#include <ctr/DiscreteProjectionSpace.h>
+
+#include <kxSceneGraph/kxTriMesh.h>
+#include <kxSystem/kxPointer.h>
+
+#include "bench/scenes/Scene.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+enum class View : std::uint8_t {
+    Turned, ///< From (1, -1.3, 0.8): what everything is measured with.
+    Aligned ///< From above: planks cross at right angles, the walls of gears are seen edge-on.
+};
+
+/// The meshes of a scene with normals that bend only at edges of less than 30 degrees, and an
+/// orthographic camera whose square view holds the sphere around the scene's box, times 1.02.
+struct Subject {
+    std::vector<kx::kxPointer<kx::kxTriMesh>> meshes;
+    std::vector<const kx::kxTriMesh*> borrowed; ///< The same meshes.
+    ctr::DiscreteProjectionSpace camera;
+    std::size_t triangles = 0;
+};
+
+Subject MakeSubject(const Scene& scene, View view);
+
+} // namespace bench

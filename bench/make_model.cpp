@@ -1,0 +1,130 @@
+// Writes a scene, or a model file as one, as an OBJ file with z up:
+//
+//     bench_make_model boxes1000 boxes1000.obj
+//     bench_make_model --convert house.ifc house.obj [x|y|z]
+//
+// A model file is read as the tool reads it; the last word says which of its axes is up where the
+// format does not. Triangles without area are left out, as a peer may stumble over them.
+#include "bench/ObjFile.h"
+#include "model/ModelReader.h"
+#include "scene/Cleaning.h"
+#include "scene/Placing.h"
+
+#include <algorithm>
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+
+namespace {
+
+using kxcontour::Model;
+using kxcontour::ModelRequest;
+using kxcontour::UpAxis;
+
+UpAxis AxisNamed(const std::string& name) {
+    if (name == "x" || name == "y" || name == "z") {
+        return static_cast<UpAxis>(name[0] - 'x');
+    }
+    throw std::invalid_argument("no axis is called '" + name + "'");
+}
+
+/// A point of a shape in the world, around the origin, turned from y up to z up.
+bench::Point Placed(const Wm4::Vector3<float>& p,
+                    const Wm4::Matrix4<double>& world,
+                    const Wm4::Vector3<double>& origin) {
+    const auto along = [&](int axis) {
+        double sum = world[3][axis] - origin[axis];
+        for (int k = 0; k < 3; ++k) {
+            sum += static_cast<double>(p[k]) * world[k][axis];
+        }
+        // A zero of either sign becomes a plain zero.
+        return static_cast<float>(sum) + 0.0F;
+    };
+    return {along(0), along(2) == 0.0F ? 0.0F : -along(2), along(1)};
+}
+
+/// Makes equal places one vertex, which peers take for connected triangles; leaves out those that
+/// no triangle uses. The places come out sorted.
+void Weld(bench::Part& part) {
+    std::vector<bench::Point> places;
+    places.reserve(3 * part.triangles.size());
+    for (const bench::Triangle& triangle : part.triangles) {
+        for (const std::uint32_t corner : triangle) {
+            places.push_back(part.positions[corner]);
+        }
+    }
+    std::sort(places.begin(), places.end());
+    places.erase(std::unique(places.begin(), places.end()), places.end());
+    for (bench::Triangle& triangle : part.triangles) {
+        for (std::uint32_t& corner : triangle) {
+            const auto place =
+                std::lower_bound(places.begin(), places.end(), part.positions[corner]);
+            corner = static_cast<std::uint32_t>(place - places.begin());
+        }
+    }
+    part.positions = std::move(places);
+}
+
+bench::Part PartOf(const kxcontour::Shape& shape,
+                   const Wm4::Matrix4<double>& world,
+                   const Wm4::Vector3<double>& origin) {
+    bench::Part part;
+    for (int i = 0; i < shape.vertices->GetVertexQuantity(); ++i) {
+        part.positions.push_back(Placed(shape.vertices->Position3(i), world, origin));
+    }
+    const unsigned int* corner = shape.triangles->GetData();
+    for (int i = 0; i < shape.triangles->GetIndexQuantity(); i += 3, corner += 3) {
+        part.triangles.push_back({corner[0], corner[1], corner[2]});
+    }
+    Weld(part);
+    return part;
+}
+
+bench::Scene SceneOf(const Model& model) {
+    const Wm4::Vector3<double> origin = kxcontour::ChooseOrigin(model);
+    bench::Scene scene;
+    for (const kxcontour::Placement& placement : model.placements) {
+        bench::Part part = PartOf(model.shapes[placement.shape], placement.world, origin);
+        if (!part.triangles.empty()) {
+            part.name = "part" + std::to_string(scene.size());
+            scene.push_back(std::move(part));
+        }
+    }
+    return scene;
+}
+
+bench::Scene Convert(const std::string& path, const std::string& up) {
+    ModelRequest request;
+    request.path = path;
+    if (!up.empty()) {
+        request.up = AxisNamed(up);
+    }
+    Model model = kxcontour::ReadModel(request);
+    kxcontour::CleanShapes(model);
+    return SceneOf(model);
+}
+
+int Run(const std::vector<std::string>& words) {
+    const bool converts = !words.empty() && words[0] == "--convert";
+    if (converts ? words.size() < 3 || words.size() > 4 : words.size() != 2) {
+        std::cerr << "usage: bench_make_model NAME OUT.obj\n"
+                     "       bench_make_model --convert MODEL OUT.obj [x|y|z]\n";
+        return 2;
+    }
+    const bench::Scene scene = converts ? Convert(words[1], words.size() == 4 ? words[3] : "")
+                                        : bench::MakeScene(words[0]);
+    bench::WriteObj(scene, words[converts ? 2 : 1]);
+    std::cout << scene.size() << " parts, " << bench::TriangleCount(scene) << " triangles\n";
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run({argv + 1, argv + argc});
+    } catch (const std::exception& error) {
+        std::cerr << "bench_make_model: " << error.what() << "\n";
+        return 1;
+    }
+}
