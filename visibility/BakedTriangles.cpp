@@ -20,13 +20,13 @@
 #include <cstddef>
 #include <limits>
 #include <memory>
+#include <typeinfo>
 
 namespace ctr {
 namespace {
 
 using ClipPoint = Wm4::Vector4<float>;
 
-constexpr unsigned int kUncutCodes = 1U | 2U << 2 | 3U << 4;
 constexpr std::int32_t kOutsideMarker = 1 << 28;
 constexpr unsigned int kMaxTrianglesInLeaf = 10;
 constexpr unsigned int kBitsPerWord = 32;
@@ -35,35 +35,57 @@ int VertexQuantity(const kx::kxTriMesh& mesh) {
     return mesh.GetVertexBuffer()->GetVertexQuantity();
 }
 
-/// Clip-space positions of all vertices of a mesh into `clip`.
-void ProjectVertices(const kx::kxTriMesh& mesh,
-                     const DiscreteProjectionSpace& space,
-                     ClipPoint* clip) {
-    const kx::kxVertexBuffer& vertices = *mesh.GetVertexBuffer();
-    const kx::kxGenericTransformation<float>& toWorld = mesh.GetWorldTransformation();
-    for (int i = 0; i < vertices.GetVertexQuantity(); ++i) {
-        clip[i] =
-            TransformPoint(space.worldToClip, toWorld.ApplyForward(vertices.Position3(i), true));
+/// The clip-space position of a vertex of a mesh.
+class VertexProjector {
+public:
+    VertexProjector(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space)
+        : vertices_(*mesh.GetVertexBuffer()), toWorld_(mesh.GetWorldTransformation()),
+          toClip_(space.worldToClip) {}
+
+    ClipPoint operator()(int vertex) const {
+        return TransformPoint(toClip_, toWorld_.ApplyForward(vertices_.Position3(vertex), true));
     }
-}
+
+private:
+    const kx::kxVertexBuffer& vertices_;
+    const kx::kxGenericTransformation<float> toWorld_;
+    const Wm4::Matrix4<float> toClip_;
+};
+
+/// The triangles of a mesh, without the way through the table of virtual functions where the mesh
+/// is of the framework's own class.
+class TriangleReader {
+public:
+    explicit TriangleReader(const kx::kxTriMesh& mesh)
+        : mesh_(mesh), own_(typeid(mesh) == typeid(kx::kxTriMesh)) {}
+
+    bool read(int triangle, int (&corners)[3]) const {
+        return own_ ? mesh_.kx::kxTriMesh::GetTriangle(triangle, corners[0], corners[1], corners[2])
+                    : mesh_.GetTriangle(triangle, corners[0], corners[1], corners[2]);
+    }
+
+private:
+    const kx::kxTriMesh& mesh_;
+    const bool own_;
+};
 
 bool IsFinite(const ClipPoint& p) {
     return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]) && std::isfinite(p[3]);
 }
 
-/// The clip-space corners of a triangle of a mesh; false when it does not exist or is not finite.
-bool FetchTriangle(const kx::kxTriMesh& mesh, int triangle, const ClipPoint* clip, ClipPoint* out) {
-    int corners[3];
-    if (!mesh.GetTriangle(triangle, corners[0], corners[1], corners[2])) {
-        return false;
+/// One bit for each plane that a point lies outside of, in the order of clipping and by the same
+/// comparisons, or the bit of one that is not finite.
+using OutsideBits = std::uint8_t;
+constexpr unsigned int kNotFinite = 1U << 6;
+
+OutsideBits OutsideOf(const DiscreteProjectionSpace& space, const ClipPoint& p) {
+    unsigned int bits = IsFinite(p) ? 0 : kNotFinite;
+    for (int axis = 0; axis < 3; ++axis) {
+        const unsigned int below = space.frustumMin[axis] * p[3] > p[axis] ? 1 : 0;
+        const unsigned int above = p[axis] > space.frustumMax[axis] * p[3] ? 2 : 0;
+        bits |= (below | above) << (2 * axis);
     }
-    for (int k = 0; k < 3; ++k) {
-        if (corners[k] < 0 || corners[k] >= VertexQuantity(mesh) || !IsFinite(clip[corners[k]])) {
-            return false;
-        }
-        out[k] = clip[corners[k]];
-    }
-    return true;
+    return static_cast<OutsideBits>(bits);
 }
 
 /// The grid point of a mesh vertex, or the marker for one outside the view.
@@ -97,8 +119,9 @@ Winding AppendTriangle(BakedTriangles& baked, unsigned int a, unsigned int b, un
         return Winding::degenerate;
     }
     const bool reverse = area < 0;
-    baked.triangleIndices.insert(baked.triangleIndices.end(),
-                                 {a, reverse ? c : b, reverse ? b : c});
+    baked.triangleIndices.push_back(a);
+    baked.triangleIndices.push_back(reverse ? c : b);
+    baked.triangleIndices.push_back(reverse ? b : c);
     baked.trianglePlanes.push_back(reverse ? Cross(ab, ac) : Cross(ac, ab));
     return reverse ? Winding::reversed : Winding::kept;
 }
@@ -153,53 +176,130 @@ void Extend(kx::kxBBox& box, const float min[3], const float max[3]) {
 }
 
 /// The grid box of the triangles in a leaf; the empty box for none.
+///
+/// Gathered in integers: no conversion to float changes which of two is the smaller.
 kx::kxBBox LeafBox(const BakedTriangles& baked, const HierarchyNode& leaf) {
-    kx::kxBBox box;
+    if (leaf.second == 0) {
+        return {};
+    }
+    constexpr std::int32_t kHighest = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min();
+    BakedVertex min{kHighest, kHighest, kHighest};
+    BakedVertex max{kLowest, kLowest, kLowest};
     for (unsigned int slot = FirstSlot(leaf); slot < FirstSlot(leaf) + leaf.second; ++slot) {
         const unsigned int* corners =
             baked.triangleIndices.data() + 3 * std::size_t{baked.bvh.primitives[slot]};
         for (int k = 0; k < 3; ++k) {
-            const BakedVertex& v = baked.vertices[corners[k]];
-            const float p[3] = {static_cast<float>(v.x), static_cast<float>(v.y),
-                                static_cast<float>(v.z)};
-            Extend(box, p, p);
+            const BakedVertex v = baked.vertices[corners[k]];
+            min = {std::min(min.x, v.x), std::min(min.y, v.y), std::min(min.z, v.z)};
+            max = {std::max(max.x, v.x), std::max(max.y, v.y), std::max(max.z, v.z)};
         }
     }
-    return box;
+    return {{static_cast<float>(min.x), static_cast<float>(min.y), static_cast<float>(min.z)},
+            {static_cast<float>(max.x), static_cast<float>(max.y), static_cast<float>(max.z)}};
 }
+
+/// What the first pass keeps of the vertices of a mesh.
+struct ProjectedVertices {
+    /// Room for those of the largest mesh.
+    explicit ProjectedVertices(const std::vector<const kx::kxTriMesh*>& meshes) {
+        int most = 0;
+        for (const kx::kxTriMesh* mesh : meshes) {
+            most = IsUsable(mesh) ? std::max(most, VertexQuantity(*mesh)) : most;
+        }
+        clip = std::make_unique_for_overwrite<ClipPoint[]>(static_cast<std::size_t>(most));
+        outside = std::make_unique_for_overwrite<OutsideBits[]>(static_cast<std::size_t>(most));
+    }
+
+    void project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space) {
+        const VertexProjector projector(mesh, space);
+        count = VertexQuantity(mesh);
+        for (int i = 0; i < count; ++i) {
+            clip[static_cast<std::size_t>(i)] = projector(i);
+            outside[static_cast<std::size_t>(i)] =
+                OutsideOf(space, clip[static_cast<std::size_t>(i)]);
+        }
+    }
+
+    int count = 0;
+    std::unique_ptr<ClipPoint[]> clip;
+    std::unique_ptr<OutsideBits[]> outside;
+};
 
 /// The first pass over one mesh: clips its triangles and counts what the second will make.
 class MeshClipper {
 public:
     MeshClipper(const DiscreteProjectionSpace& space,
                 const kx::kxTriMesh& mesh,
-                const ClipPoint* clip)
-        : space_(space), mesh_(mesh), clip_(clip) {}
+                const ProjectedVertices& projected)
+        : space_(space), mesh_(mesh), projected_(projected) {}
 
     void run(BakedTriangles::tFirstPassData& data, std::size_t meshNumber) {
-        for (int i = 0; i < mesh_.GetTriangleQuantity(); ++i) {
-            ClipPoint buffers[2][kMaxPolygonVertices];
-            ClipPoint* polygon = buffers[0];
-            ClipPoint* scratch = buffers[1];
-            unsigned int count = 0;
-            unsigned int codes = 0;
-            if (!FetchTriangle(mesh_, i, clip_, polygon) ||
-                !space_.clipTriangle(polygon, scratch, count, codes)) {
+        const TriangleReader triangles(mesh_);
+        const int count = mesh_.GetTriangleQuantity();
+        unsigned int* inside = data.insideTriangles[meshNumber];
+        for (int i = 0; i < count; ++i) {
+            int corners[3];
+            if (!triangles.read(i, corners) || !exist(corners)) {
                 continue;
             }
-            const auto triangle = static_cast<std::uint32_t>(i);
-            if (count == 3 && codes == kUncutCodes) {
-                data.insideTriangles[meshNumber][triangle / kBitsPerWord] |=
-                    1U << (triangle % kBitsPerWord);
+            if (isInside(corners)) {
+                const auto triangle = static_cast<std::uint32_t>(i);
+                inside[triangle / kBitsPerWord] |= 1U << (triangle % kBitsPerWord);
                 ++data.triangleCount;
-            } else {
-                addPolygon(data, meshNumber, {nullptr, count, triangle, codes}, polygon);
+            } else if (!isGone(corners)) {
+                clip(data, meshNumber, i, corners);
             }
         }
     }
 
 private:
     static constexpr unsigned int kMaxPolygonVertices = 9;
+
+    bool exist(const int (&corners)[3]) const {
+        const auto exists = [count = static_cast<unsigned int>(projected_.count)](int corner) {
+            return static_cast<unsigned int>(corner) < count;
+        };
+        return exists(corners[0]) && exists(corners[1]) && exists(corners[2]);
+    }
+
+    unsigned int outside(int corner) const {
+        return projected_.outside[static_cast<std::size_t>(corner)];
+    }
+
+    /// Whether clipping would find no corner outside of any plane, and leave the triangle as it is.
+    bool isInside(const int (&corners)[3]) const {
+        return (outside(corners[0]) | outside(corners[1]) | outside(corners[2])) == 0;
+    }
+
+    /// Whether a corner is not finite, or clipping would find all three outside of the first plane
+    /// that cuts anything.
+    bool isGone(const int (&corners)[3]) const {
+        const unsigned int a = outside(corners[0]);
+        const unsigned int b = outside(corners[1]);
+        const unsigned int c = outside(corners[2]);
+        const unsigned int any = a | b | c;
+        const unsigned int first = any & (~any + 1U);
+        return (any & kNotFinite) != 0 || (a & b & c & first) != 0;
+    }
+
+    void clip(BakedTriangles::tFirstPassData& data,
+              std::size_t meshNumber,
+              int triangle,
+              const int (&corners)[3]) const {
+        ClipPoint buffers[2][kMaxPolygonVertices];
+        ClipPoint* polygon = buffers[0];
+        ClipPoint* scratch = buffers[1];
+        for (int k = 0; k < 3; ++k) {
+            polygon[k] = projected_.clip[static_cast<std::size_t>(corners[k])];
+        }
+        unsigned int count = 0;
+        unsigned int codes = 0;
+        if (space_.clipTriangle(polygon, scratch, count, codes)) {
+            addPolygon(data, meshNumber,
+                       {nullptr, count, static_cast<std::uint32_t>(triangle), codes}, polygon);
+        }
+    }
 
     static void addPolygon(BakedTriangles::tFirstPassData& data,
                            std::size_t meshNumber,
@@ -215,7 +315,7 @@ private:
 
     const DiscreteProjectionSpace& space_;
     const kx::kxTriMesh& mesh_;
-    const ClipPoint* clip_;
+    const ProjectedVertices& projected_;
 };
 
 /// The second pass over one mesh.
@@ -226,15 +326,15 @@ public:
           firstVertex_(firstVertex) {}
 
     /// Returns the number of the vertex after the mesh's last.
-    unsigned int run(BakedTriangles::tFirstPassData& data, ClipPoint* clip) {
+    unsigned int run(BakedTriangles::tFirstPassData& data) {
         baked_.meshFirstVertex[meshNumber_] = firstVertex_;
         baked_.meshFirstTriangle[meshNumber_] =
             static_cast<unsigned int>(baked_.trianglePlanes.size());
-        ProjectVertices(mesh_, *baked_.projectionSpace, clip);
+        const VertexProjector projector(mesh_, *baked_.projectionSpace);
         const int count = VertexQuantity(mesh_);
         for (int i = 0; i < count; ++i) {
             baked_.vertices[firstVertex_ + static_cast<unsigned int>(i)] =
-                BakeVertex(*baked_.projectionSpace, clip[i]);
+                BakeVertex(*baked_.projectionSpace, projector(i));
         }
         addInsideTriangles(data.insideTriangles[meshNumber_]);
         delete[] data.insideTriangles[meshNumber_];
@@ -251,13 +351,15 @@ public:
 
 private:
     void addInsideTriangles(const unsigned int* inside) {
-        for (int i = 0; i < mesh_.GetTriangleQuantity(); ++i) {
+        const TriangleReader triangles(mesh_);
+        const int count = mesh_.GetTriangleQuantity();
+        for (int i = 0; i < count; ++i) {
             const auto bit = static_cast<unsigned int>(i);
             if ((inside[bit / kBitsPerWord] >> (bit % kBitsPerWord) & 1U) == 0) {
                 continue;
             }
             int corners[3] = {0, 0, 0};
-            mesh_.GetTriangle(i, corners[0], corners[1], corners[2]);
+            triangles.read(i, corners);
             AppendTriangle(baked_, firstVertex_ + static_cast<unsigned int>(corners[0]),
                            firstVertex_ + static_cast<unsigned int>(corners[1]),
                            firstVertex_ + static_cast<unsigned int>(corners[2]));
@@ -291,15 +393,6 @@ private:
     std::size_t meshNumber_;
     unsigned int firstVertex_;
 };
-
-/// Room for the clip-space vertices of the largest mesh.
-std::vector<ClipPoint> MakeVertexScratch(const std::vector<const kx::kxTriMesh*>& meshes) {
-    int most = 0;
-    for (const kx::kxTriMesh* mesh : meshes) {
-        most = IsUsable(mesh) ? std::max(most, VertexQuantity(*mesh)) : most;
-    }
-    return std::vector<ClipPoint>(static_cast<std::size_t>(most));
-}
 
 std::size_t FanTriangleCount(const std::list<BakedTriangles::ClippedPolygon>& polygons) {
     std::size_t count = 0;
@@ -360,16 +453,16 @@ void BakedTriangles::initializeFirstPass(tFirstPassData& data) const {
     data.release();
     data.clippedPolygons.resize(meshes.size());
     data.insideTriangles.resize(meshes.size(), nullptr);
-    std::vector<ClipPoint> clip = MakeVertexScratch(meshes);
+    ProjectedVertices projected(meshes);
     for (std::size_t i = 0; i < meshes.size(); ++i) {
         if (!IsUsable(meshes[i])) {
             continue;
         }
         const auto triangles = static_cast<std::size_t>(meshes[i]->GetTriangleQuantity());
-        ProjectVertices(*meshes[i], *projectionSpace, clip.data());
+        projected.project(*meshes[i], *projectionSpace);
         data.vertexCount += static_cast<std::uint32_t>(VertexQuantity(*meshes[i]));
         data.insideTriangles[i] = new unsigned int[(triangles + kBitsPerWord - 1) / kBitsPerWord]();
-        MeshClipper(*projectionSpace, *meshes[i], clip.data()).run(data, i);
+        MeshClipper(*projectionSpace, *meshes[i], projected).run(data, i);
     }
 }
 
@@ -386,12 +479,11 @@ void BakedTriangles::initialize() {
     meshFirstVertex.assign(meshes.size() + 1, 0);
     meshFirstTriangle.assign(meshes.size() + 1, 0);
     clippedTriangleOrigins.assign(meshes.size(), {});
-    std::vector<ClipPoint> clip = MakeVertexScratch(meshes);
     unsigned int nextVertex = 0;
     for (std::size_t i = 0; i < meshes.size(); ++i) {
         if (IsUsable(meshes[i])) {
             clippedTriangleOrigins[i].reserve(FanTriangleCount(data.clippedPolygons[i]));
-            nextVertex = MeshBaker(*this, i, nextVertex).run(data, clip.data());
+            nextVertex = MeshBaker(*this, i, nextVertex).run(data);
         }
     }
     meshFirstVertex.back() = nextVertex;

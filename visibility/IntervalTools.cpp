@@ -26,15 +26,17 @@ int CompareWithForm(const Wm4::Vector2<long>& a, const Wm4::Vector2<long>& b) {
 
 /// A total order, so the fractions that are kept never depend on the order in which ranges were
 /// found: by start, then by end, last by the denominators, which can differ where numerators are 0.
-bool IsBefore(const RationalInterval& x, const RationalInterval& y) {
-    if (const int order = CompareWithForm(x.start, y.start); order != 0) {
-        return order < 0;
+struct IsBefore {
+    bool operator()(const RationalInterval& x, const RationalInterval& y) const {
+        if (const int order = CompareWithForm(x.start, y.start); order != 0) {
+            return order < 0;
+        }
+        if (const int order = CompareWithForm(x.end, y.end); order != 0) {
+            return order < 0;
+        }
+        return x.start[1] != y.start[1] ? x.start[1] < y.start[1] : x.end[1] < y.end[1];
     }
-    if (const int order = CompareWithForm(x.end, y.end); order != 0) {
-        return order < 0;
-    }
-    return x.start[1] != y.start[1] ? x.start[1] < y.start[1] : x.end[1] < y.end[1];
-}
+};
 
 } // namespace
 
@@ -42,7 +44,7 @@ void IntervalTools::FuseOverlappingIntervals(std::vector<RationalInterval>& inte
     if (intervals.size() < 2) {
         return;
     }
-    std::sort(intervals.begin(), intervals.end(), IsBefore);
+    std::sort(intervals.begin(), intervals.end(), IsBefore());
     std::size_t current = 0;
     for (std::size_t i = 1; i < intervals.size(); ++i) {
         const RationalInterval& next = intervals[i];

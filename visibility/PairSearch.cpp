@@ -1,11 +1,9 @@
 // The tree against itself, and the quick part of the test of a pair.
 #include "visibility/PairSearch.h"
 
-#include "visibility/HierarchyNode.h"
 #include "visibility/PiercingTest.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace ctr {
@@ -31,7 +29,7 @@ PairSearch::PairSearch(const BakedTriangles& baked,
                        std::function<bool()> goOn)
     : baked_(baked), triangleDone_(std::move(triangleDone)), goOn_(std::move(goOn)) {}
 
-std::vector<FoundIntersection> PairSearch::run() {
+std::vector<IntersectionEdge> PairSearch::run() {
     bool whole = true;
     if (!baked_.bvh.nodes.empty()) {
         layOut();
@@ -42,10 +40,22 @@ std::vector<FoundIntersection> PairSearch::run() {
         whole = triangleDone_();
         ++done_;
     }
-    std::sort(found_.begin(), found_.end(), [](const auto& x, const auto& y) {
-        return std::pair(x.first, x.secondSlot) < std::pair(y.first, y.secondSlot);
-    });
-    return std::move(found_);
+    return inOrder();
+}
+
+/// Sorts small keys, then moves each edge once.
+std::vector<IntersectionEdge> PairSearch::inOrder() const {
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> order(keys_.size());
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        order[i] = {keys_[i], static_cast<std::uint32_t>(i)};
+    }
+    std::sort(order.begin(), order.end());
+    std::vector<IntersectionEdge> edges;
+    edges.reserve(order.size());
+    for (const auto& [key, number] : order) {
+        edges.push_back(edges_[number]);
+    }
+    return edges;
 }
 
 void PairSearch::layOut() {
@@ -68,16 +78,15 @@ void PairSearch::layOut() {
 /// Covers the box, also where floats have rounded what it covers.
 PairSearch::Box PairSearch::roundedOut(const kx::kxBBox& box) {
     constexpr float kShare = 0x1p-22F;
-    constexpr float kFar = 1.0e9F;
-    const auto low = [&](int axis) {
-        const float value = box.min[axis];
-        return static_cast<std::int32_t>(std::clamp(value - std::abs(value) * kShare, -kFar, kFar));
+    constexpr Lanes kFar{1.0e9F, 1.0e9F, 1.0e9F, 0.0F};
+    const auto within = [](Lanes value) {
+        value = value < -kFar ? -kFar : value;
+        return __builtin_convertvector(value < kFar ? value : kFar, Integers);
     };
-    const auto high = [&](int axis) {
-        const float value = box.max[axis];
-        return static_cast<std::int32_t>(std::clamp(value + std::abs(value) * kShare, -kFar, kFar));
-    };
-    return {Integers{low(0), low(1), low(2), 0}, Integers{high(0), high(1), high(2), 0}};
+    const Lanes low{box.min[0], box.min[1], box.min[2], 0.0F};
+    const Lanes high{box.max[0], box.max[1], box.max[2], 0.0F};
+    return {within(low - (low < 0.0F ? -low : low) * kShare),
+            within(high + (high < 0.0F ? -high : high) * kShare)};
 }
 
 bool PairSearch::meetSelf(unsigned int node) {
@@ -98,7 +107,12 @@ bool PairSearch::finishLeaf(unsigned int leaf) {
             return false;
         }
         ++done_;
-        holdAgainst(slot, slot + 1, end);
+        const Plane plane{NormalOf(corners_[slot].at), slot};
+        for (std::uint32_t other = slot + 1; other < end; ++other) {
+            if (!boxes_[slot].isApartFrom(boxes_[other])) {
+                test(plane, {NormalOf(corners_[other].at), other});
+            }
+        }
     }
     return true;
 }
@@ -121,13 +135,48 @@ bool PairSearch::meet(unsigned int a, unsigned int b) {
 bool PairSearch::meetLeaves(unsigned int a, unsigned int b) {
     const HierarchyNode& nodeA = baked_.bvh.nodes[a];
     const HierarchyNode& nodeB = baked_.bvh.nodes[b];
-    const Box boxB = roundedOut(nodeB.box);
-    for (std::uint32_t slot = FirstSlot(nodeA); slot < FirstSlot(nodeA) + nodeA.second; ++slot) {
-        if (!boxes_[slot].isApartFrom(boxB)) {
-            holdAgainst(slot, FirstSlot(nodeB), FirstSlot(nodeB) + nodeB.second);
+    selectReaching(nodeA, roundedOut(nodeB.box), reachingB_);
+    if (!reachingB_.empty()) {
+        selectReaching(nodeB, roundedOut(nodeA.box), reachingA_);
+        for (const Plane& plane : reachingB_) {
+            const Box box = boxes_[plane.slot];
+            for (const Plane& other : reachingA_) {
+                if (!box.isApartFrom(boxes_[other.slot])) {
+                    test(plane, other);
+                }
+            }
         }
     }
     return pollAfter(std::size_t{nodeA.second} * nodeB.second);
+}
+
+/// The triangles of a leaf that may cut something within a box: those whose boxes meet it and whose
+/// planes have some of it strictly on either side. What lies in a box that a plane does not cut
+/// cannot straddle that plane.
+void PairSearch::selectReaching(const HierarchyNode& leaf,
+                                const Box& box,
+                                std::vector<Plane>& selected) const {
+    selected.clear();
+    const std::uint32_t begin = FirstSlot(leaf);
+    for (std::uint32_t slot = begin; slot < begin + leaf.second; ++slot) {
+        if (boxes_[slot].isApartFrom(box)) {
+            continue;
+        }
+        const BakedVertex& origin = corners_[slot].at[0];
+        const GridVector normal = NormalOf(corners_[slot].at);
+        const std::int32_t from[3] = {origin.x, origin.y, origin.z};
+        long smallest = 0;
+        long largest = 0;
+        for (int axis = 0; axis < 3; ++axis) {
+            const long low = WrapMultiply(normal[axis], long{box.min[axis]} - from[axis]);
+            const long high = WrapMultiply(normal[axis], long{box.max[axis]} - from[axis]);
+            smallest = WrapAdd(smallest, std::min(low, high));
+            largest = WrapAdd(largest, std::max(low, high));
+        }
+        if (smallest < 0 && largest > 0) {
+            selected.push_back({normal, slot});
+        }
+    }
 }
 
 bool PairSearch::pollAfter(std::size_t pairs) {
@@ -140,36 +189,27 @@ bool PairSearch::pollAfter(std::size_t pairs) {
     return goOn_();
 }
 
-void PairSearch::holdAgainst(std::uint32_t slot, std::uint32_t begin, std::uint32_t end) {
-    const Box box = boxes_[slot];
-    const GridVector normal = NormalOf(corners_[slot].at);
-    for (std::uint32_t other = begin; other < end; ++other) {
-        if (!box.isApartFrom(boxes_[other])) {
-            test(slot, normal, other);
-        }
-    }
-}
-
-void PairSearch::test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB) {
-    const BakedVertex* const a = corners_[slotA].at;
-    const BakedVertex* const b = corners_[slotB].at;
-    const PlaneValues valuesB(b, a[0], normalA);
+void PairSearch::test(const Plane& planeA, const Plane& planeB) {
+    const BakedVertex* const a = corners_[planeA.slot].at;
+    const BakedVertex* const b = corners_[planeB.slot].at;
+    const PlaneValues valuesB(b, a[0], planeA.normal);
     if (!valuesB.straddle()) {
         return;
     }
-    const GridVector normalB = NormalOf(b);
-    const PlaneValues valuesA(a, b[0], normalB);
+    const PlaneValues valuesA(a, b[0], planeB.normal);
     if (!valuesA.straddle()) {
         return;
     }
-    const std::uint32_t numberA = baked_.bvh.primitives[slotA];
-    const std::uint32_t numberB = baked_.bvh.primitives[slotB];
+    const std::uint32_t numberA = baked_.bvh.primitives[planeA.slot];
+    const std::uint32_t numberB = baked_.bvh.primitives[planeB.slot];
     const bool inOrder = numberA < numberB;
-    const CutTriangle dataA{a, normalA, valuesA};
-    const CutTriangle dataB{b, normalB, valuesB};
+    const CutTriangle dataA{a, planeA.normal, valuesA};
+    const CutTriangle dataB{b, planeB.normal, valuesB};
     if (const auto edge =
             inOrder ? FindIntersection(dataA, dataB) : FindIntersection(dataB, dataA)) {
-        found_.push_back({std::min(numberA, numberB), inOrder ? slotB : slotA, *edge});
+        keys_.push_back(std::uint64_t{std::min(numberA, numberB)} << 32 |
+                        (inOrder ? planeB : planeA).slot);
+        edges_.push_back(*edge);
     }
 }
 

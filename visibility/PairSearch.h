@@ -3,6 +3,7 @@
 
 #include <ctr/BakedTriangles.h>
 
+#include "visibility/HierarchyNode.h"
 #include "visibility/IntersectionEdge.h"
 
 #include <cstddef>
@@ -11,13 +12,6 @@
 #include <vector>
 
 namespace ctr {
-
-/// An intersection edge of the triangles `first` < `second`; slots are places among the leaves.
-struct FoundIntersection {
-    std::uint32_t first;
-    std::uint32_t secondSlot;
-    IntersectionEdge edge;
-};
 
 /// The hierarchy held against itself: subtrees whose boxes meet are opened, until leaves remain.
 /// Every pair is met once.
@@ -31,9 +25,10 @@ public:
 
     /// All intersection edges, by the number of the first triangle and then the slot of the second;
     /// what was found so far when stopped.
-    std::vector<FoundIntersection> run();
+    std::vector<IntersectionEdge> run();
 
 private:
+    using Lanes = float __attribute__((vector_size(16)));
     using Integers = std::int32_t __attribute__((vector_size(16)));
     /// The fourth numbers are for comparing all at once: they never tell boxes apart.
     struct Box {
@@ -46,6 +41,11 @@ private:
             return (apart[0] | apart[1]) != 0;
         }
     };
+    /// The plane of the triangle in a slot.
+    struct Plane {
+        GridVector normal;
+        std::uint32_t slot;
+    };
     struct Corners {
         BakedVertex at[3];
     };
@@ -57,15 +57,20 @@ private:
     bool meetLeaves(unsigned int a, unsigned int b);
     bool finishLeaf(unsigned int leaf);
     bool pollAfter(std::size_t pairs);
-    void holdAgainst(std::uint32_t slot, std::uint32_t begin, std::uint32_t end);
-    void test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB);
+    void
+    selectReaching(const HierarchyNode& leaf, const Box& box, std::vector<Plane>& selected) const;
+    std::vector<IntersectionEdge> inOrder() const;
+    void test(const Plane& planeA, const Plane& planeB);
 
     const BakedTriangles& baked_;
     std::function<bool()> triangleDone_;
     std::function<bool()> goOn_;
     std::vector<Box> boxes_; ///< One a slot, like the corners.
     std::vector<Corners> corners_;
-    std::vector<FoundIntersection> found_;
+    std::vector<IntersectionEdge> edges_; ///< As found.
+    std::vector<std::uint64_t> keys_;     ///< Their places in the result.
+    std::vector<Plane> reachingA_;
+    std::vector<Plane> reachingB_;
     std::size_t done_ = 0;
     std::size_t pairsSincePoll_ = 0;
 };

@@ -24,8 +24,8 @@ using Point = Wm4::Vector3<float>;
 struct TrianglesIntersection::tInternal {
     explicit tInternal(const BakedTriangles& bakedTriangles) : triangles(&bakedTriangles) {}
 
-    std::vector<FoundIntersection> findIntersectionEdges() const;
-    bool collectPieces(const std::vector<FoundIntersection>& edges,
+    std::vector<IntersectionEdge> findIntersectionEdges() const;
+    bool collectPieces(const std::vector<IntersectionEdge>& edges,
                        std::vector<Point>& visible,
                        std::vector<Point>* hidden) const;
     void appendVisiblePieces(const IntersectionEdge& edge,
@@ -44,7 +44,7 @@ struct TrianglesIntersection::tInternal {
     kx::kxProgressNotifierInterface* progressNotifier = nullptr;
 };
 
-std::vector<FoundIntersection> TrianglesIntersection::tInternal::findIntersectionEdges() const {
+std::vector<IntersectionEdge> TrianglesIntersection::tInternal::findIntersectionEdges() const {
     const auto goOn = [this] { return !isCanceled(); };
     const auto triangleDone = [this] {
         if (progressNotifier != nullptr) {
@@ -85,7 +85,7 @@ void TrianglesIntersection::tInternal::appendVisiblePieces(
 }
 
 /// False when there is nothing, or cancelled.
-bool TrianglesIntersection::tInternal::collectPieces(const std::vector<FoundIntersection>& edges,
+bool TrianglesIntersection::tInternal::collectPieces(const std::vector<IntersectionEdge>& edges,
                                                      std::vector<Point>& visible,
                                                      std::vector<Point>* hidden) const {
     float step = 1.0F;
@@ -98,7 +98,7 @@ bool TrianglesIntersection::tInternal::collectPieces(const std::vector<FoundInte
     const OccluderTree tree(*triangles, OccluderTree::Room::forRoundedCrossings);
     HiddenRanges ranges;
     std::vector<RationalInterval> intervals;
-    for (const auto& [first, secondSlot, edge] : edges) {
+    for (const IntersectionEdge& edge : edges) {
         if (progressNotifier != nullptr) {
             progressNotifier->advance(static_cast<double>(step));
             if (progressNotifier->isCanceled()) {
@@ -160,7 +160,7 @@ TrianglesIntersection::computeIntersectionEdges(kx::kxPointer<LineSegmentSet>* h
     if (hidden != nullptr) {
         *hidden = nullptr;
     }
-    const std::vector<FoundIntersection> edges = internal_->findIntersectionEdges();
+    const std::vector<IntersectionEdge> edges = internal_->findIntersectionEdges();
     if (internal_->isCanceled()) {
         return nullptr;
     }
