@@ -18,8 +18,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
+#include <type_traits>
 #include <utility>
 #include <vector>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace kx {
 
@@ -38,6 +44,7 @@ constexpr unsigned int kMaxDepth = 80;
 // How many primitives are handled between two looks at the cancel interface.
 constexpr unsigned int kPollInterval = 4096;
 
+constexpr unsigned int kMinBins = 4;
 constexpr unsigned int kMaxBins = 32;
 
 // Centroids lie within +-kFarthest, so the distance of two of them is finite.
@@ -55,6 +62,11 @@ constexpr double kLongestSide = 2.0 * std::numeric_limits<float>::max();
 constexpr double kNodeCost = 2.0;
 constexpr double kPrimitiveCost = 1.0;
 
+// Up to how many items a node's areas are summed up, to save the search for a split; and a sum that
+// is far above what underflows.
+constexpr unsigned int kMaxGlance = 6;
+constexpr float kSmallestArea = 1e-30f;
+
 constexpr double kNoCost = std::numeric_limits<double>::infinity();
 
 // x, y, z and one number to spare, worked on in one instruction. Arithmetic on lanes is the same
@@ -66,17 +78,46 @@ Lanes All(float value) {
     return Lanes{value, value, value, value};
 }
 
-// Both give `b` where `a` is NaN, so a NaN never gets into a box that is `b`.
+// Two numbers at once, of twice the precision.
+using Pair = double __attribute__((vector_size(16)));
+
+// All give `b` where `a` is NaN, so a NaN never gets into a box that is `b`. The compilers know the
+// instructions for it by these names only.
+#ifdef __SSE2__
 Lanes Min(Lanes a, Lanes b) {
-    return a < b ? a : b;
+    return _mm_min_ps(a, b);
 }
 Lanes Max(Lanes a, Lanes b) {
+    return _mm_max_ps(a, b);
+}
+Pair Min(Pair a, Pair b) {
+    return _mm_min_pd(a, b);
+}
+Pair Max(Pair a, Pair b) {
+    return _mm_max_pd(a, b);
+}
+Pair FirstTwo(Lanes lanes) {
+    return _mm_cvtps_pd(lanes);
+}
+#else
+template <class Vector> Vector Min(Vector a, Vector b) {
+    return a < b ? a : b;
+}
+template <class Vector> Vector Max(Vector a, Vector b) {
     return a > b ? a : b;
+}
+Pair FirstTwo(Lanes lanes) {
+    return {lanes[0], lanes[1]};
+}
+#endif
+
+Pair LastTwo(Lanes lanes) {
+    return FirstTwo(__builtin_shufflevector(lanes, lanes, 2, 3, 2, 3));
 }
 
 struct Box {
-    Lanes min = All(kInfinity);
-    Lanes max = All(-kInfinity);
+    Lanes min;
+    Lanes max;
 
     void Extend(const Box& other) {
         min = Min(other.min, min);
@@ -87,6 +128,10 @@ struct Box {
         max = Max(point, max);
     }
 };
+
+Box EmptyBox() {
+    return {All(kInfinity), All(-kInfinity)};
+}
 
 // A primitive's box, with the primitive's number in the spare lanes: its upper and its lower 15
 // bits, two small whole numbers, which floats hold exactly. What becomes of them in boxes that are
@@ -117,8 +162,8 @@ Lanes Centroid(const Box& box) {
 
 // What a set of items covers, and what their centroids do.
 struct Bounds {
-    Box box;
-    Box centroids;
+    Box box = EmptyBox();
+    Box centroids = EmptyBox();
 
     void Extend(const Item& item) {
         box.Extend(item);
@@ -156,6 +201,23 @@ double HalfArea(const Box& box) {
     return x * y + y * z + z * x;
 }
 
+// The sides of two boxes along an axis, from their ends on it.
+Pair Sides(Pair min, Pair max) {
+    return Min(Max(max - min, Pair{}), Pair{kLongestSide, kLongestSide});
+}
+
+// HalfArea of two boxes at once.
+Pair HalfAreas(const Box& a, const Box& b) {
+    const Lanes minXY = __builtin_shufflevector(a.min, b.min, 0, 4, 1, 5);
+    const Lanes maxXY = __builtin_shufflevector(a.max, b.max, 0, 4, 1, 5);
+    const Lanes minZ = __builtin_shufflevector(a.min, b.min, 2, 6, 3, 7);
+    const Lanes maxZ = __builtin_shufflevector(a.max, b.max, 2, 6, 3, 7);
+    const Pair x = Sides(FirstTwo(minXY), FirstTwo(maxXY));
+    const Pair y = Sides(LastTwo(minXY), LastTwo(maxXY));
+    const Pair z = Sides(FirstTwo(minZ), FirstTwo(maxZ));
+    return x * y + y * z + z * x;
+}
+
 // The most primitives that a child of a node at this depth may have.
 unsigned int SideLimit(unsigned int depth) {
     const unsigned int levelsLeft = kMaxDepth - std::min(depth + 1, kMaxDepth);
@@ -166,13 +228,12 @@ unsigned int SideLimit(unsigned int depth) {
 class Binning {
 public:
     Binning(const Box& centroids, unsigned int count)
-        : bins_(std::min(kMaxBins, 4 + count / 8)), last_(All(static_cast<float>(bins_ - 1))),
-          low_(centroids.min) {
-        for (int axis = 0; axis < 3; ++axis) {
-            const float extent = centroids.max[axis] - centroids.min[axis];
-            const float scale = static_cast<float>(bins_) / extent;
-            scale_[axis] = extent > 0.0f && scale < kInfinity ? scale : 0.0f;
-        }
+        : bins_(std::min(kMaxBins, kMinBins + count / 8)),
+          last_(All(static_cast<float>(bins_ - 1))), low_(centroids.min) {
+        const Lanes extent = centroids.max - centroids.min;
+        const Lanes scale = All(static_cast<float>(bins_)) / extent;
+        const IntegerLanes usable = (extent > Lanes{}) & (scale < All(kInfinity)) & kAxes;
+        scale_ = usable ? scale : Lanes{};
     }
 
     unsigned int Bins() const { return bins_; }
@@ -180,23 +241,64 @@ public:
     // False when all centroids are in one place, or so close that the scale overflows.
     bool IsUsable(int axis) const { return scale_[axis] > 0.0f; }
 
-    // Where an item lies, in bins: from 0 for the lowest centroid to one less than the number of
-    // bins, where what falls into the last bin is held. So a usable axis has at least two bins in
-    // use; on an axis of no use everything lies at 0.
-    Lanes Position(const Item& item) const { return Min((Centroid(item) - low_) * scale_, last_); }
+    // Where a centroid lies, in bins: from 0 for the lowest to one less than the number of bins,
+    // where what falls into the last bin is held. So a usable axis has at least two bins in use; on
+    // an axis of no use everything lies at 0.
+    Lanes Position(Lanes centroid) const { return Min(Unlimited(centroid), last_); }
+
+    // The same, but not held in the last bin, which makes no difference below it.
+    Lanes Unlimited(Lanes centroid) const { return (centroid - low_) * scale_; }
 
 private:
+    static constexpr IntegerLanes kAxes{-1, -1, -1, 0};
+
     unsigned int bins_;
     Lanes last_;
     Lanes low_;
-    Lanes scale_{};
+    Lanes scale_;
 };
 
-struct Bin {
-    Box box;
-    unsigned int count = 0;
+// What falls into each bin of an axis. The number of items is counted in the spare lane of a box's
+// minimum, as an integer, up from the bits of the smallest normal float.
+class AxisBins {
+public:
+    void Clear(unsigned int bins) {
+        for (unsigned int bin = 0; bin < bins; ++bin) {
+            boxes_[bin] = {Lanes{kInfinity, kInfinity, kInfinity, std::bit_cast<float>(kNoItems)},
+                           All(-kInfinity)};
+        }
+    }
+
+    // The item with NaN for its number, which keeps the count as it is.
+    static Item Countable(const Item& item) {
+        constexpr IntegerLanes kSpare{0, 0, 0, -1};
+        return {std::bit_cast<Lanes>(std::bit_cast<IntegerLanes>(item.min) | kSpare), item.max};
+    }
+    void Add(int number, const Item& countable) {
+        constexpr IntegerLanes kOneItem{0, 0, 0, 1};
+        Box& box = boxes_[static_cast<unsigned int>(number)];
+        const auto min = std::bit_cast<IntegerLanes>(Min(countable.min, box.min));
+        box.max = Max(countable.max, box.max);
+        box.min = std::bit_cast<Lanes>(min + kOneItem);
+    }
+
+    const Box& BoxOf(unsigned int bin) const { return boxes_[bin]; }
+    int CountOf(unsigned int bin) const {
+        return std::bit_cast<int>(boxes_[bin].min[3]) - kNoItems;
+    }
+    Box Union(unsigned int begin, unsigned int end) const {
+        Box box = boxes_[begin];
+        for (unsigned int bin = begin + 1; bin < end; ++bin) {
+            box.Extend(boxes_[bin]);
+        }
+        return box;
+    }
+
+private:
+    static constexpr int kNoItems = 0x00800000;
+
+    std::array<Box, kMaxBins> boxes_;
 };
-using AxisBins = std::array<Bin, kMaxBins>;
 
 // A plane in front of bin `bin` of an axis.
 struct Split {
@@ -211,40 +313,45 @@ struct Split {
     }
 };
 
-double SideCost(const Bin& side) {
-    return kPrimitiveCost * side.count * HalfArea(side.box);
-}
-
-void Add(Bin& sum, const Bin& bin) {
-    sum.box.Extend(bin.box);
-    sum.count += bin.count;
-}
-
-// Tries every plane between two bins of an axis: right to left for the costs of what lies above
-// each plane, then left to right for what lies below. Planes that leave more than `sideLimit` on
-// one side do not count.
-Split BestOnAxis(const AxisBins& bins, unsigned int binCount, int axis, unsigned int sideLimit) {
+// Tries every plane between two bins of an axis and keeps the best one in `best`. Planes that leave
+// more than `sideLimit` on one side do not count.
+//
+// What lies below a plane is gathered from the left, what lies above one from the right, and the
+// costs of one box of either kind are computed together.
+template <class Number>
+void FindBest(
+    const AxisBins& bins, Number binCount, int axis, unsigned int sideLimit, Split& best) {
+    std::array<double, kMaxBins> costBelow;
     std::array<double, kMaxBins> costAbove;
-    Bin above;
-    for (unsigned int bin = binCount - 1; bin > 0; --bin) {
-        Add(above, bins[bin]);
-        costAbove[bin] = SideCost(above);
-    }
-    const unsigned int total = above.count + bins[0].count;
-    Split best;
-    Bin below;
+    std::array<int, kMaxBins> countBelow;
+    Box below = EmptyBox();
+    Box above = EmptyBox();
+    int belowCount = 0;
+    int aboveCount = 0;
     for (unsigned int bin = 1; bin < binCount; ++bin) {
-        Add(below, bins[bin - 1]);
-        const unsigned int largerSide = std::max(below.count, total - below.count);
-        if (largerSide == total || largerSide > sideLimit) {
+        const unsigned int mirrored = binCount - bin;
+        below.Extend(bins.BoxOf(bin - 1));
+        above.Extend(bins.BoxOf(mirrored));
+        belowCount += bins.CountOf(bin - 1);
+        aboveCount += bins.CountOf(mirrored);
+        const Pair counts{static_cast<double>(belowCount), static_cast<double>(aboveCount)};
+        const Pair costs = kPrimitiveCost * counts * HalfAreas(below, above);
+        countBelow[bin] = belowCount;
+        costBelow[bin] = costs[0];
+        costAbove[mirrored] = costs[1];
+    }
+    const int total = aboveCount + bins.CountOf(0);
+    for (unsigned int bin = 1; bin < binCount; ++bin) {
+        const auto largerSide =
+            static_cast<unsigned int>(std::max(countBelow[bin], total - countBelow[bin]));
+        if (largerSide == static_cast<unsigned int>(total) || largerSide > sideLimit) {
             continue;
         }
-        const Split split{SideCost(below) + costAbove[bin], largerSide, axis, bin};
+        const Split split{costBelow[bin] + costAbove[bin], largerSide, axis, bin};
         if (split.IsBetterThan(best)) {
             best = split;
         }
     }
-    return best;
 }
 
 // A number for each item that orders a node's items along an axis, no two alike: the centroid in
@@ -282,11 +389,15 @@ private:
     bool Load(const kxGenericBVHPrimitives& primitives, Bounds& bounds);
     bool Make(const Task& task);
     void MakeLeaf(kxGenericBVH::Node& node, Range range);
+    bool IsSurelyLeaf(const Task& task) const;
     bool IsLeafCheaper(const Task& task, const Split& split) const;
 
     Split FindSplit(const Task& task, const Binning& binning);
-    bool FillBins(Range range, const Binning& binning);
+    template <class Number> Split FindSplit(const Task& task, const Binning& binning, Number bins);
+    template <class Number> bool FillBins(Range range, const Binning& binning, Number bins);
 
+    template <int Axis>
+    bool DivideAt(Range range, const Binning& binning, unsigned int plane, Halves& halves);
     bool Divide(const Task& task, const Split& split, const Binning& binning, Halves& halves);
     bool DivideByCount(Range range, const Box& centroids, Halves& halves);
     bool DivideInPlace(Range range, Halves& halves);
@@ -301,7 +412,7 @@ private:
     const unsigned int leafSize_;
     unsigned int handledSincePoll_ = kPollInterval; // the first primitive brings the first look
     bool cancelled_ = false;
-    std::vector<Item> items_;
+    std::unique_ptr<Item[]> items_;
     std::vector<Task> pending_; // the second children on the way to the root: at most kMaxDepth + 1
     std::array<AxisBins, 3> bins_;
 };
@@ -319,9 +430,10 @@ bool Builder::Build(const kxGenericBVHPrimitives& primitives) {
         return false;
     }
     tree_.primitives.resize(count);
-    // Where leaves may be that large, they hold about three; should there be more nodes, the list
-    // grows as vectors do.
-    tree_.nodes.reserve(std::size_t{2} * (count / std::min(leafSize_, 3u)) + 1);
+    // Where leaves may be that large, they hold nearly three, seldom less than two and a half;
+    // should there be more nodes, the list grows as vectors do.
+    const std::size_t leaves = leafSize_ < 3 ? count / leafSize_ : std::size_t{2} * count / 5;
+    tree_.nodes.reserve(2 * leaves + 1);
     pending_.reserve(kMaxDepth + 1);
     pending_.push_back({{0, count}, bounds, 0, kNoNode});
     while (!pending_.empty()) {
@@ -336,14 +448,17 @@ bool Builder::Build(const kxGenericBVHPrimitives& primitives) {
 
 bool Builder::Load(const kxGenericBVHPrimitives& primitives, Bounds& bounds) {
     const unsigned int count = primitives.getPrimitiveQuantity();
-    items_.reserve(count);
+    items_ = std::make_unique_for_overwrite<Item[]>(count);
+    Bounds all;
     for (unsigned int i = 0; i < count; ++i) {
         if (!MayGoOn(1)) {
             return false;
         }
-        items_.push_back(MakeItem(primitives.getPrimitiveBox(i), i));
-        bounds.Extend(items_.back());
+        const Item item = MakeItem(primitives.getPrimitiveBox(i), i);
+        all.Extend(item);
+        items_[i] = item;
     }
+    bounds = all;
     return true;
 }
 
@@ -356,6 +471,12 @@ bool Builder::Make(const Task& task) {
     tree_.nodes.push_back({ToBBox(task.bounds.box), 0, 0});
     if (task.secondChildOf != kNoNode) {
         tree_.nodes[task.secondChildOf].second = number;
+    }
+    if (IsSurelyLeaf(task)) {
+        // As many looks at the cancel interface as if a split had been sought.
+        MakeLeaf(tree_.nodes.back(), task.range);
+        const unsigned int sought = task.range.Count() == 1 ? 0 : task.range.Count();
+        return MayGoOn(sought) && MayGoOn(task.range.Count());
     }
     const Binning binning(task.bounds.centroids, task.range.Count());
     const Split split = FindSplit(task, binning);
@@ -382,6 +503,29 @@ void Builder::MakeLeaf(kxGenericBVH::Node& node, Range range) {
     }
 }
 
+// Whether a leaf is cheaper than any split, as far as that can be told at a glance.
+//
+// A side of a split costs its count times its area, so at least the sum of its items' areas; the
+// sum over all items is a lower bound of the cost of every split. It is computed in floats, with
+// more than their rounding to spare, and only trusted where nothing can have over- or underflown.
+bool Builder::IsSurelyLeaf(const Task& task) const {
+    const unsigned int count = task.range.Count();
+    if (count > leafSize_ || count > kMaxGlance) {
+        return false;
+    }
+    if (count <= kNodeCost / kPrimitiveCost) {
+        return true;
+    }
+    Lanes areas{};
+    for (unsigned int i = task.range.begin; i < task.range.end; ++i) {
+        const Lanes sides = Max(items_[i].max - items_[i].min, Lanes{});
+        areas += sides * __builtin_shufflevector(sides, sides, 1, 2, 0, 3);
+    }
+    const float sum = areas[0] + areas[1] + areas[2];
+    const double needed = (kPrimitiveCost * count - kNodeCost) * HalfArea(task.bounds.box);
+    return sum < kInfinity && sum > kSmallestArea && kPrimitiveCost * sum > 1.0001 * needed;
+}
+
 // Without a split the cost is infinite, so whatever fits a leaf becomes one.
 bool Builder::IsLeafCheaper(const Task& task, const Split& split) const {
     const double area = HalfArea(task.bounds.box);
@@ -392,33 +536,40 @@ bool Builder::IsLeafCheaper(const Task& task, const Split& split) const {
 // The cheapest plane, or one of cost kNoCost where there is none or the tree would get too deep.
 // When cancelled meanwhile the result means nothing, and what follows stops at its first item.
 Split Builder::FindSplit(const Task& task, const Binning& binning) {
+    if (task.range.Count() == 1) {
+        return Split();
+    }
+    // Most nodes have few items, and the fewest bins. The compiler unrolls every loop over these.
+    return binning.Bins() == kMinBins
+               ? FindSplit(task, binning, std::integral_constant<unsigned int, kMinBins>())
+               : FindSplit(task, binning, binning.Bins());
+}
+
+template <class Number>
+Split Builder::FindSplit(const Task& task, const Binning& binning, Number bins) {
     Split best;
     const unsigned int limit = SideLimit(task.depth);
-    if (task.range.Count() == 1 || !FillBins(task.range, binning)) {
+    if (!FillBins(task.range, binning, bins)) {
         return best;
     }
     for (int axis = 0; axis < 3; ++axis) {
         if (binning.IsUsable(axis)) {
-            const Split split =
-                BestOnAxis(bins_[static_cast<std::size_t>(axis)], binning.Bins(), axis, limit);
-            best = split.IsBetterThan(best) ? split : best;
+            FindBest(bins_[static_cast<std::size_t>(axis)], bins, axis, limit, best);
         }
     }
     return best;
 }
 
-bool Builder::FillBins(Range range, const Binning& binning) {
+template <class Number> bool Builder::FillBins(Range range, const Binning& binning, Number bins) {
     for (AxisBins& axisBins : bins_) {
-        std::fill_n(axisBins.begin(), binning.Bins(), Bin{});
+        axisBins.Clear(bins);
     }
-    return ForEachItem(range, [&](const Item& item) {
-        const auto bin = __builtin_convertvector(binning.Position(item), IntegerLanes);
-        for (int axis = 0; axis < 3; ++axis) {
-            Bin& itemBin =
-                bins_[static_cast<std::size_t>(axis)][static_cast<std::size_t>(bin[axis])];
-            itemBin.box.Extend(item);
-            ++itemBin.count;
-        }
+    return ForEachItem(range, [&, binning](const Item& place) {
+        const auto bin = __builtin_convertvector(binning.Position(Centroid(place)), IntegerLanes);
+        const Item item = AxisBins::Countable(place);
+        bins_[0].Add(bin[0], item);
+        bins_[1].Add(bin[1], item);
+        bins_[2].Add(bin[2], item);
     });
 }
 
@@ -426,12 +577,30 @@ bool Builder::Divide(const Task& task, const Split& split, const Binning& binnin
     if (split.cost == kNoCost) {
         return DivideByCount(task.range, task.bounds.centroids, halves);
     }
-    // An item is in a lower bin when its position, rounded down, is below the whole number.
-    const auto plane = static_cast<float>(split.bin);
-    const auto isFirst = [&](const Item& item) {
-        return binning.Position(item)[split.axis] < plane;
-    };
-    return Partition(task.range, isFirst, halves);
+    const AxisBins& bins = bins_[static_cast<std::size_t>(split.axis)];
+    halves.bounds[0].box = bins.Union(0, split.bin);
+    halves.bounds[1].box = bins.Union(split.bin, binning.Bins());
+    switch (split.axis) {
+    case 0:
+        return DivideAt<0>(task.range, binning, split.bin, halves);
+    case 1:
+        return DivideAt<1>(task.range, binning, split.bin, halves);
+    default:
+        return DivideAt<2>(task.range, binning, split.bin, halves);
+    }
+}
+
+// An item is in a lower bin when its position, rounded down, is below the whole number.
+template <int Axis>
+bool Builder::DivideAt(Range range, const Binning& binning, unsigned int plane, Halves& halves) {
+    const Lanes limit = All(static_cast<float>(plane));
+    return Partition(
+        range,
+        [binning, limit](const Item&, Lanes centroid) {
+            const IntegerLanes below = binning.Unlimited(centroid) < limit;
+            return __builtin_shufflevector(below, below, Axis, Axis, Axis, Axis);
+        },
+        halves);
 }
 
 // Halves a range at the median of the axis along which its centroids lie farthest apart.
@@ -445,7 +614,14 @@ bool Builder::DivideByCount(Range range, const Box& centroids, Halves& halves) {
         return false;
     }
     return Partition(
-        range, [&](const Item& item) { return OrderKey(item, axis) < median; }, halves);
+        range,
+        [&](const Item& item, Lanes) {
+            const bool isFirst = OrderKey(item, axis) < median;
+            halves.bounds[isFirst ? 0 : 1].box.Extend(item);
+            const int mask = isFirst ? -1 : 0;
+            return IntegerLanes{mask, mask, mask, mask};
+        },
+        halves);
 }
 
 // Halves a range in which all centroids are the same, so that any half is as good as another.
@@ -481,22 +657,32 @@ bool Builder::SelectKey(Range range, int axis, std::uint64_t& key) {
     return true;
 }
 
-// Moves the items of the first half before those of the second, and gathers the bounds of both.
+// Moves the items of the first half before those of the second, and gathers the bounds of the
+// centroids of both. `isFirst` gives all ones or all zeros in every lane.
 //
 // Which half an item belongs to is as good as random, so nothing here branches on it: every item is
-// swapped with the first one of the second half so far, which then stays part of it or not.
+// swapped with the first one of the second half so far, which then stays part of it or not, and
+// both bounds are extended, one by the centroid and the other by NaN.
 template <class IsFirst>
 bool Builder::Partition(Range range, const IsFirst& isFirst, Halves& halves) {
     unsigned int middle = range.begin;
+    Box lower = EmptyBox();
+    Box upper = EmptyBox();
+    Item* const items = items_.get();
     const bool whole = ForEachItem(range, [&](Item& place) {
         const Item item = place;
-        const bool first = isFirst(item);
-        halves.bounds[first ? 0 : 1].Extend(item);
-        place = items_[middle];
-        items_[middle] = item;
-        middle += first ? 1 : 0;
+        const Lanes centroid = Centroid(item);
+        const IntegerLanes first = isFirst(item, centroid);
+        const auto bits = std::bit_cast<IntegerLanes>(centroid);
+        lower.Extend(std::bit_cast<Lanes>(bits | ~first));
+        upper.Extend(std::bit_cast<Lanes>(bits | first));
+        place = items[middle];
+        items[middle] = item;
+        middle -= static_cast<unsigned int>(first[0]);
     });
     halves.middle = middle;
+    halves.bounds[0].centroids = lower;
+    halves.bounds[1].centroids = upper;
     return whole;
 }
 
