@@ -75,6 +75,12 @@ void EndOf(const tPointOnEdge& end, double (&p)[3]) {
     p[2] = at(end.edgeStart.z, end.edgeEnd.z);
 }
 
+/// What is within a step of the box of two points on screen.
+TriangleSieve SieveOf(const BakedVertex& p, const BakedVertex& q) {
+    return {{std::min(p.x, q.x) - 1, std::min(p.y, q.y) - 1, TriangleSieve::kLeast},
+            {std::max(p.x, q.x) + 1, std::max(p.y, q.y) + 1, TriangleSieve::kMost}};
+}
+
 } // namespace
 
 /// A plane or an edge line of a triangle as a linear function of grid points. Its values at the
@@ -112,25 +118,10 @@ struct CutOcclusion::Function {
     }
 };
 
-CutOcclusion::CutOcclusion(const IntersectionEdge& edge) : edge_(edge) {
-    constexpr float kMargin = 1.0F;
-    const BakedVertex& p = edge.first.point;
-    const BakedVertex& q = edge.second.point;
-    min_[0] = static_cast<float>(std::min(p.x, q.x)) - kMargin;
-    min_[1] = static_cast<float>(std::min(p.y, q.y)) - kMargin;
-    max_[0] = static_cast<float>(std::max(p.x, q.x)) + kMargin;
-    max_[1] = static_cast<float>(std::max(p.y, q.y)) + kMargin;
+CutOcclusion::CutOcclusion(const IntersectionEdge& edge)
+    : edge_(edge), sieve_(SieveOf(edge.first.point, edge.second.point)) {
     EndOf(edge.first, ends_[0]);
     EndOf(edge.second, ends_[1]);
-}
-
-bool CutOcclusion::isNear(const OccluderTree::Triangle& triangle) const {
-    const auto& [p, q, r] = triangle.corners;
-    const auto meets = [this](std::size_t axis, std::int32_t a, std::int32_t b, std::int32_t c) {
-        return static_cast<float>(std::min({a, b, c})) <= max_[axis] &&
-               min_[axis] <= static_cast<float>(std::max({a, b, c}));
-    };
-    return meets(0, p.x, q.x, r.x) && meets(1, p.y, q.y, r.y);
 }
 
 /// Both ends are surely outside of an edge of a triangle.
@@ -167,7 +158,7 @@ bool CutOcclusion::isNarrowed(const Function& function, RationalInterval& range)
 
 std::optional<RationalInterval> CutOcclusion::hiddenBy(const OccluderTree::Triangle& triangle,
                                                        const GridVector& normal) const {
-    if (!isNear(triangle)) {
+    if (sieve_.isBeside(triangle.corners)) {
         return std::nullopt;
     }
     const auto& p = triangle.corners;

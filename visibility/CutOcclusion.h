@@ -29,13 +29,11 @@ public:
 private:
     struct Function;
 
-    bool isNear(const OccluderTree::Triangle& triangle) const;
     bool isBeside(const BakedVertex& a, const BakedVertex& b) const;
     bool isNarrowed(const Function& function, RationalInterval& range) const;
 
     const IntersectionEdge& edge_;
-    float min_[2];
-    float max_[2];
+    TriangleSieve sieve_;
     double ends_[2][3]; ///< The exact ends, off by less than 2^-21 of a step.
 };
 

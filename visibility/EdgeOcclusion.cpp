@@ -3,10 +3,12 @@
 
 #include "visibility/HiddenPart.h"
 
+#include <algorithm>
+
 namespace ctr {
 
 void EdgeOcclusion::announce(std::size_t segments) {
-    constexpr std::size_t kTrianglesPerSegment = 64;
+    constexpr std::size_t kTrianglesPerSegment = 256;
     if (bakeOfLayout_ != baked_->bakeCount) {
         release();
         announced_ = 0;
@@ -25,8 +27,14 @@ void EdgeOcclusion::append(const BakedVertex& a,
         baked_->computeOcclusionIntervals(a, b, hidden);
         return;
     }
+    // What begins at the farthest end of the segment, or beyond, hides nothing of it.
+    const TriangleSieve sieve({std::min(a.x, b.x), std::min(a.y, b.y), TriangleSieve::kLeast},
+                              {std::max(a.x, b.x), std::max(a.y, b.y), std::max(a.z, b.z) - 1});
     const auto partOf = [&](const OccluderTree::Triangle& triangle) {
         const auto& [p0, p1, p2] = triangle.corners;
+        if (sieve.isBeside(triangle.corners)) {
+            return std::optional<RationalInterval>();
+        }
         return HiddenPart(p0, p1, p2, baked_->trianglePlanes[triangle.number], a, b);
     };
     const auto& found = ranges_.find(*tree_, SegmentProbe(a, b), partOf);

@@ -9,12 +9,49 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
+#include <limits>
 #include <vector>
 
 namespace ctr {
 
 /// Four floats that are worked on together.
 using Lanes = float __attribute__((vector_size(16)));
+
+/// Tells triangles that lie beside a box of grid points, or at or beyond a depth, in a few
+/// comparisons at once.
+class TriangleSieve {
+public:
+    /// A triangle is beside when all its corners are below `min` or above `max` on one axis.
+    TriangleSieve(const BakedVertex& min, const BakedVertex& max)
+        : min_{min.x, min.y, min.z, kLeast}, max_{max.x, max.y, max.z, kMost} {}
+
+    /// Three corners with one number after them.
+    bool isBeside(const BakedVertex* corners) const {
+        const Integers p = at(corners);
+        const Integers q = at(corners + 1);
+        const Integers r = at(corners + 2);
+        const auto beside = reinterpret_cast<Halves>(((p > max_) & (q > max_) & (r > max_)) |
+                                                     ((p < min_) & (q < min_) & (r < min_)));
+        return (beside[0] | beside[1]) != 0;
+    }
+
+    static constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+    static constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+
+private:
+    using Integers = std::int32_t __attribute__((vector_size(16)));
+    using Halves = std::int64_t __attribute__((vector_size(16)));
+
+    static Integers at(const BakedVertex* corner) {
+        Integers numbers;
+        std::memcpy(&numbers, corner, sizeof numbers);
+        return numbers;
+    }
+
+    Integers min_;
+    Integers max_;
+};
 
 /// A segment as the boxes of a tree are tested against it: where it is within the screen rectangle
 /// of a box and not in front of all of it (the slab method of T. L. Kay and J. T. Kajiya, Ray
@@ -87,7 +124,7 @@ class OccluderTree {
 public:
     struct Triangle {
         BakedVertex corners[3];
-        std::uint32_t number; ///< In the baked scene.
+        std::uint32_t number; ///< In the baked scene. Follows the corners, see TriangleSieve.
     };
 
     /// How large the boxes are.

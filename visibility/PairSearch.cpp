@@ -4,6 +4,7 @@
 #include "visibility/PiercingTest.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace ctr {
@@ -100,17 +101,15 @@ bool PairSearch::meetSelf(unsigned int node) {
 }
 
 bool PairSearch::finishLeaf(unsigned int leaf) {
-    const std::uint32_t begin = FirstSlot(baked_.bvh.nodes[leaf]);
-    const std::uint32_t end = begin + baked_.bvh.nodes[leaf].second;
-    for (std::uint32_t slot = begin; slot < end; ++slot) {
+    takeLeaf(baked_.bvh.nodes[leaf]);
+    for (const Plane& plane : planes_) {
         if (!triangleDone_()) {
             return false;
         }
         ++done_;
-        const Plane plane{NormalOf(corners_[slot].at), slot};
-        for (std::uint32_t other = slot + 1; other < end; ++other) {
-            if (!boxes_[slot].isApartFrom(boxes_[other])) {
-                test(plane, {NormalOf(corners_[other].at), other});
+        for (std::uint32_t other = plane.slot + 1; other <= planes_.back().slot; ++other) {
+            if (!plane.box.isApartFrom(boxes_[other])) {
+                test(plane, other);
             }
         }
     }
@@ -123,60 +122,80 @@ bool PairSearch::meet(unsigned int a, unsigned int b) {
     if (!Overlap(nodeA.box, nodeB.box)) {
         return true;
     }
-    if (IsLeaf(nodeA) && IsLeaf(nodeB)) {
-        return meetLeaves(a, b);
+    if (IsLeaf(nodeA)) {
+        return meetLeaf(a, b);
     }
-    if (IsLeaf(nodeB) || (!IsLeaf(nodeA) && Extent(nodeA.box) > Extent(nodeB.box))) {
+    if (IsLeaf(nodeB)) {
+        return meetLeaf(b, a);
+    }
+    if (Extent(nodeA.box) > Extent(nodeB.box)) {
         return meet(FirstChild(nodeA), b) && meet(SecondChild(nodeA), b);
     }
     return meet(a, FirstChild(nodeB)) && meet(a, SecondChild(nodeB));
 }
 
-bool PairSearch::meetLeaves(unsigned int a, unsigned int b) {
-    const HierarchyNode& nodeA = baked_.bvh.nodes[a];
-    const HierarchyNode& nodeB = baked_.bvh.nodes[b];
-    selectReaching(nodeA, roundedOut(nodeB.box), reachingB_);
-    if (!reachingB_.empty()) {
-        selectReaching(nodeB, roundedOut(nodeA.box), reachingA_);
-        for (const Plane& plane : reachingB_) {
-            const Box box = boxes_[plane.slot];
-            for (const Plane& other : reachingA_) {
-                if (!box.isApartFrom(boxes_[other.slot])) {
-                    test(plane, other);
-                }
+bool PairSearch::meetLeaf(unsigned int leaf, unsigned int node) {
+    takeLeaf(baked_.bvh.nodes[leaf]);
+    selected_.resize(planes_.size());
+    std::iota(selected_.begin(), selected_.end(), 0U);
+    return holdAgainst(node, 0);
+}
+
+void PairSearch::takeLeaf(const HierarchyNode& leaf) {
+    planes_.clear();
+    for (std::uint32_t slot = FirstSlot(leaf); slot < FirstSlot(leaf) + leaf.second; ++slot) {
+        planes_.push_back({boxes_[slot], NormalOf(corners_[slot].at), corners_[slot].at[0], slot});
+    }
+}
+
+/// Holds the selected triangles from `first` on against what is below a node.
+bool PairSearch::holdAgainst(unsigned int node, std::size_t first) {
+    const HierarchyNode& here = baked_.bvh.nodes[node];
+    const Box box = roundedOut(here.box);
+    const std::size_t end = selected_.size();
+    for (std::size_t i = first; i < end; ++i) {
+        if (planes_[selected_[i]].mayCutIn(box)) {
+            selected_.push_back(selected_[i]);
+        }
+    }
+    bool goesOn = true;
+    if (selected_.size() > end) {
+        goesOn = IsLeaf(here)
+                     ? testLeaf(here, end)
+                     : holdAgainst(FirstChild(here), end) && holdAgainst(SecondChild(here), end);
+    }
+    selected_.resize(end);
+    return goesOn;
+}
+
+bool PairSearch::testLeaf(const HierarchyNode& leaf, std::size_t first) {
+    for (std::uint32_t slot = FirstSlot(leaf); slot < FirstSlot(leaf) + leaf.second; ++slot) {
+        for (std::size_t i = first; i < selected_.size(); ++i) {
+            const Plane& plane = planes_[selected_[i]];
+            if (!plane.box.isApartFrom(boxes_[slot])) {
+                test(plane, slot);
             }
         }
     }
-    return pollAfter(std::size_t{nodeA.second} * nodeB.second);
+    return pollAfter((selected_.size() - first) * leaf.second);
 }
 
-/// The triangles of a leaf that may cut something within a box: those whose boxes meet it and whose
-/// planes have some of it strictly on either side. What lies in a box that a plane does not cut
-/// cannot straddle that plane.
-void PairSearch::selectReaching(const HierarchyNode& leaf,
-                                const Box& box,
-                                std::vector<Plane>& selected) const {
-    selected.clear();
-    const std::uint32_t begin = FirstSlot(leaf);
-    for (std::uint32_t slot = begin; slot < begin + leaf.second; ++slot) {
-        if (boxes_[slot].isApartFrom(box)) {
-            continue;
-        }
-        const BakedVertex& origin = corners_[slot].at[0];
-        const GridVector normal = NormalOf(corners_[slot].at);
-        const std::int32_t from[3] = {origin.x, origin.y, origin.z};
-        long smallest = 0;
-        long largest = 0;
-        for (int axis = 0; axis < 3; ++axis) {
-            const long low = WrapMultiply(normal[axis], long{box.min[axis]} - from[axis]);
-            const long high = WrapMultiply(normal[axis], long{box.max[axis]} - from[axis]);
-            smallest = WrapAdd(smallest, std::min(low, high));
-            largest = WrapAdd(largest, std::max(low, high));
-        }
-        if (smallest < 0 && largest > 0) {
-            selected.push_back({normal, slot});
-        }
+/// Whether the box meets the triangle's and has some of itself strictly on either side of the
+/// plane. What lies in a box that a plane does not cut cannot straddle that plane.
+bool PairSearch::Plane::mayCutIn(const Box& other) const {
+    if (box.isApartFrom(other)) {
+        return false;
     }
+    const std::int32_t from[3] = {origin.x, origin.y, origin.z};
+    long smallest = 0;
+    long largest = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        const long low = WrapMultiply(normal[axis], long{other.min[axis]} - from[axis]);
+        const long high = WrapMultiply(normal[axis], long{other.max[axis]} - from[axis]);
+        smallest = WrapAdd(smallest, std::min(low, high));
+        largest = WrapAdd(largest, std::max(low, high));
+    }
+    return smallest < 0 && largest > 0;
 }
 
 bool PairSearch::pollAfter(std::size_t pairs) {
@@ -189,26 +208,27 @@ bool PairSearch::pollAfter(std::size_t pairs) {
     return goOn_();
 }
 
-void PairSearch::test(const Plane& planeA, const Plane& planeB) {
-    const BakedVertex* const a = corners_[planeA.slot].at;
-    const BakedVertex* const b = corners_[planeB.slot].at;
-    const PlaneValues valuesB(b, a[0], planeA.normal);
+void PairSearch::test(const Plane& plane, std::uint32_t slot) {
+    const BakedVertex* const a = corners_[plane.slot].at;
+    const BakedVertex* const b = corners_[slot].at;
+    const PlaneValues valuesB(b, plane.origin, plane.normal);
     if (!valuesB.straddle()) {
         return;
     }
-    const PlaneValues valuesA(a, b[0], planeB.normal);
+    const GridVector normalB = NormalOf(b);
+    const PlaneValues valuesA(a, b[0], normalB);
     if (!valuesA.straddle()) {
         return;
     }
-    const std::uint32_t numberA = baked_.bvh.primitives[planeA.slot];
-    const std::uint32_t numberB = baked_.bvh.primitives[planeB.slot];
+    const std::uint32_t numberA = baked_.bvh.primitives[plane.slot];
+    const std::uint32_t numberB = baked_.bvh.primitives[slot];
     const bool inOrder = numberA < numberB;
-    const CutTriangle dataA{a, planeA.normal, valuesA};
-    const CutTriangle dataB{b, planeB.normal, valuesB};
+    const CutTriangle dataA{a, plane.normal, valuesA};
+    const CutTriangle dataB{b, normalB, valuesB};
     if (const auto edge =
             inOrder ? FindIntersection(dataA, dataB) : FindIntersection(dataB, dataA)) {
         keys_.push_back(std::uint64_t{std::min(numberA, numberB)} << 32 |
-                        (inOrder ? planeB : planeA).slot);
+                        (inOrder ? slot : plane.slot));
         edges_.push_back(*edge);
     }
 }

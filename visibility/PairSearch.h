@@ -41,10 +41,14 @@ private:
             return (apart[0] | apart[1]) != 0;
         }
     };
-    /// The plane of the triangle in a slot.
+    /// The triangle in a slot, ready to be held against many.
     struct Plane {
+        Box box;
         GridVector normal;
+        BakedVertex origin;
         std::uint32_t slot;
+
+        bool mayCutIn(const Box& other) const;
     };
     struct Corners {
         BakedVertex at[3];
@@ -54,13 +58,14 @@ private:
     void layOut();
     bool meetSelf(unsigned int node);
     bool meet(unsigned int a, unsigned int b);
-    bool meetLeaves(unsigned int a, unsigned int b);
+    bool meetLeaf(unsigned int leaf, unsigned int node);
+    void takeLeaf(const HierarchyNode& leaf);
+    bool holdAgainst(unsigned int node, std::size_t first);
+    bool testLeaf(const HierarchyNode& leaf, std::size_t first);
     bool finishLeaf(unsigned int leaf);
     bool pollAfter(std::size_t pairs);
-    void
-    selectReaching(const HierarchyNode& leaf, const Box& box, std::vector<Plane>& selected) const;
+    void test(const Plane& plane, std::uint32_t slot);
     std::vector<IntersectionEdge> inOrder() const;
-    void test(const Plane& planeA, const Plane& planeB);
 
     const BakedTriangles& baked_;
     std::function<bool()> triangleDone_;
@@ -69,8 +74,8 @@ private:
     std::vector<Corners> corners_;
     std::vector<IntersectionEdge> edges_; ///< As found.
     std::vector<std::uint64_t> keys_;     ///< Their places in the result.
-    std::vector<Plane> reachingA_;
-    std::vector<Plane> reachingB_;
+    std::vector<Plane> planes_;           ///< Of the leaf that is held against others.
+    std::vector<std::uint32_t> selected_; ///< Which of them, level by level.
     std::size_t done_ = 0;
     std::size_t pairsSincePoll_ = 0;
 };

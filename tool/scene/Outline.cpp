@@ -5,10 +5,10 @@
 #include "scene/Outline.h"
 
 #include "common/Angles.h"
+#include "model/Places.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -22,107 +22,10 @@ namespace {
 /// prism of twelve sides, at 30 degrees) bend by a little more or less. All of them count as less.
 constexpr double kAngleTolerance = 0.01;
 
-/// The bits of a position; both zeros have the same.
-using PositionBits = std::array<std::uint32_t, 3>;
-
-PositionBits BitsOf(const Wm4::Vector3<float>& p) {
-    return {std::bit_cast<std::uint32_t>(p[0] + 0.0F), std::bit_cast<std::uint32_t>(p[1] + 0.0F),
-            std::bit_cast<std::uint32_t>(p[2] + 0.0F)};
-}
-
-/// Written out: as arrays they would be compared by a call.
-bool IsSame(const PositionBits& p, const PositionBits& q) {
-    return p[0] == q[0] && p[1] == q[1] && p[2] == q[2];
-}
-
 /// The bits of a float, never a negative zero, as a number of the same order.
 std::uint32_t InOrder(std::uint32_t bits) {
     return (bits & 0x80000000U) != 0 ? ~bits : bits | 0x80000000U;
 }
-
-/// Numbers all different positions, as they come. Open addressing; nothing walks over the table in
-/// its own order, so that reaches no result.
-class Places {
-public:
-    explicit Places(const kx::kxVertexBuffer& vertices) : table_(kLeastTable) {
-        const int count = vertices.GetVertexQuantity();
-        ofVertex_.reserve(static_cast<std::size_t>(count));
-        for (int first = 0; first < count; first += kBlock) {
-            addBlock(vertices, first, std::min(count, first + kBlock));
-        }
-    }
-
-    std::size_t count() const { return positions_.size(); }
-    std::uint32_t ofVertex(unsigned int vertex) const { return ofVertex_[vertex]; }
-    const PositionBits& position(std::uint32_t place) const { return positions_[place]; }
-
-private:
-    static constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
-    static constexpr std::size_t kLeastTable = 64;
-    static constexpr int kBlock = 32;
-
-    struct Slot {
-        PositionBits position{};
-        std::uint32_t place = kNone;
-    };
-
-    /// The table is larger than the processor's cache: what a block asks of it is fetched at once.
-    void addBlock(const kx::kxVertexBuffer& vertices, int first, int end) {
-        std::array<PositionBits, kBlock> positions;
-        std::array<std::size_t, kBlock> hashes;
-        const auto count = static_cast<std::size_t>(end - first);
-        for (std::size_t i = 0; i < count; ++i) {
-            positions[i] = BitsOf(vertices.Position3(first + static_cast<int>(i)));
-            hashes[i] = HashOf(positions[i]);
-            __builtin_prefetch(&table_[hashes[i] & (table_.size() - 1)], 1);
-        }
-        for (std::size_t i = 0; i < count; ++i) {
-            ofVertex_.push_back(numberOf(positions[i], hashes[i]));
-        }
-    }
-
-    std::uint32_t numberOf(const PositionBits& position, std::size_t hash) {
-        Slot* slot = &slotOf(position, hash);
-        if (slot->place == kNone) {
-            if (2 * (positions_.size() + 1) > table_.size()) {
-                grow();
-                slot = &slotOf(position, hash);
-            }
-            *slot = {position, static_cast<std::uint32_t>(positions_.size())};
-            positions_.push_back(position);
-        }
-        return slot->place;
-    }
-
-    static std::size_t HashOf(const PositionBits& position) {
-        std::uint64_t hash =
-            (position[0] | std::uint64_t{position[1]} << 32U) * 0x9e3779b97f4a7c15U;
-        hash = (hash ^ hash >> 32U ^ position[2]) * 0xbf58476d1ce4e5b9U;
-        return hash ^ hash >> 32U;
-    }
-
-    /// The slot that the position is in, or would go into.
-    Slot& slotOf(const PositionBits& position, std::size_t hash) {
-        const std::size_t mask = table_.size() - 1;
-        std::size_t at = hash & mask;
-        while (table_[at].place != kNone && !IsSame(table_[at].position, position)) {
-            at = (at + 1) & mask;
-        }
-        return table_[at];
-    }
-
-    void grow() {
-        table_.assign(4 * table_.size(), Slot());
-        for (std::uint32_t place = 0; place < positions_.size(); ++place) {
-            const PositionBits& position = positions_[place];
-            slotOf(position, HashOf(position)) = {position, place};
-        }
-    }
-
-    std::vector<std::uint32_t> ofVertex_;
-    std::vector<PositionBits> positions_;
-    std::vector<Slot> table_; ///< A power of two of slots, half of them free at least.
-};
 
 /// One side of a triangle: the higher place of its ends, and the corner it starts from, counted
 /// through the index buffer.

@@ -1,0 +1,85 @@
+// A hash table of positions. It is larger than the processor's cache, so what a block of vertices
+// asks of it is fetched at once.
+#include "model/Places.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace kxcontour {
+namespace {
+
+constexpr std::size_t kLeastTable = 64;
+constexpr int kBlock = 32;
+
+PositionBits BitsOf(const Wm4::Vector3<float>& p) {
+    return {std::bit_cast<std::uint32_t>(p[0] + 0.0F), std::bit_cast<std::uint32_t>(p[1] + 0.0F),
+            std::bit_cast<std::uint32_t>(p[2] + 0.0F)};
+}
+
+/// Written out: as arrays they would be compared by a call.
+bool IsSame(const PositionBits& p, const PositionBits& q) {
+    return p[0] == q[0] && p[1] == q[1] && p[2] == q[2];
+}
+
+std::size_t HashOf(const PositionBits& position) {
+    std::uint64_t hash = (position[0] | std::uint64_t{position[1]} << 32U) * 0x9e3779b97f4a7c15U;
+    hash = (hash ^ hash >> 32U ^ position[2]) * 0xbf58476d1ce4e5b9U;
+    return hash ^ hash >> 32U;
+}
+
+} // namespace
+
+Places::Places(const kx::kxVertexBuffer& vertices) : table_(kLeastTable) {
+    const int count = vertices.GetVertexQuantity();
+    ofVertex_.reserve(static_cast<std::size_t>(count));
+    for (int first = 0; first < count; first += kBlock) {
+        addBlock(vertices, first, std::min(count, first + kBlock));
+    }
+}
+
+void Places::addBlock(const kx::kxVertexBuffer& vertices, int first, int end) {
+    std::array<PositionBits, kBlock> positions;
+    std::array<std::size_t, kBlock> hashes;
+    const auto count = static_cast<std::size_t>(end - first);
+    for (std::size_t i = 0; i < count; ++i) {
+        positions[i] = BitsOf(vertices.Position3(first + static_cast<int>(i)));
+        hashes[i] = HashOf(positions[i]);
+        __builtin_prefetch(&table_[hashes[i] & (table_.size() - 1)], 1);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        ofVertex_.push_back(numberOf(positions[i], hashes[i]));
+    }
+}
+
+std::uint32_t Places::numberOf(const PositionBits& position, std::size_t hash) {
+    Slot* slot = &slotOf(position, hash);
+    if (slot->place == kNone) {
+        if (2 * (positions_.size() + 1) > table_.size()) {
+            grow();
+            slot = &slotOf(position, hash);
+        }
+        *slot = {position, static_cast<std::uint32_t>(positions_.size())};
+        positions_.push_back(position);
+    }
+    return slot->place;
+}
+
+/// The slot that the position is in, or would go into.
+Places::Slot& Places::slotOf(const PositionBits& position, std::size_t hash) {
+    const std::size_t mask = table_.size() - 1;
+    std::size_t at = hash & mask;
+    while (table_[at].place != kNone && !IsSame(table_[at].position, position)) {
+        at = (at + 1) & mask;
+    }
+    return table_[at];
+}
+
+void Places::grow() {
+    table_.assign(4 * table_.size(), Slot());
+    for (std::uint32_t place = 0; place < positions_.size(); ++place) {
+        const PositionBits& position = positions_[place];
+        slotOf(position, HashOf(position)) = {position, place};
+    }
+}
+
+} // namespace kxcontour
