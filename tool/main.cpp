@@ -13,6 +13,10 @@
 #include <string>
 #include <vector>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 namespace {
 
 using kxcontour::ExitCode;
@@ -30,9 +34,20 @@ int Run(const std::vector<std::string>& arguments) {
                    : static_cast<int>(ExitCode::Drawn);
 }
 
+/// Memory that was given back is kept for the next large array. The system clears what it hands out
+/// page by page, which takes longer than filling it.
+void KeepMemory() {
+#ifdef __GLIBC__
+    constexpr int kAnySize = 1 << 30;
+    mallopt(M_MMAP_THRESHOLD, kAnySize);
+    mallopt(M_TRIM_THRESHOLD, kAnySize);
+#endif
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    KeepMemory();
     // A file that outgrows its limit and a reader that leaves are reported like a full disk.
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);

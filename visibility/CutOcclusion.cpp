@@ -9,6 +9,7 @@
 #include "visibility/CutOcclusion.h"
 
 #include "visibility/FractionOrder.h"
+#include "visibility/HierarchyNode.h"
 
 #include <algorithm>
 #include <cmath>
@@ -181,6 +182,26 @@ std::optional<RationalInterval> CutOcclusion::hiddenBy(const OccluderTree::Trian
         return std::nullopt;
     }
     return range;
+}
+
+void CutOcclusion::appendHidden(const BakedTriangles& baked,
+                                unsigned int node,
+                                std::vector<RationalInterval>& hidden) const {
+    const HierarchyNode& here = baked.bvh.nodes[node];
+    if (!sieve_.meets(here.box)) {
+        return;
+    }
+    if (!IsLeaf(here)) {
+        appendHidden(baked, FirstChild(here), hidden);
+        appendHidden(baked, SecondChild(here), hidden);
+        return;
+    }
+    for (unsigned int slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
+        const auto triangle = OccluderTree::triangleOf(baked, baked.bvh.primitives[slot]);
+        if (const auto part = hiddenBy(triangle, baked.trianglePlanes[triangle.number])) {
+            hidden.push_back(*part);
+        }
+    }
 }
 
 } // namespace ctr

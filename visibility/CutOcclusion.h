@@ -7,6 +7,7 @@
 #include "visibility/OccluderTree.h"
 
 #include <optional>
+#include <vector>
 
 namespace ctr {
 
@@ -25,6 +26,12 @@ public:
     /// rounded, so a triangle beside the edge could seem to hide a bit of it.
     std::optional<RationalInterval> hiddenBy(const OccluderTree::Triangle& triangle,
                                              const GridVector& normal) const;
+
+    /// Appends the ranges that the triangles below a node of their hierarchy hide, overlapping and
+    /// in any order: for few edges, as HiddenRanges would find them for many.
+    void appendHidden(const BakedTriangles& baked,
+                      unsigned int node,
+                      std::vector<RationalInterval>& hidden) const;
 
 private:
     struct Function;

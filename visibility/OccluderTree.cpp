@@ -85,6 +85,12 @@ void Coverage::add(const RationalInterval& range) {
     }
 }
 
+OccluderTree::Triangle OccluderTree::triangleOf(const BakedTriangles& baked, std::uint32_t number) {
+    const unsigned int* corners = baked.triangleIndices.data() + 3 * std::size_t{number};
+    return {{baked.vertices[corners[0]], baked.vertices[corners[1]], baked.vertices[corners[2]]},
+            number};
+}
+
 OccluderTree::OccluderTree(const BakedTriangles& baked, Room room) {
     if (baked.bvh.nodes.empty()) {
         return;
@@ -131,10 +137,7 @@ OccluderTree::addLeaf(const BakedTriangles& baked, unsigned int node, Room room,
     child.begin = static_cast<std::uint32_t>(triangles_.size());
     for (unsigned int slot = FirstSlot(leaf); slot < FirstSlot(leaf) + leaf.second; ++slot) {
         const std::uint32_t number = baked.bvh.primitives[slot];
-        const unsigned int* corners = baked.triangleIndices.data() + 3 * std::size_t{number};
-        const Triangle& triangle = triangles_.emplace_back(Triangle{
-            {baked.vertices[corners[0]], baked.vertices[corners[1]], baked.vertices[corners[2]]},
-            number});
+        const Triangle& triangle = triangles_.emplace_back(triangleOf(baked, number));
         const auto& p = triangle.corners;
         Box own;
         for (std::size_t axis = 0; axis < 3; ++axis) {

@@ -36,6 +36,15 @@ public:
         return (beside[0] | beside[1]) != 0;
     }
 
+    /// Whether a box of grid points, which floats hold as well as they can, reaches the sieve's on
+    /// screen.
+    bool meets(const kx::kxBBox& box) const {
+        return box.min[0] <= static_cast<float>(max_[0]) &&
+               static_cast<float>(min_[0]) <= box.max[0] &&
+               box.min[1] <= static_cast<float>(max_[1]) &&
+               static_cast<float>(min_[1]) <= box.max[1];
+    }
+
     static constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
     static constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
 
@@ -136,6 +145,8 @@ public:
     };
 
     OccluderTree(const BakedTriangles& baked, Room room);
+
+    static Triangle triangleOf(const BakedTriangles& baked, std::uint32_t number);
 
     const std::vector<Triangle>& triangles() const { return triangles_; }
 

@@ -13,11 +13,42 @@
 #include "visibility/PairSearch.h"
 
 #include <cstddef>
+#include <optional>
 
 namespace ctr {
 namespace {
 
 using Point = Wm4::Vector3<float>;
+
+/// What hides intersection edges.
+class CutHiders {
+public:
+    CutHiders(const BakedTriangles& baked, std::size_t edges) : baked_(baked) {
+        // Laying the tree out anew pays for so many edges only.
+        constexpr std::size_t kTrianglesPerEdge = 64;
+        if (edges * kTrianglesPerEdge >= baked.trianglePlanes.size()) {
+            tree_.emplace(baked, OccluderTree::Room::forRoundedCrossings);
+        }
+    }
+
+    void append(const IntersectionEdge& edge, std::vector<RationalInterval>& hidden) {
+        const CutOcclusion cut(edge);
+        if (!tree_) {
+            cut.appendHidden(baked_, 0, hidden);
+            return;
+        }
+        const auto& found =
+            ranges_.find(*tree_, cut.probe(), [&](const OccluderTree::Triangle& triangle) {
+                return cut.hiddenBy(triangle, baked_.trianglePlanes[triangle.number]);
+            });
+        hidden.insert(hidden.end(), found.begin(), found.end());
+    }
+
+private:
+    const BakedTriangles& baked_;
+    std::optional<OccluderTree> tree_;
+    HiddenRanges ranges_;
+};
 
 } // namespace
 
@@ -95,8 +126,7 @@ bool TrianglesIntersection::tInternal::collectPieces(const std::vector<Intersect
         progressNotifier->getRange(start, end);
         step = static_cast<float>((end - start) / static_cast<double>(edges.size()));
     }
-    const OccluderTree tree(*triangles, OccluderTree::Room::forRoundedCrossings);
-    HiddenRanges ranges;
+    CutHiders hiders(*triangles, edges.size());
     std::vector<RationalInterval> intervals;
     for (const IntersectionEdge& edge : edges) {
         if (progressNotifier != nullptr) {
@@ -105,10 +135,8 @@ bool TrianglesIntersection::tInternal::collectPieces(const std::vector<Intersect
                 break;
             }
         }
-        const CutOcclusion cut(edge);
-        intervals = ranges.find(tree, cut.probe(), [&](const OccluderTree::Triangle& triangle) {
-            return cut.hiddenBy(triangle, triangles->trianglePlanes[triangle.number]);
-        });
+        intervals.clear();
+        hiders.append(edge, intervals);
         IntervalTools::FuseOverlappingIntervals(intervals);
         appendVisiblePieces(edge, intervals, visible);
         if (hidden != nullptr && !edge.grazing) {

@@ -8,7 +8,11 @@
 namespace kxcontour {
 namespace {
 
-constexpr std::size_t kLeastTable = 64;
+/// Slots for so many positions, of which three quarters are used at most.
+std::size_t TableFor(std::size_t count) {
+    return std::bit_ceil(count + count / 3 + 2);
+}
+
 constexpr int kBlock = 32;
 
 PositionBits BitsOf(const Wm4::Vector3<float>& p) {
@@ -29,7 +33,8 @@ std::size_t HashOf(const PositionBits& position) {
 
 } // namespace
 
-Places::Places(const kx::kxVertexBuffer& vertices) : table_(kLeastTable) {
+Places::Places(const kx::kxVertexBuffer& vertices)
+    : table_(TableFor(static_cast<std::size_t>(vertices.GetVertexQuantity()))) {
     const int count = vertices.GetVertexQuantity();
     ofVertex_.reserve(static_cast<std::size_t>(count));
     for (int first = 0; first < count; first += kBlock) {
@@ -52,16 +57,12 @@ void Places::addBlock(const kx::kxVertexBuffer& vertices, int first, int end) {
 }
 
 std::uint32_t Places::numberOf(const PositionBits& position, std::size_t hash) {
-    Slot* slot = &slotOf(position, hash);
-    if (slot->place == kNone) {
-        if (2 * (positions_.size() + 1) > table_.size()) {
-            grow();
-            slot = &slotOf(position, hash);
-        }
-        *slot = {position, static_cast<std::uint32_t>(positions_.size())};
+    Slot& slot = slotOf(position, hash);
+    if (slot.place == kNone) {
+        slot = {position, static_cast<std::uint32_t>(positions_.size())};
         positions_.push_back(position);
     }
-    return slot->place;
+    return slot.place;
 }
 
 /// The slot that the position is in, or would go into.
@@ -72,14 +73,6 @@ Places::Slot& Places::slotOf(const PositionBits& position, std::size_t hash) {
         at = (at + 1) & mask;
     }
     return table_[at];
-}
-
-void Places::grow() {
-    table_.assign(4 * table_.size(), Slot());
-    for (std::uint32_t place = 0; place < positions_.size(); ++place) {
-        const PositionBits& position = positions_[place];
-        slotOf(position, HashOf(position)) = {position, place};
-    }
 }
 
 } // namespace kxcontour

@@ -35,11 +35,10 @@ private:
     void addBlock(const kx::kxVertexBuffer& vertices, int first, int end);
     std::uint32_t numberOf(const PositionBits& position, std::size_t hash);
     Slot& slotOf(const PositionBits& position, std::size_t hash);
-    void grow();
 
     std::vector<std::uint32_t> ofVertex_;
     std::vector<PositionBits> positions_;
-    std::vector<Slot> table_; ///< A power of two of slots, half of them free at least.
+    std::vector<Slot> table_; ///< A power of two of slots.
 };
 
 } // namespace kxcontour
