@@ -112,11 +112,6 @@ struct CutOcclusion::Function {
     ValueAtEnd at(const tPointOnEdge& end) const {
         return {end.t, at(end.edgeStart), at(end.edgeEnd)};
     }
-
-    /// Surely positive at both ends.
-    bool excludes(const double (&ends)[2][3]) const {
-        return at(ends[0]) > error && at(ends[1]) > error;
-    }
 };
 
 CutOcclusion::CutOcclusion(const IntersectionEdge& edge)
@@ -136,8 +131,18 @@ bool CutOcclusion::isBeside(const BakedVertex& a, const BakedVertex& b) const {
            (ends_[1][0] - x) * alongY - (ends_[1][1] - y) * alongX > error;
 }
 
-/// Cuts the range where the function is positive; false when nothing is left of it.
-bool CutOcclusion::isNarrowed(const Function& function, RationalInterval& range) const {
+/// Cuts the range where the function is positive; false when nothing is left of it. Most values are
+/// so far from zero that their signs are sure.
+bool CutOcclusion::narrow(const Function& function, RationalInterval& range) const {
+    const double value1 = function.at(ends_[0]);
+    const double value2 = function.at(ends_[1]);
+    if (std::min(value1, value2) > function.error) {
+        return false;
+    }
+    return std::max(value1, value2) < -function.error || narrowExactly(function, range);
+}
+
+bool CutOcclusion::narrowExactly(const Function& function, RationalInterval& range) const {
     const ValueAtEnd first = function.at(edge_.first);
     const ValueAtEnd second = function.at(edge_.second);
     const int firstSign = first.sign();
@@ -166,17 +171,10 @@ std::optional<RationalInterval> CutOcclusion::hiddenBy(const OccluderTree::Trian
     if (isBeside(p[0], p[1]) || isBeside(p[1], p[2]) || isBeside(p[2], p[0])) {
         return std::nullopt;
     }
-    const Function plane(p[0], normal);
-    if (plane.excludes(ends_)) {
-        return std::nullopt;
-    }
-    const Function functions[4] = {plane, Function::edge(p[0], p[1]), Function::edge(p[1], p[2]),
-                                   Function::edge(p[2], p[0])};
     RationalInterval range{{0, 1}, {1, 1}};
-    for (const Function& function : functions) {
-        if (!isNarrowed(function, range)) {
-            return std::nullopt;
-        }
+    if (!narrow(Function(p[0], normal), range) || !narrow(Function::edge(p[0], p[1]), range) ||
+        !narrow(Function::edge(p[1], p[2]), range) || !narrow(Function::edge(p[2], p[0]), range)) {
+        return std::nullopt;
     }
     if (CompareFractions(range.end, range.start) <= 0) {
         return std::nullopt;

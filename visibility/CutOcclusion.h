@@ -37,7 +37,8 @@ private:
     struct Function;
 
     bool isBeside(const BakedVertex& a, const BakedVertex& b) const;
-    bool isNarrowed(const Function& function, RationalInterval& range) const;
+    bool narrow(const Function& function, RationalInterval& range) const;
+    bool narrowExactly(const Function& function, RationalInterval& range) const;
 
     const IntersectionEdge& edge_;
     TriangleSieve sieve_;

@@ -1,20 +1,42 @@
 // When the ranges found so far leave nothing of a segment.
 #include "visibility/HiddenRanges.h"
 
+#include "visibility/FractionOrder.h"
+
 namespace ctr {
 
-bool IsWhole(const RationalInterval& range) {
-    return range.start[0] <= 0 && range.end[0] == range.end[1];
+void HiddenRanges::start() {
+    constexpr std::size_t kFirstLook = 8;
+    ranges_.clear();
+    coverage_.clear();
+    hiddenTo_ = Fraction(0, 1);
+    hiddenFrom_ = Fraction(1, 1);
+    nextLook_ = kFirstLook;
 }
 
-bool HiddenRanges::add(const RationalInterval& range) {
+/// True when the whole segment is known to be hidden.
+bool HiddenRanges::add(const RationalInterval& range, std::uint32_t slot) {
     if (IsWhole(range)) {
-        ranges_.assign(1, range);
+        lastHiders_[nextHider_++ % lastHiders_.size()] = slot;
         return true;
     }
     ranges_.push_back(range);
     coverage_.add(range);
-    return ranges_.size() >= nextLook_ && isAllHidden();
+    extendEnds(range);
+    return CompareFractions(hiddenTo_, hiddenFrom_) >= 0 ||
+           (ranges_.size() >= nextLook_ && isAllHidden());
+}
+
+/// What is hidden at either end of the segment grows by a range that reaches it.
+void HiddenRanges::extendEnds(const RationalInterval& range) {
+    if (CompareFractions(range.start, hiddenTo_) <= 0 &&
+        CompareFractions(range.end, hiddenTo_) > 0) {
+        hiddenTo_ = range.end;
+    }
+    if (CompareFractions(range.end, hiddenFrom_) >= 0 &&
+        CompareFractions(range.start, hiddenFrom_) < 0) {
+        hiddenFrom_ = range.start;
+    }
 }
 
 /// Joins the ranges found so far on the side: which of equal fractions are kept shall not depend on

@@ -4,14 +4,26 @@
 
 #include <ctr/IntervalTools.h>
 
+#include "visibility/GridArithmetic.h"
 #include "visibility/OccluderTree.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
 
 namespace ctr {
+
+/// Whether a range is all of a segment.
+inline bool IsWhole(const RationalInterval& range) {
+    return range.start[0] <= 0 && range.end[0] == range.end[1];
+}
+
+inline RationalInterval WholeSegment() {
+    return {{0, 1}, {1, 1}};
+}
 
 class HiddenRanges {
 public:
@@ -22,63 +34,44 @@ public:
     /// for triangles that only hide what lies strictly within ranges found before.
     template <class PartOf>
     const std::vector<RationalInterval>&
-    find(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf);
+    find(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
+        start();
+        const auto& triangles = tree.triangles();
+        bool hidden = std::any_of(lastHiders_.begin(), lastHiders_.end(), [&](std::uint32_t slot) {
+            const auto part = slot < triangles.size() ? partOf(triangles[slot]) : std::nullopt;
+            return part && IsWhole(*part);
+        });
+        if (!hidden) {
+            tree.walk(probe, coverage_, [&](std::uint32_t slot, std::uint32_t end) {
+                for (; slot != end && !hidden; ++slot) {
+                    const std::optional<RationalInterval> part = partOf(triangles[slot]);
+                    hidden = part && add(*part, slot);
+                }
+                return hidden;
+            });
+        }
+        if (hidden) {
+            ranges_.assign(1, WholeSegment());
+        }
+        return ranges_;
+    }
 
 private:
-    void start() {
-        ranges_.clear();
-        coverage_.clear();
-        nextLook_ = kFirstLook;
-    }
-    /// True when the whole segment is known to be hidden.
-    bool add(const RationalInterval& range);
+    void start();
+    bool add(const RationalInterval& range, std::uint32_t slot);
+    void extendEnds(const RationalInterval& range);
     bool isAllHidden();
 
-    static constexpr std::size_t kFirstLook = 4;
-    /// A triangle that hides the whole of one segment often hides that of the next.
-    std::uint32_t lastHider_ = 0;
+    /// Triangles that hid the whole of a segment lately often hide the next one, too.
+    std::array<std::uint32_t, 4> lastHiders_{};
+    std::size_t nextHider_ = 0;
     Coverage coverage_;
     std::vector<RationalInterval> ranges_;
+    /// Hidden are 0 .. hiddenTo_ and hiddenFrom_ .. 1.
+    Fraction hiddenTo_;
+    Fraction hiddenFrom_;
     std::vector<RationalInterval> fused_;
-    std::size_t nextLook_ = kFirstLook;
+    std::size_t nextLook_ = 0;
 };
-
-/// Whether a range is all of a segment.
-bool IsWhole(const RationalInterval& range);
-
-inline RationalInterval WholeSegment() {
-    return {{0, 1}, {1, 1}};
-}
-
-template <class PartOf>
-const std::vector<RationalInterval>&
-HiddenRanges::find(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
-    start();
-    bool hidden = false;
-    const auto& triangles = tree.triangles();
-    const auto look = [&](std::uint32_t slot) {
-        const std::optional<RationalInterval> part = partOf(triangles[slot]);
-        hidden = part && add(*part);
-        return hidden;
-    };
-    const bool hasLast = lastHider_ < triangles.size();
-    if (hasLast) {
-        const std::optional<RationalInterval> part = partOf(triangles[lastHider_]);
-        hidden = part && IsWhole(*part);
-    }
-    if (!hidden) {
-        tree.walk(probe, coverage_, [&](std::uint32_t slot, std::uint32_t end) {
-            while (slot != end && !look(slot)) {
-                ++slot;
-            }
-            lastHider_ = hidden && ranges_.size() == 1 ? slot : lastHider_;
-            return hidden;
-        });
-    }
-    if (hidden) {
-        ranges_.assign(1, WholeSegment());
-    }
-    return ranges_;
-}
 
 } // namespace ctr
