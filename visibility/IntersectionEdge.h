@@ -5,6 +5,8 @@
 
 #include "visibility/GridArithmetic.h"
 
+#include <cstdint>
+
 namespace ctr {
 
 /// One end of an intersection edge: where an edge of one triangle crosses the other's plane.
@@ -15,10 +17,18 @@ struct tPointOnEdge {
     Fraction t;        ///< The exact parameter of the crossing.
 };
 
+/// What an intersection edge can be made of again: it takes a tenth of the memory.
+struct FoundIntersection {
+    std::uint32_t first;      ///< The triangle with the smaller number.
+    std::uint32_t secondSlot; ///< Where the other one is among the leaves.
+    /// The crossed edge at either end: 0 to 2 of the first triangle, 3 to 5 of the second.
+    std::uint8_t ends[2];
+    bool grazing; ///< Of triangles in one plane, but for the rounding to the grid.
+};
+
 struct IntersectionEdge {
     tPointOnEdge first;
     tPointOnEdge second;
-    bool grazing = false; ///< Of triangles in one plane, but for the rounding to the grid.
 };
 
 /// The grid point at or below p0 + (p1 - p0) t on every axis, for t in [0, 1]; which end is called

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
 #include <utility>
 
 namespace ctr {
@@ -30,7 +31,7 @@ PairSearch::PairSearch(const BakedTriangles& baked,
                        std::function<bool()> goOn)
     : baked_(baked), triangleDone_(std::move(triangleDone)), goOn_(std::move(goOn)) {}
 
-std::vector<IntersectionEdge> PairSearch::run() {
+std::vector<FoundIntersection> PairSearch::run() {
     bool whole = true;
     if (!baked_.bvh.nodes.empty()) {
         layOut();
@@ -41,22 +42,10 @@ std::vector<IntersectionEdge> PairSearch::run() {
         whole = triangleDone_();
         ++done_;
     }
-    return inOrder();
-}
-
-/// Sorts small keys, then moves each edge once.
-std::vector<IntersectionEdge> PairSearch::inOrder() const {
-    std::vector<std::pair<std::uint64_t, std::uint32_t>> order(keys_.size());
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        order[i] = {keys_[i], static_cast<std::uint32_t>(i)};
-    }
-    std::sort(order.begin(), order.end());
-    std::vector<IntersectionEdge> edges;
-    edges.reserve(order.size());
-    for (const auto& [key, number] : order) {
-        edges.push_back(edges_[number]);
-    }
-    return edges;
+    std::sort(found_.begin(), found_.end(), [](const auto& x, const auto& y) {
+        return std::tie(x.first, x.secondSlot) < std::tie(y.first, y.secondSlot);
+    });
+    return std::move(found_);
 }
 
 void PairSearch::layOut() {
@@ -225,11 +214,11 @@ void PairSearch::test(const Plane& plane, std::uint32_t slot) {
     const bool inOrder = numberA < numberB;
     const CutTriangle dataA{a, plane.normal, valuesA};
     const CutTriangle dataB{b, normalB, valuesB};
-    if (const auto edge =
-            inOrder ? FindIntersection(dataA, dataB) : FindIntersection(dataB, dataA)) {
-        keys_.push_back(std::uint64_t{std::min(numberA, numberB)} << 32 |
-                        (inOrder ? slot : plane.slot));
-        edges_.push_back(*edge);
+    if (const auto found = inOrder ? FindPiercing(dataA, dataB) : FindPiercing(dataB, dataA)) {
+        found_.push_back({std::min(numberA, numberB),
+                          inOrder ? slot : plane.slot,
+                          {found->ends[0], found->ends[1]},
+                          found->grazing});
     }
 }
 

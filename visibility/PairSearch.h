@@ -25,7 +25,7 @@ public:
 
     /// All intersection edges, by the number of the first triangle and then the slot of the second;
     /// what was found so far when stopped.
-    std::vector<IntersectionEdge> run();
+    std::vector<FoundIntersection> run();
 
 private:
     using Lanes = float __attribute__((vector_size(16)));
@@ -65,15 +65,13 @@ private:
     bool finishLeaf(unsigned int leaf);
     bool pollAfter(std::size_t pairs);
     void test(const Plane& plane, std::uint32_t slot);
-    std::vector<IntersectionEdge> inOrder() const;
 
     const BakedTriangles& baked_;
     std::function<bool()> triangleDone_;
     std::function<bool()> goOn_;
     std::vector<Box> boxes_; ///< One a slot, like the corners.
     std::vector<Corners> corners_;
-    std::vector<IntersectionEdge> edges_; ///< As found.
-    std::vector<std::uint64_t> keys_;     ///< Their places in the result.
+    std::vector<FoundIntersection> found_;
     std::vector<Plane> planes_;           ///< Of the leaf that is held against others.
     std::vector<std::uint32_t> selected_; ///< Which of them, level by level.
     std::size_t done_ = 0;

@@ -3,6 +3,7 @@
 // along the common line have to overlap. Most spans are far apart, which doubles can tell.
 #include "visibility/PiercingTest.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -67,21 +68,27 @@ Crossings FindCrossings(const PlaneValues& values) {
     return {found[0], found[1]};
 }
 
-/// The two crossings in order along an axis; the first found is the low one on a tie.
-struct Span {
-    tPointOnEdge low;
-    tPointOnEdge high;
+/// A crossing rounded down to the grid.
+struct Rounded {
+    BakedVertex point;
+    std::uint8_t end; ///< As in FoundIntersection.
 };
 
-tPointOnEdge PointOf(const BakedVertex* corners, const Crossing& crossing) {
-    const BakedVertex& start = corners[crossing.edge];
-    const BakedVertex& end = corners[(crossing.edge + 1) % 3];
+/// The two crossings in order along an axis; the first found is the low one on a tie.
+struct Span {
+    Rounded low;
+    Rounded high;
+};
+
+Rounded RoundedCrossing(const BakedVertex* corners, const Crossing& crossing, int firstEnd) {
     const Fraction t = MakeFraction(crossing.from, WrapSubtract(crossing.from, crossing.to));
-    return {start, end, PointAt(start, end, t), t};
+    return {PointAt(corners[crossing.edge], corners[(crossing.edge + 1) % 3], t),
+            static_cast<std::uint8_t>(firstEnd + crossing.edge)};
 }
 
-Span SpanOf(const BakedVertex* corners, const Crossings& crossings) {
-    return {PointOf(corners, crossings.first), PointOf(corners, crossings.second)};
+Span SpanOf(const BakedVertex* corners, const Crossings& crossings, int firstEnd) {
+    return {RoundedCrossing(corners, crossings.first, firstEnd),
+            RoundedCrossing(corners, crossings.second, firstEnd)};
 }
 
 /// A span on screen, off by less than a step on either axis.
@@ -127,8 +134,8 @@ OrderingAxis ChooseAxis(const Span& a, const Span& b) {
 }
 
 /// The overlap of two spans along an axis; none when they are apart or only touch.
-std::optional<IntersectionEdge> OverlapOf(Span a, Span b, OrderingAxis axis) {
-    const auto key = [axis](const tPointOnEdge& p) {
+std::optional<Piercing> OverlapOf(Span a, Span b, OrderingAxis axis) {
+    const auto key = [axis](const Rounded& p) {
         return axis == OrderingAxis::x ? p.point.x : p.point.y;
     };
     for (Span* span : {&a, &b}) {
@@ -138,9 +145,9 @@ std::optional<IntersectionEdge> OverlapOf(Span a, Span b, OrderingAxis axis) {
     }
     const bool lowestIsB = key(b.low) < key(a.low);
     bool lowIsB = key(b.low) >= key(a.low);
-    const tPointOnEdge* low = lowIsB ? &b.low : &a.low;
+    const Rounded* low = lowIsB ? &b.low : &a.low;
     bool highIsB = key(b.high) < key(a.high);
-    const tPointOnEdge* high = highIsB ? &b.high : &a.high;
+    const Rounded* high = highIsB ? &b.high : &a.high;
     if (key(*low) >= key(*high)) {
         std::swap(low, high);
         std::swap(lowIsB, highIsB);
@@ -148,7 +155,7 @@ std::optional<IntersectionEdge> OverlapOf(Span a, Span b, OrderingAxis axis) {
     if (lowestIsB == lowIsB) {
         return std::nullopt;
     }
-    return IntersectionEdge{*low, *high, false};
+    return Piercing{{low->end, high->end}, false};
 }
 
 } // namespace
@@ -159,7 +166,7 @@ BakedVertex PointAt(const BakedVertex& p0, const BakedVertex& p1, const Fraction
             CoordinateAt(p0.z, p1.z, t, share)};
 }
 
-std::optional<IntersectionEdge> FindIntersection(const CutTriangle& a, const CutTriangle& b) {
+std::optional<Piercing> FindPiercing(const CutTriangle& a, const CutTriangle& b) {
     const Crossings crossingsA = FindCrossings(a.values);
     const Crossings crossingsB = FindCrossings(b.values);
     const RoughSpan roughA(a.corners, crossingsA);
@@ -168,17 +175,29 @@ std::optional<IntersectionEdge> FindIntersection(const CutTriangle& a, const Cut
     if (AreApart(roughA.x, roughB.x) || AreApart(roughA.y, roughB.y)) {
         return std::nullopt;
     }
-    const Span spanA = SpanOf(a.corners, crossingsA);
-    const Span spanB = SpanOf(b.corners, crossingsB);
+    const Span spanA = SpanOf(a.corners, crossingsA, 0);
+    const Span spanB = SpanOf(b.corners, crossingsB, 3);
     const OrderingAxis axis = ChooseAxis(spanA, spanB);
     if (axis == OrderingAxis::none) {
         return std::nullopt;
     }
-    std::optional<IntersectionEdge> overlap = OverlapOf(spanA, spanB, axis);
+    std::optional<Piercing> overlap = OverlapOf(spanA, spanB, axis);
     if (overlap) {
         overlap->grazing = AreBesidePlane(a.values, b.normal) || AreBesidePlane(b.values, a.normal);
     }
     return overlap;
+}
+
+tPointOnEdge CrossingOf(const BakedVertex* corners,
+                        int edge,
+                        const BakedVertex& origin,
+                        const GridVector& normal) {
+    const BakedVertex& start = corners[edge];
+    const BakedVertex& end = corners[(edge + 1) % 3];
+    const long from = Dot(normal, Difference(start, origin));
+    const long to = Dot(normal, Difference(end, origin));
+    const Fraction t = MakeFraction(from, WrapSubtract(from, to));
+    return {start, end, PointAt(start, end, t), t};
 }
 
 } // namespace ctr

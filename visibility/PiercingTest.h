@@ -3,7 +3,7 @@
 
 #include "visibility/IntersectionEdge.h"
 
-#include <algorithm>
+#include <cstdint>
 #include <optional>
 
 namespace ctr {
@@ -29,7 +29,19 @@ struct CutTriangle {
     PlaneValues values; ///< Of the other's plane.
 };
 
-/// The edge along which a and b cut each other, if they do. Their boxes share a point.
-std::optional<IntersectionEdge> FindIntersection(const CutTriangle& a, const CutTriangle& b);
+/// How two triangles cut each other: the ends as in FoundIntersection, and whether they graze.
+struct Piercing {
+    std::uint8_t ends[2];
+    bool grazing;
+};
+
+/// How a and b cut each other, if they do. Their boxes share a point.
+std::optional<Piercing> FindPiercing(const CutTriangle& a, const CutTriangle& b);
+
+/// Where the given edge of a triangle, from that corner to the next, crosses a plane.
+tPointOnEdge CrossingOf(const BakedVertex* corners,
+                        int edge,
+                        const BakedVertex& origin,
+                        const GridVector& normal);
 
 } // namespace ctr

@@ -11,6 +11,7 @@
 #include "visibility/FractionOrder.h"
 #include "visibility/HiddenRanges.h"
 #include "visibility/PairSearch.h"
+#include "visibility/PiercingTest.h"
 
 #include <cstddef>
 #include <optional>
@@ -55,8 +56,9 @@ private:
 struct TrianglesIntersection::tInternal {
     explicit tInternal(const BakedTriangles& bakedTriangles) : triangles(&bakedTriangles) {}
 
-    std::vector<IntersectionEdge> findIntersectionEdges() const;
-    bool collectPieces(const std::vector<IntersectionEdge>& edges,
+    std::vector<FoundIntersection> findIntersectionEdges() const;
+    IntersectionEdge edgeOf(const FoundIntersection& found) const;
+    bool collectPieces(const std::vector<FoundIntersection>& edges,
                        std::vector<Point>& visible,
                        std::vector<Point>* hidden) const;
     void appendVisiblePieces(const IntersectionEdge& edge,
@@ -75,7 +77,7 @@ struct TrianglesIntersection::tInternal {
     kx::kxProgressNotifierInterface* progressNotifier = nullptr;
 };
 
-std::vector<IntersectionEdge> TrianglesIntersection::tInternal::findIntersectionEdges() const {
+std::vector<FoundIntersection> TrianglesIntersection::tInternal::findIntersectionEdges() const {
     const auto goOn = [this] { return !isCanceled(); };
     const auto triangleDone = [this] {
         if (progressNotifier != nullptr) {
@@ -84,6 +86,19 @@ std::vector<IntersectionEdge> TrianglesIntersection::tInternal::findIntersection
         return !isCanceled();
     };
     return PairSearch(*triangles, triangleDone, goOn).run();
+}
+
+IntersectionEdge TrianglesIntersection::tInternal::edgeOf(const FoundIntersection& found) const {
+    const std::uint32_t numbers[2] = {found.first, triangles->bvh.primitives[found.secondSlot]};
+    const OccluderTree::Triangle both[2] = {OccluderTree::triangleOf(*triangles, numbers[0]),
+                                            OccluderTree::triangleOf(*triangles, numbers[1])};
+    const auto crossing = [&](int end) {
+        const int own = end / 3;
+        const int other = 1 - own;
+        return CrossingOf(both[own].corners, end % 3, both[other].corners[0],
+                          triangles->trianglePlanes[numbers[other]]);
+    };
+    return {crossing(found.ends[0]), crossing(found.ends[1])};
 }
 
 void TrianglesIntersection::tInternal::appendPiece(const IntersectionEdge& edge,
@@ -116,7 +131,7 @@ void TrianglesIntersection::tInternal::appendVisiblePieces(
 }
 
 /// False when there is nothing, or cancelled.
-bool TrianglesIntersection::tInternal::collectPieces(const std::vector<IntersectionEdge>& edges,
+bool TrianglesIntersection::tInternal::collectPieces(const std::vector<FoundIntersection>& edges,
                                                      std::vector<Point>& visible,
                                                      std::vector<Point>* hidden) const {
     float step = 1.0F;
@@ -128,18 +143,19 @@ bool TrianglesIntersection::tInternal::collectPieces(const std::vector<Intersect
     }
     CutHiders hiders(*triangles, edges.size());
     std::vector<RationalInterval> intervals;
-    for (const IntersectionEdge& edge : edges) {
+    for (const FoundIntersection& found : edges) {
         if (progressNotifier != nullptr) {
             progressNotifier->advance(static_cast<double>(step));
             if (progressNotifier->isCanceled()) {
                 break;
             }
         }
+        const IntersectionEdge edge = edgeOf(found);
         intervals.clear();
         hiders.append(edge, intervals);
         IntervalTools::FuseOverlappingIntervals(intervals);
         appendVisiblePieces(edge, intervals, visible);
-        if (hidden != nullptr && !edge.grazing) {
+        if (hidden != nullptr && !found.grazing) {
             for (const RationalInterval& range : intervals) {
                 appendPiece(edge, range.start, range.end, *hidden);
             }
@@ -188,7 +204,7 @@ TrianglesIntersection::computeIntersectionEdges(kx::kxPointer<LineSegmentSet>* h
     if (hidden != nullptr) {
         *hidden = nullptr;
     }
-    const std::vector<IntersectionEdge> edges = internal_->findIntersectionEdges();
+    const std::vector<FoundIntersection> edges = internal_->findIntersectionEdges();
     if (internal_->isCanceled()) {
         return nullptr;
     }
