@@ -208,6 +208,9 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set, unsigne
         exported.append(b0, b1, scratch);
         occluders.append(b0, b1, scratch);
         IntervalTools::FuseOverlappingIntervals(scratch);
+        if (scratch.size() == 1 && IsWhole(scratch.front())) {
+            scratch.front() = WholeSegment();
+        }
         hidden = scratch;
     }
 }

@@ -6,7 +6,7 @@
 namespace ctr {
 
 void HiddenRanges::start() {
-    constexpr std::size_t kFirstLook = 8;
+    constexpr std::size_t kFirstLook = 16;
     ranges_.clear();
     coverage_.clear();
     hiddenTo_ = Fraction(0, 1);
@@ -42,7 +42,7 @@ void HiddenRanges::extendEnds(const RationalInterval& range) {
 /// Joins the ranges found so far on the side: which of equal fractions are kept shall not depend on
 /// when that is done.
 bool HiddenRanges::isAllHidden() {
-    nextLook_ = 2 * ranges_.size();
+    nextLook_ = 4 * ranges_.size();
     fused_ = ranges_;
     IntervalTools::FuseOverlappingIntervals(fused_);
     for (const RationalInterval& range : fused_) {

@@ -18,7 +18,7 @@ namespace ctr {
 
 /// Whether a range is all of a segment.
 inline bool IsWhole(const RationalInterval& range) {
-    return range.start[0] <= 0 && range.end[0] == range.end[1];
+    return range.start[0] == 0 && range.end[0] == range.end[1];
 }
 
 inline RationalInterval WholeSegment() {

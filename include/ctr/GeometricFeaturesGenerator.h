@@ -65,8 +65,8 @@ public:
     /// Finds the hidden ranges and clip records of any line set against the meshes of a cluster.
     ///
     /// Ranges that the set holds already are kept and joined. A segment outside the view, or seen
-    /// end-on, is hidden as a whole. Nothing happens for an index out of range or a set without
-    /// buffers.
+    /// end-on, is hidden as a whole; what is has the one range 0/1 .. 1/1. Nothing happens for an
+    /// index out of range or a set without buffers.
     void computeOcclusion(LineSegmentSet& set, unsigned int cluster);
 
 private:

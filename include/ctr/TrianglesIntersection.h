@@ -27,7 +27,8 @@ public:
     /// Progress and cancellation, called on the caller's thread; borrowed, null for none.
     ///
     /// One step a triangle is advanced while searching; the steps then left up to the total are
-    /// spread over the edges found. It is asked to cancel before every triangle and every edge.
+    /// spread over the edges found. It is asked to cancel before every triangle and every edge, and
+    /// now and then while many pairs of triangles are looked at.
     void setProgressNotifier(kx::kxProgressNotifierInterface* notifier);
 
     /// The visible pieces of all intersection lines in world space, two vertices of its own for
