@@ -17,6 +17,7 @@ void EdgeOcclusion::announce(std::size_t segments) {
     announced_ += segments;
     if (!tree_ && announced_ * kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
         tree_.emplace(*baked_, OccluderTree::Room::none);
+        map_.emplace(*baked_, tree_->triangles(), OccluderTree::Room::none);
     }
 }
 
@@ -25,6 +26,10 @@ void EdgeOcclusion::append(const BakedVertex& a,
                            std::vector<RationalInterval>& hidden) {
     if (!tree_) {
         baked_->computeOcclusionIntervals(a, b, hidden);
+        return;
+    }
+    if (map_->hides(a, b)) {
+        hidden.push_back(WholeSegment());
         return;
     }
     // What begins at the farthest end of the segment, or beyond, hides nothing of it.
@@ -42,6 +47,7 @@ void EdgeOcclusion::append(const BakedVertex& a,
 }
 
 void EdgeOcclusion::release() {
+    map_.reset();
     tree_.reset();
 }
 

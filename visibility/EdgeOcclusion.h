@@ -3,6 +3,7 @@
 
 #include <ctr/BakedTriangles.h>
 
+#include "visibility/DepthMap.h"
 #include "visibility/HiddenRanges.h"
 #include "visibility/OccluderTree.h"
 
@@ -35,6 +36,7 @@ private:
     std::uint64_t bakeOfLayout_ = 0;
     std::size_t announced_ = 0;
     std::optional<OccluderTree> tree_;
+    std::optional<DepthMap> map_;
     HiddenRanges ranges_;
 };
 

@@ -34,16 +34,6 @@ double GrowthOf(const OccluderTree::Triangle& triangle, const GridVector& normal
     return 3.0 * off / std::max(std::abs(static_cast<double>(normal[2])), 1.0);
 }
 
-/// How much depth changes when the plane value is off by some steps.
-double DepthSlackOf(const GridVector& normal) {
-    double size = 0.0;
-    for (int axis = 0; axis < 3; ++axis) {
-        size += std::abs(static_cast<double>(normal[axis]));
-    }
-    const double off = kRoundedSteps + size * kGridExtent * kRoundedShare;
-    return off / std::max(std::abs(static_cast<double>(normal[2])), 1.0);
-}
-
 } // namespace
 
 SegmentProbe::SegmentProbe(const BakedVertex& a, const BakedVertex& b) {
@@ -83,6 +73,15 @@ void Coverage::add(const RationalInterval& range) {
     if (first < end) {
         bins_ |= (~std::uint64_t{0} >> (kBins - (end - first))) << first;
     }
+}
+
+double OccluderTree::depthSlackOf(const GridVector& normal) {
+    double size = 0.0;
+    for (int axis = 0; axis < 3; ++axis) {
+        size += std::abs(static_cast<double>(normal[axis]));
+    }
+    const double off = kRoundedSteps + size * kGridExtent * kRoundedShare;
+    return off / std::max(std::abs(static_cast<double>(normal[2])), 1.0);
 }
 
 OccluderTree::Triangle OccluderTree::triangleOf(const BakedTriangles& baked, std::uint32_t number) {
@@ -162,7 +161,7 @@ OccluderTree::addLeaf(const BakedTriangles& baked, unsigned int node, Room room,
                 own.min[axis] -= reach;
                 own.max[axis] += reach;
             }
-            own.min[2] -= static_cast<float>(DepthSlackOf(normal));
+            own.min[2] -= static_cast<float>(depthSlackOf(normal));
         }
         for (std::size_t axis = 0; axis < 3; ++axis) {
             box.min[axis] = std::min(box.min[axis], own.min[axis]);

@@ -7,6 +7,8 @@
 
 #include <ctr/BakedTriangles.h>
 
+#include "visibility/GridArithmetic.h"
+
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -145,6 +147,9 @@ public:
     };
 
     OccluderTree(const BakedTriangles& baked, Room room);
+
+    /// How much depth may seem to change when plane values are rounded to integers, in steps.
+    static double depthSlackOf(const GridVector& normal);
 
     static Triangle triangleOf(const BakedTriangles& baked, std::uint32_t number);
 

@@ -8,6 +8,7 @@
 #include "linesets/SetConstruction.h"
 #include "projection/GridQuantisation.h"
 #include "visibility/CutOcclusion.h"
+#include "visibility/DepthMap.h"
 #include "visibility/FractionOrder.h"
 #include "visibility/HiddenRanges.h"
 #include "visibility/PairSearch.h"
@@ -29,6 +30,7 @@ public:
         constexpr std::size_t kTrianglesPerEdge = 64;
         if (edges * kTrianglesPerEdge >= baked.trianglePlanes.size()) {
             tree_.emplace(baked, OccluderTree::Room::forRoundedCrossings);
+            map_.emplace(baked, tree_->triangles(), OccluderTree::Room::forRoundedCrossings);
         }
     }
 
@@ -36,6 +38,10 @@ public:
         const CutOcclusion cut(edge);
         if (!tree_) {
             cut.appendHidden(baked_, 0, hidden);
+            return;
+        }
+        if (map_->hides(edge.first.point, edge.second.point)) {
+            hidden.push_back(WholeSegment());
             return;
         }
         const auto& found =
@@ -48,6 +54,7 @@ public:
 private:
     const BakedTriangles& baked_;
     std::optional<OccluderTree> tree_;
+    std::optional<DepthMap> map_;
     HiddenRanges ranges_;
 };
 

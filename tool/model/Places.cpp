@@ -13,7 +13,7 @@ std::size_t TableFor(std::size_t count) {
     return std::bit_ceil(count + count / 3 + 2);
 }
 
-constexpr int kBlock = 32;
+constexpr int kVerticesAtOnce = 32;
 
 PositionBits BitsOf(const Wm4::Vector3<float>& p) {
     return {std::bit_cast<std::uint32_t>(p[0] + 0.0F), std::bit_cast<std::uint32_t>(p[1] + 0.0F),
@@ -37,14 +37,14 @@ Places::Places(const kx::kxVertexBuffer& vertices)
     : table_(TableFor(static_cast<std::size_t>(vertices.GetVertexQuantity()))) {
     const int count = vertices.GetVertexQuantity();
     ofVertex_.reserve(static_cast<std::size_t>(count));
-    for (int first = 0; first < count; first += kBlock) {
-        addBlock(vertices, first, std::min(count, first + kBlock));
+    for (int first = 0; first < count; first += kVerticesAtOnce) {
+        addBlock(vertices, first, std::min(count, first + kVerticesAtOnce));
     }
 }
 
 void Places::addBlock(const kx::kxVertexBuffer& vertices, int first, int end) {
-    std::array<PositionBits, kBlock> positions;
-    std::array<std::size_t, kBlock> hashes;
+    std::array<PositionBits, kVerticesAtOnce> positions;
+    std::array<std::size_t, kVerticesAtOnce> hashes;
     const auto count = static_cast<std::size_t>(end - first);
     for (std::size_t i = 0; i < count; ++i) {
         positions[i] = BitsOf(vertices.Position3(first + static_cast<int>(i)));
