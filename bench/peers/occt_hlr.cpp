@@ -59,7 +59,7 @@ public:
         for (const Triangle& triangle : part_.triangles) {
             addFace(triangle);
         }
-        BRepMesh_IncrementalMesh(faces_, 0.1);
+        const BRepMesh_IncrementalMesh mesher(faces_, 0.1);
         return faces_;
     }
 
