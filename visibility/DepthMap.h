@@ -51,4 +51,13 @@ private:
     std::vector<std::int32_t> depths_; ///< The least that is filled; row by row.
 };
 
+/// A tree and its map, made together.
+struct OccluderLayout {
+    OccluderLayout(const BakedTriangles& baked, OccluderTree::Room room)
+        : tree(baked, room), map(baked, tree.triangles(), room) {}
+
+    OccluderTree tree;
+    DepthMap map;
+};
+
 } // namespace ctr

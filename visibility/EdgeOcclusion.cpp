@@ -15,20 +15,19 @@ void EdgeOcclusion::announce(std::size_t segments) {
         bakeOfLayout_ = baked_->bakeCount;
     }
     announced_ += segments;
-    if (!tree_ && announced_ * kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
-        tree_.emplace(*baked_, OccluderTree::Room::none);
-        map_.emplace(*baked_, tree_->triangles(), OccluderTree::Room::none);
+    if (!layout_ && announced_ * kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
+        layout_.emplace(*baked_, OccluderTree::Room::none);
     }
 }
 
 void EdgeOcclusion::append(const BakedVertex& a,
                            const BakedVertex& b,
                            std::vector<RationalInterval>& hidden) {
-    if (!tree_) {
+    if (!layout_) {
         baked_->computeOcclusionIntervals(a, b, hidden);
         return;
     }
-    if (map_->hides(a, b)) {
+    if (layout_->map.hides(a, b)) {
         hidden.push_back(WholeSegment());
         return;
     }
@@ -42,13 +41,12 @@ void EdgeOcclusion::append(const BakedVertex& a,
         }
         return HiddenPart(p0, p1, p2, baked_->trianglePlanes[triangle.number], a, b);
     };
-    const auto& found = ranges_.find(*tree_, SegmentProbe(a, b), partOf);
+    const auto& found = ranges_.find(layout_->tree, SegmentProbe(a, b), partOf);
     hidden.insert(hidden.end(), found.begin(), found.end());
 }
 
 void EdgeOcclusion::release() {
-    map_.reset();
-    tree_.reset();
+    layout_.reset();
 }
 
 } // namespace ctr

@@ -35,8 +35,7 @@ private:
     const BakedTriangles* baked_;
     std::uint64_t bakeOfLayout_ = 0;
     std::size_t announced_ = 0;
-    std::optional<OccluderTree> tree_;
-    std::optional<DepthMap> map_;
+    std::optional<OccluderLayout> layout_;
     HiddenRanges ranges_;
 };
 

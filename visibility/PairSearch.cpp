@@ -68,7 +68,7 @@ void PairSearch::layOut() {
 /// Covers the box, also where floats have rounded what it covers.
 PairSearch::Box PairSearch::roundedOut(const kx::kxBBox& box) {
     constexpr float kShare = 0x1p-22F;
-    constexpr Lanes kFar{1.0e9F, 1.0e9F, 1.0e9F, 0.0F};
+    constexpr Lanes kFar{2.0e9F, 2.0e9F, 2.0e9F, 0.0F};
     const auto within = [](Lanes value) {
         value = value < -kFar ? -kFar : value;
         return __builtin_convertvector(value < kFar ? value : kFar, Integers);

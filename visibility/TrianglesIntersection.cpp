@@ -29,23 +29,22 @@ public:
         // Laying the tree out anew pays for so many edges only.
         constexpr std::size_t kTrianglesPerEdge = 64;
         if (edges * kTrianglesPerEdge >= baked.trianglePlanes.size()) {
-            tree_.emplace(baked, OccluderTree::Room::forRoundedCrossings);
-            map_.emplace(baked, tree_->triangles(), OccluderTree::Room::forRoundedCrossings);
+            layout_.emplace(baked, OccluderTree::Room::forRoundedCrossings);
         }
     }
 
     void append(const IntersectionEdge& edge, std::vector<RationalInterval>& hidden) {
         const CutOcclusion cut(edge);
-        if (!tree_) {
+        if (!layout_) {
             cut.appendHidden(baked_, 0, hidden);
             return;
         }
-        if (map_->hides(edge.first.point, edge.second.point)) {
+        if (layout_->map.hides(edge.first.point, edge.second.point)) {
             hidden.push_back(WholeSegment());
             return;
         }
         const auto& found =
-            ranges_.find(*tree_, cut.probe(), [&](const OccluderTree::Triangle& triangle) {
+            ranges_.find(layout_->tree, cut.probe(), [&](const OccluderTree::Triangle& triangle) {
                 return cut.hiddenBy(triangle, baked_.trianglePlanes[triangle.number]);
             });
         hidden.insert(hidden.end(), found.begin(), found.end());
@@ -53,8 +52,7 @@ public:
 
 private:
     const BakedTriangles& baked_;
-    std::optional<OccluderTree> tree_;
-    std::optional<DepthMap> map_;
+    std::optional<OccluderLayout> layout_;
     HiddenRanges ranges_;
 };
 
