@@ -9,15 +9,14 @@
 #include "support/ExactIntersections.h"
 #include "support/RandomScenes.h"
 #include "support/SceneAgreement.h"
+#include "visibility/GridTriangles.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -31,20 +30,25 @@ using test_support::BakedMeshes;
 using test_support::CutCounts;
 using test_support::EndsOf;
 using test_support::GridPiece;
+using test_support::GridTriangle;
+using test_support::InOrder;
 using test_support::LatticeSpace;
 using test_support::MeshData;
+using test_support::OnTheGrid;
 using test_support::Point;
+using test_support::PutInOneLeaf;
+using test_support::PutInSingleLeaves;
 using test_support::Random;
 using test_support::Scaled;
 using test_support::Scene;
 using test_support::SegmentBits;
 using test_support::SetPointer;
+using test_support::Shuffled;
 using test_support::SortedBits;
 using test_support::SortedWorldBits;
 using test_support::Triangle;
+using test_support::TurnCounterClockwise;
 using test_support::VisibleCuts;
-
-using GridCorners = std::array<BakedVertex, 3>;
 
 SetPointer IntersectionsOf(const BakedTriangles& baked) {
     return SetPointer(TrianglesIntersection(baked).computeIntersectionEdges());
@@ -57,104 +61,6 @@ std::vector<SegmentBits> Expected(const BakedTriangles& baked, CutCounts& counts
 std::vector<SegmentBits> Expected(const BakedTriangles& baked) {
     CutCounts counts;
     return Expected(baked, counts);
-}
-
-// --- triangles put on the grid as they are, under trees of our own ---
-
-kx::kxBBox BoxOf(const BakedTriangles& baked, const std::vector<unsigned int>& triangles) {
-    kx::kxBBox box;
-    for (const unsigned int t : triangles) {
-        for (std::size_t k = 0; k < 3; ++k) {
-            const BakedVertex& v = baked.vertices[baked.triangleIndices[3 * std::size_t{t} + k]];
-            const std::int32_t p[3] = {v.x, v.y, v.z};
-            for (int axis = 0; axis < 3; ++axis) {
-                box.min[axis] = std::min(box.min[axis], static_cast<float>(p[axis]));
-                box.max[axis] = std::max(box.max[axis], static_cast<float>(p[axis]));
-            }
-        }
-    }
-    return box;
-}
-
-// All triangles in one leaf, in the order given.
-void PutInOneLeaf(BakedTriangles& baked, const std::vector<unsigned int>& order) {
-    baked.bvh.primitives = order;
-    baked.bvh.nodes.assign(1, {});
-    baked.bvh.nodes[0].box = BoxOf(baked, order);
-    baked.bvh.nodes[0].first = 0xC0000000U;
-    baked.bvh.nodes[0].second = static_cast<unsigned int>(order.size());
-}
-
-// The subtree over order[from, to): halves down to single triangles; returns its number.
-unsigned int AddHalves(BakedTriangles& baked, std::size_t from, std::size_t to) {
-    const auto number = static_cast<unsigned int>(baked.bvh.nodes.size());
-    baked.bvh.nodes.emplace_back();
-    const auto& order = baked.bvh.primitives;
-    const std::vector<unsigned int> part(order.begin() + static_cast<std::ptrdiff_t>(from),
-                                         order.begin() + static_cast<std::ptrdiff_t>(to));
-    baked.bvh.nodes[number].box = BoxOf(baked, part);
-    unsigned int first = 0xC0000000U | static_cast<unsigned int>(from);
-    unsigned int second = 1;
-    if (to - from > 1) {
-        first = AddHalves(baked, from, (from + to) / 2);
-        second = AddHalves(baked, (from + to) / 2, to);
-    }
-    baked.bvh.nodes[number].first = first;
-    baked.bvh.nodes[number].second = second;
-    return number;
-}
-
-void PutInSingleLeaves(BakedTriangles& baked, const std::vector<unsigned int>& order) {
-    baked.bvh.primitives = order;
-    baked.bvh.nodes.clear();
-    if (!order.empty()) {
-        AddHalves(baked, 0, order.size());
-    }
-}
-
-std::vector<unsigned int> InOrder(std::size_t count) {
-    std::vector<unsigned int> order(count);
-    std::iota(order.begin(), order.end(), 0U);
-    return order;
-}
-
-std::vector<unsigned int> Shuffled(Random& random, std::size_t count) {
-    std::vector<unsigned int> order = InOrder(count);
-    for (std::size_t i = count; i > 1; --i) {
-        std::swap(order[i - 1], order[static_cast<std::size_t>(random.below(static_cast<int>(i)))]);
-    }
-    return order;
-}
-
-// Baked as they stand; every triangle has to be counter-clockwise on the screen.
-BakedTriangles OnTheGrid(const ctr::DiscreteProjectionSpace& space,
-                         const std::vector<GridCorners>& triangles) {
-    BakedTriangles baked;
-    baked.setProjectionSpace(&space);
-    for (const GridCorners& t : triangles) {
-        for (const BakedVertex& v : t) {
-            baked.triangleIndices.push_back(static_cast<unsigned int>(baked.vertices.size()));
-            baked.vertices.push_back(v);
-        }
-        const auto minus = [](const BakedVertex& a, const BakedVertex& b) {
-            return std::array<long, 3>{long{a.x} - b.x, long{a.y} - b.y, long{a.z} - b.z};
-        };
-        const auto u = minus(t[2], t[0]);
-        const auto v = minus(t[1], t[0]);
-        baked.trianglePlanes.emplace_back(u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2],
-                                          u[0] * v[1] - u[1] * v[0]);
-    }
-    PutInOneLeaf(baked, InOrder(triangles.size()));
-    return baked;
-}
-
-bool TurnCounterClockwise(GridCorners& t) {
-    const long area = (long{t[1].x} - t[0].x) * (long{t[2].y} - t[0].y) -
-                      (long{t[1].y} - t[0].y) * (long{t[2].x} - t[0].x);
-    if (area < 0) {
-        std::swap(t[1], t[2]);
-    }
-    return area != 0;
 }
 
 // --- by hand ---
@@ -272,9 +178,9 @@ TEST(TrianglesIntersection, APieceInOneColumnIsDroppedWhateverItsDepth) {
     int dropped = 0;
     int deep = 0;
     for (int trial = 0; trial < 20000; ++trial) {
-        std::vector<GridCorners> triangles(2);
+        std::vector<GridTriangle> triangles(2);
         bool usable = true;
-        for (GridCorners& t : triangles) {
+        for (GridTriangle& t : triangles) {
             for (BakedVertex& v : t) {
                 v = {random.below(3), random.below(3), random.below(60)};
             }
@@ -506,8 +412,8 @@ TEST(IntersectionCancellation, ANullNotifierSwitchesItOff) {
 
 // --- corners of the finest grids ---
 
-GridCorners CornerTriangle(Random& random, std::int32_t across, std::int32_t deep, int nearby) {
-    GridCorners t{};
+GridTriangle CornerTriangle(Random& random, std::int32_t across, std::int32_t deep, int nearby) {
+    GridTriangle t{};
     do {
         for (BakedVertex& v : t) {
             const auto end = [&](std::int32_t most) {
@@ -528,7 +434,7 @@ void CheckCorners(const ctr::DiscreteProjectionSpace& space, int scenes) {
     CutCounts counts;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        std::vector<GridCorners> triangles;
+        std::vector<GridTriangle> triangles;
         for (int i = random.between(2, 7); i > 0; --i) {
             triangles.push_back(CornerTriangle(random, across, deep, random.percent(50) ? 0 : 3));
         }
@@ -609,10 +515,10 @@ TEST(TrianglesIntersection, RandomScenesAgreeWithBruteForceOnFineGrids) {
 }
 
 // Many triangles on few points: dense with cuts, ties and needles.
-std::vector<GridCorners> Crowd(Random& random, int side, int deep) {
-    std::vector<GridCorners> triangles;
+std::vector<GridTriangle> Crowd(Random& random, int side, int deep) {
+    std::vector<GridTriangle> triangles;
     for (int i = random.between(4, 14); i > 0; --i) {
-        GridCorners t{};
+        GridTriangle t{};
         for (BakedVertex& v : t) {
             v = {random.below(side), random.below(side), random.below(deep)};
         }
@@ -686,7 +592,7 @@ TEST(TrianglesIntersection, WithoutTiesTheOrderOfTheTrianglesDoesNotMatter) {
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         const ctr::DiscreteProjectionSpace space = LatticeSpace(12, 12);
-        std::vector<GridCorners> triangles = Crowd(random, 1 << 12, 1 << 12);
+        std::vector<GridTriangle> triangles = Crowd(random, 1 << 12, 1 << 12);
         CutCounts counts;
         const BakedTriangles baked = OnTheGrid(space, triangles);
         VisibleCuts(baked, counts);
