@@ -10,7 +10,11 @@ namespace ctr {
 namespace {
 
 constexpr std::int32_t kNothing = std::numeric_limits<std::int32_t>::max();
-constexpr long kMostCells = 512; ///< Along either axis.
+/// The most cells along either axis: few triangles would not pay for clearing many.
+long MostCells(std::size_t triangles) {
+    constexpr double kAnyway = 512.0;
+    return static_cast<long>(std::min(kAnyway, 8.0 * std::sqrt(static_cast<double>(triangles))));
+}
 
 struct Extent {
     long min = std::numeric_limits<long>::max();
@@ -80,7 +84,7 @@ void DepthMap::chooseCells(const std::vector<OccluderTree::Triangle>& triangles)
     }
     originX_ = x.min;
     originY_ = y.min;
-    while ((std::max(x.size(), y.size()) >> shift_) >= kMostCells) {
+    while ((std::max(x.size(), y.size()) >> shift_) >= MostCells(triangles.size())) {
         ++shift_;
     }
     std::size_t cells = 0;
