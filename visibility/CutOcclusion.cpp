@@ -28,8 +28,8 @@ int SignOf(long value) {
 }
 
 /// The rounded ends, and what is computed of them, are off by less than this times the size of the
-/// function: grid coordinates have at most 29 bits.
-constexpr double kEndError = 0x1p-20;
+/// function: grid coordinates have at most 31 bits.
+constexpr double kEndError = 0x1p-18;
 
 /// A linear function along the triangle edge on which an end of an intersection edge lies.
 class ValueAtEnd {

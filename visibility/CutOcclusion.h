@@ -42,7 +42,7 @@ private:
 
     const IntersectionEdge& edge_;
     TriangleSieve sieve_;
-    double ends_[2][3]; ///< The exact ends, off by less than 2^-21 of a step.
+    double ends_[2][3]; ///< The exact ends, off by less than 2^-20 of a step.
 };
 
 } // namespace ctr

@@ -19,7 +19,7 @@ constexpr float kFar = 4.0e9F;
 /// crossings of cuts.
 constexpr double kRoundedSteps = 2.0;
 constexpr double kRoundedShare = 0x1p-49;
-constexpr double kGridExtent = 0x1p29;
+constexpr double kGridExtent = 0x1p31;
 
 /// How much larger a triangle becomes, seen from its centroid, when every side value may be off by
 /// some steps. The three add up to twice the area.
