@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <memory>
 #include <system_error>
 #include <unistd.h>
 
@@ -160,10 +159,8 @@ Model ReadModel(const ModelRequest& request) {
 }
 
 Model ReadModelOnce(const ModelRequest& request, std::string_view standardInput) {
-    auto importer = std::make_unique<Assimp::Importer>();
-    Model model = Read(*importer, request, standardInput);
-    static_cast<void>(importer.release());
-    return model;
+    static auto* const importer = new Assimp::Importer; // Never deleted.
+    return Read(*importer, request, standardInput);
 }
 
 } // namespace kxcontour
