@@ -433,7 +433,7 @@ TEST_P(BuilderRules, AreFollowedByEverySmallTree) {
 }
 
 TEST_P(BuilderRules, AreFollowedByLargeTrees) {
-    constexpr unsigned int kCounts[] = {223, 224, 225, 1000, 4096, 9000};
+    constexpr unsigned int kCounts[] = {223, 224, 225, 1000, 4100};
     for (const unsigned int count : kCounts) {
         SCOPED_TRACE(std::to_string(count) + " boxes");
         ExpectTheRules(Make(GetParam(), count, count), 10);
