@@ -73,6 +73,7 @@ CutPieces PiecesInOrder(const BakedTriangles& baked, CutCounts& counts) {
 std::vector<SegmentBits> WorldBits(const ctr::DiscreteProjectionSpace& space,
                                    const std::vector<GridPiece>& pieces) {
     std::vector<SegmentBits> bits;
+    bits.reserve(pieces.size());
     for (const GridPiece& piece : pieces) {
         bits.push_back(test_support::SortedWorldBits(space, {piece}).front());
     }
