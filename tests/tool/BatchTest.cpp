@@ -298,7 +298,7 @@ TEST_F(Batch, LeavesWholeFilesOnlyWhenItIsCancelled) {
     ASSERT_EQ(RunIn(folder_, "batch jobs.json").exitCode, 0);
     const auto whole = tool_test::FilesIn(folder_);
     int cancelled = 0;
-    for (int delay = 30; delay < 2000; delay += 110) {
+    for (int delay = 30; delay < 2000; delay += 10 + delay / 3) {
         const pid_t child = StartBatch(path(""));
         std::this_thread::sleep_for(std::chrono::milliseconds(delay));
         ::kill(child, SIGINT);
