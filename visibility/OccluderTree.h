@@ -68,7 +68,7 @@ private:
 /// of a box and not in front of all of it (the slab method of T. L. Kay and J. T. Kajiya, Ray
 /// tracing complex scenes, SIGGRAPH 1986, with boxes open towards the far side).
 ///
-/// Boxes count as larger by a margin of at least two steps and the rounding of the floats, so a
+/// Boxes count as larger by a margin of at least three steps and the rounding of the floats, so a
 /// part of the segment that a box contains is never missed.
 class SegmentProbe {
 public:

@@ -5,6 +5,8 @@
 #include <kxCommonAddOns/kxGenericBVHPrimitives.h>
 #include <kxCommonAddOns/kxLinearGenericBVHBuilder.h>
 
+#include "support/Random.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -433,7 +435,8 @@ TEST_P(BuilderRules, AreFollowedByEverySmallTree) {
 }
 
 TEST_P(BuilderRules, AreFollowedByLargeTrees) {
-    constexpr unsigned int kCounts[] = {223, 224, 225, 1000, 4100};
+    const unsigned int kCounts[] = {
+        223, 224, 225, 1000, 4096, static_cast<unsigned int>(test_support::Scaled(9000))};
     for (const unsigned int count : kCounts) {
         SCOPED_TRACE(std::to_string(count) + " boxes");
         ExpectTheRules(Make(GetParam(), count, count), 10);

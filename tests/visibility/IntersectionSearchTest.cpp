@@ -163,6 +163,32 @@ void CheckSheets(int scenes, int reach, CutCounts& counts) {
     EXPECT_EQ(counts.atOwnTriangle, 0);
 }
 
+// Two triangles that cut each other, each in a leaf of its own, either first.
+void CheckThePair(const ctr::DiscreteProjectionSpace& space, GridTriangle a, GridTriangle b) {
+    ASSERT_TRUE(TurnCounterClockwise(a) && TurnCounterClockwise(b));
+    for (const std::vector<unsigned int>& order :
+         {std::vector<unsigned int>{0, 1}, std::vector<unsigned int>{1, 0}}) {
+        BakedTriangles baked = OnTheGrid(space, {a, b});
+        PutInSingleLeaves(baked, order);
+        CutCounts counts;
+        EXPECT_EQ(CompareInOrder(baked, counts), "") << "first " << order[0];
+        EXPECT_EQ(counts.cuts, 1);
+    }
+}
+
+TEST(IntersectionSearch, APlaneThatReachesOneStepIntoABoxIsHeldAgainstIt) {
+    CheckThePair(LatticeSpace(5, 5), {{{10, 10, 1}, {11, 10, 1}, {10, 11, 1}}},
+                 {{{4, 4, 0}, {22, 14, 2}, {10, 20, 2}}});
+}
+
+// Floats have every 64th number here: the boxes of the leaves are rounded away from each other.
+TEST(IntersectionSearch, BoxesThatFloatsPartAreHeldAgainstEachOther) {
+    constexpr std::int32_t kFar = 1 << 29;
+    CheckThePair(LatticeSpace(14, 30),
+                 {{{100, 100, kFar + 10}, {1100, 100, kFar + 31}, {100, 1100, kFar + 31}}},
+                 {{{100, 90, kFar + 40}, {1100, 120, kFar + 20}, {150, 1200, kFar + 20}}});
+}
+
 TEST(IntersectionSearch, FewCutsThroughSheetsOfManyTriangles) {
     const int scenes = Scaled(50);
     CutCounts counts;
