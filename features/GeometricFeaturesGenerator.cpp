@@ -1,12 +1,12 @@
 // The driver: bakes a cluster of meshes, extracts its feature lines and finds what hides them.
 #include <ctr/GeometricFeaturesGenerator.h>
-#include <ctr/TrianglesIntersection.h>
 
 #include <kxSceneGraph/kxOutlineMetadata.h>
 #include <kxSystem/kxCancelInterfaceReadOnly.h>
 
 #include "linesets/SetConstruction.h"
 #include "visibility/EdgeOcclusion.h"
+#include "visibility/IntersectionLines.h"
 
 #include <atomic>
 #include <cstddef>
@@ -74,9 +74,9 @@ struct GeometricFeaturesGenerator::tInternal {
     void initBakedTriangles();
     LineSegmentSet* computeCreaseEdges(unsigned int cluster) const;
     LineSegmentSet* computeSilhouetteEdges(unsigned int cluster) const;
-    LineSegmentSet* computeIntersectionEdges(unsigned int cluster) const;
+    LineSegmentSet* computeIntersectionEdges(unsigned int cluster,
+                                             kx::kxPointer<LineSegmentSet>* hidden);
     void occlude(LineSegmentSet& set, unsigned int cluster);
-    void releaseLayouts(unsigned int cluster);
     bool
     clipSegment(LineSegmentSet& set, std::size_t segment, BakedVertex& b0, BakedVertex& b1) const;
     void announceTotal(const GeometricFeatures& features, unsigned int cluster) const;
@@ -158,14 +158,21 @@ GeometricFeaturesGenerator::tInternal::computeSilhouetteEdges(unsigned int clust
     return list.fuse();
 }
 
-LineSegmentSet*
-GeometricFeaturesGenerator::tInternal::computeIntersectionEdges(unsigned int cluster) const {
+/// The last to ask who hides what: what has been laid out for it is of no more use.
+LineSegmentSet* GeometricFeaturesGenerator::tInternal::computeIntersectionEdges(
+    unsigned int cluster, kx::kxPointer<LineSegmentSet>* hidden) {
     if (cluster >= exportBaked.size()) {
+        if (hidden != nullptr) {
+            *hidden = nullptr;
+        }
         return nullptr;
     }
-    TrianglesIntersection intersection(exportBaked[cluster]);
-    intersection.setProgressNotifier(progressNotifier);
-    return intersection.computeIntersectionEdges();
+    EdgeOcclusion& exported = exportOcclusion[cluster];
+    occluderOcclusion[cluster].release();
+    LineSegmentSet* lines =
+        FindIntersectionLines(exportBaked[cluster], exported.layout(), progressNotifier, hidden);
+    exported.release();
+    return lines;
 }
 
 void GeometricFeaturesGenerator::tInternal::announceTotal(const GeometricFeatures& features,
@@ -212,14 +219,6 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set, unsigne
             scratch.front() = WholeSegment();
         }
         hidden = scratch;
-    }
-}
-
-/// What occlusion has laid out would only take memory from the search for intersections.
-void GeometricFeaturesGenerator::tInternal::releaseLayouts(unsigned int cluster) {
-    if (cluster < exportOcclusion.size()) {
-        exportOcclusion[cluster].release();
-        occluderOcclusion[cluster].release();
     }
 }
 
@@ -301,8 +300,13 @@ void GeometricFeaturesGenerator::computeGeometricFeatures(GeometricFeatures& out
     if (internal_->isCanceled()) {
         return;
     }
-    internal_->releaseLayouts(cluster);
-    out.intersectionEdges = internal_->computeIntersectionEdges(cluster);
+    out.intersectionEdges = internal_->computeIntersectionEdges(cluster, nullptr);
+}
+
+LineSegmentSet*
+GeometricFeaturesGenerator::computeIntersectionEdges(unsigned int cluster,
+                                                     kx::kxPointer<LineSegmentSet>* hidden) {
+    return internal_->computeIntersectionEdges(cluster, hidden);
 }
 
 void GeometricFeaturesGenerator::computeOcclusion(LineSegmentSet& set, unsigned int cluster) {

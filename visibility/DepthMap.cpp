@@ -1,158 +1,234 @@
 // Filling cells and looking them up, in integers but for depths, which are rounded up.
 #include "visibility/DepthMap.h"
 
+#include "visibility/HierarchyNode.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <limits>
 
 namespace ctr {
 namespace {
 
-constexpr std::int32_t kNothing = std::numeric_limits<std::int32_t>::max();
 /// The most cells along either axis: few triangles would not pay for clearing many.
 long MostCells(std::size_t triangles) {
     constexpr double kAnyway = 512.0;
     return static_cast<long>(std::min(kAnyway, 8.0 * std::sqrt(static_cast<double>(triangles))));
 }
 
-struct Extent {
-    long min = std::numeric_limits<long>::max();
-    long max = std::numeric_limits<long>::min();
-
-    void add(long value) {
-        min = std::min(min, value);
-        max = std::max(max, value);
-    }
-    long size() const { return max - min; }
+/// The columns of a row, from the first one of a triangle's box.
+struct Span {
+    double from;
+    double to;
 };
 
-Extent ExtentOf(const BakedVertex* corners, std::int32_t BakedVertex::*axis) {
-    Extent extent;
-    for (int k = 0; k < 3; ++k) {
-        extent.add(corners[k].*axis);
-    }
-    return extent;
-}
-
-/// One side of a triangle as a function of cells: how far the worst point of a cell is inside.
+/// One side of a triangle: how far the worst point of a cell is inside, which is linear along a row
+/// of cells.
 class CellSide {
 public:
-    CellSide(const BakedVertex& p, const BakedVertex& q, long size, long steps)
-        : origin_(p), edge_(Difference(q, p)),
-          worst_(std::min(0L, edge_[0] * size) + std::min(0L, -edge_[1] * size) -
-                 steps * (std::abs(edge_[0]) + std::abs(edge_[1]))) {}
-
-    /// Of the cell with this lower left corner.
-    long at(long x, long y) const {
-        return edge_[0] * (y - origin_.y) - edge_[1] * (x - origin_.x) + worst_;
+    /// The cells start with the one that has this lower left corner.
+    CellSide(const BakedVertex& p, const BakedVertex& q, long x, long y, long size) {
+        // How far the triangle has to reach beyond the cell, as crossings of cuts are rounded.
+        constexpr long kRoundedSteps = 4;
+        const GridVector edge = Difference(q, p);
+        value_ = edge[0] * (y - p.y) - edge[1] * (x - p.x) + std::min(0L, edge[0] * size) +
+                 std::min(0L, -edge[1] * size) -
+                 kRoundedSteps * (std::abs(edge[0]) + std::abs(edge[1]));
+        perRow_ = edge[0] * size;
+        perColumn_ = -edge[1] * size;
+        columns_ = perColumn_ != 0 ? -1.0 / static_cast<double>(perColumn_) : 0.0;
     }
-    long perColumn(long size) const { return -edge_[1] * size; }
+
+    /// Leaves the cells of the row that are wholly inside.
+    void narrow(Span& span) const {
+        // The cell where the side is crossed is told to within this, if it is on the map.
+        constexpr double kMargin = 1.0e-6;
+        const double crossing = static_cast<double>(value_) * columns_ + 1.0;
+        if (perColumn_ > 0) {
+            span.from = std::max(span.from, crossing + kMargin);
+        } else if (perColumn_ < 0) {
+            span.to = std::min(span.to, crossing - kMargin);
+        } else if (value_ < 0) {
+            span.to = 0.0;
+        }
+    }
+    void goUp() { value_ += perRow_; }
 
 private:
-    BakedVertex origin_;
-    GridVector edge_;
-    long worst_;
+    long value_;
+    long perRow_;
+    long perColumn_;
+    double columns_;
 };
 
 } // namespace
 
 DepthMap::DepthMap(const BakedTriangles& baked,
-                   const std::vector<OccluderTree::Triangle>& triangles,
-                   OccluderTree::Room room) {
+                   const std::vector<OccluderTree::Triangle>& triangles) {
     if (triangles.empty()) {
         return;
     }
-    chooseCells(triangles);
-    depths_.assign(static_cast<std::size_t>(columns_ * rows_), kNothing);
-    for (const OccluderTree::Triangle& triangle : triangles) {
-        fill(triangle.corners, baked.trianglePlanes[triangle.number], room);
+    layCells(baked.bvh.nodes.front().box, triangles.size());
+    for (const std::uint32_t slot : chooseTriangles(baked, triangles)) {
+        fill(triangles[slot].corners);
+    }
+    constexpr std::ptrdiff_t kNearlyNone = 64;
+    const auto empty = std::count(depths_.begin(), depths_.end(), kNothing);
+    isNearlyEmpty_ = (columns_ * rows_ - empty) * kNearlyNone < columns_ * rows_;
+}
+
+/// As fine as the map may be. Floats hold large coordinates as well as they can.
+void DepthMap::layCells(const kx::kxBBox& box, std::size_t triangles) {
+    constexpr double kShare = 0x1p-23;
+    const auto below = [](double value) {
+        return static_cast<long>(std::floor(value - std::abs(value) * kShare));
+    };
+    originX_ = below(box.min[0]);
+    originY_ = below(box.min[1]);
+    columns_ = 1 - below(-box.max[0]) - originX_;
+    rows_ = 1 - below(-box.max[1]) - originY_;
+    while (std::max(columns_, rows_) > MostCells(triangles)) {
+        coarsen();
     }
 }
 
-/// As fine as the map may be, unless large triangles over each other would make it slow to fill.
-void DepthMap::chooseCells(const std::vector<OccluderTree::Triangle>& triangles) {
+void DepthMap::coarsen() {
+    ++shift_;
+    columns_ = (columns_ - 1) / 2 + 1;
+    rows_ = (rows_ - 1) / 2 + 1;
+}
+
+/// The slots of triangles whose boxes hold cells. Large triangles over each other would make the
+/// map slow to fill: it is made coarser for them.
+std::vector<std::uint32_t>
+DepthMap::chooseTriangles(const BakedTriangles& baked,
+                          const std::vector<OccluderTree::Triangle>& triangles) {
     constexpr std::size_t kCellsPerTriangle = 64;
     constexpr std::size_t kFreeCells = 1 << 20;
-    Extent x;
-    Extent y;
-    for (const OccluderTree::Triangle& triangle : triangles) {
-        for (const BakedVertex& corner : triangle.corners) {
-            x.add(corner.x);
-            y.add(corner.y);
+    Choice choice;
+    choose(baked, 0, triangles, choice);
+    while (choice.cells > kFreeCells + kCellsPerTriangle * triangles.size()) {
+        coarsen();
+        choice.cells /= 4;
+    }
+    depths_.assign(static_cast<std::size_t>(columns_ * rows_), kNothing);
+    return choice.slots;
+}
+
+/// What is below a node that holds no cell holds none.
+void DepthMap::choose(const BakedTriangles& baked,
+                      unsigned int node,
+                      const std::vector<OccluderTree::Triangle>& triangles,
+                      Choice& choice) const {
+    const HierarchyNode& here = baked.bvh.nodes[node];
+    const auto along = [&box = here.box](int axis) {
+        return Extent{static_cast<long>(box.min[axis]), static_cast<long>(box.max[axis])};
+    };
+    const bool isEmpty = here.box.min[0] > here.box.max[0];
+    if (isEmpty || cellsWithin(along(0), along(1)).none()) {
+        return;
+    }
+    if (!IsLeaf(here)) {
+        choose(baked, FirstChild(here), triangles, choice);
+        choose(baked, SecondChild(here), triangles, choice);
+        return;
+    }
+    for (unsigned int slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
+        const Cells cells = cellsWithin(triangles[slot].corners);
+        if (!cells.none()) {
+            choice.slots.push_back(slot);
+            choice.cells += static_cast<std::size_t>(cells.columns() * cells.rows());
         }
     }
-    originX_ = x.min;
-    originY_ = y.min;
-    while ((std::max(x.size(), y.size()) >> shift_) >= MostCells(triangles.size())) {
-        ++shift_;
-    }
-    std::size_t cells = 0;
-    for (const OccluderTree::Triangle& triangle : triangles) {
-        const Cells within = cellsWithin(triangle.corners);
-        cells += within.none() ? 0
-                               : static_cast<std::size_t>((within.endX - within.firstX) *
-                                                          (within.endY - within.firstY));
-    }
-    while (cells > kFreeCells + kCellsPerTriangle * triangles.size()) {
-        ++shift_;
-        cells /= 4;
-    }
-    columns_ = (x.size() >> shift_) + 1;
-    rows_ = (y.size() >> shift_) + 1;
 }
 
-/// The cells that lie wholly within the box of a triangle.
-DepthMap::Cells DepthMap::cellsWithin(const BakedVertex* corners) const {
-    const Extent x = ExtentOf(corners, &BakedVertex::x);
-    const Extent y = ExtentOf(corners, &BakedVertex::y);
+/// The cells that lie wholly within a box.
+DepthMap::Cells DepthMap::cellsWithin(Extent x, Extent y) const {
     const long last = (1L << shift_) - 1;
-    return {(x.min - originX_ + last) >> shift_, (x.max - originX_) >> shift_,
-            (y.min - originY_ + last) >> shift_, (y.max - originY_) >> shift_};
+    return {std::max((x.min - originX_ + last) >> shift_, 0L),
+            std::min((x.max - originX_) >> shift_, columns_),
+            std::max((y.min - originY_ + last) >> shift_, 0L),
+            std::min((y.max - originY_) >> shift_, rows_)};
 }
 
-void DepthMap::fill(const BakedVertex* corners, const GridVector& normal, OccluderTree::Room room) {
+DepthMap::Extent DepthMap::extentOf(const BakedVertex* corners, std::int32_t BakedVertex::*axis) {
+    const auto [least, most] = std::minmax({corners[0].*axis, corners[1].*axis, corners[2].*axis});
+    return {least, most};
+}
+
+DepthMap::Cells DepthMap::cellsWithin(const BakedVertex* corners) const {
+    return cellsWithin(extentOf(corners, &BakedVertex::x), extentOf(corners, &BakedVertex::y));
+}
+
+void DepthMap::fill(const BakedVertex* corners) {
     const Cells cells = cellsWithin(corners);
     if (cells.none()) {
         return;
     }
-    constexpr long kRoundedSteps = 4;
-    const bool rounded = room == OccluderTree::Room::forRoundedCrossings;
-    const long steps = rounded ? kRoundedSteps : 0;
     const long size = 1L << shift_;
-    const CellSide sides[3] = {CellSide(corners[0], corners[1], size, steps),
-                               CellSide(corners[1], corners[2], size, steps),
-                               CellSide(corners[2], corners[0], size, steps)};
+    const long x = originX_ + (cells.firstX << shift_);
+    long y = originY_ + (cells.firstY << shift_);
+    CellSide sides[3] = {CellSide(corners[0], corners[1], x, y, size),
+                         CellSide(corners[1], corners[2], x, y, size),
+                         CellSide(corners[2], corners[0], x, y, size)};
+    // Quicker made again than fetched.
+    const GridVector normal =
+        Cross(Difference(corners[2], corners[0]), Difference(corners[1], corners[0]));
     const double depthPerX = -static_cast<double>(normal[0]) / static_cast<double>(normal[2]);
     const double depthPerY = -static_cast<double>(normal[1]) / static_cast<double>(normal[2]);
     const auto cell = static_cast<double>(size);
+    const double slack = OccluderTree::depthSlackOf(normal);
+    const double farthest = static_cast<double>(extentOf(corners, &BakedVertex::z).max) + slack;
     // The farthest corner of a cell, and two steps for what doubles lose.
-    const double beyond = std::max(0.0, depthPerX * cell) + std::max(0.0, depthPerY * cell) + 2.0;
-    const double slack = rounded ? OccluderTree::depthSlackOf(normal) : 0.0;
-    const auto farthest = static_cast<double>(ExtentOf(corners, &BakedVertex::z).max);
-    for (long row = cells.firstY; row < cells.endY; ++row) {
-        const long y = originY_ + (row << shift_);
-        long x = originX_ + (cells.firstX << shift_);
-        long inside[3] = {sides[0].at(x, y), sides[1].at(x, y), sides[2].at(x, y)};
-        for (long column = cells.firstX; column < cells.endX; ++column, x += size) {
-            if ((inside[0] | inside[1] | inside[2]) >= 0) {
-                const double depth = corners[0].z +
-                                     depthPerX * static_cast<double>(x - corners[0].x) +
-                                     depthPerY * static_cast<double>(y - corners[0].y) + beyond;
-                const double filled = std::min(depth, farthest) + slack;
-                std::int32_t& here = depths_[static_cast<std::size_t>(row * columns_ + column)];
-                if (filled < here) {
-                    here = static_cast<std::int32_t>(std::ceil(filled));
-                }
-            }
-            for (int k = 0; k < 3; ++k) {
-                inside[k] += sides[k].perColumn(size);
-            }
+    const double first = corners[0].z + depthPerX * static_cast<double>(x - corners[0].x) +
+                         std::max(0.0, depthPerX * cell) + std::max(0.0, depthPerY * cell) + 2.0 +
+                         slack;
+    for (long row = cells.firstY; row < cells.endY; ++row, y += size) {
+        Span span{0.0, static_cast<double>(cells.columns())};
+        for (CellSide& side : sides) {
+            side.narrow(span);
+            side.goUp();
+        }
+        if (span.from < span.to) {
+            const double depth = first + depthPerY * static_cast<double>(y - corners[0].y);
+            fillRow(&depths_[static_cast<std::size_t>(row * columns_ + cells.firstX)],
+                    static_cast<int>(span.from), static_cast<int>(span.to), depth, depthPerX * cell,
+                    farthest);
         }
     }
 }
 
-bool DepthMap::hides(const BakedVertex& a, const BakedVertex& b) const {
+/// Up to a depth that changes from cell to cell, or to the farthest one where that is nearer.
+void DepthMap::fillRow(
+    std::int32_t* row, int from, int to, double depth, double perCell, double farthest) {
+    const double most = std::min(farthest, kNothing - 1.0);
+    for (int cell = from; cell < to; ++cell) {
+        const auto filled = static_cast<std::int32_t>(std::min(depth + perCell * cell, most)) + 1;
+        row[cell] = std::min(row[cell], filled);
+    }
+}
+
+bool DepthMap::hidesAround(const BakedVertex* corners) const {
+    constexpr long kSteps = 4 + 2; // With what hides() takes in.
+    if (isNearlyEmpty_) {
+        return false;
+    }
+    const Extent x = extentOf(corners, &BakedVertex::x);
+    const Extent y = extentOf(corners, &BakedVertex::y);
+    const auto depth = static_cast<std::int32_t>(extentOf(corners, &BakedVertex::z).min);
+    const long lastColumn = (x.max + kSteps - originX_) >> shift_;
+    const long lastRow = (y.max + kSteps - originY_) >> shift_;
+    for (long row = (y.min - kSteps - originY_) >> shift_; row <= lastRow; ++row) {
+        for (long column = (x.min - kSteps - originX_) >> shift_; column <= lastColumn; ++column) {
+            if (!isFilled(column, row, depth)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+bool DepthMap::isFilledAlong(const BakedVertex& a, const BakedVertex& b) const {
     constexpr long kSteps = 2; // One for rounded ends, one for the doubles here.
     const BakedVertex& low = a.y <= b.y ? a : b;
     const BakedVertex& high = a.y <= b.y ? b : a;

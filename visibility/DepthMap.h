@@ -14,30 +14,63 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace ctr {
 
 class DepthMap {
 public:
-    /// With room for rounded crossings, a triangle fills only what it would also hide if values of
-    /// its sides and its plane were off by what rounding can do. O(n) for n triangles.
-    DepthMap(const BakedTriangles& baked,
-             const std::vector<OccluderTree::Triangle>& triangles,
-             OccluderTree::Room room);
+    /// A triangle fills only what it would also hide if values of its sides and its plane were off
+    /// by what rounding can do: as much for cuts, and no more than what it hides of segments. O(n)
+    /// for n triangles.
+    DepthMap(const BakedTriangles& baked, const std::vector<OccluderTree::Triangle>& triangles);
 
     /// Whether the segment, and what is within a step of it, is surely hidden from end to end.
-    bool hides(const BakedVertex& a, const BakedVertex& b) const;
+    bool hides(const BakedVertex& a, const BakedVertex& b) const {
+        return !isNearlyEmpty_ && isFilledAlong(a, b);
+    }
+
+    /// So little is filled, less than a 64th, that it is not worth asking: hides() is false then.
+    bool isNearlyEmpty() const { return isNearlyEmpty_; }
+
+    /// Whether everything as deep as the nearest corner of a triangle, and deeper, is surely hidden
+    /// within four steps of its box on screen.
+    bool hidesAround(const BakedVertex* corners) const;
 
 private:
+    struct Extent {
+        long min, max;
+    };
     struct Cells {
         long firstX, endX, firstY, endY;
         bool none() const { return firstX >= endX || firstY >= endY; }
+        long columns() const { return endX - firstX; }
+        long rows() const { return endY - firstY; }
     };
+    /// Triangles whose boxes hold cells, and how many all of them do.
+    struct Choice {
+        std::vector<std::uint32_t> slots;
+        std::size_t cells = 0;
+    };
+    static constexpr std::int32_t kNothing = std::numeric_limits<std::int32_t>::max();
 
-    void chooseCells(const std::vector<OccluderTree::Triangle>& triangles);
+    void layCells(const kx::kxBBox& box, std::size_t triangles);
+    void coarsen();
+    std::vector<std::uint32_t>
+    chooseTriangles(const BakedTriangles& baked,
+                    const std::vector<OccluderTree::Triangle>& triangles);
+    void choose(const BakedTriangles& baked,
+                unsigned int node,
+                const std::vector<OccluderTree::Triangle>& triangles,
+                Choice& choice) const;
+    static Extent extentOf(const BakedVertex* corners, std::int32_t BakedVertex::*axis);
+    Cells cellsWithin(Extent x, Extent y) const;
     Cells cellsWithin(const BakedVertex* corners) const;
-    void fill(const BakedVertex* corners, const GridVector& normal, OccluderTree::Room room);
+    void fill(const BakedVertex* corners);
+    static void
+    fillRow(std::int32_t* row, int from, int to, double depth, double perCell, double farthest);
+    bool isFilledAlong(const BakedVertex& a, const BakedVertex& b) const;
     bool isFilled(long column, long row, std::int32_t depth) const {
         return column >= 0 && column < columns_ && row >= 0 && row < rows_ &&
                depths_[static_cast<std::size_t>(row * columns_ + column)] < depth;
@@ -49,12 +82,13 @@ private:
     long columns_ = 0;
     long rows_ = 0;
     std::vector<std::int32_t> depths_; ///< The least that is filled; row by row.
+    bool isNearlyEmpty_ = true;
 };
 
 /// A tree and its map, made together.
 struct OccluderLayout {
-    OccluderLayout(const BakedTriangles& baked, OccluderTree::Room room)
-        : tree(baked, room), map(baked, tree.triangles(), room) {}
+    explicit OccluderLayout(const BakedTriangles& baked)
+        : tree(baked), map(baked, tree.triangles()) {}
 
     OccluderTree tree;
     DepthMap map;

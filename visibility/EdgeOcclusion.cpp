@@ -16,7 +16,7 @@ void EdgeOcclusion::announce(std::size_t segments) {
     }
     announced_ += segments;
     if (!layout_ && announced_ * kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
-        layout_.emplace(*baked_, OccluderTree::Room::none);
+        layout_.emplace(*baked_);
     }
 }
 

@@ -28,6 +28,12 @@ public:
     /// that is all of it.
     void append(const BakedVertex& a, const BakedVertex& b, std::vector<RationalInterval>& hidden);
 
+    /// The layout, if there is one of what is baked now; for whoever has other questions to it.
+    /// It lasts until the next call of announce() or release().
+    const OccluderLayout* layout() const {
+        return layout_ && bakeOfLayout_ == baked_->bakeCount ? &*layout_ : nullptr;
+    }
+
     /// Frees the layout; it is made again when needed.
     void release();
 

@@ -15,23 +15,27 @@ namespace {
 /// Farther than any grid point; what is empty lies there.
 constexpr float kFar = 4.0e9F;
 
-/// Steps by which a rounded value may be off, and what is lost in doubles of a value: see the
-/// crossings of cuts.
+/// Steps by which a rounded value may be off, and what is lost in doubles of a value of some size,
+/// as a share of it: see the crossings of cuts.
 constexpr double kRoundedSteps = 2.0;
-constexpr double kRoundedShare = 0x1p-49;
 constexpr double kGridExtent = 0x1p31;
+constexpr double kRoundedShare = 0x1p-49 * kGridExtent;
 
-/// How much larger a triangle becomes, seen from its centroid, when every side value may be off by
-/// some steps. The three add up to twice the area.
-double GrowthOf(const OccluderTree::Triangle& triangle, const GridVector& normal) {
-    const auto& p = triangle.corners;
-    double longest = 0.0;
-    for (int k = 0; k < 3; ++k) {
-        const GridVector side = Difference(p[(k + 1) % 3], p[k]);
-        longest = std::max(longest, static_cast<double>(std::abs(side[0]) + std::abs(side[1])));
-    }
-    const double off = kRoundedSteps + longest * kGridExtent * kRoundedShare;
-    return 3.0 * off / std::max(std::abs(static_cast<double>(normal[2])), 1.0);
+using Integers = std::int32_t __attribute__((vector_size(16)));
+
+Integers NumbersOf(const BakedVertex* corner) {
+    Integers numbers;
+    std::memcpy(&numbers, corner, sizeof numbers);
+    return numbers;
+}
+
+Lanes Floats(Integers numbers) {
+    return __builtin_convertvector(numbers, Lanes);
+}
+
+Lanes Lengths(Integers numbers) {
+    const Lanes lengths = Floats(numbers);
+    return Most(lengths, -lengths);
 }
 
 } // namespace
@@ -80,7 +84,7 @@ double OccluderTree::depthSlackOf(const GridVector& normal) {
     for (int axis = 0; axis < 3; ++axis) {
         size += std::abs(static_cast<double>(normal[axis]));
     }
-    const double off = kRoundedSteps + size * kGridExtent * kRoundedShare;
+    const double off = kRoundedSteps + size * kRoundedShare;
     return off / std::max(std::abs(static_cast<double>(normal[2])), 1.0);
 }
 
@@ -90,34 +94,35 @@ OccluderTree::Triangle OccluderTree::triangleOf(const BakedTriangles& baked, std
             number};
 }
 
-OccluderTree::OccluderTree(const BakedTriangles& baked, Room room) {
+OccluderTree::OccluderTree(const BakedTriangles& baked) {
     if (baked.bvh.nodes.empty()) {
         return;
     }
     nodes_.reserve(baked.bvh.nodes.size() / 2);
     triangles_.reserve(baked.bvh.primitives.size());
-    add(baked, 0, room, root_, 0);
+    for (const std::uint32_t number : baked.bvh.primitives) {
+        triangles_.push_back(triangleOf(baked, number));
+    }
+    add(baked, 0, root_, 0);
 }
 
-OccluderTree::Box OccluderTree::add(
-    const BakedTriangles& baked, unsigned int node, Room room, Child& child, unsigned int depth) {
+OccluderTree::Box OccluderTree::add(const BakedTriangles& baked,
+                                    unsigned int node,
+                                    Child& child,
+                                    unsigned int depth) {
     depth_ = std::max(depth_, depth);
     const HierarchyNode& here = baked.bvh.nodes[node];
     if (IsLeaf(here)) {
-        return addLeaf(baked, node, room, child);
+        child = {FirstSlot(here), FirstSlot(here) + here.second};
+        return boxOf(child);
     }
     const auto number = static_cast<std::uint32_t>(nodes_.size());
     child = {number, kInner};
     nodes_.emplace_back();
     Child children[2];
-    const Box boxes[2] = {add(baked, FirstChild(here), room, children[0], depth + 1),
-                          add(baked, SecondChild(here), room, children[1], depth + 1)};
-    Box both;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        both.min[axis] = std::min(boxes[0].min[axis], boxes[1].min[axis]);
-        both.max[axis] = std::max(boxes[0].max[axis], boxes[1].max[axis]);
-    }
-    const auto lanes = [&boxes](std::size_t axis) {
+    const Box boxes[2] = {add(baked, FirstChild(here), children[0], depth + 1),
+                          add(baked, SecondChild(here), children[1], depth + 1)};
+    const auto lanes = [&boxes](int axis) {
         return Lanes{boxes[0].min[axis], boxes[1].min[axis], -boxes[0].max[axis],
                      -boxes[1].max[axis]};
     };
@@ -126,49 +131,34 @@ OccluderTree::Box OccluderTree::add(
     made.y = lanes(1);
     made.z = Lanes{boxes[0].min[2], boxes[1].min[2], boxes[0].min[2], boxes[1].min[2]};
     std::copy_n(children, 2, made.children);
-    return both;
+    return {Least(boxes[0].min, boxes[1].min), Most(boxes[0].max, boxes[1].max)};
 }
 
-OccluderTree::Box
-OccluderTree::addLeaf(const BakedTriangles& baked, unsigned int node, Room room, Child& child) {
-    const HierarchyNode& leaf = baked.bvh.nodes[node];
-    Box box{{kFar, kFar, kFar}, {-kFar, -kFar, -kFar}};
-    child.begin = static_cast<std::uint32_t>(triangles_.size());
-    for (unsigned int slot = FirstSlot(leaf); slot < FirstSlot(leaf) + leaf.second; ++slot) {
-        const std::uint32_t number = baked.bvh.primitives[slot];
-        const Triangle& triangle = triangles_.emplace_back(triangleOf(baked, number));
-        const auto& p = triangle.corners;
-        Box own;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const std::int32_t at[3] = {axis == 0   ? p[0].x
-                                        : axis == 1 ? p[0].y
-                                                    : p[0].z,
-                                        axis == 0   ? p[1].x
-                                        : axis == 1 ? p[1].y
-                                                    : p[1].z,
-                                        axis == 0   ? p[2].x
-                                        : axis == 1 ? p[2].y
-                                                    : p[2].z};
-            own.min[axis] = static_cast<float>(std::min({at[0], at[1], at[2]}));
-            own.max[axis] = static_cast<float>(std::max({at[0], at[1], at[2]}));
-        }
-        if (room == Room::forRoundedCrossings) {
-            const GridVector& normal = baked.trianglePlanes[number];
-            const auto growth = static_cast<float>(GrowthOf(triangle, normal));
-            for (std::size_t axis = 0; axis < 3; ++axis) {
-                // The centroid is within the box, so this reaches farther than needed.
-                const float reach = growth * (own.max[axis] - own.min[axis]);
-                own.min[axis] -= reach;
-                own.max[axis] += reach;
-            }
-            own.min[2] -= static_cast<float>(depthSlackOf(normal));
-        }
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            box.min[axis] = std::min(box.min[axis], own.min[axis]);
-            box.max[axis] = std::max(box.max[axis], own.max[axis]);
-        }
+/// What its triangles can seem to cover. Seen from its centroid, a triangle becomes larger when its
+/// side values are off: by as many times as three of them go into twice its area, which they add up
+/// to. Its plane comes nearer by what its values are off.
+OccluderTree::Box OccluderTree::boxOf(Child leaf) const {
+    constexpr float kMore = 1.0F + 0x1p-20F; // than what is lost in floats here
+    constexpr auto kSteps = static_cast<float>(kRoundedSteps) * kMore;
+    constexpr auto kShare = static_cast<float>(kRoundedShare) * kMore;
+    Box box{All(kFar), All(-kFar)};
+    for (std::uint32_t slot = leaf.begin; slot < leaf.end; ++slot) {
+        const BakedVertex* const p = triangles_[slot].corners;
+        const Integers a = NumbersOf(p);
+        const Integers b = NumbersOf(p + 1);
+        const Integers c = NumbersOf(p + 2);
+        const Lanes size = Most(Most(Lengths(b - a), Lengths(c - b)), Lengths(a - c));
+        const long twiceArea = CrossXY(Difference(p[1], p[0]), Difference(p[2], p[0]));
+        const float perArea = 1.0F / std::max(std::abs(static_cast<float>(twiceArea)), 1.0F);
+        // No side is longer, and no face of the box has less area than what it shows of the normal.
+        const float longest = size[0] + size[1];
+        const float normal = size[0] * size[1] + size[1] * size[2] + size[2] * size[0];
+        // The centroid is within the box, so this reaches farther than needed.
+        const Lanes reach = All(3.0F * (kSteps + kShare * longest) * perArea) * size;
+        const Lanes nearer{0.0F, 0.0F, (kSteps + kShare * normal) * perArea, 0.0F};
+        box.min = Least(Least(Least(Floats(a), Floats(b)), Floats(c)) - reach - nearer, box.min);
+        box.max = Most(Most(Most(Floats(a), Floats(b)), Floats(c)) + reach, box.max);
     }
-    child.end = static_cast<std::uint32_t>(triangles_.size());
     return box;
 }
 

@@ -3,22 +3,26 @@
 // The hierarchy is the baked one. A node holds the boxes of both its children, which are tested
 // together, and the triangles lie in the order of the leaves, so that a query touches memory in a
 // line. Boxes only rule out; what remains is for exact arithmetic to decide.
+//
+// One layout serves segments and cuts. Its boxes are as large as a triangle can seem to reach when
+// a crossing of its sides or its plane is computed from values rounded to integers, as cuts do.
+// Segments, of which nothing is rounded, would get along with less: they only open a few boxes
+// more.
 #pragma once
 
 #include <ctr/BakedTriangles.h>
 
 #include "visibility/GridArithmetic.h"
+#include "visibility/Lanes.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <vector>
 
 namespace ctr {
-
-/// Four floats that are worked on together.
-using Lanes = float __attribute__((vector_size(16)));
 
 /// Tells triangles that lie beside a box of grid points, or at or beyond a depth, in a few
 /// comparisons at once.
@@ -87,9 +91,9 @@ public:
         narrow(result, (y - originY_) * perY_);
         const Lanes depth = (z - originZ_) * perZ_;
         if (goesBack_) {
-            result.enter = depth > result.enter ? depth : result.enter;
+            result.enter = Most(depth, result.enter);
         } else {
-            result.leave = depth < result.leave ? depth : result.leave;
+            result.leave = Least(depth, result.leave);
         }
         return result;
     }
@@ -97,10 +101,8 @@ public:
 private:
     static void narrow(Reach& reach, Lanes at) {
         const Lanes other = {at[2], at[3], at[0], at[1]};
-        const Lanes low = at < other ? at : other;
-        const Lanes high = at < other ? other : at;
-        reach.enter = low > reach.enter ? low : reach.enter;
-        reach.leave = high < reach.leave ? high : reach.leave;
+        reach.enter = Most(Least(at, other), reach.enter);
+        reach.leave = Least(Most(at, other), reach.leave);
     }
 
     Lanes originX_;
@@ -115,10 +117,17 @@ private:
 /// Which 64ths of a segment are known to be hidden.
 class Coverage {
 public:
-    static std::uint64_t between(float enter, float leave) {
-        const int first = std::min(static_cast<int>(enter * kBins), kBins - 1);
-        const int last = std::min(static_cast<int>(leave * kBins), kBins - 1);
-        return (~std::uint64_t{0} >> (kBins - 1 - (last - first))) << first;
+    /// Of either child that the segment reaches, none of the other.
+    static std::array<std::uint64_t, 2> between(const SegmentProbe::Reach& reach) {
+        const Integers first = binOf(reach.enter);
+        const Integers last = binOf(reach.leave);
+        const Integers reached = reach.enter <= reach.leave;
+        const auto bins = [&](int k) {
+            return reached[k] == 0
+                       ? std::uint64_t{0}
+                       : (~std::uint64_t{0} >> (kBins - 1 - (last[k] - first[k]))) << first[k];
+        };
+        return {bins(0), bins(1)};
     }
 
     bool covers(std::uint64_t bins) const { return (bins & ~bins_) == 0; }
@@ -128,6 +137,12 @@ public:
 
 private:
     static constexpr int kBins = 64;
+    using Integers = std::int32_t __attribute__((vector_size(16)));
+
+    static Integers binOf(Lanes at) {
+        return __builtin_convertvector(Least(at * kBins, All(kBins - 1)), Integers);
+    }
+
     std::uint64_t bins_ = 0;
 };
 
@@ -138,21 +153,14 @@ public:
         std::uint32_t number; ///< In the baked scene. Follows the corners, see TriangleSieve.
     };
 
-    /// How large the boxes are.
-    enum class Room {
-        none,
-        /// As far as a triangle can seem to reach when a crossing of its sides or its plane is
-        /// computed from values rounded to integers.
-        forRoundedCrossings,
-    };
-
-    OccluderTree(const BakedTriangles& baked, Room room);
+    explicit OccluderTree(const BakedTriangles& baked);
 
     /// How much depth may seem to change when plane values are rounded to integers, in steps.
     static double depthSlackOf(const GridVector& normal);
 
     static Triangle triangleOf(const BakedTriangles& baked, std::uint32_t number);
 
+    /// In the order of baked.bvh.primitives, whose slots are theirs; empty without nodes.
     const std::vector<Triangle>& triangles() const { return triangles_; }
 
     /// Calls leaf(first, end) with slots of triangles() that may hide some of the segment, those
@@ -163,13 +171,13 @@ public:
 
 private:
     struct Box {
-        std::array<float, 3> min;
-        std::array<float, 3> max;
+        Lanes min; ///< Three of them.
+        Lanes max;
     };
     /// A node, or the first slot of a leaf and the slot after its last.
     struct Child {
-        std::uint32_t begin = 0;
-        std::uint32_t end = 0;
+        std::uint32_t begin;
+        std::uint32_t end;
         bool isLeaf() const { return (end & kInner) == 0; }
     };
     static constexpr std::uint32_t kInner = 0x80000000U;
@@ -182,16 +190,12 @@ private:
         Child children[2];
     };
 
-    Box add(const BakedTriangles& baked,
-            unsigned int node,
-            Room room,
-            Child& child,
-            unsigned int depth);
-    Box addLeaf(const BakedTriangles& baked, unsigned int node, Room room, Child& child);
+    Box add(const BakedTriangles& baked, unsigned int node, Child& child, unsigned int depth);
+    Box boxOf(Child leaf) const;
 
     std::vector<Node> nodes_;
     std::vector<Triangle> triangles_;
-    Child root_;
+    Child root_{};
     unsigned int depth_ = 0;
 };
 
@@ -210,16 +214,10 @@ void OccluderTree::walk(const SegmentProbe& probe, const Coverage& coverage, Lea
     for (;;) {
         while (!here.isLeaf()) {
             const Node& node = nodes_[here.begin];
-            const SegmentProbe::Reach reach = probe.reach(node.x, node.y, node.z);
-            std::uint64_t bins[2] = {0, 0};
-            for (int k = 0; k < 2; ++k) {
-                if (reach.enter[k] <= reach.leave[k]) {
-                    bins[k] = Coverage::between(reach.enter[k], reach.leave[k]);
-                }
-            }
+            const auto bins = Coverage::between(probe.reach(node.x, node.y, node.z));
             const bool visit[2] = {!coverage.covers(bins[0]), !coverage.covers(bins[1])};
             if (visit[0] && visit[1]) {
-                const int near = node.z[1] < node.z[0] ? 1 : 0;
+                const std::size_t near = node.z[1] < node.z[0] ? 1 : 0;
                 *top++ = {node.children[1 - near], bins[1 - near]};
                 here = node.children[near];
             } else if (visit[0] || visit[1]) {

@@ -1,15 +1,26 @@
-// The tree against itself, and the quick part of the test of a pair.
+// The hierarchy against itself, and the quick part of the test of a pair.
 #include "visibility/PairSearch.h"
 
 #include "visibility/PiercingTest.h"
 
 #include <algorithm>
-#include <numeric>
+#include <cmath>
+#include <cstring>
+#include <limits>
 #include <tuple>
 #include <utility>
 
 namespace ctr {
 namespace {
+
+constexpr std::uint32_t kLanes = 4;
+
+/// A corner of a triangle, and after it the number that follows.
+Lanes CornerOf(const BakedVertex* corner) {
+    IntegerLanes numbers;
+    std::memcpy(&numbers, corner, sizeof numbers);
+    return __builtin_convertvector(numbers, Lanes);
+}
 
 bool Overlap(const kx::kxBBox& a, const kx::kxBBox& b) {
     return a.min[0] <= b.max[0] && b.min[0] <= a.max[0] && a.min[1] <= b.max[1] &&
@@ -24,19 +35,61 @@ GridVector NormalOf(const BakedVertex* p) {
     return Cross(Difference(p[2], p[0]), Difference(p[1], p[0]));
 }
 
+/// Whether the boxes of two triangles share a point.
+bool BoxesMeet(const OccluderTree::Triangle& a, const OccluderTree::Triangle& b) {
+    const auto& [p, q, r] = a.corners;
+    const TriangleSieve box(
+        {std::min({p.x, q.x, r.x}), std::min({p.y, q.y, r.y}), std::min({p.z, q.z, r.z})},
+        {std::max({p.x, q.x, r.x}), std::max({p.y, q.y, r.y}), std::max({p.z, q.z, r.z})});
+    return !box.isBeside(b.corners);
+}
+
 } // namespace
 
 PairSearch::PairSearch(const BakedTriangles& baked,
+                       const std::vector<Triangle>& triangles,
                        std::function<bool()> triangleDone,
                        std::function<bool()> goOn)
-    : baked_(baked), triangleDone_(std::move(triangleDone)), goOn_(std::move(goOn)) {}
+    : baked_(baked), triangles_(triangles), triangleDone_(std::move(triangleDone)),
+      goOn_(std::move(goOn)) {
+    // A value of a plane takes seven roundings of 2^-24 at most: of the coordinate, the normal,
+    // their product, three sums and the offset. What it is compared with takes as many.
+    constexpr float kRounding = 0x1p-20F;
+    constexpr float kExact = 0x1p24F;
+    for (int axis = 0; axis < 3 && !baked.bvh.nodes.empty(); ++axis) {
+        const kx::kxBBox& all = baked.bvh.nodes.front().box;
+        const float farthest = std::max(std::abs(all.min[axis]), std::abs(all.max[axis]));
+        rounding_[axis] = kRounding * farthest;
+        room_[axis] = farthest < kExact ? 0.0F : rounding_[axis];
+    }
+}
+
+void PairSearch::leaveOut(std::vector<bool> marked) {
+    marked_ = std::move(marked);
+    allMarked_.assign(baked_.bvh.nodes.size(), false);
+    if (!allMarked_.empty()) {
+        markBelow(0);
+    }
+}
+
+bool PairSearch::markBelow(unsigned int node) {
+    const HierarchyNode& here = baked_.bvh.nodes[node];
+    bool all = true;
+    if (IsLeaf(here)) {
+        const auto first = marked_.begin() + FirstSlot(here);
+        all = std::all_of(first, first + here.second, [](bool marked) { return marked; });
+    } else {
+        const bool both[2] = {markBelow(FirstChild(here)), markBelow(SecondChild(here))};
+        all = both[0] && both[1];
+    }
+    allMarked_[node] = all;
+    return all;
+}
 
 std::vector<FoundIntersection> PairSearch::run() {
-    bool whole = true;
-    if (!baked_.bvh.nodes.empty()) {
-        layOut();
-        whole = meetSelf(0);
-    }
+    marked_.resize(triangles_.size());
+    allMarked_.resize(baked_.bvh.nodes.size());
+    bool whole = baked_.bvh.nodes.empty() || meetSelf(0);
     // What no leaf holds is met by nothing.
     while (whole && done_ < baked_.trianglePlanes.size()) {
         whole = triangleDone_();
@@ -48,58 +101,28 @@ std::vector<FoundIntersection> PairSearch::run() {
     return std::move(found_);
 }
 
-void PairSearch::layOut() {
-    const std::vector<unsigned int>& numbers = baked_.bvh.primitives;
-    boxes_.resize(numbers.size());
-    corners_.resize(numbers.size());
-    for (std::size_t slot = 0; slot < numbers.size(); ++slot) {
-        const unsigned int* corners =
-            baked_.triangleIndices.data() + 3 * std::size_t{numbers[slot]};
-        const BakedVertex& p = corners_[slot].at[0] = baked_.vertices[corners[0]];
-        const BakedVertex& q = corners_[slot].at[1] = baked_.vertices[corners[1]];
-        const BakedVertex& r = corners_[slot].at[2] = baked_.vertices[corners[2]];
-        boxes_[slot].min = Integers{std::min({p.x, q.x, r.x}), std::min({p.y, q.y, r.y}),
-                                    std::min({p.z, q.z, r.z}), 0};
-        boxes_[slot].max = Integers{std::max({p.x, q.x, r.x}), std::max({p.y, q.y, r.y}),
-                                    std::max({p.z, q.z, r.z}), 0};
-    }
-}
-
-/// Covers the box, also where floats have rounded what it covers.
-PairSearch::Box PairSearch::roundedOut(const kx::kxBBox& box) {
-    constexpr float kShare = 0x1p-22F;
-    constexpr Lanes kFar{2.0e9F, 2.0e9F, 2.0e9F, 0.0F};
-    const auto within = [](Lanes value) {
-        value = value < -kFar ? -kFar : value;
-        return __builtin_convertvector(value < kFar ? value : kFar, Integers);
-    };
-    const Lanes low{box.min[0], box.min[1], box.min[2], 0.0F};
-    const Lanes high{box.max[0], box.max[1], box.max[2], 0.0F};
-    return {within(low - (low < 0.0F ? -low : low) * kShare),
-            within(high + (high < 0.0F ? -high : high) * kShare)};
-}
-
 bool PairSearch::meetSelf(unsigned int node) {
     const HierarchyNode& here = baked_.bvh.nodes[node];
     if (IsLeaf(here)) {
-        return finishLeaf(node);
+        return finishLeaf(here);
     }
     const unsigned int first = FirstChild(here);
     const unsigned int second = SecondChild(here);
     return meet(first, second) && meetSelf(first) && meetSelf(second);
 }
 
-bool PairSearch::finishLeaf(unsigned int leaf) {
-    takeLeaf(baked_.bvh.nodes[leaf]);
-    for (const Plane& plane : planes_) {
+bool PairSearch::finishLeaf(const HierarchyNode& leaf) {
+    const std::uint32_t end = FirstSlot(leaf) + leaf.second;
+    for (std::uint32_t first = FirstSlot(leaf); first < end; first += kLanes) {
+        take(first, std::min(first + kLanes, end));
+        for (std::uint32_t slot = first + 1; slot < end; ++slot) {
+            const std::uint32_t before = std::min(slot - first, kLanes);
+            holdAgainstSlot(slot, (1U << before) - 1);
+        }
+    }
+    for (std::uint32_t slot = FirstSlot(leaf); slot < end; ++slot, ++done_) {
         if (!triangleDone_()) {
             return false;
-        }
-        ++done_;
-        for (std::uint32_t other = plane.slot + 1; other <= planes_.back().slot; ++other) {
-            if (!plane.box.isApartFrom(boxes_[other])) {
-                test(plane, other);
-            }
         }
     }
     return true;
@@ -108,7 +131,7 @@ bool PairSearch::finishLeaf(unsigned int leaf) {
 bool PairSearch::meet(unsigned int a, unsigned int b) {
     const HierarchyNode& nodeA = baked_.bvh.nodes[a];
     const HierarchyNode& nodeB = baked_.bvh.nodes[b];
-    if (!Overlap(nodeA.box, nodeB.box)) {
+    if (!Overlap(nodeA.box, nodeB.box) || (allMarked_[a] && allMarked_[b])) {
         return true;
     }
     if (IsLeaf(nodeA)) {
@@ -124,67 +147,178 @@ bool PairSearch::meet(unsigned int a, unsigned int b) {
 }
 
 bool PairSearch::meetLeaf(unsigned int leaf, unsigned int node) {
-    takeLeaf(baked_.bvh.nodes[leaf]);
-    selected_.resize(planes_.size());
-    std::iota(selected_.begin(), selected_.end(), 0U);
-    return holdAgainst(node, 0);
-}
-
-void PairSearch::takeLeaf(const HierarchyNode& leaf) {
-    planes_.clear();
-    for (std::uint32_t slot = FirstSlot(leaf); slot < FirstSlot(leaf) + leaf.second; ++slot) {
-        planes_.push_back({boxes_[slot], NormalOf(corners_[slot].at), corners_[slot].at[0], slot});
-    }
-}
-
-/// Holds the selected triangles from `first` on against what is below a node.
-bool PairSearch::holdAgainst(unsigned int node, std::size_t first) {
-    const HierarchyNode& here = baked_.bvh.nodes[node];
-    const Box box = roundedOut(here.box);
-    const std::size_t end = selected_.size();
-    for (std::size_t i = first; i < end; ++i) {
-        if (planes_[selected_[i]].mayCutIn(box)) {
-            selected_.push_back(selected_[i]);
+    const HierarchyNode& here = baked_.bvh.nodes[leaf];
+    const std::uint32_t end = FirstSlot(here) + here.second;
+    for (std::uint32_t first = FirstSlot(here); first < end; first += kLanes) {
+        take(first, std::min(first + kLanes, end));
+        if (!holdAgainst(node, four_->present)) {
+            return false;
         }
     }
-    bool goesOn = true;
-    if (selected_.size() > end) {
-        goesOn = IsLeaf(here)
-                     ? testLeaf(here, end)
-                     : holdAgainst(FirstChild(here), end) && holdAgainst(SecondChild(here), end);
-    }
-    selected_.resize(end);
-    return goesOn;
+    return true;
 }
 
-bool PairSearch::testLeaf(const HierarchyNode& leaf, std::size_t first) {
-    for (std::uint32_t slot = FirstSlot(leaf); slot < FirstSlot(leaf) + leaf.second; ++slot) {
-        for (std::size_t i = first; i < selected_.size(); ++i) {
-            const Plane& plane = planes_[selected_[i]];
-            if (!plane.box.isApartFrom(boxes_[slot])) {
-                test(plane, slot);
+PairSearch::RoughPlane<float> PairSearch::roughPlaneOf(const BakedVertex& origin,
+                                                       const GridVector& normal) const {
+    const double n[3] = {static_cast<double>(normal[0]), static_cast<double>(normal[1]),
+                         static_cast<double>(normal[2])};
+    RoughPlane<float> plane;
+    plane.offset = static_cast<float>(n[0] * origin.x + n[1] * origin.y + n[2] * origin.z);
+    plane.slack = 0.0F;
+    for (int axis = 0; axis < 3; ++axis) {
+        plane.normal[axis] = static_cast<float>(n[axis]);
+        plane.slack += std::abs(plane.normal[axis]) * rounding_[axis];
+    }
+    return plane;
+}
+
+/// A leaf is often held against one neighbour after another.
+void PairSearch::take(std::uint32_t firstSlot, std::uint32_t endSlot) {
+    constexpr std::uint32_t kTaken = 512;
+    taken_.resize(kTaken);
+    Four& four = taken_[firstSlot / 2 % kTaken];
+    if (four.present == 0 || four.firstSlot != firstSlot) {
+        four.firstSlot = firstSlot;
+        fill(four, endSlot);
+    }
+    four_ = &four;
+}
+
+void PairSearch::fill(Four& four, std::uint32_t endSlot) const {
+    constexpr float kFar = std::numeric_limits<float>::infinity();
+    four.allMin = All(kFar);
+    four.allMax = All(-kFar);
+    four.marked = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        four.min[axis] = All(kFar);
+        four.max[axis] = All(-kFar);
+    }
+    for (std::uint32_t slot = four.firstSlot; slot < endSlot; ++slot) {
+        const std::uint32_t lane = slot - four.firstSlot;
+        const auto& corners = triangles_[slot].corners;
+        const Lanes p[3] = {CornerOf(corners), CornerOf(corners + 1), CornerOf(corners + 2)};
+        const Lanes min = Least(p[0], Least(p[1], p[2])) - room_;
+        const Lanes max = Most(p[0], Most(p[1], p[2])) + room_;
+        four.allMin = Least(four.allMin, min);
+        four.allMax = Most(four.allMax, max);
+        four.normals[lane] = NormalOf(corners);
+        four.marked |= static_cast<Chosen>(marked_[slot]) << lane;
+        const RoughPlane<float> plane = roughPlaneOf(corners[0], four.normals[lane]);
+        four.planes.offset[lane] = plane.offset;
+        four.planes.slack[lane] = plane.slack;
+        for (int axis = 0; axis < 3; ++axis) {
+            four.min[axis][lane] = min[axis];
+            four.max[axis][lane] = max[axis];
+            four.planes.normal[axis][lane] = plane.normal[axis];
+            for (int k = 0; k < 3; ++k) {
+                four.corners[k][axis][lane] = p[k][axis];
             }
         }
     }
-    return pollAfter((selected_.size() - first) * leaf.second);
+    four.allMin[3] = -kFar;
+    four.allMax[3] = kFar;
+    four.present = (1U << (endSlot - four.firstSlot)) - 1;
 }
 
-/// Whether the box meets the triangle's and has some of itself strictly on either side of the
-/// plane. What lies in a box that a plane does not cut cannot straddle that plane.
-bool PairSearch::Plane::mayCutIn(const Box& other) const {
-    if (box.isApartFrom(other)) {
-        return false;
-    }
-    const std::int32_t from[3] = {origin.x, origin.y, origin.z};
-    long smallest = 0;
-    long largest = 0;
+bool PairSearch::Four::isApartFrom(Lanes otherMin, Lanes otherMax) const {
+    return BitsOf((otherMin > allMax) | (otherMax < allMin)) != 0;
+}
+
+/// Whose boxes share a point with a box.
+template <class Numbers>
+PairSearch::Chosen PairSearch::Four::meeting(const Numbers& otherMin,
+                                             const Numbers& otherMax) const {
+    return BitsOf((min[0] <= otherMax[0]) & (max[0] >= otherMin[0]) & (min[1] <= otherMax[1]) &
+                  (max[1] >= otherMin[1]) & (min[2] <= otherMax[2]) & (max[2] >= otherMin[2]));
+}
+
+/// Whose planes may have some of a box strictly on either side. What lies in a box that a plane
+/// does not cut cannot straddle that plane.
+PairSearch::Chosen PairSearch::Four::cutting(const kx::kxBBox& box) const {
+    Lanes middle = -planes.offset;
+    Lanes reach = planes.slack;
     for (int axis = 0; axis < 3; ++axis) {
-        const long low = WrapMultiply(normal[axis], long{other.min[axis]} - from[axis]);
-        const long high = WrapMultiply(normal[axis], long{other.max[axis]} - from[axis]);
-        smallest = WrapAdd(smallest, std::min(low, high));
-        largest = WrapAdd(largest, std::max(low, high));
+        const Lanes& n = planes.normal[axis];
+        middle += n * (0.5F * (box.max[axis] + box.min[axis]));
+        reach += Most(n, -n) * (0.5F * (box.max[axis] - box.min[axis]));
     }
-    return smallest < 0 && largest > 0;
+    return BitsOf((middle < reach) & (-middle < reach));
+}
+
+/// Whose planes a triangle may straddle.
+PairSearch::Chosen PairSearch::Four::cutting(const Lanes (&other)[3]) const {
+    const auto& [x, y, z] = planes.normal;
+    const Lanes above = planes.offset + planes.slack;
+    const Lanes below = planes.offset - planes.slack;
+    IntegerLanes front{};
+    IntegerLanes behind{};
+    for (const Lanes& p : other) {
+        const Lanes value = x * p[0] + y * p[1] + z * p[2];
+        front |= value < above;
+        behind |= value > below;
+    }
+    return BitsOf(front & behind);
+}
+
+/// Which may straddle a plane.
+PairSearch::Chosen PairSearch::Four::cutBy(const RoughPlane<float>& plane) const {
+    IntegerLanes front{};
+    IntegerLanes behind{};
+    for (const auto& [x, y, z] : corners) {
+        const Lanes value = plane.normal[0] * x + plane.normal[1] * y + plane.normal[2] * z;
+        front |= value < plane.offset + plane.slack;
+        behind |= value > plane.offset - plane.slack;
+    }
+    return BitsOf(front & behind);
+}
+
+/// Holds the chosen ones of the four against what is below a node.
+bool PairSearch::holdAgainst(unsigned int node, Chosen chosen) {
+    const HierarchyNode& here = baked_.bvh.nodes[node];
+    chosen &= four_->meeting(here.box.min, here.box.max);
+    if (allMarked_[node]) {
+        chosen &= ~four_->marked;
+    }
+    if (chosen == 0) {
+        return true;
+    }
+    chosen &= four_->cutting(here.box);
+    if (chosen == 0) {
+        return true;
+    }
+    if (!IsLeaf(here)) {
+        return holdAgainst(FirstChild(here), chosen) && holdAgainst(SecondChild(here), chosen);
+    }
+    for (std::uint32_t slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
+        holdAgainstSlot(slot, chosen);
+    }
+    return pollAfter(std::size_t{kLanes} * here.second);
+}
+
+void PairSearch::holdAgainstSlot(std::uint32_t slot, Chosen chosen) {
+    const auto& corners = triangles_[slot].corners;
+    const Lanes p[3] = {CornerOf(corners), CornerOf(corners + 1), CornerOf(corners + 2)};
+    const Lanes min = Least(p[0], Least(p[1], p[2]));
+    const Lanes max = Most(p[0], Most(p[1], p[2]));
+    chosen &=
+        four_->meeting(reinterpret_cast<const float*>(&min), reinterpret_cast<const float*>(&max));
+    if (marked_[slot]) {
+        chosen &= ~four_->marked;
+    }
+    if (chosen == 0) {
+        return;
+    }
+    chosen &= four_->cutting(p);
+    if (chosen == 0) {
+        return;
+    }
+    const GridVector normal = NormalOf(corners);
+    chosen &= four_->cutBy(roughPlaneOf(corners[0], normal));
+    for (std::uint32_t lane = 0; chosen >> lane != 0; ++lane) {
+        if ((chosen >> lane & 1U) != 0) {
+            test(slot, normal, four_->firstSlot + lane);
+        }
+    }
 }
 
 bool PairSearch::pollAfter(std::size_t pairs) {
@@ -197,26 +331,26 @@ bool PairSearch::pollAfter(std::size_t pairs) {
     return goOn_();
 }
 
-void PairSearch::test(const Plane& plane, std::uint32_t slot) {
-    const BakedVertex* const a = corners_[plane.slot].at;
-    const BakedVertex* const b = corners_[slot].at;
-    const PlaneValues valuesB(b, plane.origin, plane.normal);
+void PairSearch::test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB) {
+    const BakedVertex* const a = triangles_[slotA].corners;
+    const BakedVertex* const b = triangles_[slotB].corners;
+    const PlaneValues valuesB(b, a[0], normalA);
     if (!valuesB.straddle()) {
         return;
     }
-    const GridVector normalB = NormalOf(b);
+    const GridVector& normalB = four_->normals[slotB - four_->firstSlot];
     const PlaneValues valuesA(a, b[0], normalB);
-    if (!valuesA.straddle()) {
+    if (!valuesA.straddle() || !BoxesMeet(triangles_[slotA], triangles_[slotB])) {
         return;
     }
-    const std::uint32_t numberA = baked_.bvh.primitives[plane.slot];
-    const std::uint32_t numberB = baked_.bvh.primitives[slot];
+    const std::uint32_t numberA = triangles_[slotA].number;
+    const std::uint32_t numberB = triangles_[slotB].number;
     const bool inOrder = numberA < numberB;
-    const CutTriangle dataA{a, plane.normal, valuesA};
+    const CutTriangle dataA{a, normalA, valuesA};
     const CutTriangle dataB{b, normalB, valuesB};
     if (const auto found = inOrder ? FindPiercing(dataA, dataB) : FindPiercing(dataB, dataA)) {
         found_.push_back({std::min(numberA, numberB),
-                          inOrder ? slot : plane.slot,
+                          inOrder ? slotB : slotA,
                           {found->ends[0], found->ends[1]},
                           found->grazing});
     }

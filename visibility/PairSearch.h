@@ -5,6 +5,7 @@
 
 #include "visibility/HierarchyNode.h"
 #include "visibility/IntersectionEdge.h"
+#include "visibility/OccluderTree.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -13,67 +14,84 @@
 
 namespace ctr {
 
-/// The hierarchy held against itself: subtrees whose boxes meet are opened, until leaves remain.
-/// Every pair is met once.
+/// The hierarchy held against itself: subtrees whose boxes meet are opened, until a leaf's
+/// triangles are held, four at a time, against what is left of the other subtree. Every pair is met
+/// once.
 class PairSearch {
 public:
-    /// `triangleDone` is called once a triangle, when about its share of the work is done; it
-    /// returns false to stop. `goOn` is asked now and then in between.
+    /// The triangles, slot by slot, are borrowed. `triangleDone` is called once a triangle, when
+    /// about its share of the work is done; it returns false to stop. `goOn` is asked now and then
+    /// in between.
     PairSearch(const BakedTriangles& baked,
+               const std::vector<OccluderTree::Triangle>& triangles,
                std::function<bool()> triangleDone,
                std::function<bool()> goOn);
+
+    /// Leaves out pairs of which both are marked, slot by slot.
+    void leaveOut(std::vector<bool> marked);
 
     /// All intersection edges, by the number of the first triangle and then the slot of the second;
     /// what was found so far when stopped.
     std::vector<FoundIntersection> run();
 
 private:
-    using Lanes = float __attribute__((vector_size(16)));
-    using Integers = std::int32_t __attribute__((vector_size(16)));
-    /// The fourth numbers are for comparing all at once: they never tell boxes apart.
-    struct Box {
-        Integers min;
-        Integers max;
-
-        bool isApartFrom(const Box& other) const {
-            using Halves = std::int64_t __attribute__((vector_size(16)));
-            const auto apart = reinterpret_cast<Halves>((min > other.max) | (other.min > max));
-            return (apart[0] | apart[1]) != 0;
-        }
-    };
-    /// The triangle in a slot, ready to be held against many.
-    struct Plane {
-        Box box;
-        GridVector normal;
-        BakedVertex origin;
-        std::uint32_t slot;
-
-        bool mayCutIn(const Box& other) const;
-    };
-    struct Corners {
-        BakedVertex at[3];
+    using Triangle = OccluderTree::Triangle;
+    /// Bit k stands for the k-th of the four.
+    using Chosen = unsigned int;
+    /// A plane in floats, which may be off by `slack` anywhere in the scene: it only rules out.
+    template <class Number> struct RoughPlane {
+        Number normal[3];
+        Number offset; ///< normal . p of its points.
+        Number slack;
     };
 
-    static Box roundedOut(const kx::kxBBox& box);
-    void layOut();
+    /// The triangles of up to four slots in a row, side by side.
+    struct Four {
+        /// Around all boxes: the fourth numbers are beyond all bounds.
+        Lanes allMin;
+        Lanes allMax;
+        /// Boxes, larger by what floats may be off. Nothing meets those of lanes without triangle.
+        Lanes min[3];
+        Lanes max[3];
+        Lanes corners[3][3]; ///< Corner by corner, axis by axis.
+        RoughPlane<Lanes> planes;
+        GridVector normals[4];
+        std::uint32_t firstSlot;
+        Chosen present;
+        Chosen marked;
+
+        bool isApartFrom(Lanes otherMin, Lanes otherMax) const;
+        template <class Numbers>
+        Chosen meeting(const Numbers& otherMin, const Numbers& otherMax) const;
+        Chosen cutting(const kx::kxBBox& box) const;
+        Chosen cutting(const Lanes (&other)[3]) const;
+        Chosen cutBy(const RoughPlane<float>& plane) const;
+    };
+
+    bool markBelow(unsigned int node);
+    RoughPlane<float> roughPlaneOf(const BakedVertex& origin, const GridVector& normal) const;
     bool meetSelf(unsigned int node);
     bool meet(unsigned int a, unsigned int b);
     bool meetLeaf(unsigned int leaf, unsigned int node);
-    void takeLeaf(const HierarchyNode& leaf);
-    bool holdAgainst(unsigned int node, std::size_t first);
-    bool testLeaf(const HierarchyNode& leaf, std::size_t first);
-    bool finishLeaf(unsigned int leaf);
+    void take(std::uint32_t firstSlot, std::uint32_t endSlot);
+    void fill(Four& four, std::uint32_t endSlot) const;
+    bool holdAgainst(unsigned int node, Chosen chosen);
+    void holdAgainstSlot(std::uint32_t slot, Chosen chosen);
+    bool finishLeaf(const HierarchyNode& leaf);
     bool pollAfter(std::size_t pairs);
-    void test(const Plane& plane, std::uint32_t slot);
+    void test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB);
 
     const BakedTriangles& baked_;
+    const std::vector<Triangle>& triangles_;
     std::function<bool()> triangleDone_;
     std::function<bool()> goOn_;
-    std::vector<Box> boxes_; ///< One a slot, like the corners.
-    std::vector<Corners> corners_;
+    float rounding_[3] = {};      ///< By axis: how far products with a coordinate may be off,
+    Lanes room_ = {};             ///< and how far boxes may be.
+    std::vector<bool> marked_;    ///< One a slot.
+    std::vector<bool> allMarked_; ///< One a node: all triangles below it are.
     std::vector<FoundIntersection> found_;
-    std::vector<Plane> planes_;           ///< Of the leaf that is held against others.
-    std::vector<std::uint32_t> selected_; ///< Which of them, level by level.
+    std::vector<Four> taken_;    ///< What was needed lately, each where its first slot tells.
+    const Four* four_ = nullptr; ///< What is held against others now.
     std::size_t done_ = 0;
     std::size_t pairsSincePoll_ = 0;
 };

@@ -4,6 +4,8 @@
 #include "visibility/PiercingTest.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <utility>
 
@@ -53,19 +55,36 @@ struct Crossings {
     Crossing second;
 };
 
-/// The two crossings of a straddling triangle's edges, in edge order. A corner on the plane belongs
-/// to the edge that ends there.
-Crossings FindCrossings(const PlaneValues& values) {
-    Crossing found[2] = {};
-    int count = 0;
-    for (int k = 0; k < 3 && count < 2; ++k) {
-        const long from = values.at[k];
-        const long to = values.at[(k + 1) % 3];
-        if (from != 0 && (to == 0 || (from < 0) != (to < 0))) {
-            found[count++] = {k, from, to};
+/// Which two edges a plane crosses, in edge order, by the signs of its values at the corners. A
+/// corner on the plane belongs to the edge that ends there.
+struct CrossedEdges {
+    std::array<int, 2> of[27] = {};
+
+    constexpr CrossedEdges() {
+        for (int signs = 0; signs < 27; ++signs) {
+            const int at[3] = {signs / 9 - 1, signs / 3 % 3 - 1, signs % 3 - 1};
+            std::size_t count = 0;
+            for (int k = 0; k < 3 && count < 2; ++k) {
+                const int to = at[(k + 1) % 3];
+                if (at[k] != 0 && (to == 0 || at[k] != to)) {
+                    of[signs][count++] = k;
+                }
+            }
         }
     }
-    return {found[0], found[1]};
+};
+constexpr CrossedEdges kCrossedEdges;
+
+int SignOf(long value) {
+    return static_cast<int>(value > 0) - static_cast<int>(value < 0);
+}
+
+/// The two crossings of a straddling triangle's edges.
+Crossings FindCrossings(const PlaneValues& values) {
+    const auto& at = values.at;
+    const int signs = 9 * SignOf(at[0]) + 3 * SignOf(at[1]) + SignOf(at[2]) + 13;
+    const auto& [first, second] = kCrossedEdges.of[signs];
+    return {{first, at[first], at[(first + 1) % 3]}, {second, at[second], at[(second + 1) % 3]}};
 }
 
 /// A crossing rounded down to the grid.
@@ -91,26 +110,34 @@ Span SpanOf(const BakedVertex* corners, const Crossings& crossings, int firstEnd
             RoundedCrossing(corners, crossings.second, firstEnd)};
 }
 
+/// Numbers of both ends of a span.
+using Both = double __attribute__((vector_size(16)));
+
 /// A span on screen, off by less than a step on either axis.
 struct RoughSpan {
-    double x[2];
-    double y[2];
+    Both x;
+    Both y;
 
     RoughSpan(const BakedVertex* corners, const Crossings& crossings) {
-        const Crossing* const both[2] = {&crossings.first, &crossings.second};
-        for (int end = 0; end < 2; ++end) {
-            const BakedVertex& p = corners[both[end]->edge];
-            const BakedVertex& q = corners[(both[end]->edge + 1) % 3];
-            const auto from = static_cast<double>(both[end]->from);
-            const double t = from / (from - static_cast<double>(both[end]->to));
-            x[end] = p.x + t * (static_cast<double>(q.x) - p.x);
-            y[end] = p.y + t * (static_cast<double>(q.y) - p.y);
-        }
+        const auto& [first, second] = crossings;
+        const BakedVertex& p = corners[first.edge];
+        const BakedVertex& q = corners[(first.edge + 1) % 3];
+        const BakedVertex& r = corners[second.edge];
+        const BakedVertex& s = corners[(second.edge + 1) % 3];
+        const Both from{static_cast<double>(first.from), static_cast<double>(second.from)};
+        const Both to{static_cast<double>(first.to), static_cast<double>(second.to)};
+        const Both t = from / (from - to);
+        const auto between = [&t](Both start, Both end) { return start + t * (end - start); };
+        const auto both = [](std::int32_t a, std::int32_t b) {
+            return Both{static_cast<double>(a), static_cast<double>(b)};
+        };
+        x = between(both(p.x, r.x), both(q.x, s.x));
+        y = between(both(p.y, r.y), both(q.y, s.y));
     }
 };
 
 /// Whether two spans of one line are apart on an axis by more than roundings can change.
-bool AreApart(const double (&a)[2], const double (&b)[2]) {
+bool AreApart(Both a, Both b) {
     constexpr double kSteps = 4.0;
     return std::max(a[0], a[1]) + kSteps < std::min(b[0], b[1]) ||
            std::max(b[0], b[1]) + kSteps < std::min(a[0], a[1]);

@@ -8,9 +8,9 @@
 #include "linesets/SetConstruction.h"
 #include "projection/GridQuantisation.h"
 #include "visibility/CutOcclusion.h"
-#include "visibility/DepthMap.h"
 #include "visibility/FractionOrder.h"
 #include "visibility/HiddenRanges.h"
+#include "visibility/IntersectionLines.h"
 #include "visibility/PairSearch.h"
 #include "visibility/PiercingTest.h"
 
@@ -25,17 +25,20 @@ using Point = Wm4::Vector3<float>;
 /// What hides intersection edges.
 class CutHiders {
 public:
-    CutHiders(const BakedTriangles& baked, std::size_t edges) : baked_(baked) {
+    CutHiders(const BakedTriangles& baked, const OccluderLayout* layout, std::size_t edges)
+        : baked_(baked), layout_(layout) {
         // Laying the tree out anew pays for so many edges only.
         constexpr std::size_t kTrianglesPerEdge = 64;
-        if (edges * kTrianglesPerEdge >= baked.trianglePlanes.size()) {
-            layout_.emplace(baked, OccluderTree::Room::forRoundedCrossings);
+        if (layout_ == nullptr && edges * kTrianglesPerEdge >= baked.trianglePlanes.size()) {
+            layout_ = &own_.emplace(baked);
         }
     }
+    CutHiders(const CutHiders&) = delete;
+    CutHiders& operator=(const CutHiders&) = delete;
 
     void append(const IntersectionEdge& edge, std::vector<RationalInterval>& hidden) {
         const CutOcclusion cut(edge);
-        if (!layout_) {
+        if (layout_ == nullptr) {
             cut.appendHidden(baked_, 0, hidden);
             return;
         }
@@ -52,16 +55,14 @@ public:
 
 private:
     const BakedTriangles& baked_;
-    std::optional<OccluderLayout> layout_;
+    const OccluderLayout* layout_;
+    std::optional<OccluderLayout> own_;
     HiddenRanges ranges_;
 };
 
-} // namespace
-
-struct TrianglesIntersection::tInternal {
-    explicit tInternal(const BakedTriangles& bakedTriangles) : triangles(&bakedTriangles) {}
-
-    std::vector<FoundIntersection> findIntersectionEdges() const;
+/// The triangles and who is to be told.
+struct Search {
+    std::vector<FoundIntersection> findIntersectionEdges(bool visibleOnly) const;
     IntersectionEdge edgeOf(const FoundIntersection& found) const;
     bool collectPieces(const std::vector<FoundIntersection>& edges,
                        std::vector<Point>& visible,
@@ -79,10 +80,35 @@ struct TrianglesIntersection::tInternal {
     }
 
     const BakedTriangles* triangles;
-    kx::kxProgressNotifierInterface* progressNotifier = nullptr;
+    const OccluderLayout* layout;
+    kx::kxProgressNotifierInterface* progressNotifier;
 };
 
-std::vector<FoundIntersection> TrianglesIntersection::tInternal::findIntersectionEdges() const {
+/// Triangles in hidden places. The line along which two of them cut each other is hidden: an end of
+/// it lies on one triangle and, but for the roundings to the grid, on the other one, so all of it
+/// is within four steps of either box on screen, and no nearer than the nearest corner of both.
+std::vector<bool> UnseenTriangles(const OccluderLayout& layout) {
+    std::vector<bool> unseen;
+    unseen.reserve(layout.tree.triangles().size());
+    for (const OccluderTree::Triangle& triangle : layout.tree.triangles()) {
+        unseen.push_back(layout.map.hidesAround(triangle.corners));
+    }
+    return unseen;
+}
+
+std::vector<OccluderTree::Triangle> TrianglesBySlot(const BakedTriangles& baked) {
+    std::vector<OccluderTree::Triangle> triangles;
+    triangles.reserve(baked.bvh.primitives.size());
+    for (const unsigned int number : baked.bvh.primitives) {
+        triangles.push_back(OccluderTree::triangleOf(baked, number));
+    }
+    return triangles;
+}
+
+/// With `visibleOnly`, some of those that nobody sees may be left out.
+std::vector<FoundIntersection> Search::findIntersectionEdges(bool visibleOnly) const {
+    // Fewer are tested as quickly as looked up.
+    constexpr std::size_t kManyTriangles = 4096;
     const auto goOn = [this] { return !isCanceled(); };
     const auto triangleDone = [this] {
         if (progressNotifier != nullptr) {
@@ -90,10 +116,19 @@ std::vector<FoundIntersection> TrianglesIntersection::tInternal::findIntersectio
         }
         return !isCanceled();
     };
-    return PairSearch(*triangles, triangleDone, goOn).run();
+    if (layout == nullptr) {
+        const std::vector<OccluderTree::Triangle> own = TrianglesBySlot(*triangles);
+        return PairSearch(*triangles, own, triangleDone, goOn).run();
+    }
+    PairSearch search(*triangles, layout->tree.triangles(), triangleDone, goOn);
+    if (visibleOnly && layout->tree.triangles().size() >= kManyTriangles &&
+        !layout->map.isNearlyEmpty()) {
+        search.leaveOut(UnseenTriangles(*layout));
+    }
+    return search.run();
 }
 
-IntersectionEdge TrianglesIntersection::tInternal::edgeOf(const FoundIntersection& found) const {
+IntersectionEdge Search::edgeOf(const FoundIntersection& found) const {
     const std::uint32_t numbers[2] = {found.first, triangles->bvh.primitives[found.secondSlot]};
     const OccluderTree::Triangle both[2] = {OccluderTree::triangleOf(*triangles, numbers[0]),
                                             OccluderTree::triangleOf(*triangles, numbers[1])};
@@ -106,10 +141,10 @@ IntersectionEdge TrianglesIntersection::tInternal::edgeOf(const FoundIntersectio
     return {crossing(found.ends[0]), crossing(found.ends[1])};
 }
 
-void TrianglesIntersection::tInternal::appendPiece(const IntersectionEdge& edge,
-                                                   const Fraction& from,
-                                                   const Fraction& to,
-                                                   std::vector<Point>& pieces) const {
+void Search::appendPiece(const IntersectionEdge& edge,
+                         const Fraction& from,
+                         const Fraction& to,
+                         std::vector<Point>& pieces) const {
     const BakedVertex p = PointAt(edge.first.point, edge.second.point, from);
     const BakedVertex q = PointAt(edge.first.point, edge.second.point, to);
     // A piece within one grid column carries nothing to draw.
@@ -119,10 +154,9 @@ void TrianglesIntersection::tInternal::appendPiece(const IntersectionEdge& edge,
     }
 }
 
-void TrianglesIntersection::tInternal::appendVisiblePieces(
-    const IntersectionEdge& edge,
-    const std::vector<RationalInterval>& hidden,
-    std::vector<Point>& pieces) const {
+void Search::appendVisiblePieces(const IntersectionEdge& edge,
+                                 const std::vector<RationalInterval>& hidden,
+                                 std::vector<Point>& pieces) const {
     Fraction visibleFrom(0, 1);
     for (const RationalInterval& range : hidden) {
         if (CompareFractions(range.start, visibleFrom) > 0) {
@@ -136,9 +170,9 @@ void TrianglesIntersection::tInternal::appendVisiblePieces(
 }
 
 /// False when there is nothing, or cancelled.
-bool TrianglesIntersection::tInternal::collectPieces(const std::vector<FoundIntersection>& edges,
-                                                     std::vector<Point>& visible,
-                                                     std::vector<Point>* hidden) const {
+bool Search::collectPieces(const std::vector<FoundIntersection>& edges,
+                           std::vector<Point>& visible,
+                           std::vector<Point>* hidden) const {
     float step = 1.0F;
     if (progressNotifier != nullptr) {
         double start = 0.0;
@@ -146,7 +180,7 @@ bool TrianglesIntersection::tInternal::collectPieces(const std::vector<FoundInte
         progressNotifier->getRange(start, end);
         step = static_cast<float>((end - start) / static_cast<double>(edges.size()));
     }
-    CutHiders hiders(*triangles, edges.size());
+    CutHiders hiders(*triangles, layout, edges.size());
     std::vector<RationalInterval> intervals;
     for (const FoundIntersection& found : edges) {
         if (progressNotifier != nullptr) {
@@ -169,8 +203,6 @@ bool TrianglesIntersection::tInternal::collectPieces(const std::vector<FoundInte
     return !(visible.empty() && (hidden == nullptr || hidden->empty())) && !isCanceled();
 }
 
-namespace {
-
 /// Two vertices of its own for each piece; null without one.
 LineSegmentSet* MakeSet(const std::vector<Point>& pieces) {
     if (pieces.empty()) {
@@ -191,8 +223,36 @@ LineSegmentSet* MakeSet(const std::vector<Point>& pieces) {
 
 } // namespace
 
+LineSegmentSet* FindIntersectionLines(const BakedTriangles& baked,
+                                      const OccluderLayout* layout,
+                                      kx::kxProgressNotifierInterface* notifier,
+                                      kx::kxPointer<LineSegmentSet>* hidden) {
+    if (hidden != nullptr) {
+        *hidden = nullptr;
+    }
+    const Search search{&baked, layout, notifier};
+    const std::vector<FoundIntersection> edges = search.findIntersectionEdges(hidden == nullptr);
+    if (search.isCanceled()) {
+        return nullptr;
+    }
+    std::vector<Point> visiblePieces;
+    std::vector<Point> hiddenPieces;
+    if (!search.collectPieces(edges, visiblePieces, hidden != nullptr ? &hiddenPieces : nullptr)) {
+        return nullptr;
+    }
+    if (hidden != nullptr) {
+        *hidden = MakeSet(hiddenPieces);
+    }
+    return MakeSet(visiblePieces);
+}
+
+struct TrianglesIntersection::tInternal {
+    const BakedTriangles* triangles;
+    kx::kxProgressNotifierInterface* progressNotifier = nullptr;
+};
+
 TrianglesIntersection::TrianglesIntersection(const BakedTriangles& triangles)
-    : internal_(std::make_unique<tInternal>(triangles)) {}
+    : internal_(std::make_unique<tInternal>(tInternal{&triangles})) {}
 
 TrianglesIntersection::~TrianglesIntersection() = default;
 
@@ -206,23 +266,8 @@ LineSegmentSet* TrianglesIntersection::computeIntersectionEdges() const {
 
 LineSegmentSet*
 TrianglesIntersection::computeIntersectionEdges(kx::kxPointer<LineSegmentSet>* hidden) const {
-    if (hidden != nullptr) {
-        *hidden = nullptr;
-    }
-    const std::vector<FoundIntersection> edges = internal_->findIntersectionEdges();
-    if (internal_->isCanceled()) {
-        return nullptr;
-    }
-    std::vector<Point> visiblePieces;
-    std::vector<Point> hiddenPieces;
-    if (!internal_->collectPieces(edges, visiblePieces,
-                                  hidden != nullptr ? &hiddenPieces : nullptr)) {
-        return nullptr;
-    }
-    if (hidden != nullptr) {
-        *hidden = MakeSet(hiddenPieces);
-    }
-    return MakeSet(visiblePieces);
+    return FindIntersectionLines(*internal_->triangles, nullptr, internal_->progressNotifier,
+                                 hidden);
 }
 
 } // namespace ctr

@@ -69,6 +69,15 @@ public:
     /// index out of range or a set without buffers.
     void computeOcclusion(LineSegmentSet& set, unsigned int cluster);
 
+    /// Finds the lines along which the exported meshes of a cluster cut each other: their visible
+    /// pieces and, in hidden (may be null), their hidden ones, as
+    /// TrianglesIntersection::computeIntersectionEdges() gives them, with the generator's notifier.
+    ///
+    /// The caller owns the result. Both are null for an index out of range. Best called last: it
+    /// goes on with what computeOcclusion() has laid out in memory, and frees it.
+    LineSegmentSet* computeIntersectionEdges(unsigned int cluster,
+                                             kx::kxPointer<LineSegmentSet>* hidden = nullptr);
+
 private:
     struct CTR_LOCAL tInternal;
     std::unique_ptr<tInternal> internal_;

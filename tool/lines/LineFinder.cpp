@@ -1,8 +1,6 @@
 // The library's operations, one mesh at a time so that lines keep their object.
 #include "lines/LineFinder.h"
 
-#include <ctr/TrianglesIntersection.h>
-
 #include <kxSceneGraph/kxOutlineMetadata.h>
 #include <kxSystem/kxCancelInterfaceReadOnly.h>
 
@@ -94,10 +92,10 @@ SceneLines LineFinder::find(const LineChoice& choice, kx::kxProgressNotifierInte
             }
         }
     }
-    generator_.setProgressNotifier(nullptr);
     if (choice.intersections) {
-        findCuts(choice.hidden, progress, lines);
+        findCuts(choice.hidden, lines);
     }
+    generator_.setProgressNotifier(nullptr);
     return lines;
 }
 
@@ -117,13 +115,9 @@ void LineFinder::findOutlines(const LineChoice& choice, std::vector<MeshLines>& 
     }
 }
 
-void LineFinder::findCuts(bool hidden,
-                          kx::kxProgressNotifierInterface& progress,
-                          SceneLines& lines) {
-    ctr::TrianglesIntersection cuts(generator_.getBakedTriangles(0));
-    cuts.setProgressNotifier(&progress);
-    lines.visibleCuts =
-        LineSetPointer(cuts.computeIntersectionEdges(hidden ? &lines.hiddenCuts : nullptr));
+void LineFinder::findCuts(bool hidden, SceneLines& lines) {
+    lines.visibleCuts = LineSetPointer(
+        generator_.computeIntersectionEdges(0, hidden ? &lines.hiddenCuts : nullptr));
     if (lines.visibleCuts) {
         occluderGenerator_.computeOcclusion(*lines.visibleCuts, 0);
     }

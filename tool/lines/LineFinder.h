@@ -49,7 +49,7 @@ public:
 
 private:
     void findOutlines(const LineChoice& choice, std::vector<MeshLines>& lines);
-    void findCuts(bool hidden, kx::kxProgressNotifierInterface& progress, SceneLines& lines);
+    void findCuts(bool hidden, SceneLines& lines);
 
     MeshList meshes_;
     ctr::GeometricFeaturesGenerator generator_;
