@@ -10,7 +10,8 @@ namespace ctr {
 /// What RationalTools::GreaterThan() answers.
 inline int CompareFractions(const Fraction& a, const Fraction& b) {
     if ((a[0] | a[1] | b[0] | b[1]) < 0) {
-        return RationalTools::GreaterThan(a, b);
+        // Copies, so that the compiler may keep the originals in registers all the time.
+        return RationalTools::GreaterThan(Fraction(a[0], a[1]), Fraction(b[0], b[1]));
     }
     using Wide = unsigned __int128;
     const Wide p = static_cast<Wide>(a[0]) * static_cast<Wide>(b[1]);

@@ -1,10 +1,18 @@
 // The union of parameter ranges: sort by start, then one sweep that compacts in place.
+//
+// Exact comparisons of many ranges are slow less for their products than for their outcomes, which
+// nothing foretells. So rounded starts are sorted first, by distribution, and only ranges whose
+// starts are too close for rounding to tell are compared.
 #include <ctr/IntervalTools.h>
 
 #include "visibility/FractionOrder.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
+#include <numeric>
 
 namespace ctr {
 namespace {
@@ -38,13 +46,115 @@ struct IsBefore {
     }
 };
 
+/// More ranges would need more room than a stack should give.
+constexpr std::size_t kMostKeys = 2048;
+
+/// A rounded start, from 0 to 2^32 - 1, above the number of the range. A start that is less than
+/// another has a key that is less, or more by 1 at most: the quotient is off by less than 2^-51.
+using Key = std::uint64_t;
+using Keys = std::array<Key, kMostKeys>;
+constexpr unsigned int kNumberBits = 32;
+
+Key MakeKey(const RationalInterval& range, std::size_t number) {
+    constexpr double kUnits = 0x1p32;
+    constexpr Key kLast = 0xffffffff;
+    const double start =
+        static_cast<double>(range.start[0]) / static_cast<double>(range.start[1]) * kUnits;
+    Key rounded = kLast;
+    if (start < kUnits) {
+        rounded = start > 0.0 ? static_cast<Key>(start) : 0;
+    }
+    return rounded << kNumberBits | number;
+}
+
+std::size_t NumberOf(Key key) {
+    return static_cast<std::uint32_t>(key);
+}
+
+bool MayTie(Key less, Key greater) {
+    return (greater >> kNumberBits) - (less >> kNumberBits) <= 1;
+}
+
+/// The keys of at most kMostKeys ranges in order: dealt out to about as many bins, then sorted in
+/// each.
+void SortKeys(const std::vector<RationalInterval>& ranges, Keys& keys) {
+    const std::size_t count = ranges.size();
+    const auto binBits = static_cast<unsigned int>(std::bit_width(count - 1));
+    const auto binOf = [binBits](Key key) { return key >> (2 * kNumberBits - binBits); };
+    Keys unsorted;
+    std::array<std::uint16_t, kMostKeys + 1> binEnds;
+    const std::size_t binCount = std::size_t{1} << binBits;
+    std::fill_n(binEnds.begin(), binCount + 1, std::uint16_t{0});
+    for (std::size_t i = 0; i < count; ++i) {
+        unsorted[i] = MakeKey(ranges[i], i);
+        ++binEnds[binOf(unsorted[i]) + 1];
+    }
+    std::partial_sum(binEnds.begin(), binEnds.begin() + binCount, binEnds.begin());
+    for (std::size_t i = 0; i < count; ++i) {
+        keys[binEnds[binOf(unsorted[i])]++] = unsorted[i];
+    }
+    std::size_t begin = 0;
+    for (std::size_t bin = 0; bin < binCount; begin = binEnds[bin++]) {
+        if (binEnds[bin] - begin > 1) {
+            std::sort(keys.begin() + begin, keys.begin() + binEnds[bin]);
+        }
+    }
+}
+
+/// Brings keys into the order of their ranges where that of the rounded starts may not be it.
+void SortTies(const std::vector<RationalInterval>& ranges, Keys& keys) {
+    const auto isBefore = [&ranges](Key x, Key y) {
+        return IsBefore()(ranges[NumberOf(x)], ranges[NumberOf(y)]);
+    };
+    for (std::size_t begin = 0; begin < ranges.size();) {
+        std::size_t end = begin + 1;
+        while (end < ranges.size() && MayTie(keys[end - 1], keys[end])) {
+            ++end;
+        }
+        if (end - begin > 1) {
+            std::sort(keys.begin() + begin, keys.begin() + end, isBefore);
+        }
+        begin = end;
+    }
+}
+
+/// Moves every range to the place of its key, cycle by cycle.
+void Permute(std::vector<RationalInterval>& ranges, Keys& keys) {
+    for (std::size_t first = 0; first < ranges.size(); ++first) {
+        if (NumberOf(keys[first]) == first) {
+            continue;
+        }
+        const RationalInterval moved = ranges[first];
+        std::size_t to = first;
+        for (std::size_t from = NumberOf(keys[to]); from != first; from = NumberOf(keys[to])) {
+            ranges[to] = ranges[from];
+            keys[to] = to;
+            to = from;
+        }
+        ranges[to] = moved;
+        keys[to] = to;
+    }
+}
+
+void Sort(std::vector<RationalInterval>& ranges) {
+    constexpr std::size_t kFewRanges = 32;
+    if (ranges.size() < kFewRanges || ranges.size() > kMostKeys) {
+        std::sort(ranges.begin(), ranges.end(), IsBefore());
+        return;
+    }
+    Keys keys;
+    SortKeys(ranges, keys);
+    SortTies(ranges, keys);
+    Permute(ranges, keys);
+}
+
 } // namespace
 
 void IntervalTools::FuseOverlappingIntervals(std::vector<RationalInterval>& intervals) {
     if (intervals.size() < 2) {
         return;
     }
-    std::sort(intervals.begin(), intervals.end(), IsBefore());
+    Sort(intervals);
     std::size_t current = 0;
     for (std::size_t i = 1; i < intervals.size(); ++i) {
         const RationalInterval& next = intervals[i];

@@ -7,8 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -171,6 +173,89 @@ TEST(FuseOverlappingIntervals, ChangesNothingASecondTime) {
         const Intervals output = Fused(RandomRanges(random));
         ASSERT_TRUE(Gives(output, output)) << "trial " << trial;
     }
+}
+
+// By start, its numerator, end, its numerator, last by denominators: all four numbers decide.
+bool IsBefore(const RationalInterval& x, const RationalInterval& y) {
+    if (const int order = Compare(x.start, y.start); order != 0) {
+        return order < 0;
+    }
+    if (x.start.X() != y.start.X()) {
+        return x.start.X() < y.start.X();
+    }
+    if (const int order = Compare(x.end, y.end); order != 0) {
+        return order < 0;
+    }
+    return std::make_tuple(x.end.X(), x.start.Y(), x.end.Y()) <
+           std::make_tuple(y.end.X(), y.start.Y(), y.end.Y());
+}
+
+// The union after a sort that compares every two ranges exactly.
+Intervals PlainUnion(Intervals ranges) {
+    std::sort(ranges.begin(), ranges.end(), IsBefore);
+    Intervals result;
+    for (const RationalInterval& range : ranges) {
+        if (result.empty() || Compare(range.start, result.back().end) > 0) {
+            result.push_back(range);
+        } else if (Compare(range.end, result.back().end) > 0) {
+            result.back().end = range.end;
+        }
+    }
+    return result;
+}
+
+bool AreTheSame(const Intervals& a, const Intervals& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
+        return x.start == y.start && x.end == y.end;
+    });
+}
+
+// Around one number, the ranges a hair apart: doubles hold neither the numerators nor the
+// distances.
+class CloseRanges {
+public:
+    explicit CloseRanges(Random& random)
+        : random_(random), units_(random.percent(50) ? kParts / 2 : 1 + random.below(1 << 30)) {}
+
+    RationalInterval next() {
+        const long scale = (1L << 29) + random_.below(1 << 29);
+        const long start = std::max(0L, units_ * scale + random_.between(-3, 3));
+        return Range(start, kParts * scale, start + (random_.percent(5) ? 1 : 0), kParts * scale);
+    }
+
+private:
+    static constexpr long kParts = 1L << 32;
+
+    Random& random_;
+    long units_;
+};
+
+// A few numbers, 0 and 1 among them, written in many ways.
+RationalInterval RangeOfFewNumbers(Random& random) {
+    constexpr int kParts = 40;
+    const int start = random.below(kParts + 1);
+    const long end = start < kParts && random.percent(1) ? start + 1 : start;
+    const long startForm = 1 + random.below(1000);
+    const long endForm = 1 + random.below(1000);
+    return Range(start * startForm, kParts * startForm, end * endForm, kParts * endForm);
+}
+
+TEST(FuseOverlappingIntervals, ManyRangesAreTheUnionAfterAPlainSort) {
+    int parts = 0;
+    for (int trial = 0; trial < Scaled(400); ++trial) {
+        Random random(static_cast<std::uint64_t>(trial));
+        CloseRanges close(random);
+        const int shareClose = 50 * random.below(3);
+        const int count = random.percent(20) ? random.between(2040, 2056) : random.between(2, 300);
+        Intervals ranges;
+        for (int i = 0; i < count; ++i) {
+            ranges.push_back(random.percent(shareClose) ? close.next() : RangeOfFewNumbers(random));
+        }
+        const Intervals output = Fused(ranges);
+        ASSERT_TRUE(AreTheSame(output, PlainUnion(ranges))) << "trial " << trial;
+        parts += static_cast<int>(output.size());
+    }
+    EXPECT_GT(parts, Scaled(400) * 10);
 }
 
 TEST(FuseOverlappingIntervals, HiddenAndVisibleTileTheEdge) {
