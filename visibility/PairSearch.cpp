@@ -14,6 +14,7 @@ namespace ctr {
 namespace {
 
 constexpr std::uint32_t kLanes = 4;
+constexpr std::uint32_t kTaken = 512;
 
 /// A corner of a triangle, and after it the number that follows.
 Lanes CornerOf(const BakedVertex* corner) {
@@ -55,12 +56,9 @@ PairSearch::PairSearch(const BakedTriangles& baked,
     // A value of a plane takes seven roundings of 2^-24 at most: of the coordinate, the normal,
     // their product, three sums and the offset. What it is compared with takes as many.
     constexpr float kRounding = 0x1p-20F;
-    constexpr float kExact = 0x1p24F;
     for (int axis = 0; axis < 3 && !baked.bvh.nodes.empty(); ++axis) {
         const kx::kxBBox& all = baked.bvh.nodes.front().box;
-        const float farthest = std::max(std::abs(all.min[axis]), std::abs(all.max[axis]));
-        rounding_[axis] = kRounding * farthest;
-        room_[axis] = farthest < kExact ? 0.0F : rounding_[axis];
+        rounding_[axis] = kRounding * std::max(std::abs(all.min[axis]), std::abs(all.max[axis]));
     }
 }
 
@@ -89,6 +87,7 @@ bool PairSearch::markBelow(unsigned int node) {
 std::vector<FoundIntersection> PairSearch::run() {
     marked_.resize(triangles_.size());
     allMarked_.resize(baked_.bvh.nodes.size());
+    taken_.resize(kTaken);
     bool whole = baked_.bvh.nodes.empty() || meetSelf(0);
     // What no leaf holds is met by nothing.
     while (whole && done_ < baked_.trianglePlanes.size()) {
@@ -174,8 +173,6 @@ PairSearch::RoughPlane<float> PairSearch::roughPlaneOf(const BakedVertex& origin
 
 /// A leaf is often held against one neighbour after another.
 void PairSearch::take(std::uint32_t firstSlot, std::uint32_t endSlot) {
-    constexpr std::uint32_t kTaken = 512;
-    taken_.resize(kTaken);
     Four& four = taken_[firstSlot / 2 % kTaken];
     if (four.present == 0 || four.firstSlot != firstSlot) {
         four.firstSlot = firstSlot;
@@ -186,8 +183,6 @@ void PairSearch::take(std::uint32_t firstSlot, std::uint32_t endSlot) {
 
 void PairSearch::fill(Four& four, std::uint32_t endSlot) const {
     constexpr float kFar = std::numeric_limits<float>::infinity();
-    four.allMin = All(kFar);
-    four.allMax = All(-kFar);
     four.marked = 0;
     for (int axis = 0; axis < 3; ++axis) {
         four.min[axis] = All(kFar);
@@ -197,10 +192,8 @@ void PairSearch::fill(Four& four, std::uint32_t endSlot) const {
         const std::uint32_t lane = slot - four.firstSlot;
         const auto& corners = triangles_[slot].corners;
         const Lanes p[3] = {CornerOf(corners), CornerOf(corners + 1), CornerOf(corners + 2)};
-        const Lanes min = Least(p[0], Least(p[1], p[2])) - room_;
-        const Lanes max = Most(p[0], Most(p[1], p[2])) + room_;
-        four.allMin = Least(four.allMin, min);
-        four.allMax = Most(four.allMax, max);
+        const Lanes min = Least(p[0], Least(p[1], p[2]));
+        const Lanes max = Most(p[0], Most(p[1], p[2]));
         four.normals[lane] = NormalOf(corners);
         four.marked |= static_cast<Chosen>(marked_[slot]) << lane;
         const RoughPlane<float> plane = roughPlaneOf(corners[0], four.normals[lane]);
@@ -215,13 +208,7 @@ void PairSearch::fill(Four& four, std::uint32_t endSlot) const {
             }
         }
     }
-    four.allMin[3] = -kFar;
-    four.allMax[3] = kFar;
     four.present = (1U << (endSlot - four.firstSlot)) - 1;
-}
-
-bool PairSearch::Four::isApartFrom(Lanes otherMin, Lanes otherMax) const {
-    return BitsOf((otherMin > allMax) | (otherMax < allMin)) != 0;
 }
 
 /// Whose boxes share a point with a box.
@@ -300,8 +287,7 @@ void PairSearch::holdAgainstSlot(std::uint32_t slot, Chosen chosen) {
     const Lanes p[3] = {CornerOf(corners), CornerOf(corners + 1), CornerOf(corners + 2)};
     const Lanes min = Least(p[0], Least(p[1], p[2]));
     const Lanes max = Most(p[0], Most(p[1], p[2]));
-    chosen &=
-        four_->meeting(reinterpret_cast<const float*>(&min), reinterpret_cast<const float*>(&max));
+    chosen &= four_->meeting(min, max);
     if (marked_[slot]) {
         chosen &= ~four_->marked;
     }

@@ -47,10 +47,7 @@ private:
 
     /// The triangles of up to four slots in a row, side by side.
     struct Four {
-        /// Around all boxes: the fourth numbers are beyond all bounds.
-        Lanes allMin;
-        Lanes allMax;
-        /// Boxes, larger by what floats may be off. Nothing meets those of lanes without triangle.
+        /// Boxes, which rounding does not part. Nothing meets those of lanes without triangle.
         Lanes min[3];
         Lanes max[3];
         Lanes corners[3][3]; ///< Corner by corner, axis by axis.
@@ -60,7 +57,6 @@ private:
         Chosen present;
         Chosen marked;
 
-        bool isApartFrom(Lanes otherMin, Lanes otherMax) const;
         template <class Numbers>
         Chosen meeting(const Numbers& otherMin, const Numbers& otherMax) const;
         Chosen cutting(const kx::kxBBox& box) const;
@@ -85,8 +81,7 @@ private:
     const std::vector<Triangle>& triangles_;
     std::function<bool()> triangleDone_;
     std::function<bool()> goOn_;
-    float rounding_[3] = {};      ///< By axis: how far products with a coordinate may be off,
-    Lanes room_ = {};             ///< and how far boxes may be.
+    float rounding_[3] = {};      ///< How far products with a coordinate may be off, by axis.
     std::vector<bool> marked_;    ///< One a slot.
     std::vector<bool> allMarked_; ///< One a node: all triangles below it are.
     std::vector<FoundIntersection> found_;
