@@ -21,23 +21,37 @@ bool AreBesidePlane(const PlaneValues& values, const GridVector& n) {
     return std::min({at[0], at[1], at[2]}) >= -reach && std::max({at[0], at[1], at[2]}) <= reach;
 }
 
-/// floor(p0 + (p1 - p0) * t), measured from the smaller end. For t in [0, 1] the double is off by
-/// less than a step before it is made exact.
-std::int32_t CoordinateAt(std::int32_t p0, std::int32_t p1, const Fraction& t, double share) {
+/// floor(delta * part), the part being in [0, 1]; `guess` is off by less than a step.
+long ExactSteps(long delta, const Fraction& part, long guess) {
     using Wide = __int128;
+    const Wide product = Wide{delta} * part[0];
+    Wide steps = guess;
+    while (steps * part[1] > product) {
+        --steps;
+    }
+    while ((steps + 1) * part[1] <= product) {
+        ++steps;
+    }
+    return static_cast<long>(steps);
+}
+
+/// floor(p0 + (p1 - p0) * t), measured from the smaller end. The double is off by less than 2^-18,
+/// so the whole steps are sure unless it is close to a whole number.
+std::int32_t CoordinateAt(std::int32_t p0, std::int32_t p1, const Fraction& t, double share) {
+    constexpr double kUnsure = 0x1p-16;
     const long delta = std::abs(long{p1} - long{p0});
     const bool rises = p1 >= p0;
-    const Wide product = Wide{delta} * (rises ? Wide{t[0]} : Wide{t[1]} - Wide{t[0]});
-    Wide steps = 0;
+    long steps = 0;
     if (t[0] < 0 || t[0] > t[1]) {
-        steps = product / t[1]; // only on grids too fine to be of use
+        using Wide = __int128; // only on grids too fine to be of use
+        const Wide part = rises ? Wide{t[0]} : Wide{t[1]} - Wide{t[0]};
+        steps = static_cast<long>(Wide{delta} * part / t[1]);
     } else {
-        steps = static_cast<long>(static_cast<double>(delta) * (rises ? share : 1.0 - share));
-        while (steps * t[1] > product) {
-            --steps;
-        }
-        while ((steps + 1) * t[1] <= product) {
-            ++steps;
+        const double guess = static_cast<double>(delta) * (rises ? share : 1.0 - share);
+        steps = static_cast<long>(guess);
+        const double rest = guess - static_cast<double>(steps);
+        if (rest < kUnsure || rest > 1.0 - kUnsure) {
+            steps = ExactSteps(delta, {rises ? t[0] : t[1] - t[0], t[1]}, steps);
         }
     }
     return static_cast<std::int32_t>((rises ? p0 : p1) + steps);
@@ -87,9 +101,10 @@ Crossings FindCrossings(const PlaneValues& values) {
     return {{first, at[first], at[(first + 1) % 3]}, {second, at[second], at[(second + 1) % 3]}};
 }
 
-/// A crossing rounded down to the grid.
+/// A crossing rounded down to the grid on screen.
 struct Rounded {
-    BakedVertex point;
+    std::int32_t x;
+    std::int32_t y;
     std::uint8_t end; ///< As in FoundIntersection.
 };
 
@@ -99,9 +114,15 @@ struct Span {
     Rounded high;
 };
 
+double ShareOf(const Fraction& t) {
+    return static_cast<double>(t[0]) / static_cast<double>(t[1]);
+}
+
 Rounded RoundedCrossing(const BakedVertex* corners, const Crossing& crossing, int firstEnd) {
     const Fraction t = MakeFraction(crossing.from, WrapSubtract(crossing.from, crossing.to));
-    return {PointAt(corners[crossing.edge], corners[(crossing.edge + 1) % 3], t),
+    const BakedVertex& p = corners[crossing.edge];
+    const BakedVertex& q = corners[(crossing.edge + 1) % 3];
+    return {CoordinateAt(p.x, q.x, t, ShareOf(t)), CoordinateAt(p.y, q.y, t, ShareOf(t)),
             static_cast<std::uint8_t>(firstEnd + crossing.edge)};
 }
 
@@ -148,10 +169,8 @@ bool AreApart(Both a, Both b) {
 enum class OrderingAxis { none, x, y };
 
 OrderingAxis ChooseAxis(const Span& a, const Span& b) {
-    const auto [minX, maxX] =
-        std::minmax({a.low.point.x, a.high.point.x, b.low.point.x, b.high.point.x});
-    const auto [minY, maxY] =
-        std::minmax({a.low.point.y, a.high.point.y, b.low.point.y, b.high.point.y});
+    const auto [minX, maxX] = std::minmax({a.low.x, a.high.x, b.low.x, b.high.x});
+    const auto [minY, maxY] = std::minmax({a.low.y, a.high.y, b.low.y, b.high.y});
     const long extentX = long{maxX} - long{minX};
     const long extentY = long{maxY} - long{minY};
     if (extentX == 0 && extentY == 0) {
@@ -162,9 +181,7 @@ OrderingAxis ChooseAxis(const Span& a, const Span& b) {
 
 /// The overlap of two spans along an axis; none when they are apart or only touch.
 std::optional<Piercing> OverlapOf(Span a, Span b, OrderingAxis axis) {
-    const auto key = [axis](const Rounded& p) {
-        return axis == OrderingAxis::x ? p.point.x : p.point.y;
-    };
+    const auto key = [axis](const Rounded& p) { return axis == OrderingAxis::x ? p.x : p.y; };
     for (Span* span : {&a, &b}) {
         if (key(span->high) < key(span->low)) {
             std::swap(span->low, span->high);
@@ -188,7 +205,7 @@ std::optional<Piercing> OverlapOf(Span a, Span b, OrderingAxis axis) {
 } // namespace
 
 BakedVertex PointAt(const BakedVertex& p0, const BakedVertex& p1, const Fraction& t) {
-    const double share = static_cast<double>(t[0]) / static_cast<double>(t[1]);
+    const double share = ShareOf(t);
     return {CoordinateAt(p0.x, p1.x, t, share), CoordinateAt(p0.y, p1.y, t, share),
             CoordinateAt(p0.z, p1.z, t, share)};
 }
