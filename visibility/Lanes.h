@@ -1,7 +1,10 @@
 // Four numbers that are worked on together.
 #pragma once
 
+#include <ctr/DiscreteProjectionSpace.h>
+
 #include <cstdint>
+#include <cstring>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -40,6 +43,13 @@ inline unsigned int BitsOf(IntegerLanes comparison) {
 
 inline Lanes All(float value) {
     return Lanes{value, value, value, value};
+}
+
+/// The coordinates of a corner, and after them the number that follows it in memory.
+inline IntegerLanes NumbersOf(const BakedVertex* corner) {
+    IntegerLanes numbers;
+    std::memcpy(&numbers, corner, sizeof numbers);
+    return numbers;
 }
 
 } // namespace ctr

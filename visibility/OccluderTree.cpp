@@ -21,19 +21,11 @@ constexpr double kRoundedSteps = 2.0;
 constexpr double kGridExtent = 0x1p31;
 constexpr double kRoundedShare = 0x1p-49 * kGridExtent;
 
-using Integers = std::int32_t __attribute__((vector_size(16)));
-
-Integers NumbersOf(const BakedVertex* corner) {
-    Integers numbers;
-    std::memcpy(&numbers, corner, sizeof numbers);
-    return numbers;
-}
-
-Lanes Floats(Integers numbers) {
+Lanes Floats(IntegerLanes numbers) {
     return __builtin_convertvector(numbers, Lanes);
 }
 
-Lanes Lengths(Integers numbers) {
+Lanes Lengths(IntegerLanes numbers) {
     const Lanes lengths = Floats(numbers);
     return Most(lengths, -lengths);
 }
@@ -144,9 +136,9 @@ OccluderTree::Box OccluderTree::boxOf(Child leaf) const {
     Box box{All(kFar), All(-kFar)};
     for (std::uint32_t slot = leaf.begin; slot < leaf.end; ++slot) {
         const BakedVertex* const p = triangles_[slot].corners;
-        const Integers a = NumbersOf(p);
-        const Integers b = NumbersOf(p + 1);
-        const Integers c = NumbersOf(p + 2);
+        const IntegerLanes a = NumbersOf(p);
+        const IntegerLanes b = NumbersOf(p + 1);
+        const IntegerLanes c = NumbersOf(p + 2);
         const Lanes size = Most(Most(Lengths(b - a), Lengths(c - b)), Lengths(a - c));
         const long twiceArea = CrossXY(Difference(p[1], p[0]), Difference(p[2], p[0]));
         const float perArea = 1.0F / std::max(std::abs(static_cast<float>(twiceArea)), 1.0F);

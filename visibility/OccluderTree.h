@@ -18,7 +18,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -34,12 +33,11 @@ public:
 
     /// Three corners with one number after them.
     bool isBeside(const BakedVertex* corners) const {
-        const Integers p = at(corners);
-        const Integers q = at(corners + 1);
-        const Integers r = at(corners + 2);
-        const auto beside = reinterpret_cast<Halves>(((p > max_) & (q > max_) & (r > max_)) |
-                                                     ((p < min_) & (q < min_) & (r < min_)));
-        return (beside[0] | beside[1]) != 0;
+        const IntegerLanes p = NumbersOf(corners);
+        const IntegerLanes q = NumbersOf(corners + 1);
+        const IntegerLanes r = NumbersOf(corners + 2);
+        return BitsOf(((p > max_) & (q > max_) & (r > max_)) |
+                      ((p < min_) & (q < min_) & (r < min_))) != 0;
     }
 
     /// Whether a box of grid points, which floats hold as well as they can, reaches the sieve's on
@@ -55,17 +53,8 @@ public:
     static constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
 
 private:
-    using Integers = std::int32_t __attribute__((vector_size(16)));
-    using Halves = std::int64_t __attribute__((vector_size(16)));
-
-    static Integers at(const BakedVertex* corner) {
-        Integers numbers;
-        std::memcpy(&numbers, corner, sizeof numbers);
-        return numbers;
-    }
-
-    Integers min_;
-    Integers max_;
+    IntegerLanes min_;
+    IntegerLanes max_;
 };
 
 /// A segment as the boxes of a tree are tested against it: where it is within the screen rectangle
@@ -119,9 +108,9 @@ class Coverage {
 public:
     /// Of either child that the segment reaches, none of the other.
     static std::array<std::uint64_t, 2> between(const SegmentProbe::Reach& reach) {
-        const Integers first = binOf(reach.enter);
-        const Integers last = binOf(reach.leave);
-        const Integers reached = reach.enter <= reach.leave;
+        const IntegerLanes first = binOf(reach.enter);
+        const IntegerLanes last = binOf(reach.leave);
+        const IntegerLanes reached = reach.enter <= reach.leave;
         const auto bins = [&](int k) {
             return reached[k] == 0
                        ? std::uint64_t{0}
@@ -137,10 +126,9 @@ public:
 
 private:
     static constexpr int kBins = 64;
-    using Integers = std::int32_t __attribute__((vector_size(16)));
 
-    static Integers binOf(Lanes at) {
-        return __builtin_convertvector(Least(at * kBins, All(kBins - 1)), Integers);
+    static IntegerLanes binOf(Lanes at) {
+        return __builtin_convertvector(Least(at * kBins, All(kBins - 1)), IntegerLanes);
     }
 
     std::uint64_t bins_ = 0;

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <tuple>
 #include <utility>
@@ -16,11 +15,8 @@ namespace {
 constexpr std::uint32_t kLanes = 4;
 constexpr std::uint32_t kTaken = 512;
 
-/// A corner of a triangle, and after it the number that follows.
 Lanes CornerOf(const BakedVertex* corner) {
-    IntegerLanes numbers;
-    std::memcpy(&numbers, corner, sizeof numbers);
-    return __builtin_convertvector(numbers, Lanes);
+    return __builtin_convertvector(NumbersOf(corner), Lanes);
 }
 
 bool Overlap(const kx::kxBBox& a, const kx::kxBBox& b) {
@@ -56,9 +52,12 @@ PairSearch::PairSearch(const BakedTriangles& baked,
     // A value of a plane takes seven roundings of 2^-24 at most: of the coordinate, the normal,
     // their product, three sums and the offset. What it is compared with takes as many.
     constexpr float kRounding = 0x1p-20F;
+    constexpr float kLastExact = 0x1p24F;
     for (int axis = 0; axis < 3 && !baked.bvh.nodes.empty(); ++axis) {
         const kx::kxBBox& all = baked.bvh.nodes.front().box;
-        rounding_[axis] = kRounding * std::max(std::abs(all.min[axis]), std::abs(all.max[axis]));
+        const float farthest = std::max(std::abs(all.min[axis]), std::abs(all.max[axis]));
+        rounding_[axis] = kRounding * farthest;
+        floatsAreExact_ = floatsAreExact_ && farthest <= kLastExact;
     }
 }
 
@@ -232,19 +231,33 @@ PairSearch::Chosen PairSearch::Four::cutting(const kx::kxBBox& box) const {
     return BitsOf((middle < reach) & (-middle < reach));
 }
 
-/// Whose planes a triangle may straddle.
-PairSearch::Chosen PairSearch::Four::cutting(const Lanes (&other)[3]) const {
+/// Whose planes a triangle may straddle. A corner that both share lies on the plane, which matters
+/// as most pairs that come so far are neighbours; floats of corners may be told apart for it.
+PairSearch::Chosen PairSearch::Four::cutting(const Lanes (&other)[3], bool floatsAreExact) const {
     const auto& [x, y, z] = planes.normal;
     const Lanes above = planes.offset + planes.slack;
     const Lanes below = planes.offset - planes.slack;
-    IntegerLanes front{};
-    IntegerLanes behind{};
-    for (const Lanes& p : other) {
-        const Lanes value = x * p[0] + y * p[1] + z * p[2];
-        front |= value < above;
-        behind |= value > below;
+    IntegerLanes front[3];
+    IntegerLanes behind[3];
+    for (int k = 0; k < 3; ++k) {
+        const Lanes value = x * other[k][0] + y * other[k][1] + z * other[k][2];
+        front[k] = value < above;
+        behind[k] = value > below;
     }
-    return BitsOf(front & behind);
+    const Chosen may =
+        BitsOf((front[0] | front[1] | front[2]) & (behind[0] | behind[1] | behind[2]));
+    if (may == 0 || !floatsAreExact) {
+        return may;
+    }
+    for (int k = 0; k < 3; ++k) {
+        IntegerLanes shared{};
+        for (const auto& own : corners) {
+            shared |= (own[0] == other[k][0]) & (own[1] == other[k][1]) & (own[2] == other[k][2]);
+        }
+        front[k] &= ~shared;
+        behind[k] &= ~shared;
+    }
+    return BitsOf((front[0] | front[1] | front[2]) & (behind[0] | behind[1] | behind[2]));
 }
 
 /// Which may straddle a plane.
@@ -294,7 +307,7 @@ void PairSearch::holdAgainstSlot(std::uint32_t slot, Chosen chosen) {
     if (chosen == 0) {
         return;
     }
-    chosen &= four_->cutting(p);
+    chosen &= four_->cutting(p, floatsAreExact_);
     if (chosen == 0) {
         return;
     }

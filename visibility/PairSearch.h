@@ -60,7 +60,7 @@ private:
         template <class Numbers>
         Chosen meeting(const Numbers& otherMin, const Numbers& otherMax) const;
         Chosen cutting(const kx::kxBBox& box) const;
-        Chosen cutting(const Lanes (&other)[3]) const;
+        Chosen cutting(const Lanes (&other)[3], bool floatsAreExact) const;
         Chosen cutBy(const RoughPlane<float>& plane) const;
     };
 
@@ -82,6 +82,7 @@ private:
     std::function<bool()> triangleDone_;
     std::function<bool()> goOn_;
     float rounding_[3] = {};      ///< How far products with a coordinate may be off, by axis.
+    bool floatsAreExact_ = true;  ///< Those of coordinates.
     std::vector<bool> marked_;    ///< One a slot.
     std::vector<bool> allMarked_; ///< One a node: all triangles below it are.
     std::vector<FoundIntersection> found_;
