@@ -56,7 +56,7 @@ std::vector<GridTriangle> RandomCrowd(Random& random, const Grid& grid, std::siz
     for (int i = random.between(2, 6); i > 0; --i) {
         triangles.push_back(RandomTriangle(random, grid, grid.across(), 0, front));
     }
-    const int reach = std::max(2, grid.across() / random.between(10, 40));
+    const int reach = std::max(2, grid.across() / random.between(15, 50));
     while (triangles.size() < count) {
         triangles.push_back(RandomTriangle(random, grid, reach, front / 2, grid.deep()));
     }
@@ -122,7 +122,7 @@ TEST(UnseenCuts, AreLeftOutAndNothingElse) {
     long tried = 0;
     long looked = 0;
     std::size_t pieces = 0;
-    for (int seed = 0; seed < Scaled(12); ++seed) {
+    for (int seed = 0; seed < std::max(3, Scaled(12)); ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         constexpr std::array<Grid, 4> kGrids = {{{7, 9}, {9, 7}, {12, 12}, {19, 20}}};
         Crowd crowd(random, kGrids[static_cast<std::size_t>(random.below(4))]);
@@ -141,7 +141,7 @@ TEST(UnseenCuts, AreLeftOutAndNothingElse) {
         looked += whereSeen.steps - triangles;
         pieces += PiecesOf(found).size() / 2;
     }
-    EXPECT_GT(pieces, 1000U);
+    EXPECT_GT(pieces, 500U);
     EXPECT_LT(looked, tried * 9 / 10);
 }
 
@@ -156,7 +156,7 @@ TEST(UnseenCuts, AreFoundWhenTheyAreWanted) {
     const SetPointer found(crowd.generator.computeIntersectionEdges(0, &hidden));
     EXPECT_EQ(PiecesOf(found), PiecesOf(expected));
     EXPECT_EQ(PiecesOf(hidden), PiecesOf(expectedHidden));
-    EXPECT_GT(PiecesOf(hidden).size(), 1000U);
+    EXPECT_GT(PiecesOf(hidden).size(), 100U);
 }
 
 } // namespace
