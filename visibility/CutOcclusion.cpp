@@ -23,10 +23,6 @@ long SaturatedToLong(double value) {
     return static_cast<long>(std::clamp(value, -kLimit, kLimit));
 }
 
-int SignOf(long value) {
-    return static_cast<int>(value > 0) - static_cast<int>(value < 0);
-}
-
 /// The rounded ends, and what is computed of them, are off by less than this times the size of the
 /// function: grid coordinates have at most 31 bits.
 constexpr double kEndError = 0x1p-18;

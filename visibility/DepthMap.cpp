@@ -17,7 +17,7 @@ long MostCells(std::size_t triangles) {
 }
 
 /// The columns of a row, from the first one of a triangle's box.
-struct Span {
+struct ColumnSpan {
     double from;
     double to;
 };
@@ -40,7 +40,7 @@ public:
     }
 
     /// Leaves the cells of the row that are wholly inside.
-    void narrow(Span& span) const {
+    void narrow(ColumnSpan& span) const {
         // The cell where the side is crossed is told to within this, if it is on the map.
         constexpr double kMargin = 1.0e-6;
         const double crossing = static_cast<double>(value_) * columns_ + 1.0;
@@ -184,7 +184,7 @@ void DepthMap::fill(const BakedVertex* corners) {
                          std::max(0.0, depthPerX * cell) + std::max(0.0, depthPerY * cell) + 2.0 +
                          slack;
     for (long row = cells.firstY; row < cells.endY; ++row, y += size) {
-        Span span{0.0, static_cast<double>(cells.columns())};
+        ColumnSpan span{0.0, static_cast<double>(cells.columns())};
         for (CellSide& side : sides) {
             side.narrow(span);
             side.goUp();

@@ -33,6 +33,10 @@ inline long WrapSubtract(long a, long b) {
     return static_cast<long>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
 }
 
+inline int SignOf(long value) {
+    return static_cast<int>(value > 0) - static_cast<int>(value < 0);
+}
+
 inline GridVector Difference(const BakedVertex& p, const BakedVertex& q) {
     return {long{p.x} - long{q.x}, long{p.y} - long{q.y}, long{p.z} - long{q.z}};
 }

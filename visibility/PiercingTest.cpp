@@ -89,10 +89,6 @@ struct CrossedEdges {
 };
 constexpr CrossedEdges kCrossedEdges;
 
-int SignOf(long value) {
-    return static_cast<int>(value > 0) - static_cast<int>(value < 0);
-}
-
 /// The two crossings of a straddling triangle's edges.
 Crossings FindCrossings(const PlaneValues& values) {
     const auto& at = values.at;

@@ -189,6 +189,13 @@ TEST(IntersectionSearch, BoxesThatFloatsPartAreHeldAgainstEachOther) {
                  {{{100, 90, kFar + 40}, {1100, 120, kFar + 20}, {150, 1200, kFar + 20}}});
 }
 
+// The first corners are one step apart, and one number in floats.
+TEST(IntersectionSearch, CornersThatFloatsTakeForOneAreToldApart) {
+    constexpr std::int32_t kFar = 1 << 29;
+    CheckThePair(LatticeSpace(14, 30), {{{100, 100, kFar}, {1100, 100, kFar}, {100, 1100, kFar}}},
+                 {{{100, 100, kFar + 1}, {16000, 8000, kFar - 2000}, {8000, 16000, kFar - 2000}}});
+}
+
 TEST(IntersectionSearch, FewCutsThroughSheetsOfManyTriangles) {
     const int scenes = Scaled(50);
     CutCounts counts;
