@@ -1,6 +1,7 @@
 # What `cmake --install` lays down under one prefix: the library, the seam it is written against,
 # their headers, the tool, and the two descriptions by which others find them (CMake package,
-# pkg-config). The prefix may be moved as a whole afterwards.
+# pkg-config). The prefix may be moved as a whole afterwards. The components library, development
+# and tool are what a package of each kind holds (cmake/Packages.cmake).
 include(CMakePackageConfigHelpers)
 
 # Libraries lie side by side; the tool finds them from where it lies itself.
@@ -8,19 +9,20 @@ file(RELATIVE_PATH ctr_lib_from_bin ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL
 set_target_properties(kxContouringLib kxPlatform PROPERTIES INSTALL_RPATH "$ORIGIN")
 
 install(TARGETS kxContouringLib kxPlatform EXPORT kxContouringLibTargets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 if(CTR_BUILD_TOOL)
   set_target_properties(kxcontour PROPERTIES INSTALL_RPATH "$ORIGIN/${ctr_lib_from_bin}")
-  install(TARGETS kxcontour RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  # Where the manual and the shells look by themselves.
-  install(FILES ${PROJECT_BINARY_DIR}/tool/kxcontour.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(TARGETS kxcontour RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  # Where the manual and the shells look by themselves. Packages have the page compressed instead.
+  install(FILES ${PROJECT_BINARY_DIR}/tool/kxcontour.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT manual)
   install(FILES ${PROJECT_BINARY_DIR}/tool/kxcontour.bash RENAME kxcontour
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
   install(FILES ${PROJECT_BINARY_DIR}/tool/kxcontour.zsh RENAME _kxcontour
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tool)
   install(FILES ${PROJECT_BINARY_DIR}/tool/kxcontour.fish
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
 endif()
 
 set(ctr_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kxContouringLib)
@@ -32,8 +34,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/kxContouringLibConfigVers
 install(FILES
   ${PROJECT_BINARY_DIR}/kxContouringLibConfig.cmake
   ${PROJECT_BINARY_DIR}/kxContouringLibConfigVersion.cmake
-  DESTINATION ${ctr_package_dir})
-install(EXPORT kxContouringLibTargets NAMESPACE kxContouringLib:: DESTINATION ${ctr_package_dir})
+  DESTINATION ${ctr_package_dir} COMPONENT development)
+install(EXPORT kxContouringLibTargets NAMESPACE kxContouringLib::
+  DESTINATION ${ctr_package_dir} COMPONENT development)
 
 file(RELATIVE_PATH ctr_prefix_from_pc
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
@@ -42,4 +45,4 @@ file(RELATIVE_PATH ctr_include_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTA
 file(RELATIVE_PATH ctr_lib_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
 configure_file(cmake/kxContouringLib.pc.in ${PROJECT_BINARY_DIR}/kxContouringLib.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kxContouringLib.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

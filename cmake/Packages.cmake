@@ -1,0 +1,110 @@
+# Debian packages of what cmake/Install.cmake lays down, each of one component, made by cpack from
+# the build as it is:
+#   library      libkxcontouringlib1      what programs built with the library need to run
+#   development  libkxcontouringlib-dev   headers, links and descriptions to build them
+#   tool         kxcontour                the program, its manual page and completions
+# The files lie under /usr, libraries in /usr/lib: programs find them there, whatever prefix the
+# build was configured for. Only for the project itself, not where it is part of another.
+set(package_library libkxcontouringlib${PROJECT_VERSION_MAJOR})
+set(package_development libkxcontouringlib-dev)
+set(package_tool kxcontour)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL library development)
+if(CTR_BUILD_TOOL)
+  list(APPEND CPACK_COMPONENTS_ALL tool)
+endif()
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/packages/BeforePacking.cmake)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/packages/OpenFolders.cmake)
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_SOURCE kxcontouringlib)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "kxContouringLib developers <kxcontour@localhost>")
+
+# Which packages a program needs is read from it. The libraries that are packaged here lie in the
+# build: their package is named by the components, and with its version, as the tool and the library
+# of one build belong together.
+set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS library)
+set(CPACK_COMPONENT_TOOL_DEPENDS library)
+# The headers include those of Wild Magic, and programs are linked with it.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS libwildmagic-dev)
+# What the libraries need, cmake/packages/BeforePacking.cmake finds out: where cpack does, it has
+# scripts call ldconfig, for which there is a trigger.
+foreach(target kxContouringLib kxPlatform)
+  get_target_property(folder ${target} BINARY_DIR)
+  list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${folder})
+  list(APPEND CPACK_CTR_LIBRARIES ${folder}/lib${target}.so.${PROJECT_VERSION})
+endforeach()
+# Packages of programs that use the libraries learn from the file shlibs what to depend on.
+configure_file(cmake/packages/shlibs.in ${PROJECT_BINARY_DIR}/package-contents/shlibs @ONLY)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_BINARY_DIR}/package-contents/shlibs
+  ${PROJECT_SOURCE_DIR}/cmake/packages/triggers)
+
+set(subject "Finds creases, silhouettes and intersection lines of triangle meshes seen
+through a camera, decides exactly which parts of them are hidden, and writes
+the rest as paths of an SVG in millimetres. The same model gives the same
+drawing, byte for byte.")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "vector line drawings of 3D meshes (shared library)
+${subject}
+
+This package holds what programs that use the library need to run.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "vector line drawings of 3D meshes (development files)
+${subject}
+
+This package holds the headers of the library and of the framework that it is
+written against, and what CMake and pkg-config need to find them.")
+set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_TOOL_DESCRIPTION "vector line drawings of 3D models (command-line tool)
+Draws models in glTF, OBJ, STL, PLY, 3MF, FBX, IFC and other formats as lines
+on a page of a given size, at a given scale, with hidden lines removed or
+shown apart: as SVG, PDF, PNG, DXF or JSON. The same model gives the same
+drawing, byte for byte.")
+
+# What packages have and `cmake --install` does not lay down: what is compressed at build time, and
+# the notices of those whose header files are compiled into the tool.
+set(contents ${PROJECT_BINARY_DIR}/package-contents)
+find_program(CTR_GZIP gzip)
+mark_as_advanced(CTR_GZIP)
+function(ctr_compress file result)
+  add_custom_command(OUTPUT ${contents}/${result}
+    COMMAND ${CTR_GZIP} -9nc ${file} > ${contents}/${result}
+    DEPENDS ${file} ${ARGN}
+    COMMENT "Writing ${result}"
+    VERBATIM)
+  set(compressed ${compressed} ${contents}/${result} PARENT_SCOPE)
+endfunction()
+
+ctr_compress(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog.gz)
+foreach(component ${CPACK_COMPONENTS_ALL})
+  string(TOUPPER ${component} upper)
+  set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package_${component}})
+  install(FILES ${contents}/changelog.gz cmake/packages/copyright
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package_${component}}
+    COMPONENT ${component} EXCLUDE_FROM_ALL)
+endforeach()
+if(CTR_BUILD_TOOL)
+  ctr_compress(${PROJECT_BINARY_DIR}/tool/kxcontour.1 kxcontour.1.gz kxcontour_texts)
+  install(FILES ${contents}/kxcontour.1.gz
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool EXCLUDE_FROM_ALL)
+  foreach(package libcli11-dev libtomlplusplus-dev nlohmann-json3-dev)
+    install(FILES /usr/share/doc/${package}/copyright RENAME ${package}
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package_tool}/notices
+      COMPONENT tool EXCLUDE_FROM_ALL)
+  endforeach()
+endif()
+# All that has to be built before cpack is called.
+add_custom_target(package_contents ALL DEPENDS ${compressed})
+add_dependencies(package_contents kxContouringLib)
+
+include(CPack)

@@ -1,0 +1,33 @@
+# Read by cpack before it packs anything.
+
+# Without one of these, cpack would make packages that do not say what they need.
+foreach(program dpkg dpkg-shlibdeps file)
+  find_program(found_${program} ${program})
+  if(NOT found_${program})
+    message(FATAL_ERROR "${program} is missing; scripts/setup package installs what packing needs")
+  endif()
+endforeach()
+
+# The packages that the libraries need. dpkg-shlibdeps works in the folder of a source package, of
+# which it wants no more than an empty control file; it knows no package yet of the libraries.
+set(folder ${CPACK_PACKAGE_DIRECTORY}/_CPack_Packages/needs)
+file(WRITE ${folder}/debian/control "")
+execute_process(COMMAND dpkg-shlibdeps -O --ignore-missing-info ${CPACK_CTR_LIBRARIES}
+  WORKING_DIRECTORY ${folder}
+  OUTPUT_VARIABLE needs OUTPUT_STRIP_TRAILING_WHITESPACE
+  ERROR_VARIABLE said
+  RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "dpkg-shlibdeps: ${said}")
+endif()
+string(REGEX REPLACE "^shlibs:Depends=" "" CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "${needs}")
+
+# Files bear the time of the commit: the same commit gives the same packages.
+if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
+  execute_process(COMMAND git log -1 --format=%ct
+    WORKING_DIRECTORY ${CMAKE_CURRENT_LIST_DIR}
+    OUTPUT_VARIABLE seconds OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+  if(seconds)
+    set(ENV{SOURCE_DATE_EPOCH} ${seconds})
+  endif()
+endif()
