@@ -12,6 +12,7 @@
 #include <Wm5Vector3.h>
 #include <Wm5Vector4.h>
 
+/// Vectors, matrices and colours.
 namespace Wm4 {
 
 using Wm5::Math;
@@ -25,11 +26,12 @@ class ColorRGB {
 public:
     /// Black.
     constexpr ColorRGB() = default;
+    /// The three channels.
     constexpr ColorRGB(float r, float g, float b) : r_(r), g_(g), b_(b) {}
 
-    constexpr float R() const { return r_; }
-    constexpr float G() const { return g_; }
-    constexpr float B() const { return b_; }
+    constexpr float R() const { return r_; } ///< The red channel.
+    constexpr float G() const { return g_; } ///< The green channel.
+    constexpr float B() const { return b_; } ///< The blue channel.
 
     /// Compares channel by channel, as numbers: a NaN channel equals nothing.
     constexpr bool operator==(const ColorRGB&) const = default;
@@ -45,12 +47,13 @@ class ColorRGBA {
 public:
     /// Opaque black.
     constexpr ColorRGBA() = default;
+    /// The four channels.
     constexpr ColorRGBA(float r, float g, float b, float a) : r_(r), g_(g), b_(b), a_(a) {}
 
-    constexpr float R() const { return r_; }
-    constexpr float G() const { return g_; }
-    constexpr float B() const { return b_; }
-    constexpr float A() const { return a_; }
+    constexpr float R() const { return r_; } ///< The red channel.
+    constexpr float G() const { return g_; } ///< The green channel.
+    constexpr float B() const { return b_; } ///< The blue channel.
+    constexpr float A() const { return a_; } ///< The alpha channel.
 
     /// Compares channel by channel, as numbers: a NaN channel equals nothing.
     constexpr bool operator==(const ColorRGBA&) const = default;

@@ -29,9 +29,9 @@ public:
     /// What clipping left of one triangle, in clip space.
     struct ClippedPolygon {
         Wm4::Vector4<float>* vertices; ///< Array new; owned until the second pass frees it.
-        std::uint32_t vertexCount;
-        std::uint32_t sourceTriangle; ///< Number of the triangle in its mesh.
-        std::uint32_t edgeCodes;      ///< As clipTriangle() reports them.
+        std::uint32_t vertexCount;     ///< Three to nine.
+        std::uint32_t sourceTriangle;  ///< Number of the triangle in its mesh.
+        std::uint32_t edgeCodes;       ///< As clipTriangle() reports them.
     };
 
     /// What the first pass counts and clips, so that the second allocates every array once.
@@ -44,7 +44,7 @@ public:
         /// Frees what is held and counts from zero again.
         void release();
 
-        std::uint32_t vertexCount = 0;
+        std::uint32_t vertexCount = 0;   ///< Those of the meshes, and those that clipping makes.
         std::uint32_t triangleCount = 0; ///< At most; triangles seen edge-on are dropped later.
         std::vector<std::list<ClippedPolygon>> clippedPolygons; ///< One list a mesh.
         /// One bit set a mesh (array new, 32-bit words): the triangles wholly inside the view.
@@ -53,6 +53,7 @@ public:
 
     /// Null entries, and geometry other than triangle meshes, are allowed and skipped.
     void setMeshes(const std::vector<const kx::kxTriMesh*>& newMeshes);
+    /// The camera and grid to bake with; borrowed.
     void setProjectionSpace(const DiscreteProjectionSpace* space);
 
     /// Bakes the meshes; both setters have to have been called. May be called again.
@@ -101,8 +102,8 @@ public:
     /// O(n log n) in the number of triangles.
     bool computeSilhouetteEdges(std::vector<LineSegmentSet*>& sets) const;
 
-    const DiscreteProjectionSpace* projectionSpace = nullptr;
-    std::vector<const kx::kxTriMesh*> meshes;
+    const DiscreteProjectionSpace* projectionSpace = nullptr; ///< As set; borrowed.
+    std::vector<const kx::kxTriMesh*> meshes;                 ///< As set; borrowed.
     /// Mesh by mesh: its own vertices in order, then those that clipping made. A vertex outside
     /// the view is (2^28, 2^28, 2^28) and no triangle uses it.
     std::vector<BakedVertex> vertices;

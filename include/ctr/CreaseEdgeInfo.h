@@ -15,7 +15,7 @@ namespace ctr {
 
 /// One edge. The position of vertexA is not greater than that of vertexB (x, then y, then z).
 struct CreaseEdgeInfo {
-    std::uint32_t vertexA;
+    std::uint32_t vertexA; ///< The vertex that comes first by position.
     /// Bits 0 to 30: the second vertex. Bit 31: every vertex normal that was looked at for this
     /// edge is perpendicular to it.
     std::uint32_t vertexB;

@@ -15,9 +15,9 @@ namespace ctr {
 /// x counts columns and y rows, each 0 .. 2^xyBits - 1; z counts depth steps, 0 .. 2^zBits - 1, and
 /// grows away from the eye when the projection maps far to +1.
 struct BakedVertex {
-    std::int32_t x;
-    std::int32_t y;
-    std::int32_t z;
+    std::int32_t x; ///< Column.
+    std::int32_t y; ///< Row.
+    std::int32_t z; ///< Depth step.
 };
 
 /// The camera (world to clip space and back) with the grid that quantises normalised device
@@ -81,14 +81,14 @@ public:
                       unsigned int& count,
                       unsigned int& edgeCodes) const;
 
-    Wm4::Matrix4<float> worldToClip;
-    Wm4::Matrix4<float> clipToWorld;
-    Wm4::Vector3<float> frustumMin; ///< NDC lower bounds, -1 on every axis.
-    Wm4::Vector3<float> frustumMax; ///< NDC upper bounds, 1 on every axis.
-    Wm4::Vector3<float> voxelScale; ///< Grid steps in one NDC unit.
-    Wm4::Vector3<float> voxelSize;  ///< NDC length of one grid step.
-    unsigned int xyBits;
-    unsigned int zBits;
+    Wm4::Matrix4<float> worldToClip; ///< As set; a row vector stands left of it.
+    Wm4::Matrix4<float> clipToWorld; ///< Its inverse, as set.
+    Wm4::Vector3<float> frustumMin;  ///< NDC lower bounds, -1 on every axis.
+    Wm4::Vector3<float> frustumMax;  ///< NDC upper bounds, 1 on every axis.
+    Wm4::Vector3<float> voxelScale;  ///< Grid steps in one NDC unit.
+    Wm4::Vector3<float> voxelSize;   ///< NDC length of one grid step.
+    unsigned int xyBits;             ///< Across the screen: 2^xyBits columns on the longer axis.
+    unsigned int zBits;              ///< In depth: 2^zBits steps from near to far.
 };
 
 } // namespace ctr

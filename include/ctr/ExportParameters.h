@@ -35,7 +35,7 @@ public:
     /// 0 when the map onto the page is singular and the view finite.
     float getWorldUnitsPerMM() const;
 
-    Wm4::Vector2<float> pageSizeInMM;
+    Wm4::Vector2<float> pageSizeInMM;   ///< Width and height.
     std::array<float, 4> pageTransform; ///< a, b, c, d: X = a x + b y, Y = c x + d y.
     Wm4::Vector2<float> pageOffset;     ///< Millimetres added after the matrix.
 };

@@ -68,6 +68,7 @@ public:
     bool computeCircleNormalCenter(const Wm4::Vector3<float>& origin,
                                    Wm4::Vector3<double>& circleNormal,
                                    Wm4::Vector3<double>& centre) const;
+    /// The same, rounded to single precision.
     bool computeCircleNormalCenter(const Wm4::Vector3<float>& origin,
                                    Wm4::Vector3<float>& circleNormal,
                                    Wm4::Vector3<float>& centre) const;
@@ -77,14 +78,14 @@ public:
     Wm4::Vector3<float> firstPoint{0.0F, 0.0F, 0.0F}; ///< The chain's free end at its front.
     Wm4::Vector3<float> lastPoint{0.0F, 0.0F, 0.0F};  ///< The chain's free end at its back.
     double area = 0.0; ///< Area of the fan of triangles; -1 when the chain is no arc any more.
-    Wm4::Vector3<double> center{0.0, 0.0, 0.0}; ///< When circle tracking started.
-    Wm4::Vector3<double> normal{0.0, 0.0, 0.0}; ///< When circle tracking started.
-    Wm4::Vector3<double> frontReference{0.0, 0.0, 0.0};
-    Wm4::Vector3<double> backReference{0.0, 0.0, 0.0};
-    bool clockwise = false;
-    bool circleStarted = false;
-    Wm4::Vector3<float> firstDirection{0.0F, 0.0F, 0.0F};
-    bool collinear = false;
+    Wm4::Vector3<double> center{0.0, 0.0, 0.0};         ///< When circle tracking started.
+    Wm4::Vector3<double> normal{0.0, 0.0, 0.0};         ///< When circle tracking started.
+    Wm4::Vector3<double> frontReference{0.0, 0.0, 0.0}; ///< A tangent at the front end.
+    Wm4::Vector3<double> backReference{0.0, 0.0, 0.0};  ///< A tangent at the back end.
+    bool clockwise = false;     ///< Whether new segments run along these tangents.
+    bool circleStarted = false; ///< Whether the five fields above are set.
+    Wm4::Vector3<float> firstDirection{0.0F, 0.0F, 0.0F}; ///< The first segment, end less start.
+    bool collinear = false; ///< Whether no segment has turned back on the first.
     /// Sum of h u, h being the offset of a segment's bisecting plane along u.
     Wm4::Vector3<double> bisectorMoments{0.0, 0.0, 0.0};
     double bisectorSquares = 0.0; ///< Sum of h^2.

@@ -13,6 +13,7 @@
 #include <memory>
 #include <vector>
 
+/// The library: line drawings of triangle meshes.
 namespace ctr {
 
 /// The lines of one drawing. A field is null when there are no such lines or a run was cancelled.
@@ -30,6 +31,7 @@ struct GeometricFeatures {
 /// time; several generators may draw the same meshes at once.
 class CTR_EXPORT GeometricFeaturesGenerator {
 public:
+    /// No meshes, no notifier, the default projection space.
     GeometricFeaturesGenerator();
     ~GeometricFeaturesGenerator();
     GeometricFeaturesGenerator(const GeometricFeaturesGenerator&) = delete;

@@ -27,10 +27,10 @@ public:
     /// What clipping left of a segment: the parameters t0 and t1 of the part inside the view and
     /// the clip-space w of its two ends. Nothing is inside unless t0 < t1.
     struct ClipRange {
-        float t0;
-        float t1;
-        float w0;
-        float w1;
+        float t0; ///< Where the part begins.
+        float t1; ///< Where it ends.
+        float w0; ///< Clip-space w at t0.
+        float w1; ///< Clip-space w at t1.
     };
 
     /// One run of consecutive segments in an index buffer, linked into chains.
@@ -163,6 +163,7 @@ public:
     std::vector<bool> segmentFlags;
     /// Hidden parameter ranges of each segment; 0 and 1 are the ends of its part inside the view.
     std::vector<std::vector<RationalInterval>> occlusionIntervals;
+    /// What clipping left of each segment.
     std::vector<ClipRange> clipRanges;
 };
 

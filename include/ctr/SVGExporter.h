@@ -16,8 +16,8 @@ namespace ctr {
 
 /// How a line is drawn: a colour with channels from 0 to 1, and a stroke width in millimetres.
 struct SVGLineStyle {
-    Wm4::ColorRGB color;
-    float width;
+    Wm4::ColorRGB color; ///< Of the stroke; nothing is filled.
+    float width;         ///< In millimetres.
 };
 
 /// Writes the visible lines of sets into an SVG file whose user unit is one millimetre.
@@ -38,11 +38,13 @@ public:
     /// Takes a copy, used by everything that is written later.
     void setExportParameters(const ExportParameters& parameters);
 
-    /// Texts of the next openFile(), written exactly as given: markup is the caller's to escape.
-    /// An empty text leaves its element out.
+    /// The title of the next openFile(), written exactly as given: markup is the caller's to
+    /// escape. An empty text leaves its element out.
     void setTitle(const std::string& title);
+    /// The description, likewise.
     void setDescription(const std::string& description);
 
+    /// All styles by name; the exporter's own.
     const std::map<std::string, SVGLineStyle>& getLineStyles() const;
     /// The style of a name; black and 1 mm wide for an unknown one.
     SVGLineStyle getLineStyle(const std::string& name) const;

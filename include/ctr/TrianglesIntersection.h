@@ -19,6 +19,7 @@ namespace ctr {
 /// object, which keeps nothing between calls. One thread at a time.
 class CTR_EXPORT TrianglesIntersection {
 public:
+    /// For triangles that are baked by then or later.
     explicit TrianglesIntersection(const BakedTriangles& triangles);
     ~TrianglesIntersection();
     TrianglesIntersection(const TrianglesIntersection&) = delete;

@@ -22,9 +22,9 @@ public:
     ///
     /// A slot is a position in `primitives`; a leaf's slots follow each other.
     struct Node {
-        kxBBox box;
-        unsigned int first = 0;
-        unsigned int second = 0;
+        kxBBox box;              ///< around all primitives below
+        unsigned int first = 0;  ///< as in the table
+        unsigned int second = 0; ///< as in the table
     };
 
     std::vector<unsigned int> primitives; ///< the primitive numbers, as the leaves list them

@@ -12,10 +12,14 @@ namespace kx {
 /// and counts as 0.
 class KX_EXPORT kxAttributes {
 public:
+    /// Floats of a position: 3 or 0.
     void SetPositionChannels(int channels);
+    /// 3 when vertices have positions, else 0.
     int GetPositionChannels() const { return positionChannels_; }
 
+    /// Floats of a normal: 3 or 0.
     void SetNormalChannels(int channels);
+    /// 3 when vertices have normals, else 0.
     int GetNormalChannels() const { return normalChannels_; }
 
 private:

@@ -16,8 +16,9 @@ namespace kx {
 /// The geometry holds a reference on each; several geometries may share a buffer.
 class KX_EXPORT kxBaseGeometry : public kxSpatial {
 public:
-    static const kxRtti TYPE;
+    static const kxRtti TYPE; ///< The record of this class.
 
+    /// How the indices are read.
     enum GeometryType { GT_POINTS, GT_LINES, GT_TRIMESH };
 
     ~kxBaseGeometry() override;
@@ -27,13 +28,15 @@ public:
     /// How the indices are read; points, unless a class says otherwise.
     virtual GeometryType GetGeometryType() const;
 
-    /// The buffers, still owned by the geometry; null when there is none.
+    /// The vertices, still owned by the geometry; null when there are none.
     kxVertexBuffer* GetVertexBuffer() const { return vertices_.get(); }
+    /// The indices, likewise.
     kxIndexBuffer* GetIndexBuffer() const { return indices_.get(); }
 
     /// Takes a reference on the buffer and lets go of the old one; null allowed. The model bound
     /// stays as it was until `UpdateMS`.
     void SetVertexBuffer(kxVertexBuffer* vertices);
+    /// The same for the indices.
     void SetIndexBuffer(kxIndexBuffer* indices);
 
     /// Brings up to date what is derived from the vertices in model space.

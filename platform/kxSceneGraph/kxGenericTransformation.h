@@ -17,6 +17,7 @@ public:
         matrix_ = matrix;
         identity_ = matrix == Wm4::Matrix4<Real>(false);
     }
+    /// The matrix as it was set.
     const Wm4::Matrix4<Real>& GetMatrix() const { return matrix_; }
 
     /// Whether all sixteen entries equal those of the identity; -0 counts as 0.

@@ -17,7 +17,7 @@ enum IndexBufferType { IBT_POINTS = 0, IBT_LINES = 1, IBT_TRIANGLES = 2 };
 /// Any number of threads may read a buffer while none writes to it.
 class KX_EXPORT kxIndexBuffer : public kxObject {
 public:
-    static const kxRtti TYPE;
+    static const kxRtti TYPE; ///< The record of this class.
 
     /// All indices zero. A negative quantity counts as 0.
     kxIndexBuffer(int indexQuantity, IndexBufferType type);
@@ -34,10 +34,12 @@ public:
     /// step costs amortised constant time per index; shrinking keeps the memory.
     void SetIndexQuantity(int indexQuantity);
 
+    /// What was said at construction.
     IndexBufferType GetIndexBufferType() const { return type_; }
 
     /// `GetIndexQuantity()` indices in a row, owned by the buffer; may be null when there are none.
     unsigned int* GetData() { return indices_.data(); }
+    /// The same, for reading.
     const unsigned int* GetData() const { return indices_.data(); }
 
 private:

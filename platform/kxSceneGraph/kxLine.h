@@ -12,7 +12,7 @@ namespace kx {
 /// last).
 class KX_EXPORT kxLine : public kxBaseGeometry {
 public:
-    static const kxRtti TYPE;
+    static const kxRtti TYPE; ///< The record of this class.
 
     /// Takes a reference on each buffer; null allowed.
     kxLine(kxVertexBuffer* vertices, kxIndexBuffer* indices, bool strip);
@@ -29,12 +29,14 @@ public:
     /// Whether the indices are a strip rather than a list.
     bool isStrip() const { return strip_; }
 
-    /// Opaque black by default.
+    /// The colour; opaque black by default.
     Wm4::ColorRGBA getColor() const { return color_; }
+    /// Stores the colour; nothing here draws with it.
     void setColor(const Wm4::ColorRGBA& color) { color_ = color; }
 
-    /// In the unit of whoever draws the line; 1 by default.
+    /// The width, in the unit of whoever draws the line; 1 by default.
     float getWidth() const { return width_; }
+    /// Stores the width, unchecked.
     void setWidth(float width) { width_ = width; }
 
 private:

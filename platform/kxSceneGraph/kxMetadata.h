@@ -10,7 +10,7 @@ namespace kx {
 /// The base of all metadata; its kind is told by a number.
 class KX_EXPORT kxMetadata : public kxObject {
 public:
-    static const kxRtti TYPE;
+    static const kxRtti TYPE; ///< The record of this class.
 
     ~kxMetadata() override;
 

@@ -12,7 +12,8 @@ namespace kx {
 /// Says which edges of its mesh are to be drawn: a line list over the mesh's own vertices.
 class KX_EXPORT kxOutlineMetadata : public kxMetadata {
 public:
-    static const kxRtti TYPE;
+    static const kxRtti TYPE; ///< The record of this class.
+    /// The number of this class of metadata.
     static const unsigned int MetadataTypeId;
 
     /// Shares the buffer, which may be null.

@@ -18,7 +18,7 @@ namespace kx {
 /// the host sets both.
 class KX_EXPORT kxSpatial : public kxObject {
 public:
-    static const kxRtti TYPE;
+    static const kxRtti TYPE; ///< The record of this class.
 
     /// The bits of a flag word.
     enum UpdateFlag : unsigned int { UF_TRANSFORMATION = 1u };
@@ -27,7 +27,9 @@ public:
 
     const kxRtti& GetType() const override;
 
+    /// From here to the parent.
     const kxGenericTransformation<float>& GetLocalTransformation() const { return local_; }
+    /// From here to the scene.
     const kxGenericTransformation<float>& GetWorldTransformation() const { return world_; }
 
     /// Stores the transformation, marks the object dirty, and ORs the object's own flag word into
@@ -42,8 +44,9 @@ public:
     /// flag word. Parents are not told.
     void setDirtyDown(bool dirty);
 
-    /// What is to be updated: in the object itself, and below it.
+    /// What is to be updated in the object itself.
     unsigned int GetOwnFlags() const { return ownFlags_; }
+    /// What is to be updated below it.
     unsigned int GetBelowFlags() const { return belowFlags_; }
 
     /// Adds a parent, which is borrowed: it must be detached before it is destroyed. Null, and a

@@ -16,7 +16,7 @@ namespace kx {
 /// Any number of threads may read a mesh while none changes it or its buffers.
 class KX_EXPORT kxTriMesh : public kxBaseGeometry {
 public:
-    static const kxRtti TYPE;
+    static const kxRtti TYPE; ///< The record of this class.
 
     /// Takes a reference on each buffer; null allowed.
     kxTriMesh(kxVertexBuffer* vertices, kxIndexBuffer* triangles);
@@ -48,6 +48,7 @@ public:
     /// Appends to the mesh's metadata and takes a reference; null is ignored.
     void AddMetadata(kxMetadata* metadata);
 
+    /// How many have been added.
     int GetMetadataQuantity() const { return static_cast<int>(metadata_.size()); }
 
     /// Metadata number `i` in the order of adding, still owned by the mesh; null out of range.

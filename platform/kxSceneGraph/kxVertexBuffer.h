@@ -20,7 +20,7 @@ namespace kx {
 /// good for the buffer's life.
 class KX_EXPORT kxVertexBuffer : public kxObject {
 public:
-    static const kxRtti TYPE;
+    static const kxRtti TYPE; ///< The record of this class.
 
     /// All attributes zero. A negative quantity counts as 0.
     kxVertexBuffer(const kxAttributes& attributes, int vertexQuantity);
@@ -28,7 +28,9 @@ public:
 
     const kxRtti& GetType() const override;
 
+    /// The number given at construction.
     int GetVertexQuantity() const { return vertexQuantity_; }
+    /// What each vertex has.
     const kxAttributes& GetAttributes() const { return attributes_; }
 
     /// The position of vertex `i`; the buffer must have position channels.
@@ -36,6 +38,7 @@ public:
         assert(IsVertex(i) && HasPositions());
         return positions_[static_cast<std::size_t>(i)];
     }
+    /// The same, for reading.
     const Wm4::Vector3<float>& Position3(int i) const {
         assert(IsVertex(i) && HasPositions());
         return positions_[static_cast<std::size_t>(i)];
@@ -47,6 +50,7 @@ public:
         assert(IsVertex(i) && HasNormals());
         return normals_[static_cast<std::size_t>(i)];
     }
+    /// The same, for reading.
     const Wm4::Vector3<float>& Normal3(int i) const {
         assert(IsVertex(i));
         return HasNormals() ? normals_[static_cast<std::size_t>(i)] : noNormal_;

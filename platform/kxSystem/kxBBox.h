@@ -11,8 +11,10 @@ namespace kx {
 /// The default is the empty box, +infinity to -infinity: it holds no point, overlaps nothing, and
 /// the union with it changes nothing. The six floats lie one after the other without padding.
 struct kxBBox {
+    /// The lowest corner.
     float min[3] = {std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity(),
                     std::numeric_limits<float>::infinity()};
+    /// The highest corner.
     float max[3] = {-std::numeric_limits<float>::infinity(),
                     -std::numeric_limits<float>::infinity(),
                     -std::numeric_limits<float>::infinity()};

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <string>
 
+/// The host framework that the library is written against: objects, buffers, meshes, progress.
 namespace kx {
 
 /// An object with an intrusive reference count and a name.
@@ -17,7 +18,7 @@ namespace kx {
 /// let go deletes it; everything else about an object is its owner's to guard.
 class KX_EXPORT kxObject : public kxRttiInterface {
 public:
-    static const kxRtti TYPE;
+    static const kxRtti TYPE; ///< The record of this class.
 
     ~kxObject() override;
     kxObject(const kxObject&) = delete;
@@ -44,8 +45,9 @@ public:
     /// copy, which is what this one answers.
     virtual bool Clone(kxRttiInterface*& target) const;
 
-    /// Any text, empty by default; names need not differ.
+    /// Stores a name: any text, empty by default; names need not differ.
     virtual void SetName(const std::string& name);
+    /// The name that was set.
     virtual const std::string& GetName() const;
 
 protected:

@@ -17,6 +17,7 @@ template <class T> class kxPointer {
 public:
     /// Takes a reference on `object`, null allowed.
     kxPointer(T* object = nullptr) : object_(object) { Increment(); }
+    /// Takes a reference of its own.
     kxPointer(const kxPointer& other) : object_(other.object_) { Increment(); }
     /// Takes the reference over; `other` is null afterwards.
     kxPointer(kxPointer&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
@@ -40,14 +41,18 @@ public:
 
     /// The object, still owned by its pointers; null when there is none.
     T* get() const { return object_; }
+    /// Its members; not for null.
     T* operator->() const { return object_; }
+    /// The object itself; not for null.
     T& operator*() const { return *object_; }
+    /// Whether there is an object.
     explicit operator bool() const { return object_ != nullptr; }
 
     /// Pointers are equal when they hold the same object, or none.
     friend bool operator==(const kxPointer& a, const kxPointer& b) {
         return a.object_ == b.object_;
     }
+    /// The same for a bare pointer.
     friend bool operator==(const kxPointer& a, const T* b) { return a.object_ == b; }
 
 private:

@@ -10,6 +10,7 @@ namespace kx {
 
 /// Operations on text. No state; any number of threads may call at once.
 struct KX_EXPORT kxStringUtils {
+    /// The sets there are.
     enum CharSet {
         CS_FILE_SYSTEM = 0, ///< what the system's file calls take
         CS_UTF8 = 1         ///< what the framework's own text is in
