@@ -49,8 +49,10 @@ PairSearch::PairSearch(const BakedTriangles& baked,
                        std::function<bool()> goOn)
     : baked_(baked), triangles_(triangles), triangleDone_(std::move(triangleDone)),
       goOn_(std::move(goOn)) {
-    // A value of a plane takes seven roundings of 2^-24 at most: of the coordinate, the normal,
-    // their product, three sums and the offset. What it is compared with takes as many.
+    // Let a plane have values up to v in the scene, the offset among them. Rounding by 2^-24 costs v
+    // three times for terms (coordinate, normal, product), twice for each of three sums with the
+    // offset, and once for the offset: ten of sixteen. What a box adds to the terms on one side of
+    // the comparison it takes from the other.
     constexpr float kRounding = 0x1p-20F;
     constexpr float kLastExact = 0x1p24F;
     for (int axis = 0; axis < 3 && !baked.bvh.nodes.empty(); ++axis) {
