@@ -49,8 +49,8 @@ PairSearch::PairSearch(const BakedTriangles& baked,
                        std::function<bool()> goOn)
     : baked_(baked), triangles_(triangles), triangleDone_(std::move(triangleDone)),
       goOn_(std::move(goOn)) {
-    // Let a plane have values up to v in the scene, the offset among them. Rounding by 2^-24 costs v
-    // three times for terms (coordinate, normal, product), twice for each of three sums with the
+    // Let a plane have values up to v in the scene, the offset among them. Rounding by 2^-24 costs
+    // v three times for terms (coordinate, normal, product), twice for each of three sums with the
     // offset, and once for the offset: ten of sixteen. What a box adds to the terms on one side of
     // the comparison it takes from the other.
     constexpr float kRounding = 0x1p-20F;
