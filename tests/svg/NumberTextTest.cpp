@@ -17,6 +17,7 @@
 #include <locale>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -68,9 +69,14 @@ std::string Printed(const std::vector<Vec3>& ends) {
     return text.str();
 }
 
+// Tests of this file run at the same time.
+std::string PathOfOwn(const std::string& name) {
+    return testing::TempDir() + "ctr_svg_" + std::to_string(getpid()) + "_" + name + ".svg";
+}
+
 // The path elements that the exporter makes of the lines.
 std::string Written(const std::vector<Vec3>& ends) {
-    const std::string path = testing::TempDir() + "ctr_svg_numbers.svg";
+    const std::string path = PathOfOwn("numbers");
     ctr::SVGExporter exporter;
     exporter.setExportParameters(Unchanged());
     EXPECT_TRUE(exporter.openFile(path));
@@ -169,7 +175,7 @@ TEST(NumbersOfPaths, AreWholeInALongGroup) {
         indices.insert(indices.end(), {2 * i, 2 * i + 1});
         expected << "  <path d=\"M" << i << ",0.25 L" << i << ",0.5 \"/>\n";
     }
-    const std::string path = testing::TempDir() + "ctr_svg_long.svg";
+    const std::string path = PathOfOwn("long");
     ctr::SVGExporter exporter;
     exporter.setExportParameters(Unchanged());
     ASSERT_TRUE(exporter.openFile(path));
