@@ -171,9 +171,7 @@ void DepthMap::fill(const BakedVertex* corners) {
     CellSide sides[3] = {CellSide(corners[0], corners[1], x, y, size),
                          CellSide(corners[1], corners[2], x, y, size),
                          CellSide(corners[2], corners[0], x, y, size)};
-    // Quicker made again than fetched.
-    const GridVector normal =
-        Cross(Difference(corners[2], corners[0]), Difference(corners[1], corners[0]));
+    const GridVector normal = NormalOf(corners);
     const double depthPerX = -static_cast<double>(normal[0]) / static_cast<double>(normal[2]);
     const double depthPerY = -static_cast<double>(normal[1]) / static_cast<double>(normal[2]);
     const auto cell = static_cast<double>(size);

@@ -56,6 +56,12 @@ inline GridVector Cross(const GridVector& p, const GridVector& q) {
             Determinant(p[0], p[1], q[0], q[1])};
 }
 
+/// The normal of a triangle as BakedTriangles::trianglePlanes has it; often quicker made again than
+/// fetched.
+inline GridVector NormalOf(const BakedVertex* corners) {
+    return Cross(Difference(corners[2], corners[0]), Difference(corners[1], corners[0]));
+}
+
 inline long Dot(const GridVector& p, const GridVector& q) {
     return WrapAdd(WrapAdd(WrapMultiply(p[0], q[0]), WrapMultiply(p[1], q[1])),
                    WrapMultiply(p[2], q[2]));

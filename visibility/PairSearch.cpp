@@ -28,10 +28,6 @@ float Extent(const kx::kxBBox& box) {
     return (box.max[0] - box.min[0]) + (box.max[1] - box.min[1]) + (box.max[2] - box.min[2]);
 }
 
-GridVector NormalOf(const BakedVertex* p) {
-    return Cross(Difference(p[2], p[0]), Difference(p[1], p[0]));
-}
-
 /// Whether the boxes of two triangles share a point.
 bool BoxesMeet(const OccluderTree::Triangle& a, const OccluderTree::Triangle& b) {
     const auto& [p, q, r] = a.corners;

@@ -80,21 +80,12 @@ void SwapChildren(BakedTriangles& baked) {
     }
 }
 
-Scene CrowdedScene(Random& random, int others) {
-    Scene scene = test_support::RandomScene(random);
-    for (int i = 0; i < others; ++i) {
-        const Scene other = test_support::RandomScene(random);
-        scene.meshes.insert(scene.meshes.end(), other.meshes.begin(), other.meshes.end());
-    }
-    return scene;
-}
-
 void CheckScenes(int scenes, int others) {
     std::size_t visible = 0;
     std::size_t hidden = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        Scene scene = CrowdedScene(random, random.below(others + 1));
+        Scene scene = test_support::CrowdedScene(random, random.below(others + 1));
         if (random.percent(60)) { // where cuts are not grazing
             ASSERT_TRUE(scene.space.setVoxelBitSize(20, 19));
         }

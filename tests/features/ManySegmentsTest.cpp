@@ -144,16 +144,6 @@ private:
 
 // --- random scenes ---
 
-// The view of a random scene, filled with the meshes of others.
-Scene CrowdedScene(Random& random, int others) {
-    Scene scene = test_support::RandomScene(random);
-    for (int i = 0; i < others; ++i) {
-        const Scene other = test_support::RandomScene(random);
-        scene.meshes.insert(scene.meshes.end(), other.meshes.begin(), other.meshes.end());
-    }
-    return scene;
-}
-
 // Between vertices of the meshes, or from somewhere on the way to somewhere else.
 std::vector<Ends> RandomSegments(Random& random, const Scene& scene, int count) {
     std::vector<Ends> segments;
@@ -210,7 +200,7 @@ void CheckScenes(int scenes, int others, int segmentCount) {
     Met met;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        Scene scene = CrowdedScene(random, random.below(others + 1));
+        Scene scene = test_support::CrowdedScene(random, random.below(others + 1));
         if (random.percent(30)) {
             ASSERT_TRUE(scene.space.setVoxelBitSize(20, 19));
         }

@@ -9,6 +9,7 @@
 #include "scene/Scene.h"
 #include "tool/ModelText.h"
 #include "tool/SvgFile.h"
+#include "tool/Unwatched.h"
 
 #include <array>
 #include <csignal>
@@ -74,18 +75,6 @@ const tool_test::TemporaryFolder& Folder() {
     static const tool_test::TemporaryFolder folder;
     return folder;
 }
-
-class Silent : public kxcontour::DrawingObserver {
-public:
-    void enter(const char*) override {}
-    bool isCanceled() const override { return false; }
-    void setTotal(double) override {}
-    void getRange(double& start, double& end) const override {
-        start = 0.0;
-        end = 1.0;
-    }
-    void advance(double) override {}
-};
 
 /// A small sheet, and what is drawn on it in which way.
 DrawingOptions TakeOptions(FuzzBytes& bytes, const std::string& model) {
@@ -227,7 +216,7 @@ void CheckFailure(const Failure& failure) {
 }
 
 void Draw(const Scene& scene, const DrawingOptions& options) {
-    Silent observer;
+    tool_test::Unwatched observer;
     DrawScene(scene, options, observer);
     CheckDrawing(options);
     const std::string once = tool_test::ReadBytes(options.output.path);

@@ -331,6 +331,15 @@ Scene RandomScene(Random& random) {
     return scene;
 }
 
+Scene CrowdedScene(Random& random, int others) {
+    Scene scene = RandomScene(random);
+    for (int i = 0; i < others; ++i) {
+        const Scene other = RandomScene(random);
+        scene.meshes.insert(scene.meshes.end(), other.meshes.begin(), other.meshes.end());
+    }
+    return scene;
+}
+
 ctr::BakedVertex RandomGridPoint(Random& random, const Scene& scene, const ExactBaked& baked) {
     if (!baked.triangles.empty() && random.percent(50)) {
         const int triangle = random.below(static_cast<int>(baked.triangles.size()));

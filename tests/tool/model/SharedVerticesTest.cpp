@@ -1,6 +1,7 @@
 // Vertices without normals in one place become one, and nothing of a drawing changes by that.
 #include "ModelText.h"
 #include "ShapeBuilders.h"
+#include "Unwatched.h"
 #include "drawing/Drawing.h"
 #include "model/ModelReader.h"
 #include "model/SceneModel.h"
@@ -27,18 +28,7 @@ using tool_test::FileRequest;
 using tool_test::MeshData;
 using tool_test::Point;
 using tool_test::TemporaryFolder;
-
-class Unwatched : public kxcontour::DrawingObserver {
-public:
-    void enter(const char*) override {}
-    bool isCanceled() const override { return false; }
-    void setTotal(double) override {}
-    void getRange(double& start, double& end) const override {
-        start = 0.0;
-        end = 1.0;
-    }
-    void advance(double) override {}
-};
+using tool_test::Unwatched;
 
 struct Drawn {
     std::string bytes;
