@@ -93,6 +93,7 @@ struct GeometricFeaturesGenerator::tInternal {
     std::vector<EdgeOcclusion> exportOcclusion; ///< One a baked entry, of which it borrows.
     std::vector<EdgeOcclusion> occluderOcclusion;
     kx::kxProgressNotifierInterface* progressNotifier = nullptr;
+    unsigned int contactTolerance = 0;
 };
 
 void GeometricFeaturesGenerator::tInternal::setCluster(const MeshList& meshes,
@@ -122,6 +123,7 @@ void GeometricFeaturesGenerator::tInternal::initBakedTriangles() {
     occluderBaked = std::vector<BakedTriangles>(count);
     const auto bake = [this](BakedTriangles& baked, const MeshList& meshes) {
         baked.setProjectionSpace(&projectionSpace);
+        baked.setContactTolerance(contactTolerance);
         baked.setMeshes(meshes);
         baked.initialize();
     };
@@ -247,6 +249,10 @@ GeometricFeaturesGenerator::~GeometricFeaturesGenerator() = default;
 
 void GeometricFeaturesGenerator::setProjectionSpace(const DiscreteProjectionSpace& space) {
     internal_->projectionSpace = space;
+}
+
+void GeometricFeaturesGenerator::setContactTolerance(unsigned int steps) {
+    internal_->contactTolerance = steps;
 }
 
 void GeometricFeaturesGenerator::setProgressNotifier(kx::kxProgressNotifierInterface* notifier) {

@@ -449,6 +449,11 @@ void BakedTriangles::setProjectionSpace(const DiscreteProjectionSpace* space) {
     projectionSpace = space;
 }
 
+void BakedTriangles::setContactTolerance(unsigned int steps) {
+    ++bakeCount;
+    contactTolerance = steps;
+}
+
 void BakedTriangles::initializeFirstPass(tFirstPassData& data) const {
     data.release();
     data.clippedPolygons.resize(meshes.size());

@@ -9,6 +9,7 @@
 #include "visibility/CutOcclusion.h"
 
 #include "visibility/FractionOrder.h"
+#include "visibility/HiddenPart.h"
 #include "visibility/HierarchyNode.h"
 
 #include <algorithm>
@@ -110,8 +111,8 @@ struct CutOcclusion::Function {
     }
 };
 
-CutOcclusion::CutOcclusion(const IntersectionEdge& edge)
-    : edge_(edge), sieve_(SieveOf(edge.first.point, edge.second.point)) {
+CutOcclusion::CutOcclusion(const IntersectionEdge& edge, const ContactTolerance& tolerance)
+    : edge_(edge), tolerance_(tolerance), sieve_(SieveOf(edge.first.point, edge.second.point)) {
     EndOf(edge.first, ends_[0]);
     EndOf(edge.second, ends_[1]);
 }
@@ -158,6 +159,13 @@ bool CutOcclusion::narrowExactly(const Function& function, RationalInterval& ran
     return true;
 }
 
+/// Whether some of the range lies deeper behind a plane than the tolerance.
+bool CutOcclusion::reachesDeeper(const Function& plane, const RationalInterval& range) const {
+    const long deepest = -tolerance_.bandOf(plane.normal);
+    const EndValues value{plane.at(edge_.first).rounded(), plane.at(edge_.second).rounded()};
+    return value.isBelow(deepest, range.start) || value.isBelow(deepest, range.end);
+}
+
 std::optional<RationalInterval> CutOcclusion::hiddenBy(const OccluderTree::Triangle& triangle,
                                                        const GridVector& normal) const {
     if (sieve_.isBeside(triangle.corners)) {
@@ -167,12 +175,14 @@ std::optional<RationalInterval> CutOcclusion::hiddenBy(const OccluderTree::Trian
     if (isBeside(p[0], p[1]) || isBeside(p[1], p[2]) || isBeside(p[2], p[0])) {
         return std::nullopt;
     }
+    const Function plane(p[0], normal);
     RationalInterval range{{0, 1}, {1, 1}};
-    if (!narrow(Function(p[0], normal), range) || !narrow(Function::edge(p[0], p[1]), range) ||
+    if (!narrow(plane, range) || !narrow(Function::edge(p[0], p[1]), range) ||
         !narrow(Function::edge(p[1], p[2]), range) || !narrow(Function::edge(p[2], p[0]), range)) {
         return std::nullopt;
     }
-    if (CompareFractions(range.end, range.start) <= 0) {
+    if (CompareFractions(range.end, range.start) <= 0 ||
+        (!tolerance_.isOff() && !reachesDeeper(plane, range))) {
         return std::nullopt;
     }
     return range;

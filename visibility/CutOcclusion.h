@@ -3,6 +3,7 @@
 
 #include <ctr/IntervalTools.h>
 
+#include "visibility/ContactTolerance.h"
 #include "visibility/IntersectionEdge.h"
 #include "visibility/OccluderTree.h"
 
@@ -14,10 +15,12 @@ namespace ctr {
 /// An intersection edge, prepared to be held against many triangles.
 ///
 /// Its ends are exact: parameters on triangle edges. On which side of a plane or an edge line they
-/// lie is decided exactly; where between them a side changes is computed from rounded values.
+/// lie is decided exactly; where between them a side changes is computed from rounded values. So is
+/// how deep it lies, see ContactTolerance.h: a triangle hides its part of an edge only if some of
+/// that part lies deeper than the tolerance.
 class CutOcclusion {
 public:
-    explicit CutOcclusion(const IntersectionEdge& edge);
+    CutOcclusion(const IntersectionEdge& edge, const ContactTolerance& tolerance);
 
     SegmentProbe probe() const { return {edge_.first.point, edge_.second.point}; }
 
@@ -39,8 +42,10 @@ private:
     bool isBeside(const BakedVertex& a, const BakedVertex& b) const;
     bool narrow(const Function& function, RationalInterval& range) const;
     bool narrowExactly(const Function& function, RationalInterval& range) const;
+    bool reachesDeeper(const Function& plane, const RationalInterval& range) const;
 
     const IntersectionEdge& edge_;
+    ContactTolerance tolerance_;
     TriangleSieve sieve_;
     double ends_[2][3]; ///< The exact ends, off by less than 2^-20 of a step.
 };

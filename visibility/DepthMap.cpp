@@ -68,6 +68,7 @@ DepthMap::DepthMap(const BakedTriangles& baked,
     if (triangles.empty()) {
         return;
     }
+    tolerance_ = ContactTolerance(baked);
     layCells(baked.bvh.nodes.front().box, triangles.size());
     for (const std::uint32_t slot : chooseTriangles(baked, triangles)) {
         fill(triangles[slot].corners);
@@ -175,7 +176,7 @@ void DepthMap::fill(const BakedVertex* corners) {
     const double depthPerX = -static_cast<double>(normal[0]) / static_cast<double>(normal[2]);
     const double depthPerY = -static_cast<double>(normal[1]) / static_cast<double>(normal[2]);
     const auto cell = static_cast<double>(size);
-    const double slack = OccluderTree::depthSlackOf(normal);
+    const double slack = OccluderTree::depthSlackOf(normal) + tolerance_.depthOf(normal);
     const double farthest = static_cast<double>(extentOf(corners, &BakedVertex::z).max) + slack;
     // The farthest corner of a cell, and two steps for what doubles lose.
     const double first = corners[0].z + depthPerX * static_cast<double>(x - corners[0].x) +

@@ -9,7 +9,7 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "visibility/GridArithmetic.h"
+#include "visibility/ContactTolerance.h"
 #include "visibility/OccluderTree.h"
 
 #include <cstddef>
@@ -22,8 +22,8 @@ namespace ctr {
 class DepthMap {
 public:
     /// A triangle fills only what it would also hide if values of its sides and its plane were off
-    /// by what rounding can do: as much for cuts, and no more than what it hides of segments. O(n)
-    /// for n triangles.
+    /// by what rounding can do: as much for cuts, and no more than what it hides of segments. What
+    /// is in contact with it lies in front of what it fills. O(n) for n triangles.
     DepthMap(const BakedTriangles& baked, const std::vector<OccluderTree::Triangle>& triangles);
 
     /// Whether the segment, and what is within a step of it, is surely hidden from end to end.
@@ -82,6 +82,7 @@ private:
     long columns_ = 0;
     long rows_ = 0;
     std::vector<std::int32_t> depths_; ///< The least that is filled; row by row.
+    ContactTolerance tolerance_;
     bool isNearlyEmpty_ = true;
 };
 

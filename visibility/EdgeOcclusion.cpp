@@ -34,12 +34,13 @@ void EdgeOcclusion::append(const BakedVertex& a,
     // What begins at the farthest end of the segment, or beyond, hides nothing of it.
     const TriangleSieve sieve({std::min(a.x, b.x), std::min(a.y, b.y), TriangleSieve::kLeast},
                               {std::max(a.x, b.x), std::max(a.y, b.y), std::max(a.z, b.z) - 1});
+    const ContactTolerance tolerance(*baked_);
     const auto partOf = [&](const OccluderTree::Triangle& triangle) {
         const auto& [p0, p1, p2] = triangle.corners;
         if (sieve.isBeside(triangle.corners)) {
             return std::optional<RationalInterval>();
         }
-        return HiddenPart(p0, p1, p2, baked_->trianglePlanes[triangle.number], a, b);
+        return HiddenPart(p0, p1, p2, baked_->trianglePlanes[triangle.number], tolerance, a, b);
     };
     const auto& found = ranges_.find(layout_->tree, SegmentProbe(a, b), partOf);
     hidden.insert(hidden.end(), found.begin(), found.end());

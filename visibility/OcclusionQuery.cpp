@@ -49,12 +49,13 @@ void BakedTriangles::computeOcclusionIntervalsIter(unsigned int node,
             return;
         }
         if (IsLeaf(here)) {
+            const ContactTolerance tolerance(*this);
             const unsigned int* slot = bvh.primitives.data() + FirstSlot(here);
             for (const unsigned int* end = slot + here.second; slot != end; ++slot) {
                 const unsigned int* corners = triangleIndices.data() + 3 * std::size_t{*slot};
                 if (const auto part =
                         HiddenPart(vertices[corners[0]], vertices[corners[1]], vertices[corners[2]],
-                                   trianglePlanes[*slot], a, b)) {
+                                   trianglePlanes[*slot], tolerance, a, b)) {
                     intervals.push_back(*part);
                 }
             }

@@ -8,6 +8,7 @@
 #include "linesets/SetConstruction.h"
 #include "projection/GridQuantisation.h"
 #include "visibility/CutOcclusion.h"
+#include "visibility/FaceContact.h"
 #include "visibility/FractionOrder.h"
 #include "visibility/HiddenRanges.h"
 #include "visibility/IntersectionLines.h"
@@ -26,7 +27,7 @@ using Point = Wm4::Vector3<float>;
 class CutHiders {
 public:
     CutHiders(const BakedTriangles& baked, const OccluderLayout* layout, std::size_t edges)
-        : baked_(baked), layout_(layout) {
+        : baked_(baked), tolerance_(baked), layout_(layout) {
         // Laying the tree out anew pays for so many edges only.
         constexpr std::size_t kTrianglesPerEdge = 64;
         if (layout_ == nullptr && edges * kTrianglesPerEdge >= baked.trianglePlanes.size()) {
@@ -37,7 +38,7 @@ public:
     CutHiders& operator=(const CutHiders&) = delete;
 
     void append(const IntersectionEdge& edge, std::vector<RationalInterval>& hidden) {
-        const CutOcclusion cut(edge);
+        const CutOcclusion cut(edge, tolerance_);
         if (layout_ == nullptr) {
             cut.appendHidden(baked_, 0, hidden);
             return;
@@ -55,6 +56,7 @@ public:
 
 private:
     const BakedTriangles& baked_;
+    ContactTolerance tolerance_;
     const OccluderLayout* layout_;
     std::optional<OccluderLayout> own_;
     HiddenRanges ranges_;
@@ -64,6 +66,7 @@ private:
 struct Search {
     std::vector<FoundIntersection> findIntersectionEdges(bool visibleOnly) const;
     IntersectionEdge edgeOf(const FoundIntersection& found) const;
+    bool isContact(const FoundIntersection& found) const;
     bool collectPieces(const std::vector<FoundIntersection>& edges,
                        std::vector<Point>& visible,
                        std::vector<Point>* hidden) const;
@@ -141,6 +144,19 @@ IntersectionEdge Search::edgeOf(const FoundIntersection& found) const {
     return {crossing(found.ends[0]), crossing(found.ends[1])};
 }
 
+/// Whether the two triangles only seem to cut each other, as they lie in one plane.
+bool Search::isContact(const FoundIntersection& found) const {
+    const ContactTolerance tolerance(*triangles);
+    if (tolerance.isOff()) {
+        return false;
+    }
+    const std::uint32_t numbers[2] = {found.first, triangles->bvh.primitives[found.secondSlot]};
+    const OccluderTree::Triangle both[2] = {OccluderTree::triangleOf(*triangles, numbers[0]),
+                                            OccluderTree::triangleOf(*triangles, numbers[1])};
+    return AreInContact({both[0].corners, triangles->trianglePlanes[numbers[0]]},
+                        {both[1].corners, triangles->trianglePlanes[numbers[1]]}, tolerance);
+}
+
 void Search::appendPiece(const IntersectionEdge& edge,
                          const Fraction& from,
                          const Fraction& to,
@@ -193,6 +209,11 @@ bool Search::collectPieces(const std::vector<FoundIntersection>& edges,
         intervals.clear();
         hiders.append(edge, intervals);
         IntervalTools::FuseOverlappingIntervals(intervals);
+        const bool nothingIsWanted =
+            hidden == nullptr && intervals.size() == 1 && IsWhole(intervals.front());
+        if (nothingIsWanted || isContact(found)) {
+            continue;
+        }
         appendVisiblePieces(edge, intervals, visible);
         if (hidden != nullptr && !found.grazing) {
             for (const RationalInterval& range : intervals) {

@@ -56,6 +56,16 @@ public:
     /// The camera and grid to bake with; borrowed.
     void setProjectionSpace(const DiscreteProjectionSpace* space);
 
+    /// How far behind a triangle's plane something has to reach before the triangle hides it, and
+    /// apart two triangles have to be before they cut each other, in grid steps; 0, the default,
+    /// for none.
+    ///
+    /// Every corner is rounded to the grid by itself, so faces that lie in one plane do not any
+    /// more: without a tolerance, chance decides which of them hides the edges of the other. With
+    /// 2 steps an edge that lies in a face is not hidden by it, and faces in one plane give no
+    /// lines. A quarter of the grid's extent along its shortest axis is the most that counts.
+    void setContactTolerance(unsigned int steps);
+
     /// Bakes the meshes; both setters have to have been called. May be called again.
     ///
     /// Triangles outside the view, seen edge-on, with a coordinate that is not finite or with
@@ -80,8 +90,10 @@ public:
     /// hiding triangle, unsorted, overlapping, parameter 0 at a and 1 at b.
     ///
     /// Only what lies strictly behind a triangle's plane and within its outline over more than a
-    /// point is hidden, so nothing is hidden by triangles that contain it. Exact. Safe to call from
-    /// any number of threads at once.
+    /// point is hidden, so nothing is hidden by triangles that contain it. With a contact tolerance
+    /// of k, such a part is hidden only if some of it is at a plane value below
+    /// -k (|nx| + |ny| + |nz|), n being the triangle's normal. Exact. Safe to call from any number
+    /// of threads at once.
     void computeOcclusionIntervals(const BakedVertex& a,
                                    const BakedVertex& b,
                                    std::vector<RationalInterval>& intervals) const;
@@ -117,8 +129,10 @@ public:
     /// Bits 26-31: three pairs, pair k for the edge that ends at vertex k, coded like
     /// clipTriangle().
     std::vector<std::vector<unsigned int>> clippedTriangleOrigins;
-    kx::kxGenericBVH bvh; ///< Over the triangles, with boxes in grid coordinates.
-    /// How often initialize() has been called: what was derived from an earlier bake is stale.
+    kx::kxGenericBVH bvh;              ///< Over the triangles, with boxes in grid coordinates.
+    unsigned int contactTolerance = 0; ///< As set, in grid steps.
+    /// Counts the calls of initialize() and setContactTolerance(): what was derived before the last
+    /// one is stale.
     std::uint64_t bakeCount = 0;
 };
 

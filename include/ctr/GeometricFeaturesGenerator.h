@@ -40,6 +40,11 @@ public:
     /// Copies the camera and grid. Comes before setSingleExportCluster(), which bakes with it.
     void setProjectionSpace(const DiscreteProjectionSpace& space);
 
+    /// Sets the contact tolerance of what is baked, in grid steps, see
+    /// BakedTriangles::setContactTolerance(); 0 by default. 2 is right for parts that lie flush or
+    /// overlap with faces in one plane. Comes before setSingleExportCluster().
+    void setContactTolerance(unsigned int steps);
+
     /// Progress and cancellation, called on the caller's thread; borrowed, null for none.
     void setProgressNotifier(kx::kxProgressNotifierInterface* notifier);
 

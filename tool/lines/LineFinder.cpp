@@ -15,6 +15,10 @@ using ctr::LineSegmentSet;
 /// The library's own limit, for meshes whose creases follow from their normals.
 constexpr float kCreaseAngleInDegrees = 5.0F;
 
+/// In steps of the grid: one for what rounding to the grid does to faces in one plane, one for what
+/// single precision does.
+constexpr unsigned int kContactTolerance = 2;
+
 std::vector<const kx::kxTriMesh*> Borrowed(const MeshList& meshes) {
     std::vector<const kx::kxTriMesh*> pointers;
     pointers.reserve(meshes.size());
@@ -66,8 +70,10 @@ std::size_t SegmentCount(const std::vector<MeshLines>& lines) {
 } // namespace
 
 LineFinder::LineFinder(const ctr::DiscreteProjectionSpace& camera) {
-    generator_.setProjectionSpace(camera);
-    occluderGenerator_.setProjectionSpace(camera);
+    for (ctr::GeometricFeaturesGenerator* generator : {&generator_, &occluderGenerator_}) {
+        generator->setProjectionSpace(camera);
+        generator->setContactTolerance(kContactTolerance);
+    }
 }
 
 void LineFinder::bake(const MeshList& meshes, const MeshList& occluders) {
