@@ -33,17 +33,15 @@ BuiltMeshes Build(const Model& model, const MeshRules& rules, const std::string&
     return built;
 }
 
-/// Gathers the models of a scene one by one.
+/// Gathers the models of a scene one by one; names are for messages.
 class SceneBuilder {
 public:
-    SceneBuilder(const InputOptions& input, std::optional<double> creaseAngle) : input_(input) {
-        rules_.creaseAngle = creaseAngle;
-    }
+    explicit SceneBuilder(std::optional<double> creaseAngle) { rules_.creaseAngle = creaseAngle; }
 
-    void addDrawn(const std::string& path) {
-        Model model = read(path);
+    void addDrawn(Model model, const std::string& name) {
+        prepare(model, name);
         rules_.drawn = true;
-        BuiltMeshes built = Build(model, rules_, NameOf(RequestFor(input_, path)));
+        BuiltMeshes built = Build(model, rules_, name);
         for (const std::size_t object : built.objects) {
             scene_.objectOf.push_back(scene_.objects.size() + object);
         }
@@ -51,27 +49,25 @@ public:
         take(scene_.meshes, built);
     }
 
-    void addOccluder(const std::string& path) {
-        Model model = read(path);
+    void addOccluder(Model model, const std::string& name) {
+        prepare(model, name);
         rules_.drawn = false;
-        BuiltMeshes built = Build(model, rules_, NameOf(RequestFor(input_, path)));
+        BuiltMeshes built = Build(model, rules_, name);
         take(scene_.occluders, built);
     }
 
     Scene finish() { return std::move(scene_); }
 
 private:
-    Model read(const std::string& path) {
-        Model model = Import(input_, path);
+    void prepare(Model& model, const std::string& name) {
         scene_.dropped += CleanShapes(model);
         if (!model.unitStated) {
-            scene_.withoutUnit.push_back(NameOf(RequestFor(input_, path)));
+            scene_.withoutUnit.push_back(name);
         }
         if (!started_) {
             start(model);
         }
         rules_.scale = model.millimetresPerUnit / scene_.millimetresPerUnit;
-        return model;
     }
 
     /// The first model decides about unit, axes and origin.
@@ -93,7 +89,6 @@ private:
         }
     }
 
-    const InputOptions& input_;
     MeshRules rules_;
     Scene scene_;
     bool started_ = false;
@@ -106,13 +101,19 @@ ModelRequest RequestFor(const InputOptions& input, const std::string& path) {
 }
 
 Scene LoadScene(const InputOptions& input, std::optional<double> creaseAngle) {
-    SceneBuilder builder(input, creaseAngle);
+    SceneBuilder builder(creaseAngle);
     for (const std::string& path : input.models) {
-        builder.addDrawn(path);
+        builder.addDrawn(Import(input, path), NameOf(RequestFor(input, path)));
     }
     for (const std::string& path : input.occluders) {
-        builder.addOccluder(path);
+        builder.addOccluder(Import(input, path), NameOf(RequestFor(input, path)));
     }
+    return builder.finish();
+}
+
+Scene MakeScene(Model model, std::optional<double> creaseAngle) {
+    SceneBuilder builder(creaseAngle);
+    builder.addDrawn(std::move(model), "model");
     return builder.finish();
 }
 

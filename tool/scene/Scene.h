@@ -38,6 +38,10 @@ ModelRequest RequestFor(const InputOptions& input, const std::string& path);
 /// triangles.
 Scene LoadScene(const InputOptions& input, std::optional<double> creaseAngle);
 
+/// Builds the meshes of a model in memory, as LoadScene() does for one that it has read. Throws
+/// Failure (NothingToDraw) for one without a triangle that can be drawn.
+Scene MakeScene(Model model, std::optional<double> creaseAngle);
+
 /// The meshes of the objects of a name. Throws Failure (Usage), naming the nearest, where there is
 /// none.
 MeshList MeshesOf(const Scene& scene, const std::string& object);

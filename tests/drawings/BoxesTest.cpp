@@ -1,0 +1,134 @@
+// Drawings of boxes, compared with what they have to show by definition; see BoxLines.h for it.
+//
+//   build/release/tests/drawings/drawings_tests --gtest_filter='*Boxes*'
+//     prints a table for each kind of scene, and the worst scenes with what is wrong where;
+//     CTR_TEST_SCALE=20 tries twenty times as many.
+//   CTR_SHOW_BOXES='rafters/perspective axis/17' .../drawings_tests --gtest_filter='*OneScene*'
+//     writes that scene into the current folder as boxes.obj, and its lines as boxes.svg: grey ones
+//     are right, red ones missing, blue ones invented. It prints the options that draw it.
+#include "BoxDrawing.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using drawings::BoxCase;
+using drawings::BoxDrawing;
+using drawings::SceneKind;
+using drawings::ViewKind;
+
+/// Of the length that has to be drawn.
+constexpr double kAllowedShare = 0.0005;
+constexpr std::size_t kReported = 5;
+
+/// For each kind of scene; over a thousand in all.
+int SceneCount() {
+    return test_support::Scaled(114);
+}
+
+struct Tally {
+    int scenes = 0;
+    int wrongScenes = 0;
+    double length = 0.0;
+    double missing = 0.0;
+    double invented = 0.0;
+
+    void add(const BoxDrawing& drawing) {
+        constexpr double kWrong = 0.1;
+        ++scenes;
+        wrongScenes += drawing.wrongLength() > kWrong ? 1 : 0;
+        length += drawing.length();
+        missing += LengthOf(drawing.missing());
+        invented += LengthOf(drawing.invented());
+    }
+};
+
+/// The scenes that are wrong over the greatest length, with their reports.
+class Worst {
+public:
+    void add(const BoxDrawing& drawing) {
+        if (drawing.wrongLength() == 0.0) {
+            return;
+        }
+        const auto shorter = [&](const auto& entry) { return entry.first < drawing.wrongLength(); };
+        const auto place = std::find_if(reports_.begin(), reports_.end(), shorter);
+        reports_.emplace(place, drawing.wrongLength(), drawing.report());
+        reports_.resize(std::min(reports_.size(), kReported));
+    }
+
+    std::string text() const {
+        std::string text;
+        for (const auto& [length, report] : reports_) {
+            text += report;
+        }
+        return text;
+    }
+
+private:
+    std::vector<std::pair<double, std::string>> reports_;
+};
+
+void PrintRow(const std::string& name, const Tally& tally) {
+    std::printf("%-32s %6d scenes %5d wrong %12.1f mm %10.3f missing %10.3f invented\n",
+                name.c_str(), tally.scenes, tally.wrongScenes, tally.length, tally.missing,
+                tally.invented);
+}
+
+class Boxes : public testing::TestWithParam<SceneKind> {};
+
+TEST_P(Boxes, AreDrawnAsTheDefinitionSays) {
+    std::array<Tally, drawings::kViewKinds> byView;
+    Tally all;
+    Worst worst;
+    for (int i = 0; i < SceneCount(); ++i) {
+        const auto view = static_cast<std::size_t>(i) % drawings::kViewKinds;
+        const BoxDrawing drawing(
+            BoxCase{GetParam(), static_cast<ViewKind>(view), static_cast<std::uint64_t>(i)});
+        byView[view].add(drawing);
+        all.add(drawing);
+        worst.add(drawing);
+    }
+    for (std::size_t view = 0; view < drawings::kViewKinds; ++view) {
+        PrintRow(std::string(NameOf(GetParam())) + " " + NameOf(static_cast<ViewKind>(view)),
+                 byView[view]);
+    }
+    PrintRow(NameOf(GetParam()), all);
+    std::cout << worst.text();
+    EXPECT_LE(all.missing, kAllowedShare * all.length);
+    EXPECT_LE(all.invented, kAllowedShare * all.length);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEveryKind,
+                         Boxes,
+                         testing::Values(SceneKind::Apart,
+                                         SceneKind::Touching,
+                                         SceneKind::Overlapping,
+                                         SceneKind::Flush,
+                                         SceneKind::Nested,
+                                         SceneKind::Frames,
+                                         SceneKind::Rooms,
+                                         SceneKind::Stairs,
+                                         SceneKind::Rafters),
+                         [](const auto& info) { return std::string(NameOf(info.param)); });
+
+TEST(OneScene, IsWrittenForSomebodyToLookAt) {
+    const char* const name = std::getenv("CTR_SHOW_BOXES");
+    if (name == nullptr) {
+        GTEST_SKIP() << "CTR_SHOW_BOXES names no scene";
+    }
+    const BoxDrawing drawing(drawings::ReadCase(name));
+    drawing.write("boxes");
+    std::cout << drawing.report();
+}
+
+} // namespace
