@@ -80,7 +80,7 @@ void SwapChildren(BakedTriangles& baked) {
     }
 }
 
-void CheckScenes(int scenes, int others) {
+void CheckScenes(int scenes, int others, unsigned int tolerance = 0) {
     std::size_t visible = 0;
     std::size_t hidden = 0;
     for (int seed = 0; seed < scenes; ++seed) {
@@ -91,6 +91,7 @@ void CheckScenes(int scenes, int others) {
         }
         GeometricFeaturesGenerator generator;
         generator.setProjectionSpace(scene.space);
+        generator.setContactTolerance(tolerance);
         generator.setSingleExportCluster(scene.meshList(), nullptr);
         if (random.percent(50)) {
             SwapChildren(generator.getBakedTriangles(0));
@@ -115,6 +116,13 @@ TEST(GeneratorIntersections, AreThoseOfTheBakedTriangles) {
 
 TEST(GeneratorIntersections, AreThoseOfTheBakedTrianglesInScenesOfThousands) {
     CheckScenes(Scaled(8), 300);
+}
+
+TEST(GeneratorIntersections, AreThoseOfTheBakedTrianglesWithinAnyTolerance) {
+    for (const unsigned int tolerance : {1U, 2U, 7U}) {
+        CheckScenes(Scaled(100), 4, tolerance);
+        CheckScenes(Scaled(3), 300, tolerance);
+    }
 }
 
 MeshPointer Quad(const Point& a, const Point& b, const Point& c, const Point& d) {

@@ -171,7 +171,8 @@ std::vector<Intervals> RandomStored(Random& random, std::size_t count) {
 }
 
 // What is baked twice has to be found twice: in one set, then in sets of one.
-std::string CompareScene(Random& random, const Scene& scene, int segmentCount, Met& met) {
+std::string CompareScene(
+    Random& random, const Scene& scene, int segmentCount, unsigned int tolerance, Met& met) {
     std::vector<const kx::kxTriMesh*> exported = scene.meshList();
     std::vector<const kx::kxTriMesh*> occluders;
     if (random.percent(40)) {
@@ -181,8 +182,10 @@ std::string CompareScene(Random& random, const Scene& scene, int segmentCount, M
     }
     GeometricFeaturesGenerator generator;
     generator.setProjectionSpace(scene.space);
+    generator.setContactTolerance(tolerance);
     generator.setSingleExportCluster(exported, &occluders);
-    const BakedTriangles hiders = test_support::Bake(scene.space, occluders);
+    BakedTriangles hiders = test_support::Bake(scene.space, occluders);
+    hiders.setContactTolerance(tolerance);
     Comparison comparison(scene.space, generator, &hiders);
     const std::vector<Ends> segments = RandomSegments(random, scene, segmentCount);
     const std::vector<Intervals> stored =
@@ -196,7 +199,7 @@ std::string CompareScene(Random& random, const Scene& scene, int segmentCount, M
     return text;
 }
 
-void CheckScenes(int scenes, int others, int segmentCount) {
+void CheckScenes(int scenes, int others, int segmentCount, unsigned int tolerance = 0) {
     Met met;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
@@ -204,7 +207,7 @@ void CheckScenes(int scenes, int others, int segmentCount) {
         if (random.percent(30)) {
             ASSERT_TRUE(scene.space.setVoxelBitSize(20, 19));
         }
-        ASSERT_EQ(CompareScene(random, scene, segmentCount, met), "") << "seed " << seed;
+        ASSERT_EQ(CompareScene(random, scene, segmentCount, tolerance, met), "") << "seed " << seed;
     }
     testing::Test::RecordProperty("visible", met.visible);
     testing::Test::RecordProperty("partly", met.partly);
@@ -219,6 +222,13 @@ TEST(ManySegments, AreHiddenAsThePlainQuerySays) {
 
 TEST(ManySegments, AreHiddenAsThePlainQuerySaysInScenesOfThousands) {
     CheckScenes(Scaled(40), 400, 60);
+}
+
+TEST(ManySegments, AreHiddenAsThePlainQuerySaysWithinAnyTolerance) {
+    for (const unsigned int tolerance : {1U, 2U, 7U}) {
+        CheckScenes(Scaled(300), 6, 20, tolerance);
+        CheckScenes(Scaled(15), 400, 60, tolerance);
+    }
 }
 
 TEST(ManySegments, AreHeldAgainstWhatIsBakedNow) {

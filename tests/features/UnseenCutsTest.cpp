@@ -118,14 +118,15 @@ public:
     long steps = 0;
 };
 
-TEST(UnseenCuts, AreLeftOutAndNothingElse) {
+void CheckCrowds(int crowds, unsigned int tolerance) {
     long tried = 0;
     long looked = 0;
     std::size_t pieces = 0;
-    for (int seed = 0; seed < std::max(3, Scaled(12)); ++seed) {
+    for (int seed = 0; seed < crowds; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         constexpr std::array<Grid, 4> kGrids = {{{7, 9}, {9, 7}, {12, 12}, {19, 20}}};
         Crowd crowd(random, kGrids[static_cast<std::size_t>(random.below(4))]);
+        crowd.baked().setContactTolerance(tolerance);
         Asked everywhere;
         ctr::TrianglesIntersection all(crowd.baked());
         all.setProgressNotifier(&everywhere);
@@ -143,6 +144,15 @@ TEST(UnseenCuts, AreLeftOutAndNothingElse) {
     }
     EXPECT_GT(pieces, 500U);
     EXPECT_LT(looked, tried * 9 / 10);
+}
+
+TEST(UnseenCuts, AreLeftOutAndNothingElse) {
+    CheckCrowds(std::max(3, Scaled(12)), 0);
+}
+
+TEST(UnseenCuts, AreLeftOutAndNothingElseWithinAnyTolerance) {
+    CheckCrowds(std::max(3, Scaled(6)), 2);
+    CheckCrowds(std::max(3, Scaled(6)), 9);
 }
 
 TEST(UnseenCuts, AreFoundWhenTheyAreWanted) {

@@ -103,7 +103,7 @@ void CheckMeshLines(Random& random, const BakedScene& test) {
 void CheckScene(Random& random) {
     Scene scene = test_support::RandomScene(random);
     const bool isCoarse = ChooseGrid(random, scene);
-    const BakedScene test(std::move(scene));
+    BakedScene test(std::move(scene));
     test_support::SilhouetteCounts silhouettes;
     test_support::CutCounts cuts;
     std::string text = CompareBaking(test.exact, test.baked);
@@ -115,6 +115,9 @@ void CheckScene(Random& random) {
     StopAt(text, Describe(test.scene));
     CheckEdges(random, test, isCoarse);
     CheckMeshLines(random, test);
+    test.baked.setContactTolerance(1U + static_cast<unsigned int>(random.below(5)));
+    StopAt(CompareIntersections(test.baked, cuts), Describe(test.scene));
+    CheckEdges(random, test, isCoarse);
 }
 
 // --- lines without a scene ---

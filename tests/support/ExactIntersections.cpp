@@ -2,6 +2,8 @@
 // cut is an approximation by definition, made here in the same steps.
 #include "support/ExactIntersections.h"
 
+#include "support/ExactOcclusion.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstddef>
@@ -172,11 +174,15 @@ int ExactSign(const Values& v, const Fraction& t) {
     return SignOf(v.atFrom * (t.denominator - t.numerator) + v.atTo * t.numerator);
 }
 
-// The value at a crossing as an integer of the exact sign, which is known not to be zero.
-Wide RoundedValue(const Values& v, const Fraction& t, int sign) {
+Wide RoundedValue(const Values& v, const Fraction& t) {
     const double parameter = static_cast<double>(t.numerator) / static_cast<double>(t.denominator);
     const Wide step = static_cast<Wide>(parameter * static_cast<double>(v.atTo - v.atFrom));
-    const Wide value = t.numerator == t.denominator ? v.atTo : v.atFrom + step;
+    return t.numerator == t.denominator ? v.atTo : v.atFrom + step;
+}
+
+// The value at a crossing as an integer of the exact sign, which is known not to be zero.
+Wide RoundedValue(const Values& v, const Fraction& t, int sign) {
+    const Wide value = RoundedValue(v, t);
     return sign > 0 ? std::max(value, Wide{1}) : std::min(value, Wide{-1});
 }
 
@@ -297,6 +303,84 @@ bool IsGrazing(const BakedTriangles& baked, unsigned int i, unsigned int j) {
     return IsBesidePlane(baked, i, j) || IsBesidePlane(baked, j, i);
 }
 
+// --- contact ---
+
+Wide BandOf(const BakedTriangles& baked, const Normal& n) {
+    const auto size = [](Wide v) { return v < 0 ? -v : v; };
+    return StepsThatCount(*baked.projectionSpace, baked.contactTolerance) *
+           (size(n[0]) + size(n[1]) + size(n[2]));
+}
+
+// A value, linear from one end of a line to the other, times the denominator of the parameter.
+Wide At(const Fraction& t, Wide atFrom, Wide atTo) {
+    return atFrom * (t.denominator - t.numerator) + atTo * t.numerator;
+}
+
+Wide SideOf(const BakedVertex& from, const BakedVertex& to, const BakedVertex& p) {
+    return (Wide{to.x} - from.x) * (Wide{p.y} - from.y) -
+           (Wide{to.y} - from.y) * (Wide{p.x} - from.x);
+}
+
+// The parameters of from -> to at which it ends or meets the line of a side of a closed triangle,
+// as far as the triangle holds them.
+std::vector<Fraction>
+MeetingsWithin(const Corners& t, const BakedVertex& from, const BakedVertex& to) {
+    std::array<Values, 3> sides{};
+    std::vector<Fraction> meetings{{0, 1}, {1, 1}};
+    for (std::size_t k = 0; k < 3; ++k) {
+        const std::size_t next = (k + 1) % 3;
+        sides[k] = {SideOf(t[k], t[next], from), SideOf(t[k], t[next], to)};
+        if (SignOf(sides[k].atFrom) * SignOf(sides[k].atTo) < 0) {
+            meetings.push_back(
+                WithPositiveDenominator(sides[k].atFrom, sides[k].atFrom - sides[k].atTo));
+        }
+    }
+    const auto isOutside = [&](const Fraction& at) {
+        return std::any_of(sides.begin(), sides.end(),
+                           [&](const Values& side) { return At(at, side.atFrom, side.atTo) < 0; });
+    };
+    meetings.erase(std::remove_if(meetings.begin(), meetings.end(), isOutside), meetings.end());
+    return meetings;
+}
+
+bool AreSeveral(const std::vector<Fraction>& places) {
+    return std::any_of(places.begin(), places.end(),
+                       [&](const Fraction& place) { return Compare(place, places.front()) != 0; });
+}
+
+// Whether no corner of what both triangles cover on the screen tells their planes apart by more
+// than the tolerance, measured across the one that is steeper.
+bool AreInContact(const BakedTriangles& baked, unsigned int i, unsigned int j) {
+    const auto size = [](Wide v) { return v < 0 ? -v : v; };
+    const Normal normals[2] = {NormalOf(baked, i), NormalOf(baked, j)};
+    const Wide bands[2] = {BandOf(baked, normals[0]), BandOf(baked, normals[1])};
+    const bool isFirstSteeper = bands[0] * size(normals[1][2]) > bands[1] * size(normals[0][2]);
+    const Corners steep = CornersOf(baked, isFirstSteeper ? i : j);
+    const Corners flat = CornersOf(baked, isFirstSteeper ? j : i);
+    const Normal& n = normals[isFirstSteeper ? 0 : 1];
+    const Normal& flatNormal = normals[isFirstSteeper ? 1 : 0];
+    const Wide band = bands[isFirstSteeper ? 0 : 1];
+    for (std::size_t k = 0; k < 3; ++k) {
+        const BakedVertex& from = flat[k];
+        const BakedVertex& to = flat[(k + 1) % 3];
+        const std::vector<Fraction> meetings = MeetingsWithin(steep, from, to);
+        for (const Fraction& t : AreSeveral(meetings) ? meetings : std::vector<Fraction>()) {
+            if (size(At(t, AlongNormal(from, steep[0], n), AlongNormal(to, steep[0], n))) >
+                band * t.denominator) {
+                return false;
+            }
+        }
+        const bool isOver = SideOf(flat[0], flat[1], steep[k]) >= 0 &&
+                            SideOf(flat[1], flat[2], steep[k]) >= 0 &&
+                            SideOf(flat[2], flat[0], steep[k]) >= 0;
+        if (isOver && size(AlongNormal(steep[k], flat[0], flatNormal)) * size(n[2]) >
+                          band * size(flatNormal[2])) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void AppendCut(const BakedTriangles& baked,
                const Cut& cut,
                bool grazing,
@@ -369,7 +453,14 @@ HiddenOfCut(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) 
             return std::nullopt;
         }
     }
-    if (Compare(window.start, window.end) >= 0) {
+    const auto depth = [&](const Crossing& end) {
+        return RoundedValue({AlongNormal(end.from, t[0], n), AlongNormal(end.to, t[0], n)}, end.t);
+    };
+    const auto isDeep = [&](const Fraction& at) {
+        return At(at, depth(cut.first), depth(cut.second)) < -BandOf(baked, n) * at.denominator;
+    };
+    if (Compare(window.start, window.end) >= 0 ||
+        (baked.contactTolerance > 0 && !isDeep(window.start) && !isDeep(window.end))) {
         return std::nullopt;
     }
     return ctr::RationalInterval{Narrowed(window.start), Narrowed(window.end)};
@@ -381,7 +472,9 @@ CutPieces PiecesOfCuts(const BakedTriangles& baked, const TrianglesNear& near, C
     for (unsigned int i = 0; i < triangles; ++i) {
         for (const unsigned int j : near(BoxOfTriangle(baked, i))) {
             const auto cut = j > i ? CutOf(baked, i, j, counts) : std::nullopt;
-            if (cut) {
+            const bool inContact = cut && baked.contactTolerance > 0 && AreInContact(baked, i, j);
+            counts.inContact += inContact ? 1 : 0;
+            if (cut && !inContact) {
                 counts.atOwnTriangle += HiddenOfCut(baked, *cut, i) ? 1 : 0;
                 counts.atOwnTriangle += HiddenOfCut(baked, *cut, j) ? 1 : 0;
                 AppendCut(baked, *cut, IsGrazing(baked, i, j), near, pieces, counts);

@@ -37,6 +37,7 @@ struct CutCounts {
     int apart = 0;          ///< Of those, pairs whose spans do not overlap.
     int ties = 0;           ///< Of those, pairs of which two ends that are compared are equal.
     int cuts = 0;
+    int inContact = 0;      ///< Cuts that are none, as the two are in contact within the tolerance.
     int hiddenRanges = 0;   ///< One for each triangle that hides some of a cut.
     int partlyHidden = 0;   ///< Cuts of which something is hidden and something is not.
     int atOwnTriangle = 0;  ///< Hidden ranges due to a triangle that makes the cut: never.
@@ -52,7 +53,8 @@ ctr::BakedVertex PointAt(const ctr::BakedVertex& p0, const ctr::BakedVertex& p1,
 std::optional<Cut>
 CutOf(const ctr::BakedTriangles& baked, unsigned int i, unsigned int j, CutCounts& counts);
 
-/// The range of a cut's parameter (0 and 1 at its two grid points) that a triangle hides.
+/// The range of a cut's parameter (0 and 1 at its two grid points) that a triangle hides, within
+/// the contact tolerance of what is baked.
 std::optional<ctr::RationalInterval>
 HiddenOfCut(const ctr::BakedTriangles& baked, const Cut& cut, unsigned int triangle);
 

@@ -36,6 +36,15 @@ Wide DepthBehind(const std::array<WidePoint, 3>& t, const WidePoint& p) {
     return p.z * area - plane;
 }
 
+// By how much DepthBehind() changes at the most when a point moves by so many steps on every axis.
+Wide BandOf(const std::array<WidePoint, 3>& t, long tolerance) {
+    const auto size = [](Wide value) { return value < 0 ? -value : value; };
+    const Wide here = DepthBehind(t, {0, 0, 0, 1});
+    return tolerance *
+           (size(DepthBehind(t, {1, 0, 0, 1}) - here) + size(DepthBehind(t, {0, 1, 0, 1}) - here) +
+            size(DepthBehind(t, {0, 0, 1, 1}) - here));
+}
+
 std::array<WidePoint, 3> Widen(const GridTriangle& t) {
     return {Widen(t[0]), Widen(t[1]), Widen(t[2])};
 }
@@ -50,6 +59,10 @@ struct Condition {
     bool isConstant() const { return atStart == atEnd; }
     bool rises() const { return atStart < atEnd; }
     bool holdsNowhere() const { return strict ? atStart <= 0 : atStart < 0; } // when constant
+    bool exceeds(Wide limit, const Fraction& t) const {
+        return atStart * (t.denominator - t.numerator) + atEnd * t.numerator >
+               limit * t.denominator;
+    }
     Fraction zero() const {
         return rises() ? Fraction{-atStart, atEnd - atStart} : Fraction{atStart, atStart - atEnd};
     }
@@ -97,8 +110,12 @@ bool IsInside(const std::array<WidePoint, 3>& t, const WidePoint& p) {
 
 } // namespace
 
-Encounter Meet(const GridTriangle& triangle, const ctr::BakedVertex& a, const ctr::BakedVertex& b) {
-    const std::array<Condition, 4> conditions = Conditions(Widen(triangle), Widen(a), Widen(b));
+Encounter Meet(const GridTriangle& triangle,
+               const ctr::BakedVertex& a,
+               const ctr::BakedVertex& b,
+               long tolerance) {
+    const std::array<WidePoint, 3> corners = Widen(triangle);
+    const std::array<Condition, 4> conditions = Conditions(corners, Widen(a), Widen(b));
     const Condition& behind = conditions[3];
     Encounter encounter;
     Bounds bounds;
@@ -115,17 +132,21 @@ Encounter Meet(const GridTriangle& triangle, const ctr::BakedVertex& a, const ct
                         Compare(bounds.start, behind.zero()) < 0 &&
                         Compare(behind.zero(), bounds.end) < 0;
     bounds.narrow(behind);
-    if (bounds.fillMoreThanAPoint()) {
+    const Wide band = BandOf(corners, tolerance);
+    if (bounds.fillMoreThanAPoint() &&
+        (behind.exceeds(band, bounds.start) || behind.exceeds(band, bounds.end))) {
         encounter.hidden = ctr::RationalInterval{Narrow(bounds.start), Narrow(bounds.end)};
     }
     return encounter;
 }
 
-std::vector<ctr::RationalInterval>
-HiddenRanges(const ExactBaked& baked, const ctr::BakedVertex& a, const ctr::BakedVertex& b) {
+std::vector<ctr::RationalInterval> HiddenRanges(const ExactBaked& baked,
+                                                const ctr::BakedVertex& a,
+                                                const ctr::BakedVertex& b,
+                                                long tolerance) {
     std::vector<ctr::RationalInterval> ranges;
     for (std::size_t i = 0; i < baked.triangles.size(); ++i) {
-        const Encounter encounter = Meet(baked.corners(i), a, b);
+        const Encounter encounter = Meet(baked.corners(i), a, b, tolerance);
         if (encounter.hidden) {
             ranges.push_back(*encounter.hidden);
         }
@@ -137,22 +158,30 @@ HiddenRanges(const ExactBaked& baked, const ctr::BakedVertex& a, const ctr::Bake
 bool HidesPoint(const GridTriangle& triangle,
                 const ctr::BakedVertex& a,
                 const ctr::BakedVertex& b,
-                const Fraction& parameter) {
+                const Fraction& parameter,
+                long tolerance) {
     const WidePoint point = PointAt(Widen(a), Widen(b), parameter);
     const auto corners = Widen(triangle);
-    return IsInside(corners, point) && DepthBehind(corners, point) > 0;
+    return IsInside(corners, point) &&
+           DepthBehind(corners, point) > BandOf(corners, tolerance) * point.w;
 }
 
 bool IsPointHidden(const ExactBaked& baked,
                    const ctr::BakedVertex& a,
                    const ctr::BakedVertex& b,
-                   const Fraction& parameter) {
+                   const Fraction& parameter,
+                   long tolerance) {
     for (std::size_t i = 0; i < baked.triangles.size(); ++i) {
-        if (HidesPoint(baked.corners(i), a, b, parameter)) {
+        if (HidesPoint(baked.corners(i), a, b, parameter, tolerance)) {
             return true;
         }
     }
     return false;
+}
+
+long StepsThatCount(const ctr::DiscreteProjectionSpace& space, unsigned int tolerance) {
+    const long extents[2] = {1L << space.xyBits, 1L << space.zBits};
+    return std::min({long{tolerance}, extents[0] / 4, extents[1] / 4});
 }
 
 } // namespace test_support

@@ -26,24 +26,38 @@ struct Encounter {
 /// Its fractions are side values or plane distances over the difference of the two ends', written
 /// with a positive denominator. Of several bounds of one value the last counts, in the order: 0 or
 /// 1, the sides from corner 0, 1, 2, the plane.
-Encounter Meet(const GridTriangle& triangle, const ctr::BakedVertex& a, const ctr::BakedVertex& b);
+///
+/// With a tolerance, nothing is hidden unless some point of that range is farther behind the plane
+/// than the plane itself moves when all its points move by so many steps along every axis.
+Encounter Meet(const GridTriangle& triangle,
+               const ctr::BakedVertex& a,
+               const ctr::BakedVertex& b,
+               long tolerance = 0);
 
 /// One range for each triangle that hides something of the edge, sorted by value.
-std::vector<ctr::RationalInterval>
-HiddenRanges(const ExactBaked& baked, const ctr::BakedVertex& a, const ctr::BakedVertex& b);
+std::vector<ctr::RationalInterval> HiddenRanges(const ExactBaked& baked,
+                                                const ctr::BakedVertex& a,
+                                                const ctr::BakedVertex& b,
+                                                long tolerance = 0);
 
-/// Whether a closed triangle lies strictly before the point of a -> b at a parameter; the limits
-/// are those of IsPointHidden().
+/// Whether a closed triangle lies before the point of a -> b at a parameter, strictly and by more
+/// than the tolerance; the limits are those of IsPointHidden().
 bool HidesPoint(const GridTriangle& triangle,
                 const ctr::BakedVertex& a,
                 const ctr::BakedVertex& b,
-                const Fraction& parameter);
+                const Fraction& parameter,
+                long tolerance = 0);
 
-/// Whether some closed triangle lies strictly before the point of a -> b at a parameter, decided
-/// for that point alone. The parameter's parts have to be below 2^32, coordinates below 2^20.
+/// Whether some closed triangle lies before the point of a -> b at a parameter, strictly and by
+/// more than the tolerance, decided for that point alone. The parameter's parts have to be below
+/// 2^32, coordinates below 2^20.
 bool IsPointHidden(const ExactBaked& baked,
                    const ctr::BakedVertex& a,
                    const ctr::BakedVertex& b,
-                   const Fraction& parameter);
+                   const Fraction& parameter,
+                   long tolerance = 0);
+
+/// The steps that count of a contact tolerance: a quarter of the grid along an axis at the most.
+long StepsThatCount(const ctr::DiscreteProjectionSpace& space, unsigned int tolerance);
 
 } // namespace test_support
