@@ -197,7 +197,9 @@ private:
         const BakedVertex column = test_support::PointAt(a, b, t);
         for (const unsigned int i :
              grid_.bins.trianglesNear(test_support::BoxOf(column, column).grownBy(1))) {
-            if (HidesPoint(grid_.triangles[i], a, b, t)) {
+            const auto met =
+                test_support::Meet(grid_.triangles[i], a, b, kxcontour::kContactTolerance);
+            if (met.hidden && test_support::Contains(std::vector{*met.hidden}, t)) {
                 return true;
             }
         }
@@ -279,7 +281,8 @@ void FindCutsAgain(const OnGrid& grid,
                    const SceneLines& lines,
                    Counts& counts) {
     const std::vector<const kx::kxTriMesh*> meshes = test_support::MeshList(scene.meshes);
-    const ctr::BakedTriangles baked = test_support::Bake(grid.space, meshes);
+    ctr::BakedTriangles baked = test_support::Bake(grid.space, meshes);
+    baked.setContactTolerance(kxcontour::kContactTolerance);
     ASSERT_EQ(baked.trianglePlanes.size(), grid.triangles.size());
     const auto near = [&](const test_support::ScreenBox& box) {
         return grid.bins.trianglesNear(box);

@@ -15,10 +15,6 @@ using ctr::LineSegmentSet;
 /// The library's own limit, for meshes whose creases follow from their normals.
 constexpr float kCreaseAngleInDegrees = 5.0F;
 
-/// In steps of the grid: one for what rounding to the grid does to faces in one plane, one for what
-/// single precision does.
-constexpr unsigned int kContactTolerance = 2;
-
 std::vector<const kx::kxTriMesh*> Borrowed(const MeshList& meshes) {
     std::vector<const kx::kxTriMesh*> pointers;
     pointers.reserve(meshes.size());

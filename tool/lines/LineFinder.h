@@ -15,6 +15,10 @@ namespace kxcontour {
 
 using LineSetPointer = kx::kxPointer<ctr::LineSegmentSet>;
 
+/// In steps of the grid: one for what rounding to the grid does to faces in one plane, one for what
+/// single precision does.
+constexpr unsigned int kContactTolerance = 2;
+
 /// Which lines are looked for.
 struct LineChoice {
     bool silhouettes = true;
