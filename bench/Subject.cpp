@@ -158,9 +158,25 @@ Sphere SphereAround(const Scene& scene) {
     return {0.5 * (low + high), 0.5 * std::sqrt(size.Dot(size))};
 }
 
+/// Turns an orthographic camera on a box of -1 to 1 into one in perspective, whose eye is at a
+/// depth of -3: w grows from 2 at the near side to 4 at the far one, and the view becomes wider by
+/// a half of that, so that the sphere in the box stays in it.
+void PutEyeInFront(Wm4::Matrix4<float>& toClip, Wm4::Matrix4<float>& toWorld) {
+    constexpr float kEye = 3.0F;
+    constexpr float kZoom = 2.7F;
+    // Row vectors: (x, y, z, 1) becomes (kZoom x, kZoom y, kEye z + 1, z + kEye).
+    const Wm4::Matrix4<float> project(kZoom, 0, 0, 0, 0, kZoom, 0, 0, 0, 0, kEye, 1, 0, 0, 1, kEye);
+    constexpr float kDeterminant = kEye * kEye - 1.0F;
+    const Wm4::Matrix4<float> unproject(1 / kZoom, 0, 0, 0, 0, 1 / kZoom, 0, 0, 0, 0,
+                                        kEye / kDeterminant, -1 / kDeterminant, 0, 0,
+                                        -1 / kDeterminant, kEye / kDeterminant);
+    toClip = toClip * project;
+    toWorld = unproject * toWorld;
+}
+
 /// x to the right, y down the page, z away from the eye; each axis of the sphere's size.
 ctr::DiscreteProjectionSpace CameraOn(const Sphere& sphere, View view) {
-    const bool turned = view == View::Turned;
+    const bool turned = view != View::Aligned;
     const Vector ahead = Unit(turned ? Vector(-1.0, 1.3, -0.8) : Vector(0.0, 0.0, -1.0));
     const Vector up = turned ? Vector(0.0, 0.0, 1.0) : Vector(0.0, 1.0, 0.0);
     const Vector right = Unit(ahead.Cross(up));
@@ -177,6 +193,9 @@ ctr::DiscreteProjectionSpace CameraOn(const Sphere& sphere, View view) {
         }
         toClip[3][axis] = static_cast<float>(-sphere.middle.Dot(direction) / half);
         toWorld[3][axis] = static_cast<float>(sphere.middle[axis]);
+    }
+    if (view == View::Perspective) {
+        PutEyeInFront(toClip, toWorld);
     }
     ctr::DiscreteProjectionSpace space;
     space.setViewProjection(toClip, toWorld);

@@ -16,12 +16,14 @@
 namespace bench {
 
 enum class View : std::uint8_t {
-    Turned, ///< From (1, -1.3, 0.8): what everything is measured with.
-    Aligned ///< From above: planks cross at right angles, the walls of gears are seen edge-on.
+    Turned,     ///< From (1, -1.3, 0.8): what everything is measured with.
+    Aligned,    ///< From above: planks cross at right angles, the walls of gears are seen edge-on.
+    Perspective ///< As Turned, from three times the radius of the sphere.
 };
 
 /// The meshes of a scene with normals that bend only at edges of less than 30 degrees, and an
-/// orthographic camera whose square view holds the sphere around the scene's box, times 1.02.
+/// camera, orthographic but for Perspective, whose square view holds the sphere around the scene's
+/// box, times 1.02.
 struct Subject {
     std::vector<kx::kxPointer<kx::kxTriMesh>> meshes;
     std::vector<const kx::kxTriMesh*> borrowed; ///< The same meshes.
