@@ -189,9 +189,11 @@ class Stage {
 public:
     Stage(const ctr::DiscreteProjectionSpace& space,
           MeshPointers drawn,
-          MeshPointers occluders = {})
+          MeshPointers occluders = {},
+          unsigned int contactTolerance = 0)
         : drawn_(std::move(drawn)), occluders_(std::move(occluders)) {
         generator.setProjectionSpace(space);
+        generator.setContactTolerance(contactTolerance);
         const auto hiding = test_support::MeshList(occluders_);
         generator.setSingleExportCluster(test_support::MeshList(drawn_), &hiding);
     }
