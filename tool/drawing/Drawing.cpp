@@ -27,10 +27,13 @@ double Joint(PageSize page) {
     return std::max(kLeast, 4.0 * std::max(page.width, page.height) / kGridSteps);
 }
 
-/// Lines this near are one line: far below what any pen shows, and wide enough that the lines that
-/// stay are still apart when joining has moved their ends and writers have rounded them.
+/// Lines this near are one line: a fifth of the finest pen, so that the second line would only make
+/// a stroke bolder, and wide enough that the lines that stay are still apart when joining has moved
+/// their ends and writers have rounded them. Two surfaces that nearly touch, such as the sides of a
+/// crack, draw such lines.
 double Coincidence(PageSize page) {
-    return 6.0 * Joint(page);
+    constexpr double kLeast = 0.02;
+    return std::max(kLeast, 6.0 * Joint(page));
 }
 
 Wm4::Vector3<double> TurnedToWorld(const Scene& scene, const Wm4::Vector3<double>& v) {
@@ -183,11 +186,15 @@ void WriteWhole(OutputFile& file, const std::string& name, Function write) {
     file.commit();
 }
 
-/// A scale that is far too large may leave lines beside the page only.
-[[noreturn]] void NothingVisible(const DrawingOptions& options, const std::string& overflow) {
+/// A scale that is far too large may leave lines beside the page only, one that is far too small
+/// nothing but crumbs.
+[[noreturn]] void NothingVisible(const DrawingOptions& options, const DrawingReport& report) {
     const std::string name = NameOf(RequestFor(options.input, options.input.models.front()));
-    throw Failure(ExitCode::NothingToDraw, name + ": nothing to draw: no line of it is visible" +
-                                               (overflow.empty() ? "" : "; " + overflow));
+    const char* reason = report.lines.lines > 0 ? "all its lines are shorter than --min-length"
+                                                : "no line of it is visible";
+    throw Failure(ExitCode::NothingToDraw,
+                  name + ": nothing to draw: " + reason +
+                      (report.overflow.empty() ? "" : "; " + report.overflow));
 }
 
 void MoveBy(LineGroup& group, Point offset) {
@@ -289,7 +296,7 @@ private:
         onPaper.objects = scene_.objects;
         PaperDrawing drawing = Compose(std::move(onPaper), RulesFor(options_), report_.lines);
         if (report_.lines.paths == 0) {
-            NothingVisible(options_, report_.overflow);
+            NothingVisible(options_, report_);
         }
         drawing.page = options_.page.size;
         drawing.title = TitleOf(options_.output);
@@ -301,7 +308,7 @@ private:
     void writeRecords(const SceneLines& lines, const PaperPlace& place) {
         observer_.enter("export");
         if (MapToPaper(lines, place, false).groups.empty()) {
-            NothingVisible(options_, report_.overflow);
+            NothingVisible(options_, report_);
         }
         JsonDrawing drawing;
         drawing.page = options_.page.size;

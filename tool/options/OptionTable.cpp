@@ -317,8 +317,10 @@ void AddLines(Rows& rows) {
                     topic,
                     ValueKind::Number,
                     "Leave out paths that are shorter on paper",
-                    "Leaves out paths that are shorter than LENGTH on paper, after joining.",
-                    "0",
+                    "Leaves out paths that are shorter than LENGTH on paper, after joining; a "
+                    "closed one counts by its whole length. Dots are left out even with 0. JSON "
+                    "tells every range, however short.",
+                    "0.02mm",
                     {}});
 }
 

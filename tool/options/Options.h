@@ -41,7 +41,7 @@ struct LineOptions {
     bool hidden = false;
     std::optional<double> creaseAngle; ///< Degrees, over 0 and under 180; none: not given.
     StyleSheet styles;
-    double minLength = 0.0; ///< Millimetres of paper.
+    double minLength = 0.02; ///< Millimetres of paper.
 };
 
 struct OutputOptions {

@@ -127,11 +127,22 @@ BundlesOf(const PaperLines& lines, const ComposingRules& rules, std::size_t laye
     return layers;
 }
 
+/// A path no larger than this many joints is a dot.
+constexpr double kDotJoints = 4.0;
+
+/// What an edge shows beside the face it starts on is shorter than this, millimetres; a longer end
+/// is one of the model's lines, however long the paths are that are wanted.
+constexpr double kLongestSpur = 0.02;
+
+bool IsCrumb(const Path& path, const ComposingRules& rules) {
+    return LengthOf(path) < rules.minLength || ExtentOf(path) <= kDotJoints * rules.joint;
+}
+
 PathGroup GroupOf(const Bundle& bundle, const ComposingRules& rules, ComposingReport& report) {
     PathGroup group = bundle.group;
-    group.paths = JoinLines(bundle.lines, rules.joint);
+    group.paths = JoinLines(bundle.lines, rules.joint, std::min(rules.minLength, kLongestSpur));
     const std::size_t before = group.paths.size();
-    std::erase_if(group.paths, [&](const Path& path) { return LengthOf(path) < rules.minLength; });
+    std::erase_if(group.paths, [&](const Path& path) { return IsCrumb(path, rules); });
     report.crumbs += before - group.paths.size();
     report.paths += group.paths.size();
     if (rules.arcTolerance) {

@@ -13,9 +13,9 @@ enum class Layering : std::uint8_t { None, Type, Object };
 struct ComposingRules {
     Layering layering = Layering::None;
     StyleSheet styles;
-    double coincidence = 0.006;         ///< Lines this near are one line, millimetres.
+    double coincidence = 0.02;          ///< Lines this near are one line, millimetres.
     double joint = 0.001;               ///< Ends this near are one point, millimetres.
-    double minLength = 0.0;             ///< Paths shorter than this are left out, millimetres.
+    double minLength = 0.02;            ///< Paths shorter than this are left out, millimetres.
     std::optional<double> arcTolerance; ///< Millimetres; none: polylines only.
 };
 
@@ -28,6 +28,10 @@ struct ComposingReport {
 };
 
 /// Removes what is drawn twice, joins what meets, leaves out crumbs and finds arcs.
+///
+/// A path that stays within a few joints of one place is a dot, and no dot is drawn whatever
+/// minLength is: writers round coordinates to about a joint. Otherwise the length counts, of closed
+/// paths too. Spurs (Joining.h) shorter than minLength go before joining, those under 0.02 mm.
 ///
 /// Lines are joined within a layer over families and objects of one style, but visible lines never
 /// with hidden ones, even if these look alike. Groups come visible ones

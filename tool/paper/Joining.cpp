@@ -5,56 +5,97 @@
 #include "paper/PointClusters.h"
 #include "paper/Trails.h"
 
+#include <algorithm>
+
 namespace kxcontour {
 namespace {
 
-/// The lines as links between points, and apart from them those whose ends are one point.
+/// The lines as links between points.
 struct Figure {
     std::vector<Point> points;
     std::vector<Link> links;
-    std::vector<std::uint32_t> lineOfLink;
-
-    struct Dot {
-        std::uint32_t line = 0;
-        std::uint32_t point = 0;
-    };
-    std::vector<Dot> dots;
 };
 
 Figure FigureOf(const std::vector<PaperLine>& lines, double tolerance) {
     Figure figure;
     PointClusters clusters(tolerance, lines.size());
     figure.links.reserve(lines.size());
-    for (std::uint32_t i = 0; i < lines.size(); ++i) {
-        const std::uint32_t from = clusters.add(lines[i].a);
-        const std::uint32_t to = clusters.add(lines[i].b);
-        if (from == to) {
-            figure.dots.push_back({i, from});
-        } else {
+    for (const PaperLine& line : lines) {
+        const std::uint32_t from = clusters.add(line.a);
+        const std::uint32_t to = clusters.add(line.b);
+        if (from != to) {
             figure.links.push_back({from, to});
-            figure.lineOfLink.push_back(i);
         }
     }
     figure.points = clusters.representatives();
     return figure;
 }
 
-/// The dots that nothing else touches, one for each point.
-std::vector<Figure::Dot> LonelyDots(const Figure& figure) {
-    std::vector<bool> touched(figure.points.size());
-    for (const Link& link : figure.links) {
-        touched[link.from] = true;
-        touched[link.to] = true;
-    }
-    std::vector<Figure::Dot> lonely;
-    for (const Figure::Dot& dot : figure.dots) {
-        if (!touched[dot.point]) {
-            touched[dot.point] = true;
-            lonely.push_back(dot);
+/// Takes spurs off a figure. All of them are looked for in the figure as it is: where two short
+/// ones are all that goes on from a point, both go.
+class SpurCutter {
+public:
+    SpurCutter(Figure& figure, double spurLength)
+        : figure_(figure), spurLength_(spurLength), degrees_(figure.points.size()),
+          linkSums_(figure.points.size()), isSpur_(figure.links.size()) {
+        for (std::uint32_t i = 0; i < figure.links.size(); ++i) {
+            for (const std::uint32_t point : {figure.links[i].from, figure.links[i].to}) {
+                ++degrees_[point];
+                linkSums_[point] ^= i;
+            }
         }
     }
-    return lonely;
-}
+
+    void cut() {
+        for (std::uint32_t point = 0; point < figure_.points.size(); ++point) {
+            if (degrees_[point] == 1) {
+                markFrom(point);
+            }
+        }
+        dropMarked();
+    }
+
+private:
+    double lengthOf(const Link& link) const {
+        return plane::Distance(figure_.points[link.from], figure_.points[link.to]);
+    }
+
+    /// Follows the lines from a loose end to where three or more meet.
+    void markFrom(std::uint32_t point) {
+        std::uint32_t link = linkSums_[point];
+        double length = 0.0;
+        trace_.clear();
+        do {
+            trace_.push_back(link);
+            length += lengthOf(figure_.links[link]);
+            point = figure_.links[link].from ^ figure_.links[link].to ^ point;
+            link ^= linkSums_[point];
+        } while (degrees_[point] == 2 && length < spurLength_);
+        if (degrees_[point] > 2 && length < spurLength_) {
+            for (const std::uint32_t spur : trace_) {
+                isSpur_[spur] = true;
+            }
+        }
+    }
+
+    void dropMarked() {
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < figure_.links.size(); ++i) {
+            if (!isSpur_[i]) {
+                figure_.links[kept++] = figure_.links[i];
+            }
+        }
+        figure_.links.resize(kept);
+    }
+
+    Figure& figure_;
+    double spurLength_;
+    std::vector<std::uint32_t> degrees_;
+    /// By point: the numbers of its links, added without carry. Of two, one tells the other.
+    std::vector<std::uint32_t> linkSums_;
+    std::vector<bool> isSpur_;
+    std::vector<std::uint32_t> trace_; ///< The links from the loose end at hand.
+};
 
 Path PathAlong(const Trail& trail, const Figure& figure) {
     Path path;
@@ -69,33 +110,17 @@ Path PathAlong(const Trail& trail, const Figure& figure) {
     return path;
 }
 
-std::uint32_t LeastLinkOf(const Trail& trail) {
-    std::uint32_t least = trail.steps.front() / 2;
-    for (const std::uint32_t step : trail.steps) {
-        least = std::min(least, step / 2);
-    }
-    return least;
-}
-
 } // namespace
 
-std::vector<Path> JoinLines(const std::vector<PaperLine>& lines, double tolerance) {
-    const Figure figure = FigureOf(lines, tolerance);
-    const std::vector<Trail> trails = FindTrails(figure.points, figure.links);
-    const std::vector<Figure::Dot> dots = LonelyDots(figure);
-    std::vector<Path> paths;
-    paths.reserve(trails.size() + dots.size());
-    // Both lists are in the order of lines: merged, the paths are as well.
-    auto dot = dots.begin();
-    for (const Trail& trail : trails) {
-        const std::uint32_t line = figure.lineOfLink[LeastLinkOf(trail)];
-        for (; dot != dots.end() && dot->line < line; ++dot) {
-            paths.push_back({{lines[dot->line].a, lines[dot->line].b}, {}});
-        }
-        paths.push_back(PathAlong(trail, figure));
+std::vector<Path>
+JoinLines(const std::vector<PaperLine>& lines, double tolerance, double spurLength) {
+    Figure figure = FigureOf(lines, tolerance);
+    if (spurLength > 0.0) {
+        SpurCutter(figure, spurLength).cut();
     }
-    for (; dot != dots.end(); ++dot) {
-        paths.push_back({{lines[dot->line].a, lines[dot->line].b}, {}});
+    std::vector<Path> paths;
+    for (const Trail& trail : FindTrails(figure.points, figure.links)) {
+        paths.push_back(PathAlong(trail, figure));
     }
     return paths;
 }
@@ -106,6 +131,16 @@ double LengthOf(const Path& path) {
         length += plane::Distance(path.points[i - 1], path.points[i]);
     }
     return length;
+}
+
+double ExtentOf(const Path& path) {
+    Point low = path.points.front();
+    Point high = low;
+    for (const Point& point : path.points) {
+        low = {std::min(low.x, point.x), std::min(low.y, point.y)};
+        high = {std::max(high.x, point.x), std::max(high.y, point.y)};
+    }
+    return std::max(high.x - low.x, high.y - low.y);
 }
 
 } // namespace kxcontour

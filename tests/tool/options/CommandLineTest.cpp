@@ -56,7 +56,7 @@ TEST(ParseCommandLine, NeedsTwoFilesAndHasDefaultsForTheRest) {
     EXPECT_EQ(options.page.margin, 10.0);
     EXPECT_TRUE(options.lines.silhouettes && options.lines.creases && options.lines.intersections);
     EXPECT_FALSE(options.lines.hidden || options.lines.creaseAngle);
-    EXPECT_EQ(options.lines.minLength, 0.0);
+    EXPECT_EQ(options.lines.minLength, 0.02);
     EXPECT_EQ(options.output.path, "o.svg");
     EXPECT_EQ(options.output.format, OutputFormat::Svg);
     EXPECT_EQ(options.output.layering, Layering::None);

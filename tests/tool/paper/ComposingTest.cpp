@@ -157,6 +157,52 @@ TEST(Compose, ReportsWhatCameInWhatWasShownTwiceAndWhatWasTooShort) {
     EXPECT_EQ(CountPaths(drawing), 2U);
 }
 
+/// A closed square; its path is four sides long.
+std::vector<PaperLine> Square(double side) {
+    return {{{0, 0}, {side, 0}},
+            {{side, 0}, {side, side}},
+            {{side, side}, {0, side}},
+            {{0, side}, {0, 0}}};
+}
+
+std::size_t PathsOf(std::vector<PaperLine> lines, double minLength) {
+    PaperLines all;
+    all.groups.push_back({Family::Crease, false, kSharedObject, std::move(lines)});
+    ComposingRules rules;
+    rules.minLength = minLength;
+    ComposingReport report;
+    return CountPaths(Compose(all, rules, report));
+}
+
+TEST(Compose, CrumbsAreLeftOutUnlessTold) {
+    EXPECT_EQ(ComposingRules().minLength, 0.02);
+    EXPECT_EQ(PathsOf({{{5, 5}, {5.019, 5}}}, 0.02), 0U);
+    EXPECT_EQ(PathsOf({{{5, 5}, {5.021, 5}}}, 0.02), 1U);
+    EXPECT_EQ(PathsOf({{{5, 5}, {5.019, 5}}}, 0.0), 1U);
+}
+
+TEST(Compose, AClosedPathCountsByItsLength) {
+    EXPECT_EQ(PathsOf(Square(0.3), 1.1), 1U);
+    EXPECT_EQ(PathsOf(Square(0.3), 1.3), 0U);
+}
+
+TEST(Compose, DotsAreNeverDrawn) {
+    EXPECT_EQ(PathsOf({{{5, 5}, {5, 5}}}, 0.0), 0U);
+    EXPECT_EQ(PathsOf({{{5, 5}, {5.003, 5.003}}}, 0.0), 0U) << "writers might round it to one";
+    EXPECT_EQ(PathsOf(Square(0.003), 0.0), 0U) << "nor is a closed path that is one";
+    EXPECT_EQ(PathsOf({{{5, 5}, {5.005, 5}}}, 0.0), 1U);
+}
+
+TEST(Compose, ASpurNeitherCutsNorBendsAPath) {
+    std::vector<PaperLine> lines = Row(5, 2);
+    lines.push_back({{1, 5}, {1.002, 5.015}});
+    EXPECT_EQ(PathsOf(lines, 0.02), 1U);
+    EXPECT_EQ(PathsOf(lines, 0.0), 2U);
+    lines.back().b.y = 5.5;
+    EXPECT_EQ(PathsOf(lines, 0.02), 2U);
+    EXPECT_EQ(PathsOf(lines, 0.6), 1U) << "a path of its own that is too short";
+}
+
 TEST(Compose, LayersWithoutAPathAreLeftOut) {
     PaperLines lines = AllKinds();
     lines.groups[3].lines = {{{0, 4}, {0.1, 4}}};

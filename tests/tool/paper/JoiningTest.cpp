@@ -127,10 +127,8 @@ TEST(JoinLines, ClosedPathsThatShareAPointBecomeOne) {
     EXPECT_EQ(paths[0].points.size(), 7U);
 }
 
-TEST(JoinLines, DotsStayOnlyWhereNothingElseIs) {
-    const auto alone = JoinLines({{{1, 1}, {1, 1}}, {{1, 1.005}, {1, 1}}}, kTolerance);
-    ASSERT_EQ(alone.size(), 1U);
-    EXPECT_EQ(CornersOf(alone[0]), (Corners{{1, 1}, {1, 1}}));
+TEST(JoinLines, DotsAreNothing) {
+    EXPECT_TRUE(JoinLines({{{1, 1}, {1, 1}}, {{1, 1.005}, {1, 1}}}, kTolerance).empty());
     const auto touched = JoinLines({{{1, 1}, {1, 1}}, {{1, 1}, {2, 2}}}, kTolerance);
     ASSERT_EQ(touched.size(), 1U);
     EXPECT_EQ(CornersOf(touched[0]), (Corners{{1, 1}, {2, 2}}));
@@ -141,14 +139,58 @@ TEST(JoinLines, PathsComeInTheOrderOfTheirFirstLines) {
                                   {{9, 9}, {9, 9}},
                                   {{0, 0}, {1, 0}},
                                   {{6, 5}, {7, 5}},
-                                  {{3, 3}, {3, 3}},
+                                  {{3, 3}, {3, 4}},
                                   {{1, 0}, {2, 0}}},
                                  kTolerance);
-    ASSERT_EQ(paths.size(), 4U);
+    ASSERT_EQ(paths.size(), 3U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{5, 5}, {6, 5}, {7, 5}}));
-    EXPECT_EQ(CornersOf(paths[1]), (Corners{{9, 9}, {9, 9}}));
-    EXPECT_EQ(CornersOf(paths[2]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
-    EXPECT_EQ(CornersOf(paths[3]), (Corners{{3, 3}, {3, 3}}));
+    EXPECT_EQ(CornersOf(paths[1]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
+    EXPECT_EQ(CornersOf(paths[2]), (Corners{{3, 3}, {3, 4}}));
+}
+
+TEST(JoinLines, ASpurIsLeftOut) {
+    constexpr double kSpur = 0.2;
+    const std::vector<PaperLine> line{{{0, 0}, {1, 0}}, {{1, 0}, {2, 0}}};
+    std::vector<PaperLine> withSpur = line;
+    withSpur.push_back({{1, 0}, {1, 0.1}});
+    withSpur.push_back({{1, 0.1}, {1.05, 0.1}});
+    const auto paths = JoinLines(withSpur, kTolerance, kSpur);
+    ASSERT_EQ(paths.size(), 1U);
+    EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
+    EXPECT_EQ(JoinLines(withSpur, kTolerance).size(), 2U) << "unless none is asked to go";
+    withSpur.push_back({{1.05, 0.1}, {1.1, 0.1}});
+    EXPECT_EQ(JoinLines(withSpur, kTolerance, kSpur).size(), 2U) << "this one is too long";
+}
+
+TEST(JoinLines, ASpurDoesNotOpenARing) {
+    std::vector<PaperLine> lines = Ring({0, 0}, 10, 36);
+    const std::size_t chords = lines.size();
+    lines.push_back({lines[7].a, {lines[7].a.x, lines[7].a.y + 0.1}});
+    ASSERT_EQ(JoinLines(lines, kTolerance)[0].points.size(), chords + 2);
+    const auto paths = JoinLines(lines, kTolerance, 0.2);
+    ASSERT_EQ(paths.size(), 1U);
+    ASSERT_EQ(paths[0].points.size(), chords + 1);
+    EXPECT_EQ(paths[0].points.front().x, paths[0].points.back().x);
+    EXPECT_EQ(paths[0].points.front().y, paths[0].points.back().y);
+}
+
+TEST(JoinLines, OnlyWhatLeadsOffFromOthersIsASpur) {
+    constexpr double kSpur = 0.2;
+    EXPECT_EQ(JoinLines({{{0, 0}, {0.1, 0}}}, kTolerance, kSpur).size(), 1U) << "alone";
+    const auto ends = JoinLines({{{0, 0}, {1, 0}}, {{1, 0}, {1, 0.1}}}, kTolerance, kSpur);
+    ASSERT_EQ(ends.size(), 1U);
+    EXPECT_EQ(ends[0].points.size(), 3U) << "the end of a path";
+    const auto bridge = JoinLines({{{0, 0}, {1, 0}},
+                                   {{1, 0}, {2, 0}},
+                                   {{1, 0}, {1, 0.1}},
+                                   {{0, 0.1}, {1, 0.1}},
+                                   {{1, 0.1}, {2, 0.1}}},
+                                  kTolerance, kSpur);
+    EXPECT_EQ(bridge.size(), 3U) << "between two lines";
+    EXPECT_TRUE(
+        JoinLines({{{0, 0}, {0.1, 0}}, {{0, 0}, {0, 0.1}}, {{0, 0}, {-0.1, 0}}}, kTolerance, kSpur)
+            .empty())
+        << "a star of nothing else";
 }
 
 TEST(JoinLines, TakesNothing) {
