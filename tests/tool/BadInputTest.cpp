@@ -236,6 +236,11 @@ const std::vector<WrongRun> kWrongOptions{
      "cube.obj: nothing to draw: no line of it is visible; at this scale the drawing measures 2000 "
      "x 2000 mm and does not fit on the page of 210 x 297 mm inside its margin",
      {}},
+    {"ScaleTooSmallToSeeALine",
+     "cube.obj -o new.svg --unit mm --scale 1:1000",
+     kNothingToDraw,
+     "cube.obj: nothing to draw: all its lines are shorter than --min-length",
+     {}},
     {"SheetOfPerspectives",
      "cube.obj -o new.svg --sheet front,top --projection perspective",
      kUsage,

@@ -140,7 +140,8 @@ bool IsCrumb(const Path& path, const ComposingRules& rules) {
 
 PathGroup GroupOf(const Bundle& bundle, const ComposingRules& rules, ComposingReport& report) {
     PathGroup group = bundle.group;
-    group.paths = JoinLines(bundle.lines, rules.joint, std::min(rules.minLength, kLongestSpur));
+    group.paths = JoinLines(
+        bundle.lines, {rules.joint, std::min(rules.minLength, kLongestSpur), rules.coincidence});
     const std::size_t before = group.paths.size();
     std::erase_if(group.paths, [&](const Path& path) { return IsCrumb(path, rules); });
     report.crumbs += before - group.paths.size();

@@ -18,7 +18,8 @@ using kxcontour::Path;
 using kxcontour::Point;
 using test_support::Random;
 
-constexpr double kTolerance = 0.01;
+constexpr kxcontour::JoiningRules kRules{0.01, 0.0, 0.0};
+constexpr kxcontour::JoiningRules kSpurs{0.01, 0.2, 0.0};
 
 using Corners = std::vector<std::pair<double, double>>;
 
@@ -31,8 +32,7 @@ Corners CornersOf(const Path& path) {
 }
 
 TEST(JoinLines, LinesEndToEndBecomeOnePathWithAllItsPoints) {
-    const auto paths =
-        JoinLines({{{2, 0}, {1, 0}}, {{0, 0}, {1, 0}}, {{2, 0}, {2, 1}}}, kTolerance);
+    const auto paths = JoinLines({{{2, 0}, {1, 0}}, {{0, 0}, {1, 0}}, {{2, 0}, {2, 1}}}, kRules);
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{2, 1}, {2, 0}, {1, 0}, {0, 0}}));
     EXPECT_TRUE(paths[0].arcs.empty());
@@ -40,15 +40,15 @@ TEST(JoinLines, LinesEndToEndBecomeOnePathWithAllItsPoints) {
 }
 
 TEST(JoinLines, EndsWithinToleranceAreOnePoint) {
-    const auto paths = JoinLines({{{0, 0}, {1, 0}}, {{1.009, 0}, {2, 0}}}, kTolerance);
+    const auto paths = JoinLines({{{0, 0}, {1, 0}}, {{1.009, 0}, {2, 0}}}, kRules);
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
-    EXPECT_EQ(JoinLines({{{0, 0}, {1, 0}}, {{1.011, 0}, {2, 0}}}, kTolerance).size(), 2U);
+    EXPECT_EQ(JoinLines({{{0, 0}, {1, 0}}, {{1.011, 0}, {2, 0}}}, kRules).size(), 2U);
 }
 
 TEST(JoinLines, CrossingPathsGoStraightOn) {
     const auto paths = JoinLines(
-        {{{0, 0}, {1, 0}}, {{1, 0}, {1, 1}}, {{1, 0}, {2, 0}}, {{1, 0}, {1, -1}}}, kTolerance);
+        {{{0, 0}, {1, 0}}, {{1, 0}, {1, 1}}, {{1, 0}, {2, 0}}, {{1, 0}, {1, -1}}}, kRules);
     ASSERT_EQ(paths.size(), 2U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
     EXPECT_EQ(CornersOf(paths[1]), (Corners{{1, -1}, {1, 0}, {1, 1}}));
@@ -56,15 +56,15 @@ TEST(JoinLines, CrossingPathsGoStraightOn) {
 
 TEST(JoinLines, TheStraightestPairGoesFirst) {
     const auto paths =
-        JoinLines({{{0, 0}, {1, 0.3}}, {{0, 0}, {-1, 0}}, {{0, 0}, {1, 0.1}}}, kTolerance);
+        JoinLines({{{0, 0}, {1, 0.3}}, {{0, 0}, {-1, 0}}, {{0, 0}, {1, 0.1}}}, kRules);
     ASSERT_EQ(paths.size(), 2U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0.3}}));
     EXPECT_EQ(CornersOf(paths[1]), (Corners{{1, 0.1}, {0, 0}, {-1, 0}}));
 }
 
 TEST(JoinLines, AClosedPathEndsWithItsFirstPoint) {
-    const auto paths = JoinLines(
-        {{{0, 0}, {1, 0}}, {{1, 0}, {1, 1}}, {{0, 1}, {1, 1}}, {{0, 1}, {0, 0}}}, kTolerance);
+    const auto paths =
+        JoinLines({{{0, 0}, {1, 0}}, {{1, 0}, {1, 1}}, {{0, 1}, {1, 1}}, {{0, 1}, {0, 0}}}, kRules);
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0}, {1, 1}, {0, 1}, {0, 0}}));
 }
@@ -73,7 +73,7 @@ TEST(JoinLines, AClosedPathStartsAtACorner) {
     // The first line lies in the middle of a side.
     const auto paths = JoinLines(
         {{{1, 0}, {2, 0}}, {{0, 0}, {1, 0}}, {{2, 0}, {3, 0}}, {{3, 0}, {1, 2}}, {{1, 2}, {0, 0}}},
-        kTolerance);
+        kRules);
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{3, 0}, {1, 2}, {0, 0}, {1, 0}, {2, 0}, {3, 0}}));
 }
@@ -99,7 +99,7 @@ TEST(JoinLines, ARoundPathStartsWhereItMeetsItself) {
     for (const PaperLine& line : Ring({20, 0}, 10, 36)) {
         lines.push_back(line);
     }
-    const auto paths = JoinLines(lines, kTolerance);
+    const auto paths = JoinLines(lines, kRules);
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(paths[0].points.size(), 73U);
     EXPECT_NEAR(paths[0].points.front().x, 10.0, 1e-9);
@@ -109,12 +109,12 @@ TEST(JoinLines, ARoundPathStartsWhereItMeetsItself) {
 TEST(JoinLines, ARingWithATailIsOnePath) {
     std::vector<PaperLine> lines = Ring({0, 0}, 10, 36);
     lines.push_back({lines[7].a, {20, 20}});
-    const auto paths = JoinLines(lines, kTolerance);
+    const auto paths = JoinLines(lines, kRules);
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(paths[0].points.size(), 38U);
     // The ring closes where two tails go on as one path.
     lines.push_back({lines[7].a, {0, 0}});
-    const auto two = JoinLines(lines, kTolerance);
+    const auto two = JoinLines(lines, kRules);
     ASSERT_EQ(two.size(), 1U);
     EXPECT_EQ(two[0].points.size(), 39U);
 }
@@ -122,14 +122,14 @@ TEST(JoinLines, ARingWithATailIsOnePath) {
 TEST(JoinLines, ClosedPathsThatShareAPointBecomeOne) {
     const std::vector<PaperLine> lines{{{0, 0}, {1, 1}},  {{1, 1}, {1, -1}},   {{1, -1}, {0, 0}},
                                        {{0, 0}, {-1, 1}}, {{-1, 1}, {-1, -1}}, {{-1, -1}, {0, 0}}};
-    const auto paths = JoinLines(lines, kTolerance);
+    const auto paths = JoinLines(lines, kRules);
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(paths[0].points.size(), 7U);
 }
 
 TEST(JoinLines, DotsAreNothing) {
-    EXPECT_TRUE(JoinLines({{{1, 1}, {1, 1}}, {{1, 1.005}, {1, 1}}}, kTolerance).empty());
-    const auto touched = JoinLines({{{1, 1}, {1, 1}}, {{1, 1}, {2, 2}}}, kTolerance);
+    EXPECT_TRUE(JoinLines({{{1, 1}, {1, 1}}, {{1, 1.005}, {1, 1}}}, kRules).empty());
+    const auto touched = JoinLines({{{1, 1}, {1, 1}}, {{1, 1}, {2, 2}}}, kRules);
     ASSERT_EQ(touched.size(), 1U);
     EXPECT_EQ(CornersOf(touched[0]), (Corners{{1, 1}, {2, 2}}));
 }
@@ -141,7 +141,7 @@ TEST(JoinLines, PathsComeInTheOrderOfTheirFirstLines) {
                                   {{6, 5}, {7, 5}},
                                   {{3, 3}, {3, 4}},
                                   {{1, 0}, {2, 0}}},
-                                 kTolerance);
+                                 kRules);
     ASSERT_EQ(paths.size(), 3U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{5, 5}, {6, 5}, {7, 5}}));
     EXPECT_EQ(CornersOf(paths[1]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
@@ -149,25 +149,24 @@ TEST(JoinLines, PathsComeInTheOrderOfTheirFirstLines) {
 }
 
 TEST(JoinLines, ASpurIsLeftOut) {
-    constexpr double kSpur = 0.2;
     const std::vector<PaperLine> line{{{0, 0}, {1, 0}}, {{1, 0}, {2, 0}}};
     std::vector<PaperLine> withSpur = line;
     withSpur.push_back({{1, 0}, {1, 0.1}});
     withSpur.push_back({{1, 0.1}, {1.05, 0.1}});
-    const auto paths = JoinLines(withSpur, kTolerance, kSpur);
+    const auto paths = JoinLines(withSpur, kSpurs);
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
-    EXPECT_EQ(JoinLines(withSpur, kTolerance).size(), 2U) << "unless none is asked to go";
+    EXPECT_EQ(JoinLines(withSpur, kRules).size(), 2U) << "unless none is asked to go";
     withSpur.push_back({{1.05, 0.1}, {1.1, 0.1}});
-    EXPECT_EQ(JoinLines(withSpur, kTolerance, kSpur).size(), 2U) << "this one is too long";
+    EXPECT_EQ(JoinLines(withSpur, kSpurs).size(), 2U) << "this one is too long";
 }
 
 TEST(JoinLines, ASpurDoesNotOpenARing) {
     std::vector<PaperLine> lines = Ring({0, 0}, 10, 36);
     const std::size_t chords = lines.size();
     lines.push_back({lines[7].a, {lines[7].a.x, lines[7].a.y + 0.1}});
-    ASSERT_EQ(JoinLines(lines, kTolerance)[0].points.size(), chords + 2);
-    const auto paths = JoinLines(lines, kTolerance, 0.2);
+    ASSERT_EQ(JoinLines(lines, kRules)[0].points.size(), chords + 2);
+    const auto paths = JoinLines(lines, kSpurs);
     ASSERT_EQ(paths.size(), 1U);
     ASSERT_EQ(paths[0].points.size(), chords + 1);
     EXPECT_EQ(paths[0].points.front().x, paths[0].points.back().x);
@@ -175,9 +174,8 @@ TEST(JoinLines, ASpurDoesNotOpenARing) {
 }
 
 TEST(JoinLines, OnlyWhatLeadsOffFromOthersIsASpur) {
-    constexpr double kSpur = 0.2;
-    EXPECT_EQ(JoinLines({{{0, 0}, {0.1, 0}}}, kTolerance, kSpur).size(), 1U) << "alone";
-    const auto ends = JoinLines({{{0, 0}, {1, 0}}, {{1, 0}, {1, 0.1}}}, kTolerance, kSpur);
+    EXPECT_EQ(JoinLines({{{0, 0}, {0.1, 0}}}, kSpurs).size(), 1U) << "alone";
+    const auto ends = JoinLines({{{0, 0}, {1, 0}}, {{1, 0}, {1, 0.1}}}, kSpurs);
     ASSERT_EQ(ends.size(), 1U);
     EXPECT_EQ(ends[0].points.size(), 3U) << "the end of a path";
     const auto bridge = JoinLines({{{0, 0}, {1, 0}},
@@ -185,16 +183,52 @@ TEST(JoinLines, OnlyWhatLeadsOffFromOthersIsASpur) {
                                    {{1, 0}, {1, 0.1}},
                                    {{0, 0.1}, {1, 0.1}},
                                    {{1, 0.1}, {2, 0.1}}},
-                                  kTolerance, kSpur);
+                                  kSpurs);
     EXPECT_EQ(bridge.size(), 3U) << "between two lines";
     EXPECT_TRUE(
-        JoinLines({{{0, 0}, {0.1, 0}}, {{0, 0}, {0, 0.1}}, {{0, 0}, {-0.1, 0}}}, kTolerance, kSpur)
-            .empty())
+        JoinLines({{{0, 0}, {0.1, 0}}, {{0, 0}, {0, 0.1}}, {{0, 0}, {-0.1, 0}}}, kSpurs).empty())
         << "a star of nothing else";
 }
 
 TEST(JoinLines, TakesNothing) {
-    EXPECT_TRUE(JoinLines({}, kTolerance).empty());
+    EXPECT_TRUE(JoinLines({}, kRules).empty());
+}
+
+TEST(JoinLines, LooseEndsWithinTheGapAreOnePoint) {
+    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.2};
+    const std::vector<PaperLine> broken{{{0, 0}, {1, 0}}, {{1.15, 0.1}, {2, 0}}};
+    EXPECT_EQ(JoinLines(broken, kRules).size(), 2U);
+    const auto paths = JoinLines(broken, kGaps);
+    ASSERT_EQ(paths.size(), 1U);
+    EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
+    EXPECT_EQ(JoinLines({{{0, 0}, {1, 0}}, {{1.15, 0.2}, {2, 0}}}, kGaps).size(), 2U) << "too far";
+}
+
+TEST(JoinLines, ALooseEndJoinsTheNearestOneOnly) {
+    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.2};
+    const auto paths =
+        JoinLines({{{0, 0}, {1, 0}}, {{1.1, 0.12}, {2, 1}}, {{1.1, 0}, {2, 0}}}, kGaps);
+    ASSERT_EQ(paths.size(), 2U);
+    EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
+    EXPECT_EQ(CornersOf(paths[1]), (Corners{{1.1, 0.12}, {2, 1}}));
+}
+
+TEST(JoinLines, AGapThatOtherLinesTouchStays) {
+    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.2};
+    const std::vector<PaperLine> corner{{{0, 0}, {1, 0}}, {{1, 0}, {1, 1}}, {{1.1, 0}, {2, 0}}};
+    EXPECT_EQ(JoinLines(corner, kGaps).size(), 2U);
+    EXPECT_EQ(JoinLines({{{0, 0}, {0.1, 0}}}, kGaps).size(), 1U) << "a short line keeps both ends";
+}
+
+TEST(JoinLines, AGapInARingCloses) {
+    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.2};
+    std::vector<PaperLine> lines = Ring({0, 0}, 10, 36);
+    lines[9].a.x += 0.1;
+    const auto paths = JoinLines(lines, kGaps);
+    ASSERT_EQ(paths.size(), 1U);
+    EXPECT_EQ(paths[0].points.front().x, paths[0].points.back().x);
+    EXPECT_EQ(paths[0].points.front().y, paths[0].points.back().y);
+    EXPECT_EQ(paths[0].points.size(), 37U);
 }
 
 using Corner = std::pair<double, double>;
@@ -274,7 +308,7 @@ TEST(JoinLines, RandomFiguresBecomeTheFewestPathsWithEachLineOnce) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
         const std::vector<PaperLine> lines = RandomFigure(random, random.between(2, 7));
-        const std::vector<Path> paths = JoinLines(lines, kTolerance);
+        const std::vector<Path> paths = JoinLines(lines, kRules);
         ASSERT_EQ(paths.size(), FewestPaths(lines));
         ASSERT_EQ(SidesOf(paths), SidesOf(lines));
     }
@@ -285,7 +319,7 @@ TEST(JoinLines, APermutationChangesNeitherNumberNorLines) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
         std::vector<PaperLine> lines = RandomFigure(random, random.between(2, 7));
-        const std::vector<Path> before = JoinLines(lines, kTolerance);
+        const std::vector<Path> before = JoinLines(lines, kRules);
         for (std::size_t i = lines.size(); i > 1; --i) {
             std::swap(lines[i - 1],
                       lines[static_cast<std::size_t>(random.below(static_cast<int>(i)))]);
@@ -293,7 +327,7 @@ TEST(JoinLines, APermutationChangesNeitherNumberNorLines) {
                 std::swap(lines[i - 1].a, lines[i - 1].b);
             }
         }
-        const std::vector<Path> after = JoinLines(lines, kTolerance);
+        const std::vector<Path> after = JoinLines(lines, kRules);
         EXPECT_EQ(after.size(), before.size());
         EXPECT_EQ(SidesOf(after), SidesOf(before));
     }
@@ -305,7 +339,7 @@ TEST(JoinLines, AStarOfVeryManyRaysGoesStraightThroughItsMiddle) {
     for (const PaperLine& chord : Ring({0, 0}, 10, kRays)) {
         lines.push_back({{0, 0}, chord.a});
     }
-    const auto paths = JoinLines(lines, kTolerance);
+    const auto paths = JoinLines(lines, kRules);
     ASSERT_EQ(paths.size(), kRays / 2U);
     for (const Path& path : paths) {
         ASSERT_EQ(path.points.size(), 3U);
@@ -324,8 +358,8 @@ TEST(JoinLines, AMirroredFigureGivesMirroredPaths) {
             line.a.x = -line.a.x;
             line.b.x = -line.b.x;
         }
-        const std::vector<Path> paths = JoinLines(lines, kTolerance);
-        std::vector<Path> others = JoinLines(mirrored, kTolerance);
+        const std::vector<Path> paths = JoinLines(lines, kRules);
+        std::vector<Path> others = JoinLines(mirrored, kRules);
         ASSERT_EQ(others.size(), paths.size());
         for (std::size_t i = 0; i < paths.size(); ++i) {
             for (Point& point : others[i].points) {

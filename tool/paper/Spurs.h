@@ -1,0 +1,14 @@
+// Crumbs that hang on other lines.
+#pragma once
+
+#include "paper/Figure.h"
+
+namespace kxcontour {
+
+/// Leaves out spurs: links that lead from a point where three or more meet to a loose end in less
+/// than length. What is left of an edge behind the face it starts on is such a spur, and would open
+/// a closed path or bend its start. All are looked for in the figure as it is: where nothing but
+/// spurs meet, nothing is left. Millimetres; 0 leaves out none. O(n).
+void CutSpurs(Figure& figure, double length);
+
+} // namespace kxcontour
