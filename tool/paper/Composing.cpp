@@ -4,6 +4,7 @@
 #include "paper/ArcFitting.h"
 #include "paper/Joining.h"
 #include "paper/Overlaps.h"
+#include "paper/Weights.h"
 
 #include <algorithm>
 #include <map>
@@ -169,6 +170,7 @@ PaperDrawing Compose(PaperLines lines, const ComposingRules& rules, ComposingRep
     report.lines = CountLines(lines);
     RemoveOverlaps(lines, rules.coincidence);
     report.shownOnce = CountLines(lines);
+    EvenOutWeights(lines, rules.styles, rules.joint);
     const std::vector<std::string> names = LayerNames(lines, rules.layering);
     const std::vector<std::vector<Bundle>> bundles = BundlesOf(lines, rules, names.size());
     PaperDrawing drawing;

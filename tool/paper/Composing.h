@@ -27,7 +27,8 @@ struct ComposingReport {
     std::size_t crumbs = 0;    ///< Paths left out for being too short.
 };
 
-/// Removes what is drawn twice, joins what meets, leaves out crumbs and finds arcs.
+/// Removes what is drawn twice, gives a rim one weight (Weights.h), joins what meets, leaves out
+/// crumbs and finds arcs.
 ///
 /// A path that stays within a few joints of one place is a dot, and no dot is drawn whatever
 /// minLength is: writers round coordinates to about a joint. Otherwise the length counts, of closed
