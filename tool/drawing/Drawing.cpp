@@ -5,6 +5,7 @@
 #include "common/Failure.h"
 #include "lines/LineFinder.h"
 #include "lines/PaperMapping.h"
+#include "lines/RepeatedLines.h"
 #include "output/JsonWriter.h"
 #include "output/OutputFile.h"
 #include "output/Writers.h"
@@ -317,6 +318,8 @@ private:
         drawing.objects = scene_.objects;
         drawing.millimetresPerUnit = scene_.millimetresPerUnit;
         drawing.segments = RecordsOf(lines, place);
+        MarkRepeated(drawing.segments,
+                     {Coincidence(options_.page.size), Joint(options_.page.size)});
         report_.lines.lines = drawing.segments.size();
         report_.lines.paths = drawing.segments.size();
         WriteWhole(file_, options_.output.path,

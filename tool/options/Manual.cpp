@@ -16,7 +16,7 @@ const std::vector<TopicInfo>& TopicTable() {
          "Lengths are millimetres, or have mm, cm, in or pt (1/72 in) behind them."},
         {Topic::Lines, "lines", "Lines",
          "Every line is drawn once, and lines that meet are joined into long paths. A rim that "
-         "changes between two widths every few lines (one to three lighter ones between heavier "
+         "changes between two widths every few lines (one to five lighter ones between heavier "
          "ones, along a curve) is drawn in the wider one."},
         {Topic::Output, "output", "Output",
          "The same input and options give the same bytes, on every machine and at every time."},

@@ -76,6 +76,10 @@ void WriteSegment(BufferedFile& file, const SegmentRecord& segment) {
     }
     file << ",\"hidden\":";
     WriteList(file, segment.hidden, [&](const auto& range) { WriteRange(file, range); });
+    file << ",\"repeated\":";
+    WriteList(file, segment.repeated, [&](const auto& range) {
+        WriteList(file, range, [&](double value) { WriteNumber(file, value); });
+    });
     file << '}';
 }
 

@@ -137,6 +137,16 @@ public:
         }
     }
 
+    /// The same as shares of the line of that number in its group; a dot is all of itself.
+    void appendShares(std::size_t i, std::uint32_t line, std::vector<LineShare>& to) const {
+        const double length = Ray(lines_[i]).length;
+        for (std::size_t k = firstRemains_[i]; k < firstRemains_[i + 1]; ++k) {
+            const bool isDot = length == 0.0;
+            to.push_back({line, isDot ? 0.0 : remains_[k].from / length,
+                          isDot ? 1.0 : remains_[k].to / length});
+        }
+    }
+
 private:
     static constexpr std::uint32_t kNobody = static_cast<std::uint32_t>(-1);
 
@@ -331,6 +341,19 @@ void RemoveOverlaps(PaperLines& lines, double tolerance) {
         }
         lines.groups[group].lines = std::move(kept);
     }
+}
+
+std::vector<std::vector<LineShare>> SharesLeft(const PaperLines& lines, double tolerance) {
+    const Queue queue = QueueOf(lines.groups);
+    Sweeper sweeper(queue.lines, tolerance);
+    sweeper.sweep();
+    std::vector<std::vector<LineShare>> shares(lines.groups.size());
+    for (std::size_t group = 0; group < shares.size(); ++group) {
+        for (std::uint32_t i = 0; i < queue.places[group].size(); ++i) {
+            sweeper.appendShares(queue.places[group][i], i, shares[group]);
+        }
+    }
+    return shares;
 }
 
 } // namespace kxcontour

@@ -3,6 +3,9 @@
 
 #include "paper/Paper.h"
 
+#include <cstdint>
+#include <vector>
+
 namespace kxcontour {
 
 /// Takes out of every line what lines before it show already.
@@ -22,5 +25,15 @@ namespace kxcontour {
 /// tolerance in millimetres, over 0. Coordinates are finite. Expected O(n log n) for n lines that
 /// do not crowd.
 void RemoveOverlaps(PaperLines& lines, double tolerance);
+
+/// A part of a line, from 0 at a to 1 at b.
+struct LineShare {
+    std::uint32_t line = 0; ///< Its number in the group.
+    double from = 0.0;
+    double to = 1.0;
+};
+
+/// What RemoveOverlaps() would leave of the lines of each group, in order along each line.
+std::vector<std::vector<LineShare>> SharesLeft(const PaperLines& lines, double tolerance);
 
 } // namespace kxcontour

@@ -21,7 +21,7 @@ using namespace plane;
 
 constexpr std::uint32_t kNoNext = static_cast<std::uint32_t>(-1);
 
-constexpr std::size_t kFewLines = 3;
+constexpr std::size_t kFewLines = 5;
 constexpr double kLongerThanBeside = 2.0;
 
 /// Cosines of turns: a corner from 30 degrees on, a bend from half a degree to 60.

@@ -9,7 +9,7 @@ namespace kxcontour {
 ///
 /// Along the rim of a part some facets face the viewer and some do not, where it is seen edge-on or
 /// its surface is cracked. Its edges are creases and silhouettes in turn then, and a rim drawn in
-/// two weights looks broken. So one to three lighter lines between two heavier ones get the family
+/// two weights looks broken. So one to five lighter lines between two heavier ones get the family
 /// of these (of the lighter of both, should they differ), where
 ///
 /// - all of them follow each other without a corner (30 degrees), each going straight on best;

@@ -38,6 +38,7 @@ JsonDrawing SmallDrawing() {
     seen.ends = {{{0.1, -2.0, 1e300}, {1.0 / 3.0, 0.0, 5e-324}}};
     seen.onPaper = kxcontour::PaperLine{{10.5, 20.25}, {0.1, 30.0}};
     seen.hidden = {{{0, 1}, {1, 3}}, {{kLarge - 1, kLarge}, {kLarge, kLarge}}};
+    seen.repeated = {{1.0 / 3.0, 0.5}, {0.75, 0.875}};
     SegmentRecord outside;
     outside.family = Family::Intersection;
     outside.ends = {{{1, 2, 3}, {4, 5, 6}}};
@@ -63,10 +64,12 @@ TEST(JsonWriter, HasAllThatThereIsExactly) {
     EXPECT_EQ(segments[0]["hidden"], json::parse("[[[0, 1], [1, 3]],"
                                                  " [[9223372036854775806, 9223372036854775807],"
                                                  "  [9223372036854775807, 9223372036854775807]]]"));
+    EXPECT_EQ(segments[0]["repeated"], json::parse("[[0.3333333333333333, 0.5], [0.75, 0.875]]"));
     EXPECT_EQ(segments[1]["family"], "intersection");
     EXPECT_TRUE(segments[1]["object"].is_null());
     EXPECT_TRUE(segments[1]["paper"].is_null());
     EXPECT_EQ(segments[1]["hidden"], json::array());
+    EXPECT_EQ(segments[1]["repeated"], json::array());
 }
 
 TEST(JsonWriter, WritesAnEmptyDrawing) {

@@ -66,8 +66,14 @@ TEST(EvenOutWeights, ARimThatAlternatesIsAllOfTheHeavierFamily) {
 TEST(EvenOutWeights, LongStretchesKeepTheirWeight) {
     EXPECT_EQ(CreasesLeft(Rim("SSSSSSSSSSSScccccccccccc")), 12U);
     EXPECT_EQ(CreasesLeft(Rim("SSSSSSSSScccccccccSScccc")), 13U) << "a few heavy ones in it too";
-    EXPECT_EQ(CreasesLeft(Rim("SSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSScccc")), 4U);
-    EXPECT_EQ(CreasesLeft(Rim("SSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSccc")), 0U);
+    const std::string most(42, 'S');
+    EXPECT_EQ(CreasesLeft(Rim(most + "cccccc")), 6U);
+    EXPECT_EQ(CreasesLeft(Rim(most + "Sccccc")), 0U);
+}
+
+TEST(EvenOutWeights, HalfARimIsHalfARimHoweverFewItsFacets) {
+    EXPECT_EQ(CreasesLeft(Rim("SSSSSSSSSSSSSSSSScccc", 10)), 4U);
+    EXPECT_EQ(CreasesLeft(Rim("SSSSSSSSSSSSSSSSSSScc", 10)), 0U);
 }
 
 TEST(EvenOutWeights, TheEndOfAnOpenRimStays) {
