@@ -2,6 +2,7 @@
 #include "model/ModelInfo.h"
 
 #include "scene/Box.h"
+#include "scene/FlatNormals.h"
 
 #include <algorithm>
 #include <array>
@@ -264,6 +265,7 @@ ModelInfo Inspect(const std::string& name, Model& model) {
     info.cutPolygons = model.cutPolygons;
     info.leftOutPolygons = model.leftOutPolygons;
     info.dropped = CleanShapes(model);
+    DropFlatNormals(model);
     info.meshes = model.shapes.size();
     for (const Shape& shape : model.shapes) {
         const bool withNormals = shape.vertices->GetAttributes().GetNormalChannels() == 3;

@@ -37,7 +37,8 @@ struct ModelInfo {
     DroppedTriangles dropped;
 };
 
-/// Gathers what there is to say about a model, and drops its bad triangles as CleanShapes() does.
+/// Gathers what there is to say about a model, and drops its bad triangles as CleanShapes() does,
+/// and its flat normals as DropFlatNormals() does.
 ///
 /// Sizes are those of the exact boxes of all corners of triangles where they are placed; corners
 /// that are not finite there do not count. Linear in the number of placed triangles.

@@ -4,14 +4,13 @@
 #include "common/Failure.h"
 #include "model/FormatRules.h"
 #include "model/ObjectName.h"
-#include "model/Places.h"
+#include "model/SharedVertices.h"
 #include "model/Statements.h"
 
 #include <assimp/commonMetaData.h>
 #include <assimp/scene.h>
 
 #include <array>
-#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -216,30 +215,6 @@ kx::kxPointer<kx::kxIndexBuffer> CopyTriangles(const aiMesh& mesh, std::size_t t
         }
     }
     return triangles;
-}
-
-/// Lets triangles share the vertices that are in one place: some importers give each its own.
-/// Without normals, vertices are nothing but places.
-void ShareVertices(Shape& shape) {
-    const Places places(*shape.vertices);
-    kx::kxAttributes attributes;
-    attributes.SetPositionChannels(3);
-    kx::kxPointer<kx::kxVertexBuffer> shared(
-        new kx::kxVertexBuffer(attributes, static_cast<int>(places.count())));
-    for (std::uint32_t place = 0; place < places.count(); ++place) {
-        const PositionBits& bits = places.position(place);
-        shared->Position3(static_cast<int>(place)) = {std::bit_cast<float>(bits[0]),
-                                                      std::bit_cast<float>(bits[1]),
-                                                      std::bit_cast<float>(bits[2])};
-    }
-    const auto count = static_cast<unsigned int>(shape.vertices->GetVertexQuantity());
-    unsigned int* const indices = shape.triangles->GetData();
-    for (int i = 0; i < shape.triangles->GetIndexQuantity(); ++i) {
-        if (indices[i] < count) {
-            indices[i] = places.ofVertex(indices[i]);
-        }
-    }
-    shape.vertices = shared;
 }
 
 /// The name of a mesh; the glTF importer numbers the parts of one as "name-0", "name-1".

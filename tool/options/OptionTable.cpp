@@ -285,7 +285,9 @@ void AddLines(Rows& rows) {
                     "Draw edges that bend by more than DEG degrees",
                     "Draws as creases the edges that bend by more than DEG degrees, over 0 and "
                     "under 180. Without it the normals of the file decide, and 30 where it has "
-                    "none.",
+                    "none. Normals that are those of the triangles themselves say nothing about "
+                    "smoothness, and 30 decides there, too: where the three corners of every "
+                    "triangle of an object have one normal, within 0.5 degrees of the triangle's.",
                     "",
                     {}});
     rows.push_back({"hidden",

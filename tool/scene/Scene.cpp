@@ -4,6 +4,7 @@
 #include "common/Failure.h"
 #include "common/NearestName.h"
 #include "model/ImportProcess.h"
+#include "scene/FlatNormals.h"
 #include "scene/Placing.h"
 
 #include <algorithm>
@@ -61,6 +62,7 @@ public:
 private:
     void prepare(Model& model, const std::string& name) {
         scene_.dropped += CleanShapes(model);
+        DropFlatNormals(model);
         if (!model.unitStated) {
             scene_.withoutUnit.push_back(name);
         }
