@@ -1,13 +1,11 @@
-// Looks at the first and last bytes of a file, and at all of a PLY file.
+// Looks at the first and last bytes of a file.
 #include "model/Completeness.h"
 
 #include "common/Failure.h"
 #include "model/MappedFile.h"
-#include "model/PlyCheck.h"
+#include "model/StlReader.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <cstring>
 #include <string_view>
 
 namespace kxcontour {
@@ -22,24 +20,6 @@ std::string_view Tail(std::string_view bytes, std::size_t size) {
     const std::size_t last = bytes.find_last_not_of(" \t\r\n\0\x1A");
     bytes = last == std::string_view::npos ? std::string_view() : bytes.substr(0, last + 1);
     return bytes.size() > size ? bytes.substr(bytes.size() - size) : bytes;
-}
-
-bool IsPly(std::string_view bytes) {
-    return StartsWith(bytes, "ply\n") || StartsWith(bytes, "ply\r");
-}
-
-/// Text begins with "solid", but so do some binary files: those hold as many facets of 50 bytes as
-/// the word after their 80 bytes of header says, and nothing else.
-bool IsStlText(std::string_view bytes) {
-    if (!StartsWith(bytes, "solid")) {
-        return false;
-    }
-    std::uint32_t facets = 0;
-    if (bytes.size() < 84) {
-        return true;
-    }
-    std::memcpy(&facets, bytes.data() + 80, sizeof facets);
-    return bytes.size() != 84 + 50 * std::uint64_t{facets};
 }
 
 /// A name may follow the last keyword, so the keyword is looked for in the whole last line.
@@ -61,9 +41,6 @@ bool EndsStep(std::string_view bytes) {
 }
 
 bool IsComplete(std::string_view bytes) {
-    if (IsPly(bytes)) {
-        return IsCompletePly(bytes);
-    }
     if (IsStlText(bytes)) {
         return EndsStlText(bytes);
     }

@@ -1,10 +1,14 @@
-// Runs the importer, on a file or on bytes in memory.
+// Reads a file or bytes in memory: simple formats itself, all others by the importer.
 #include "model/ModelReader.h"
 
 #include "common/Failure.h"
 #include "model/Completeness.h"
+#include "model/FileModel.h"
 #include "model/MappedFile.h"
+#include "model/ObjReader.h"
+#include "model/PlyReader.h"
 #include "model/SceneModel.h"
+#include "model/StlReader.h"
 
 #include <assimp/Importer.hpp>
 #include <assimp/MemoryIOWrapper.h>
@@ -14,6 +18,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <system_error>
 #include <unistd.h>
 
@@ -91,9 +96,34 @@ ReadScene(Assimp::Importer& importer, const ModelRequest& request, std::string_v
                : importer.ReadFile(request.path, 0);
 }
 
+/// The ending of the file's name, or what the user says it would be, in small letters.
+std::string EndingOf(const ModelRequest& request) {
+    std::string ending = request.format.value_or("");
+    const std::size_t dot = request.path.find_last_of("./");
+    if (!IsStandardInput(request) && dot != std::string::npos && request.path[dot] == '.') {
+        ending = request.path.substr(dot + 1);
+    }
+    for (char& letter : ending) {
+        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    }
+    return ending;
+}
+
+/// What the readers of our own make of a file; none for all other formats.
+std::optional<FileModel> ReadFile(const ModelRequest& request, std::string_view bytes) {
+    const std::string ending = EndingOf(request);
+    if (ending == "obj") {
+        return ReadObj(bytes, request);
+    }
+    return ending == "stl" ? ReadStl(bytes, request) : ReadPly(bytes, request);
+}
+
 /// The importer keeps the scene.
 Model Import(Assimp::Importer& importer, const ModelRequest& request, std::string_view bytes) {
     RequireComplete(bytes, NameOf(request));
+    if (const std::optional<FileModel> file = ReadFile(request, bytes)) {
+        return ModelFromFile(*file, request);
+    }
     const aiScene* scene = ReadScene(importer, request, bytes);
     const std::size_t polygons = scene == nullptr ? 0 : CountPolygons(*scene);
     // Faces are told apart by their size later, so nothing has to sort them into meshes of a kind.

@@ -2,6 +2,7 @@
 #include "model/SceneModel.h"
 
 #include "common/Failure.h"
+#include "model/Axes.h"
 #include "model/FormatRules.h"
 #include "model/ObjectName.h"
 #include "model/SharedVertices.h"
@@ -39,19 +40,6 @@ Matrix RowVectorMatrix(const aiMatrix4x4& m) {
         static_cast<double>(m.a2), static_cast<double>(m.b2), static_cast<double>(m.c2), 0.0,
         static_cast<double>(m.a3), static_cast<double>(m.b3), static_cast<double>(m.c3), 0.0,
         static_cast<double>(m.a4), static_cast<double>(m.b4), static_cast<double>(m.c4), 1.0);
-}
-
-/// Takes the axis that points up to y and keeps the frame right-handed; see UpAxis for the front.
-Matrix StandUp(UpAxis up) {
-    switch (up) {
-    case UpAxis::X:
-        return Matrix(0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
-    case UpAxis::Z:
-        return Matrix(1, 0, 0, 0, 0, 0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1);
-    case UpAxis::Y:
-        break;
-    }
-    return Matrix(false);
 }
 
 /// The number whose shortest decimal text the float has: 0.0254 where the float is a bit less.

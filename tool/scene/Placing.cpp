@@ -62,12 +62,13 @@ Box BoxOf(const Shape& shape) {
     return box;
 }
 
+bool LiesFarAway(const Box& box) {
+    return !box.isEmpty() && Largest(box.center()) > kFarAway * Largest(box.size());
+}
+
 Wm4::Vector3<double> ChooseOrigin(const Model& model) {
     const Box world = WorldBox(model);
-    if (world.isEmpty() || Largest(world.center()) <= kFarAway * Largest(world.size())) {
-        return {0.0, 0.0, 0.0};
-    }
-    return world.center();
+    return LiesFarAway(world) ? world.center() : Wm4::Vector3<double>(0.0, 0.0, 0.0);
 }
 
 } // namespace kxcontour

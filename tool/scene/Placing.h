@@ -11,6 +11,10 @@ namespace kxcontour {
 /// The box of the corners of a shape's triangles, in its own coordinates. The shape must be clean.
 Box BoxOf(const Shape& shape);
 
+/// Whether what is in the box lies so far from the origin for its size that single precision leaves
+/// it few digits.
+bool LiesFarAway(const Box& box);
+
 /// The point of the world that meshes should be moved to, so that their coordinates are small.
 ///
 /// The world's origin itself, unless the model lies far from it for its size, as buildings in map
