@@ -1,11 +1,9 @@
-// Numbers the positions by a hash table, then gathers the sides of all triangles at the lower
-// number of their ends and sorts them there by the higher one, so that those at one place stand
-// side by side. Gathering is a counting sort: with a few sides at each place, all of it is linear.
-// Only the lines that are drawn are brought into the order of their positions.
+// Looks at the sides of every edge. Only the lines that are drawn are brought into the order of
+// their positions.
 #include "scene/Outline.h"
 
 #include "common/Angles.h"
-#include "model/Places.h"
+#include "scene/Sides.h"
 
 #include <algorithm>
 #include <array>
@@ -26,17 +24,6 @@ constexpr double kAngleTolerance = 0.01;
 std::uint32_t InOrder(std::uint32_t bits) {
     return (bits & 0x80000000U) != 0 ? ~bits : bits | 0x80000000U;
 }
-
-/// One side of a triangle: the higher place of its ends, and the corner it starts from, counted
-/// through the index buffer.
-struct Side {
-    std::uint32_t farPlace;
-    std::uint32_t corner;
-
-    bool operator<(const Side& other) const {
-        return farPlace != other.farPlace ? farPlace < other.farPlace : corner < other.corner;
-    }
-};
 
 /// A number with what it is sorted by, the most significant word last.
 template <std::size_t kWords> struct Key {
@@ -89,36 +76,32 @@ template <std::size_t kWords> void SortKeys(std::vector<Key<kWords>>& keys) {
     }
 }
 
-/// The corners that come after a corner in its triangle.
-std::uint32_t Next(std::uint32_t corner) {
-    return corner % 3 == 2 ? corner - 2 : corner + 1;
-}
-
 class OutlineFinder {
 public:
     OutlineFinder(const kx::kxVertexBuffer& vertices,
                   const kx::kxIndexBuffer& triangles,
+                  const Sides& sides,
                   double angleInDegrees,
                   const Wm4::Matrix4<double>& toWorld)
         : vertices_(vertices), indices_(triangles.GetData()), toWorld_(toWorld),
           cosLimit_(std::cos(std::min(angleInDegrees + kAngleTolerance, 180.0) * kDegree)),
-          places_(vertices) {
-        const auto cornerCount = static_cast<std::uint32_t>(triangles.GetIndexQuantity() / 3 * 3);
-        gatherSides(cornerCount);
-        findNormals(cornerCount);
+          sides_(sides) {
+        findNormals();
     }
 
     kx::kxPointer<kx::kxIndexBuffer> run() {
-        for (std::size_t place = 0; place < places_.count(); ++place) {
-            findEdgesAt(place);
-        }
+        sides_.forEachEdge([this](const Side* first, const Side* end) {
+            if (isDrawn(first, end)) {
+                lines_.push_back({{}, first->corner});
+            }
+        });
         sortLines();
         kx::kxPointer<kx::kxIndexBuffer> outline(
             new kx::kxIndexBuffer(static_cast<int>(2 * lines_.size()), kx::IBT_LINES));
         unsigned int* next = outline->GetData();
         for (const Key<2>& line : lines_) {
             *next++ = indices_[line.number];
-            *next++ = indices_[Next(line.number)];
+            *next++ = indices_[NextCorner(line.number)];
         }
         return outline;
     }
@@ -131,50 +114,14 @@ private:
         double length;
     };
 
-    std::uint32_t placeAt(std::uint32_t corner) const { return places_.ofVertex(indices_[corner]); }
-
-    std::uint32_t nearPlace(std::uint32_t corner) const {
-        return std::min(placeAt(corner), placeAt(Next(corner)));
-    }
-
-    /// Puts every side among those that start at the same lower place.
-    void gatherSides(std::uint32_t cornerCount) {
-        sides_.resize(cornerCount);
-        sidesEnd_.assign(places_.count() + 1, 0);
-        for (std::uint32_t corner = 0; corner < cornerCount; ++corner) {
-            ++sidesEnd_[nearPlace(corner) + 1];
-        }
-        std::partial_sum(sidesEnd_.begin(), sidesEnd_.end(), sidesEnd_.begin());
-        // Now each entry is where the sides of its place begin; filling moves it to their end.
-        for (std::uint32_t corner = 0; corner < cornerCount; ++corner) {
-            const std::uint32_t farPlace = std::max(placeAt(corner), placeAt(Next(corner)));
-            sides_[sidesEnd_[nearPlace(corner)]++] = {farPlace, corner};
-        }
-    }
-
-    /// Goes through the edges whose lower end is at the place.
-    void findEdgesAt(std::size_t place) {
-        const std::size_t end = sidesEnd_[place];
-        std::size_t first = place == 0 ? 0 : sidesEnd_[place - 1];
-        std::sort(sideAt(first), sideAt(end));
-        while (first < end) {
-            std::size_t next = first + 1;
-            while (next < end && sides_[next].farPlace == sides_[first].farPlace) {
-                ++next;
-            }
-            if (isDrawn(first, next)) {
-                lines_.push_back({{}, sides_[first].corner});
-            }
-            first = next;
-        }
-    }
+    std::uint32_t placeAt(std::uint32_t corner) const { return sides_.placeAt(corner); }
 
     /// Brings the lines into the order of their ends: first the smaller one, then the larger one.
     void sortLines() {
         const std::vector<std::uint32_t> ranks = rankEnds();
         for (Key<2>& line : lines_) {
             const std::uint32_t from = ranks[placeAt(line.number)];
-            const std::uint32_t to = ranks[placeAt(Next(line.number))];
+            const std::uint32_t to = ranks[placeAt(NextCorner(line.number))];
             line.words = {std::max(from, to), std::min(from, to)};
         }
         SortKeys(lines_);
@@ -182,13 +129,13 @@ private:
 
     /// By place: its rank among all where lines end, in the order x, y, z; any number elsewhere.
     std::vector<std::uint32_t> rankEnds() const {
-        std::vector<std::uint32_t> ranks(places_.count(), 0);
+        std::vector<std::uint32_t> ranks(sides_.places().count(), 0);
         std::vector<Key<3>> keys;
         for (const Key<2>& line : lines_) {
-            for (const std::uint32_t corner : {line.number, Next(line.number)}) {
+            for (const std::uint32_t corner : {line.number, NextCorner(line.number)}) {
                 const std::uint32_t place = placeAt(corner);
                 if (ranks[place]++ == 0) {
-                    const PositionBits& bits = places_.position(place);
+                    const PositionBits& bits = sides_.places().position(place);
                     keys.push_back({{InOrder(bits[2]), InOrder(bits[1]), InOrder(bits[0])}, place});
                 }
             }
@@ -200,14 +147,10 @@ private:
         return ranks;
     }
 
-    std::vector<Side>::iterator sideAt(std::size_t number) {
-        return sides_.begin() + static_cast<std::ptrdiff_t>(number);
-    }
-
     /// Whether the edge of the sides in [first, end) belongs to the outline.
-    bool isDrawn(std::size_t first, std::size_t end) {
-        if (end - first == 2 && !isSameFace(sides_[first], sides_[first + 1])) {
-            return bends(sides_[first], sides_[first + 1]);
+    bool isDrawn(const Side* first, const Side* end) {
+        if (end - first == 2 && !isSameFace(first[0], first[1])) {
+            return bends(first[0], first[1]);
         }
         if (end - first <= 2) {
             return true;
@@ -218,15 +161,14 @@ private:
 
     /// Two sides of one edge belong to the same face when the corners opposite are one place too.
     bool isSameFace(const Side& a, const Side& b) const {
-        return oppositePlace(a) == oppositePlace(b);
+        return sides_.oppositePlace(a) == sides_.oppositePlace(b);
     }
-    std::uint32_t oppositePlace(const Side& side) const { return placeAt(Next(Next(side.corner))); }
 
     /// One side for each different face among those in [first, end).
-    void gatherFaces(std::size_t first, std::size_t end) {
-        faces_.assign(sideAt(first), sideAt(end));
+    void gatherFaces(const Side* first, const Side* end) {
+        faces_.assign(first, end);
         std::stable_sort(faces_.begin(), faces_.end(), [this](const Side& a, const Side& b) {
-            return oppositePlace(a) < oppositePlace(b);
+            return sides_.oppositePlace(a) < sides_.oppositePlace(b);
         });
         const auto same = [this](const Side& a, const Side& b) { return isSameFace(a, b); };
         faces_.erase(std::unique(faces_.begin(), faces_.end(), same), faces_.end());
@@ -237,15 +179,12 @@ private:
         const Normal& normalB = normals_[b.corner / 3];
         const double product = normalA.vector.Dot(normalB.vector);
         // Faces that lie side by side run along their edge in opposite directions.
-        const bool opposite = isForward(a) != isForward(b);
+        const bool opposite = sides_.isForward(a) != sides_.isForward(b);
         return (opposite ? product : -product) < cosLimit_ * (normalA.length * normalB.length);
     }
 
-    bool isForward(const Side& side) const {
-        return placeAt(side.corner) < placeAt(Next(side.corner));
-    }
-
-    void findNormals(std::uint32_t cornerCount) {
+    void findNormals() {
+        const std::uint32_t cornerCount = sides_.cornerCount();
         normals_.reserve(cornerCount / 3);
         for (std::uint32_t corner = 0; corner < cornerCount; corner += 3) {
             const Wm4::Vector3<float>& origin = positionAt(corner);
@@ -274,12 +213,10 @@ private:
     const unsigned int* indices_;
     const Wm4::Matrix4<double>& toWorld_;
     double cosLimit_;
-    Places places_;
-    std::vector<Side> sides_;
-    std::vector<std::uint32_t> sidesEnd_; ///< Where the sides of each lower place end.
-    std::vector<Normal> normals_;         ///< Of all triangles.
-    std::vector<Key<2>> lines_;           ///< By the corner that they start from.
-    std::vector<Side> faces_;             ///< Scratch, kept for its memory.
+    const Sides& sides_;
+    std::vector<Normal> normals_; ///< Of all triangles.
+    std::vector<Key<2>> lines_;   ///< By the corner that they start from.
+    std::vector<Side> faces_;     ///< Scratch, kept for its memory.
 };
 
 } // namespace
@@ -288,7 +225,16 @@ kx::kxPointer<kx::kxIndexBuffer> FindOutline(const kx::kxVertexBuffer& vertices,
                                              const kx::kxIndexBuffer& triangles,
                                              double angleInDegrees,
                                              const Wm4::Matrix4<double>& toWorld) {
-    return OutlineFinder(vertices, triangles, angleInDegrees, toWorld).run();
+    const Sides sides(vertices, triangles);
+    return FindOutline(vertices, triangles, sides, angleInDegrees, toWorld);
+}
+
+kx::kxPointer<kx::kxIndexBuffer> FindOutline(const kx::kxVertexBuffer& vertices,
+                                             const kx::kxIndexBuffer& triangles,
+                                             const Sides& sides,
+                                             double angleInDegrees,
+                                             const Wm4::Matrix4<double>& toWorld) {
+    return OutlineFinder(vertices, triangles, sides, angleInDegrees, toWorld).run();
 }
 
 } // namespace kxcontour

@@ -6,6 +6,8 @@
 #include <kxSceneGraph/kxVertexBuffer.h>
 #include <kxSystem/kxPointer.h>
 
+#include "scene/Sides.h"
+
 namespace kxcontour {
 
 /// Finds every edge whose two faces bend by more than an angle, every edge of one face, and every
@@ -25,6 +27,13 @@ namespace kxcontour {
 /// null. O(n log n) in the number of triangles.
 kx::kxPointer<kx::kxIndexBuffer> FindOutline(const kx::kxVertexBuffer& vertices,
                                              const kx::kxIndexBuffer& triangles,
+                                             double angleInDegrees,
+                                             const Wm4::Matrix4<double>& toWorld);
+
+/// The same where the sides of the triangles are known already.
+kx::kxPointer<kx::kxIndexBuffer> FindOutline(const kx::kxVertexBuffer& vertices,
+                                             const kx::kxIndexBuffer& triangles,
+                                             const Sides& sides,
                                              double angleInDegrees,
                                              const Wm4::Matrix4<double>& toWorld);
 
