@@ -75,9 +75,8 @@ int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
     const OutputFile writable(options.output.path);
 
     Observer observer(log, ShowsProgress(options.messages));
-    observer.enter("read");
-    const Scene scene = LoadScene(options.input, options.lines.creaseAngle);
-    observer.enter("prepare");
+    const Scene scene = LoadScene(options.input, options.lines.creaseAngle,
+                                  [&](const char* stage) { observer.enter(stage); });
     const DrawingReport report = DrawScene(scene, options, observer);
     observer.finish();
 
@@ -95,7 +94,7 @@ int Run(const InfoCommand& command, std::ostream& out, std::ostream&) {
     for (const std::string& path : command.input.models) {
         const ModelRequest request = RequestFor(command.input, path);
         Model model = ImportModel(request);
-        infos.push_back(Inspect(NameOf(request), model));
+        infos.push_back(Inspect(NameOf(request), model, command.input.weld));
     }
     if (command.messages.json) {
         WriteJson(infos, out);

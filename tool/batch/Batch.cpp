@@ -86,12 +86,18 @@ private:
 };
 
 /// What decides about a scene.
-using SceneKey = std::tuple<std::vector<std::string>, std::vector<std::string>, int, int, double>;
+using SceneKey =
+    std::tuple<std::vector<std::string>, std::vector<std::string>, int, int, int, double, double>;
 
 SceneKey KeyOf(const DrawingOptions& options) {
     const InputOptions& input = options.input;
-    return {input.models, input.occluders, input.unit ? static_cast<int>(*input.unit) : -1,
-            input.up ? static_cast<int>(*input.up) : -1, options.lines.creaseAngle.value_or(-1.0)};
+    return {input.models,
+            input.occluders,
+            input.unit ? static_cast<int>(*input.unit) : -1,
+            input.up ? static_cast<int>(*input.up) : -1,
+            static_cast<int>(input.weld.mode),
+            input.weld.millimetres,
+            options.lines.creaseAngle.value_or(-1.0)};
 }
 
 /// A scene, or why there is none.

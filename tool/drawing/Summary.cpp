@@ -38,6 +38,9 @@ void TellAbout(const Scene& scene,
     if (scene.dropped.total() > 0) {
         messages.warn(model + ": " + Describe(scene.dropped));
     }
+    if (IsCracked(scene.surface) && options.input.weld.mode != WeldRequest::Mode::Off) {
+        messages.warn(model + ": " + DescribeCracks(scene.surface));
+    }
     if (UnitsMatter(scene, options)) {
         for (const std::string& name : scene.withoutUnit) {
             messages.warn(name + ": states no unit of length; millimetres assumed, see --unit");

@@ -195,14 +195,33 @@ void WriteLine(std::ostream& out, std::string_view what, std::string_view text) 
     out << fmt::format("  {:<11}{}\n", what, text);
 }
 
+/// What is not as on a sound surface, and what was done about it; empty where nothing is.
+std::string DescribeSurface(const SurfaceReport& surface) {
+    std::string text;
+    const auto add = [&](std::size_t count, std::string_view one, std::string_view many) {
+        text += count > 0 ? ", " + Count(count, one, many) : "";
+    };
+    add(surface.openEdges, "open edge", "open edges");
+    add(surface.crowdedEdges, "edge of more than two triangles",
+        "edges of more than two triangles");
+    add(surface.joinedEdges, "edge", "edges");
+    if (surface.joinedEdges > 0) {
+        text += fmt::format(" joined over up to {:.2g} mm", surface.widestGap);
+    }
+    add(surface.splitEdges, "edge split", "edges split");
+    add(surface.doubledFaces, "triangle given twice", "triangles given twice");
+    return text;
+}
+
 void WriteObjects(const ModelInfo& info, std::ostream& out) {
     WriteLine(out, "objects", std::to_string(info.objects.size()));
     const std::size_t listed = std::min(info.objects.size(), kListedObjects);
     for (std::size_t i = 0; i < listed; ++i) {
         const ObjectInfo& object = info.objects[i];
-        out << fmt::format("    {}: {}, {}\n", OneLine(object.name),
+        out << fmt::format("    {}: {}, {}{}\n", OneLine(object.name),
                            Count(object.triangles, "triangle", "triangles"),
-                           SizeInFile(object.size, info.millimetresPerUnit));
+                           SizeInFile(object.size, info.millimetresPerUnit),
+                           DescribeSurface(object.surface));
     }
     if (listed < info.objects.size()) {
         out << fmt::format("    and {} more\n", info.objects.size() - listed);
@@ -222,13 +241,24 @@ Json JsonOf(const Vector& size, double factor) {
         {Rounded(factor * size[0]), Rounded(factor * size[1]), Rounded(factor * size[2])});
 }
 
+Json JsonOf(const SurfaceReport& surface) {
+    return {{"edges", surface.edges},
+            {"open", surface.openEdges},
+            {"ofMoreThanTwoTriangles", surface.crowdedEdges},
+            {"joined", surface.joinedEdges},
+            {"joinedOverMillimetres", Rounded(surface.widestGap)},
+            {"split", surface.splitEdges},
+            {"trianglesGivenTwice", surface.doubledFaces}};
+}
+
 Json JsonOf(const ModelInfo& info) {
     Json objects = Json::array();
     for (const ObjectInfo& object : info.objects) {
         objects.push_back({{"name", object.name},
                            {"triangles", object.triangles},
                            {"size", JsonOf(object.size, 1.0)},
-                           {"sizeMillimetres", JsonOf(object.size, info.millimetresPerUnit)}});
+                           {"sizeMillimetres", JsonOf(object.size, info.millimetresPerUnit)},
+                           {"surface", JsonOf(object.surface)}});
     }
     return {{"model", info.name},
             {"format", FormatName(info.format)},
@@ -255,7 +285,7 @@ Json JsonOf(const ModelInfo& info) {
 
 } // namespace
 
-ModelInfo Inspect(const std::string& name, Model& model) {
+ModelInfo Inspect(const std::string& name, Model& model, const WeldRequest& weld) {
     ModelInfo info;
     info.name = name;
     info.format = model.format;
@@ -275,6 +305,10 @@ ModelInfo Inspect(const std::string& name, Model& model) {
         info.objects.push_back({object, 0, {0.0, 0.0, 0.0}});
     }
     Measure(model, info);
+    const RepairedSurfaces repaired = RepairSurfaces(model, weld);
+    for (const Placement& placement : model.placements) {
+        info.objects[placement.object].surface += repaired.reports[placement.shape];
+    }
     return info;
 }
 

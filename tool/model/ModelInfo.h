@@ -6,6 +6,7 @@
 #include "model/Model.h"
 #include "model/ModelRequest.h"
 #include "scene/Cleaning.h"
+#include "scene/SurfaceRepair.h"
 
 #include <cstddef>
 #include <ostream>
@@ -18,6 +19,7 @@ struct ObjectInfo {
     std::string name; ///< May be empty, and others may have the same.
     std::size_t triangles = 0;
     Wm4::Vector3<double> size{0.0, 0.0, 0.0}; ///< Along the file's axes, in the file's unit.
+    SurfaceReport surface{};                  ///< As --weld leaves it.
 };
 
 struct ModelInfo {
@@ -37,12 +39,13 @@ struct ModelInfo {
     DroppedTriangles dropped;
 };
 
-/// Gathers what there is to say about a model, and drops its bad triangles as CleanShapes() does,
-/// and its flat normals as DropFlatNormals() does.
+/// Gathers what there is to say about a model, drops its bad triangles as CleanShapes() does and
+/// its flat normals as DropFlatNormals() does, and then makes its surfaces whole as
+/// RepairSurfaces() does.
 ///
 /// Sizes are those of the exact boxes of all corners of triangles where they are placed; corners
 /// that are not finite there do not count. Linear in the number of placed triangles.
-ModelInfo Inspect(const std::string& name, Model& model);
+ModelInfo Inspect(const std::string& name, Model& model, const WeldRequest& weld = {});
 
 /// Writes a block of lines for people. Lists the first 20 objects.
 void WriteText(const ModelInfo& info, std::ostream& out);

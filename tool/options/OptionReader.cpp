@@ -88,6 +88,19 @@ std::string ParseFormat(const std::string& text) {
     return ending;
 }
 
+WeldRequest ParseWeld(const std::string& text) {
+    if (text == "auto") {
+        return {};
+    }
+    if (text == "off") {
+        return {WeldRequest::Mode::Off, 0.0};
+    }
+    constexpr double kMost = 1e6;
+    return {WeldRequest::Mode::Length,
+            ParseLength(text, "weld distance", "auto, off or a length over 0, to 1000 m",
+                        {0.0, kMost, true, false})};
+}
+
 void RequireInputs(const GivenOptions& given, const InputOptions& input) {
     const auto& models = input.models;
     if (std::count(models.begin(), models.end(), "") ==
@@ -404,6 +417,7 @@ InputOptions ReadInputOptions(const GivenOptions& given) {
     ReadInto(input.format, given, "format", ParseFormat);
     ReadInto(input.unit, given, "unit", NameFor<LengthUnit>("unit", {"mm", "cm", "m", "in"}));
     ReadInto(input.up, given, "up", NameFor<UpAxis>("axis", {"x", "y", "z"}));
+    ReadInto(input.weld, given, "weld", ParseWeld);
     CheckStandardInput(given, input);
     return input;
 }

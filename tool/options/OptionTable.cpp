@@ -66,6 +66,22 @@ void AddInput(Rows& rows) {
                     "a file states or its format has.",
                     "the file's",
                     {"x", "y", "z"}});
+    rows.push_back({"weld",
+                    0,
+                    "LENGTH",
+                    topic,
+                    ValueKind::Number,
+                    "Close cracks up to LENGTH wide in surfaces, auto or off",
+                    "The surface of each object is made whole before lines are looked for: open "
+                    "edges that run along each other within LENGTH become one edge, and open "
+                    "edges are split where corners of others lie on them within LENGTH. LENGTH is "
+                    "one of the model, such as 0.05mm; where an object is shown larger than it is "
+                    "in the file, along any axis, it counts there. auto finds a distance for each "
+                    "object: gaps far below its size and the lengths of its edges are cracks. "
+                    "Fronts and backs of thin parts are never joined. off leaves surfaces as they "
+                    "are. Faces given twice count once in any case.",
+                    "auto",
+                    {"auto", "off"}});
     rows.push_back({"info",
                     0,
                     "",

@@ -7,6 +7,7 @@
 #include "common/LengthUnit.h"
 #include "model/ModelRequest.h"
 #include "paper/Composing.h"
+#include "scene/WeldRequest.h"
 
 #include <cstdint>
 #include <optional>
@@ -24,6 +25,7 @@ struct InputOptions {
     std::optional<std::string> format;  ///< Of standard input: a file name ending such as "stl".
     std::optional<LengthUnit> unit;     ///< None: the file's own.
     std::optional<UpAxis> up;           ///< None: the format's own.
+    WeldRequest weld;
 };
 
 struct PageOptions {

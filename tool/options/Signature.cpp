@@ -81,6 +81,8 @@ void AddInput(SignatureText& text, const InputOptions& input) {
     if (input.up) {
         text.addName("up", *input.up);
     }
+    text.addName("weld", input.weld.mode);
+    text.add("weldLength", input.weld.millimetres);
 }
 
 void AddCamera(SignatureText& text, const CameraRequest& camera) {

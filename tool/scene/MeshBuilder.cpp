@@ -84,8 +84,9 @@ bool KeepsAngles(const Matrix& world) {
 /// Builds the meshes of one shape.
 class ShapeBuilder {
 public:
-    ShapeBuilder(const Shape& shape, const MeshRules& rules)
-        : shape_(shape), rules_(rules), box_(BoxOf(shape)), withOutline_(needsOutline()) {}
+    ShapeBuilder(const Shape& shape, const MeshRules& rules, std::unique_ptr<const Sides> sides)
+        : shape_(shape), rules_(rules), box_(BoxOf(shape)), withOutline_(needsOutline()),
+          sides_(std::move(sides)) {}
 
     /// The mesh of one placement; null when no triangle is left.
     kx::kxPointer<kx::kxTriMesh> place(const Matrix& world, DroppedTriangles& dropped) {
@@ -126,31 +127,45 @@ private:
             return makeOutline(*triangles, world);
         }
         if (!sharedOutline_) {
-            sharedOutline_ = makeOutline(*triangles, Matrix(false));
+            sharedOutline_ = makeSharedOutline();
         }
         return sharedOutline_;
     }
 
+    /// Lets go of the sides, which nothing else needs.
+    kx::kxPointer<kx::kxMetadata> makeSharedOutline() {
+        if (!sides_) {
+            return makeOutline(*shape_.triangles, Matrix(false));
+        }
+        const std::unique_ptr<const Sides> sides = std::move(sides_);
+        return new kx::kxOutlineMetadata(
+            FindOutline(*shape_.vertices, *shape_.triangles, *sides, creaseAngle(), Matrix(false)));
+    }
+
     kx::kxPointer<kx::kxMetadata> makeOutline(const kx::kxIndexBuffer& triangles,
                                               const Matrix& world) const {
-        const double angle = rules_.creaseAngle.value_or(kDefaultCreaseAngle);
-        return new kx::kxOutlineMetadata(FindOutline(*shape_.vertices, triangles, angle, world));
+        return new kx::kxOutlineMetadata(
+            FindOutline(*shape_.vertices, triangles, creaseAngle(), world));
     }
+
+    double creaseAngle() const { return rules_.creaseAngle.value_or(kDefaultCreaseAngle); }
 
     const Shape& shape_;
     const MeshRules& rules_;
     Box box_;
     bool withOutline_;
+    std::unique_ptr<const Sides> sides_; ///< May be null.
     kx::kxPointer<kx::kxMetadata> sharedOutline_;
 };
 
 } // namespace
 
-BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules) {
+BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules, SidesOfShapes sides) {
+    sides.resize(model.shapes.size());
     std::vector<ShapeBuilder> builders;
     builders.reserve(model.shapes.size());
-    for (const Shape& shape : model.shapes) {
-        builders.emplace_back(shape, rules);
+    for (std::size_t i = 0; i < model.shapes.size(); ++i) {
+        builders.emplace_back(model.shapes[i], rules, std::move(sides[i]));
     }
     BuiltMeshes built;
     for (const Placement& placement : model.placements) {

@@ -7,14 +7,19 @@
 
 #include "model/Model.h"
 #include "scene/Cleaning.h"
+#include "scene/Sides.h"
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <vector>
 
 namespace kxcontour {
 
 using MeshList = std::vector<kx::kxPointer<kx::kxTriMesh>>;
+
+/// By shape; null where nobody has gathered them.
+using SidesOfShapes = std::vector<std::unique_ptr<const Sides>>;
 
 /// What is drawn of edges where the file has no normals, in degrees.
 constexpr double kDefaultCreaseAngle = 30.0;
@@ -44,6 +49,8 @@ struct BuiltMeshes {
 /// normals of unit length and no outline; every other drawn mesh has its outline as metadata, which
 /// may be empty. The model must be clean; its buffers become the meshes', and its normals are
 /// repaired in place.
-BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules);
+///
+/// sides: those of each shape, as far as they are known; they are used up.
+BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules, SidesOfShapes sides = {});
 
 } // namespace kxcontour

@@ -6,6 +6,7 @@
 #include "model/ImportProcess.h"
 #include "scene/FlatNormals.h"
 #include "scene/Placing.h"
+#include "scene/SurfaceRepair.h"
 
 #include <algorithm>
 #include <iterator>
@@ -24,8 +25,9 @@ Model Import(const InputOptions& input, const std::string& path) {
     return model;
 }
 
-BuiltMeshes Build(const Model& model, const MeshRules& rules, const std::string& name) {
-    BuiltMeshes built = BuildMeshes(model, rules);
+BuiltMeshes
+Build(const Model& model, const MeshRules& rules, SidesOfShapes sides, const std::string& name) {
+    BuiltMeshes built = BuildMeshes(model, rules, std::move(sides));
     if (built.meshes.empty()) {
         throw Failure(ExitCode::NothingToDraw,
                       name + ": nothing to draw: every triangle is degenerate, not finite or has "
@@ -37,12 +39,19 @@ BuiltMeshes Build(const Model& model, const MeshRules& rules, const std::string&
 /// Gathers the models of a scene one by one; names are for messages.
 class SceneBuilder {
 public:
-    explicit SceneBuilder(std::optional<double> creaseAngle) { rules_.creaseAngle = creaseAngle; }
+    SceneBuilder(const InputOptions& input,
+                 std::optional<double> creaseAngle,
+                 const StageObserver& observer)
+        : input_(input), observer_(observer) {
+        rules_.creaseAngle = creaseAngle;
+    }
+
+    void addDrawn(const std::string& path) { addDrawn(read(path), nameOf(path)); }
 
     void addDrawn(Model model, const std::string& name) {
         prepare(model, name);
         rules_.drawn = true;
-        BuiltMeshes built = Build(model, rules_, name);
+        BuiltMeshes built = build(model, name);
         for (const std::size_t object : built.objects) {
             scene_.objectOf.push_back(scene_.objects.size() + object);
         }
@@ -50,17 +59,26 @@ public:
         take(scene_.meshes, built);
     }
 
-    void addOccluder(Model model, const std::string& name) {
-        prepare(model, name);
+    void addOccluder(const std::string& path) {
+        Model model = read(path);
+        prepare(model, nameOf(path));
         rules_.drawn = false;
-        BuiltMeshes built = Build(model, rules_, name);
+        BuiltMeshes built = build(model, nameOf(path));
         take(scene_.occluders, built);
     }
 
     Scene finish() { return std::move(scene_); }
 
 private:
+    std::string nameOf(const std::string& path) const { return NameOf(RequestFor(input_, path)); }
+
+    Model read(const std::string& path) {
+        enter("read");
+        return Import(input_, path);
+    }
+
     void prepare(Model& model, const std::string& name) {
+        enter("prepare");
         scene_.dropped += CleanShapes(model);
         DropFlatNormals(model);
         if (!model.unitStated) {
@@ -70,6 +88,20 @@ private:
             start(model);
         }
         rules_.scale = model.millimetresPerUnit / scene_.millimetresPerUnit;
+    }
+
+    void enter(const char* stage) const {
+        if (observer_) {
+            observer_(stage);
+        }
+    }
+
+    BuiltMeshes build(Model& model, const std::string& name) {
+        RepairedSurfaces repaired = RepairSurfaces(model, input_.weld);
+        for (const Placement& placement : model.placements) {
+            scene_.surface += repaired.reports[placement.shape];
+        }
+        return Build(model, rules_, std::move(repaired.sides), name);
     }
 
     /// The first model decides about unit, axes and origin.
@@ -91,6 +123,8 @@ private:
         }
     }
 
+    const InputOptions& input_;
+    const StageObserver& observer_;
     MeshRules rules_;
     Scene scene_;
     bool started_ = false;
@@ -102,19 +136,22 @@ ModelRequest RequestFor(const InputOptions& input, const std::string& path) {
     return {path, path == "-" ? input.format : std::nullopt, input.unit, input.up};
 }
 
-Scene LoadScene(const InputOptions& input, std::optional<double> creaseAngle) {
-    SceneBuilder builder(creaseAngle);
+Scene LoadScene(const InputOptions& input,
+                std::optional<double> creaseAngle,
+                const StageObserver& observer) {
+    SceneBuilder builder(input, creaseAngle, observer);
     for (const std::string& path : input.models) {
-        builder.addDrawn(Import(input, path), NameOf(RequestFor(input, path)));
+        builder.addDrawn(path);
     }
     for (const std::string& path : input.occluders) {
-        builder.addOccluder(Import(input, path), NameOf(RequestFor(input, path)));
+        builder.addOccluder(path);
     }
     return builder.finish();
 }
 
-Scene MakeScene(Model model, std::optional<double> creaseAngle) {
-    SceneBuilder builder(creaseAngle);
+Scene MakeScene(Model model, const InputOptions& input, std::optional<double> creaseAngle) {
+    const StageObserver nobody;
+    SceneBuilder builder(input, creaseAngle, nobody);
     builder.addDrawn(std::move(model), "model");
     return builder.finish();
 }

@@ -6,8 +6,10 @@
 #include "options/Options.h"
 #include "scene/Cleaning.h"
 #include "scene/MeshBuilder.h"
+#include "scene/SurfaceRepair.h"
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,17 +28,23 @@ struct Scene {
     bool unitStated = false;              ///< By the first model.
     std::vector<std::string> withoutUnit; ///< Models that state none: millimetres were assumed.
     DroppedTriangles dropped;
+    SurfaceReport surface;     ///< Of all meshes and occluders.
     std::size_t triangles = 0; ///< Of all meshes and occluders.
 };
 
 /// What the options say about one of their models.
 ModelRequest RequestFor(const InputOptions& input, const std::string& path);
 
+/// Told "read" and "prepare" as each model goes through them.
+using StageObserver = std::function<void(const char*)>;
+
 /// Reads all models of a drawing and builds their meshes. Call it before any thread is started.
 ///
 /// Throws Failure: Unreadable for a model that cannot be read, NothingToDraw for one without
 /// triangles.
-Scene LoadScene(const InputOptions& input, std::optional<double> creaseAngle);
+Scene LoadScene(const InputOptions& input,
+                std::optional<double> creaseAngle,
+                const StageObserver& observer = {});
 
 /// Builds the meshes of a model in memory, as LoadScene() does for one that it has read. Throws
 /// Failure (NothingToDraw) for one without a triangle that can be drawn.
