@@ -122,7 +122,8 @@ void BoxDrawing::draw() {
     options.camera = view_.request();
     options.output.path = folder.path("drawing.svg");
     tool_test::Unwatched observer;
-    DrawScene(kxcontour::MakeScene(ModelOf(scene_), std::nullopt), options, observer);
+    DrawScene(kxcontour::MakeScene(ModelOf(scene_), options.input, std::nullopt), options,
+              observer);
     drawn_ = LinesOf(tool_test::ReadSvg(options.output.path));
 }
 

@@ -46,9 +46,10 @@ Scene LoadScene(const InputOptions& input,
                 std::optional<double> creaseAngle,
                 const StageObserver& observer = {});
 
-/// Builds the meshes of a model in memory, as LoadScene() does for one that it has read. Throws
-/// Failure (NothingToDraw) for one without a triangle that can be drawn.
-Scene MakeScene(Model model, std::optional<double> creaseAngle);
+/// Builds the meshes of a model in memory, as LoadScene() does for one that it has read, with what
+/// the input says of surfaces. Throws Failure (NothingToDraw) for one without a triangle that can
+/// be drawn.
+Scene MakeScene(Model model, const InputOptions& input, std::optional<double> creaseAngle);
 
 /// The meshes of the objects of a name. Throws Failure (Usage), naming the nearest, where there is
 /// none.
