@@ -20,6 +20,10 @@ namespace {
 /// prism of twelve sides, at 30 degrees) bend by a little more or less. All of them count as less.
 constexpr double kAngleTolerance = 0.01;
 
+/// The sine of the angle up to which faces on the same side of an edge are one sheet: a tenth of a
+/// degree, for what rounding does to narrow faces.
+constexpr double kSheetSine = 1.7e-3;
+
 /// The bits of a float, never a negative zero, as a number of the same order.
 std::uint32_t InOrder(std::uint32_t bits) {
     return (bits & 0x80000000U) != 0 ? ~bits : bits | 0x80000000U;
@@ -156,7 +160,24 @@ private:
             return true;
         }
         gatherFaces(first, end);
-        return faces_.size() != 2 || bends(faces_[0], faces_[1]);
+        return !areOneSheet();
+    }
+
+    /// Whether the faces are one sheet that the edge runs through: at least one on either side, and
+    /// on each side all in one plane, as where parts of one object overlap with flush faces.
+    bool areOneSheet() const {
+        const Side* across = nullptr;
+        for (const Side& face : faces_) {
+            if (areOnOneSide(faces_[0], face)) {
+                continue;
+            }
+            if (across == nullptr && !bends(faces_[0], face)) {
+                across = &face;
+            } else if (across == nullptr || !areOnOneSide(*across, face)) {
+                return false;
+            }
+        }
+        return across != nullptr;
     }
 
     /// Two sides of one edge belong to the same face when the corners opposite are one place too.
@@ -181,6 +202,17 @@ private:
         // Faces that lie side by side run along their edge in opposite directions.
         const bool opposite = sides_.isForward(a) != sides_.isForward(b);
         return (opposite ? product : -product) < cosLimit_ * (normalA.length * normalB.length);
+    }
+
+    /// Whether two faces lie on each other beside their edge.
+    bool areOnOneSide(const Side& a, const Side& b) const {
+        const Vector& p = normals_[a.corner / 3].vector;
+        const Vector& q = normals_[b.corner / 3].vector;
+        const Vector cross = p.Cross(q);
+        const double limit =
+            kSheetSine * normals_[a.corner / 3].length * normals_[b.corner / 3].length;
+        const bool isTurned = (p.Dot(q) < 0.0) != (sides_.isForward(a) != sides_.isForward(b));
+        return !isTurned && cross.Dot(cross) <= limit * limit;
     }
 
     void findNormals() {

@@ -21,6 +21,8 @@ namespace kxcontour {
 /// does not depend on how its triangles are listed. A hundredth of a degree over the angle counts
 /// as the angle, since positions are rounded. Triangles with the same three corners are one face,
 /// whichever way round: surfaces given twice, once for each side, have no more edges than once.
+/// Faces that lie on each other on one side of an edge, to a tenth of a degree, count as one there:
+/// where parts of one object overlap with flush faces, the surface goes on.
 ///
 /// Triangles must be clean, see CleanShapes(). The lines come in the order of their positions (x,
 /// then y, then z of the smaller end, then of the larger); equal input gives equal output. Never

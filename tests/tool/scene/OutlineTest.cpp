@@ -230,7 +230,8 @@ public:
     std::set<Line> lines(double angle) const {
         std::set<Line> drawn;
         for (const auto& [edge, tips] : tipsOfEdge_) {
-            if (tips.size() != 2 || bend(edge, *tips.begin(), *tips.rbegin()) > angle) {
+            const std::vector<Place> sheets = sheetsOf(edge, tips);
+            if (sheets.size() != 2 || bend(edge, sheets[0], sheets[1]) > angle) {
                 drawn.insert(edge);
             }
         }
@@ -242,6 +243,18 @@ private:
         tipsOfEdge_[MakeLine(a, b)].insert(PlaceOf(c));
         tipsOfEdge_[MakeLine(b, c)].insert(PlaceOf(a));
         tipsOfEdge_[MakeLine(c, a)].insert(PlaceOf(b));
+    }
+
+    /// One tip for each half plane; no two of the lattice's are nearer than a degree.
+    static std::vector<Place> sheetsOf(const Line& edge, const std::set<Place>& tips) {
+        std::vector<Place> sheets;
+        for (const Place& tip : tips) {
+            if (std::none_of(sheets.begin(), sheets.end(),
+                             [&](const Place& sheet) { return bend(edge, sheet, tip) > 179.0; })) {
+                sheets.push_back(tip);
+            }
+        }
+        return sheets;
     }
 
     /// Degrees between the two half planes, less the 180 of a flat surface: needs no winding.
@@ -285,6 +298,29 @@ MeshData RandomMesh(Random& random, int triangles, int side) {
         data.addTriangle(corner(), corner(), corner());
     }
     return Cleaned(data);
+}
+
+TEST(Outline, FlushFacesOfOverlappingPartsAreOneSheet) {
+    // Left of the edge one triangle, on the right two of different sizes in the same plane.
+    const Point a(0, 0, 0);
+    const Point b(0, 1, 0);
+    MeshData data;
+    data.addTriangle(a, b, Point(-1, 0, 0));
+    data.addTriangle(b, a, Point(1, 0, 0));
+    data.addTriangle(b, a, Point(3, 0, 0));
+    EXPECT_EQ(LineSet(data, 30.0).count(MakeLine(a, b)), 0U);
+    data.addTriangle(b, a, Point(0, 0, 1)); // a third sheet
+    EXPECT_EQ(LineSet(data, 30.0).count(MakeLine(a, b)), 1U);
+}
+
+TEST(Outline, SheetsThatForkAtLessThanTheAngleAreDrawn) {
+    const Point a(0, 0, 0);
+    const Point b(0, 1, 0);
+    MeshData data;
+    data.addTriangle(a, b, Point(-1, 0, 0));
+    data.addTriangle(b, a, Point(1, 0, 0));
+    data.addTriangle(b, a, Point(3, 0, 1)); // 18 degrees from the one before
+    EXPECT_EQ(LineSet(data, 30.0).count(MakeLine(a, b)), 1U);
 }
 
 TEST(Outline, AgreesWithAPlainMapOnRandomMeshes) {
