@@ -2,6 +2,7 @@
 // on faces that lie in one plane until they are rounded.
 #include <ctr/TrianglesIntersection.h>
 
+#include "linesets/SegmentBuilders.h"
 #include "support/ExactOcclusion.h"
 #include "support/SceneAgreement.h"
 #include "visibility/GridTriangles.h"
