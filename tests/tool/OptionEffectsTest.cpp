@@ -393,6 +393,25 @@ TEST_F(Lines, ShorterThanAskedAreLeftOut) {
         std::string::npos);
 }
 
+TEST_F(Lines, OfNoLengthAreNotDrawn) {
+    // From the front, the edges that run towards the viewer are dots.
+    folder_.write("dots.obj", ObjText(Box({0, 0, 0}, {1, 1, 1})));
+    for (const std::string length : {"", " --min-length 0"}) {
+        const SvgFile svg =
+            DrawIn(folder_, "dots.obj --view front --hidden --layers type" + length);
+        for (const PaperLine& line : LinesOf(svg)) {
+            EXPECT_GT(std::hypot(line[2] - line[0], line[3] - line[1]), 0.0);
+        }
+    }
+    MeshData scene = Cube();
+    scene.append(Box({-1.5e-4F, -1.5e-4F, 1.5F}, {1.5e-4F, 1.5e-4F, 1.5002F}));
+    folder_.write("crumb.obj", ObjText(scene));
+    EXPECT_EQ(count("crumb.obj --view front --unit mm --scale 20:1"), 4U)
+        << "two sides of 0.006 mm, for the others lie on them";
+    EXPECT_EQ(count("crumb.obj --view front --unit mm --scale 20:1 --min-length 0"), 6U);
+    EXPECT_EQ(count("crumb.obj --view front --unit mm --scale 10:1 --min-length 0"), 4U) << "a dot";
+}
+
 TEST_F(Lines, OfACubeFromTheFrontAreOneClosedPath) {
     const SvgFile svg = DrawIn(folder_, "cube.obj --view front");
     ASSERT_EQ(svg.pathCount(), 1U);
@@ -591,6 +610,49 @@ TEST_F(Written, AsJsonTellOfHiddenPartsExactly) {
     // Of the cube's front, one edge is free and two are cut; all else is behind it or the wall.
     EXPECT_EQ(shares, (std::map<std::string, std::size_t>{
                           {"cube none", 1}, {"cube half", 2}, {"cube all", 9}, {"wall none", 4}}));
+}
+
+TEST_F(Written, AsJsonTellOfEachVisibleLineOnce) {
+    // Two cubes side by side show one edge twice and four end to end; of the wall behind them, one
+    // side lies on theirs.
+    folder_.write("scene.obj",
+                  Objects({{"a", Box({0, 0, 0}, {1, 1, 1})},
+                           {"b", Box({1, 0, 0}, {2, 1, 1})},
+                           {"wall", Quad({0, 0, 0}, {3, 0, 0}, {3, 1, 0}, {0, 1, 0})}}));
+    const std::string options = "scene.obj --view front --unit mm --scale 10:1";
+    ASSERT_EQ(run(options + " -o a.json").exitCode, 0);
+    const Json drawing = Json::parse(bytes("a.json"));
+    double length = 0.0;
+    double repeated = 0.0;
+    for (const Json& segment : drawing["segments"]) {
+        if (segment["paper"].is_null()) {
+            continue;
+        }
+        const auto along = [&](int axis) {
+            return segment["paper"][1][axis].get<double>() -
+                   segment["paper"][0][axis].get<double>();
+        };
+        const double whole = std::hypot(along(0), along(1));
+        EXPECT_GT(whole, 0.001) << "none of no length";
+        double share = 1.0;
+        for (const Json& range : segment["hidden"]) {
+            share -= range[1][0].get<double>() / range[1][1].get<double>() -
+                     range[0][0].get<double>() / range[0][1].get<double>();
+        }
+        for (const Json& range : segment["repeated"]) {
+            share -= range[1].get<double>() - range[0].get<double>();
+            repeated += whole * (range[1].get<double>() - range[0].get<double>());
+        }
+        length += whole * share;
+    }
+    // Three edges upright and one at the wall's end, two of 20 mm and two of 10 mm more.
+    EXPECT_NEAR(length, 4 * 10.0 + 2 * 30.0, 0.01);
+    EXPECT_GT(repeated, 9.9);
+    double drawn = 0.0;
+    for (const PaperLine& line : LinesOf(DrawIn(folder_, options))) {
+        drawn += std::hypot(line[2] - line[0], line[3] - line[1]) / 100.0;
+    }
+    EXPECT_NEAR(length, drawn, 0.01);
 }
 
 TEST_F(Written, OfSeveralViewsOnOneSheetAreInLine) {

@@ -100,7 +100,6 @@ void MarkRepeated(std::vector<SegmentRecord>& records, const PaperTolerances& to
     for (SegmentRecord& record : records) {
         if (record.onPaper && Distance(record.onPaper->a, record.onPaper->b) <= tolerances.joint) {
             record.onPaper.reset();
-            record.hidden.clear();
         }
     }
     const VisiblePaper paper = PieceCollector(records).collect();

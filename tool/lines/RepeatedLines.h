@@ -15,7 +15,7 @@ struct PaperTolerances {
 
 /// Fills in which visible ranges of the records lie on what another record shows, by the rules of
 /// RemoveOverlaps(): of any place on paper one record is left that shows it. Records that begin and
-/// end within a joint lose their place on paper and their ranges. Records of one family and object
+/// end within a joint lose their place on paper. Records of one family and object
 /// follow each other, as RecordsOf() gives them.
 void MarkRepeated(std::vector<SegmentRecord>& records, const PaperTolerances& tolerances);
 

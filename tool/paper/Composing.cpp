@@ -139,10 +139,18 @@ bool IsCrumb(const Path& path, const ComposingRules& rules) {
     return LengthOf(path) < rules.minLength || ExtentOf(path) <= kDotJoints * rules.joint;
 }
 
-PathGroup GroupOf(const Bundle& bundle, const ComposingRules& rules, ComposingReport& report) {
+/// Where nothing was drawn twice there are no gaps.
+JoiningRules JoiningRulesFor(const ComposingRules& rules, bool hasGaps) {
+    return {rules.joint, std::min(rules.minLength, kLongestSpur),
+            hasGaps ? rules.coincidence : 0.0};
+}
+
+PathGroup GroupOf(const Bundle& bundle,
+                  const ComposingRules& rules,
+                  const JoiningRules& joining,
+                  ComposingReport& report) {
     PathGroup group = bundle.group;
-    group.paths = JoinLines(
-        bundle.lines, {rules.joint, std::min(rules.minLength, kLongestSpur), rules.coincidence});
+    group.paths = JoinLines(bundle.lines, joining);
     const std::size_t before = group.paths.size();
     std::erase_if(group.paths, [&](const Path& path) { return IsCrumb(path, rules); });
     report.crumbs += before - group.paths.size();
@@ -168,17 +176,18 @@ std::size_t CountLines(const PaperLines& lines) {
 PaperDrawing Compose(PaperLines lines, const ComposingRules& rules, ComposingReport& report) {
     report = {};
     report.lines = CountLines(lines);
-    RemoveOverlaps(lines, rules.coincidence);
+    const bool hasGaps = RemoveOverlaps(lines, rules.coincidence);
     report.shownOnce = CountLines(lines);
-    EvenOutWeights(lines, rules.styles, rules.joint);
+    EvenOutWeights(lines, rules.styles);
     const std::vector<std::string> names = LayerNames(lines, rules.layering);
     const std::vector<std::vector<Bundle>> bundles = BundlesOf(lines, rules, names.size());
+    const JoiningRules joining = JoiningRulesFor(rules, hasGaps);
     PaperDrawing drawing;
     for (std::size_t i = 0; i < names.size(); ++i) {
         PaperLayer layer;
         layer.name = names[i];
         for (const Bundle& bundle : bundles[i]) {
-            PathGroup group = GroupOf(bundle, rules, report);
+            PathGroup group = GroupOf(bundle, rules, joining, report);
             if (!group.paths.empty()) {
                 layer.groups.push_back(std::move(group));
             }

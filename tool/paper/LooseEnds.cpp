@@ -1,15 +1,12 @@
-// Every loose end looks for its nearest neighbour in a grid of all of them.
+// Every loose end looks for an earlier one that still waits for another.
 #include "paper/LooseEnds.h"
 
-#include "paper/CellGrid.h"
-#include "paper/Plane.h"
+#include "paper/PointClusters.h"
 
 namespace kxcontour {
 namespace {
 
-using namespace plane;
-
-constexpr std::uint32_t kNobodyNear = static_cast<std::uint32_t>(-1);
+constexpr std::uint32_t kNobody = static_cast<std::uint32_t>(-1);
 
 struct LooseEnd {
     std::uint32_t link = 0;
@@ -35,38 +32,6 @@ std::vector<LooseEnd> LooseEndsOf(const Figure& figure) {
     return ends;
 }
 
-/// The place of each end, as a line of no length, which is what grids hold.
-std::vector<PaperLine> PlacesOf(const std::vector<LooseEnd>& ends, Figure& figure) {
-    std::vector<PaperLine> places;
-    places.reserve(ends.size());
-    for (const LooseEnd& end : ends) {
-        const Point& place = figure.points[PointAt(figure, end)];
-        places.push_back({place, place});
-    }
-    return places;
-}
-
-/// By end: the number of the nearest one of another link within the gap, the first of several.
-std::vector<std::uint32_t>
-NearestEnds(const std::vector<LooseEnd>& ends, const std::vector<PaperLine>& places, double gap) {
-    const CellGrid grid(places, gap);
-    std::vector<std::uint32_t> nearest(ends.size(), kNobodyNear);
-    for (std::uint32_t i = 0; i < ends.size(); ++i) {
-        double least = gap * gap;
-        grid.visit(places[i], [&](std::span<const std::uint32_t> near) {
-            for (const std::uint32_t j : near) {
-                const double square = SquaredLength(places[j].a - places[i].a);
-                const bool isBetter = nearest[i] == kNobodyNear ? square <= least : square < least;
-                if (ends[j].link != ends[i].link && isBetter) {
-                    nearest[i] = j;
-                    least = square;
-                }
-            }
-        });
-    }
-    return nearest;
-}
-
 } // namespace
 
 void JoinLooseEnds(Figure& figure, double gap) {
@@ -74,11 +39,18 @@ void JoinLooseEnds(Figure& figure, double gap) {
         return;
     }
     const std::vector<LooseEnd> ends = LooseEndsOf(figure);
-    const std::vector<std::uint32_t> nearest = NearestEnds(ends, PlacesOf(ends, figure), gap);
+    PointClusters clusters(gap, ends.size());
+    std::vector<std::uint32_t> waiting; // By cluster: the end that no other has joined, if any.
     for (std::uint32_t i = 0; i < ends.size(); ++i) {
-        const std::uint32_t j = nearest[i];
-        if (j != kNobodyNear && i < j && nearest[j] == i) {
-            PointAt(figure, ends[j]) = PointAt(figure, ends[i]);
+        const std::uint32_t cluster = clusters.add(figure.points[PointAt(figure, ends[i])]);
+        if (cluster == waiting.size()) {
+            waiting.push_back(i);
+            continue;
+        }
+        const std::uint32_t other = waiting[cluster];
+        if (other != kNobody && ends[other].link != ends[i].link) {
+            PointAt(figure, ends[i]) = PointAt(figure, ends[other]);
+            waiting[cluster] = kNobody;
         }
     }
 }

@@ -129,6 +129,10 @@ public:
         }
     }
 
+    bool isAllWhole() const {
+        return std::find(isWhole_.begin(), isWhole_.end(), false) == isWhole_.end();
+    }
+
     /// What is left of a line, in order along it.
     void appendRemains(std::size_t i, std::vector<PaperLine>& to) const {
         const Ray ray(lines_[i]);
@@ -329,7 +333,7 @@ private:
 
 } // namespace
 
-void RemoveOverlaps(PaperLines& lines, double tolerance) {
+bool RemoveOverlaps(PaperLines& lines, double tolerance) {
     const Queue queue = QueueOf(lines.groups);
     Sweeper sweeper(queue.lines, tolerance);
     sweeper.sweep();
@@ -341,6 +345,7 @@ void RemoveOverlaps(PaperLines& lines, double tolerance) {
         }
         lines.groups[group].lines = std::move(kept);
     }
+    return !sweeper.isAllWhole();
 }
 
 std::vector<std::vector<LineShare>> SharesLeft(const PaperLines& lines, double tolerance) {

@@ -24,7 +24,9 @@ namespace kxcontour {
 ///
 /// tolerance in millimetres, over 0. Coordinates are finite. Expected O(n log n) for n lines that
 /// do not crowd.
-void RemoveOverlaps(PaperLines& lines, double tolerance);
+///
+/// Returns whether anything went.
+bool RemoveOverlaps(PaperLines& lines, double tolerance);
 
 /// A part of a line, from 0 at a to 1 at b.
 struct LineShare {

@@ -1,25 +1,26 @@
-// Visible lines become chains; each chain is cut into runs of one width, and short light runs
-// between heavier ones are given to these.
+// Ends of visible lines that share a point are looked at where a lighter one meets a heavier one:
+// from there the light line is followed, straight on, until it meets a heavier one again.
 //
 // An end is numbered as in Trails.cpp: 2 i at the first point of line i, 2 i + 1 at the second.
 #include "paper/Weights.h"
 
 #include "paper/Plane.h"
-#include "paper/PointClusters.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <numeric>
 #include <optional>
 #include <span>
+#include <utility>
 
 namespace kxcontour {
 namespace {
 
 using namespace plane;
 
-constexpr std::uint32_t kNoNext = static_cast<std::uint32_t>(-1);
+constexpr std::uint32_t kNoEnd = static_cast<std::uint32_t>(-1);
 
 constexpr std::size_t kFewLines = 5;
 constexpr double kLongerThanBeside = 2.0;
@@ -32,244 +33,214 @@ constexpr double kHalfRimCosine = 0.5;
 /// Where more ends than this meet is no rim.
 constexpr std::size_t kMostEnds = 24;
 
-/// A visible line and where it comes from.
-struct Stroke {
-    std::size_t group = 0;
-    std::size_t line = 0;
-    Family family = Family::Silhouette;
-    double width = 0.0;
+/// Numbers equal points as they come. Open addressing; nothing walks over the table.
+class EqualPoints {
+public:
+    explicit EqualPoints(std::size_t expected)
+        : slots_(std::bit_ceil(2 * std::max<std::size_t>(expected, 8)), kNoPoint) {
+        points_.reserve(expected);
+    }
+
+    std::uint32_t add(Point point) {
+        const std::size_t mask = slots_.size() - 1;
+        std::size_t slot = hashOf(point) & mask;
+        while (slots_[slot] != kNoPoint && !IsSame(points_[slots_[slot]], point)) {
+            slot = (slot + 1) & mask;
+        }
+        if (slots_[slot] == kNoPoint) {
+            slots_[slot] = static_cast<std::uint32_t>(points_.size());
+            points_.push_back(point);
+        }
+        return slots_[slot];
+    }
+
+    std::size_t count() const { return points_.size(); }
+
+private:
+    static constexpr std::uint32_t kNoPoint = static_cast<std::uint32_t>(-1);
+
+    static std::size_t hashOf(Point point) {
+        // Both zeros are the same.
+        const std::uint64_t hash =
+            std::bit_cast<std::uint64_t>(point.x + 0.0) * 0x9e3779b97f4a7c15U ^
+            std::bit_cast<std::uint64_t>(point.y + 0.0) * 0xc2b2ae3d27d4eb4fU;
+        return (hash ^ hash >> 32U) * 0xbf58476d1ce4e5b9U >> 29U;
+    }
+
+    std::vector<std::uint32_t> slots_;
+    std::vector<Point> points_;
 };
 
-/// Strokes of one width, by their places in a chain.
-struct Run {
-    std::size_t first = 0;
-    std::size_t count = 0;
+/// A visible line and where it comes from.
+struct Stroke {
+    PaperLine line;
+    std::uint32_t group = 0;
+    double width = 0.0;
 };
 
 class WeightEvener {
 public:
-    WeightEvener(PaperLines& lines, const StyleSheet& styles, double joint)
-        : lines_(lines), joint_(joint) {
+    WeightEvener(PaperLines& lines, const StyleSheet& styles) : lines_(lines) {
         collectStrokes(styles);
     }
 
     void even() {
         collectEnds();
-        findNextEnds();
-        followChains();
-        moveChanged();
+        for (std::uint32_t end = 0; end < 2 * strokes_.size(); ++end) {
+            if (meetsHeavier(end)) {
+                follow(end);
+            }
+        }
+        if (hasChanged_) {
+            moveChanged();
+        }
     }
 
 private:
     void collectStrokes(const StyleSheet& styles);
     void collectEnds();
-    void findNextEnds();
-    void findNextEndsAt(std::span<const std::uint32_t> ends);
-    std::uint32_t straightestFrom(std::uint32_t end, std::span<const std::uint32_t> ends) const;
-    void followChains();
-    std::uint32_t startOf(std::uint32_t stroke) const;
-    void gatherChain(std::uint32_t start);
-    void turnToRunStart();
-    std::vector<Run> runsOfChain() const;
-    void evenChain();
-    bool isToBeEvened(const Run& before, const Run& run, const Run& after) const;
+    bool meetsHeavier(std::uint32_t end) const {
+        return strokes_[end / 2].width < greatestWidth_[pointOfEnd_[end]];
+    }
+    std::uint32_t nextOf(std::uint32_t end) const;
+    std::uint32_t straightestFrom(std::uint32_t end) const;
+    bool isSmooth(std::uint32_t end, std::uint32_t other) const;
+    void follow(std::uint32_t end);
+    bool isToBeEvened(std::uint32_t before, std::uint32_t after) const;
     void moveChanged();
     std::size_t groupFor(Family family, std::size_t object);
 
-    const PaperLine& lineOf(std::uint32_t stroke) const {
-        return lines_.groups[strokes_[stroke].group].lines[strokes_[stroke].line];
-    }
-
-    double lengthOf(std::uint32_t end) const {
-        const PaperLine& line = lineOf(end / 2);
-        return Distance(line.a, line.b);
+    std::span<const std::uint32_t> endsAt(std::uint32_t point) const {
+        return {ends_.data() + firstEnd_[point], firstEnd_[point + 1] - firstEnd_[point]};
     }
 
     /// From the end into its line.
-    Point directionOf(std::uint32_t end) const {
-        const PaperLine& line = lineOf(end / 2);
-        return end % 2 == 0 ? Direction(line.b - line.a) : Direction(line.a - line.b);
+    Point vectorOf(std::uint32_t end) const {
+        const PaperLine& line = strokes_[end / 2].line;
+        return end % 2 == 0 ? line.b - line.a : line.a - line.b;
     }
 
-    double widthAt(std::size_t place) const { return strokes_[chain_[place] / 2].width; }
+    double bendOf(std::uint32_t end, std::uint32_t other) const {
+        return Dot(Direction(vectorOf(end)), Direction(vectorOf(other)));
+    }
+
+    double lengthOf(std::uint32_t end) const { return Length(vectorOf(end)); }
+
+    Family familyOf(std::uint32_t end) const {
+        return lines_.groups[strokes_[end / 2].group].family;
+    }
 
     PaperLines& lines_;
-    double joint_;
     std::vector<Stroke> strokes_;
     std::vector<std::uint32_t> pointOfEnd_;
-    std::vector<std::size_t> firstEnd_; ///< By point: its ends in ends_; one more at the end.
+    std::vector<double> greatestWidth_;   ///< By point: of the lines that meet there.
+    std::vector<std::uint32_t> firstEnd_; ///< By point: its ends in ends_; one more at the end.
     std::vector<std::uint32_t> ends_;
-    std::vector<std::uint32_t> next_; ///< By end: the one that goes on from it, or kNoNext.
     std::vector<std::optional<Family>> changes_; ///< By stroke.
-    // Of the chain at hand: where each stroke is entered.
-    std::vector<std::uint32_t> chain_;
-    bool isClosed_ = false;
-    std::vector<bool> followed_; ///< By stroke.
+    bool hasChanged_ = false;
+    std::vector<std::uint32_t> run_; ///< Of the run at hand: where each stroke is entered.
 };
 
 void WeightEvener::collectStrokes(const StyleSheet& styles) {
-    for (std::size_t group = 0; group < lines_.groups.size(); ++group) {
+    for (std::uint32_t group = 0; group < lines_.groups.size(); ++group) {
         const LineGroup& all = lines_.groups[group];
-        for (std::size_t line = 0; !all.hidden && line < all.lines.size(); ++line) {
-            strokes_.push_back({group, line, all.family, styles.of(all.family, false).width});
+        const double width = styles.of(all.family, false).width;
+        for (const PaperLine& line : all.lines) {
+            // A dot leads nowhere, but it keeps its place among the lines of the group.
+            if (!all.hidden) {
+                strokes_.push_back({line, group, width});
+            }
         }
     }
     changes_.resize(strokes_.size());
-    followed_.resize(strokes_.size());
 }
 
 void WeightEvener::collectEnds() {
-    PointClusters clusters(joint_, strokes_.size());
+    EqualPoints points(2 * strokes_.size());
     pointOfEnd_.reserve(2 * strokes_.size());
-    for (std::uint32_t i = 0; i < strokes_.size(); ++i) {
-        pointOfEnd_.push_back(clusters.add(lineOf(i).a));
-        pointOfEnd_.push_back(clusters.add(lineOf(i).b));
+    for (const Stroke& stroke : strokes_) {
+        pointOfEnd_.push_back(points.add(stroke.line.a));
+        pointOfEnd_.push_back(points.add(stroke.line.b));
     }
-    // A line within one point leads nowhere.
-    const auto isDot = [&](std::uint32_t end) { return pointOfEnd_[end] == pointOfEnd_[end ^ 1U]; };
-    firstEnd_.assign(clusters.representatives().size() + 2, 0);
+    greatestWidth_.resize(points.count());
+    firstEnd_.assign(points.count() + 2, 0);
     for (std::uint32_t end = 0; end < pointOfEnd_.size(); ++end) {
-        firstEnd_[pointOfEnd_[end] + 2] += isDot(end) ? 0 : 1;
+        double& greatest = greatestWidth_[pointOfEnd_[end]];
+        greatest = std::max(greatest, strokes_[end / 2].width);
+        ++firstEnd_[pointOfEnd_[end] + 2];
     }
     std::partial_sum(firstEnd_.begin(), firstEnd_.end(), firstEnd_.begin());
-    ends_.resize(firstEnd_.back());
+    ends_.resize(pointOfEnd_.size());
     for (std::uint32_t end = 0; end < pointOfEnd_.size(); ++end) {
-        if (!isDot(end)) {
-            ends_[firstEnd_[pointOfEnd_[end] + 1]++] = end;
-        }
+        ends_[firstEnd_[pointOfEnd_[end] + 1]++] = end;
     }
     firstEnd_.pop_back();
 }
 
-void WeightEvener::findNextEnds() {
-    next_.assign(pointOfEnd_.size(), kNoNext);
-    for (std::size_t point = 0; point + 1 < firstEnd_.size(); ++point) {
-        const std::size_t count = firstEnd_[point + 1] - firstEnd_[point];
-        if (count > 1 && count <= kMostEnds) {
-            findNextEndsAt({ends_.data() + firstEnd_[point], count});
-        }
-    }
+/// The end that goes on from this one: each is the other's straightest.
+std::uint32_t WeightEvener::nextOf(std::uint32_t end) const {
+    const std::uint32_t other = straightestFrom(end);
+    return other != kNoEnd && straightestFrom(other) == end ? other : kNoEnd;
 }
 
-/// Two ends follow each other when each is the other's straightest.
-void WeightEvener::findNextEndsAt(std::span<const std::uint32_t> ends) {
-    for (const std::uint32_t end : ends) {
-        const std::uint32_t other = straightestFrom(end, ends);
-        if (other != kNoNext && end < other && straightestFrom(other, ends) == end) {
-            next_[end] = other;
-            next_[other] = end;
-        }
-    }
-}
-
-std::uint32_t WeightEvener::straightestFrom(std::uint32_t end,
-                                            std::span<const std::uint32_t> ends) const {
-    const Point direction = directionOf(end);
-    std::uint32_t straightest = kNoNext;
-    double least = -kSmoothCosine;
-    for (const std::uint32_t other : ends) {
-        const double bend = other == end ? 1.0 : Dot(direction, directionOf(other));
-        if (bend < least) {
-            least = bend;
+std::uint32_t WeightEvener::straightestFrom(std::uint32_t end) const {
+    const std::span<const std::uint32_t> ends = endsAt(pointOfEnd_[end]);
+    std::uint32_t straightest = kNoEnd;
+    for (const std::uint32_t other : ends.size() <= kMostEnds ? ends : ends.first(0)) {
+        if (isSmooth(end, other) &&
+            (straightest == kNoEnd || bendOf(end, other) < bendOf(end, straightest))) {
             straightest = other;
         }
     }
     return straightest;
 }
 
-void WeightEvener::followChains() {
-    for (std::uint32_t stroke = 0; stroke < strokes_.size(); ++stroke) {
-        if (!followed_[stroke]) {
-            gatherChain(startOf(stroke));
-            evenChain();
-        }
-    }
+/// Most pairs are no candidates, and this is without a root.
+bool WeightEvener::isSmooth(std::uint32_t end, std::uint32_t other) const {
+    const Point p = vectorOf(end);
+    const Point q = vectorOf(other);
+    const double along = Dot(p, q);
+    return along < 0.0 &&
+           along * along > kSmoothCosine * kSmoothCosine * SquaredLength(p) * SquaredLength(q);
 }
 
-/// Back to the first stroke of the chain, or once around.
-std::uint32_t WeightEvener::startOf(std::uint32_t stroke) const {
-    const std::uint32_t home = 2 * stroke;
-    std::uint32_t start = home;
-    while (next_[start] != kNoNext) {
-        start = next_[start] ^ 1U;
-        if (start == home) {
-            break;
-        }
-    }
-    return start;
-}
-
-void WeightEvener::gatherChain(std::uint32_t start) {
-    chain_.clear();
-    std::uint32_t end = start;
-    do {
-        chain_.push_back(end);
-        followed_[end / 2] = true;
-        end = next_[end ^ 1U];
-    } while (end != kNoNext && end != start);
-    isClosed_ = end == start;
-}
-
-/// So that no run of a closed chain goes over its start.
-void WeightEvener::turnToRunStart() {
-    std::size_t start = 0;
-    while (start < chain_.size() &&
-           widthAt(start) == widthAt((start + chain_.size() - 1) % chain_.size())) {
-        ++start;
-    }
-    if (start < chain_.size()) {
-        std::rotate(chain_.begin(), chain_.begin() + static_cast<std::ptrdiff_t>(start),
-                    chain_.end());
-    }
-}
-
-std::vector<Run> WeightEvener::runsOfChain() const {
-    std::vector<Run> runs;
-    for (std::size_t place = 0; place < chain_.size(); ++place) {
-        if (place == 0 || widthAt(place) != widthAt(place - 1)) {
-            runs.push_back({place, 0});
-        }
-        ++runs.back().count;
-    }
-    return runs;
-}
-
-void WeightEvener::evenChain() {
-    if (chain_.size() < 3) {
+/// From an end of a light stroke, where it may go on in a heavier one, to the other end of its run.
+void WeightEvener::follow(std::uint32_t end) {
+    const double width = strokes_[end / 2].width;
+    const std::uint32_t before = nextOf(end);
+    if (before == kNoEnd || strokes_[before / 2].width <= width) {
         return;
     }
-    if (isClosed_) {
-        turnToRunStart();
-    }
-    const std::vector<Run> runs = runsOfChain();
-    const std::size_t margin = isClosed_ ? 0 : 1;
-    for (std::size_t i = margin; runs.size() > 1 && i + margin < runs.size(); ++i) {
-        const Run& before = runs[(i + runs.size() - 1) % runs.size()];
-        const Run& after = runs[(i + 1) % runs.size()];
-        if (isToBeEvened(before, runs[i], after)) {
-            const bool takesBefore = widthAt(before.first) <= widthAt(after.first);
-            const Family family =
-                strokes_[chain_[takesBefore ? before.first + before.count - 1 : after.first] / 2]
-                    .family;
-            for (std::size_t k = 0; k < runs[i].count; ++k) {
-                changes_[chain_[runs[i].first + k] / 2] = family;
-            }
+    run_.clear();
+    std::uint32_t entered = end;
+    while (entered != kNoEnd && strokes_[entered / 2].width == width) {
+        if (run_.size() == kFewLines) {
+            return;
         }
+        run_.push_back(entered);
+        entered = nextOf(entered ^ 1U);
     }
+    const std::uint32_t after = entered;
+    if (after == kNoEnd || strokes_[after / 2].width < width || !isToBeEvened(before, after)) {
+        return;
+    }
+    const double widthBefore = strokes_[before / 2].width;
+    const double widthAfter = strokes_[after / 2].width;
+    // Both ends of a run come here: the choice has to be the same.
+    const std::uint32_t like = widthBefore != widthAfter
+                                   ? (widthBefore < widthAfter ? before : after)
+                                   : std::min(before, after);
+    for (const std::uint32_t stroke : run_) {
+        changes_[stroke / 2] = familyOf(like);
+    }
+    hasChanged_ = true;
 }
 
-bool WeightEvener::isToBeEvened(const Run& before, const Run& run, const Run& after) const {
-    const double width = widthAt(run.first);
-    if (run.count > kFewLines || widthAt(before.first) <= width || widthAt(after.first) <= width) {
-        return false;
-    }
-    const std::uint32_t arriving = chain_[before.first + before.count - 1];
-    const std::uint32_t leaving = chain_[after.first];
-    const double turn = Dot(directionOf(arriving), directionOf(leaving));
-    const double longest = kLongerThanBeside * std::max(lengthOf(arriving), lengthOf(leaving));
-    const auto begin = chain_.begin() + static_cast<std::ptrdiff_t>(run.first);
+bool WeightEvener::isToBeEvened(std::uint32_t before, std::uint32_t after) const {
+    const double turn = -bendOf(before, after);
+    const double longest = kLongerThanBeside * std::max(lengthOf(before), lengthOf(after));
     return turn < kStraightCosine && turn > kHalfRimCosine &&
-           std::all_of(begin, begin + static_cast<std::ptrdiff_t>(run.count),
+           std::all_of(run_.begin(), run_.end(),
                        [&](std::uint32_t end) { return lengthOf(end) <= longest; });
 }
 
@@ -280,14 +251,14 @@ void WeightEvener::moveChanged() {
     for (std::size_t i = 0; i < strokes_.size(); ++i) {
         isChanged[strokes_[i].group] = isChanged[strokes_[i].group] || changes_[i].has_value();
     }
-    // What leaves a group goes behind all that stays in the others, so both are put aside first.
+    // What changes goes behind what stays, so both are put aside first.
     std::vector<std::pair<std::size_t, PaperLine>> moved;
     for (std::uint32_t i = 0; i < strokes_.size(); ++i) {
         if (changes_[i]) {
             moved.emplace_back(groupFor(*changes_[i], lines_.groups[strokes_[i].group].object),
-                               lineOf(i));
+                               strokes_[i].line);
         } else if (isChanged[strokes_[i].group]) {
-            kept[strokes_[i].group].push_back(lineOf(i));
+            kept[strokes_[i].group].push_back(strokes_[i].line);
         }
     }
     for (std::size_t group = 0; group < groupCount; ++group) {
@@ -329,9 +300,9 @@ bool HasWeights(const PaperLines& lines, const StyleSheet& styles) {
 
 } // namespace
 
-void EvenOutWeights(PaperLines& lines, const StyleSheet& styles, double joint) {
+void EvenOutWeights(PaperLines& lines, const StyleSheet& styles) {
     if (HasWeights(lines, styles)) {
-        WeightEvener(lines, styles, joint).even();
+        WeightEvener(lines, styles).even();
     }
 }
 

@@ -19,8 +19,8 @@ namespace kxcontour {
 ///
 /// Heavier is what has the wider stroke: where visible families are equally wide, nothing changes.
 /// Hidden lines stay as they are. Lines keep their object; those that change go behind the lines of
-/// their new group, which may be a new one behind the others. joint: ends this near are one point,
-/// millimetres. Expected O(n) for n lines.
-void EvenOutWeights(PaperLines& lines, const StyleSheet& styles, double joint);
+/// their new group, which may be a new one behind the others. Lines follow each other where
+/// their ends are equal, as those of edges that share a vertex are. Expected O(n) for n lines.
+void EvenOutWeights(PaperLines& lines, const StyleSheet& styles);
 
 } // namespace kxcontour

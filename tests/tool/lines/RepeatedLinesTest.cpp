@@ -68,7 +68,7 @@ TEST(MarkRepeated, LinesOfNoLengthAreNotOnPaper) {
     records[0].hidden = {{{0, 1}, {1, 1}}};
     MarkRepeated(records, {});
     EXPECT_FALSE(records[0].onPaper);
-    EXPECT_TRUE(records[0].hidden.empty());
+    EXPECT_EQ(records[0].hidden.size(), 1U);
     EXPECT_TRUE(records[1].onPaper);
 }
 

