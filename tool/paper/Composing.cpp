@@ -135,6 +135,9 @@ constexpr double kDotJoints = 4.0;
 /// is one of the model's lines, however long the paths are that are wanted.
 constexpr double kLongestSpur = 0.02;
 
+/// Contracting one moves others by so much.
+constexpr double kLongestBridge = 0.01;
+
 bool IsCrumb(const Path& path, const ComposingRules& rules) {
     return LengthOf(path) < rules.minLength || ExtentOf(path) <= kDotJoints * rules.joint;
 }
@@ -142,7 +145,7 @@ bool IsCrumb(const Path& path, const ComposingRules& rules) {
 /// Where nothing was drawn twice there are no gaps.
 JoiningRules JoiningRulesFor(const ComposingRules& rules, bool hasGaps) {
     return {rules.joint, std::min(rules.minLength, kLongestSpur),
-            hasGaps ? rules.coincidence : 0.0};
+            std::min(rules.minLength, kLongestBridge), hasGaps ? rules.coincidence : 0.0};
 }
 
 PathGroup GroupOf(const Bundle& bundle,

@@ -32,7 +32,8 @@ struct ComposingReport {
 ///
 /// A path that stays within a few joints of one place is a dot, and no dot is drawn whatever
 /// minLength is: writers round coordinates to about a joint. Otherwise the length counts, of closed
-/// paths too. Spurs (Joining.h) shorter than minLength go before joining, those under 0.02 mm.
+/// paths too. Spurs and bridges (Spurs.h) shorter than minLength go before joining, those under
+/// 0.02 and 0.01 mm.
 ///
 /// Lines are joined within a layer over families and objects of one style, but visible lines never
 /// with hidden ones, even if these look alike. Groups come visible ones

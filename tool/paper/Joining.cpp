@@ -30,6 +30,7 @@ Path PathAlong(const Trail& trail, const Figure& figure) {
 std::vector<Path> JoinLines(const std::vector<PaperLine>& lines, const JoiningRules& rules) {
     Figure figure = FigureOf(lines, rules.joint);
     CutSpurs(figure, rules.spur);
+    ContractBridges(figure, rules.bridge);
     JoinLooseEnds(figure, rules.gap);
     std::vector<Path> paths;
     for (const Trail& trail : FindTrails(figure.points, figure.links)) {

@@ -11,6 +11,7 @@ namespace kxcontour {
 struct JoiningRules {
     double joint = 0.001; ///< Ends this near are one point (PointClusters.h).
     double spur = 0.0;    ///< Ends that lead off from other lines in less are left out (Spurs.h).
+    double bridge = 0.0;  ///< Lines between others that are shorter become a point (Spurs.h).
     double gap = 0.0;     ///< Loose ends this near are one point (LooseEnds.h).
 };
 

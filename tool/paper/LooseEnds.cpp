@@ -6,7 +6,7 @@
 namespace kxcontour {
 namespace {
 
-constexpr std::uint32_t kNobody = static_cast<std::uint32_t>(-1);
+constexpr std::uint32_t kNobodyWaits = static_cast<std::uint32_t>(-1);
 
 struct LooseEnd {
     std::uint32_t link = 0;
@@ -48,9 +48,9 @@ void JoinLooseEnds(Figure& figure, double gap) {
             continue;
         }
         const std::uint32_t other = waiting[cluster];
-        if (other != kNobody && ends[other].link != ends[i].link) {
+        if (other != kNobodyWaits && ends[other].link != ends[i].link) {
             PointAt(figure, ends[i]) = PointAt(figure, ends[other]);
-            waiting[cluster] = kNobody;
+            waiting[cluster] = kNobodyWaits;
         }
     }
 }

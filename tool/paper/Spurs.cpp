@@ -3,8 +3,13 @@
 
 #include "paper/Plane.h"
 
+#include <algorithm>
+#include <numeric>
+
 namespace kxcontour {
 namespace {
+
+using plane::operator-;
 
 class SpurCutter {
 public:
@@ -68,12 +73,44 @@ private:
     std::vector<std::uint32_t> trace_; ///< The links from the loose end at hand.
 };
 
+/// As good as no drawing has any, so this is worth asking first.
+bool HasLinkUnder(const Figure& figure, double length) {
+    return std::any_of(figure.links.begin(), figure.links.end(), [&](const Link& link) {
+        return plane::SquaredLength(figure.points[link.to] - figure.points[link.from]) <
+               length * length;
+    });
+}
+
 } // namespace
 
 void CutSpurs(Figure& figure, double length) {
-    if (length > 0.0) {
+    if (HasLinkUnder(figure, length)) {
         SpurCutter(figure, length).cut();
     }
+}
+
+void ContractBridges(Figure& figure, double length) {
+    if (!HasLinkUnder(figure, length)) {
+        return;
+    }
+    const std::vector<std::uint32_t> degrees = DegreesOf(figure);
+    std::vector<std::uint32_t> placeOf(figure.points.size());
+    std::iota(placeOf.begin(), placeOf.end(), 0U);
+    std::vector<bool> isUsed(figure.points.size());
+    for (const Link& link : figure.links) {
+        const bool isBridge =
+            degrees[link.from] > 2 && degrees[link.to] > 2 &&
+            plane::Distance(figure.points[link.from], figure.points[link.to]) < length;
+        if (isBridge && !isUsed[link.from] && !isUsed[link.to]) {
+            placeOf[link.to] = link.from;
+            isUsed[link.from] = true;
+            isUsed[link.to] = true;
+        }
+    }
+    for (Link& link : figure.links) {
+        link = {placeOf[link.from], placeOf[link.to]};
+    }
+    std::erase_if(figure.links, [](const Link& link) { return link.from == link.to; });
 }
 
 } // namespace kxcontour

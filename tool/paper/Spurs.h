@@ -1,4 +1,4 @@
-// Crumbs that hang on other lines.
+// Crumbs that hang on other lines or lie between them.
 #pragma once
 
 #include "paper/Figure.h"
@@ -10,5 +10,10 @@ namespace kxcontour {
 /// a closed path or bend its start. All are looked for in the figure as it is: where nothing but
 /// spurs meet, nothing is left. Millimetres; 0 leaves out none. O(n).
 void CutSpurs(Figure& figure, double length);
+
+/// Makes one point of the two ends of a bridge: a link shorter than length between two points where
+/// three or more meet. Lines that cross beside a bridge do not go straight on otherwise. No point
+/// takes part twice, so none moves farther than length. Millimetres; 0 leaves all. O(n).
+void ContractBridges(Figure& figure, double length);
 
 } // namespace kxcontour

@@ -20,7 +20,7 @@ namespace {
 
 using namespace plane;
 
-constexpr std::uint32_t kNoEnd = static_cast<std::uint32_t>(-1);
+constexpr std::uint32_t kNoStrokeEnd = static_cast<std::uint32_t>(-1);
 
 constexpr std::size_t kFewLines = 5;
 constexpr double kLongerThanBeside = 2.0;
@@ -180,15 +180,15 @@ void WeightEvener::collectEnds() {
 /// The end that goes on from this one: each is the other's straightest.
 std::uint32_t WeightEvener::nextOf(std::uint32_t end) const {
     const std::uint32_t other = straightestFrom(end);
-    return other != kNoEnd && straightestFrom(other) == end ? other : kNoEnd;
+    return other != kNoStrokeEnd && straightestFrom(other) == end ? other : kNoStrokeEnd;
 }
 
 std::uint32_t WeightEvener::straightestFrom(std::uint32_t end) const {
     const std::span<const std::uint32_t> ends = endsAt(pointOfEnd_[end]);
-    std::uint32_t straightest = kNoEnd;
+    std::uint32_t straightest = kNoStrokeEnd;
     for (const std::uint32_t other : ends.size() <= kMostEnds ? ends : ends.first(0)) {
         if (isSmooth(end, other) &&
-            (straightest == kNoEnd || bendOf(end, other) < bendOf(end, straightest))) {
+            (straightest == kNoStrokeEnd || bendOf(end, other) < bendOf(end, straightest))) {
             straightest = other;
         }
     }
@@ -208,12 +208,12 @@ bool WeightEvener::isSmooth(std::uint32_t end, std::uint32_t other) const {
 void WeightEvener::follow(std::uint32_t end) {
     const double width = strokes_[end / 2].width;
     const std::uint32_t before = nextOf(end);
-    if (before == kNoEnd || strokes_[before / 2].width <= width) {
+    if (before == kNoStrokeEnd || strokes_[before / 2].width <= width) {
         return;
     }
     run_.clear();
     std::uint32_t entered = end;
-    while (entered != kNoEnd && strokes_[entered / 2].width == width) {
+    while (entered != kNoStrokeEnd && strokes_[entered / 2].width == width) {
         if (run_.size() == kFewLines) {
             return;
         }
@@ -221,7 +221,8 @@ void WeightEvener::follow(std::uint32_t end) {
         entered = nextOf(entered ^ 1U);
     }
     const std::uint32_t after = entered;
-    if (after == kNoEnd || strokes_[after / 2].width < width || !isToBeEvened(before, after)) {
+    if (after == kNoStrokeEnd || strokes_[after / 2].width < width ||
+        !isToBeEvened(before, after)) {
         return;
     }
     const double widthBefore = strokes_[before / 2].width;

@@ -18,8 +18,8 @@ using kxcontour::Path;
 using kxcontour::Point;
 using test_support::Random;
 
-constexpr kxcontour::JoiningRules kRules{0.01, 0.0, 0.0};
-constexpr kxcontour::JoiningRules kSpurs{0.01, 0.2, 0.0};
+constexpr kxcontour::JoiningRules kRules{0.01, 0.0, 0.0, 0.0};
+constexpr kxcontour::JoiningRules kSpurs{0.01, 0.2, 0.0, 0.0};
 
 using Corners = std::vector<std::pair<double, double>>;
 
@@ -194,8 +194,46 @@ TEST(JoinLines, TakesNothing) {
     EXPECT_TRUE(JoinLines({}, kRules).empty());
 }
 
+TEST(JoinLines, LinesThatCrossBesideABridgeGoStraightOn) {
+    constexpr kxcontour::JoiningRules kBridges{0.01, 0.0, 0.2, 0.0};
+    const std::vector<PaperLine> crossing{{{-1, 0}, {0, 0}},
+                                          {{0, 0}, {0, 0.1}},
+                                          {{0, 0.1}, {1, 0.1}},
+                                          {{0, 0.1}, {0, 1}},
+                                          {{0, 0}, {0, -1}}};
+    EXPECT_EQ(JoinLines(crossing, kRules).size(), 3U);
+    const auto paths = JoinLines(crossing, kBridges);
+    ASSERT_EQ(paths.size(), 2U);
+    EXPECT_EQ(CornersOf(paths[0]), (Corners{{-1, 0}, {0, 0}, {1, 0.1}}));
+    EXPECT_EQ(CornersOf(paths[1]), (Corners{{0, -1}, {0, 0}, {0, 1}}));
+}
+
+TEST(JoinLines, ShortLinesOfACurveAndOfANetAreNoBridges) {
+    constexpr kxcontour::JoiningRules kBridges{0.01, 0.0, 0.2, 0.0};
+    const auto curve = JoinLines(Ring({0, 0}, 0.5, 36), kBridges);
+    ASSERT_EQ(curve.size(), 1U);
+    EXPECT_EQ(curve[0].points.size(), 37U);
+    // A net as fine as bridges loses some of its points, but none goes far and it stays as large.
+    std::vector<PaperLine> net;
+    for (int i = 0; i < 20; ++i) {
+        for (int j = 0; j < 20; ++j) {
+            const Point at{0.1 * i, 0.1 * j};
+            net.push_back({at, {at.x + 0.1, at.y}});
+            net.push_back({at, {at.x, at.y + 0.1}});
+        }
+    }
+    std::vector<PaperLine> drawn;
+    for (const Path& path : JoinLines(net, kBridges)) {
+        for (std::size_t i = 1; i < path.points.size(); ++i) {
+            drawn.push_back({path.points[i - 1], path.points[i]});
+        }
+    }
+    EXPECT_LT(tool_test::FarthestSample(drawn, net), 0.11);
+    EXPECT_LT(tool_test::FarthestSample(net, drawn), 0.11);
+}
+
 TEST(JoinLines, LooseEndsWithinTheGapAreOnePoint) {
-    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.2};
+    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.0, 0.2};
     const std::vector<PaperLine> broken{{{0, 0}, {1, 0}}, {{1.15, 0.1}, {2, 0}}};
     EXPECT_EQ(JoinLines(broken, kRules).size(), 2U);
     const auto paths = JoinLines(broken, kGaps);
@@ -205,7 +243,7 @@ TEST(JoinLines, LooseEndsWithinTheGapAreOnePoint) {
 }
 
 TEST(JoinLines, ALooseEndJoinsOneOther) {
-    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.2};
+    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.0, 0.2};
     const auto paths =
         JoinLines({{{0, 0}, {1, 0}}, {{1.1, 0.1}, {2, 1}}, {{1.1, 0}, {2, 0}}}, kGaps);
     ASSERT_EQ(paths.size(), 2U);
@@ -214,14 +252,14 @@ TEST(JoinLines, ALooseEndJoinsOneOther) {
 }
 
 TEST(JoinLines, AGapThatOtherLinesTouchStays) {
-    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.2};
+    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.0, 0.2};
     const std::vector<PaperLine> corner{{{0, 0}, {1, 0}}, {{1, 0}, {1, 1}}, {{1.1, 0}, {2, 0}}};
     EXPECT_EQ(JoinLines(corner, kGaps).size(), 2U);
     EXPECT_EQ(JoinLines({{{0, 0}, {0.1, 0}}}, kGaps).size(), 1U) << "a short line keeps both ends";
 }
 
 TEST(JoinLines, AGapInARingCloses) {
-    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.2};
+    constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.0, 0.2};
     std::vector<PaperLine> lines = Ring({0, 0}, 10, 36);
     lines[9].a.x += 0.1;
     const auto paths = JoinLines(lines, kGaps);
