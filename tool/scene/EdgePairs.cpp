@@ -17,7 +17,7 @@ constexpr std::uint32_t kNoEdge = std::numeric_limits<std::uint32_t>::max();
 
 /// Of a bucket no more edges than these are looked at, so that edges given a thousand times over
 /// take linear time.
-constexpr std::uint32_t kBucketReach = 256;
+constexpr std::uint32_t kBucketReach = 64;
 
 /// How near two edges are, in the way that fits better.
 struct Match {

@@ -29,7 +29,7 @@ struct PairRule {
 /// Pairs every open edge with the nearest other one whose both ends are as near as the rule allows,
 /// where the two are each other's nearest. Edges of one triangle, and edges that fold back onto
 /// each other (FoldsBack()), are no pairs. Pairs come in the order of their gaps, then of their
-/// edges. Expected linear time; where hundreds of edges lie on each other, only the first of them
+/// edges. Expected linear time; where scores of edges lie on each other, only the first of them
 /// are considered.
 std::vector<EdgePair> FindEdgePairs(const std::vector<OpenEdge>& edges, const PairRule& rule);
 

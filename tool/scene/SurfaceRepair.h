@@ -34,7 +34,9 @@ struct RepairedSurface {
 };
 
 /// Repairs a shape in place. Its buffers may be replaced by others. The shape must be clean and
-/// stays so; repairing a closed surface without doubled faces changes nothing.
+/// stays so; repairing a closed surface without doubled faces changes nothing, and neither does
+/// repairing again, unless gaps are about as wide as the distance: then a second repair, which
+/// measures from where the first one left things, may join what the first one must not.
 ///
 /// Open edges are near where each of a pair is the other's nearest and lies far below its own
 /// length away, however wide the surface as a whole is: rims of cracks that are wider than what
