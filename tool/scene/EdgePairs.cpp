@@ -1,6 +1,7 @@
 // A spatial hash of the middles of edges. Edges are told apart by the binary order of their lengths
 // as well, so that many short edges beside a long one are never compared with it, and each order
-// has cells of twice the gap that its edges can have: those within the gap of a point are in eight.
+// has cells at least twice as large as the gap that its edges can have: those within the gap of a
+// point are in eight at most.
 #include "scene/EdgePairs.h"
 
 #include <algorithm>
@@ -64,6 +65,12 @@ public:
 private:
     using Cell = std::array<std::int64_t, 3>;
 
+    /// An edge in its bucket, with all that rules out most of them.
+    struct Member {
+        Wm4::Vector3<double> middle;
+        std::uint32_t edge;
+    };
+
     static int orderOf(double length) { return std::ilogb(length); }
 
     /// The largest gap of edges of an order of length.
@@ -71,14 +78,22 @@ private:
         return std::min(rule_.distance, rule_.shareOfLength * std::ldexp(2.0, order));
     }
 
+    /// As large as the edges of an order, so that a cell holds few of them, unless far less or more
+    /// serves their gaps: most edges then have to look into one cell only, and none into more than
+    /// eight.
+    double cellOf(int order) const {
+        const double reach = reachOf(order);
+        return std::max(2.0 * reach, std::min(16.0 * reach, std::ldexp(1.0, order)));
+    }
+
     static Wm4::Vector3<double> middleOf(const OpenEdge& edge) {
         return 0.5 * edge.start + 0.5 * edge.end;
     }
 
-    /// In cells of an order of length; clamped where they are too small to be counted.
-    static double inCells(double coordinate, double reach) {
+    /// The number of a cell along an axis; clamped where cells are too small to be counted.
+    static std::int64_t cellAt(double coordinate, double cell) {
         constexpr double kMost = 9e15;
-        return std::clamp(coordinate / (2.0 * reach), -kMost, kMost);
+        return static_cast<std::int64_t>(std::floor(std::clamp(coordinate / cell, -kMost, kMost)));
     }
 
     std::size_t bucketOf(int order, const Cell& cell) const {
@@ -93,12 +108,9 @@ private:
     std::size_t bucketOf(const OpenEdge& edge) const {
         const int order = orderOf(edge.length);
         const Wm4::Vector3<double> middle = middleOf(edge);
-        Cell cell;
-        for (int axis = 0; axis < 3; ++axis) {
-            cell[static_cast<std::size_t>(axis)] =
-                static_cast<std::int64_t>(std::floor(inCells(middle[axis], reachOf(order))));
-        }
-        return bucketOf(order, cell);
+        const double size = cellOf(order);
+        return bucketOf(
+            order, {cellAt(middle[0], size), cellAt(middle[1], size), cellAt(middle[2], size)});
     }
 
     /// A counting sort: a bucket holds its edges in their order.
@@ -113,7 +125,7 @@ private:
         std::partial_sum(bucketEnd_.begin(), bucketEnd_.end(), bucketEnd_.begin());
         members_.resize(edges_.size());
         for (std::uint32_t i = 0; i < edges_.size(); ++i) {
-            members_[bucketEnd_[buckets[i]]++] = i;
+            members_[bucketEnd_[buckets[i]]++] = {middleOf(edges_[i]), i};
         }
     }
 
@@ -128,27 +140,37 @@ private:
         }
     }
 
-    /// Looks at the edges of an order in the eight cells around the middle of an edge.
+    /// Looks at the edges of an order in the cells around the middle of an edge.
     void lookAround(std::uint32_t number, int order) {
         const Wm4::Vector3<double> middle = middleOf(edges_[number]);
-        std::array<std::array<std::int64_t, 2>, 3> cells;
+        const double size = cellOf(order);
+        const double reach = reachOf(order);
+        Cell low;
+        Cell high;
         for (int axis = 0; axis < 3; ++axis) {
-            const double at = inCells(middle[axis], reachOf(order));
-            const auto nearest = static_cast<std::int64_t>(std::floor(at - 0.5));
-            cells[static_cast<std::size_t>(axis)] = {nearest, nearest + 1};
+            low[static_cast<std::size_t>(axis)] = cellAt(middle[axis] - reach, size);
+            high[static_cast<std::size_t>(axis)] = cellAt(middle[axis] + reach, size);
         }
-        for (unsigned int bits = 0; bits < 8; ++bits) {
-            const std::size_t bucket = bucketOf(
-                order, {cells[0][bits & 1U], cells[1][bits >> 1U & 1U], cells[2][bits >> 2U]});
-            lookInto(bucket, number);
+        for (std::int64_t x = low[0]; x <= high[0]; ++x) {
+            for (std::int64_t y = low[1]; y <= high[1]; ++y) {
+                for (std::int64_t z = low[2]; z <= high[2]; ++z) {
+                    lookInto(bucketOf(order, {x, y, z}), number, reach);
+                }
+            }
         }
     }
 
-    void lookInto(std::size_t bucket, std::uint32_t number) {
+    /// Middles of edges are no farther apart than their ends. Squares are rounded by far less than
+    /// is granted.
+    void lookInto(std::size_t bucket, std::uint32_t number, double reach) {
+        const Wm4::Vector3<double> middle = middleOf(edges_[number]);
         const std::uint32_t first = bucket == 0 ? 0 : bucketEnd_[bucket - 1];
         const std::uint32_t end = std::min(bucketEnd_[bucket], first + kBucketReach);
         for (std::uint32_t i = first; i < end; ++i) {
-            consider(number, members_[i]);
+            const Wm4::Vector3<double> apart = members_[i].middle - middle;
+            if (apart.Dot(apart) <= reach * reach * (1.0 + 1e-9)) {
+                consider(number, members_[i].edge);
+            }
         }
     }
 
@@ -158,10 +180,10 @@ private:
         if (a.triangle() == b.triangle()) {
             return;
         }
+        const double limit = std::min({rule_.distance, rule_.shareOfLength * a.length,
+                                       rule_.shareOfLength * b.length,
+                                       rule_.shareOfHeight * std::min(a.height, b.height)});
         const Match match = MatchOf(a, b);
-        const double limit =
-            std::min({rule_.distance, rule_.shareOfLength * std::min(a.length, b.length),
-                      rule_.shareOfHeight * std::min(a.height, b.height)});
         const bool nearer = match.gap != matches_[number].gap ? match.gap < matches_[number].gap
                                                               : other < nearest_[number];
         if (match.gap <= limit && nearer && !FoldsBack(a, b)) {
@@ -173,7 +195,7 @@ private:
     const std::vector<OpenEdge>& edges_;
     const PairRule& rule_;
     std::vector<std::uint32_t> bucketEnd_; ///< Where the members of each bucket end.
-    std::vector<std::uint32_t> members_;
+    std::vector<Member> members_;
     std::vector<std::uint32_t> nearest_; ///< Of each edge.
     std::vector<Match> matches_;         ///< With the nearest.
 };

@@ -22,6 +22,10 @@ namespace {
 /// have never been seen to do anything.
 constexpr int kMostRounds = 32;
 
+/// A surface of pieces that meet in T-junctions needs fewer; heaps of edges on top of each other
+/// could ask for the square of their number.
+constexpr std::size_t kSplitsPerCorner = 2;
+
 /// Of the diagonal of the surface's box: what counts as a crack on any surface. Noise of 1e-5 of
 /// the size in each coordinate parts corners by up to 3.5e-5 of it; a sheet of 0.1 mm of 100 mm is
 /// 7e-4 thick.
@@ -76,13 +80,21 @@ private:
         }
         const std::vector<OpenEdge> edges =
             MeasureOpenEdges(survey, sides, *shape_.vertices, *shape_.triangles);
-        if (origins_.empty()) {
+        const bool isFirst = origins_.empty();
+        if (isFirst) {
             noteOrigins();
+            splitsLeft_ = kSplitsPerCorner * sides.cornerCount();
             box_ = BoxOf(shape_);
-            rule_ = chooseRule(edges);
+            chooseRule();
+        }
+        std::vector<EdgePair> pairs = FindEdgePairs(edges, rule_);
+        // Where nearly all open edges have a partner so near, none is sought farther away.
+        if (isFirst && request_.mode == WeldRequest::Mode::Auto &&
+            20 * pairs.size() < 9 * edges.size() && widen(edges)) {
+            pairs = FindEdgePairs(edges, rule_);
         }
         const SurfaceView surface{*shape_.vertices, *shape_.triangles, sides, origins_};
-        if (stitch(edges, surface) || splitAtJunctions(edges, surface)) {
+        if (stitch(pairs, edges, surface) || splitAtJunctions(edges, surface)) {
             return true;
         }
         countNear(edges);
@@ -97,14 +109,24 @@ private:
         }
     }
 
-    PairRule chooseRule(const std::vector<OpenEdge>& edges) const {
+    void chooseRule() {
         if (request_.mode == WeldRequest::Mode::Length) {
-            return {request_.millimetres / millimetresPerUnit_, kStatedShare, kStatedShare};
-        }
-        const double narrow =
-            std::max(kCrackOfSize * diagonal(), kRoundingOfCoordinates * largestCoordinate());
-        return {std::max(narrow, wideCrack(edges, kWideCrackOfSize * diagonal())),
+            rule_ = {request_.millimetres / millimetresPerUnit_, kStatedShare, kStatedShare};
+        } else {
+            rule_ = {
+                std::max(kCrackOfSize * diagonal(), kRoundingOfCoordinates * largestCoordinate()),
                 kAutoShareOfLength, kAutoShareOfHeight};
+        }
+    }
+
+    /// Widens the distance where the surface is cracked; false where it is not.
+    bool widen(const std::vector<OpenEdge>& edges) {
+        const double wide = wideCrack(edges, kWideCrackOfSize * diagonal());
+        if (wide <= rule_.distance) {
+            return false;
+        }
+        rule_.distance = wide;
+        return true;
     }
 
     double diagonal() const {
@@ -147,8 +169,9 @@ private:
     }
 
     /// Whether something moved.
-    bool stitch(const std::vector<OpenEdge>& edges, const SurfaceView& surface) {
-        const std::vector<EdgePair> pairs = FindEdgePairs(edges, rule_);
+    bool stitch(const std::vector<EdgePair>& pairs,
+                const std::vector<OpenEdge>& edges,
+                const SurfaceView& surface) {
         if (pairs.empty()) {
             return false;
         }
@@ -185,9 +208,10 @@ private:
     /// Whether an edge was split.
     bool splitAtJunctions(const std::vector<OpenEdge>& edges, const SurfaceView& surface) {
         const std::vector<Junction> junctions = FindJunctions(edges, surface, rule_.distance);
-        if (junctions.empty()) {
+        if (junctions.empty() || junctions.size() > splitsLeft_) {
             return false;
         }
+        splitsLeft_ -= junctions.size();
         const SplitTriangles split = SplitAtJunctions(junctions, surface);
         if (split.splitEdges == 0) {
             return false;
@@ -234,6 +258,7 @@ private:
     const WeldRequest& request_;
     double millimetresPerUnit_;
     std::unique_ptr<const Sides> sides_;
+    std::size_t splitsLeft_ = 0;
     Box box_; ///< Of the surface before any repair.
     PairRule rule_{};
     std::vector<Wm4::Vector3<float>> origins_; ///< Of all vertices, once something may move.
