@@ -41,6 +41,9 @@ void TellAbout(const Scene& scene,
     if (IsCracked(scene.surface) && options.input.weld.mode != WeldRequest::Mode::Off) {
         messages.warn(model + ": " + DescribeCracks(scene.surface));
     }
+    for (const std::string& loss : scene.coarse) {
+        messages.warn(loss);
+    }
     if (UnitsMatter(scene, options)) {
         for (const std::string& name : scene.withoutUnit) {
             messages.warn(name + ": states no unit of length; millimetres assumed, see --unit");

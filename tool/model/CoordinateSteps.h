@@ -4,30 +4,46 @@
 #include "model/PolygonCutting.h"
 #include "scene/Box.h"
 
-#include <array>
-#include <limits>
+#include <cmath>
+#include <cstddef>
 
 namespace kxcontour {
 
-/// A step between neighbouring coordinates that is over this part of the size of what they describe
-/// shows in drawings: on a page of 200 mm it is 0.002 mm, a tenth of a fine line from 50 steps on.
-inline constexpr double kCoarseStep = 1e-5;
+/// The distance between a float of this size and the next one.
+double FloatStep(double value);
 
-/// Gathers coordinates that were floats and tells how far apart neighbouring floats are there.
-class CoordinateSteps {
-public:
-    void add(const FilePoint& point);
+/// Whether a float uses the last digit that floats of the step have.
+bool UsesStep(double value, double step);
 
-    /// By axis: the distance between neighbouring floats at the largest coordinate, where it is
-    /// over kCoarseStep of the size and digits were lost by it; else 0. None are lost to
-    /// coordinates that are all equal, nor to such as are all multiples of more than that distance.
-    FilePoint coarse() const;
+/// By axis: the distance between neighbouring floats at the largest of the coordinates, where
+/// digits may have been lost by it; else 0.
+///
+/// None are lost to coordinates that are all equal, whose rounding moves everything alike, nor to
+/// such as are all multiples of more than that distance. pointAt(i) is a FilePoint of floats; those
+/// that are not finite do not count. Linear time.
+template <class PointAt> FilePoint LostSteps(std::size_t count, const PointAt& pointAt) {
+    Box box;
+    for (std::size_t i = 0; i < count; ++i) {
+        const FilePoint p = pointAt(i);
+        if (std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2])) {
+            box.add({p[0], p[1], p[2]});
+        }
+    }
+    FilePoint steps{0.0, 0.0, 0.0};
+    for (std::size_t axis = 0; axis < 3 && !box.isEmpty(); ++axis) {
+        const int at = static_cast<int>(axis);
+        const double step = FloatStep(std::max(std::abs(box.min[at]), std::abs(box.max[at])));
+        std::size_t i = box.min[at] < box.max[at] ? 0 : count;
+        while (i < count && !UsesStep(pointAt(i)[axis], step)) {
+            ++i;
+        }
+        steps[axis] = i < count ? step : 0.0;
+    }
+    return steps;
+}
 
-private:
-    Box box_;
-    std::array<int, 3> lowestBit_{kNoBit, kNoBit, kNoBit}; ///< Its exponent, of all coordinates.
-
-    static constexpr int kNoBit = std::numeric_limits<int>::max();
-};
+/// Whether a step between neighbouring coordinates shows in a drawing of something of that size: on
+/// a page of 200 mm, it is over 0.002 mm, and corners that are off by as much bend smooth surfaces.
+bool IsCoarse(double step, const Wm4::Vector3<double>& size);
 
 } // namespace kxcontour

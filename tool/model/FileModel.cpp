@@ -74,6 +74,14 @@ public:
         return shape;
     }
 
+    /// Of the last shape's coordinates in the file, if they were floats.
+    double lostStep() const {
+        const FilePoint steps = LostSteps(vertices_.size(), [&](std::size_t i) {
+            return file_.positions[vertices_[i].position];
+        });
+        return std::max({steps[0], steps[1], steps[2]});
+    }
+
 private:
     /// A vertex of the shape; those of one position are a chain.
     struct Vertex {
@@ -149,18 +157,6 @@ private:
     std::vector<std::uint32_t> corners_;
 };
 
-/// The steps between the coordinates of an object in the file.
-double CoarseStep(const FileModel& file, const FileObject& object) {
-    CoordinateSteps steps;
-    for (const std::uint32_t corner : object.corners) {
-        if (corner < file.positions.size()) {
-            steps.add(file.positions[corner]);
-        }
-    }
-    const FilePoint coarse = steps.coarse();
-    return std::max({coarse[0], coarse[1], coarse[2]});
-}
-
 Wm4::Matrix4<double> MoveBy(const Vector& v) {
     return {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, v[0], v[1], v[2], 1};
 }
@@ -192,12 +188,12 @@ Model ModelFromFile(const FileModel& file, const ModelRequest& request) {
         if (object.corners.empty()) {
             continue;
         }
-        if (file.fromFloats) {
-            model.coordinateStep = std::max(model.coordinateStep, CoarseStep(file, object));
-        }
         model.placements.push_back(
             {model.shapes.size(), model.objects.size(), MoveBy(origin) * model.fileToWorld});
         model.shapes.push_back(maker.make(object));
+        if (file.fromFloats) {
+            model.coordinateStep = std::max(model.coordinateStep, maker.lostStep());
+        }
         model.objects.push_back(object.name);
     }
     return model;

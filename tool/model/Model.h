@@ -40,8 +40,8 @@ struct Model {
     bool unitStated = false; ///< By the file, its format, or the user; else assumed.
     /// Turns the file's axes into the world's: a rotation by right angles, for row vectors.
     Wm4::Matrix4<double> fileToWorld{false};
-    /// In the file's unit: what the coordinates of a part are multiples of, where the file or its
-    /// importer rounded them so coarsely that it matters, see CoordinateSteps. 0 where not.
+    /// In the file's unit: the largest distance between neighbouring coordinates of a shape that
+    /// the file or its importer rounded to single precision, see LostSteps(). 0 where none were.
     double coordinateStep = 0.0;
     std::size_t cutPolygons = 0;     ///< Faces of more than three corners, cut into triangles.
     std::size_t leftOutPolygons = 0; ///< Points and lines in the file, which draw nothing.

@@ -1,6 +1,7 @@
 // Measures a model in the axes of its file, and puts what was found into words and JSON.
 #include "model/ModelInfo.h"
 
+#include "model/CoordinateSteps.h"
 #include "scene/Box.h"
 #include "scene/FlatNormals.h"
 
@@ -269,6 +270,7 @@ Json JsonOf(const ModelInfo& info) {
             {"up", NameOfAxis(info.up)},
             {"size", JsonOf(info.size, 1.0)},
             {"sizeMillimetres", JsonOf(info.size, info.millimetresPerUnit)},
+            {"coordinateStep", info.coordinateStep},
             {"triangles", info.triangles},
             {"vertices", info.vertices},
             {"meshes", info.meshes},
@@ -309,7 +311,13 @@ ModelInfo Inspect(const std::string& name, Model& model, const WeldRequest& weld
     for (const Placement& placement : model.placements) {
         info.objects[placement.object].surface += repaired.reports[placement.shape];
     }
+    info.coordinateStep = IsCoarse(model.coordinateStep, info.size) ? model.coordinateStep : 0.0;
     return info;
+}
+
+std::string DescribeLength(double length, double millimetresPerUnit) {
+    const UnitName* unit = FindUnit(millimetresPerUnit);
+    return Number(length) + ' ' + std::string(unit != nullptr ? unit->symbol : "units");
 }
 
 void WriteText(const ModelInfo& info, std::ostream& out) {
@@ -320,6 +328,11 @@ void WriteText(const ModelInfo& info, std::ostream& out) {
                   (info.unitStated ? "" : " (assumed: the file states none, see --unit)"));
     WriteLine(out, "up", NameOfAxis(info.up));
     WriteLine(out, "size", DescribeSize(info.size, info.millimetresPerUnit));
+    if (info.coordinateStep > 0.0) {
+        WriteLine(out, "precision",
+                  "coordinates are multiples of " +
+                      DescribeLength(info.coordinateStep, info.millimetresPerUnit));
+    }
     WriteLine(out, "triangles", std::to_string(info.triangles));
     WriteLine(out, "vertices", std::to_string(info.vertices));
     WriteLine(out, "normals", DescribeNormals(info));

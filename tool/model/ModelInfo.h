@@ -34,6 +34,8 @@ struct ModelInfo {
     Wm4::Vector3<double> size{0.0, 0.0, 0.0}; ///< Along the file's axes, in the file's unit.
     std::size_t meshes = 0;
     std::size_t meshesWithNormals = 0; ///< Whose normals in the file tell where creases are.
+    /// In the file's unit, where it is so coarse that drawings show it, see IsCoarse(); else 0.
+    double coordinateStep = 0.0;
     std::size_t cutPolygons = 0;
     std::size_t leftOutPolygons = 0;
     DroppedTriangles dropped;
@@ -46,6 +48,9 @@ struct ModelInfo {
 /// Sizes are those of the exact boxes of all corners of triangles where they are placed; corners
 /// that are not finite there do not count. Linear in the number of placed triangles.
 ModelInfo Inspect(const std::string& name, Model& model, const WeldRequest& weld = {});
+
+/// "0.5 m": a length in the file's unit.
+std::string DescribeLength(double length, double millimetresPerUnit);
 
 /// Writes a block of lines for people. Lists the first 20 objects.
 void WriteText(const ModelInfo& info, std::ostream& out);

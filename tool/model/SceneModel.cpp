@@ -3,6 +3,7 @@
 
 #include "common/Failure.h"
 #include "model/Axes.h"
+#include "model/CoordinateSteps.h"
 #include "model/FormatRules.h"
 #include "model/ObjectName.h"
 #include "model/SharedVertices.h"
@@ -11,6 +12,7 @@
 #include <assimp/commonMetaData.h>
 #include <assimp/scene.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -301,7 +303,21 @@ private:
             shapeOfMesh_[mesh] = addShape(*scene_.mMeshes[mesh]);
         }
         if (shapeOfMesh_[mesh] != kNoTriangles) {
+            noteSteps(lostSteps_[shapeOfMesh_[mesh]], world);
             model_.placements.push_back({shapeOfMesh_[mesh], model_.objects.size(), world});
+        }
+    }
+
+    /// Steps along the axes of a mesh are as long in the world as its axes are there.
+    void noteSteps(const FilePoint& steps, const Matrix& world) {
+        for (int axis = 0; axis < 3; ++axis) {
+            const double length =
+                std::sqrt(world[axis][0] * world[axis][0] + world[axis][1] * world[axis][1] +
+                          world[axis][2] * world[axis][2]);
+            const double step = length * steps[static_cast<std::size_t>(axis)];
+            if (std::isfinite(step)) {
+                model_.coordinateStep = std::max(model_.coordinateStep, step);
+            }
         }
     }
 
@@ -319,6 +335,11 @@ private:
         const bool withNormals = mesh.HasNormals() && rules_.normalsShowCreases;
         model_.shapes.push_back(
             {CopyVertices(mesh, withNormals), CopyTriangles(mesh, triangleCount)});
+        lostSteps_.push_back(LostSteps(mesh.mNumVertices, [&](std::size_t i) {
+            const aiVector3D& p = mesh.mVertices[i];
+            return FilePoint{static_cast<double>(p.x), static_cast<double>(p.y),
+                             static_cast<double>(p.z)};
+        }));
         // A closed mesh has half as many vertices as triangles.
         if (!withNormals && mesh.mNumVertices > triangleCount) {
             ShareVertices(model_.shapes.back());
@@ -331,6 +352,7 @@ private:
     std::string format_;
     FormatRules rules_;
     std::vector<std::size_t> shapeOfMesh_;
+    std::vector<FilePoint> lostSteps_; ///< Of each shape.
     Model model_;
 };
 

@@ -26,7 +26,22 @@ bool IsFinite(const Wm4::Vector3<double>& p) {
     return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
 }
 
-/// A box around everything: that of the turned boxes of the shapes.
+double Largest(const Wm4::Vector3<double>& v) {
+    return std::max({std::abs(v[0]), std::abs(v[1]), std::abs(v[2])});
+}
+
+} // namespace
+
+Box BoxOf(const Shape& shape) {
+    Box box;
+    const unsigned int* indices = shape.triangles->GetData();
+    for (int i = 0; i < shape.triangles->GetIndexQuantity(); ++i) {
+        const Wm4::Vector3<float>& p = shape.vertices->Position3(static_cast<int>(indices[i]));
+        box.add({static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])});
+    }
+    return box;
+}
+
 Box WorldBox(const Model& model) {
     std::vector<Box> shapeBoxes;
     shapeBoxes.reserve(model.shapes.size());
@@ -44,22 +59,6 @@ Box WorldBox(const Model& model) {
         }
     }
     return world;
-}
-
-double Largest(const Wm4::Vector3<double>& v) {
-    return std::max({std::abs(v[0]), std::abs(v[1]), std::abs(v[2])});
-}
-
-} // namespace
-
-Box BoxOf(const Shape& shape) {
-    Box box;
-    const unsigned int* indices = shape.triangles->GetData();
-    for (int i = 0; i < shape.triangles->GetIndexQuantity(); ++i) {
-        const Wm4::Vector3<float>& p = shape.vertices->Position3(static_cast<int>(indices[i]));
-        box.add({static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])});
-    }
-    return box;
 }
 
 bool LiesFarAway(const Box& box) {

@@ -11,6 +11,10 @@ namespace kxcontour {
 /// The box of the corners of a shape's triangles, in its own coordinates. The shape must be clean.
 Box BoxOf(const Shape& shape);
 
+/// A box around everything where it is placed: that of the turned boxes of the shapes. A clean
+/// model; placements that are not finite do not count.
+Box WorldBox(const Model& model);
+
 /// Whether what is in the box lies so far from the origin for its size that single precision leaves
 /// it few digits.
 bool LiesFarAway(const Box& box);

@@ -3,7 +3,9 @@
 
 #include "common/Failure.h"
 #include "common/NearestName.h"
+#include "model/CoordinateSteps.h"
 #include "model/ImportProcess.h"
+#include "model/ModelInfo.h"
 #include "scene/FlatNormals.h"
 #include "scene/Placing.h"
 #include "scene/SurfaceRepair.h"
@@ -34,6 +36,32 @@ Build(const Model& model, const MeshRules& rules, SidesOfShapes sides, const std
                              "an index out of range");
     }
     return built;
+}
+
+std::size_t TriangleCountOf(const Model& model) {
+    std::size_t count = 0;
+    for (const Shape& shape : model.shapes) {
+        count += static_cast<std::size_t>(shape.triangles->GetIndexQuantity()) / 3;
+    }
+    return count;
+}
+
+/// Of everything where it is placed.
+Wm4::Vector3<double> SizeOf(const Model& model) {
+    const Box box = WorldBox(model);
+    return box.isEmpty() ? Wm4::Vector3<double>(0.0, 0.0, 0.0) : box.size();
+}
+
+/// What rounding has done to a model, and to its triangles where it was a tenth of them or more.
+std::string DescribeLoss(const Model& model, std::size_t triangles, std::size_t degenerate) {
+    std::string text = "coordinates are multiples of " +
+                       DescribeLength(model.coordinateStep, model.millimetresPerUnit) +
+                       ", too coarse for the size of the model: lines are displaced";
+    if (10 * degenerate >= triangles && degenerate > 0) {
+        text += ", and " + std::to_string(degenerate) + " of " + std::to_string(triangles) +
+                " triangles have no area left: lines are missing";
+    }
+    return text;
 }
 
 /// Gathers the models of a scene one by one; names are for messages.
@@ -79,8 +107,14 @@ private:
 
     void prepare(Model& model, const std::string& name) {
         enter("prepare");
-        scene_.dropped += CleanShapes(model);
+        const std::size_t triangles = TriangleCountOf(model);
+        const DroppedTriangles dropped = CleanShapes(model);
+        scene_.dropped += dropped;
         DropFlatNormals(model);
+        if (model.coordinateStep > 0.0 && IsCoarse(model.coordinateStep, SizeOf(model))) {
+            scene_.coarse.push_back(name + ": " +
+                                    DescribeLoss(model, triangles, dropped.degenerate));
+        }
         if (!model.unitStated) {
             scene_.withoutUnit.push_back(name);
         }

@@ -27,6 +27,8 @@ struct Scene {
     double millimetresPerUnit = 1.0;
     bool unitStated = false;              ///< By the first model.
     std::vector<std::string> withoutUnit; ///< Models that state none: millimetres were assumed.
+    /// Of models whose coordinates are too coarse for their size: what is to be said.
+    std::vector<std::string> coarse;
     DroppedTriangles dropped;
     SurfaceReport surface;     ///< Of all meshes and occluders.
     std::size_t triangles = 0; ///< Of all meshes and occluders.
