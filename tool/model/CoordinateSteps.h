@@ -15,13 +15,18 @@ double FloatStep(double value);
 /// Whether a float uses the last digit that floats of the step have.
 bool UsesStep(double value, double step);
 
-/// By axis: the distance between neighbouring floats at the largest of the coordinates, where
-/// digits may have been lost by it; else 0.
+/// What rounding to single precision has done to coordinates, in steps by axis.
+struct FloatSteps {
+    FilePoint all{0.0, 0.0, 0.0};  ///< Between neighbouring floats at the largest coordinate.
+    FilePoint lost{0.0, 0.0, 0.0}; ///< The same where digits may have been lost by it; else 0.
+};
+
+/// Measures coordinates that were rounded to single precision.
 ///
-/// None are lost to coordinates that are all equal, whose rounding moves everything alike, nor to
-/// such as are all multiples of more than that distance. pointAt(i) is a FilePoint of floats; those
+/// No digits are lost to coordinates that are all equal, whose rounding moves everything alike, nor
+/// to such as are all multiples of more than a step. pointAt(i) is a FilePoint of floats; those
 /// that are not finite do not count. Linear time.
-template <class PointAt> FilePoint LostSteps(std::size_t count, const PointAt& pointAt) {
+template <class PointAt> FloatSteps MeasureSteps(std::size_t count, const PointAt& pointAt) {
     Box box;
     for (std::size_t i = 0; i < count; ++i) {
         const FilePoint p = pointAt(i);
@@ -29,7 +34,7 @@ template <class PointAt> FilePoint LostSteps(std::size_t count, const PointAt& p
             box.add({p[0], p[1], p[2]});
         }
     }
-    FilePoint steps{0.0, 0.0, 0.0};
+    FloatSteps steps;
     for (std::size_t axis = 0; axis < 3 && !box.isEmpty(); ++axis) {
         const int at = static_cast<int>(axis);
         const double step = FloatStep(std::max(std::abs(box.min[at]), std::abs(box.max[at])));
@@ -37,7 +42,8 @@ template <class PointAt> FilePoint LostSteps(std::size_t count, const PointAt& p
         while (i < count && !UsesStep(pointAt(i)[axis], step)) {
             ++i;
         }
-        steps[axis] = i < count ? step : 0.0;
+        steps.all[axis] = step;
+        steps.lost[axis] = i < count ? step : 0.0;
     }
     return steps;
 }

@@ -75,11 +75,9 @@ public:
     }
 
     /// Of the last shape's coordinates in the file, if they were floats.
-    double lostStep() const {
-        const FilePoint steps = LostSteps(vertices_.size(), [&](std::size_t i) {
-            return file_.positions[vertices_[i].position];
-        });
-        return std::max({steps[0], steps[1], steps[2]});
+    FloatSteps steps() const {
+        return MeasureSteps(vertices_.size(),
+                            [&](std::size_t i) { return file_.positions[vertices_[i].position]; });
     }
 
 private:
@@ -157,6 +155,10 @@ private:
     std::vector<std::uint32_t> corners_;
 };
 
+double LargestOf(const FilePoint& p) {
+    return std::max({p[0], p[1], p[2]});
+}
+
 Wm4::Matrix4<double> MoveBy(const Vector& v) {
     return {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, v[0], v[1], v[2], 1};
 }
@@ -192,7 +194,9 @@ Model ModelFromFile(const FileModel& file, const ModelRequest& request) {
             {model.shapes.size(), model.objects.size(), MoveBy(origin) * model.fileToWorld});
         model.shapes.push_back(maker.make(object));
         if (file.fromFloats) {
-            model.coordinateStep = std::max(model.coordinateStep, maker.lostStep());
+            const FloatSteps steps = maker.steps();
+            model.floatStep = std::max(model.floatStep, LargestOf(steps.all));
+            model.coordinateStep = std::max(model.coordinateStep, LargestOf(steps.lost));
         }
         model.objects.push_back(object.name);
     }

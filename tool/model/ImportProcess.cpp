@@ -98,6 +98,7 @@ void SendFacts(PipeWriter& pipe, const Model& model) {
     pipe.value(model.millimetresPerUnit);
     pipe.value(model.unitStated);
     pipe.bytes(&model.fileToWorld[0][0], 16 * sizeof(double));
+    pipe.value(model.floatStep);
     pipe.value(model.coordinateStep);
     pipe.value(model.cutPolygons);
     pipe.value(model.leftOutPolygons);
@@ -112,6 +113,7 @@ void ReceiveFacts(PipeReader& pipe, Model& model) {
     model.millimetresPerUnit = pipe.value<double>();
     model.unitStated = pipe.value<bool>();
     pipe.bytes(&model.fileToWorld[0][0], 16 * sizeof(double));
+    model.floatStep = pipe.value<double>();
     model.coordinateStep = pipe.value<double>();
     model.cutPolygons = pipe.value<std::size_t>();
     model.leftOutPolygons = pipe.value<std::size_t>();

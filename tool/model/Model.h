@@ -40,9 +40,10 @@ struct Model {
     bool unitStated = false; ///< By the file, its format, or the user; else assumed.
     /// Turns the file's axes into the world's: a rotation by right angles, for row vectors.
     Wm4::Matrix4<double> fileToWorld{false};
-    /// In the file's unit: the largest distance between neighbouring coordinates of a shape that
-    /// the file or its importer rounded to single precision, see LostSteps(). 0 where none were.
-    double coordinateStep = 0.0;
+    /// In the file's unit: the largest distance between neighbouring coordinates of a shape, where
+    /// the file or its importer rounded them to single precision, see FloatSteps; else 0.
+    double floatStep = 0.0;
+    double coordinateStep = 0.0;     ///< The same where digits may have been lost by it.
     std::size_t cutPolygons = 0;     ///< Faces of more than three corners, cut into triangles.
     std::size_t leftOutPolygons = 0; ///< Points and lines in the file, which draw nothing.
 };

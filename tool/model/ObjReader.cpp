@@ -77,15 +77,12 @@ private:
         return true;
     }
 
-    [[noreturn]] void refuse(const TextScanner& where, const std::string& why) const {
-        RefuseModel(request_, where.place() + ": " + why);
-    }
-
     double number() {
         double value = 0.0;
         if (!scanner_.toNextInLine() || !scanner_.number(value)) {
-            const TextScanner where = scanner_;
-            refuse(where, "'" + std::string(scanner_.word().substr(0, 40)) + "' is not a number");
+            const std::string place = scanner_.place();
+            RefuseModel(request_, place + ": '" + std::string(scanner_.word().substr(0, 40)) +
+                                      "' is not a number");
         }
         return value;
     }
@@ -152,9 +149,13 @@ private:
     }
 
     [[noreturn]] void refuseCorner(TextScanner where) const {
-        const TextScanner place = where;
-        refuse(place,
-               "'" + std::string(where.word().substr(0, 40)) + "' is not a corner of a face");
+        const std::string place = where.place();
+        RefuseModel(request_, place + ": '" + std::string(where.word().substr(0, 40)) +
+                                  "' is not a corner of a face");
+    }
+
+    [[noreturn]] void refuseIndex(const TextScanner& where, const std::string& number) const {
+        RefuseModel(request_, where.place() + ": index out of range: " + number);
     }
 
     bool skipSlash() {
@@ -178,7 +179,7 @@ private:
         const auto known = static_cast<std::int64_t>(count);
         const std::int64_t at = number < 0 ? known + number : number - 1;
         if (number == 0 || at < 0 || at >= std::int64_t{kNoNumber}) {
-            refuse(where, "index out of range: " + std::to_string(number));
+            refuseIndex(where, std::to_string(number));
         }
         if (static_cast<std::uint64_t>(at) >= reach.count) {
             reach.count = static_cast<std::uint64_t>(at) + 1;
@@ -194,7 +195,7 @@ private:
 
     void requireIndices(const Reach& reach, std::size_t count) const {
         if (reach.count > count) {
-            refuse(reach.where, "index out of range: " + std::to_string(reach.count));
+            refuseIndex(reach.where, std::to_string(reach.count));
         }
     }
 

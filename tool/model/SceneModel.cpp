@@ -303,20 +303,21 @@ private:
             shapeOfMesh_[mesh] = addShape(*scene_.mMeshes[mesh]);
         }
         if (shapeOfMesh_[mesh] != kNoTriangles) {
-            noteSteps(lostSteps_[shapeOfMesh_[mesh]], world);
+            noteSteps(steps_[shapeOfMesh_[mesh]], world);
             model_.placements.push_back({shapeOfMesh_[mesh], model_.objects.size(), world});
         }
     }
 
     /// Steps along the axes of a mesh are as long in the world as its axes are there.
-    void noteSteps(const FilePoint& steps, const Matrix& world) {
+    void noteSteps(const FloatSteps& steps, const Matrix& world) {
         for (int axis = 0; axis < 3; ++axis) {
             const double length =
                 std::sqrt(world[axis][0] * world[axis][0] + world[axis][1] * world[axis][1] +
                           world[axis][2] * world[axis][2]);
-            const double step = length * steps[static_cast<std::size_t>(axis)];
-            if (std::isfinite(step)) {
-                model_.coordinateStep = std::max(model_.coordinateStep, step);
+            const auto at = static_cast<std::size_t>(axis);
+            if (std::isfinite(length * steps.all[at])) {
+                model_.floatStep = std::max(model_.floatStep, length * steps.all[at]);
+                model_.coordinateStep = std::max(model_.coordinateStep, length * steps.lost[at]);
             }
         }
     }
@@ -335,7 +336,7 @@ private:
         const bool withNormals = mesh.HasNormals() && rules_.normalsShowCreases;
         model_.shapes.push_back(
             {CopyVertices(mesh, withNormals), CopyTriangles(mesh, triangleCount)});
-        lostSteps_.push_back(LostSteps(mesh.mNumVertices, [&](std::size_t i) {
+        steps_.push_back(MeasureSteps(mesh.mNumVertices, [&](std::size_t i) {
             const aiVector3D& p = mesh.mVertices[i];
             return FilePoint{static_cast<double>(p.x), static_cast<double>(p.y),
                              static_cast<double>(p.z)};
@@ -352,7 +353,7 @@ private:
     std::string format_;
     FormatRules rules_;
     std::vector<std::size_t> shapeOfMesh_;
-    std::vector<FilePoint> lostSteps_; ///< Of each shape.
+    std::vector<FloatSteps> steps_; ///< Of each shape.
     Model model_;
 };
 

@@ -26,27 +26,16 @@ bool IsFinite(const Wm4::Vector3<double>& p) {
     return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
 }
 
-double Largest(const Wm4::Vector3<double>& v) {
-    return std::max({std::abs(v[0]), std::abs(v[1]), std::abs(v[2])});
+Wm4::Vector3<double> ToDoubles(const Wm4::Vector3<float>& p) {
+    return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
 }
 
-} // namespace
-
-Box BoxOf(const Shape& shape) {
-    Box box;
-    const unsigned int* indices = shape.triangles->GetData();
-    for (int i = 0; i < shape.triangles->GetIndexQuantity(); ++i) {
-        const Wm4::Vector3<float>& p = shape.vertices->Position3(static_cast<int>(indices[i]));
-        box.add({static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])});
-    }
-    return box;
-}
-
-Box WorldBox(const Model& model) {
+/// A box around everything: that of the turned boxes of the shapes.
+template <class BoxOfShape> Box PlacedBox(const Model& model, const BoxOfShape& boxOf) {
     std::vector<Box> shapeBoxes;
     shapeBoxes.reserve(model.shapes.size());
     for (const Shape& shape : model.shapes) {
-        shapeBoxes.push_back(BoxOf(shape));
+        shapeBoxes.push_back(boxOf(shape));
     }
     Box world;
     for (const Placement& placement : model.placements) {
@@ -61,12 +50,40 @@ Box WorldBox(const Model& model) {
     return world;
 }
 
+double Largest(const Wm4::Vector3<double>& v) {
+    return std::max({std::abs(v[0]), std::abs(v[1]), std::abs(v[2])});
+}
+
+} // namespace
+
+Box BoxOf(const Shape& shape) {
+    Box box;
+    const unsigned int* indices = shape.triangles->GetData();
+    for (int i = 0; i < shape.triangles->GetIndexQuantity(); ++i) {
+        box.add(ToDoubles(shape.vertices->Position3(static_cast<int>(indices[i]))));
+    }
+    return box;
+}
+
+Box VertexBox(const Model& model) {
+    return PlacedBox(model, [](const Shape& shape) {
+        Box box;
+        for (int i = 0; i < shape.vertices->GetVertexQuantity(); ++i) {
+            const Wm4::Vector3<double> p = ToDoubles(shape.vertices->Position3(i));
+            if (IsFinite(p)) {
+                box.add(p);
+            }
+        }
+        return box;
+    });
+}
+
 bool LiesFarAway(const Box& box) {
     return !box.isEmpty() && Largest(box.center()) > kFarAway * Largest(box.size());
 }
 
 Wm4::Vector3<double> ChooseOrigin(const Model& model) {
-    const Box world = WorldBox(model);
+    const Box world = PlacedBox(model, BoxOf);
     return LiesFarAway(world) ? world.center() : Wm4::Vector3<double>(0.0, 0.0, 0.0);
 }
 

@@ -11,9 +11,9 @@ namespace kxcontour {
 /// The box of the corners of a shape's triangles, in its own coordinates. The shape must be clean.
 Box BoxOf(const Shape& shape);
 
-/// A box around everything where it is placed: that of the turned boxes of the shapes. A clean
-/// model; placements that are not finite do not count.
-Box WorldBox(const Model& model);
+/// A box around all vertices of a model where they are placed, used or not; those that are not
+/// finite do not count, and shapes are taken as their boxes. The model need not be clean.
+Box VertexBox(const Model& model);
 
 /// Whether what is in the box lies so far from the origin for its size that single precision leaves
 /// it few digits.

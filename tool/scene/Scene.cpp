@@ -46,19 +46,31 @@ std::size_t TriangleCountOf(const Model& model) {
     return count;
 }
 
-/// Of everything where it is placed.
+/// Of all vertices: it has to be known of models without an area, too.
 Wm4::Vector3<double> SizeOf(const Model& model) {
-    const Box box = WorldBox(model);
+    const Box box = VertexBox(model);
     return box.isEmpty() ? Wm4::Vector3<double>(0.0, 0.0, 0.0) : box.size();
 }
 
-/// What rounding has done to a model, and to its triangles where it was a tenth of them or more.
-std::string DescribeLoss(const Model& model, std::size_t triangles, std::size_t degenerate) {
-    std::string text = "coordinates are multiples of " +
-                       DescribeLength(model.coordinateStep, model.millimetresPerUnit) +
+/// How large a part of a model collapsed: a tenth of its triangles or more has no area left.
+bool HasCollapsed(const DroppedTriangles& dropped, std::size_t triangles) {
+    return dropped.degenerate > 0 && 10 * dropped.degenerate >= triangles;
+}
+
+/// The step of coordinates that shows in drawings of the model; 0 where none does. Whether digits
+/// were lost cannot be seen where much of the model has collapsed, so that is enough of a sign.
+double CoarseStep(const Model& model, bool collapsed) {
+    const double step = collapsed ? model.floatStep : model.coordinateStep;
+    return step > 0.0 && IsCoarse(step, SizeOf(model)) ? step : 0.0;
+}
+
+/// Where something is left of a model.
+std::string
+DescribeLoss(const std::string& step, const DroppedTriangles& dropped, std::size_t triangles) {
+    std::string text = "coordinates are multiples of " + step +
                        ", too coarse for the size of the model: lines are displaced";
-    if (10 * degenerate >= triangles && degenerate > 0) {
-        text += ", and " + std::to_string(degenerate) + " of " + std::to_string(triangles) +
+    if (HasCollapsed(dropped, triangles)) {
+        text += ", and " + std::to_string(dropped.degenerate) + " of " + std::to_string(triangles) +
                 " triangles have no area left: lines are missing";
     }
     return text;
@@ -107,14 +119,7 @@ private:
 
     void prepare(Model& model, const std::string& name) {
         enter("prepare");
-        const std::size_t triangles = TriangleCountOf(model);
-        const DroppedTriangles dropped = CleanShapes(model);
-        scene_.dropped += dropped;
-        DropFlatNormals(model);
-        if (model.coordinateStep > 0.0 && IsCoarse(model.coordinateStep, SizeOf(model))) {
-            scene_.coarse.push_back(name + ": " +
-                                    DescribeLoss(model, triangles, dropped.degenerate));
-        }
+        clean(model, name);
         if (!model.unitStated) {
             scene_.withoutUnit.push_back(name);
         }
@@ -136,6 +141,25 @@ private:
             scene_.surface += repaired.reports[placement.shape];
         }
         return Build(model, rules_, std::move(repaired.sides), name);
+    }
+
+    /// Drops what cannot be drawn, and notes what there is to say about it.
+    void clean(Model& model, const std::string& name) {
+        const std::size_t triangles = TriangleCountOf(model);
+        const DroppedTriangles dropped = CleanShapes(model);
+        const double step = CoarseStep(model, HasCollapsed(dropped, triangles));
+        const std::string length = DescribeLength(step, model.millimetresPerUnit);
+        if (step > 0.0 && dropped.total() == triangles) {
+            throw Failure(ExitCode::NothingToDraw,
+                          name + ": nothing to draw: coordinates are multiples of " + length +
+                              ", and none of " + std::to_string(triangles) +
+                              " triangles has an area left");
+        }
+        if (step > 0.0) {
+            scene_.coarse.push_back(name + ": " + DescribeLoss(length, dropped, triangles));
+        }
+        scene_.dropped += dropped;
+        DropFlatNormals(model);
     }
 
     /// The first model decides about unit, axes and origin.
