@@ -22,6 +22,8 @@ namespace {
 constexpr double kNear = 0.02;
 /// Projections of one line through different boxes differ by rounding only.
 constexpr double kSameLine = 1e-6;
+constexpr float kCrackLength = 2e-6F;
+constexpr const char* kCracked = "cracked ";
 /// What is seen end-on draws nothing.
 constexpr double kPoint = 1e-6;
 
@@ -76,6 +78,12 @@ void AddStrokes(std::ostream& svg,
 } // namespace
 
 BoxCase ReadCase(const std::string& name) {
+    const std::string cracked = kCracked;
+    if (name.substr(0, cracked.size()) == cracked) {
+        BoxCase sound = ReadCase(name.substr(cracked.size()));
+        sound.cracked = true;
+        return sound;
+    }
     const std::size_t first = name.find('/');
     const std::size_t last = name.rfind('/');
     if (first == last) {
@@ -83,17 +91,20 @@ BoxCase ReadCase(const std::string& name) {
     }
     return {KindNamed<SceneKind, kSceneKinds>(name.substr(0, first)),
             KindNamed<ViewKind, kViewKinds>(name.substr(first + 1, last - first - 1)),
-            std::stoull(name.substr(last + 1))};
+            std::stoull(name.substr(last + 1)), false};
 }
 
 std::string NameOf(const BoxCase& boxCase) {
-    return std::string(NameOf(boxCase.scene)) + "/" + NameOf(boxCase.view) + "/" +
-           std::to_string(boxCase.seed);
+    return std::string(boxCase.cracked ? kCracked : "") + NameOf(boxCase.scene) + "/" +
+           NameOf(boxCase.view) + "/" + std::to_string(boxCase.seed);
 }
 
 BoxDrawing::BoxDrawing(const BoxCase& boxCase)
     : name_(NameOf(boxCase)), scene_(MakeBoxScene(boxCase.scene, boxCase.seed)),
       view_(boxCase.view, scene_.boxes, boxCase.seed) {
+    if (boxCase.cracked) {
+        Crack(scene_, kCrackLength, boxCase.seed);
+    }
     expect();
     draw();
     compare();

@@ -16,9 +16,11 @@ struct BoxCase {
     SceneKind scene = SceneKind::Apart;
     ViewKind view = ViewKind::Oblique;
     std::uint64_t seed = 0;
+    bool cracked = false; ///< By 1e-7 of the size or so, less than the contact tolerance.
 };
 
-/// Reads a name such as "rafters/perspective axis/17". Throws std::invalid_argument.
+/// Reads a name such as "rafters/perspective axis/17", with "cracked " before it or not. Throws
+/// std::invalid_argument.
 BoxCase ReadCase(const std::string& name);
 std::string NameOf(const BoxCase& boxCase);
 

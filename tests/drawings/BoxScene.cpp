@@ -5,6 +5,7 @@
 #include "tool/ShapeBuilders.h"
 
 #include <algorithm>
+#include <iomanip>
 #include <map>
 #include <sstream>
 #include <tuple>
@@ -401,6 +402,18 @@ BoxScene MakeBoxScene(SceneKind kind, std::uint64_t seed) {
     return scene;
 }
 
+void Crack(BoxScene& scene, float length, std::uint64_t seed) {
+    Random random(seed);
+    for (MeshData& object : scene.objects) {
+        object = Unwelded(object);
+        for (Point& p : object.positions) {
+            for (int i = 0; i < 3; ++i) {
+                p[i] += random.uniform(-length, length);
+            }
+        }
+    }
+}
+
 kxcontour::Model ModelOf(const BoxScene& scene) {
     std::vector<kxcontour::Shape> shapes;
     for (const MeshData& object : scene.objects) {
@@ -411,6 +424,7 @@ kxcontour::Model ModelOf(const BoxScene& scene) {
 
 std::string ObjTextOf(const BoxScene& scene) {
     std::ostringstream text;
+    text << std::setprecision(9);
     unsigned int first = 1;
     for (std::size_t number = 0; number < scene.objects.size(); ++number) {
         const MeshData& object = scene.objects[number];

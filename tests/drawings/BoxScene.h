@@ -42,6 +42,9 @@ struct BoxScene {
 
 BoxScene MakeBoxScene(SceneKind kind, std::uint64_t seed);
 
+/// Moves every corner of every triangle by up to a length, each in its own way.
+void Crack(BoxScene& scene, float length, std::uint64_t seed);
+
 /// The scene as the tool has it after reading a file.
 kxcontour::Model ModelOf(const BoxScene& scene);
 
