@@ -82,8 +82,8 @@ std::vector<AxisLine> AllLines(const std::vector<Cuboid>& boxes) {
         AddEdges(box, lines);
     }
     for (std::size_t a = 0; a < boxes.size(); ++a) {
-        for (std::size_t b = 0; b < boxes.size(); ++b) {
-            for (std::size_t j = 0; j < 3 && a != b; ++j) {
+        for (std::size_t b = a + 1; b < boxes.size(); ++b) {
+            for (std::size_t j = 0; j < 3; ++j) {
                 for (const std::size_t k : OtherAxes(j)) {
                     AddCrossings(boxes[a], j, boxes[b], k, lines);
                 }
