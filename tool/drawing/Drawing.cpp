@@ -191,10 +191,11 @@ void WriteWhole(OutputFile& file, const std::string& name, Function write) {
 /// nothing but crumbs.
 [[noreturn]] void NothingVisible(const DrawingOptions& options, const DrawingReport& report) {
     const std::string name = NameOf(RequestFor(options.input, options.input.models.front()));
-    const char* reason = report.lines.lines > 0 ? "all its lines are shorter than --min-length"
-                                                : "no line of it is visible";
+    const bool isTooSmall = report.lines.lines > 0;
     throw Failure(ExitCode::NothingToDraw,
-                  name + ": nothing to draw: " + reason +
+                  name +
+                      (isTooSmall ? ": nothing to draw: all its lines are shorter than --min-length"
+                                  : ": nothing to draw: no line of it is visible") +
                       (report.overflow.empty() ? "" : "; " + report.overflow));
 }
 
