@@ -2,7 +2,7 @@
 //
 //   build/release/tests/drawings/drawings_tests --gtest_filter='*Twins*'
 //     prints for each pair how many paths both have, and over what length either draws what the
-//     other does not. CTR_KEEP_DRAWINGS=FOLDER keeps files and drawings.
+//     other does not. CTR_KEEP_DRAWINGS=FOLDER keeps files, and drawings of the last view.
 #include "FileDrawing.h"
 #include "WornModel.h"
 #include "tool/ModelText.h"
@@ -36,6 +36,10 @@ enum class Wear : std::uint8_t {
 constexpr std::array<const char*, 8> kWearNames{
     "cracked_at_1e7", "cracked_at_1e6", "cracked_at_1e5", "flat_shaded",
     "far_away",       "t_junctions",    "doubled",        "doubled_turned_over"};
+
+constexpr std::array<const char*, 3> kViews{"--azimuth 33 --elevation 21",
+                                            "--azimuth 127 --elevation -35",
+                                            "--azimuth 200 --elevation 8 --projection perspective"};
 
 struct File {
     std::string name;
@@ -79,19 +83,20 @@ TEST_P(Twins, AreDrawnAlike) {
     const File worn = WornFile(sound, static_cast<Wear>(wear));
     folder.write("sound.obj", ObjText(sound));
     folder.write(worn.name, worn.bytes);
-    const std::string view = "--up z --azimuth 33 --elevation 21";
-    const FileDrawing soundDrawing(folder, "sound.obj", view);
-    const FileDrawing wornDrawing(folder, worn.name, view);
     const std::string name =
         std::string(NameOf(static_cast<Shape>(shape))) + "_" + kWearNames[wear];
+    for (const std::string view : kViews) {
+        const FileDrawing soundDrawing(folder, "sound.obj", "--up z " + view);
+        const FileDrawing wornDrawing(folder, worn.name, "--up z " + view);
+        const drawings::Difference difference(soundDrawing, wornDrawing, kLargestDistance);
+        PrintRow(name, soundDrawing, wornDrawing, difference);
+        EXPECT_EQ(difference.missing, 0.0) << view << "\n" << difference.text;
+        EXPECT_EQ(difference.extra, 0.0) << view << "\n" << difference.text;
+        EXPECT_LE(static_cast<double>(wornDrawing.paths()),
+                  kMorePaths * static_cast<double>(soundDrawing.paths()))
+            << view;
+    }
     drawings::KeepFiles(folder, name);
-
-    const drawings::Difference difference(soundDrawing, wornDrawing, kLargestDistance);
-    PrintRow(name, soundDrawing, wornDrawing, difference);
-    EXPECT_EQ(difference.missing, 0.0) << difference.text;
-    EXPECT_EQ(difference.extra, 0.0) << difference.text;
-    EXPECT_LE(static_cast<double>(wornDrawing.paths()),
-              kMorePaths * static_cast<double>(soundDrawing.paths()));
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEveryShape,
