@@ -30,12 +30,15 @@ enum class Wear : std::uint8_t {
     FlatShaded,
     FarAway,
     TJunctions,
+    CrackedTJunctions,
+    FarTJunctions,
     Doubled,
     DoubledTurnedOver,
 };
-constexpr std::array<const char*, 8> kWearNames{
-    "cracked_at_1e7", "cracked_at_1e6", "cracked_at_1e5", "flat_shaded",
-    "far_away",       "t_junctions",    "doubled",        "doubled_turned_over"};
+constexpr std::array<const char*, 10> kWearNames{
+    "cracked_at_1e7", "cracked_at_1e6",     "cracked_at_1e5",      "flat_shaded",
+    "far_away",       "t_junctions",        "cracked_t_junctions", "far_t_junctions",
+    "doubled",        "doubled_turned_over"};
 
 constexpr std::array<const char*, 3> kViews{"--azimuth 33 --elevation 21",
                                             "--azimuth 127 --elevation -35",
@@ -48,6 +51,7 @@ struct File {
 
 File WornFile(const Solid& sound, Wear wear) {
     constexpr std::uint64_t kSeed = 14;
+    const Wm4::Vector3<double> kFar(691000, 5335000, 520);
     switch (wear) {
     case Wear::CrackedAt7:
         return {"worn.stl", StlBytes(Cracked(sound, 1e-7, kSeed))};
@@ -58,9 +62,13 @@ File WornFile(const Solid& sound, Wear wear) {
     case Wear::FlatShaded:
         return {"worn.obj", FlatObjText(sound)};
     case Wear::FarAway:
-        return {"worn.obj", ObjText(Moved(sound, {691000, 5335000, 520}))};
+        return {"worn.obj", ObjText(Moved(sound, kFar))};
     case Wear::TJunctions:
         return {"worn.obj", ObjText(WithTJunctions(sound, kSeed))};
+    case Wear::CrackedTJunctions:
+        return {"worn.stl", StlBytes(Cracked(WithTJunctions(sound, kSeed), 1e-6, kSeed))};
+    case Wear::FarTJunctions:
+        return {"worn.obj", ObjText(Moved(WithTJunctions(sound, kSeed), kFar))};
     case Wear::Doubled:
         return {"worn.obj", ObjText(Doubled(sound, false))};
     case Wear::DoubledTurnedOver:
