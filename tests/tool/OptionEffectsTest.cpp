@@ -438,6 +438,25 @@ TEST_F(Lines, AreDrawnOnceWhereTwoCubesTouch) {
     EXPECT_NEAR(edges("same.obj" + front, 20.0), 4.0, 0.01);
 }
 
+TEST_F(Lines, OfSeamsAreWeldedAwayAsFarAsAsked) {
+    // A plate in two halves, 0.5 mm apart.
+    MeshData halves = test_support::Quad({0, 0, 0}, {50, 0, 0}, {50, 0, 80}, {0, 0, 80});
+    halves.append(test_support::Quad({50.5F, 0, 0}, {100, 0, 0}, {100, 0, 80}, {50.5F, 0, 80}));
+    folder_.write("halves.obj", ObjText(halves));
+    EXPECT_EQ(count("halves.obj --view front"), 2U) << "two outlines";
+    EXPECT_EQ(count("halves.obj --view front --weld auto"), 2U);
+    EXPECT_EQ(count("halves.obj --view front --weld 0.4"), 2U);
+    EXPECT_EQ(count("halves.obj --view front --weld 0.05cm"), 1U);
+    // Cracks of rounding go by themselves, unless told otherwise.
+    MeshData cracked = test_support::Quad({0, 0, 0}, {50, 0, 0}, {50, 0, 80}, {0, 0, 80});
+    cracked.append(
+        test_support::Quad({50.0001F, 0, 0}, {100, 0, 0}, {100, 0, 80}, {50.0001F, 0, 80}));
+    folder_.write("cracked.obj", ObjText(cracked));
+    EXPECT_EQ(count("cracked.obj --view front"), 1U);
+    EXPECT_EQ(count("cracked.obj --view front --weld off"), 2U);
+    EXPECT_EQ(run("cracked.obj --weld off -o a.svg").err, "");
+}
+
 TEST_F(Lines, AreJoinedOverVerticesThatAreSplit) {
     folder_.write("split.obj", ObjText(test_support::Unwelded(Cube())));
     for (const std::string view : {"front", "iso"}) {

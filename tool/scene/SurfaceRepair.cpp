@@ -13,6 +13,7 @@
 #include <bit>
 #include <cmath>
 #include <fmt/format.h>
+#include <string>
 #include <utility>
 
 namespace kxcontour {
@@ -296,9 +297,10 @@ bool IsCracked(const SurfaceReport& report) {
 }
 
 std::string DescribeCracks(const SurfaceReport& report) {
-    return fmt::format("cracks stay open: {} of {} edges lie up to {:.2g} mm beside another one; "
-                       "--weld LENGTH closes them",
-                       report.nearEdges, report.edges, report.widestNear);
+    return "cracks stay open: " + std::to_string(report.nearEdges) + " of " +
+           std::to_string(report.edges) + " edges lie up to " +
+           fmt::format("{:.2g}", report.widestNear) +
+           " mm beside another one; --weld LENGTH closes them";
 }
 
 RepairedSurface RepairSurface(Shape& shape, const WeldRequest& request, double millimetresPerUnit) {

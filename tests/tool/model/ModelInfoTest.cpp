@@ -89,6 +89,40 @@ TEST(Inspect, CountsWhatIsLeftOut) {
     EXPECT_EQ(info.objects[1].size, Vector(0, 0, 0));
 }
 
+/// A plate of two halves, 0.001 in apart, and a quarter that is given twice.
+Model Plate() {
+    MeshData data = test_support::Quad({0, 0, 0}, {5, 0, 0}, {5, 8, 0}, {0, 8, 0});
+    data.append(test_support::Quad({5.001F, 0, 0}, {10, 0, 0}, {10, 8, 0}, {5.001F, 8, 0}));
+    data.append(test_support::Triangle({5.001F, 0, 0}, {10, 0, 0}, {10, 8, 0}));
+    Model model = MakeModel({MakeShape(data), MakeShape(test_support::Box({0, 0, 0}, {1, 1, 1}))});
+    model.millimetresPerUnit = 25.4;
+    return model;
+}
+
+TEST(Inspect, SaysWhatWasDoneToSurfaces) {
+    Model model = Plate();
+    const ModelInfo info = Inspect("plate", model);
+    EXPECT_EQ(info.triangles, 5U + 12U) << "those of the file";
+    const kxcontour::SurfaceReport& plate = info.objects[0].surface;
+    EXPECT_EQ(plate.doubledFaces, 1U);
+    EXPECT_EQ(plate.joinedEdges, 1U);
+    EXPECT_EQ(plate.openEdges, 6U);
+    EXPECT_NEAR(plate.widestGap, 0.0254, 1e-5);
+    EXPECT_EQ(info.objects[1].surface.openEdges, 0U);
+    EXPECT_TRUE(Holds(TextOf(info), "10 x 8 x 0 in, 6 open edges, 1 edge joined over up to 0.025 "
+                                    "mm, 1 triangle given twice\n"))
+        << TextOf(info);
+    EXPECT_TRUE(Holds(TextOf(info), "1 x 1 x 1 in\n"));
+    const nlohmann::json surface = JsonOf({info})["models"][0]["objects"][0]["surface"];
+    EXPECT_EQ(surface["open"], 6);
+    EXPECT_EQ(surface["joined"], 1);
+    EXPECT_EQ(surface["ofMoreThanTwoTriangles"], 0);
+    Model asItIs = Plate();
+    const ModelInfo off = Inspect("plate", asItIs, {kxcontour::WeldRequest::Mode::Off, 0.0});
+    EXPECT_EQ(off.objects[0].surface.openEdges, 8U);
+    EXPECT_EQ(off.objects[0].surface.joinedEdges, 0U);
+}
+
 TEST(WriteText, SaysItAll) {
     Model model = TwoBoxes();
     ModelInfo info = Inspect("boxes.stl", model);

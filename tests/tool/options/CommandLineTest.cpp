@@ -88,6 +88,17 @@ TEST(ParseCommandLine, ReadsEveryUnitAndAxis) {
     ExpectRefused("--up", {"w", "", "-z"});
 }
 
+TEST(ParseCommandLine, ReadsHowFarSurfacesAreWelded) {
+    using Mode = kxcontour::WeldRequest::Mode;
+    EXPECT_EQ(Draw({}).input.weld.mode, Mode::Auto);
+    EXPECT_EQ(Draw({"--weld", "auto"}).input.weld.mode, Mode::Auto);
+    EXPECT_EQ(Draw({"--weld", "off"}).input.weld.mode, Mode::Off);
+    EXPECT_EQ(Draw({"--weld", "0.05"}).input.weld.mode, Mode::Length);
+    EXPECT_EQ(Draw({"--weld", "0.05"}).input.weld.millimetres, 0.05);
+    EXPECT_EQ(Draw({"--weld", "2cm"}).input.weld.millimetres, 20.0);
+    ExpectRefused("--weld", {"0", "-1", "", "on", "Auto", "nan", "1e7"});
+}
+
 TEST(ParseCommandLine, ReadsStandardInputWithItsFormat) {
     for (const char* text : {"stl", ".stl", "STL"}) {
         const DrawingOptions options =
@@ -358,7 +369,9 @@ TEST(ParseCommandLine, RefusesAnOutputThatIsAnInput) {
 }
 
 TEST(ParseCommandLine, AsksForInformation) {
-    const InfoCommand info = ParseAs<InfoCommand>({"a.stl", "b.stl", "--info", "--unit", "cm"});
+    const InfoCommand info =
+        ParseAs<InfoCommand>({"a.stl", "b.stl", "--info", "--unit", "cm", "--weld", "3mm"});
+    EXPECT_EQ(info.input.weld.millimetres, 3.0);
     EXPECT_EQ(info.input.models, (Arguments{"a.stl", "b.stl"}));
     EXPECT_EQ(info.input.unit, LengthUnit::Centimetre);
     EXPECT_TRUE(ParseAs<InfoCommand>({"a.stl", "--info", "--json"}).messages.json);
@@ -485,6 +498,8 @@ TEST(Signature, IsTheSameForTheSameDrawingOnly) {
     const std::vector<Arguments> changes{{"--occluder", "b"},
                                          {"--unit", "cm"},
                                          {"--up", "z"},
+                                         {"--weld", "off"},
+                                         {"--weld", "0.1"},
                                          {"--roll", "1"},
                                          {"--camera-focal-point", "1,2,3"},
                                          {"--camera-view-up", "1,2,3"},

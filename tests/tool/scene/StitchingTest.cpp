@@ -1,0 +1,92 @@
+// Which places become one, and which moves are left out.
+#include "scene/Stitching.h"
+
+#include "ShapeBuilders.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using kxcontour::EdgePair;
+using kxcontour::OpenEdge;
+using kxcontour::Shape;
+using kxcontour::Sides;
+using kxcontour::Stitches;
+using test_support::Quad;
+using tool_test::MakeShape;
+using tool_test::MeshData;
+using tool_test::Point;
+
+/// Stitches what the pair search finds.
+Stitches StitchesOf(const MeshData& data, double distance) {
+    const Shape shape = MakeShape(data);
+    const Sides sides(*shape.vertices, *shape.triangles);
+    const std::vector<OpenEdge> edges =
+        MeasureOpenEdges(SurveyEdges(sides), sides, *shape.vertices, *shape.triangles);
+    const std::vector<Point> origins = data.positions;
+    const std::vector<EdgePair> pairs = FindEdgePairs(edges, {distance, 0.45, 10.0});
+    return StitchPairs(pairs, edges, {*shape.vertices, *shape.triangles, sides, origins}, distance);
+}
+
+MeshData Halves(float gap) {
+    MeshData data = Quad(Point(0, 0, 0), Point(5, 0, 0), Point(5, 8, 0), Point(0, 8, 0));
+    data.append(Quad(Point(5 + gap, 0, 0), Point(9, 0, 0), Point(9, 8, 0), Point(5 + gap, 8, 0)));
+    return data;
+}
+
+TEST(StitchPairs, MovesTheEndsOfPairsOntoEachOther) {
+    const Stitches stitches = StitchesOf(Halves(0.01F), 0.1);
+    EXPECT_EQ(stitches.joinedEdges, 1U);
+    EXPECT_EQ(stitches.movedPlaces, 2U);
+    EXPECT_NEAR(stitches.widestGap, 0.01, 1e-6);
+    EXPECT_EQ(stitches.targets[1], stitches.targets[4]);
+    EXPECT_EQ(stitches.targets[2], stitches.targets[7]);
+    for (const std::uint32_t still : {0U, 3U, 5U, 6U}) {
+        EXPECT_EQ(stitches.targets[still], still);
+    }
+}
+
+TEST(StitchPairs, NeverMakesAClusterWiderThanTheDistance) {
+    // Four sheets around a seam, which fan out: each is near the next one, the last far from the
+    // first.
+    MeshData data;
+    for (int i = 0; i < 4; ++i) {
+        const auto x = 0.08F * static_cast<float>(i);
+        const Point tip = i == 0   ? Point(-5, 4, 0)
+                          : i == 1 ? Point(0, 4, -5)
+                          : i == 2 ? Point(0, 4, 5)
+                                   : Point(5, 4, 0);
+        data.addTriangle(Point(x, 0, 0), Point(x, 8, 0), tip);
+    }
+    const Stitches stitches = StitchesOf(data, 0.1);
+    EXPECT_GT(stitches.movedPlaces, 0U);
+    EXPECT_NE(stitches.targets[0], stitches.targets[9]);
+    EXPECT_NE(stitches.targets[0], stitches.targets[6]) << "0.16 apart";
+}
+
+TEST(StitchPairs, NeverTurnsATriangleOver) {
+    // The rim of a sliver would move past its tip.
+    const auto moved = [](float rim) {
+        MeshData data;
+        data.addTriangle(Point(rim, 8, 0), Point(rim, 0, 0), Point(-3, 4, 0));
+        data.addTriangle(Point(5, 0, 0), Point(5, 8, 0), Point(5.02F, 4, 0));
+        return StitchesOf(data, 0.1).movedPlaces;
+    };
+    EXPECT_EQ(moved(4.97F), 2U);
+    EXPECT_EQ(moved(5.01F), 2U);
+    EXPECT_EQ(moved(5.05F), 0U);
+}
+
+TEST(StitchPairs, NeverJoinsTwoCornersOfATriangle) {
+    // Across the end of a strip that is narrower than the distance.
+    MeshData strip;
+    for (int i = 0; i < 4; ++i) {
+        const auto y = static_cast<float>(2 * i);
+        strip.append(
+            Quad(Point(0, y, 0), Point(0.05F, y, 0), Point(0.05F, y + 2, 0), Point(0, y + 2, 0)));
+    }
+    const Stitches stitches = StitchesOf(strip, 0.1);
+    EXPECT_EQ(stitches.movedPlaces, 0U);
+}
+
+} // namespace
