@@ -440,20 +440,20 @@ TEST_F(Lines, AreDrawnOnceWhereTwoCubesTouch) {
 
 TEST_F(Lines, OfSeamsAreWeldedAwayAsFarAsAsked) {
     // A plate in two halves, 0.5 mm apart.
-    MeshData halves = test_support::Quad({0, 0, 0}, {50, 0, 0}, {50, 0, 80}, {0, 0, 80});
-    halves.append(test_support::Quad({50.5F, 0, 0}, {100, 0, 0}, {100, 0, 80}, {50.5F, 0, 80}));
+    MeshData halves = test_support::Quad({0, 0, 0}, {50, 0, 0}, {50, 80, 0}, {0, 80, 0});
+    halves.append(test_support::Quad({50.5F, 0, 0}, {100, 0, 0}, {100, 80, 0}, {50.5F, 80, 0}));
     folder_.write("halves.obj", ObjText(halves));
-    EXPECT_EQ(count("halves.obj --view front"), 2U) << "two outlines";
-    EXPECT_EQ(count("halves.obj --view front --weld auto"), 2U);
-    EXPECT_EQ(count("halves.obj --view front --weld 0.4"), 2U);
-    EXPECT_EQ(count("halves.obj --view front --weld 0.05cm"), 1U);
+    EXPECT_EQ(count("halves.obj --view front"), 8U) << "two outlines";
+    EXPECT_EQ(count("halves.obj --view front --weld auto"), 8U);
+    EXPECT_EQ(count("halves.obj --view front --weld 0.4"), 8U);
+    EXPECT_EQ(count("halves.obj --view front --weld 0.05cm"), 6U);
     // Cracks of rounding go by themselves, unless told otherwise.
-    MeshData cracked = test_support::Quad({0, 0, 0}, {50, 0, 0}, {50, 0, 80}, {0, 0, 80});
+    MeshData cracked = test_support::Quad({0, 0, 0}, {50, 0, 0}, {50, 80, 0}, {0, 80, 0});
     cracked.append(
-        test_support::Quad({50.0001F, 0, 0}, {100, 0, 0}, {100, 0, 80}, {50.0001F, 0, 80}));
+        test_support::Quad({50.0001F, 0, 0}, {100, 0, 0}, {100, 80, 0}, {50.0001F, 80, 0}));
     folder_.write("cracked.obj", ObjText(cracked));
-    EXPECT_EQ(count("cracked.obj --view front"), 1U);
-    EXPECT_EQ(count("cracked.obj --view front --weld off"), 2U);
+    EXPECT_EQ(count("cracked.obj --view front"), 6U);
+    EXPECT_EQ(count("cracked.obj --view front --weld off"), 7U) << "one of the two rims";
     EXPECT_EQ(run("cracked.obj --weld off -o a.svg").err, "");
 }
 
