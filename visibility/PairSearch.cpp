@@ -1,8 +1,6 @@
 // The hierarchy against itself, and the quick part of the test of a pair.
 #include "visibility/PairSearch.h"
 
-#include "visibility/PiercingTest.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -28,6 +26,17 @@ float Extent(const kx::kxBBox& box) {
     return (box.max[0] - box.min[0]) + (box.max[1] - box.min[1]) + (box.max[2] - box.min[2]);
 }
 
+/// Whether two corners of one triangle are corners of the other.
+bool ShareAnEdge(const BakedVertex* a, const BakedVertex* b) {
+    int shared = 0;
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+            shared += a[i].x == b[j].x && a[i].y == b[j].y && a[i].z == b[j].z ? 1 : 0;
+        }
+    }
+    return shared >= 2;
+}
+
 /// Whether the boxes of two triangles share a point.
 bool BoxesMeet(const OccluderTree::Triangle& a, const OccluderTree::Triangle& b) {
     const auto& [p, q, r] = a.corners;
@@ -44,7 +53,8 @@ PairSearch::PairSearch(const BakedTriangles& baked,
                        std::function<bool()> triangleDone,
                        std::function<bool()> goOn)
     : baked_(baked), triangles_(triangles), triangleDone_(std::move(triangleDone)),
-      goOn_(std::move(goOn)) {
+      goOn_(std::move(goOn)),
+      onPlane_(baked.contactTolerance == 0 ? OnPlane::neither : OnPlane::inFront) {
     // Let a plane have values up to v in the scene, the offset among them. Rounding by 2^-24 costs
     // v three times for terms (coordinate, normal, product), twice for each of three sums with the
     // offset, and once for the offset: ten of sixteen. What a box adds to the terms on one side of
@@ -332,12 +342,13 @@ void PairSearch::test(std::uint32_t slotA, const GridVector& normalA, std::uint3
     const BakedVertex* const a = triangles_[slotA].corners;
     const BakedVertex* const b = triangles_[slotB].corners;
     const PlaneValues valuesB(b, a[0], normalA);
-    if (!valuesB.straddle()) {
+    if (!valuesB.straddle(onPlane_)) {
         return;
     }
     const GridVector& normalB = four_->normals[slotB - four_->firstSlot];
     const PlaneValues valuesA(a, b[0], normalB);
-    if (!valuesA.straddle() || !BoxesMeet(triangles_[slotA], triangles_[slotB])) {
+    if (!valuesA.straddle(onPlane_) || !BoxesMeet(triangles_[slotA], triangles_[slotB]) ||
+        (onPlane_ == OnPlane::inFront && ShareAnEdge(a, b))) {
         return;
     }
     const std::uint32_t numberA = triangles_[slotA].number;
@@ -345,7 +356,8 @@ void PairSearch::test(std::uint32_t slotA, const GridVector& normalA, std::uint3
     const bool inOrder = numberA < numberB;
     const CutTriangle dataA{a, normalA, valuesA};
     const CutTriangle dataB{b, normalB, valuesB};
-    if (const auto found = inOrder ? FindPiercing(dataA, dataB) : FindPiercing(dataB, dataA)) {
+    if (const auto found =
+            inOrder ? FindPiercing(dataA, dataB, onPlane_) : FindPiercing(dataB, dataA, onPlane_)) {
         found_.push_back({std::min(numberA, numberB),
                           inOrder ? slotB : slotA,
                           {found->ends[0], found->ends[1]},

@@ -90,9 +90,12 @@ struct CrossedEdges {
 constexpr CrossedEdges kCrossedEdges;
 
 /// The two crossings of a straddling triangle's edges.
-Crossings FindCrossings(const PlaneValues& values) {
+Crossings FindCrossings(const PlaneValues& values, OnPlane onPlane) {
     const auto& at = values.at;
-    const int signs = 9 * SignOf(at[0]) + 3 * SignOf(at[1]) + SignOf(at[2]) + 13;
+    const auto sideOf = [onPlane](long value) {
+        return value == 0 && onPlane == OnPlane::inFront ? 1 : SignOf(value);
+    };
+    const int signs = 9 * sideOf(at[0]) + 3 * sideOf(at[1]) + sideOf(at[2]) + 13;
     const auto& [first, second] = kCrossedEdges.of[signs];
     return {{first, at[first], at[(first + 1) % 3]}, {second, at[second], at[(second + 1) % 3]}};
 }
@@ -206,9 +209,9 @@ BakedVertex PointAt(const BakedVertex& p0, const BakedVertex& p1, const Fraction
             CoordinateAt(p0.z, p1.z, t, share)};
 }
 
-std::optional<Piercing> FindPiercing(const CutTriangle& a, const CutTriangle& b) {
-    const Crossings crossingsA = FindCrossings(a.values);
-    const Crossings crossingsB = FindCrossings(b.values);
+std::optional<Piercing> FindPiercing(const CutTriangle& a, const CutTriangle& b, OnPlane onPlane) {
+    const Crossings crossingsA = FindCrossings(a.values, onPlane);
+    const Crossings crossingsB = FindCrossings(b.values, onPlane);
     const RoughSpan roughA(a.corners, crossingsA);
     const RoughSpan roughB(b.corners, crossingsB);
     // On one line, spans apart on an axis are as far apart on the axis of larger extent.

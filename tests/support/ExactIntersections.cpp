@@ -72,8 +72,24 @@ Distances DistancesOf(const Corners& corners, const BakedVertex& origin, const N
             AlongNormal(corners[2], origin, n)};
 }
 
+// With a contact tolerance, a corner in the plane is in front of it.
+Distances WithSides(Distances d, bool inContact) {
+    for (Wide& distance : d) {
+        distance = distance == 0 && inContact ? 1 : distance;
+    }
+    return d;
+}
+
 bool Straddles(const Distances& d) {
     return *std::min_element(d.begin(), d.end()) < 0 && *std::max_element(d.begin(), d.end()) > 0;
+}
+
+bool ShareAnEdge(const Corners& a, const Corners& b) {
+    return std::count_if(a.begin(), a.end(), [&](const BakedVertex& p) {
+               return std::any_of(b.begin(), b.end(), [&](const BakedVertex& q) {
+                   return p.x == q.x && p.y == q.y && p.z == q.z;
+               });
+           }) >= 2;
 }
 
 bool HasZero(const Distances& d) {
@@ -81,12 +97,13 @@ bool HasZero(const Distances& d) {
 }
 
 // A corner in the plane belongs to the side that ends there, so a straddling triangle has two.
-std::array<Crossing, 2> CrossingsOf(const Corners& corners, const Distances& d) {
+std::array<Crossing, 2>
+CrossingsOf(const Corners& corners, const Distances& d, const Distances& sides) {
     std::array<Crossing, 2> crossings{};
     std::size_t count = 0;
     for (std::size_t k = 0; k < 3; ++k) {
         const std::size_t next = (k + 1) % 3;
-        if (d[k] == 0 || SignOf(d[k]) == SignOf(d[next])) {
+        if (sides[k] == 0 || SignOf(sides[k]) == SignOf(sides[next])) {
             continue;
         }
         const Fraction t = WithPositiveDenominator(d[k], d[k] - d[next]);
@@ -422,12 +439,17 @@ CutOf(const BakedTriangles& baked, unsigned int i, unsigned int j, CutCounts& co
     if (!BoxesMeet(a, b)) {
         return std::nullopt;
     }
-    if (!Straddles(ofA) || !Straddles(ofB)) {
+    const bool inContact = baked.contactTolerance > 0;
+    const Distances sidesOfA = WithSides(ofA, inContact);
+    const Distances sidesOfB = WithSides(ofB, inContact);
+    if (!Straddles(sidesOfA) || !Straddles(sidesOfB) || (inContact && ShareAnEdge(a, b))) {
         counts.touching += HasZero(ofA) || HasZero(ofB) ? 1 : 0;
         return std::nullopt;
     }
     ++counts.straddling;
-    std::optional<Cut> cut = CutOfSpans(CrossingsOf(a, ofA), CrossingsOf(b, ofB), counts);
+    std::optional<Cut> cut =
+        CutOfSpans(CrossingsOf(a, ofA, sidesOfA), CrossingsOf(b, ofB, sidesOfB), counts);
+    counts.alongEdges += cut && !(Straddles(ofA) && Straddles(ofB)) ? 1 : 0;
     if (cut) {
         ++counts.cuts;
         counts.throughCorners += EndsInCorner(cut->first) || EndsInCorner(cut->second) ? 1 : 0;

@@ -37,6 +37,7 @@ struct CutCounts {
     int apart = 0;          ///< Of those, pairs whose spans do not overlap.
     int ties = 0;           ///< Of those, pairs of which two ends that are compared are equal.
     int cuts = 0;
+    int alongEdges = 0;     ///< Cuts along an edge that lies in the other's plane.
     int inContact = 0;      ///< Cuts that are none, as the two are in contact within the tolerance.
     int hiddenRanges = 0;   ///< One for each triangle that hides some of a cut.
     int partlyHidden = 0;   ///< Cuts of which something is hidden and something is not.

@@ -173,6 +173,37 @@ TEST(Contact, ALineInAThirdFaceIsNotHiddenByIt) {
     EXPECT_GT(lengthBeside(2), 50.0);
 }
 
+// A wall of two triangles, one above the other, and a floor that passes between them.
+TEST(Contact, ASurfaceThatPassesThroughAPlaneAlongItsOwnEdgeGivesThatEdge) {
+    GridTriangle floor = {{{0, 0, 300}, {400, 0, 300}, {0, 400, 100}}};
+    // Both corners of the edge lie in the plane of the floor: z = 300 - y / 2.
+    const BakedVertex left{40, 100, 250};
+    const BakedVertex right{240, 100, 250};
+    GridTriangle above = {{left, right, {140, 150, 100}}};
+    GridTriangle below = {{left, right, {140, 60, 400}}};
+    for (GridTriangle* t : {&floor, &above, &below}) {
+        ASSERT_TRUE(TurnCounterClockwise(*t));
+    }
+    BakedTriangles baked = OnTheGrid(kFine, {floor, above, below});
+    EXPECT_FALSE(CutsOf(baked));
+    baked.setContactTolerance(2);
+    const SetPointer cuts = CutsOf(baked);
+    ASSERT_TRUE(cuts);
+    const auto ends = test_support::EndsOf(*cuts);
+    ASSERT_EQ(ends.size(), 1U);
+    EXPECT_NEAR(std::abs(static_cast<double>(ends[0].first.X() - ends[0].second.X())), 200.0, 1.0);
+}
+
+TEST(Contact, NeighboursGiveNoLineAlongTheEdgeTheyShare) {
+    const BakedVertex p{40, 100, 250};
+    const BakedVertex q{240, 100, 250};
+    for (const std::int32_t depth : {100, 400}) {
+        GridTriangle a = {{p, q, {140, 200, depth}}};
+        GridTriangle b = {{p, q, {140, 20, depth}}};
+        EXPECT_FALSE(CutsOf(Pair(a, b, 2)));
+    }
+}
+
 // --- against brute force ---
 
 constexpr std::array<unsigned int, 4> kTolerances = {1, 2, 3, 9};
@@ -214,9 +245,11 @@ void CheckRandomScenes(int scenes, const std::vector<std::array<unsigned int, 2>
     }
     testing::Test::RecordProperty("edges_changed", changed);
     testing::Test::RecordProperty("in_contact", cuts.inContact);
+    testing::Test::RecordProperty("along_edges", cuts.alongEdges);
     testing::Test::RecordProperty("cuts", cuts.cuts);
     EXPECT_GT(changed, fineGrids.empty() ? scenes / 2 : 0);
     EXPECT_GT(cuts.inContact, fineGrids.empty() ? scenes / 10 : 0);
+    EXPECT_GT(cuts.alongEdges, fineGrids.empty() ? scenes / 10 : 0);
     EXPECT_GT(cuts.cuts, cuts.inContact);
     EXPECT_EQ(cuts.atOwnTriangle, 0);
 }
