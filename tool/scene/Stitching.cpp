@@ -18,11 +18,11 @@ constexpr std::uint32_t kNoCluster = std::numeric_limits<std::uint32_t>::max();
 /// A gap of exactly the distance passes, although its square is rounded.
 constexpr double kRounding = 1.0 + 1e-12;
 
-Wm4::Vector3<double> InDoubles(const Wm4::Vector3<float>& p) {
+Wm4::Vector3<double> ExactPosition(const Wm4::Vector3<float>& p) {
     return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
 }
 
-Wm4::Vector3<double> InDoubles(const PositionBits& bits) {
+Wm4::Vector3<double> ExactPosition(const PositionBits& bits) {
     return {static_cast<double>(std::bit_cast<float>(bits[0])),
             static_cast<double>(std::bit_cast<float>(bits[1])),
             static_cast<double>(std::bit_cast<float>(bits[2]))};
@@ -116,12 +116,12 @@ private:
     void findBoxes() {
         forEachUse([this](std::uint32_t cluster, std::uint32_t corner) {
             clusters_[cluster].box.add(originOf(corner));
-            clusters_[cluster].box.add(InDoubles(places_.position(clusters_[cluster].place)));
+            clusters_[cluster].box.add(ExactPosition(places_.position(clusters_[cluster].place)));
         });
     }
 
     Wm4::Vector3<double> originOf(std::uint32_t corner) const {
-        return InDoubles(surface_.origins[surface_.triangles.GetData()[corner]]);
+        return ExactPosition(surface_.origins[surface_.triangles.GetData()[corner]]);
     }
 
     std::uint32_t rootOf(std::uint32_t place) {
@@ -195,7 +195,7 @@ private:
                 place = clusters_[root == moves ? stays : root].place;
             }
             before[i] = originOf(corner);
-            after[i] = InDoubles(places_.position(place));
+            after[i] = ExactPosition(places_.position(place));
         }
         return touched == 1 && NormalOf(before).Dot(NormalOf(after)) > 0.0;
     }
