@@ -23,7 +23,7 @@ constexpr double kFlatSine = kFlatNormalTolerance * kDegree;
 /// a triangle of this height by half a degree.
 constexpr double kLeastHeight = 100.0 / 8388608.0;
 
-Direction InDoubles(const Wm4::Vector3<float>& v) {
+Direction DirectionOf(const Wm4::Vector3<float>& v) {
     return {static_cast<double>(v[0]), static_cast<double>(v[1]), static_cast<double>(v[2])};
 }
 
@@ -54,7 +54,7 @@ private:
         const Direction* first = nullptr;
         Direction normals[3];
         for (int k = 0; k < 3; ++k) {
-            normals[k] = InDoubles(vertices_.Normal3(static_cast<int>(corner[k])));
+            normals[k] = DirectionOf(vertices_.Normal3(static_cast<int>(corner[k])));
             const double squared = normals[k].Dot(normals[k]);
             if (squared == 0.0 || !std::isfinite(squared)) {
                 continue;
@@ -86,7 +86,7 @@ private:
     }
 
     Direction positionOf(unsigned int vertex) const {
-        return InDoubles(vertices_.Position3(static_cast<int>(vertex)));
+        return DirectionOf(vertices_.Position3(static_cast<int>(vertex)));
     }
 
     const kx::kxVertexBuffer& vertices_;
