@@ -336,6 +336,27 @@ TEST(FarAway, JsonAndInfoAreInTheCoordinatesOfTheFile) {
     EXPECT_EQ(info.out.find("precision"), std::string::npos) << info.out;
 }
 
+TEST(FarAway, NodesNearEachOtherAreAddedUpInDoubles) {
+    // The place of the site is the root's; beside it, single precision would move the parts by up
+    // to a quarter of a metre.
+    const TemporaryFolder folder;
+    const MeshData box = Box({0, 0, 0}, {4.125F, 3.25F, 2.5F});
+    const auto site = [&](const std::string& place) {
+        return tool_test::GltfText(
+            box,
+            R"([{"translation":[)" + place +
+                R"(],"children":[1,2]},{"mesh":0,"translation":[0.3,0.1,0.2]},)"
+                R"({"translation":[4.6,0.1,0.7],"children":[3]},{"mesh":0,"translation":[0,0,0.01]}])",
+            std::string(R"([{"primitives":[)") + tool_test::kGltfPrimitive + "]}]");
+    };
+    folder.write("near.gltf", site("0,0,0"));
+    folder.write("far.gltf", site("691000,520,-5335000"));
+    for (const char* view : {" --view iso", " --azimuth 33 --elevation 20"}) {
+        ExpectSameDrawing(DrawIn(folder, std::string("near.gltf") + view),
+                          DrawIn(folder, std::string("far.gltf") + view));
+    }
+}
+
 /// The same in bytes, whose floats are multiples of half a unit there.
 std::string CoarseStl(const MeshData& data) {
     MeshData moved = data;
