@@ -86,18 +86,19 @@ TriangleSieve SieveOf(const BakedVertex& p, const BakedVertex& q) {
 struct CutOcclusion::Function {
     BakedVertex origin;
     GridVector normal;
+    bool isClosed; ///< What runs along it counts as inside.
     double error;
 
-    Function(const BakedVertex& p, const GridVector& n)
-        : origin(p), normal(n),
+    Function(const BakedVertex& p, const GridVector& n, bool closed)
+        : origin(p), normal(n), isClosed(closed),
           error((std::abs(static_cast<double>(n[0])) + std::abs(static_cast<double>(n[1])) +
                  std::abs(static_cast<double>(n[2]))) *
                 kEndError) {}
 
     /// The line through an edge of a triangle, negative inside of a counter-clockwise one.
-    static Function edge(const BakedVertex& a, const BakedVertex& b) {
+    static Function edge(const BakedVertex& a, const BakedVertex& b, bool closed) {
         const GridVector e = Difference(b, a);
-        return {a, GridVector(e[1], -e[0], 0)};
+        return {a, GridVector(e[1], -e[0], 0), closed};
     }
 
     long at(const BakedVertex& p) const { return Dot(normal, Difference(p, origin)); }
@@ -145,7 +146,8 @@ bool CutOcclusion::narrowExactly(const Function& function, RationalInterval& ran
     const int firstSign = first.sign();
     const int secondSign = second.sign();
     if (firstSign * secondSign >= 0) {
-        return firstSign + secondSign < 0;
+        const bool runsAlong = firstSign == 0 && secondSign == 0;
+        return runsAlong ? function.isClosed : firstSign + secondSign < 0;
     }
     const bool entering = firstSign > 0;
     const long value1 = entering ? std::max(first.rounded(), 1L) : std::min(first.rounded(), -1L);
@@ -175,10 +177,13 @@ std::optional<RationalInterval> CutOcclusion::hiddenBy(const OccluderTree::Trian
     if (isBeside(p[0], p[1]) || isBeside(p[1], p[2]) || isBeside(p[2], p[0])) {
         return std::nullopt;
     }
-    const Function plane(p[0], normal);
+    const Function plane(p[0], normal, false);
+    // As for segments: what lies behind the edge that two faces share is hidden by both.
+    const bool closed = !tolerance_.isOff();
     RationalInterval range{{0, 1}, {1, 1}};
-    if (!narrow(plane, range) || !narrow(Function::edge(p[0], p[1]), range) ||
-        !narrow(Function::edge(p[1], p[2]), range) || !narrow(Function::edge(p[2], p[0]), range)) {
+    if (!narrow(plane, range) || !narrow(Function::edge(p[0], p[1], closed), range) ||
+        !narrow(Function::edge(p[1], p[2], closed), range) ||
+        !narrow(Function::edge(p[2], p[0], closed), range)) {
         return std::nullopt;
     }
     if (CompareFractions(range.end, range.start) <= 0 ||

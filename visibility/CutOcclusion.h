@@ -15,9 +15,11 @@ namespace ctr {
 /// An intersection edge, prepared to be held against many triangles.
 ///
 /// Its ends are exact: parameters on triangle edges. On which side of a plane or an edge line they
-/// lie is decided exactly; where between them a side changes is computed from rounded values. So is
-/// how deep it lies, see ContactTolerance.h: a triangle hides its part of an edge only if some of
-/// that part lies deeper than the tolerance.
+/// lie is decided exactly; where between them a side changes is computed from rounded values.
+///
+/// With a contact tolerance, a triangle hides its part of an edge only if some of that part lies
+/// deeper than the tolerance, by rounded values too; and what runs along an edge line of a triangle
+/// is within its outline, which it is not without a tolerance.
 class CutOcclusion {
 public:
     CutOcclusion(const IntersectionEdge& edge, const ContactTolerance& tolerance);

@@ -213,9 +213,13 @@ bool Narrow(Window& window,
             const Values& first,
             const Fraction& firstT,
             const Values& second,
-            const Fraction& secondT) {
+            const Fraction& secondT,
+            bool isClosed) {
     const int sign1 = ExactSign(first, firstT);
     const int sign2 = ExactSign(second, secondT);
+    if (sign1 == 0 && sign2 == 0) {
+        return isClosed;
+    }
     if (sign1 * sign2 != -1) {
         return sign1 + sign2 < 0;
     }
@@ -230,9 +234,10 @@ bool Narrow(Window& window,
     return true;
 }
 
-template <typename Function> bool NarrowBy(Window& window, const Cut& cut, const Function& f) {
+template <typename Function>
+bool NarrowBy(Window& window, const Cut& cut, const Function& f, bool isClosed = false) {
     return Narrow(window, {f(cut.first.from), f(cut.first.to)}, cut.first.t,
-                  {f(cut.second.from), f(cut.second.to)}, cut.second.t);
+                  {f(cut.second.from), f(cut.second.to)}, cut.second.t, isClosed);
 }
 
 Wm4::Vector2<long> Narrowed(const Fraction& f) {
@@ -471,7 +476,7 @@ HiddenOfCut(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) 
         const auto side = [&](const BakedVertex& p) {
             return (Wide{p.x} - a.x) * (Wide{b.y} - a.y) - (Wide{p.y} - a.y) * (Wide{b.x} - a.x);
         };
-        if (!NarrowBy(window, cut, side)) {
+        if (!NarrowBy(window, cut, side, baked.contactTolerance > 0)) {
             return std::nullopt;
         }
     }

@@ -173,6 +173,21 @@ TEST(Contact, ALineInAThirdFaceIsNotHiddenByIt) {
     EXPECT_GT(lengthBeside(2), 50.0);
 }
 
+TEST(Contact, ALineBehindTheEdgeThatTwoFacesShareIsHiddenByThem) {
+    GridTriangle a = {{{100, 10, 300}, {100, 210, 300}, {300, 110, 300}}};
+    GridTriangle b = {{{100, 110, 200}, {260, 30, 360}, {260, 190, 360}}};
+    // In front of it, two triangles side by side along the column of the line, x = 200.
+    GridTriangle left = {{{200, 0, 50}, {200, 400, 50}, {0, 200, 50}}};
+    GridTriangle right = {{{200, 0, 50}, {200, 400, 50}, {400, 200, 50}}};
+    for (GridTriangle* t : {&a, &b, &left, &right}) {
+        ASSERT_TRUE(TurnCounterClockwise(*t));
+    }
+    BakedTriangles baked = OnTheGrid(kFine, {a, b, left, right});
+    EXPECT_TRUE(CutsOf(baked));
+    baked.setContactTolerance(1);
+    EXPECT_FALSE(CutsOf(baked));
+}
+
 // A wall of two triangles, one above the other, and a floor that passes between them.
 TEST(Contact, ASurfaceThatPassesThroughAPlaneAlongItsOwnEdgeGivesThatEdge) {
     GridTriangle floor = {{{0, 0, 300}, {400, 0, 300}, {0, 400, 100}}};
