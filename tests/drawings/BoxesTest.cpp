@@ -3,9 +3,8 @@
 //   build/release/tests/drawings/drawings_tests --gtest_filter='*Boxes*'
 //     prints a table for each kind of scene, and the worst scenes with what is wrong where;
 //     CTR_TEST_SCALE=20 tries twenty times as many.
-//   CTR_SHOW_BOXES='rafters/perspective axis/17' .../drawings_tests --gtest_filter='*OneScene*'
-//     writes that scene into the current folder as boxes.obj, and its lines as boxes.svg: grey ones
-//     are right, red ones missing, blue ones invented. It prints the options that draw it.
+//
+// show_boxes writes one of the scenes for somebody to look at.
 #include "BoxDrawing.h"
 #include "support/Random.h"
 
@@ -14,7 +13,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <iostream>
 #include <string>
 #include <utility>
@@ -134,15 +132,5 @@ INSTANTIATE_TEST_SUITE_P(OfEveryKind,
                                          SceneKind::Stairs,
                                          SceneKind::Rafters),
                          [](const auto& info) { return std::string(NameOf(info.param)); });
-
-TEST(OneScene, IsWrittenForSomebodyToLookAt) {
-    const char* const name = std::getenv("CTR_SHOW_BOXES");
-    if (name == nullptr) {
-        GTEST_SKIP() << "CTR_SHOW_BOXES names no scene";
-    }
-    const BoxDrawing drawing(drawings::ReadCase(name));
-    drawing.write("boxes");
-    std::cout << drawing.report();
-}
 
 } // namespace
