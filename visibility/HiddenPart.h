@@ -66,7 +66,8 @@ struct HiddenCandidate {
 
     /// Whether some of it has a value below a limit.
     bool reachesBelow(long limit, const EndValues& value) const {
-        return value.isBelow(limit, start) || value.isBelow(limit, end);
+        return (value.atA < limit && value.atB < limit) || value.isBelow(limit, start) ||
+               value.isBelow(limit, end);
     }
 
     /// Keeps what lies strictly behind a plane, of a segment with an end behind it.
@@ -145,8 +146,7 @@ inline std::optional<RationalInterval> HiddenPart(const BakedVertex& p0,
         return std::nullopt;
     }
     const EndValues distance{Dot(normal, Difference(a, p0)), Dot(normal, Difference(b, p0))};
-    const long deepest = -tolerance.bandOf(normal);
-    if (distance.atA >= deepest && distance.atB >= deepest) {
+    if (distance.atA >= 0 && distance.atB >= 0) {
         return std::nullopt;
     }
     HiddenCandidate candidate = sides.within();
@@ -155,7 +155,7 @@ inline std::optional<RationalInterval> HiddenPart(const BakedVertex& p0,
     }
     candidate.clipToPlane(distance);
     if (!candidate.isProper() ||
-        (!tolerance.isOff() && !candidate.reachesBelow(deepest, distance))) {
+        (!tolerance.isOff() && !candidate.reachesBelow(-tolerance.bandOf(normal), distance))) {
         return std::nullopt;
     }
     return RationalInterval{candidate.start, candidate.end};

@@ -54,7 +54,7 @@ PairSearch::PairSearch(const BakedTriangles& baked,
                        std::function<bool()> goOn)
     : baked_(baked), triangles_(triangles), triangleDone_(std::move(triangleDone)),
       goOn_(std::move(goOn)),
-      onPlane_(baked.contactTolerance == 0 ? OnPlane::neither : OnPlane::inFront) {
+      edgeOnPlane_(baked.contactTolerance == 0 ? EdgeOnPlane::touches : EdgeOnPlane::isInFront) {
     // Let a plane have values up to v in the scene, the offset among them. Rounding by 2^-24 costs
     // v three times for terms (coordinate, normal, product), twice for each of three sums with the
     // offset, and once for the offset: ten of sixteen. What a box adds to the terms on one side of
@@ -342,13 +342,13 @@ void PairSearch::test(std::uint32_t slotA, const GridVector& normalA, std::uint3
     const BakedVertex* const a = triangles_[slotA].corners;
     const BakedVertex* const b = triangles_[slotB].corners;
     const PlaneValues valuesB(b, a[0], normalA);
-    if (!valuesB.straddle(onPlane_)) {
+    if (!valuesB.straddle(edgeOnPlane_)) {
         return;
     }
     const GridVector& normalB = four_->normals[slotB - four_->firstSlot];
     const PlaneValues valuesA(a, b[0], normalB);
-    if (!valuesA.straddle(onPlane_) || !BoxesMeet(triangles_[slotA], triangles_[slotB]) ||
-        (onPlane_ == OnPlane::inFront && ShareAnEdge(a, b))) {
+    if (!valuesA.straddle(edgeOnPlane_) || !BoxesMeet(triangles_[slotA], triangles_[slotB]) ||
+        (valuesA.haveEdge() && valuesB.haveEdge() && ShareAnEdge(a, b))) {
         return;
     }
     const std::uint32_t numberA = triangles_[slotA].number;
@@ -356,8 +356,7 @@ void PairSearch::test(std::uint32_t slotA, const GridVector& normalA, std::uint3
     const bool inOrder = numberA < numberB;
     const CutTriangle dataA{a, normalA, valuesA};
     const CutTriangle dataB{b, normalB, valuesB};
-    if (const auto found =
-            inOrder ? FindPiercing(dataA, dataB, onPlane_) : FindPiercing(dataB, dataA, onPlane_)) {
+    if (const auto found = inOrder ? FindPiercing(dataA, dataB) : FindPiercing(dataB, dataA)) {
         found_.push_back({std::min(numberA, numberB),
                           inOrder ? slotB : slotA,
                           {found->ends[0], found->ends[1]},

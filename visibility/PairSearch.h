@@ -82,7 +82,7 @@ private:
     const std::vector<Triangle>& triangles_;
     std::function<bool()> triangleDone_;
     std::function<bool()> goOn_;
-    OnPlane onPlane_;             ///< Edges on planes count with a contact tolerance only.
+    EdgeOnPlane edgeOnPlane_;     ///< In front with a contact tolerance only.
     float rounding_[3] = {};      ///< How far products with a coordinate may be off, by axis.
     bool floatsAreExact_ = true;  ///< Those of coordinates.
     std::vector<bool> marked_;    ///< One a slot.

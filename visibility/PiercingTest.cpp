@@ -70,13 +70,19 @@ struct Crossings {
 };
 
 /// Which two edges a plane crosses, in edge order, by the signs of its values at the corners. A
-/// corner on the plane belongs to the edge that ends there.
+/// corner on the plane belongs to the edge that ends there; two are in front of it, where the third
+/// is behind (EdgeOnPlane).
 struct CrossedEdges {
     std::array<int, 2> of[27] = {};
 
     constexpr CrossedEdges() {
         for (int signs = 0; signs < 27; ++signs) {
-            const int at[3] = {signs / 9 - 1, signs / 3 % 3 - 1, signs % 3 - 1};
+            int at[3] = {signs / 9 - 1, signs / 3 % 3 - 1, signs % 3 - 1};
+            const bool isBehindFromEdge =
+                (at[0] == 0) + (at[1] == 0) + (at[2] == 0) == 2 && at[0] + at[1] + at[2] < 0;
+            for (int& side : at) {
+                side = side == 0 && isBehindFromEdge ? 1 : side;
+            }
             std::size_t count = 0;
             for (int k = 0; k < 3 && count < 2; ++k) {
                 const int to = at[(k + 1) % 3];
@@ -90,12 +96,9 @@ struct CrossedEdges {
 constexpr CrossedEdges kCrossedEdges;
 
 /// The two crossings of a straddling triangle's edges.
-Crossings FindCrossings(const PlaneValues& values, OnPlane onPlane) {
+Crossings FindCrossings(const PlaneValues& values) {
     const auto& at = values.at;
-    const auto sideOf = [onPlane](long value) {
-        return value == 0 && onPlane == OnPlane::inFront ? 1 : SignOf(value);
-    };
-    const int signs = 9 * sideOf(at[0]) + 3 * sideOf(at[1]) + sideOf(at[2]) + 13;
+    const int signs = 9 * SignOf(at[0]) + 3 * SignOf(at[1]) + SignOf(at[2]) + 13;
     const auto& [first, second] = kCrossedEdges.of[signs];
     return {{first, at[first], at[(first + 1) % 3]}, {second, at[second], at[(second + 1) % 3]}};
 }
@@ -209,9 +212,9 @@ BakedVertex PointAt(const BakedVertex& p0, const BakedVertex& p1, const Fraction
             CoordinateAt(p0.z, p1.z, t, share)};
 }
 
-std::optional<Piercing> FindPiercing(const CutTriangle& a, const CutTriangle& b, OnPlane onPlane) {
-    const Crossings crossingsA = FindCrossings(a.values, onPlane);
-    const Crossings crossingsB = FindCrossings(b.values, onPlane);
+std::optional<Piercing> FindPiercing(const CutTriangle& a, const CutTriangle& b) {
+    const Crossings crossingsA = FindCrossings(a.values);
+    const Crossings crossingsB = FindCrossings(b.values);
     const RoughSpan roughA(a.corners, crossingsA);
     const RoughSpan roughB(b.corners, crossingsB);
     // On one line, spans apart on an axis are as far apart on the axis of larger extent.

@@ -8,11 +8,11 @@
 
 namespace ctr {
 
-/// Which side a corner on a plane is on. Where a surface passes through a plane along an edge
-/// between two of its triangles, neither of these has corners on both sides of it; with corners on
-/// the plane in front of it, the one behind has (the idea of H. Edelsbrunner and E. P. Muecke,
-/// Simulation of simplicity, ACM Transactions on Graphics 9, 1990, for this one case).
-enum class OnPlane : std::uint8_t { neither, inFront };
+/// What a triangle behind a plane does that has an edge on it. Where a surface passes through a
+/// plane along an edge between two of its triangles, neither of these has corners on both sides. If
+/// the edge counts as in front of the plane, the one behind has (the idea of H. Edelsbrunner and E.
+/// P. Muecke, Simulation of simplicity, ACM Transactions on Graphics 9, 1990, for this one case).
+enum class EdgeOnPlane : std::uint8_t { touches, isInFront };
 
 /// Values of a plane at the corners of a triangle.
 struct PlaneValues {
@@ -23,10 +23,18 @@ struct PlaneValues {
              Dot(normal, Difference(corners[1], origin)),
              Dot(normal, Difference(corners[2], origin))} {}
 
-    bool straddle(OnPlane onPlane) const {
-        const long front = onPlane == OnPlane::inFront ? 0 : 1;
-        return (at[0] < 0 || at[1] < 0 || at[2] < 0) &
-               (at[0] >= front || at[1] >= front || at[2] >= front);
+    /// By sign bits: most pairs of triangles end here.
+    bool straddle(EdgeOnPlane edge) const {
+        const long behind = at[0] | at[1] | at[2];
+        const long inFront =
+            WrapSubtract(0, at[0]) | WrapSubtract(0, at[1]) | WrapSubtract(0, at[2]);
+        return (behind & inFront) < 0 ||
+               (edge == EdgeOnPlane::isInFront && behind < 0 && haveEdge());
+    }
+
+    /// Two corners are on the plane.
+    bool haveEdge() const {
+        return at[0] == 0 ? (at[1] == 0) != (at[2] == 0) : at[1] == 0 && at[2] == 0;
     }
 };
 
@@ -43,8 +51,8 @@ struct Piercing {
     bool grazing;
 };
 
-/// How a and b cut each other, if they do. Their boxes share a point.
-std::optional<Piercing> FindPiercing(const CutTriangle& a, const CutTriangle& b, OnPlane onPlane);
+/// How a and b cut each other, if they do. Both straddle, and their boxes share a point.
+std::optional<Piercing> FindPiercing(const CutTriangle& a, const CutTriangle& b);
 
 /// Where the given edge of a triangle, from that corner to the next, crosses a plane.
 tPointOnEdge CrossingOf(const BakedVertex* corners,

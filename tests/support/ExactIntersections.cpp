@@ -72,10 +72,12 @@ Distances DistancesOf(const Corners& corners, const BakedVertex& origin, const N
             AlongNormal(corners[2], origin, n)};
 }
 
-// With a contact tolerance, a corner in the plane is in front of it.
+// With a contact tolerance, an edge in the plane of a triangle behind it is in front of it.
 Distances WithSides(Distances d, bool inContact) {
+    const bool hasEdge = std::count(d.begin(), d.end(), Wide{0}) == 2;
+    const bool isBehind = *std::min_element(d.begin(), d.end()) < 0;
     for (Wide& distance : d) {
-        distance = distance == 0 && inContact ? 1 : distance;
+        distance = distance == 0 && inContact && hasEdge && isBehind ? 1 : distance;
     }
     return d;
 }
