@@ -647,7 +647,7 @@ TEST_F(Written, AsJsonTellOfEachVisibleLineOnce) {
         if (segment["paper"].is_null()) {
             continue;
         }
-        const auto along = [&](int axis) {
+        const auto along = [&](std::size_t axis) {
             return segment["paper"][1][axis].get<double>() -
                    segment["paper"][0][axis].get<double>();
         };
