@@ -121,8 +121,7 @@ bool PolygonCutter::isEar(std::uint32_t ear) {
     const std::uint32_t c = next_[ear];
     std::size_t kept = 0;
     bool free = true;
-    for (std::size_t i = 0; i < inward_.size(); ++i) {
-        const std::uint32_t p = inward_[i];
+    for (const std::uint32_t p : inward_) {
         if (gone_[p]) {
             continue;
         }

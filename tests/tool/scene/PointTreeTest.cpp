@@ -57,6 +57,7 @@ TEST(PointTree, FindsEveryPointNearASegment) {
 
 TEST(PointTree, LeavesOutWhatIsFarAndStopsInTime) {
     std::vector<Vector> points;
+    points.reserve(10000);
     for (int i = 0; i < 10000; ++i) {
         points.emplace_back(i % 100, i / 100, 0.0);
     }
