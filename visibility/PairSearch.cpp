@@ -26,17 +26,6 @@ float Extent(const kx::kxBBox& box) {
     return (box.max[0] - box.min[0]) + (box.max[1] - box.min[1]) + (box.max[2] - box.min[2]);
 }
 
-/// Whether two corners of one triangle are corners of the other.
-bool ShareAnEdge(const BakedVertex* a, const BakedVertex* b) {
-    int shared = 0;
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) {
-            shared += a[i].x == b[j].x && a[i].y == b[j].y && a[i].z == b[j].z ? 1 : 0;
-        }
-    }
-    return shared >= 2;
-}
-
 /// Whether the boxes of two triangles share a point.
 bool BoxesMeet(const OccluderTree::Triangle& a, const OccluderTree::Triangle& b) {
     const auto& [p, q, r] = a.corners;
@@ -347,8 +336,7 @@ void PairSearch::test(std::uint32_t slotA, const GridVector& normalA, std::uint3
     }
     const GridVector& normalB = four_->normals[slotB - four_->firstSlot];
     const PlaneValues valuesA(a, b[0], normalB);
-    if (!valuesA.straddle(edgeOnPlane_) || !BoxesMeet(triangles_[slotA], triangles_[slotB]) ||
-        (valuesA.haveEdge() && valuesB.haveEdge() && ShareAnEdge(a, b))) {
+    if (!valuesA.straddle(edgeOnPlane_) || !BoxesMeet(triangles_[slotA], triangles_[slotB])) {
         return;
     }
     const std::uint32_t numberA = triangles_[slotA].number;

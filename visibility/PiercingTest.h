@@ -12,6 +12,8 @@ namespace ctr {
 /// plane along an edge between two of its triangles, neither of these has corners on both sides. If
 /// the edge counts as in front of the plane, the one behind has (the idea of H. Edelsbrunner and E.
 /// P. Muecke, Simulation of simplicity, ACM Transactions on Graphics 9, 1990, for this one case).
+/// Neighbours that are behind each other from the edge they share lie beside each other on screen:
+/// AreInContact() leaves them out.
 enum class EdgeOnPlane : std::uint8_t { touches, isInFront };
 
 /// Values of a plane at the corners of a triangle.

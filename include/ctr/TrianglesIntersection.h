@@ -17,7 +17,7 @@ namespace ctr {
 /// Triangles that only touch, along an edge, at a vertex or within one plane, give no line. With a
 /// contact tolerance (BakedTriangles::setContactTolerance()), triangles that are within it of each
 /// other wherever they overlap on screen give none either, and one that touches the other's plane
-/// from behind along an edge gives that edge, unless the two share it: so a line is found where a
+/// from behind along an edge gives that edge, where they overlap: so a line is found where a
 /// surface passes through a plane along an edge of its own. All decisions are exact in the grid.
 /// The baked triangles are borrowed and have to outlive the object, which keeps nothing between
 /// calls. One thread at a time.

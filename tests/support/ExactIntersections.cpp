@@ -86,14 +86,6 @@ bool Straddles(const Distances& d) {
     return *std::min_element(d.begin(), d.end()) < 0 && *std::max_element(d.begin(), d.end()) > 0;
 }
 
-bool ShareAnEdge(const Corners& a, const Corners& b) {
-    return std::count_if(a.begin(), a.end(), [&](const BakedVertex& p) {
-               return std::any_of(b.begin(), b.end(), [&](const BakedVertex& q) {
-                   return p.x == q.x && p.y == q.y && p.z == q.z;
-               });
-           }) >= 2;
-}
-
 bool HasZero(const Distances& d) {
     return std::find(d.begin(), d.end(), Wide{0}) != d.end();
 }
@@ -449,7 +441,7 @@ CutOf(const BakedTriangles& baked, unsigned int i, unsigned int j, CutCounts& co
     const bool inContact = baked.contactTolerance > 0;
     const Distances sidesOfA = WithSides(ofA, inContact);
     const Distances sidesOfB = WithSides(ofB, inContact);
-    if (!Straddles(sidesOfA) || !Straddles(sidesOfB) || (inContact && ShareAnEdge(a, b))) {
+    if (!Straddles(sidesOfA) || !Straddles(sidesOfB)) {
         counts.touching += HasZero(ofA) || HasZero(ofB) ? 1 : 0;
         return std::nullopt;
     }
