@@ -1,10 +1,10 @@
-// How far behind a face something has to reach before the face hides it.
+// The distance from a face within which something touches the face rather than lies behind it.
 //
-// Each corner is rounded to the grid by itself, by less than a step along every axis. A point of a
-// face's plane that lies within the face on screen is therefore found at a plane value below
-// |nx| + |ny| + |nz|, n being the normal: on either side, as chance has it. With a tolerance of k
-// steps, values up to k (|nx| + |ny| + |nz|) are contact. k = 1 covers the rounding to the grid, 2
-// what single precision adds to it before.
+// Every corner is rounded to the grid separately, by less than one step per axis. A point that lies
+// in the plane of a face, and within the face on screen, therefore gets a plane value of less than
+// |nx| + |ny| + |nz|, where n is the normal; its sign is arbitrary. With a tolerance of k steps,
+// values up to k (|nx| + |ny| + |nz|) count as contact. One step covers the rounding to the grid, a
+// second one the single-precision rounding before it.
 //
 // Numbers (see GridArithmetic.h for the sizes): steps are at most a quarter of the grid's extent
 // along any axis, so a band is below (2^(b-2) 2^(b+d+2)) + (2^(d-2) 2^(2b+1)) < 2^(2b + d + 1), the
@@ -21,8 +21,7 @@
 
 namespace ctr {
 
-/// By how much the value of a plane changes at the most when a point moves by a step along every
-/// axis.
+/// The largest change of a plane value when a point moves by one step along every axis.
 inline long ChangePerStep(const GridVector& normal) {
     return std::abs(normal[0]) + std::abs(normal[1]) + std::abs(normal[2]);
 }
@@ -30,8 +29,11 @@ inline long ChangePerStep(const GridVector& normal) {
 class ContactTolerance {
 public:
     ContactTolerance() = default;
+    /// Looks at the grid only where the tolerance is on.
     explicit ContactTolerance(const BakedTriangles& baked)
-        : steps_(std::min(long{baked.contactTolerance}, MostSteps(*baked.projectionSpace))) {}
+        : steps_(baked.contactTolerance == 0
+                     ? 0
+                     : std::min(long{baked.contactTolerance}, MostSteps(*baked.projectionSpace))) {}
 
     bool isOff() const { return steps_ == 0; }
 

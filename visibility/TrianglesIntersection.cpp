@@ -65,6 +65,12 @@ private:
 /// The triangles and who is to be told.
 struct Search {
     std::vector<FoundIntersection> findIntersectionEdges(bool visibleOnly) const;
+    struct TrianglePair {
+        OccluderTree::Triangle triangles[2];
+        GridVector normals[2];
+    };
+
+    TrianglePair pairOf(const FoundIntersection& found) const;
     IntersectionEdge edgeOf(const FoundIntersection& found) const;
     bool isContact(const FoundIntersection& found) const;
     bool collectPieces(const std::vector<FoundIntersection>& edges,
@@ -131,15 +137,20 @@ std::vector<FoundIntersection> Search::findIntersectionEdges(bool visibleOnly) c
     return search.run();
 }
 
-IntersectionEdge Search::edgeOf(const FoundIntersection& found) const {
+Search::TrianglePair Search::pairOf(const FoundIntersection& found) const {
     const std::uint32_t numbers[2] = {found.first, triangles->bvh.primitives[found.secondSlot]};
-    const OccluderTree::Triangle both[2] = {OccluderTree::triangleOf(*triangles, numbers[0]),
-                                            OccluderTree::triangleOf(*triangles, numbers[1])};
+    return {{OccluderTree::triangleOf(*triangles, numbers[0]),
+             OccluderTree::triangleOf(*triangles, numbers[1])},
+            {triangles->trianglePlanes[numbers[0]], triangles->trianglePlanes[numbers[1]]}};
+}
+
+IntersectionEdge Search::edgeOf(const FoundIntersection& found) const {
+    const TrianglePair pair = pairOf(found);
     const auto crossing = [&](int end) {
         const int own = end / 3;
         const int other = 1 - own;
-        return CrossingOf(both[own].corners, end % 3, both[other].corners[0],
-                          triangles->trianglePlanes[numbers[other]]);
+        return CrossingOf(pair.triangles[own].corners, end % 3, pair.triangles[other].corners[0],
+                          pair.normals[other]);
     };
     return {crossing(found.ends[0]), crossing(found.ends[1])};
 }
@@ -150,11 +161,8 @@ bool Search::isContact(const FoundIntersection& found) const {
     if (tolerance.isOff()) {
         return false;
     }
-    const std::uint32_t numbers[2] = {found.first, triangles->bvh.primitives[found.secondSlot]};
-    const OccluderTree::Triangle both[2] = {OccluderTree::triangleOf(*triangles, numbers[0]),
-                                            OccluderTree::triangleOf(*triangles, numbers[1])};
-    return AreInContact({both[0].corners, triangles->trianglePlanes[numbers[0]]},
-                        {both[1].corners, triangles->trianglePlanes[numbers[1]]}, tolerance);
+    const auto& [pair, normals] = pairOf(found);
+    return AreInContact({pair[0].corners, normals[0]}, {pair[1].corners, normals[1]}, tolerance);
 }
 
 void Search::appendPiece(const IntersectionEdge& edge,

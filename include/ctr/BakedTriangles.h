@@ -56,14 +56,14 @@ public:
     /// The camera and grid to bake with; borrowed.
     void setProjectionSpace(const DiscreteProjectionSpace* space);
 
-    /// How far behind a triangle's plane something has to reach before the triangle hides it, and
-    /// apart two triangles have to be before they cut each other, in grid steps; 0, the default,
-    /// for none.
+    /// Sets the contact tolerance in grid steps; 0, the default, is none.
     ///
-    /// Every corner is rounded to the grid by itself, so faces that lie in one plane do not any
-    /// more: without a tolerance, chance decides which of them hides the edges of the other. With
-    /// 2 steps an edge that lies in a face is not hidden by it, and faces in one plane give no
-    /// lines. A quarter of the grid's extent along its shortest axis is the most that counts.
+    /// A line within the tolerance of a triangle's plane is not hidden by the triangle, and two
+    /// triangles within it of each other do not intersect. Every corner is rounded to the grid
+    /// separately, so coplanar faces are no longer coplanar there: without a tolerance, rounding
+    /// decides which of them hides the edges of the other. With 2 steps, an edge that lies in a
+    /// face is visible, and coplanar faces give no lines. Values above a quarter of the grid's
+    /// extent along its shortest axis count as that quarter.
     void setContactTolerance(unsigned int steps);
 
     /// Bakes the meshes; both setters have to have been called. May be called again.

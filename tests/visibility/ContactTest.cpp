@@ -115,6 +115,12 @@ TEST(Contact, IsOffByDefault) {
     EXPECT_EQ(BakedTriangles().contactTolerance, 0U);
 }
 
+TEST(Contact, WithoutAToleranceTheGridIsNotLookedAt) {
+    BakedTriangles baked = WithTolerance(kLevel, 0);
+    baked.setProjectionSpace(nullptr);
+    EXPECT_EQ(Query(baked, {3, 3, 9}, {5, 4, 9}).size(), 1U);
+}
+
 // --- pairs by hand ---
 
 BakedTriangles Pair(GridTriangle a, GridTriangle b, unsigned int steps) {

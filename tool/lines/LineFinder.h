@@ -15,8 +15,7 @@ namespace kxcontour {
 
 using LineSetPointer = kx::kxPointer<ctr::LineSegmentSet>;
 
-/// In steps of the grid: one for what rounding to the grid does to faces in one plane, one for what
-/// single precision does.
+/// In grid steps: one for the rounding of coplanar faces to the grid, one for single precision.
 constexpr unsigned int kContactTolerance = 2;
 
 /// Which lines are looked for.
