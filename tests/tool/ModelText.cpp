@@ -320,6 +320,17 @@ std::string X3dText(const std::string& size, const std::string& head) {
            head + "</head><Scene><Shape><Box size=\"" + size + "\"/></Shape></Scene></X3D>\n";
 }
 
+std::string CombObj(int corners) {
+    std::string text;
+    std::string face = "f";
+    for (int i = 0; i < corners; ++i) {
+        text += "v " + std::to_string(i) + ' ' + std::to_string(i % 2 == 0 ? i % 977 : -5 - i % 7) +
+                " 0\n";
+        face += ' ' + std::to_string(i + 1);
+    }
+    return text + face + '\n';
+}
+
 std::string DxfText(const MeshData& data, const std::string& header) {
     std::ostringstream text = TextStream();
     text << "  0\nSECTION\n  2\nHEADER\n" << header << "  0\nENDSEC\n  0\nSECTION\n  2\nENTITIES\n";

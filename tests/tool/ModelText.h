@@ -76,6 +76,10 @@ std::string Bytes3mf(const std::string& model);
 std::string AmfText(const test_support::MeshData& data, const std::string& attributes);
 std::string X3dText(const std::string& size, const std::string& head);
 
+/// An OBJ file of one polygon: a comb with teeth of all lengths, every other corner of which is an
+/// inward one.
+std::string CombObj(int corners);
+
 /// A DXF file with the triangles as faces; header holds lines of the header section.
 std::string DxfText(const test_support::MeshData& data, const std::string& header);
 

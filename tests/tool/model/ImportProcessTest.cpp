@@ -123,15 +123,8 @@ TEST(ImportModel, EndsImportersThatWait) {
 TEST(ImportModel, EndsImportersThatWorkTooLong) {
     // One polygon of so many corners that cutting it into triangles takes minutes; by a name of no
     // format, which leaves it to the importers.
-    std::string text;
-    std::string face = "f";
-    for (int i = 0; i < 100000; ++i) {
-        text += "v " + std::to_string(i) + ' ' + std::to_string(i % 2 == 0 ? i % 977 : -5 - i % 7) +
-                " 0\n";
-        face += ' ' + std::to_string(i + 1);
-    }
     const TemporaryFolder folder;
-    const std::string path = folder.write("long", text + face + '\n');
+    const std::string path = folder.write("long", tool_test::CombObj(100000));
     kxcontour::ImportLimits limits;
     limits.work = std::chrono::seconds(1);
     EXPECT_EQ(FailureOf(ExitCode::Unreadable, [&] { ImportModel(FileRequest(path), limits); }),

@@ -138,16 +138,9 @@ TEST(ReadObj, LeavesWhatIsNoObjToTheImporter) {
 }
 
 TEST(ReadObj, TakesLittleTimeForAPolygonOfManyCorners) {
-    // Every other corner is an inward one, of a comb with teeth of all lengths.
-    std::string text;
-    std::string face = "f";
-    for (int i = 0; i < 100000; ++i) {
-        text += "v " + std::to_string(i) + ' ' + std::to_string(i % 2 == 0 ? i % 977 : -5 - i % 7) +
-                " 0\n";
-        face += ' ' + std::to_string(i + 1);
-    }
+    const std::string text = tool_test::CombObj(100000);
     const auto started = std::chrono::steady_clock::now();
-    EXPECT_EQ(Read(text + face + '\n').objects.at(0).corners.size(), 3U * 99998U);
+    EXPECT_EQ(Read(text).objects.at(0).corners.size(), 3U * 99998U);
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(20));
 }
 
