@@ -12,6 +12,7 @@
 #include "projection/GridQuantisation.h"
 #include "projection/Homogeneous.h"
 #include "visibility/BakedMesh.h"
+#include "visibility/Baking.h"
 #include "visibility/GridArithmetic.h"
 #include "visibility/HierarchyNode.h"
 
@@ -140,11 +141,13 @@ unsigned int FanOriginBits(unsigned int codes, unsigned int j, unsigned int n, b
 /// What the hierarchy is built over: the triangles' boxes in world space.
 class TrianglePrimitives : public kx::kxGenericBVHPrimitives {
 public:
-    explicit TrianglePrimitives(const BakedTriangles& baked)
+    TrianglePrimitives(const BakedTriangles& baked, Work& work)
         : indices_(baked.triangleIndices), positions_(baked.vertices.size()) {
-        std::transform(
-            baked.vertices.begin(), baked.vertices.end(), positions_.begin(),
-            [&](const BakedVertex& v) { return GridToWorld(*baked.projectionSpace, v); });
+        std::transform(baked.vertices.begin(), baked.vertices.end(), positions_.begin(),
+                       [&](const BakedVertex& v) {
+                           work.count(1);
+                           return GridToWorld(*baked.projectionSpace, v);
+                       });
     }
 
     unsigned int getPrimitiveQuantity() const override {
@@ -211,10 +214,11 @@ struct ProjectedVertices {
         outside = std::make_unique_for_overwrite<OutsideBits[]>(static_cast<std::size_t>(most));
     }
 
-    void project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space) {
+    void project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space, Work& work) {
         const VertexProjector projector(mesh, space);
         count = VertexQuantity(mesh);
         for (int i = 0; i < count; ++i) {
+            work.count(1);
             clip[static_cast<std::size_t>(i)] = projector(i);
             outside[static_cast<std::size_t>(i)] =
                 OutsideOf(space, clip[static_cast<std::size_t>(i)]);
@@ -231,8 +235,9 @@ class MeshClipper {
 public:
     MeshClipper(const DiscreteProjectionSpace& space,
                 const kx::kxTriMesh& mesh,
-                const ProjectedVertices& projected)
-        : space_(space), mesh_(mesh), projected_(projected) {}
+                const ProjectedVertices& projected,
+                Work& work)
+        : space_(space), mesh_(mesh), projected_(projected), work_(work) {}
 
     void run(BakedTriangles::tFirstPassData& data, std::size_t meshNumber) {
         const TriangleReader triangles(mesh_);
@@ -240,6 +245,7 @@ public:
         unsigned int* inside = data.insideTriangles[meshNumber];
         for (int i = 0; i < count; ++i) {
             int corners[3];
+            work_.count(1);
             if (!triangles.read(i, corners) || !exist(corners)) {
                 continue;
             }
@@ -316,14 +322,15 @@ private:
     const DiscreteProjectionSpace& space_;
     const kx::kxTriMesh& mesh_;
     const ProjectedVertices& projected_;
+    Work& work_;
 };
 
 /// The second pass over one mesh.
 class MeshBaker {
 public:
-    MeshBaker(BakedTriangles& baked, std::size_t meshNumber, unsigned int firstVertex)
+    MeshBaker(BakedTriangles& baked, std::size_t meshNumber, unsigned int firstVertex, Work& work)
         : baked_(baked), mesh_(*baked.meshes[meshNumber]), meshNumber_(meshNumber),
-          firstVertex_(firstVertex) {}
+          firstVertex_(firstVertex), work_(work) {}
 
     /// Returns the number of the vertex after the mesh's last.
     unsigned int run(BakedTriangles::tFirstPassData& data) {
@@ -333,6 +340,7 @@ public:
         const VertexProjector projector(mesh_, *baked_.projectionSpace);
         const int count = VertexQuantity(mesh_);
         for (int i = 0; i < count; ++i) {
+            work_.count(1);
             baked_.vertices[firstVertex_ + static_cast<unsigned int>(i)] =
                 BakeVertex(*baked_.projectionSpace, projector(i));
         }
@@ -342,6 +350,7 @@ public:
 
         unsigned int nextVertex = firstVertex_ + static_cast<unsigned int>(count);
         for (BakedTriangles::ClippedPolygon& polygon : data.clippedPolygons[meshNumber_]) {
+            work_.count(polygon.vertexCount);
             addPolygonVertices(polygon, nextVertex);
             addFan(polygon, nextVertex);
             nextVertex += polygon.vertexCount;
@@ -354,6 +363,7 @@ private:
         const TriangleReader triangles(mesh_);
         const int count = mesh_.GetTriangleQuantity();
         for (int i = 0; i < count; ++i) {
+            work_.count(1);
             const auto bit = static_cast<unsigned int>(i);
             if ((inside[bit / kBitsPerWord] >> (bit % kBitsPerWord) & 1U) == 0) {
                 continue;
@@ -392,6 +402,7 @@ private:
     const kx::kxTriMesh& mesh_;
     std::size_t meshNumber_;
     unsigned int firstVertex_;
+    Work& work_;
 };
 
 std::size_t FanTriangleCount(const std::list<BakedTriangles::ClippedPolygon>& polygons) {
@@ -420,7 +431,111 @@ private:
     BakedTriangles* baked_;
 };
 
+void RunFirstPass(const BakedTriangles& baked, BakedTriangles::tFirstPassData& data, Work& work) {
+    const std::vector<const kx::kxTriMesh*>& meshes = baked.meshes;
+    data.release();
+    data.clippedPolygons.resize(meshes.size());
+    data.insideTriangles.resize(meshes.size(), nullptr);
+    ProjectedVertices projected(meshes);
+    for (std::size_t i = 0; i < meshes.size(); ++i) {
+        if (!IsUsable(meshes[i])) {
+            continue;
+        }
+        const auto triangles = static_cast<std::size_t>(meshes[i]->GetTriangleQuantity());
+        projected.project(*meshes[i], *baked.projectionSpace, work);
+        data.vertexCount += static_cast<std::uint32_t>(VertexQuantity(*meshes[i]));
+        data.insideTriangles[i] = new unsigned int[(triangles + kBitsPerWord - 1) / kBitsPerWord]();
+        MeshClipper(*baked.projectionSpace, *meshes[i], projected, work).run(data, i);
+    }
+}
+
+void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, Work& work) {
+    const std::size_t meshCount = baked.meshes.size();
+    baked.vertices.resize(data.vertexCount);
+    baked.triangleIndices.reserve(3 * std::size_t{data.triangleCount});
+    baked.trianglePlanes.reserve(data.triangleCount);
+    baked.meshFirstVertex.assign(meshCount + 1, 0);
+    baked.meshFirstTriangle.assign(meshCount + 1, 0);
+    baked.clippedTriangleOrigins.assign(meshCount, {});
+    unsigned int nextVertex = 0;
+    for (std::size_t i = 0; i < meshCount; ++i) {
+        if (IsUsable(baked.meshes[i])) {
+            baked.clippedTriangleOrigins[i].reserve(FanTriangleCount(data.clippedPolygons[i]));
+            nextVertex = MeshBaker(baked, i, nextVertex, work).run(data);
+        }
+    }
+    baked.meshFirstVertex.back() = nextVertex;
+    baked.meshFirstTriangle.back() = static_cast<unsigned int>(baked.trianglePlanes.size());
+}
+
+/// A builder of trees asks whether to go on as it gets on.
+class TreeWork : public kx::kxCancelInterfaceReadOnly {
+public:
+    explicit TreeWork(Work& work) : work_(work) {}
+
+    bool isCanceled() const override {
+        work_.advance(kItemsPerQuestion);
+        return work_.isCanceled();
+    }
+
+private:
+    static constexpr double kItemsPerQuestion = 4096.0;
+
+    Work& work_;
+};
+
+unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, Work& work) {
+    HierarchyNode& here = baked.bvh.nodes[node];
+    if (IsLeaf(here)) {
+        work.count(here.second);
+        here.box = LeafBox(baked, here);
+        return 1;
+    }
+    const unsigned int first = FirstChild(here);
+    const unsigned int second = SecondChild(here);
+    const unsigned int below = ComputeBoxes(baked, first, work) + ComputeBoxes(baked, second, work);
+    here.box = baked.bvh.nodes[first].box;
+    Extend(here.box, baked.bvh.nodes[second].box.min, baked.bvh.nodes[second].box.max);
+    return below + 1;
+}
+
+void BuildTree(BakedTriangles& baked, Work& work) {
+    if (baked.trianglePlanes.empty()) {
+        return;
+    }
+    const TreeWork treeWork(work);
+    if (kx::kxLinearGenericBVHBuilder::build(baked.bvh, TrianglePrimitives(baked, work), &treeWork,
+                                             kMaxTrianglesInLeaf)) {
+        ComputeBoxes(baked, 0, work);
+    }
+    work.look();
+}
+
 } // namespace
+
+double BakingCost(const std::vector<const kx::kxTriMesh*>& meshes) {
+    double vertices = 0.0;
+    double triangles = 0.0;
+    for (const kx::kxTriMesh* mesh : meshes) {
+        if (IsUsable(mesh)) {
+            vertices += VertexQuantity(*mesh);
+            triangles += mesh->GetTriangleQuantity();
+        }
+    }
+    // Each level of the tree looks at all triangles twice.
+    return 3.0 * vertices + triangles * (4.0 + 2.0 * std::log2(1.0 + triangles / 2.0));
+}
+
+void Bake(BakedTriangles& baked, Work& work) {
+    ++baked.bakeCount;
+    baked.clearData();
+    WholeOrNothing guard(baked);
+    BakedTriangles::tFirstPassData data;
+    RunFirstPass(baked, data, work);
+    RunSecondPass(baked, data, work);
+    BuildTree(baked, work);
+    guard.isWhole();
+}
 
 BakedTriangles::tFirstPassData::~tFirstPassData() {
     release();
@@ -455,65 +570,32 @@ void BakedTriangles::setContactTolerance(unsigned int steps) {
 }
 
 void BakedTriangles::initializeFirstPass(tFirstPassData& data) const {
-    data.release();
-    data.clippedPolygons.resize(meshes.size());
-    data.insideTriangles.resize(meshes.size(), nullptr);
-    ProjectedVertices projected(meshes);
-    for (std::size_t i = 0; i < meshes.size(); ++i) {
-        if (!IsUsable(meshes[i])) {
-            continue;
-        }
-        const auto triangles = static_cast<std::size_t>(meshes[i]->GetTriangleQuantity());
-        projected.project(*meshes[i], *projectionSpace);
-        data.vertexCount += static_cast<std::uint32_t>(VertexQuantity(*meshes[i]));
-        data.insideTriangles[i] = new unsigned int[(triangles + kBitsPerWord - 1) / kBitsPerWord]();
-        MeshClipper(*projectionSpace, *meshes[i], projected).run(data, i);
-    }
+    Work unwatched;
+    RunFirstPass(*this, data, unwatched);
 }
 
 void BakedTriangles::initialize() {
-    ++bakeCount;
-    clearData();
-    WholeOrNothing guard(*this);
-    tFirstPassData data;
-    initializeFirstPass(data);
+    Work unwatched;
+    Bake(*this, unwatched);
+}
 
-    vertices.resize(data.vertexCount);
-    triangleIndices.reserve(3 * std::size_t{data.triangleCount});
-    trianglePlanes.reserve(data.triangleCount);
-    meshFirstVertex.assign(meshes.size() + 1, 0);
-    meshFirstTriangle.assign(meshes.size() + 1, 0);
-    clippedTriangleOrigins.assign(meshes.size(), {});
-    unsigned int nextVertex = 0;
-    for (std::size_t i = 0; i < meshes.size(); ++i) {
-        if (IsUsable(meshes[i])) {
-            clippedTriangleOrigins[i].reserve(FanTriangleCount(data.clippedPolygons[i]));
-            nextVertex = MeshBaker(*this, i, nextVertex).run(data);
-        }
+bool BakedTriangles::initialize(kx::kxProgressNotifierInterface& notifier) {
+    Work work(&notifier);
+    try {
+        const double cost = BakingCost(meshes);
+        work.begin(cost, cost, 0.0);
+        Bake(*this, work);
+        work.finish();
+        return true;
+    } catch (const Cancelled&) {
+        clearData();
+        return false;
     }
-    meshFirstVertex.back() = nextVertex;
-    meshFirstTriangle.back() = static_cast<unsigned int>(trianglePlanes.size());
-
-    if (!trianglePlanes.empty() &&
-        kx::kxLinearGenericBVHBuilder::build(bvh, TrianglePrimitives(*this), nullptr,
-                                             kMaxTrianglesInLeaf)) {
-        computeBakedBVHBBox(0);
-    }
-    guard.isWhole();
 }
 
 unsigned int BakedTriangles::computeBakedBVHBBox(unsigned int node) {
-    HierarchyNode& here = bvh.nodes[node];
-    if (IsLeaf(here)) {
-        here.box = LeafBox(*this, here);
-        return 1;
-    }
-    const unsigned int first = FirstChild(here);
-    const unsigned int second = SecondChild(here);
-    const unsigned int below = computeBakedBVHBBox(first) + computeBakedBVHBBox(second);
-    here.box = bvh.nodes[first].box;
-    Extend(here.box, bvh.nodes[second].box.min, bvh.nodes[second].box.max);
-    return below + 1;
+    Work unwatched;
+    return ComputeBoxes(*this, node, unwatched);
 }
 
 void BakedTriangles::clearData() {

@@ -18,6 +18,7 @@
 #include "linesets/EdgeSort.h"
 #include "linesets/SetConstruction.h"
 #include "visibility/BakedMesh.h"
+#include "visibility/SilhouetteSearch.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -52,8 +53,11 @@ PositionKey KeyOf(const BakedVertex& p) {
 /// The silhouette edges of one mesh.
 class MeshSilhouette {
 public:
-    MeshSilhouette(const BakedTriangles& baked, std::size_t mesh, std::size_t nextMesh)
-        : baked_(baked), mesh_(mesh), firstVertex_(baked.meshFirstVertex[mesh]),
+    MeshSilhouette(const BakedTriangles& baked,
+                   std::size_t mesh,
+                   std::size_t nextMesh,
+                   Work& work)
+        : baked_(baked), work_(work), mesh_(mesh), firstVertex_(baked.meshFirstVertex[mesh]),
           vertexCount_(baked.meshFirstVertex[nextMesh] - firstVertex_),
           indices_(baked.triangleIndices.data() + 3 * std::size_t{baked.meshFirstTriangle[mesh]}),
           triangleCount_(baked.meshFirstTriangle[nextMesh] - baked.meshFirstTriangle[mesh]) {}
@@ -76,6 +80,7 @@ private:
     }
 
     PositionKey keyOf(std::size_t vertex) const {
+        work_.count(1);
         return KeyOf(baked_.vertices[firstVertex_ + vertex]);
     }
 
@@ -85,6 +90,7 @@ private:
         const unsigned int* corners = indices_;
         std::uint32_t number = 0;
         for (unsigned int j = 0; j < triangleCount_; ++j, corners += 3, number += 3) {
+            work_.count(1);
             const std::uint32_t place[3] = {places[corners[0] - firstVertex_],
                                             places[corners[1] - firstVertex_],
                                             places[corners[2] - firstVertex_]};
@@ -104,7 +110,8 @@ private:
         forEachEdge(places, [&](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
             buckets.add(from, to, number);
         });
-        const auto inside = [](std::uint32_t, const BucketEdge*, const BucketEdge*) {
+        const auto inside = [this](std::uint32_t, const BucketEdge*, const BucketEdge*) {
+            work_.count(1);
             return true;
         };
         std::vector<std::uint32_t> numbers;
@@ -137,7 +144,10 @@ private:
             candidates.push_back({std::min(fromRank, toRank), std::max(fromRank, toRank), number,
                                   toRank < fromRank});
         }
-        SortByFirstRank(candidates, ranks.count(), IsCandidateBefore);
+        SortByFirstRank(candidates, ranks.count(), [this](const auto& x, const auto& y) {
+            work_.count(1);
+            return IsCandidateBefore(x, y);
+        });
         return candidates;
     }
 
@@ -173,6 +183,7 @@ private:
     }
 
     const BakedTriangles& baked_;
+    Work& work_;
     std::size_t mesh_;
     unsigned int firstVertex_;
     unsigned int vertexCount_;
@@ -194,13 +205,11 @@ LineSegmentSet* MakeSet(const kx::kxTriMesh& mesh, const std::vector<unsigned in
 
 } // namespace
 
-bool BakedTriangles::computeSilhouetteEdges(std::vector<LineSegmentSet*>& sets) const {
-    if (!sets.empty()) {
-        return false;
-    }
-    sets.resize(meshes.size(), nullptr);
-    if (trianglePlanes.empty()) {
-        return false;
+void FindSilhouettes(const BakedTriangles& baked, std::vector<LineSegmentSet*>& sets, Work& work) {
+    const std::vector<const kx::kxTriMesh*>& meshes = baked.meshes;
+    sets.assign(meshes.size(), nullptr);
+    if (baked.trianglePlanes.empty()) {
+        return;
     }
     // Meshes from the last to the first, each ending where the usable one after it begins.
     std::size_t nextMesh = meshes.size();
@@ -208,13 +217,22 @@ bool BakedTriangles::computeSilhouetteEdges(std::vector<LineSegmentSet*>& sets) 
         if (!IsUsable(meshes[mesh])) {
             continue;
         }
-        const std::vector<unsigned int> segments = MeshSilhouette(*this, mesh, nextMesh).find();
+        const std::vector<unsigned int> segments =
+            MeshSilhouette(baked, mesh, nextMesh, work).find();
         if (!segments.empty()) {
             sets[mesh] = MakeSet(*meshes[mesh], segments);
         }
         nextMesh = mesh;
     }
-    return true;
+}
+
+bool BakedTriangles::computeSilhouetteEdges(std::vector<LineSegmentSet*>& sets) const {
+    if (!sets.empty()) {
+        return false;
+    }
+    Work unwatched;
+    FindSilhouettes(*this, sets, unwatched);
+    return !trianglePlanes.empty();
 }
 
 } // namespace ctr

@@ -9,6 +9,7 @@
 #include <kxCommonAddOns/kxGenericBVH.h>
 #include <kxSceneGraph/kxTriMesh.h>
 #include <kxSystem/kxBBox.h>
+#include <kxSystem/kxProgressNotifierInterface.h>
 
 #include <cstdint>
 #include <list>
@@ -72,6 +73,13 @@ public:
     /// vertices that do not exist are left out. An exception leaves nothing baked. O(n log n) in
     /// the number of triangles.
     void initialize();
+
+    /// The same with progress and cancellation; false when cancelled, with nothing baked.
+    ///
+    /// A run of the notifier, which is borrowed: its total is set, and a finished run ends at it.
+    /// Steps are about as long as each other. It is asked at least once per million of basic
+    /// operations, a few milliseconds.
+    bool initialize(kx::kxProgressNotifierInterface& notifier);
 
     /// The counting and clipping pass of initialize().
     void initializeFirstPass(tFirstPassData& data) const;

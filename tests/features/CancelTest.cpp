@@ -2,11 +2,10 @@
 // and how far progress has come. Run under the address sanitizer it shows that nothing leaks.
 #include <ctr/GeometricFeaturesGenerator.h>
 
-#include <kxSystem/kxProgressNotifierInterface.h>
-
 #include "linesets/SegmentBuilders.h"
 #include "support/ExactIntersections.h"
 #include "support/Scenes.h"
+#include "support/Stopper.h"
 
 #include <gtest/gtest.h>
 
@@ -24,33 +23,7 @@ using ctr::LineSegmentSet;
 using test_support::kNever;
 using test_support::MakeMesh;
 using test_support::SetPointer;
-
-class Stopper : public kx::kxProgressNotifierInterface {
-public:
-    explicit Stopper(long stopAt) : stopAt_(stopAt) {}
-    bool isCanceled() const override { return ++asked_ >= stopAt_; }
-    void setTotal(double steps) override {
-        total_ = steps;
-        done_ = 0.0;
-    }
-    void getRange(double& start, double& end) const override {
-        start = done_;
-        end = total_;
-    }
-    void advance(double steps) override {
-        done_ += steps;
-        EXPECT_LE(done_, total_ * (1.0 + 1e-6));
-    }
-    long asked() const { return asked_; }
-    double total() const { return total_; }
-    double done() const { return done_; }
-
-private:
-    long stopAt_;
-    mutable long asked_ = 0;
-    double total_ = 0.0;
-    double done_ = 0.0;
-};
+using test_support::Stopper;
 
 long SegmentsOf(const SetPointer& set) {
     return set ? set->GetIndexBuffer()->GetIndexQuantity() / 2 : 0;

@@ -1,0 +1,72 @@
+// Steps of a run from items of its parts.
+#include "linesets/Work.h"
+
+#include <algorithm>
+
+namespace ctr {
+namespace {
+
+constexpr double kSteps = 1000.0;
+
+} // namespace
+
+Work::Work(kx::kxProgressNotifierInterface* host) : host_(host) {
+    if (host_ != nullptr) {
+        host_->setTotal(kSteps);
+    }
+}
+
+void Work::begin(double items, double cost, double costAfterwards) {
+    look();
+    tell(partEnd_);
+    const double share = cost > 0.0 ? cost / (cost + costAfterwards) : 0.0;
+    partBegin_ = partEnd_;
+    partEnd_ = std::min(kSteps, partEnd_ + share * (kSteps - partEnd_));
+    items_ = items;
+    done_ = 0.0;
+}
+
+void Work::finish() {
+    tell(kSteps);
+}
+
+void Work::look() {
+    advance(static_cast<double>(counted_));
+    counted_ = 0;
+    if (isCanceled()) {
+        throw Cancelled();
+    }
+}
+
+/// A yes is final, even should the host change its mind.
+bool Work::isCanceled() const {
+    cancelled_ = cancelled_ || (host_ != nullptr && host_->isCanceled());
+    return cancelled_;
+}
+
+void Work::setTotal(double items) {
+    items_ = items;
+    done_ = 0.0;
+}
+
+void Work::getRange(double& done, double& items) const {
+    done = done_;
+    items = items_;
+}
+
+void Work::advance(double items) {
+    done_ = std::min(done_ + items, items_);
+    if (done_ > 0.0) {
+        tell(partBegin_ + (partEnd_ - partBegin_) * (done_ / items_));
+    }
+}
+
+/// The run goes on to a step, if it is not there yet.
+void Work::tell(double steps) {
+    if (host_ != nullptr && steps > told_) {
+        host_->advance(steps - told_);
+        told_ += steps - told_;
+    }
+}
+
+} // namespace ctr

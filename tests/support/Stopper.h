@@ -1,0 +1,50 @@
+// A notifier that stops a run at a question of a test's choice, and keeps what it was told.
+#pragma once
+
+#include <kxSystem/kxProgressNotifierInterface.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace test_support {
+
+class Stopper : public kx::kxProgressNotifierInterface {
+public:
+    /// Says yes to this question, counted from 1, and to all after it.
+    explicit Stopper(long stopAt) : stopAt_(stopAt) {}
+    bool isCanceled() const override {
+        longestStep_ = std::max(longestStep_, done_ - doneAtQuestion_);
+        doneAtQuestion_ = done_;
+        return ++asked_ >= stopAt_;
+    }
+    void setTotal(double steps) override {
+        total_ = steps;
+        done_ = 0.0;
+        doneAtQuestion_ = 0.0;
+    }
+    void getRange(double& start, double& end) const override {
+        start = done_;
+        end = total_;
+    }
+    void advance(double steps) override {
+        EXPECT_GE(steps, 0.0);
+        done_ += steps;
+        EXPECT_LE(done_, total_);
+    }
+    long asked() const { return asked_; }
+    double total() const { return total_; }
+    double done() const { return done_; }
+    /// The most steps between two questions.
+    double longestStep() const { return longestStep_; }
+
+private:
+    long stopAt_;
+    mutable long asked_ = 0;
+    double total_ = 0.0;
+    double done_ = 0.0;
+    mutable double doneAtQuestion_ = 0.0;
+    mutable double longestStep_ = 0.0;
+};
+
+} // namespace test_support

@@ -1,0 +1,16 @@
+// Silhouettes as a part of longer work.
+#pragma once
+
+#include <ctr/BakedTriangles.h>
+
+#include "linesets/Work.h"
+
+#include <vector>
+
+namespace ctr {
+
+/// As BakedTriangles::computeSilhouetteEdges(), for a list of sets that need not be empty. Counts
+/// some items per vertex and triangle. When cancelled, the sets made so far are in the list.
+void FindSilhouettes(const BakedTriangles& baked, std::vector<LineSegmentSet*>& sets, Work& work);
+
+} // namespace ctr
