@@ -74,8 +74,10 @@ struct GeometricFeaturesGenerator::tInternal {
     void initBakedTriangles();
     LineSegmentSet* computeCreaseEdges(unsigned int cluster) const;
     LineSegmentSet* computeSilhouetteEdges(unsigned int cluster) const;
-    LineSegmentSet* computeIntersectionEdges(unsigned int cluster,
-                                             kx::kxPointer<LineSegmentSet>* hidden);
+    LineSegmentSet* computeIntersectionEdges(unsigned int cluster);
+    LineSegmentSet* computeIntersectionsBehindAll(unsigned int cluster,
+                                                  kx::kxPointer<LineSegmentSet>* hidden);
+    void releaseLayouts(unsigned int cluster);
     void occlude(LineSegmentSet& set, unsigned int cluster);
     bool
     clipSegment(LineSegmentSet& set, std::size_t segment, BakedVertex& b0, BakedVertex& b1) const;
@@ -160,8 +162,21 @@ GeometricFeaturesGenerator::tInternal::computeSilhouetteEdges(unsigned int clust
     return list.fuse();
 }
 
-/// The last to ask who hides what: what has been laid out for it is of no more use.
-LineSegmentSet* GeometricFeaturesGenerator::tInternal::computeIntersectionEdges(
+/// For the record of features: hidden by exported meshes only.
+LineSegmentSet*
+GeometricFeaturesGenerator::tInternal::computeIntersectionEdges(unsigned int cluster) {
+    if (cluster >= exportBaked.size()) {
+        return nullptr;
+    }
+    occluderOcclusion[cluster].release();
+    LineSegmentSet* lines =
+        FindIntersectionLines({&exportBaked[cluster], exportOcclusion[cluster].layout()}, nullptr,
+                              progressNotifier, nullptr);
+    releaseLayouts(cluster);
+    return lines;
+}
+
+LineSegmentSet* GeometricFeaturesGenerator::tInternal::computeIntersectionsBehindAll(
     unsigned int cluster, kx::kxPointer<LineSegmentSet>* hidden) {
     if (cluster >= exportBaked.size()) {
         if (hidden != nullptr) {
@@ -169,12 +184,18 @@ LineSegmentSet* GeometricFeaturesGenerator::tInternal::computeIntersectionEdges(
         }
         return nullptr;
     }
-    EdgeOcclusion& exported = exportOcclusion[cluster];
-    occluderOcclusion[cluster].release();
+    const LaidOutTriangles occluders{&occluderBaked[cluster], occluderOcclusion[cluster].layout()};
     LineSegmentSet* lines =
-        FindIntersectionLines(exportBaked[cluster], exported.layout(), progressNotifier, hidden);
-    exported.release();
+        FindIntersectionLines({&exportBaked[cluster], exportOcclusion[cluster].layout()},
+                              &occluders, progressNotifier, hidden);
+    releaseLayouts(cluster);
     return lines;
+}
+
+/// Intersections are the last that depends on what hides what.
+void GeometricFeaturesGenerator::tInternal::releaseLayouts(unsigned int cluster) {
+    exportOcclusion[cluster].release();
+    occluderOcclusion[cluster].release();
 }
 
 void GeometricFeaturesGenerator::tInternal::announceTotal(const GeometricFeatures& features,
@@ -306,13 +327,13 @@ void GeometricFeaturesGenerator::computeGeometricFeatures(GeometricFeatures& out
     if (internal_->isCanceled()) {
         return;
     }
-    out.intersectionEdges = internal_->computeIntersectionEdges(cluster, nullptr);
+    out.intersectionEdges = internal_->computeIntersectionEdges(cluster);
 }
 
 LineSegmentSet*
 GeometricFeaturesGenerator::computeIntersectionEdges(unsigned int cluster,
                                                      kx::kxPointer<LineSegmentSet>* hidden) {
-    return internal_->computeIntersectionEdges(cluster, hidden);
+    return internal_->computeIntersectionsBehindAll(cluster, hidden);
 }
 
 void GeometricFeaturesGenerator::computeOcclusion(LineSegmentSet& set, unsigned int cluster) {

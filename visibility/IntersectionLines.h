@@ -7,10 +7,16 @@
 
 namespace ctr {
 
-/// As TrianglesIntersection::computeIntersectionEdges(). The layout is borrowed, and of these baked
-/// triangles as they are; null for none, and then one is made where it pays.
-LineSegmentSet* FindIntersectionLines(const BakedTriangles& baked,
-                                      const OccluderLayout* layout,
+/// Baked triangles and the layout of them as they are, null where none has been made; borrowed.
+struct LaidOutTriangles {
+    const BakedTriangles* baked;
+    const OccluderLayout* layout;
+};
+
+/// As TrianglesIntersection::computeIntersectionEdges(), for lines that the occluders hide too;
+/// null for no occluders. Where a layout is missing, one is made if it pays.
+LineSegmentSet* FindIntersectionLines(const LaidOutTriangles& triangles,
+                                      const LaidOutTriangles* occluders,
                                       kx::kxProgressNotifierInterface* notifier,
                                       kx::kxPointer<LineSegmentSet>* hidden);
 

@@ -23,19 +23,19 @@ namespace {
 
 using Point = Wm4::Vector3<float>;
 
-/// What hides intersection edges.
-class CutHiders {
+/// One set of baked triangles that hides intersection edges.
+class CutHider {
 public:
-    CutHiders(const BakedTriangles& baked, const OccluderLayout* layout, std::size_t edges)
-        : baked_(baked), tolerance_(baked), layout_(layout) {
+    CutHider(const LaidOutTriangles& triangles, std::size_t edges)
+        : baked_(*triangles.baked), tolerance_(baked_), layout_(triangles.layout) {
         // Laying the tree out anew pays for so many edges only.
         constexpr std::size_t kTrianglesPerEdge = 64;
-        if (layout_ == nullptr && edges * kTrianglesPerEdge >= baked.trianglePlanes.size()) {
-            layout_ = &own_.emplace(baked);
+        if (layout_ == nullptr && edges * kTrianglesPerEdge >= baked_.trianglePlanes.size()) {
+            layout_ = &own_.emplace(baked_);
         }
     }
-    CutHiders(const CutHiders&) = delete;
-    CutHiders& operator=(const CutHiders&) = delete;
+    CutHider(const CutHider&) = delete;
+    CutHider& operator=(const CutHider&) = delete;
 
     void append(const IntersectionEdge& edge, std::vector<RationalInterval>& hidden) {
         const CutOcclusion cut(edge, tolerance_);
@@ -60,6 +60,38 @@ private:
     const OccluderLayout* layout_;
     std::optional<OccluderLayout> own_;
     HiddenRanges ranges_;
+};
+
+/// Everything that hides intersection edges: the triangles that cut each other and, if there are
+/// any, those that only hide.
+class CutHiders {
+public:
+    CutHiders(const LaidOutTriangles& triangles,
+              const LaidOutTriangles* occluders,
+              std::size_t edges)
+        : own_(triangles, edges) {
+        if (occluders != nullptr && !occluders->baked->bvh.nodes.empty()) {
+            occluders_.emplace(*occluders, edges);
+        }
+    }
+
+    /// The union of what hides an edge, disjoint and in increasing order.
+    const std::vector<RationalInterval>& hiddenOf(const IntersectionEdge& edge) {
+        hidden_.clear();
+        own_.append(edge, hidden_);
+        if (occluders_ && !isWhole()) {
+            occluders_->append(edge, hidden_);
+        }
+        IntervalTools::FuseOverlappingIntervals(hidden_);
+        return hidden_;
+    }
+
+    bool isWhole() const { return hidden_.size() == 1 && IsWhole(hidden_.front()); }
+
+private:
+    CutHider own_;
+    std::optional<CutHider> occluders_;
+    std::vector<RationalInterval> hidden_;
 };
 
 /// The triangles and who is to be told.
@@ -90,6 +122,7 @@ struct Search {
 
     const BakedTriangles* triangles;
     const OccluderLayout* layout;
+    const LaidOutTriangles* occluders;
     kx::kxProgressNotifierInterface* progressNotifier;
 };
 
@@ -204,8 +237,7 @@ bool Search::collectPieces(const std::vector<FoundIntersection>& edges,
         progressNotifier->getRange(start, end);
         step = static_cast<float>((end - start) / static_cast<double>(edges.size()));
     }
-    CutHiders hiders(*triangles, layout, edges.size());
-    std::vector<RationalInterval> intervals;
+    CutHiders hiders({triangles, layout}, occluders, edges.size());
     for (const FoundIntersection& found : edges) {
         if (progressNotifier != nullptr) {
             progressNotifier->advance(static_cast<double>(step));
@@ -214,11 +246,8 @@ bool Search::collectPieces(const std::vector<FoundIntersection>& edges,
             }
         }
         const IntersectionEdge edge = edgeOf(found);
-        intervals.clear();
-        hiders.append(edge, intervals);
-        IntervalTools::FuseOverlappingIntervals(intervals);
-        const bool nothingIsWanted =
-            hidden == nullptr && intervals.size() == 1 && IsWhole(intervals.front());
+        const std::vector<RationalInterval>& intervals = hiders.hiddenOf(edge);
+        const bool nothingIsWanted = hidden == nullptr && hiders.isWhole();
         if (nothingIsWanted || isContact(found)) {
             continue;
         }
@@ -252,14 +281,14 @@ LineSegmentSet* MakeSet(const std::vector<Point>& pieces) {
 
 } // namespace
 
-LineSegmentSet* FindIntersectionLines(const BakedTriangles& baked,
-                                      const OccluderLayout* layout,
+LineSegmentSet* FindIntersectionLines(const LaidOutTriangles& triangles,
+                                      const LaidOutTriangles* occluders,
                                       kx::kxProgressNotifierInterface* notifier,
                                       kx::kxPointer<LineSegmentSet>* hidden) {
     if (hidden != nullptr) {
         *hidden = nullptr;
     }
-    const Search search{&baked, layout, notifier};
+    const Search search{triangles.baked, triangles.layout, occluders, notifier};
     const std::vector<FoundIntersection> edges = search.findIntersectionEdges(hidden == nullptr);
     if (search.isCanceled()) {
         return nullptr;
@@ -295,8 +324,8 @@ LineSegmentSet* TrianglesIntersection::computeIntersectionEdges() const {
 
 LineSegmentSet*
 TrianglesIntersection::computeIntersectionEdges(kx::kxPointer<LineSegmentSet>* hidden) const {
-    return FindIntersectionLines(*internal_->triangles, nullptr, internal_->progressNotifier,
-                                 hidden);
+    return FindIntersectionLines({internal_->triangles, nullptr}, nullptr,
+                                 internal_->progressNotifier, hidden);
 }
 
 } // namespace ctr

@@ -20,7 +20,7 @@ namespace ctr {
 struct GeometricFeatures {
     kx::kxPointer<LineSegmentSet> creaseEdges;       ///< Creases or outlines, with hidden ranges.
     kx::kxPointer<LineSegmentSet> silhouetteEdges;   ///< With hidden ranges.
-    kx::kxPointer<LineSegmentSet> intersectionEdges; ///< Visible pieces only.
+    kx::kxPointer<LineSegmentSet> intersectionEdges; ///< Pieces that no exported mesh hides.
 };
 
 /// Finds the feature lines of a list of meshes and what hides them.
@@ -76,12 +76,14 @@ public:
     /// index out of range or a set without buffers.
     void computeOcclusion(LineSegmentSet& set, unsigned int cluster);
 
-    /// Finds the lines along which the exported meshes of a cluster cut each other: their visible
-    /// pieces and, in hidden (may be null), their hidden ones, as
-    /// TrianglesIntersection::computeIntersectionEdges() gives them, with the generator's notifier.
+    /// Finds the lines along which the exported meshes of a cluster intersect: their visible pieces
+    /// and, in hidden (may be null), their hidden pieces. Reports to the generator's notifier.
     ///
-    /// The caller owns the result. Both are null for an index out of range. Best called last: it
-    /// goes on with what computeOcclusion() has laid out in memory, and frees it.
+    /// Exported meshes and occluders both hide these lines, exactly; occluders give none of their
+    /// own. computeGeometricFeatures() hides intersections behind exported meshes only, as
+    /// TrianglesIntersection does, whose rules otherwise hold. The caller owns the result. Both
+    /// sets are null for an index out of range. Call this last: it reuses and then releases the
+    /// acceleration structures that computeOcclusion() built.
     LineSegmentSet* computeIntersectionEdges(unsigned int cluster,
                                              kx::kxPointer<LineSegmentSet>* hidden = nullptr);
 

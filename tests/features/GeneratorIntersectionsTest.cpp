@@ -5,7 +5,9 @@
 
 #include "linesets/SegmentBuilders.h"
 #include "support/Baking.h"
+#include "support/ExactIntersections.h"
 #include "support/RandomScenes.h"
+#include "support/SceneAgreement.h"
 #include "visibility/GridTriangles.h"
 
 #include <gtest/gtest.h>
@@ -152,6 +154,151 @@ TEST(GeneratorIntersections, AreOfWhatIsBakedNow) {
     ASSERT_FALSE(expected == before);
     EXPECT_FALSE(expected.hidden.empty());
     EXPECT_EQ(AskedOfTheGenerator(plates.generator), expected);
+}
+
+using SortedPieces = std::vector<test_support::SegmentBits>;
+
+struct SortedCuts {
+    SortedPieces visible;
+    SortedPieces hidden;
+
+    bool operator==(const SortedCuts&) const = default;
+};
+
+SortedCuts SortedCutsOf(GeometricFeaturesGenerator& generator) {
+    SetPointer hidden;
+    const SetPointer visible(generator.computeIntersectionEdges(0, &hidden));
+    return {test_support::SortedBits(visible), test_support::SortedBits(hidden)};
+}
+
+/// A box of which three faces are seen.
+MeshPointer LeaningBox(const Point& lowest, const Point& highest) {
+    test_support::MeshData box = test_support::Box(lowest, highest);
+    for (Point& corner : box.positions) {
+        corner = Point(corner[0] + corner[2] / 4.0F, corner[1] + corner[2] / 8.0F, corner[2]);
+    }
+    return test_support::MakeMesh(box);
+}
+
+/// Two boxes that cut each other, and a wall before all of that.
+struct BoxesBehindWall {
+    BoxesBehindWall() { generator.setProjectionSpace(LatticeSpace(9, 9)); }
+
+    SortedCuts behindWallAs(bool exported) {
+        std::vector<const kx::kxTriMesh*> drawn = {left.get(), right.get()};
+        std::vector<const kx::kxTriMesh*> hiding;
+        (exported ? drawn : hiding).push_back(wall.get());
+        generator.setSingleExportCluster(drawn, &hiding);
+        return SortedCutsOf(generator);
+    }
+
+    MeshPointer left = LeaningBox({64, 64, 64}, {256, 256, 256});
+    MeshPointer right = LeaningBox({16, 32, 32}, {208, 224, 224});
+    MeshPointer wall = Quad({8, 8, 8}, {480, 8, 8}, {480, 480, 8}, {8, 480, 8});
+    GeometricFeaturesGenerator generator;
+};
+
+// A wall given as an occluder used to hide nothing of them.
+TEST(GeneratorIntersections, AreHiddenByOccluders) {
+    BoxesBehindWall boxes;
+    const SortedCuts behindDrawnWall = boxes.behindWallAs(true);
+    EXPECT_TRUE(behindDrawnWall.visible.empty());
+    EXPECT_FALSE(behindDrawnWall.hidden.empty());
+    EXPECT_EQ(boxes.behindWallAs(false), behindDrawnWall);
+    boxes.wall = Quad({8, 8, 8}, {152, 8, 8}, {152, 480, 8}, {8, 480, 8});
+    const SortedCuts behindHalfAWall = boxes.behindWallAs(true);
+    EXPECT_FALSE(behindHalfAWall.visible.empty());
+    EXPECT_EQ(boxes.behindWallAs(false), behindHalfAWall);
+}
+
+TEST(GeneratorIntersections, OfAllFeaturesAreNotHiddenByOccluders) {
+    BoxesBehindWall boxes;
+    boxes.behindWallAs(false);
+    ctr::GeometricFeatures features;
+    boxes.generator.computeGeometricFeatures(features, 0, true);
+    const SetPointer expected(ctr::TrianglesIntersection(boxes.generator.getBakedTriangles(0))
+                                  .computeIntersectionEdges());
+    EXPECT_FALSE(PiecesOf(expected).empty());
+    EXPECT_EQ(PiecesOf(features.intersectionEdges), PiecesOf(expected));
+}
+
+// An occluder gives no line, whatever it passes through.
+TEST(GeneratorIntersections, AreNotThoseOfOccluders) {
+    BoxesBehindWall boxes;
+    boxes.wall = Quad({8, 8, 128}, {400, 8, 128}, {400, 400, 128}, {8, 400, 128});
+    boxes.generator.setSingleExportCluster({boxes.left.get()}, nullptr);
+    EXPECT_TRUE(AskedOfTheGenerator(boxes.generator) == Cuts());
+    const std::vector<const kx::kxTriMesh*> hiding = {boxes.wall.get(), boxes.right.get()};
+    boxes.generator.setSingleExportCluster({boxes.left.get()}, &hiding);
+    EXPECT_TRUE(AskedOfTheGenerator(boxes.generator) == Cuts());
+}
+
+/// A scene of which some meshes are drawn and the others only hide.
+struct PartedScene {
+    PartedScene(Random& random, int others) : scene(test_support::CrowdedScene(random, others)) {
+        for (const MeshPointer& mesh : scene.meshes) {
+            (random.percent(60) ? drawn : hiding).push_back(mesh.get());
+        }
+    }
+
+    Scene scene;
+    std::vector<const kx::kxTriMesh*> drawn;
+    std::vector<const kx::kxTriMesh*> hiding;
+};
+
+/// Every pair of drawn triangles, and every triangle as what may hide where it cuts.
+SortedCuts CutsByBruteForce(const PartedScene& parts, unsigned int tolerance) {
+    const auto bake = [&](const std::vector<const kx::kxTriMesh*>& meshes) {
+        BakedTriangles baked = test_support::Bake(parts.scene.space, meshes);
+        baked.setContactTolerance(tolerance);
+        return baked;
+    };
+    const BakedTriangles drawn = bake(parts.drawn);
+    const BakedTriangles hiding = bake(parts.hiding);
+    const auto allDrawn = test_support::EveryTriangle(drawn);
+    test_support::CutCounts counts;
+    const test_support::CutPieces pieces = test_support::PiecesOfCuts(
+        drawn, allDrawn, {{&drawn, allDrawn}, {&hiding, test_support::EveryTriangle(hiding)}},
+        counts);
+    return {test_support::SortedWorldBits(parts.scene.space, pieces.visible),
+            test_support::SortedWorldBits(parts.scene.space, pieces.hidden)};
+}
+
+void CheckOccludedScenes(int scenes, int others, unsigned int tolerance) {
+    std::size_t changed = 0;
+    for (int seed = 0; seed < scenes; ++seed) {
+        Random random(static_cast<std::uint64_t>(seed));
+        PartedScene parts(random, random.between(others / 2, others));
+        if (random.percent(60)) {
+            ASSERT_TRUE(parts.scene.space.setVoxelBitSize(20, 19));
+        }
+        GeometricFeaturesGenerator generator;
+        generator.setProjectionSpace(parts.scene.space);
+        generator.setContactTolerance(tolerance);
+        generator.setSingleExportCluster(parts.drawn, &parts.hiding);
+        const SortedCuts expected = CutsByBruteForce(parts, tolerance);
+        ASSERT_EQ(SortedCutsOf(generator), expected) << "at once, seed " << seed;
+        HideManySegments(generator);
+        ASSERT_EQ(SortedCutsOf(generator), expected) << "after segments, seed " << seed;
+        HideManySegments(generator);
+        const SetPointer visibleOnly(generator.computeIntersectionEdges(0));
+        ASSERT_EQ(test_support::SortedBits(visibleOnly), expected.visible) << "seed " << seed;
+        generator.setSingleExportCluster(parts.drawn, nullptr);
+        changed += SortedCutsOf(generator) == expected ? 0 : 1;
+    }
+    EXPECT_GT(changed * 12, static_cast<std::size_t>(scenes));
+}
+
+TEST(GeneratorIntersections, AreHiddenByOccludersAsByDrawnMeshes) {
+    CheckOccludedScenes(Scaled(200), 4, 0);
+    CheckOccludedScenes(Scaled(3), 30, 0);
+}
+
+TEST(GeneratorIntersections, AreHiddenByOccludersWithinAnyTolerance) {
+    for (const unsigned int tolerance : {1U, 2U, 7U}) {
+        CheckOccludedScenes(Scaled(60), 4, tolerance);
+        CheckOccludedScenes(Scaled(1), 30, tolerance);
+    }
 }
 
 TEST(GeneratorIntersections, ThereAreNoneOfAClusterOutOfRange) {

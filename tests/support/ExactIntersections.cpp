@@ -397,13 +397,17 @@ bool AreInContact(const BakedTriangles& baked, unsigned int i, unsigned int j) {
     return true;
 }
 
-void AppendCut(const BakedTriangles& baked,
+void AppendCut(const std::vector<CutHiders>& hiders,
                const Cut& cut,
                bool grazing,
-               const TrianglesNear& near,
                CutPieces& pieces,
                CutCounts& counts) {
-    const auto hidden = ExactUnion(HiddenByAny(baked, cut, near, counts));
+    std::vector<ctr::RationalInterval> ranges;
+    for (const auto& [baked, near] : hiders) {
+        const auto some = HiddenByAny(*baked, cut, near, counts);
+        ranges.insert(ranges.end(), some.begin(), some.end());
+    }
+    const auto hidden = ExactUnion(ranges);
     const auto visible = Complement(hidden);
     counts.partlyHidden += !hidden.empty() && !visible.empty() ? 1 : 0;
     counts.piecesDropped += AppendPieces(cut, visible, pieces.visible);
@@ -488,6 +492,13 @@ HiddenOfCut(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) 
 }
 
 CutPieces PiecesOfCuts(const BakedTriangles& baked, const TrianglesNear& near, CutCounts& counts) {
+    return PiecesOfCuts(baked, near, {{&baked, near}}, counts);
+}
+
+CutPieces PiecesOfCuts(const BakedTriangles& baked,
+                       const TrianglesNear& near,
+                       const std::vector<CutHiders>& hiders,
+                       CutCounts& counts) {
     CutPieces pieces;
     const auto triangles = static_cast<unsigned int>(baked.trianglePlanes.size());
     for (unsigned int i = 0; i < triangles; ++i) {
@@ -498,7 +509,7 @@ CutPieces PiecesOfCuts(const BakedTriangles& baked, const TrianglesNear& near, C
             if (cut && !inContact) {
                 counts.atOwnTriangle += HiddenOfCut(baked, *cut, i) ? 1 : 0;
                 counts.atOwnTriangle += HiddenOfCut(baked, *cut, j) ? 1 : 0;
-                AppendCut(baked, *cut, IsGrazing(baked, i, j), near, pieces, counts);
+                AppendCut(hiders, *cut, IsGrazing(baked, i, j), pieces, counts);
             }
         }
     }
@@ -507,10 +518,13 @@ CutPieces PiecesOfCuts(const BakedTriangles& baked, const TrianglesNear& near, C
 }
 
 CutPieces PiecesOfCuts(const BakedTriangles& baked, CutCounts& counts) {
+    return PiecesOfCuts(baked, EveryTriangle(baked), counts);
+}
+
+TrianglesNear EveryTriangle(const BakedTriangles& baked) {
     std::vector<unsigned int> all(baked.trianglePlanes.size());
     std::iota(all.begin(), all.end(), 0U);
-    return PiecesOfCuts(
-        baked, [&](const ScreenBox&) { return all; }, counts);
+    return [all](const ScreenBox&) { return all; };
 }
 
 std::vector<GridPiece> VisibleCuts(const BakedTriangles& baked, CutCounts& counts) {

@@ -75,8 +75,23 @@ using TrianglesNear = std::function<std::vector<unsigned int>(const ScreenBox&)>
 CutPieces
 PiecesOfCuts(const ctr::BakedTriangles& baked, const TrianglesNear& near, CutCounts& counts);
 
+/// Triangles that may hide a cut, and which of them are near a place.
+struct CutHiders {
+    const ctr::BakedTriangles* baked;
+    TrianglesNear near;
+};
+
+/// The same, hidden by others than the triangles that cut each other, or by more of them.
+CutPieces PiecesOfCuts(const ctr::BakedTriangles& baked,
+                       const TrianglesNear& near,
+                       const std::vector<CutHiders>& hiders,
+                       CutCounts& counts);
+
 /// The same with every pair, and every triangle.
 CutPieces PiecesOfCuts(const ctr::BakedTriangles& baked, CutCounts& counts);
+
+/// All triangles, wherever they are.
+TrianglesNear EveryTriangle(const ctr::BakedTriangles& baked);
 
 /// The visible pieces of all cuts, by pair and then along each cut.
 std::vector<GridPiece> VisibleCuts(const ctr::BakedTriangles& baked, CutCounts& counts);
