@@ -217,8 +217,13 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set, unsigne
     }
     EdgeOcclusion& exported = exportOcclusion[cluster];
     EdgeOcclusion& occluders = occluderOcclusion[cluster];
-    exported.announce(count);
-    occluders.announce(count);
+    try {
+        WorkCounter work(progressNotifier);
+        exported.announce(count, work);
+        occluders.announce(count, work);
+    } catch (const Cancelled&) {
+        return;
+    }
     std::vector<RationalInterval> scratch;
     for (std::size_t segment = 0; segment < count; ++segment) {
         if (progressNotifier != nullptr) {

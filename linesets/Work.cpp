@@ -10,7 +10,23 @@ constexpr double kSteps = 1000.0;
 
 } // namespace
 
-Work::Work(kx::kxProgressNotifierInterface* host) : host_(host) {
+void WorkCounter::look() {
+    const std::size_t counted = counted_;
+    counted_ = 0;
+    goOn(static_cast<double>(counted));
+    if (isGivenUp()) {
+        throw Cancelled();
+    }
+}
+
+bool WorkCounter::isGivenUp() const {
+    givenUp_ = givenUp_ || (cancel_ != nullptr && cancel_->isCanceled());
+    return givenUp_;
+}
+
+void WorkCounter::goOn(double) {}
+
+Work::Work(kx::kxProgressNotifierInterface* host) : WorkCounter(host), host_(host) {
     if (host_ != nullptr) {
         host_->setTotal(kSteps);
     }
@@ -28,20 +44,6 @@ void Work::begin(double items, double cost, double costAfterwards) {
 
 void Work::finish() {
     tell(kSteps);
-}
-
-void Work::look() {
-    advance(static_cast<double>(counted_));
-    counted_ = 0;
-    if (isCanceled()) {
-        throw Cancelled();
-    }
-}
-
-/// A yes is final, even should the host change its mind.
-bool Work::isCanceled() const {
-    cancelled_ = cancelled_ || (host_ != nullptr && host_->isCanceled());
-    return cancelled_;
 }
 
 void Work::setTotal(double items) {

@@ -10,55 +10,70 @@ namespace ctr {
 /// Thrown where work is given up. It leaves no public operation.
 struct Cancelled {};
 
-/// The work of one operation as a host's notifier sees it: a single run of steps.
-///
-/// The operation divides its work into parts, and every part takes as large a share of the steps
-/// that are left as its cost is of the cost that is left. So estimates may be corrected from part
-/// to part, and the run never goes back. To a pass that reports to a notifier, the current part
-/// appears as that notifier.
-class Work : public kx::kxProgressNotifierInterface {
+/// What inner loops count their items in. About once a millisecond it asks whether to go on.
+class WorkCounter {
 public:
-    /// Nobody is told, and nobody cancels.
-    Work() = default;
-    /// Starts a run of the host's notifier, which is borrowed; null for none.
-    explicit Work(kx::kxProgressNotifierInterface* host);
-    Work(const Work&) = delete;
-    Work& operator=(const Work&) = delete;
+    /// The interface is borrowed; null where nobody cancels.
+    explicit WorkCounter(const kx::kxCancelInterfaceReadOnly* cancel = nullptr) : cancel_(cancel) {}
+    virtual ~WorkCounter() = default;
+    WorkCounter(const WorkCounter&) = delete;
+    WorkCounter& operator=(const WorkCounter&) = delete;
 
-    /// Ends the current part and begins one of so many items. The unit of both costs is open.
-    void begin(double items, double cost, double costAfterwards);
-    /// Ends the last part, and with it the run, exactly at its total.
-    void finish();
-
-    /// Takes note of items that are done, about once a millisecond; throws Cancelled. An item is
-    /// meant to take some tens of nanoseconds.
+    /// Takes note of items, each meant to take some tens of nanoseconds; throws Cancelled.
     void count(std::size_t items) {
         counted_ += items;
         if (counted_ >= kItemsPerLook) {
             look();
         }
     }
-    /// Takes note of all that has been counted; throws Cancelled.
+    /// Asks now; throws Cancelled.
     void look();
 
-    bool isCanceled() const override;
+protected:
+    /// A yes is final, even should the interface change its mind.
+    bool isGivenUp() const;
+    /// Called before asking, with what has been counted since.
+    virtual void goOn(double items);
+
+private:
+    static constexpr std::size_t kItemsPerLook = 16384;
+
+    const kx::kxCancelInterfaceReadOnly* cancel_;
+    std::size_t counted_ = 0;
+    mutable bool givenUp_ = false;
+};
+
+/// The work of one operation as a host's notifier sees it: a single run of steps.
+///
+/// The operation divides its work into parts, and every part takes as large a share of the steps
+/// that are left as its cost is of the cost that is left. So estimates may be corrected from part
+/// to part, and the run never goes back. To a pass that reports to a notifier, the current part
+/// appears as that notifier.
+class Work : public WorkCounter, public kx::kxProgressNotifierInterface {
+public:
+    /// Starts a run of the host's notifier, which is borrowed; null for none.
+    explicit Work(kx::kxProgressNotifierInterface* host);
+
+    /// Ends the current part and begins one of so many items. The unit of both costs is open.
+    void begin(double items, double cost, double costAfterwards);
+    /// Ends the last part, and with it the run, exactly at its total.
+    void finish();
+
+    bool isCanceled() const override { return isGivenUp(); }
     void setTotal(double items) override;
     void getRange(double& done, double& items) const override;
     void advance(double items) override;
 
 private:
-    static constexpr std::size_t kItemsPerLook = 16384;
-
+    void goOn(double items) override { advance(items); }
     void tell(double steps);
 
-    kx::kxProgressNotifierInterface* host_ = nullptr;
-    double told_ = 0.0;     ///< Steps of the run so far.
-    double partEnd_ = 0.0;  ///< Steps of the run when the part is done.
-    double partBegin_ = 0.0;
-    double items_ = 0.0;
+    kx::kxProgressNotifierInterface* host_;
+    double told_ = 0.0;      ///< Steps of the run so far.
+    double partBegin_ = 0.0; ///< Steps of the run before the part, and after it.
+    double partEnd_ = 0.0;
+    double items_ = 0.0; ///< Of the part.
     double done_ = 0.0;
-    std::size_t counted_ = 0;
-    mutable bool cancelled_ = false;
 };
 
 } // namespace ctr

@@ -141,7 +141,7 @@ unsigned int FanOriginBits(unsigned int codes, unsigned int j, unsigned int n, b
 /// What the hierarchy is built over: the triangles' boxes in world space.
 class TrianglePrimitives : public kx::kxGenericBVHPrimitives {
 public:
-    TrianglePrimitives(const BakedTriangles& baked, Work& work)
+    TrianglePrimitives(const BakedTriangles& baked, WorkCounter& work)
         : indices_(baked.triangleIndices), positions_(baked.vertices.size()) {
         std::transform(baked.vertices.begin(), baked.vertices.end(), positions_.begin(),
                        [&](const BakedVertex& v) {
@@ -214,7 +214,7 @@ struct ProjectedVertices {
         outside = std::make_unique_for_overwrite<OutsideBits[]>(static_cast<std::size_t>(most));
     }
 
-    void project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space, Work& work) {
+    void project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space, WorkCounter& work) {
         const VertexProjector projector(mesh, space);
         count = VertexQuantity(mesh);
         for (int i = 0; i < count; ++i) {
@@ -236,7 +236,7 @@ public:
     MeshClipper(const DiscreteProjectionSpace& space,
                 const kx::kxTriMesh& mesh,
                 const ProjectedVertices& projected,
-                Work& work)
+                WorkCounter& work)
         : space_(space), mesh_(mesh), projected_(projected), work_(work) {}
 
     void run(BakedTriangles::tFirstPassData& data, std::size_t meshNumber) {
@@ -322,13 +322,13 @@ private:
     const DiscreteProjectionSpace& space_;
     const kx::kxTriMesh& mesh_;
     const ProjectedVertices& projected_;
-    Work& work_;
+    WorkCounter& work_;
 };
 
 /// The second pass over one mesh.
 class MeshBaker {
 public:
-    MeshBaker(BakedTriangles& baked, std::size_t meshNumber, unsigned int firstVertex, Work& work)
+    MeshBaker(BakedTriangles& baked, std::size_t meshNumber, unsigned int firstVertex, WorkCounter& work)
         : baked_(baked), mesh_(*baked.meshes[meshNumber]), meshNumber_(meshNumber),
           firstVertex_(firstVertex), work_(work) {}
 
@@ -402,7 +402,7 @@ private:
     const kx::kxTriMesh& mesh_;
     std::size_t meshNumber_;
     unsigned int firstVertex_;
-    Work& work_;
+    WorkCounter& work_;
 };
 
 std::size_t FanTriangleCount(const std::list<BakedTriangles::ClippedPolygon>& polygons) {
@@ -431,7 +431,7 @@ private:
     BakedTriangles* baked_;
 };
 
-void RunFirstPass(const BakedTriangles& baked, BakedTriangles::tFirstPassData& data, Work& work) {
+void RunFirstPass(const BakedTriangles& baked, BakedTriangles::tFirstPassData& data, WorkCounter& work) {
     const std::vector<const kx::kxTriMesh*>& meshes = baked.meshes;
     data.release();
     data.clippedPolygons.resize(meshes.size());
@@ -449,7 +449,7 @@ void RunFirstPass(const BakedTriangles& baked, BakedTriangles::tFirstPassData& d
     }
 }
 
-void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, Work& work) {
+void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, WorkCounter& work) {
     const std::size_t meshCount = baked.meshes.size();
     baked.vertices.resize(data.vertexCount);
     baked.triangleIndices.reserve(3 * std::size_t{data.triangleCount});
@@ -484,7 +484,7 @@ private:
     Work& work_;
 };
 
-unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, Work& work) {
+unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, WorkCounter& work) {
     HierarchyNode& here = baked.bvh.nodes[node];
     if (IsLeaf(here)) {
         work.count(here.second);
@@ -570,12 +570,12 @@ void BakedTriangles::setContactTolerance(unsigned int steps) {
 }
 
 void BakedTriangles::initializeFirstPass(tFirstPassData& data) const {
-    Work unwatched;
+    WorkCounter unwatched;
     RunFirstPass(*this, data, unwatched);
 }
 
 void BakedTriangles::initialize() {
-    Work unwatched;
+    Work unwatched(nullptr);
     Bake(*this, unwatched);
 }
 
@@ -594,7 +594,7 @@ bool BakedTriangles::initialize(kx::kxProgressNotifierInterface& notifier) {
 }
 
 unsigned int BakedTriangles::computeBakedBVHBBox(unsigned int node) {
-    Work unwatched;
+    WorkCounter unwatched;
     return ComputeBoxes(*this, node, unwatched);
 }
 

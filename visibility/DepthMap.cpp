@@ -64,13 +64,15 @@ private:
 } // namespace
 
 DepthMap::DepthMap(const BakedTriangles& baked,
-                   const std::vector<OccluderTree::Triangle>& triangles) {
+                   const std::vector<OccluderTree::Triangle>& triangles,
+                   WorkCounter& work) {
     if (triangles.empty()) {
         return;
     }
     tolerance_ = ContactTolerance(baked);
     layCells(baked.bvh.nodes.front().box, triangles.size());
-    for (const std::uint32_t slot : chooseTriangles(baked, triangles)) {
+    for (const std::uint32_t slot : chooseTriangles(baked, triangles, work)) {
+        work.count(static_cast<std::size_t>(cellsWithin(triangles[slot].corners).rows()));
         fill(triangles[slot].corners);
     }
     constexpr std::ptrdiff_t kNearlyNone = 64;
@@ -103,11 +105,12 @@ void DepthMap::coarsen() {
 /// map slow to fill: it is made coarser for them.
 std::vector<std::uint32_t>
 DepthMap::chooseTriangles(const BakedTriangles& baked,
-                          const std::vector<OccluderTree::Triangle>& triangles) {
+                          const std::vector<OccluderTree::Triangle>& triangles,
+                          WorkCounter& work) {
     constexpr std::size_t kCellsPerTriangle = 64;
     constexpr std::size_t kFreeCells = 1 << 20;
     Choice choice;
-    choose(baked, 0, triangles, choice);
+    choose(baked, 0, triangles, choice, work);
     while (choice.cells > kFreeCells + kCellsPerTriangle * triangles.size()) {
         coarsen();
         choice.cells /= 4;
@@ -120,7 +123,8 @@ DepthMap::chooseTriangles(const BakedTriangles& baked,
 void DepthMap::choose(const BakedTriangles& baked,
                       unsigned int node,
                       const std::vector<OccluderTree::Triangle>& triangles,
-                      Choice& choice) const {
+                      Choice& choice,
+                      WorkCounter& work) const {
     const HierarchyNode& here = baked.bvh.nodes[node];
     const auto along = [&box = here.box](int axis) {
         return Extent{static_cast<long>(box.min[axis]), static_cast<long>(box.max[axis])};
@@ -130,10 +134,11 @@ void DepthMap::choose(const BakedTriangles& baked,
         return;
     }
     if (!IsLeaf(here)) {
-        choose(baked, FirstChild(here), triangles, choice);
-        choose(baked, SecondChild(here), triangles, choice);
+        choose(baked, FirstChild(here), triangles, choice, work);
+        choose(baked, SecondChild(here), triangles, choice, work);
         return;
     }
+    work.count(here.second);
     for (unsigned int slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
         const Cells cells = cellsWithin(triangles[slot].corners);
         if (!cells.none()) {

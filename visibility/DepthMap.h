@@ -24,7 +24,9 @@ public:
     /// A triangle fills only what it would also hide if values of its sides and its plane were off
     /// by what rounding can do: as much for cuts, and no more than what it hides of segments. What
     /// is in contact with it lies in front of what it fills. O(n) for n triangles.
-    DepthMap(const BakedTriangles& baked, const std::vector<OccluderTree::Triangle>& triangles);
+    DepthMap(const BakedTriangles& baked,
+             const std::vector<OccluderTree::Triangle>& triangles,
+             WorkCounter& work);
 
     /// Whether the segment, and what is within a step of it, is surely hidden from end to end.
     bool hides(const BakedVertex& a, const BakedVertex& b) const {
@@ -59,11 +61,13 @@ private:
     void coarsen();
     std::vector<std::uint32_t>
     chooseTriangles(const BakedTriangles& baked,
-                    const std::vector<OccluderTree::Triangle>& triangles);
+                    const std::vector<OccluderTree::Triangle>& triangles,
+                    WorkCounter& work);
     void choose(const BakedTriangles& baked,
                 unsigned int node,
                 const std::vector<OccluderTree::Triangle>& triangles,
-                Choice& choice) const;
+                Choice& choice,
+                WorkCounter& work) const;
     static Extent extentOf(const BakedVertex* corners, std::int32_t BakedVertex::*axis);
     Cells cellsWithin(Extent x, Extent y) const;
     Cells cellsWithin(const BakedVertex* corners) const;
@@ -88,8 +92,8 @@ private:
 
 /// A tree and its map, made together.
 struct OccluderLayout {
-    explicit OccluderLayout(const BakedTriangles& baked)
-        : tree(baked), map(baked, tree.triangles()) {}
+    OccluderLayout(const BakedTriangles& baked, WorkCounter& work)
+        : tree(baked, work), map(baked, tree.triangles(), work) {}
 
     OccluderTree tree;
     DepthMap map;

@@ -7,7 +7,7 @@
 
 namespace ctr {
 
-void EdgeOcclusion::announce(std::size_t segments) {
+void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
     constexpr std::size_t kTrianglesPerSegment = 256;
     if (bakeOfLayout_ != baked_->bakeCount) {
         release();
@@ -16,7 +16,7 @@ void EdgeOcclusion::announce(std::size_t segments) {
     }
     announced_ += segments;
     if (!layout_ && announced_ * kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
-        layout_.emplace(*baked_);
+        layout_.emplace(*baked_, work);
     }
 }
 

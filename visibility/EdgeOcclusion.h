@@ -21,8 +21,8 @@ public:
     explicit EdgeOcclusion(const BakedTriangles& baked) : baked_(&baked) {}
 
     /// Says that so many segments will be asked for: the tree is laid out anew once there are so
-    /// many that it pays.
-    void announce(std::size_t segments);
+    /// many that it pays. When that is cancelled, there is no layout.
+    void announce(std::size_t segments, WorkCounter& work);
 
     /// Appends parts of a -> b that are hidden, overlapping and in any order; 0/1 .. 1/1 alone when
     /// that is all of it.

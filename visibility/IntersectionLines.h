@@ -4,6 +4,9 @@
 #include <ctr/TrianglesIntersection.h>
 
 #include "visibility/DepthMap.h"
+#include "visibility/IntersectionEdge.h"
+
+#include <vector>
 
 namespace ctr {
 
@@ -13,8 +16,22 @@ struct LaidOutTriangles {
     const OccluderLayout* layout;
 };
 
-/// As TrianglesIntersection::computeIntersectionEdges(), for lines that the occluders hide too;
-/// null for no occluders. Where a layout is missing, one is made if it pays.
+/// The edges along which triangles pierce each other; with `visibleOnly`, some of those that nobody
+/// sees may be left out. Advances one step per triangle; throws Cancelled.
+std::vector<FoundIntersection> FindIntersectionEdges(const LaidOutTriangles& triangles,
+                                                     bool visibleOnly,
+                                                     kx::kxProgressNotifierInterface* notifier);
+
+/// The visible pieces of edges found, and in hidden (may be null) the hidden ones. The occluders
+/// hide edges too; null for no occluders. Where a layout is missing, one is made if it pays. The
+/// steps that are left are spread over the edges. Throws Cancelled.
+LineSegmentSet* PiecesOfEdges(const std::vector<FoundIntersection>& edges,
+                              const LaidOutTriangles& triangles,
+                              const LaidOutTriangles* occluders,
+                              kx::kxProgressNotifierInterface* notifier,
+                              kx::kxPointer<LineSegmentSet>* hidden);
+
+/// Both, one after the other; null when cancelled.
 LineSegmentSet* FindIntersectionLines(const LaidOutTriangles& triangles,
                                       const LaidOutTriangles* occluders,
                                       kx::kxProgressNotifierInterface* notifier,

@@ -86,34 +86,37 @@ OccluderTree::Triangle OccluderTree::triangleOf(const BakedTriangles& baked, std
             number};
 }
 
-OccluderTree::OccluderTree(const BakedTriangles& baked) {
+OccluderTree::OccluderTree(const BakedTriangles& baked, WorkCounter& work) {
     if (baked.bvh.nodes.empty()) {
         return;
     }
     nodes_.reserve(baked.bvh.nodes.size() / 2);
     triangles_.reserve(baked.bvh.primitives.size());
     for (const std::uint32_t number : baked.bvh.primitives) {
+        work.count(1);
         triangles_.push_back(triangleOf(baked, number));
     }
-    add(baked, 0, root_, 0);
+    add(baked, 0, root_, 0, work);
 }
 
 OccluderTree::Box OccluderTree::add(const BakedTriangles& baked,
                                     unsigned int node,
                                     Child& child,
-                                    unsigned int depth) {
+                                    unsigned int depth,
+                                    WorkCounter& work) {
     depth_ = std::max(depth_, depth);
     const HierarchyNode& here = baked.bvh.nodes[node];
     if (IsLeaf(here)) {
         child = {FirstSlot(here), FirstSlot(here) + here.second};
+        work.count(here.second);
         return boxOf(child);
     }
     const auto number = static_cast<std::uint32_t>(nodes_.size());
     child = {number, kInner};
     nodes_.emplace_back();
     Child children[2];
-    const Box boxes[2] = {add(baked, FirstChild(here), children[0], depth + 1),
-                          add(baked, SecondChild(here), children[1], depth + 1)};
+    const Box boxes[2] = {add(baked, FirstChild(here), children[0], depth + 1, work),
+                          add(baked, SecondChild(here), children[1], depth + 1, work)};
     const auto lanes = [&boxes](int axis) {
         return Lanes{boxes[0].min[axis], boxes[1].min[axis], -boxes[0].max[axis],
                      -boxes[1].max[axis]};

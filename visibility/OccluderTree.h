@@ -12,6 +12,7 @@
 
 #include <ctr/BakedTriangles.h>
 
+#include "linesets/Work.h"
 #include "visibility/GridArithmetic.h"
 #include "visibility/Lanes.h"
 
@@ -141,7 +142,7 @@ public:
         std::uint32_t number; ///< In the baked scene. Follows the corners, see TriangleSieve.
     };
 
-    explicit OccluderTree(const BakedTriangles& baked);
+    OccluderTree(const BakedTriangles& baked, WorkCounter& work);
 
     /// How much depth may seem to change when plane values are rounded to integers, in steps.
     static double depthSlackOf(const GridVector& normal);
@@ -178,7 +179,11 @@ private:
         Child children[2];
     };
 
-    Box add(const BakedTriangles& baked, unsigned int node, Child& child, unsigned int depth);
+    Box add(const BakedTriangles& baked,
+            unsigned int node,
+            Child& child,
+            unsigned int depth,
+            WorkCounter& work);
     Box boxOf(Child leaf) const;
 
     std::vector<Node> nodes_;

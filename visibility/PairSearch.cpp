@@ -39,10 +39,9 @@ bool BoxesMeet(const OccluderTree::Triangle& a, const OccluderTree::Triangle& b)
 
 PairSearch::PairSearch(const BakedTriangles& baked,
                        const std::vector<Triangle>& triangles,
-                       std::function<bool()> triangleDone,
-                       std::function<bool()> goOn)
-    : baked_(baked), triangles_(triangles), triangleDone_(std::move(triangleDone)),
-      goOn_(std::move(goOn)),
+                       std::function<void()> triangleDone,
+                       WorkCounter& work)
+    : baked_(baked), triangles_(triangles), triangleDone_(std::move(triangleDone)), work_(work),
       edgeOnPlane_(baked.contactTolerance == 0 ? EdgeOnPlane::touches : EdgeOnPlane::isInFront) {
     // Let a plane have values up to v in the scene, the offset among them. Rounding by 2^-24 costs
     // v three times for terms (coordinate, normal, product), twice for each of three sums with the
@@ -84,29 +83,34 @@ std::vector<FoundIntersection> PairSearch::run() {
     marked_.resize(triangles_.size());
     allMarked_.resize(baked_.bvh.nodes.size());
     taken_.resize(kTaken);
-    bool whole = baked_.bvh.nodes.empty() || meetSelf(0);
-    // What no leaf holds is met by nothing.
-    while (whole && done_ < baked_.trianglePlanes.size()) {
-        whole = triangleDone_();
-        ++done_;
+    if (!baked_.bvh.nodes.empty()) {
+        meetSelf(0);
     }
-    std::sort(found_.begin(), found_.end(), [](const auto& x, const auto& y) {
+    // What no leaf holds is met by nothing.
+    for (; done_ < baked_.trianglePlanes.size(); ++done_) {
+        triangleDone_();
+    }
+    std::sort(found_.begin(), found_.end(), [this](const auto& x, const auto& y) {
+        work_.count(1);
         return std::tie(x.first, x.secondSlot) < std::tie(y.first, y.secondSlot);
     });
     return std::move(found_);
 }
 
-bool PairSearch::meetSelf(unsigned int node) {
+void PairSearch::meetSelf(unsigned int node) {
     const HierarchyNode& here = baked_.bvh.nodes[node];
     if (IsLeaf(here)) {
-        return finishLeaf(here);
+        finishLeaf(here);
+        return;
     }
     const unsigned int first = FirstChild(here);
     const unsigned int second = SecondChild(here);
-    return meet(first, second) && meetSelf(first) && meetSelf(second);
+    meet(first, second);
+    meetSelf(first);
+    meetSelf(second);
 }
 
-bool PairSearch::finishLeaf(const HierarchyNode& leaf) {
+void PairSearch::finishLeaf(const HierarchyNode& leaf) {
     const std::uint32_t end = FirstSlot(leaf) + leaf.second;
     for (std::uint32_t first = FirstSlot(leaf); first < end; first += kLanes) {
         take(first, std::min(first + kLanes, end));
@@ -116,41 +120,36 @@ bool PairSearch::finishLeaf(const HierarchyNode& leaf) {
         }
     }
     for (std::uint32_t slot = FirstSlot(leaf); slot < end; ++slot, ++done_) {
-        if (!triangleDone_()) {
-            return false;
-        }
+        triangleDone_();
     }
-    return true;
 }
 
-bool PairSearch::meet(unsigned int a, unsigned int b) {
+void PairSearch::meet(unsigned int a, unsigned int b) {
     const HierarchyNode& nodeA = baked_.bvh.nodes[a];
     const HierarchyNode& nodeB = baked_.bvh.nodes[b];
     if (!Overlap(nodeA.box, nodeB.box) || (allMarked_[a] && allMarked_[b])) {
-        return true;
+        return;
     }
     if (IsLeaf(nodeA)) {
-        return meetLeaf(a, b);
+        meetLeaf(a, b);
+    } else if (IsLeaf(nodeB)) {
+        meetLeaf(b, a);
+    } else if (Extent(nodeA.box) > Extent(nodeB.box)) {
+        meet(FirstChild(nodeA), b);
+        meet(SecondChild(nodeA), b);
+    } else {
+        meet(a, FirstChild(nodeB));
+        meet(a, SecondChild(nodeB));
     }
-    if (IsLeaf(nodeB)) {
-        return meetLeaf(b, a);
-    }
-    if (Extent(nodeA.box) > Extent(nodeB.box)) {
-        return meet(FirstChild(nodeA), b) && meet(SecondChild(nodeA), b);
-    }
-    return meet(a, FirstChild(nodeB)) && meet(a, SecondChild(nodeB));
 }
 
-bool PairSearch::meetLeaf(unsigned int leaf, unsigned int node) {
+void PairSearch::meetLeaf(unsigned int leaf, unsigned int node) {
     const HierarchyNode& here = baked_.bvh.nodes[leaf];
     const std::uint32_t end = FirstSlot(here) + here.second;
     for (std::uint32_t first = FirstSlot(here); first < end; first += kLanes) {
         take(first, std::min(first + kLanes, end));
-        if (!holdAgainst(node, four_->present)) {
-            return false;
-        }
+        holdAgainst(node, four_->present);
     }
-    return true;
 }
 
 PairSearch::RoughPlane<float> PairSearch::roughPlaneOf(const BakedVertex& origin,
@@ -270,26 +269,28 @@ PairSearch::Chosen PairSearch::Four::cutBy(const RoughPlane<float>& plane) const
 }
 
 /// Holds the chosen ones of the four against what is below a node.
-bool PairSearch::holdAgainst(unsigned int node, Chosen chosen) {
+void PairSearch::holdAgainst(unsigned int node, Chosen chosen) {
     const HierarchyNode& here = baked_.bvh.nodes[node];
     chosen &= four_->meeting(here.box.min, here.box.max);
     if (allMarked_[node]) {
         chosen &= ~four_->marked;
     }
     if (chosen == 0) {
-        return true;
+        return;
     }
     chosen &= four_->cutting(here.box);
     if (chosen == 0) {
-        return true;
+        return;
     }
     if (!IsLeaf(here)) {
-        return holdAgainst(FirstChild(here), chosen) && holdAgainst(SecondChild(here), chosen);
+        holdAgainst(FirstChild(here), chosen);
+        holdAgainst(SecondChild(here), chosen);
+        return;
     }
     for (std::uint32_t slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
         holdAgainstSlot(slot, chosen);
     }
-    return pollAfter(std::size_t{kLanes} * here.second);
+    work_.count(here.second);
 }
 
 void PairSearch::holdAgainstSlot(std::uint32_t slot, Chosen chosen) {
@@ -315,16 +316,6 @@ void PairSearch::holdAgainstSlot(std::uint32_t slot, Chosen chosen) {
             test(slot, normal, four_->firstSlot + lane);
         }
     }
-}
-
-bool PairSearch::pollAfter(std::size_t pairs) {
-    constexpr std::size_t kPairsPerPoll = 1 << 16;
-    pairsSincePoll_ += pairs;
-    if (pairsSincePoll_ < kPairsPerPoll) {
-        return true;
-    }
-    pairsSincePoll_ = 0;
-    return goOn_();
 }
 
 void PairSearch::test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB) {

@@ -20,19 +20,17 @@ namespace ctr {
 /// once.
 class PairSearch {
 public:
-    /// The triangles, slot by slot, are borrowed. `triangleDone` is called once a triangle, when
-    /// about its share of the work is done; it returns false to stop. `goOn` is asked now and then
-    /// in between.
+    /// The triangles, slot by slot, are borrowed. `triangleDone` is called once per triangle, when
+    /// about its share of the work is done.
     PairSearch(const BakedTriangles& baked,
                const std::vector<OccluderTree::Triangle>& triangles,
-               std::function<bool()> triangleDone,
-               std::function<bool()> goOn);
+               std::function<void()> triangleDone,
+               WorkCounter& work);
 
     /// Leaves out pairs of which both are marked, slot by slot.
     void leaveOut(std::vector<bool> marked);
 
-    /// All intersection edges, by the number of the first triangle and then the slot of the second;
-    /// what was found so far when stopped.
+    /// All intersection edges, by the number of the first triangle and then the slot of the second.
     std::vector<FoundIntersection> run();
 
 private:
@@ -67,21 +65,20 @@ private:
 
     bool markBelow(unsigned int node);
     RoughPlane<float> roughPlaneOf(const BakedVertex& origin, const GridVector& normal) const;
-    bool meetSelf(unsigned int node);
-    bool meet(unsigned int a, unsigned int b);
-    bool meetLeaf(unsigned int leaf, unsigned int node);
+    void meetSelf(unsigned int node);
+    void meet(unsigned int a, unsigned int b);
+    void meetLeaf(unsigned int leaf, unsigned int node);
     void take(std::uint32_t firstSlot, std::uint32_t endSlot);
     void fill(Four& four, std::uint32_t endSlot) const;
-    bool holdAgainst(unsigned int node, Chosen chosen);
+    void holdAgainst(unsigned int node, Chosen chosen);
     void holdAgainstSlot(std::uint32_t slot, Chosen chosen);
-    bool finishLeaf(const HierarchyNode& leaf);
-    bool pollAfter(std::size_t pairs);
+    void finishLeaf(const HierarchyNode& leaf);
     void test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB);
 
     const BakedTriangles& baked_;
     const std::vector<Triangle>& triangles_;
-    std::function<bool()> triangleDone_;
-    std::function<bool()> goOn_;
+    std::function<void()> triangleDone_;
+    WorkCounter& work_;
     EdgeOnPlane edgeOnPlane_;     ///< In front with a contact tolerance only.
     float rounding_[3] = {};      ///< How far products with a coordinate may be off, by axis.
     bool floatsAreExact_ = true;  ///< Those of coordinates.
@@ -91,7 +88,6 @@ private:
     std::vector<Four> taken_;    ///< What was needed lately, each where its first slot tells.
     const Four* four_ = nullptr; ///< What is held against others now.
     std::size_t done_ = 0;
-    std::size_t pairsSincePoll_ = 0;
 };
 
 } // namespace ctr

@@ -56,7 +56,7 @@ public:
     MeshSilhouette(const BakedTriangles& baked,
                    std::size_t mesh,
                    std::size_t nextMesh,
-                   Work& work)
+                   WorkCounter& work)
         : baked_(baked), work_(work), mesh_(mesh), firstVertex_(baked.meshFirstVertex[mesh]),
           vertexCount_(baked.meshFirstVertex[nextMesh] - firstVertex_),
           indices_(baked.triangleIndices.data() + 3 * std::size_t{baked.meshFirstTriangle[mesh]}),
@@ -183,7 +183,7 @@ private:
     }
 
     const BakedTriangles& baked_;
-    Work& work_;
+    WorkCounter& work_;
     std::size_t mesh_;
     unsigned int firstVertex_;
     unsigned int vertexCount_;
@@ -205,7 +205,7 @@ LineSegmentSet* MakeSet(const kx::kxTriMesh& mesh, const std::vector<unsigned in
 
 } // namespace
 
-void FindSilhouettes(const BakedTriangles& baked, std::vector<LineSegmentSet*>& sets, Work& work) {
+void FindSilhouettes(const BakedTriangles& baked, std::vector<LineSegmentSet*>& sets, WorkCounter& work) {
     const std::vector<const kx::kxTriMesh*>& meshes = baked.meshes;
     sets.assign(meshes.size(), nullptr);
     if (baked.trianglePlanes.empty()) {
@@ -230,7 +230,7 @@ bool BakedTriangles::computeSilhouetteEdges(std::vector<LineSegmentSet*>& sets) 
     if (!sets.empty()) {
         return false;
     }
-    Work unwatched;
+    WorkCounter unwatched;
     FindSilhouettes(*this, sets, unwatched);
     return !trianglePlanes.empty();
 }

@@ -26,12 +26,12 @@ using Point = Wm4::Vector3<float>;
 /// One set of baked triangles that hides intersection edges.
 class CutHider {
 public:
-    CutHider(const LaidOutTriangles& triangles, std::size_t edges)
+    CutHider(const LaidOutTriangles& triangles, std::size_t edges, WorkCounter& work)
         : baked_(*triangles.baked), tolerance_(baked_), layout_(triangles.layout) {
         // Laying the tree out anew pays for so many edges only.
         constexpr std::size_t kTrianglesPerEdge = 64;
         if (layout_ == nullptr && edges * kTrianglesPerEdge >= baked_.trianglePlanes.size()) {
-            layout_ = &own_.emplace(baked_);
+            layout_ = &own_.emplace(baked_, work);
         }
     }
     CutHider(const CutHider&) = delete;
@@ -68,10 +68,11 @@ class CutHiders {
 public:
     CutHiders(const LaidOutTriangles& triangles,
               const LaidOutTriangles* occluders,
-              std::size_t edges)
-        : own_(triangles, edges) {
+              std::size_t edges,
+              WorkCounter& work)
+        : own_(triangles, edges, work) {
         if (occluders != nullptr && !occluders->baked->bvh.nodes.empty()) {
-            occluders_.emplace(*occluders, edges);
+            occluders_.emplace(*occluders, edges, work);
         }
     }
 
@@ -94,9 +95,8 @@ private:
     std::vector<RationalInterval> hidden_;
 };
 
-/// The triangles and who is to be told.
-struct Search {
-    std::vector<FoundIntersection> findIntersectionEdges(bool visibleOnly) const;
+/// The pieces of intersection edges.
+struct Pieces {
     struct TrianglePair {
         OccluderTree::Triangle triangles[2];
         GridVector normals[2];
@@ -105,79 +105,52 @@ struct Search {
     TrianglePair pairOf(const FoundIntersection& found) const;
     IntersectionEdge edgeOf(const FoundIntersection& found) const;
     bool isContact(const FoundIntersection& found) const;
-    bool collectPieces(const std::vector<FoundIntersection>& edges,
-                       std::vector<Point>& visible,
-                       std::vector<Point>* hidden) const;
+    void append(const FoundIntersection& found, CutHiders& hiders);
     void appendVisiblePieces(const IntersectionEdge& edge,
-                             const std::vector<RationalInterval>& hidden,
-                             std::vector<Point>& pieces) const;
+                             const std::vector<RationalInterval>& ranges);
     void appendPiece(const IntersectionEdge& edge,
                      const Fraction& from,
                      const Fraction& to,
                      std::vector<Point>& pieces) const;
 
-    bool isCanceled() const {
-        return progressNotifier != nullptr && progressNotifier->isCanceled();
-    }
-
     const BakedTriangles* triangles;
-    const OccluderLayout* layout;
-    const LaidOutTriangles* occluders;
-    kx::kxProgressNotifierInterface* progressNotifier;
+    bool withHidden;
+    std::vector<Point> visible; ///< Two per piece.
+    std::vector<Point> hidden;
 };
 
 /// Triangles in hidden places. The line along which two of them cut each other is hidden: an end of
 /// it lies on one triangle and, but for the roundings to the grid, on the other one, so all of it
 /// is within four steps of either box on screen, and no nearer than the nearest corner of both.
-std::vector<bool> UnseenTriangles(const OccluderLayout& layout) {
+std::vector<bool> UnseenTriangles(const OccluderLayout& layout, WorkCounter& work) {
     std::vector<bool> unseen;
     unseen.reserve(layout.tree.triangles().size());
     for (const OccluderTree::Triangle& triangle : layout.tree.triangles()) {
+        work.count(1);
         unseen.push_back(layout.map.hidesAround(triangle.corners));
     }
     return unseen;
 }
 
-std::vector<OccluderTree::Triangle> TrianglesBySlot(const BakedTriangles& baked) {
+std::vector<OccluderTree::Triangle> TrianglesBySlot(const BakedTriangles& baked,
+                                                    WorkCounter& work) {
     std::vector<OccluderTree::Triangle> triangles;
     triangles.reserve(baked.bvh.primitives.size());
     for (const unsigned int number : baked.bvh.primitives) {
+        work.count(1);
         triangles.push_back(OccluderTree::triangleOf(baked, number));
     }
     return triangles;
 }
 
-/// With `visibleOnly`, some of those that nobody sees may be left out.
-std::vector<FoundIntersection> Search::findIntersectionEdges(bool visibleOnly) const {
-    // Fewer are tested as quickly as looked up.
-    constexpr std::size_t kManyTriangles = 4096;
-    const auto goOn = [this] { return !isCanceled(); };
-    const auto triangleDone = [this] {
-        if (progressNotifier != nullptr) {
-            progressNotifier->advance(1.0);
-        }
-        return !isCanceled();
-    };
-    if (layout == nullptr) {
-        const std::vector<OccluderTree::Triangle> own = TrianglesBySlot(*triangles);
-        return PairSearch(*triangles, own, triangleDone, goOn).run();
-    }
-    PairSearch search(*triangles, layout->tree.triangles(), triangleDone, goOn);
-    if (visibleOnly && layout->tree.triangles().size() >= kManyTriangles &&
-        !layout->map.isNearlyEmpty()) {
-        search.leaveOut(UnseenTriangles(*layout));
-    }
-    return search.run();
-}
-
-Search::TrianglePair Search::pairOf(const FoundIntersection& found) const {
+Pieces::TrianglePair Pieces::pairOf(const FoundIntersection& found) const {
     const std::uint32_t numbers[2] = {found.first, triangles->bvh.primitives[found.secondSlot]};
     return {{OccluderTree::triangleOf(*triangles, numbers[0]),
              OccluderTree::triangleOf(*triangles, numbers[1])},
             {triangles->trianglePlanes[numbers[0]], triangles->trianglePlanes[numbers[1]]}};
 }
 
-IntersectionEdge Search::edgeOf(const FoundIntersection& found) const {
+IntersectionEdge Pieces::edgeOf(const FoundIntersection& found) const {
     const TrianglePair pair = pairOf(found);
     const auto crossing = [&](int end) {
         const int own = end / 3;
@@ -189,7 +162,7 @@ IntersectionEdge Search::edgeOf(const FoundIntersection& found) const {
 }
 
 /// Whether the two triangles only seem to cut each other, as they lie in one plane.
-bool Search::isContact(const FoundIntersection& found) const {
+bool Pieces::isContact(const FoundIntersection& found) const {
     const ContactTolerance tolerance(*triangles);
     if (tolerance.isOff()) {
         return false;
@@ -198,7 +171,7 @@ bool Search::isContact(const FoundIntersection& found) const {
     return AreInContact({pair[0].corners, normals[0]}, {pair[1].corners, normals[1]}, tolerance);
 }
 
-void Search::appendPiece(const IntersectionEdge& edge,
+void Pieces::appendPiece(const IntersectionEdge& edge,
                          const Fraction& from,
                          const Fraction& to,
                          std::vector<Point>& pieces) const {
@@ -211,55 +184,72 @@ void Search::appendPiece(const IntersectionEdge& edge,
     }
 }
 
-void Search::appendVisiblePieces(const IntersectionEdge& edge,
-                                 const std::vector<RationalInterval>& hidden,
-                                 std::vector<Point>& pieces) const {
+void Pieces::appendVisiblePieces(const IntersectionEdge& edge,
+                                 const std::vector<RationalInterval>& ranges) {
     Fraction visibleFrom(0, 1);
-    for (const RationalInterval& range : hidden) {
+    for (const RationalInterval& range : ranges) {
         if (CompareFractions(range.start, visibleFrom) > 0) {
-            appendPiece(edge, visibleFrom, range.start, pieces);
+            appendPiece(edge, visibleFrom, range.start, visible);
         }
         visibleFrom = range.end;
     }
     if (CompareFractions(Fraction(1, 1), visibleFrom) > 0) {
-        appendPiece(edge, visibleFrom, Fraction(1, 1), pieces);
+        appendPiece(edge, visibleFrom, Fraction(1, 1), visible);
     }
 }
 
-/// False when there is nothing, or cancelled.
-bool Search::collectPieces(const std::vector<FoundIntersection>& edges,
-                           std::vector<Point>& visible,
-                           std::vector<Point>* hidden) const {
-    float step = 1.0F;
-    if (progressNotifier != nullptr) {
+void Pieces::append(const FoundIntersection& found, CutHiders& hiders) {
+    const IntersectionEdge edge = edgeOf(found);
+    const std::vector<RationalInterval>& ranges = hiders.hiddenOf(edge);
+    const bool nothingIsWanted = !withHidden && hiders.isWhole();
+    if (nothingIsWanted || isContact(found)) {
+        return;
+    }
+    appendVisiblePieces(edge, ranges);
+    if (withHidden && !found.grazing) {
+        for (const RationalInterval& range : ranges) {
+            appendPiece(edge, range.start, range.end, hidden);
+        }
+    }
+}
+
+/// Spreads what is left of a notifier's run over so many steps; the last of them ends it exactly.
+class RestOfRun {
+public:
+    RestOfRun(kx::kxProgressNotifierInterface* notifier, std::size_t steps)
+        : notifier_(notifier), stepsLeft_(steps) {
+        if (steps == 0) {
+            advance(rest());
+        } else {
+            step_ = static_cast<float>(rest() / static_cast<double>(steps));
+        }
+    }
+
+    /// False when cancelled.
+    bool step() {
+        advance(--stepsLeft_ > 0 ? static_cast<double>(step_) : rest());
+        return notifier_ == nullptr || !notifier_->isCanceled();
+    }
+
+private:
+    double rest() const {
         double start = 0.0;
         double end = 1.0;
-        progressNotifier->getRange(start, end);
-        step = static_cast<float>((end - start) / static_cast<double>(edges.size()));
+        if (notifier_ != nullptr) {
+            notifier_->getRange(start, end);
+        }
+        return end - start;
     }
-    CutHiders hiders({triangles, layout}, occluders, edges.size());
-    for (const FoundIntersection& found : edges) {
-        if (progressNotifier != nullptr) {
-            progressNotifier->advance(static_cast<double>(step));
-            if (progressNotifier->isCanceled()) {
-                break;
-            }
-        }
-        const IntersectionEdge edge = edgeOf(found);
-        const std::vector<RationalInterval>& intervals = hiders.hiddenOf(edge);
-        const bool nothingIsWanted = hidden == nullptr && hiders.isWhole();
-        if (nothingIsWanted || isContact(found)) {
-            continue;
-        }
-        appendVisiblePieces(edge, intervals, visible);
-        if (hidden != nullptr && !found.grazing) {
-            for (const RationalInterval& range : intervals) {
-                appendPiece(edge, range.start, range.end, *hidden);
-            }
+    void advance(double steps) {
+        if (notifier_ != nullptr && steps > 0.0) {
+            notifier_->advance(steps);
         }
     }
-    return !(visible.empty() && (hidden == nullptr || hidden->empty())) && !isCanceled();
-}
+
+    kx::kxProgressNotifierInterface* notifier_;
+    std::size_t stepsLeft_;
+    float step_ = 1.0F;
+};
 
 /// Two vertices of its own for each piece; null without one.
 LineSegmentSet* MakeSet(const std::vector<Point>& pieces) {
@@ -281,6 +271,58 @@ LineSegmentSet* MakeSet(const std::vector<Point>& pieces) {
 
 } // namespace
 
+std::vector<FoundIntersection> FindIntersectionEdges(const LaidOutTriangles& triangles,
+                                                     bool visibleOnly,
+                                                     kx::kxProgressNotifierInterface* notifier) {
+    // Fewer are tested as quickly as looked up.
+    constexpr std::size_t kManyTriangles = 4096;
+    WorkCounter work(notifier);
+    const auto triangleDone = [notifier] {
+        if (notifier != nullptr) {
+            notifier->advance(1.0);
+            if (notifier->isCanceled()) {
+                throw Cancelled();
+            }
+        }
+    };
+    const auto& [baked, layout] = triangles;
+    if (layout == nullptr) {
+        const std::vector<OccluderTree::Triangle> own = TrianglesBySlot(*baked, work);
+        return PairSearch(*baked, own, triangleDone, work).run();
+    }
+    PairSearch search(*baked, layout->tree.triangles(), triangleDone, work);
+    if (visibleOnly && layout->tree.triangles().size() >= kManyTriangles &&
+        !layout->map.isNearlyEmpty()) {
+        search.leaveOut(UnseenTriangles(*layout, work));
+    }
+    return search.run();
+}
+
+LineSegmentSet* PiecesOfEdges(const std::vector<FoundIntersection>& edges,
+                              const LaidOutTriangles& triangles,
+                              const LaidOutTriangles* occluders,
+                              kx::kxProgressNotifierInterface* notifier,
+                              kx::kxPointer<LineSegmentSet>* hidden) {
+    WorkCounter work(notifier);
+    RestOfRun run(notifier, edges.size());
+    CutHiders hiders(triangles, occluders, edges.size(), work);
+    Pieces pieces{triangles.baked, hidden != nullptr, {}, {}};
+    for (const FoundIntersection& found : edges) {
+        if (!run.step()) {
+            break;
+        }
+        pieces.append(found, hiders);
+    }
+    if (pieces.visible.empty() && pieces.hidden.empty()) {
+        return nullptr;
+    }
+    work.look();
+    if (hidden != nullptr) {
+        *hidden = MakeSet(pieces.hidden);
+    }
+    return MakeSet(pieces.visible);
+}
+
 LineSegmentSet* FindIntersectionLines(const LaidOutTriangles& triangles,
                                       const LaidOutTriangles* occluders,
                                       kx::kxProgressNotifierInterface* notifier,
@@ -288,20 +330,13 @@ LineSegmentSet* FindIntersectionLines(const LaidOutTriangles& triangles,
     if (hidden != nullptr) {
         *hidden = nullptr;
     }
-    const Search search{triangles.baked, triangles.layout, occluders, notifier};
-    const std::vector<FoundIntersection> edges = search.findIntersectionEdges(hidden == nullptr);
-    if (search.isCanceled()) {
+    try {
+        const auto edges = FindIntersectionEdges(triangles, hidden == nullptr, notifier);
+        WorkCounter(notifier).look();
+        return PiecesOfEdges(edges, triangles, occluders, notifier, hidden);
+    } catch (const Cancelled&) {
         return nullptr;
     }
-    std::vector<Point> visiblePieces;
-    std::vector<Point> hiddenPieces;
-    if (!search.collectPieces(edges, visiblePieces, hidden != nullptr ? &hiddenPieces : nullptr)) {
-        return nullptr;
-    }
-    if (hidden != nullptr) {
-        *hidden = MakeSet(hiddenPieces);
-    }
-    return MakeSet(visiblePieces);
 }
 
 struct TrianglesIntersection::tInternal {
