@@ -63,20 +63,28 @@ std::size_t SegmentCount(const std::vector<MeshLines>& lines) {
     return count;
 }
 
+/// Marks pieces within one grid column as hidden, as every line seen end-on is.
+///
+/// The ends of a piece are grid points, but their world positions are rounded to single precision,
+/// which can put two neighbours into one column.
+void HideSpecks(LineSegmentSet& pieces, const ctr::DiscreteProjectionSpace& camera) {
+    ctr::GeometricFeaturesGenerator nothingHides;
+    nothingHides.setProjectionSpace(camera);
+    nothingHides.setSingleExportCluster({}, nullptr);
+    nothingHides.computeOcclusion(pieces, 0);
+}
+
 } // namespace
 
-LineFinder::LineFinder(const ctr::DiscreteProjectionSpace& camera) {
-    for (ctr::GeometricFeaturesGenerator* generator : {&generator_, &occluderGenerator_}) {
-        generator->setProjectionSpace(camera);
-        generator->setContactTolerance(kContactTolerance);
-    }
+LineFinder::LineFinder(const ctr::DiscreteProjectionSpace& camera) : camera_(camera) {
+    generator_.setProjectionSpace(camera);
+    generator_.setContactTolerance(kContactTolerance);
 }
 
 void LineFinder::bake(const MeshList& meshes, const MeshList& occluders) {
     meshes_ = meshes;
     const std::vector<const kx::kxTriMesh*> hiding = Borrowed(occluders);
     generator_.setSingleExportCluster(Borrowed(meshes), &hiding);
-    occluderGenerator_.setSingleExportCluster(hiding, nullptr);
 }
 
 SceneLines LineFinder::find(const LineChoice& choice, kx::kxProgressNotifierInterface& progress) {
@@ -121,7 +129,7 @@ void LineFinder::findCuts(bool hidden, SceneLines& lines) {
     lines.visibleCuts = LineSetPointer(
         generator_.computeIntersectionEdges(0, hidden ? &lines.hiddenCuts : nullptr));
     if (lines.visibleCuts) {
-        occluderGenerator_.computeOcclusion(*lines.visibleCuts, 0);
+        HideSpecks(*lines.visibleCuts, camera_);
     }
 }
 

@@ -34,7 +34,7 @@ struct MeshLines {
 
 struct SceneLines {
     std::vector<MeshLines> meshes; ///< One for each mesh that was baked.
-    LineSetPointer visibleCuts;    ///< Where triangles cut each other; hidden ranges by occluders.
+    LineSetPointer visibleCuts;    ///< Where triangles intersect: visible pieces, and specks.
     LineSetPointer hiddenCuts;     ///< Pieces that are hidden as a whole.
 };
 
@@ -54,10 +54,9 @@ private:
     void findOutlines(const LineChoice& choice, std::vector<MeshLines>& lines);
     void findCuts(bool hidden, SceneLines& lines);
 
+    ctr::DiscreteProjectionSpace camera_;
     MeshList meshes_;
     ctr::GeometricFeaturesGenerator generator_;
-    /// Of the occluders alone: the library hides cuts behind drawn meshes only.
-    ctr::GeometricFeaturesGenerator occluderGenerator_;
 };
 
 } // namespace kxcontour
