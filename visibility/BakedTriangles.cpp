@@ -214,7 +214,8 @@ struct ProjectedVertices {
         outside = std::make_unique_for_overwrite<OutsideBits[]>(static_cast<std::size_t>(most));
     }
 
-    void project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space, WorkCounter& work) {
+    void
+    project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space, WorkCounter& work) {
         const VertexProjector projector(mesh, space);
         count = VertexQuantity(mesh);
         for (int i = 0; i < count; ++i) {
@@ -328,7 +329,10 @@ private:
 /// The second pass over one mesh.
 class MeshBaker {
 public:
-    MeshBaker(BakedTriangles& baked, std::size_t meshNumber, unsigned int firstVertex, WorkCounter& work)
+    MeshBaker(BakedTriangles& baked,
+              std::size_t meshNumber,
+              unsigned int firstVertex,
+              WorkCounter& work)
         : baked_(baked), mesh_(*baked.meshes[meshNumber]), meshNumber_(meshNumber),
           firstVertex_(firstVertex), work_(work) {}
 
@@ -431,7 +435,9 @@ private:
     BakedTriangles* baked_;
 };
 
-void RunFirstPass(const BakedTriangles& baked, BakedTriangles::tFirstPassData& data, WorkCounter& work) {
+void RunFirstPass(const BakedTriangles& baked,
+                  BakedTriangles::tFirstPassData& data,
+                  WorkCounter& work) {
     const std::vector<const kx::kxTriMesh*>& meshes = baked.meshes;
     data.release();
     data.clippedPolygons.resize(meshes.size());

@@ -59,10 +59,9 @@ private:
 
     void layCells(const kx::kxBBox& box, std::size_t triangles);
     void coarsen();
-    std::vector<std::uint32_t>
-    chooseTriangles(const BakedTriangles& baked,
-                    const std::vector<OccluderTree::Triangle>& triangles,
-                    WorkCounter& work);
+    std::vector<std::uint32_t> chooseTriangles(const BakedTriangles& baked,
+                                               const std::vector<OccluderTree::Triangle>& triangles,
+                                               WorkCounter& work);
     void choose(const BakedTriangles& baked,
                 unsigned int node,
                 const std::vector<OccluderTree::Triangle>& triangles,

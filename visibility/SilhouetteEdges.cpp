@@ -205,7 +205,9 @@ LineSegmentSet* MakeSet(const kx::kxTriMesh& mesh, const std::vector<unsigned in
 
 } // namespace
 
-void FindSilhouettes(const BakedTriangles& baked, std::vector<LineSegmentSet*>& sets, WorkCounter& work) {
+void FindSilhouettes(const BakedTriangles& baked,
+                     std::vector<LineSegmentSet*>& sets,
+                     WorkCounter& work) {
     const std::vector<const kx::kxTriMesh*>& meshes = baked.meshes;
     sets.assign(meshes.size(), nullptr);
     if (baked.trianglePlanes.empty()) {

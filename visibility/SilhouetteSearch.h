@@ -11,6 +11,8 @@ namespace ctr {
 
 /// As BakedTriangles::computeSilhouetteEdges(), for a list of sets that need not be empty. Counts
 /// some items per vertex and triangle. When cancelled, the sets made so far are in the list.
-void FindSilhouettes(const BakedTriangles& baked, std::vector<LineSegmentSet*>& sets, WorkCounter& work);
+void FindSilhouettes(const BakedTriangles& baked,
+                     std::vector<LineSegmentSet*>& sets,
+                     WorkCounter& work);
 
 } // namespace ctr

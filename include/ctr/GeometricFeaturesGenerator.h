@@ -23,6 +23,27 @@ struct GeometricFeatures {
     kx::kxPointer<LineSegmentSet> intersectionEdges; ///< Pieces that no exported mesh hides.
 };
 
+/// The lines of one mesh in world space, with hidden ranges; null where it has none.
+struct MeshFeatures {
+    kx::kxPointer<LineSegmentSet> silhouetteEdges;
+    kx::kxPointer<LineSegmentSet> creaseEdges; ///< Without those that are silhouettes.
+};
+
+/// The lines of one drawing, mesh by mesh.
+struct FeaturesByMesh {
+    std::vector<MeshFeatures> meshes;                      ///< One per exported mesh.
+    kx::kxPointer<LineSegmentSet> intersectionEdges;       ///< Visible pieces.
+    kx::kxPointer<LineSegmentSet> hiddenIntersectionEdges; ///< Hidden pieces, if asked for.
+};
+
+/// Which lines are looked for.
+struct FeatureChoice {
+    bool silhouettes = true;
+    bool creases = true; ///< All of them where silhouettes are not looked for.
+    bool intersections = true;
+    bool hiddenIntersections = false; ///< Of other lines, hidden parts are known anyway.
+};
+
 /// Finds the feature lines of a list of meshes and what hides them.
 ///
 /// Call setProjectionSpace(), optionally setProgressNotifier(), then setSingleExportCluster(), then
@@ -55,6 +76,12 @@ public:
     void setSingleExportCluster(const std::vector<const kx::kxTriMesh*>& meshes,
                                 const std::vector<const kx::kxTriMesh*>* occluders);
 
+    /// The same with progress and cancellation, which need not be those of setProgressNotifier().
+    /// False when cancelled, which leaves no cluster. See BakedTriangles::initialize().
+    bool setSingleExportCluster(const std::vector<const kx::kxTriMesh*>& meshes,
+                                const std::vector<const kx::kxTriMesh*>* occluders,
+                                kx::kxProgressNotifierInterface& notifier);
+
     /// The baked triangles of the exported meshes. The index is not checked; 0 is the only cluster.
     BakedTriangles& getBakedTriangles(unsigned int cluster);
 
@@ -68,6 +95,15 @@ public:
     void computeGeometricFeatures(GeometricFeatures& out,
                                   unsigned int cluster,
                                   bool removeCommonSegments);
+
+    /// Finds all lines of a cluster mesh by mesh, so that a line is known to belong to its mesh.
+    ///
+    /// Lines are those of computeGeometricFeatures(), but occluders hide intersections, too. One
+    /// run of the notifier, whose steps are weighed: at half of its total, about half of the time
+    /// has passed. It is asked to cancel about once per millisecond throughout. False, leaving out
+    /// as it was, when cancelled and for an index out of range.
+    bool
+    computeFeaturesByMesh(FeaturesByMesh& out, unsigned int cluster, const FeatureChoice& choice);
 
     /// Finds the hidden ranges and clip records of any line set against the meshes of a cluster.
     ///

@@ -1,4 +1,5 @@
-// Baking with a notifier: the same triangles, a run of steps to its end, and nothing when cancelled.
+// Baking with a notifier: the same triangles, a run of steps to its end, and nothing when
+// cancelled.
 #include <ctr/BakedTriangles.h>
 
 #include "support/ExactIntersections.h"
