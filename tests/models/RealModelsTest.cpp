@@ -29,7 +29,6 @@ using ctr::BakedVertex;
 using ctr::DiscreteProjectionSpace;
 using ctr::LineSegmentSet;
 using ctr::RationalInterval;
-using kxcontour::SceneLines;
 using test_support::BakeExactly;
 using test_support::ExactBaked;
 using test_support::Fraction;
@@ -94,12 +93,12 @@ public:
     void advance(double) override {}
 };
 
-SceneLines FindLines(const kxcontour::Scene& scene, const DiscreteProjectionSpace& space) {
+ctr::FeaturesByMesh FindLines(const kxcontour::Scene& scene, const DiscreteProjectionSpace& space) {
     kxcontour::LineFinder finder(space);
-    finder.bake(scene.meshes, scene.occluders);
-    kxcontour::LineChoice choice;
-    choice.hidden = true;
     NoProgress progress;
+    finder.bake(scene.meshes, scene.occluders, progress);
+    ctr::FeatureChoice choice;
+    choice.hiddenIntersections = true;
     return finder.find(choice, progress);
 }
 
@@ -215,11 +214,14 @@ int SegmentsOf(const LineSegmentSet& set) {
 }
 
 /// Looks at any segments of all meshes until there are enough visible and enough hidden points.
-void LookAtPoints(const OnGrid& grid, const SceneLines& lines, std::uint64_t seed, Counts& counts) {
+void LookAtPoints(const OnGrid& grid,
+                  const ctr::FeaturesByMesh& lines,
+                  std::uint64_t seed,
+                  Counts& counts) {
     constexpr int kPoints = 500;
     std::vector<std::pair<const LineSegmentSet*, int>> segments;
-    for (const kxcontour::MeshLines& mesh : lines.meshes) {
-        for (const LineSegmentSet* set : {mesh.silhouettes.get(), mesh.creases.get()}) {
+    for (const ctr::MeshFeatures& mesh : lines.meshes) {
+        for (const LineSegmentSet* set : {mesh.silhouetteEdges.get(), mesh.creaseEdges.get()}) {
             for (int i = 0; set != nullptr && i < SegmentsOf(*set); ++i) {
                 segments.emplace_back(set, i);
             }
@@ -258,7 +260,7 @@ void LookAtPoints(const OnGrid& grid, const SceneLines& lines, std::uint64_t see
 
 using Bits = std::vector<test_support::SegmentBits>;
 
-Bits BitsOf(const kxcontour::LineSetPointer& set) {
+Bits BitsOf(const kx::kxPointer<LineSegmentSet>& set) {
     Bits bits;
     for (int i = 0; set && i < SegmentsOf(*set); ++i) {
         test_support::SegmentBits& segment = bits.emplace_back();
@@ -278,7 +280,7 @@ Bits BitsOf(const kxcontour::LineSetPointer& set) {
 /// Finds all cuts of triangles that are near each other on the screen, and what hides them.
 void FindCutsAgain(const OnGrid& grid,
                    const kxcontour::Scene& scene,
-                   const SceneLines& lines,
+                   const ctr::FeaturesByMesh& lines,
                    Counts& counts) {
     const std::vector<const kx::kxTriMesh*> meshes = test_support::MeshList(scene.meshes);
     ctr::BakedTriangles baked = test_support::Bake(grid.space, meshes);
@@ -289,8 +291,8 @@ void FindCutsAgain(const OnGrid& grid,
     };
     test_support::CutCounts cutCounts;
     const test_support::CutPieces pieces = PiecesOfCuts(baked, near, cutCounts);
-    EXPECT_EQ(BitsOf(lines.visibleCuts), SortedWorldBits(grid.space, pieces.visible));
-    EXPECT_EQ(BitsOf(lines.hiddenCuts), SortedWorldBits(grid.space, pieces.hidden));
+    EXPECT_EQ(BitsOf(lines.intersectionEdges), SortedWorldBits(grid.space, pieces.visible));
+    EXPECT_EQ(BitsOf(lines.hiddenIntersectionEdges), SortedWorldBits(grid.space, pieces.hidden));
     counts.cuts += static_cast<int>(pieces.visible.size() + pieces.hidden.size());
 }
 
@@ -307,7 +309,7 @@ TEST_P(RealModels, AreDrawnExactlyFromAllSides) {
     std::uint64_t seed = 0;
     for (const Direction& d : Directions(test_support::Scaled(3))) {
         const OnGrid grid(scene, Aim(scene, d));
-        const SceneLines lines = FindLines(scene, grid.space);
+        const ctr::FeaturesByMesh lines = FindLines(scene, grid.space);
         LookAtPoints(grid, lines, ++seed, counts);
         FindCutsAgain(grid, scene, lines, counts);
         ASSERT_FALSE(HasFailure()) << "seen from " << d.x << ' ' << d.y << ' ' << d.z;

@@ -228,7 +228,7 @@ public:
 private:
     void drawView() {
         const AimedCamera camera = aim();
-        const SceneLines lines = findLines(camera.space);
+        const ctr::FeaturesByMesh lines = findLines(camera.space);
         writeDrawing(
             MapToPaper(lines, placeOf(camera.space, options_.page.size), options_.lines.hidden));
     }
@@ -252,13 +252,13 @@ private:
         request.scale = 1.0 / unitsPerMillimetre;
         const AimedCamera camera =
             AimCamera(request, SubjectsOf(scene_, scene_.meshes), {cell.size, 0.0});
-        const SceneLines lines = findLines(camera.space);
+        const ctr::FeaturesByMesh lines = findLines(camera.space);
         return MapToPaper(lines, placeOf(camera.space, cell.size), options_.lines.hidden);
     }
 
     void drawRecords() {
         const AimedCamera camera = aim();
-        const SceneLines lines = findLines(camera.space);
+        const ctr::FeaturesByMesh lines = findLines(camera.space);
         writeRecords(lines, placeOf(camera.space, options_.page.size));
     }
 
@@ -281,10 +281,10 @@ private:
         return {camera, page, scene_.objectOf, WorldToFile(scene_)};
     }
 
-    SceneLines findLines(const ctr::DiscreteProjectionSpace& camera) {
+    ctr::FeaturesByMesh findLines(const ctr::DiscreteProjectionSpace& camera) {
         observer_.enter("bake");
         LineFinder finder(camera);
-        finder.bake(scene_.meshes, scene_.occluders);
+        finder.bake(scene_.meshes, scene_.occluders, observer_);
         observer_.enter("features");
         const bool json = options_.output.format == OutputFormat::Json;
         const LineOptions& lines = options_.lines;
@@ -307,7 +307,7 @@ private:
                    [&](const std::string& path) { Write(drawing, options_.output, path); });
     }
 
-    void writeRecords(const SceneLines& lines, const PaperPlace& place) {
+    void writeRecords(const ctr::FeaturesByMesh& lines, const PaperPlace& place) {
         observer_.enter("export");
         if (MapToPaper(lines, place, false).groups.empty()) {
             NothingVisible(options_, report_);

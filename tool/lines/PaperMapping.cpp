@@ -14,6 +14,7 @@ using ctr::LineSegmentSet;
 using ctr::RationalInterval;
 using Fraction = Wm4::Vector2<long>;
 using Position = Wm4::Vector3<float>;
+using LineSetPointer = kx::kxPointer<LineSegmentSet>;
 
 /// Maps points of the world to the sheet, y pointing down.
 class PageMap {
@@ -206,25 +207,25 @@ private:
 
 } // namespace
 
-PaperLines MapToPaper(const SceneLines& lines, const PaperPlace& place, bool withHidden) {
+PaperLines MapToPaper(const ctr::FeaturesByMesh& lines, const PaperPlace& place, bool withHidden) {
     Gathering gathering(place, withHidden);
     for (std::size_t i = 0; i < lines.meshes.size(); ++i) {
-        gathering.add(lines.meshes[i].silhouettes, Family::Silhouette, place.objects[i]);
-        gathering.add(lines.meshes[i].creases, Family::Crease, place.objects[i]);
+        gathering.add(lines.meshes[i].silhouetteEdges, Family::Silhouette, place.objects[i]);
+        gathering.add(lines.meshes[i].creaseEdges, Family::Crease, place.objects[i]);
     }
-    gathering.add(lines.visibleCuts, Family::Intersection, kSharedObject);
-    gathering.addHidden(lines.hiddenCuts, Family::Intersection, kSharedObject);
+    gathering.add(lines.intersectionEdges, Family::Intersection, kSharedObject);
+    gathering.addHidden(lines.hiddenIntersectionEdges, Family::Intersection, kSharedObject);
     return gathering.take();
 }
 
-std::vector<SegmentRecord> RecordsOf(const SceneLines& lines, const PaperPlace& place) {
+std::vector<SegmentRecord> RecordsOf(const ctr::FeaturesByMesh& lines, const PaperPlace& place) {
     Recording recording(place);
     for (std::size_t i = 0; i < lines.meshes.size(); ++i) {
-        recording.add(lines.meshes[i].silhouettes, Family::Silhouette, place.objects[i], false);
-        recording.add(lines.meshes[i].creases, Family::Crease, place.objects[i], false);
+        recording.add(lines.meshes[i].silhouetteEdges, Family::Silhouette, place.objects[i], false);
+        recording.add(lines.meshes[i].creaseEdges, Family::Crease, place.objects[i], false);
     }
-    recording.add(lines.visibleCuts, Family::Intersection, kSharedObject, false);
-    recording.add(lines.hiddenCuts, Family::Intersection, kSharedObject, true);
+    recording.add(lines.intersectionEdges, Family::Intersection, kSharedObject, false);
+    recording.add(lines.hiddenIntersectionEdges, Family::Intersection, kSharedObject, true);
     return recording.take();
 }
 

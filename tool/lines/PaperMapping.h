@@ -2,8 +2,8 @@
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>
+#include <ctr/GeometricFeaturesGenerator.h>
 
-#include "lines/LineFinder.h"
 #include "output/JsonWriter.h"
 #include "paper/Paper.h"
 
@@ -23,10 +23,10 @@ struct PaperPlace {
 
 /// The visible pieces of all lines and, if wanted, the hidden ones, on the sheet that the camera
 /// fills. The names of objects are the caller's to add.
-PaperLines MapToPaper(const SceneLines& lines, const PaperPlace& place, bool withHidden);
+PaperLines MapToPaper(const ctr::FeaturesByMesh& lines, const PaperPlace& place, bool withHidden);
 
 /// Every line of a scene with its hidden ranges. Cuts come as pieces, wholly visible or hidden, but
 /// for ranges that occluders hide.
-std::vector<SegmentRecord> RecordsOf(const SceneLines& lines, const PaperPlace& place);
+std::vector<SegmentRecord> RecordsOf(const ctr::FeaturesByMesh& lines, const PaperPlace& place);
 
 } // namespace kxcontour

@@ -14,16 +14,15 @@
 
 namespace {
 
+using ctr::FeatureChoice;
 using kxcontour::AxesOf;
 using kxcontour::Family;
-using kxcontour::LineChoice;
 using kxcontour::LineFinder;
 using kxcontour::LineGroup;
 using kxcontour::MeshList;
 using kxcontour::PageSize;
 using kxcontour::PaperLine;
 using kxcontour::PaperLines;
-using kxcontour::SceneLines;
 using kxcontour::View;
 
 /// A hundred millimetres square, ten millimetres a unit, the origin in the middle.
@@ -44,7 +43,7 @@ kx::kxPointer<kx::kxTriMesh> BoxMesh(const test_support::Point& lowest,
 class Steps : public kx::kxProgressNotifierInterface {
 public:
     bool isCanceled() const override { return false; }
-    void setTotal(double steps) override { total = steps; }
+    void setTotal(double steps) override { done = 0.0, total = steps; }
     void getRange(double& start, double& end) const override {
         start = done;
         end = total;
@@ -56,17 +55,18 @@ public:
 };
 
 struct Found {
-    SceneLines lines;
+    ctr::FeaturesByMesh lines;
     Steps steps;
 };
 
 Found Find(const MeshList& meshes,
            const MeshList& occluders = {},
-           const LineChoice& choice = {},
+           const FeatureChoice& choice = {},
            View view = View::Front) {
     Found found;
     LineFinder finder(Camera(view));
-    finder.bake(meshes, occluders);
+    finder.bake(meshes, occluders, found.steps);
+    EXPECT_EQ(found.steps.done, found.steps.total);
     found.lines = finder.find(choice, found.steps);
     return found;
 }
@@ -77,8 +77,8 @@ PaperLines OnPaper(const Found& found, bool withHidden, View view = View::Front)
     for (std::size_t i = 0; i < objects.size(); ++i) {
         objects[i] = i;
     }
-    return MapToPaper(found.lines, {camera, kPage, objects, Wm4::Matrix4<double>(false)},
-                      withHidden);
+    return kxcontour::MapToPaper(found.lines, {camera, kPage, objects, Wm4::Matrix4<double>(false)},
+                                 withHidden);
 }
 
 double LengthOf(const PaperLine& line) {
@@ -177,8 +177,8 @@ TEST(HiddenLines, OfCutsAreFoundWhenAskedFor) {
             return group.family == Family::Intersection && group.hidden == hidden;
         });
     };
-    LineChoice choice;
-    choice.hidden = true;
+    FeatureChoice choice;
+    choice.hiddenIntersections = true;
     const PaperLines all = OnPaper(Find(meshes, {}, choice, View::Iso), true, View::Iso);
     const PaperLines plain = OnPaper(Find(meshes, {}, {}, View::Iso), false, View::Iso);
     const double square = 4.0 * 20.0 * std::sqrt(2.0 / 3.0);
@@ -197,8 +197,8 @@ TEST(Cuts, AreHiddenByOccludersToo) {
             return group.family == Family::Intersection && group.hidden == hidden;
         });
     };
-    LineChoice choice;
-    choice.hidden = true;
+    FeatureChoice choice;
+    choice.hiddenIntersections = true;
     const PaperLines open = OnPaper(Find(meshes, {}, choice, View::Iso), true, View::Iso);
     const PaperLines covered = OnPaper(Find(meshes, plate, choice, View::Iso), true, View::Iso);
     const PaperLines plain = OnPaper(Find(meshes, plate, {}, View::Iso), false, View::Iso);
@@ -211,12 +211,12 @@ TEST(Cuts, AreHiddenByOccludersToo) {
 
 TEST(LineChoices, LeaveOutWholeFamilies) {
     const MeshList meshes{BoxMesh({-2, -2, -2}, {2, 2, 2}), BoxMesh({-1, -1, -4}, {1, 1, 4})};
-    const auto has = [&](const LineChoice& choice, Family family) {
+    const auto has = [&](const FeatureChoice& choice, Family family) {
         const PaperLines lines = OnPaper(Find(meshes, {}, choice, View::Iso), false, View::Iso);
         return std::any_of(lines.groups.begin(), lines.groups.end(),
                            [family](const LineGroup& group) { return group.family == family; });
     };
-    const LineChoice all;
+    const FeatureChoice all;
     EXPECT_TRUE(has(all, Family::Silhouette));
     EXPECT_TRUE(has(all, Family::Crease));
     EXPECT_TRUE(has(all, Family::Intersection));
@@ -235,8 +235,8 @@ TEST(LineChoices, KeepCreasesThatAreSilhouettesWhenThoseAreNotDrawn) {
 TEST(FindingLines, EndsExactlyAtItsTotal) {
     const MeshList meshes{BoxMesh({-2, -2, -2}, {2, 2, 2}), BoxMesh({-1, -1, -4}, {1, 1, 4})};
     const Found found = Find(meshes, {}, {}, View::Iso);
-    EXPECT_GT(found.steps.total, 48.0);
-    EXPECT_NEAR(found.steps.done, found.steps.total, 1e-3);
+    EXPECT_GT(found.steps.total, 0.0);
+    EXPECT_EQ(found.steps.done, found.steps.total);
 }
 
 TEST(Records, HoldEveryLineOnceWithItsHiddenRanges) {
