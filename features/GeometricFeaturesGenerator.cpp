@@ -66,6 +66,14 @@ std::size_t SegmentCountOf(const kx::kxPointer<LineSegmentSet>& set) {
     return set ? SegmentCount(set->GetIndexBuffer()) : 0;
 }
 
+std::size_t SegmentCountOf(const std::vector<MeshFeatures>& features) {
+    std::size_t count = 0;
+    for (const MeshFeatures& mesh : features) {
+        count += SegmentCountOf(mesh.silhouetteEdges) + SegmentCountOf(mesh.creaseEdges);
+    }
+    return count;
+}
+
 /// The set in world space; null for none.
 kx::kxPointer<LineSegmentSet> InWorld(LineSegmentSet* set) {
     return set != nullptr ? LineSegmentSet::FuseLineSegmentSets({set}) : nullptr;
@@ -78,14 +86,15 @@ kx::kxPointer<LineSegmentSet> Without(kx::kxPointer<LineSegmentSet> creases,
     return creases && creases->GetIndexBuffer() != nullptr ? creases : nullptr;
 }
 
-/// What the parts of a run cost, in nanoseconds on one processor of 2022: medians of measurements
-/// on models of 2,000 to 1.3 million triangles. They differ by factors of up to three.
+/// What the parts of a run take, in nanoseconds on one processor of 2022. Models differ by factors
+/// of three and more; with these, the run of nine models of 5,000 to 1.3 million triangles is at
+/// half after 0.32 to 0.68 of its time.
 namespace cost {
-constexpr double kSilhouettesPerTriangle = 60.0;
-constexpr double kCreasesPerTriangle = 60.0;
-constexpr double kHidingPerSegment = 2000.0;
-constexpr double kPairsPerTriangle = 400.0;
-constexpr double kPiecesPerEdge = 1000.0;
+constexpr double kOutlinesPerTriangle = 60.0;
+constexpr double kHidingPerSegment = 2500.0;
+constexpr double kPairsPerTriangle = 1000.0;
+constexpr double kPiecesPerTriangle = 800.0;
+constexpr double kSegmentsPerTriangle = 0.1;
 } // namespace cost
 
 bool IsSeenEndOn(const BakedVertex& b0, const BakedVertex& b1) {
@@ -106,12 +115,11 @@ struct GeometricFeaturesGenerator::tInternal {
     void releaseLayouts(unsigned int cluster);
     FeaturesByMesh
     computeFeaturesByMesh(unsigned int cluster, const FeatureChoice& choice, Work& work);
-    void findOutlines(FeaturesByMesh& features,
+    void findOutlines(std::vector<MeshFeatures>& features,
                       unsigned int cluster,
                       const FeatureChoice& choice,
-                      Work& work);
-    void
-    hideOutlines(FeaturesByMesh& features, unsigned int cluster, double costAfterwards, Work& work);
+                      Work& work) const;
+    void hideOutlines(const std::vector<MeshFeatures>& features, unsigned int cluster, Work& work);
     void findIntersections(FeaturesByMesh& features, unsigned int cluster, bool hidden, Work& work);
     void
     occlude(LineSegmentSet& set, unsigned int cluster, kx::kxProgressNotifierInterface* notifier);
@@ -241,55 +249,54 @@ LineSegmentSet* GeometricFeaturesGenerator::tInternal::computeIntersectionsBehin
 
 FeaturesByMesh GeometricFeaturesGenerator::tInternal::computeFeaturesByMesh(
     unsigned int cluster, const FeatureChoice& choice, Work& work) {
+    constexpr double kCountsPerTriangle = 4.0;
+    const auto triangles = static_cast<double>(exportBaked[cluster].trianglePlanes.size());
+    const double perPair = choice.intersections ? cost::kPairsPerTriangle : 0.0;
+    const double perPiece = choice.intersections ? cost::kPiecesPerTriangle : 0.0;
+    const double perHiding = cost::kSegmentsPerTriangle * cost::kHidingPerSegment;
     FeaturesByMesh features;
-    const double triangles = static_cast<double>(exportBaked[cluster].trianglePlanes.size());
-    const double pairsCost = choice.intersections ? cost::kPairsPerTriangle * triangles : 0.0;
-    findOutlines(features, cluster, choice, work);
-    hideOutlines(features, cluster, pairsCost, work);
+    work.begin(kCountsPerTriangle * triangles, cost::kOutlinesPerTriangle * triangles,
+               (perHiding + perPair + perPiece) * triangles);
+    findOutlines(features.meshes, cluster, choice, work);
+
+    const auto segments = static_cast<double>(SegmentCountOf(features.meshes));
+    work.begin(segments, cost::kHidingPerSegment * segments, (perPair + perPiece) * triangles);
+    hideOutlines(features.meshes, cluster, work);
+
     if (choice.intersections) {
+        work.begin(triangles, perPair, perPiece);
         findIntersections(features, cluster, choice.hiddenIntersections, work);
     }
     return features;
 }
 
-void GeometricFeaturesGenerator::tInternal::findOutlines(FeaturesByMesh& features,
+void GeometricFeaturesGenerator::tInternal::findOutlines(std::vector<MeshFeatures>& features,
                                                          unsigned int cluster,
                                                          const FeatureChoice& choice,
-                                                         Work& work) {
+                                                         Work& work) const {
     const MeshList& meshes = exportClusters[cluster];
-    const double triangles = static_cast<double>(exportBaked[cluster].trianglePlanes.size());
-    const double outlinesCost =
-        triangles * (cost::kSilhouettesPerTriangle + cost::kCreasesPerTriangle);
-    work.begin(outlinesCost, outlinesCost, triangles * cost::kPairsPerTriangle);
-    features.meshes.resize(meshes.size());
+    features.resize(meshes.size());
     SetList silhouettes;
     if (choice.silhouettes) {
         FindSilhouettes(exportBaked[cluster], silhouettes.sets, work);
     }
     silhouettes.sets.resize(meshes.size(), nullptr);
     for (std::size_t i = 0; i < meshes.size(); ++i) {
-        MeshFeatures& mesh = features.meshes[i];
-        mesh.silhouetteEdges = InWorld(silhouettes.sets[i]);
+        features[i].silhouetteEdges = InWorld(silhouettes.sets[i]);
         if (choice.creases) {
             SetList creases;
             creases.sets.assign(1, CreasesOfMesh(meshes[i], work));
-            mesh.creaseEdges = Without(InWorld(creases.sets[0]), mesh.silhouetteEdges.get());
+            features[i].creaseEdges =
+                Without(InWorld(creases.sets[0]), features[i].silhouetteEdges.get());
         }
         work.look();
     }
 }
 
-void GeometricFeaturesGenerator::tInternal::hideOutlines(FeaturesByMesh& features,
+void GeometricFeaturesGenerator::tInternal::hideOutlines(const std::vector<MeshFeatures>& features,
                                                          unsigned int cluster,
-                                                         double costAfterwards,
                                                          Work& work) {
-    std::size_t segments = 0;
-    for (const MeshFeatures& mesh : features.meshes) {
-        segments += SegmentCountOf(mesh.silhouetteEdges) + SegmentCountOf(mesh.creaseEdges);
-    }
-    const auto items = static_cast<double>(segments);
-    work.begin(items, cost::kHidingPerSegment * items, costAfterwards);
-    for (const MeshFeatures& mesh : features.meshes) {
+    for (const MeshFeatures& mesh : features) {
         for (LineSegmentSet* set : {mesh.silhouetteEdges.get(), mesh.creaseEdges.get()}) {
             if (set != nullptr) {
                 occlude(*set, cluster, &work);
@@ -305,9 +312,6 @@ void GeometricFeaturesGenerator::tInternal::findIntersections(FeaturesByMesh& fe
                                                               Work& work) {
     const LaidOutTriangles triangles{&exportBaked[cluster], exportOcclusion[cluster].layout()};
     const LaidOutTriangles occluders{&occluderBaked[cluster], occluderOcclusion[cluster].layout()};
-    const auto count = static_cast<double>(exportBaked[cluster].trianglePlanes.size());
-    // Most models have fewer intersection edges than a quarter of their triangles.
-    work.begin(count, cost::kPairsPerTriangle * count, cost::kPiecesPerEdge * count / 4.0);
     const std::vector<FoundIntersection> edges = FindIntersectionEdges(triangles, !hidden, &work);
     work.begin(static_cast<double>(edges.size()), 1.0, 0.0);
     features.intersectionEdges = PiecesOfEdges(
