@@ -9,6 +9,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <tuple>
 #include <vector>
 
 namespace ctr {
@@ -20,6 +21,9 @@ struct SegmentKey {
     PositionKey high;
 
     bool operator==(const SegmentKey&) const = default;
+    bool operator<(const SegmentKey& other) const {
+        return std::tie(low, high) < std::tie(other.low, other.high);
+    }
 };
 
 SegmentKey KeyOfSegment(const LineSegmentSet& set, std::size_t segment) {
@@ -60,22 +64,49 @@ public:
         : keys_(SegmentCountOf(set)), numbers_(keys_.size()) {
         ForEachKey(set, [this](std::size_t segment, const SegmentKey& key) {
             keys_[segment] = key;
-            numbers_.findOrAdd(HashOfSegment(key), static_cast<std::uint32_t>(segment),
-                               [&](std::uint32_t other) { return keys_[other] == key; });
+            numbers_.findOrAdd(HashOfSegment(key), key, static_cast<std::uint32_t>(segment),
+                               KeyOfNumber{keys_});
         });
     }
 
     bool isEmpty() const { return keys_.empty(); }
     bool holds(const SegmentKey& key) const {
-        return numbers_.find(HashOfSegment(key), [&](std::uint32_t segment) {
-            return keys_[segment] == key;
-        }) != HashedNumbers::kNone;
+        return numbers_.find(HashOfSegment(key), key, KeyOfNumber{keys_}) != Numbers::kNone;
     }
 
 private:
+    using Numbers = HashedNumbers<SegmentKey>;
+
+    struct KeyOfNumber {
+        const std::vector<SegmentKey>& keys;
+
+        const SegmentKey& operator()(std::uint32_t segment) const { return keys[segment]; }
+    };
+
     std::vector<SegmentKey> keys_;
-    HashedNumbers numbers_;
+    Numbers numbers_;
 };
+
+/// Gives a set a line list of its own unless nobody else holds its list.
+///
+/// A mesh's outline, which a set may share, is there for other sets and other threads. A count of
+/// 1 stays 1, as nobody else holds a reference to pass on.
+void OwnIndexBuffer(LineSegmentSet& set) {
+    kx::kxIndexBuffer* shared = set.GetIndexBuffer();
+    if (shared == nullptr) {
+        return;
+    }
+    if (shared->GetReferences() > 1) {
+        const kx::kxPointer<kx::kxIndexBuffer> own(
+            new kx::kxIndexBuffer(shared->GetIndexQuantity(), shared->GetIndexBufferType()));
+        std::copy_n(shared->GetData(), shared->GetIndexQuantity(), own->GetData());
+        set.SetIndexBuffer(own.get());
+        return;
+    }
+    // Reading a count orders nothing. Giving a reference back does: what another thread read before
+    // it let go comes before what is written here.
+    const kx::kxPointer<kx::kxIndexBuffer> afterOthers(shared);
+}
 
 /// Moves a segment with its records to a place before it.
 void MoveSegment(LineSegmentSet& set, std::size_t from, std::size_t to) {
@@ -86,6 +117,9 @@ void MoveSegment(LineSegmentSet& set, std::size_t from, std::size_t to) {
     }
     if (from < set.clipRanges.size()) {
         std::swap(set.clipRanges[to], set.clipRanges[from]);
+    }
+    if (to < set.segmentFlags.size()) {
+        set.segmentFlags[to] = from < set.segmentFlags.size() && set.segmentFlags[from];
     }
 }
 
@@ -100,6 +134,7 @@ void LineSegmentSet::RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSe
     if (common.isEmpty() && count > 0) {
         return;
     }
+    OwnIndexBuffer(*a);
     std::size_t kept = 0;
     ForEachKey(*a, [&](std::size_t segment, const SegmentKey& key) {
         if (common.holds(key)) {
@@ -117,6 +152,9 @@ void LineSegmentSet::RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSe
     }
     a->occlusionIntervals.resize(kept);
     a->clipRanges.resize(kept, ClipRange{0.0F, 0.0F, 0.0F, 0.0F});
+    if (!a->segmentFlags.empty()) {
+        a->segmentFlags.resize(kept);
+    }
 }
 
 } // namespace ctr

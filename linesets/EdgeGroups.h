@@ -23,23 +23,24 @@ namespace ctr {
 
 /// The place of each of `count` points: the number of the first point with the same key.
 ///
-/// Expected linear time; keys are compared in full.
+/// Expected linear time, O(n log n) whatever the keys are; they are compared in full.
 template <class KeyOfPoint>
 std::vector<std::uint32_t> NumberPlaces(std::size_t count, KeyOfPoint keyOf) {
     constexpr std::size_t kBlock = 64;
-    HashedNumbers numbers(count);
+    HashedNumbers<PositionKey> numbers(count);
     std::vector<std::uint32_t> places(count);
+    PositionKey keys[kBlock];
     std::uint64_t hashes[kBlock];
     for (std::size_t begin = 0; begin < count; begin += kBlock) {
         const std::size_t end = std::min(begin + kBlock, count);
         for (std::size_t i = begin; i < end; ++i) {
-            hashes[i - begin] = HashOf(keyOf(i));
+            keys[i - begin] = keyOf(i);
+            hashes[i - begin] = HashOf(keys[i - begin]);
             numbers.prefetch(hashes[i - begin]);
         }
         for (std::size_t i = begin; i < end; ++i) {
-            places[i] =
-                numbers.findOrAdd(hashes[i - begin], static_cast<std::uint32_t>(i),
-                                  [&](std::uint32_t found) { return keyOf(found) == keyOf(i); });
+            places[i] = numbers.findOrAdd(hashes[i - begin], keys[i - begin],
+                                          static_cast<std::uint32_t>(i), keyOf);
         }
     }
     return places;

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <vector>
 
 namespace ctr {
@@ -18,11 +19,16 @@ inline std::uint64_t HashOf(const PositionKey& key) {
     return hash * kFirstFactor;
 }
 
-/// Numbers below a given count, by the hashes of what they stand for; linear probing.
+/// Numbers below a given count, by keys with an order that they stand for.
+///
+/// Linear probing that ends after kLongestProbe slots: keys that find all of these taken go into a
+/// sorted tree. As no slot is ever freed, a key is looked for where it was put. Ordinary keys as
+/// good as never get there, but anyone who knows the hash can choose keys that do; n operations
+/// take O(n log n) for them, too.
 ///
 /// The high bits of a slot, which the number does not need, hold bits of the hash: numbers of other
 /// things are mostly told apart without a look at them.
-class HashedNumbers {
+template <class Key> class HashedNumbers {
 public:
     static constexpr std::uint32_t kNone = 0xffffffffU;
 
@@ -35,42 +41,60 @@ public:
     /// Has the memory fetched that the hash will need.
     void prefetch(std::uint64_t hash) const { __builtin_prefetch(&slots_[hash >> shift_]); }
 
-    /// The number with this hash for which isSame(number); kNone where there is none.
-    template <class IsSame> std::uint32_t find(std::uint64_t hash, IsSame isSame) const {
-        const std::uint32_t slot = slots_[slotOf(hash, isSame)];
-        return slot == kNone ? kNone : slot & numberMask_;
+    /// The number of a key with this hash, kNone where there is none. keyOf(number) is the key that
+    /// a number was added with.
+    template <class KeyOf>
+    std::uint32_t find(std::uint64_t hash, const Key& key, KeyOf keyOf) const {
+        const std::size_t at = slotOf(hash, key, keyOf);
+        if (at == kNoSlot) {
+            const auto found = crowd_.find(key);
+            return found == crowd_.end() ? kNone : found->second;
+        }
+        return slots_[at] == kNone ? kNone : slots_[at] & numberMask_;
     }
 
-    /// The same, but a number that is not found is added.
-    template <class IsSame>
-    std::uint32_t findOrAdd(std::uint64_t hash, std::uint32_t number, IsSame isSame) {
-        std::uint32_t& slot = slots_[slotOf(hash, isSame)];
-        if (slot == kNone) {
-            slot = tagOf(hash) | number;
+    /// The same, but a key that is not found is added with the number.
+    template <class KeyOf>
+    std::uint32_t findOrAdd(std::uint64_t hash, const Key& key, std::uint32_t number, KeyOf keyOf) {
+        const std::size_t at = slotOf(hash, key, keyOf);
+        if (at == kNoSlot) {
+            return crowd_.try_emplace(key, number).first->second;
         }
-        return slot & numberMask_;
+        if (slots_[at] == kNone) {
+            slots_[at] = tagOf(hash) | number;
+        }
+        return slots_[at] & numberMask_;
     }
 
 private:
+    static constexpr int kLongestProbe = 64;
+    static constexpr std::size_t kNoSlot = static_cast<std::size_t>(-1);
+
     std::uint32_t tagOf(std::uint64_t hash) const {
         return static_cast<std::uint32_t>(hash) & ~numberMask_;
     }
 
-    /// The slot of the number that is the same, or the free one where it belongs. No number is all
-    /// ones below the tag, so none looks like a free slot.
-    template <class IsSame> std::size_t slotOf(std::uint64_t hash, IsSame isSame) const {
+    /// The slot of the number with the key, or the free one where it belongs; kNoSlot where others
+    /// have taken all of them. No number is all ones below the tag, so none looks like a free slot.
+    template <class KeyOf>
+    std::size_t slotOf(std::uint64_t hash, const Key& key, const KeyOf& keyOf) const {
         const std::uint32_t tag = tagOf(hash);
         std::size_t at = hash >> shift_;
-        while (slots_[at] != kNone &&
-               ((slots_[at] & ~numberMask_) != tag || !isSame(slots_[at] & numberMask_))) {
+        for (int probe = 0; probe < kLongestProbe; ++probe) {
+            const std::uint32_t slot = slots_[at];
+            if (slot == kNone ||
+                ((slot & ~numberMask_) == tag && keyOf(slot & numberMask_) == key)) {
+                return at;
+            }
             at = (at + 1) & (slots_.size() - 1);
         }
-        return at;
+        return kNoSlot;
     }
 
     std::uint32_t numberMask_;
     std::vector<std::uint32_t> slots_;
     int shift_;
+    std::map<Key, std::uint32_t> crowd_;
 };
 
 } // namespace ctr
