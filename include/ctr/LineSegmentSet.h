@@ -105,10 +105,11 @@ public:
 
     /// Removes from a every segment that b holds too, in either direction.
     ///
-    /// Positions are compared as stored, exactly, without transformations. Hidden ranges and clip
-    /// records stay with their segments. An a of which nothing is left ends without an index
-    /// buffer. Nothing happens when a or b is null, or when b has no segments but a has.
-    /// O((n + m) log m).
+    /// Positions are compared as stored, exactly, without transformations. Hidden ranges, clip
+    /// records and flags stay with their segments; flags of which there are none stay none. An a of
+    /// which nothing is left ends without an index buffer. An index buffer that a shares with
+    /// others, such as a mesh's outline, stays as it is: a gets one of its own first. Nothing
+    /// happens when a or b is null, or when b has no segments but a has. O((n + m) log m).
     static void RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b);
 
     /// A new set of the visible pieces of a set's segments; the caller owns it.

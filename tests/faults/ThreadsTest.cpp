@@ -165,6 +165,46 @@ TEST(AtOnce, SetsOverOneMeshComeAndGo) {
     EXPECT_EQ(ReferencesOf(scene), before);
 }
 
+// Each thread removes lines from a set over the outline that the mesh carries for all of them; the
+// last one to hold it may write into it, after all that the others have read.
+TEST(AtOnce, SetsOverOneOutlineLoseTheirCommonSegments) {
+    const kx::kxPointer<kx::kxTriMesh> mesh =
+        test_support::MakeMesh({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {0, 1, 2, 0, 2, 3});
+    const std::vector<unsigned int> lines{0, 1, 1, 2, 2, 3, 3, 0};
+    const auto lessCommon = [&](LineSegmentSet& set) {
+        const SetPointer common(test_support::MakeSet(mesh->GetVertexBuffer(),
+                                                      test_support::MakeIndices({1, 2, 3, 0})));
+        LineSegmentSet::RemoveCommonSegments(&set, common.get());
+        return BytesOf(&set);
+    };
+    const SetPointer first(
+        LineSegmentSet::GetOutlineEdgesFromTriMesh(mesh.get(), test_support::MakeIndices(lines)));
+    const std::string alone = lessCommon(*first);
+    for (int trial = 0; trial < 50; ++trial) {
+        const test_support::IndicesPointer outline = test_support::MakeIndices(lines);
+        for (const std::string& text : AtOnce([&](std::size_t) {
+                 const SetPointer set(
+                     LineSegmentSet::GetOutlineEdgesFromTriMesh(mesh.get(), outline));
+                 return lessCommon(*set);
+             })) {
+            ASSERT_TRUE(text == alone);
+        }
+        ASSERT_EQ(test_support::IndicesOf(outline.get()), lines);
+    }
+    for (int trial = 0; trial < 50; ++trial) {
+        test_support::IndicesPointer outline = test_support::MakeIndices(lines);
+        std::vector<SetPointer> sets;
+        for (std::size_t i = 0; i < kThreads; ++i) {
+            sets.emplace_back(LineSegmentSet::GetOutlineEdgesFromTriMesh(mesh.get(), outline));
+        }
+        outline = nullptr;
+        for (const std::string& text :
+             AtOnce([&](std::size_t thread) { return lessCommon(*sets[thread]); })) {
+            ASSERT_TRUE(text == alone);
+        }
+    }
+}
+
 TEST(AtOnce, ExportersWriteTheSameFiles) {
     const SmallScene scene;
     const GeometricFeatures features = FeaturesOf(scene);

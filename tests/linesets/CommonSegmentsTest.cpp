@@ -5,6 +5,7 @@
 #include "linesets/SegmentBuilders.h"
 #include "support/LineAgreement.h"
 #include "support/Random.h"
+#include "support/Scenes.h"
 
 #include <gtest/gtest.h>
 
@@ -205,6 +206,57 @@ TEST(RemoveCommonSegments, SurplusRecordsAreCutOff) {
     LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
     EXPECT_EQ(NamesOf(*a), (std::vector<long>{0, 1}));
     EXPECT_EQ(RecordNamesOf(*a), (std::vector<long>{0, 1}));
+}
+
+TEST(RemoveCommonSegments, FlagsStayWithTheirSegments) {
+    const SetPointer a = MakeSet(kPoints, {0, 1, 1, 2, 2, 3, 3, 0, 4, 5});
+    a->segmentFlags = {true, false, true, true, false};
+    const SetPointer b = MakeSet(kPoints, {0, 1, 3, 2});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(IndicesOf(*a), (Indices{1, 2, 3, 0, 4, 5}));
+    EXPECT_EQ(a->segmentFlags, (std::vector<bool>{false, true, false}));
+    LineSegmentSet::RemoveCommonSegments(a.get(), a.get());
+    EXPECT_TRUE(a->segmentFlags.empty());
+}
+
+TEST(RemoveCommonSegments, FlagsThatAreNotThereStayAway) {
+    const SetPointer a = Marked({0, 1, 1, 2});
+    const SetPointer b = MakeSet(kPoints, {0, 1});
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_TRUE(a->segmentFlags.empty());
+}
+
+TEST(RemoveCommonSegments, FlagsOfAnotherLengthEndAsOneASegment) {
+    const SetPointer a = MakeSet(kPoints, {0, 1, 1, 2, 2, 3});
+    const SetPointer b = MakeSet(kPoints, {0, 1});
+    a->segmentFlags = {true, true};
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(a->segmentFlags, (std::vector<bool>{true, false}));
+    a->segmentFlags = {true, false, true};
+    LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
+    EXPECT_EQ(a->segmentFlags, (std::vector<bool>{true, false}));
+}
+
+TEST(RemoveCommonSegments, TheOutlineOfAMeshStaysAsItIs) {
+    const IndicesPointer outline = test_support::MakeIndices({0, 1, 1, 2, 2, 3, 3, 0});
+    kx::kxPointer<kx::kxTriMesh> mesh =
+        test_support::MakeMesh({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {0, 1, 2, 0, 2, 3});
+    const SetPointer a(LineSegmentSet::GetOutlineEdgesFromTriMesh(mesh.get(), outline));
+    ASSERT_EQ(a->GetIndexBuffer(), outline.get());
+    LineSegmentSet::RemoveCommonSegments(a.get(), MakeSet(kPoints, {1, 2, 3, 0}).get());
+    EXPECT_EQ(IndicesOf(*a), (Indices{0, 1, 2, 3}));
+    EXPECT_EQ(a->GetIndexBuffer()->GetIndexBufferType(), kx::IBT_LINES);
+    EXPECT_EQ(IndicesOf(outline.get()), (Indices{0, 1, 1, 2, 2, 3, 3, 0}));
+    EXPECT_EQ(outline->GetReferences(), 1);
+}
+
+TEST(RemoveCommonSegments, ABufferThatNobodyElseHoldsIsWrittenInPlace) {
+    const SetPointer a = Marked({0, 1, 1, 2});
+    const kx::kxIndexBuffer* const before = a->GetIndexBuffer();
+    LineSegmentSet::RemoveCommonSegments(a.get(), MakeSet(kPoints, {0, 1}).get());
+    EXPECT_EQ(a->GetIndexBuffer(), before);
+    EXPECT_EQ(a->GetIndexBuffer()->GetReferences(), 1);
+    EXPECT_EQ(IndicesOf(*a), (Indices{1, 2}));
 }
 
 TEST(RemoveCommonSegments, KeepsWhatAPlainMapDoesNotHold) {
