@@ -4,6 +4,7 @@
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/SegmentBuilders.h"
+#include "support/BestTime.h"
 #include "support/CollidingPositions.h"
 #include "support/LineAgreement.h"
 #include "support/Random.h"
@@ -11,11 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstddef>
-#include <functional>
-#include <limits>
 #include <vector>
 
 namespace {
@@ -28,6 +25,7 @@ using test_support::MakeIndices;
 using test_support::MakeSet;
 using test_support::MakeVertices;
 using test_support::Random;
+using test_support::SecondsOf;
 using test_support::SetPointer;
 using test_support::Surface;
 using test_support::Vec3;
@@ -44,18 +42,6 @@ std::vector<Vec3> OrdinaryPositions(std::size_t count) {
         positions.emplace_back(random.uniform(-9, 9), random.uniform(-9, 9), random.uniform(-9, 9));
     }
     return positions;
-}
-
-/// The best of three, seconds: a busy machine makes none of them shorter.
-double SecondsOf(const std::function<void()>& work) {
-    double best = std::numeric_limits<double>::infinity();
-    for (int i = 0; i < 3; ++i) {
-        const auto start = std::chrono::steady_clock::now();
-        work();
-        best = std::min(
-            best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-    }
-    return best;
 }
 
 // Every position in two triangles, with a vertex of its own in each; sides are shared by two.

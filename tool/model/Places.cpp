@@ -15,6 +15,9 @@ std::size_t TableFor(std::size_t count) {
 
 constexpr int kVerticesAtOnce = 32;
 
+/// At three quarters full, ordinary positions are hardly ever farther from their slot.
+constexpr int kLongestProbe = 128;
+
 PositionBits BitsOf(const Wm4::Vector3<float>& p) {
     return {std::bit_cast<std::uint32_t>(p[0] + 0.0F), std::bit_cast<std::uint32_t>(p[1] + 0.0F),
             std::bit_cast<std::uint32_t>(p[2] + 0.0F)};
@@ -57,22 +60,34 @@ void Places::addBlock(const kx::kxVertexBuffer& vertices, int first, int end) {
 }
 
 std::uint32_t Places::numberOf(const PositionBits& position, std::size_t hash) {
-    Slot& slot = slotOf(position, hash);
-    if (slot.place == kNone) {
-        slot = {position, static_cast<std::uint32_t>(positions_.size())};
-        positions_.push_back(position);
+    Slot* const slot = slotOf(position, hash);
+    if (slot == nullptr) {
+        const auto [found, isNew] = crowd_.try_emplace(position, kNone);
+        return isNew ? found->second = newPlace(position) : found->second;
     }
-    return slot.place;
+    if (slot->place == kNone) {
+        *slot = {position, newPlace(position)};
+    }
+    return slot->place;
 }
 
-/// The slot that the position is in, or would go into.
-Places::Slot& Places::slotOf(const PositionBits& position, std::size_t hash) {
+/// The slot that the position is in, or would go into; null where others have taken the row. No
+/// slot is ever freed, so a position stays where it was put.
+Places::Slot* Places::slotOf(const PositionBits& position, std::size_t hash) {
     const std::size_t mask = table_.size() - 1;
     std::size_t at = hash & mask;
-    while (table_[at].place != kNone && !IsSame(table_[at].position, position)) {
+    for (int probe = 0; probe < kLongestProbe; ++probe) {
+        if (table_[at].place == kNone || IsSame(table_[at].position, position)) {
+            return &table_[at];
+        }
         at = (at + 1) & mask;
     }
-    return table_[at];
+    return nullptr;
+}
+
+std::uint32_t Places::newPlace(const PositionBits& position) {
+    positions_.push_back(position);
+    return static_cast<std::uint32_t>(positions_.size() - 1);
 }
 
 } // namespace kxcontour

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 namespace kxcontour {
 namespace {
@@ -13,6 +14,10 @@ namespace {
 using namespace plane;
 
 constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
+constexpr std::size_t kCrowded = static_cast<std::size_t>(-1);
+
+/// At half full, ordinary cells are hardly ever farther from their place.
+constexpr int kLongestProbe = 64;
 
 /// Wide enough that most points are away from all borders and need a look into one cell only.
 constexpr double kTolerancesPerCell = 8.0;
@@ -46,7 +51,8 @@ std::uint32_t PointClusters::add(Point point) {
     return static_cast<std::uint32_t>(points_.size() - 1);
 }
 
-/// The cell's place in the table, or the free place where it would go.
+/// The cell's place in the table, or the free place where it would go; kCrowded where others have
+/// taken the row. No place is ever freed, so a cell stays where it was put until the table grows.
 std::size_t PointClusters::placeOf(std::int64_t column, std::int64_t row) const {
     std::uint64_t hash = static_cast<std::uint64_t>(column) * 0x9e3779b97f4a7c15U ^
                          static_cast<std::uint64_t>(row) * 0xc2b2ae3d27d4eb4fU;
@@ -55,17 +61,44 @@ std::size_t PointClusters::placeOf(std::int64_t column, std::int64_t row) const 
     hash ^= hash >> 32U;
     const std::size_t mask = cells_.size() - 1;
     std::size_t place = hash & mask;
-    while (cells_[place].newest != kNone &&
-           (cells_[place].column != column || cells_[place].row != row)) {
+    for (int probe = 0; probe < kLongestProbe; ++probe) {
+        const Cell& cell = cells_[place];
+        if (cell.newest == kNone || (cell.column == column && cell.row == row)) {
+            return place;
+        }
         place = (place + 1) & mask;
     }
-    return place;
+    return kCrowded;
+}
+
+std::uint32_t PointClusters::newestIn(std::int64_t column, std::int64_t row) const {
+    const std::size_t place = placeOf(column, row);
+    if (place != kCrowded) {
+        return cells_[place].newest;
+    }
+    const auto found = crowd_.find({column, row});
+    return found == crowd_.end() ? kNone : found->second;
+}
+
+/// Of a cell that is in use from now on; kNone in a new one.
+std::uint32_t& PointClusters::newestOf(std::int64_t column, std::int64_t row) {
+    const std::size_t place = placeOf(column, row);
+    if (place == kCrowded) {
+        return crowd_.try_emplace({column, row}, kNone).first->second;
+    }
+    Cell& cell = cells_[place];
+    if (cell.newest == kNone) {
+        cell.column = column;
+        cell.row = row;
+        ++usedCells_;
+    }
+    return cell.newest;
 }
 
 std::uint32_t PointClusters::firstIn(std::int64_t column, std::int64_t row, Point point) const {
     std::uint32_t first = kNone;
     // From the newest to the oldest: the last one that is near is the first.
-    for (std::uint32_t i = cells_[placeOf(column, row)].newest; i != kNone; i = older_[i]) {
+    for (std::uint32_t i = newestIn(column, row); i != kNone; i = older_[i]) {
         if (SquaredLength(points_[i] - point) <= tolerance_ * tolerance_) {
             first = i;
         }
@@ -90,26 +123,24 @@ void PointClusters::insert(Point point) {
     if (2 * (usedCells_ + 1) > cells_.size()) {
         grow();
     }
-    const std::int64_t column = CellOf(point.x, cellSize_);
-    const std::int64_t row = CellOf(point.y, cellSize_);
-    Cell& cell = cells_[placeOf(column, row)];
-    if (cell.newest == kNone) {
-        cell.column = column;
-        cell.row = row;
-        ++usedCells_;
-    }
-    older_.push_back(cell.newest);
-    cell.newest = static_cast<std::uint32_t>(points_.size());
+    std::uint32_t& newest = newestOf(CellOf(point.x, cellSize_), CellOf(point.y, cellSize_));
+    older_.push_back(newest);
+    newest = static_cast<std::uint32_t>(points_.size());
     points_.push_back(point);
 }
 
 void PointClusters::grow() {
     std::vector<Cell> before(2 * cells_.size(), Cell{0, 0, kNone});
     before.swap(cells_);
+    const auto crowdBefore = std::exchange(crowd_, {});
+    usedCells_ = 0;
     for (const Cell& cell : before) {
         if (cell.newest != kNone) {
-            cells_[placeOf(cell.column, cell.row)] = cell;
+            newestOf(cell.column, cell.row) = cell.newest;
         }
+    }
+    for (const auto& [cell, newest] : crowdBefore) {
+        newestOf(cell.first, cell.second) = newest;
     }
 }
 

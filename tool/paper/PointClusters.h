@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <utility>
 #include <vector>
 
 namespace kxcontour {
@@ -19,8 +21,8 @@ public:
     /// expected: about how many points will come. tolerance in millimetres, 0 or more.
     PointClusters(double tolerance, std::size_t expected);
 
-    /// The number of the point's representative. Expected constant time while few representatives
-    /// are in a few tolerances' distance.
+    /// The number of the point's representative. Expected constant time, logarithmic whatever the
+    /// points are, while few representatives are in a few tolerances' distance.
     std::uint32_t add(Point point);
 
     /// By number, in the order in which they came.
@@ -34,6 +36,8 @@ private:
     };
 
     std::size_t placeOf(std::int64_t column, std::int64_t row) const;
+    std::uint32_t newestIn(std::int64_t column, std::int64_t row) const;
+    std::uint32_t& newestOf(std::int64_t column, std::int64_t row);
     std::uint32_t firstIn(std::int64_t column, std::int64_t row, Point point) const;
     std::uint32_t found(Point point) const;
     void insert(Point point);
@@ -44,6 +48,8 @@ private:
     std::vector<Point> points_;
     std::vector<std::uint32_t> older_; ///< By representative: the one before it in its cell.
     std::vector<Cell> cells_;          ///< Open addressing; a power of two of them.
+    /// The newest of cells that found a long row of places taken, as a file can choose them.
+    std::map<std::pair<std::int64_t, std::int64_t>, std::uint32_t> crowd_;
     std::size_t usedCells_ = 0;
 };
 

@@ -10,6 +10,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <numeric>
 #include <optional>
 #include <span>
@@ -33,7 +34,8 @@ constexpr double kHalfRimCosine = 0.5;
 /// Where more ends than this meet is no rim.
 constexpr std::size_t kMostEnds = 24;
 
-/// Numbers equal points as they come. Open addressing; nothing walks over the table.
+/// Numbers equal points as they come. Open addressing; nothing walks over the table. Points that
+/// find a long row of slots taken, as a file can choose them, go into a sorted tree.
 class EqualPoints {
 public:
     explicit EqualPoints(std::size_t expected)
@@ -44,20 +46,29 @@ public:
     std::uint32_t add(Point point) {
         const std::size_t mask = slots_.size() - 1;
         std::size_t slot = hashOf(point) & mask;
-        while (slots_[slot] != kNoPoint && !IsSame(points_[slots_[slot]], point)) {
+        for (int probe = 0; probe < kLongestProbe; ++probe) {
+            if (slots_[slot] == kNoPoint) {
+                return slots_[slot] = newPoint(point);
+            }
+            if (IsSame(points_[slots_[slot]], point)) {
+                return slots_[slot];
+            }
             slot = (slot + 1) & mask;
         }
-        if (slots_[slot] == kNoPoint) {
-            slots_[slot] = static_cast<std::uint32_t>(points_.size());
-            points_.push_back(point);
-        }
-        return slots_[slot];
+        const auto [found, isNew] = crowd_.try_emplace({point.x, point.y}, kNoPoint);
+        return isNew ? found->second = newPoint(point) : found->second;
     }
 
     std::size_t count() const { return points_.size(); }
 
 private:
     static constexpr std::uint32_t kNoPoint = static_cast<std::uint32_t>(-1);
+    static constexpr int kLongestProbe = 64;
+
+    std::uint32_t newPoint(Point point) {
+        points_.push_back(point);
+        return static_cast<std::uint32_t>(points_.size() - 1);
+    }
 
     static std::size_t hashOf(Point point) {
         // Both zeros are the same.
@@ -69,6 +80,7 @@ private:
 
     std::vector<std::uint32_t> slots_;
     std::vector<Point> points_;
+    std::map<std::pair<double, double>, std::uint32_t> crowd_;
 };
 
 /// A visible line and where it comes from.

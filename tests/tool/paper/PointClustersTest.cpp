@@ -2,6 +2,8 @@
 #include "paper/PointClusters.h"
 
 #include "paper/PaperShapes.h"
+#include "support/BestTime.h"
+#include "support/CollidingPositions.h"
 
 #include <gtest/gtest.h>
 
@@ -55,6 +57,42 @@ TEST(PointClusters, AgreesWithALookAtAllRepresentatives) {
         }
         ASSERT_EQ(clusters.representatives().size(), expected.size());
     }
+}
+
+// The middles of cells, 8 wide, that are all in one place of the hash table.
+std::vector<Point> CollidingPoints(std::size_t count) {
+    constexpr std::uint64_t kColumnFactor = 0x9e3779b97f4a7c15U;
+    constexpr std::uint64_t kRowFactor = 0xc2b2ae3d27d4eb4fU;
+    constexpr std::int64_t kMostColumns = std::int64_t{1} << 52;
+    std::vector<Point> points;
+    for (std::uint64_t row = 0; points.size() < count; ++row) {
+        const auto column = static_cast<std::int64_t>((0x123456789U ^ row * kRowFactor) *
+                                                      test_support::InverseOf(kColumnFactor));
+        if (-kMostColumns < column && column < kMostColumns) {
+            points.push_back(
+                {8.0 * static_cast<double>(column) + 4.0, 8.0 * static_cast<double>(row) + 4.0});
+        }
+    }
+    return points;
+}
+
+TEST(PointClusters, ChosenPointsTakeAboutTheUsualTime) {
+    constexpr std::size_t kPoints = 40000;
+    const auto secondsOf = [](const std::vector<Point>& points) {
+        return test_support::SecondsOf([&] {
+            PointClusters clusters(1.0, 16); // Grows on the way.
+            for (int round = 0; round < 2; ++round) {
+                for (std::uint32_t i = 0; i < points.size(); ++i) {
+                    ASSERT_EQ(clusters.add(points[i]), i);
+                }
+            }
+        });
+    };
+    std::vector<Point> usual;
+    for (std::size_t i = 0; i < kPoints; ++i) {
+        usual.push_back({8.0 * static_cast<double>(i % 200), 8.0 * static_cast<double>(i / 200)});
+    }
+    EXPECT_LT(secondsOf(CollidingPoints(kPoints)), 25.0 * secondsOf(usual));
 }
 
 } // namespace

@@ -2,11 +2,18 @@
 #include "paper/Weights.h"
 
 #include "paper/PaperShapes.h"
+#include "support/BestTime.h"
+#include "support/CollidingPositions.h"
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <numbers>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -149,6 +156,44 @@ TEST(EvenOutWeights, TakesNothingAndDots) {
     lines.groups = {{Family::Silhouette, false, 0, {{{1, 1}, {1, 1}}, {{1, 1}, {2, 1}}}},
                     {Family::Crease, false, 0, {{{1, 1}, {1, 1}}}}};
     EXPECT_EQ(CreasesLeft(lines), 1U);
+}
+
+// Points whose coordinates have one hash.
+std::vector<Point> CollidingPoints(std::size_t count) {
+    constexpr std::uint64_t kXFactor = 0x9e3779b97f4a7c15U;
+    constexpr std::uint64_t kYFactor = 0xc2b2ae3d27d4eb4fU;
+    std::vector<Point> points;
+    for (std::uint64_t i = 0; points.size() < count; ++i) {
+        const double y = 1.0 + static_cast<double>(i) / 1048576.0;
+        const auto x = std::bit_cast<double>(
+            (0x123456789abcdefU ^ std::bit_cast<std::uint64_t>(y) * kYFactor) *
+            test_support::InverseOf(kXFactor));
+        if (std::fabs(x) < 1e100 && std::fabs(x) > 1e-100) {
+            points.push_back({x, y});
+        }
+    }
+    return points;
+}
+
+TEST(EvenOutWeights, ChosenPointsTakeAboutTheUsualTime) {
+    constexpr std::size_t kPoints = 60000;
+    const auto secondsOver = [](const std::vector<Point>& points) {
+        PaperLines lines;
+        lines.groups = {{Family::Silhouette, false, 0, {}}};
+        for (std::size_t i = 0; i + 1 < points.size(); ++i) {
+            lines.groups[0].lines.push_back({points[i], points[i + 1]});
+        }
+        return test_support::SecondsOf([&] {
+            PaperLines evened = lines;
+            EvenOutWeights(evened, {});
+            EXPECT_EQ(CountOf(evened, Family::Silhouette), points.size() - 1);
+        });
+    };
+    std::vector<Point> usual;
+    for (std::size_t i = 0; i < kPoints; ++i) {
+        usual.push_back({0.37 * static_cast<double>(i), 0.1 * static_cast<double>(i % 77)});
+    }
+    EXPECT_LT(secondsOver(CollidingPoints(kPoints)), 25.0 * secondsOver(usual));
 }
 
 } // namespace
