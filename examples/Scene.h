@@ -10,7 +10,6 @@
 
 #include <cmath>
 #include <cstddef>
-#include <numbers>
 #include <vector>
 
 namespace example {
@@ -88,7 +87,7 @@ MakeCylinder(const Point& bottom, float radius, float height, int sides) {
     const Point top = bottom + height * up;
     const auto outwards = [sides](int side) {
         // The last side ends exactly where the first one begins.
-        const double angle = 2.0 * std::numbers::pi * (side % sides) / sides;
+        const double angle = 2.0 * Wm4::Math<double>::PI * (side % sides) / sides;
         return Point(static_cast<float>(std::cos(angle)), 0.0F,
                      static_cast<float>(-std::sin(angle)));
     };
@@ -125,8 +124,8 @@ struct View {
 /// by the fourth component. What is then from -1 to 1 in x (to the right), y (up) and z (away from
 /// the eye) is in the view; all else is cut off. A perspective camera differs in its matrices only.
 inline ctr::DiscreteProjectionSpace MakeCamera(const View& view) {
-    const double turn = view.azimuth * std::numbers::pi / 180.0;
-    const double tilt = view.elevation * std::numbers::pi / 180.0;
+    const double turn = view.azimuth * Wm4::Math<double>::PI / 180.0;
+    const double tilt = view.elevation * Wm4::Math<double>::PI / 180.0;
     // The axes of the picture in the world: right, up and away, of length 1 and at right angles.
     const double axes[3][3] = {
         {std::cos(turn), 0.0, -std::sin(turn)},

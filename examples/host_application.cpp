@@ -69,8 +69,8 @@ int main(int argumentCount, char** arguments) {
     // The generator borrows meshes and notifier: they stay until its last call has returned.
     const auto plate = example::MakeBox({-50, -10, -40}, {50, 0, 40});
     const auto block = example::MakeBox({-30, -5, -20}, {10, 40, 20});
-    const ctr::DiscreteProjectionSpace camera = example::MakeCamera(
-        {.azimuth = 40, .elevation = 35, .middle = {0, 10, 0}, .size = {160, 120, 400}});
+    const ctr::DiscreteProjectionSpace camera =
+        example::MakeCamera({40, 35, {0, 10, 0}, {160, 120, 400}});
     const double never = std::numeric_limits<double>::infinity();
     Progress progress(argumentCount == 3 ? std::atof(arguments[2]) : never);
     ctr::GeometricFeaturesGenerator generator;

@@ -17,7 +17,6 @@
 #include <cstddef>
 #include <iomanip>
 #include <iostream>
-#include <numbers>
 #include <string>
 #include <vector>
 
@@ -55,7 +54,7 @@ LinePointer MakeHelix() {
     std::vector<Point> points;
     for (int i = 0; i <= kSegments; ++i) {
         const double turns = 3.0 * i / kSegments;
-        const double angle = 2.0 * std::numbers::pi * turns;
+        const double angle = 2.0 * Wm4::Math<double>::PI * turns;
         points.emplace_back(static_cast<float>(34.0 * std::cos(angle)),
                             static_cast<float>(-20.0 + 30.0 * turns),
                             static_cast<float>(-34.0 * std::sin(angle)));
@@ -146,10 +145,7 @@ int main(int argumentCount, char** arguments) {
     }
     const auto box = example::MakeBox({-30.0F, 0.0F, -30.0F}, {30.0F, 50.0F, 30.0F});
     const ctr::DiscreteProjectionSpace camera =
-        example::MakeCamera({.azimuth = 30.0,
-                             .elevation = 25.0,
-                             .middle = {0.0F, 20.0F, 0.0F},
-                             .size = {120.0F, 160.0F, 400.0F}});
+        example::MakeCamera({30.0, 25.0, {0.0F, 20.0F, 0.0F}, {120.0F, 160.0F, 400.0F}});
 
     // The box is baked once; after that any number of sets may be asked about, in any order.
     ctr::GeometricFeaturesGenerator generator;

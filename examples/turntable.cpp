@@ -17,9 +17,9 @@
 #include <cstddef>
 #include <cstdlib>
 #include <exception>
+#include <future>
 #include <iostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -29,10 +29,12 @@ using MeshList = std::vector<const kx::kxTriMesh*>;
 
 // Camera number i of count, on a circle around the middle of the scene.
 ctr::DiscreteProjectionSpace CameraOnCircle(int i, int count) {
-    return example::MakeCamera({.azimuth = 360.0 * i / count,
-                                .elevation = 25.0,
-                                .middle = {0.0F, 15.0F, 0.0F},
-                                .size = {160.0F, 120.0F, 400.0F}});
+    example::View view;
+    view.azimuth = 360.0 * i / count;
+    view.elevation = 25.0;
+    view.middle = {0.0F, 15.0F, 0.0F};
+    view.size = {160.0F, 120.0F, 400.0F};
+    return example::MakeCamera(view);
 }
 
 std::string PathOf(const std::string& folder, int i) {
@@ -75,9 +77,9 @@ DrawAll(const MeshList& meshes, const std::string& folder, int cameras, int thre
             }
         }
     };
-    std::vector<std::jthread> pool(static_cast<std::size_t>(threads));
-    for (std::jthread& thread : pool) {
-        thread = std::jthread(work);
+    std::vector<std::future<void>> pool(static_cast<std::size_t>(threads));
+    for (std::future<void>& thread : pool) {
+        thread = std::async(std::launch::async, work);
     }
     pool.clear(); // Waits for all of them.
     return written;

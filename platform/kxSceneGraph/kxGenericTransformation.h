@@ -43,6 +43,8 @@ public:
 
     /// Compares the matrices entry by entry, as numbers: a NaN equals nothing.
     bool operator==(const kxGenericTransformation& other) const { return matrix_ == other.matrix_; }
+    /// Whether any entry differs.
+    bool operator!=(const kxGenericTransformation& other) const { return !(*this == other); }
 
 private:
     Real Column(const Wm4::Vector3<Real>& v, int column) const {

@@ -20,7 +20,12 @@ struct kxBBox {
                     -std::numeric_limits<float>::infinity()};
 
     /// Compares the six numbers; two empty boxes are equal, a box with a NaN equals nothing.
-    bool operator==(const kxBBox&) const = default;
+    bool operator==(const kxBBox& other) const {
+        return min[0] == other.min[0] && min[1] == other.min[1] && min[2] == other.min[2] &&
+               max[0] == other.max[0] && max[1] == other.max[1] && max[2] == other.max[2];
+    }
+    /// Whether any of the six differs.
+    bool operator!=(const kxBBox& other) const { return !(*this == other); }
 };
 
 static_assert(sizeof(kxBBox) == 6 * sizeof(float), "hierarchy nodes are read as packed records");

@@ -2,7 +2,7 @@
 #ifndef KXSYSTEM_KXPOINTER_H
 #define KXSYSTEM_KXPOINTER_H
 
-#include <concepts>
+#include <type_traits>
 #include <utility>
 
 namespace kx {
@@ -23,9 +23,8 @@ public:
     kxPointer(kxPointer&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
 
     /// From a pointer to a derived or less const object; takes a reference.
-    template <class U>
-    requires std::convertible_to<U*, T*> kxPointer(const kxPointer<U>& other)
-        : object_(other.get()) {
+    template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    kxPointer(const kxPointer<U>& other) : object_(other.get()) {
         Increment();
     }
 
@@ -54,6 +53,16 @@ public:
     }
     /// The same for a bare pointer.
     friend bool operator==(const kxPointer& a, const T* b) { return a.object_ == b; }
+    /// The same for a bare pointer on the left.
+    friend bool operator==(const T* a, const kxPointer& b) { return a == b.object_; }
+    /// Whether the objects differ.
+    friend bool operator!=(const kxPointer& a, const kxPointer& b) {
+        return a.object_ != b.object_;
+    }
+    /// The same for a bare pointer.
+    friend bool operator!=(const kxPointer& a, const T* b) { return a.object_ != b; }
+    /// The same for a bare pointer on the left.
+    friend bool operator!=(const T* a, const kxPointer& b) { return a != b.object_; }
 
 private:
     void Increment() const {

@@ -161,7 +161,12 @@ TEST_F(PointerTest, PointersCompareByTheObjectTheyHold) {
     EXPECT_TRUE(one != other);
     EXPECT_TRUE(one == same.get());
     EXPECT_TRUE(other.get() != one);
+    EXPECT_TRUE(same.get() == one);
     EXPECT_TRUE(one != nullptr);
+    EXPECT_TRUE(nullptr != one);
+    EXPECT_FALSE(one == nullptr);
+    EXPECT_FALSE(one != same);
+    EXPECT_FALSE(one != same.get());
 }
 
 TEST_F(PointerTest, AccessReachesTheObject) {

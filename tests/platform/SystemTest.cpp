@@ -107,6 +107,21 @@ TEST(BBox, IsEmptyByDefault) {
     EXPECT_EQ(box, kx::kxBBox());
 }
 
+TEST(BBox, ComparesAllSixNumbers) {
+    const kx::kxBBox box{{1, 2, 3}, {4, 5, 6}};
+    EXPECT_TRUE(box == kx::kxBBox(box));
+    EXPECT_FALSE(box != kx::kxBBox(box));
+    for (int axis = 0; axis < 3; ++axis) {
+        kx::kxBBox lower = box;
+        kx::kxBBox higher = box;
+        lower.min[axis] = 0;
+        higher.max[axis] = 7;
+        EXPECT_TRUE(box != lower);
+        EXPECT_FALSE(box == higher);
+    }
+    EXPECT_TRUE(kx::kxBBox() == kx::kxBBox());
+}
+
 TEST(Color, IsOpaqueBlackByDefault) {
     EXPECT_EQ(Wm4::ColorRGB(), Wm4::ColorRGB(0.0f, 0.0f, 0.0f));
     EXPECT_EQ(Wm4::ColorRGBA(), Wm4::ColorRGBA(0.0f, 0.0f, 0.0f, 1.0f));
