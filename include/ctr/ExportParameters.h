@@ -17,7 +17,9 @@ namespace ctr {
 class CTR_EXPORT ExportParameters : public DiscreteProjectionSpace {
 public:
     /// Copies the projection space and fits the view onto an A4 sheet in portrait.
-    explicit ExportParameters(const DiscreteProjectionSpace& projectionSpace);
+    ///
+    /// Implicit: a projection space will do where export parameters are asked for.
+    ExportParameters(const DiscreteProjectionSpace& projectionSpace);
 
     /// Stores the size (width, height) in millimetres.
     ///

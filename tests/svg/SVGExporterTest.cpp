@@ -126,6 +126,14 @@ TEST_F(SVGFile, IsTitledIllustrationUnlessToldOtherwise) {
     EXPECT_EQ(Contents(path_), kXml + kA4 + "<title>Illustration</title>\n" + kEnd);
 }
 
+TEST_F(SVGFile, AProjectionSpaceAloneMeansItsBestFitOnA4) {
+    const DiscreteProjectionSpace space;
+    exporter_.setExportParameters(space);
+    EXPECT_TRUE(exporter_.openFile(path_));
+    EXPECT_TRUE(exporter_.closeFile());
+    EXPECT_EQ(Contents(path_), kXml + kA4 + kEnd);
+}
+
 TEST_F(SVGFile, CarriesTitleAndDescriptionExactlyAsGiven) {
     exporter_.setTitle("A & B < C > \"D\"");
     exporter_.setDescription("line one\nline <two> &amp;");
