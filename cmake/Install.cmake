@@ -10,6 +10,7 @@ set_target_properties(kxContouringLib kxPlatform PROPERTIES INSTALL_RPATH "$ORIG
 
 install(TARGETS kxContouringLib kxPlatform EXPORT kxContouringLibTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 if(CTR_BUILD_TOOL)
   set_target_properties(kxcontour PROPERTIES INSTALL_RPATH "$ORIGIN/${ctr_lib_from_bin}")
@@ -26,7 +27,7 @@ if(CTR_BUILD_TOOL)
 endif()
 
 set(ctr_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kxContouringLib)
-configure_package_config_file(cmake/kxContouringLibConfig.cmake.in
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/kxContouringLibConfig.cmake.in
   ${PROJECT_BINARY_DIR}/kxContouringLibConfig.cmake
   INSTALL_DESTINATION ${ctr_package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/kxContouringLibConfigVersion.cmake
@@ -43,6 +44,6 @@ file(RELATIVE_PATH ctr_prefix_from_pc
 string(REGEX REPLACE "/$" "" ctr_prefix_from_pc ${ctr_prefix_from_pc})
 file(RELATIVE_PATH ctr_include_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
 file(RELATIVE_PATH ctr_lib_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
-configure_file(cmake/kxContouringLib.pc.in ${PROJECT_BINARY_DIR}/kxContouringLib.pc @ONLY)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/kxContouringLib.pc.in ${PROJECT_BINARY_DIR}/kxContouringLib.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kxContouringLib.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
