@@ -34,7 +34,7 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS library)
 set(CPACK_COMPONENT_TOOL_DEPENDS library)
-# The headers include those of Wild Magic, and programs are linked with it.
+# The headers include those of Wild Magic.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS libwildmagic-dev)
 # What the libraries need, cmake/packages/BeforePacking.cmake finds out: where cpack does, it has
 # scripts call ldconfig, for which there is a trigger.
@@ -63,7 +63,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "vector line drawings of 3D meshes (dev
 ${subject}
 
 This package holds the headers of the library and of the framework that it is
-written against, and what CMake and pkg-config need to find them.")
+written against, what CMake and pkg-config need to find them, the examples,
+and a page on how to use the library.")
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_TOOL_DESCRIPTION "vector line drawings of 3D models (command-line tool)
 Draws models in glTF, OBJ, STL, PLY, 3MF, FBX, IFC and other formats as lines
@@ -103,6 +104,19 @@ if(CTR_BUILD_TOOL)
       COMPONENT tool EXCLUDE_FROM_ALL)
   endforeach()
 endif()
+# The page for hosts and the programs that it shows, with its links led to where these lie. The other
+# pages stay behind.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS docs/embedding.md)
+file(READ docs/embedding.md page)
+string(REPLACE "](../examples/" "](examples/" page "${page}")
+string(REGEX REPLACE "\\[([^]]*)\\]\\([A-Za-z]+\\.md[^)]*\\)" "\\1" page "${page}")
+file(WRITE ${contents}/embedding.md "${page}")
+install(FILES ${contents}/embedding.md
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package_development}
+  COMPONENT development EXCLUDE_FROM_ALL)
+install(DIRECTORY examples
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package_development}
+  COMPONENT development EXCLUDE_FROM_ALL)
 # All that has to be built before cpack is called.
 add_custom_target(package_contents ALL DEPENDS ${compressed})
 add_dependencies(package_contents kxContouringLib)

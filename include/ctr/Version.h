@@ -3,6 +3,19 @@
 
 #include <ctr/Export.h>
 
+/// @name The version of these headers
+/// For the preprocessor, as in `#if CTR_VERSION >= CTR_MAKE_VERSION(1, 1, 0)`. The version of the
+/// library that is loaded, which may be a later one, is kxContouringLib::Version.
+/// @{
+#define CTR_VERSION_MAJOR 1   ///< As Version::GetMajor().
+#define CTR_VERSION_MINOR 0   ///< As Version::GetMinor().
+#define CTR_VERSION_RELEASE 0 ///< As Version::GetRelease().
+/// One number that grows with the version; minor version and release have three digits each.
+#define CTR_MAKE_VERSION(major, minor, release) (1000000 * (major) + 1000 * (minor) + (release))
+/// The three numbers above as one.
+#define CTR_VERSION CTR_MAKE_VERSION(CTR_VERSION_MAJOR, CTR_VERSION_MINOR, CTR_VERSION_RELEASE)
+/// @}
+
 /// What the library says of itself.
 namespace kxContouringLib {
 

@@ -18,6 +18,23 @@ TEST(Version, ReportsItsNumbers) {
     EXPECT_EQ(Version::GetMonth(), 12);
 }
 
+// The library has its numbers from the build, the headers have their own.
+TEST(Version, HeadersAreOfTheSameVersion) {
+    EXPECT_EQ(CTR_VERSION_MAJOR, Version::GetMajor());
+    EXPECT_EQ(CTR_VERSION_MINOR, Version::GetMinor());
+    EXPECT_EQ(CTR_VERSION_RELEASE, Version::GetRelease());
+}
+
+TEST(Version, ThePreprocessorComparesVersions) {
+#if CTR_VERSION >= CTR_MAKE_VERSION(1, 0, 0) && CTR_VERSION < CTR_MAKE_VERSION(1000, 0, 0)
+    EXPECT_LT(CTR_MAKE_VERSION(1, 2, 999), CTR_MAKE_VERSION(1, 3, 0));
+    EXPECT_LT(CTR_MAKE_VERSION(1, 999, 999), CTR_MAKE_VERSION(2, 0, 0));
+    EXPECT_LT(CTR_MAKE_VERSION(1, 3, 0), CTR_MAKE_VERSION(1, 3, 1));
+#else
+    ADD_FAILURE() << "the version of the headers is no number";
+#endif
+}
+
 TEST(Version, ReportsItsCommit) {
     EXPECT_STREQ(Version::GetCommitId(), "0f14611422dbde61");
 }
