@@ -490,6 +490,7 @@ private:
     Work& work_;
 };
 
+/// The boxes of a subtree, children first; returns its number of nodes.
 unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, WorkCounter& work) {
     HierarchyNode& here = baked.bvh.nodes[node];
     if (IsLeaf(here)) {
@@ -533,7 +534,6 @@ double BakingCost(const std::vector<const kx::kxTriMesh*>& meshes) {
 }
 
 void Bake(BakedTriangles& baked, Work& work) {
-    ++baked.bakeCount;
     baked.clearData();
     WholeOrNothing guard(baked);
     BakedTriangles::tFirstPassData data;
@@ -600,11 +600,13 @@ bool BakedTriangles::initialize(kx::kxProgressNotifierInterface& notifier) {
 }
 
 unsigned int BakedTriangles::computeBakedBVHBBox(unsigned int node) {
+    ++bakeCount;
     WorkCounter unwatched;
-    return ComputeBoxes(*this, node, unwatched);
+    return node < bvh.nodes.size() ? ComputeBoxes(*this, node, unwatched) : 0;
 }
 
 void BakedTriangles::clearData() {
+    ++bakeCount;
     vertices.clear();
     triangleIndices.clear();
     trianglePlanes.clear();

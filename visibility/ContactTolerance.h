@@ -35,6 +35,7 @@ public:
                      ? 0
                      : std::min(long{baked.contactTolerance}, MostSteps(*baked.projectionSpace))) {}
 
+    bool operator==(const ContactTolerance&) const = default;
     bool isOff() const { return steps_ == 0; }
 
     /// Plane values up to this, on either side of the plane, are contact.

@@ -1,21 +1,37 @@
 // Chooses between the baked tree as it is and one laid out for many questions.
 #include "visibility/EdgeOcclusion.h"
 
+#include "visibility/BakedMesh.h"
 #include "visibility/HiddenPart.h"
 
 #include <algorithm>
 
 namespace ctr {
+namespace {
+
+template <class T> BakedState::Extent ExtentOf(const std::vector<T>& array) {
+    return {array.data(), array.size()};
+}
+
+} // namespace
+
+BakedState::BakedState(const BakedTriangles& baked)
+    : changes(baked.bakeCount),
+      tolerance(baked), arrays{ExtentOf(baked.vertices), ExtentOf(baked.triangleIndices),
+                               ExtentOf(baked.trianglePlanes), ExtentOf(baked.bvh.nodes),
+                               ExtentOf(baked.bvh.primitives)} {}
 
 void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
     constexpr std::size_t kTrianglesPerSegment = 256;
-    if (bakeOfLayout_ != baked_->bakeCount) {
+    const BakedState state(*baked_);
+    if (stateOfLayout_ != state) {
         release();
         announced_ = 0;
-        bakeOfLayout_ = baked_->bakeCount;
+        stateOfLayout_ = state;
     }
     announced_ += segments;
-    if (!layout_ && announced_ * kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
+    if (!layout_ && HasTriangles(*baked_) &&
+        announced_ * kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
         layout_.emplace(*baked_, work);
     }
 }

@@ -3,10 +3,12 @@
 
 #include <ctr/BakedTriangles.h>
 
+#include "visibility/ContactTolerance.h"
 #include "visibility/DepthMap.h"
 #include "visibility/HiddenRanges.h"
 #include "visibility/OccluderTree.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -14,8 +16,25 @@
 
 namespace ctr {
 
+/// What a layout was made of, as far as can be told without reading all of it: the count of changes
+/// and, for changes that nobody has announced, where the arrays are and how long.
+struct BakedState {
+    struct Extent {
+        const void* data;
+        std::size_t size;
+        bool operator==(const Extent&) const = default;
+    };
+
+    explicit BakedState(const BakedTriangles& baked);
+    bool operator==(const BakedState&) const = default;
+
+    std::uint64_t changes;
+    ContactTolerance tolerance;
+    std::array<Extent, 5> arrays;
+};
+
 /// Answers as BakedTriangles::computeOcclusionIntervals() does, but for ranges within others. The
-/// baked triangles are borrowed.
+/// baked triangles are borrowed and may change between one use and the next announce().
 class EdgeOcclusion {
 public:
     explicit EdgeOcclusion(const BakedTriangles& baked) : baked_(&baked) {}
@@ -31,7 +50,7 @@ public:
     /// The layout, if there is one of what is baked now; for whoever has other questions to it.
     /// It lasts until the next call of announce() or release().
     const OccluderLayout* layout() const {
-        return layout_ && bakeOfLayout_ == baked_->bakeCount ? &*layout_ : nullptr;
+        return layout_ && stateOfLayout_ == BakedState(*baked_) ? &*layout_ : nullptr;
     }
 
     /// Frees the layout; it is made again when needed.
@@ -39,7 +58,7 @@ public:
 
 private:
     const BakedTriangles* baked_;
-    std::uint64_t bakeOfLayout_ = 0;
+    std::optional<BakedState> stateOfLayout_;
     std::size_t announced_ = 0;
     std::optional<OccluderLayout> layout_;
     HiddenRanges ranges_;

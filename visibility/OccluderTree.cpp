@@ -1,6 +1,7 @@
 // Builds the query layout from a baked hierarchy, bottom up.
 #include "visibility/OccluderTree.h"
 
+#include "visibility/BakedMesh.h"
 #include "visibility/GridArithmetic.h"
 #include "visibility/HierarchyNode.h"
 
@@ -87,7 +88,7 @@ OccluderTree::Triangle OccluderTree::triangleOf(const BakedTriangles& baked, std
 }
 
 OccluderTree::OccluderTree(const BakedTriangles& baked, WorkCounter& work) {
-    if (baked.bvh.nodes.empty()) {
+    if (!HasTriangles(baked)) {
         return;
     }
     nodes_.reserve(baked.bvh.nodes.size() / 2);

@@ -2,6 +2,7 @@
 // hold grid coordinates of up to 24 bits exactly.
 #include <ctr/BakedTriangles.h>
 
+#include "visibility/BakedMesh.h"
 #include "visibility/HiddenPart.h"
 #include "visibility/HierarchyNode.h"
 
@@ -33,7 +34,7 @@ kx::kxBBox BoxOf(const BakedVertex& a, const BakedVertex& b) {
 void BakedTriangles::computeOcclusionIntervals(const BakedVertex& a,
                                                const BakedVertex& b,
                                                std::vector<RationalInterval>& intervals) const {
-    if (!bvh.nodes.empty()) {
+    if (HasTriangles(*this)) {
         computeOcclusionIntervalsIter(0, a, b, BoxOf(a, b), intervals);
     }
 }
@@ -43,6 +44,9 @@ void BakedTriangles::computeOcclusionIntervalsIter(unsigned int node,
                                                    const BakedVertex& b,
                                                    const kx::kxBBox& box,
                                                    std::vector<RationalInterval>& intervals) const {
+    if (trianglePlanes.empty()) {
+        return;
+    }
     for (;;) {
         const HierarchyNode& here = bvh.nodes[node];
         if (IsPruned(here.box, box)) {

@@ -7,6 +7,7 @@
 
 #include "linesets/SetConstruction.h"
 #include "projection/GridQuantisation.h"
+#include "visibility/BakedMesh.h"
 #include "visibility/CutOcclusion.h"
 #include "visibility/FaceContact.h"
 #include "visibility/FractionOrder.h"
@@ -71,7 +72,7 @@ public:
               std::size_t edges,
               WorkCounter& work)
         : own_(triangles, edges, work) {
-        if (occluders != nullptr && !occluders->baked->bvh.nodes.empty()) {
+        if (occluders != nullptr && HasTriangles(*occluders->baked)) {
             occluders_.emplace(*occluders, edges, work);
         }
     }
@@ -286,6 +287,9 @@ std::vector<FoundIntersection> FindIntersectionEdges(const LaidOutTriangles& tri
         }
     };
     const auto& [baked, layout] = triangles;
+    if (baked->trianglePlanes.empty()) {
+        return {};
+    }
     if (layout == nullptr) {
         const std::vector<OccluderTree::Triangle> own = TrianglesBySlot(*baked, work);
         return PairSearch(*baked, own, triangleDone, work).run();

@@ -25,8 +25,37 @@ class LineSegmentSet;
 /// After initialize() every question is answered in integers: coordinates in 32 bits, side values
 /// and plane distances in 64, fractions compared in 128. Meshes and the projection space are
 /// borrowed and have to outlive the object.
+///
+/// A caller that changes the data members itself has to keep them consistent with each other, and
+/// calls computeBakedBVHBBox(0) afterwards: it brings the boxes up to date and invalidates what was
+/// derived from the old data. Assigning, moving and swapping whole objects need no such call.
+/// Without trianglePlanes the object holds no triangle: nothing is hidden, and no edge is found.
 class CTR_EXPORT BakedTriangles {
 public:
+    /// Counts the changes of one object and never runs backwards. Copies count for themselves: a
+    /// new one starts at 0, and being assigned to or moved from is a change.
+    class ChangeCount {
+    public:
+        ChangeCount() = default;
+        ChangeCount(const ChangeCount& /*other*/) {}
+        ChangeCount(ChangeCount&& other) noexcept { ++other; }
+        ~ChangeCount() = default;
+        ChangeCount& operator=(const ChangeCount& /*other*/) { return ++*this; }
+        ChangeCount& operator=(ChangeCount&& other) noexcept {
+            ++other;
+            return ++*this;
+        }
+        ChangeCount& operator++() {
+            ++changes_;
+            return *this;
+        }
+
+        operator std::uint64_t() const { return changes_; }
+
+    private:
+        std::uint64_t changes_ = 0;
+    };
+
     /// What clipping left of one triangle, in clip space.
     struct ClippedPolygon {
         Wm4::Vector4<float>* vertices; ///< Array new; owned until the second pass frees it.
@@ -84,7 +113,8 @@ public:
     /// The counting and clipping pass of initialize().
     void initializeFirstPass(tFirstPassData& data) const;
 
-    /// Recomputes the boxes of the tree below a node in grid coordinates; returns how many nodes.
+    /// Recomputes the boxes of the tree below a node in grid coordinates; returns how many nodes,
+    /// 0 for a node that does not exist.
     unsigned int computeBakedBVHBBox(unsigned int node);
 
     /// Empties what initialize() made, except clippedTriangleOrigins, and keeps the memory.
@@ -139,9 +169,9 @@ public:
     std::vector<std::vector<unsigned int>> clippedTriangleOrigins;
     kx::kxGenericBVH bvh;              ///< Over the triangles, with boxes in grid coordinates.
     unsigned int contactTolerance = 0; ///< As set, in grid steps.
-    /// Counts the calls of initialize() and setContactTolerance(): what was derived before the last
-    /// one is stale.
-    std::uint64_t bakeCount = 0;
+    /// Counts assignments and the calls of initialize(), clearData(), computeBakedBVHBBox() and
+    /// setContactTolerance(): what was derived before the last one is stale.
+    ChangeCount bakeCount;
 };
 
 } // namespace ctr

@@ -1,0 +1,260 @@
+// A caller may change what a generator has baked, through getBakedTriangles(). Whatever the
+// generator laid out before is of no use then: it answers as the changed triangles alone do.
+#include <ctr/GeometricFeaturesGenerator.h>
+#include <ctr/TrianglesIntersection.h>
+
+#include "linesets/SegmentBuilders.h"
+#include "support/Baking.h"
+#include "support/RandomScenes.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstddef>
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using ctr::BakedTriangles;
+using ctr::BakedVertex;
+using ctr::GeometricFeaturesGenerator;
+using test_support::LatticeSpace;
+using test_support::MakeSet;
+using test_support::Point;
+using test_support::SetPointer;
+using MeshPointer = kx::kxPointer<kx::kxTriMesh>;
+
+using Ranges = std::vector<std::vector<std::array<long, 4>>>;
+using Ends = std::vector<std::array<std::uint32_t, 3>>;
+
+Ends EndsOfPieces(const SetPointer& set) {
+    Ends ends;
+    if (set) {
+        for (const auto& [p, q] : test_support::EndsOf(*set)) {
+            ends.insert(ends.end(), {test_support::Bits(p), test_support::Bits(q)});
+        }
+    }
+    return ends;
+}
+
+/// What is hidden of each segment, and where triangles cut each other.
+struct Answers {
+    Ranges hidden;
+    Ends visibleCuts;
+    Ends hiddenCuts;
+
+    bool operator==(const Answers&) const = default;
+};
+
+// Rows of segments behind everything.
+SetPointer Probes() {
+    std::vector<Point> ends;
+    std::vector<unsigned int> indices;
+    for (int row = 0; row < 40; ++row) {
+        for (const float x : {10.0F, 500.0F}) {
+            indices.push_back(static_cast<unsigned int>(ends.size()));
+            ends.emplace_back(x, 20.0F + 12.0F * static_cast<float>(row), 500.0F);
+        }
+    }
+    return MakeSet(ends, indices);
+}
+
+/// A level plate with a steep one through it under a narrow cover, or all of that elsewhere.
+BakedTriangles BakePlates(const ctr::DiscreteProjectionSpace& space,
+                          const Point& offset,
+                          std::vector<MeshPointer>& meshes) {
+    const auto at = [&offset](float x, float y, float z) { return Point(x, y, z) + offset; };
+    const auto quad = [](const Point& a, const Point& b, const Point& c, const Point& d) {
+        return test_support::MakeMesh(test_support::Quad(a, b, c, d));
+    };
+    meshes = {quad(at(64, 64, 160), at(384, 64, 160), at(384, 384, 160), at(64, 384, 160)),
+              quad(at(64, 192, 80), at(384, 192, 80), at(384, 320, 240), at(64, 320, 240)),
+              quad(at(128, 128, 16), at(224, 128, 16), at(224, 384, 16), at(128, 384, 16))};
+    return test_support::Bake(space, test_support::MeshList(meshes));
+}
+
+class ChangedOccluders : public testing::Test {
+protected:
+    void SetUp() override {
+        generator.setProjectionSpace(space);
+        generator.setSingleExportCluster({}, nullptr);
+        baked() = BakePlates(space, {0, 0, 0}, meshes);
+        // So many segments that the generator lays the triangles out.
+        before = ask();
+        ASSERT_EQ(before, expected());
+    }
+
+    BakedTriangles& baked() { return generator.getBakedTriangles(0); }
+    const BakedTriangles& other() {
+        otherBaked = BakePlates(space, {48, 16, 32}, otherMeshes);
+        return otherBaked;
+    }
+
+    Answers ask() {
+        const SetPointer probes = Probes();
+        generator.computeOcclusion(*probes, 0);
+        Answers answers;
+        for (const auto& ranges : probes->occlusionIntervals) {
+            answers.hidden.push_back(test_support::NumbersOf(ranges));
+        }
+        SetPointer hiddenCuts;
+        answers.visibleCuts =
+            EndsOfPieces(SetPointer(generator.computeIntersectionEdges(0, &hiddenCuts)));
+        answers.hiddenCuts = EndsOfPieces(hiddenCuts);
+        generator.computeOcclusion(*Probes(), 0); // for a layout at the next change
+        return answers;
+    }
+
+    // By the triangles as they are, one segment at a time.
+    Answers expected() {
+        Answers answers;
+        const SetPointer probes = Probes();
+        for (const auto& [p, q] : test_support::EndsOf(*probes)) {
+            BakedVertex a{};
+            BakedVertex b{};
+            float weights[2];
+            space.clipEdgeWorld(p, q, a, b, weights[0], weights[1]);
+            std::vector<ctr::RationalInterval> ranges;
+            baked().computeOcclusionIntervals(a, b, ranges);
+            ctr::IntervalTools::FuseOverlappingIntervals(ranges);
+            answers.hidden.push_back(test_support::NumbersOf(ranges));
+        }
+        SetPointer hiddenCuts;
+        answers.visibleCuts = EndsOfPieces(
+            SetPointer(ctr::TrianglesIntersection(baked()).computeIntersectionEdges(&hiddenCuts)));
+        answers.hiddenCuts = EndsOfPieces(hiddenCuts);
+        return answers;
+    }
+
+    void expectFreshAnswers() {
+        const Answers now = expected();
+        EXPECT_FALSE(now == before);
+        EXPECT_EQ(ask(), now);
+    }
+
+    void expectNothing() {
+        const Answers answers = ask();
+        EXPECT_EQ(answers.hidden, Ranges(40));
+        EXPECT_TRUE(answers.visibleCuts.empty());
+        EXPECT_TRUE(answers.hiddenCuts.empty());
+    }
+
+    ctr::DiscreteProjectionSpace space = LatticeSpace(9, 9);
+    std::vector<MeshPointer> meshes;
+    std::vector<MeshPointer> otherMeshes;
+    BakedTriangles otherBaked;
+    GeometricFeaturesGenerator generator;
+    Answers before;
+};
+
+TEST_F(ChangedOccluders, HideNothingOnceTheyAreCleared) {
+    baked().clearData();
+    expectNothing();
+    baked().initialize();
+    EXPECT_EQ(ask(), expected());
+}
+
+TEST_F(ChangedOccluders, GiveNoFeaturesOnceTheyAreCleared) {
+    baked().clearData();
+    ctr::GeometricFeatures features;
+    generator.computeGeometricFeatures(features, 0, true);
+    EXPECT_FALSE(features.silhouetteEdges);
+    EXPECT_FALSE(features.intersectionEdges);
+}
+
+TEST_F(ChangedOccluders, MayBeAssigned) {
+    baked() = other();
+    expectFreshAnswers();
+    baked() = BakedTriangles(other());
+    EXPECT_EQ(ask(), expected());
+    baked() = BakedTriangles();
+    expectNothing();
+}
+
+TEST_F(ChangedOccluders, MayBeMovedAway) {
+    const BakedTriangles taken = std::move(baked());
+    EXPECT_EQ(taken.trianglePlanes.size(), 6U);
+    expectNothing();
+}
+
+TEST_F(ChangedOccluders, MayBeSwapped) {
+    BakedTriangles replacement = other();
+    std::swap(baked(), replacement);
+    expectFreshAnswers();
+    std::swap(baked(), replacement);
+    EXPECT_EQ(ask(), before);
+}
+
+TEST_F(ChangedOccluders, MayMoveInPlace) {
+    for (BakedVertex& vertex : baked().vertices) {
+        vertex = {vertex.x + 48, vertex.y + 16, vertex.z + 32};
+    }
+    EXPECT_GT(baked().computeBakedBVHBBox(0), 0U);
+    expectFreshAnswers();
+}
+
+TEST_F(ChangedOccluders, MayHaveTheirArraysSwapped) {
+    BakedTriangles replacement = other();
+    std::swap(baked().vertices, replacement.vertices);
+    std::swap(baked().triangleIndices, replacement.triangleIndices);
+    std::swap(baked().trianglePlanes, replacement.trianglePlanes);
+    std::swap(baked().bvh, replacement.bvh);
+    expectFreshAnswers();
+}
+
+// Fewer than the generator has laid out.
+TEST_F(ChangedOccluders, MayBecomeFewer) {
+    BakedTriangles fewer = other();
+    fewer.meshes.resize(1);
+    fewer.initialize();
+    baked().vertices = fewer.vertices;
+    baked().triangleIndices = fewer.triangleIndices;
+    baked().trianglePlanes = std::vector<Wm4::Vector3<long>>(fewer.trianglePlanes);
+    baked().bvh = fewer.bvh;
+    expectFreshAnswers();
+}
+
+TEST_F(ChangedOccluders, HideNothingWithoutPlanes) {
+    baked().trianglePlanes.clear();
+    baked().trianglePlanes.shrink_to_fit();
+    expectNothing();
+    std::vector<ctr::RationalInterval> ranges;
+    baked().computeOcclusionIntervals({10, 200, 500}, {500, 200, 500}, ranges);
+    EXPECT_TRUE(ranges.empty());
+    EXPECT_EQ(ctr::TrianglesIntersection(baked()).computeIntersectionEdges(), nullptr);
+}
+
+TEST_F(ChangedOccluders, HideNothingWithoutHierarchy) {
+    baked().bvh = kx::kxGenericBVH();
+    expectNothing();
+    EXPECT_EQ(baked().computeBakedBVHBBox(0), 0U);
+    EXPECT_EQ(ctr::TrianglesIntersection(baked()).computeIntersectionEdges(), nullptr);
+}
+
+TEST_F(ChangedOccluders, KeepTheToleranceThatIsSetNow) {
+    baked().setContactTolerance(100);
+    expectFreshAnswers();
+    baked().contactTolerance = 0;
+    EXPECT_EQ(ask(), before);
+}
+
+// The generator used to take a baked object for the one it had laid out if both had been baked
+// equally often.
+TEST(ChangeCount, IsNotCopied) {
+    BakedTriangles::ChangeCount count;
+    for (int i = 0; i < 5; ++i) {
+        ++count;
+    }
+    BakedTriangles::ChangeCount copy = count;
+    EXPECT_EQ(copy, 0U);
+    copy = count;
+    EXPECT_EQ(copy, 1U);
+    EXPECT_EQ(count, 5U);
+    copy = std::move(count);
+    EXPECT_EQ(copy, 2U);
+    EXPECT_EQ(count, 6U); // NOLINT(bugprone-use-after-move): it counts the move
+}
+
+} // namespace
