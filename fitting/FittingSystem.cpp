@@ -8,6 +8,8 @@
 // equations of the bisecting planes u . C = h; only sums are kept, never the segments.
 #include <ctr/FittingSystem.h>
 
+#include "fitting/Angles.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -298,7 +300,7 @@ bool FittingSystem::fitCircleSurface(const Wm4::Vector3<double>& axisU,
     if (!SamePoint(firstPoint, lastPoint)) {
         const Vector a = UnitOrZero(r0);
         const Vector b = UnitOrZero(ToDouble(lastPoint) - centre);
-        swept = std::acos(a.Dot(b));
+        swept = ArcCosine(a.Dot(b));
         if ((normal.Dot(a.Cross(b)) > 0.0) != clockwise) {
             swept = kFullCircle - swept;
         }

@@ -3,6 +3,7 @@
 #include <ctr/CreaseEdgeInfo.h>
 #include <ctr/LineSegmentSet.h>
 
+#include "fitting/Angles.h"
 #include "linesets/EdgeGroups.h"
 #include "linesets/EdgeSort.h"
 #include "linesets/PositionOrder.h"
@@ -324,7 +325,7 @@ bool ComputeCreaseEdgeInfo(std::vector<CreaseEdgeInfo>& edges,
     if (!HasVertices(vertices) || triangles == nullptr) {
         return false;
     }
-    const float cosLimit = std::cos(angleInDegrees * Wm4::Math<float>::DEG_TO_RAD);
+    const float cosLimit = Cosine(angleInDegrees * Wm4::Math<float>::DEG_TO_RAD);
     CreaseSearch search(*vertices, *triangles, cosLimit);
     if (!search.collect(cancel)) {
         return false;

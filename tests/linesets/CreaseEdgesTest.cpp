@@ -167,13 +167,21 @@ TEST(CreaseEdges, EitherEndMakesACrease) {
               (Pairs{{0, 1}, {3, 4}}));
 }
 
+// The limit is the float nearest to the cosine of the angle, itself a float in radians; at 46.5,
+// 103 and 302.5 degrees the C library gives a neighbour.
 TEST(CreaseEdges, AnAngleOfExactlyTheLimitIsSmooth) {
-    const float radians = 60.0F * Wm4::Math<float>::DEG_TO_RAD;
-    const float limit = std::cos(radians);
-    for (const bool below : {false, true}) {
-        const float dot = below ? std::nextafter(limit, 0.0F) : limit;
-        const Surface surface = SplitFan({kUp, Vec3(0.0F, 0.5F, dot)});
-        EXPECT_EQ(CommonPairs(surface, 60.0F).size(), below ? 2U : 0U);
+    struct Limit {
+        float degrees;
+        float cosine;
+    };
+    for (const Limit limit :
+         {Limit{5.0F, 0x1.fe0d3cp-1F}, Limit{46.5F, 0x1.607002p-1F}, Limit{60.0F, 0x1.fffffep-2F},
+          Limit{103.0F, -0x1.ccb31cp-3F}, Limit{302.5F, 0x1.1318f4p-1F}}) {
+        for (const bool below : {false, true}) {
+            const float dot = below ? std::nextafter(limit.cosine, -1.0F) : limit.cosine;
+            const Surface surface = SplitFan({kUp, Vec3(0.0F, 0.5F, dot)});
+            EXPECT_EQ(CommonPairs(surface, limit.degrees).size(), below ? 2U : 0U) << limit.degrees;
+        }
     }
 }
 

@@ -561,11 +561,11 @@ private:
         const double turn = secondIsLonger ? kQuarterTurn : 0.0;
         const double longer = std::max(arc.radiusX, arc.radiusY);
         const double shorter = std::min(arc.radiusX, arc.radiusY);
-        const double direction = -(arc.rotation + turn) * kDegree;
+        const Turn direction = TurnBy(-(arc.rotation + turn));
         startEntity("ELLIPSE");
         file_.text(100, "AcDbEllipse");
         file_.spacePoint(TurnOver(arc.center, page_));
-        file_.spacePoint({longer * std::cos(direction), longer * std::sin(direction)}, 1);
+        file_.spacePoint({longer * direction.cosine, longer * direction.sine}, 1);
         file_.real(40, std::max(shorter / longer, kLeastRatio));
         writeEllipseEnds(arc, -(arc.start - turn));
     }

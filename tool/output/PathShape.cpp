@@ -3,8 +3,6 @@
 
 #include "common/Angles.h"
 
-#include <cmath>
-
 namespace kxcontour {
 bool IsClosed(const Path& path) {
     const Point& first = path.points.front();
@@ -13,11 +11,12 @@ bool IsClosed(const Path& path) {
 }
 
 Point PointAt(const Arc& arc, double parameter) {
-    const double along = arc.radiusX * std::cos(parameter * kDegree);
-    const double across = arc.radiusY * std::sin(parameter * kDegree);
-    const double c = std::cos(arc.rotation * kDegree);
-    const double s = std::sin(arc.rotation * kDegree);
-    return {arc.center.x + c * along - s * across, arc.center.y + s * along + c * across};
+    const Turn onCircle = TurnBy(parameter);
+    const Turn axis = TurnBy(arc.rotation);
+    const double along = arc.radiusX * onCircle.cosine;
+    const double across = arc.radiusY * onCircle.sine;
+    return {arc.center.x + axis.cosine * along - axis.sine * across,
+            arc.center.y + axis.sine * along + axis.cosine * across};
 }
 
 } // namespace kxcontour

@@ -121,7 +121,7 @@ std::optional<Arc> ArcAlong(const Run& run, const Ellipse& ellipse, double toler
     arc.center = ellipse.center;
     arc.radiusX = ellipse.radiusX;
     arc.radiusY = ellipse.radiusY;
-    arc.rotation = DegreesOf(std::atan2(ellipse.axis.y, ellipse.axis.x));
+    arc.rotation = DegreesOf(AngleOf(ellipse.axis.x, ellipse.axis.y));
     arc.start = DegreesOf(start);
     arc.sweep = closed ? 360.0 : DegreesOf(sweep);
     if (!run.positive) {

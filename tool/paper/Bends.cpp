@@ -1,6 +1,7 @@
 // One walk for the turns, one back for the limits.
 #include "paper/Bends.h"
 
+#include "common/Angles.h"
 #include "paper/Plane.h"
 
 namespace kxcontour {
@@ -51,7 +52,7 @@ Bends::Turn Bends::TurnAt(Point before, Point at, Point after, double noise) {
     const Point leaving = after - at;
     const double cross = Cross(arriving, leaving);
     const double height = noise * Distance(before, after);
-    return {std::atan2(cross, Dot(arriving, leaving)), std::abs(cross) <= height};
+    return {AngleOf(Dot(arriving, leaving), cross), std::abs(cross) <= height};
 }
 
 void Bends::count(const Turn& turn) {

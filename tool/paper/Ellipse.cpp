@@ -9,6 +9,7 @@
 // first order (Sampson 1982).
 #include "paper/Ellipse.h"
 
+#include "common/Angles.h"
 #include "paper/Plane.h"
 
 #include <array>
@@ -189,22 +190,24 @@ std::optional<Ellipse> EllipseOf(const Conic& conic, EllipseKind kind) {
         ellipse.radiusY = ellipse.radiusX;
         return ellipse;
     }
-    const double turn = std::atan2(conic.b(), conic.unknowns[kU]) / 2.0 + kQuarterTurn;
-    ellipse.axis = {std::cos(turn), std::sin(turn)};
+    const Turn turn = TurnByRadians(AngleOf(conic.unknowns[kU], conic.b()) / 2.0 + kQuarterTurn);
+    ellipse.axis = {turn.cosine, turn.sine};
     return ellipse;
 }
 
 } // namespace
 
 Point Ellipse::at(double angle) const {
-    const double x = radiusX * std::cos(angle);
-    const double y = radiusY * std::sin(angle);
+    const Turn turn = TurnByRadians(angle);
+    const double x = radiusX * turn.cosine;
+    const double y = radiusY * turn.sine;
     return {center.x + x * axis.x - y * axis.y, center.y + x * axis.y + y * axis.x};
 }
 
 Point Ellipse::tangentAt(double angle) const {
-    const double x = -radiusX * std::sin(angle);
-    const double y = radiusY * std::cos(angle);
+    const Turn turn = TurnByRadians(angle);
+    const double x = -radiusX * turn.sine;
+    const double y = radiusY * turn.cosine;
     return {x * axis.x - y * axis.y, x * axis.y + y * axis.x};
 }
 
@@ -212,23 +215,22 @@ Point Ellipse::tangentAt(double angle) const {
 /// Newton's method; a step that leads away is not taken.
 double Ellipse::angleNear(Point point) const {
     const Point p{Dot(point - center, axis), Cross(axis, point - center)};
-    double angle = std::atan2(p.y / radiusY, p.x / radiusX);
+    double angle = AngleOf(p.x / radiusX, p.y / radiusY);
     if (radiusX == radiusY) {
         return angle;
     }
     double nearest = std::numeric_limits<double>::infinity();
     double best = angle;
     for (int step = 0; step <= kNewtonSteps; ++step) {
-        const double cosine = std::cos(angle);
-        const double sine = std::sin(angle);
-        const Point off{radiusX * cosine - p.x, radiusY * sine - p.y};
+        const Turn turn = TurnByRadians(angle);
+        const Point off{radiusX * turn.cosine - p.x, radiusY * turn.sine - p.y};
         if (!(SquaredLength(off) < nearest)) {
             break;
         }
         nearest = SquaredLength(off);
         best = angle;
-        const Point tangent{-radiusX * sine, radiusY * cosine};
-        const Point bend{-radiusX * cosine, -radiusY * sine};
+        const Point tangent{-radiusX * turn.sine, radiusY * turn.cosine};
+        const Point bend{-radiusX * turn.cosine, -radiusY * turn.sine};
         angle -= Dot(off, tangent) / (SquaredLength(tangent) + Dot(off, bend));
     }
     return best;
