@@ -5,6 +5,7 @@
 #include <kxSystem/kxCancelInterfaceReadOnly.h>
 
 #include "linesets/SetConstruction.h"
+#include "linesets/SetOperations.h"
 #include "linesets/Work.h"
 #include "visibility/Baking.h"
 #include "visibility/EdgeOcclusion.h"
@@ -35,7 +36,7 @@ public:
         }
     }
 
-    LineSegmentSet* fuse() const { return LineSegmentSet::FuseLineSegmentSets(sets); }
+    LineSegmentSet* fuse(WorkCounter& work) const { return FuseLineSegmentSets(sets, work); }
 
     std::vector<LineSegmentSet*> sets;
 };
@@ -75,14 +76,15 @@ std::size_t SegmentCountOf(const std::vector<MeshFeatures>& features) {
 }
 
 /// The set in world space; null for none.
-kx::kxPointer<LineSegmentSet> InWorld(LineSegmentSet* set) {
-    return set != nullptr ? LineSegmentSet::FuseLineSegmentSets({set}) : nullptr;
+kx::kxPointer<LineSegmentSet> InWorld(LineSegmentSet* set, WorkCounter& work) {
+    return set != nullptr ? FuseLineSegmentSets({set}, work) : nullptr;
 }
 
 /// The creases that are no silhouettes; null where none are left.
 kx::kxPointer<LineSegmentSet> Without(kx::kxPointer<LineSegmentSet> creases,
-                                      const LineSegmentSet* silhouettes) {
-    LineSegmentSet::RemoveCommonSegments(creases.get(), silhouettes);
+                                      const LineSegmentSet* silhouettes,
+                                      WorkCounter& work) {
+    RemoveCommonSegments(creases.get(), silhouettes, work);
     return creases && creases->GetIndexBuffer() != nullptr ? creases : nullptr;
 }
 
@@ -203,7 +205,8 @@ GeometricFeaturesGenerator::tInternal::computeCreaseEdges(unsigned int cluster) 
     for (std::size_t i = 0; i < list.sets.size(); ++i) {
         list.sets[i] = CreasesOfMesh(exportClusters[cluster][i], neverCancel);
     }
-    return list.fuse();
+    WorkCounter unwatched;
+    return list.fuse(unwatched);
 }
 
 LineSegmentSet*
@@ -214,7 +217,7 @@ GeometricFeaturesGenerator::tInternal::computeSilhouetteEdges(unsigned int clust
     }
     SetList list;
     FindSilhouettes(exportBaked[cluster], list.sets, work);
-    return list.fuse();
+    return list.fuse(work);
 }
 
 /// For the record of features: hidden by exported meshes only.
@@ -282,12 +285,12 @@ void GeometricFeaturesGenerator::tInternal::findOutlines(std::vector<MeshFeature
     }
     silhouettes.sets.resize(meshes.size(), nullptr);
     for (std::size_t i = 0; i < meshes.size(); ++i) {
-        features[i].silhouetteEdges = InWorld(silhouettes.sets[i]);
+        features[i].silhouetteEdges = InWorld(silhouettes.sets[i], work);
         if (choice.creases) {
             SetList creases;
             creases.sets.assign(1, CreasesOfMesh(meshes[i], work));
             features[i].creaseEdges =
-                Without(InWorld(creases.sets[0]), features[i].silhouetteEdges.get());
+                Without(InWorld(creases.sets[0], work), features[i].silhouetteEdges.get(), work);
         }
         work.look();
     }
@@ -448,14 +451,11 @@ void GeometricFeaturesGenerator::computeGeometricFeatures(GeometricFeatures& out
     try {
         WorkCounter work(internal_->progressNotifier);
         out.silhouetteEdges = internal_->computeSilhouetteEdges(cluster, work);
+        if (removeCommonSegments) {
+            out.creaseEdges = Without(out.creaseEdges, out.silhouetteEdges.get(), work);
+        }
     } catch (const Cancelled&) {
         return;
-    }
-    if (removeCommonSegments) {
-        LineSegmentSet::RemoveCommonSegments(out.creaseEdges.get(), out.silhouetteEdges.get());
-        if (out.creaseEdges && out.creaseEdges->GetIndexBuffer() == nullptr) {
-            out.creaseEdges = nullptr;
-        }
     }
     if (internal_->progressNotifier != nullptr) {
         if (internal_->isCanceled()) {

@@ -4,6 +4,7 @@
 #include "linesets/HashedNumbers.h"
 #include "linesets/PositionOrder.h"
 #include "linesets/SetConstruction.h"
+#include "linesets/SetOperations.h"
 
 #include <algorithm>
 #include <bit>
@@ -40,7 +41,7 @@ std::size_t SegmentCountOf(const LineSegmentSet& set) {
 
 /// Calls visit(segment, key) for all segments in order. Their vertices lie anywhere: they are
 /// fetched some segments ahead.
-template <class Visit> void ForEachKey(const LineSegmentSet& set, Visit visit) {
+template <class Visit> void ForEachKey(const LineSegmentSet& set, WorkCounter& work, Visit visit) {
     constexpr std::size_t kAhead = 16;
     const std::size_t count = SegmentCountOf(set);
     for (std::size_t segment = 0; segment < count; ++segment) {
@@ -49,6 +50,7 @@ template <class Visit> void ForEachKey(const LineSegmentSet& set, Visit visit) {
             __builtin_prefetch(&set.GetVertexBuffer()->Position3(static_cast<int>(ahead[0])));
             __builtin_prefetch(&set.GetVertexBuffer()->Position3(static_cast<int>(ahead[1])));
         }
+        work.count(1);
         visit(segment, KeyOfSegment(set, segment));
     }
 }
@@ -60,9 +62,9 @@ std::uint64_t HashOfSegment(const SegmentKey& key) {
 /// The segments of a set as they were, to be found by their ends.
 class SegmentTable {
 public:
-    explicit SegmentTable(const LineSegmentSet& set)
+    SegmentTable(const LineSegmentSet& set, WorkCounter& work)
         : keys_(SegmentCountOf(set)), numbers_(keys_.size()) {
-        ForEachKey(set, [this](std::size_t segment, const SegmentKey& key) {
+        ForEachKey(set, work, [this](std::size_t segment, const SegmentKey& key) {
             keys_[segment] = key;
             numbers_.findOrAdd(HashOfSegment(key), key, static_cast<std::uint32_t>(segment),
                                KeyOfNumber{keys_});
@@ -123,38 +125,50 @@ void MoveSegment(LineSegmentSet& set, std::size_t from, std::size_t to) {
     }
 }
 
+/// Leaves the segments that are kept, in their order, with their records.
+void KeepSegments(LineSegmentSet& set, const std::vector<bool>& isKept) {
+    std::size_t count = 0;
+    for (std::size_t segment = 0; segment < isKept.size(); ++segment) {
+        if (isKept[segment]) {
+            if (segment != count) {
+                MoveSegment(set, segment, count);
+            }
+            ++count;
+        }
+    }
+    if (count > 0) {
+        set.GetIndexBuffer()->SetIndexQuantity(static_cast<int>(2 * count));
+    } else {
+        set.SetIndexBuffer(nullptr);
+    }
+    set.occlusionIntervals.resize(count);
+    set.clipRanges.resize(count, LineSegmentSet::ClipRange{0.0F, 0.0F, 0.0F, 0.0F});
+    if (!set.segmentFlags.empty()) {
+        set.segmentFlags.resize(count);
+    }
+}
+
 } // namespace
 
-void LineSegmentSet::RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b) {
+void RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b, WorkCounter& work) {
     if (a == nullptr || b == nullptr) {
         return;
     }
-    const std::size_t count = SegmentCountOf(*a);
-    const SegmentTable common(*b);
-    if (common.isEmpty() && count > 0) {
+    const SegmentTable common(*b, work);
+    std::vector<bool> isKept(SegmentCountOf(*a));
+    if (common.isEmpty() && !isKept.empty()) {
         return;
     }
-    OwnIndexBuffer(*a);
-    std::size_t kept = 0;
-    ForEachKey(*a, [&](std::size_t segment, const SegmentKey& key) {
-        if (common.holds(key)) {
-            return;
-        }
-        if (segment != kept) {
-            MoveSegment(*a, segment, kept);
-        }
-        ++kept;
+    ForEachKey(*a, work, [&](std::size_t segment, const SegmentKey& key) {
+        isKept[segment] = !common.holds(key);
     });
-    if (kept > 0) {
-        a->GetIndexBuffer()->SetIndexQuantity(static_cast<int>(2 * kept));
-    } else {
-        a->SetIndexBuffer(nullptr);
-    }
-    a->occlusionIntervals.resize(kept);
-    a->clipRanges.resize(kept, ClipRange{0.0F, 0.0F, 0.0F, 0.0F});
-    if (!a->segmentFlags.empty()) {
-        a->segmentFlags.resize(kept);
-    }
+    OwnIndexBuffer(*a);
+    KeepSegments(*a, isKept);
+}
+
+void LineSegmentSet::RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b) {
+    WorkCounter unwatched;
+    ctr::RemoveCommonSegments(a, b, unwatched);
 }
 
 } // namespace ctr

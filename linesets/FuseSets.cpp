@@ -2,6 +2,7 @@
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/SetConstruction.h"
+#include "linesets/SetOperations.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -14,20 +15,26 @@ bool TakesPart(const LineSegmentSet* set) {
     return set != nullptr && set->GetIndexBuffer() != nullptr && set->GetVertexBuffer() != nullptr;
 }
 
-void CopyIndices(const LineSegmentSet& source, unsigned int* target, std::size_t firstVertex) {
+void CopyIndices(const LineSegmentSet& source,
+                 unsigned int* target,
+                 std::size_t firstVertex,
+                 WorkCounter& work) {
     const unsigned int* indices = source.GetIndexBuffer()->GetData();
     const std::size_t count = 2 * SegmentCount(source.GetIndexBuffer());
     for (std::size_t i = 0; i < count; ++i) {
+        work.count(1);
         target[i] = indices[i] + static_cast<unsigned int>(firstVertex);
     }
 }
 
 void CopyVertices(const LineSegmentSet& source,
                   kx::kxVertexBuffer& target,
-                  std::size_t firstVertex) {
+                  std::size_t firstVertex,
+                  WorkCounter& work) {
     const kx::kxVertexBuffer& vertices = *source.GetVertexBuffer();
     const kx::kxGenericTransformation<float>& toWorld = source.GetWorldTransformation();
     for (int i = 0; i < vertices.GetVertexQuantity(); ++i) {
+        work.count(1);
         target.Position3(static_cast<int>(firstVertex) + i) =
             toWorld.ApplyForward(vertices.Position3(i), true);
     }
@@ -35,7 +42,7 @@ void CopyVertices(const LineSegmentSet& source,
 
 } // namespace
 
-LineSegmentSet* LineSegmentSet::FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets) {
+LineSegmentSet* FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets, WorkCounter& work) {
     std::vector<const LineSegmentSet*> parts;
     std::copy_if(sets.begin(), sets.end(), std::back_inserter(parts), TakesPart);
     std::size_t vertexCount = 0;
@@ -56,8 +63,8 @@ LineSegmentSet* LineSegmentSet::FuseLineSegmentSets(const std::vector<LineSegmen
     std::size_t firstSegment = 0;
     for (const LineSegmentSet* part : parts) {
         const std::size_t segments = SegmentCount(part->GetIndexBuffer());
-        CopyIndices(*part, lines->GetData() + 2 * firstSegment, firstVertex);
-        CopyVertices(*part, *vertices, firstVertex);
+        CopyIndices(*part, lines->GetData() + 2 * firstSegment, firstVertex, work);
+        CopyVertices(*part, *vertices, firstVertex, work);
         std::copy_n(part->occlusionIntervals.begin(),
                     std::min(segments, part->occlusionIntervals.size()),
                     fused->occlusionIntervals.begin() + static_cast<std::ptrdiff_t>(firstSegment));
@@ -68,6 +75,11 @@ LineSegmentSet* LineSegmentSet::FuseLineSegmentSets(const std::vector<LineSegmen
     fused->SetIndexBuffer(lines.get());
     UpdateModelSpace(*fused, false);
     return fused.release();
+}
+
+LineSegmentSet* LineSegmentSet::FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets) {
+    WorkCounter unwatched;
+    return ctr::FuseLineSegmentSets(sets, unwatched);
 }
 
 } // namespace ctr

@@ -1,5 +1,5 @@
-// A program that uses the constants of the vectors and matrices as hosts do: before main, through the
-// inline operations of the templates, and in the default state of a class of the library.
+// A program that uses the constants of the vectors and matrices as hosts do: before main, through
+// the inline operations of the templates, and in the default state of a class of the library.
 #include <Wm5Vector3.h>
 
 // Ahead of the header that the constants come from.
