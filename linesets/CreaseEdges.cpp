@@ -8,10 +8,12 @@
 #include "linesets/EdgeSort.h"
 #include "linesets/PositionOrder.h"
 #include "linesets/SetConstruction.h"
+#include "linesets/Steps.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <tuple>
 
@@ -159,6 +161,99 @@ struct VertexKeys {
     }
 };
 
+/// Asks whether to stop a given number of times, evenly spread over work of a given extent.
+class EvenPolls {
+public:
+    EvenPolls(const kx::kxCancelInterfaceReadOnly& cancel, std::size_t polls, std::size_t work)
+        : cancel_(cancel), polls_(polls), work_(work) {}
+
+    /// Asks what is due after so much more work; false when cancelled.
+    bool after(std::size_t work) {
+        done_ += work;
+        for (; (asked_ + 1) * work_ <= done_ * polls_; ++asked_) {
+            if (cancel_.isCanceled()) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    const kx::kxCancelInterfaceReadOnly& cancel_;
+    std::size_t polls_;
+    std::size_t work_;
+    std::size_t asked_ = 0;
+    std::size_t done_ = 0;
+};
+
+/// Asks whether to stop once for each group of edges: for the first few now and then while all
+/// groups are worked on, for the others in the end.
+class GroupPolls {
+public:
+    /// At least so many groups are there.
+    GroupPolls(const kx::kxCancelInterfaceReadOnly& cancel, std::size_t leastGroups)
+        : cancel_(cancel), leastGroups_(leastGroups) {}
+
+    void expect(std::size_t leastGroups) { leastGroups_ = std::max(leastGroups_, leastGroups); }
+
+    /// Asks if it is time to after so much more work; false when cancelled.
+    bool operator()(std::size_t work) {
+        constexpr std::size_t kWorkPerPoll = 8 * kUnitsPerStep;
+        work_ += work;
+        if (work_ < kWorkPerPoll || asked_ == leastGroups_) {
+            return true;
+        }
+        work_ = 0;
+        return ask();
+    }
+
+    /// Asks for the others of so many groups; false when cancelled.
+    bool finish(std::size_t groups) {
+        while (asked_ < groups) {
+            if (!ask()) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    /// How many groups come before the one for which the answer was to stop.
+    std::size_t groupsBefore() const { return asked_ - 1; }
+
+private:
+    bool ask() {
+        ++asked_;
+        return !cancel_.isCanceled();
+    }
+
+    const kx::kxCancelInterfaceReadOnly& cancel_;
+    std::size_t leastGroups_;
+    std::size_t asked_ = 0;
+    std::size_t work_ = 0;
+};
+
+/// The positions of the ends of a group of edges, the smaller first.
+struct GroupKey {
+    PositionKey first;
+    PositionKey second;
+
+    std::uint32_t firstX() const { return static_cast<std::uint32_t>(first.xy >> 32U); }
+    bool operator==(const GroupKey&) const = default;
+    bool operator<(const GroupKey& other) const {
+        return std::tie(first, second) < std::tie(other.first, other.second);
+    }
+};
+
+/// An edge with the group that it belongs to.
+struct GroupedEdge {
+    GroupKey group;
+    VertexPair vertices;
+
+    bool operator<(const GroupedEdge& other) const {
+        return std::tie(group, vertices) < std::tie(other.group, other.vertices);
+    }
+};
+
 /// The creases of one list of triangles.
 class CreaseSearch {
 public:
@@ -167,100 +262,272 @@ public:
                  float cosLimit)
         : vertices_(vertices), indices_(triangles.GetData()),
           triangleCount_(static_cast<std::size_t>(triangles.GetIndexQuantity()) / 3),
-          cosLimit_(cosLimit), keyOf_{vertices}, places_(NumberPlaces(RankCount(vertices), keyOf_)),
-          buckets_(places_.size()) {}
+          cosLimit_(cosLimit), keyOf_{vertices}, buckets_(RankCount(vertices)) {}
 
-    /// Reads all triangles; false when cancelled.
+    /// Reads all vertices and triangles; false when cancelled, which is asked once a block of
+    /// triangles.
     bool collect(const kx::kxCancelInterfaceReadOnly& cancel) {
-        for (std::size_t begin = 0; begin < triangleCount_; begin += kTrianglesPerPoll) {
-            forEachEdge(begin, std::min(begin + kTrianglesPerPoll, triangleCount_),
-                        [this](std::uint32_t from, std::uint32_t to, std::uint32_t) {
-                            buckets_.count(from, to);
-                        });
-            if (cancel.isCanceled()) {
-                return false;
-            }
-        }
-        buckets_.startAdding(3 * triangleCount_);
-        forEachEdge(0, triangleCount_,
-                    [this](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
-                        buckets_.add(from, to, number);
-                    });
-        return true;
+        // By the time that a vertex or a triangle takes.
+        constexpr std::size_t kNumbering = 6;
+        constexpr std::size_t kLookingAtNormals = 1;
+        constexpr std::size_t kCounting = 3;
+        constexpr std::size_t kAdding = 6;
+        const std::size_t vertexCount = RankCount(vertices_);
+        EvenPolls polls(cancel, (triangleCount_ + kTrianglesPerPoll - 1) / kTrianglesPerPoll,
+                        (kNumbering + kLookingAtNormals) * vertexCount +
+                            (kCounting + kAdding) * triangleCount_);
+        const auto weighing = [&polls](std::size_t weight) {
+            return [&polls, weight](std::size_t work) { return polls.after(weight * work); };
+        };
+        places_ = NumberPlaces(vertexCount, keyOf_, weighing(kNumbering));
+        return places_.size() == vertexCount && findPlainPlaces(weighing(kLookingAtNormals)) &&
+               fillBuckets(weighing(kCounting), weighing(kAdding));
     }
 
-    /// Writes all creases in no order; returns how many groups of edges there are.
-    std::size_t findCreases(std::vector<CreaseEdgeInfo>& edges) {
-        const std::vector<bool> plain = plainPlaces();
+    /// At least so many groups of edges are there.
+    std::size_t leastGroups() const { return buckets_.leastGroups(); }
+
+    /// Writes all creases in no order and counts the groups of edges; false when polls say so.
+    bool findCreases(std::vector<CreaseEdgeInfo>& edges, std::size_t& groups, GroupPolls& polls) {
         const auto mayBeDull = [&](std::uint32_t place, const BucketEdge* edge,
                                    const BucketEdge* end) {
-            return plain[place] && std::all_of(edge, end, [&](const BucketEdge& other) {
-                       return plain[other.otherPlace()];
+            return plain_[place] && std::all_of(edge, end, [&](const BucketEdge& other) {
+                       return plain_[other.otherPlace()];
                    });
         };
         std::vector<VertexPair> members;
-        return buckets_.forEachGroup(
-            mayBeDull, [&](std::uint32_t place, const BucketEdge* edge, const BucketEdge* end) {
-                const std::uint32_t first = firstInOrder(place, edge->otherPlace());
-                members.clear();
-                for (; edge != end; ++edge) {
-                    members.push_back(orient(edge->number(), first));
-                }
-                std::sort(members.begin(), members.end());
-                AppendGroup(edges, members.data(), members.data() + members.size(), vertices_,
-                            cosLimit_);
-            });
+        const auto append = [&](std::uint32_t place, const BucketEdge* edge,
+                                const BucketEdge* end) {
+            const std::uint32_t first = firstInOrder(place, edge->otherPlace());
+            members.clear();
+            for (; edge != end; ++edge) {
+                members.push_back(orient(edge->number(), first));
+            }
+            std::sort(members.begin(), members.end());
+            AppendGroup(edges, members.data(), members.data() + members.size(), vertices_,
+                        cosLimit_);
+        };
+        groups = 0;
+        for (std::size_t place = 0; place < places_.size(); place += kUnitsPerStep) {
+            const std::size_t end = std::min(places_.size(), place + kUnitsPerStep);
+            groups += buckets_.forEachGroup(place, end, mayBeDull, append);
+            polls.expect(groups);
+            if (!polls(buckets_.edgeCount(place, end))) {
+                return false;
+            }
+        }
+        return true;
     }
 
-    /// Puts creases into the order of edges.
-    void sort(std::vector<CreaseEdgeInfo>& edges) const {
+    /// Puts creases into the order of edges; false when polls say so.
+    bool sort(std::vector<CreaseEdgeInfo>& edges, GroupPolls& polls) const {
+        const auto goOn = std::ref(polls);
         PlaceRanks ranks(places_.size());
-        for (const CreaseEdgeInfo& edge : edges) {
-            ranks.use(places_[edge.vertexA]);
-            ranks.use(places_[edge.vertexB & kIndexMask]);
-        }
-        ranks.rank(keyOf_);
-        std::vector<OrderedEdge> sorted(edges.size());
-        std::transform(edges.begin(), edges.end(), sorted.begin(), [&](const CreaseEdgeInfo& edge) {
-            return OrderedEdge{ranks[places_[edge.vertexA]],
-                               ranks[places_[edge.vertexB & kIndexMask]], edge.vertexA,
-                               edge.vertexB};
-        });
-        SortByFirstRank(sorted, ranks.count(), [](const OrderedEdge& x, const OrderedEdge& y) {
+        std::vector<OrderedEdge> sorted;
+        sorted.reserve(edges.size());
+        const auto use = [&](std::size_t i, std::size_t end) {
+            for (; i < end; ++i) {
+                ranks.use(places_[edges[i].vertexA]);
+                ranks.use(places_[edges[i].vertexB & kIndexMask]);
+            }
+        };
+        const auto rank = [&](std::size_t i, std::size_t end) {
+            for (; i < end; ++i) {
+                sorted.push_back({ranks[places_[edges[i].vertexA]],
+                                  ranks[places_[edges[i].vertexB & kIndexMask]], edges[i].vertexA,
+                                  edges[i].vertexB});
+            }
+        };
+        const auto isBefore = [](const OrderedEdge& x, const OrderedEdge& y) {
             return std::tuple(x.secondRank, x.a, x.b & kIndexMask) <
                    std::tuple(y.secondRank, y.a, y.b & kIndexMask);
-        });
-        std::transform(sorted.begin(), sorted.end(), edges.begin(), [](const OrderedEdge& edge) {
-            return CreaseEdgeInfo{edge.a, edge.b};
-        });
+        };
+        const auto write = [&](std::size_t i, std::size_t end) {
+            for (; i < end; ++i) {
+                edges[i] = {sorted[i].a, sorted[i].b};
+            }
+        };
+        return InSteps(edges.size(), goOn, use) && ranks.rank(keyOf_, goOn) &&
+               InSteps(edges.size(), goOn, rank) &&
+               SortByFirstRank(sorted, ranks.count(), isBefore, goOn) &&
+               InSteps(edges.size(), goOn, write);
     }
 
-    /// Keeps of the sorted creases those of the first groups, which are not all.
-    void keepGroups(std::vector<CreaseEdgeInfo>& edges, std::size_t count) {
-        const auto isBefore = [this](const VertexPair& x, const VertexPair& y) {
-            return std::tuple(keyOf_(x.a), keyOf_(x.b)) < std::tuple(keyOf_(y.a), keyOf_(y.b));
-        };
-        std::vector<VertexPair> groups;
-        buckets_.forEachGroup(
-            [](std::uint32_t, const BucketEdge*, const BucketEdge*) { return false; },
-            [&](std::uint32_t place, const BucketEdge* edge, const BucketEdge*) {
-                const std::uint32_t other = edge->otherPlace();
-                const std::uint32_t first = firstInOrder(place, other);
-                groups.push_back({first, first == place ? other : place});
-            });
-        const auto next = groups.begin() + static_cast<std::ptrdiff_t>(count);
-        std::nth_element(groups.begin(), next, groups.end(), isBefore);
-        edges.erase(std::partition_point(
-                        edges.begin(), edges.end(),
-                        [&](const CreaseEdgeInfo& edge) {
-                            return isBefore({edge.vertexA, edge.vertexB & kIndexMask}, *next);
-                        }),
-                    edges.end());
+    /// Keeps of all creases, sorted, those of the first groups, which are not all.
+    void
+    keepGroups(std::vector<CreaseEdgeInfo>& edges, std::size_t count, std::size_t groups) const {
+        const GroupKey next = groupAt(count, groups);
+        edges.erase(
+            std::partition_point(
+                edges.begin(), edges.end(),
+                [&](const CreaseEdgeInfo& edge) {
+                    return GroupKey{keyOf_(edge.vertexA), keyOf_(edge.vertexB & kIndexMask)} < next;
+                }),
+            edges.end());
+    }
+
+    /// Writes the creases of the first few groups alone, in one pass over the triangles: of those
+    /// edges that a sample says to come first, more if these turn out to be too few groups.
+    void findFirstCreases(std::vector<CreaseEdgeInfo>& edges, std::size_t count) const {
+        constexpr std::size_t kSample = 4096;
+        constexpr std::size_t kEdgesPerGroup = 16;
+        edges.clear();
+        const std::size_t edgeCount = 3 * triangleCount_;
+        // No multiple of 3, so that all sides of triangles are in the sample.
+        const std::size_t stride = edgeCount / kSample / 3 * 3 + 1;
+        std::vector<GroupKey> sample;
+        for (std::size_t number = 0; number < edgeCount; number += stride) {
+            sample.push_back(groupOf(static_cast<std::uint32_t>(number)));
+        }
+        std::sort(sample.begin(), sample.end());
+        std::size_t most = 4 + count * kEdgesPerGroup / stride;
+        std::vector<GroupedEdge> first;
+        std::vector<std::size_t> begins; // Of the groups in `first`, and the end of all.
+        do {
+            first = edgesBefore(most < sample.size() ? &sample[most] : nullptr);
+            begins = beginsOfGroups(first);
+            most *= 8;
+        } while (begins.size() <= count);
+        std::vector<VertexPair> members;
+        for (std::size_t group = 0; group < count; ++group) {
+            members.clear();
+            for (std::size_t i = begins[group]; i < begins[group + 1]; ++i) {
+                members.push_back(first[i].vertices);
+            }
+            AppendGroup(edges, members.data(), members.data() + members.size(), vertices_,
+                        cosLimit_);
+        }
     }
 
 private:
     std::uint32_t firstInOrder(std::uint32_t place, std::uint32_t other) const {
         return keyOf_(other) < keyOf_(place) ? other : place;
+    }
+
+    /// With the order of x.
+    std::uint32_t xOf(std::uint32_t vertex) const {
+        return OrderedBits(vertices_.Position3(static_cast<int>(vertex))[0]);
+    }
+
+    GroupKey groupOf(std::uint32_t place, std::uint32_t other) const {
+        const PositionKey p = keyOf_(place);
+        const PositionKey q = keyOf_(other);
+        return {std::min(p, q), std::max(p, q)};
+    }
+
+    GroupKey groupOf(std::uint32_t number) const {
+        return groupOf(indices_[number], indices_[next(number)]);
+    }
+
+    static std::uint32_t next(std::uint32_t number) {
+        return number % 3 == 2 ? number - 2 : number + 1;
+    }
+
+    /// The group that comes after `count` others of all, found without sorting them: a sample says
+    /// which are around it. All groups have been shown once.
+    GroupKey groupAt(std::size_t count, std::size_t groups) const {
+        constexpr std::size_t kSampledPlaces = 4096;
+        const std::size_t stride = places_.size() / kSampledPlaces + 1;
+        std::vector<GroupKey> sample;
+        for (std::size_t place = 0; place < places_.size(); place += stride) {
+            buckets_.forEachGroupAgain(place, place + 1, [&](std::uint32_t p, std::uint32_t q) {
+                sample.push_back(groupOf(p, q));
+            });
+        }
+        std::sort(sample.begin(), sample.end());
+        const std::size_t middle = count * sample.size() / groups;
+        std::vector<GroupKey> around;
+        for (std::size_t margin = 64 + sample.size() / 64;; margin *= 8) {
+            const GroupKey* const low = margin < middle ? &sample[middle - margin] : nullptr;
+            const GroupKey* const high =
+                middle + margin < sample.size() ? &sample[middle + margin] : nullptr;
+            const std::size_t below = groupsBelow(low, high, around);
+            if (below <= count && count < below + around.size()) {
+                const auto at = around.begin() + static_cast<std::ptrdiff_t>(count - below);
+                std::nth_element(around.begin(), at, around.end());
+                return *at;
+            }
+        }
+    }
+
+    /// How many groups come before low; collects those from low on that come before high. Null is
+    /// no limit.
+    std::size_t
+    groupsBelow(const GroupKey* low, const GroupKey* high, std::vector<GroupKey>& between) const {
+        const std::uint32_t lowX = low == nullptr ? 0 : low->firstX();
+        const std::uint32_t highX = high == nullptr ? 0xffffffffU : high->firstX();
+        std::size_t below = 0;
+        between.clear();
+        buckets_.forEachGroupAgain(0, places_.size(), [&](std::uint32_t p, std::uint32_t q) {
+            // Most are told by x.
+            const std::uint32_t x = std::min(xOf(p), xOf(q));
+            if (x < lowX) {
+                ++below;
+            } else if (x <= highX) {
+                const GroupKey group = groupOf(p, q);
+                if (low != nullptr && group < *low) {
+                    ++below;
+                } else if (high == nullptr || group < *high) {
+                    between.push_back(group);
+                }
+            }
+        });
+        return below;
+    }
+
+    /// All edges of groups before a limit (null: all edges), in the order of edges.
+    std::vector<GroupedEdge> edgesBefore(const GroupKey* limit) const {
+        std::vector<GroupedEdge> edges;
+        const std::uint32_t lastX = limit == nullptr ? 0xffffffffU : limit->firstX();
+        for (std::uint32_t corner = 0; corner < 3 * triangleCount_; corner += 3) {
+            // Nearly all end here.
+            if (lastX < std::min({xOf(indices_[corner]), xOf(indices_[corner + 1]),
+                                  xOf(indices_[corner + 2])})) {
+                continue;
+            }
+            for (std::uint32_t number = corner; number < corner + 3; ++number) {
+                const GroupKey group = groupOf(number);
+                if (limit == nullptr || group < *limit) {
+                    const std::uint32_t place = places_[indices_[number]];
+                    const std::uint32_t other = places_[indices_[next(number)]];
+                    edges.push_back({group, orient(number, firstInOrder(place, other))});
+                }
+            }
+        }
+        std::sort(edges.begin(), edges.end());
+        return edges;
+    }
+
+    /// Where the groups of sorted edges begin, and the end of the last one.
+    static std::vector<std::size_t> beginsOfGroups(const std::vector<GroupedEdge>& edges) {
+        std::vector<std::size_t> begins;
+        for (std::size_t i = 0; i < edges.size(); ++i) {
+            if (i == 0 || !(edges[i - 1].group == edges[i].group)) {
+                begins.push_back(i);
+            }
+        }
+        begins.push_back(edges.size());
+        return begins;
+    }
+
+    /// Puts all edges into buckets; false when given up.
+    template <class Counting, class Adding> bool fillBuckets(Counting goOn, Adding goOnAdding) {
+        const auto countEdges = [this](std::size_t begin, std::size_t end) {
+            forEachEdge(begin, end, [this](std::uint32_t from, std::uint32_t to, std::uint32_t) {
+                buckets_.count(from, to);
+            });
+        };
+        const auto addEdges = [this](std::size_t begin, std::size_t end) {
+            forEachEdge(begin, end,
+                        [this](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
+                            buckets_.add(from, to, number);
+                        });
+        };
+        if (!InSteps(triangleCount_, goOn, countEdges)) {
+            return false;
+        }
+        buckets_.startAdding(3 * triangleCount_);
+        return InSteps(triangleCount_, goOnAdding, addEdges);
     }
 
     /// Calls visit(from, to, number) with the places of the edges of some triangles; an edge's
@@ -281,7 +548,7 @@ private:
     /// The vertices of an edge, that at the place `first` first; of two there the smaller number,
     /// read as signed.
     VertexPair orient(std::uint32_t number, std::uint32_t first) const {
-        VertexPair edge{indices_[number], indices_[number % 3 == 2 ? number - 2 : number + 1]};
+        VertexPair edge{indices_[number], indices_[next(number)]};
         const bool swap =
             places_[edge.a] != places_[edge.b]
                 ? places_[edge.b] == first
@@ -292,17 +559,19 @@ private:
         return edge;
     }
 
-    /// The places with one vertex whose normal does not even disagree with itself, as one of no
-    /// length does: edges between such places that have the same vertices are no creases.
-    std::vector<bool> plainPlaces() const {
-        std::vector<bool> plain(places_.size(), true);
-        for (std::size_t vertex = 0; vertex < places_.size(); ++vertex) {
-            const Wm4::Vector3<float>& normal = vertices_.Normal3(static_cast<int>(vertex));
-            if (places_[vertex] != vertex || Dot(normal, normal) < cosLimit_) {
-                plain[places_[vertex]] = false;
+    /// Finds the places with one vertex whose normal does not even disagree with itself, as one of
+    /// no length does: edges between such places that have the same vertices are no creases. False
+    /// when given up.
+    template <class GoOn> bool findPlainPlaces(GoOn goOn) {
+        plain_.assign(places_.size(), true);
+        return InSteps(places_.size(), goOn, [this](std::size_t vertex, std::size_t end) {
+            for (; vertex < end; ++vertex) {
+                const Wm4::Vector3<float>& normal = vertices_.Normal3(static_cast<int>(vertex));
+                if (places_[vertex] != vertex || Dot(normal, normal) < cosLimit_) {
+                    plain_[places_[vertex]] = false;
+                }
             }
-        }
-        return plain;
+        });
     }
 
     const kx::kxVertexBuffer& vertices_;
@@ -310,17 +579,20 @@ private:
     std::size_t triangleCount_;
     float cosLimit_;
     VertexKeys keyOf_;
-    std::vector<std::uint32_t> places_;
     EdgeBuckets buckets_;
+    std::vector<std::uint32_t> places_;
+    std::vector<bool> plain_;
 };
 
-} // namespace
+/// What is left of a search that is cancelled among the groups.
+enum class Cancelled { kKeepsFirstGroups, kKeepsNothing };
 
-bool ComputeCreaseEdgeInfo(std::vector<CreaseEdgeInfo>& edges,
-                           const kx::kxVertexBuffer* vertices,
-                           const kx::kxIndexBuffer* triangles,
-                           float angleInDegrees,
-                           const kx::kxCancelInterfaceReadOnly& cancel) {
+bool FindCreases(std::vector<CreaseEdgeInfo>& edges,
+                 const kx::kxVertexBuffer* vertices,
+                 const kx::kxIndexBuffer* triangles,
+                 float angleInDegrees,
+                 const kx::kxCancelInterfaceReadOnly& cancel,
+                 Cancelled cancelled) {
     edges.clear();
     if (!HasVertices(vertices) || triangles == nullptr) {
         return false;
@@ -330,15 +602,30 @@ bool ComputeCreaseEdgeInfo(std::vector<CreaseEdgeInfo>& edges,
     if (!search.collect(cancel)) {
         return false;
     }
-    const std::size_t groups = search.findCreases(edges);
-    search.sort(edges);
-    for (std::size_t group = 0; group < groups; ++group) {
-        if (cancel.isCanceled()) {
-            search.keepGroups(edges, group);
-            break;
+    GroupPolls polls(cancel, search.leastGroups());
+    std::size_t groups = 0;
+    const bool isSorted = search.findCreases(edges, groups, polls) && search.sort(edges, polls);
+    const bool isDone = isSorted && polls.finish(groups);
+    if (!isDone && cancelled == Cancelled::kKeepsFirstGroups) {
+        if (isSorted) {
+            search.keepGroups(edges, polls.groupsBefore(), groups);
+        } else {
+            search.findFirstCreases(edges, polls.groupsBefore());
         }
     }
-    return !cancel.isCanceled();
+    const bool isCanceledAtLast = cancel.isCanceled();
+    return isDone && !isCanceledAtLast;
+}
+
+} // namespace
+
+bool ComputeCreaseEdgeInfo(std::vector<CreaseEdgeInfo>& edges,
+                           const kx::kxVertexBuffer* vertices,
+                           const kx::kxIndexBuffer* triangles,
+                           float angleInDegrees,
+                           const kx::kxCancelInterfaceReadOnly& cancel) {
+    return FindCreases(edges, vertices, triangles, angleInDegrees, cancel,
+                       Cancelled::kKeepsFirstGroups);
 }
 
 bool MakeBuffersFromEdgeInfo(const std::vector<CreaseEdgeInfo>& edges,
@@ -423,7 +710,8 @@ LineSegmentSet* LineSegmentSet::GetCreaseEdgesFromMesh(const kx::kxVertexBuffer*
     kx::kxPointer<kx::kxIndexBuffer> lines;
     {
         std::vector<CreaseEdgeInfo> edges;
-        if (!ComputeCreaseEdgeInfo(edges, vertices, triangles, angleInDegrees, cancel) ||
+        if (!FindCreases(edges, vertices, triangles, angleInDegrees, cancel,
+                         Cancelled::kKeepsNothing) ||
             !MakeBuffersFromEdgeInfo(edges, lines, withFlags ? &set->segmentFlags : nullptr)) {
             return nullptr;
         }

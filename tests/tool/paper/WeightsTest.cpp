@@ -179,14 +179,15 @@ TEST(EvenOutWeights, ChosenPointsTakeAboutTheUsualTime) {
     constexpr std::size_t kPoints = 60000;
     const auto secondsOver = [](const std::vector<Point>& points) {
         PaperLines lines;
-        lines.groups = {{Family::Silhouette, false, 0, {}}};
+        lines.groups = {{Family::Silhouette, false, 0, {}}, {Family::Crease, false, 0, {}}};
         for (std::size_t i = 0; i + 1 < points.size(); ++i) {
-            lines.groups[0].lines.push_back({points[i], points[i + 1]});
+            lines.groups[i % 2].lines.push_back({points[i], points[i + 1]});
         }
         return test_support::SecondsOf([&] {
             PaperLines evened = lines;
             EvenOutWeights(evened, {});
-            EXPECT_EQ(CountOf(evened, Family::Silhouette), points.size() - 1);
+            EXPECT_EQ(CountOf(evened, Family::Silhouette) + CountOf(evened, Family::Crease),
+                      points.size() - 1);
         });
     };
     std::vector<Point> usual;
