@@ -19,15 +19,28 @@ namespace {
 constexpr Turn kNoTurn{std::numeric_limits<double>::quiet_NaN(),
                        std::numeric_limits<double>::quiet_NaN()};
 
+/// 1 / n! at n. Factorials up to that of 22 are doubles.
+constexpr std::array<double, 20> InverseFactorials() {
+    std::array<double, 20> inverses{1.0};
+    double factorial = 1.0;
+    for (std::size_t n = 1; n < inverses.size(); ++n) {
+        factorial *= static_cast<double>(n);
+        inverses[n] = 1.0 / factorial;
+    }
+    return inverses;
+}
+
 /// Up to 45 degrees either way.
 Turn SmallTurn(double radians) {
-    const double x = radians;
-    Turn turn{0.0, 0.0};
-    for (int n = 22; n >= 2; n -= 2) {
-        turn.cosine = (1.0 + turn.cosine) * -x * x / (n * (n - 1));
-        turn.sine = (1.0 + turn.sine) * -x * x / (n * (n + 1));
+    constexpr std::array<double, 20> kInverses = InverseFactorials();
+    const double square = radians * radians;
+    double cosine = 0.0;
+    double sine = 0.0;
+    for (std::size_t n = 18; n >= 2; n -= 2) {
+        cosine = (kInverses[n] - cosine) * square;
+        sine = (kInverses[n + 1] - sine) * square;
     }
-    return {1.0 + turn.cosine, x * (1.0 + turn.sine)};
+    return {1.0 - cosine, radians - radians * sine};
 }
 
 /// A turn and so many right angles more; quarters is a whole number.
