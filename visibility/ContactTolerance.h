@@ -16,22 +16,22 @@
 #include "visibility/GridArithmetic.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
-#include <cstdlib>
 
 namespace ctr {
 
 /// The largest change of a plane value when a point moves by one step along every axis.
 inline long ChangePerStep(const GridVector& normal) {
-    return std::abs(normal[0]) + std::abs(normal[1]) + std::abs(normal[2]);
+    return WrapAdd(WrapAdd(WrapSize(normal[0]), WrapSize(normal[1])), WrapSize(normal[2]));
 }
 
 class ContactTolerance {
 public:
     ContactTolerance() = default;
-    /// Looks at the grid only where the tolerance is on.
+    /// Looks at the grid, if there is one, only where the tolerance is on.
     explicit ContactTolerance(const BakedTriangles& baked)
-        : steps_(baked.contactTolerance == 0
+        : steps_(baked.contactTolerance == 0 || baked.projectionSpace == nullptr
                      ? 0
                      : std::min(long{baked.contactTolerance}, MostSteps(*baked.projectionSpace))) {}
 

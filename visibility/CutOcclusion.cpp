@@ -73,10 +73,18 @@ void EndOf(const tPointOnEdge& end, double (&p)[3]) {
     p[2] = at(end.edgeStart.z, end.edgeEnd.z);
 }
 
-/// What is within a step of the box of two points on screen.
+/// What is within a step of the box of two points on screen; there is no step beyond the largest
+/// coordinate.
 TriangleSieve SieveOf(const BakedVertex& p, const BakedVertex& q) {
-    return {{std::min(p.x, q.x) - 1, std::min(p.y, q.y) - 1, TriangleSieve::kLeast},
-            {std::max(p.x, q.x) + 1, std::max(p.y, q.y) + 1, TriangleSieve::kMost}};
+    constexpr std::int32_t kLeast = TriangleSieve::kLeast;
+    constexpr std::int32_t kMost = TriangleSieve::kMost;
+    const auto below = [](std::int32_t a, std::int32_t b) {
+        return std::max(std::min(a, b), kLeast + 1) - 1;
+    };
+    const auto above = [](std::int32_t a, std::int32_t b) {
+        return std::min(std::max(a, b), kMost - 1) + 1;
+    };
+    return {{below(p.x, q.x), below(p.y, q.y), kLeast}, {above(p.x, q.x), above(p.y, q.y), kMost}};
 }
 
 } // namespace
@@ -163,7 +171,7 @@ bool CutOcclusion::narrowExactly(const Function& function, RationalInterval& ran
 
 /// Whether some of the range lies deeper behind a plane than the tolerance.
 bool CutOcclusion::reachesDeeper(const Function& plane, const RationalInterval& range) const {
-    const long deepest = -tolerance_.bandOf(plane.normal);
+    const long deepest = WrapNegate(tolerance_.bandOf(plane.normal));
     const EndValues value{plane.at(edge_.first).rounded(), plane.at(edge_.second).rounded()};
     return value.isBelow(deepest, range.start) || value.isBelow(deepest, range.end);
 }

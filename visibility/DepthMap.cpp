@@ -16,6 +16,20 @@ long MostCells(std::size_t triangles) {
     return static_cast<long>(std::min(kAnyway, 8.0 * std::sqrt(static_cast<double>(triangles))));
 }
 
+/// Whether a box is on a screen of at most 2^30 steps, as all are whose bounds hold: products of
+/// two differences, and sums of a few of them, fit in 64 bits.
+bool FitsProducts(const kx::kxBBox& box) {
+    constexpr float kFarthest = 0x1p29F;
+    return box.min[0] >= -kFarthest && box.min[1] >= -kFarthest && box.max[0] <= kFarthest &&
+           box.max[1] <= kFarthest && box.min[0] <= box.max[0];
+}
+
+/// A bound of a box in steps; a caller's box may reach farther than the grid.
+long StepsOf(float bound) {
+    constexpr float kFar = 0x1p31F;
+    return static_cast<long>(std::clamp(bound, -kFar, kFar));
+}
+
 /// The columns of a row, from the first one of a triangle's box.
 struct ColumnSpan {
     double from;
@@ -63,14 +77,13 @@ private:
 
 } // namespace
 
-DepthMap::DepthMap(const BakedTriangles& baked,
-                   const std::vector<OccluderTree::Triangle>& triangles,
-                   WorkCounter& work) {
-    if (triangles.empty()) {
+DepthMap::DepthMap(const BakedTriangles& baked, const OccluderTree& tree, WorkCounter& work) {
+    const std::vector<OccluderTree::Triangle>& triangles = tree.triangles();
+    if (triangles.empty() || !tree.boxesHold() || !FitsProducts(tree.extent())) {
         return;
     }
     tolerance_ = ContactTolerance(baked);
-    layCells(baked.bvh.nodes.front().box, triangles.size());
+    layCells(tree.extent(), triangles.size());
     for (const std::uint32_t slot : chooseTriangles(baked, triangles, work)) {
         work.count(static_cast<std::size_t>(cellsWithin(triangles[slot].corners).rows()));
         fill(triangles[slot].corners);
@@ -127,7 +140,7 @@ void DepthMap::choose(const BakedTriangles& baked,
                       WorkCounter& work) const {
     const HierarchyNode& here = baked.bvh.nodes[node];
     const auto along = [&box = here.box](int axis) {
-        return Extent{static_cast<long>(box.min[axis]), static_cast<long>(box.max[axis])};
+        return Extent{StepsOf(box.min[axis]), StepsOf(box.max[axis])};
     };
     const bool isEmpty = here.box.min[0] > here.box.max[0];
     if (isEmpty || cellsWithin(along(0), along(1)).none()) {
@@ -168,7 +181,8 @@ DepthMap::Cells DepthMap::cellsWithin(const BakedVertex* corners) const {
 
 void DepthMap::fill(const BakedVertex* corners) {
     const Cells cells = cellsWithin(corners);
-    if (cells.none()) {
+    const GridVector normal = NormalOf(corners);
+    if (cells.none() || normal[2] >= 0) {
         return;
     }
     const long size = 1L << shift_;
@@ -177,7 +191,6 @@ void DepthMap::fill(const BakedVertex* corners) {
     CellSide sides[3] = {CellSide(corners[0], corners[1], x, y, size),
                          CellSide(corners[1], corners[2], x, y, size),
                          CellSide(corners[2], corners[0], x, y, size)};
-    const GridVector normal = NormalOf(corners);
     const double depthPerX = -static_cast<double>(normal[0]) / static_cast<double>(normal[2]);
     const double depthPerY = -static_cast<double>(normal[1]) / static_cast<double>(normal[2]);
     const auto cell = static_cast<double>(size);
@@ -205,9 +218,11 @@ void DepthMap::fill(const BakedVertex* corners) {
 /// Up to a depth that changes from cell to cell, or to the farthest one where that is nearer.
 void DepthMap::fillRow(
     std::int32_t* row, int from, int to, double depth, double perCell, double farthest) {
+    constexpr double kLeast = std::numeric_limits<std::int32_t>::min();
     const double most = std::min(farthest, kNothing - 1.0);
     for (int cell = from; cell < to; ++cell) {
-        const auto filled = static_cast<std::int32_t>(std::min(depth + perCell * cell, most)) + 1;
+        const double here = std::max(std::min(depth + perCell * cell, most), kLeast);
+        const auto filled = static_cast<std::int32_t>(here) + 1;
         row[cell] = std::min(row[cell], filled);
     }
 }

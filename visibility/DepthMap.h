@@ -24,9 +24,9 @@ public:
     /// A triangle fills only what it would also hide if values of its sides and its plane were off
     /// by what rounding can do: as much for cuts, and no more than what it hides of segments. What
     /// is in contact with it lies in front of what it fills. O(n) for n triangles.
-    DepthMap(const BakedTriangles& baked,
-             const std::vector<OccluderTree::Triangle>& triangles,
-             WorkCounter& work);
+    /// Empty where boxes of the hierarchy do not hold what is below them, and on grids beyond all
+    /// bounds, where the products here would not fit.
+    DepthMap(const BakedTriangles& baked, const OccluderTree& tree, WorkCounter& work);
 
     /// Whether the segment, and what is within a step of it, is surely hidden from end to end.
     bool hides(const BakedVertex& a, const BakedVertex& b) const {
@@ -92,7 +92,10 @@ private:
 /// A tree and its map, made together.
 struct OccluderLayout {
     OccluderLayout(const BakedTriangles& baked, WorkCounter& work)
-        : tree(baked, work), map(baked, tree.triangles(), work) {}
+        : tree(baked, work), map(baked, tree, work) {}
+
+    /// Whether it may stand for the hierarchy. One whose boxes cut triangles off has to be walked.
+    bool isFaithful() const { return tree.boxesHold(); }
 
     OccluderTree tree;
     DepthMap map;

@@ -5,6 +5,7 @@
 #include "visibility/HiddenPart.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace ctr {
 namespace {
@@ -13,13 +14,19 @@ template <class T> BakedState::Extent ExtentOf(const std::vector<T>& array) {
     return {array.data(), array.size()};
 }
 
+std::array<std::uint32_t, 6> RootBoxOf(const BakedTriangles& baked) {
+    const kx::kxBBox box = baked.bvh.nodes.empty() ? kx::kxBBox() : baked.bvh.nodes.front().box;
+    return std::bit_cast<std::array<std::uint32_t, 6>>(box);
+}
+
 } // namespace
 
 BakedState::BakedState(const BakedTriangles& baked)
     : changes(baked.bakeCount),
       tolerance(baked), arrays{ExtentOf(baked.vertices), ExtentOf(baked.triangleIndices),
                                ExtentOf(baked.trianglePlanes), ExtentOf(baked.bvh.nodes),
-                               ExtentOf(baked.bvh.primitives)} {}
+                               ExtentOf(baked.bvh.primitives)},
+      rootBox(RootBoxOf(baked)) {}
 
 void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
     constexpr std::size_t kTrianglesPerSegment = 256;
@@ -39,7 +46,7 @@ void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
 void EdgeOcclusion::append(const BakedVertex& a,
                            const BakedVertex& b,
                            std::vector<RationalInterval>& hidden) {
-    if (!layout_) {
+    if (!layout_ || !layout_->isFaithful()) {
         baked_->computeOcclusionIntervals(a, b, hidden);
         return;
     }
@@ -48,8 +55,10 @@ void EdgeOcclusion::append(const BakedVertex& a,
         return;
     }
     // What begins at the farthest end of the segment, or beyond, hides nothing of it.
-    const TriangleSieve sieve({std::min(a.x, b.x), std::min(a.y, b.y), TriangleSieve::kLeast},
-                              {std::max(a.x, b.x), std::max(a.y, b.y), std::max(a.z, b.z) - 1});
+    constexpr std::int32_t kLeast = TriangleSieve::kLeast;
+    const std::int32_t farthest = std::max({a.z, b.z, kLeast + 1});
+    const TriangleSieve sieve({std::min(a.x, b.x), std::min(a.y, b.y), kLeast},
+                              {std::max(a.x, b.x), std::max(a.y, b.y), farthest - 1});
     const ContactTolerance tolerance(*baked_);
     const auto partOf = [&](const OccluderTree::Triangle& triangle) {
         const auto& [p0, p1, p2] = triangle.corners;

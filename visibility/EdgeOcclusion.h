@@ -31,6 +31,7 @@ struct BakedState {
     std::uint64_t changes;
     ContactTolerance tolerance;
     std::array<Extent, 5> arrays;
+    std::array<std::uint32_t, 6> rootBox; ///< Bit by bit.
 };
 
 /// Answers as BakedTriangles::computeOcclusionIntervals() does, but for ranges within others. The
@@ -47,10 +48,11 @@ public:
     /// that is all of it.
     void append(const BakedVertex& a, const BakedVertex& b, std::vector<RationalInterval>& hidden);
 
-    /// The layout, if there is one of what is baked now; for whoever has other questions to it.
-    /// It lasts until the next call of announce() or release().
+    /// The layout, if there is a faithful one of what is baked now; for whoever has other questions
+    /// to it. It lasts until the next call of announce() or release().
     const OccluderLayout* layout() const {
-        return layout_ && stateOfLayout_ == BakedState(*baked_) ? &*layout_ : nullptr;
+        const bool isUsable = layout_ && layout_->isFaithful();
+        return isUsable && stateOfLayout_ == BakedState(*baked_) ? &*layout_ : nullptr;
     }
 
     /// Frees the layout; it is made again when needed.

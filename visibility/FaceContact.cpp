@@ -40,10 +40,11 @@ bool SideLeavesBand(const BakedVertex& from,
     }
     const EndValues value{Dot(steep.normal, Difference(from, p[0])),
                           Dot(steep.normal, Difference(to, p[0]))};
-    const EndValues negated{WrapSubtract(0, value.atA), WrapSubtract(0, value.atB)};
+    const EndValues negated{WrapNegate(value.atA), WrapNegate(value.atB)};
+    const long limit = WrapNegate(band);
     const HiddenCandidate within = sides.within();
     return within.isProper() &&
-           (within.reachesBelow(-band, value) || within.reachesBelow(-band, negated));
+           (within.reachesBelow(limit, value) || within.reachesBelow(limit, negated));
 }
 
 /// Whether a corner of the steeper triangle, over the flatter one, is farther from it than the

@@ -7,8 +7,9 @@
 // The setter of the grid allows 2b + d <= 59 and its constructor 60: distances are below
 // 3 * 2^61 < 2^63. The difference of two distances from one plane is the distance of a coordinate
 // difference and has the same bound, likewise for side values, so everything fits in 64 bits.
-// Sizes that pass the setter only because its sum wraps can exceed this; products are therefore
-// taken modulo 2^64, which is well defined, and the same number wherever the bounds hold.
+// Sizes that pass the setter only because its sum wraps can exceed this: coordinates reach 2^31 - 1
+// there. Sums and products are therefore taken modulo 2^64, which is well defined, and the same
+// number wherever the bounds hold.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>
@@ -31,6 +32,14 @@ inline long WrapAdd(long a, long b) {
 }
 inline long WrapSubtract(long a, long b) {
     return static_cast<long>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
+}
+
+inline long WrapNegate(long value) {
+    return WrapSubtract(0, value);
+}
+/// |value|
+inline long WrapSize(long value) {
+    return value < 0 ? WrapNegate(value) : value;
 }
 
 inline int SignOf(long value) {
@@ -69,7 +78,7 @@ inline long Dot(const GridVector& p, const GridVector& q) {
 
 /// The fraction with its sign moved into the numerator.
 inline Fraction MakeFraction(long numerator, long denominator) {
-    return denominator < 0 ? Fraction(WrapSubtract(0, numerator), WrapSubtract(0, denominator))
+    return denominator < 0 ? Fraction(WrapNegate(numerator), WrapNegate(denominator))
                            : Fraction(numerator, denominator);
 }
 

@@ -33,7 +33,7 @@ struct EndValues {
     /// ends, so three terms below 2^125 are compared.
     bool isBelow(long limit, const Fraction& t) const {
         using Wide = __int128;
-        return Wide{atA} * (t[1] - t[0]) + Wide{atB} * t[0] < Wide{limit} * t[1];
+        return Wide{atA} * WrapSubtract(t[1], t[0]) + Wide{atB} * t[0] < Wide{limit} * t[1];
     }
 
     /// Of sides, positive being inside: at most one point of the segment is inside, and not all of
@@ -155,7 +155,8 @@ inline std::optional<RationalInterval> HiddenPart(const BakedVertex& p0,
     }
     candidate.clipToPlane(distance);
     if (!candidate.isProper() ||
-        (!tolerance.isOff() && !candidate.reachesBelow(-tolerance.bandOf(normal), distance))) {
+        (!tolerance.isOff() &&
+         !candidate.reachesBelow(WrapNegate(tolerance.bandOf(normal)), distance))) {
         return std::nullopt;
     }
     return RationalInterval{candidate.start, candidate.end};

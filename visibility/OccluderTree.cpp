@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 
 namespace ctr {
 namespace {
@@ -26,9 +27,18 @@ Lanes Floats(IntegerLanes numbers) {
     return __builtin_convertvector(numbers, Lanes);
 }
 
-Lanes Lengths(IntegerLanes numbers) {
-    const Lanes lengths = Floats(numbers);
+/// The sizes of a - b: what lies beyond the coordinates in the lanes wraps.
+Lanes Lengths(IntegerLanes a, IntegerLanes b) {
+    using Unsigned = std::uint32_t __attribute__((vector_size(16)));
+    const Lanes lengths = Floats(reinterpret_cast<IntegerLanes>(reinterpret_cast<Unsigned>(a) -
+                                                                reinterpret_cast<Unsigned>(b)));
     return Most(lengths, -lengths);
+}
+
+/// Whether a box has all of another one in it; one that is not a number has nothing.
+bool Holds(const kx::kxBBox& box, Lanes min, Lanes max) {
+    return box.min[0] <= min[0] && box.min[1] <= min[1] && box.min[2] <= min[2] &&
+           max[0] <= box.max[0] && max[1] <= box.max[1] && max[2] <= box.max[2];
 }
 
 } // namespace
@@ -63,7 +73,8 @@ SegmentProbe::SegmentProbe(const BakedVertex& a, const BakedVertex& b) {
 void Coverage::add(const RationalInterval& range) {
     constexpr double kRounding = 1.0e-9;
     const auto at = [](const Fraction& t) {
-        return kBins * static_cast<double>(t[0]) / static_cast<double>(t[1]);
+        const double bins = kBins * static_cast<double>(t[0]) / static_cast<double>(t[1]);
+        return std::min(std::max(0.0, bins), double{kBins});
     };
     const int first = static_cast<int>(at(range.start) + kRounding) + 1;
     const int end = static_cast<int>(at(range.end) - kRounding);
@@ -97,53 +108,64 @@ OccluderTree::OccluderTree(const BakedTriangles& baked, WorkCounter& work) {
         work.count(1);
         triangles_.push_back(triangleOf(baked, number));
     }
-    add(baked, 0, root_, 0, work);
+    const Box all = add(baked, 0, root_, 0, work).extent;
+    for (int axis = 0; axis < 3; ++axis) {
+        extent_.min[axis] = all.min[axis];
+        extent_.max[axis] = all.max[axis];
+    }
 }
 
-OccluderTree::Box OccluderTree::add(const BakedTriangles& baked,
-                                    unsigned int node,
-                                    Child& child,
-                                    unsigned int depth,
-                                    WorkCounter& work) {
+OccluderTree::Boxes OccluderTree::add(const BakedTriangles& baked,
+                                      unsigned int node,
+                                      Child& child,
+                                      unsigned int depth,
+                                      WorkCounter& work) {
     depth_ = std::max(depth_, depth);
     const HierarchyNode& here = baked.bvh.nodes[node];
     if (IsLeaf(here)) {
         child = {FirstSlot(here), FirstSlot(here) + here.second};
         work.count(here.second);
-        return boxOf(child);
+        const Boxes boxes = boxesOf(child);
+        boxesHold_ = boxesHold_ && Holds(here.box, boxes.extent.min, boxes.extent.max);
+        return boxes;
     }
     const auto number = static_cast<std::uint32_t>(nodes_.size());
     child = {number, kInner};
     nodes_.emplace_back();
     Child children[2];
-    const Box boxes[2] = {add(baked, FirstChild(here), children[0], depth + 1, work),
-                          add(baked, SecondChild(here), children[1], depth + 1, work)};
+    const Boxes boxes[2] = {add(baked, FirstChild(here), children[0], depth + 1, work),
+                            add(baked, SecondChild(here), children[1], depth + 1, work)};
     const auto lanes = [&boxes](int axis) {
-        return Lanes{boxes[0].min[axis], boxes[1].min[axis], -boxes[0].max[axis],
-                     -boxes[1].max[axis]};
+        return Lanes{boxes[0].reach.min[axis], boxes[1].reach.min[axis], -boxes[0].reach.max[axis],
+                     -boxes[1].reach.max[axis]};
     };
     Node& made = nodes_[number];
     made.x = lanes(0);
     made.y = lanes(1);
-    made.z = Lanes{boxes[0].min[2], boxes[1].min[2], boxes[0].min[2], boxes[1].min[2]};
+    made.z = Lanes{boxes[0].reach.min[2], boxes[1].reach.min[2], boxes[0].reach.min[2],
+                   boxes[1].reach.min[2]};
     std::copy_n(children, 2, made.children);
-    return {Least(boxes[0].min, boxes[1].min), Most(boxes[0].max, boxes[1].max)};
+    Boxes both = boxes[0];
+    both.extend(boxes[1]);
+    boxesHold_ = boxesHold_ && Holds(here.box, both.extent.min, both.extent.max);
+    return both;
 }
 
-/// What its triangles can seem to cover. Seen from its centroid, a triangle becomes larger when its
-/// side values are off: by as many times as three of them go into twice its area, which they add up
-/// to. Its plane comes nearer by what its values are off.
-OccluderTree::Box OccluderTree::boxOf(Child leaf) const {
+/// Where its triangles are, and what they can seem to cover. Seen from its centroid, a triangle
+/// becomes larger when its side values are off: by as many times as three of them go into twice its
+/// area, which they add up to. Its plane comes nearer by what its values are off.
+OccluderTree::Boxes OccluderTree::boxesOf(Child leaf) const {
     constexpr float kMore = 1.0F + 0x1p-20F; // than what is lost in floats here
     constexpr auto kSteps = static_cast<float>(kRoundedSteps) * kMore;
     constexpr auto kShare = static_cast<float>(kRoundedShare) * kMore;
-    Box box{All(kFar), All(-kFar)};
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    Boxes boxes{{All(kInfinity), All(-kInfinity)}, {All(kFar), All(-kFar)}};
     for (std::uint32_t slot = leaf.begin; slot < leaf.end; ++slot) {
         const BakedVertex* const p = triangles_[slot].corners;
         const IntegerLanes a = NumbersOf(p);
         const IntegerLanes b = NumbersOf(p + 1);
         const IntegerLanes c = NumbersOf(p + 2);
-        const Lanes size = Most(Most(Lengths(b - a), Lengths(c - b)), Lengths(a - c));
+        const Lanes size = Most(Most(Lengths(b, a), Lengths(c, b)), Lengths(a, c));
         const long twiceArea = CrossXY(Difference(p[1], p[0]), Difference(p[2], p[0]));
         const float perArea = 1.0F / std::max(std::abs(static_cast<float>(twiceArea)), 1.0F);
         // No side is longer, and no face of the box has less area than what it shows of the normal.
@@ -152,10 +174,11 @@ OccluderTree::Box OccluderTree::boxOf(Child leaf) const {
         // The centroid is within the box, so this reaches farther than needed.
         const Lanes reach = All(3.0F * (kSteps + kShare * longest) * perArea) * size;
         const Lanes nearer{0.0F, 0.0F, (kSteps + kShare * normal) * perArea, 0.0F};
-        box.min = Least(Least(Least(Floats(a), Floats(b)), Floats(c)) - reach - nearer, box.min);
-        box.max = Most(Most(Most(Floats(a), Floats(b)), Floats(c)) + reach, box.max);
+        const Box corners{Least(Least(Floats(a), Floats(b)), Floats(c)),
+                          Most(Most(Floats(a), Floats(b)), Floats(c))};
+        boxes.extend({corners, {corners.min - reach - nearer, corners.max + reach}});
     }
-    return box;
+    return boxes;
 }
 
 } // namespace ctr

@@ -4,6 +4,10 @@
 // together, and the triangles lie in the order of the leaves, so that a query touches memory in a
 // line. Boxes only rule out; what remains is for exact arithmetic to decide.
 //
+// The boxes are made from the triangles. A caller may have put other boxes into the hierarchy,
+// which then cut triangles off from queries: boxesHold() tells when the layout does not stand for
+// that.
+//
 // One layout serves segments and cuts. Its boxes are as large as a triangle can seem to reach when
 // a crossing of its sides or its plane is computed from values rounded to integers, as cuts do.
 // Segments, of which nothing is rounded, would get along with less: they only open a few boxes
@@ -44,10 +48,9 @@ public:
     /// Whether a box of grid points, which floats hold as well as they can, reaches the sieve's on
     /// screen.
     bool meets(const kx::kxBBox& box) const {
-        return box.min[0] <= static_cast<float>(max_[0]) &&
-               static_cast<float>(min_[0]) <= box.max[0] &&
-               box.min[1] <= static_cast<float>(max_[1]) &&
-               static_cast<float>(min_[1]) <= box.max[1];
+        return !(
+            box.min[0] > static_cast<float>(max_[0]) || static_cast<float>(min_[0]) > box.max[0] ||
+            box.min[1] > static_cast<float>(max_[1]) || static_cast<float>(min_[1]) > box.max[1]);
     }
 
     static constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
@@ -129,7 +132,8 @@ private:
     static constexpr int kBins = 64;
 
     static IntegerLanes binOf(Lanes at) {
-        return __builtin_convertvector(Least(at * kBins, All(kBins - 1)), IntegerLanes);
+        const Lanes bins = Most(Least(at * kBins, All(kBins - 1)), All(0.0F));
+        return __builtin_convertvector(bins, IntegerLanes);
     }
 
     std::uint64_t bins_ = 0;
@@ -152,6 +156,13 @@ public:
     /// In the order of baked.bvh.primitives, whose slots are theirs; empty without nodes.
     const std::vector<Triangle>& triangles() const { return triangles_; }
 
+    /// Whether every box of the hierarchy holds what is below it, so that walks of the hierarchy
+    /// leave out nothing that matters.
+    bool boxesHold() const { return boxesHold_; }
+
+    /// The grid box of all triangles; the empty box without nodes.
+    const kx::kxBBox& extent() const { return extent_; }
+
     /// Calls leaf(first, end) with slots of triangles() that may hide some of the segment, those
     /// nearer to the eye first, until it returns true. Leaves out what lies before parts that
     /// `coverage` knows to be hidden; it may grow meanwhile.
@@ -162,6 +173,21 @@ private:
     struct Box {
         Lanes min; ///< Three of them.
         Lanes max;
+
+        void extend(const Box& other) {
+            min = Least(other.min, min);
+            max = Most(other.max, max);
+        }
+    };
+    /// Of the triangles below a node: where they are, and where they can seem to be.
+    struct Boxes {
+        Box extent;
+        Box reach;
+
+        void extend(const Boxes& other) {
+            extent.extend(other.extent);
+            reach.extend(other.reach);
+        }
     };
     /// A node, or the first slot of a leaf and the slot after its last.
     struct Child {
@@ -179,17 +205,19 @@ private:
         Child children[2];
     };
 
-    Box add(const BakedTriangles& baked,
-            unsigned int node,
-            Child& child,
-            unsigned int depth,
-            WorkCounter& work);
-    Box boxOf(Child leaf) const;
+    Boxes add(const BakedTriangles& baked,
+              unsigned int node,
+              Child& child,
+              unsigned int depth,
+              WorkCounter& work);
+    Boxes boxesOf(Child leaf) const;
 
     std::vector<Node> nodes_;
     std::vector<Triangle> triangles_;
     Child root_{};
     unsigned int depth_ = 0;
+    kx::kxBBox extent_;
+    bool boxesHold_ = true;
 };
 
 template <class Leaf>

@@ -26,6 +26,18 @@ float Extent(const kx::kxBBox& box) {
     return (box.max[0] - box.min[0]) + (box.max[1] - box.min[1]) + (box.max[2] - box.min[2]);
 }
 
+/// The largest coordinates, axis by axis, whichever their sign.
+Lanes FarthestOf(const std::vector<OccluderTree::Triangle>& triangles) {
+    Lanes farthest{};
+    for (const OccluderTree::Triangle& triangle : triangles) {
+        for (const BakedVertex& corner : triangle.corners) {
+            const Lanes p = CornerOf(&corner);
+            farthest = Most(farthest, Most(p, -p));
+        }
+    }
+    return farthest;
+}
+
 /// Whether the boxes of two triangles share a point.
 bool BoxesMeet(const OccluderTree::Triangle& a, const OccluderTree::Triangle& b) {
     const auto& [p, q, r] = a.corners;
@@ -49,11 +61,10 @@ PairSearch::PairSearch(const BakedTriangles& baked,
     // the comparison it takes from the other.
     constexpr float kRounding = 0x1p-20F;
     constexpr float kLastExact = 0x1p24F;
-    for (int axis = 0; axis < 3 && !baked.bvh.nodes.empty(); ++axis) {
-        const kx::kxBBox& all = baked.bvh.nodes.front().box;
-        const float farthest = std::max(std::abs(all.min[axis]), std::abs(all.max[axis]));
-        rounding_[axis] = kRounding * farthest;
-        floatsAreExact_ = floatsAreExact_ && farthest <= kLastExact;
+    const Lanes farthest = FarthestOf(triangles);
+    for (int axis = 0; axis < 3; ++axis) {
+        rounding_[axis] = kRounding * farthest[axis];
+        floatsAreExact_ = floatsAreExact_ && farthest[axis] <= kLastExact;
     }
 }
 

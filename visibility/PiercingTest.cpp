@@ -3,6 +3,8 @@
 // along the common line have to overlap. Most spans are far apart, which doubles can tell.
 #include "visibility/PiercingTest.h"
 
+#include "visibility/ContactTolerance.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -16,9 +18,10 @@ namespace {
 /// one step at most, and tilts the other triangle's plane as well.
 bool AreBesidePlane(const PlaneValues& values, const GridVector& n) {
     constexpr long kSteps = 16;
-    const long reach = WrapMultiply(kSteps, std::abs(n[0]) + std::abs(n[1]) + std::abs(n[2]));
+    const long reach = WrapMultiply(kSteps, ChangePerStep(n));
     const auto& at = values.at;
-    return std::min({at[0], at[1], at[2]}) >= -reach && std::max({at[0], at[1], at[2]}) <= reach;
+    return std::min({at[0], at[1], at[2]}) >= WrapNegate(reach) &&
+           std::max({at[0], at[1], at[2]}) <= reach;
 }
 
 /// floor(delta * part), the part being in [0, 1]; `guess` is off by less than a step.
@@ -54,7 +57,7 @@ std::int32_t CoordinateAt(std::int32_t p0, std::int32_t p1, const Fraction& t, d
             steps = ExactSteps(delta, {rises ? t[0] : t[1] - t[0], t[1]}, steps);
         }
     }
-    return static_cast<std::int32_t>((rises ? p0 : p1) + steps);
+    return static_cast<std::int32_t>(WrapAdd(rises ? p0 : p1, steps));
 }
 
 /// An edge of a triangle that crosses a plane, with the plane's values at its ends.

@@ -28,8 +28,7 @@ struct PlaneValues {
     /// By sign bits: most pairs of triangles end here.
     bool straddle(EdgeOnPlane edge) const {
         const long behind = at[0] | at[1] | at[2];
-        const long inFront =
-            WrapSubtract(0, at[0]) | WrapSubtract(0, at[1]) | WrapSubtract(0, at[2]);
+        const long inFront = WrapNegate(at[0]) | WrapNegate(at[1]) | WrapNegate(at[2]);
         return (behind & inFront) < 0 ||
                (edge == EdgeOnPlane::isInFront && behind < 0 && haveEdge());
     }

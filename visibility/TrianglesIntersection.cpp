@@ -32,7 +32,8 @@ public:
         // Laying the tree out anew pays for so many edges only.
         constexpr std::size_t kTrianglesPerEdge = 64;
         if (layout_ == nullptr && edges * kTrianglesPerEdge >= baked_.trianglePlanes.size()) {
-            layout_ = &own_.emplace(baked_, work);
+            own_.emplace(baked_, work);
+            layout_ = own_->isFaithful() ? &*own_ : nullptr;
         }
     }
     CutHider(const CutHider&) = delete;

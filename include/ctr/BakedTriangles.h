@@ -29,6 +29,7 @@ class LineSegmentSet;
 /// A caller that changes the data members itself has to keep them consistent with each other, and
 /// calls computeBakedBVHBBox(0) afterwards: it brings the boxes up to date and invalidates what was
 /// derived from the old data. Assigning, moving and swapping whole objects need no such call.
+/// Occlusion queries follow the boxes as they are: what a box does not contain, it cuts off.
 /// Without trianglePlanes the object holds no triangle: nothing is hidden, and no edge is found.
 class CTR_EXPORT BakedTriangles {
 public:

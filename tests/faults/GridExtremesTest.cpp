@@ -184,6 +184,110 @@ INSTANTIATE_TEST_SUITE_P(Finest,
                                          Bits2(14, 30),
                                          Bits2(2, 30)));
 
+// --- bit sizes beyond all bounds ---------------------------------------------------------------
+
+// Sizes whose sum is taken for a small one, as it wraps: coordinates saturate at 2^31 - 1, products
+// wrap, and the grid is of no use. Nothing may be undefined all the same, which the sanitizers see.
+
+Bits2 RandomWrappingBits(test_support::Random& random) {
+    for (;;) {
+        const auto upper = static_cast<unsigned int>(random.below(0x10000)) << 16;
+        const auto lower = static_cast<unsigned int>(random.below(0x10000));
+        const unsigned int xyBits[] = {0x80000000U + lower % 32U, lower % 64U, upper | lower};
+        const unsigned int xy = xyBits[random.below(3)];
+        const unsigned int z = static_cast<unsigned int>(random.below(60)) - 2U * xy;
+        if (xy > 1 && z > 1 && (xy > 28 || z > 55)) {
+            return {xy, z};
+        }
+    }
+}
+
+/// Everything that the generator finds of a scene, some of whose meshes only hide, bit by bit.
+std::string LinesOf(const test_support::Scene& scene,
+                    const DiscreteProjectionSpace& space,
+                    unsigned int tolerance) {
+    std::vector<const kx::kxTriMesh*> drawn = scene.meshList();
+    const std::vector<const kx::kxTriMesh*> hiding(1, drawn.back());
+    drawn.pop_back();
+    GeometricFeaturesGenerator generator;
+    generator.setProjectionSpace(space);
+    generator.setContactTolerance(tolerance);
+    generator.setSingleExportCluster(drawn, &hiding);
+    GeometricFeatures features;
+    generator.computeGeometricFeatures(features, 0, true);
+    std::string text;
+    for (const SetPointer& set : {features.creaseEdges, features.silhouetteEdges}) {
+        if (set) {
+            generator.computeOcclusion(*set, 0);
+            const SetPointer visible(LineSegmentSet::BakeVisibleSegments(set.get()));
+            text += test_support::BytesOf(set.get()) + test_support::BytesOf(visible.get());
+        }
+    }
+    SetPointer hidden;
+    const SetPointer visible(generator.computeIntersectionEdges(0, &hidden));
+    for (const SetPointer& set : {features.intersectionEdges, visible, hidden}) {
+        text += test_support::BytesOf(set.get());
+    }
+    return text;
+}
+
+void AskForSegments(const test_support::Scene& scene,
+                    const DiscreteProjectionSpace& space,
+                    unsigned int tolerance,
+                    test_support::Random& random) {
+    constexpr std::int32_t kMost = 0x7fffffff;
+    ctr::BakedTriangles baked = test_support::Bake(space, scene.meshList());
+    baked.setContactTolerance(tolerance);
+    const auto coordinate = [&] { return random.percent(30) ? kMost : random.below(kMost); };
+    const auto point = [&]() -> ctr::BakedVertex {
+        const auto count = static_cast<int>(baked.vertices.size());
+        if (count > 0 && random.percent(50)) {
+            return baked.vertices[static_cast<std::size_t>(random.below(count))];
+        }
+        return {coordinate(), coordinate(), coordinate()};
+    };
+    for (int i = 0; i < 20; ++i) {
+        std::vector<ctr::RationalInterval> ranges;
+        baked.computeOcclusionIntervals(point(), point(), ranges);
+        ctr::IntervalTools::FuseOverlappingIntervals(ranges);
+    }
+}
+
+void DrawWithoutHarm(int seed, const Bits2& bits) {
+    test_support::Random random(static_cast<std::uint64_t>(seed));
+    const test_support::Scene scene = test_support::CrowdedScene(random, random.below(4));
+    constexpr unsigned int kTolerances[] = {0U, 2U, 1000U, 0xffffffffU};
+    const unsigned int tolerance = kTolerances[random.below(4)];
+    const DiscreteProjectionSpace space = WithBits(scene.space, bits);
+    SCOPED_TRACE(std::to_string(bits.first) + " and " + std::to_string(bits.second) +
+                 " bits, tolerance " + std::to_string(tolerance) + ", seed " +
+                 std::to_string(seed));
+    EXPECT_TRUE(LinesOf(scene, space, tolerance) == LinesOf(scene, space, tolerance));
+    AskForSegments(scene, space, tolerance, random);
+}
+
+class WrappingBitSizes : public testing::TestWithParam<Bits2> {};
+
+TEST_P(WrappingBitSizes, DrawRandomScenesWithoutHarm) {
+    for (int seed = 0; seed < Scaled(60); ++seed) {
+        DrawWithoutHarm(seed, GetParam());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Known,
+                         WrappingBitSizes,
+                         testing::Values(Bits2(0x80000002U, 2),
+                                         Bits2(0x8000001cU, 3),
+                                         Bits2(0x80000010U, 27),
+                                         Bits2(0xfffffff0U, 50)));
+
+TEST(AnyWrappingBitSizes, DrawRandomScenesWithoutHarm) {
+    for (int seed = 0; seed < Scaled(300); ++seed) {
+        test_support::Random random(static_cast<std::uint64_t>(seed) + 1000U);
+        DrawWithoutHarm(seed, RandomWrappingBits(random));
+    }
+}
+
 // --- sizes of models --------------------------------------------------------------------------
 
 Wm4::Matrix4<float> WithRows(const Wm4::Matrix4<float>& matrix, float factor) {

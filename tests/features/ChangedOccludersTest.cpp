@@ -5,13 +5,14 @@
 
 #include "linesets/SegmentBuilders.h"
 #include "support/Baking.h"
-#include "support/RandomScenes.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstddef>
-#include <functional>
+#include <cstdint>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -238,6 +239,63 @@ TEST_F(ChangedOccluders, KeepTheToleranceThatIsSetNow) {
     expectFreshAnswers();
     baked().contactTolerance = 0;
     EXPECT_EQ(ask(), before);
+}
+
+// --- boxes of the hierarchy that do not hold what is below them ---
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
+
+std::vector<kx::kxBBox> StrangeBoxes() {
+    constexpr float kHuge = std::numeric_limits<float>::max();
+    return {kx::kxBBox(), // the empty one
+            {{1000, 1000, 1000}, {1200, 1200, 1200}},
+            {{-90, -90, -90}, {-10, -10, -10}},
+            {{70, 70, 0}, {72, 72, 400}},
+            {{0, 0, 490}, {511, 511, 511}},
+            {{300, 300, 300}, {100, 100, 100}},
+            {{-kInfinity, -kInfinity, -kInfinity}, {kInfinity, kInfinity, kInfinity}},
+            {{kInfinity, kInfinity, kInfinity}, {kInfinity, kInfinity, kInfinity}},
+            {{-kHuge, -kHuge, -kHuge}, {kHuge, kHuge, kHuge}},
+            {{kHuge, kHuge, kHuge}, {kHuge, kHuge, kHuge}},
+            {{kNoNumber, kNoNumber, kNoNumber}, {kNoNumber, kNoNumber, kNoNumber}},
+            {{0, kNoNumber, 0}, {511, 511, kNoNumber}},
+            {{0, 0, 0}, {kInfinity, 1e30F, kNoNumber}}};
+}
+
+// The generator used to end in std::length_error, or not at all.
+TEST_F(ChangedOccluders, MayHaveAnyRootBox) {
+    const std::vector<kx::kxBBox> boxes = StrangeBoxes();
+    for (std::size_t i = 0; i < boxes.size(); ++i) {
+        baked().bvh.nodes[0].box = boxes[i];
+        EXPECT_EQ(ask(), expected()) << "box " << i;
+        baked().setContactTolerance(0); // for a layout of another count
+        EXPECT_EQ(ask(), expected()) << "box " << i;
+    }
+    baked().computeBakedBVHBBox(0);
+    EXPECT_EQ(ask(), before);
+}
+
+TEST_F(ChangedOccluders, AreCutOffByABoxThatLeavesThemOut) {
+    baked().bvh.nodes[0].box = {{1000, 1000, 1000}, {1200, 1200, 1200}};
+    EXPECT_EQ(ask().hidden, Ranges(40));
+}
+
+TEST_F(ChangedOccluders, MayHaveAnyBoxes) {
+    const std::vector<kx::kxBBox> boxes = StrangeBoxes();
+    test_support::Random random(1);
+    const std::vector<kx::kxGenericBVH::Node> nodes = baked().bvh.nodes;
+    for (int i = 0; i < test_support::Scaled(100); ++i) {
+        baked().bvh.nodes = nodes;
+        for (kx::kxGenericBVH::Node& node : baked().bvh.nodes) {
+            if (random.percent(50)) {
+                const int box = random.below(static_cast<int>(boxes.size()));
+                node.box = boxes[static_cast<std::size_t>(box)];
+            }
+        }
+        baked().setContactTolerance(static_cast<unsigned int>(random.below(3)));
+        ASSERT_EQ(ask(), expected()) << "number " << i;
+    }
 }
 
 // The generator used to take a baked object for the one it had laid out if both had been baked
