@@ -103,6 +103,16 @@ bool IsSeenEndOn(const BakedVertex& b0, const BakedVertex& b1) {
     return b0.x == b1.x && b0.y == b1.y;
 }
 
+/// Of fused ranges.
+bool AreWhole(const std::vector<RationalInterval>& ranges) {
+    return ranges.size() == 1 && IsWhole(ranges.front());
+}
+
+bool AreWholeTogether(std::vector<RationalInterval>& ranges) {
+    IntervalTools::FuseOverlappingIntervals(ranges);
+    return AreWhole(ranges);
+}
+
 } // namespace
 
 struct GeometricFeaturesGenerator::tInternal {
@@ -357,6 +367,7 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
     } catch (const Cancelled&) {
         return;
     }
+    std::vector<RationalInterval> found;
     std::vector<RationalInterval> scratch;
     for (std::size_t segment = 0; segment < count; ++segment) {
         if (notifier != nullptr) {
@@ -372,11 +383,13 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
             hidden.assign(1, WholeSegment());
             continue;
         }
+        found.clear();
+        exported.append(b0, b1, found);
+        occluders.append(b0, b1, found);
         scratch = hidden;
-        exported.append(b0, b1, scratch);
-        occluders.append(b0, b1, scratch);
+        scratch.insert(scratch.end(), found.begin(), found.end());
         IntervalTools::FuseOverlappingIntervals(scratch);
-        if (scratch.size() == 1 && IsWhole(scratch.front())) {
+        if (AreWhole(scratch) && AreWholeTogether(found)) {
             scratch.front() = WholeSegment();
         }
         hidden = scratch;

@@ -126,7 +126,9 @@ public:
     kx::kxTriMesh* computeBakedMesh() const;
 
     /// Appends the parts of the grid segment a -> b that some triangle hides: one range for each
-    /// hiding triangle, unsorted, overlapping, parameter 0 at a and 1 at b.
+    /// hiding triangle, unsorted, overlapping, parameter 0 at a and 1 at b. Fractions are as they
+    /// come out, not reduced: what is hidden as a whole may end at 7/7. (The generator writes
+    /// 0/1 .. 1/1 for that.)
     ///
     /// Only what lies strictly behind a triangle's plane and within its outline over more than a
     /// point is hidden, so nothing is hidden by triangles that contain it. With a contact tolerance

@@ -107,9 +107,11 @@ public:
 
     /// Finds the hidden ranges and clip records of any line set against the meshes of a cluster.
     ///
-    /// Ranges that the set holds already are kept and joined. A segment outside the view, or seen
-    /// end-on, is hidden as a whole; what is has the one range 0/1 .. 1/1. Nothing happens for an
-    /// index out of range or a set without buffers.
+    /// Ranges that the set holds already are kept and joined with what is found, as
+    /// IntervalTools::FuseOverlappingIntervals() does it, with the fractions that they have. A
+    /// segment that the triangles hide as a whole has the one range 0/1 .. 1/1, whichever of them
+    /// hide it, and so has one outside the view or seen end-on. Nothing happens for an index out of
+    /// range or a set without buffers.
     void computeOcclusion(LineSegmentSet& set, unsigned int cluster);
 
     /// Finds the lines along which the exported meshes of a cluster intersect: their visible pieces
