@@ -5,11 +5,13 @@
 #include <ctr/CreaseEdgeInfo.h>
 #include <ctr/DiscreteProjectionSpace.h>
 #include <ctr/ExportParameters.h>
+#include <ctr/FeatureEdges.h>
 #include <ctr/FittingSystem.h>
 #include <ctr/GeometricFeaturesGenerator.h>
 #include <ctr/IntervalTools.h>
 #include <ctr/LineSegmentSet.h>
 #include <ctr/RationalTools.h>
 #include <ctr/SVGExporter.h>
+#include <ctr/Surface.h>
 #include <ctr/TrianglesIntersection.h>
 #include <ctr/Version.h>

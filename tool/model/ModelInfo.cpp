@@ -309,7 +309,7 @@ ModelInfo Inspect(const std::string& name, Model& model, const WeldRequest& weld
     Measure(model, info);
     const RepairedSurfaces repaired = RepairSurfaces(model, weld);
     for (const Placement& placement : model.placements) {
-        info.objects[placement.object].surface += repaired.reports[placement.shape];
+        Add(info.objects[placement.object].surface, repaired.reports[placement.shape]);
     }
     info.coordinateStep = IsCoarse(model.coordinateStep, info.size) ? model.coordinateStep : 0.0;
     return info;

@@ -3,7 +3,6 @@
 
 #include <kxSceneGraph/kxOutlineMetadata.h>
 
-#include "scene/Outline.h"
 #include "scene/Placing.h"
 #include "scene/VertexNormals.h"
 
@@ -84,9 +83,9 @@ bool KeepsAngles(const Matrix& world) {
 /// Builds the meshes of one shape.
 class ShapeBuilder {
 public:
-    ShapeBuilder(const Shape& shape, const MeshRules& rules, std::unique_ptr<const Sides> sides)
+    ShapeBuilder(const Shape& shape, const MeshRules& rules, std::optional<ctr::Surface> surface)
         : shape_(shape), rules_(rules), box_(BoxOf(shape)), withOutline_(needsOutline()),
-          sides_(std::move(sides)) {}
+          surface_(std::move(surface)) {}
 
     /// The mesh of one placement; null when no triangle is left.
     kx::kxPointer<kx::kxTriMesh> place(const Matrix& world, DroppedTriangles& dropped) {
@@ -124,7 +123,7 @@ private:
     kx::kxPointer<kx::kxMetadata> outline(const kx::kxPointer<kx::kxIndexBuffer>& triangles,
                                           const Matrix& world) {
         if (triangles != shape_.triangles || !KeepsAngles(world)) {
-            return makeOutline(*triangles, world);
+            return makeOutline(triangles, world);
         }
         if (!sharedOutline_) {
             sharedOutline_ = makeSharedOutline();
@@ -132,20 +131,19 @@ private:
         return sharedOutline_;
     }
 
-    /// Lets go of the sides, which nothing else needs.
+    /// Lets go of the surface, which nothing else needs.
     kx::kxPointer<kx::kxMetadata> makeSharedOutline() {
-        if (!sides_) {
-            return makeOutline(*shape_.triangles, Matrix(false));
+        if (!surface_) {
+            return makeOutline(shape_.triangles, Matrix(false));
         }
-        const std::unique_ptr<const Sides> sides = std::move(sides_);
-        return new kx::kxOutlineMetadata(
-            FindOutline(*shape_.vertices, *shape_.triangles, *sides, creaseAngle(), Matrix(false)));
+        const ctr::Surface surface = std::move(*surface_);
+        surface_.reset();
+        return surface.featureEdges(creaseAngle());
     }
 
-    kx::kxPointer<kx::kxMetadata> makeOutline(const kx::kxIndexBuffer& triangles,
+    kx::kxPointer<kx::kxMetadata> makeOutline(const kx::kxPointer<kx::kxIndexBuffer>& triangles,
                                               const Matrix& world) const {
-        return new kx::kxOutlineMetadata(
-            FindOutline(*shape_.vertices, triangles, creaseAngle(), world));
+        return ctr::Surface(shape_.vertices, triangles).featureEdges(creaseAngle(), world);
     }
 
     double creaseAngle() const { return rules_.creaseAngle.value_or(kDefaultCreaseAngle); }
@@ -154,18 +152,18 @@ private:
     const MeshRules& rules_;
     Box box_;
     bool withOutline_;
-    std::unique_ptr<const Sides> sides_; ///< May be null.
+    std::optional<ctr::Surface> surface_;
     kx::kxPointer<kx::kxMetadata> sharedOutline_;
 };
 
 } // namespace
 
-BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules, SidesOfShapes sides) {
-    sides.resize(model.shapes.size());
+BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules, SurfacesOfShapes surfaces) {
+    surfaces.resize(model.shapes.size());
     std::vector<ShapeBuilder> builders;
     builders.reserve(model.shapes.size());
     for (std::size_t i = 0; i < model.shapes.size(); ++i) {
-        builders.emplace_back(model.shapes[i], rules, std::move(sides[i]));
+        builders.emplace_back(model.shapes[i], rules, std::move(surfaces[i]));
     }
     BuiltMeshes built;
     for (const Placement& placement : model.placements) {

@@ -1,16 +1,16 @@
 // Turns a model into the meshes that the library draws.
 #pragma once
 
+#include <ctr/Surface.h>
+
 #include <Wm4Foundation.h>
 #include <kxSceneGraph/kxTriMesh.h>
 #include <kxSystem/kxPointer.h>
 
 #include "model/Model.h"
 #include "scene/Cleaning.h"
-#include "scene/Sides.h"
 
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -18,8 +18,8 @@ namespace kxcontour {
 
 using MeshList = std::vector<kx::kxPointer<kx::kxTriMesh>>;
 
-/// By shape; null where nobody has gathered them.
-using SidesOfShapes = std::vector<std::unique_ptr<const Sides>>;
+/// By shape; none where nobody has looked at it yet.
+using SurfacesOfShapes = std::vector<std::optional<ctr::Surface>>;
 
 /// What is drawn of edges where the file has no normals, in degrees.
 constexpr double kDefaultCreaseAngle = 30.0;
@@ -50,7 +50,7 @@ struct BuiltMeshes {
 /// may be empty. The model must be clean; its buffers become the meshes', and its normals are
 /// repaired in place.
 ///
-/// sides: those of each shape, as far as they are known; they are used up.
-BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules, SidesOfShapes sides = {});
+/// surfaces: those of the shapes, as far as they are known; they are used up.
+BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules, SurfacesOfShapes surfaces = {});
 
 } // namespace kxcontour

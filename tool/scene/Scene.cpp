@@ -27,9 +27,11 @@ Model Import(const InputOptions& input, const std::string& path) {
     return model;
 }
 
-BuiltMeshes
-Build(const Model& model, const MeshRules& rules, SidesOfShapes sides, const std::string& name) {
-    BuiltMeshes built = BuildMeshes(model, rules, std::move(sides));
+BuiltMeshes Build(const Model& model,
+                  const MeshRules& rules,
+                  SurfacesOfShapes surfaces,
+                  const std::string& name) {
+    BuiltMeshes built = BuildMeshes(model, rules, std::move(surfaces));
     if (built.meshes.empty()) {
         throw Failure(ExitCode::NothingToDraw,
                       name + ": nothing to draw: every triangle is degenerate, not finite or has "
@@ -138,9 +140,9 @@ private:
     BuiltMeshes build(Model& model, const std::string& name) {
         RepairedSurfaces repaired = RepairSurfaces(model, input_.weld);
         for (const Placement& placement : model.placements) {
-            scene_.surface += repaired.reports[placement.shape];
+            Add(scene_.surface, repaired.reports[placement.shape]);
         }
-        return Build(model, rules_, std::move(repaired.sides), name);
+        return Build(model, rules_, std::move(repaired.surfaces), name);
     }
 
     /// Drops what cannot be drawn, and notes what there is to say about it.
@@ -158,7 +160,7 @@ private:
         if (step > 0.0) {
             scene_.coarse.push_back(name + ": " + DescribeLoss(length, dropped, triangles));
         }
-        scene_.dropped += dropped;
+        Add(scene_.dropped, dropped);
         DropFlatNormals(model);
     }
 
@@ -173,7 +175,7 @@ private:
     }
 
     void take(MeshList& meshes, BuiltMeshes& built) {
-        scene_.dropped += built.dropped;
+        Add(scene_.dropped, built.dropped);
         for (kx::kxPointer<kx::kxTriMesh>& mesh : built.meshes) {
             scene_.triangles +=
                 static_cast<std::size_t>(mesh->GetIndexBuffer()->GetIndexQuantity()) / 3;

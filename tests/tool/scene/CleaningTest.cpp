@@ -88,7 +88,7 @@ TEST(Describe, CountsEachKindThatThereIs) {
 
 TEST(DroppedTriangles, AddUp) {
     DroppedTriangles sum{1, 2, 3};
-    sum += DroppedTriangles{10, 20, 30};
+    kxcontour::Add(sum, {10, 20, 30});
     EXPECT_EQ(sum.badIndex, 11U);
     EXPECT_EQ(sum.notFinite, 22U);
     EXPECT_EQ(sum.degenerate, 33U);

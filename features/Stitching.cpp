@@ -1,32 +1,21 @@
 // Clusters of places with a union-find structure in which the cluster with fewer triangles around
 // it moves, so that each triangle is looked at a logarithmic number of times.
-#include "scene/Stitching.h"
+#include "features/Stitching.h"
 
-#include "scene/Box.h"
+#include "features/Bounds.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <limits>
 #include <numeric>
 
-namespace kxcontour {
+namespace ctr {
 namespace {
 
 constexpr std::uint32_t kNoCluster = std::numeric_limits<std::uint32_t>::max();
 
 /// A gap of exactly the distance passes, although its square is rounded.
 constexpr double kRounding = 1.0 + 1e-12;
-
-Wm4::Vector3<double> ExactPosition(const Wm4::Vector3<float>& p) {
-    return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
-}
-
-Wm4::Vector3<double> ExactPosition(const PositionBits& bits) {
-    return {static_cast<double>(std::bit_cast<float>(bits[0])),
-            static_cast<double>(std::bit_cast<float>(bits[1])),
-            static_cast<double>(std::bit_cast<float>(bits[2]))};
-}
 
 Wm4::Vector3<double> NormalOf(const std::array<Wm4::Vector3<double>, 3>& corners) {
     return (corners[1] - corners[0]).Cross(corners[2] - corners[0]);
@@ -35,8 +24,8 @@ Wm4::Vector3<double> NormalOf(const std::array<Wm4::Vector3<double>, 3>& corners
 class Stitcher {
 public:
     Stitcher(const std::vector<OpenEdge>& edges, const SurfaceView& surface, double distance)
-        : edges_(edges), surface_(surface), places_(surface.sides.places()), distance_(distance),
-          clusterOf_(places_.count(), kNoCluster) {}
+        : edges_(edges), surface_(surface), distance_(distance),
+          clusterOf_(surface.sides.vertexCount(), kNoCluster) {}
 
     Stitches run(const std::vector<EdgePair>& pairs) {
         makeClusters(pairs);
@@ -49,7 +38,7 @@ public:
                 stitches.widestGap = pair.gap;
             }
         }
-        stitches.targets.resize(places_.count());
+        stitches.targets.resize(surface_.sides.vertexCount());
         std::iota(stitches.targets.begin(), stitches.targets.end(), 0U);
         for (const Cluster& cluster : clusters_) {
             const std::uint32_t target = clusters_[rootOf(cluster.place)].place;
@@ -67,14 +56,14 @@ private:
         std::uint32_t firstUse; ///< Of the place alone: a range of uses_.
         std::uint32_t usesEnd;
         std::size_t weight; ///< The uses of all members.
-        Box box;            ///< Where all members were before the repair.
+        Bounds box;         ///< Where all members were before the repair.
     };
 
     void addPlace(std::uint32_t place) {
         if (clusterOf_[place] == kNoCluster) {
             const auto number = static_cast<std::uint32_t>(clusters_.size());
             clusterOf_[place] = number;
-            clusters_.push_back({place, number, number, 0, 0, 0, Box()});
+            clusters_.push_back({place, number, number, 0, 0, 0, Bounds()});
         }
     }
 
@@ -116,12 +105,16 @@ private:
     void findBoxes() {
         forEachUse([this](std::uint32_t cluster, std::uint32_t corner) {
             clusters_[cluster].box.add(originOf(corner));
-            clusters_[cluster].box.add(ExactPosition(places_.position(clusters_[cluster].place)));
+            clusters_[cluster].box.add(positionOf(clusters_[cluster].place));
         });
     }
 
     Wm4::Vector3<double> originOf(std::uint32_t corner) const {
-        return ExactPosition(surface_.origins[surface_.triangles.GetData()[corner]]);
+        return InDoubles(surface_.origins[surface_.triangles.GetData()[corner]]);
+    }
+
+    Wm4::Vector3<double> positionOf(std::uint32_t place) const {
+        return InDoubles(surface_.sides.position(place));
     }
 
     std::uint32_t rootOf(std::uint32_t place) {
@@ -154,7 +147,7 @@ private:
             (weightB == weightA && clusters_[moves].place < clusters_[stays].place)) {
             std::swap(stays, moves);
         }
-        Box box = clusters_[stays].box;
+        Bounds box = clusters_[stays].box;
         box.add(clusters_[moves].box);
         const Wm4::Vector3<double> size = box.size();
         if (size.Dot(size) > kRounding * distance_ * distance_ || !mayMove(moves, stays)) {
@@ -195,14 +188,13 @@ private:
                 place = clusters_[root == moves ? stays : root].place;
             }
             before[i] = originOf(corner);
-            after[i] = ExactPosition(places_.position(place));
+            after[i] = positionOf(place);
         }
         return touched == 1 && NormalOf(before).Dot(NormalOf(after)) > 0.0;
     }
 
     const std::vector<OpenEdge>& edges_;
     const SurfaceView& surface_;
-    const Places& places_;
     double distance_;
     std::vector<std::uint32_t> clusterOf_; ///< Of each place; a place that cannot move has none.
     std::vector<Cluster> clusters_;
@@ -218,4 +210,4 @@ Stitches StitchPairs(const std::vector<EdgePair>& pairs,
     return Stitcher(edges, surface, distance).run(pairs);
 }
 
-} // namespace kxcontour
+} // namespace ctr

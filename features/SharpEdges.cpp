@@ -1,19 +1,18 @@
 // Looks at the sides of every edge. Only the lines that are drawn are brought into the order of
 // their positions.
-#include "scene/Outline.h"
+#include "features/SharpEdges.h"
 
-#include "common/Angles.h"
-#include "scene/Sides.h"
+#include "linesets/EdgeGroups.h"
+#include "linesets/EdgeSort.h"
+#include "linesets/PositionOrder.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <numeric>
 #include <vector>
 
-namespace kxcontour {
+namespace ctr {
 namespace {
 
 /// The positions of a file are rounded, so faces that were meant to bend by exactly the angle (a
@@ -24,90 +23,49 @@ constexpr double kAngleTolerance = 0.01;
 /// degree, for what rounding does to narrow faces.
 constexpr double kSheetSine = 1.7e-3;
 
-/// The bits of a float, never a negative zero, as a number of the same order.
-std::uint32_t InOrder(std::uint32_t bits) {
-    return (bits & 0x80000000U) != 0 ? ~bits : bits | 0x80000000U;
+/// In radians; the nearest double.
+constexpr double kDegree = 3.14159265358979323846 / 180.0;
+
+/// The cosine of the angle above which an edge is sharp.
+double LimitFor(double angleInDegrees) {
+    const double limit = std::clamp(angleInDegrees, 0.0, 180.0) + kAngleTolerance;
+    return std::cos(std::min(limit, 180.0) * kDegree);
 }
 
-/// A number with what it is sorted by, the most significant word last.
-template <std::size_t kWords> struct Key {
-    std::array<std::uint32_t, kWords> words;
-    std::uint32_t number;
-
-    bool operator<(const Key& other) const {
-        return std::lexicographical_compare(words.rbegin(), words.rend(), other.words.rbegin(),
-                                            other.words.rend());
-    }
+/// An edge that is drawn, from the corner of one of its sides.
+struct SharpEdge {
+    std::uint32_t firstRank; ///< Of the end that comes first by position.
+    std::uint32_t secondRank;
+    std::uint32_t corner;
 };
 
-constexpr unsigned int kDigitBits = 11;
-constexpr std::size_t kDigits = std::size_t{1} << kDigitBits;
-
-/// One pass of a radix sort: moves the keys into the order of one digit of one word, stably.
-template <class tKey>
-void SortByDigit(std::vector<tKey>& keys,
-                 std::vector<tKey>& scratch,
-                 std::size_t word,
-                 unsigned int shift) {
-    const auto digit = [=](const tKey& key) { return (key.words[word] >> shift) & (kDigits - 1); };
-    std::array<std::size_t, kDigits> next{};
-    for (const tKey& key : keys) {
-        ++next[digit(key)];
-    }
-    if (next[digit(keys.front())] == keys.size()) {
-        return;
-    }
-    std::exclusive_scan(next.begin(), next.end(), next.begin(), std::size_t{0});
-    for (const tKey& key : keys) {
-        scratch[next[digit(key)]++] = key;
-    }
-    keys.swap(scratch);
-}
-
-/// Sorts keys that are all different.
-template <std::size_t kWords> void SortKeys(std::vector<Key<kWords>>& keys) {
-    // Below this, the tables of the radix sort cost more than they save.
-    constexpr std::size_t kFewKeys = 4096;
-    if (keys.size() < kFewKeys) {
-        std::sort(keys.begin(), keys.end());
-        return;
-    }
-    std::vector<Key<kWords>> scratch(keys.size());
-    for (std::size_t word = 0; word < kWords; ++word) {
-        for (unsigned int shift = 0; shift < 32; shift += kDigitBits) {
-            SortByDigit(keys, scratch, word, shift);
-        }
-    }
-}
-
-class OutlineFinder {
+class SharpEdgeFinder {
 public:
-    OutlineFinder(const kx::kxVertexBuffer& vertices,
-                  const kx::kxIndexBuffer& triangles,
-                  const Sides& sides,
-                  double angleInDegrees,
-                  const Wm4::Matrix4<double>& toWorld)
+    SharpEdgeFinder(const kx::kxVertexBuffer& vertices,
+                    const kx::kxIndexBuffer& triangles,
+                    const Sides& sides,
+                    double angleInDegrees,
+                    const Wm4::Matrix4<double>& toWorld)
         : vertices_(vertices), indices_(triangles.GetData()), toWorld_(toWorld),
-          cosLimit_(std::cos(std::min(angleInDegrees + kAngleTolerance, 180.0) * kDegree)),
-          sides_(sides) {
+          cosLimit_(LimitFor(angleInDegrees)), sides_(sides) {
         findNormals();
     }
 
     kx::kxPointer<kx::kxIndexBuffer> run() {
         sides_.forEachEdge([this](const Side* first, const Side* end) {
             if (isDrawn(first, end)) {
-                lines_.push_back({{}, first->corner});
+                lines_.push_back({0, 0, first->corner});
             }
         });
         sortLines();
-        kx::kxPointer<kx::kxIndexBuffer> outline(
+        kx::kxPointer<kx::kxIndexBuffer> lines(
             new kx::kxIndexBuffer(static_cast<int>(2 * lines_.size()), kx::IBT_LINES));
-        unsigned int* next = outline->GetData();
-        for (const Key<2>& line : lines_) {
-            *next++ = indices_[line.number];
-            *next++ = indices_[NextCorner(line.number)];
+        unsigned int* next = lines->GetData();
+        for (const SharpEdge& line : lines_) {
+            *next++ = placeAt(line.corner);
+            *next++ = placeAt(NextCorner(line.corner));
         }
-        return outline;
+        return lines;
     }
 
 private:
@@ -122,36 +80,26 @@ private:
 
     /// Brings the lines into the order of their ends: first the smaller one, then the larger one.
     void sortLines() {
-        const std::vector<std::uint32_t> ranks = rankEnds();
-        for (Key<2>& line : lines_) {
-            const std::uint32_t from = ranks[placeAt(line.number)];
-            const std::uint32_t to = ranks[placeAt(NextCorner(line.number))];
-            line.words = {std::max(from, to), std::min(from, to)};
+        PlaceRanks ranks(sides_.vertexCount());
+        for (const SharpEdge& line : lines_) {
+            ranks.use(placeAt(line.corner));
+            ranks.use(placeAt(NextCorner(line.corner)));
         }
-        SortKeys(lines_);
+        ranks.rank([this](std::size_t place) {
+            return KeyOf(sides_.position(static_cast<std::uint32_t>(place)));
+        });
+        for (SharpEdge& line : lines_) {
+            const std::uint32_t from = ranks[placeAt(line.corner)];
+            const std::uint32_t to = ranks[placeAt(NextCorner(line.corner))];
+            line.firstRank = std::min(from, to);
+            line.secondRank = std::max(from, to);
+        }
+        SortByFirstRank(lines_, ranks.count(), [](const SharpEdge& a, const SharpEdge& b) {
+            return a.secondRank < b.secondRank;
+        });
     }
 
-    /// By place: its rank among all where lines end, in the order x, y, z; any number elsewhere.
-    std::vector<std::uint32_t> rankEnds() const {
-        std::vector<std::uint32_t> ranks(sides_.places().count(), 0);
-        std::vector<Key<3>> keys;
-        for (const Key<2>& line : lines_) {
-            for (const std::uint32_t corner : {line.number, NextCorner(line.number)}) {
-                const std::uint32_t place = placeAt(corner);
-                if (ranks[place]++ == 0) {
-                    const PositionBits& bits = sides_.places().position(place);
-                    keys.push_back({{InOrder(bits[2]), InOrder(bits[1]), InOrder(bits[0])}, place});
-                }
-            }
-        }
-        SortKeys(keys);
-        for (std::uint32_t rank = 0; rank < keys.size(); ++rank) {
-            ranks[keys[rank].number] = rank;
-        }
-        return ranks;
-    }
-
-    /// Whether the edge of the sides in [first, end) belongs to the outline.
+    /// Whether the edge of the sides in [first, end) is drawn.
     bool isDrawn(const Side* first, const Side* end) {
         if (end - first == 2 && !isSameFace(first[0], first[1])) {
             return bends(first[0], first[1]);
@@ -247,26 +195,18 @@ private:
     double cosLimit_;
     const Sides& sides_;
     std::vector<Normal> normals_; ///< Of all triangles.
-    std::vector<Key<2>> lines_;   ///< By the corner that they start from.
-    std::vector<Side> faces_;     ///< Scratch, kept for its memory.
+    std::vector<SharpEdge> lines_;
+    std::vector<Side> faces_; ///< Scratch, kept for its memory.
 };
 
 } // namespace
 
-kx::kxPointer<kx::kxIndexBuffer> FindOutline(const kx::kxVertexBuffer& vertices,
-                                             const kx::kxIndexBuffer& triangles,
-                                             double angleInDegrees,
-                                             const Wm4::Matrix4<double>& toWorld) {
-    const Sides sides(vertices, triangles);
-    return FindOutline(vertices, triangles, sides, angleInDegrees, toWorld);
+kx::kxPointer<kx::kxIndexBuffer> FindSharpEdges(const kx::kxVertexBuffer& vertices,
+                                                const kx::kxIndexBuffer& triangles,
+                                                const Sides& sides,
+                                                double angleInDegrees,
+                                                const Wm4::Matrix4<double>& toWorld) {
+    return SharpEdgeFinder(vertices, triangles, sides, angleInDegrees, toWorld).run();
 }
 
-kx::kxPointer<kx::kxIndexBuffer> FindOutline(const kx::kxVertexBuffer& vertices,
-                                             const kx::kxIndexBuffer& triangles,
-                                             const Sides& sides,
-                                             double angleInDegrees,
-                                             const Wm4::Matrix4<double>& toWorld) {
-    return OutlineFinder(vertices, triangles, sides, angleInDegrees, toWorld).run();
-}
-
-} // namespace kxcontour
+} // namespace ctr

@@ -1,31 +1,32 @@
 // Which places become one, and which moves are left out.
-#include "scene/Stitching.h"
+#include "features/Stitching.h"
 
-#include "ShapeBuilders.h"
+#include "features/SurfaceShapes.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using kxcontour::EdgePair;
-using kxcontour::OpenEdge;
-using kxcontour::Shape;
-using kxcontour::Sides;
-using kxcontour::Stitches;
+using ctr::EdgePair;
+using ctr::OpenEdge;
+using ctr::Sides;
+using ctr::Stitches;
+using features_test::Buffers;
+using features_test::BuffersOf;
+using test_support::MeshData;
+using test_support::Point;
 using test_support::Quad;
-using tool_test::MakeShape;
-using tool_test::MeshData;
-using tool_test::Point;
 
 /// Stitches what the pair search finds.
 Stitches StitchesOf(const MeshData& data, double distance) {
-    const Shape shape = MakeShape(data);
-    const Sides sides(*shape.vertices, *shape.triangles);
+    const Buffers buffers = BuffersOf(data);
+    const Sides sides(*buffers.vertices, *buffers.triangles);
     const std::vector<OpenEdge> edges =
-        MeasureOpenEdges(SurveyEdges(sides), sides, *shape.vertices, *shape.triangles);
+        MeasureOpenEdges(SurveyEdges(sides), sides, *buffers.vertices, *buffers.triangles);
     const std::vector<Point> origins = data.positions;
     const std::vector<EdgePair> pairs = FindEdgePairs(edges, {distance, 0.45, 10.0});
-    return StitchPairs(pairs, edges, {*shape.vertices, *shape.triangles, sides, origins}, distance);
+    return StitchPairs(pairs, edges, {*buffers.vertices, *buffers.triangles, sides, origins},
+                       distance);
 }
 
 MeshData Halves(float gap) {

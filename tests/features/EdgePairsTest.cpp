@@ -1,7 +1,6 @@
 // Which edges are pairs, and that the search finds what a comparison of all with all finds.
-#include "scene/EdgePairs.h"
+#include "features/EdgePairs.h"
 
-#include "ShapeBuilders.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
@@ -12,10 +11,10 @@
 
 namespace {
 
-using kxcontour::EdgePair;
-using kxcontour::FindEdgePairs;
-using kxcontour::OpenEdge;
-using kxcontour::PairRule;
+using ctr::EdgePair;
+using ctr::FindEdgePairs;
+using ctr::OpenEdge;
+using ctr::PairRule;
 using Vector = Wm4::Vector3<double>;
 
 /// An edge of a triangle of its own.

@@ -2,7 +2,7 @@
 // as well, so that many short edges beside a long one are never compared with it, and each order
 // has cells at least twice as large as the gap that its edges can have: those within the gap of a
 // point are in eight at most.
-#include "scene/EdgePairs.h"
+#include "features/EdgePairs.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,7 @@
 #include <limits>
 #include <numeric>
 
-namespace kxcontour {
+namespace ctr {
 namespace {
 
 constexpr std::uint32_t kNoEdge = std::numeric_limits<std::uint32_t>::max();
@@ -206,4 +206,4 @@ std::vector<EdgePair> FindEdgePairs(const std::vector<OpenEdge>& edges, const Pa
     return PairFinder(edges, rule).run();
 }
 
-} // namespace kxcontour
+} // namespace ctr

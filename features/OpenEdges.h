@@ -3,13 +3,13 @@
 
 #include <Wm4Foundation.h>
 
-#include "scene/Sides.h"
+#include "features/Sides.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-namespace kxcontour {
+namespace ctr {
 
 /// A side of a triangle that nothing adjoins, with what its neighbourhood looks like.
 struct OpenEdge {
@@ -47,4 +47,4 @@ std::vector<OpenEdge> MeasureOpenEdges(const EdgeSurvey& survey,
 /// something thin, or lie on each other, rather than neighbours: they go to the same side.
 bool FoldsBack(const OpenEdge& a, const OpenEdge& b);
 
-} // namespace kxcontour
+} // namespace ctr

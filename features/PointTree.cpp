@@ -1,19 +1,19 @@
 // The tree is walked with a stack; a box is left out when the segment misses it, made larger by the
 // distance, which a slab test tells.
-#include "scene/PointTree.h"
+#include "features/PointTree.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <numeric>
 
-namespace kxcontour {
+namespace ctr {
 namespace {
 
 constexpr std::uint32_t kPointsPerLeaf = 8;
 
 /// Whether a segment comes within a distance of a box along every axis at once.
-bool MayReach(const Box& box,
+bool MayReach(const Bounds& box,
               const Wm4::Vector3<double>& start,
               const Wm4::Vector3<double>& end,
               double distance) {
@@ -56,8 +56,8 @@ PointTree::PointTree(std::vector<Wm4::Vector3<double>> points)
 /// Halves are of equal size, so the depth is logarithmic whatever the points.
 std::uint32_t PointTree::build(std::uint32_t first, std::uint32_t end) {
     const auto number = static_cast<std::uint32_t>(nodes_.size());
-    nodes_.push_back({Box(), first, end, 0});
-    Box box;
+    nodes_.push_back({Bounds(), first, end, 0});
+    Bounds box;
     for (std::uint32_t i = first; i < end; ++i) {
         box.add(points_[order_[i]]);
     }
@@ -104,4 +104,4 @@ void PointTree::findNear(const Wm4::Vector3<double>& start,
     }
 }
 
-} // namespace kxcontour
+} // namespace ctr

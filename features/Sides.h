@@ -1,16 +1,15 @@
 // The sides of a mesh's triangles, grouped into edges.
 #pragma once
 
+#include <Wm4Foundation.h>
 #include <kxSceneGraph/kxIndexBuffer.h>
 #include <kxSceneGraph/kxVertexBuffer.h>
-
-#include "model/Places.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-namespace kxcontour {
+namespace ctr {
 
 /// One side of a triangle: the higher place of its ends, and the corner it starts from, counted
 /// through the index buffer.
@@ -29,18 +28,23 @@ inline std::uint32_t NextCorner(std::uint32_t corner) {
 }
 
 /// Groups the sides of all triangles by the exact positions of their ends (-0 equals 0), so it does
-/// not matter whether triangles share vertices. Expected linear time while few sides meet in one
-/// place; 8 bytes per side and 4 per place beside the places.
+/// not matter whether triangles share vertices. A place is the number of the first vertex with its
+/// position. Linear time while few sides meet in one place; 8 bytes per side and 8 per vertex.
 ///
-/// Triangles must be clean, see CleanShapes(). Both buffers must outlive the object.
+/// Triangles must be clean, see CleanTriangles(). Both buffers must outlive the object.
 class Sides {
 public:
     Sides(const kx::kxVertexBuffer& vertices, const kx::kxIndexBuffer& triangles);
 
-    const Places& places() const { return places_; }
+    /// Vertices, used or not; places are below it.
+    std::size_t vertexCount() const { return places_.size(); }
     std::uint32_t cornerCount() const { return static_cast<std::uint32_t>(sides_.size()); }
 
-    std::uint32_t placeAt(std::uint32_t corner) const { return places_.ofVertex(indices_[corner]); }
+    std::uint32_t placeOf(std::uint32_t vertex) const { return places_[vertex]; }
+    std::uint32_t placeAt(std::uint32_t corner) const { return places_[indices_[corner]]; }
+    const Wm4::Vector3<float>& position(std::uint32_t place) const {
+        return vertices_.Position3(static_cast<int>(place));
+    }
     /// The place of the corner that the side does not touch.
     std::uint32_t oppositePlace(const Side& side) const {
         return placeAt(NextCorner(NextCorner(side.corner)));
@@ -70,10 +74,11 @@ private:
     std::uint32_t nearPlace(std::uint32_t corner) const;
     void gather();
 
+    const kx::kxVertexBuffer& vertices_;
     const unsigned int* indices_;
-    Places places_;
+    std::vector<std::uint32_t> places_; ///< Of each vertex.
     std::vector<Side> sides_;
     std::vector<std::uint32_t> sidesEnd_; ///< Where the sides of each lower place end.
 };
 
-} // namespace kxcontour
+} // namespace ctr

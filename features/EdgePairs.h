@@ -1,13 +1,13 @@
 // Open edges that lie beside each other: the two rims of a crack.
 #pragma once
 
-#include "scene/OpenEdges.h"
+#include "features/OpenEdges.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-namespace kxcontour {
+namespace ctr {
 
 /// Two open edges of which each is the other's nearest.
 struct EdgePair {
@@ -33,4 +33,4 @@ struct PairRule {
 /// are considered.
 std::vector<EdgePair> FindEdgePairs(const std::vector<OpenEdge>& edges, const PairRule& rule);
 
-} // namespace kxcontour
+} // namespace ctr

@@ -1,7 +1,7 @@
 // What the edges of small surfaces are, and of random ones by definition.
-#include "scene/OpenEdges.h"
+#include "features/OpenEdges.h"
 
-#include "ShapeBuilders.h"
+#include "features/SurfaceShapes.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
@@ -13,23 +13,23 @@
 
 namespace {
 
-using kxcontour::EdgeSurvey;
-using kxcontour::OpenEdge;
-using kxcontour::Shape;
-using kxcontour::Sides;
+using ctr::EdgeSurvey;
+using ctr::OpenEdge;
+using ctr::Sides;
+using features_test::Buffers;
+using features_test::BuffersOf;
 using test_support::Box;
 using test_support::Fan;
 using test_support::Flipped;
+using test_support::MeshData;
+using test_support::Point;
 using test_support::Quad;
 using test_support::Triangle;
 using test_support::Unwelded;
-using tool_test::MakeShape;
-using tool_test::MeshData;
-using tool_test::Point;
 
 EdgeSurvey SurveyOf(const MeshData& data) {
-    const Shape shape = MakeShape(data);
-    return SurveyEdges(Sides(*shape.vertices, *shape.triangles));
+    const Buffers buffers = BuffersOf(data);
+    return SurveyEdges(Sides(*buffers.vertices, *buffers.triangles));
 }
 
 TEST(SurveyEdges, FindsEdgesOfOneFace) {
@@ -105,10 +105,10 @@ TEST(SurveyEdges, IsRightByDefinition) {
 }
 
 TEST(MeasureOpenEdges, SaysWhereTheTriangleLies) {
-    const Shape shape = MakeShape(Triangle(Point(0, 0, 0), Point(4, 0, 0), Point(1, 3, 0)));
-    const Sides sides(*shape.vertices, *shape.triangles);
+    const Buffers buffers = BuffersOf(Triangle(Point(0, 0, 0), Point(4, 0, 0), Point(1, 3, 0)));
+    const Sides sides(*buffers.vertices, *buffers.triangles);
     const auto edges =
-        MeasureOpenEdges(SurveyEdges(sides), sides, *shape.vertices, *shape.triangles);
+        MeasureOpenEdges(SurveyEdges(sides), sides, *buffers.vertices, *buffers.triangles);
     ASSERT_EQ(edges.size(), 3U);
     EXPECT_EQ(edges[0].length, 4.0);
     EXPECT_EQ(edges[0].height, 3.0);
@@ -118,9 +118,10 @@ TEST(MeasureOpenEdges, SaysWhereTheTriangleLies) {
 
 TEST(FoldsBack, TellsThinPartsFromNeighbours) {
     const auto edgeOf = [](const Point& tip) {
-        const Shape shape = MakeShape(Triangle(Point(0, 0, 0), Point(9, 0, 0), tip));
-        const Sides sides(*shape.vertices, *shape.triangles);
-        return MeasureOpenEdges(SurveyEdges(sides), sides, *shape.vertices, *shape.triangles)[0];
+        const Buffers buffers = BuffersOf(Triangle(Point(0, 0, 0), Point(9, 0, 0), tip));
+        const Sides sides(*buffers.vertices, *buffers.triangles);
+        return MeasureOpenEdges(SurveyEdges(sides), sides, *buffers.vertices,
+                                *buffers.triangles)[0];
     };
     const OpenEdge flat = edgeOf(Point(4, 5, 0));
     EXPECT_TRUE(FoldsBack(flat, edgeOf(Point(1, 2, 0.1F))));

@@ -1,14 +1,14 @@
 // Corners of open edges that lie on other open edges: T-junctions.
 #pragma once
 
-#include "scene/OpenEdges.h"
-#include "scene/Stitching.h"
+#include "features/OpenEdges.h"
+#include "features/Stitching.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-namespace kxcontour {
+namespace ctr {
 
 /// A place that an open edge is to be split at.
 struct Junction {
@@ -45,4 +45,4 @@ struct SplitTriangles {
 /// which a part would have no area, or look to the other side, stays whole.
 SplitTriangles SplitAtJunctions(const std::vector<Junction>& junctions, const SurfaceView& surface);
 
-} // namespace kxcontour
+} // namespace ctr

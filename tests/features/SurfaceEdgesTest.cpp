@@ -1,8 +1,7 @@
-// The outline of meshes whose sharp edges are known, and of random ones against a plain map.
-#include "scene/Outline.h"
+// The feature edges of meshes whose sharp edges are known, and of random ones against a plain map.
+#include <ctr/Surface.h>
 
-#include "ShapeBuilders.h"
-#include "scene/Cleaning.h"
+#include "features/SurfaceShapes.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
@@ -16,21 +15,20 @@
 
 namespace {
 
-using kxcontour::FindOutline;
+using features_test::BuffersOf;
 using test_support::Box;
 using test_support::Fan;
 using test_support::Flipped;
+using test_support::MeshData;
+using test_support::Point;
 using test_support::Prism;
 using test_support::Quad;
 using test_support::Random;
 using test_support::Sphere;
 using test_support::Triangle;
 using test_support::Unwelded;
-using tool_test::MakeShape;
-using tool_test::Matrix;
-using tool_test::MeshData;
-using tool_test::Point;
 
+using Matrix = Wm4::Matrix4<double>;
 using Place = std::array<float, 3>;
 using Line = std::pair<Place, Place>;
 
@@ -45,8 +43,10 @@ Line MakeLine(const Point& a, const Point& b) {
 
 /// The lines of an outline in the order in which they come.
 std::vector<Line> LinesOf(const MeshData& data, double angle, const Matrix& world = Matrix(false)) {
-    const kxcontour::Shape shape = MakeShape(data);
-    const auto outline = FindOutline(*shape.vertices, *shape.triangles, angle, world);
+    const features_test::Buffers buffers = BuffersOf(data);
+    const ctr::Surface surface(buffers.vertices, buffers.triangles);
+    const kx::kxPointer<kx::kxIndexBuffer> outline =
+        surface.featureEdges(angle, world)->getIBuffer();
     EXPECT_EQ(outline->GetIndexBufferType(), kx::IBT_LINES);
     std::vector<Line> lines;
     for (int i = 0; i + 1 < outline->GetIndexQuantity(); i += 2) {
@@ -78,6 +78,11 @@ std::set<Line> EdgesOfUnitCube() {
     return edges;
 }
 
+/// Scales along the axes and then moves.
+Matrix ScaleAndMove(double sx, double sy, double sz, double x, double y, double z) {
+    return {sx, 0, 0, 0, 0, sy, 0, 0, 0, 0, sz, 0, x, y, z, 1};
+}
+
 MeshData UnitCube() {
     return Box({0, 0, 0}, {1, 1, 1});
 }
@@ -92,21 +97,21 @@ std::vector<Wm4::Vector2<float>> RegularPolygon(int sides) {
     return corners;
 }
 
-TEST(Outline, OfACubeIsItsTwelveEdges) {
+TEST(SurfaceFeatureEdges, OfACubeIsItsTwelveEdges) {
     EXPECT_EQ(LineSet(UnitCube(), 30.0), EdgesOfUnitCube());
 }
 
-TEST(Outline, IsTheSameWhetherVerticesAreSharedOrNot) {
+TEST(SurfaceFeatureEdges, IsTheSameWhetherVerticesAreSharedOrNot) {
     EXPECT_EQ(LineSet(Unwelded(UnitCube()), 30.0), EdgesOfUnitCube());
 }
 
-TEST(Outline, TakesBendsOverTheAngleOnly) {
+TEST(SurfaceFeatureEdges, TakesBendsOverTheAngleOnly) {
     EXPECT_EQ(LineSet(UnitCube(), 89.0).size(), 12U);
     EXPECT_EQ(LineSet(UnitCube(), 91.0).size(), 0U);
     EXPECT_EQ(LineSet(UnitCube(), 179.9).size(), 0U);
 }
 
-TEST(Outline, TakesNoBendOfExactlyTheAngleWhateverTheRounding) {
+TEST(SurfaceFeatureEdges, TakesNoBendOfExactlyTheAngleWhateverTheRounding) {
     // The sides of the prism bend by 30 degrees and a few millionths more or less.
     const MeshData prism = Prism(RegularPolygon(12), 0.0F, 1.0F);
     EXPECT_EQ(LineSet(prism, 30.0).size(), 24U) << "the two rims";
@@ -114,24 +119,24 @@ TEST(Outline, TakesNoBendOfExactlyTheAngleWhateverTheRounding) {
     EXPECT_EQ(LineSet(UnitCube(), 90.0).size(), 0U);
 }
 
-TEST(Outline, OfOneTriangleIsItsThreeSides) {
+TEST(SurfaceFeatureEdges, OfOneTriangleIsItsThreeSides) {
     EXPECT_EQ(LineSet(Triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}), 179.0).size(), 3U);
 }
 
-TEST(Outline, OfAFlatQuadIsItsBorder) {
+TEST(SurfaceFeatureEdges, OfAFlatQuadIsItsBorder) {
     const MeshData quad = Quad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
     const std::set<Line> lines = LineSet(quad, 0.1);
     EXPECT_EQ(lines.size(), 4U);
     EXPECT_EQ(lines.count(MakeLine({0, 0, 0}, {1, 1, 0})), 0U) << "the diagonal";
 }
 
-TEST(Outline, TakesEveryEdgeOfThreeFaces) {
+TEST(SurfaceFeatureEdges, TakesEveryEdgeOfThreeFaces) {
     // The first two triangles lie in one plane: the edge would not show without the third.
     const MeshData fan = Fan({0, 0, 0}, {0, 0, 1}, {{1, 0, 0}, {-1, 0, 0}, {0, 1, 0}});
     EXPECT_EQ(LineSet(fan, 179.0).count(MakeLine({0, 0, 0}, {0, 0, 1})), 1U);
 }
 
-TEST(Outline, DoesNotDependOnTheWayTrianglesAreTurned) {
+TEST(SurfaceFeatureEdges, DoesNotDependOnTheWayTrianglesAreTurned) {
     // Each triangle turned inside out by itself: neighbours run along their edge the same way.
     MeshData cube = UnitCube();
     for (std::size_t i = 0; i < cube.indices.size(); i += 6) {
@@ -141,7 +146,7 @@ TEST(Outline, DoesNotDependOnTheWayTrianglesAreTurned) {
     EXPECT_EQ(LineSet(Flipped(UnitCube()), 30.0), EdgesOfUnitCube());
 }
 
-TEST(Outline, OfASurfaceGivenTwiceIsTheSameAsOnce) {
+TEST(SurfaceFeatureEdges, OfASurfaceGivenTwiceIsTheSameAsOnce) {
     MeshData bothSides = UnitCube();
     bothSides.append(Flipped(UnitCube()));
     EXPECT_EQ(LineSet(bothSides, 30.0), EdgesOfUnitCube());
@@ -151,14 +156,14 @@ TEST(Outline, OfASurfaceGivenTwiceIsTheSameAsOnce) {
     EXPECT_EQ(LineSet(twice, 30.0).size(), 4U);
 }
 
-TEST(Outline, TakesBothZerosForOnePlace) {
+TEST(SurfaceFeatureEdges, TakesBothZerosForOnePlace) {
     MeshData quad;
     quad.addTriangle(Point(0.0F, 0.0F, 0.0F), Point(1.0F, 0.0F, 0.0F), Point(1.0F, 1.0F, 0.0F));
     quad.addTriangle(Point(-0.0F, 0.0F, -0.0F), Point(1.0F, 1.0F, -0.0F), Point(-0.0F, 1.0F, 0.0F));
     EXPECT_EQ(LineSet(quad, 30.0).size(), 4U);
 }
 
-TEST(Outline, TakesPlacesThatDifferInOneBitForTwo) {
+TEST(SurfaceFeatureEdges, TakesPlacesThatDifferInOneBitForTwo) {
     MeshData quad;
     const float near1 = std::nextafter(1.0F, 2.0F);
     quad.addTriangle(Point(0, 0, 0), Point(1, 0, 0), Point(1, 1, 0));
@@ -166,13 +171,13 @@ TEST(Outline, TakesPlacesThatDifferInOneBitForTwo) {
     EXPECT_EQ(LineSet(quad, 30.0).size(), 6U);
 }
 
-TEST(Outline, OfASmoothPartIsEmptyAndNotNull) {
+TEST(SurfaceFeatureEdges, OfASmoothPartIsEmptyAndNotNull) {
     const MeshData sphere = Sphere({1, 2, 3}, 5.0F, 48, 24);
     EXPECT_TRUE(LineSet(sphere, 30.0).empty());
     EXPECT_TRUE(LineSet(Unwelded(sphere), 30.0).empty());
 }
 
-TEST(Outline, FindsTheLoneSharpEdgeOnASmoothPart) {
+TEST(SurfaceFeatureEdges, FindsTheLoneSharpEdgeOnASmoothPart) {
     // A shallow roof of many strips, with one ridge of 60 degrees in the middle.
     MeshData roof;
     const auto height = [](int x) { return -0.57735F * static_cast<float>(std::abs(x)); };
@@ -186,31 +191,53 @@ TEST(Outline, FindsTheLoneSharpEdgeOnASmoothPart) {
     EXPECT_EQ(lines.size(), 23U) << "the ridge, and a border of ten and ten and two";
 }
 
-TEST(Outline, MeasuresBendsInTheWorld) {
+TEST(SurfaceFeatureEdges, MeasuresBendsInTheWorld) {
     // A roof of 90 degrees, pressed down to one of 11.
     MeshData roof = Quad({0, 0, 0}, {1, 0, 1}, {1, 1, 1}, {0, 1, 0});
     roof.append(Quad({1, 0, 1}, {2, 0, 0}, {2, 1, 0}, {1, 1, 1}));
     const Line ridge = MakeLine({1, 0, 1}, {1, 1, 1});
     EXPECT_EQ(LineSet(roof, 30.0).count(ridge), 1U);
-    const Matrix flat = tool_test::ScaleAndMove(1, 1, 0.1, 0, 0, 0);
+    const Matrix flat = ScaleAndMove(1, 1, 0.1, 0, 0, 0);
     EXPECT_EQ(LineSet(roof, 30.0, flat).count(ridge), 0U);
     EXPECT_EQ(LineSet(roof, 10.0, flat).count(ridge), 1U);
-    const Matrix mirrored = tool_test::ScaleAndMove(-1, 1, 1, 5, 6, 7);
+    const Matrix mirrored = ScaleAndMove(-1, 1, 1, 5, 6, 7);
     EXPECT_EQ(LineSet(roof, 30.0, mirrored), LineSet(roof, 30.0));
 }
 
-TEST(Outline, HoldsForTheSmallestAndLargestCoordinates) {
+TEST(SurfaceFeatureEdges, HoldsForTheSmallestAndLargestCoordinates) {
     for (const float size : {1e-30F, 1e-44F, 1e30F, 1e38F}) {
         EXPECT_EQ(LineSet(Box({0, 0, 0}, {size, size, size}), 30.0).size(), 12U) << size;
     }
 }
 
-TEST(Outline, ComesInTheOrderOfPositions) {
+TEST(SurfaceFeatureEdges, ComesInTheOrderOfPositions) {
     const std::vector<Line> lines = LinesOf(UnitCube(), 30.0);
     EXPECT_TRUE(std::is_sorted(lines.begin(), lines.end()));
 }
 
-TEST(Outline, OfNoTriangleIsEmpty) {
+TEST(SurfaceFeatureEdges, TakesAnglesBeyondTheirRangeForItsEnds) {
+    const MeshData quad = Quad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
+    EXPECT_EQ(LineSet(quad, -50.0).size(), 4U) << "the diagonal does not bend";
+    EXPECT_EQ(LineSet(UnitCube(), -50.0).size(), 12U);
+    EXPECT_EQ(LineSet(UnitCube(), 1000.0).size(), 0U);
+    EXPECT_EQ(LineSet(UnitCube(), std::nan("")).size(), 0U);
+}
+
+TEST(SurfaceFeatureEdges, NameTheFirstVertexAtAPlace) {
+    const MeshData cube = Unwelded(UnitCube());
+    const features_test::Buffers buffers = BuffersOf(cube);
+    const ctr::Surface surface(buffers.vertices, buffers.triangles);
+    const kx::kxPointer<kx::kxIndexBuffer> lines = surface.featureEdges(30.0)->getIBuffer();
+    std::set<unsigned int> ends(lines->GetData(), lines->GetData() + lines->GetIndexQuantity());
+    EXPECT_EQ(ends.size(), 8U);
+    for (const unsigned int end : ends) {
+        const auto first =
+            std::find(cube.positions.begin(), cube.positions.end(), cube.positions.at(end));
+        EXPECT_EQ(first - cube.positions.begin(), static_cast<std::ptrdiff_t>(end));
+    }
+}
+
+TEST(SurfaceFeatureEdges, OfNoTriangleIsEmpty) {
     EXPECT_TRUE(LineSet(MeshData(), 30.0).empty());
 }
 
@@ -280,9 +307,9 @@ private:
 
 /// The triangles that have an area.
 MeshData Cleaned(MeshData data) {
-    kxcontour::Model model = tool_test::MakeModel({MakeShape(data)});
-    kxcontour::CleanShapes(model);
-    const kx::kxIndexBuffer& clean = *model.shapes[0].triangles;
+    const features_test::Buffers buffers = BuffersOf(data);
+    ctr::CleanTriangles(*buffers.vertices, *buffers.triangles);
+    const kx::kxIndexBuffer& clean = *buffers.triangles;
     data.indices.assign(clean.GetData(), clean.GetData() + clean.GetIndexQuantity());
     return data;
 }
@@ -300,7 +327,7 @@ MeshData RandomMesh(Random& random, int triangles, int side) {
     return Cleaned(data);
 }
 
-TEST(Outline, FlushFacesOfOverlappingPartsAreOneSheet) {
+TEST(SurfaceFeatureEdges, FlushFacesOfOverlappingPartsAreOneSheet) {
     // Left of the edge one triangle, on the right two of different sizes in the same plane.
     const Point a(0, 0, 0);
     const Point b(0, 1, 0);
@@ -313,7 +340,7 @@ TEST(Outline, FlushFacesOfOverlappingPartsAreOneSheet) {
     EXPECT_EQ(LineSet(data, 30.0).count(MakeLine(a, b)), 1U);
 }
 
-TEST(Outline, SheetsThatForkAtLessThanTheAngleAreDrawn) {
+TEST(SurfaceFeatureEdges, SheetsThatForkAtLessThanTheAngleAreDrawn) {
     const Point a(0, 0, 0);
     const Point b(0, 1, 0);
     MeshData data;
@@ -323,7 +350,7 @@ TEST(Outline, SheetsThatForkAtLessThanTheAngleAreDrawn) {
     EXPECT_EQ(LineSet(data, 30.0).count(MakeLine(a, b)), 1U);
 }
 
-TEST(Outline, AgreesWithAPlainMapOnRandomMeshes) {
+TEST(SurfaceFeatureEdges, AgreesWithAPlainMapOnRandomMeshes) {
     // No bend between points of these lattices comes near to one of these angles.
     const std::array<double, 4> angles{7.3, 31.7, 77.7, 121.3};
     for (int seed = 0; seed < test_support::Scaled(2000); ++seed) {
@@ -355,11 +382,10 @@ MeshData TallMesh(Random& random, int longAxis) {
     return Cleaned(data);
 }
 
-TEST(Outline, AgreesWithAPlainMapOnLargeMeshes) {
+TEST(SurfaceFeatureEdges, AgreesWithAPlainMapOnLargeMeshes) {
     for (int longAxis = 0; longAxis < 3; ++longAxis) {
         Random random(static_cast<std::uint64_t>(longAxis));
         const MeshData data = TallMesh(random, longAxis);
-        ASSERT_GT(data.positions.size(), 8192U) << "enough for the radix sort";
         EXPECT_EQ(LineSet(data, 31.7), ReferenceOutline(data).lines(31.7 + kTolerance))
             << "axis " << longAxis;
     }

@@ -1,5 +1,5 @@
 // Nothing near a segment is missed.
-#include "scene/PointTree.h"
+#include "features/PointTree.h"
 
 #include "support/Random.h"
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-using kxcontour::PointTree;
+using ctr::PointTree;
 using Vector = Wm4::Vector3<double>;
 
 double DistanceTo(const Vector& p, const Vector& start, const Vector& end) {

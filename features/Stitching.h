@@ -3,15 +3,15 @@
 
 #include <Wm4Foundation.h>
 
-#include "scene/EdgePairs.h"
-#include "scene/OpenEdges.h"
-#include "scene/Sides.h"
+#include "features/EdgePairs.h"
+#include "features/OpenEdges.h"
+#include "features/Sides.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-namespace kxcontour {
+namespace ctr {
 
 /// A surface at hand: its buffers, its sides, and where its vertices were before any repair.
 struct SurfaceView {
@@ -40,4 +40,4 @@ Stitches StitchPairs(const std::vector<EdgePair>& pairs,
                      const SurfaceView& surface,
                      double distance);
 
-} // namespace kxcontour
+} // namespace ctr

@@ -1,26 +1,23 @@
 // The ends of open edges go into a tree, which every open edge asks for those beside it; what is
 // found counts where one of the edges that end there runs along the edge that asks.
-#include "scene/Junctions.h"
+#include "features/Junctions.h"
 
-#include "scene/PointTree.h"
+#include "features/Bounds.h"
+#include "features/PointTree.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 
-namespace kxcontour {
+namespace ctr {
 namespace {
 
 /// Points looked at per open edge on average, beside a number that small models may use up.
 constexpr std::size_t kVisitsPerEdge = 64;
 constexpr std::size_t kFreeVisits = 65536;
 
-Wm4::Vector3<double> PositionAt(const Places& places, std::uint32_t place) {
-    const PositionBits& bits = places.position(place);
-    return {static_cast<double>(std::bit_cast<float>(bits[0])),
-            static_cast<double>(std::bit_cast<float>(bits[1])),
-            static_cast<double>(std::bit_cast<float>(bits[2]))};
+Wm4::Vector3<double> PositionAt(const Sides& sides, std::uint32_t place) {
+    return InDoubles(sides.position(place));
 }
 
 /// Whether a triangle with an area looks to the side that the normal points to.
@@ -72,14 +69,14 @@ bool RunsAlong(const Ruler& ruler,
 class JunctionFinder {
 public:
     JunctionFinder(const std::vector<OpenEdge>& edges, const SurfaceView& surface, double distance)
-        : edges_(edges), places_(surface.sides.places()), distance_(distance), ends_(endsOf(edges)),
+        : edges_(edges), sides_(surface.sides), distance_(distance), ends_(endsOf(edges)),
           tree_(pointsOf(ends_)), visitsLeft_(kFreeVisits + kVisitsPerEdge * edges.size()) {}
 
-    std::vector<Junction> run(const SurfaceView& surface) {
+    std::vector<Junction> run() {
         for (const OpenEdge& edge : edges_) {
             const std::size_t first = found_.size();
             findOn(edge);
-            keepUpright(edge, first, surface);
+            keepUpright(edge, first);
         }
         return std::move(found_);
     }
@@ -112,7 +109,7 @@ private:
         for (std::uint32_t i = 0; i < ends.size(); ++i) {
             if (i == 0 || ends[i].place != ends[i - 1].place) {
                 firstEnd_.push_back(i);
-                points.push_back(PositionAt(places_, ends[i].place));
+                points.push_back(PositionAt(sides_, ends[i].place));
             }
         }
         firstEnd_.push_back(static_cast<std::uint32_t>(ends.size()));
@@ -126,7 +123,7 @@ private:
         const Ruler ruler(edge);
         for (const std::uint32_t point : near_) {
             const std::uint32_t place = ends_[firstEnd_[point]].place;
-            const Wm4::Vector3<double> position = PositionAt(places_, place);
+            const Wm4::Vector3<double> position = PositionAt(sides_, place);
             const double along = ruler.along(position);
             if (along > distance_ && along < edge.length - distance_ &&
                 ruler.aside(position) <= distance_ && isNeighbour(point, edge, ruler)) {
@@ -149,7 +146,7 @@ private:
 
     /// Brings the junctions from first on into their order along the edge, and drops those that the
     /// fan of parts cannot take.
-    void keepUpright(const OpenEdge& edge, std::size_t first, const SurfaceView& surface) {
+    void keepUpright(const OpenEdge& edge, std::size_t first) {
         if (found_.size() == first) {
             return;
         }
@@ -157,13 +154,13 @@ private:
                   [](const Junction& a, const Junction& b) {
                       return a.along != b.along ? a.along < b.along : a.place < b.place;
                   });
-        const std::uint32_t apexPlace = surface.sides.placeAt(NextCorner(NextCorner(edge.corner)));
-        const Wm4::Vector3<double> apex = PositionAt(places_, apexPlace);
+        const std::uint32_t apexPlace = sides_.placeAt(NextCorner(NextCorner(edge.corner)));
+        const Wm4::Vector3<double> apex = PositionAt(sides_, apexPlace);
         const Wm4::Vector3<double> normal = (edge.end - edge.start).Cross(apex - edge.start);
         std::size_t kept = first;
         Wm4::Vector3<double> before = edge.start;
         for (std::size_t i = first; i < found_.size(); ++i) {
-            const Wm4::Vector3<double> at = PositionAt(places_, found_[i].place);
+            const Wm4::Vector3<double> at = PositionAt(sides_, found_[i].place);
             if (LooksAlong(normal, before, at, apex) && LooksAlong(normal, at, edge.end, apex)) {
                 found_[kept++] = found_[i];
                 before = at;
@@ -173,7 +170,7 @@ private:
     }
 
     const std::vector<OpenEdge>& edges_;
-    const Places& places_;
+    const Sides& sides_;
     double distance_;
     std::vector<End> ends_;               ///< By place.
     std::vector<std::uint32_t> firstEnd_; ///< Of each different place, and the end of all.
@@ -262,10 +259,10 @@ private:
     }
 
     Wm4::Vector3<double> positionOf(std::uint32_t vertex) const {
-        const Places& places = surface_.sides.places();
-        return PositionAt(places, vertex < vertexCount_
-                                      ? places.ofVertex(vertex)
-                                      : result_.added[vertex - vertexCount_].place);
+        const Sides& sides = surface_.sides;
+        return PositionAt(sides, vertex < vertexCount_
+                                     ? sides.placeOf(vertex)
+                                     : result_.added[vertex - vertexCount_].place);
     }
 
     bool areUpright(std::uint32_t corner) const {
@@ -289,7 +286,7 @@ private:
 
 std::vector<Junction>
 FindJunctions(const std::vector<OpenEdge>& edges, const SurfaceView& surface, double distance) {
-    return JunctionFinder(edges, surface, distance).run(surface);
+    return JunctionFinder(edges, surface, distance).run();
 }
 
 SplitTriangles SplitAtJunctions(const std::vector<Junction>& junctions,
@@ -297,4 +294,4 @@ SplitTriangles SplitAtJunctions(const std::vector<Junction>& junctions,
     return Splitter(surface).run(junctions);
 }
 
-} // namespace kxcontour
+} // namespace ctr

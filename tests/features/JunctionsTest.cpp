@@ -1,21 +1,21 @@
 // Where edges are split, and into what.
-#include "scene/Junctions.h"
+#include "features/Junctions.h"
 
-#include "ShapeBuilders.h"
+#include "features/SurfaceShapes.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using kxcontour::Junction;
-using kxcontour::OpenEdge;
-using kxcontour::Shape;
-using kxcontour::Sides;
-using kxcontour::SplitTriangles;
+using ctr::Junction;
+using ctr::OpenEdge;
+using ctr::Sides;
+using ctr::SplitTriangles;
+using features_test::Buffers;
+using features_test::BuffersOf;
+using test_support::MeshData;
+using test_support::Point;
 using test_support::Quad;
-using tool_test::MakeShape;
-using tool_test::MeshData;
-using tool_test::Point;
 
 struct Found {
     std::vector<Junction> junctions;
@@ -23,11 +23,11 @@ struct Found {
 };
 
 Found FindIn(const MeshData& data, double distance) {
-    const Shape shape = MakeShape(data);
-    const Sides sides(*shape.vertices, *shape.triangles);
+    const Buffers buffers = BuffersOf(data);
+    const Sides sides(*buffers.vertices, *buffers.triangles);
     const std::vector<OpenEdge> edges =
-        MeasureOpenEdges(SurveyEdges(sides), sides, *shape.vertices, *shape.triangles);
-    const kxcontour::SurfaceView surface{*shape.vertices, *shape.triangles, sides, data.positions};
+        MeasureOpenEdges(SurveyEdges(sides), sides, *buffers.vertices, *buffers.triangles);
+    const ctr::SurfaceView surface{*buffers.vertices, *buffers.triangles, sides, data.positions};
     Found found;
     found.junctions = FindJunctions(edges, surface, distance);
     found.split = SplitAtJunctions(found.junctions, surface);

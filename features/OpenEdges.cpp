@@ -1,10 +1,12 @@
 // One pass over the edges; only open ones are measured.
-#include "scene/OpenEdges.h"
+#include "features/OpenEdges.h"
+
+#include "features/Bounds.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace kxcontour {
+namespace ctr {
 namespace {
 
 /// The cosine of 10 degrees: sharper wedges are taken for two sides of something thin.
@@ -71,8 +73,7 @@ private:
 };
 
 Wm4::Vector3<double> PositionOf(const kx::kxVertexBuffer& vertices, unsigned int vertex) {
-    const Wm4::Vector3<float>& p = vertices.Position3(static_cast<int>(vertex));
-    return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
+    return InDoubles(vertices.Position3(static_cast<int>(vertex)));
 }
 
 OpenEdge MeasureEdge(std::uint32_t corner,
@@ -117,4 +118,4 @@ bool FoldsBack(const OpenEdge& a, const OpenEdge& b) {
     return a.inward.Dot(b.inward) > kFoldedCosine;
 }
 
-} // namespace kxcontour
+} // namespace ctr

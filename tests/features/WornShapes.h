@@ -1,7 +1,7 @@
 // Closed shapes, and what becomes of them on the way through other programs.
 #pragma once
 
-#include "ShapeBuilders.h"
+#include "features/SurfaceShapes.h"
 #include "support/Random.h"
 
 #include <algorithm>
@@ -11,7 +11,10 @@
 #include <string>
 #include <vector>
 
-namespace tool_test {
+namespace features_test {
+
+using test_support::MeshData;
+using test_support::Point;
 
 struct NamedShape {
     std::string name;
@@ -147,4 +150,4 @@ inline MeshData WithJunctions(const MeshData& data, int percent, std::uint64_t s
     return split;
 }
 
-} // namespace tool_test
+} // namespace features_test

@@ -3,13 +3,13 @@
 
 #include <Wm4Foundation.h>
 
-#include "scene/Box.h"
+#include "features/Bounds.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-namespace kxcontour {
+namespace ctr {
 
 /// Splits the points at the median of the longest side of their box until few are left.
 class PointTree {
@@ -26,7 +26,7 @@ public:
 
 private:
     struct Node {
-        Box box;
+        Bounds box;
         std::uint32_t first; ///< A range of order_.
         std::uint32_t end;
         std::uint32_t right; ///< The left child comes next; 0 for a leaf.
@@ -39,4 +39,4 @@ private:
     std::vector<Node> nodes_;
 };
 
-} // namespace kxcontour
+} // namespace ctr

@@ -1,0 +1,68 @@
+// A surface as others see it.
+#include <ctr/Surface.h>
+
+#include "features/SharpEdges.h"
+#include "features/SurfaceRepair.h"
+#include "features/TriangleCleaning.h"
+
+#include <algorithm>
+
+namespace ctr {
+namespace {
+
+/// The same buffer where all of its triangles are clean.
+kx::kxPointer<kx::kxIndexBuffer> CleanPartOf(const kx::kxVertexBuffer& vertices,
+                                             const kx::kxPointer<kx::kxIndexBuffer>& triangles) {
+    if (AreClean(vertices, *triangles)) {
+        return triangles;
+    }
+    kx::kxPointer<kx::kxIndexBuffer> clean(
+        new kx::kxIndexBuffer(triangles->GetIndexQuantity(), kx::IBT_TRIANGLES));
+    std::copy_n(triangles->GetData(), triangles->GetIndexQuantity(), clean->GetData());
+    CleanTriangles(vertices, *clean);
+    return clean;
+}
+
+SurfaceParts PartsOf(const kx::kxPointer<kx::kxVertexBuffer>& vertices,
+                     const kx::kxPointer<kx::kxIndexBuffer>& triangles) {
+    if (!vertices || !triangles || vertices->GetAttributes().GetPositionChannels() != 3) {
+        return {new kx::kxVertexBuffer(kx::kxAttributes(), 0),
+                new kx::kxIndexBuffer(0, kx::IBT_TRIANGLES)};
+    }
+    return {vertices, CleanPartOf(*vertices, triangles)};
+}
+
+} // namespace
+
+struct Surface::tInternal {
+    SurfaceParts parts;
+};
+
+Surface::Surface(const kx::kxPointer<kx::kxVertexBuffer>& vertices,
+                 const kx::kxPointer<kx::kxIndexBuffer>& triangles)
+    : internal_(new tInternal{PartsOf(vertices, triangles)}) {}
+
+Surface::~Surface() = default;
+Surface::Surface(Surface&& other) noexcept = default;
+Surface& Surface::operator=(Surface&& other) noexcept = default;
+
+SurfaceReport Surface::repair(const Welding& welding) {
+    return RepairSurface(internal_->parts, welding);
+}
+
+kx::kxPointer<kx::kxOutlineMetadata>
+Surface::featureEdges(double angleInDegrees, const Wm4::Matrix4<double>& toWorld) const {
+    SurfaceParts& parts = internal_->parts;
+    return new kx::kxOutlineMetadata(FindSharpEdges(*parts.vertices(), *parts.triangles(),
+                                                    parts.sides(), angleInDegrees, toWorld));
+}
+
+const kx::kxPointer<kx::kxVertexBuffer>& Surface::vertices() const {
+    return internal_->parts.vertices();
+}
+
+const kx::kxPointer<kx::kxIndexBuffer>& Surface::triangles() const {
+    return internal_->parts.triangles();
+}
+
+} // namespace ctr
