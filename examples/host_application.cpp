@@ -41,10 +41,8 @@ private:
     int shown_ = 0;
 };
 
-// Line i joins two vertices. Its hidden ranges are exact: each end is a fraction of the line as
-// seen on the page, from 0 at the first vertex to 1 at the second (of what is left of it inside the
-// view). A visible line has no range; one that is hidden as a whole has 0/1 to 1/1. Here a
-// crease is listed twice, with the vertices of one of its faces and with those of the other.
+// What hides a line is exact: ranges in fractions of its part inside the view, as seen on the page,
+// from 0 at its first vertex to 1 at its second. Visible lines have none, hidden ones 0/1 to 1/1.
 void PrintHiddenParts(const char* name, const ctr::LineSegmentSet* lines) {
     const auto vertex = [lines](std::size_t place) {
         const unsigned int index = lines->GetIndexBuffer()->GetData()[place];
@@ -69,6 +67,8 @@ int main(int argumentCount, char** arguments) {
     // The generator borrows meshes and notifier: they stay until its last call has returned.
     const auto plate = example::MakeBox({-50, -10, -40}, {50, 0, 40});
     const auto block = example::MakeBox({-30, -5, -20}, {10, 40, 20});
+    plate->AddMetadata(ctr::FindFeatureEdges(*plate).get()); // By the angles of faces: each crease
+    block->AddMetadata(ctr::FindFeatureEdges(*block).get()); // once, whatever normals say.
     const ctr::DiscreteProjectionSpace camera =
         example::MakeCamera({40, 35, {0, 10, 0}, {160, 120, 400}});
     const double never = std::numeric_limits<double>::infinity();
