@@ -6,6 +6,7 @@
 #include "features/TriangleCleaning.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace ctr {
 namespace {
@@ -26,8 +27,8 @@ kx::kxPointer<kx::kxIndexBuffer> CleanPartOf(const kx::kxVertexBuffer& vertices,
 SurfaceParts PartsOf(const kx::kxPointer<kx::kxVertexBuffer>& vertices,
                      const kx::kxPointer<kx::kxIndexBuffer>& triangles) {
     if (!vertices || !triangles || vertices->GetAttributes().GetPositionChannels() != 3) {
-        return {new kx::kxVertexBuffer(kx::kxAttributes(), 0),
-                new kx::kxIndexBuffer(0, kx::IBT_TRIANGLES)};
+        const kx::kxPointer<kx::kxVertexBuffer> none(new kx::kxVertexBuffer(kx::kxAttributes(), 0));
+        return {none, new kx::kxIndexBuffer(0, kx::IBT_TRIANGLES)};
     }
     return {vertices, CleanPartOf(*vertices, triangles)};
 }
@@ -47,7 +48,10 @@ Surface::Surface(Surface&& other) noexcept = default;
 Surface& Surface::operator=(Surface&& other) noexcept = default;
 
 SurfaceReport Surface::repair(const Welding& welding) {
-    return RepairSurface(internal_->parts, welding);
+    SurfaceParts repaired(vertices(), triangles());
+    const SurfaceReport report = RepairSurface(repaired, welding);
+    internal_->parts = std::move(repaired);
+    return report;
 }
 
 kx::kxPointer<kx::kxOutlineMetadata>

@@ -98,6 +98,7 @@ public:
     ///
     /// Vertices keep their numbers; those that splitting adds come after them, with interpolated
     /// normals where there are normals. Each starts at the place of a vertex that is there already.
+    /// When memory runs out, the surface stays as it was.
     /// O(n log n) in the number of triangles for each of a few rounds, 32 at most.
     ///
     /// Related: Barequet and Sharir, "Filling gaps in the boundary of a polyhedron" (1995), on

@@ -3,10 +3,12 @@
 // left behind can be used, and the same objects give the same result when tried again.
 #include <ctr/BakedTriangles.h>
 #include <ctr/CreaseEdgeInfo.h>
+#include <ctr/FeatureEdges.h>
 #include <ctr/GeometricFeaturesGenerator.h>
 #include <ctr/IntervalTools.h>
 #include <ctr/LineSegmentSet.h>
 #include <ctr/SVGExporter.h>
+#include <ctr/Surface.h>
 #include <ctr/TrianglesIntersection.h>
 
 #include <kxCommonAddOns/kxGenericBVH.h>
@@ -643,6 +645,62 @@ private:
 
 TEST(FailedAllocation, MakingASetOfCreases) {
     FailEveryAllocation<CreaseSet>();
+}
+
+/// Two quads with a crack between them, beside a third one that meets them in a T-junction; one of
+/// its triangles is there twice, and one is none.
+test_support::MeshData WornPlate() {
+    using test_support::Point;
+    using test_support::Quad;
+    test_support::MeshData data =
+        Quad(Point(0, 0, 0), Point(4, 0, 0), Point(4, 4, 0), Point(0, 4, 0));
+    data.append(Quad(Point(4.0001F, 0, 0), Point(9, 0, 0), Point(9, 4, 0), Point(4.0001F, 4, 0)));
+    data.append(Quad(Point(0, 4, 0), Point(9, 4, 0), Point(9, 8, 3), Point(0, 8, 3)));
+    data.addTriangle(8, 9, 10);
+    data.addTriangle(8, 9, 9);
+    return data;
+}
+
+class FeatureEdges : public Operation {
+public:
+    void run() override { edges_ = ctr::FindFeatureEdges(*mesh_); }
+    std::string outcome() const override {
+        EXPECT_EQ(mesh_->GetVertexBuffer()->GetReferences(), 1);
+        return test_support::IndicesText(edges_->getIBuffer().get());
+    }
+
+private:
+    kx::kxPointer<kx::kxTriMesh> mesh_ = test_support::MakeMesh(WornPlate());
+    kx::kxPointer<kx::kxOutlineMetadata> edges_;
+};
+
+TEST(FailedAllocation, FindingFeatureEdges) {
+    FailEveryAllocation<FeatureEdges>();
+}
+
+class Repair : public Operation {
+public:
+    void run() override { report_ = surface_.repair({ctr::Welding::Mode::Distance, 0.001}); }
+    void afterFailure() override {
+        EXPECT_EQ(surface_.vertices().get(), mesh_->GetVertexBuffer()) << "as it was";
+        EXPECT_GT(surface_.featureEdges(10.0)->getIBuffer()->GetIndexQuantity(), 0);
+    }
+    std::string outcome() const override {
+        EXPECT_EQ(report_.doubledFaces, 1U);
+        EXPECT_EQ(report_.joinedEdges, 1U);
+        EXPECT_EQ(report_.splitEdges, 1U);
+        return test_support::IndicesText(surface_.triangles().get()) +
+               test_support::IndicesText(surface_.featureEdges(10.0)->getIBuffer().get());
+    }
+
+private:
+    kx::kxPointer<kx::kxTriMesh> mesh_ = test_support::MakeMesh(WornPlate());
+    ctr::Surface surface_{mesh_->GetVertexBuffer(), mesh_->GetIndexBuffer()};
+    ctr::SurfaceReport report_;
+};
+
+TEST(FailedAllocation, RepairingASurfaceLeavesItAsItWas) {
+    FailEveryAllocation<Repair>();
 }
 
 // --- sets -------------------------------------------------------------------------------------

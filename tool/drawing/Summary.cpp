@@ -36,7 +36,7 @@ void TellAbout(const Scene& scene,
                const Messages& messages) {
     const std::string model = NameOf(RequestFor(options.input, options.input.models.front()));
     if (scene.dropped.total() > 0) {
-        messages.warn(model + ": " + Describe(scene.dropped));
+        messages.warn(model + ": " + DescribeDropped(scene.dropped));
     }
     if (IsCracked(scene.surface) && options.input.weld.mode != WeldRequest::Mode::Off) {
         messages.warn(model + ": " + DescribeCracks(scene.surface));

@@ -184,7 +184,7 @@ std::vector<std::string> DescribeChanges(const ModelInfo& info) {
                           Count(info.leftOutPolygons, "point or line", "points and lines"));
     }
     if (info.dropped.total() > 0) {
-        changes.push_back(Describe(info.dropped));
+        changes.push_back(DescribeDropped(info.dropped));
     }
     if (changes.empty()) {
         changes.emplace_back("nothing");

@@ -17,7 +17,7 @@ DroppedTriangles CleanShapes(Model& model) {
     return dropped;
 }
 
-std::string Describe(const DroppedTriangles& dropped) {
+std::string DescribeDropped(const DroppedTriangles& dropped) {
     std::string text = "left out " + std::to_string(dropped.total()) +
                        (dropped.total() == 1 ? " triangle" : " triangles");
     const char* separator = ": ";

@@ -18,6 +18,6 @@ void Add(DroppedTriangles& sum, const DroppedTriangles& other);
 DroppedTriangles CleanShapes(Model& model);
 
 /// One line for the user: "left out 3 triangles: 2 degenerate, 1 not finite".
-std::string Describe(const DroppedTriangles& dropped);
+std::string DescribeDropped(const DroppedTriangles& dropped);
 
 } // namespace kxcontour

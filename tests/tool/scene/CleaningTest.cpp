@@ -11,7 +11,7 @@
 namespace {
 
 using kxcontour::CleanShapes;
-using kxcontour::Describe;
+using kxcontour::DescribeDropped;
 using kxcontour::DroppedTriangles;
 using kxcontour::Model;
 using tool_test::MakeModel;
@@ -80,9 +80,9 @@ TEST(CleanShapes, CountsOverAllShapes) {
     EXPECT_EQ(CleanShapes(model).total(), 2U);
 }
 
-TEST(Describe, CountsEachKindThatThereIs) {
-    EXPECT_EQ(Describe(DroppedTriangles{0, 0, 1}), "left out 1 triangle: 1 degenerate");
-    EXPECT_EQ(Describe(DroppedTriangles{1, 2, 3}),
+TEST(DescribeDropped, CountsEachKindThatThereIs) {
+    EXPECT_EQ(DescribeDropped(DroppedTriangles{0, 0, 1}), "left out 1 triangle: 1 degenerate");
+    EXPECT_EQ(DescribeDropped(DroppedTriangles{1, 2, 3}),
               "left out 6 triangles: 3 degenerate, 2 not finite, 1 with an index out of range");
 }
 
