@@ -77,6 +77,19 @@ TEST(FindEdgePairs, PairsOnlyWhatIsNearestBothWays) {
     EXPECT_EQ(pairs[0].second, 2U);
 }
 
+TEST(FindEdgePairs, PairsOnlyEdgesThatAreEachOthersNearest) {
+    // The first one is nearest to the second, which is nearer to the third.
+    const std::vector<OpenEdge> edges{
+        EdgeOf(0, {0, 0, 0}, {5, 0, 0}, {0, -1, 0}),
+        EdgeOf(1, {5, 0.05, 0}, {0, 0.05, 0}, {0, 0, 1}),
+        EdgeOf(2, {0, 0.07, 0}, {5, 0.07, 0}, {0, 1, 0}),
+    };
+    const auto pairs = FindEdgePairs(edges, kTenth);
+    ASSERT_EQ(pairs.size(), 1U);
+    EXPECT_EQ(pairs[0].first, 1U);
+    EXPECT_EQ(pairs[0].second, 2U);
+}
+
 /// The nearest edge by definition.
 std::optional<std::uint32_t>
 NearestTo(const std::vector<OpenEdge>& edges, std::uint32_t number, const PairRule& rule) {

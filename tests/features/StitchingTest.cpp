@@ -78,6 +78,35 @@ TEST(StitchPairs, NeverTurnsATriangleOver) {
     EXPECT_EQ(moved(5.05F), 0U);
 }
 
+TEST(StitchPairs, NeverTurnsATriangleOverThatMovedBefore) {
+    // A short triangle at the second rim follows the first one to the left; the third rim, of more
+    // triangles, would draw both past its tip.
+    MeshData data;
+    data.addTriangle(Point(0, 8, 0), Point(0, 0, 0), Point(-3, 4, 0));
+    data.addTriangle(Point(0.03F, 0, 0), Point(0.03F, 8, 0), Point(0.035F, 4, 0));
+    const unsigned int low = data.addVertex(Point(0.09F, 0, 0));
+    const unsigned int high = data.addVertex(Point(0.09F, 8, 0));
+    const unsigned int tip = data.addVertex(Point(5, 4, 0));
+    data.addTriangle(low, high, tip);
+    for (const float z : {1.0F, 2.0F, 3.0F}) {
+        data.addTriangle(low, tip, data.addVertex(Point(4, -4, z)));
+        data.addTriangle(high, tip, data.addVertex(Point(4, 12, z)));
+    }
+    const Buffers buffers = BuffersOf(data);
+    const Sides sides(*buffers.vertices, *buffers.triangles);
+    const std::vector<OpenEdge> edges =
+        MeasureOpenEdges(SurveyEdges(sides), sides, *buffers.vertices, *buffers.triangles);
+    ASSERT_EQ(edges.at(6).corner, 6U) << "the third rim";
+    const Stitches stitches =
+        StitchPairs({{0, 3, false, 0.03}, {0, 6, false, 0.09}}, edges,
+                    {*buffers.vertices, *buffers.triangles, sides, data.positions}, 0.1);
+    EXPECT_EQ(stitches.joinedEdges, 1U);
+    EXPECT_EQ(stitches.targets[3], stitches.targets[1]);
+    EXPECT_EQ(stitches.targets[4], stitches.targets[0]);
+    EXPECT_NE(stitches.targets[low], stitches.targets[1]);
+    EXPECT_NE(stitches.targets[high], stitches.targets[0]);
+}
+
 TEST(StitchPairs, NeverJoinsTwoCornersOfATriangle) {
     // Across the end of a strip that is narrower than the distance.
     MeshData strip;
