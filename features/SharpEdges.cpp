@@ -2,6 +2,7 @@
 // their positions.
 #include "features/SharpEdges.h"
 
+#include "fitting/Angles.h"
 #include "linesets/EdgeGroups.h"
 #include "linesets/EdgeSort.h"
 #include "linesets/PositionOrder.h"
@@ -23,13 +24,10 @@ constexpr double kAngleTolerance = 0.01;
 /// degree, for what rounding does to narrow faces.
 constexpr double kSheetSine = 1.7e-3;
 
-/// In radians; the nearest double.
-constexpr double kDegree = 3.14159265358979323846 / 180.0;
-
 /// The cosine of the angle above which an edge is sharp.
 double LimitFor(double angleInDegrees) {
     const double limit = std::clamp(angleInDegrees, 0.0, 180.0) + kAngleTolerance;
-    return std::cos(std::min(limit, 180.0) * kDegree);
+    return CosineOfDegrees(std::min(limit, 180.0));
 }
 
 /// An edge that is drawn, from the corner of one of its sides.
