@@ -49,7 +49,7 @@ struct Welding {
     double distance = 0.0;
 };
 
-/// What is found on a surface and done to it. An edge is open that belongs to one face only.
+/// What is found on a surface and done to it. An open edge (boundary edge) belongs to one face.
 struct SurfaceReport {
     std::size_t edges = 0;        ///< Different edges afterwards.
     std::size_t openEdges = 0;    ///< Of one face, afterwards.
@@ -70,7 +70,7 @@ struct SurfaceReport {
 /// Edges are matched by the exact positions of their ends (-0 equals 0), so it does not matter
 /// whether triangles share vertices. Triangles that are not clean, see CleanTriangles(), do not
 /// belong to it. The buffers are shared and never written to: whatever changes goes into new ones.
-/// They must not be changed by others during the object's life. One thread uses a surface at a
+/// Nobody may change positions or indices during the object's life. One thread uses a surface at a
 /// time; different surfaces may share buffers. Nothing but std::bad_alloc is thrown.
 class CTR_EXPORT Surface {
 public:
@@ -97,9 +97,9 @@ public:
     /// as the distance.
     ///
     /// Vertices keep their numbers; those that splitting adds come after them, with interpolated
-    /// normals where there are normals. Each starts at the place of a vertex that is there already.
-    /// When memory runs out, the surface stays as it was.
-    /// O(n log n) in the number of triangles for each of a few rounds, 32 at most.
+    /// normals where there are normals. Each lies where another vertex is, so no position is new.
+    /// When memory runs out, the surface stays as it was. O(n log n) in the number of triangles for
+    /// each of a few rounds, 32 at most.
     ///
     /// Related: Barequet and Sharir, "Filling gaps in the boundary of a polyhedron" (1995), on
     /// pairing borders; Guéziec, Taubin, Lazarus and Horn, "Cutting and stitching: converting sets
