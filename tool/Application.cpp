@@ -7,6 +7,7 @@
 #include "common/Progress.h"
 #include "common/Timing.h"
 #include "drawing/Drawing.h"
+#include "drawing/StageCosts.h"
 #include "drawing/Summary.h"
 #include "model/ImportProcess.h"
 #include "model/ModelInfo.h"
@@ -16,6 +17,8 @@
 #include <filesystem>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace kxcontour {
 namespace {
@@ -51,6 +54,7 @@ class Observer : public DrawingObserver {
 public:
     Observer(std::ostream& log, bool shown) : progress_(log, shown) {}
 
+    void expect(std::vector<PlannedStage> stages) override { progress_.expect(std::move(stages)); }
     void enter(const char* stage) override {
         timing_.enter(stage);
         progress_.enter(stage);
@@ -75,6 +79,7 @@ int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
     const OutputFile writable(options.output.path);
 
     Observer observer(log, ShowsProgress(options.messages));
+    observer.expect(PlanOfRun(options));
     const Scene scene = LoadScene(options.input, options.lines.creaseAngle,
                                   [&](const char* stage) { observer.enter(stage); });
     const DrawingReport report = DrawScene(scene, options, observer);

@@ -8,6 +8,7 @@ namespace tool_test {
 /// Lets everything pass.
 class Unwatched : public kxcontour::DrawingObserver {
 public:
+    void expect(std::vector<kxcontour::PlannedStage>) override {}
     void enter(const char*) override {}
     bool isCanceled() const override { return false; }
     void setTotal(double) override {}

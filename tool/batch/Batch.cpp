@@ -31,7 +31,9 @@ namespace {
 class SharedProgress {
 public:
     SharedProgress(std::ostream& log, bool shown, std::size_t jobs) : bar_(log, shown) {
-        bar_.enter("batch of " + std::to_string(jobs));
+        const std::string name = "batch of " + std::to_string(jobs);
+        bar_.expect({{name, 1.0}});
+        bar_.enter(name);
         bar_.setTotal(static_cast<double>(jobs));
     }
 
@@ -58,30 +60,34 @@ public:
     JobObserver(const JobObserver&) = delete;
     JobObserver& operator=(const JobObserver&) = delete;
 
-    void enter(const char*) override {}
-    bool isCanceled() const override { return false; }
-    void setTotal(double steps) override {
-        total_ = steps;
-        done_ = 0.0;
+    void expect(std::vector<PlannedStage> stages) override { plan_.expect(std::move(stages)); }
+    void enter(const char* stage) override {
+        plan_.enter(stage);
+        tell();
     }
+    bool isCanceled() const override { return false; }
+    void setTotal(double steps) override { plan_.setTotal(steps); }
     void getRange(double& start, double& end) const override {
-        start = done_;
-        end = total_;
+        start = plan_.done();
+        end = plan_.total();
     }
     void advance(double steps) override {
-        done_ += steps;
-        // A hundred messages a job; finding lines is nearly all of its work.
-        const double share = 0.9 * std::min(done_ / std::max(total_, 1.0), 1.0);
+        plan_.advance(steps);
+        tell();
+    }
+
+private:
+    /// A hundred messages per job.
+    void tell() {
+        const double share = plan_.share();
         if (share - told_ >= 0.01) {
             progress_.advance(share - told_);
             told_ = share;
         }
     }
 
-private:
     SharedProgress& progress_;
-    double total_ = 0.0;
-    double done_ = 0.0;
+    StagePlan plan_;
     double told_ = 0.0;
 };
 

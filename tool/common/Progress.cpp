@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kxcontour {
 namespace {
@@ -29,14 +30,14 @@ Progress::~Progress() {
     endLine();
 }
 
+void Progress::expect(std::vector<PlannedStage> stages) {
+    plan_.expect(std::move(stages));
+}
+
 void Progress::enter(const std::string& stage) {
-    if (!stage_.empty()) {
-        draw(1.0);
-    }
     stage_ = stage;
-    setTotal(0.0);
-    started_ = Clock::now();
-    draw(0.0);
+    plan_.enter(stage);
+    draw(plan_.share());
 }
 
 void Progress::finish() {
@@ -56,19 +57,18 @@ bool Progress::isCanceled() const {
 }
 
 void Progress::setTotal(double steps) {
-    total_ = steps;
-    done_ = 0.0;
+    plan_.setTotal(steps);
 }
 
 void Progress::getRange(double& start, double& end) const {
-    start = done_;
-    end = total_;
+    start = plan_.done();
+    end = plan_.total();
 }
 
 void Progress::advance(double steps) {
-    done_ += steps;
+    plan_.advance(steps);
     if (shown_ && Clock::now() - drawn_ >= kRedrawInterval) {
-        draw(total_ > 0.0 ? std::min(done_ / total_, 1.0) : 0.0);
+        draw(plan_.share());
     }
 }
 
@@ -79,8 +79,8 @@ void Progress::draw(double share) {
     drawn_ = Clock::now();
     const double elapsed = std::chrono::duration<double>(drawn_ - started_).count();
     const long percent = static_cast<long>(std::floor(100.0 * share));
-    out_ << kLineStart + stage_ + ": " + std::to_string(percent) + " %" +
-                SecondsLeft(elapsed, share) + kClearRest
+    out_ << kLineStart + std::to_string(percent) + " %, " + stage_ + SecondsLeft(elapsed, share) +
+                kClearRest
          << std::flush;
 }
 

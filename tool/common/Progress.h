@@ -3,14 +3,18 @@
 
 #include <kxSystem/kxProgressNotifierInterface.h>
 
+#include "common/StagePlan.h"
+
 #include <chrono>
 #include <ostream>
 #include <string>
+#include <vector>
 
 namespace kxcontour {
 
-/// Shows one line that is written over and over: the stage, how much of it is done and how long it
-/// still takes. Never asks to cancel: an interrupt ends the whole process (Interrupt.h).
+/// Shows one line that is written over and over: how much of the whole run is done, the stage, and
+/// how long the rest will take. Never asks to cancel: an interrupt ends the whole process
+/// (Interrupt.h).
 class Progress : public kx::kxProgressNotifierInterface {
 public:
     /// Writes to out, or nothing at all unless shown.
@@ -21,10 +25,13 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// Ends the stage before, at 100 %, and starts the next.
+    /// Replaces the stages that are expected after the current one.
+    void expect(std::vector<PlannedStage> stages);
+
+    /// Ends the stage before and starts another.
     void enter(const std::string& stage);
 
-    /// Ends the last stage, and the line.
+    /// Ends the last stage, at 100 %, and the line.
     void finish();
 
     bool isCanceled() const override;
@@ -41,9 +48,8 @@ private:
     std::ostream& out_;
     bool shown_;
     std::string stage_;
-    double done_ = 0.0;
-    double total_ = 0.0;
-    Clock::time_point started_;
+    StagePlan plan_;
+    Clock::time_point started_ = Clock::now();
     Clock::time_point drawn_;
 };
 

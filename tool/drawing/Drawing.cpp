@@ -3,6 +3,7 @@
 
 #include "camera/Camera.h"
 #include "common/Failure.h"
+#include "drawing/StageCosts.h"
 #include "lines/LineFinder.h"
 #include "lines/PaperMapping.h"
 #include "lines/RepeatedLines.h"
@@ -215,6 +216,7 @@ public:
     DrawingReport draw() {
         report_.output = options_.output.path;
         report_.page = options_.page.size;
+        observer_.expect(PlanOfDrawing(scene_.triangles, options_));
         if (options_.output.format == OutputFormat::Json) {
             drawRecords();
         } else if (options_.page.views.empty()) {
