@@ -270,8 +270,8 @@ TEST_F(Batch, ShowsItsProgressOnATerminalOnly) {
     EXPECT_EQ(tool_test::RunTool(Words("batch jobs.json --force"), around).err, "");
     around.terminal = true;
     const RunResult run = tool_test::RunTool(Words("batch jobs.json --force"), around);
-    EXPECT_NE(run.err.find("batch of 7: 0 %"), std::string::npos) << run.err;
-    EXPECT_NE(run.err.find("batch of 7: 100 %"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("\r0 %, batch of 7"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("\r100 %, batch of 7"), std::string::npos) << run.err;
     EXPECT_NE(run.out.find("7 drawn"), std::string::npos);
     EXPECT_EQ(tool_test::RunTool(Words("batch jobs.json --force --quiet"), around).err, "");
 }

@@ -768,12 +768,33 @@ TEST_F(Drawn, IsToldOfInColoursOnATerminalUnlessThatIsNotWanted) {
     EXPECT_EQ(shown().find(yellow), std::string::npos) << "no terminal";
     around.terminal = true;
     EXPECT_NE(shown().find(yellow), std::string::npos);
-    EXPECT_NE(shown().find("features: 100 %"), std::string::npos) << "and a progress bar";
+    EXPECT_NE(shown().find("100 %, export"), std::string::npos) << "and a progress bar";
     around.environment = {"TERM=xterm", "NO_COLOR=1"};
     EXPECT_EQ(shown().find(yellow), std::string::npos);
     EXPECT_NE(shown().find("warning: cube.obj"), std::string::npos);
     around.environment = {"TERM=dumb", "NO_COLOR="};
     EXPECT_EQ(shown().find(yellow), std::string::npos);
+}
+
+TEST_F(Drawn, HasOneProgressBarFromReadingToTheEnd) {
+    Surroundings around;
+    around.folder = folder_.path("");
+    around.terminal = true;
+    const std::string shown =
+        tool_test::RunTool(Words("cube.obj --sheet front,top,iso -o a.svg"), around).err;
+    const std::regex update("\r([0-9]+) %, ([a-z]+)");
+    std::vector<int> percents;
+    std::set<std::string> stages;
+    for (std::sregex_iterator i(shown.begin(), shown.end(), update), end; i != end; ++i) {
+        percents.push_back(std::stoi((*i)[1]));
+        stages.insert((*i)[2]);
+    }
+    EXPECT_EQ(stages, (std::set<std::string>{"read", "prepare", "bake", "features", "export"}));
+    EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end())) << shown;
+    ASSERT_FALSE(percents.empty());
+    EXPECT_EQ(percents.front(), 0);
+    EXPECT_EQ(percents.back(), 100);
+    EXPECT_EQ(std::count(percents.begin(), percents.end(), 100), 1) << shown;
 }
 
 /// Writes decimals with a comma, as many locales do.
