@@ -4,6 +4,7 @@
 #include <kxSceneGraph/kxOutlineMetadata.h>
 #include <kxSystem/kxCancelInterfaceReadOnly.h>
 
+#include "linesets/IndexRange.h"
 #include "linesets/SetConstruction.h"
 #include "linesets/SetOperations.h"
 #include "linesets/Work.h"
@@ -13,6 +14,7 @@
 #include "visibility/SilhouetteSearch.h"
 
 #include <atomic>
+#include <cassert>
 #include <cstddef>
 #include <tuple>
 #include <utility>
@@ -451,6 +453,7 @@ bool GeometricFeaturesGenerator::setSingleExportCluster(const MeshList& meshes,
 }
 
 BakedTriangles& GeometricFeaturesGenerator::getBakedTriangles(unsigned int cluster) {
+    assert(cluster < internal_->exportBaked.size());
     return internal_->exportBaked[cluster];
 }
 
@@ -519,6 +522,7 @@ void GeometricFeaturesGenerator::computeOcclusion(LineSegmentSet& set, unsigned 
         set.GetIndexBuffer() == nullptr) {
         return;
     }
+    assert(IndicesAreInRange(set.GetIndexBuffer(), set.GetVertexBuffer(), 2));
     internal_->occlude(set, cluster, internal_->progressNotifier);
 }
 

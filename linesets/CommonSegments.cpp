@@ -2,12 +2,14 @@
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/HashedNumbers.h"
+#include "linesets/IndexRange.h"
 #include "linesets/PositionOrder.h"
 #include "linesets/SetConstruction.h"
 #include "linesets/SetOperations.h"
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <tuple>
@@ -154,6 +156,8 @@ void RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b, WorkCounte
     if (a == nullptr || b == nullptr) {
         return;
     }
+    assert(IndicesAreInRange(a->GetIndexBuffer(), a->GetVertexBuffer(), 2));
+    assert(IndicesAreInRange(b->GetIndexBuffer(), b->GetVertexBuffer(), 2));
     const SegmentTable common(*b, work);
     std::vector<bool> isKept(SegmentCountOf(*a));
     if (common.isEmpty() && !isKept.empty()) {

@@ -6,11 +6,13 @@
 #include "fitting/Angles.h"
 #include "linesets/EdgeGroups.h"
 #include "linesets/EdgeSort.h"
+#include "linesets/IndexRange.h"
 #include "linesets/PositionOrder.h"
 #include "linesets/SetConstruction.h"
 #include "linesets/Steps.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <functional>
@@ -597,6 +599,7 @@ bool FindCreases(std::vector<CreaseEdgeInfo>& edges,
     if (!HasVertices(vertices) || triangles == nullptr) {
         return false;
     }
+    assert(IndicesAreInRange(triangles, vertices, 3));
     const float cosLimit = Cosine(angleInDegrees * Wm4::Math<float>::DEG_TO_RAD);
     CreaseSearch search(*vertices, *triangles, cosLimit);
     if (!search.collect(cancel)) {
@@ -664,6 +667,7 @@ bool ComputeEdgeInfoFromIBuffer(std::vector<CreaseEdgeInfo>& edges,
     if (!HasVertices(vertices)) {
         return false;
     }
+    assert(IndicesAreInRange(lines, vertices, 2));
     const std::size_t creaseCount = edges.size();
     tags.clear();
     tags.reserve(creaseCount + SegmentCount(lines));
@@ -729,6 +733,7 @@ LineSegmentSet::GetCreaseEdgesFromTriMesh(const kx::kxTriMesh* mesh,
                                           const kx::kxCancelInterfaceReadOnly& cancel,
                                           float angleInDegrees,
                                           bool withFlags) {
+    assert(mesh != nullptr);
     std::unique_ptr<LineSegmentSet> set(GetCreaseEdgesFromMesh(
         mesh->GetVertexBuffer(), mesh->GetIndexBuffer(), cancel, angleInDegrees, withFlags));
     if (set != nullptr) {

@@ -1,10 +1,12 @@
 // Vertex buffers reduced to the positions that a line list uses.
 #include <ctr/LineSegmentSet.h>
 
+#include "linesets/IndexRange.h"
 #include "linesets/PositionOrder.h"
 #include "linesets/SetConstruction.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 
 namespace ctr {
@@ -36,6 +38,7 @@ void LineSegmentSet::CreateFilteredVertexBuffer(const kx::kxVertexBuffer& vertic
                                                 const kx::kxIndexBuffer& lines,
                                                 kx::kxPointer<kx::kxVertexBuffer>& filtered,
                                                 std::vector<unsigned int>& remapping) {
+    assert(IndicesAreInRange(&lines, &vertices, 2));
     filtered = nullptr;
     remapping.assign(static_cast<std::size_t>(vertices.GetVertexQuantity()), 0);
     const std::vector<KeyedVertex> sorted = SortedUsedVertices(vertices, lines);
@@ -56,6 +59,7 @@ void LineSegmentSet::CreateFilteredVertexBufferPatched(
     const kx::kxVertexBuffer& vertices,
     kx::kxIndexBuffer& lines,
     kx::kxPointer<kx::kxVertexBuffer>& filtered) {
+    assert(IndicesAreInRange(&lines, &vertices, 1));
     std::vector<unsigned int> remapping;
     CreateFilteredVertexBuffer(vertices, lines, filtered, remapping);
     unsigned int* indices = lines.GetData();

@@ -3,6 +3,7 @@
 
 #include "linesets/SetConstruction.h"
 
+#include <cassert>
 #include <memory>
 
 namespace ctr {
@@ -47,6 +48,7 @@ LineSegmentSet* LineSegmentSet::GetOutlineEdgesFromMesh(
 LineSegmentSet*
 LineSegmentSet::GetOutlineEdgesFromTriMesh(const kx::kxTriMesh* mesh,
                                            kx::kxPointer<kx::kxIndexBuffer> outline) {
+    assert(mesh != nullptr);
     return GetOutlineEdgesFromMesh(mesh->GetVertexBuffer(), std::move(outline),
                                    mesh->GetWorldTransformation());
 }

@@ -3,22 +3,18 @@
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/Chains.h"
+#include "linesets/IndexRange.h"
 #include "linesets/RunFitting.h"
 #include "linesets/RunJoining.h"
 #include "linesets/SetConstruction.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <memory>
 
 namespace ctr {
 namespace {
-
-bool IndicesInRange(const unsigned int* indices, std::size_t count, int vertexQuantity) {
-    return std::all_of(indices, indices + count, [vertexQuantity](unsigned int index) {
-        return index < static_cast<unsigned int>(vertexQuantity);
-    });
-}
 
 kx::kxPointer<kx::kxIndexBuffer> WriteLinks(const std::vector<ChainLink>& links) {
     kx::kxPointer<kx::kxIndexBuffer> lines = MakeLineBuffer(links.size());
@@ -89,7 +85,7 @@ bool LineSegmentSet::BuildPolylinesImpl(const kx::kxVertexBuffer& vertices,
     const std::size_t count = SegmentCount(&lines);
     const unsigned int* indices = lines.GetData();
     const int vertexQuantity = vertices.GetVertexQuantity();
-    if (count == 0 || !IndicesInRange(indices, 2 * count, vertexQuantity)) {
+    if (count == 0 || !IndicesAreInRange(indices, 2 * count, vertexQuantity)) {
         return false;
     }
     std::vector<std::size_t> chainEnds;
@@ -135,6 +131,7 @@ LineSegmentSet* LineSegmentSet::BuildPolylines(const LineSegmentSet& source,
 void LineSegmentSet::ArcFeature::removeStraightLineFlags(
     std::vector<bool>& straightLineFlags) const {
     for (const ArcFeature* record = this; record != nullptr; record = record->next) {
+        assert(record->first <= record->end && record->end / 2 <= straightLineFlags.size());
         std::fill(straightLineFlags.begin() + record->first / 2,
                   straightLineFlags.begin() + record->end / 2, false);
     }
@@ -144,6 +141,9 @@ void LineSegmentSet::ArcFeature::reverseIndexBuffer(unsigned int* indices,
                                                     std::vector<bool>* straightLineFlags,
                                                     std::vector<unsigned char>* tags) const {
     for (const ArcFeature* record = this; record != nullptr; record = record->next) {
+        assert(record->first <= record->end);
+        assert(straightLineFlags == nullptr || record->end / 2 <= straightLineFlags->size());
+        assert(tags == nullptr || record->end / 2 <= tags->size());
         const std::uint32_t firstSegment = record->first / 2;
         const std::uint32_t endSegment = record->end / 2;
         std::reverse(indices + record->first, indices + record->end);

@@ -6,9 +6,11 @@
 // Hyperbolic interpolation, IEEE CG&A 12(4), 1992).
 #include <ctr/LineSegmentSet.h>
 
+#include "linesets/IndexRange.h"
 #include "linesets/SetConstruction.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <limits>
 #include <memory>
@@ -156,6 +158,8 @@ LineSegmentSet* LineSegmentSet::BakeVisibleSegments(const LineSegmentSet* source
         set->SetVertexBuffer(source->GetVertexBuffer());
         set->SetIndexBuffer(source->GetIndexBuffer());
     } else {
+        assert(IndicesAreInRange(source->GetIndexBuffer()->GetData(), 2 * count,
+                                 source->GetVertexBuffer()->GetVertexQuantity()));
         std::vector<PieceEnd> ends;
         for (std::size_t segment = 0; segment < count; ++segment) {
             AppendPieces(ends, ClippedSegment(*source, segment),

@@ -8,6 +8,8 @@
 #include "projection/GridQuantisation.h"
 #include "projection/Homogeneous.h"
 
+#include <cassert>
+
 namespace ctr {
 namespace {
 
@@ -202,6 +204,7 @@ bool DiscreteProjectionSpace::clipTriangle(Wm4::Vector4<float>*& poly,
                                            Wm4::Vector4<float>*& scratch,
                                            unsigned int& count,
                                            unsigned int& edgeCodes) const {
+    assert(poly != nullptr && scratch != nullptr && poly != scratch);
     unsigned int vertexCount = 3;
     unsigned int codes = 1U | 2U << 2 | 3U << 4;
     for (int number = 0; number < 6; ++number) {

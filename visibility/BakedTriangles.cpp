@@ -17,6 +17,7 @@
 #include "visibility/HierarchyNode.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -576,6 +577,7 @@ void BakedTriangles::setContactTolerance(unsigned int steps) {
 }
 
 void BakedTriangles::initializeFirstPass(tFirstPassData& data) const {
+    assert(projectionSpace != nullptr);
     WorkCounter unwatched;
     RunFirstPass(*this, data, unwatched);
 }
@@ -617,6 +619,7 @@ void BakedTriangles::clearData() {
 }
 
 kx::kxTriMesh* BakedTriangles::computeBakedMesh() const {
+    assert(projectionSpace != nullptr);
     kx::kxAttributes attributes;
     attributes.SetPositionChannels(3);
     const kx::kxPointer<kx::kxVertexBuffer> positions(

@@ -7,6 +7,7 @@
 #include "visibility/HierarchyNode.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 
 namespace ctr {
@@ -48,6 +49,7 @@ void BakedTriangles::computeOcclusionIntervalsIter(unsigned int node,
         return;
     }
     for (;;) {
+        assert(node < bvh.nodes.size());
         const HierarchyNode& here = bvh.nodes[node];
         if (IsPruned(here.box, box)) {
             return;

@@ -18,9 +18,11 @@
 #include "linesets/EdgeSort.h"
 #include "linesets/SetConstruction.h"
 #include "visibility/BakedMesh.h"
+#include "visibility/BakedStructure.h"
 #include "visibility/SilhouetteSearch.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -213,6 +215,7 @@ void FindSilhouettes(const BakedTriangles& baked,
     if (baked.trianglePlanes.empty()) {
         return;
     }
+    assert(MeshesLeadToTriangles(baked));
     // Meshes from the last to the first, each ending where the usable one after it begins.
     std::size_t nextMesh = meshes.size();
     for (std::size_t mesh = meshes.size(); mesh-- > 0;) {

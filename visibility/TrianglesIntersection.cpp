@@ -8,6 +8,7 @@
 #include "linesets/SetConstruction.h"
 #include "projection/GridQuantisation.h"
 #include "visibility/BakedMesh.h"
+#include "visibility/BakedStructure.h"
 #include "visibility/CutOcclusion.h"
 #include "visibility/FaceContact.h"
 #include "visibility/FractionOrder.h"
@@ -16,6 +17,7 @@
 #include "visibility/PairSearch.h"
 #include "visibility/PiercingTest.h"
 
+#include <cassert>
 #include <cstddef>
 #include <optional>
 
@@ -291,6 +293,7 @@ std::vector<FoundIntersection> FindIntersectionEdges(const LaidOutTriangles& tri
     if (baked->trianglePlanes.empty()) {
         return {};
     }
+    assert(HierarchyLeadsToTriangles(*baked));
     if (layout == nullptr) {
         const std::vector<OccluderTree::Triangle> own = TrianglesBySlot(*baked, work);
         return PairSearch(*baked, own, triangleDone, work).run();

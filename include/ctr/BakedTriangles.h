@@ -121,6 +121,16 @@ public:
     /// Empties what initialize() made, except clippedTriangleOrigins, and keeps the memory.
     void clearData();
 
+    /// Whether the arrays fit each other, as initialize() leaves them: for hosts that change them
+    /// by themselves, in debug builds, as in assert(baked.validate()).
+    ///
+    /// True when there is one plane per triangle, its z component negative; when triangles name
+    /// vertices that exist; when the ranges of meshes that take part ascend to the totals; when the
+    /// children and slots of the hierarchy exist, every node is met once and every triangle is in
+    /// exactly one leaf, and every box contains what is below it. An object that holds nothing is
+    /// valid. O(n) in the number of triangles; the meshes have to be alive.
+    bool validate() const;
+
     /// A mesh in world space with one vertex a baked vertex and one triangle a baked triangle, for
     /// inspection. The caller owns it.
     kx::kxTriMesh* computeBakedMesh() const;

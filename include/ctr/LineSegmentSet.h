@@ -62,6 +62,17 @@ public:
     /// Returns false, writing nothing, when target is of another class.
     bool Clone(kx::kxRttiInterface*& target) const override;
 
+    /// Whether the set is as the library makes sets: for hosts that fill one by themselves, in
+    /// debug builds, as in assert(set.validate()).
+    ///
+    /// True when the index buffer, if there is one, has an even number of indices, each below the
+    /// number of vertices; when each of the three vectors is empty or has one entry per segment;
+    /// when hidden ranges are within 0 to 1, their denominators positive, and those of one segment
+    /// in order and apart, without a common end; and when clip records with something inside the
+    /// view (t0 < t1) are within 0 to 1 and no w is 0 or less. Operations accept more where they
+    /// say so. O(n) in the number of segments and ranges, no allocation.
+    bool validate() const;
+
     /// @name Sets from meshes
     /// Each returns a new set that the caller owns, sharing the mesh's vertex buffer, or null.
     /// @{

@@ -1,6 +1,8 @@
 // The reference count and the name of an object.
 #include <kxSystem/kxObject.h>
 
+#include <cassert>
+
 namespace kx {
 
 constinit const kxRtti kxObject::TYPE("kxObject", nullptr);
@@ -20,7 +22,9 @@ void kxObject::IncrementReferences() const {
 void kxObject::DecrementReferences() const {
     // Release: what this thread did to the object comes before the deletion by another. Acquire:
     // what others did comes before the deletion here.
-    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    const int before = references_.fetch_sub(1, std::memory_order_acq_rel);
+    assert(before > 0);
+    if (before == 1) {
         delete this;
     }
 }

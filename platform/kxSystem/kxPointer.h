@@ -2,6 +2,7 @@
 #ifndef KXSYSTEM_KXPOINTER_H
 #define KXSYSTEM_KXPOINTER_H
 
+#include <cassert>
 #include <type_traits>
 #include <utility>
 
@@ -41,9 +42,15 @@ public:
     /// The object, still owned by its pointers; null when there is none.
     T* get() const { return object_; }
     /// Its members; not for null.
-    T* operator->() const { return object_; }
+    T* operator->() const {
+        assert(object_ != nullptr);
+        return object_;
+    }
     /// The object itself; not for null.
-    T& operator*() const { return *object_; }
+    T& operator*() const {
+        assert(object_ != nullptr);
+        return *object_;
+    }
     /// Whether there is an object.
     explicit operator bool() const { return object_ != nullptr; }
 

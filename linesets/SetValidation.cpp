@@ -1,0 +1,56 @@
+// The invariants of a set, checked.
+#include <ctr/LineSegmentSet.h>
+#include <ctr/RationalTools.h>
+
+#include "linesets/IndexRange.h"
+#include "linesets/SetConstruction.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace ctr {
+namespace {
+
+bool IsParameter(const Wm4::Vector2<long>& fraction) {
+    return fraction[0] >= 0 && fraction[1] > 0 && fraction[0] <= fraction[1];
+}
+
+bool RangesAreSound(const std::vector<RationalInterval>& ranges) {
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+        const RationalInterval& range = ranges[i];
+        if (!IsParameter(range.start) || !IsParameter(range.end) ||
+            RationalTools::GreaterThan(range.start, range.end) > 0) {
+            return false;
+        }
+        if (i > 0 && RationalTools::GreaterThan(range.start, ranges[i - 1].end) <= 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// A record of nothing inside the view may hold any numbers, and w is NaN where a position is.
+bool ClipRangeIsSound(const LineSegmentSet::ClipRange& clip) {
+    return !(clip.t0 < clip.t1) ||
+           (clip.t0 >= 0.0F && clip.t1 <= 1.0F && !(clip.w0 <= 0.0F) && !(clip.w1 <= 0.0F));
+}
+
+template <class Records> bool HasNoneOrOneEach(const Records& records, std::size_t count) {
+    return records.empty() || records.size() == count;
+}
+
+} // namespace
+
+bool LineSegmentSet::validate() const {
+    const kx::kxIndexBuffer* lines = GetIndexBuffer();
+    const std::size_t count = SegmentCount(lines);
+    const bool isWhole = lines == nullptr || lines->GetIndexQuantity() % 2 == 0;
+    const bool hasVertices = count == 0 || GetVertexBuffer() != nullptr;
+    return isWhole && hasVertices && IndicesAreInRange(lines, GetVertexBuffer(), 2) &&
+           HasNoneOrOneEach(segmentFlags, count) && HasNoneOrOneEach(occlusionIntervals, count) &&
+           HasNoneOrOneEach(clipRanges, count) &&
+           std::all_of(occlusionIntervals.begin(), occlusionIntervals.end(), RangesAreSound) &&
+           std::all_of(clipRanges.begin(), clipRanges.end(), ClipRangeIsSound);
+}
+
+} // namespace ctr
