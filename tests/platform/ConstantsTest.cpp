@@ -24,6 +24,10 @@ template <typename Bits, typename Real> Bits BitsOf(Real value) {
     return bits;
 }
 
+template <typename T> std::string BytesOf(const T& value) {
+    return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
 struct Number {
     std::string name;
     const float* single;
@@ -126,38 +130,38 @@ protected:
 
     // The constant of a mangled name; `kind` is that of the template, such as 4Math.
     template <typename T>
-    const T* Find(const std::string& kind, const char* real, const std::string& name) {
+    const T* find(const std::string& kind, const char* real, const std::string& name) {
         const std::string symbol =
             "_ZN3Wm5" + kind + "I" + real + "E" + std::to_string(name.size()) + name + "E";
         return static_cast<const T*>(dlsym(library_, symbol.c_str()));
     }
 
     template <typename T>
-    void ExpectTheSame(const T& own, const std::string& kind, const char* real, const char* name) {
-        const T* packaged = Find<T>(kind, real, name);
+    void expectTheSame(const T& own, const std::string& kind, const char* real, const char* name) {
+        const T* packaged = find<T>(kind, real, name);
         ASSERT_TRUE(packaged) << kind << name;
         EXPECT_NE(packaged, &own);
-        EXPECT_EQ(std::memcmp(packaged, &own, sizeof own), 0) << kind << real << name;
+        EXPECT_EQ(BytesOf(*packaged), BytesOf(own)) << kind << real << name;
     }
 
-    template <typename Real> void ExpectTheSameShapes(const char* real) {
-        ExpectTheSame(Vector2<Real>::ZERO, "7Vector2", real, "ZERO");
-        ExpectTheSame(Vector2<Real>::UNIT_X, "7Vector2", real, "UNIT_X");
-        ExpectTheSame(Vector2<Real>::UNIT_Y, "7Vector2", real, "UNIT_Y");
-        ExpectTheSame(Vector2<Real>::ONE, "7Vector2", real, "ONE");
-        ExpectTheSame(Vector3<Real>::ZERO, "7Vector3", real, "ZERO");
-        ExpectTheSame(Vector3<Real>::UNIT_X, "7Vector3", real, "UNIT_X");
-        ExpectTheSame(Vector3<Real>::UNIT_Y, "7Vector3", real, "UNIT_Y");
-        ExpectTheSame(Vector3<Real>::UNIT_Z, "7Vector3", real, "UNIT_Z");
-        ExpectTheSame(Vector3<Real>::ONE, "7Vector3", real, "ONE");
-        ExpectTheSame(Vector4<Real>::ZERO, "7Vector4", real, "ZERO");
-        ExpectTheSame(Vector4<Real>::UNIT_X, "7Vector4", real, "UNIT_X");
-        ExpectTheSame(Vector4<Real>::UNIT_Y, "7Vector4", real, "UNIT_Y");
-        ExpectTheSame(Vector4<Real>::UNIT_Z, "7Vector4", real, "UNIT_Z");
-        ExpectTheSame(Vector4<Real>::UNIT_W, "7Vector4", real, "UNIT_W");
-        ExpectTheSame(Vector4<Real>::ONE, "7Vector4", real, "ONE");
-        ExpectTheSame(Matrix4<Real>::ZERO, "7Matrix4", real, "ZERO");
-        ExpectTheSame(Matrix4<Real>::IDENTITY, "7Matrix4", real, "IDENTITY");
+    template <typename Real> void expectTheSameShapes(const char* real) {
+        expectTheSame(Vector2<Real>::ZERO, "7Vector2", real, "ZERO");
+        expectTheSame(Vector2<Real>::UNIT_X, "7Vector2", real, "UNIT_X");
+        expectTheSame(Vector2<Real>::UNIT_Y, "7Vector2", real, "UNIT_Y");
+        expectTheSame(Vector2<Real>::ONE, "7Vector2", real, "ONE");
+        expectTheSame(Vector3<Real>::ZERO, "7Vector3", real, "ZERO");
+        expectTheSame(Vector3<Real>::UNIT_X, "7Vector3", real, "UNIT_X");
+        expectTheSame(Vector3<Real>::UNIT_Y, "7Vector3", real, "UNIT_Y");
+        expectTheSame(Vector3<Real>::UNIT_Z, "7Vector3", real, "UNIT_Z");
+        expectTheSame(Vector3<Real>::ONE, "7Vector3", real, "ONE");
+        expectTheSame(Vector4<Real>::ZERO, "7Vector4", real, "ZERO");
+        expectTheSame(Vector4<Real>::UNIT_X, "7Vector4", real, "UNIT_X");
+        expectTheSame(Vector4<Real>::UNIT_Y, "7Vector4", real, "UNIT_Y");
+        expectTheSame(Vector4<Real>::UNIT_Z, "7Vector4", real, "UNIT_Z");
+        expectTheSame(Vector4<Real>::UNIT_W, "7Vector4", real, "UNIT_W");
+        expectTheSame(Vector4<Real>::ONE, "7Vector4", real, "ONE");
+        expectTheSame(Matrix4<Real>::ZERO, "7Matrix4", real, "ZERO");
+        expectTheSame(Matrix4<Real>::IDENTITY, "7Matrix4", real, "IDENTITY");
     }
 
 private:
@@ -166,11 +170,11 @@ private:
 
 TEST_F(PackagedConstants, HaveTheSameBits) {
     for (const Number& number : kNumbers) {
-        ExpectTheSame(*number.single, "4Math", "f", number.name.c_str());
-        ExpectTheSame(*number.twice, "4Math", "d", number.name.c_str());
+        expectTheSame(*number.single, "4Math", "f", number.name.c_str());
+        expectTheSame(*number.twice, "4Math", "d", number.name.c_str());
     }
-    ExpectTheSameShapes<float>("f");
-    ExpectTheSameShapes<double>("d");
+    expectTheSameShapes<float>("f");
+    expectTheSameShapes<double>("d");
 }
 
 } // namespace
