@@ -439,6 +439,7 @@ private:
 void RunFirstPass(const BakedTriangles& baked,
                   BakedTriangles::tFirstPassData& data,
                   WorkCounter& work) {
+    assert(baked.projectionSpace != nullptr);
     const std::vector<const kx::kxTriMesh*>& meshes = baked.meshes;
     data.release();
     data.clippedPolygons.resize(meshes.size());
@@ -577,7 +578,6 @@ void BakedTriangles::setContactTolerance(unsigned int steps) {
 }
 
 void BakedTriangles::initializeFirstPass(tFirstPassData& data) const {
-    assert(projectionSpace != nullptr);
     WorkCounter unwatched;
     RunFirstPass(*this, data, unwatched);
 }
