@@ -2,21 +2,25 @@
 //
 // A chain first grows at its back until nothing fits there any more, then is turned once and grows
 // where its front was; its sums go on from join to join, so a line of n short pieces costs n steps.
-// At a vertex the straightest continuation is tried first, and a join is made only when the fit
-// holds after every segment of the chain that is taken in: chains are long but never bend for it.
-// A closed chain has no free end and is left alone. Where more than kLargestJunction chains end, a
-// hub of spokes or a fan, nothing is joined, which bounds the number of trials.
+// At a vertex all records that are heads of chains and end there are candidates. The straightest
+// continuation is tried first, and a join is made only when the fit holds after every segment of
+// the chain that is taken in: chains are long but never bend for it. A closed chain has no free end
+// and is left alone.
+//
+// Where many records end, candidates are looked up by direction, and those that bend too much to
+// fit are not looked at (boundsOf()), nor more than kMostTrials of the others.
 #include "linesets/RunJoining.h"
 
 #include <ctr/FittingSystem.h>
 
+#include "linesets/Directions.h"
 #include "linesets/RunFitting.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
+#include <map>
 #include <numeric>
 #include <utility>
 
@@ -26,7 +30,12 @@ namespace {
 using Record = LineSegmentSet::ArcFeature;
 using Point = Wm4::Vector3<float>;
 
-constexpr std::size_t kLargestJunction = 16;
+/// Where more records end, they are looked up by direction.
+constexpr std::size_t kFewEnds = 64;
+
+/// At such a vertex, so many candidates are tried at most for one end of a chain: with n records
+/// that end there, all joins take O(n log n).
+constexpr int kMostTrials = 256;
 
 /// Records linked from head to tail.
 struct Chain {
@@ -35,13 +44,13 @@ struct Chain {
     std::size_t segmentCount;
 };
 
-/// For every vertex the chains that end there, by number, as one flat list.
+/// For every vertex the records that end there, by number, as one flat list.
 class EndsAtVertices {
 public:
     EndsAtVertices(std::size_t vertexCount,
                    const std::vector<Record>& records,
                    const unsigned int* indices)
-        : first_(vertexCount + 1, 0), chains_(2 * records.size()) {
+        : first_(vertexCount + 1, 0), records_(2 * records.size()) {
         const auto forEachEnd = [&](auto&& visit) {
             for (std::size_t i = 0; i < records.size(); ++i) {
                 visit(indices[records[i].first], i);
@@ -52,18 +61,29 @@ public:
         std::partial_sum(first_.begin(), first_.end(), first_.begin());
         std::vector<std::size_t> next(first_.begin(), first_.end() - 1);
         forEachEnd(
-            [&](unsigned int vertex, std::size_t chain) { chains_[next[vertex]++] = chain; });
+            [&](unsigned int vertex, std::size_t record) { records_[next[vertex]++] = record; });
     }
 
-    const std::size_t* begin(unsigned int vertex) const { return chains_.data() + first_[vertex]; }
+    const std::size_t* begin(unsigned int vertex) const { return records_.data() + first_[vertex]; }
     const std::size_t* end(unsigned int vertex) const {
-        return chains_.data() + first_[vertex + 1];
+        return records_.data() + first_[vertex + 1];
     }
+    std::size_t count(unsigned int vertex) const { return first_[vertex + 1] - first_[vertex]; }
 
 private:
     std::vector<std::size_t> first_;
-    std::vector<std::size_t> chains_;
+    std::vector<std::size_t> records_;
 };
+
+/// A vertex where many records end: those that leave it in a direction, and the others.
+struct Hub {
+    Directions directions;
+    std::vector<std::size_t> undirected;
+};
+
+bool IsFinite(const Point& point) {
+    return std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]);
+}
 
 class RunJoiner {
 public:
@@ -73,6 +93,7 @@ public:
               std::vector<unsigned char>* tags,
               std::vector<Record>& records)
         : vertices_(vertices), indices_(indices), flags_(straightLineFlags), tags_(tags),
+          records_(records),
           ends_(static_cast<std::size_t>(vertices.GetVertexQuantity()), records, indices),
           owner_(records.size()) {
         chains_.reserve(records.size());
@@ -83,10 +104,11 @@ public:
     }
 
     void run() {
-        for (std::size_t number = 0; number < chains_.size(); ++number) {
+        for (std::size_t record = 0; record < records_.size(); ++record) {
+            const std::size_t number = ownerOf(record);
             const Chain& chain = chains_[number];
             const bool loose = chain.head->kind == 0 && chain.segmentCount > 2;
-            if (owner_[number] == number && !loose && !isClosed(chain)) {
+            if (isHead(record) && !loose && !isClosed(chain)) {
                 extend(number);
             }
         }
@@ -97,8 +119,9 @@ private:
     unsigned int lastVertex(const Chain& chain) const { return indices_[chain.tail->end - 1]; }
     bool isClosed(const Chain& chain) const { return firstVertex(chain) == lastVertex(chain); }
     bool flagOf(const Chain& chain) const { return flags_[chain.head->first / 2]; }
+    bool isHead(std::size_t record) const { return records_[record].prev == nullptr; }
 
-    /// The chain that a chain has been joined into.
+    /// The chain that a record, which is a chain at first, has been joined into.
     std::size_t ownerOf(std::size_t number) {
         while (owner_[number] != number) {
             owner_[number] = owner_[owner_[number]];
@@ -138,44 +161,127 @@ private:
         if (isClosed(chains_[number])) {
             return false;
         }
-        for (const std::size_t candidate : candidatesAt(number, vertex)) {
+        const auto tryJoin = [&](std::size_t other) {
             FittingSystem trial = system_;
-            if (fits(trial, chains_[candidate], vertex, atFront)) {
-                system_ = trial;
-                join(number, candidate, vertex, atFront);
-                return true;
+            if (!fits(trial, chains_[other], vertex, atFront)) {
+                return false;
             }
-        }
-        return false;
+            system_ = trial;
+            takeOut(vertex, chains_[number], chains_[other]);
+            join(number, other, vertex, atFront);
+            return true;
+        };
+        return ends_.count(vertex) <= kFewEnds ? tryFew(number, vertex, tryJoin)
+                                               : tryMany(number, vertex, tryJoin);
     }
 
-    /// Chains that could continue a chain beyond a vertex, the straightest first.
-    std::vector<std::size_t> candidatesAt(std::size_t number, unsigned int vertex) {
-        std::vector<std::size_t> candidates;
-        const std::size_t* begin = ends_.begin(vertex);
-        const std::size_t* end = ends_.end(vertex);
-        if (static_cast<std::size_t>(end - begin) > kLargestJunction) {
-            return candidates;
-        }
+    /// Tries the chains that could continue a chain beyond a vertex, the straightest first, until
+    /// one is joined.
+    template <class TryJoin>
+    bool tryFew(std::size_t number, unsigned int vertex, const TryJoin& tryJoin) {
         const Point direction = outwardDirection(chains_[number], vertex) * -1.0F;
         std::vector<std::pair<float, std::size_t>> ordered;
-        for (; begin != end; ++begin) {
-            const std::size_t other = ownerOf(*begin);
-            if (isCandidate(number, other, vertex)) {
+        for (const std::size_t* end = ends_.begin(vertex); end != ends_.end(vertex); ++end) {
+            const std::size_t other = ownerOf(*end);
+            if (isHead(*end) && isCandidate(number, other, vertex)) {
                 const float cosine = direction.Dot(outwardDirection(chains_[other], vertex));
                 ordered.emplace_back(std::isnan(cosine) ? 2.0F : -cosine, other);
             }
         }
         std::sort(ordered.begin(), ordered.end());
-        std::transform(ordered.begin(), ordered.end(), std::back_inserter(candidates),
-                       [](const std::pair<float, std::size_t>& entry) { return entry.second; });
-        return candidates;
+        return std::any_of(
+            ordered.begin(), ordered.end(),
+            [&](const std::pair<float, std::size_t>& entry) { return tryJoin(entry.second); });
     }
 
+    /// The same where many records end.
+    template <class TryJoin>
+    bool tryMany(std::size_t number, unsigned int vertex, const TryJoin& tryJoin) {
+        int trials = 0;
+        bool isJoined = false;
+        const auto visit = [&](std::size_t record) {
+            const std::size_t other = ownerOf(record);
+            isJoined = isHead(record) && isCandidate(number, other, vertex) && tryJoin(other);
+            return isJoined || ++trials == kMostTrials;
+        };
+        const Hub& hub = hubAt(vertex);
+        const Point outward = outwardDirection(chains_[number], vertex);
+        const Point sought = IsFinite(outward) ? outward * -1.0F : Point(0.0F, 0.0F, 0.0F);
+        return (hub.directions.search(sought, boundsOf(chains_[number]), visit) ||
+                std::any_of(hub.undirected.begin(), hub.undirected.end(), visit)) &&
+               isJoined;
+    }
+
+    /// Where a continuation of a chain that fits can lie.
+    ///
+    /// Straight: the sum of sin^2 between n + 1 directions and any axis is at least that of the
+    /// last two, 1 - |cosine| between them, and has to be below n + 1 times a limit. Unless that
+    /// is large, all directions are near an axis and none points back along the first, so the
+    /// cosine is positive. Arcs: two chords that subtend s and t turn by (s + t) / 2; their fan has
+    /// (sin s + sin t) / (s + t) of the sector's area, which has to be 0.825 and is below that for
+    /// turns of more than 61 degrees; alone they sweep s + t, the least of which is 22.5 degrees.
+    DirectionBounds boundsOf(const Chain& chain) const {
+        constexpr float kAnyCosine = 2.0F;
+        constexpr float kStraightSpread = 3.1e-6F; // Of FittingSystem::fitLine(), rounded up.
+        constexpr float kLargeSpread = 0.1F;
+        constexpr float kCosineOf62Degrees = 0.469F;
+        constexpr float kCosineOf11Degrees = 0.9817F;
+        if (straight_) {
+            const float spread = kStraightSpread * static_cast<float>(chain.segmentCount + 1);
+            return {spread < kLargeSpread ? 1.0F - spread - 1e-6F : -kAnyCosine, kAnyCosine};
+        }
+        return chain.segmentCount == 1 ? DirectionBounds{kCosineOf62Degrees, kCosineOf11Degrees}
+                                       : DirectionBounds{-kAnyCosine, kAnyCosine};
+    }
+
+    Hub& hubAt(unsigned int vertex) {
+        const auto found = hubs_.find(vertex);
+        if (found != hubs_.end()) {
+            return found->second;
+        }
+        std::vector<Directions::Entry> entries;
+        std::vector<std::size_t> undirected;
+        for (const std::size_t* end = ends_.begin(vertex); end != ends_.end(vertex); ++end) {
+            Record& record = records_[*end];
+            const Point direction = outwardDirection({&record, &record, 0}, vertex);
+            if (IsFinite(direction)) {
+                entries.push_back({direction, static_cast<std::uint32_t>(*end), isAlone(*end)});
+            } else {
+                undirected.push_back(*end);
+            }
+        }
+        return hubs_.emplace(vertex, Hub{Directions(std::move(entries)), std::move(undirected)})
+            .first->second;
+    }
+
+    /// Whether a record is a chain of one segment.
+    bool isAlone(std::size_t record) const {
+        const Record& r = records_[record];
+        return r.end - r.first == 2 && r.prev == nullptr && r.next == nullptr;
+    }
+
+    /// Two chains are joined at a vertex: their records there end at it no more, and are not alone
+    /// where else they end.
+    void takeOut(unsigned int vertex, const Chain& chain, const Chain& other) {
+        for (const Chain* const joined : {&chain, &other}) {
+            const Record& record = firstVertex(*joined) == vertex ? *joined->head : *joined->tail;
+            const auto number = static_cast<std::uint32_t>(&record - records_.data());
+            for (const unsigned int end : {indices_[record.first], indices_[record.end - 1]}) {
+                const auto hub = hubs_.find(end);
+                if (hub != hubs_.end() && end == vertex) {
+                    hub->second.directions.remove(number);
+                } else if (hub != hubs_.end()) {
+                    hub->second.directions.setJoined(number);
+                }
+            }
+        }
+    }
+
+    /// Whether a chain whose head was found at a vertex may continue another one there.
     bool isCandidate(std::size_t number, std::size_t other, unsigned int vertex) const {
         const Chain& r = chains_[number];
         const Chain& o = chains_[other];
-        const bool ends = firstVertex(o) == vertex || lastVertex(o) == vertex;
+        const bool ends = firstVertex(o) == vertex || (o.head == o.tail && lastVertex(o) == vertex);
         if (other == number || !ends || isClosed(o) || flagOf(o) != straight_ ||
             (r.head->kind | o.head->kind) == (kArcKind | kStraightKind)) {
             return false;
@@ -188,16 +294,43 @@ private:
                std::minmax({firstVertex(o), lastVertex(o)});
     }
 
-    /// The unit direction in which a chain leaves its end at a vertex.
+    /// The unit direction in which a chain leaves its end at a vertex: that of the first segment
+    /// there that leads anywhere. Not a number where there is none.
     Point outwardDirection(const Chain& chain, unsigned int vertex) const {
-        const bool atFirst = firstVertex(chain) == vertex;
-        const unsigned int other =
-            atFirst ? indices_[chain.head->first + 1] : indices_[chain.tail->end - 2];
-        const Point direction = vertices_.Position3(static_cast<int>(other)) -
-                                vertices_.Position3(static_cast<int>(vertex));
+        const Point& from = vertices_.Position3(static_cast<int>(vertex));
+        const Point* to = &from;
+        forEachSegmentFrom(chain, vertex, [&](unsigned int, unsigned int next) {
+            to = &vertices_.Position3(static_cast<int>(next));
+            return *to == from;
+        });
+        const Point direction = *to - from;
         // Not a number stays one; the vector class would stop at it.
         const float length = std::sqrt(direction.SquaredLength());
         return {direction[0] / length, direction[1] / length, direction[2] / length};
+    }
+
+    /// Walks a chain away from its end at a vertex as visit(from, to) while that returns true;
+    /// returns whether all of it was walked.
+    template <class Visit>
+    bool forEachSegmentFrom(const Chain& chain, unsigned int vertex, Visit visit) const {
+        if (firstVertex(chain) == vertex) {
+            for (const Record* record = chain.head; record != nullptr; record = record->next) {
+                for (std::uint32_t i = record->first; i < record->end; i += 2) {
+                    if (!visit(indices_[i], indices_[i + 1])) {
+                        return false;
+                    }
+                }
+            }
+            return true;
+        }
+        for (const Record* record = chain.tail; record != nullptr; record = record->prev) {
+            for (std::uint32_t i = record->end; i > record->first; i -= 2) {
+                if (!visit(indices_[i - 1], indices_[i - 2])) {
+                    return false;
+                }
+            }
+        }
+        return true;
     }
 
     /// Feeds a chain, walking away from a vertex, and tests the fit after every segment.
@@ -207,22 +340,8 @@ private:
             add(trial, from, to, atFront);
             return straight_ ? trial.fitLine() : !trial.couldFitCircle() || trial.fitCircle(&angle);
         };
-        if (firstVertex(chain) == vertex) {
-            for (const Record* record = chain.head; record != nullptr; record = record->next) {
-                for (std::uint32_t i = record->first; i < record->end; i += 2) {
-                    if (!accepts(indices_[i], indices_[i + 1])) {
-                        return false;
-                    }
-                }
-            }
-        } else {
-            for (const Record* record = chain.tail; record != nullptr; record = record->prev) {
-                for (std::uint32_t i = record->end; i > record->first; i -= 2) {
-                    if (!accepts(indices_[i - 1], indices_[i - 2])) {
-                        return false;
-                    }
-                }
-            }
+        if (!forEachSegmentFrom(chain, vertex, accepts)) {
+            return false;
         }
         return straight_ || angle >= kLeastArcAngle;
     }
@@ -272,7 +391,9 @@ private:
     unsigned int* indices_;
     std::vector<bool>& flags_;
     std::vector<unsigned char>* tags_;
+    std::vector<Record>& records_;
     EndsAtVertices ends_;
+    std::map<unsigned int, Hub> hubs_;
     std::vector<std::size_t> owner_;
     std::vector<Chain> chains_;
     FittingSystem system_;

@@ -4,6 +4,7 @@
 
 #include "linesets/RunChecks.h"
 #include "linesets/SegmentBuilders.h"
+#include "support/BestTime.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
@@ -460,15 +461,97 @@ TEST(JoinedRuns, LinesThatCrossKeepTheirDirections) {
     }
 }
 
-TEST(JoinedRuns, TheHubOfAWheelJoinsNothing) {
+// So many spokes around one vertex, evenly spread, each of some segments of its own.
+LineList Wheel(int spokes, int segments = 1) {
     LineList list;
     const unsigned int hub = list.addVertex(Vec3(1, 2, 3));
-    for (int i = 0; i < 100; ++i) {
-        const double angle = 3.141592653589793 * i / 50.0;
-        list.addSpoke(hub, Vec3(static_cast<float>(10.0 * std::cos(angle)),
-                                static_cast<float>(10.0 * std::sin(angle)), 0.0F));
+    for (int i = 0; i < spokes; ++i) {
+        const double angle = 2.0 * 3.141592653589793 * i / spokes;
+        const Vec3 tip(static_cast<float>(10.0 * std::cos(angle)),
+                       static_cast<float>(10.0 * std::sin(angle)), 0.0F);
+        unsigned int from = hub;
+        for (int k = 1; k <= segments; ++k) {
+            const float share = static_cast<float>(k) / static_cast<float>(segments);
+            const unsigned int to = list.addVertex(Vec3(1, 2, 3) + share * tip);
+            list.addSegment(from, to);
+            from = to;
+        }
     }
-    EXPECT_EQ(Joined(std::move(list).flagged()), Summary{});
+    return list;
+}
+
+TEST(JoinedRuns, OppositeSpokesOfAWheelAreStraightHoweverManyThereAre) {
+    Random random(5);
+    for (const int spokes : {2, 16, 18, 62, 64, 66, 1000}) {
+        const Summary expected(static_cast<std::size_t>(spokes / 2), {2, 2, kStraight});
+        const LineList wheel = Wheel(spokes).flagged();
+        EXPECT_EQ(Joined(wheel), spokes == 2 ? Summary{} : expected) << spokes;
+        EXPECT_EQ(Joined(Shuffled(wheel, random)), spokes == 2 ? Summary{} : expected) << spokes;
+        const Summary longer(static_cast<std::size_t>(spokes / 2), {2, 6, kStraight});
+        EXPECT_EQ(Joined(Wheel(spokes, 3).flagged()), spokes == 2 ? Summary{} : longer) << spokes;
+    }
+}
+
+TEST(JoinedRuns, SpokesInAllDirectionsOfSpaceFindTheirOpposites) {
+    // Of 99 lines through a point, and 40 half ones more.
+    LineList list;
+    Random random(6);
+    const unsigned int hub = list.addVertex(Vec3(1, 2, 3));
+    for (int i = 0; i < 139; ++i) {
+        Vec3 step(random.uniform(-1, 1), random.uniform(-1, 1), random.uniform(-1, 1));
+        step *= 8.0F;
+        list.addSpoke(hub, step);
+        if (i < 99) {
+            list.addSpoke(hub, -1.0F * step);
+        }
+    }
+    EXPECT_EQ(Joined(std::move(list).flagged()), (Summary(99, {2, 2, kStraight})));
+}
+
+TEST(JoinedRuns, CrowdsOfAnyKindKeepWhatAlwaysHolds) {
+    for (int trial = 0; trial < Scaled(20); ++trial) {
+        Random random(static_cast<std::uint64_t>(trial));
+        LineList list = Wheel(random.between(60, 200), random.between(1, 3));
+        for (std::size_t v = 1; v < list.positions.size(); v += 7) {
+            list.addSegment(0, static_cast<unsigned int>(v)); // doubled, or across others
+        }
+        for (int i = random.below(20); i > 0; --i) {
+            list.addSegment(0, i % 2 == 0 ? 0 : list.addVertex(list.positions[0]));
+        }
+        const int flagShare = 50 * random.below(3);
+        for (std::size_t i = 0; i < list.segmentCount(); ++i) {
+            list.flags.push_back(random.percent(flagShare));
+            list.tags.push_back(static_cast<unsigned char>(random.below(4)));
+        }
+        const LineList shuffled = Shuffled(list, random);
+        const Polylines lines = Checked(shuffled);
+        ASSERT_FALSE(HasFailure()) << "trial " << trial;
+        ASSERT_TRUE(Same(lines, Chain(shuffled))) << "trial " << trial;
+    }
+}
+
+TEST(JoinedRuns, AHubTakesAboutTheTimeOfItsSpokes) {
+    const auto secondsOf = [](const LineList& list) {
+        return test_support::SecondsOf([&] { EXPECT_TRUE(Chain(list).done); });
+    };
+    const double few = secondsOf(Wheel(2000).flagged());
+    EXPECT_LT(secondsOf(Wheel(32000).flagged()), 16 * 8 * few);
+    EXPECT_LT(secondsOf(Wheel(32000)), 16 * 8 * secondsOf(Wheel(2000)));
+}
+
+TEST(JoinedRuns, OnlyHeadsOfChainsAreCandidates) {
+    // The chain of the second and third piece has its tail where the first piece ends.
+    LineList list;
+    for (const float x : {0.0F, 1.0F, 2.0F, 3.0F}) {
+        list.addVertex(Vec3(x, 0, 1));
+    }
+    list.addSegment(0, 1);
+    list.addSegment(1, 2);
+    list.addSegment(2, 3);
+    for (const unsigned int vertex : {1U, 2U}) {
+        list.addSpoke(vertex, Vec3(0, 0, 7));
+    }
+    EXPECT_EQ(Joined(std::move(list).flagged()), (Summary{{3, 3, kStraight}}));
 }
 
 // --- Failure ---------------------------------------------------------------------------------
