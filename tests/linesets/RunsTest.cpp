@@ -535,8 +535,8 @@ TEST(JoinedRuns, AHubTakesAboutTheTimeOfItsSpokes) {
         return test_support::SecondsOf([&] { EXPECT_TRUE(Chain(list).done); });
     };
     const double few = secondsOf(Wheel(2000).flagged());
-    EXPECT_LT(secondsOf(Wheel(32000).flagged()), 16 * 8 * few);
-    EXPECT_LT(secondsOf(Wheel(32000)), 16 * 8 * secondsOf(Wheel(2000)));
+    EXPECT_LT(secondsOf(Wheel(16000).flagged()), 8 * 8 * few);
+    EXPECT_LT(secondsOf(Wheel(16000)), 8 * 8 * secondsOf(Wheel(2000)));
 }
 
 TEST(JoinedRuns, OnlyHeadsOfChainsAreCandidates) {
