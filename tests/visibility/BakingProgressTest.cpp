@@ -2,6 +2,7 @@
 // cancelled.
 #include <ctr/BakedTriangles.h>
 
+#include "linesets/SegmentBuilders.h"
 #include "support/ExactIntersections.h"
 #include "support/Scenes.h"
 #include "support/Stopper.h"
