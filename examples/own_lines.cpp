@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <iomanip>
 #include <iostream>
 #include <string>
@@ -75,7 +76,7 @@ LinePointer MakeAxis() {
 // away.
 std::vector<ctr::RationalInterval> Complement(const std::vector<ctr::RationalInterval>& hidden) {
     std::vector<ctr::RationalInterval> visible;
-    Wm4::Vector2<long> from(0, 1);
+    Wm4::Vector2<std::int64_t> from(0, 1);
     for (const ctr::RationalInterval& range : hidden) {
         if (ctr::RationalTools::GreaterThan(range.start, from)) {
             visible.push_back({from, range.start});

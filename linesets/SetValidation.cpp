@@ -7,11 +7,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 namespace ctr {
 namespace {
 
-bool IsParameter(const Wm4::Vector2<long>& fraction) {
+bool IsParameter(const Wm4::Vector2<std::int64_t>& fraction) {
     return fraction[0] >= 0 && fraction[1] > 0 && fraction[0] <= fraction[1];
 }
 

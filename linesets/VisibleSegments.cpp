@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <memory>
 
@@ -61,7 +62,7 @@ public:
     }
 
     /// The point where a hidden range begins or ends.
-    PieceEnd at(const Wm4::Vector2<long>& parameter) const {
+    PieceEnd at(const Wm4::Vector2<std::int64_t>& parameter) const {
         const float s = static_cast<float>(parameter[0]) / static_cast<float>(parameter[1]);
         const float t = (w0_ * s) / ((w0_ - w1_) * s + w1_);
         return {Interpolate(first.point, last.point, t), kNewVertex};
@@ -89,7 +90,7 @@ void AppendPieces(std::vector<PieceEnd>& ends,
     for (std::size_t i = 1; i < hidden.size(); ++i) {
         ends.insert(ends.end(), {segment.at(hidden[i - 1].end), segment.at(hidden[i].start)});
     }
-    const Wm4::Vector2<long>& last = hidden.back().end;
+    const Wm4::Vector2<std::int64_t>& last = hidden.back().end;
     if (last[0] < last[1]) {
         ends.insert(ends.end(), {segment.at(last), segment.last});
     }

@@ -20,6 +20,7 @@
 #include <cassert>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <typeinfo>
@@ -116,7 +117,7 @@ Winding AppendTriangle(BakedTriangles& baked, unsigned int a, unsigned int b, un
     const BakedVertex& p0 = baked.vertices[a];
     const GridVector ab = Difference(baked.vertices[b], p0);
     const GridVector ac = Difference(baked.vertices[c], p0);
-    const long area = CrossXY(ab, ac);
+    const std::int64_t area = CrossXY(ab, ac);
     if (area == 0) {
         return Winding::degenerate;
     }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 namespace ctr {
 namespace {
@@ -156,7 +157,7 @@ bool BakedTriangles::validate() const {
     return TrianglesHaveVertices(*this) && MeshesLeadToTriangles(*this) && walk.comesToAnEnd() &&
            walk.hasMetAllOnce() &&
            std::all_of(trianglePlanes.begin(), trianglePlanes.end(),
-                       [](const Wm4::Vector3<long>& normal) { return normal[2] < 0; }) &&
+                       [](const Wm4::Vector3<std::int64_t>& normal) { return normal[2] < 0; }) &&
            BoxesHoldWhatIsBelow(*this);
 }
 

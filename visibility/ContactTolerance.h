@@ -22,7 +22,7 @@
 namespace ctr {
 
 /// The largest change of a plane value when a point moves by one step along every axis.
-inline long ChangePerStep(const GridVector& normal) {
+inline std::int64_t ChangePerStep(const GridVector& normal) {
     return WrapAdd(WrapAdd(WrapSize(normal[0]), WrapSize(normal[1])), WrapSize(normal[2]));
 }
 
@@ -33,13 +33,14 @@ public:
     explicit ContactTolerance(const BakedTriangles& baked)
         : steps_(baked.contactTolerance == 0 || baked.projectionSpace == nullptr
                      ? 0
-                     : std::min(long{baked.contactTolerance}, MostSteps(*baked.projectionSpace))) {}
+                     : std::min(std::int64_t{baked.contactTolerance},
+                                MostSteps(*baked.projectionSpace))) {}
 
     bool operator==(const ContactTolerance&) const = default;
     bool isOff() const { return steps_ == 0; }
 
     /// Plane values up to this, on either side of the plane, are contact.
-    long bandOf(const GridVector& normal) const {
+    std::int64_t bandOf(const GridVector& normal) const {
         return WrapMultiply(steps_, ChangePerStep(normal));
     }
 
@@ -50,12 +51,12 @@ public:
     }
 
 private:
-    static long MostSteps(const DiscreteProjectionSpace& space) {
+    static std::int64_t MostSteps(const DiscreteProjectionSpace& space) {
         const std::uint32_t bits = std::clamp(std::min(space.xyBits, space.zBits), 2U, 32U);
-        return 1L << (bits - 2);
+        return std::int64_t{1} << (bits - 2);
     }
 
-    long steps_ = 0;
+    std::int64_t steps_ = 0;
 };
 
 } // namespace ctr

@@ -14,14 +14,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace ctr {
 namespace {
 
 /// Truncation toward zero, saturated: only grids beyond the documented bounds reach the limits.
-long SaturatedToLong(double value) {
+std::int64_t SaturatedToInteger(double value) {
     constexpr double kLimit = 4611686018427387904.0;
-    return static_cast<long>(std::clamp(value, -kLimit, kLimit));
+    return static_cast<std::int64_t>(std::clamp(value, -kLimit, kLimit));
 }
 
 /// The rounded ends, and what is computed of them, are off by less than this times the size of the
@@ -31,7 +32,7 @@ constexpr double kEndError = 0x1p-18;
 /// A linear function along the triangle edge on which an end of an intersection edge lies.
 class ValueAtEnd {
 public:
-    ValueAtEnd(const Fraction& t, long atStart, long atEnd)
+    ValueAtEnd(const Fraction& t, std::int64_t atStart, std::int64_t atEnd)
         : t_(t), atStart_(atStart), atEnd_(atEnd) {}
 
     /// The exact sign at the end.
@@ -48,19 +49,19 @@ public:
     }
 
     /// The value rounded toward the one at the start of the edge.
-    long rounded() const {
+    std::int64_t rounded() const {
         if (t_[0] == t_[1]) {
             return atEnd_;
         }
         const double t = static_cast<double>(t_[0]) / static_cast<double>(t_[1]);
         const auto change = static_cast<double>(WrapSubtract(atEnd_, atStart_));
-        return WrapAdd(atStart_, SaturatedToLong(t * change));
+        return WrapAdd(atStart_, SaturatedToInteger(t * change));
     }
 
 private:
     const Fraction& t_;
-    long atStart_;
-    long atEnd_;
+    std::int64_t atStart_;
+    std::int64_t atEnd_;
 };
 
 void EndOf(const tPointOnEdge& end, double (&p)[3]) {
@@ -109,7 +110,7 @@ struct CutOcclusion::Function {
         return {a, GridVector(e[1], -e[0], 0), closed};
     }
 
-    long at(const BakedVertex& p) const { return Dot(normal, Difference(p, origin)); }
+    std::int64_t at(const BakedVertex& p) const { return Dot(normal, Difference(p, origin)); }
     double at(const double (&p)[3]) const {
         return static_cast<double>(normal[0]) * (p[0] - origin.x) +
                static_cast<double>(normal[1]) * (p[1] - origin.y) +
@@ -158,8 +159,10 @@ bool CutOcclusion::narrowExactly(const Function& function, RationalInterval& ran
         return runsAlong ? function.isClosed : firstSign + secondSign < 0;
     }
     const bool entering = firstSign > 0;
-    const long value1 = entering ? std::max(first.rounded(), 1L) : std::min(first.rounded(), -1L);
-    const long value2 = entering ? std::min(second.rounded(), -1L) : std::max(second.rounded(), 1L);
+    const std::int64_t value1 = entering ? std::max(first.rounded(), std::int64_t{1})
+                                         : std::min(first.rounded(), -std::int64_t{1});
+    const std::int64_t value2 = entering ? std::min(second.rounded(), -std::int64_t{1})
+                                         : std::max(second.rounded(), std::int64_t{1});
     const Fraction crossing = MakeFraction(value1, WrapSubtract(value1, value2));
     if (entering && CompareFractions(crossing, range.start) > 0) {
         range.start = crossing;
@@ -171,7 +174,7 @@ bool CutOcclusion::narrowExactly(const Function& function, RationalInterval& ran
 
 /// Whether some of the range lies deeper behind a plane than the tolerance.
 bool CutOcclusion::reachesDeeper(const Function& plane, const RationalInterval& range) const {
-    const long deepest = WrapNegate(tolerance_.bandOf(plane.normal));
+    const std::int64_t deepest = WrapNegate(tolerance_.bandOf(plane.normal));
     const EndValues value{plane.at(edge_.first).rounded(), plane.at(edge_.second).rounded()};
     return value.isBelow(deepest, range.start) || value.isBelow(deepest, range.end);
 }

@@ -5,15 +5,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 
 namespace ctr {
 namespace {
 
 /// The most cells along either axis: few triangles would not pay for clearing many.
-long MostCells(std::size_t triangles) {
+std::int64_t MostCells(std::size_t triangles) {
     constexpr double kAnyway = 512.0;
-    return static_cast<long>(std::min(kAnyway, 8.0 * std::sqrt(static_cast<double>(triangles))));
+    return static_cast<std::int64_t>(
+        std::min(kAnyway, 8.0 * std::sqrt(static_cast<double>(triangles))));
 }
 
 /// Whether a box is on a screen of at most 2^30 steps, as all are whose bounds hold: products of
@@ -25,9 +27,9 @@ bool FitsProducts(const kx::kxBBox& box) {
 }
 
 /// A bound of a box in steps; a caller's box may reach farther than the grid.
-long StepsOf(float bound) {
+std::int64_t StepsOf(float bound) {
     constexpr float kFar = 0x1p31F;
-    return static_cast<long>(std::clamp(bound, -kFar, kFar));
+    return static_cast<std::int64_t>(std::clamp(bound, -kFar, kFar));
 }
 
 /// The columns of a row, from the first one of a triangle's box.
@@ -41,12 +43,17 @@ struct ColumnSpan {
 class CellSide {
 public:
     /// The cells start with the one that has this lower left corner.
-    CellSide(const BakedVertex& p, const BakedVertex& q, long x, long y, long size) {
+    CellSide(const BakedVertex& p,
+             const BakedVertex& q,
+             std::int64_t x,
+             std::int64_t y,
+             std::int64_t size) {
         // How far the triangle has to reach beyond the cell, as crossings of cuts are rounded.
-        constexpr long kRoundedSteps = 4;
+        constexpr std::int64_t kRoundedSteps = 4;
         const GridVector edge = Difference(q, p);
-        value_ = edge[0] * (y - p.y) - edge[1] * (x - p.x) + std::min(0L, edge[0] * size) +
-                 std::min(0L, -edge[1] * size) -
+        value_ = edge[0] * (y - p.y) - edge[1] * (x - p.x) +
+                 std::min(std::int64_t{0}, edge[0] * size) +
+                 std::min(std::int64_t{0}, -edge[1] * size) -
                  kRoundedSteps * (std::abs(edge[0]) + std::abs(edge[1]));
         perRow_ = edge[0] * size;
         perColumn_ = -edge[1] * size;
@@ -69,9 +76,9 @@ public:
     void goUp() { value_ += perRow_; }
 
 private:
-    long value_;
-    long perRow_;
-    long perColumn_;
+    std::int64_t value_;
+    std::int64_t perRow_;
+    std::int64_t perColumn_;
     double columns_;
 };
 
@@ -97,7 +104,7 @@ DepthMap::DepthMap(const BakedTriangles& baked, const OccluderTree& tree, WorkCo
 void DepthMap::layCells(const kx::kxBBox& box, std::size_t triangles) {
     constexpr double kShare = 0x1p-23;
     const auto below = [](double value) {
-        return static_cast<long>(std::floor(value - std::abs(value) * kShare));
+        return static_cast<std::int64_t>(std::floor(value - std::abs(value) * kShare));
     };
     originX_ = below(box.min[0]);
     originY_ = below(box.min[1]);
@@ -163,10 +170,10 @@ void DepthMap::choose(const BakedTriangles& baked,
 
 /// The cells that lie wholly within a box.
 DepthMap::Cells DepthMap::cellsWithin(Extent x, Extent y) const {
-    const long last = (1L << shift_) - 1;
-    return {std::max((x.min - originX_ + last) >> shift_, 0L),
+    const std::int64_t last = (std::int64_t{1} << shift_) - 1;
+    return {std::max((x.min - originX_ + last) >> shift_, std::int64_t{0}),
             std::min((x.max - originX_) >> shift_, columns_),
-            std::max((y.min - originY_ + last) >> shift_, 0L),
+            std::max((y.min - originY_ + last) >> shift_, std::int64_t{0}),
             std::min((y.max - originY_) >> shift_, rows_)};
 }
 
@@ -185,9 +192,9 @@ void DepthMap::fill(const BakedVertex* corners) {
     if (cells.none() || normal[2] >= 0) {
         return;
     }
-    const long size = 1L << shift_;
-    const long x = originX_ + (cells.firstX << shift_);
-    long y = originY_ + (cells.firstY << shift_);
+    const std::int64_t size = std::int64_t{1} << shift_;
+    const std::int64_t x = originX_ + (cells.firstX << shift_);
+    std::int64_t y = originY_ + (cells.firstY << shift_);
     CellSide sides[3] = {CellSide(corners[0], corners[1], x, y, size),
                          CellSide(corners[1], corners[2], x, y, size),
                          CellSide(corners[2], corners[0], x, y, size)};
@@ -200,7 +207,7 @@ void DepthMap::fill(const BakedVertex* corners) {
     const double first = corners[0].z + depthPerX * static_cast<double>(x - corners[0].x) +
                          std::max(0.0, depthPerX * cell) + std::max(0.0, depthPerY * cell) + 2.0 +
                          slack;
-    for (long row = cells.firstY; row < cells.endY; ++row, y += size) {
+    for (std::int64_t row = cells.firstY; row < cells.endY; ++row, y += size) {
         ColumnSpan span{0.0, static_cast<double>(cells.columns())};
         for (CellSide& side : sides) {
             side.narrow(span);
@@ -228,17 +235,18 @@ void DepthMap::fillRow(
 }
 
 bool DepthMap::hidesAround(const BakedVertex* corners) const {
-    constexpr long kSteps = 4 + 2; // With what hides() takes in.
+    constexpr std::int64_t kSteps = 4 + 2; // With what hides() takes in.
     if (isNearlyEmpty_) {
         return false;
     }
     const Extent x = extentOf(corners, &BakedVertex::x);
     const Extent y = extentOf(corners, &BakedVertex::y);
     const auto depth = static_cast<std::int32_t>(extentOf(corners, &BakedVertex::z).min);
-    const long lastColumn = (x.max + kSteps - originX_) >> shift_;
-    const long lastRow = (y.max + kSteps - originY_) >> shift_;
-    for (long row = (y.min - kSteps - originY_) >> shift_; row <= lastRow; ++row) {
-        for (long column = (x.min - kSteps - originX_) >> shift_; column <= lastColumn; ++column) {
+    const std::int64_t lastColumn = (x.max + kSteps - originX_) >> shift_;
+    const std::int64_t lastRow = (y.max + kSteps - originY_) >> shift_;
+    for (std::int64_t row = (y.min - kSteps - originY_) >> shift_; row <= lastRow; ++row) {
+        for (std::int64_t column = (x.min - kSteps - originX_) >> shift_; column <= lastColumn;
+             ++column) {
             if (!isFilled(column, row, depth)) {
                 return false;
             }
@@ -248,28 +256,30 @@ bool DepthMap::hidesAround(const BakedVertex* corners) const {
 }
 
 bool DepthMap::isFilledAlong(const BakedVertex& a, const BakedVertex& b) const {
-    constexpr long kSteps = 2; // One for rounded ends, one for the doubles here.
+    constexpr std::int64_t kSteps = 2; // One for rounded ends, one for the doubles here.
     const BakedVertex& low = a.y <= b.y ? a : b;
     const BakedVertex& high = a.y <= b.y ? b : a;
     const std::int32_t depth = std::min(a.z, b.z);
     const double slope = low.y == high.y ? 0.0
                                          : (static_cast<double>(high.x) - low.x) /
                                                (static_cast<double>(high.y) - low.y);
-    const long firstRow = (low.y - kSteps - originY_) >> shift_;
-    const long lastRow = (high.y + kSteps - originY_) >> shift_;
-    for (long row = firstRow; row <= lastRow; ++row) {
+    const std::int64_t firstRow = (low.y - kSteps - originY_) >> shift_;
+    const std::int64_t lastRow = (high.y + kSteps - originY_) >> shift_;
+    for (std::int64_t row = firstRow; row <= lastRow; ++row) {
         // Where the segment is within the row, and a little beyond.
-        const long bottom = std::max<long>(originY_ + (row << shift_) - kSteps, low.y);
-        const long top = std::min<long>(originY_ + ((row + 1) << shift_) + kSteps, high.y);
-        long from = low.x;
-        long to = high.x;
+        const std::int64_t bottom =
+            std::max<std::int64_t>(originY_ + (row << shift_) - kSteps, low.y);
+        const std::int64_t top =
+            std::min<std::int64_t>(originY_ + ((row + 1) << shift_) + kSteps, high.y);
+        std::int64_t from = low.x;
+        std::int64_t to = high.x;
         if (low.y != high.y) {
-            from = low.x + static_cast<long>(slope * static_cast<double>(bottom - low.y));
-            to = low.x + static_cast<long>(slope * static_cast<double>(top - low.y));
+            from = low.x + static_cast<std::int64_t>(slope * static_cast<double>(bottom - low.y));
+            to = low.x + static_cast<std::int64_t>(slope * static_cast<double>(top - low.y));
         }
-        const long firstColumn = (std::min(from, to) - kSteps - originX_) >> shift_;
-        const long lastColumn = (std::max(from, to) + kSteps - originX_) >> shift_;
-        for (long column = firstColumn; column <= lastColumn; ++column) {
+        const std::int64_t firstColumn = (std::min(from, to) - kSteps - originX_) >> shift_;
+        const std::int64_t lastColumn = (std::max(from, to) + kSteps - originX_) >> shift_;
+        for (std::int64_t column = firstColumn; column <= lastColumn; ++column) {
             if (!isFilled(column, row, depth)) {
                 return false;
             }

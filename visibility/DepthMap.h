@@ -42,13 +42,13 @@ public:
 
 private:
     struct Extent {
-        long min, max;
+        std::int64_t min, max;
     };
     struct Cells {
-        long firstX, endX, firstY, endY;
+        std::int64_t firstX, endX, firstY, endY;
         bool none() const { return firstX >= endX || firstY >= endY; }
-        long columns() const { return endX - firstX; }
-        long rows() const { return endY - firstY; }
+        std::int64_t columns() const { return endX - firstX; }
+        std::int64_t rows() const { return endY - firstY; }
     };
     /// Triangles whose boxes hold cells, and how many all of them do.
     struct Choice {
@@ -74,16 +74,16 @@ private:
     static void
     fillRow(std::int32_t* row, int from, int to, double depth, double perCell, double farthest);
     bool isFilledAlong(const BakedVertex& a, const BakedVertex& b) const;
-    bool isFilled(long column, long row, std::int32_t depth) const {
+    bool isFilled(std::int64_t column, std::int64_t row, std::int32_t depth) const {
         return column >= 0 && column < columns_ && row >= 0 && row < rows_ &&
                depths_[static_cast<std::size_t>(row * columns_ + column)] < depth;
     }
 
     int shift_ = 0; ///< A cell has 2^shift_ steps a side.
-    long originX_ = 0;
-    long originY_ = 0;
-    long columns_ = 0;
-    long rows_ = 0;
+    std::int64_t originX_ = 0;
+    std::int64_t originY_ = 0;
+    std::int64_t columns_ = 0;
+    std::int64_t rows_ = 0;
     std::vector<std::int32_t> depths_; ///< The least that is filled; row by row.
     ContactTolerance tolerance_;
     bool isNearlyEmpty_ = true;

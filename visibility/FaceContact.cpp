@@ -32,7 +32,7 @@ bool IsWithin(const BakedVertex& point, const FaceOnGrid& face) {
 bool SideLeavesBand(const BakedVertex& from,
                     const BakedVertex& to,
                     const FaceOnGrid& steep,
-                    long band) {
+                    std::int64_t band) {
     const BakedVertex* const p = steep.corners;
     const OutlineSides sides(p[0], p[1], p[2], from, to);
     if (sides.leaveNothing()) {
@@ -41,7 +41,7 @@ bool SideLeavesBand(const BakedVertex& from,
     const EndValues value{Dot(steep.normal, Difference(from, p[0])),
                           Dot(steep.normal, Difference(to, p[0]))};
     const EndValues negated{WrapNegate(value.atA), WrapNegate(value.atB)};
-    const long limit = WrapNegate(band);
+    const std::int64_t limit = WrapNegate(band);
     const HiddenCandidate within = sides.within();
     return within.isProper() &&
            (within.reachesBelow(limit, value) || within.reachesBelow(limit, negated));
@@ -52,11 +52,11 @@ bool SideLeavesBand(const BakedVertex& from,
 bool CornerLeavesBand(const BakedVertex& corner,
                       const FaceOnGrid& flat,
                       const GridVector& steepNormal,
-                      long band) {
+                      std::int64_t band) {
     if (!IsWithin(corner, flat)) {
         return false;
     }
-    const long value = Dot(flat.normal, Difference(corner, flat.corners[0]));
+    const std::int64_t value = Dot(flat.normal, Difference(corner, flat.corners[0]));
     return SizeOf(value) * SizeOf(steepNormal[2]) > Wide{band} * SizeOf(flat.normal[2]);
 }
 
@@ -66,7 +66,7 @@ bool AreInContact(const FaceOnGrid& a, const FaceOnGrid& b, const ContactToleran
     const bool isASteeper = IsSteeper(a.normal, b.normal);
     const FaceOnGrid& steep = isASteeper ? a : b;
     const FaceOnGrid& flat = isASteeper ? b : a;
-    const long band = tolerance.bandOf(steep.normal);
+    const std::int64_t band = tolerance.bandOf(steep.normal);
     for (int k = 0; k < 3; ++k) {
         if (CornerLeavesBand(steep.corners[k], flat, steep.normal, band) ||
             SideLeavesBand(flat.corners[k], flat.corners[(k + 1) % 3], steep, band)) {

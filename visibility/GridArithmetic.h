@@ -20,43 +20,44 @@
 
 namespace ctr {
 
-using GridVector = Wm4::Vector3<long>;
+using GridVector = Wm4::Vector3<std::int64_t>;
 /// (numerator, denominator), the denominator positive.
-using Fraction = Wm4::Vector2<long>;
+using Fraction = Wm4::Vector2<std::int64_t>;
 
-inline long WrapMultiply(long a, long b) {
-    return static_cast<long>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
+inline std::int64_t WrapMultiply(std::int64_t a, std::int64_t b) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
 }
-inline long WrapAdd(long a, long b) {
-    return static_cast<long>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
+inline std::int64_t WrapAdd(std::int64_t a, std::int64_t b) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
 }
-inline long WrapSubtract(long a, long b) {
-    return static_cast<long>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
+inline std::int64_t WrapSubtract(std::int64_t a, std::int64_t b) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
 }
 
-inline long WrapNegate(long value) {
+inline std::int64_t WrapNegate(std::int64_t value) {
     return WrapSubtract(0, value);
 }
 /// |value|
-inline long WrapSize(long value) {
+inline std::int64_t WrapSize(std::int64_t value) {
     return value < 0 ? WrapNegate(value) : value;
 }
 
-inline int SignOf(long value) {
+inline int SignOf(std::int64_t value) {
     return static_cast<int>(value > 0) - static_cast<int>(value < 0);
 }
 
 inline GridVector Difference(const BakedVertex& p, const BakedVertex& q) {
-    return {long{p.x} - long{q.x}, long{p.y} - long{q.y}, long{p.z} - long{q.z}};
+    return {std::int64_t{p.x} - std::int64_t{q.x}, std::int64_t{p.y} - std::int64_t{q.y},
+            std::int64_t{p.z} - std::int64_t{q.z}};
 }
 
 /// a d - b c
-inline long Determinant(long a, long b, long c, long d) {
+inline std::int64_t Determinant(std::int64_t a, std::int64_t b, std::int64_t c, std::int64_t d) {
     return WrapSubtract(WrapMultiply(a, d), WrapMultiply(b, c));
 }
 
 /// The cross product of the screen parts; positive when q turns left of p.
-inline long CrossXY(const GridVector& p, const GridVector& q) {
+inline std::int64_t CrossXY(const GridVector& p, const GridVector& q) {
     return Determinant(p[0], p[1], q[0], q[1]);
 }
 
@@ -71,13 +72,13 @@ inline GridVector NormalOf(const BakedVertex* corners) {
     return Cross(Difference(corners[2], corners[0]), Difference(corners[1], corners[0]));
 }
 
-inline long Dot(const GridVector& p, const GridVector& q) {
+inline std::int64_t Dot(const GridVector& p, const GridVector& q) {
     return WrapAdd(WrapAdd(WrapMultiply(p[0], q[0]), WrapMultiply(p[1], q[1])),
                    WrapMultiply(p[2], q[2]));
 }
 
 /// The fraction with its sign moved into the numerator.
-inline Fraction MakeFraction(long numerator, long denominator) {
+inline Fraction MakeFraction(std::int64_t numerator, std::int64_t denominator) {
     return denominator < 0 ? Fraction(WrapNegate(numerator), WrapNegate(denominator))
                            : Fraction(numerator, denominator);
 }

@@ -17,21 +17,22 @@
 #include "visibility/FractionOrder.h"
 #include "visibility/GridArithmetic.h"
 
+#include <cstdint>
 #include <optional>
 
 namespace ctr {
 
 /// Values of one linear function at the two ends of a segment.
 struct EndValues {
-    long atA;
-    long atB;
+    std::int64_t atA;
+    std::int64_t atB;
 
     /// Where the function is zero; the ends must differ.
     Fraction zero() const { return MakeFraction(atA, WrapSubtract(atA, atB)); }
 
     /// Whether the value at a parameter in [0, 1] is below a limit. It lies between those at the
     /// ends, so three terms below 2^125 are compared.
-    bool isBelow(long limit, const Fraction& t) const {
+    bool isBelow(std::int64_t limit, const Fraction& t) const {
         using Wide = __int128;
         return Wide{atA} * WrapSubtract(t[1], t[0]) + Wide{atB} * t[0] < Wide{limit} * t[1];
     }
@@ -65,7 +66,7 @@ struct HiddenCandidate {
     }
 
     /// Whether some of it has a value below a limit.
-    bool reachesBelow(long limit, const EndValues& value) const {
+    bool reachesBelow(std::int64_t limit, const EndValues& value) const {
         return (value.atA < limit && value.atB < limit) || value.isBelow(limit, start) ||
                value.isBelow(limit, end);
     }
@@ -107,7 +108,7 @@ public:
         const GridVector along = Difference(b, a);
         const auto sideValues = [&](const BakedVertex& q, const BakedVertex& r) {
             const GridVector edge = Difference(r, q);
-            const long side = CrossXY(edge, Difference(a, q));
+            const std::int64_t side = CrossXY(edge, Difference(a, q));
             return EndValues{side, WrapAdd(side, CrossXY(edge, along))};
         };
         sides_[0] = sideValues(p0, p1);

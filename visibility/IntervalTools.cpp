@@ -19,7 +19,7 @@ namespace {
 
 /// Compares by value, all negative numerators being equal and below everything else.
 /// CompareFractions() alone is no strict order among those.
-int CompareValues(const Wm4::Vector2<long>& a, const Wm4::Vector2<long>& b) {
+int CompareValues(const Wm4::Vector2<std::int64_t>& a, const Wm4::Vector2<std::int64_t>& b) {
     if (a[0] < 0 || b[0] < 0) {
         return static_cast<int>(b[0] < 0) - static_cast<int>(a[0] < 0);
     }
@@ -27,7 +27,7 @@ int CompareValues(const Wm4::Vector2<long>& a, const Wm4::Vector2<long>& b) {
 }
 
 /// Orders by value, equal values by numerator.
-int CompareWithForm(const Wm4::Vector2<long>& a, const Wm4::Vector2<long>& b) {
+int CompareWithForm(const Wm4::Vector2<std::int64_t>& a, const Wm4::Vector2<std::int64_t>& b) {
     const int order = CompareValues(a, b);
     return order != 0 ? order : static_cast<int>(a[0] > b[0]) - static_cast<int>(a[0] < b[0]);
 }

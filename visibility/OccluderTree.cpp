@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 
@@ -56,7 +57,7 @@ SegmentProbe::SegmentProbe(const BakedVertex& a, const BakedVertex& b) {
     for (int axis = 0; axis < 3; ++axis) {
         const auto [p, q] = ends[axis];
         from[axis] = static_cast<float>(p);
-        per[axis] = p != q ? 1.0F / static_cast<float>(long{q} - long{p}) : kSteep;
+        per[axis] = p != q ? 1.0F / static_cast<float>(std::int64_t{q} - std::int64_t{p}) : kSteep;
         largest = std::max({largest, std::abs(from[axis]), std::abs(static_cast<float>(q))});
     }
     const float margin = kMarginSteps + kMarginShare * largest;
@@ -166,7 +167,7 @@ OccluderTree::Boxes OccluderTree::boxesOf(Child leaf) const {
         const IntegerLanes b = NumbersOf(p + 1);
         const IntegerLanes c = NumbersOf(p + 2);
         const Lanes size = Most(Most(Lengths(b, a), Lengths(c, b)), Lengths(a, c));
-        const long twiceArea = CrossXY(Difference(p[1], p[0]), Difference(p[2], p[0]));
+        const std::int64_t twiceArea = CrossXY(Difference(p[1], p[0]), Difference(p[2], p[0]));
         const float perArea = 1.0F / std::max(std::abs(static_cast<float>(twiceArea)), 1.0F);
         // No side is longer, and no face of the box has less area than what it shows of the normal.
         const float longest = size[0] + size[1];

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <utility>
 
@@ -17,15 +18,15 @@ namespace {
 /// Some steps along every axis could bring each corner onto the plane. Rounding moves a corner by
 /// one step at most, and tilts the other triangle's plane as well.
 bool AreBesidePlane(const PlaneValues& values, const GridVector& n) {
-    constexpr long kSteps = 16;
-    const long reach = WrapMultiply(kSteps, ChangePerStep(n));
+    constexpr std::int64_t kSteps = 16;
+    const std::int64_t reach = WrapMultiply(kSteps, ChangePerStep(n));
     const auto& at = values.at;
     return std::min({at[0], at[1], at[2]}) >= WrapNegate(reach) &&
            std::max({at[0], at[1], at[2]}) <= reach;
 }
 
 /// floor(delta * part), the part being in [0, 1]; `guess` is off by less than a step.
-long ExactSteps(long delta, const Fraction& part, long guess) {
+std::int64_t ExactSteps(std::int64_t delta, const Fraction& part, std::int64_t guess) {
     using Wide = __int128;
     const Wide product = Wide{delta} * part[0];
     Wide steps = guess;
@@ -35,23 +36,23 @@ long ExactSteps(long delta, const Fraction& part, long guess) {
     while ((steps + 1) * part[1] <= product) {
         ++steps;
     }
-    return static_cast<long>(steps);
+    return static_cast<std::int64_t>(steps);
 }
 
 /// floor(p0 + (p1 - p0) * t), measured from the smaller end. The double is off by less than 2^-18,
 /// so the whole steps are sure unless it is close to a whole number.
 std::int32_t CoordinateAt(std::int32_t p0, std::int32_t p1, const Fraction& t, double share) {
     constexpr double kUnsure = 0x1p-16;
-    const long delta = std::abs(long{p1} - long{p0});
+    const std::int64_t delta = std::abs(std::int64_t{p1} - std::int64_t{p0});
     const bool rises = p1 >= p0;
-    long steps = 0;
+    std::int64_t steps = 0;
     if (t[0] < 0 || t[0] > t[1]) {
         using Wide = __int128; // only on grids too fine to be of use
         const Wide part = rises ? Wide{t[0]} : Wide{t[1]} - Wide{t[0]};
-        steps = static_cast<long>(Wide{delta} * part / t[1]);
+        steps = static_cast<std::int64_t>(Wide{delta} * part / t[1]);
     } else {
         const double guess = static_cast<double>(delta) * (rises ? share : 1.0 - share);
-        steps = static_cast<long>(guess);
+        steps = static_cast<std::int64_t>(guess);
         const double rest = guess - static_cast<double>(steps);
         if (rest < kUnsure || rest > 1.0 - kUnsure) {
             steps = ExactSteps(delta, {rises ? t[0] : t[1] - t[0], t[1]}, steps);
@@ -63,8 +64,8 @@ std::int32_t CoordinateAt(std::int32_t p0, std::int32_t p1, const Fraction& t, d
 /// An edge of a triangle that crosses a plane, with the plane's values at its ends.
 struct Crossing {
     int edge;
-    long from;
-    long to;
+    std::int64_t from;
+    std::int64_t to;
 };
 
 struct Crossings {
@@ -176,8 +177,8 @@ enum class OrderingAxis { none, x, y };
 OrderingAxis ChooseAxis(const Span& a, const Span& b) {
     const auto [minX, maxX] = std::minmax({a.low.x, a.high.x, b.low.x, b.high.x});
     const auto [minY, maxY] = std::minmax({a.low.y, a.high.y, b.low.y, b.high.y});
-    const long extentX = long{maxX} - long{minX};
-    const long extentY = long{maxY} - long{minY};
+    const std::int64_t extentX = std::int64_t{maxX} - std::int64_t{minX};
+    const std::int64_t extentY = std::int64_t{maxY} - std::int64_t{minY};
     if (extentX == 0 && extentY == 0) {
         return OrderingAxis::none;
     }
@@ -243,8 +244,8 @@ tPointOnEdge CrossingOf(const BakedVertex* corners,
                         const GridVector& normal) {
     const BakedVertex& start = corners[edge];
     const BakedVertex& end = corners[(edge + 1) % 3];
-    const long from = Dot(normal, Difference(start, origin));
-    const long to = Dot(normal, Difference(end, origin));
+    const std::int64_t from = Dot(normal, Difference(start, origin));
+    const std::int64_t to = Dot(normal, Difference(end, origin));
     const Fraction t = MakeFraction(from, WrapSubtract(from, to));
     return {start, end, PointAt(start, end, t), t};
 }

@@ -18,7 +18,7 @@ enum class EdgeOnPlane : std::uint8_t { touches, isInFront };
 
 /// Values of a plane at the corners of a triangle.
 struct PlaneValues {
-    long at[3];
+    std::int64_t at[3];
 
     PlaneValues(const BakedVertex* corners, const BakedVertex& origin, const GridVector& normal)
         : at{Dot(normal, Difference(corners[0], origin)),
@@ -27,8 +27,8 @@ struct PlaneValues {
 
     /// By sign bits: most pairs of triangles end here.
     bool straddle(EdgeOnPlane edge) const {
-        const long behind = at[0] | at[1] | at[2];
-        const long inFront = WrapNegate(at[0]) | WrapNegate(at[1]) | WrapNegate(at[2]);
+        const std::int64_t behind = at[0] | at[1] | at[2];
+        const std::int64_t inFront = WrapNegate(at[0]) | WrapNegate(at[1]) | WrapNegate(at[2]);
         return (behind & inFront) < 0 ||
                (edge == EdgeOnPlane::isInFront && behind < 0 && haveEdge());
     }

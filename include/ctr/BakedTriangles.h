@@ -173,7 +173,7 @@ public:
     /// Three a triangle, mesh by mesh: first the whole triangles in order, then the clipped ones.
     std::vector<unsigned int> triangleIndices;
     /// (P2 - P0) x (P1 - P0) of each triangle; the z component is negative: it faces the eye.
-    std::vector<Wm4::Vector3<long>> trianglePlanes;
+    std::vector<Wm4::Vector3<std::int64_t>> trianglePlanes;
     std::vector<unsigned int> meshFirstVertex;   ///< One a mesh, and the total.
     std::vector<unsigned int> meshFirstTriangle; ///< One a mesh, and the total.
     /// One word for each clipped triangle of a mesh. Bits 0-25: its triangle's number in the mesh.

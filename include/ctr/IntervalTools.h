@@ -5,6 +5,7 @@
 
 #include <Wm4Foundation.h>
 
+#include <cstdint>
 #include <vector>
 
 namespace ctr {
@@ -13,8 +14,8 @@ namespace ctr {
 ///
 /// Each end is (numerator, denominator) with a positive denominator, not reduced: 2/4 equals 1/2.
 struct RationalInterval {
-    Wm4::Vector2<long> start; ///< Not greater than the end.
-    Wm4::Vector2<long> end;   ///< Included.
+    Wm4::Vector2<std::int64_t> start; ///< Not greater than the end.
+    Wm4::Vector2<std::int64_t> end;   ///< Included.
 };
 
 /// Operations on lists of ranges of one edge. No state; any number of threads may call at once.

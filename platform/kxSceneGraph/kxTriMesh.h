@@ -7,6 +7,7 @@
 #include <kxSystem/kxExport.h>
 #include <kxSystem/kxPointer.h>
 
+#include <cstddef>
 #include <vector>
 
 namespace kx {
@@ -38,7 +39,8 @@ public:
         if (i < 0 || i >= kxTriMesh::GetTriangleQuantity()) {
             return false;
         }
-        const unsigned int* triangle = GetIndexBuffer()->GetData() + 3 * static_cast<long>(i);
+        const unsigned int* triangle =
+            GetIndexBuffer()->GetData() + 3 * static_cast<std::size_t>(i);
         a = static_cast<int>(triangle[0]);
         b = static_cast<int>(triangle[1]);
         c = static_cast<int>(triangle[2]);

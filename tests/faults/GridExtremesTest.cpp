@@ -42,7 +42,7 @@ using test_support::WriteDrawing;
 
 /// Ranges lie in order and apart, within 0 and 1, none of them a point.
 void ExpectRanges(const std::vector<ctr::RationalInterval>& ranges) {
-    Wm4::Vector2<long> before(0, 1);
+    Wm4::Vector2<std::int64_t> before(0, 1);
     for (std::size_t i = 0; i < ranges.size(); ++i) {
         EXPECT_GT(ranges[i].start[1], 0);
         EXPECT_GT(ranges[i].end[1], 0);
@@ -50,7 +50,7 @@ void ExpectRanges(const std::vector<ctr::RationalInterval>& ranges) {
         EXPECT_EQ(RationalTools::GreaterThan(ranges[i].end, ranges[i].start), 1);
         before = ranges[i].end;
     }
-    EXPECT_LE(RationalTools::GreaterThan(before, Wm4::Vector2<long>(1, 1)), 0);
+    EXPECT_LE(RationalTools::GreaterThan(before, Wm4::Vector2<std::int64_t>(1, 1)), 0);
 }
 
 void ExpectRecords(const LineSegmentSet& set) {

@@ -212,7 +212,7 @@ TEST_F(ChangedOccluders, MayBecomeFewer) {
     fewer.initialize();
     baked().vertices = fewer.vertices;
     baked().triangleIndices = fewer.triangleIndices;
-    baked().trianglePlanes = std::vector<Wm4::Vector3<long>>(fewer.trianglePlanes);
+    baked().trianglePlanes = std::vector<Wm4::Vector3<std::int64_t>>(fewer.trianglePlanes);
     baked().bvh = fewer.bvh;
     expectFreshAnswers();
 }

@@ -138,7 +138,7 @@ inline void AppendPieces(std::vector<Piece>& pieces,
         clip.t1 == 1.0F ? segment.second : Between(segment.first, segment.second, clip.t1);
     const Vec3 q0 = Between(segment.first, segment.second, clip.t0);
     const Vec3 q1 = Between(segment.first, segment.second, clip.t1);
-    const auto at = [&](const Wm4::Vector2<long>& fraction) {
+    const auto at = [&](const Wm4::Vector2<std::int64_t>& fraction) {
         const float s = static_cast<float>(fraction[0]) / static_cast<float>(fraction[1]);
         return Between(q0, q1, clip.w0 * s / ((clip.w0 - clip.w1) * s + clip.w1));
     };

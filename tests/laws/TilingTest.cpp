@@ -33,7 +33,7 @@ using test_support::Scaled;
 using test_support::Scene;
 using test_support::SetPointer;
 using ClipRange = ctr::LineSegmentSet::ClipRange;
-using Number = Wm4::Vector2<long>;
+using Number = Wm4::Vector2<std::int64_t>;
 using Stretch = std::pair<float, float>;
 
 testing::AssertionResult AreDisjointAndInOrder(const Intervals& ranges) {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <tuple>
 #include <utility>
@@ -266,7 +267,7 @@ struct Expected {
     Indices indices;
 };
 
-float AsFloat(const Wm4::Vector2<long>& fraction) {
+float AsFloat(const Wm4::Vector2<std::int64_t>& fraction) {
     return static_cast<float>(fraction[0]) / static_cast<float>(fraction[1]);
 }
 
@@ -294,7 +295,7 @@ std::vector<std::pair<End, End>> PiecesOf(const LineSegmentSet& set, std::size_t
     const Vec3& pb = set.GetVertexBuffer()->Position3(b);
     const Vec3 q0 = Between(pa, pb, clip.t0);
     const Vec3 q1 = Between(pa, pb, clip.t1);
-    const auto map = [&](const Wm4::Vector2<long>& fraction) {
+    const auto map = [&](const Wm4::Vector2<std::int64_t>& fraction) {
         const float s = AsFloat(fraction);
         const float t = (clip.w0 * s) / ((clip.w0 - clip.w1) * s + clip.w1);
         return End{-1, Between(q0, q1, t)};

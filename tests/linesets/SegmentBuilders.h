@@ -116,8 +116,8 @@ inline std::vector<std::pair<Vec3, Vec3>> EndsOf(const ctr::LineSegmentSet& set)
 inline ctr::RationalInterval
 Range(long startNumerator, long startDenominator, long endNumerator, long endDenominator) {
     ctr::RationalInterval range;
-    range.start = Wm4::Vector2<long>(startNumerator, startDenominator);
-    range.end = Wm4::Vector2<long>(endNumerator, endDenominator);
+    range.start = Wm4::Vector2<std::int64_t>(startNumerator, startDenominator);
+    range.end = Wm4::Vector2<std::int64_t>(endNumerator, endDenominator);
     return range;
 }
 

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdint>
 #include <limits>
 #include <string>
 
@@ -150,7 +151,8 @@ TEST(Matrix, MovesARowVectorByItsFourthRow) {
 // Grid vectors hold whole numbers that a double cannot.
 TEST(Vector, OfLongsIsExact) {
     constexpr long kOdd = (1L << 53) + 1;
-    const Wm4::Vector3<long> sum = Wm4::Vector3<long>(kOdd, 0, -kOdd) + Wm4::Vector3<long>(2, 3, 4);
+    const Wm4::Vector3<std::int64_t> sum =
+        Wm4::Vector3<std::int64_t>(kOdd, 0, -kOdd) + Wm4::Vector3<std::int64_t>(2, 3, 4);
     EXPECT_EQ(sum.X(), kOdd + 2);
     EXPECT_EQ(sum.Y(), 3);
     EXPECT_EQ(sum.Z(), 4 - kOdd);

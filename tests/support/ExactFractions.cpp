@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <tuple>
 
 namespace test_support {
@@ -90,7 +91,7 @@ std::string Digits(Wide value) {
 
 } // namespace
 
-Fraction ToFraction(const Wm4::Vector2<long>& value) {
+Fraction ToFraction(const Wm4::Vector2<std::int64_t>& value) {
     return {value.X(), value.Y()};
 }
 
@@ -100,11 +101,11 @@ int Compare(const Fraction& a, const Fraction& b) {
     return left < right ? -1 : static_cast<int>(left > right);
 }
 
-int Compare(const Wm4::Vector2<long>& a, const Wm4::Vector2<long>& b) {
+int Compare(const Wm4::Vector2<std::int64_t>& a, const Wm4::Vector2<std::int64_t>& b) {
     return Compare(ToFraction(a), ToFraction(b));
 }
 
-bool SameForm(const Wm4::Vector2<long>& a, const Wm4::Vector2<long>& b) {
+bool SameForm(const Wm4::Vector2<std::int64_t>& a, const Wm4::Vector2<std::int64_t>& b) {
     return a.X() == b.X() && (a.X() == 0 || a.Y() == b.Y());
 }
 

@@ -4,6 +4,7 @@
 
 #include <ctr/IntervalTools.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -18,14 +19,14 @@ struct Fraction {
     Wide denominator = 1;
 };
 
-Fraction ToFraction(const Wm4::Vector2<long>& value);
+Fraction ToFraction(const Wm4::Vector2<std::int64_t>& value);
 
 /// -1, 0 or 1 as a is below, equal to or above b.
 int Compare(const Fraction& a, const Fraction& b);
-int Compare(const Wm4::Vector2<long>& a, const Wm4::Vector2<long>& b);
+int Compare(const Wm4::Vector2<std::int64_t>& a, const Wm4::Vector2<std::int64_t>& b);
 
 /// Whether two fractions are written alike; zero has one form only, whatever is below the line.
-bool SameForm(const Wm4::Vector2<long>& a, const Wm4::Vector2<long>& b);
+bool SameForm(const Wm4::Vector2<std::int64_t>& a, const Wm4::Vector2<std::int64_t>& b);
 bool SameForm(const ctr::RationalInterval& a, const ctr::RationalInterval& b);
 bool SameForm(const std::vector<ctr::RationalInterval>& a,
               const std::vector<ctr::RationalInterval>& b);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <numeric>
 
 namespace test_support {
@@ -27,7 +28,7 @@ Corners CornersOf(const BakedTriangles& baked, unsigned int triangle) {
 }
 
 Normal NormalOf(const BakedTriangles& baked, unsigned int triangle) {
-    const Wm4::Vector3<long>& n = baked.trianglePlanes[triangle];
+    const Wm4::Vector3<std::int64_t>& n = baked.trianglePlanes[triangle];
     return {n[0], n[1], n[2]};
 }
 
@@ -234,7 +235,7 @@ bool NarrowBy(Window& window, const Cut& cut, const Function& f, bool isClosed =
                   {f(cut.second.from), f(cut.second.to)}, cut.second.t, isClosed);
 }
 
-Wm4::Vector2<long> Narrowed(const Fraction& f) {
+Wm4::Vector2<std::int64_t> Narrowed(const Fraction& f) {
     return {static_cast<long>(f.numerator), static_cast<long>(f.denominator)};
 }
 
@@ -249,9 +250,9 @@ ScreenBox BoxAround(const Cut& cut) {
 // --- what remains visible ---
 
 std::vector<ctr::RationalInterval> Complement(const std::vector<ctr::RationalInterval>& hidden) {
-    const Wm4::Vector2<long> whole(1, 1);
+    const Wm4::Vector2<std::int64_t> whole(1, 1);
     std::vector<ctr::RationalInterval> visible;
-    Wm4::Vector2<long> from(0, 1);
+    Wm4::Vector2<std::int64_t> from(0, 1);
     for (const ctr::RationalInterval& range : hidden) {
         if (Compare(range.start, from) > 0) {
             visible.push_back({from, range.start});

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
 namespace test_support {
 
@@ -94,7 +95,7 @@ struct Bounds {
     bool areOnePoint() const { return !none && Compare(start, end) == 0; }
 };
 
-Wm4::Vector2<long> Narrow(const Fraction& value) {
+Wm4::Vector2<std::int64_t> Narrow(const Fraction& value) {
     return {static_cast<long>(value.numerator), static_cast<long>(value.denominator)};
 }
 

@@ -5,25 +5,26 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace test_support {
 
 namespace {
 
-Wm4::Vector2<long> AnyEnd(Random& random) {
+Wm4::Vector2<std::int64_t> AnyEnd(Random& random) {
     const long denominator = random.between(1, 8);
     const long factor = random.percent(40) ? random.between(2, 4) : 1;
     return {random.between(0, static_cast<int>(denominator)) * factor, denominator * factor};
 }
 
 // Values that no 64-bit product can tell apart.
-Wm4::Vector2<long> AnyLargeEnd(Random& random) {
+Wm4::Vector2<std::int64_t> AnyLargeEnd(Random& random) {
     const long denominator = (1L << 62U) - random.between(0, 3);
     return {(1L << 61U) + random.between(-3, 3), denominator};
 }
 
-ctr::RationalInterval AnyRange(Random& random, Wm4::Vector2<long> (*anyEnd)(Random&)) {
+ctr::RationalInterval AnyRange(Random& random, Wm4::Vector2<std::int64_t> (*anyEnd)(Random&)) {
     ctr::RationalInterval interval{anyEnd(random), anyEnd(random)};
     if (Compare(interval.start, interval.end) > 0) {
         std::swap(interval.start, interval.end);

@@ -40,7 +40,7 @@ using test_support::Text;
 using test_support::Triangle;
 
 using Intervals = std::vector<RationalInterval>;
-using Fraction = Wm4::Vector2<long>;
+using Fraction = Wm4::Vector2<std::int64_t>;
 
 RationalInterval
 Range(long startNumerator, long startDenominator, long endNumerator, long endDenominator) {

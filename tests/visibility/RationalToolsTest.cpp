@@ -11,7 +11,7 @@
 namespace {
 
 using ctr::RationalTools;
-using Rational = Wm4::Vector2<long>;
+using Rational = Wm4::Vector2<std::int64_t>;
 using test_support::Random;
 using test_support::Scaled;
 

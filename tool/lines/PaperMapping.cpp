@@ -5,6 +5,7 @@
 #include <ctr/ExportParameters.h>
 #include <ctr/RationalTools.h>
 
+#include <cstdint>
 #include <utility>
 
 namespace kxcontour {
@@ -12,7 +13,7 @@ namespace {
 
 using ctr::LineSegmentSet;
 using ctr::RationalInterval;
-using Fraction = Wm4::Vector2<long>;
+using Fraction = Wm4::Vector2<std::int64_t>;
 using Position = Wm4::Vector3<float>;
 using LineSetPointer = kx::kxPointer<LineSegmentSet>;
 

@@ -5,6 +5,7 @@
 #include "paper/Plane.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace kxcontour {
 namespace {
@@ -20,7 +21,7 @@ struct VisibleRange {
     double at(double share) const { return from + share * (to - from); }
 };
 
-double ValueOf(const Wm4::Vector2<long>& fraction) {
+double ValueOf(const Wm4::Vector2<std::int64_t>& fraction) {
     return static_cast<double>(fraction[0]) / static_cast<double>(fraction[1]);
 }
 

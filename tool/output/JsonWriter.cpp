@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <nlohmann/json.hpp>
 
 namespace kxcontour {
@@ -46,7 +47,7 @@ void WriteCoordinates(BufferedFile& file, const Point& point) {
     WriteList(file, std::array{point.x, point.y}, [&](double value) { WriteNumber(file, value); });
 }
 
-void WriteFraction(BufferedFile& file, const Wm4::Vector2<long>& fraction) {
+void WriteFraction(BufferedFile& file, const Wm4::Vector2<std::int64_t>& fraction) {
     file << '[' << std::int64_t{fraction[0]} << ',' << std::int64_t{fraction[1]} << ']';
 }
 
