@@ -38,20 +38,23 @@ public:
     class ChangeCount {
     public:
         ChangeCount() = default;
-        ChangeCount(const ChangeCount& /*other*/) {}
-        ChangeCount(ChangeCount&& other) noexcept { ++other; }
+        ChangeCount(const ChangeCount& /*other*/) {}           ///< Starts at 0.
+        ChangeCount(ChangeCount&& other) noexcept { ++other; } ///< The other one has changed.
         ~ChangeCount() = default;
+        /// One more change of this object.
         ChangeCount& operator=(const ChangeCount& /*other*/) { return ++*this; }
+        /// One more change of either object.
         ChangeCount& operator=(ChangeCount&& other) noexcept {
             ++other;
             return ++*this;
         }
+        /// One more change.
         ChangeCount& operator++() {
             ++changes_;
             return *this;
         }
 
-        operator std::uint64_t() const { return changes_; }
+        operator std::uint64_t() const { return changes_; } ///< How many there were.
 
     private:
         std::uint64_t changes_ = 0;

@@ -25,8 +25,8 @@ struct GeometricFeatures {
 
 /// The lines of one mesh in world space, with hidden ranges; null where it has none.
 struct MeshFeatures {
-    kx::kxPointer<LineSegmentSet> silhouetteEdges;
-    kx::kxPointer<LineSegmentSet> creaseEdges; ///< Without those that are silhouettes.
+    kx::kxPointer<LineSegmentSet> silhouetteEdges; ///< Where the surface folds over or ends.
+    kx::kxPointer<LineSegmentSet> creaseEdges;     ///< Without those that are silhouettes.
 };
 
 /// The lines of one drawing, mesh by mesh.
@@ -38,9 +38,9 @@ struct FeaturesByMesh {
 
 /// Which lines are looked for.
 struct FeatureChoice {
-    bool silhouettes = true;
-    bool creases = true; ///< All of them where silhouettes are not looked for.
-    bool intersections = true;
+    bool silhouettes = true;          ///< Of every mesh.
+    bool creases = true;              ///< All of them where silhouettes are not looked for.
+    bool intersections = true;        ///< Of all meshes together.
     bool hiddenIntersections = false; ///< Of other lines, hidden parts are known anyway.
 };
 
