@@ -91,13 +91,13 @@ kx::kxPointer<LineSegmentSet> Without(kx::kxPointer<LineSegmentSet> creases,
 }
 
 /// What the parts of a run take, in nanoseconds on one processor of 2022. Models differ by factors
-/// of three and more; with these, the run of nine models of 5,000 to 1.3 million triangles is at
-/// half after 0.32 to 0.68 of its time.
+/// of three and more.
 namespace cost {
 constexpr double kOutlinesPerTriangle = 60.0;
 constexpr double kHidingPerSegment = 2500.0;
 constexpr double kPairsPerTriangle = 1000.0;
-constexpr double kPiecesPerTriangle = 800.0;
+constexpr double kPiecesPerEdge = 4000.0;
+constexpr double kEdgesPerTriangle = 0.2;
 constexpr double kSegmentsPerTriangle = 0.1;
 } // namespace cost
 
@@ -267,7 +267,8 @@ FeaturesByMesh GeometricFeaturesGenerator::tInternal::computeFeaturesByMesh(
     constexpr double kCountsPerTriangle = 4.0;
     const auto triangles = static_cast<double>(exportBaked[cluster].trianglePlanes.size());
     const double perPair = choice.intersections ? cost::kPairsPerTriangle : 0.0;
-    const double perPiece = choice.intersections ? cost::kPiecesPerTriangle : 0.0;
+    const double perPiece =
+        choice.intersections ? cost::kEdgesPerTriangle * cost::kPiecesPerEdge : 0.0;
     const double perHiding = cost::kSegmentsPerTriangle * cost::kHidingPerSegment;
     FeaturesByMesh features;
     work.begin(kCountsPerTriangle * triangles, cost::kOutlinesPerTriangle * triangles,
@@ -327,7 +328,20 @@ void GeometricFeaturesGenerator::tInternal::findIntersections(FeaturesByMesh& fe
                                                               Work& work) {
     const LaidOutTriangles triangles{&exportBaked[cluster], exportOcclusion[cluster].layout()};
     const LaidOutTriangles occluders{&occluderBaked[cluster], occluderOcclusion[cluster].layout()};
-    const std::vector<FoundIntersection> edges = FindIntersectionEdges(triangles, !hidden, &work);
+    // How many edges there are is told from those found among the triangles that are done.
+    constexpr std::size_t kTrianglesPerEstimate = 1024;
+    const auto all = static_cast<double>(exportBaked[cluster].trianglePlanes.size());
+    std::size_t count = 0;
+    const auto estimate = [&](std::size_t found) {
+        if (++count % kTrianglesPerEstimate == 0) {
+            const auto done = static_cast<double>(count);
+            const double edges = static_cast<double>(found) * all / done;
+            work.correct(all - done, cost::kPairsPerTriangle * (all - done),
+                         cost::kPiecesPerEdge * edges);
+        }
+    };
+    const std::vector<FoundIntersection> edges =
+        FindIntersectionEdges(triangles, !hidden, &work, estimate);
     work.begin(static_cast<double>(edges.size()), 1.0, 0.0);
     features.intersectionEdges = PiecesOfEdges(
         edges, triangles, &occluders, &work, hidden ? &features.hiddenIntersectionEdges : nullptr);

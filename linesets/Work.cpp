@@ -35,10 +35,14 @@ Work::Work(kx::kxProgressNotifierInterface* host) : WorkCounter(host), host_(hos
 void Work::begin(double items, double cost, double costAfterwards) {
     look();
     tell(partEnd_);
+    correct(items, cost, costAfterwards);
+}
+
+void Work::correct(double itemsLeft, double cost, double costAfterwards) {
     const double share = cost > 0.0 ? cost / (cost + costAfterwards) : 0.0;
-    partBegin_ = partEnd_;
-    partEnd_ = std::min(kSteps, partEnd_ + share * (kSteps - partEnd_));
-    items_ = items;
+    partBegin_ = told_;
+    partEnd_ = std::min(kSteps, told_ + share * (kSteps - told_));
+    items_ = itemsLeft;
     done_ = 0.0;
 }
 
@@ -65,9 +69,12 @@ void Work::advance(double items) {
 
 /// The run goes on to a step, if it is not there yet.
 void Work::tell(double steps) {
-    if (host_ != nullptr && steps > told_) {
-        host_->advance(steps - told_);
-        told_ += steps - told_;
+    if (steps > told_) {
+        const double more = steps - told_;
+        told_ += more;
+        if (host_ != nullptr) {
+            host_->advance(more);
+        }
     }
 }
 

@@ -56,6 +56,8 @@ public:
 
     /// Ends the current part and begins one of so many items. The unit of both costs is open.
     void begin(double items, double cost, double costAfterwards);
+    /// The same for what is left of the current part, which goes on.
+    void correct(double itemsLeft, double cost, double costAfterwards);
     /// Ends the last part, and with it the run, exactly at its total.
     void finish();
 

@@ -6,6 +6,8 @@
 #include "visibility/DepthMap.h"
 #include "visibility/IntersectionEdge.h"
 
+#include <cstddef>
+#include <functional>
 #include <vector>
 
 namespace ctr {
@@ -17,10 +19,13 @@ struct LaidOutTriangles {
 };
 
 /// The edges along which triangles pierce each other; with `visibleOnly`, some of those that nobody
-/// sees may be left out. Advances one step per triangle; throws Cancelled.
-std::vector<FoundIntersection> FindIntersectionEdges(const LaidOutTriangles& triangles,
-                                                     bool visibleOnly,
-                                                     kx::kxProgressNotifierInterface* notifier);
+/// sees may be left out. Advances one step per triangle, after which `triangleDone` is called with
+/// the number of edges found so far; throws Cancelled.
+std::vector<FoundIntersection>
+FindIntersectionEdges(const LaidOutTriangles& triangles,
+                      bool visibleOnly,
+                      kx::kxProgressNotifierInterface* notifier,
+                      const std::function<void(std::size_t)>& triangleDone = {});
 
 /// The visible pieces of edges found, and in hidden (may be null) the hidden ones. The occluders
 /// hide edges too; null for no occluders. Where a layout is missing, one is made if it pays. The

@@ -51,7 +51,7 @@ bool BoxesMeet(const OccluderTree::Triangle& a, const OccluderTree::Triangle& b)
 
 PairSearch::PairSearch(const BakedTriangles& baked,
                        const std::vector<Triangle>& triangles,
-                       std::function<void()> triangleDone,
+                       std::function<void(std::size_t)> triangleDone,
                        WorkCounter& work)
     : baked_(baked), triangles_(triangles), triangleDone_(std::move(triangleDone)), work_(work),
       edgeOnPlane_(baked.contactTolerance == 0 ? EdgeOnPlane::touches : EdgeOnPlane::isInFront) {
@@ -99,7 +99,7 @@ std::vector<FoundIntersection> PairSearch::run() {
     }
     // What no leaf holds is met by nothing.
     for (; done_ < baked_.trianglePlanes.size(); ++done_) {
-        triangleDone_();
+        triangleDone_(found_.size());
     }
     std::sort(found_.begin(), found_.end(), [this](const auto& x, const auto& y) {
         work_.count(1);
@@ -131,7 +131,7 @@ void PairSearch::finishLeaf(const HierarchyNode& leaf) {
         }
     }
     for (std::uint32_t slot = FirstSlot(leaf); slot < end; ++slot, ++done_) {
-        triangleDone_();
+        triangleDone_(found_.size());
     }
 }
 

@@ -21,10 +21,10 @@ namespace ctr {
 class PairSearch {
 public:
     /// The triangles, slot by slot, are borrowed. `triangleDone` is called once per triangle, when
-    /// about its share of the work is done.
+    /// about its share of the work is done, with the number of edges found so far.
     PairSearch(const BakedTriangles& baked,
                const std::vector<OccluderTree::Triangle>& triangles,
-               std::function<void()> triangleDone,
+               std::function<void(std::size_t)> triangleDone,
                WorkCounter& work);
 
     /// Leaves out pairs of which both are marked, slot by slot.
@@ -77,7 +77,7 @@ private:
 
     const BakedTriangles& baked_;
     const std::vector<Triangle>& triangles_;
-    std::function<void()> triangleDone_;
+    std::function<void(std::size_t)> triangleDone_;
     WorkCounter& work_;
     EdgeOnPlane edgeOnPlane_;     ///< In front with a contact tolerance only.
     float rounding_[3] = {};      ///< How far products with a coordinate may be off, by axis.

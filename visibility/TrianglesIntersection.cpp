@@ -275,18 +275,23 @@ LineSegmentSet* MakeSet(const std::vector<Point>& pieces) {
 
 } // namespace
 
-std::vector<FoundIntersection> FindIntersectionEdges(const LaidOutTriangles& triangles,
-                                                     bool visibleOnly,
-                                                     kx::kxProgressNotifierInterface* notifier) {
+std::vector<FoundIntersection>
+FindIntersectionEdges(const LaidOutTriangles& triangles,
+                      bool visibleOnly,
+                      kx::kxProgressNotifierInterface* notifier,
+                      const std::function<void(std::size_t)>& triangleDone) {
     // Fewer are tested as quickly as looked up.
     constexpr std::size_t kManyTriangles = 4096;
     WorkCounter work(notifier);
-    const auto triangleDone = [notifier] {
+    const auto advance = [&](std::size_t found) {
         if (notifier != nullptr) {
             notifier->advance(1.0);
             if (notifier->isCanceled()) {
                 throw Cancelled();
             }
+        }
+        if (triangleDone) {
+            triangleDone(found);
         }
     };
     const auto& [baked, layout] = triangles;
@@ -296,9 +301,9 @@ std::vector<FoundIntersection> FindIntersectionEdges(const LaidOutTriangles& tri
     assert(HierarchyLeadsToTriangles(*baked));
     if (layout == nullptr) {
         const std::vector<OccluderTree::Triangle> own = TrianglesBySlot(*baked, work);
-        return PairSearch(*baked, own, triangleDone, work).run();
+        return PairSearch(*baked, own, advance, work).run();
     }
-    PairSearch search(*baked, layout->tree.triangles(), triangleDone, work);
+    PairSearch search(*baked, layout->tree.triangles(), advance, work);
     if (visibleOnly && layout->tree.triangles().size() >= kManyTriangles &&
         !layout->map.isNearlyEmpty()) {
         search.leaveOut(UnseenTriangles(*layout, work));
