@@ -587,14 +587,14 @@ private:
 };
 
 /// What is left of a search that is cancelled among the groups.
-enum class Cancelled { kKeepsFirstGroups, kKeepsNothing };
+enum class WhenCancelled { kKeepsFirstGroups, kKeepsNothing };
 
 bool FindCreases(std::vector<CreaseEdgeInfo>& edges,
                  const kx::kxVertexBuffer* vertices,
                  const kx::kxIndexBuffer* triangles,
                  float angleInDegrees,
                  const kx::kxCancelInterfaceReadOnly& cancel,
-                 Cancelled cancelled) {
+                 WhenCancelled cancelled) {
     edges.clear();
     if (!HasVertices(vertices) || triangles == nullptr) {
         return false;
@@ -609,7 +609,7 @@ bool FindCreases(std::vector<CreaseEdgeInfo>& edges,
     std::size_t groups = 0;
     const bool isSorted = search.findCreases(edges, groups, polls) && search.sort(edges, polls);
     const bool isDone = isSorted && polls.finish(groups);
-    if (!isDone && cancelled == Cancelled::kKeepsFirstGroups) {
+    if (!isDone && cancelled == WhenCancelled::kKeepsFirstGroups) {
         if (isSorted) {
             search.keepGroups(edges, polls.groupsBefore(), groups);
         } else {
@@ -628,7 +628,7 @@ bool ComputeCreaseEdgeInfo(std::vector<CreaseEdgeInfo>& edges,
                            float angleInDegrees,
                            const kx::kxCancelInterfaceReadOnly& cancel) {
     return FindCreases(edges, vertices, triangles, angleInDegrees, cancel,
-                       Cancelled::kKeepsFirstGroups);
+                       WhenCancelled::kKeepsFirstGroups);
 }
 
 bool MakeBuffersFromEdgeInfo(const std::vector<CreaseEdgeInfo>& edges,
@@ -715,7 +715,7 @@ LineSegmentSet* LineSegmentSet::GetCreaseEdgesFromMesh(const kx::kxVertexBuffer*
     {
         std::vector<CreaseEdgeInfo> edges;
         if (!FindCreases(edges, vertices, triangles, angleInDegrees, cancel,
-                         Cancelled::kKeepsNothing) ||
+                         WhenCancelled::kKeepsNothing) ||
             !MakeBuffersFromEdgeInfo(edges, lines, withFlags ? &set->segmentFlags : nullptr)) {
             return nullptr;
         }
