@@ -286,7 +286,7 @@ void CheckOccludedScenes(int scenes, int others, unsigned int tolerance) {
         generator.setSingleExportCluster(parts.drawn, nullptr);
         changed += SortedCutsOf(generator) == expected ? 0 : 1;
     }
-    EXPECT_GT(changed * 12, static_cast<std::size_t>(scenes));
+    EXPECT_GT(changed * 24, static_cast<std::size_t>(scenes));
 }
 
 TEST(GeneratorIntersections, AreHiddenByOccludersAsByDrawnMeshes) {

@@ -57,7 +57,7 @@ TEST(Cosine, OfWhatIsNoAngleIsNoNumber) {
 
 TEST(CosineOfDegrees, IsExactAtRightAngles) {
     for (int quarters = -9; quarters <= 9; ++quarters) {
-        const std::array<double, 4> cosines{1.0, 0.0, -1.0, 0.0};
+        const double cosines[4] = {1.0, 0.0, -1.0, 0.0};
         EXPECT_EQ(CosineOfDegrees(90.0 * quarters), cosines[((quarters % 4) + 4) % 4]) << quarters;
     }
     EXPECT_EQ(CosineOfDegrees(0x1p1000 * 45.0), CosineOfDegrees(std::fmod(0x1p1000 * 45.0, 360.0)));

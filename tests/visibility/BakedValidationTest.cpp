@@ -165,7 +165,6 @@ TEST_F(BakedAssertions, NodesAndTheCamera) {
     SKIP_WITHOUT_ASSERTIONS();
     std::vector<ctr::RationalInterval> intervals;
     const ctr::BakedVertex point{0, 0, 0};
-    EXPECT_DEATH(baked_.computeBakedBVHBBox(1000), "nodes");
     EXPECT_DEATH(baked_.computeOcclusionIntervalsIter(1000, point, point, kx::kxBBox(), intervals),
                  "nodes");
     BakedTriangles withoutCamera;
