@@ -46,15 +46,14 @@ std::size_t SegmentCountOf(const LineSegmentSet& set) {
 template <class Visit> void ForEachKey(const LineSegmentSet& set, WorkCounter& work, Visit visit) {
     constexpr std::size_t kAhead = 16;
     const std::size_t count = SegmentCountOf(set);
-    for (std::size_t segment = 0; segment < count; ++segment) {
+    ForEachCounted(count, work, [&](std::size_t segment) {
         if (segment + kAhead < count) {
             const unsigned int* ahead = set.GetIndexBuffer()->GetData() + 2 * (segment + kAhead);
             __builtin_prefetch(&set.GetVertexBuffer()->Position3(static_cast<int>(ahead[0])));
             __builtin_prefetch(&set.GetVertexBuffer()->Position3(static_cast<int>(ahead[1])));
         }
-        work.count(1);
         visit(segment, KeyOfSegment(set, segment));
-    }
+    });
 }
 
 std::uint64_t HashOfSegment(const SegmentKey& key) {

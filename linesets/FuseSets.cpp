@@ -21,10 +21,9 @@ void CopyIndices(const LineSegmentSet& source,
                  WorkCounter& work) {
     const unsigned int* indices = source.GetIndexBuffer()->GetData();
     const std::size_t count = 2 * SegmentCount(source.GetIndexBuffer());
-    for (std::size_t i = 0; i < count; ++i) {
-        work.count(1);
+    ForEachCounted(count, work, [&](std::size_t i) {
         target[i] = indices[i] + static_cast<unsigned int>(firstVertex);
-    }
+    });
 }
 
 void CopyVertices(const LineSegmentSet& source,
@@ -33,11 +32,11 @@ void CopyVertices(const LineSegmentSet& source,
                   WorkCounter& work) {
     const kx::kxVertexBuffer& vertices = *source.GetVertexBuffer();
     const kx::kxGenericTransformation<float>& toWorld = source.GetWorldTransformation();
-    for (int i = 0; i < vertices.GetVertexQuantity(); ++i) {
-        work.count(1);
-        target.Position3(static_cast<int>(firstVertex) + i) =
-            toWorld.ApplyForward(vertices.Position3(i), true);
-    }
+    const auto count = static_cast<std::size_t>(vertices.GetVertexQuantity());
+    ForEachCounted(count, work, [&](std::size_t i) {
+        target.Position3(static_cast<int>(firstVertex + i)) =
+            toWorld.ApplyForward(vertices.Position3(static_cast<int>(i)), true);
+    });
 }
 
 } // namespace

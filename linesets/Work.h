@@ -3,6 +3,7 @@
 
 #include <kxSystem/kxProgressNotifierInterface.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace ctr {
@@ -42,6 +43,18 @@ private:
     std::size_t counted_ = 0;
     mutable bool givenUp_ = false;
 };
+
+/// Calls body(i) for i from 0 to count - 1. Counts in blocks, which costs the loop nothing.
+template <class Body> void ForEachCounted(std::size_t count, WorkCounter& work, Body body) {
+    constexpr std::size_t kBlock = 1024;
+    for (std::size_t begin = 0; begin < count; begin += kBlock) {
+        const std::size_t end = std::min(begin + kBlock, count);
+        for (std::size_t i = begin; i < end; ++i) {
+            body(i);
+        }
+        work.count(end - begin);
+    }
+}
 
 /// The work of one operation as a host's notifier sees it: a single run of steps.
 ///

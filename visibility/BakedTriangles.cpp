@@ -145,11 +145,9 @@ class TrianglePrimitives : public kx::kxGenericBVHPrimitives {
 public:
     TrianglePrimitives(const BakedTriangles& baked, WorkCounter& work)
         : indices_(baked.triangleIndices), positions_(baked.vertices.size()) {
-        std::transform(baked.vertices.begin(), baked.vertices.end(), positions_.begin(),
-                       [&](const BakedVertex& v) {
-                           work.count(1);
-                           return GridToWorld(*baked.projectionSpace, v);
-                       });
+        ForEachCounted(positions_.size(), work, [&](std::size_t i) {
+            positions_[i] = GridToWorld(*baked.projectionSpace, baked.vertices[i]);
+        });
     }
 
     unsigned int getPrimitiveQuantity() const override {
@@ -220,12 +218,10 @@ struct ProjectedVertices {
     project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space, WorkCounter& work) {
         const VertexProjector projector(mesh, space);
         count = VertexQuantity(mesh);
-        for (int i = 0; i < count; ++i) {
-            work.count(1);
-            clip[static_cast<std::size_t>(i)] = projector(i);
-            outside[static_cast<std::size_t>(i)] =
-                OutsideOf(space, clip[static_cast<std::size_t>(i)]);
-        }
+        ForEachCounted(static_cast<std::size_t>(count), work, [&](std::size_t i) {
+            clip[i] = projector(static_cast<int>(i));
+            outside[i] = OutsideOf(space, clip[i]);
+        });
     }
 
     int count = 0;
@@ -345,11 +341,10 @@ public:
             static_cast<unsigned int>(baked_.trianglePlanes.size());
         const VertexProjector projector(mesh_, *baked_.projectionSpace);
         const int count = VertexQuantity(mesh_);
-        for (int i = 0; i < count; ++i) {
-            work_.count(1);
-            baked_.vertices[firstVertex_ + static_cast<unsigned int>(i)] =
-                BakeVertex(*baked_.projectionSpace, projector(i));
-        }
+        ForEachCounted(static_cast<std::size_t>(count), work_, [&](std::size_t i) {
+            baked_.vertices[firstVertex_ + i] =
+                BakeVertex(*baked_.projectionSpace, projector(static_cast<int>(i)));
+        });
         addInsideTriangles(data.insideTriangles[meshNumber_]);
         delete[] data.insideTriangles[meshNumber_];
         data.insideTriangles[meshNumber_] = nullptr;

@@ -105,10 +105,9 @@ OccluderTree::OccluderTree(const BakedTriangles& baked, WorkCounter& work) {
     }
     nodes_.reserve(baked.bvh.nodes.size() / 2);
     triangles_.reserve(baked.bvh.primitives.size());
-    for (const std::uint32_t number : baked.bvh.primitives) {
-        work.count(1);
-        triangles_.push_back(triangleOf(baked, number));
-    }
+    ForEachCounted(baked.bvh.primitives.size(), work, [&](std::size_t slot) {
+        triangles_.push_back(triangleOf(baked, baked.bvh.primitives[slot]));
+    });
     const Box all = add(baked, 0, root_, 0, work).extent;
     for (int axis = 0; axis < 3; ++axis) {
         extent_.min[axis] = all.min[axis];

@@ -82,24 +82,26 @@ private:
     }
 
     PositionKey keyOf(std::size_t vertex) const {
-        work_.count(1);
+        constexpr std::size_t kBlock = 1024;
+        if (vertex % kBlock == kBlock - 1) {
+            work_.count(kBlock);
+        }
         return KeyOf(baked_.vertices[firstVertex_ + vertex]);
     }
 
     /// Calls visit(from, to, number) for every edge, with the places of its ends.
     template <class Visit>
     void forEachEdge(const std::vector<std::uint32_t>& places, Visit visit) const {
-        const unsigned int* corners = indices_;
-        std::uint32_t number = 0;
-        for (unsigned int j = 0; j < triangleCount_; ++j, corners += 3, number += 3) {
-            work_.count(1);
+        ForEachCounted(triangleCount_, work_, [&](std::size_t j) {
+            const unsigned int* corners = indices_ + 3 * j;
+            const auto number = static_cast<std::uint32_t>(3 * j);
             const std::uint32_t place[3] = {places[corners[0] - firstVertex_],
                                             places[corners[1] - firstVertex_],
                                             places[corners[2] - firstVertex_]};
             visit(place[2], place[0], number);
             visit(place[0], place[1], number + 1);
             visit(place[1], place[2], number + 2);
-        }
+        });
     }
 
     /// The numbers of the edges whose triangles all run one way, the lowest of each group.

@@ -140,10 +140,9 @@ std::vector<OccluderTree::Triangle> TrianglesBySlot(const BakedTriangles& baked,
                                                     WorkCounter& work) {
     std::vector<OccluderTree::Triangle> triangles;
     triangles.reserve(baked.bvh.primitives.size());
-    for (const unsigned int number : baked.bvh.primitives) {
-        work.count(1);
-        triangles.push_back(OccluderTree::triangleOf(baked, number));
-    }
+    ForEachCounted(baked.bvh.primitives.size(), work, [&](std::size_t slot) {
+        triangles.push_back(OccluderTree::triangleOf(baked, baked.bvh.primitives[slot]));
+    });
     return triangles;
 }
 
