@@ -83,18 +83,21 @@ private:
             ranks.use(placeAt(line.corner));
             ranks.use(placeAt(NextCorner(line.corner)));
         }
-        ranks.rank([this](std::size_t place) {
+        const auto keyOf = [this](std::size_t place) {
             return KeyOf(sides_.position(static_cast<std::uint32_t>(place)));
-        });
+        };
+        WorkCounter unwatched;
+        ranks.rank(keyOf, unwatched);
         for (SharpEdge& line : lines_) {
             const std::uint32_t from = ranks[placeAt(line.corner)];
             const std::uint32_t to = ranks[placeAt(NextCorner(line.corner))];
             line.firstRank = std::min(from, to);
             line.secondRank = std::max(from, to);
         }
-        SortByFirstRank(lines_, ranks.count(), [](const SharpEdge& a, const SharpEdge& b) {
+        const auto isBefore = [](const SharpEdge& a, const SharpEdge& b) {
             return a.secondRank < b.secondRank;
-        });
+        };
+        SortByFirstRank(lines_, ranks.count(), isBefore, unwatched);
     }
 
     /// Whether the edge of the sides in [first, end) is drawn.

@@ -9,13 +9,12 @@
 #include "linesets/IndexRange.h"
 #include "linesets/PositionOrder.h"
 #include "linesets/SetConstruction.h"
-#include "linesets/Steps.h"
+#include "linesets/Work.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cmath>
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <tuple>
 
@@ -53,16 +52,6 @@ OrderedEdge Orient(const std::vector<std::uint32_t>& ranks, std::uint32_t a, std
     return {ranks[a], ranks[b], a, b};
 }
 
-/// An edge by its vertices alone.
-struct VertexPair {
-    std::uint32_t a;
-    std::uint32_t b;
-
-    bool operator<(const VertexPair& other) const {
-        return std::tie(a, b) < std::tie(other.a, other.b);
-    }
-};
-
 float Dot(const Wm4::Vector3<float>& a, const Wm4::Vector3<float>& b) {
     return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
 }
@@ -78,7 +67,10 @@ public:
     bool holds(std::uint32_t vertex) const {
         return std::fabs(Dot(vertices_.Normal3(static_cast<int>(vertex)), direction_)) < tolerance_;
     }
-    bool holds(const VertexPair& edge) const { return holds(edge.a) && holds(edge.b); }
+    /// The edge has no flag.
+    bool holds(const CreaseEdgeInfo& edge) const {
+        return holds(edge.vertexA) && holds(edge.vertexB);
+    }
 
 private:
     const kx::kxVertexBuffer& vertices_;
@@ -86,27 +78,33 @@ private:
     float tolerance_;
 };
 
-CreaseEdgeInfo MakeInfo(const VertexPair& edge, bool flag) {
-    return {edge.a, edge.b | (flag ? kPerpendicularFlag : 0U)};
+CreaseEdgeInfo WithFlag(const CreaseEdgeInfo& edge, bool flag) {
+    return {edge.vertexA, edge.vertexB | (flag ? kPerpendicularFlag : 0U)};
 }
 
 bool SameVertices(const CreaseEdgeInfo& x, const CreaseEdgeInfo& y) {
     return x.vertexA == y.vertexA && (x.vertexB & kIndexMask) == (y.vertexB & kIndexMask);
 }
 
-/// Writes the creases of the edges at one place, which are in the order of their vertices.
+/// The order of edges without flags at one place.
+bool HasSmallerVertices(const CreaseEdgeInfo& x, const CreaseEdgeInfo& y) {
+    return std::tie(x.vertexA, x.vertexB) < std::tie(y.vertexA, y.vertexB);
+}
+
+/// Writes the creases of the edges at one place, which are in the order of their vertices and have
+/// no flags.
 void AppendGroup(std::vector<CreaseEdgeInfo>& edges,
-                 const VertexPair* begin,
-                 const VertexPair* end,
+                 const CreaseEdgeInfo* begin,
+                 const CreaseEdgeInfo* end,
                  const kx::kxVertexBuffer& vertices,
                  float cosLimit) {
-    const VertexPair& first = *begin;
-    const auto flagWith = [&](const VertexPair& edge) {
-        const PerpendicularTest perpendicular(vertices, first.a, first.b);
+    const CreaseEdgeInfo& first = *begin;
+    const auto flagWith = [&](const CreaseEdgeInfo& edge) {
+        const PerpendicularTest perpendicular(vertices, first.vertexA, first.vertexB);
         return perpendicular.holds(first) && perpendicular.holds(edge);
     };
     if (end - begin == 1) {
-        edges.push_back(MakeInfo(first, flagWith(first)));
+        edges.push_back(WithFlag(first, flagWith(first)));
         return;
     }
     const auto bends = [&](std::uint32_t v, std::uint32_t w) {
@@ -114,16 +112,16 @@ void AppendGroup(std::vector<CreaseEdgeInfo>& edges,
                cosLimit;
     };
     bool firstWritten = false;
-    for (const VertexPair* edge = begin + 1; edge != end; ++edge) {
-        if (!bends(first.a, edge->a) && !bends(first.b, edge->b)) {
+    for (const CreaseEdgeInfo* edge = begin + 1; edge != end; ++edge) {
+        if (!bends(first.vertexA, edge->vertexA) && !bends(first.vertexB, edge->vertexB)) {
             continue;
         }
         const bool flag = flagWith(*edge);
         if (!firstWritten) {
-            edges.push_back(MakeInfo(first, flag));
+            edges.push_back(WithFlag(first, flag));
             firstWritten = true;
         }
-        edges.push_back(MakeInfo(*edge, flag));
+        edges.push_back(WithFlag(*edge, flag));
         if (SameVertices(edges.back(), edges[edges.size() - 2])) {
             edges.pop_back();
         }
@@ -150,7 +148,8 @@ std::vector<OrderedEdge> OrientAndSort(kx::kxIndexBuffer& lines,
         index[1] = segment.b;
         index += 2;
     }
-    SortByFirstRank(segments, rankCount, IsBefore);
+    WorkCounter unwatched;
+    SortByFirstRank(segments, rankCount, IsBefore, unwatched);
     return segments;
 }
 
@@ -163,100 +162,47 @@ struct VertexKeys {
     }
 };
 
-/// Asks whether to stop a given number of times, evenly spread over work of a given extent.
-class EvenPolls {
-public:
-    EvenPolls(const kx::kxCancelInterfaceReadOnly& cancel, std::size_t polls, std::size_t work)
-        : cancel_(cancel), polls_(polls), work_(work) {}
+struct CountedKeys {
+    VertexKeys keyOf;
+    WorkCounter& work;
 
-    /// Asks what is due after so much more work; false when cancelled.
-    bool after(std::size_t work) {
-        done_ += work;
-        for (; (asked_ + 1) * work_ <= done_ * polls_; ++asked_) {
-            if (cancel_.isCanceled()) {
-                return false;
+    PositionKey operator()(std::size_t vertex) const {
+        work.count(1);
+        return keyOf(vertex);
+    }
+};
+
+/// Work that asks whether to stop exactly as often as its budget says.
+class PollBudget : public WorkCounter {
+public:
+    explicit PollBudget(const kx::kxCancelInterfaceReadOnly& cancel) : WorkCounter(&cancel) {}
+
+    void add(std::size_t polls) { budget_ += polls; }
+
+    /// Asks, unless nothing is left.
+    void look() override {
+        if (spent_ < budget_) {
+            ++spent_;
+            WorkCounter::look();
+        }
+    }
+    /// Asks as often as is left.
+    void spendAll() {
+        while (spent_ < budget_) {
+            ++spent_;
+            if (isGivenUp()) {
+                throw Cancelled();
             }
         }
-        return true;
     }
+    std::size_t spent() const { return spent_; }
 
 private:
-    const kx::kxCancelInterfaceReadOnly& cancel_;
-    std::size_t polls_;
-    std::size_t work_;
-    std::size_t asked_ = 0;
-    std::size_t done_ = 0;
+    std::size_t budget_ = 0;
+    std::size_t spent_ = 0;
 };
 
-/// Asks whether to stop once for each group of edges: for the first few now and then while all
-/// groups are worked on, for the others in the end.
-class GroupPolls {
-public:
-    /// At least so many groups are there.
-    GroupPolls(const kx::kxCancelInterfaceReadOnly& cancel, std::size_t leastGroups)
-        : cancel_(cancel), leastGroups_(leastGroups) {}
-
-    void expect(std::size_t leastGroups) { leastGroups_ = std::max(leastGroups_, leastGroups); }
-
-    /// Asks if it is time to after so much more work; false when cancelled.
-    bool operator()(std::size_t work) {
-        constexpr std::size_t kWorkPerPoll = 8 * kUnitsPerStep;
-        work_ += work;
-        if (work_ < kWorkPerPoll || asked_ == leastGroups_) {
-            return true;
-        }
-        work_ = 0;
-        return ask();
-    }
-
-    /// Asks for the others of so many groups; false when cancelled.
-    bool finish(std::size_t groups) {
-        while (asked_ < groups) {
-            if (!ask()) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    /// How many groups come before the one for which the answer was to stop.
-    std::size_t groupsBefore() const { return asked_ - 1; }
-
-private:
-    bool ask() {
-        ++asked_;
-        return !cancel_.isCanceled();
-    }
-
-    const kx::kxCancelInterfaceReadOnly& cancel_;
-    std::size_t leastGroups_;
-    std::size_t asked_ = 0;
-    std::size_t work_ = 0;
-};
-
-/// The positions of the ends of a group of edges, the smaller first.
-struct GroupKey {
-    PositionKey first;
-    PositionKey second;
-
-    std::uint32_t firstX() const { return static_cast<std::uint32_t>(first.xy >> 32U); }
-    bool operator==(const GroupKey&) const = default;
-    bool operator<(const GroupKey& other) const {
-        return std::tie(first, second) < std::tie(other.first, other.second);
-    }
-};
-
-/// An edge with the group that it belongs to.
-struct GroupedEdge {
-    GroupKey group;
-    VertexPair vertices;
-
-    bool operator<(const GroupedEdge& other) const {
-        return std::tie(group, vertices) < std::tie(other.group, other.vertices);
-    }
-};
-
-/// The creases of one list of triangles.
+/// The creases of one list of triangles. What counts its work in a WorkCounter throws Cancelled.
 class CreaseSearch {
 public:
     CreaseSearch(const kx::kxVertexBuffer& vertices,
@@ -266,38 +212,35 @@ public:
           triangleCount_(static_cast<std::size_t>(triangles.GetIndexQuantity()) / 3),
           cosLimit_(cosLimit), keyOf_{vertices}, buckets_(RankCount(vertices)) {}
 
-    /// Reads all vertices and triangles; false when cancelled, which is asked once a block of
-    /// triangles.
-    bool collect(const kx::kxCancelInterfaceReadOnly& cancel) {
-        // By the time that a vertex or a triangle takes.
-        constexpr std::size_t kNumbering = 6;
-        constexpr std::size_t kLookingAtNormals = 1;
-        constexpr std::size_t kCounting = 3;
-        constexpr std::size_t kAdding = 6;
-        const std::size_t vertexCount = RankCount(vertices_);
-        EvenPolls polls(cancel, (triangleCount_ + kTrianglesPerPoll - 1) / kTrianglesPerPoll,
-                        (kNumbering + kLookingAtNormals) * vertexCount +
-                            (kCounting + kAdding) * triangleCount_);
-        const auto weighing = [&polls](std::size_t weight) {
-            return [&polls, weight](std::size_t work) { return polls.after(weight * work); };
-        };
-        places_ = NumberPlaces(vertexCount, keyOf_, weighing(kNumbering));
-        return places_.size() == vertexCount && findPlainPlaces(weighing(kLookingAtNormals)) &&
-               fillBuckets(weighing(kCounting), weighing(kAdding));
+    /// Reads all vertices and triangles; asks once a block of triangles.
+    void collect(PollBudget& polls) {
+        polls.add((triangleCount_ + kTrianglesPerPoll - 1) / kTrianglesPerPoll);
+        places_ = NumberPlaces(RankCount(vertices_), CountedKeys{keyOf_, polls});
+        findPlainPlaces(polls);
+        forEachEdge(polls, [this](std::uint32_t from, std::uint32_t to, std::uint32_t) {
+            buckets_.count(from, to);
+        });
+        buckets_.startAdding(3 * triangleCount_);
+        forEachEdge(polls, [this](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
+            buckets_.add(from, to, number);
+        });
+        polls.spendAll();
     }
 
-    /// At least so many groups of edges are there.
-    std::size_t leastGroups() const { return buckets_.leastGroups(); }
-
-    /// Writes all creases in no order and counts the groups of edges; false when polls say so.
-    bool findCreases(std::vector<CreaseEdgeInfo>& edges, std::size_t& groups, GroupPolls& polls) {
+    /// Writes all creases in the order of edges; asks once a group of edges.
+    void findCreases(std::vector<CreaseEdgeInfo>& edges, PollBudget& polls) {
+        std::size_t buckets = 0; // Each with one group at least.
+        buckets_.forEachBucket(
+            [&](std::uint32_t, const BucketEdge*, const BucketEdge*) { ++buckets; });
+        polls.add(buckets);
         const auto mayBeDull = [&](std::uint32_t place, const BucketEdge* edge,
                                    const BucketEdge* end) {
+            polls.count(static_cast<std::size_t>(end - edge));
             return plain_[place] && std::all_of(edge, end, [&](const BucketEdge& other) {
                        return plain_[other.otherPlace()];
                    });
         };
-        std::vector<VertexPair> members;
+        std::vector<CreaseEdgeInfo> members;
         const auto append = [&](std::uint32_t place, const BucketEdge* edge,
                                 const BucketEdge* end) {
             const std::uint32_t first = firstInOrder(place, edge->otherPlace());
@@ -305,275 +248,140 @@ public:
             for (; edge != end; ++edge) {
                 members.push_back(orient(edge->number(), first));
             }
-            std::sort(members.begin(), members.end());
+            std::sort(members.begin(), members.end(), HasSmallerVertices);
             AppendGroup(edges, members.data(), members.data() + members.size(), vertices_,
                         cosLimit_);
         };
-        groups = 0;
-        for (std::size_t place = 0; place < places_.size(); place += kUnitsPerStep) {
-            const std::size_t end = std::min(places_.size(), place + kUnitsPerStep);
-            groups += buckets_.forEachGroup(place, end, mayBeDull, append);
-            polls.expect(groups);
-            if (!polls(buckets_.edgeCount(place, end))) {
-                return false;
-            }
-        }
-        return true;
+        const std::size_t groups = buckets_.forEachGroup(mayBeDull, append);
+        polls.add(groups - buckets);
+        sort(edges, polls);
+        polls.spendAll();
     }
 
-    /// Puts creases into the order of edges; false when polls say so.
-    bool sort(std::vector<CreaseEdgeInfo>& edges, GroupPolls& polls) const {
-        const auto goOn = std::ref(polls);
-        PlaceRanks ranks(places_.size());
-        std::vector<OrderedEdge> sorted;
-        sorted.reserve(edges.size());
-        const auto use = [&](std::size_t i, std::size_t end) {
-            for (; i < end; ++i) {
-                ranks.use(places_[edges[i].vertexA]);
-                ranks.use(places_[edges[i].vertexB & kIndexMask]);
-            }
-        };
-        const auto rank = [&](std::size_t i, std::size_t end) {
-            for (; i < end; ++i) {
-                sorted.push_back({ranks[places_[edges[i].vertexA]],
-                                  ranks[places_[edges[i].vertexB & kIndexMask]], edges[i].vertexA,
-                                  edges[i].vertexB});
-            }
-        };
-        const auto isBefore = [](const OrderedEdge& x, const OrderedEdge& y) {
-            return std::tuple(x.secondRank, x.a, x.b & kIndexMask) <
-                   std::tuple(y.secondRank, y.a, y.b & kIndexMask);
-        };
-        const auto write = [&](std::size_t i, std::size_t end) {
-            for (; i < end; ++i) {
-                edges[i] = {sorted[i].a, sorted[i].b};
-            }
-        };
-        return InSteps(edges.size(), goOn, use) && ranks.rank(keyOf_, goOn) &&
-               InSteps(edges.size(), goOn, rank) &&
-               SortByFirstRank(sorted, ranks.count(), isBefore, goOn) &&
-               InSteps(edges.size(), goOn, write);
-    }
-
-    /// Keeps of all creases, sorted, those of the first groups, which are not all.
-    void
-    keepGroups(std::vector<CreaseEdgeInfo>& edges, std::size_t count, std::size_t groups) const {
-        const GroupKey next = groupAt(count, groups);
-        edges.erase(
-            std::partition_point(
-                edges.begin(), edges.end(),
-                [&](const CreaseEdgeInfo& edge) {
-                    return GroupKey{keyOf_(edge.vertexA), keyOf_(edge.vertexB & kIndexMask)} < next;
-                }),
-            edges.end());
-    }
-
-    /// Writes the creases of the first few groups alone, in one pass over the triangles: of those
-    /// edges that a sample says to come first, more if these turn out to be too few groups.
-    void findFirstCreases(std::vector<CreaseEdgeInfo>& edges, std::size_t count) const {
-        constexpr std::size_t kSample = 4096;
-        constexpr std::size_t kEdgesPerGroup = 16;
+    /// Writes the creases of the first groups alone, in the order of edges. All edges are in their
+    /// buckets; quick for few groups.
+    void findFirstCreases(std::vector<CreaseEdgeInfo>& edges, std::size_t groups) {
+        const std::vector<CreaseEdgeInfo> first = edgesOfFirst(groups);
+        const CreaseEdgeInfo* begin = first.data();
         edges.clear();
-        const std::size_t edgeCount = 3 * triangleCount_;
-        // No multiple of 3, so that all sides of triangles are in the sample.
-        const std::size_t stride = edgeCount / kSample / 3 * 3 + 1;
-        std::vector<GroupKey> sample;
-        for (std::size_t number = 0; number < edgeCount; number += stride) {
-            sample.push_back(groupOf(static_cast<std::uint32_t>(number)));
-        }
-        std::sort(sample.begin(), sample.end());
-        std::size_t most = 4 + count * kEdgesPerGroup / stride;
-        std::vector<GroupedEdge> first;
-        std::vector<std::size_t> begins; // Of the groups in `first`, and the end of all.
-        do {
-            first = edgesBefore(most < sample.size() ? &sample[most] : nullptr);
-            begins = beginsOfGroups(first);
-            most *= 8;
-        } while (begins.size() <= count);
-        std::vector<VertexPair> members;
-        for (std::size_t group = 0; group < count; ++group) {
-            members.clear();
-            for (std::size_t i = begins[group]; i < begins[group + 1]; ++i) {
-                members.push_back(first[i].vertices);
+        for (std::size_t group = 0; group < groups; ++group) {
+            const CreaseEdgeInfo* end = begin;
+            while (end != first.data() + first.size() && joinSamePlaces(*begin, *end)) {
+                ++end;
             }
-            AppendGroup(edges, members.data(), members.data() + members.size(), vertices_,
-                        cosLimit_);
+            AppendGroup(edges, begin, end, vertices_, cosLimit_);
+            begin = end;
         }
     }
 
 private:
+    /// Puts edges, with flags or without, into their order.
+    void sort(std::vector<CreaseEdgeInfo>& edges, WorkCounter& work) const {
+        PlaceRanks ranks(places_.size());
+        for (const CreaseEdgeInfo& edge : edges) {
+            work.count(1);
+            ranks.use(placeA(edge));
+            ranks.use(placeB(edge));
+        }
+        ranks.rank(CountedKeys{keyOf_, work}, work);
+        std::vector<OrderedEdge> sorted;
+        sorted.reserve(edges.size());
+        for (const CreaseEdgeInfo& edge : edges) {
+            work.count(1);
+            sorted.push_back(
+                {ranks[placeA(edge)], ranks[placeB(edge)], edge.vertexA, edge.vertexB});
+        }
+        const auto isBefore = [](const OrderedEdge& x, const OrderedEdge& y) {
+            return std::tuple(x.secondRank, x.a, x.b & kIndexMask) <
+                   std::tuple(y.secondRank, y.a, y.b & kIndexMask);
+        };
+        SortByFirstRank(sorted, ranks.count(), isBefore, work);
+        std::transform(sorted.begin(), sorted.end(), edges.begin(), [](const OrderedEdge& edge) {
+            return CreaseEdgeInfo{edge.a, edge.b};
+        });
+    }
+
+    /// All edges of the first groups in the order of edges, followed by some of others.
+    std::vector<CreaseEdgeInfo> edgesOfFirst(std::size_t groups) {
+        // Every bucket has groups of its own. So if there are more buckets than groups wanted,
+        // these begin no later than the first groups that buckets show.
+        std::vector<PositionKey> firsts;
+        buckets_.forEachBucket([&](std::uint32_t place, const BucketEdge* edge, const BucketEdge*) {
+            firsts.push_back(keyOf_(firstInOrder(place, edge->otherPlace())));
+        });
+        const auto limit =
+            firsts.begin() + static_cast<std::ptrdiff_t>(std::min(groups, firsts.size() - 1));
+        std::nth_element(firsts.begin(), limit, firsts.end());
+        std::vector<bool> early(places_.size());
+        for (std::size_t place = 0; place < places_.size(); ++place) {
+            early[place] = groups >= firsts.size() || !(*limit < keyOf_(place));
+        }
+        std::vector<CreaseEdgeInfo> edges;
+        WorkCounter unwatched;
+        forEachEdge(unwatched, [&](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
+            if (early[from] || early[to]) {
+                edges.push_back(orient(number, firstInOrder(from, to)));
+            }
+        });
+        sort(edges, unwatched);
+        return edges;
+    }
+
+    std::uint32_t placeA(const CreaseEdgeInfo& edge) const { return places_[edge.vertexA]; }
+    std::uint32_t placeB(const CreaseEdgeInfo& edge) const {
+        return places_[edge.vertexB & kIndexMask];
+    }
+    bool joinSamePlaces(const CreaseEdgeInfo& x, const CreaseEdgeInfo& y) const {
+        return placeA(x) == placeA(y) && placeB(x) == placeB(y);
+    }
+
     std::uint32_t firstInOrder(std::uint32_t place, std::uint32_t other) const {
         return keyOf_(other) < keyOf_(place) ? other : place;
     }
 
-    /// With the order of x.
-    std::uint32_t xOf(std::uint32_t vertex) const {
-        return OrderedBits(vertices_.Position3(static_cast<int>(vertex))[0]);
-    }
-
-    GroupKey groupOf(std::uint32_t place, std::uint32_t other) const {
-        const PositionKey p = keyOf_(place);
-        const PositionKey q = keyOf_(other);
-        return {std::min(p, q), std::max(p, q)};
-    }
-
-    GroupKey groupOf(std::uint32_t number) const {
-        return groupOf(indices_[number], indices_[next(number)]);
-    }
-
-    static std::uint32_t next(std::uint32_t number) {
-        return number % 3 == 2 ? number - 2 : number + 1;
-    }
-
-    /// The group that comes after `count` others of all, found without sorting them: a sample says
-    /// which are around it. All groups have been shown once.
-    GroupKey groupAt(std::size_t count, std::size_t groups) const {
-        constexpr std::size_t kSampledPlaces = 4096;
-        const std::size_t stride = places_.size() / kSampledPlaces + 1;
-        std::vector<GroupKey> sample;
-        for (std::size_t place = 0; place < places_.size(); place += stride) {
-            buckets_.forEachGroupAgain(place, place + 1, [&](std::uint32_t p, std::uint32_t q) {
-                sample.push_back(groupOf(p, q));
-            });
-        }
-        std::sort(sample.begin(), sample.end());
-        const std::size_t middle = count * sample.size() / groups;
-        std::vector<GroupKey> around;
-        for (std::size_t margin = 64 + sample.size() / 64;; margin *= 8) {
-            const GroupKey* const low = margin < middle ? &sample[middle - margin] : nullptr;
-            const GroupKey* const high =
-                middle + margin < sample.size() ? &sample[middle + margin] : nullptr;
-            const std::size_t below = groupsBelow(low, high, around);
-            if (below <= count && count < below + around.size()) {
-                const auto at = around.begin() + static_cast<std::ptrdiff_t>(count - below);
-                std::nth_element(around.begin(), at, around.end());
-                return *at;
+    /// Calls visit(from, to, number) with the places of all edges of triangles; an edge's number is
+    /// where its first index stands.
+    template <class Visit> void forEachEdge(WorkCounter& work, Visit visit) const {
+        std::uint32_t number = 0;
+        for (std::size_t begin = 0; begin < triangleCount_; begin += kTrianglesPerPoll) {
+            const std::size_t end = std::min(begin + kTrianglesPerPoll, triangleCount_);
+            work.count(end - begin);
+            for (std::size_t i = begin; i < end; ++i, number += 3) {
+                const std::uint32_t place[3] = {places_[indices_[number]],
+                                                places_[indices_[number + 1]],
+                                                places_[indices_[number + 2]]};
+                visit(place[0], place[1], number);
+                visit(place[1], place[2], number + 1);
+                visit(place[2], place[0], number + 2);
             }
-        }
-    }
-
-    /// How many groups come before low; collects those from low on that come before high. Null is
-    /// no limit.
-    std::size_t
-    groupsBelow(const GroupKey* low, const GroupKey* high, std::vector<GroupKey>& between) const {
-        const std::uint32_t lowX = low == nullptr ? 0 : low->firstX();
-        const std::uint32_t highX = high == nullptr ? 0xffffffffU : high->firstX();
-        std::size_t below = 0;
-        between.clear();
-        buckets_.forEachGroupAgain(0, places_.size(), [&](std::uint32_t p, std::uint32_t q) {
-            // Most are told by x.
-            const std::uint32_t x = std::min(xOf(p), xOf(q));
-            if (x < lowX) {
-                ++below;
-            } else if (x <= highX) {
-                const GroupKey group = groupOf(p, q);
-                if (low != nullptr && group < *low) {
-                    ++below;
-                } else if (high == nullptr || group < *high) {
-                    between.push_back(group);
-                }
-            }
-        });
-        return below;
-    }
-
-    /// All edges of groups before a limit (null: all edges), in the order of edges.
-    std::vector<GroupedEdge> edgesBefore(const GroupKey* limit) const {
-        std::vector<GroupedEdge> edges;
-        const std::uint32_t lastX = limit == nullptr ? 0xffffffffU : limit->firstX();
-        for (std::uint32_t corner = 0; corner < 3 * triangleCount_; corner += 3) {
-            // Nearly all end here.
-            if (lastX < std::min({xOf(indices_[corner]), xOf(indices_[corner + 1]),
-                                  xOf(indices_[corner + 2])})) {
-                continue;
-            }
-            for (std::uint32_t number = corner; number < corner + 3; ++number) {
-                const GroupKey group = groupOf(number);
-                if (limit == nullptr || group < *limit) {
-                    const std::uint32_t place = places_[indices_[number]];
-                    const std::uint32_t other = places_[indices_[next(number)]];
-                    edges.push_back({group, orient(number, firstInOrder(place, other))});
-                }
-            }
-        }
-        std::sort(edges.begin(), edges.end());
-        return edges;
-    }
-
-    /// Where the groups of sorted edges begin, and the end of the last one.
-    static std::vector<std::size_t> beginsOfGroups(const std::vector<GroupedEdge>& edges) {
-        std::vector<std::size_t> begins;
-        for (std::size_t i = 0; i < edges.size(); ++i) {
-            if (i == 0 || !(edges[i - 1].group == edges[i].group)) {
-                begins.push_back(i);
-            }
-        }
-        begins.push_back(edges.size());
-        return begins;
-    }
-
-    /// Puts all edges into buckets; false when given up.
-    template <class Counting, class Adding> bool fillBuckets(Counting goOn, Adding goOnAdding) {
-        const auto countEdges = [this](std::size_t begin, std::size_t end) {
-            forEachEdge(begin, end, [this](std::uint32_t from, std::uint32_t to, std::uint32_t) {
-                buckets_.count(from, to);
-            });
-        };
-        const auto addEdges = [this](std::size_t begin, std::size_t end) {
-            forEachEdge(begin, end,
-                        [this](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
-                            buckets_.add(from, to, number);
-                        });
-        };
-        if (!InSteps(triangleCount_, goOn, countEdges)) {
-            return false;
-        }
-        buckets_.startAdding(3 * triangleCount_);
-        return InSteps(triangleCount_, goOnAdding, addEdges);
-    }
-
-    /// Calls visit(from, to, number) with the places of the edges of some triangles; an edge's
-    /// number is where its first index stands.
-    template <class Visit>
-    void forEachEdge(std::size_t firstTriangle, std::size_t endTriangle, Visit visit) const {
-        auto number = static_cast<std::uint32_t>(3 * firstTriangle);
-        for (std::size_t i = firstTriangle; i < endTriangle; ++i, number += 3) {
-            const std::uint32_t place[3] = {places_[indices_[number]],
-                                            places_[indices_[number + 1]],
-                                            places_[indices_[number + 2]]};
-            visit(place[0], place[1], number);
-            visit(place[1], place[2], number + 1);
-            visit(place[2], place[0], number + 2);
         }
     }
 
     /// The vertices of an edge, that at the place `first` first; of two there the smaller number,
     /// read as signed.
-    VertexPair orient(std::uint32_t number, std::uint32_t first) const {
-        VertexPair edge{indices_[number], indices_[next(number)]};
+    CreaseEdgeInfo orient(std::uint32_t number, std::uint32_t first) const {
+        CreaseEdgeInfo edge{indices_[number], indices_[number % 3 == 2 ? number - 2 : number + 1]};
         const bool swap =
-            places_[edge.a] != places_[edge.b]
-                ? places_[edge.b] == first
-                : static_cast<std::int32_t>(edge.b) < static_cast<std::int32_t>(edge.a);
+            placeA(edge) != placeB(edge)
+                ? placeB(edge) == first
+                : static_cast<std::int32_t>(edge.vertexB) < static_cast<std::int32_t>(edge.vertexA);
         if (swap) {
-            std::swap(edge.a, edge.b);
+            std::swap(edge.vertexA, edge.vertexB);
         }
         return edge;
     }
 
     /// Finds the places with one vertex whose normal does not even disagree with itself, as one of
-    /// no length does: edges between such places that have the same vertices are no creases. False
-    /// when given up.
-    template <class GoOn> bool findPlainPlaces(GoOn goOn) {
+    /// no length does: edges between such places that have the same vertices are no creases.
+    void findPlainPlaces(WorkCounter& work) {
         plain_.assign(places_.size(), true);
-        return InSteps(places_.size(), goOn, [this](std::size_t vertex, std::size_t end) {
-            for (; vertex < end; ++vertex) {
-                const Wm4::Vector3<float>& normal = vertices_.Normal3(static_cast<int>(vertex));
-                if (places_[vertex] != vertex || Dot(normal, normal) < cosLimit_) {
-                    plain_[places_[vertex]] = false;
-                }
+        for (std::size_t vertex = 0; vertex < places_.size(); ++vertex) {
+            const Wm4::Vector3<float>& normal = vertices_.Normal3(static_cast<int>(vertex));
+            if (places_[vertex] != vertex || Dot(normal, normal) < cosLimit_) {
+                plain_[places_[vertex]] = false;
             }
-        });
+        }
+        work.count(places_.size());
     }
 
     const kx::kxVertexBuffer& vertices_;
@@ -587,14 +395,14 @@ private:
 };
 
 /// What is left of a search that is cancelled among the groups.
-enum class WhenCancelled { kKeepsFirstGroups, kKeepsNothing };
+enum class Rest { kFirstGroups, kNothing };
 
 bool FindCreases(std::vector<CreaseEdgeInfo>& edges,
                  const kx::kxVertexBuffer* vertices,
                  const kx::kxIndexBuffer* triangles,
                  float angleInDegrees,
                  const kx::kxCancelInterfaceReadOnly& cancel,
-                 WhenCancelled cancelled) {
+                 Rest rest) {
     edges.clear();
     if (!HasVertices(vertices) || triangles == nullptr) {
         return false;
@@ -602,18 +410,20 @@ bool FindCreases(std::vector<CreaseEdgeInfo>& edges,
     assert(IndicesAreInRange(triangles, vertices, 3));
     const float cosLimit = Cosine(angleInDegrees * Wm4::Math<float>::DEG_TO_RAD);
     CreaseSearch search(*vertices, *triangles, cosLimit);
-    if (!search.collect(cancel)) {
+    PollBudget polls(cancel);
+    try {
+        search.collect(polls);
+    } catch (const Cancelled&) {
         return false;
     }
-    GroupPolls polls(cancel, search.leastGroups());
-    std::size_t groups = 0;
-    const bool isSorted = search.findCreases(edges, groups, polls) && search.sort(edges, polls);
-    const bool isDone = isSorted && polls.finish(groups);
-    if (!isDone && cancelled == WhenCancelled::kKeepsFirstGroups) {
-        if (isSorted) {
-            search.keepGroups(edges, polls.groupsBefore(), groups);
-        } else {
-            search.findFirstCreases(edges, polls.groupsBefore());
+    const std::size_t pollsBefore = polls.spent();
+    bool isDone = true;
+    try {
+        search.findCreases(edges, polls);
+    } catch (const Cancelled&) {
+        isDone = false;
+        if (rest == Rest::kFirstGroups) {
+            search.findFirstCreases(edges, polls.spent() - pollsBefore - 1);
         }
     }
     const bool isCanceledAtLast = cancel.isCanceled();
@@ -627,8 +437,7 @@ bool ComputeCreaseEdgeInfo(std::vector<CreaseEdgeInfo>& edges,
                            const kx::kxIndexBuffer* triangles,
                            float angleInDegrees,
                            const kx::kxCancelInterfaceReadOnly& cancel) {
-    return FindCreases(edges, vertices, triangles, angleInDegrees, cancel,
-                       WhenCancelled::kKeepsFirstGroups);
+    return FindCreases(edges, vertices, triangles, angleInDegrees, cancel, Rest::kFirstGroups);
 }
 
 bool MakeBuffersFromEdgeInfo(const std::vector<CreaseEdgeInfo>& edges,
@@ -690,12 +499,12 @@ bool ComputeEdgeInfoFromIBuffer(std::vector<CreaseEdgeInfo>& edges,
             tags[crease] = kBoth;
             continue;
         }
-        const bool repeated = edges.size() > creaseCount &&
-                              SameVertices(edges.back(), MakeInfo({segment.a, segment.b}, false));
+        const bool repeated =
+            edges.size() > creaseCount && SameVertices(edges.back(), {segment.a, segment.b});
         if (!repeated) {
             const PerpendicularTest perpendicular(*vertices, segment.a, segment.b);
-            const VertexPair ends{segment.a, segment.b};
-            edges.push_back(MakeInfo(ends, perpendicular.holds(ends)));
+            const CreaseEdgeInfo ends{segment.a, segment.b};
+            edges.push_back(WithFlag(ends, perpendicular.holds(ends)));
             tags.push_back(kLineOnly);
         }
     }
@@ -714,8 +523,7 @@ LineSegmentSet* LineSegmentSet::GetCreaseEdgesFromMesh(const kx::kxVertexBuffer*
     kx::kxPointer<kx::kxIndexBuffer> lines;
     {
         std::vector<CreaseEdgeInfo> edges;
-        if (!FindCreases(edges, vertices, triangles, angleInDegrees, cancel,
-                         WhenCancelled::kKeepsNothing) ||
+        if (!FindCreases(edges, vertices, triangles, angleInDegrees, cancel, Rest::kNothing) ||
             !MakeBuffersFromEdgeInfo(edges, lines, withFlags ? &set->segmentFlags : nullptr)) {
             return nullptr;
         }

@@ -7,10 +7,9 @@
 // positions.
 #pragma once
 
-#include "linesets/EdgeSort.h"
 #include "linesets/HashedNumbers.h"
 #include "linesets/PositionOrder.h"
-#include "linesets/Steps.h"
+#include "linesets/Work.h"
 
 #include <algorithm>
 #include <bit>
@@ -23,18 +22,18 @@
 
 namespace ctr {
 
-/// The place of each of `count` points: the number of the first point with the same key. After
-/// every step of points, goOn(how many) says whether to go on; else the result is empty.
+/// The place of each of `count` points: the number of the first point with the same key.
 ///
 /// Expected linear time, O(n log n) whatever the keys are; they are compared in full.
-template <class KeyOfPoint, class GoOn>
-std::vector<std::uint32_t> NumberPlaces(std::size_t count, KeyOfPoint keyOf, GoOn goOn) {
+template <class KeyOfPoint>
+std::vector<std::uint32_t> NumberPlaces(std::size_t count, KeyOfPoint keyOf) {
     constexpr std::size_t kBlock = 64;
     HashedNumbers<PositionKey> numbers(count);
     std::vector<std::uint32_t> places(count);
-    const auto numberBlock = [&](std::size_t begin, std::size_t end) {
-        PositionKey keys[kBlock];
-        std::uint64_t hashes[kBlock];
+    PositionKey keys[kBlock];
+    std::uint64_t hashes[kBlock];
+    for (std::size_t begin = 0; begin < count; begin += kBlock) {
+        const std::size_t end = std::min(begin + kBlock, count);
         for (std::size_t i = begin; i < end; ++i) {
             keys[i - begin] = keyOf(i);
             hashes[i - begin] = HashOf(keys[i - begin]);
@@ -44,18 +43,8 @@ std::vector<std::uint32_t> NumberPlaces(std::size_t count, KeyOfPoint keyOf, GoO
             places[i] = numbers.findOrAdd(hashes[i - begin], keys[i - begin],
                                           static_cast<std::uint32_t>(i), keyOf);
         }
-    };
-    const bool done = InSteps(count, goOn, [&](std::size_t first, std::size_t last) {
-        for (std::size_t begin = first; begin < last; begin += kBlock) {
-            numberBlock(begin, std::min(begin + kBlock, last));
-        }
-    });
-    return done ? places : std::vector<std::uint32_t>();
-}
-
-template <class KeyOfPoint>
-std::vector<std::uint32_t> NumberPlaces(std::size_t count, KeyOfPoint keyOf) {
-    return NumberPlaces(count, keyOf, GoOnAlways());
+    }
+    return places;
 }
 
 /// Marks what stands in the order of positions and then ranks it.
@@ -67,29 +56,24 @@ public:
 
     void use(std::uint32_t place) { ranks_[place] = 1; }
 
-    /// Ranks from 0 for all places in use; O(p + n log n) for n of p places. False where
-    /// goOn(steps done) says so on the way.
-    template <class KeyOfPoint, class GoOn> bool rank(KeyOfPoint keyOf, GoOn goOn) {
+    /// Ranks from 0 for all places in use; O(p + n log n) for n of p places. The work counts
+    /// comparisons; keyOf may count itself.
+    template <class KeyOfPoint> void rank(KeyOfPoint keyOf, WorkCounter& work) {
         std::vector<KeyedVertex> order;
         order.reserve(static_cast<std::size_t>(std::count(ranks_.begin(), ranks_.end(), 1U)));
-        const bool isSorted =
-            InSteps(ranks_.size(), goOn,
-                    [&](std::size_t place, std::size_t end) {
-                        for (; place < end; ++place) {
-                            if (ranks_[place] != 0) {
-                                order.push_back({keyOf(place), static_cast<std::uint32_t>(place)});
-                            }
-                        }
-                    }) &&
-            SortInSteps(order, goOn);
-        if (isSorted) {
-            for (const KeyedVertex& vertex : order) {
-                ranks_[vertex.vertex] = count_++;
+        for (std::size_t place = 0; place < ranks_.size(); ++place) {
+            if (ranks_[place] != 0) {
+                order.push_back({keyOf(place), static_cast<std::uint32_t>(place)});
             }
         }
-        return isSorted;
+        std::sort(order.begin(), order.end(), [&work](const auto& x, const auto& y) {
+            work.count(1);
+            return x < y;
+        });
+        for (const KeyedVertex& vertex : order) {
+            ranks_[vertex.vertex] = count_++;
+        }
     }
-    template <class KeyOfPoint> void rank(KeyOfPoint keyOf) { rank(keyOf, GoOnAlways()); }
 
     std::uint32_t count() const { return count_; }
     std::uint32_t operator[](std::uint32_t place) const { return ranks_[place]; }
@@ -164,39 +148,30 @@ public:
         edges_[ends_[std::min(from, to)]++] = {key, number};
     }
 
-    std::size_t placeCount() const { return ends_.size(); }
-
-    /// How many edges there are in the buckets of places. All have been added.
-    std::size_t edgeCount(std::size_t firstPlace, std::size_t endPlace) const {
-        return beginOf(endPlace) - beginOf(firstPlace);
-    }
-
-    /// At least so many groups are there: one for each bucket that is not empty.
-    std::size_t leastGroups() const {
-        std::size_t groups = 0;
-        for (std::size_t place = 0; place < ends_.size(); ++place) {
-            groups += ends_[place] != beginOf(place) ? 1 : 0;
+    /// Shows the edges of each bucket that is not empty, as visit(place, begin, end).
+    template <class Visit> void forEachBucket(Visit visit) {
+        BucketEdge* begin = edges_.get();
+        for (std::uint32_t place = 0; place < ends_.size(); ++place) {
+            BucketEdge* const end = edges_.get() + ends_[place];
+            if (begin != end) {
+                visit(place, begin, end);
+            }
+            begin = end;
         }
-        return groups;
     }
 
     /// Shows the edges between the same two places as visit(place, begin, end), sorted by key and
-    /// number, in the buckets of some places; returns how many such groups there are.
+    /// number; returns how many such groups there are.
     ///
     /// Where mayBeDull(place, begin, end) says so for the edges of a bucket, groups of two that run
     /// opposite ways may be left out.
     template <class MayBeDull, class Visit>
-    std::size_t
-    forEachGroup(std::size_t firstPlace, std::size_t endPlace, MayBeDull mayBeDull, Visit visit) {
+    std::size_t forEachGroup(MayBeDull mayBeDull, Visit visit) {
         std::size_t groups = 0;
-        std::uint32_t begin = beginOf(firstPlace);
-        for (auto place = static_cast<std::uint32_t>(firstPlace); place < endPlace; ++place) {
-            BucketEdge* edge = edges_.get() + begin;
-            BucketEdge* const end = edges_.get() + ends_[place];
-            begin = ends_[place];
+        forEachBucket([&](std::uint32_t place, BucketEdge* edge, BucketEdge* end) {
             if (mayBeDull(place, edge, end) && arePairs(edge, end)) {
                 groups += static_cast<std::size_t>(end - edge) / 2;
-                continue;
+                return;
             }
             std::sort(edge, end);
             while (edge != end) {
@@ -206,38 +181,12 @@ public:
                 visit(place, first, static_cast<const BucketEdge*>(edge));
                 ++groups;
             }
-        }
+        });
         return groups;
-    }
-
-    /// The same for all places.
-    template <class MayBeDull, class Visit>
-    std::size_t forEachGroup(MayBeDull mayBeDull, Visit visit) {
-        return forEachGroup(0, ends_.size(), mayBeDull, visit);
-    }
-
-    /// Shows the places of every group once as visit(place, other place), in the buckets of some
-    /// places. All groups there have been shown before.
-    template <class Visit>
-    void forEachGroupAgain(std::size_t firstPlace, std::size_t endPlace, Visit visit) const {
-        for (auto place = static_cast<std::uint32_t>(firstPlace); place < endPlace; ++place) {
-            const BucketEdge* const begin = edges_.get() + beginOf(place);
-            const BucketEdge* const end = edges_.get() + ends_[place];
-            // Of two that run opposite ways one has an even key. All other buckets are sorted.
-            const bool pairs = arePairs(begin, end);
-            for (const BucketEdge* edge = begin; edge != end; ++edge) {
-                if (pairs ? edge->key() % 2 == 0
-                          : edge == begin || edge[-1].otherPlace() != edge->otherPlace()) {
-                    visit(place, edge->otherPlace());
-                }
-            }
-        }
     }
 
 private:
     static constexpr std::size_t kMostPaired = 16;
-
-    std::uint32_t beginOf(std::size_t place) const { return place == 0 ? 0 : ends_[place - 1]; }
 
     static bool arePairs(const BucketEdge* begin, const BucketEdge* end) {
         const auto count = static_cast<std::size_t>(end - begin);

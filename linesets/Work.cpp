@@ -19,11 +19,6 @@ void WorkCounter::look() {
     }
 }
 
-bool WorkCounter::isGivenUp() const {
-    givenUp_ = givenUp_ || (cancel_ != nullptr && cancel_->isCanceled());
-    return givenUp_;
-}
-
 void WorkCounter::goOn(double) {}
 
 Work::Work(kx::kxProgressNotifierInterface* host) : WorkCounter(host), host_(host) {

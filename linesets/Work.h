@@ -28,11 +28,14 @@ public:
         }
     }
     /// Asks now; throws Cancelled.
-    void look();
+    virtual void look();
 
 protected:
     /// A yes is final, even should the interface change its mind.
-    bool isGivenUp() const;
+    bool isGivenUp() const {
+        givenUp_ = givenUp_ || (cancel_ != nullptr && cancel_->isCanceled());
+        return givenUp_;
+    }
     /// Called before asking, with what has been counted since.
     virtual void goOn(double items);
 

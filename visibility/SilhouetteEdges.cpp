@@ -138,7 +138,7 @@ private:
             ranks.use(places[from - firstVertex_]);
             ranks.use(places[to - firstVertex_]);
         }
-        ranks.rank(key);
+        ranks.rank(key, work_);
         std::vector<Candidate> candidates;
         candidates.reserve(numbers.size());
         for (const std::uint32_t number : numbers) {
@@ -148,10 +148,7 @@ private:
             candidates.push_back({std::min(fromRank, toRank), std::max(fromRank, toRank), number,
                                   toRank < fromRank});
         }
-        SortByFirstRank(candidates, ranks.count(), [this](const auto& x, const auto& y) {
-            work_.count(1);
-            return IsCandidateBefore(x, y);
-        });
+        SortByFirstRank(candidates, ranks.count(), IsCandidateBefore, work_);
         return candidates;
     }
 
