@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -508,39 +507,63 @@ TEST(CreaseCancellation, AmongTheGroupsOfALargeMeshLeavesTheGroupsBefore) {
     }
 }
 
-// How long the longest stretch was in which nobody asked whether to stop.
-class LongestSilence : public kx::kxCancelInterfaceReadOnly {
+// Looks at the list that is being written whenever it is asked.
+class Onlooker : public kx::kxCancelInterfaceReadOnly {
 public:
+    Onlooker(const std::vector<CreaseEdgeInfo>& edges, const std::vector<CreaseEdgeInfo>& result)
+        : edges_(edges), result_(result) {}
+
     bool isCanceled() const override {
-        const auto now = std::chrono::steady_clock::now();
-        longest_ = std::max(longest_, now - last_);
-        last_ = now;
+        mostAdded_ = std::max(mostAdded_, edges_.size() - seen_);
+        seen_ = edges_.size();
+        const bool isUnsorted =
+            seen_ == result_.size() && edges_.front().vertexA != result_.front().vertexA;
+        askedUnsorted_ += isUnsorted ? 1 : 0;
         return false;
     }
 
-    double share() const {
-        isCanceled();
-        return std::chrono::duration<double>(longest_) / (last_ - start_);
-    }
+    std::size_t mostAdded() const { return mostAdded_; } // From one question to the next.
+    int askedUnsorted() const { return askedUnsorted_; } // When all creases were there.
 
 private:
-    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-    mutable std::chrono::steady_clock::time_point last_ = start_;
-    mutable std::chrono::steady_clock::duration longest_{};
+    const std::vector<CreaseEdgeInfo>& edges_;
+    const std::vector<CreaseEdgeInfo>& result_;
+    mutable std::size_t seen_ = 0;
+    mutable std::size_t mostAdded_ = 0;
+    mutable int askedUnsorted_ = 0;
 };
 
-TEST(CreaseCancellation, IsAskedAllAlong) {
+TEST(CreaseCancellation, IsAskedWhileCreasesAreFoundAndSorted) {
     const Surface surface = LargeSphere(300, false);
-    // The best of some, as others use the machine, too. It was 0.7.
-    double share = 1.0;
-    for (int i = 0; i < 9 && share > 0.2; ++i) {
-        const LongestSilence cancel;
-        const SetPointer set(LineSegmentSet::GetCreaseEdgesFromMesh(
-            surface.vertices.get(), surface.triangles.get(), cancel, kDegrees, false));
-        EXPECT_TRUE(set);
-        share = std::min(share, cancel.share());
+    std::vector<CreaseEdgeInfo> result;
+    ASSERT_TRUE(Compute(surface, CancelAtQuestion(kNever), result));
+    std::vector<CreaseEdgeInfo> edges;
+    const Onlooker cancel(edges, result);
+    EXPECT_TRUE(ComputeCreaseEdgeInfo(edges, surface.vertices.get(), surface.triangles.get(),
+                                      kDegrees, cancel));
+    EXPECT_LT(cancel.mostAdded(), result.size() / 20);
+    EXPECT_GT(cancel.askedUnsorted(), 150);
+}
+
+// A fan around its last vertex, which comes first in the order of positions.
+TEST(CreaseCancellation, AmongGroupsWithOneFirstPlaceLeavesTheGroupsBefore) {
+    constexpr unsigned int kSpokes = 40;
+    std::vector<Vec3> positions;
+    std::vector<unsigned int> triangles;
+    for (unsigned int i = 0; i < kSpokes; ++i) {
+        positions.emplace_back(1.0F, static_cast<float>(7 * i % kSpokes), 0.0F);
+        triangles.insert(triangles.end(), {kSpokes, i, (i + 1) % kSpokes});
     }
-    EXPECT_LT(share, 0.3);
+    positions.emplace_back(0.0F, 0.0F, 0.0F);
+    const Surface surface = MakeSurface(positions, {}, triangles);
+    std::vector<CreaseEdgeInfo> all;
+    ASSERT_TRUE(Compute(surface, CancelAtQuestion(kNever), all));
+    ASSERT_EQ(all.size(), 2 * kSpokes);
+    for (long groups = 0; groups < static_cast<long>(all.size()); ++groups) {
+        std::vector<CreaseEdgeInfo> edges;
+        EXPECT_FALSE(Compute(surface, CancelAtQuestion(2 + groups), edges));
+        EXPECT_EQ(Plain(edges), Plain({all.begin(), all.begin() + groups}));
+    }
 }
 
 TEST(CreaseCancellation, ThatIsTakenBackStaysOne) {
