@@ -278,19 +278,16 @@ private:
     /// Puts edges, with flags or without, into their order.
     void sort(std::vector<CreaseEdgeInfo>& edges, WorkCounter& work) const {
         PlaceRanks ranks(places_.size());
-        for (const CreaseEdgeInfo& edge : edges) {
-            work.count(1);
-            ranks.use(placeA(edge));
-            ranks.use(placeB(edge));
-        }
+        ForEachCounted(edges.size(), work, [&](std::size_t i) {
+            ranks.use(placeA(edges[i]));
+            ranks.use(placeB(edges[i]));
+        });
         ranks.rank(CountedKeys{keyOf_, work}, work);
-        std::vector<OrderedEdge> sorted;
-        sorted.reserve(edges.size());
-        for (const CreaseEdgeInfo& edge : edges) {
-            work.count(1);
-            sorted.push_back(
-                {ranks[placeA(edge)], ranks[placeB(edge)], edge.vertexA, edge.vertexB});
-        }
+        std::vector<OrderedEdge> sorted(edges.size());
+        ForEachCounted(edges.size(), work, [&](std::size_t i) {
+            const CreaseEdgeInfo& edge = edges[i];
+            sorted[i] = {ranks[placeA(edge)], ranks[placeB(edge)], edge.vertexA, edge.vertexB};
+        });
         const auto isBefore = [](const OrderedEdge& x, const OrderedEdge& y) {
             return std::tuple(x.secondRank, x.a, x.b & kIndexMask) <
                    std::tuple(y.secondRank, y.a, y.b & kIndexMask);
@@ -342,19 +339,15 @@ private:
     /// Calls visit(from, to, number) with the places of all edges of triangles; an edge's number is
     /// where its first index stands.
     template <class Visit> void forEachEdge(WorkCounter& work, Visit visit) const {
-        std::uint32_t number = 0;
-        for (std::size_t begin = 0; begin < triangleCount_; begin += kTrianglesPerPoll) {
-            const std::size_t end = std::min(begin + kTrianglesPerPoll, triangleCount_);
-            work.count(end - begin);
-            for (std::size_t i = begin; i < end; ++i, number += 3) {
-                const std::uint32_t place[3] = {places_[indices_[number]],
-                                                places_[indices_[number + 1]],
-                                                places_[indices_[number + 2]]};
-                visit(place[0], place[1], number);
-                visit(place[1], place[2], number + 1);
-                visit(place[2], place[0], number + 2);
-            }
-        }
+        ForEachCounted(triangleCount_, work, [&](std::size_t i) {
+            const auto number = static_cast<std::uint32_t>(3 * i);
+            const std::uint32_t place[3] = {places_[indices_[number]],
+                                            places_[indices_[number + 1]],
+                                            places_[indices_[number + 2]]};
+            visit(place[0], place[1], number);
+            visit(place[1], place[2], number + 1);
+            visit(place[2], place[0], number + 2);
+        });
     }
 
     /// The vertices of an edge, that at the place `first` first; of two there the smaller number,
@@ -375,13 +368,12 @@ private:
     /// no length does: edges between such places that have the same vertices are no creases.
     void findPlainPlaces(WorkCounter& work) {
         plain_.assign(places_.size(), true);
-        for (std::size_t vertex = 0; vertex < places_.size(); ++vertex) {
+        ForEachCounted(places_.size(), work, [this](std::size_t vertex) {
             const Wm4::Vector3<float>& normal = vertices_.Normal3(static_cast<int>(vertex));
             if (places_[vertex] != vertex || Dot(normal, normal) < cosLimit_) {
                 plain_[places_[vertex]] = false;
             }
-        }
-        work.count(places_.size());
+        });
     }
 
     const kx::kxVertexBuffer& vertices_;

@@ -23,18 +23,14 @@ void SortByFirstRank(std::vector<Record>& records,
                      Less less,
                      WorkCounter& work) {
     std::vector<std::size_t> ends(std::size_t{rankCount} + 1, 0);
-    for (const Record& record : records) {
-        work.count(1);
-        ++ends[std::size_t{record.firstRank} + 1];
-    }
+    ForEachCounted(records.size(), work,
+                   [&](std::size_t i) { ++ends[std::size_t{records[i].firstRank} + 1]; });
     for (std::size_t rank = 1; rank < ends.size(); ++rank) {
         ends[rank] += ends[rank - 1];
     }
     std::vector<Record> sorted(records.size());
-    for (const Record& record : records) {
-        work.count(1);
-        sorted[ends[record.firstRank]++] = record;
-    }
+    ForEachCounted(records.size(), work,
+                   [&](std::size_t i) { sorted[ends[records[i].firstRank]++] = records[i]; });
     const auto counted = [&](const Record& x, const Record& y) {
         work.count(1);
         return less(x, y);
