@@ -83,11 +83,12 @@ kx::kxPointer<LineSegmentSet> InWorld(LineSegmentSet* set, WorkCounter& work) {
 }
 
 /// The creases that are no silhouettes; null where none are left.
-kx::kxPointer<LineSegmentSet> Without(kx::kxPointer<LineSegmentSet> creases,
+kx::kxPointer<LineSegmentSet> Without(const kx::kxPointer<LineSegmentSet>& creases,
                                       const LineSegmentSet* silhouettes,
                                       WorkCounter& work) {
     RemoveCommonSegments(creases.get(), silhouettes, work);
-    return creases && creases->GetIndexBuffer() != nullptr ? creases : nullptr;
+    const bool some = creases && creases->GetIndexBuffer() != nullptr;
+    return some ? creases : nullptr;
 }
 
 /// What the parts of a run take, in nanoseconds on one processor of 2022. Models differ by factors

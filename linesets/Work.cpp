@@ -7,6 +7,8 @@ namespace ctr {
 namespace {
 
 constexpr double kSteps = 1000.0;
+/// Fewer are not worth a call.
+constexpr double kLeastTold = 0.1;
 
 } // namespace
 
@@ -37,8 +39,7 @@ void Work::correct(double itemsLeft, double cost, double costAfterwards) {
     const double share = cost > 0.0 ? cost / (cost + costAfterwards) : 0.0;
     partBegin_ = told_;
     partEnd_ = std::min(kSteps, told_ + share * (kSteps - told_));
-    items_ = itemsLeft;
-    done_ = 0.0;
+    setTotal(itemsLeft);
 }
 
 void Work::finish() {
@@ -48,6 +49,7 @@ void Work::finish() {
 void Work::setTotal(double items) {
     items_ = items;
     done_ = 0.0;
+    stepsPerItem_ = items > 0.0 ? (partEnd_ - partBegin_) / items : 0.0;
 }
 
 void Work::getRange(double& done, double& items) const {
@@ -57,8 +59,9 @@ void Work::getRange(double& done, double& items) const {
 
 void Work::advance(double items) {
     done_ = std::min(done_ + items, items_);
-    if (done_ > 0.0) {
-        tell(partBegin_ + (partEnd_ - partBegin_) * (done_ / items_));
+    const double steps = partBegin_ + stepsPerItem_ * done_;
+    if (steps - told_ >= kLeastTold) {
+        tell(steps);
     }
 }
 

@@ -92,6 +92,7 @@ private:
     double partEnd_ = 0.0;
     double items_ = 0.0; ///< Of the part.
     double done_ = 0.0;
+    double stepsPerItem_ = 0.0;
 };
 
 } // namespace ctr

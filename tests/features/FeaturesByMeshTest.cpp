@@ -40,8 +40,8 @@ std::string TextOf(const SetPointer& set) {
             text << bits[0] << ' ' << bits[1] << ' ' << bits[2] << ' ';
         }
     }
-    for (std::size_t i = 0; i < set->occlusionIntervals.size(); ++i) {
-        for (const auto& numbers : test_support::NumbersOf(set->occlusionIntervals[i])) {
+    for (const auto& hidden : set->occlusionIntervals) {
+        for (const auto& numbers : test_support::NumbersOf(hidden)) {
             for (const auto number : numbers) {
                 text << number << ' ';
             }

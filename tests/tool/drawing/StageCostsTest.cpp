@@ -24,6 +24,7 @@ const char* const kSquare = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n";
 
 std::vector<std::string> NamesOf(const std::vector<PlannedStage>& plan) {
     std::vector<std::string> names;
+    names.reserve(plan.size());
     for (const PlannedStage& stage : plan) {
         names.push_back(stage.name);
     }
