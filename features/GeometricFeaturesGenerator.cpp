@@ -13,6 +13,7 @@
 #include "visibility/IntersectionLines.h"
 #include "visibility/SilhouetteSearch.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cassert>
 #include <cstddef>
@@ -104,11 +105,6 @@ constexpr double kSegmentsPerTriangle = 0.1;
 
 bool IsSeenEndOn(const BakedVertex& b0, const BakedVertex& b1) {
     return b0.x == b1.x && b0.y == b1.y;
-}
-
-/// Of fused ranges.
-bool AreWhole(const std::vector<RationalInterval>& ranges) {
-    return ranges.size() == 1 && IsWhole(ranges.front());
 }
 
 bool AreWholeTogether(std::vector<RationalInterval>& ranges) {
@@ -297,7 +293,8 @@ void GeometricFeaturesGenerator::tInternal::findOutlines(std::vector<MeshFeature
     if (choice.silhouettes) {
         FindSilhouettes(exportBaked[cluster], silhouettes.sets, work);
     }
-    silhouettes.sets.resize(meshes.size(), nullptr);
+    // A caller may have baked other meshes, even more of them.
+    silhouettes.sets.resize(std::max(silhouettes.sets.size(), meshes.size()), nullptr);
     for (std::size_t i = 0; i < meshes.size(); ++i) {
         features[i].silhouetteEdges = InWorld(silhouettes.sets[i], work);
         if (choice.creases) {

@@ -21,6 +21,11 @@ inline bool IsWhole(const RationalInterval& range) {
     return range.start[0] == 0 && range.end[0] == range.end[1];
 }
 
+/// Whether fused ranges are all of a segment.
+inline bool AreWhole(const std::vector<RationalInterval>& ranges) {
+    return ranges.size() == 1 && IsWhole(ranges.front());
+}
+
 inline RationalInterval WholeSegment() {
     return {{0, 1}, {1, 1}};
 }

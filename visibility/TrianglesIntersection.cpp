@@ -91,7 +91,7 @@ public:
         return hidden_;
     }
 
-    bool isWhole() const { return hidden_.size() == 1 && IsWhole(hidden_.front()); }
+    bool isWhole() const { return AreWhole(hidden_); }
 
 private:
     CutHider own_;

@@ -109,9 +109,8 @@ public:
 
     /// The same with progress and cancellation; false when cancelled, with nothing baked.
     ///
-    /// A run of the notifier, which is borrowed: its total is set, and a finished run ends at it.
-    /// Steps are about as long as each other. It is asked at least once per million of basic
-    /// operations, a few milliseconds.
+    /// One run of the notifier, which is borrowed: its total is set, and a finished run ends
+    /// exactly there. Steps take about the same time each. It is asked about once per millisecond.
     bool initialize(kx::kxProgressNotifierInterface& notifier);
 
     /// The counting and clipping pass of initialize().

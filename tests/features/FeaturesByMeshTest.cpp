@@ -192,6 +192,19 @@ TEST(FeaturesByMesh, StayAsTheyWereWhenCancelledAtAnyQuestion) {
     EXPECT_EQ(TextOf(whole), text);
 }
 
+// That nothing leaks is for the address sanitizer to say.
+TEST(FeaturesByMesh, AreThoseOfTheExportedMeshesWhateverElseACallerHasBaked) {
+    ByMeshScene scene;
+    ctr::BakedTriangles& baked = scene.generator.getBakedTriangles(0);
+    baked.setMeshes({scene.first.get(), scene.second.get(), nullptr, scene.third.get(),
+                     scene.wall.get(), scene.wall.get()});
+    baked.initialize();
+    FeaturesByMesh features;
+    ASSERT_TRUE(scene.generator.computeFeaturesByMesh(features, 0, kAll));
+    EXPECT_EQ(features.meshes.size(), 4U);
+    EXPECT_TRUE(features.meshes[3].silhouetteEdges);
+}
+
 TEST(FeaturesByMesh, NeedACluster) {
     FeaturesByMesh out;
     out.meshes.resize(7);
