@@ -410,19 +410,23 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
     }
 }
 
-/// Writes the segment's clip record and its ends on the grid; false when it is outside the view or
-/// seen end-on.
+/// Writes the segment's clip record and its ends on the grid; false when it does not exist, is
+/// outside the view or is seen end-on.
 bool GeometricFeaturesGenerator::tInternal::clipSegment(LineSegmentSet& set,
                                                         std::size_t segment,
                                                         BakedVertex& b0,
                                                         BakedVertex& b1) const {
     const unsigned int* indices = set.GetIndexBuffer()->GetData() + 2 * segment;
+    LineSegmentSet::ClipRange& clip = set.clipRanges[segment];
+    if (!SegmentExists(indices, PositionCount(set.GetVertexBuffer()))) {
+        clip = {0.0F, 0.0F, 0.0F, 0.0F};
+        return false;
+    }
     const auto endPoint = [&](int end) {
         const int vertex = static_cast<int>(indices[end]);
         return set.GetWorldTransformation().ApplyForward(set.GetVertexBuffer()->Position3(vertex),
                                                          true);
     };
-    LineSegmentSet::ClipRange& clip = set.clipRanges[segment];
     std::tie(clip.t0, clip.t1) =
         projectionSpace.clipEdgeWorld(endPoint(0), endPoint(1), b0, b1, clip.w0, clip.w1);
     return clip.t0 < clip.t1 && !IsSeenEndOn(b0, b1);
@@ -534,7 +538,6 @@ void GeometricFeaturesGenerator::computeOcclusion(LineSegmentSet& set, unsigned 
         set.GetIndexBuffer() == nullptr) {
         return;
     }
-    assert(IndicesAreInRange(set.GetIndexBuffer(), set.GetVertexBuffer(), 2));
     internal_->occlude(set, cluster, internal_->progressNotifier);
 }
 

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <tuple>
@@ -41,18 +40,25 @@ std::size_t SegmentCountOf(const LineSegmentSet& set) {
     return set.GetVertexBuffer() != nullptr ? SegmentCount(set.GetIndexBuffer()) : 0;
 }
 
-/// Calls visit(segment, key) for all segments in order. Their vertices lie anywhere: they are
-/// fetched some segments ahead.
+/// Calls visit(segment, key) for all segments that exist, in order. Their vertices lie anywhere:
+/// they are fetched some segments ahead.
 template <class Visit> void ForEachKey(const LineSegmentSet& set, WorkCounter& work, Visit visit) {
     constexpr std::size_t kAhead = 16;
     const std::size_t count = SegmentCountOf(set);
+    const unsigned int positions = PositionCount(set.GetVertexBuffer());
+    const auto exists = [&](std::size_t segment) {
+        return segment < count &&
+               SegmentExists(set.GetIndexBuffer()->GetData() + 2 * segment, positions);
+    };
     ForEachCounted(count, work, [&](std::size_t segment) {
-        if (segment + kAhead < count) {
+        if (exists(segment + kAhead)) {
             const unsigned int* ahead = set.GetIndexBuffer()->GetData() + 2 * (segment + kAhead);
             __builtin_prefetch(&set.GetVertexBuffer()->Position3(static_cast<int>(ahead[0])));
             __builtin_prefetch(&set.GetVertexBuffer()->Position3(static_cast<int>(ahead[1])));
         }
-        visit(segment, KeyOfSegment(set, segment));
+        if (exists(segment)) {
+            visit(segment, KeyOfSegment(set, segment));
+        }
     });
 }
 
@@ -155,10 +161,8 @@ void RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b, WorkCounte
     if (a == nullptr || b == nullptr) {
         return;
     }
-    assert(IndicesAreInRange(a->GetIndexBuffer(), a->GetVertexBuffer(), 2));
-    assert(IndicesAreInRange(b->GetIndexBuffer(), b->GetVertexBuffer(), 2));
     const SegmentTable common(*b, work);
-    std::vector<bool> isKept(SegmentCountOf(*a));
+    std::vector<bool> isKept(SegmentCountOf(*a), true);
     if (common.isEmpty() && !isKept.empty()) {
         return;
     }

@@ -129,24 +129,26 @@ void AppendGroup(std::vector<CreaseEdgeInfo>& edges,
 }
 
 bool HasVertices(const kx::kxVertexBuffer* vertices) {
-    return vertices != nullptr && vertices->GetVertexQuantity() >= 1;
+    return PositionCount(vertices) >= 1;
 }
 
 std::uint32_t RankCount(const kx::kxVertexBuffer& vertices) {
     return static_cast<std::uint32_t>(vertices.GetVertexQuantity());
 }
 
-/// Turns the segments of a line list in place and returns them in the order of edges.
+/// Turns the segments of a line list that exist in place and returns them in the order of edges.
 std::vector<OrderedEdge> OrientAndSort(kx::kxIndexBuffer& lines,
                                        const std::vector<std::uint32_t>& ranks,
                                        std::uint32_t rankCount) {
-    std::vector<OrderedEdge> segments(SegmentCount(&lines));
+    std::vector<OrderedEdge> segments;
+    segments.reserve(SegmentCount(&lines));
     unsigned int* index = lines.GetData();
-    for (OrderedEdge& segment : segments) {
-        segment = Orient(ranks, index[0], index[1]);
-        index[0] = segment.a;
-        index[1] = segment.b;
-        index += 2;
+    for (std::size_t i = 0; i < SegmentCount(&lines); ++i, index += 2) {
+        if (SegmentExists(index, rankCount)) {
+            segments.push_back(Orient(ranks, index[0], index[1]));
+            index[0] = segments.back().a;
+            index[1] = segments.back().b;
+        }
     }
     WorkCounter unwatched;
     SortByFirstRank(segments, rankCount, IsBefore, unwatched);
@@ -336,10 +338,13 @@ private:
         return keyOf_(other) < keyOf_(place) ? other : place;
     }
 
-    /// Calls visit(from, to, number) with the places of all edges of triangles; an edge's number is
-    /// where its first index stands.
+    /// Calls visit(from, to, number) with the places of all edges of triangles that exist; an
+    /// edge's number is where its first index stands.
     template <class Visit> void forEachEdge(WorkCounter& work, Visit visit) const {
         ForEachCounted(triangleCount_, work, [&](std::size_t i) {
+            if (!TriangleExists(indices_ + 3 * i, RankCount(vertices_))) {
+                return;
+            }
             const auto number = static_cast<std::uint32_t>(3 * i);
             const std::uint32_t place[3] = {places_[indices_[number]],
                                             places_[indices_[number + 1]],
@@ -399,7 +404,6 @@ bool FindCreases(std::vector<CreaseEdgeInfo>& edges,
     if (!HasVertices(vertices) || triangles == nullptr) {
         return false;
     }
-    assert(IndicesAreInRange(triangles, vertices, 3));
     const float cosLimit = Cosine(angleInDegrees * Wm4::Math<float>::DEG_TO_RAD);
     CreaseSearch search(*vertices, *triangles, cosLimit);
     PollBudget polls(cancel);
@@ -468,7 +472,6 @@ bool ComputeEdgeInfoFromIBuffer(std::vector<CreaseEdgeInfo>& edges,
     if (!HasVertices(vertices)) {
         return false;
     }
-    assert(IndicesAreInRange(lines, vertices, 2));
     const std::size_t creaseCount = edges.size();
     tags.clear();
     tags.reserve(creaseCount + SegmentCount(lines));

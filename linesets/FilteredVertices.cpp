@@ -6,7 +6,6 @@
 #include "linesets/SetConstruction.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstddef>
 
 namespace ctr {
@@ -15,11 +14,13 @@ namespace {
 /// The vertices that the line list uses, in the order of positions.
 std::vector<KeyedVertex> SortedUsedVertices(const kx::kxVertexBuffer& vertices,
                                             const kx::kxIndexBuffer& lines) {
-    std::vector<bool> used(static_cast<std::size_t>(vertices.GetVertexQuantity()), false);
+    std::vector<bool> used(PositionCount(&vertices), false);
     const unsigned int* indices = lines.GetData();
     const std::size_t count = 2 * SegmentCount(&lines);
     for (std::size_t i = 0; i < count; ++i) {
-        used[indices[i]] = true;
+        if (indices[i] < used.size()) {
+            used[indices[i]] = true;
+        }
     }
     std::vector<KeyedVertex> sorted;
     for (std::size_t i = 0; i < used.size(); ++i) {
@@ -38,7 +39,6 @@ void LineSegmentSet::CreateFilteredVertexBuffer(const kx::kxVertexBuffer& vertic
                                                 const kx::kxIndexBuffer& lines,
                                                 kx::kxPointer<kx::kxVertexBuffer>& filtered,
                                                 std::vector<unsigned int>& remapping) {
-    assert(IndicesAreInRange(&lines, &vertices, 2));
     filtered = nullptr;
     remapping.assign(static_cast<std::size_t>(vertices.GetVertexQuantity()), 0);
     const std::vector<KeyedVertex> sorted = SortedUsedVertices(vertices, lines);
@@ -59,12 +59,12 @@ void LineSegmentSet::CreateFilteredVertexBufferPatched(
     const kx::kxVertexBuffer& vertices,
     kx::kxIndexBuffer& lines,
     kx::kxPointer<kx::kxVertexBuffer>& filtered) {
-    assert(IndicesAreInRange(&lines, &vertices, 1));
     std::vector<unsigned int> remapping;
     CreateFilteredVertexBuffer(vertices, lines, filtered, remapping);
     unsigned int* indices = lines.GetData();
-    std::transform(indices, indices + lines.GetIndexQuantity(), indices,
-                   [&](unsigned int index) { return remapping[index]; });
+    std::transform(indices, indices + lines.GetIndexQuantity(), indices, [&](unsigned int index) {
+        return index < remapping.size() ? remapping[index] : kNoVertex;
+    });
 }
 
 } // namespace ctr

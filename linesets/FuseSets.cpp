@@ -1,6 +1,7 @@
 // Several sets gathered into one, in world space.
 #include <ctr/LineSegmentSet.h>
 
+#include "linesets/IndexRange.h"
 #include "linesets/SetConstruction.h"
 #include "linesets/SetOperations.h"
 
@@ -15,14 +16,17 @@ bool TakesPart(const LineSegmentSet* set) {
     return set != nullptr && set->GetIndexBuffer() != nullptr && set->GetVertexBuffer() != nullptr;
 }
 
+/// What does not exist in its own set must not come to life among the vertices of others.
 void CopyIndices(const LineSegmentSet& source,
                  unsigned int* target,
                  std::size_t firstVertex,
                  WorkCounter& work) {
     const unsigned int* indices = source.GetIndexBuffer()->GetData();
     const std::size_t count = 2 * SegmentCount(source.GetIndexBuffer());
+    const unsigned int positions = PositionCount(source.GetVertexBuffer());
     ForEachCounted(count, work, [&](std::size_t i) {
-        target[i] = indices[i] + static_cast<unsigned int>(firstVertex);
+        target[i] = indices[i] < positions ? indices[i] + static_cast<unsigned int>(firstVertex)
+                                           : kNoVertex;
     });
 }
 
@@ -32,8 +36,7 @@ void CopyVertices(const LineSegmentSet& source,
                   WorkCounter& work) {
     const kx::kxVertexBuffer& vertices = *source.GetVertexBuffer();
     const kx::kxGenericTransformation<float>& toWorld = source.GetWorldTransformation();
-    const auto count = static_cast<std::size_t>(vertices.GetVertexQuantity());
-    ForEachCounted(count, work, [&](std::size_t i) {
+    ForEachCounted(PositionCount(&vertices), work, [&](std::size_t i) {
         target.Position3(static_cast<int>(firstVertex + i)) =
             toWorld.ApplyForward(vertices.Position3(static_cast<int>(i)), true);
     });
@@ -47,7 +50,7 @@ LineSegmentSet* FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets, Wo
     std::size_t vertexCount = 0;
     std::size_t segmentCount = 0;
     for (const LineSegmentSet* part : parts) {
-        vertexCount += static_cast<std::size_t>(part->GetVertexBuffer()->GetVertexQuantity());
+        vertexCount += PositionCount(part->GetVertexBuffer());
         segmentCount += SegmentCount(part->GetIndexBuffer());
     }
     if (vertexCount == 0 || segmentCount == 0) {
@@ -67,7 +70,7 @@ LineSegmentSet* FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets, Wo
         std::copy_n(part->occlusionIntervals.begin(),
                     std::min(segments, part->occlusionIntervals.size()),
                     fused->occlusionIntervals.begin() + static_cast<std::ptrdiff_t>(firstSegment));
-        firstVertex += static_cast<std::size_t>(part->GetVertexBuffer()->GetVertexQuantity());
+        firstVertex += PositionCount(part->GetVertexBuffer());
         firstSegment += segments;
     }
     fused->SetVertexBuffer(vertices.get());

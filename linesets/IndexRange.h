@@ -1,4 +1,6 @@
-// Whether the indices of a buffer number vertices, which most operations take for granted.
+// Which segments and triangles exist: those whose indices number positions.
+//
+// Hosts hand over what files say. An operation leaves out what does not exist, as baking does.
 #pragma once
 
 #include <kxSceneGraph/kxIndexBuffer.h>
@@ -6,28 +8,40 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <limits>
 
 namespace ctr {
 
-/// Whether the first `count` indices are below a number of vertices.
-inline bool IndicesAreInRange(const unsigned int* indices, std::size_t count, int vertexQuantity) {
-    return std::all_of(indices, indices + count, [vertexQuantity](unsigned int index) {
-        return index < static_cast<unsigned int>(vertexQuantity);
-    });
+/// Numbers no vertex of any buffer.
+constexpr unsigned int kNoVertex = std::numeric_limits<unsigned int>::max();
+
+/// How many vertices have a position; 0 without a buffer.
+inline unsigned int PositionCount(const kx::kxVertexBuffer* vertices) {
+    return vertices != nullptr && vertices->GetAttributes().GetPositionChannels() == 3
+               ? static_cast<unsigned int>(vertices->GetVertexQuantity())
+               : 0U;
 }
 
-/// Whether all indices of a buffer number positions, but for those of an element of `size` indices
-/// that is not whole. True where either buffer is missing: there is nothing to look up.
-inline bool IndicesAreInRange(const kx::kxIndexBuffer* indices,
-                              const kx::kxVertexBuffer* vertices,
-                              std::size_t size) {
-    if (indices == nullptr || vertices == nullptr) {
+/// Whether a segment's two indices are below a number of positions.
+inline bool SegmentExists(const unsigned int* indices, unsigned int positionCount) {
+    return std::max(indices[0], indices[1]) < positionCount;
+}
+
+/// Whether a triangle's three indices are below a number of positions.
+inline bool TriangleExists(const unsigned int* indices, unsigned int positionCount) {
+    return std::max({indices[0], indices[1], indices[2]}) < positionCount;
+}
+
+/// Whether all segments of a line list exist; an odd last index counts for nothing. True where
+/// either buffer is missing: there is nothing to look up.
+inline bool SegmentsExist(const kx::kxIndexBuffer* lines, const kx::kxVertexBuffer* vertices) {
+    if (lines == nullptr || vertices == nullptr) {
         return true;
     }
-    const std::size_t count = static_cast<std::size_t>(indices->GetIndexQuantity()) / size * size;
-    return count == 0 ||
-           (vertices->GetAttributes().GetPositionChannels() == 3 &&
-            IndicesAreInRange(indices->GetData(), count, vertices->GetVertexQuantity()));
+    const std::size_t count = static_cast<std::size_t>(lines->GetIndexQuantity()) / 2 * 2;
+    const unsigned int positions = PositionCount(vertices);
+    return std::all_of(lines->GetData(), lines->GetData() + count,
+                       [positions](unsigned int index) { return index < positions; });
 }
 
 } // namespace ctr

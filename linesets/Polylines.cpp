@@ -84,13 +84,12 @@ bool LineSegmentSet::BuildPolylinesImpl(const kx::kxVertexBuffer& vertices,
                                         std::vector<bool>& straightLineFlags) {
     const std::size_t count = SegmentCount(&lines);
     const unsigned int* indices = lines.GetData();
-    const int vertexQuantity = vertices.GetVertexQuantity();
-    if (count == 0 || !IndicesAreInRange(indices, 2 * count, vertexQuantity)) {
+    if (count == 0 || !SegmentsExist(&lines, &vertices)) {
         return false;
     }
     std::vector<std::size_t> chainEnds;
     const std::vector<ChainLink> links =
-        BuildChains(static_cast<std::size_t>(vertexQuantity), indices, count, chainEnds);
+        BuildChains(PositionCount(&vertices), indices, count, chainEnds);
     straightLineFlags = OrderedFlags(flags, links);
     if (tags != nullptr) {
         ReorderTags(*tags, links);

@@ -6,8 +6,18 @@
 #include <kxSceneGraph/kxAttributes.h>
 
 #include <cstddef>
+#include <limits>
+#include <stdexcept>
 
 namespace ctr {
+
+/// A count as buffers take it; std::length_error for one that is too large for them.
+inline int BufferSize(std::size_t count) {
+    if (count > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        throw std::length_error("more than 2147483647 vertices or indices in one buffer");
+    }
+    return static_cast<int>(count);
+}
 
 /// The whole segments of a line list; an odd last index is dropped.
 inline std::size_t SegmentCount(const kx::kxIndexBuffer* lines) {
@@ -17,11 +27,11 @@ inline std::size_t SegmentCount(const kx::kxIndexBuffer* lines) {
 inline kx::kxPointer<kx::kxVertexBuffer> MakePositionBuffer(std::size_t vertexCount) {
     kx::kxAttributes attributes;
     attributes.SetPositionChannels(3);
-    return {new kx::kxVertexBuffer(attributes, static_cast<int>(vertexCount))};
+    return {new kx::kxVertexBuffer(attributes, BufferSize(vertexCount))};
 }
 
 inline kx::kxPointer<kx::kxIndexBuffer> MakeLineBuffer(std::size_t segmentCount) {
-    return {new kx::kxIndexBuffer(static_cast<int>(2 * segmentCount), kx::IBT_LINES)};
+    return {new kx::kxIndexBuffer(BufferSize(2 * segmentCount), kx::IBT_LINES)};
 }
 
 /// Gives a set both transformations, telling its parents about the local one.

@@ -47,7 +47,7 @@ bool LineSegmentSet::validate() const {
     const std::size_t count = SegmentCount(lines);
     const bool isWhole = lines == nullptr || lines->GetIndexQuantity() % 2 == 0;
     const bool hasVertices = count == 0 || GetVertexBuffer() != nullptr;
-    return isWhole && hasVertices && IndicesAreInRange(lines, GetVertexBuffer(), 2) &&
+    return isWhole && hasVertices && SegmentsExist(lines, GetVertexBuffer()) &&
            HasNoneOrOneEach(segmentFlags, count) && HasNoneOrOneEach(occlusionIntervals, count) &&
            HasNoneOrOneEach(clipRanges, count) &&
            std::all_of(occlusionIntervals.begin(), occlusionIntervals.end(), RangesAreSound) &&

@@ -10,10 +10,8 @@
 #include "linesets/SetConstruction.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <memory>
 
 namespace ctr {
@@ -21,12 +19,10 @@ namespace {
 
 using Point = Wm4::Vector3<float>;
 
-constexpr unsigned int kNewVertex = std::numeric_limits<unsigned int>::max();
-
 /// One end of a visible piece: an unclipped end of its segment (source), or a point of its own.
 struct PieceEnd {
     Point point;
-    unsigned int source = kNewVertex;
+    unsigned int source = kNoVertex;
 };
 
 Point Interpolate(const Point& p, const Point& q, float t) {
@@ -65,7 +61,7 @@ public:
     PieceEnd at(const Wm4::Vector2<std::int64_t>& parameter) const {
         const float s = static_cast<float>(parameter[0]) / static_cast<float>(parameter[1]);
         const float t = (w0_ * s) / ((w0_ - w1_) * s + w1_);
-        return {Interpolate(first.point, last.point, t), kNewVertex};
+        return {Interpolate(first.point, last.point, t), kNoVertex};
     }
 
     PieceEnd first;
@@ -100,15 +96,15 @@ void AppendPieces(std::vector<PieceEnd>& ends,
 std::vector<unsigned int> NumberReusedVertices(const std::vector<PieceEnd>& ends,
                                                std::size_t sourceVertexCount,
                                                unsigned int& count) {
-    std::vector<unsigned int> numbers(sourceVertexCount, kNewVertex);
+    std::vector<unsigned int> numbers(sourceVertexCount, kNoVertex);
     for (const PieceEnd& end : ends) {
-        if (end.source != kNewVertex) {
+        if (end.source != kNoVertex) {
             numbers[end.source] = 0;
         }
     }
     count = 0;
     for (unsigned int& number : numbers) {
-        if (number != kNewVertex) {
+        if (number != kNoVertex) {
             number = count++;
         }
     }
@@ -123,18 +119,18 @@ void SetPieces(LineSegmentSet& set,
     unsigned int next = 0;
     const std::vector<unsigned int> numbers = NumberReusedVertices(ends, sourceCount, next);
     const auto newCount = static_cast<std::size_t>(std::count_if(
-        ends.begin(), ends.end(), [](const PieceEnd& end) { return end.source == kNewVertex; }));
+        ends.begin(), ends.end(), [](const PieceEnd& end) { return end.source == kNoVertex; }));
     const kx::kxPointer<kx::kxVertexBuffer> vertices = MakePositionBuffer(next + newCount);
     const kx::kxPointer<kx::kxIndexBuffer> lines = MakeLineBuffer(ends.size() / 2);
     for (std::size_t i = 0; i < sourceCount; ++i) {
-        if (numbers[i] != kNewVertex) {
+        if (numbers[i] != kNoVertex) {
             vertices->Position3(static_cast<int>(numbers[i])) =
                 source.Position3(static_cast<int>(i));
         }
     }
     unsigned int* index = lines->GetData();
     for (const PieceEnd& end : ends) {
-        if (end.source == kNewVertex) {
+        if (end.source == kNoVertex) {
             vertices->Position3(static_cast<int>(next)) = end.point;
             *index++ = next++;
         } else {
@@ -159,12 +155,14 @@ LineSegmentSet* LineSegmentSet::BakeVisibleSegments(const LineSegmentSet* source
         set->SetVertexBuffer(source->GetVertexBuffer());
         set->SetIndexBuffer(source->GetIndexBuffer());
     } else {
-        assert(IndicesAreInRange(source->GetIndexBuffer()->GetData(), 2 * count,
-                                 source->GetVertexBuffer()->GetVertexQuantity()));
+        const unsigned int* indices = source->GetIndexBuffer()->GetData();
+        const unsigned int positions = PositionCount(source->GetVertexBuffer());
         std::vector<PieceEnd> ends;
         for (std::size_t segment = 0; segment < count; ++segment) {
-            AppendPieces(ends, ClippedSegment(*source, segment),
-                         source->occlusionIntervals[segment]);
+            if (SegmentExists(indices + 2 * segment, positions)) {
+                AppendPieces(ends, ClippedSegment(*source, segment),
+                             source->occlusionIntervals[segment]);
+            }
         }
         if (ends.empty()) {
             return nullptr;

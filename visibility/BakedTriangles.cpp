@@ -9,6 +9,8 @@
 #include <kxCommonAddOns/kxLinearGenericBVHBuilder.h>
 #include <kxSceneGraph/kxAttributes.h>
 
+#include "linesets/IndexRange.h"
+#include "linesets/SetConstruction.h"
 #include "projection/GridQuantisation.h"
 #include "projection/Homogeneous.h"
 #include "visibility/BakedMesh.h"
@@ -23,6 +25,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <stdexcept>
 #include <typeinfo>
 
 namespace ctr {
@@ -34,8 +37,23 @@ constexpr std::int32_t kOutsideMarker = 1 << 28;
 constexpr unsigned int kMaxTrianglesInLeaf = 10;
 constexpr unsigned int kBitsPerWord = 32;
 
+/// Vertex numbers have 31 bits, as edges keep one for their direction, less some for padding.
+constexpr std::uint64_t kMaxVertices = (std::uint64_t{1} << 31) - 129;
+/// As many as the hierarchy takes.
+constexpr std::uint64_t kMaxTriangles = std::uint64_t{1} << 30;
+
+/// Placements share buffers: a few of those hold more in all than numbers can count.
+void RequireRoom(std::uint64_t vertices, std::uint64_t triangles) {
+    if (vertices > kMaxVertices) {
+        throw std::length_error("more than 2147483519 vertices to bake, each as often as placed");
+    }
+    if (triangles > kMaxTriangles) {
+        throw std::length_error("more than 1073741824 triangles to bake, each as often as placed");
+    }
+}
+
 int VertexQuantity(const kx::kxTriMesh& mesh) {
-    return mesh.GetVertexBuffer()->GetVertexQuantity();
+    return static_cast<int>(PositionCount(mesh.GetVertexBuffer()));
 }
 
 /// The clip-space position of a vertex of a mesh.
@@ -316,6 +334,7 @@ private:
         std::copy_n(points, polygon.vertexCount, polygons.back().vertices);
         data.vertexCount += polygon.vertexCount;
         data.triangleCount += polygon.vertexCount > 2 ? polygon.vertexCount - 2 : 0;
+        RequireRoom(data.vertexCount, data.triangleCount);
     }
 
     const DiscreteProjectionSpace& space_;
@@ -432,6 +451,14 @@ private:
     BakedTriangles* baked_;
 };
 
+std::uint64_t VertexQuantityOf(const std::vector<const kx::kxTriMesh*>& meshes) {
+    std::uint64_t count = 0;
+    for (const kx::kxTriMesh* mesh : meshes) {
+        count += IsUsable(mesh) ? static_cast<std::uint64_t>(VertexQuantity(*mesh)) : 0;
+    }
+    return count;
+}
+
 void RunFirstPass(const BakedTriangles& baked,
                   BakedTriangles::tFirstPassData& data,
                   WorkCounter& work) {
@@ -440,6 +467,7 @@ void RunFirstPass(const BakedTriangles& baked,
     data.release();
     data.clippedPolygons.resize(meshes.size());
     data.insideTriangles.resize(meshes.size(), nullptr);
+    RequireRoom(VertexQuantityOf(meshes), 0);
     ProjectedVertices projected(meshes);
     for (std::size_t i = 0; i < meshes.size(); ++i) {
         if (!IsUsable(meshes[i])) {
@@ -450,6 +478,7 @@ void RunFirstPass(const BakedTriangles& baked,
         data.vertexCount += static_cast<std::uint32_t>(VertexQuantity(*meshes[i]));
         data.insideTriangles[i] = new unsigned int[(triangles + kBitsPerWord - 1) / kBitsPerWord]();
         MeshClipper(*baked.projectionSpace, *meshes[i], projected, work).run(data, i);
+        RequireRoom(data.vertexCount, data.triangleCount);
     }
 }
 
@@ -619,9 +648,9 @@ kx::kxTriMesh* BakedTriangles::computeBakedMesh() const {
     kx::kxAttributes attributes;
     attributes.SetPositionChannels(3);
     const kx::kxPointer<kx::kxVertexBuffer> positions(
-        new kx::kxVertexBuffer(attributes, static_cast<int>(vertices.size())));
+        new kx::kxVertexBuffer(attributes, BufferSize(vertices.size())));
     const kx::kxPointer<kx::kxIndexBuffer> triangles(
-        new kx::kxIndexBuffer(static_cast<int>(triangleIndices.size()), kx::IBT_TRIANGLES));
+        new kx::kxIndexBuffer(BufferSize(triangleIndices.size()), kx::IBT_TRIANGLES));
     for (std::size_t i = 0; i < vertices.size(); ++i) {
         positions->Position3(static_cast<int>(i)) = GridToWorld(*projectionSpace, vertices[i]);
     }

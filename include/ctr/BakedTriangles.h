@@ -103,8 +103,9 @@ public:
     /// Bakes the meshes; both setters have to have been called. May be called again.
     ///
     /// Triangles outside the view, seen edge-on, with a coordinate that is not finite or with
-    /// vertices that do not exist are left out. An exception leaves nothing baked. O(n log n) in
-    /// the number of triangles.
+    /// vertices that do not exist are left out. An exception leaves nothing baked:
+    /// std::length_error for more than 2^31 - 129 vertices or 2^30 triangles, those of a shared
+    /// buffer counted as often as meshes place it. O(n log n) in the number of triangles.
     void initialize();
 
     /// The same with progress and cancellation; false when cancelled, with nothing baked.

@@ -32,8 +32,9 @@ struct CreaseEdgeInfo {
 ///
 /// Returns false for a null buffer or one without vertices (edges is then empty) and when cancel
 /// says so, which is asked after every 1000 triangles (edges is then empty), before every group of
-/// edges at one place and at the end (edges then holds the groups done so far). All vertex numbers
-/// must be below the vertex count and below 2^31. O(n log n) in the number of triangles.
+/// edges at one place and at the end (edges then holds the groups done so far). Triangles with a
+/// vertex that does not exist or has no position are left out. O(n log n) in the number of
+/// triangles.
 CTR_EXPORT bool ComputeCreaseEdgeInfo(std::vector<CreaseEdgeInfo>& edges,
                                       const kx::kxVertexBuffer* vertices,
                                       const kx::kxIndexBuffer* triangles,
@@ -51,8 +52,9 @@ CTR_EXPORT bool MakeBuffersFromEdgeInfo(const std::vector<CreaseEdgeInfo>& edges
 ///
 /// tags gets one entry an edge: 1 = from the line list only, 2 = a crease only, 3 = both. Segments
 /// are turned in place so that the smaller position comes first; a segment that no edge equals
-/// (by vertex numbers) is appended once, however often it is listed. lines may be null. Returns
-/// false for a null vertex buffer or one without vertices. O((n + m) log (n + m)).
+/// (by vertex numbers) is appended once, however often it is listed, and one whose vertices do not
+/// exist is left as it is, without a tag. lines may be null. Returns false for a null vertex buffer
+/// or one without vertices. O((n + m) log (n + m)).
 CTR_EXPORT bool ComputeEdgeInfoFromIBuffer(std::vector<CreaseEdgeInfo>& edges,
                                            const kx::kxVertexBuffer* vertices,
                                            kx::kxIndexBuffer* lines,

@@ -91,7 +91,10 @@ public:
     /// by more than 5 degrees and its borders. removeCommonSegments drops creases that are
     /// silhouettes too. The notifier is told the total (one step a segment, two a triangle) and
     /// asked between the passes and before every segment; a cancelled run leaves in the record what
-    /// was done. Without a notifier, an index out of range makes all fields null.
+    /// was done, and in fields that it did not reach what they held: a record that is used again
+    /// keeps lines of the run before there, a new one is null there. Without a notifier, an index
+    /// out of range makes all fields null. Triangles and segments of outlines whose vertices do not
+    /// exist are left out.
     void computeGeometricFeatures(GeometricFeatures& out,
                                   unsigned int cluster,
                                   bool removeCommonSegments);
@@ -110,8 +113,8 @@ public:
     /// Ranges that the set holds already are kept and joined with what is found, as
     /// IntervalTools::FuseOverlappingIntervals() does it, with the fractions that they have. A
     /// segment that the triangles hide as a whole has the one range 0/1 .. 1/1, whichever of them
-    /// hide it, and so has one outside the view or seen end-on. Nothing happens for an index out of
-    /// range or a set without buffers.
+    /// hide it, and so has one outside the view, seen end-on or between vertices that do not exist.
+    /// Nothing happens for a cluster out of range or a set without buffers.
     void computeOcclusion(LineSegmentSet& set, unsigned int cluster);
 
     /// Finds the lines along which the exported meshes of a cluster intersect: their visible pieces

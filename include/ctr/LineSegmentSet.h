@@ -18,10 +18,11 @@ namespace ctr {
 
 /// A list of line segments: a line geometry with three records a segment of its own.
 ///
-/// Indices 2i and 2i + 1 of the index buffer are segment i; an odd last index is ignored. Each of
-/// the three vectors is either empty or has one entry a segment. Sets are made with new, hold their
-/// buffers by reference and are freed through their virtual destructor or by reference counting.
-/// One thread fills a set; afterwards any number may read it.
+/// Indices 2i and 2i + 1 of the index buffer are segment i; an odd last index is ignored. A segment
+/// whose vertices do not exist, or have no positions, is hidden, shows no piece and equals no
+/// other. Each of the three vectors is either empty or has one entry a segment. Sets are made with
+/// new, hold their buffers by reference and are freed through their virtual destructor or by
+/// reference counting. One thread fills a set; afterwards any number may read it.
 class CTR_EXPORT LineSegmentSet : public kx::kxLine {
 public:
     /// What clipping left of a segment: the parameters t0 and t1 of the part inside the view and
@@ -111,7 +112,8 @@ public:
     ///
     /// Sets that are null or lack a buffer are left out; null when no vertex or no segment remains.
     /// Vertices are not welded, segments not compared. Hidden ranges are carried along, clip
-    /// records and flags are not. Linear time.
+    /// records and flags are not. Throws std::length_error for more vertices or indices than an int
+    /// counts. Linear time.
     static LineSegmentSet* FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets);
 
     /// Removes from a every segment that b holds too, in either direction.
@@ -165,7 +167,8 @@ public:
                                            kx::kxPointer<kx::kxVertexBuffer>& filtered,
                                            std::vector<unsigned int>& remapping);
 
-    /// The same, and rewrites the line list to the new buffer.
+    /// The same, and rewrites the line list to the new buffer. What named no vertex names none
+    /// there.
     static void CreateFilteredVertexBufferPatched(const kx::kxVertexBuffer& vertices,
                                                   kx::kxIndexBuffer& lines,
                                                   kx::kxPointer<kx::kxVertexBuffer>& filtered);

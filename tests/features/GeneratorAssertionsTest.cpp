@@ -36,13 +36,11 @@ TEST(GeneratedSets, AreValid) {
 // Where nothing is asserted, what follows would be undefined.
 #ifndef NDEBUG
 
-TEST(GeneratorAssertions, ClustersAndIndicesInRange) {
+TEST(GeneratorAssertions, ClustersInRange) {
     ctr::GeometricFeaturesGenerator generator;
     EXPECT_DEATH(generator.getBakedTriangles(0), "cluster");
     generator.setSingleExportCluster({}, nullptr);
     EXPECT_DEATH(generator.getBakedTriangles(1), "cluster");
-    const SetPointer set = MakeSet({Vec3(0, 0, 0)}, {0, 1});
-    EXPECT_DEATH(generator.computeOcclusion(*set, 0), "InRange");
 }
 
 TEST(CameraAssertions, TwoBuffersToClipIn) {

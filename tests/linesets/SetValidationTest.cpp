@@ -125,55 +125,14 @@ TEST(ValidateSet, ClipRecordsAreWithinTheSegment) {
 // Where nothing is asserted, what follows would be undefined.
 #ifndef NDEBUG
 
-// Operations take what their documentation allows, and what it does not, they assert.
-class SetAssertions : public testing::Test {
-protected:
-    SetPointer sound_ = TwoSegments();
-    SetPointer beyond_ = MakeSet(kCorners, {0, 1, 1, 3});
-};
-
-TEST_F(SetAssertions, IndicesOfSetsThatAreCompared) {
-    EXPECT_DEATH(LineSegmentSet::RemoveCommonSegments(beyond_.get(), sound_.get()), "InRange");
-    EXPECT_DEATH(LineSegmentSet::RemoveCommonSegments(sound_.get(), beyond_.get()), "InRange");
-}
-
-TEST_F(SetAssertions, IndicesOfSegmentsThatAreBaked) {
-    beyond_->occlusionIntervals.resize(1);
-    const SetPointer pieces(LineSegmentSet::BakeVisibleSegments(beyond_.get()));
-    EXPECT_TRUE(pieces);
-    beyond_->occlusionIntervals.resize(2);
-    EXPECT_DEATH(LineSegmentSet::BakeVisibleSegments(beyond_.get()), "InRange");
-}
-
-TEST_F(SetAssertions, IndicesOfListsThatAreFiltered) {
-    VerticesPointer filtered;
-    std::vector<unsigned int> remapping;
-    const VerticesPointer corners = MakeVertices(kCorners);
-    const IndicesPointer lines = MakeIndices({0, 3});
-    EXPECT_DEATH(LineSegmentSet::CreateFilteredVertexBuffer(*corners, *lines, filtered, remapping),
-                 "InRange");
-    const IndicesPointer oddOne = MakeIndices({0, 1, 3});
-    LineSegmentSet::CreateFilteredVertexBuffer(*corners, *oddOne, filtered, remapping);
-    EXPECT_DEATH(LineSegmentSet::CreateFilteredVertexBufferPatched(*corners, *oddOne, filtered),
-                 "InRange");
-}
-
-TEST_F(SetAssertions, IndicesOfMeshes) {
-    const VerticesPointer corners = MakeVertices(kCorners);
-    const IndicesPointer triangles = MakeIndices({0, 1, 3}, kx::IBT_TRIANGLES);
+TEST(SetAssertions, MeshesThatAreThere) {
     const std::atomic<bool> never = false;
     const kx::kxCancelInterfaceProxyReadOnly cancel(never);
-    std::vector<ctr::CreaseEdgeInfo> edges;
-    EXPECT_DEATH(ComputeCreaseEdgeInfo(edges, corners.get(), triangles.get(), 5.0F, cancel),
-                 "InRange");
-    std::vector<unsigned char> tags;
-    const IndicesPointer lines = MakeIndices({0, 3});
-    EXPECT_DEATH(ComputeEdgeInfoFromIBuffer(edges, corners.get(), lines.get(), tags), "InRange");
     EXPECT_DEATH(LineSegmentSet::GetCreaseEdgesFromTriMesh(nullptr, cancel, 5.0F, false), "mesh");
-    EXPECT_DEATH(LineSegmentSet::GetOutlineEdgesFromTriMesh(nullptr, lines), "mesh");
+    EXPECT_DEATH(LineSegmentSet::GetOutlineEdgesFromTriMesh(nullptr, MakeIndices({0, 3})), "mesh");
 }
 
-TEST_F(SetAssertions, RunsWithinTheirFlags) {
+TEST(SetAssertions, RunsWithinTheirFlags) {
     LineSegmentSet::ArcFeature run;
     run.end = 6;
     std::vector<bool> flags(2);
