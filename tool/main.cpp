@@ -2,6 +2,7 @@
 #include "Application.h"
 #include "common/Failure.h"
 #include "common/Interrupt.h"
+#include "common/MemoryLimit.h"
 #include "common/Messages.h"
 #include "options/CommandLine.h"
 
@@ -48,6 +49,7 @@ void KeepMemory() {
 
 int main(int argc, char** argv) {
     KeepMemory();
+    kxcontour::LimitMemoryToAvailable();
     // A file that outgrows its limit and a reader that leaves are reported like a full disk.
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);

@@ -37,17 +37,13 @@ constexpr std::int32_t kOutsideMarker = 1 << 28;
 constexpr unsigned int kMaxTrianglesInLeaf = 10;
 constexpr unsigned int kBitsPerWord = 32;
 
-/// Vertex numbers have 31 bits, as edges keep one for their direction, less some for padding.
-constexpr std::uint64_t kMaxVertices = (std::uint64_t{1} << 31) - 129;
-/// As many as the hierarchy takes.
-constexpr std::uint64_t kMaxTriangles = std::uint64_t{1} << 30;
-
-/// Placements share buffers: a few of those hold more in all than numbers can count.
+/// Placements share buffers: a few of those hold more in all than numbers can count. Edges keep one
+/// bit of a number for their direction, and the hierarchy takes 2^30 triangles.
 void RequireRoom(std::uint64_t vertices, std::uint64_t triangles) {
-    if (vertices > kMaxVertices) {
+    if (vertices > BakedTriangles::kMaxVertices) {
         throw std::length_error("more than 2147483519 vertices to bake, each as often as placed");
     }
-    if (triangles > kMaxTriangles) {
+    if (triangles > BakedTriangles::kMaxTriangles) {
         throw std::length_error("more than 1073741824 triangles to bake, each as often as placed");
     }
 }

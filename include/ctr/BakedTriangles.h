@@ -85,6 +85,12 @@ public:
         std::vector<unsigned int*> insideTriangles;
     };
 
+    /// How many vertices meshes may have in all, those of a shared buffer counted as often as
+    /// meshes place it: their numbers have 31 bits, less some room.
+    static constexpr std::uint64_t kMaxVertices = (std::uint64_t{1} << 31) - 129;
+    /// How many triangles may be in view, those that clipping makes among them.
+    static constexpr std::uint64_t kMaxTriangles = std::uint64_t{1} << 30;
+
     /// Null entries, and geometry other than triangle meshes, are allowed and skipped.
     void setMeshes(const std::vector<const kx::kxTriMesh*>& newMeshes);
     /// The camera and grid to bake with; borrowed.
@@ -104,8 +110,8 @@ public:
     ///
     /// Triangles outside the view, seen edge-on, with a coordinate that is not finite or with
     /// vertices that do not exist are left out. An exception leaves nothing baked:
-    /// std::length_error for more than 2^31 - 129 vertices or 2^30 triangles, those of a shared
-    /// buffer counted as often as meshes place it. O(n log n) in the number of triangles.
+    /// std::length_error for more than kMaxVertices or kMaxTriangles. O(n log n) in the number of
+    /// triangles.
     void initialize();
 
     /// The same with progress and cancellation; false when cancelled, with nothing baked.

@@ -1,6 +1,8 @@
 // Reads models, brings them to one unit and builds their meshes.
 #include "scene/Scene.h"
 
+#include <ctr/BakedTriangles.h>
+
 #include "common/Failure.h"
 #include "common/NearestName.h"
 #include "model/CoordinateSteps.h"
@@ -11,6 +13,7 @@
 #include "scene/SurfaceRepair.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <utility>
 
@@ -119,8 +122,26 @@ private:
         return Import(input_, path);
     }
 
+    /// Placements share buffers, but each is baked for itself: a small file can ask for more than
+    /// can be numbered.
+    void count(const Model& model, const std::string& name) {
+        for (const Placement& placement : model.placements) {
+            const Shape& shape = model.shapes[placement.shape];
+            vertices_ += static_cast<std::uint64_t>(shape.vertices->GetVertexQuantity());
+            triangles_ += static_cast<std::uint64_t>(shape.triangles->GetIndexQuantity()) / 3;
+        }
+        if (vertices_ > ctr::BakedTriangles::kMaxVertices ||
+            triangles_ > ctr::BakedTriangles::kMaxTriangles) {
+            throw Failure(ExitCode::Unreadable,
+                          name + ": too large to draw: " + std::to_string(triangles_) +
+                              " triangles with " + std::to_string(vertices_) +
+                              " vertices, counted as often as they are placed");
+        }
+    }
+
     void prepare(Model& model, const std::string& name) {
         enter("prepare");
+        count(model, name);
         clean(model, name);
         if (!model.unitStated) {
             scene_.withoutUnit.push_back(name);
@@ -187,6 +208,8 @@ private:
     const StageObserver& observer_;
     MeshRules rules_;
     Scene scene_;
+    std::uint64_t vertices_ = 0;  ///< Of all placements, before any triangle is dropped.
+    std::uint64_t triangles_ = 0; ///< Likewise.
     bool started_ = false;
 };
 
