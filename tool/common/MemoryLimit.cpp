@@ -48,6 +48,17 @@ struct GroupFiles {
     const char* use;
 };
 
+/// Files that were read count as a group's memory until something else needs it.
+std::uint64_t CachedFiles(const Path& folder) {
+    std::ifstream file(folder / "memory.stat");
+    std::uint64_t sum = 0;
+    std::string name;
+    for (std::uint64_t bytes = 0; file >> name >> bytes;) {
+        sum += name == "inactive_file" || name == "active_file" ? bytes : 0;
+    }
+    return sum;
+}
+
 /// What a group and those that it is in have left.
 Bytes LeftInGroups(const Path& hierarchy, Path group, const GroupFiles& files) {
     Bytes least;
@@ -56,7 +67,8 @@ Bytes LeftInGroups(const Path& hierarchy, Path group, const GroupFiles& files) {
         const Bytes limit = NumberIn(folder / files.limit);
         const Bytes use = NumberIn(folder / files.use);
         if (limit && use) {
-            least = Least(least, *limit - std::min(*limit, *use));
+            const std::uint64_t kept = *use - std::min(*use, CachedFiles(folder));
+            least = Least(least, *limit - std::min(*limit, kept));
         }
         if (!group.has_relative_path()) {
             return least;

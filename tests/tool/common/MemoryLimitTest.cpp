@@ -60,7 +60,10 @@ TEST_F(MemoryOfASystem, IsNoMoreThanAnyGroupHasLeft) {
     write("sys/fs/cgroup/shop/memory.max", "9000\n");
     write("sys/fs/cgroup/shop/memory.current", "6000\n");
     EXPECT_EQ(AvailableMemory(root_), Bytes(3000));
-    write("sys/fs/cgroup/shop/memory.current", "9001\n");
+    // Of these, a thousand are files that were read.
+    write("sys/fs/cgroup/shop/memory.stat", "anon 5000\ninactive_file 700\nactive_file 300\n");
+    EXPECT_EQ(AvailableMemory(root_), Bytes(4000));
+    write("sys/fs/cgroup/shop/memory.current", "10001\n");
     EXPECT_EQ(AvailableMemory(root_), Bytes(0));
 }
 
