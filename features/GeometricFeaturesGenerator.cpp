@@ -78,11 +78,6 @@ std::size_t SegmentCountOf(const std::vector<MeshFeatures>& features) {
     return count;
 }
 
-/// The set in world space; null for none.
-kx::kxPointer<LineSegmentSet> InWorld(LineSegmentSet* set, WorkCounter& work) {
-    return set != nullptr ? FuseLineSegmentSets({set}, work) : nullptr;
-}
-
 /// The creases that are no silhouettes; null where none are left.
 kx::kxPointer<LineSegmentSet> Without(const kx::kxPointer<LineSegmentSet>& creases,
                                       const LineSegmentSet* silhouettes,
@@ -296,12 +291,12 @@ void GeometricFeaturesGenerator::tInternal::findOutlines(std::vector<MeshFeature
     // A caller may have baked other meshes, even more of them.
     silhouettes.sets.resize(std::max(silhouettes.sets.size(), meshes.size()), nullptr);
     for (std::size_t i = 0; i < meshes.size(); ++i) {
-        features[i].silhouetteEdges = InWorld(silhouettes.sets[i], work);
+        features[i].silhouetteEdges = MakeWorldSet(silhouettes.sets[i], work);
         if (choice.creases) {
             SetList creases;
             creases.sets.assign(1, CreasesOfMesh(meshes[i], work));
-            features[i].creaseEdges =
-                Without(InWorld(creases.sets[0], work), features[i].silhouetteEdges.get(), work);
+            features[i].creaseEdges = Without(MakeWorldSet(creases.sets[0], work),
+                                              features[i].silhouetteEdges.get(), work);
         }
         work.look();
     }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <vector>
 
 namespace ctr {
 namespace {
@@ -42,7 +43,57 @@ void CopyVertices(const LineSegmentSet& source,
     });
 }
 
+/// Numbers the vertices that segments use, in their order; how many those are.
+std::size_t NumberUsedVertices(const LineSegmentSet& set,
+                               std::vector<unsigned int>& numbers,
+                               WorkCounter& work) {
+    numbers.assign(PositionCount(set.GetVertexBuffer()), kNoVertex);
+    const unsigned int* indices = set.GetIndexBuffer()->GetData();
+    ForEachCounted(2 * SegmentCount(set.GetIndexBuffer()), work, [&](std::size_t i) {
+        if (indices[i] < numbers.size()) {
+            numbers[indices[i]] = 0;
+        }
+    });
+    unsigned int count = 0;
+    ForEachCounted(numbers.size(), work,
+                   [&](std::size_t i) { numbers[i] = numbers[i] == 0 ? count++ : kNoVertex; });
+    return count;
+}
+
 } // namespace
+
+LineSegmentSet* MakeWorldSet(const LineSegmentSet* set, WorkCounter& work) {
+    if (!TakesPart(set)) {
+        return nullptr;
+    }
+    std::vector<unsigned int> numbers;
+    const std::size_t vertexCount = NumberUsedVertices(*set, numbers, work);
+    if (vertexCount == 0) {
+        return nullptr;
+    }
+    const std::size_t segmentCount = SegmentCount(set->GetIndexBuffer());
+    const kx::kxPointer<kx::kxVertexBuffer> vertices = MakePositionBuffer(vertexCount);
+    const kx::kxPointer<kx::kxIndexBuffer> lines = MakeLineBuffer(segmentCount);
+    const kx::kxVertexBuffer& source = *set->GetVertexBuffer();
+    const kx::kxGenericTransformation<float>& toWorld = set->GetWorldTransformation();
+    ForEachCounted(numbers.size(), work, [&](std::size_t i) {
+        if (numbers[i] != kNoVertex) {
+            vertices->Position3(static_cast<int>(numbers[i])) =
+                toWorld.ApplyForward(source.Position3(static_cast<int>(i)), true);
+        }
+    });
+    const unsigned int* indices = set->GetIndexBuffer()->GetData();
+    ForEachCounted(2 * segmentCount, work, [&](std::size_t i) {
+        lines->GetData()[i] = indices[i] < numbers.size() ? numbers[indices[i]] : kNoVertex;
+    });
+    auto placed = std::make_unique<LineSegmentSet>();
+    placed->occlusionIntervals = set->occlusionIntervals;
+    placed->occlusionIntervals.resize(segmentCount);
+    placed->SetVertexBuffer(vertices.get());
+    placed->SetIndexBuffer(lines.get());
+    UpdateModelSpace(*placed, false);
+    return placed.release();
+}
 
 LineSegmentSet* FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets, WorkCounter& work) {
     std::vector<const LineSegmentSet*> parts;
