@@ -4,7 +4,8 @@
 // A signal mask is a thread's own, so blocking signals keeps the handler off one thread only. What
 // the threads do while they hold interrupts is counted; a handler on another thread announces the
 // end, which keeps others from starting, and waits until the count is down to none. A child of this
-// process has copies of all this, but the files are not its own: it removes none and does not wait.
+// process has copies of all this, but the files are not its own: the signal ends it as if it had no
+// handler, and its parent sees which one it was.
 #include "common/Interrupt.h"
 
 #include <algorithm>
@@ -38,11 +39,16 @@ thread_local int holdsOfThread = 0;
 static_assert(std::atomic<int>::is_always_lock_free, "the signal handler reads these");
 static_assert(std::atomic<bool>::is_always_lock_free, "the signal handler writes this");
 
+/// Ctrl-C, a terminal that is closed, Ctrl-\, the end that a system asks for, and the end of the
+/// processor time that a run may take.
+constexpr std::array<int, 5> kInterrupts{SIGINT, SIGHUP, SIGQUIT, SIGTERM, SIGXCPU};
+
 sigset_t Interrupts() {
     sigset_t signals;
     sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
+    for (const int signal : kInterrupts) {
+        sigaddset(&signals, signal);
+    }
     return signals;
 }
 
@@ -63,16 +69,41 @@ void RemoveUnfinishedFiles() {
     }
 }
 
+bool IsOwnerOfFiles() {
+    return process.load() == ::getpid();
+}
+
 extern "C" void OnInterrupt(int signal) {
     constexpr char kMessage[] = "\nkxcontour: cancelled\n";
-    if (process.load() == ::getpid()) {
-        ending.store(true);
-        AwaitHolders();
-        RemoveUnfinishedFiles();
+    if (!IsOwnerOfFiles()) {
+        // Blocked until the handler returns.
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+        return;
     }
+    ending.store(true);
+    AwaitHolders();
+    RemoveUnfinishedFiles();
     // A message that cannot be written changes nothing.
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
     ::_exit(128 + signal);
+}
+
+/// Whoever aborts may hold interrupts, so there is no waiting. The process ends when this returns.
+extern "C" void OnAbort(int) {
+    if (IsOwnerOfFiles()) {
+        RemoveUnfinishedFiles();
+    }
+}
+
+/// A signal that is ignored by whoever started the program stays ignored: nohup ignores SIGHUP, and
+/// shells ignore SIGINT and SIGQUIT for what runs in the background.
+void HandleUnlessIgnored(int signal, const struct sigaction& action) {
+    struct sigaction before {};
+    ::sigaction(signal, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) {
+        ::sigaction(signal, &action, nullptr);
+    }
 }
 
 /// The process ends on another thread; interrupts are blocked on this one.
@@ -99,8 +130,11 @@ void HandleInterrupts() {
     struct sigaction action {};
     action.sa_handler = OnInterrupt;
     action.sa_mask = Interrupts();
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
+    for (const int signal : kInterrupts) {
+        HandleUnlessIgnored(signal, action);
+    }
+    action.sa_handler = OnAbort;
+    HandleUnlessIgnored(SIGABRT, action);
 }
 
 InterruptsHeld::InterruptsHeld() : before_{} {

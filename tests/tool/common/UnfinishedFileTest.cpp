@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -120,10 +121,43 @@ TEST(UnfinishedFile, LeavesTheFilesOfItsParentAlone) {
         }
         int status = 0;
         ::waitpid(grandchild, &status, 0);
-        ::_exit(WIFEXITED(status) ? WEXITSTATUS(status) : -1);
+        ::_exit(WIFSIGNALED(status) ? WTERMSIG(status) : -1);
     };
-    EXPECT_EQ(ExitCodeOf(run), 128 + SIGINT);
+    EXPECT_EQ(ExitCodeOf(run), SIGINT) << "ended by the signal itself";
     EXPECT_TRUE(std::filesystem::exists(folder.path("parent's")));
+}
+
+TEST(UnfinishedFile, IsRemovedByEverySignalThatEndsARun) {
+    for (const int signal : {SIGINT, SIGHUP, SIGQUIT, SIGTERM, SIGXCPU}) {
+        const TemporaryFolder folder;
+        const auto run = [&folder, signal] {
+            Create(folder.path("gone"));
+            const UnfinishedFile unfinished(folder.path("gone"));
+            ::raise(signal);
+        };
+        EXPECT_EQ(ExitCodeOf(run), 128 + signal);
+        EXPECT_EQ(folder.entryCount(), 0U) << signal;
+    }
+}
+
+TEST(UnfinishedFile, IsRemovedByAnAbort) {
+    const TemporaryFolder folder;
+    const auto run = [&folder] {
+        const InterruptsHeld held;
+        Create(folder.path("gone"));
+        const UnfinishedFile unfinished(folder.path("gone"));
+        std::abort();
+    };
+    EXPECT_EQ(ExitCodeOf(run), -1) << "ended by SIGABRT";
+    EXPECT_EQ(folder.entryCount(), 0U);
+}
+
+TEST(HandleInterrupts, LeavesSignalsIgnoredThatAreIgnored) {
+    for (const int signal : {SIGINT, SIGHUP, SIGQUIT, SIGTERM, SIGXCPU}) {
+        const auto before = std::signal(signal, SIG_IGN);
+        EXPECT_EQ(ExitCodeOf([signal] { ::raise(signal); }), 0) << signal;
+        std::signal(signal, before);
+    }
 }
 
 /// Files come and go on several threads, as OutputFile makes them.
