@@ -4,6 +4,7 @@
 #include "common/Interrupt.h"
 #include "common/MemoryLimit.h"
 #include "common/Messages.h"
+#include "common/StandardStreams.h"
 #include "options/CommandLine.h"
 
 #include <csignal>
@@ -48,6 +49,7 @@ void KeepMemory() {
 } // namespace
 
 int main(int argc, char** argv) {
+    kxcontour::OccupyClosedStreams();
     KeepMemory();
     kxcontour::LimitMemoryToAvailable();
     // A file that outgrows its limit and a reader that leaves are reported like a full disk.

@@ -853,6 +853,23 @@ TEST_F(BadInput, StandardOutputThatIsClosed) {
     ExpectOneLine(run, "standard output: cannot write: Bad file descriptor");
 }
 
+/// Files and pipes get the lowest free descriptors: none of them may become a standard stream.
+TEST_F(BadInput, ClosedStandardStreamsChangeNoDrawing) {
+    const std::string usual = folder_.path("usual.svg");
+    ASSERT_EQ(RunTool({cube_, "-o", usual}).exitCode, 0);
+    for (const char* closed :
+         {"<&-", ">&-", "2>&-", "<&- >&-", "<&- 2>&-", ">&- 2>&-", "<&- >&- 2>&-"}) {
+        const std::string drawn = folder_.path("drawn.svg");
+        const std::string run = std::string("exec \"$0\" \"$@\" ") + closed;
+        const RunResult result =
+            tool_test::Run("/bin/sh", {"-c", run, KXCONTOUR_BINARY, cube_, "--quiet", "-o", drawn});
+        EXPECT_EQ(result.exitCode, 0) << closed << ": " << result.err;
+        EXPECT_EQ(result.out + result.err, "") << closed;
+        EXPECT_EQ(ReadBytes(drawn), ReadBytes(usual)) << closed;
+        fs::remove(drawn);
+    }
+}
+
 TEST_F(BadInput, TemporaryFolderThatDoesNotExist) {
     Surroundings around;
     around.environment = {"TMPDIR=" + folder_.path("none")};

@@ -3,6 +3,7 @@
 #include "output/OutputFile.h"
 
 #include "common/Failure.h"
+#include "common/StandardStreams.h"
 
 #include <array>
 #include <cerrno>
@@ -158,8 +159,8 @@ bool CopyToStandardOutput(const std::string& path) {
 OutputFile::OutputFile(const std::string& path) {
     if (NamesStandardOutput(path)) {
         path_ = "standard output";
-        if (::fcntl(STDOUT_FILENO, F_GETFD) < 0) {
-            Refuse(path_, Reason(errno));
+        if (!IsStandardOutputOpen()) {
+            Refuse(path_, Reason(EBADF));
         }
         return;
     }

@@ -1,0 +1,14 @@
+// Standard input, output and error as the program was given them.
+#pragma once
+
+namespace kxcontour {
+
+/// Occupies the descriptors 0 to 2 where the program was started with them closed, so that no file
+/// or pipe opened later is taken for a standard stream. Reading and writing such a stream still
+/// fails with EBADF. Call it before anything is opened.
+void OccupyClosedStreams();
+
+/// Whether there is anything that standard output can be written to.
+bool IsStandardOutputOpen();
+
+} // namespace kxcontour
