@@ -2,6 +2,7 @@
 // back is options within their bounds, the same the second time, or a refusal in one line of
 // printable text. Nothing is drawn, and files are read in a folder of the run's own only.
 #include "common/Failure.h"
+#include "common/PlainText.h"
 #include "fuzz/FuzzBytes.h"
 #include "options/CommandLine.h"
 #include "tool/ModelText.h"
@@ -134,7 +135,7 @@ std::string Read(const Arguments& arguments) {
         return command ? std::visit([](const auto& what) { return CheckCommand(what); }, *command)
                        : out.str();
     } catch (const Failure& failure) {
-        std::string message = failure.what();
+        std::string message = kxcontour::PlainText(failure.what());
         Require(!message.empty() && IsPrintable(message), "a message that is no line of text");
         Require(failure.code() == kxcontour::ExitCode::Usage ||
                     failure.code() == kxcontour::ExitCode::Unreadable,

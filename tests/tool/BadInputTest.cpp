@@ -853,6 +853,56 @@ TEST_F(BadInput, StandardOutputThatIsClosed) {
     ExpectOneLine(run, "standard output: cannot write: Bad file descriptor");
 }
 
+/// Whether nothing in the text but line ends is taken for more than text by a terminal.
+bool IsPrintable(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](char letter) {
+        return letter == '\n' || (letter >= ' ' && letter <= '~');
+    });
+}
+
+const std::string kHostileName = "a\n\x1b[2J\x7f\u009b\u202e\xff";
+const std::string kShownName = R"(a\n\x1b[2J\x7f\u009b\u202e\xff)";
+
+TEST_F(BadInput, NamesReachNoTerminalInMessages) {
+    const std::string name = kHostileName + ".obj";
+    const std::string shown = kShownName + ".obj";
+    for (const Arguments& arguments :
+         {Arguments{folder_.path(name), "-o", folder_.path("new.svg")},
+          Arguments{cube_, "-o", folder_.path(name)}, Arguments{cube_, "-o", "x.svg", "--" + name},
+          Arguments{cube_, "-o", "x.svg", "--view", name},
+          Arguments{"batch", folder_.path(name)}}) {
+        const RunResult run = RunTool(arguments);
+        EXPECT_NE(run.exitCode, 0);
+        ExpectOneLine(run, shown);
+        EXPECT_TRUE(IsPrintable(run.err)) << run.err;
+    }
+}
+
+TEST_F(BadInput, NamesReachNoTerminalInTables) {
+    const std::string output = folder_.path(kHostileName + ".svg");
+    const RunResult drawn = RunTool({cube_, "-o", output, "--verbose"});
+    EXPECT_EQ(drawn.exitCode, 0);
+    EXPECT_NE(drawn.out.find(kShownName + ".svg: "), std::string::npos) << drawn.out;
+    EXPECT_TRUE(IsPrintable(drawn.out + drawn.err)) << drawn.out << drawn.err;
+    EXPECT_TRUE(fs::exists(output)) << "the file has the name that was asked for";
+
+    const std::string jobs = folder_.write("jobs.json", R"({"jobs": [
+        {"name": "a\n\u001b[2J\u007f\u009b\u202e", "model": "cube.obj", "output": "j.svg"}]})");
+    const RunResult batch = RunTool({"batch", jobs});
+    EXPECT_EQ(batch.exitCode, 0) << batch.err;
+    EXPECT_NE(batch.out.find(R"(a\n\x1b[2J\x7f\u009b\u202e  drawn)"), std::string::npos)
+        << batch.out;
+    EXPECT_EQ(std::count(batch.out.begin(), batch.out.end(), '\n'), 3) << batch.out;
+
+    const std::string named =
+        folder_.write(kHostileName + ".obj", "o \x1b[2J\x7f\u009b\u202e\xff\n" + ReadBytes(cube_));
+    const RunResult info = RunTool({named, "--info"});
+    EXPECT_EQ(info.exitCode, 0) << info.err;
+    EXPECT_NE(info.out.find(R"(    \x1b[2J\x7f\u009b\u202e\xff: 12 triangles)"), std::string::npos)
+        << info.out;
+    EXPECT_TRUE(IsPrintable(info.out)) << info.out;
+}
+
 /// Files and pipes get the lowest free descriptors: none of them may become a standard stream.
 TEST_F(BadInput, ClosedStandardStreamsChangeNoDrawing) {
     const std::string usual = folder_.path("usual.svg");

@@ -1,6 +1,8 @@
 // Columns: name, result, lines, seconds.
 #include "batch/BatchTable.h"
 
+#include "common/PlainText.h"
+
 #include <algorithm>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -22,14 +24,16 @@ const char* NameOf(JobState state) {
 
 std::string TextTable(const BatchCommand& command, const std::vector<JobResult>& results) {
     std::size_t width = 4;
+    std::vector<std::string> names;
     for (const BatchJob& job : command.jobs) {
-        width = std::max(width, job.name.size());
+        names.push_back(PlainText(job.name));
+        width = std::max(width, names.back().size());
     }
     std::string text =
         fmt::format("{:<{}}  {:<10} {:>8} {:>8}\n", "job", width, "result", "lines", "seconds");
     for (std::size_t i = 0; i < results.size(); ++i) {
         const JobResult& result = results[i];
-        text += fmt::format("{:<{}}  {:<10}", command.jobs[i].name, width, NameOf(result.state));
+        text += fmt::format("{:<{}}  {:<10}", names[i], width, NameOf(result.state));
         if (result.state == JobState::Drawn) {
             text += fmt::format(" {:>8} {:>8.2f}", result.report.lines.paths, result.seconds);
         }

@@ -16,7 +16,8 @@ enum class ExitCode {
     CannotWrite = 5,   ///< The drawing cannot be written where it was asked for.
 };
 
-/// Ends the run. what() is one line, without a newline, that says what is wrong with which file.
+/// Ends the run. what() says in one line what is wrong with which file; names
+/// are quoted as they are, and escaped where the line is printed (Messages.h).
 class Failure : public std::runtime_error {
 public:
     Failure(ExitCode code, const std::string& message) : std::runtime_error(message), code_(code) {}

@@ -1,6 +1,8 @@
 // One message is one write, so that those of several threads and processes do not mix.
 #include "common/Messages.h"
 
+#include "common/PlainText.h"
+
 #include <cstdlib>
 #include <string_view>
 #include <unistd.h>
@@ -35,7 +37,8 @@ void Messages::note(const std::string& text) const {
 
 void Messages::say(const char* color, const std::string& kind, const std::string& text) const {
     const bool paints = coloured_ && *color != '\0';
-    out_ << "kxcontour: " + (paints ? color + kind + kPlain : kind) + text + "\n" << std::flush;
+    out_ << "kxcontour: " + (paints ? color + kind + kPlain : kind) + PlainText(text) + "\n"
+         << std::flush;
 }
 
 bool WantsColour() {

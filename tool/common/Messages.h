@@ -6,7 +6,8 @@
 
 namespace kxcontour {
 
-/// Writes lines that begin with the program's name, each in one write. Any thread may speak.
+/// Writes lines that begin with the program's name, each in one write. Any thread may speak. A text
+/// is one line without control characters, whatever names are quoted in it (PlainText.h).
 class Messages {
 public:
     enum class Loudness { Quiet, Normal, Verbose };

@@ -1,6 +1,8 @@
 // Turns reports into lines of text or JSON.
 #include "drawing/Summary.h"
 
+#include "common/PlainText.h"
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -73,7 +75,8 @@ void PrintSummary(const DrawingReport& report, const MessageOptions& options, st
         out << ToJson(report).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n"
             << std::flush;
     } else if (!options.quiet) {
-        const std::string name = report.output == "-" ? "standard output" : report.output;
+        const std::string name =
+            report.output == "-" ? "standard output" : PlainText(report.output);
         out << name + ": " + Describe(report.page) + ", " + Count(report.lines.paths, "line") + "\n"
             << std::flush;
     }

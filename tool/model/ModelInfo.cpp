@@ -1,6 +1,7 @@
 // Measures a model in the axes of its file, and puts what was found into words and JSON.
 #include "model/ModelInfo.h"
 
+#include "common/PlainText.h"
 #include "model/CoordinateSteps.h"
 #include "scene/Box.h"
 #include "scene/FlatNormals.h"
@@ -154,12 +155,8 @@ std::string Count(std::size_t count, std::string_view one, std::string_view many
     return fmt::format("{} {}", count, count == 1 ? one : many);
 }
 
-/// On one line, whatever is in it.
-std::string OneLine(std::string name) {
-    for (char& letter : name) {
-        letter = static_cast<unsigned char>(letter) < ' ' || letter == '\x7F' ? ' ' : letter;
-    }
-    return name.empty() ? "(without a name)" : name;
+std::string DescribeName(const std::string& name) {
+    return name.empty() ? "(without a name)" : PlainText(name);
 }
 
 std::string DescribeNormals(const ModelInfo& info) {
@@ -219,7 +216,7 @@ void WriteObjects(const ModelInfo& info, std::ostream& out) {
     const std::size_t listed = std::min(info.objects.size(), kListedObjects);
     for (std::size_t i = 0; i < listed; ++i) {
         const ObjectInfo& object = info.objects[i];
-        out << fmt::format("    {}: {}, {}{}\n", OneLine(object.name),
+        out << fmt::format("    {}: {}, {}{}\n", DescribeName(object.name),
                            Count(object.triangles, "triangle", "triangles"),
                            SizeInFile(object.size, info.millimetresPerUnit),
                            DescribeSurface(object.surface));
@@ -321,8 +318,8 @@ std::string DescribeLength(double length, double millimetresPerUnit) {
 }
 
 void WriteText(const ModelInfo& info, std::ostream& out) {
-    out << OneLine(info.name) << '\n';
-    WriteLine(out, "format", FormatName(info.format));
+    out << DescribeName(info.name) << '\n';
+    WriteLine(out, "format", PlainText(FormatName(info.format)));
     WriteLine(out, "unit",
               DescribeUnit(info.millimetresPerUnit) +
                   (info.unitStated ? "" : " (assumed: the file states none, see --unit)"));

@@ -13,7 +13,6 @@
 #include "options/ManPage.h"
 #include "options/OptionReader.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace kxcontour {
@@ -117,16 +116,9 @@ Command ReadModelCommand(const GivenOptions& given) {
     return DrawCommand{ReadDrawingOptions(given)};
 }
 
-/// A message on one line, whatever is quoted in it.
-std::string OneLine(std::string message) {
-    std::replace_if(
-        message.begin(), message.end(),
-        [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == '\x7f'; },
-        ' ');
-    return message;
-}
+} // namespace
 
-std::optional<Command> Parse(const Arguments& arguments, std::ostream& out) {
+std::optional<Command> ParseCommandLine(const Arguments& arguments, std::ostream& out) {
     if (WroteText(arguments, out)) {
         return std::nullopt;
     }
@@ -146,16 +138,6 @@ std::optional<Command> Parse(const Arguments& arguments, std::ostream& out) {
     }
     given.putBelow(ConfigOf(given));
     return ReadModelCommand(given);
-}
-
-} // namespace
-
-std::optional<Command> ParseCommandLine(const Arguments& arguments, std::ostream& out) {
-    try {
-        return Parse(arguments, out);
-    } catch (const Failure& failure) {
-        throw Failure(failure.code(), OneLine(failure.what()));
-    }
 }
 
 } // namespace kxcontour

@@ -2,7 +2,7 @@
 // without < > / \ " : ; ? * | , = ` and controls.
 #include "output/DxfNames.h"
 
-#include "output/Utf8.h"
+#include "common/Utf8.h"
 
 #include <cstddef>
 #include <cstdio>

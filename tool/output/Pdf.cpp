@@ -1,6 +1,6 @@
 // One page through cairo's PDF surface, whose unit is a point.
+#include "common/Utf8.h"
 #include "output/CairoPainter.h"
-#include "output/Utf8.h"
 #include "output/Writers.h"
 
 #include <cairo-pdf.h>

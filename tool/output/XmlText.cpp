@@ -1,7 +1,7 @@
 // Keeps what XML allows (Extensible Markup Language 1.0, section 2.2).
 #include "output/XmlText.h"
 
-#include "output/Utf8.h"
+#include "common/Utf8.h"
 
 #include <cstddef>
 

@@ -175,7 +175,8 @@ TEST(WriteText, ListsTwentyObjectsOnALineEach) {
     ModelInfo info;
     info.objects.resize(34, {"two\nlines", 1, {0, 0, 0}});
     const std::string text = TextOf(info);
-    EXPECT_TRUE(Holds(text, "    two lines: 1 triangle, 0 x 0 x 0 mm\n    and 14 more\n"));
+    EXPECT_TRUE(Holds(text, R"(    two\nlines: 1 triangle, 0 x 0 x 0 mm)"
+                            "\n    and 14 more\n"));
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 10 + 20 + 1);
 }
 

@@ -410,10 +410,6 @@ TEST(ParseCommandLine, TakesAnEmptyValueBehindTheSign) {
     EXPECT_EQ(Draw({"--title", "--page="}).output.title, "--page=") << "a value is a value";
 }
 
-TEST(ParseCommandLine, SaysTheWholeMessageOnOneLine) {
-    EXPECT_TRUE(Holds(Refusal({"--view", "a\nb\tc"}), "'a b c'"));
-}
-
 /// Writes decimals with a comma, as many locales do.
 class CommaNumbers : public std::numpunct<char> {
 protected:

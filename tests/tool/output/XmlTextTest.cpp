@@ -1,7 +1,7 @@
 // Texts that are to stand in an XML document.
 #include "output/XmlText.h"
 
-#include "output/Utf8.h"
+#include "common/Utf8.h"
 
 #include <gtest/gtest.h>
 

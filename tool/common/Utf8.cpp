@@ -1,5 +1,5 @@
 // Decodes UTF-8 (RFC 3629) character by character.
-#include "output/Utf8.h"
+#include "common/Utf8.h"
 
 namespace kxcontour {
 namespace {
