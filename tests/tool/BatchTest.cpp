@@ -18,6 +18,14 @@
 #include <thread>
 #include <unistd.h>
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define HAS_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define HAS_SANITIZER
+#endif
+#endif
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -289,6 +297,101 @@ pid_t StartBatch(const std::string& folder) {
     }
     return child;
 }
+
+/// Many views of one model, so that all are drawn in one wave.
+class ManyViews : public Batch {
+protected:
+    ManyViews() {
+        std::string jobs;
+        for (int i = 0; i < kViews; ++i) {
+            jobs += (i > 0 ? "," : "") +
+                    (R"({"model": "ball.stl", "hidden": true, "output": ")" + output(i) +
+                     R"(", "azimuth": )" + std::to_string(i) + R"(, "elevation": 20})");
+        }
+        folder_.write("jobs.json", R"({"jobs": [)" + jobs + "]}");
+    }
+
+    static std::string output(int view) { return "ball-" + std::to_string(view) + ".svg"; }
+
+    int outputsThere() const {
+        int count = 0;
+        for (int i = 0; i < kViews; ++i) {
+            count += fs::exists(path(output(i))) ? 1 : 0;
+        }
+        return count;
+    }
+
+    /// How many are drawn by a run that names its files as StartBatch() does.
+    int drawnNow() const {
+        const RunResult run = tool_test::RunTool({"batch", path("jobs.json"), "--json"});
+        EXPECT_EQ(run.exitCode, 0) << run.err;
+        const Json rows = Json::parse(run.out);
+        return static_cast<int>(std::count_if(
+            rows.begin(), rows.end(), [](const Json& row) { return row["result"] == "drawn"; }));
+    }
+
+    static constexpr int kViews = 60;
+    static constexpr int kThreads = 2;
+};
+
+TEST_F(ManyViews, AreNotedAsTheyAreFinishedWhateverEndsTheRun) {
+    for (const int signal : {SIGKILL, SIGINT}) {
+        for (int i = 0; i < kViews; ++i) {
+            fs::remove(path(output(i)));
+        }
+        fs::remove(path("jobs.json.state"));
+        const pid_t child = StartBatch(path(""));
+        while (outputsThere() < kViews / 2) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        ::kill(child, signal);
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        const int there = outputsThere();
+        ASSERT_LT(there, kViews) << "too late to cancel anything";
+        const int drawn = drawnNow();
+        EXPECT_GE(drawn, kViews - there) << signal;
+        EXPECT_LE(drawn, kViews - there + kThreads) << signal << ": " << there << " were there";
+        EXPECT_EQ(drawnNow(), 0);
+    }
+}
+
+// Sanitizers reserve more memory than a run is given here.
+#ifndef HAS_SANITIZER
+
+/// A batch of eight threads whose stacks are as large as is said, in so much memory (both in KiB).
+RunResult RunWithStacks(const TemporaryFolder& folder, const char* stack, const char* memory) {
+    Surroundings around;
+    around.folder = folder.path("");
+    return tool_test::Run("/bin/sh",
+                          {"-c", "ulimit -s $1 && ulimit -v $2 && shift 2 && exec \"$0\" \"$@\"",
+                           KXCONTOUR_BINARY, stack, memory, "batch", "jobs.json", "--jobs", "8",
+                           "--force"},
+                          {}, around);
+}
+
+TEST_F(ManyViews, AreDrawnByTheThreadsThatCouldBeStarted) {
+    ASSERT_EQ(RunIn(folder_, "batch jobs.json --jobs 1").exitCode, 0);
+    auto expected = tool_test::FilesIn(folder_);
+    const RunResult alone = RunWithStacks(folder_, "4000000", "3000000");
+    EXPECT_EQ(alone.exitCode, 0);
+    EXPECT_EQ(alone.err,
+              "kxcontour: warning: only 1 of 8 threads could be started; the batch goes on "
+              "with these\n");
+    auto found = tool_test::FilesIn(folder_);
+    found["jobs.json.state"] = expected["jobs.json.state"];
+    EXPECT_EQ(found, expected) << "the same drawings, and no file beside them";
+
+    const RunResult some = RunWithStacks(folder_, "1000000", "3000000");
+    EXPECT_EQ(some.exitCode, 0);
+    EXPECT_TRUE(tool_test::Matches(some.err, "kxcontour: warning: only 3 of 8 threads *\n"))
+        << some.err;
+    found = tool_test::FilesIn(folder_);
+    found["jobs.json.state"] = expected["jobs.json.state"];
+    EXPECT_EQ(found, expected);
+}
+
+#endif
 
 TEST_F(Batch, LeavesWholeFilesOnlyWhenItIsCancelled) {
     folder_.write("ball.stl", tool_test::StlBytes(test_support::Sphere({0, 0, 0}, 1.0F, 200, 100)));

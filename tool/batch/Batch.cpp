@@ -20,6 +20,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <system_error>
 #include <thread>
 #include <tuple>
 #include <unistd.h>
@@ -142,7 +143,6 @@ public:
     std::vector<JobResult> run() {
         for (std::size_t first = 0; first < order_.size();) {
             first = runWave(first);
-            saveNotes();
         }
         progress_.finish();
         return std::move(results_);
@@ -152,16 +152,18 @@ public:
     bool areNotesKept() const { return notesKept_; }
 
 private:
-    /// Drawings that are made stay, whether or not the notes on them can be written.
-    void saveNotes() {
+    /// A drawing that is made stays, whether or not the note on it can be written.
+    void note(const BatchJob& job, const std::string& inputs) {
         if (!notesKept_) {
             return;
         }
         try {
-            done_.save();
+            done_.note(job, inputs);
         } catch (const Failure& failure) {
-            notesKept_ = false;
-            messages_.error(failure.what());
+            if (notesKept_.exchange(false)) {
+                const std::lock_guard lock(speaking_);
+                messages_.error(failure.what());
+            }
         }
     }
 
@@ -210,15 +212,36 @@ private:
                 drawJob(scenes.at(KeyOf(command_.jobs[wave[i]].options)), wave[i]);
             }
         };
-        std::vector<std::thread> threads;
         const std::size_t count = std::min<std::size_t>(command_.threads, wave.size());
-        for (std::size_t i = 1; i < count; ++i) {
-            threads.emplace_back(work);
-        }
+        const std::vector<std::jthread> others = startOthers(count, work);
         work();
-        for (std::thread& thread : threads) {
-            thread.join();
+    }
+
+    /// Threads for the work, so many with this one or as many as the system lets start.
+    template <class Work>
+    std::vector<std::jthread> startOthers(std::size_t count, const Work& work) {
+        std::vector<std::jthread> others;
+        try {
+            while (others.size() + 1 < count) {
+                others.emplace_back(work);
+            }
+        } catch (const std::system_error&) {
+            tellOfThreads(others.size() + 1, count);
+        } catch (const std::bad_alloc&) {
+            tellOfThreads(others.size() + 1, count);
         }
+        return others;
+    }
+
+    /// Once: each wave would find the same.
+    void tellOfThreads(std::size_t started, std::size_t wanted) {
+        if (toldOfThreads_) {
+            return;
+        }
+        toldOfThreads_ = true;
+        const std::lock_guard lock(speaking_);
+        messages_.warn("only " + std::to_string(started) + " of " + std::to_string(wanted) +
+                       " threads could be started; the batch goes on with these");
     }
 
     void drawJob(const LoadedScene& loaded, std::size_t number) {
@@ -245,7 +268,7 @@ private:
         JobResult& result = results_[number];
         result.report = DrawScene(loaded.scene, job.options, observer);
         result.state = JobState::Drawn;
-        done_.note(job, loaded.inputs);
+        note(job, loaded.inputs);
         const std::lock_guard lock(speaking_);
         TellAbout(loaded.scene, job.options, result.report, messages_);
     }
@@ -267,7 +290,8 @@ private:
     SharedProgress progress_;
     std::vector<std::size_t> order_;
     std::vector<JobResult> results_; ///< Each is written by the thread that has the job.
-    bool notesKept_ = true;
+    std::atomic<bool> notesKept_ = true;
+    bool toldOfThreads_ = false;
     std::mutex speaking_;
 };
 

@@ -2,15 +2,18 @@
 #include "batch/DoneWork.h"
 
 #include "common/Failure.h"
-#include "output/BufferedFile.h"
 #include "output/OutputFile.h"
 #include "output/Writers.h"
 
+#include <cerrno>
+#include <fcntl.h>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <string_view>
 #include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -34,22 +37,70 @@ std::optional<std::string> NoteFor(const BatchJob& job, const std::string& input
                   : std::nullopt;
 }
 
+/// One line of the file: an object with the one note.
+std::string LineOf(const std::string& output, const std::string& note) {
+    return nlohmann::json{{output, note}}.dump(-1, ' ', false,
+                                               nlohmann::json::error_handler_t::replace) +
+           "\n";
+}
+
+/// All bytes, or those of before: what is left of a line that did not fit is taken off again.
+void Append(int file, std::string_view bytes) {
+    const off_t end = ::lseek(file, 0, SEEK_END);
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file, bytes.data(), bytes.size());
+        if (written >= 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno != EINTR) {
+            const int reason = errno;
+            [[maybe_unused]] const int truncated = ::ftruncate(file, end);
+            throw WriteFailure(reason);
+        }
+    }
+}
+
+int OpenToWrite(const std::string& path) {
+    const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (file < 0) {
+        throw WriteFailure(errno);
+    }
+    return file;
+}
+
 } // namespace
 
 DoneWork::DoneWork(std::string path) : path_(std::move(path)) {
-    if (path_.empty()) {
-        return;
+    if (!path_.empty()) {
+        const OutputFile writable(path_);
+        read();
     }
-    const OutputFile writable(path_);
+}
+
+DoneWork::~DoneWork() {
+    if (file_ >= 0) {
+        ::close(file_);
+    }
+}
+
+/// Objects of notes, one after the other. What follows one that is cut short is left out: nothing
+/// is ever written behind it.
+void DoneWork::read() {
     std::ifstream file(path_);
-    const nlohmann::json notes = nlohmann::json::parse(file, nullptr, false);
-    if (!notes.is_object()) {
-        return;
-    }
-    for (const auto& [output, note] : notes.items()) {
-        if (note.is_string()) {
-            notes_[output] = note.get<std::string>();
+    nlohmann::json notes;
+    try {
+        while (file >> std::ws && file.peek() != std::ifstream::traits_type::eof()) {
+            file >> notes;
+            if (!notes.is_object()) {
+                return;
+            }
+            for (const auto& [output, note] : notes.items()) {
+                if (note.is_string()) {
+                    notes_[output] = note.get<std::string>();
+                }
+            }
         }
+    } catch (const nlohmann::json::exception&) {
+        return;
     }
 }
 
@@ -73,32 +124,38 @@ bool DoneWork::covers(const BatchJob& job) const {
 void DoneWork::note(const BatchJob& job, const std::string& inputs) {
     const std::optional<std::string> now = NoteFor(job, inputs);
     const std::lock_guard lock(mutex_);
-    if (now) {
-        notes_[job.options.output.path] = *now;
-    }
-}
-
-void DoneWork::save() const {
-    if (path_.empty()) {
+    if (!now || path_.empty()) {
         return;
     }
-    nlohmann::json notes(nlohmann::json::value_t::object);
-    {
-        const std::lock_guard lock(mutex_);
-        for (const auto& [output, note] : notes_) {
-            notes[output] = note;
-        }
-    }
-    OutputFile output(path_);
+    const std::string& output = job.options.output.path;
+    notes_[output] = *now;
     try {
-        BufferedFile file(output.create());
-        file << notes.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
-        file.close();
+        if (file_ < 0) {
+            replaceFile();
+        } else {
+            Append(file_, LineOf(output, *now));
+        }
     } catch (const WriteFailure& failure) {
         throw Failure(ExitCode::CannotWrite, path_ + ": cannot write: " +
                                                  std::generic_category().message(failure.reason()));
     }
-    output.commit();
+}
+
+void DoneWork::replaceFile() {
+    std::string lines;
+    for (const auto& [output, note] : notes_) {
+        lines += LineOf(output, note);
+    }
+    OutputFile output(path_);
+    const int file = OpenToWrite(output.create());
+    try {
+        Append(file, lines);
+        output.commit();
+    } catch (...) {
+        ::close(file);
+        throw;
+    }
+    file_ = file;
 }
 
 } // namespace kxcontour
