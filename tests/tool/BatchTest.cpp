@@ -1,6 +1,7 @@
 // Batches from end to end: the same drawings as single runs make, only what is needed on a second
 // run, and what is left when something fails or is cancelled.
 #include "DrawingRuns.h"
+#include "common/SanitizedBuild.h"
 #include "support/Scenes.h"
 
 #include <gtest/gtest.h>
@@ -17,14 +18,6 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define HAS_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define HAS_SANITIZER
-#endif
-#endif
 
 namespace {
 
@@ -356,24 +349,27 @@ TEST_F(ManyViews, AreNotedAsTheyAreFinishedWhateverEndsTheRun) {
     }
 }
 
-// Sanitizers reserve more memory than a run is given here.
-#ifndef HAS_SANITIZER
-
-/// A batch of eight threads whose stacks are as large as is said, in so much memory (both in KiB).
-RunResult RunWithStacks(const TemporaryFolder& folder, const char* stack, const char* memory) {
+/// A batch over threads whose stacks are as large as is said, in so much memory (both in KiB).
+RunResult RunWithStacks(const TemporaryFolder& folder,
+                        const char* stack,
+                        const char* memory,
+                        const char* threads) {
     Surroundings around;
     around.folder = folder.path("");
     return tool_test::Run("/bin/sh",
                           {"-c", "ulimit -s $1 && ulimit -v $2 && shift 2 && exec \"$0\" \"$@\"",
-                           KXCONTOUR_BINARY, stack, memory, "batch", "jobs.json", "--jobs", "8",
+                           KXCONTOUR_BINARY, stack, memory, "batch", "jobs.json", "--jobs", threads,
                            "--force"},
                           {}, around);
 }
 
 TEST_F(ManyViews, AreDrawnByTheThreadsThatCouldBeStarted) {
+    if (kxcontour::kIsSanitized) {
+        GTEST_SKIP() << "sanitizers reserve more memory than the run is given";
+    }
     ASSERT_EQ(RunIn(folder_, "batch jobs.json --jobs 1").exitCode, 0);
     auto expected = tool_test::FilesIn(folder_);
-    const RunResult alone = RunWithStacks(folder_, "4000000", "3000000");
+    const RunResult alone = RunWithStacks(folder_, "4000000", "3000000", "8");
     EXPECT_EQ(alone.exitCode, 0);
     EXPECT_EQ(alone.err,
               "kxcontour: warning: only 1 of 8 threads could be started; the batch goes on "
@@ -382,7 +378,7 @@ TEST_F(ManyViews, AreDrawnByTheThreadsThatCouldBeStarted) {
     found["jobs.json.state"] = expected["jobs.json.state"];
     EXPECT_EQ(found, expected) << "the same drawings, and no file beside them";
 
-    const RunResult some = RunWithStacks(folder_, "1000000", "3000000");
+    const RunResult some = RunWithStacks(folder_, "1000000", "3000000", "8");
     EXPECT_EQ(some.exitCode, 0);
     EXPECT_TRUE(tool_test::Matches(some.err, "kxcontour: warning: only 3 of 8 threads *\n"))
         << some.err;
@@ -391,7 +387,21 @@ TEST_F(ManyViews, AreDrawnByTheThreadsThatCouldBeStarted) {
     EXPECT_EQ(found, expected);
 }
 
-#endif
+TEST_F(ManyViews, AreDrawnWhereThreadsLeaveEachOtherLittleMemory) {
+    if (kxcontour::kIsSanitized) {
+        GTEST_SKIP() << "sanitizers reserve more memory than the run is given";
+    }
+    ASSERT_EQ(RunIn(folder_, "batch jobs.json --jobs 1").exitCode, 0);
+    const auto expected = tool_test::FilesIn(folder_);
+    for (const char* memory : {"150000", "200000", "300000", "400000", "600000"}) {
+        const RunResult run = RunWithStacks(folder_, "8192", memory, "32");
+        EXPECT_EQ(run.exitCode, 0) << memory << ": " << run.err;
+        EXPECT_NE(run.out.find("60 drawn, 0 up to date, 0 failed\n"), std::string::npos) << memory;
+        auto found = tool_test::FilesIn(folder_);
+        found["jobs.json.state"] = expected.at("jobs.json.state");
+        EXPECT_EQ(found, expected) << memory;
+    }
+}
 
 TEST_F(Batch, LeavesWholeFilesOnlyWhenItIsCancelled) {
     folder_.write("ball.stl", tool_test::StlBytes(test_support::Sphere({0, 0, 0}, 1.0F, 200, 100)));

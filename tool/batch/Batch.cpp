@@ -15,6 +15,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <map>
 #include <memory>
@@ -54,7 +55,8 @@ private:
 /// Turns the steps of one job into its share of the bar. One thread at a time.
 class JobObserver : public DrawingObserver {
 public:
-    explicit JobObserver(SharedProgress& progress) : progress_(progress) {}
+    /// told: what the bar has been told of the job before.
+    JobObserver(SharedProgress& progress, double told) : progress_(progress), told_(told) {}
 
     /// Whatever was not told of in steps.
     ~JobObserver() override { progress_.advance(1.0 - told_); }
@@ -89,7 +91,7 @@ private:
 
     SharedProgress& progress_;
     StagePlan plan_;
-    double told_ = 0.0;
+    double told_;
 };
 
 /// What decides about a scene.
@@ -116,6 +118,12 @@ struct LoadedScene {
 
 using Scenes = std::map<SceneKey, LoadedScene>;
 
+/// A job by its number, with what it draws.
+struct Task {
+    std::size_t number;
+    const LoadedScene* scene;
+};
+
 /// The numbers of all jobs, those of one scene in a row, so that no scene has to be read twice.
 /// Scenes, and the jobs of one, stay in their order.
 std::vector<std::size_t> OrderByScene(const std::vector<BatchJob>& jobs) {
@@ -138,7 +146,8 @@ public:
         : command_(command), messages_(messages), done_(command.statePath),
           progress_(
               log, !command.messages.quiet && ::isatty(STDERR_FILENO) == 1, command.jobs.size()),
-          order_(OrderByScene(command.jobs)), results_(command.jobs.size()) {}
+          order_(OrderByScene(command.jobs)), results_(command.jobs.size()),
+          starved_(command.jobs.size()) {}
 
     std::vector<JobResult> run() {
         for (std::size_t first = 0; first < order_.size();) {
@@ -171,7 +180,7 @@ private:
     /// the next place.
     std::size_t runWave(std::size_t first) {
         Scenes scenes;
-        std::vector<std::size_t> wave;
+        std::vector<Task> wave;
         std::size_t next = first;
         for (; next < order_.size(); ++next) {
             const std::size_t number = order_[next];
@@ -182,15 +191,16 @@ private:
                 continue;
             }
             const SceneKey key = KeyOf(job.options);
-            if (scenes.find(key) == scenes.end()) {
+            auto scene = scenes.find(key);
+            if (scene == scenes.end()) {
                 if (scenes.size() >= command_.threads) {
                     break;
                 }
-                scenes.emplace(key, load(job.options));
+                scene = scenes.emplace(key, load(job.options)).first;
             }
-            wave.push_back(number);
+            wave.push_back({number, &scene->second});
         }
-        draw(scenes, wave);
+        draw(wave);
         return next;
     }
 
@@ -205,16 +215,32 @@ private:
         return loaded;
     }
 
-    void draw(const Scenes& scenes, const std::vector<std::size_t>& wave) {
+    void draw(const std::vector<Task>& wave) {
         std::atomic<std::size_t> next = 0;
         const auto work = [&] {
             for (std::size_t i = next++; i < wave.size(); i = next++) {
-                drawJob(scenes.at(KeyOf(command_.jobs[wave[i]].options)), wave[i]);
+                drawBesideOthers(wave[i]);
             }
         };
-        const std::size_t count = std::min<std::size_t>(command_.threads, wave.size());
+        const std::size_t threads = workTogether(work, wave.size());
+        for (const Task& task : wave) {
+            if (starved_[task.number] == 0) {
+                continue;
+            }
+            if (threads > 1) {
+                drawAlone(task);
+            } else {
+                failForMemory(task.number);
+            }
+        }
+    }
+
+    /// Does work of so many jobs on many threads, and returns on how many.
+    template <class Work> std::size_t workTogether(const Work& work, std::size_t jobs) {
+        const std::size_t count = std::min<std::size_t>(command_.threads, jobs);
         const std::vector<std::jthread> others = startOthers(count, work);
         work();
+        return others.size() + 1;
     }
 
     /// Threads for the work, so many with this one or as many as the system lets start.
@@ -244,28 +270,52 @@ private:
                        " threads could be started; the batch goes on with these");
     }
 
-    void drawJob(const LoadedScene& loaded, std::size_t number) {
-        const auto started = std::chrono::steady_clock::now();
-        JobObserver observer(progress_);
+    /// A job that finds no memory is left for later. Nothing here allocates but the job itself.
+    void drawBesideOthers(const Task& task) {
         try {
-            tryJob(loaded, number, observer);
-        } catch (const Failure& failure) {
-            fail(number, failure.code(), failure.what());
+            drawJob(task, 0.0);
         } catch (const std::bad_alloc&) {
-            fail(number, ExitCode::Internal, "internal error: out of memory");
-        } catch (const std::exception& error) {
-            fail(number, ExitCode::Internal, std::string("internal error: ") + error.what());
+            starved_[task.number] = 1;
         }
-        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - started;
-        results_[number].seconds = took.count();
     }
 
-    void tryJob(const LoadedScene& loaded, std::size_t number, JobObserver& observer) {
+    /// Tries a job again that found no memory beside the others.
+    void drawAlone(const Task& task) {
+        try {
+            drawJob(task, 1.0);
+        } catch (const std::bad_alloc&) {
+            failForMemory(task.number);
+        }
+    }
+
+    void failForMemory(std::size_t number) {
+        fail(number, ExitCode::Internal, "internal error: out of memory");
+    }
+
+    /// Throws bad_alloc; any other failure is told of.
+    void drawJob(const Task& task, double told) {
+        const auto started = std::chrono::steady_clock::now();
+        JobObserver observer(progress_, told);
+        try {
+            drawTo(task, observer);
+        } catch (const Failure& failure) {
+            fail(task.number, failure.code(), failure.what());
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception& error) {
+            fail(task.number, ExitCode::Internal, std::string("internal error: ") + error.what());
+        }
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - started;
+        results_[task.number].seconds = took.count();
+    }
+
+    void drawTo(const Task& task, JobObserver& observer) {
+        const LoadedScene& loaded = *task.scene;
         if (loaded.failure) {
             std::rethrow_exception(loaded.failure);
         }
-        const BatchJob& job = command_.jobs[number];
-        JobResult& result = results_[number];
+        const BatchJob& job = command_.jobs[task.number];
+        JobResult& result = results_[task.number];
         result.report = DrawScene(loaded.scene, job.options, observer);
         result.state = JobState::Drawn;
         note(job, loaded.inputs);
@@ -289,7 +339,8 @@ private:
     DoneWork done_;
     SharedProgress progress_;
     std::vector<std::size_t> order_;
-    std::vector<JobResult> results_; ///< Each is written by the thread that has the job.
+    std::vector<JobResult> results_;    ///< Each is written by the thread that has the job.
+    std::vector<std::uint8_t> starved_; ///< Whether a job found no memory; written as results are.
     std::atomic<bool> notesKept_ = true;
     bool toldOfThreads_ = false;
     std::mutex speaking_;
