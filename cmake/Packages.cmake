@@ -43,10 +43,11 @@ foreach(target kxContouringLib kxPlatform)
   list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${folder})
   list(APPEND CPACK_CTR_LIBRARIES ${folder}/lib${target}.so.${PROJECT_VERSION})
 endforeach()
-# Packages of programs that use the libraries learn from the file shlibs what to depend on.
-configure_file(cmake/packages/shlibs.in ${PROJECT_BINARY_DIR}/package-contents/shlibs @ONLY)
+# The version of the packages, and what depends on it, are made there, too.
+set(contents ${PROJECT_BINARY_DIR}/package-contents)
+set(CPACK_CTR_CONTENTS ${contents})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA
-  ${PROJECT_BINARY_DIR}/package-contents/shlibs
+  ${contents}/shlibs
   ${PROJECT_SOURCE_DIR}/cmake/packages/triggers)
 
 set(subject "Finds creases, silhouettes and intersection lines of triangle meshes seen
@@ -74,7 +75,6 @@ drawing, byte for byte.")
 
 # What packages have and `cmake --install` does not lay down: what is compressed at build time, and
 # the notices of those whose header files are compiled into the tool.
-set(contents ${PROJECT_BINARY_DIR}/package-contents)
 find_program(CTR_GZIP gzip)
 mark_as_advanced(CTR_GZIP)
 function(ctr_compress file result)

@@ -8,6 +8,13 @@ foreach(program dpkg dpkg-shlibdeps file)
   endif()
 endforeach()
 
+# Taken now, not when the build was configured: there may be commits since.
+include(${CMAKE_CURRENT_LIST_DIR}/Version.cmake)
+set(source ${CMAKE_CURRENT_LIST_DIR}/../..)
+ctr_package_version(CPACK_DEBIAN_PACKAGE_VERSION ${source} ${CPACK_PACKAGE_VERSION})
+# Packages of programs that use the libraries learn from the file shlibs what to depend on.
+configure_file(${CMAKE_CURRENT_LIST_DIR}/shlibs.in ${CPACK_CTR_CONTENTS}/shlibs @ONLY)
+
 # The packages that the libraries need. dpkg-shlibdeps works in the folder of a source package, of
 # which it wants no more than an empty control file; it knows no package yet of the libraries.
 set(folder ${CPACK_PACKAGE_DIRECTORY}/_CPack_Packages/needs)
@@ -24,9 +31,7 @@ string(REGEX REPLACE "^shlibs:Depends=" "" CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS 
 
 # Files bear the time of the commit: the same commit gives the same packages.
 if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
-  execute_process(COMMAND git log -1 --format=%ct
-    WORKING_DIRECTORY ${CMAKE_CURRENT_LIST_DIR}
-    OUTPUT_VARIABLE seconds OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+  ctr_git(seconds ${source} log -1 --format=%ct)
   if(seconds)
     set(ENV{SOURCE_DATE_EPOCH} ${seconds})
   endif()
