@@ -94,11 +94,14 @@ int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
     return static_cast<int>(ExitCode::Drawn);
 }
 
-int Run(const InfoCommand& command, std::ostream& out, std::ostream&) {
+int Run(const InfoCommand& command, std::ostream& out, std::ostream& log) {
     std::vector<ModelInfo> infos;
     for (const std::string& path : command.input.models) {
         const ModelRequest request = RequestFor(command.input, path);
         Model model = ImportModel(request);
+        if (!model.refusedFile.empty()) {
+            MessagesFor(command.messages, log).warn(NameOf(request) + ": " + model.refusedFile);
+        }
         infos.push_back(Inspect(NameOf(request), model, command.input.weld));
     }
     if (command.messages.json) {

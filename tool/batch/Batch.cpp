@@ -95,8 +95,16 @@ private:
 };
 
 /// What decides about a scene.
-using SceneKey =
-    std::tuple<std::vector<std::string>, std::vector<std::string>, int, int, int, double, double>;
+using SceneKey = std::tuple<std::vector<std::string>,
+                            std::vector<std::string>,
+                            int,
+                            int,
+                            int,
+                            double,
+                            double,
+                            std::string,
+                            std::uint64_t,
+                            std::chrono::milliseconds>;
 
 SceneKey KeyOf(const DrawingOptions& options) {
     const InputOptions& input = options.input;
@@ -106,7 +114,10 @@ SceneKey KeyOf(const DrawingOptions& options) {
             input.up ? static_cast<int>(*input.up) : -1,
             static_cast<int>(input.weld.mode),
             input.weld.millimetres,
-            options.lines.creaseAngle.value_or(-1.0)};
+            options.lines.creaseAngle.value_or(-1.0),
+            input.reading.sideFiles,
+            input.reading.largestInput,
+            input.reading.time};
 }
 
 /// A scene, or why there is none.

@@ -37,6 +37,9 @@ void TellAbout(const Scene& scene,
                const DrawingReport& report,
                const Messages& messages) {
     const std::string model = NameOf(RequestFor(options.input, options.input.models.front()));
+    for (const std::string& refused : scene.refusedFiles) {
+        messages.warn(refused);
+    }
     if (scene.dropped.total() > 0) {
         messages.warn(model + ": " + DescribeDropped(scene.dropped));
     }

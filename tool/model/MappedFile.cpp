@@ -30,13 +30,18 @@ struct Descriptor {
 
 } // namespace
 
-MappedFile::MappedFile(const std::string& path) {
-    // Not blocking: a pipe without a writer is refused below instead of waited for.
-    const int number = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (number < 0) {
+int MappedFile::openingFlags() {
+    return O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+}
+
+MappedFile::MappedFile(const std::string& path)
+    : MappedFile(::open(path.c_str(), openingFlags()), path) {}
+
+MappedFile::MappedFile(int descriptor, const std::string& path) {
+    if (descriptor < 0) {
         Refuse(path, LastError());
     }
-    const Descriptor file{number};
+    const Descriptor file{descriptor};
     struct stat status {};
     if (::fstat(file.number, &status) != 0) {
         Refuse(path, LastError());

@@ -46,6 +46,9 @@ struct Model {
     double coordinateStep = 0.0;     ///< The same where digits may have been lost by it.
     std::size_t cutPolygons = 0;     ///< Faces of more than three corners, cut into triangles.
     std::size_t leftOutPolygons = 0; ///< Points and lines in the file, which draw nothing.
+    /// Why a file that the model refers to was not read, see ModelFiles; empty where none was
+    /// refused.
+    std::string refusedFile;
 };
 
 } // namespace kxcontour

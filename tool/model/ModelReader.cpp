@@ -4,7 +4,7 @@
 #include "common/Failure.h"
 #include "model/Completeness.h"
 #include "model/FileModel.h"
-#include "model/MappedFile.h"
+#include "model/ImporterFiles.h"
 #include "model/ObjReader.h"
 #include "model/PlyReader.h"
 #include "model/SceneModel.h"
@@ -57,8 +57,12 @@ void Replace(std::string& text, const std::string& from, const std::string& to) 
     }
 }
 
-/// The importer's own words, in one line.
-std::string Reason(const Assimp::Importer& importer, const ModelRequest& request) {
+/// The importer's own words, in one line, unless it was kept from a file that it may have needed.
+std::string
+Reason(const Assimp::Importer& importer, const ModelRequest& request, const ModelFiles& files) {
+    if (!files.refusal().empty()) {
+        return files.refusal();
+    }
     std::string reason = importer.GetErrorString();
     if (reason.find("No suitable reader") != std::string::npos || reason.empty()) {
         return "it is not a model of a known format";
@@ -88,8 +92,10 @@ std::size_t CountPolygons(const aiScene& scene) {
 
 /// Reads a scene as it is, of the bytes for standard input, else of the file.
 const aiScene*
-ReadScene(Assimp::Importer& importer, const ModelRequest& request, std::string_view bytes) {
+ReadScene(Assimp::Importer& importer, const ModelRequest& request, ModelFiles& files) {
     Configure(importer);
+    importer.SetIOHandler(new ImporterFiles(files)); // The importer owns it.
+    const std::string_view bytes = files.bytes();
     return IsStandardInput(request)
                ? importer.ReadFileFromMemory(bytes.data(), bytes.size(), 0,
                                              request.format.value_or("").c_str())
@@ -119,21 +125,24 @@ std::optional<FileModel> ReadFile(const ModelRequest& request, std::string_view 
 }
 
 /// The importer keeps the scene.
-Model Import(Assimp::Importer& importer, const ModelRequest& request, std::string_view bytes) {
+Model Import(Assimp::Importer& importer, const ModelRequest& request, ModelFiles& files) {
+    // Kept while the importer works: some files say more than it passes on.
+    const std::string_view bytes = files.bytes();
     RequireComplete(bytes, NameOf(request));
     if (const std::optional<FileModel> file = ReadFile(request, bytes)) {
         return ModelFromFile(*file, request);
     }
-    const aiScene* scene = ReadScene(importer, request, bytes);
+    const aiScene* scene = ReadScene(importer, request, files);
     const std::size_t polygons = scene == nullptr ? 0 : CountPolygons(*scene);
     // Faces are told apart by their size later, so nothing has to sort them into meshes of a kind.
     scene = scene == nullptr ? nullptr : importer.ApplyPostProcessing(aiProcess_Triangulate);
     if (scene == nullptr) {
-        throw Failure(ExitCode::Unreadable,
-                      NameOf(request) + ": cannot read the model: " + Reason(importer, request));
+        throw Failure(ExitCode::Unreadable, NameOf(request) + ": cannot read the model: " +
+                                                Reason(importer, request, files));
     }
     Model model = ModelFromScene(*scene, request, bytes);
     model.cutPolygons = polygons;
+    model.refusedFile = files.refusal();
     return model;
 }
 
@@ -148,16 +157,8 @@ void RequireKnownFormat(const ModelRequest& request) {
     }
 }
 
-Model Read(Assimp::Importer& importer,
-           const ModelRequest& request,
-           std::string_view standardInput) {
-    if (IsStandardInput(request)) {
-        RequireKnownFormat(request);
-        return Import(importer, request, standardInput);
-    }
-    // Kept while the importer works: some files say more than it passes on.
-    const MappedFile file(request.path);
-    return Import(importer, request, file.bytes());
+std::size_t LargestInput(const ModelRequest& request) {
+    return request.rules.largestInput;
 }
 
 } // namespace
@@ -169,13 +170,17 @@ std::string ReadStandardInput(const ModelRequest& request) {
     }
     RequireKnownFormat(request);
     for (std::size_t size = 0;;) {
-        bytes.resize(size + std::max(kBlock, size));
+        // One byte beyond the limit shows that there is more.
+        bytes.resize(std::min(size + std::max(kBlock, size), LargestInput(request) + 1));
         const ssize_t got = ::read(STDIN_FILENO, bytes.data() + size, bytes.size() - size);
         if (got < 0 && errno != EINTR) {
             throw Failure(ExitCode::Unreadable,
                           NameOf(request) + ": " + std::generic_category().message(errno));
         }
         size += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+        if (size > LargestInput(request)) {
+            RefuseInputSize(request);
+        }
         if (got == 0) {
             bytes.resize(size);
             return bytes;
@@ -184,13 +189,15 @@ std::string ReadStandardInput(const ModelRequest& request) {
 }
 
 Model ReadModel(const ModelRequest& request) {
+    const std::string standardInput = ReadStandardInput(request);
+    ModelFiles files(request, standardInput);
     Assimp::Importer importer;
-    return Read(importer, request, ReadStandardInput(request));
+    return Import(importer, request, files);
 }
 
-Model ReadModelOnce(const ModelRequest& request, std::string_view standardInput) {
+Model ReadModelOnce(const ModelRequest& request, ModelFiles& files) {
     static auto* const importer = new Assimp::Importer; // Never deleted.
-    return Read(*importer, request, standardInput);
+    return Import(*importer, request, files);
 }
 
 } // namespace kxcontour

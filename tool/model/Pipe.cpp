@@ -43,9 +43,8 @@ bool PipeWriter::flush() {
     return good_;
 }
 
-PipeReader::PipeReader(int descriptor, Clock::time_point deadline)
-    : descriptor_(descriptor), deadline_(deadline),
-      buffer_(std::make_unique<std::array<char, kBufferSize>>()) {}
+PipeReader::PipeReader(int descriptor)
+    : descriptor_(descriptor), buffer_(std::make_unique<std::array<char, kBufferSize>>()) {}
 
 PipeReader::~PipeReader() {
     ::close(descriptor_);
@@ -64,21 +63,60 @@ void PipeReader::bytesOverEnd(char* to, std::size_t size) {
     }
 }
 
-void PipeReader::waitForBytes() const {
-    if (deadline_ == Clock::time_point::max()) {
+void PipeReader::addTime(std::chrono::milliseconds time) {
+    if (timeLeft_ != Clock::duration::max()) {
+        timeLeft_ += time;
+    }
+}
+
+void PipeReader::addSize(std::uint64_t bytes) {
+    sizeLeft_ += std::min(bytes, std::numeric_limits<std::uint64_t>::max() - sizeLeft_);
+}
+
+bool PipeReader::flag() {
+    const auto byte = value<unsigned char>();
+    if (byte > 1) {
+        throw PipeSpoiled();
+    }
+    return byte == 1;
+}
+
+std::string PipeReader::text(std::size_t most) {
+    const auto size = value<std::size_t>();
+    if (size > most) {
+        throw PipeSpoiled();
+    }
+    std::string text;
+    while (text.size() < size) {
+        const std::size_t before = text.size();
+        text.resize(before + std::min(size - before, kBufferSize));
+        bytes(text.data() + before, text.size() - before);
+    }
+    return text;
+}
+
+void PipeReader::waitForBytes() {
+    if (timeLeft_ == Clock::duration::max()) {
         return;
     }
+    // In slices, so that a time in which this process was stopped counts as one of them.
+    constexpr Clock::duration kSlice = std::chrono::seconds(1);
     pollfd waiting{descriptor_, POLLIN, 0};
-    int ready = 0;
-    do {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now()).count();
-        // In pieces of a minute at most: the interval is an int.
-        ready = ::poll(&waiting, 1, static_cast<int>(std::clamp<long long>(left, 0, 60000)));
-        if (ready == 0 && left <= 60000) {
+    while (true) {
+        const Clock::duration slice = std::clamp(timeLeft_, Clock::duration::zero(), kSlice);
+        const Clock::time_point start = Clock::now();
+        const int ready =
+            ::poll(&waiting, 1,
+                   static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(slice).count()));
+        if (ready > 0 || (ready < 0 && errno != EINTR)) {
+            timeLeft_ -= std::min(Clock::now() - start, kSlice);
+            return;
+        }
+        if (timeLeft_ <= Clock::duration::zero()) {
             throw PipeTimedOut();
         }
-    } while (ready == 0 || (ready < 0 && errno == EINTR));
+        timeLeft_ -= std::min(Clock::now() - start, kSlice);
+    }
 }
 
 void PipeReader::fill() {
@@ -90,6 +128,10 @@ void PipeReader::fill() {
     if (size <= 0) {
         throw PipeEnded();
     }
+    if (static_cast<std::uint64_t>(size) > sizeLeft_) {
+        throw PipeSpoiled();
+    }
+    sizeLeft_ -= static_cast<std::uint64_t>(size);
     start_ = 0;
     end_ = static_cast<std::size_t>(size);
 }

@@ -4,8 +4,10 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <exception>
+#include <limits>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -22,6 +24,12 @@ public:
 class PipeTimedOut : public std::exception {
 public:
     const char* what() const noexcept override { return "the pipe was too slow"; }
+};
+
+/// What came is not what the other process has to send.
+class PipeSpoiled : public std::exception {
+public:
+    const char* what() const noexcept override { return "the pipe carries something else"; }
 };
 
 /// Writes to a descriptor, which it owns.
@@ -67,16 +75,33 @@ private:
     std::unique_ptr<std::array<char, kBufferSize>> buffer_;
 };
 
-/// Reads from a descriptor, which it owns. Throws PipeEnded where a value does not come whole, and
-/// PipeTimedOut where it has not come by the deadline.
+/// Reads from a descriptor, which it owns, what a process sends that is not to be trusted.
+///
+/// Throws PipeEnded where a value does not come whole, PipeTimedOut where the other process takes
+/// longer than it may, and PipeSpoiled where it sends more than it may. No more memory is taken
+/// than about twice what has come.
 class PipeReader {
 public:
     using Clock = std::chrono::steady_clock;
 
-    explicit PipeReader(int descriptor, Clock::time_point deadline = Clock::time_point::max());
+    explicit PipeReader(int descriptor);
     ~PipeReader();
     PipeReader(const PipeReader&) = delete;
     PipeReader& operator=(const PipeReader&) = delete;
+
+    /// @name Limits
+    /// There are none at first; each call sets a limit anew. Only waiting takes time, and it stands
+    /// still while this process is stopped.
+    /// @{
+    void limitTime(std::chrono::milliseconds time) { timeLeft_ = time; }
+    void limitSize(std::uint64_t bytes) { sizeLeft_ = bytes; }
+    /// @}
+
+    /// @name More of a limit that there is
+    /// @{
+    void addTime(std::chrono::milliseconds time);
+    void addSize(std::uint64_t bytes);
+    /// @}
 
     void bytes(void* data, std::size_t size) {
         if (size > end_ - start_) {
@@ -94,22 +119,22 @@ public:
         return value;
     }
 
-    /// What PipeWriter::text() wrote.
-    std::string text() {
-        std::string text(value<std::size_t>(), '\0');
-        bytes(text.data(), text.size());
-        return text;
-    }
+    /// A bool, of which not every byte is one.
+    bool flag();
+
+    /// What PipeWriter::text() wrote, of at most so many bytes.
+    std::string text(std::size_t most);
 
 private:
     static constexpr std::size_t kBufferSize = 1U << 18U;
 
     void bytesOverEnd(char* to, std::size_t size);
     void fill();
-    void waitForBytes() const;
+    void waitForBytes();
 
     int descriptor_;
-    Clock::time_point deadline_;
+    Clock::duration timeLeft_ = Clock::duration::max();
+    std::uint64_t sizeLeft_ = std::numeric_limits<std::uint64_t>::max();
     std::size_t start_ = 0;
     std::size_t end_ = 0;
     std::unique_ptr<std::array<char, kBufferSize>> buffer_;

@@ -1,14 +1,17 @@
 // One function for each group of options: values first, then what cannot go together.
 #include "options/OptionReader.h"
 
+#include "common/ByteSize.h"
 #include "common/Failure.h"
 #include "options/StyleText.h"
 #include "options/Values.h"
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <limits>
 
@@ -99,6 +102,32 @@ WeldRequest ParseWeld(const std::string& text) {
     return {WeldRequest::Mode::Length,
             ParseLength(text, "weld distance", "auto, off or a length over 0, to 1000 m",
                         {0.0, kMost, true, false})};
+}
+
+std::uint64_t ParseInputSize(const std::string& text) {
+    const std::optional<std::uint64_t> size = ReadByteSize(text);
+    if (!size) {
+        RefuseUsage("input size '" + text +
+                    "' is not a number of bytes over 0, such as 500MB or 2GB");
+    }
+    return *size;
+}
+
+ReadRules ReadReading(const GivenOptions& given) {
+    ReadRules rules;
+    if (const GivenText* folder = given.find("side-files")) {
+        if (folder->text.empty()) {
+            RefuseOption(given, "side-files", "--side-files is given an empty folder name");
+        }
+        rules.sideFiles = folder->text;
+    }
+    ReadInto(rules.largestInput, given, "max-input", ParseInputSize);
+    double seconds = static_cast<double>(rules.time.count()) / 1000.0;
+    ReadInto(seconds, given, "read-limit",
+             Number("read limit", "a number of seconds from 0 to 1000000", {0.0, 1e6}));
+    // What is more than nothing stays so.
+    rules.time = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(1000.0 * seconds)));
+    return rules;
 }
 
 void RequireInputs(const GivenOptions& given, const InputOptions& input) {
@@ -418,6 +447,7 @@ InputOptions ReadInputOptions(const GivenOptions& given) {
     ReadInto(input.unit, given, "unit", NameFor<LengthUnit>("unit", {"mm", "cm", "m", "in"}));
     ReadInto(input.up, given, "up", NameFor<UpAxis>("axis", {"x", "y", "z"}));
     ReadInto(input.weld, given, "weld", ParseWeld);
+    input.reading = ReadReading(given);
     CheckStandardInput(given, input);
     return input;
 }

@@ -11,6 +11,43 @@ namespace {
 
 using Rows = std::vector<OptionInfo>;
 
+void AddReading(Rows& rows) {
+    const Topic topic = Topic::Input;
+    rows.push_back({"side-files",
+                    0,
+                    "FOLDER",
+                    topic,
+                    ValueKind::File,
+                    "A folder more that models may refer to files in",
+                    "A model may consist of several files, such as a glTF file and its buffers. "
+                    "They are read if they lie in the model's own folder, in folders below it, or "
+                    "in FOLDER and those below. Links that lead out of these folders are not "
+                    "followed, and a model from standard input is read alone.",
+                    "",
+                    {}});
+    rows.push_back({"max-input",
+                    0,
+                    "SIZE",
+                    topic,
+                    ValueKind::Number,
+                    "Refuse models larger than SIZE: 500MB, 4GB",
+                    "The size up to which a model is read, with the files that it refers to: a "
+                    "number with B, kB, MB, GB or TB, each a thousand times the one before. "
+                    "Standard input is read to the end or to one byte more.",
+                    "2GB",
+                    {"500MB", "2GB", "10GB"}});
+    rows.push_back({"read-limit",
+                    0,
+                    "SECONDS",
+                    topic,
+                    ValueKind::Number,
+                    "Give up reading a model after SECONDS; 0 never",
+                    "How long reading a model may take: SECONDS, and one more for each megabyte of "
+                    "it and of the files that it refers to. 0 sets no limit.",
+                    "60",
+                    {}});
+}
+
 void AddInput(Rows& rows) {
     const Topic topic = Topic::Input;
     rows.push_back({"model",
@@ -82,6 +119,7 @@ void AddInput(Rows& rows) {
                     "are. Faces given twice count once in any case.",
                     "auto",
                     {"auto", "off"}});
+    AddReading(rows);
     rows.push_back({"info",
                     0,
                     "",

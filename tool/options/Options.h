@@ -26,6 +26,7 @@ struct InputOptions {
     std::optional<LengthUnit> unit;     ///< None: the file's own.
     std::optional<UpAxis> up;           ///< None: the format's own.
     WeldRequest weld;
+    ReadRules reading;
 };
 
 struct PageOptions {

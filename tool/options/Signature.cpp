@@ -83,6 +83,9 @@ void AddInput(SignatureText& text, const InputOptions& input) {
     }
     text.addName("weld", input.weld.mode);
     text.add("weldLength", input.weld.millimetres);
+    if (!input.reading.sideFiles.empty()) {
+        text.addText("sideFiles", input.reading.sideFiles);
+    }
 }
 
 void AddCamera(SignatureText& text, const CameraRequest& camera) {

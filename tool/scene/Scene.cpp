@@ -146,6 +146,9 @@ private:
         if (!model.unitStated) {
             scene_.withoutUnit.push_back(name);
         }
+        if (!model.refusedFile.empty()) {
+            scene_.refusedFiles.push_back(name + ": " + model.refusedFile);
+        }
         if (!started_) {
             start(model);
         }
@@ -216,7 +219,7 @@ private:
 } // namespace
 
 ModelRequest RequestFor(const InputOptions& input, const std::string& path) {
-    return {path, path == "-" ? input.format : std::nullopt, input.unit, input.up};
+    return {path, path == "-" ? input.format : std::nullopt, input.unit, input.up, input.reading};
 }
 
 Scene LoadScene(const InputOptions& input,

@@ -29,6 +29,8 @@ struct Scene {
     std::vector<std::string> withoutUnit; ///< Models that state none: millimetres were assumed.
     /// Of models whose coordinates are too coarse for their size: what is to be said.
     std::vector<std::string> coarse;
+    /// Of models that refer to files that must not be read: what is to be said.
+    std::vector<std::string> refusedFiles;
     DroppedTriangles dropped;
     SurfaceReport surface;     ///< Of all meshes and occluders.
     std::size_t triangles = 0; ///< Of all meshes and occluders.
