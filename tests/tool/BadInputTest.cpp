@@ -48,6 +48,13 @@ MeshData Ball() {
     return test_support::Sphere({0, 0, 0}, 10.0F, 40, 20);
 }
 
+/// A glTF file whose buffer has an address of its own.
+std::string CubeWithBuffer(const std::string& address) {
+    return tool_test::GltfText(
+        Cube(), R"([{"mesh":0}])",
+        std::string(R"([{"primitives":[)") + tool_test::kGltfPrimitive + "]}]", address);
+}
+
 void ExpectOneLine(const RunResult& run, const std::string& part) {
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err.rfind("kxcontour: ", 0), 0U) << run.err;
@@ -456,6 +463,28 @@ const std::vector<WrongRun> kWrongInputs{
      kUnreadable,
      "/dev/zero: is not a regular file",
      {}},
+    {"LargerThanItMayBe",
+     "cube.obj -o new.svg --max-input 20B",
+     kUnreadable,
+     "cube.obj: is larger than 20 B; --max-input SIZE allows more",
+     {}},
+    {"LargerThanTheConfigurationAllows",
+     "cube.obj -o new.svg --config a.toml",
+     kUnreadable,
+     "cube.obj: is larger than 20 B; --max-input SIZE allows more",
+     {{"a.toml", "max-input = 20\n"}}},
+    {"FileOfAnotherFolder",
+     "reaching.gltf -o new.svg",
+     kUnreadable,
+     "reaching.gltf: cannot read the model: it refers to '../../etc/passwd', which is not read: it "
+     "lies outside of the model's folder; --side-files FOLDER allows another one",
+     {{"reaching.gltf", CubeWithBuffer("../../etc/passwd")}}},
+    {"FileOfADevice",
+     "device.gltf -o new.svg --side-files /dev",
+     kUnreadable,
+     "device.gltf: cannot read the model: it refers to '../../dev/zero', which is not read: it is "
+     "not a regular file",
+     {{"device.gltf", CubeWithBuffer("../../dev/zero")}}},
     {"PointsThatAreNotFinite",
      "nan.obj -o new.svg",
      kNothingToDraw,

@@ -223,18 +223,23 @@ std::string OffText(const MeshData& data) {
     return text.str();
 }
 
-std::string GltfText(const MeshData& data,
-                     const std::string& nodes,
-                     const std::string& meshes,
-                     const std::string& buffer) {
+std::string GltfBuffer(const MeshData& data) {
     std::string bytes;
     for (const Point& p : data.positions) {
         Append(bytes, p, false);
     }
-    const std::size_t positionBytes = bytes.size();
     for (const unsigned int index : data.indices) {
         Append(bytes, index, false);
     }
+    return bytes;
+}
+
+std::string GltfText(const MeshData& data,
+                     const std::string& nodes,
+                     const std::string& meshes,
+                     const std::string& buffer) {
+    const std::string bytes = GltfBuffer(data);
+    const std::size_t positionBytes = data.positions.size() * sizeof(Point);
     const std::string uri =
         buffer.empty() ? "data:application/octet-stream;base64," + Base64(bytes) : buffer;
     std::ostringstream text = TextStream();

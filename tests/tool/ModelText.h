@@ -60,6 +60,9 @@ std::string GltfText(const test_support::MeshData& data,
                      const std::string& meshes,
                      const std::string& buffer = "");
 
+/// The bytes of that buffer.
+std::string GltfBuffer(const test_support::MeshData& data);
+
 /// A glTF primitive for GltfText().
 inline const char* const kGltfPrimitive = R"({"attributes":{"POSITION":0},"indices":1})";
 

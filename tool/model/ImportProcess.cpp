@@ -270,7 +270,9 @@ std::string Describe(int status) {
 Model Receive(const ModelRequest& request, Child& child, PipeReader& pipe) {
     Allowance allowance(pipe, request.rules);
     try {
-        return ReceiveModel(pipe, [&](std::uint64_t size) { allowance.addInput(size); });
+        Model model = ReceiveModel(pipe, [&](std::uint64_t size) { allowance.addInput(size); });
+        child.join();
+        return model;
     } catch (const PipeEnded&) {
         throw UnreadableModel(request, Describe(child.join()));
     } catch (const PipeTimedOut&) {

@@ -3,17 +3,26 @@
 
 #include "ModelText.h"
 #include "ShapeBuilders.h"
+#include "model/Confinement.h"
 #include "model/ModelReader.h"
 #include "model/Pipe.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <csignal>
+#include <cstdint>
 #include <fcntl.h>
-#include <sys/stat.h>
+#include <functional>
+#include <sstream>
+#include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -98,37 +107,192 @@ TEST(ImportModel, SurvivesImportersThatCrash) {
     }
 }
 
-/// A model whose bytes are in a file that nobody will ever write: reading it waits without an end.
-std::string ModelThatWaits(const TemporaryFolder& folder) {
-    EXPECT_EQ(::mkfifo(folder.path("never.bin").c_str(), 0600), 0);
-    return folder.write(
-        "waits.gltf",
-        tool_test::GltfText(test_support::Box({0, 0, 0}, {1, 1, 1}), R"([{"mesh":0}])",
-                            std::string(R"([{"primitives":[)") + tool_test::kGltfPrimitive + "]}]",
-                            "never.bin"));
+/// A file that is short to read, whatever the child makes of it.
+std::string SmallFile(const TemporaryFolder& folder) {
+    return folder.write("small.off", tool_test::OffText(test_support::Box({0, 0, 0}, {1, 1, 1})));
+}
+
+/// Why a model is refused when the child does other work than to read it.
+std::string RefusalOfWork(const kxcontour::ModelRequest& request,
+                          const std::function<void()>& work) {
+    const auto other = [&](const kxcontour::ModelRequest&, kxcontour::ModelFiles&) {
+        work();
+        return Model();
+    };
+    const std::string message =
+        FailureOf(ExitCode::Unreadable, [&] { kxcontour::ImportModelBy(other, request); });
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "no child is left";
+    const std::string start = request.path + ": cannot read the model: ";
+    EXPECT_EQ(message.rfind(start, 0), 0U) << message;
+    return message.substr(std::min(start.size(), message.size()));
 }
 
 TEST(ImportModel, EndsImportersThatWait) {
     const TemporaryFolder folder;
-    const std::string path = ModelThatWaits(folder);
-    kxcontour::ImportLimits limits;
-    limits.time = std::chrono::milliseconds(250);
+    kxcontour::ModelRequest request = FileRequest(SmallFile(folder));
+    request.rules.time = std::chrono::milliseconds(250);
     const auto started = std::chrono::steady_clock::now();
-    EXPECT_EQ(FailureOf(ExitCode::Unreadable, [&] { ImportModel(FileRequest(path), limits); }),
-              path + ": cannot read the model: the importer took longer than 0.25 seconds");
+    EXPECT_EQ(RefusalOfWork(request, [] { ::raise(SIGSTOP); }),
+              "the importer took longer than 0.25 seconds; --read-limit SECONDS allows more");
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(30));
-    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "no child is left";
 }
 
 TEST(ImportModel, EndsImportersThatWorkTooLong) {
     // One polygon of so many corners that cutting it into triangles takes minutes; by a name of no
-    // format, which leaves it to the importers.
+    // format, which leaves it to the importers. Each megabyte of it has a second more.
     const TemporaryFolder folder;
-    const std::string path = folder.write("long", tool_test::CombObj(100000));
-    kxcontour::ImportLimits limits;
-    limits.work = std::chrono::seconds(1);
-    EXPECT_EQ(FailureOf(ExitCode::Unreadable, [&] { ImportModel(FileRequest(path), limits); }),
-              path + ": cannot read the model: the importer took longer than 1 second");
+    const std::string text = tool_test::CombObj(100000);
+    kxcontour::ModelRequest request = FileRequest(folder.write("long", text));
+    request.rules.time = std::chrono::milliseconds(100);
+    const std::string message = FailureOf(ExitCode::Unreadable, [&] { ImportModel(request); });
+    std::ostringstream limit;
+    limit << static_cast<double>(100 + text.size() / 1000) / 1000.0;
+    EXPECT_GT(text.size(), 1000000U);
+    EXPECT_EQ(message, request.path + ": cannot read the model: the importer took longer than " +
+                           limit.str() + " seconds; --read-limit SECONDS allows more");
+}
+
+TEST(ImportModel, TakesItsTimeWhereThereIsNoLimit) {
+    const TemporaryFolder folder;
+    kxcontour::ModelRequest request = FileRequest(SmallFile(folder));
+    request.rules.time = std::chrono::milliseconds(0);
+    EXPECT_EQ(ImportModel(request).placements.size(), 1U);
+}
+
+TEST(ImportModel, GivesSideFilesTimeAndMemoryAsItGivesTheModel) {
+    // The limit of a few bytes is over long before the child has slept, that of the buffer is not.
+    const TemporaryFolder folder;
+    folder.write("large.bin", std::string(3000000, 'x'));
+    kxcontour::ModelRequest request = FileRequest(SmallFile(folder));
+    request.rules.time = std::chrono::milliseconds(300);
+    const auto slow = [&](const kxcontour::ModelRequest&, kxcontour::ModelFiles& files) {
+        EXPECT_TRUE(files.open(folder.path("large.bin")).has_value());
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(1000);
+        while (std::chrono::steady_clock::now() < end) {
+        }
+        return Model();
+    };
+    EXPECT_TRUE(kxcontour::ImportModelBy(slow, request).placements.empty());
+}
+
+TEST(ImportModel, StopsImportersThatTryWhatTheyMayNot) {
+    const TemporaryFolder folder;
+    const kxcontour::ModelRequest request = FileRequest(SmallFile(folder));
+    if (RefusalOfWork(request, [] { ::_exit(::open("/", O_PATH | O_TMPFILE | O_RDWR)); }) !=
+        "the importer gave up") {
+        GTEST_SKIP() << "no filters of system calls here";
+    }
+    const std::string stopped = "the importer was stopped, as it tried what reading a model does "
+                                "not need; the file may be made to do harm";
+    EXPECT_EQ(RefusalOfWork(request, [] { ::socket(AF_INET, SOCK_STREAM, 0); }), stopped);
+    EXPECT_EQ(RefusalOfWork(request, [] { ::kill(::getppid(), SIGTERM); }), stopped);
+    EXPECT_EQ(RefusalOfWork(request, [] { ::unlink("none"); }), stopped);
+    if (!kxcontour::kSanitized) {
+        EXPECT_EQ(RefusalOfWork(request, [] { ::fork(); }), stopped);
+    }
+    EXPECT_EQ(RefusalOfWork(request,
+                            [] {
+                                const char* const none[] = {nullptr};
+                                ::execve("/bin/true", const_cast<char* const*>(none),
+                                         const_cast<char* const*>(none));
+                            }),
+              stopped);
+}
+
+TEST(ImportModel, LeavesImportersNoDescriptorOfTheParents) {
+    const TemporaryFolder folder;
+    const int secret = ::open(folder.write("secret", "secret").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(secret, 3);
+    const auto look = [&](const kxcontour::ModelRequest&, kxcontour::ModelFiles&) {
+        Model model;
+        std::string text(6, ' ');
+        for (int i = 3; i < 64; ++i) {
+            if (::pread(i, text.data(), text.size(), 0) == 6 && text == "secret") {
+                model.format = "has read it";
+            }
+        }
+        return model;
+    };
+    const kxcontour::ModelRequest request = FileRequest(SmallFile(folder));
+    EXPECT_EQ(kxcontour::ImportModelBy(look, request).format, "");
+    ::close(secret);
+}
+
+TEST(ImportModel, RefusesWhatIsNoModel) {
+    const TemporaryFolder folder;
+    const kxcontour::ModelRequest request = FileRequest(SmallFile(folder));
+    const std::string garbage(64, 'x');
+    const auto spoil = [&] {
+        for (int i = 3; i < 64; ++i) {
+            if (::write(i, garbage.data(), garbage.size()) < 0) {
+                continue;
+            }
+        }
+    };
+    EXPECT_EQ(RefusalOfWork(request, spoil),
+              "the importer sent something that is no model; the file may be made to do harm");
+}
+
+TEST(ImportModel, EndsImportersThatSendNothingAndStay) {
+    const TemporaryFolder folder;
+    const kxcontour::ModelRequest request = FileRequest(SmallFile(folder));
+    const auto closeAndStay = [] {
+        for (int i = 0; i < 64; ++i) {
+            ::close(i);
+        }
+        ::raise(SIGSTOP);
+    };
+    EXPECT_EQ(RefusalOfWork(request, closeAndStay),
+              "the importer was killed, perhaps for want of memory");
+}
+
+TEST(ImportModel, DoesNotCountWhatTheParentHasMapped) {
+    if (kxcontour::kSanitized) {
+        GTEST_SKIP() << "no limit of memory under sanitizers";
+    }
+    // As the arenas of many threads are: reserved, and not used.
+    constexpr std::size_t kSize = std::size_t{64} << 30U;
+    void* const reserved =
+        ::mmap(nullptr, kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    ASSERT_NE(reserved, MAP_FAILED);
+    const TemporaryFolder folder;
+    EXPECT_EQ(ImportModel(FileRequest(SmallFile(folder))).placements.size(), 1U);
+    ::munmap(reserved, kSize);
+}
+
+TEST(ImportModel, LimitsTheMemoryOfImporters) {
+    if (kxcontour::kSanitized) {
+        GTEST_SKIP() << "no limit of memory under sanitizers";
+    }
+    const TemporaryFolder folder;
+    const kxcontour::ModelRequest request = FileRequest(SmallFile(folder));
+    EXPECT_EQ(RefusalOfWork(request,
+                            [] {
+                                const std::vector<char> much(std::size_t{5} << 30U);
+                                ::_exit(much[much.size() / 2]);
+                            }),
+              "it asks for more memory than there is");
+}
+
+TEST(ImportModel, ReadsWhereStandardDescriptorsAreClosed) {
+    const TemporaryFolder folder;
+    const kxcontour::ModelRequest request = FileRequest(SmallFile(folder));
+    const int input = ::dup(STDIN_FILENO);
+    const int output = ::dup(STDOUT_FILENO);
+    ::close(STDIN_FILENO);
+    ::close(STDOUT_FILENO);
+    std::size_t placements = 0;
+    std::string failure;
+    try {
+        placements = ImportModel(request).placements.size();
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    ::dup2(input, STDIN_FILENO);
+    ::dup2(output, STDOUT_FILENO);
+    ::close(input);
+    ::close(output);
+    EXPECT_EQ(placements, 1U) << failure;
 }
 
 /// Has a file as standard input while it lives.
@@ -199,6 +363,29 @@ TEST(ImportModel, SaysWhatIsWrongWithStandardInput) {
               "standard input: Is a directory");
 }
 
+TEST(ImportModel, ReadsNoMoreOfStandardInputThanItMay) {
+    const StandardInput input("/dev/zero");
+    kxcontour::ModelRequest request = InputRequest("stl");
+    request.rules.largestInput = 1000000;
+    EXPECT_EQ(FailureOf(ExitCode::Unreadable, [&] { ImportModel(request); }),
+              "standard input: is larger than 1 MB; --max-input SIZE allows more");
+}
+
+TEST(ImportModel, ReadsStandardInputUpToItsLimit) {
+    const TemporaryFolder folder;
+    const std::string bytes = tool_test::StlBytes(test_support::Sphere({0, 0, 0}, 1.0F, 64, 64));
+    kxcontour::ModelRequest request = InputRequest("stl");
+    for (const std::size_t less : {0U, 1U}) {
+        const StandardInput input(folder.write("ball.stl", bytes));
+        request.rules.largestInput = bytes.size() - less;
+        if (less == 0) {
+            EXPECT_EQ(ImportModel(request).placements.size(), 1U);
+        } else {
+            FailureOf(ExitCode::Unreadable, [&] { ImportModel(request); });
+        }
+    }
+}
+
 TEST(ImportModel, LeavesNoChildBehind) {
     const TemporaryFolder folder;
     const std::string path =
@@ -245,21 +432,59 @@ TEST(Pipe, PassesTexts) {
         EXPECT_TRUE(pipe.flush());
     }
     PipeReader pipe(ends[0]);
-    EXPECT_EQ(pipe.text(), "");
-    EXPECT_EQ(pipe.text(), name);
+    EXPECT_EQ(pipe.text(0), "");
+    EXPECT_EQ(pipe.text(name.size()), name);
 }
 
-TEST(Pipe, GivesUpAtTheDeadlineAndNotBefore) {
+/// What a reader gets of these bytes.
+int PipeOf(const std::string& bytes) {
+    int ends[2];
+    EXPECT_EQ(::pipe(ends), 0);
+    EXPECT_EQ(::write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    ::close(ends[1]);
+    return ends[0];
+}
+
+TEST(Pipe, TakesNoTextThatIsLongerThanItMayBe) {
+    PipeReader pipe(PipeOf(std::string("\3\0\0\0\0\0\0\0abc", 11)));
+    EXPECT_THROW(pipe.text(2), kxcontour::PipeSpoiled);
+}
+
+TEST(Pipe, TakesNoMemoryForATextThatDoesNotCome) {
+    PipeReader pipe(PipeOf(std::string("\0\0\0\0\0\0\0\1abc", 11)));
+    EXPECT_THROW(pipe.text(std::string().max_size()), PipeEnded) << "of 64 PB";
+}
+
+TEST(Pipe, TakesTheBytesOfZeroAndOneAsFlagsOnly) {
+    PipeReader pipe(PipeOf(std::string("\0\1\2", 3)));
+    EXPECT_FALSE(pipe.flag());
+    EXPECT_TRUE(pipe.flag());
+    EXPECT_THROW(pipe.flag(), kxcontour::PipeSpoiled);
+}
+
+TEST(Pipe, GivesUpWhereMoreComesThanMay) {
+    PipeReader pipe(PipeOf("12345678"));
+    pipe.limitSize(7);
+    EXPECT_THROW(pipe.value<std::uint64_t>(), kxcontour::PipeSpoiled);
+    PipeReader other(PipeOf("12345678"));
+    other.limitSize(7);
+    other.addSize(1);
+    EXPECT_EQ(other.value<char>(), '1');
+}
+
+TEST(Pipe, GivesUpAfterItsTimeAndNotBefore) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
-    const auto deadline = PipeReader::Clock::now() + std::chrono::milliseconds(50);
-    PipeReader pipe(ends[0], deadline);
+    const auto start = PipeReader::Clock::now();
+    PipeReader pipe(ends[0]);
+    pipe.limitTime(std::chrono::milliseconds(20));
+    pipe.addTime(std::chrono::milliseconds(30));
     PipeWriter writer(ends[1]);
     writer.value('x');
     ASSERT_TRUE(writer.flush());
     EXPECT_EQ(pipe.value<char>(), 'x');
     EXPECT_THROW(pipe.value<char>(), kxcontour::PipeTimedOut);
-    EXPECT_GE(PipeReader::Clock::now(), deadline);
+    EXPECT_GE(PipeReader::Clock::now() - start, std::chrono::milliseconds(45));
 }
 
 TEST(Pipe, SaysWhenAMessageIsNotWhole) {

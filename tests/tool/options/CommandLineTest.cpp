@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <locale>
 
 namespace {
@@ -97,6 +98,22 @@ TEST(ParseCommandLine, ReadsHowFarSurfacesAreWelded) {
     EXPECT_EQ(Draw({"--weld", "0.05"}).input.weld.millimetres, 0.05);
     EXPECT_EQ(Draw({"--weld", "2cm"}).input.weld.millimetres, 20.0);
     ExpectRefused("--weld", {"0", "-1", "", "on", "Auto", "nan", "1e7"});
+}
+
+TEST(ParseCommandLine, ReadsWhatReadingMayTake) {
+    const kxcontour::ReadRules plain = Draw({}).input.reading;
+    EXPECT_EQ(plain.sideFiles, "");
+    EXPECT_EQ(plain.largestInput, 2'000'000'000U);
+    EXPECT_EQ(plain.time, std::chrono::seconds(60));
+    EXPECT_EQ(Draw({"--side-files", "parts"}).input.reading.sideFiles, "parts");
+    EXPECT_EQ(Draw({"--max-input", "500MB"}).input.reading.largestInput, 500'000'000U);
+    EXPECT_EQ(Draw({"--max-input", "3"}).input.reading.largestInput, 3U);
+    EXPECT_EQ(Draw({"--read-limit", "0"}).input.reading.time, std::chrono::seconds(0));
+    EXPECT_EQ(Draw({"--read-limit", "1.5"}).input.reading.time, std::chrono::milliseconds(1500));
+    EXPECT_EQ(Draw({"--read-limit", "1e-9"}).input.reading.time, std::chrono::milliseconds(1));
+    EXPECT_TRUE(Holds(Refusal({"--side-files", ""}), "--side-files is given an empty folder name"));
+    ExpectRefused("--max-input", {"", "0", "-1", "much", "2GiB", "1e30"});
+    ExpectRefused("--read-limit", {"", "-1", "nan", "inf", "1e7", "60s"});
 }
 
 TEST(ParseCommandLine, ReadsStandardInputWithItsFormat) {
@@ -491,11 +508,13 @@ TEST(Signature, IsTheSameForTheSameDrawingOnly) {
     EXPECT_EQ(signature({"--page", "210x297", "--margin", "1cm", "--dpi", "300"}), plain)
         << "defaults, spelt out";
     EXPECT_EQ(signature({"--verbose", "--timing", "--jobs", "2", "--force"}), plain);
+    EXPECT_EQ(signature({"--max-input", "1GB", "--read-limit", "9"}), plain);
     const std::vector<Arguments> changes{{"--occluder", "b"},
                                          {"--unit", "cm"},
                                          {"--up", "z"},
                                          {"--weld", "off"},
                                          {"--weld", "0.1"},
+                                         {"--side-files", "parts"},
                                          {"--roll", "1"},
                                          {"--camera-focal-point", "1,2,3"},
                                          {"--camera-view-up", "1,2,3"},
