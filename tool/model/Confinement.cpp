@@ -151,6 +151,9 @@ constexpr std::array kDeadly{SCMP_SYS(execve),
                              SCMP_SYS(bpf),
                              SCMP_SYS(userfaultfd)};
 
+/// By which sanitizers find out whether an address can be read.
+constexpr std::array kOfSanitizers{SCMP_SYS(pipe), SCMP_SYS(pipe2)};
+
 /// New threads as well as processes; sanitizers start one for themselves.
 constexpr std::array kCloning{SCMP_SYS(clone), SCMP_SYS(clone3)};
 
@@ -187,7 +190,9 @@ bool FilterCalls() {
     }
     AddRules(filter, SCMP_ACT_ALLOW, kAllowed);
     AddRules(filter, SCMP_ACT_KILL_PROCESS, kDeadly);
-    if (!kSanitized) {
+    if (kSanitized) {
+        AddRules(filter, SCMP_ACT_ALLOW, kOfSanitizers);
+    } else {
         AddRules(filter, SCMP_ACT_KILL_PROCESS, kCloning);
     }
     AddRulesOnArguments(filter);
