@@ -145,8 +145,9 @@ TEST(ImportModel, EndsImportersThatWorkTooLong) {
     kxcontour::ModelRequest request = FileRequest(folder.write("long", text));
     request.rules.time = std::chrono::milliseconds(100);
     const std::string message = FailureOf(ExitCode::Unreadable, [&] { ImportModel(request); });
+    const std::size_t milliseconds = 100 + text.size() / 1000;
     std::ostringstream limit;
-    limit << static_cast<double>(100 + text.size() / 1000) / 1000.0;
+    limit << static_cast<double>(milliseconds) / 1000.0;
     EXPECT_GT(text.size(), 1000000U);
     EXPECT_EQ(message, request.path + ": cannot read the model: the importer took longer than " +
                            limit.str() + " seconds; --read-limit SECONDS allows more");
