@@ -59,26 +59,12 @@ void Append(int file, std::string_view bytes) {
     }
 }
 
-int OpenToWrite(const std::string& path) {
-    const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW);
-    if (file < 0) {
-        throw WriteFailure(errno);
-    }
-    return file;
-}
-
 } // namespace
 
 DoneWork::DoneWork(std::string path) : path_(std::move(path)) {
     if (!path_.empty()) {
         const OutputFile writable(path_);
         read();
-    }
-}
-
-DoneWork::~DoneWork() {
-    if (file_ >= 0) {
-        ::close(file_);
     }
 }
 
@@ -130,10 +116,10 @@ void DoneWork::note(const BatchJob& job, const std::string& inputs) {
     const std::string& output = job.options.output.path;
     notes_[output] = *now;
     try {
-        if (file_ < 0) {
+        if (!file_) {
             replaceFile();
         } else {
-            Append(file_, LineOf(output, *now));
+            Append(file_.number(), LineOf(output, *now));
         }
     } catch (const WriteFailure& failure) {
         throw Failure(ExitCode::CannotWrite, path_ + ": cannot write: " +
@@ -147,15 +133,14 @@ void DoneWork::replaceFile() {
         lines += LineOf(output, note);
     }
     OutputFile output(path_);
-    const int file = OpenToWrite(output.create());
-    try {
-        Append(file, lines);
-        output.commit();
-    } catch (...) {
-        ::close(file);
-        throw;
+    // One more descriptor: that of the output ends with its commit.
+    Descriptor file(::fcntl(output.create(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!file) {
+        throw WriteFailure(errno);
     }
-    file_ = file;
+    Append(file.number(), lines);
+    output.commit();
+    file_ = std::move(file);
 }
 
 } // namespace kxcontour

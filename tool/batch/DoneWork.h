@@ -1,6 +1,7 @@
 // What earlier runs of a batch have finished.
 #pragma once
 
+#include "common/Descriptor.h"
 #include "options/CommandLine.h"
 
 #include <map>
@@ -21,7 +22,6 @@ public:
     /// Reads the notes. A file that is missing or makes no sense holds none. Throws Failure
     /// (CannotWrite) when they could not be written to the path.
     explicit DoneWork(std::string path);
-    ~DoneWork();
     DoneWork(const DoneWork&) = delete;
     DoneWork& operator=(const DoneWork&) = delete;
 
@@ -44,7 +44,7 @@ private:
     std::string path_;
     mutable std::mutex mutex_;
     std::map<std::string, std::string> notes_; ///< By output.
-    int file_ = -1; ///< Where further notes go; below 0 before the first one of this run.
+    Descriptor file_; ///< Where further notes go; none before the first one of this run.
 };
 
 } // namespace kxcontour

@@ -151,22 +151,22 @@ ComposingRules RulesFor(const DrawingOptions& options) {
     return rules;
 }
 
-void Write(const PaperDrawing& drawing, const OutputOptions& output, const std::string& path) {
+void Write(const PaperDrawing& drawing, const OutputOptions& output, int file) {
     switch (output.format) {
     case OutputFormat::Pdf:
-        return WritePdf(drawing, path);
+        return WritePdf(drawing, file);
     case OutputFormat::Png:
-        return WritePng(drawing, output.dotsPerInch, path);
+        return WritePng(drawing, output.dotsPerInch, file);
     case OutputFormat::Dxf:
-        return WriteDxf(drawing, path);
+        return WriteDxf(drawing, file);
     case OutputFormat::Svg:
     case OutputFormat::Json:
         break;
     }
     if (IsPlain(drawing)) {
-        return WritePlainSvg(drawing, path);
+        return WritePlainSvg(drawing, file);
     }
-    return WriteLayeredSvg(drawing, path);
+    return WriteLayeredSvg(drawing, file);
 }
 
 [[noreturn]] void FailedToWrite(const std::string& path, const WriteFailure& failure) {
@@ -176,12 +176,12 @@ void Write(const PaperDrawing& drawing, const OutputOptions& output, const std::
                                              : failure.what()));
 }
 
-/// Calls write with the path of a file beside the output, and puts that in place.
+/// Calls write with the descriptor of a file beside the output, and puts that in place.
 template <class Function>
 void WriteWhole(OutputFile& file, const std::string& name, Function write) {
-    const std::string& path = file.create();
+    const int descriptor = file.create();
     try {
-        write(path);
+        write(descriptor);
     } catch (const WriteFailure& failure) {
         FailedToWrite(name, failure);
     }
@@ -306,7 +306,7 @@ private:
         drawing.title = TitleOf(options_.output);
         drawing.description = options_.output.description.value_or("");
         WriteWhole(file_, options_.output.path,
-                   [&](const std::string& path) { Write(drawing, options_.output, path); });
+                   [&](int file) { Write(drawing, options_.output, file); });
     }
 
     void writeRecords(const ctr::FeaturesByMesh& lines, const PaperPlace& place) {
@@ -325,8 +325,7 @@ private:
                      {Coincidence(options_.page.size), Joint(options_.page.size)});
         report_.lines.lines = drawing.segments.size();
         report_.lines.paths = drawing.segments.size();
-        WriteWhole(file_, options_.output.path,
-                   [&](const std::string& path) { WriteJson(drawing, path); });
+        WriteWhole(file_, options_.output.path, [&](int file) { WriteJson(drawing, file); });
     }
 
     const Scene& scene_;

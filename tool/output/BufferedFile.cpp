@@ -1,13 +1,12 @@
 // One string and the system's own calls: streams would ask the locale for every number.
 #include "output/BufferedFile.h"
 
+#include "common/Descriptor.h"
 #include "output/Writers.h"
 
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace kxcontour {
 namespace {
@@ -15,27 +14,6 @@ namespace {
 constexpr std::size_t kBufferSize = std::size_t{1} << 16U;
 /// Room for any number: 17 digits, sign, point, exponent.
 constexpr std::size_t kLongestNumber = 40;
-
-int Create(const std::string& path) {
-    constexpr mode_t kAnyNewFile = 0666;
-    const int descriptor =
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kAnyNewFile);
-    if (descriptor < 0) {
-        throw WriteFailure(errno);
-    }
-    return descriptor;
-}
-
-void WriteAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written >= 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
-            throw WriteFailure(errno);
-        }
-    }
-}
 
 std::string_view Print(std::array<char, kLongestNumber>& text, Number number) {
     // Adding 0 makes 0 of -0.
@@ -61,14 +39,8 @@ Number PaperNumber(double value) {
     return {static_cast<double>(static_cast<float>(value)), kDigitsOfExporter};
 }
 
-BufferedFile::BufferedFile(const std::string& path) : descriptor_(Create(path)) {
+BufferedFile::BufferedFile(int descriptor) : descriptor_(descriptor) {
     buffer_.reserve(kBufferSize + kLongestNumber);
-}
-
-BufferedFile::~BufferedFile() {
-    if (descriptor_ >= 0) {
-        ::close(descriptor_);
-    }
 }
 
 BufferedFile& BufferedFile::operator<<(std::string_view text) {
@@ -96,24 +68,17 @@ BufferedFile& BufferedFile::operator<<(std::size_t number) {
     return *this << PrintWhole(text, number);
 }
 
-void BufferedFile::close() {
-    flush();
-    const int descriptor = descriptor_;
-    descriptor_ = -1;
-    if (::close(descriptor) != 0) {
+void BufferedFile::flush() {
+    if (!WriteAll(descriptor_, buffer_)) {
         throw WriteFailure(errno);
     }
+    buffer_.clear();
 }
 
 void BufferedFile::flushWhenFull() {
     if (buffer_.size() >= kBufferSize) {
         flush();
     }
-}
-
-void BufferedFile::flush() {
-    WriteAll(descriptor_, buffer_);
-    buffer_.clear();
 }
 
 } // namespace kxcontour

@@ -17,16 +17,13 @@ struct Number {
 /// A length on paper as the library's exporter writes it: single precision, six digits.
 Number PaperNumber(double value);
 
-/// Gathers what is written and passes it on in large pieces.
+/// Gathers what is written and passes it on in large pieces, from where the descriptor is.
 ///
 /// All operations throw WriteFailure (Writers.h) when the system does not take what it is given.
 class BufferedFile {
 public:
-    /// Creates or truncates the file.
-    explicit BufferedFile(const std::string& path);
-
-    /// Closes a file that close() was not called for, without what is still gathered.
-    ~BufferedFile();
+    /// Writes to a descriptor, which stays the caller's.
+    explicit BufferedFile(int descriptor);
     BufferedFile(const BufferedFile&) = delete;
     BufferedFile& operator=(const BufferedFile&) = delete;
 
@@ -36,12 +33,11 @@ public:
     BufferedFile& operator<<(std::int64_t number);
     BufferedFile& operator<<(std::size_t number);
 
-    /// Writes the rest and closes the file. Nothing may follow.
-    void close();
+    /// Writes what is still gathered, which nothing else does at the end.
+    void flush();
 
 private:
     void flushWhenFull();
-    void flush();
 
     int descriptor_;
     std::string buffer_;

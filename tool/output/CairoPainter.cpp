@@ -102,7 +102,7 @@ void CairoFile::take(std::string_view bytes) {
     written_ += bytes.size();
 }
 
-void CairoFile::close(cairo_status_t status) {
+void CairoFile::finish(cairo_status_t status) {
     if (status == CAIRO_STATUS_NO_MEMORY) {
         throw std::bad_alloc();
     }
@@ -112,7 +112,7 @@ void CairoFile::close(cairo_status_t status) {
     if (status != CAIRO_STATUS_SUCCESS) {
         throw std::runtime_error(std::string("cairo: ") + cairo_status_to_string(status));
     }
-    file_.close();
+    file_.flush();
 }
 
 } // namespace kxcontour

@@ -22,15 +22,15 @@ void Paint(cairo_surface_t* surface, double unitsPerMillimetre, const PaperDrawi
 /// A file that cairo writes to.
 class CairoFile {
 public:
-    /// Creates or truncates the file; throws WriteFailure.
-    explicit CairoFile(const std::string& path) : file_(path) {}
+    /// Writes to a descriptor, which stays the caller's.
+    explicit CairoFile(int descriptor) : file_(descriptor) {}
 
     /// To be given to cairo, with the CairoFile as closure.
     static cairo_status_t Write(void* file, const unsigned char* bytes, unsigned int count);
 
     /// Ends the file. Throws WriteFailure when it did not take everything, std::bad_alloc or
     /// std::runtime_error when the status says that cairo itself failed.
-    void close(cairo_status_t status);
+    void finish(cairo_status_t status);
 
     /// Bytes to be written as soon as cairo has written so many.
     void insertAt(std::size_t position, const std::string& bytes);

@@ -704,9 +704,9 @@ void WriteObjects(DxfFile& file, const DxfDrawing& drawing, const Anchors& ancho
 
 } // namespace
 
-void WriteDxf(const PaperDrawing& drawing, const std::string& path) {
+void WriteDxf(const PaperDrawing& drawing, int descriptor) {
     const DxfDrawing dxf = DrawingBuilder().build(drawing);
-    DxfFile file(path);
+    DxfFile file(descriptor);
     const Anchors anchors(file);
     WriteHeader(file, dxf);
     WriteClasses(file);
@@ -714,7 +714,7 @@ void WriteDxf(const PaperDrawing& drawing, const std::string& path) {
     WriteBlocks(file, anchors);
     WriteEntities(file, dxf, anchors);
     WriteObjects(file, dxf, anchors);
-    file.close();
+    file.finish();
 }
 
 } // namespace kxcontour

@@ -52,9 +52,9 @@ void DxfFile::startObject(std::string_view type, DxfHandle own, DxfHandle owner)
     handle(330, owner);
 }
 
-void DxfFile::close() {
+void DxfFile::finish() {
     text(0, "EOF");
-    file_.close();
+    file_.flush();
 }
 
 } // namespace kxcontour

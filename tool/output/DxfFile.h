@@ -16,7 +16,8 @@ using DxfHandle = std::uint64_t;
 /// Writes groups and hands out handles. Operations throw WriteFailure (Writers.h).
 class DxfFile {
 public:
-    explicit DxfFile(const std::string& path) : file_(path) {}
+    /// Writes to a descriptor, which stays the caller's.
+    explicit DxfFile(int descriptor) : file_(descriptor) {}
 
     /// Handles are given out upwards from here.
     DxfHandle newHandle() { return next_++; }
@@ -37,8 +38,8 @@ public:
     /// Starts an object or an entry: its type, handle, owner.
     void startObject(std::string_view type, DxfHandle own, DxfHandle owner);
 
-    /// Ends the file and closes it.
-    void close();
+    /// Ends the file.
+    void finish();
 
 private:
     BufferedFile file_;

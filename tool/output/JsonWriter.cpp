@@ -99,8 +99,8 @@ void WriteHead(BufferedFile& file, const JsonDrawing& drawing) {
 
 } // namespace
 
-void WriteJson(const JsonDrawing& drawing, const std::string& path) {
-    BufferedFile file(path);
+void WriteJson(const JsonDrawing& drawing, int descriptor) {
+    BufferedFile file(descriptor);
     WriteHead(file, drawing);
     file << "\"segments\": [";
     const char* separator = "\n";
@@ -110,7 +110,7 @@ void WriteJson(const JsonDrawing& drawing, const std::string& path) {
         separator = ",\n";
     }
     file << "\n]\n}\n";
-    file.close();
+    file.flush();
 }
 
 } // namespace kxcontour

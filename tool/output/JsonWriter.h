@@ -58,6 +58,6 @@ struct JsonDrawing {
 /// matter of paper. So what is in neither is what other formats draw: each visible line once,
 /// however short. Names that are no UTF-8 have U+FFFD in the place of the wrong bytes, and a number
 /// that is not finite is null. Throws WriteFailure, see Writers.h.
-void WriteJson(const JsonDrawing& drawing, const std::string& path);
+void WriteJson(const JsonDrawing& drawing, int descriptor);
 
 } // namespace kxcontour

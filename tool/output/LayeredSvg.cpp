@@ -132,14 +132,14 @@ void WriteLayer(BufferedFile& file, const PaperLayer& layer) {
 
 } // namespace
 
-void WriteLayeredSvg(const PaperDrawing& drawing, const std::string& path) {
-    BufferedFile file(path);
+void WriteLayeredSvg(const PaperDrawing& drawing, int descriptor) {
+    BufferedFile file(descriptor);
     WriteHead(file, drawing);
     for (const PaperLayer& layer : drawing.layers) {
         WriteLayer(file, layer);
     }
     file << "</svg>\n";
-    file.close();
+    file.flush();
 }
 
 } // namespace kxcontour

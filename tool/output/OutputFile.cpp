@@ -7,21 +7,17 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <mutex>
-#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace kxcontour {
 namespace {
 
-namespace fs = std::filesystem;
-
-/// As many links as the kernel follows.
-constexpr int kMostLinks = 40;
+/// Before the mask of the process, which the system applies.
+constexpr mode_t kAnyNewFile = 0666;
+constexpr mode_t kPrivateFile = 0600;
 
 [[noreturn]] void Refuse(const std::string& path, const std::string& why) {
     throw Failure(ExitCode::CannotWrite, path + ": cannot write: " + why);
@@ -31,132 +27,70 @@ std::string Reason(int error) {
     return std::generic_category().message(error);
 }
 
-/// The path behind all links at its end; what it names need not exist.
-fs::path FollowLinks(const std::string& path) {
-    fs::path target = path;
-    std::error_code error;
-    for (int links = 0; fs::is_symlink(fs::symlink_status(target, error)); ++links) {
-        if (links == kMostLinks) {
-            Refuse(path, Reason(ELOOP));
-        }
-        target = target.parent_path() / fs::read_symlink(target, error);
-        if (error) {
-            Refuse(path, error.message());
-        }
-    }
-    return target;
-}
-
-fs::path FolderOf(const fs::path& target) {
-    return target.has_parent_path() ? target.parent_path() : fs::path(".");
-}
-
-void RequireFolder(const std::string& path, const fs::path& folder) {
-    std::error_code error;
-    const fs::file_status status = fs::status(folder, error);
-    if (!fs::exists(status)) {
-        Refuse(path, "there is no folder '" + folder.string() + "'");
-    }
-    if (!fs::is_directory(status)) {
-        Refuse(path, "'" + folder.string() + "' is not a folder");
-    }
-    if (::access(folder.c_str(), W_OK | X_OK) != 0) {
-        Refuse(path, "the folder '" + folder.string() + "': " + Reason(errno));
+void RequireWritableFolder(const std::string& path, const Folder& folder) {
+    if (::faccessat(folder.descriptor.number(), ".", W_OK | X_OK, 0) != 0) {
+        Refuse(path, "the folder '" + folder.path.string() + "': " + Reason(errno));
     }
 }
 
 /// A target that exists has to be a file that may be changed.
-void RequireReplaceable(const std::string& path, const fs::path& target) {
-    std::error_code error;
-    const fs::file_status status = fs::status(target, error);
-    if (fs::is_directory(status) || !target.has_filename()) {
-        Refuse(path, "it is a directory");
-    }
-    if (!fs::exists(status)) {
+void RequireReplaceable(const std::string& path, const FilePlace& place) {
+    if (!place.status) {
         return;
     }
-    if (!fs::is_regular_file(status)) {
+    if (S_ISDIR(place.status->st_mode)) {
+        Refuse(path, "it is a directory");
+    }
+    if (!S_ISREG(place.status->st_mode)) {
         Refuse(path, "it is not a regular file");
     }
-    if (::access(target.c_str(), W_OK) != 0) {
+    if (::faccessat(place.folder.descriptor.number(), place.name.c_str(), W_OK, 0) != 0) {
         Refuse(path, Reason(errno));
     }
-}
-
-/// The process's mask for new files. It can only be read by setting it, one thread at a time.
-mode_t FileMask() {
-    static std::mutex mutex;
-    const std::lock_guard<std::mutex> lock(mutex);
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return mask;
-}
-
-/// The permissions of the target or, where there is none, those of a new file.
-mode_t PermissionsFor(const fs::path& target) {
-    struct stat status {};
-    if (::stat(target.c_str(), &status) == 0) {
-        return status.st_mode & 07777U;
-    }
-    return 0666U & ~FileMask();
 }
 
 bool NamesStandardOutput(const std::string& path) {
     return path == "-";
 }
 
-fs::path FolderForTemporaries() {
-    const char* folder = std::getenv("TMPDIR");
-    return folder != nullptr && *folder != '\0' ? folder : "/tmp";
+std::string FolderForTemporaries() {
+    const char* path = std::getenv("TMPDIR");
+    return path != nullptr && *path != '\0' ? path : "/tmp";
 }
 
-/// Writes all bytes to a descriptor; false, with errno, when it does not take them.
-bool WriteAll(int descriptor, const char* bytes, std::size_t count) {
-    while (count > 0) {
-        const ssize_t written = ::write(descriptor, bytes, count);
-        if (written >= 0) {
-            bytes += written;
-            count -= static_cast<std::size_t>(written);
-        } else if (errno != EINTR) {
-            return false;
-        }
+/// Throws std::system_error.
+Folder OpenFolder(const std::string& path) {
+    Folder folder{path, Descriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC))};
+    if (!folder.descriptor) {
+        throw std::system_error(errno, std::generic_category());
     }
-    return true;
+    return folder;
 }
 
-/// Copies what is left of one descriptor to another; false, with errno, when that fails.
-bool Copy(int from, int to) {
+/// Copies a file from its start to standard output; false, with errno, when that fails.
+bool CopyToStandardOutput(int file) {
     std::array<char, std::size_t{1} << 16U> buffer;
+    if (::lseek(file, 0, SEEK_SET) != 0) {
+        return false;
+    }
     for (;;) {
-        const ssize_t count = ::read(from, buffer.data(), buffer.size());
+        const ssize_t count = ::read(file, buffer.data(), buffer.size());
         if (count == 0) {
             return true;
         }
         if (count < 0 && errno == EINTR) {
             continue;
         }
-        if (count < 0 || !WriteAll(to, buffer.data(), static_cast<std::size_t>(count))) {
+        if (count < 0 ||
+            !WriteAll(STDOUT_FILENO, {buffer.data(), static_cast<std::size_t>(count)})) {
             return false;
         }
     }
 }
 
-/// Copies a file to standard output; false, with errno, when that fails.
-bool CopyToStandardOutput(const std::string& path) {
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        return false;
-    }
-    const bool copied = Copy(file, STDOUT_FILENO);
-    const int reason = errno;
-    ::close(file);
-    errno = reason;
-    return copied;
-}
-
 } // namespace
 
-OutputFile::OutputFile(const std::string& path) {
+OutputFile::OutputFile(const std::string& path) : path_(path) {
     if (NamesStandardOutput(path)) {
         path_ = "standard output";
         if (!IsStandardOutputOpen()) {
@@ -164,62 +98,63 @@ OutputFile::OutputFile(const std::string& path) {
         }
         return;
     }
-    path_ = path;
-    target_ = FollowLinks(path);
-    RequireReplaceable(path_, target_);
-    RequireFolder(path_, FolderOf(target_));
+    place_ = FindPlace(path);
+    RequireReplaceable(path_, *place_);
+    RequireWritableFolder(path_, place_->folder);
 }
 
-OutputFile::~OutputFile() {
-    remove();
+int OutputFile::create() {
+    if (place_) {
+        createBesideTarget();
+    } else {
+        createForStandardOutput();
+    }
+    return file_->descriptor();
 }
 
-const std::string& OutputFile::create() {
-    const fs::path folder = isStandardOutput() ? FolderForTemporaries() : FolderOf(target_);
-    std::string name = (folder / ".kxcontour-XXXXXX").string();
-    const InterruptsHeld held;
-    const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
-    if (descriptor < 0) {
-        const std::string reason = Reason(errno);
-        Refuse(path_, isStandardOutput()
-                          ? "no temporary file in '" + folder.string() + "': " + reason
-                          : reason);
+void OutputFile::createBesideTarget() {
+    const std::optional<mode_t> kept =
+        place_->status ? KeptPermissions(*place_->status, ::geteuid()) : std::nullopt;
+    try {
+        file_.emplace(place_->folder, kept.value_or(kAnyNewFile));
+    } catch (const std::system_error& error) {
+        Refuse(path_, error.code().message());
     }
-    temporary_ = name;
-    unfinished_.emplace(temporary_);
-    const bool changed = isStandardOutput() || ::fchmod(descriptor, PermissionsFor(target_)) == 0;
-    const int reason = errno;
-    ::close(descriptor);
-    if (!changed) {
-        Refuse(path_, Reason(reason));
+    // The mask of the process is for new files.
+    if (kept && ::fchmod(file_->descriptor(), *kept) != 0) {
+        Refuse(path_, Reason(errno));
     }
-    return temporary_;
+}
+
+void OutputFile::createForStandardOutput() {
+    const std::string folder = FolderForTemporaries();
+    try {
+        temporaries_ = OpenFolder(folder);
+        file_.emplace(temporaries_, kPrivateFile);
+    } catch (const std::system_error& error) {
+        Refuse(path_, "no temporary file in '" + folder + "': " + error.code().message());
+    }
 }
 
 void OutputFile::commit() {
-    if (isStandardOutput()) {
-        if (!CopyToStandardOutput(temporary_)) {
+    if (!place_) {
+        if (!CopyToStandardOutput(file_->descriptor())) {
             Refuse(path_, Reason(errno));
         }
-        remove();
+        file_.reset();
         return;
     }
-    const InterruptsHeld held;
-    if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
-        Refuse(path_, Reason(errno));
+    try {
+        file_->moveTo(place_->name);
+    } catch (const std::system_error& error) {
+        Refuse(path_, error.code().message());
     }
-    unfinished_.reset();
-    temporary_.clear();
 }
 
-void OutputFile::remove() {
-    if (temporary_.empty()) {
-        return;
-    }
-    const InterruptsHeld held;
-    ::unlink(temporary_.c_str());
-    unfinished_.reset();
-    temporary_.clear();
+std::optional<mode_t> KeptPermissions(const struct stat& replaced, uid_t user) {
+    constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
+    return replaced.st_uid == user ? std::optional<mode_t>(replaced.st_mode & kPermissions)
+                                   : std::nullopt;
 }
 
 } // namespace kxcontour

@@ -20,8 +20,8 @@ void SetMetadata(cairo_surface_t* surface, cairo_pdf_metadata_t field, const std
 
 } // namespace
 
-void WritePdf(const PaperDrawing& drawing, const std::string& path) {
-    CairoFile file(path);
+void WritePdf(const PaperDrawing& drawing, int descriptor) {
+    CairoFile file(descriptor);
     const CairoSurface surface(
         cairo_pdf_surface_create_for_stream(&CairoFile::Write, &file,
                                             drawing.page.width * kPointsPerMillimetre,
@@ -34,7 +34,7 @@ void WritePdf(const PaperDrawing& drawing, const std::string& path) {
     cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_CREATE_DATE, "");
     Paint(surface.get(), kPointsPerMillimetre, drawing);
     cairo_surface_finish(surface.get());
-    file.close(cairo_surface_status(surface.get()));
+    file.finish(cairo_surface_status(surface.get()));
 }
 
 } // namespace kxcontour

@@ -21,6 +21,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace kxcontour {
 namespace {
@@ -157,6 +158,12 @@ ctr::SVGLineStyle StyleOf(const StrokeStyle& style) {
     return {{Channel(red), Channel(green), Channel(blue)}, static_cast<float>(style.width)};
 }
 
+/// The file itself for the exporter, which takes a path: no name in any folder, so nobody can put
+/// another file there.
+std::string PathOf(int descriptor) {
+    return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
 bool StreamGroups(ctr::SVGExporter& exporter, const PaperDrawing& drawing) {
     exporter.setExportParameters(PageUnits());
     for (const PaperLayer& layer : drawing.layers) {
@@ -179,13 +186,13 @@ bool IsPlain(const PaperDrawing& drawing) {
     });
 }
 
-void WritePlainSvg(const PaperDrawing& drawing, const std::string& path) {
+void WritePlainSvg(const PaperDrawing& drawing, int descriptor) {
     ctr::SVGExporter exporter;
     exporter.setExportParameters(SheetOf(drawing.page));
     exporter.setTitle(EscapeXml(drawing.title));
     exporter.setDescription(EscapeXml(drawing.description));
     errno = 0;
-    const bool streamed = exporter.openFile(path) && StreamGroups(exporter, drawing);
+    const bool streamed = exporter.openFile(PathOf(descriptor)) && StreamGroups(exporter, drawing);
     // Closing a file that has failed may succeed and forget why.
     const int reason = errno;
     if (!streamed) {

@@ -69,11 +69,11 @@ void PaintWhite(cairo_surface_t* surface) {
 
 } // namespace
 
-void WritePng(const PaperDrawing& drawing, double dotsPerInch, const std::string& path) {
+void WritePng(const PaperDrawing& drawing, double dotsPerInch, int descriptor) {
     const double pixelsPerMillimetre = dotsPerInch / kMillimetresPerInch;
     const int width = PixelsOf(drawing.page.width, pixelsPerMillimetre);
     const int height = PixelsOf(drawing.page.height, pixelsPerMillimetre);
-    CairoFile file(path);
+    CairoFile file(descriptor);
     const CairoSurface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height),
                                &cairo_surface_destroy);
     PaintWhite(surface.get());
@@ -83,7 +83,7 @@ void WritePng(const PaperDrawing& drawing, double dotsPerInch, const std::string
         file.insertAt(kEndOfHeader, ResolutionChunk(pixelsPerMillimetre));
         status = cairo_surface_write_to_png_stream(surface.get(), &CairoFile::Write, &file);
     }
-    file.close(status);
+    file.finish(status);
 }
 
 } // namespace kxcontour

@@ -19,9 +19,10 @@ using tool_test::TemporaryFolder;
 
 std::string Printed(Number number) {
     const TemporaryFolder folder;
-    BufferedFile file(folder.path("number"));
+    const tool_test::NewFile descriptor(folder.path("number"));
+    BufferedFile file(descriptor);
     file << number;
-    file.close();
+    file.flush();
     return ReadBytes(folder.path("number"));
 }
 
@@ -46,26 +47,26 @@ TEST(BufferedFile, PrintsExactNumbers) {
 TEST(BufferedFile, KeepsAllBytesInOrder) {
     const TemporaryFolder folder;
     std::string expected;
-    BufferedFile file(folder.path("bytes"));
+    const tool_test::NewFile descriptor(folder.path("bytes"));
+    BufferedFile file(descriptor);
     for (std::size_t i = 0; i < 100000; ++i) {
         file << i << ' ' << std::int64_t{-1} << std::string_view("\0\n", 2);
         expected += std::to_string(i) + " -1" + std::string("\0\n", 2);
     }
-    file.close();
+    file.flush();
     EXPECT_EQ(ReadBytes(folder.path("bytes")), expected);
 }
 
 TEST(BufferedFile, SaysWhyItFails) {
-    const TemporaryFolder folder;
-    EXPECT_EQ(ReasonOf([&] { const BufferedFile file(folder.path("none/a")); }), ENOENT);
-    EXPECT_EQ(ReasonOf([&] { const BufferedFile file(folder.path("")); }), EISDIR);
-    const auto fill = [](std::size_t size) {
-        BufferedFile file("/dev/full");
+    const auto fill = [](int descriptor, std::size_t size) {
+        BufferedFile file(descriptor);
         file << std::string(size, 'x');
-        file.close();
+        file.flush();
     };
-    EXPECT_EQ(ReasonOf([&] { fill(1); }), ENOSPC) << "when it is closed";
-    EXPECT_EQ(ReasonOf([&] { fill(1000000); }), ENOSPC) << "on the way";
+    const tool_test::NewFile full("/dev/full");
+    EXPECT_EQ(ReasonOf([&] { fill(-1, 1); }), EBADF);
+    EXPECT_EQ(ReasonOf([&] { fill(full, 1); }), ENOSPC) << "with the rest";
+    EXPECT_EQ(ReasonOf([&] { fill(full, 1000000); }), ENOSPC) << "on the way";
 }
 
 } // namespace

@@ -19,6 +19,7 @@ using tool_test::CirclePath;
 using tool_test::Holds;
 using tool_test::MakeDrawing;
 using tool_test::MakePath;
+using tool_test::NewFile;
 using tool_test::PaperDrawing;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
@@ -99,7 +100,7 @@ std::string PdfInfo(const std::string& path) {
 TEST(Pdf, HasTheSizeOfThePage) {
     const TemporaryFolder folder;
     PaperDrawing drawing = tool_test::RichDrawing();
-    WritePdf(drawing, folder.path("a.pdf"));
+    WritePdf(drawing, NewFile(folder.path("a.pdf")));
     const std::string info = PdfInfo(folder.path("a.pdf"));
     EXPECT_TRUE(Holds(info, "Page size:       595.276 x 841.89 pts (A4)")) << info;
     EXPECT_TRUE(Holds(info, "Pages:           1\n")) << info;
@@ -107,7 +108,7 @@ TEST(Pdf, HasTheSizeOfThePage) {
     EXPECT_TRUE(Holds(info, "Subject:         Seen from \"above\"\n")) << info;
     EXPECT_FALSE(Holds(info, "Date")) << info;
     drawing.page = {25.4, 50.8};
-    WritePdf(drawing, folder.path("a.pdf"));
+    WritePdf(drawing, NewFile(folder.path("a.pdf")));
     EXPECT_TRUE(Holds(PdfInfo(folder.path("a.pdf")), "Page size:       72 x 144 pts"));
 }
 
@@ -116,14 +117,14 @@ TEST(Pdf, TakesTitlesThatAreNoText) {
     PaperDrawing drawing;
     drawing.title = "Geh\xC3\xA4use \xFF";
     drawing.description = std::string("\0x", 2);
-    WritePdf(drawing, folder.path("a.pdf"));
+    WritePdf(drawing, NewFile(folder.path("a.pdf")));
     EXPECT_TRUE(
         Holds(PdfInfo(folder.path("a.pdf")), "Title:           Geh\xC3\xA4use \xEF\xBF\xBD\n"));
 }
 
 TEST(Pdf, DrawsWhatIsThere) {
     const TemporaryFolder folder;
-    WritePdf(BoldDrawing(), folder.path("a.pdf"));
+    WritePdf(BoldDrawing(), NewFile(folder.path("a.pdf")));
     const tool_test::RunResult run = tool_test::Run(
         "/usr/bin/pdftoppm", {"-png", "-singlefile", "-scale-to-x", "1000", "-scale-to-y", "1500",
                               folder.path("a.pdf"), folder.path("a")});
@@ -136,10 +137,10 @@ TEST(Pdf, DrawsWhatIsThere) {
 
 TEST(Pdf, WritesTheSameBytesAtAnyTime) {
     const TemporaryFolder folder;
-    WritePdf(tool_test::RichDrawing(), folder.path("a.pdf"));
+    WritePdf(tool_test::RichDrawing(), NewFile(folder.path("a.pdf")));
     const tool_test::CommaLocale locale;
     ASSERT_EQ(::setenv("SOURCE_DATE_EPOCH", "1", 1), 0);
-    WritePdf(tool_test::RichDrawing(), folder.path("b.pdf"));
+    WritePdf(tool_test::RichDrawing(), NewFile(folder.path("b.pdf")));
     ::unsetenv("SOURCE_DATE_EPOCH");
     EXPECT_EQ(ReadBytes(folder.path("a.pdf")), ReadBytes(folder.path("b.pdf")));
     // Neither a date, which a later run would change, nor an identifier made from one.
@@ -158,33 +159,33 @@ PaperDrawing LargeDrawing(int pointCount) {
 
 TEST(Pdf, SaysWhyItFails) {
     const TemporaryFolder folder;
-    EXPECT_EQ(tool_test::ReasonOf([] { WritePdf(BoldDrawing(), "/dev/full"); }), ENOSPC);
+    EXPECT_EQ(tool_test::ReasonOf([] { WritePdf(BoldDrawing(), NewFile("/dev/full")); }), ENOSPC);
     const PaperDrawing large = LargeDrawing(100000);
-    EXPECT_EQ(tool_test::ReasonOf([&] { WritePdf(large, "/dev/full"); }), ENOSPC);
-    EXPECT_EQ(tool_test::ReasonOf([&] { WritePdf(large, folder.path("none/a.pdf")); }), ENOENT);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WritePdf(large, NewFile("/dev/full")); }), ENOSPC);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WritePdf(large, -1); }), EBADF);
 }
 
 TEST(Pdf, WritesAnEmptyDrawing) {
     const TemporaryFolder folder;
-    WritePdf(PaperDrawing(), folder.path("a.pdf"));
+    WritePdf(PaperDrawing(), NewFile(folder.path("a.pdf")));
     EXPECT_TRUE(Holds(PdfInfo(folder.path("a.pdf")), "Pages:           1\n"));
 }
 
 TEST(Png, DrawsOnWhiteAtTheResolution) {
     const TemporaryFolder folder;
-    WritePng(BoldDrawing(), 254.0, folder.path("a.png"));
+    WritePng(BoldDrawing(), 254.0, NewFile(folder.path("a.png")));
     const Picture picture(folder.path("a.png"));
     EXPECT_EQ(picture.width(), 1000);
     EXPECT_EQ(picture.height(), 1500);
     ExpectBold(picture, 10.0);
-    WritePng(BoldDrawing(), 96.0, folder.path("a.png"));
+    WritePng(BoldDrawing(), 96.0, NewFile(folder.path("a.png")));
     EXPECT_EQ(Picture(folder.path("a.png")).width(), 378);
     EXPECT_EQ(Picture(folder.path("a.png")).height(), 567);
 }
 
 TEST(Png, KnowsItsTrueSize) {
     const TemporaryFolder folder;
-    WritePng(BoldDrawing(), 300.0, folder.path("a.png"));
+    WritePng(BoldDrawing(), 300.0, NewFile(folder.path("a.png")));
     const std::string script =
         "import sys, struct, zlib\n"
         "b = open(sys.argv[1], 'rb').read()\n"
@@ -209,34 +210,33 @@ TEST(Png, KnowsItsTrueSize) {
 TEST(Png, RefusesPicturesThatAreTooLarge) {
     const TemporaryFolder folder;
     const std::string path = folder.path("a.png");
-    const std::string message = tool_test::FailureOf(kxcontour::ExitCode::Usage,
-                                                     [&] { WritePng(BoldDrawing(), 1e5, path); });
+    const std::string message = tool_test::FailureOf(
+        kxcontour::ExitCode::Usage, [&] { WritePng(BoldDrawing(), 1e5, NewFile(path)); });
     EXPECT_TRUE(Holds(message, "32767 pixels")) << message;
     tool_test::FailureOf(kxcontour::ExitCode::Usage,
-                         [&] { WritePng(BoldDrawing(), INFINITY, path); });
-    EXPECT_EQ(folder.entryCount(), 0U);
-    WritePng(BoldDrawing(), 0.001, path);
+                         [&] { WritePng(BoldDrawing(), INFINITY, NewFile(path)); });
+    EXPECT_EQ(ReadBytes(path), "") << "nothing is written before";
+    WritePng(BoldDrawing(), 0.001, NewFile(path));
     EXPECT_EQ(Picture(path).width(), 1) << "never without a pixel";
 }
 
 TEST(Png, WritesTheSameBytesTwice) {
     const TemporaryFolder folder;
-    WritePng(tool_test::RichDrawing(), 50.0, folder.path("a.png"));
+    WritePng(tool_test::RichDrawing(), 50.0, NewFile(folder.path("a.png")));
     const tool_test::CommaLocale locale;
-    WritePng(tool_test::RichDrawing(), 50.0, folder.path("b.png"));
+    WritePng(tool_test::RichDrawing(), 50.0, NewFile(folder.path("b.png")));
     EXPECT_EQ(ReadBytes(folder.path("a.png")), ReadBytes(folder.path("b.png")));
 }
 
 TEST(Png, SaysWhyItFails) {
     const TemporaryFolder folder;
-    EXPECT_EQ(tool_test::ReasonOf([] { WritePng(BoldDrawing(), 50.0, "/dev/full"); }), ENOSPC);
+    EXPECT_EQ(tool_test::ReasonOf([] { WritePng(BoldDrawing(), 50.0, NewFile("/dev/full")); }),
+              ENOSPC);
     const PaperDrawing large = LargeDrawing(2000);
-    EXPECT_EQ(tool_test::ReasonOf([&] { WritePng(large, 150.0, "/dev/full"); }), ENOSPC);
-    WritePng(large, 150.0, folder.path("a.png"));
+    EXPECT_EQ(tool_test::ReasonOf([&] { WritePng(large, 150.0, NewFile("/dev/full")); }), ENOSPC);
+    WritePng(large, 150.0, NewFile(folder.path("a.png")));
     EXPECT_GT(ReadBytes(folder.path("a.png")).size(), 100000U) << "the failure was on the way";
-    EXPECT_EQ(
-        tool_test::ReasonOf([&] { WritePng(BoldDrawing(), 50.0, folder.path("none/a.png")); }),
-        ENOENT);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WritePng(BoldDrawing(), 50.0, -1); }), EBADF);
 }
 
 } // namespace

@@ -18,6 +18,7 @@ using tool_test::CirclePath;
 using tool_test::MakeDrawing;
 using tool_test::MakeGroup;
 using tool_test::MakePath;
+using tool_test::NewFile;
 using tool_test::PaperDrawing;
 using tool_test::Path;
 using tool_test::PathGroup;
@@ -28,7 +29,7 @@ using tool_test::TemporaryFolder;
 /// `doc`, its model space `msp`, numbers are printed by `n`.
 std::string Ask(const PaperDrawing& drawing, const std::string& code) {
     const TemporaryFolder folder;
-    WriteDxf(drawing, folder.path("a.dxf"));
+    WriteDxf(drawing, NewFile(folder.path("a.dxf")));
     const std::string script = "import sys, ezdxf\n"
                                "from ezdxf import bbox\n"
                                "doc = ezdxf.readfile(sys.argv[1])\n"
@@ -273,7 +274,7 @@ TEST(Dxf, WritesNamesOfAllScripts) {
     PaperDrawing drawing;
     drawing.layers.push_back(
         {"\xE5\x89\x8D \xCE\xA9 \xE2\x82\xAC \xC3\x9F", {FamilyGroup(Family::Crease, false, {})}});
-    WriteDxf(drawing, folder.path("a.dxf"));
+    WriteDxf(drawing, NewFile(folder.path("a.dxf")));
     const tool_test::RunResult run =
         tool_test::Run("/usr/bin/python3", {"-c",
                                             "import sys\nfrom ezdxf import recover\n"
@@ -301,7 +302,7 @@ TEST(DxfNames, StayShortAndUnique) {
 
 TEST(Dxf, HasEveryHandleOnceBelowTheSeed) {
     const TemporaryFolder folder;
-    WriteDxf(tool_test::RichDrawing(), folder.path("a.dxf"));
+    WriteDxf(tool_test::RichDrawing(), NewFile(folder.path("a.dxf")));
     std::istringstream lines(ReadBytes(folder.path("a.dxf")));
     std::string code;
     std::string value;
@@ -328,17 +329,16 @@ TEST(Dxf, ReadsLongDrawings) {
 
 TEST(Dxf, WritesTheSameBytesWhateverTheLocale) {
     const TemporaryFolder folder;
-    WriteDxf(tool_test::RichDrawing(), folder.path("a.dxf"));
+    WriteDxf(tool_test::RichDrawing(), NewFile(folder.path("a.dxf")));
     const tool_test::CommaLocale locale;
-    WriteDxf(tool_test::RichDrawing(), folder.path("b.dxf"));
+    WriteDxf(tool_test::RichDrawing(), NewFile(folder.path("b.dxf")));
     EXPECT_EQ(ReadBytes(folder.path("a.dxf")), ReadBytes(folder.path("b.dxf")));
 }
 
 TEST(Dxf, SaysWhyItFails) {
-    EXPECT_EQ(tool_test::ReasonOf([] { WriteDxf(PaperDrawing(), "/dev/full"); }), ENOSPC);
+    EXPECT_EQ(tool_test::ReasonOf([] { WriteDxf(PaperDrawing(), NewFile("/dev/full")); }), ENOSPC);
     const TemporaryFolder folder;
-    EXPECT_EQ(tool_test::ReasonOf([&] { WriteDxf(PaperDrawing(), folder.path("none/a.dxf")); }),
-              ENOENT);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WriteDxf(PaperDrawing(), -1); }), EBADF);
 }
 
 } // namespace

@@ -17,12 +17,13 @@ using kxcontour::JsonDrawing;
 using kxcontour::SegmentRecord;
 using kxcontour::WriteJson;
 using nlohmann::json;
+using tool_test::NewFile;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
 
 std::string BytesOf(const JsonDrawing& drawing) {
     const TemporaryFolder folder;
-    WriteJson(drawing, folder.path("a.json"));
+    WriteJson(drawing, NewFile(folder.path("a.json")));
     return ReadBytes(folder.path("a.json"));
 }
 
@@ -102,9 +103,8 @@ TEST(JsonWriter, WritesTheSameBytesWhateverTheLocale) {
 
 TEST(JsonWriter, SaysWhyItFails) {
     const TemporaryFolder folder;
-    EXPECT_EQ(tool_test::ReasonOf([] { WriteJson(JsonDrawing(), "/dev/full"); }), ENOSPC);
-    EXPECT_EQ(tool_test::ReasonOf([&] { WriteJson(JsonDrawing(), folder.path("none/a")); }),
-              ENOENT);
+    EXPECT_EQ(tool_test::ReasonOf([] { WriteJson(JsonDrawing(), NewFile("/dev/full")); }), ENOSPC);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WriteJson(JsonDrawing(), -1); }), EBADF);
 }
 
 } // namespace

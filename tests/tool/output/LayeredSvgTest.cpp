@@ -19,13 +19,14 @@ using tool_test::CirclePath;
 using tool_test::MakeDrawing;
 using tool_test::MakeGroup;
 using tool_test::MakePath;
+using tool_test::NewFile;
 using tool_test::PaperDrawing;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
 
 std::string BytesOf(const PaperDrawing& drawing) {
     const TemporaryFolder folder;
-    WriteLayeredSvg(drawing, folder.path("a.svg"));
+    WriteLayeredSvg(drawing, NewFile(folder.path("a.svg")));
     return ReadBytes(folder.path("a.svg"));
 }
 
@@ -189,7 +190,7 @@ TEST(LayeredSvg, HasTheGeometryOfThePlainOne) {
         layer.groups[0].style.dashes.clear();
     }
     const TemporaryFolder folder;
-    kxcontour::WritePlainSvg(drawing, folder.path("a.svg"));
+    kxcontour::WritePlainSvg(drawing, NewFile(folder.path("a.svg")));
     EXPECT_GT(layered.size(), 1000U);
     EXPECT_EQ(layered, PathLines(ReadBytes(folder.path("a.svg"))));
 }
@@ -298,10 +299,9 @@ TEST(LayeredSvg, WritesTheSameBytesWhateverTheLocale) {
 
 TEST(LayeredSvg, SaysWhyItFails) {
     const TemporaryFolder folder;
-    EXPECT_EQ(tool_test::ReasonOf([] { WriteLayeredSvg(PaperDrawing(), "/dev/full"); }), ENOSPC);
-    EXPECT_EQ(
-        tool_test::ReasonOf([&] { WriteLayeredSvg(PaperDrawing(), folder.path("none/a.svg")); }),
-        ENOENT);
+    EXPECT_EQ(tool_test::ReasonOf([] { WriteLayeredSvg(PaperDrawing(), NewFile("/dev/full")); }),
+              ENOSPC);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WriteLayeredSvg(PaperDrawing(), -1); }), EBADF);
 }
 
 } // namespace

@@ -7,8 +7,10 @@
 
 #include <cmath>
 #include <cstddef>
+#include <fcntl.h>
 #include <locale>
 #include <string>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -74,6 +76,23 @@ inline PaperDrawing RichDrawing() {
     drawing.layers.push_back({"a<b>&c", {hidden}});
     return drawing;
 }
+
+/// A file for a writer, created or truncated, and open until the end of the expression.
+class NewFile {
+public:
+    explicit NewFile(const std::string& path)
+        : descriptor_(::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)) {
+        EXPECT_GE(descriptor_, 0) << path;
+    }
+    ~NewFile() { ::close(descriptor_); }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    operator int() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
 
 /// The errno value of a write that has to fail.
 template <class Write> int ReasonOf(const Write& write) {

@@ -13,6 +13,7 @@ using kxcontour::WritePlainSvg;
 using tool_test::MakeDrawing;
 using tool_test::MakeGroup;
 using tool_test::MakePath;
+using tool_test::NewFile;
 using tool_test::PaperDrawing;
 using tool_test::Path;
 using tool_test::ReadBytes;
@@ -21,13 +22,13 @@ using tool_test::TemporaryFolder;
 
 SvgFile Written(const PaperDrawing& drawing) {
     const TemporaryFolder folder;
-    WritePlainSvg(drawing, folder.path("a.svg"));
+    WritePlainSvg(drawing, NewFile(folder.path("a.svg")));
     return tool_test::ReadSvg(folder.path("a.svg"));
 }
 
 std::string BytesOf(const PaperDrawing& drawing) {
     const TemporaryFolder folder;
-    WritePlainSvg(drawing, folder.path("a.svg"));
+    WritePlainSvg(drawing, NewFile(folder.path("a.svg")));
     return ReadBytes(folder.path("a.svg"));
 }
 
@@ -198,10 +199,10 @@ TEST(PlainSvg, WritesTheSameBytesWhateverTheLocale) {
 TEST(PlainSvg, SaysWhyItFails) {
     const TemporaryFolder folder;
     const PaperDrawing drawing = MakeDrawing({Polygon(100000, 50.0)});
-    EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(drawing, folder.path("none/a.svg")); }),
-              ENOENT);
-    EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(drawing, "/dev/full"); }), ENOSPC);
-    EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(PaperDrawing(), "/dev/full"); }), ENOSPC);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(drawing, -1); }), ENOENT);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(drawing, NewFile("/dev/full")); }), ENOSPC);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(PaperDrawing(), NewFile("/dev/full")); }),
+              ENOSPC);
 }
 
 TEST(PlainSvg, WritesLongPathsAndLoops) {
