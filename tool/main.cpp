@@ -12,6 +12,7 @@
 #include <iostream>
 #include <new>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -29,11 +30,26 @@ int Fail(ExitCode code, const std::string& message) {
     return static_cast<int>(code);
 }
 
+/// Prints the results of a run that ends with a code. Lost results are a failure; that of a job
+/// comes first.
+int Print(const std::string& results, int code) {
+    try {
+        kxcontour::WriteToStandardOutput(results);
+        return code;
+    } catch (const kxcontour::Failure& failure) {
+        const int lost = Fail(failure.code(), failure.what());
+        return code == static_cast<int>(ExitCode::Drawn) ? lost : code;
+    }
+}
+
+/// All results are gathered, so that they are printed, and looked after, in one place.
 int Run(const std::vector<std::string>& arguments) {
+    std::ostringstream results;
     const std::optional<kxcontour::Command> command =
-        kxcontour::ParseCommandLine(arguments, std::cout);
-    return command ? kxcontour::Execute(*command, std::cout, std::cerr)
-                   : static_cast<int>(ExitCode::Drawn);
+        kxcontour::ParseCommandLine(arguments, results);
+    const int code = command ? kxcontour::Execute(*command, results, std::cerr)
+                             : static_cast<int>(ExitCode::Drawn);
+    return Print(results.str(), code);
 }
 
 /// Memory that was given back is kept for the next large array. The system clears what it hands out

@@ -63,6 +63,7 @@ void SetUp(const Surroundings& around) {
     if (around.readerLeft) {
         RedirectToNobody(STDOUT_FILENO);
     }
+    Require(!around.outputClosed || ::close(STDOUT_FILENO) == 0);
     for (const std::string& variable : around.environment) {
         const std::size_t equals = variable.find('=');
         Require(::setenv(variable.substr(0, equals).c_str(), variable.c_str() + equals + 1, 1) ==

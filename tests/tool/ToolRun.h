@@ -20,6 +20,7 @@ struct Surroundings {
     std::string output;              ///< Where its standard output goes; empty: into the result.
     std::string folder;              ///< Where it runs; empty: where the caller is.
     bool readerLeft = false;         ///< Its standard output is a pipe that nobody reads.
+    bool outputClosed = false;       ///< It has no standard output.
     bool terminal = false;           ///< Its standard error is a terminal.
     std::vector<std::string> environment; ///< "NAME=value", added to what the caller has.
 };

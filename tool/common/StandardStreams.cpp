@@ -1,7 +1,12 @@
 // A closed stream becomes /dev/null, open for the wrong direction only.
 #include "common/StandardStreams.h"
 
+#include "common/Descriptor.h"
+#include "common/Failure.h"
+
+#include <cerrno>
 #include <fcntl.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace kxcontour {
@@ -18,6 +23,14 @@ void OccupyClosedStreams() {
 bool IsStandardOutputOpen() {
     const int flags = ::fcntl(STDOUT_FILENO, F_GETFL);
     return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
+}
+
+// Straight to the descriptor: a stream would keep the failure and forget the reason.
+void WriteToStandardOutput(std::string_view text) {
+    if (!WriteAll(STDOUT_FILENO, text)) {
+        throw Failure(ExitCode::CannotWrite,
+                      "standard output: cannot write: " + std::generic_category().message(errno));
+    }
 }
 
 } // namespace kxcontour

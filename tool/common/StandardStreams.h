@@ -1,6 +1,8 @@
 // Standard input, output and error as the program was given them.
 #pragma once
 
+#include <string_view>
+
 namespace kxcontour {
 
 /// Occupies the descriptors 0 to 2 where the program was started with them closed, so that no file
@@ -10,5 +12,9 @@ void OccupyClosedStreams();
 
 /// Whether there is anything that standard output can be written to.
 bool IsStandardOutputOpen();
+
+/// Writes all of a text to standard output, or throws Failure (CannotWrite). An empty text is never
+/// lost.
+void WriteToStandardOutput(std::string_view text);
 
 } // namespace kxcontour
