@@ -5,6 +5,7 @@
 #include "common/Failure.h"
 #include "common/Messages.h"
 #include "common/Progress.h"
+#include "common/RunFiles.h"
 #include "common/Timing.h"
 #include "drawing/Drawing.h"
 #include "drawing/StageCosts.h"
@@ -14,8 +15,6 @@
 #include "output/OutputFile.h"
 #include "scene/Scene.h"
 
-#include <filesystem>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -34,19 +33,63 @@ bool ShowsProgress(const MessageOptions& options) {
     return !options.quiet && ::isatty(STDERR_FILENO) == 1;
 }
 
-/// A drawing must not take the place of a model it is made from.
-void RequireOwnOutput(const DrawingOptions& options) {
-    const auto check = [&](const std::vector<std::string>& inputs) {
-        for (const std::string& input : inputs) {
-            std::error_code error;
-            if (std::filesystem::equivalent(input, options.output.path, error)) {
-                throw Failure(ExitCode::Usage, options.output.path +
-                                                   ": is an input; the drawing would overwrite it");
-            }
+/// The inputs of a run, before what it writes is added.
+RunFiles FilesRead(const std::vector<std::string>& optionFiles) {
+    RunFiles files;
+    for (const std::string& file : optionFiles) {
+        files.readOptions(file);
+    }
+    return files;
+}
+
+void AddModels(RunFiles& files, const InputOptions& input) {
+    for (const std::vector<std::string>* models : {&input.models, &input.occluders}) {
+        for (const std::string& model : *models) {
+            files.readModel(model);
         }
-    };
-    check(options.input.models);
-    check(options.input.occluders);
+    }
+}
+
+bool Prints(const MessageOptions& options) {
+    return options.json || !options.quiet;
+}
+
+/// Nothing may be overwritten that is read, or written before.
+void RequireOwnFiles(const DrawCommand& command) {
+    RunFiles files = FilesRead(command.optionFiles);
+    AddModels(files, command.options.input);
+    files.writeDrawing(command.options.output.path);
+    // Standard output may be taken by the drawing.
+    if (command.options.output.path != "-" && Prints(command.options.messages)) {
+        files.print();
+    }
+}
+
+void RequireOwnFiles(const InfoCommand& command) {
+    RunFiles files = FilesRead(command.optionFiles);
+    AddModels(files, command.input);
+    files.print();
+}
+
+void RequireOwnFiles(const BatchCommand& command) {
+    RunFiles files = FilesRead(command.optionFiles);
+    for (const BatchJob& job : command.jobs) {
+        AddModels(files, job.options.input);
+    }
+    for (const BatchJob& job : command.jobs) {
+        files.writeDrawing(job.options.output.path);
+    }
+    if (!command.statePath.empty()) {
+        files.writeState(command.statePath);
+    }
+    if (Prints(command.messages)) {
+        files.print();
+    }
+}
+
+/// Keeps no folder open: the process that reads the model would have it, too.
+void RequireWritable(const std::string& output) {
+    const OutputFile writable(output);
 }
 
 /// Passes stages on to the stop watch and the progress bar.
@@ -75,8 +118,8 @@ private:
 int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
     const DrawingOptions& options = command.options;
     const Messages messages = MessagesFor(options.messages, log);
-    RequireOwnOutput(options);
-    const OutputFile writable(options.output.path);
+    RequireOwnFiles(command);
+    RequireWritable(options.output.path);
 
     Observer observer(log, ShowsProgress(options.messages));
     observer.expect(PlanOfRun(options));
@@ -89,12 +132,12 @@ int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
     if (options.messages.timing) {
         observer.timing().report(log);
     }
-    // Standard output may be taken by the drawing.
     PrintSummary(report, options.messages, options.output.path == "-" ? log : out);
     return static_cast<int>(ExitCode::Drawn);
 }
 
 int Run(const InfoCommand& command, std::ostream& out, std::ostream& log) {
+    RequireOwnFiles(command);
     std::vector<ModelInfo> infos;
     for (const std::string& path : command.input.models) {
         const ModelRequest request = RequestFor(command.input, path);
@@ -115,9 +158,7 @@ int Run(const InfoCommand& command, std::ostream& out, std::ostream& log) {
 }
 
 int Run(const BatchCommand& command, std::ostream& out, std::ostream& log) {
-    for (const BatchJob& job : command.jobs) {
-        RequireOwnOutput(job.options);
-    }
+    RequireOwnFiles(command);
     return RunBatch(command, MessagesFor(command.messages, log), out, log);
 }
 

@@ -58,6 +58,12 @@ GivenOptions ConfigOf(const GivenOptions& given) {
     return path == nullptr ? GivenOptions() : ReadConfigFile(path->text);
 }
 
+/// The configuration file that is named, if any.
+std::vector<std::string> ConfigFilesOf(const GivenOptions& given) {
+    const GivenText* path = given.find("config");
+    return path == nullptr ? std::vector<std::string>() : std::vector<std::string>{path->text};
+}
+
 std::vector<GivenJob>
 TakeJobs(const std::string& jobFile, const GivenOptions& given, const GivenOptions& config) {
     std::vector<GivenJob> jobs = ReadJobFile(jobFile);
@@ -91,7 +97,11 @@ BatchCommand ReadBatchCommand(GivenOptions given) {
     GivenOptions config = ConfigOf(given);
     GivenOptions batch = given;
     batch.putBelow(config);
-    return ReadBatch(TakeJobs(files.front().text, given, config), batch, files.front().text);
+    BatchCommand command =
+        ReadBatch(TakeJobs(files.front().text, given, config), batch, files.front().text);
+    command.optionFiles = ConfigFilesOf(given);
+    command.optionFiles.push_back(files.front().text);
+    return command;
 }
 
 /// Options of batches say nothing about one drawing; in a configuration file they may wait.
@@ -107,13 +117,16 @@ void RefuseBatchOptions(const GivenOptions& given) {
 /// kxcontour MODEL... with an output, --info or --views.
 Command ReadModelCommand(const GivenOptions& given) {
     if (given.isSet("info")) {
-        return InfoCommand{ReadInputOptions(given), ReadMessageOptions(given)};
+        return InfoCommand{ReadInputOptions(given), ReadMessageOptions(given),
+                           ConfigFilesOf(given)};
     }
     if (given.has("views")) {
-        return ReadBatch({{"", "", given}}, given, "");
+        BatchCommand command = ReadBatch({{"", "", given}}, given, "");
+        command.optionFiles = ConfigFilesOf(given);
+        return command;
     }
     RefuseBatchOptions(given);
-    return DrawCommand{ReadDrawingOptions(given)};
+    return DrawCommand{ReadDrawingOptions(given), ConfigFilesOf(given)};
 }
 
 } // namespace

@@ -14,12 +14,14 @@ namespace kxcontour {
 /// kxcontour MODEL... -o OUT: one drawing.
 struct DrawCommand {
     DrawingOptions options;
+    std::vector<std::string> optionFiles; ///< What options were read from.
 };
 
 /// kxcontour MODEL... --info: what is in the models, nothing drawn.
 struct InfoCommand {
     InputOptions input;
     MessageOptions messages;
+    std::vector<std::string> optionFiles;
 };
 
 /// One drawing of a batch.
@@ -34,9 +36,10 @@ struct BatchJob {
 struct BatchCommand {
     std::vector<BatchJob> jobs;
     unsigned int threads = 1;
-    bool force = false;      ///< Draw again what is up to date.
-    std::string statePath;   ///< Where finished work is noted; empty: nowhere.
-    MessageOptions messages; ///< Of the whole batch.
+    bool force = false;                   ///< Draw again what is up to date.
+    std::string statePath;                ///< Where finished work is noted; empty: nowhere.
+    MessageOptions messages;              ///< Of the whole batch.
+    std::vector<std::string> optionFiles; ///< The job file and the configuration.
 };
 
 using Command = std::variant<DrawCommand, InfoCommand, BatchCommand>;

@@ -1,0 +1,45 @@
+// Device and inode, of the file or of the folder that it will be in.
+#include "common/FileIdentity.h"
+
+#include "common/Failure.h"
+#include "common/FilePlace.h"
+
+#include <sys/stat.h>
+
+namespace kxcontour {
+namespace {
+
+/// A file that does not exist yet, perhaps behind a link.
+std::optional<FileIdentity> IdentityOfNewFile(const std::string& path) {
+    try {
+        const FilePlace place = FindPlace(path);
+        struct stat folder {};
+        if (::fstat(place.folder.descriptor.number(), &folder) == 0) {
+            return FileIdentity{folder.st_dev, folder.st_ino, place.name};
+        }
+    } catch (const Failure&) {
+        // It cannot be written, which whoever tries to will say.
+        return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<FileIdentity> IdentityOfPath(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        return FileIdentity{status.st_dev, status.st_ino, ""};
+    }
+    return IdentityOfNewFile(path);
+}
+
+std::optional<FileIdentity> IdentityOfDescriptor(int descriptor) {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    return FileIdentity{status.st_dev, status.st_ino, ""};
+}
+
+} // namespace kxcontour

@@ -1,0 +1,73 @@
+// A table of all files by their identity.
+#include "common/RunFiles.h"
+
+#include "common/Failure.h"
+
+#include <unistd.h>
+
+namespace kxcontour {
+namespace {
+
+std::optional<FileIdentity> IdentityOfInput(const std::string& path) {
+    return path == "-" ? IdentityOfDescriptor(STDIN_FILENO) : IdentityOfPath(path);
+}
+
+std::optional<FileIdentity> IdentityOfOutput(const std::string& path) {
+    return path == "-" ? IdentityOfDescriptor(STDOUT_FILENO) : IdentityOfPath(path);
+}
+
+} // namespace
+
+void RunFiles::readModel(const std::string& path) {
+    add(IdentityOfInput(path), {path, Use::Model});
+}
+
+void RunFiles::readOptions(const std::string& path) {
+    add(IdentityOfPath(path), {path, Use::Options});
+}
+
+void RunFiles::writeDrawing(const std::string& path) {
+    const std::optional<FileIdentity> file = IdentityOfOutput(path);
+    const std::string name = path == "-" ? "standard output" : path;
+    if (const Entry* other = find(file)) {
+        switch (other->use) {
+        case Use::Model:
+            RefuseUsage(name + ": is an input; the drawing would overwrite it");
+        case Use::Options:
+            RefuseUsage(name + ": is read for its options; the drawing would overwrite it");
+        default:
+            RefuseUsage(name + ": is the same file as " + other->path +
+                        "; one would overwrite the other");
+        }
+    }
+    add(file, {name, Use::Drawing});
+}
+
+void RunFiles::writeState(const std::string& path) {
+    const std::optional<FileIdentity> file = IdentityOfPath(path);
+    if (find(file) != nullptr) {
+        RefuseUsage("state '" + path + "' is a file of the batch already");
+    }
+    add(file, {path, Use::State});
+}
+
+void RunFiles::print() {
+    const std::optional<FileIdentity> file = IdentityOfDescriptor(STDOUT_FILENO);
+    if (const Entry* other = find(file)) {
+        RefuseUsage("standard output goes to " + other->path + ", which is a file of this run");
+    }
+    add(file, {"standard output", Use::Results});
+}
+
+void RunFiles::add(const std::optional<FileIdentity>& file, const Entry& entry) {
+    if (file) {
+        entries_.emplace(*file, entry);
+    }
+}
+
+const RunFiles::Entry* RunFiles::find(const std::optional<FileIdentity>& file) const {
+    const auto found = file ? entries_.find(*file) : entries_.end();
+    return found == entries_.end() ? nullptr : &found->second;
+}
+
+} // namespace kxcontour

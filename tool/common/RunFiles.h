@@ -1,0 +1,43 @@
+// What one run reads and writes.
+#pragma once
+
+#include "common/FileIdentity.h"
+
+#include <map>
+#include <optional>
+#include <string>
+
+namespace kxcontour {
+
+/// Sees to it that a run writes no file twice and none that it reads, whatever they are called.
+///
+/// Add what is read first. "-" is standard input or output, which may be files. Operations throw
+/// Failure (Usage) for a file that has another use already.
+class RunFiles {
+public:
+    /// A model or an occluder.
+    void readModel(const std::string& path);
+    /// A configuration or a job file.
+    void readOptions(const std::string& path);
+
+    void writeDrawing(const std::string& path);
+    /// The notes of a batch, which are read as well.
+    void writeState(const std::string& path);
+    /// Results on standard output.
+    void print();
+
+private:
+    enum class Use { Model, Options, Drawing, State, Results };
+    struct Entry {
+        std::string path;
+        Use use;
+    };
+
+    void add(const std::optional<FileIdentity>& file, const Entry& entry);
+    /// The other use of a file, or null.
+    const Entry* find(const std::optional<FileIdentity>& file) const;
+
+    std::map<FileIdentity, Entry> entries_;
+};
+
+} // namespace kxcontour
