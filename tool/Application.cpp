@@ -5,13 +5,13 @@
 #include "common/Failure.h"
 #include "common/Messages.h"
 #include "common/Progress.h"
-#include "common/RunFiles.h"
 #include "common/Timing.h"
 #include "drawing/Drawing.h"
 #include "drawing/StageCosts.h"
 #include "drawing/Summary.h"
 #include "model/ImportProcess.h"
 #include "model/ModelInfo.h"
+#include "options/CommandFiles.h"
 #include "output/OutputFile.h"
 #include "scene/Scene.h"
 
@@ -31,60 +31,6 @@ Messages MessagesFor(const MessageOptions& options, std::ostream& log) {
 
 bool ShowsProgress(const MessageOptions& options) {
     return !options.quiet && ::isatty(STDERR_FILENO) == 1;
-}
-
-/// The inputs of a run, before what it writes is added.
-RunFiles FilesRead(const std::vector<std::string>& optionFiles) {
-    RunFiles files;
-    for (const std::string& file : optionFiles) {
-        files.readOptions(file);
-    }
-    return files;
-}
-
-void AddModels(RunFiles& files, const InputOptions& input) {
-    for (const std::vector<std::string>* models : {&input.models, &input.occluders}) {
-        for (const std::string& model : *models) {
-            files.readModel(model);
-        }
-    }
-}
-
-bool Prints(const MessageOptions& options) {
-    return options.json || !options.quiet;
-}
-
-/// Nothing may be overwritten that is read, or written before.
-void RequireOwnFiles(const DrawCommand& command) {
-    RunFiles files = FilesRead(command.optionFiles);
-    AddModels(files, command.options.input);
-    files.writeDrawing(command.options.output.path);
-    // Standard output may be taken by the drawing.
-    if (command.options.output.path != "-" && Prints(command.options.messages)) {
-        files.print();
-    }
-}
-
-void RequireOwnFiles(const InfoCommand& command) {
-    RunFiles files = FilesRead(command.optionFiles);
-    AddModels(files, command.input);
-    files.print();
-}
-
-void RequireOwnFiles(const BatchCommand& command) {
-    RunFiles files = FilesRead(command.optionFiles);
-    for (const BatchJob& job : command.jobs) {
-        AddModels(files, job.options.input);
-    }
-    for (const BatchJob& job : command.jobs) {
-        files.writeDrawing(job.options.output.path);
-    }
-    if (!command.statePath.empty()) {
-        files.writeState(command.statePath);
-    }
-    if (Prints(command.messages)) {
-        files.print();
-    }
 }
 
 /// Keeps no folder open: the process that reads the model would have it, too.
@@ -118,13 +64,15 @@ private:
 int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
     const DrawingOptions& options = command.options;
     const Messages messages = MessagesFor(options.messages, log);
-    RequireOwnFiles(command);
+    RunFiles files = FilesOf(command);
     RequireWritable(options.output.path);
 
     Observer observer(log, ShowsProgress(options.messages));
     observer.expect(PlanOfRun(options));
     const Scene scene = LoadScene(options.input, options.lines.creaseAngle,
                                   [&](const char* stage) { observer.enter(stage); });
+    files.readSideFiles(scene.sideFiles);
+    files.requireNoSideFile(options.output.path);
     const DrawingReport report = DrawScene(scene, options, observer);
     observer.finish();
 
@@ -137,11 +85,12 @@ int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
 }
 
 int Run(const InfoCommand& command, std::ostream& out, std::ostream& log) {
-    RequireOwnFiles(command);
+    RunFiles files = FilesOf(command);
     std::vector<ModelInfo> infos;
     for (const std::string& path : command.input.models) {
         const ModelRequest request = RequestFor(command.input, path);
         Model model = ImportModel(request);
+        files.readSideFiles(model.sideFiles);
         if (!model.refusedFile.empty()) {
             MessagesFor(command.messages, log).warn(NameOf(request) + ": " + model.refusedFile);
         }
@@ -158,7 +107,6 @@ int Run(const InfoCommand& command, std::ostream& out, std::ostream& log) {
 }
 
 int Run(const BatchCommand& command, std::ostream& out, std::ostream& log) {
-    RequireOwnFiles(command);
     return RunBatch(command, MessagesFor(command.messages, log), out, log);
 }
 

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <map>
 
@@ -169,6 +170,68 @@ TEST_F(OwnFiles, DifferentFilesOfOneNameAreNoMistake) {
     around.folder = folder_.path("");
     EXPECT_EQ(RunTool(Words("batch jobs.json"), around).exitCode, 0);
     EXPECT_EQ(RunTool(Words("batch jobs.json --force"), around).exitCode, 0);
+}
+
+/// A triangle in glTF, whose numbers are in "buffer.bin".
+const char* const kModel = R"({"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}],
+    "nodes": [{"mesh": 0}], "meshes": [{"primitives": [{"attributes": {"POSITION": 0}}]}],
+    "buffers": [{"uri": "buffer.bin", "byteLength": 36}],
+    "bufferViews": [{"buffer": 0, "byteLength": 36}],
+    "accessors": [{"bufferView": 0, "componentType": 5126, "count": 3, "type": "VEC3",
+                   "min": [0, 0, 0], "max": [1, 1, 0]}]})";
+
+class SideFiles : public OwnFiles {
+protected:
+    SideFiles() {
+        const std::array<float, 9> corners{0, 0, 0, 1, 0, 0, 0, 1, 0};
+        folder_.write("model.gltf", kModel);
+        folder_.write("buffer.bin", {reinterpret_cast<const char*>(corners.data()),
+                                     corners.size() * sizeof(float)});
+    }
+
+    RunResult run(const std::string& line) const { return tool_test::RunIn(folder_, line); }
+};
+
+TEST_F(SideFiles, AreNotReplacedByADrawingOfTheirModel) {
+    EXPECT_EQ(run("model.gltf -q -o ok.svg").exitCode, 0);
+    const std::string tail = ": belongs to a model; the drawing would overwrite it";
+    expectRefusal("model.gltf -o buffer.bin --output-format svg", "buffer.bin" + tail);
+    link("buffer.bin", "link.svg");
+    expectRefusal("model.gltf -o link.svg", "link.svg" + tail);
+    hardLink("buffer.bin", "twin.svg");
+    expectRefusal("model.gltf -o twin.svg", "twin.svg" + tail);
+    expectRefusal("cube.obj --occluder model.gltf -o twin.svg", "twin.svg" + tail);
+    expectRefusal("model.gltf -o -", "standard output" + tail, outputTo("buffer.bin"));
+}
+
+TEST_F(SideFiles, DoNotGetWhatIsPrinted) {
+    const std::string message = "standard output: belongs to a model, which would be overwritten";
+    expectRefusal("model.gltf --info", message, outputTo("buffer.bin"));
+    expectRefusal("model.gltf -o new.svg", message, outputTo("buffer.bin"));
+}
+
+/// The model is read after the other job has been drawn: one thread has one scene at a time.
+TEST_F(SideFiles, AreNotReplacedByADrawingOfAnotherModel) {
+    const std::string buffer = tool_test::ReadBytes(folder_.path("buffer.bin"));
+    folder_.write("jobs.json", R"({"defaults": {"output-format": "svg"}, "jobs": [
+        {"model": "cube.obj", "output": "buffer.bin"},
+        {"model": "model.gltf", "output": "b.svg"}]})");
+    for (const char* threads : {"1", "2"}) {
+        const RunResult batch = run(std::string("batch jobs.json --force -q --jobs ") + threads);
+        EXPECT_EQ(batch.exitCode, 2) << batch.err;
+        EXPECT_EQ(batch.err,
+                  "kxcontour: buffer.bin: belongs to a model; the drawing would overwrite it\n");
+        EXPECT_EQ(tool_test::ReadBytes(folder_.path("buffer.bin")), buffer);
+        EXPECT_TRUE(fs::exists(folder_.path("b.svg"))) << "the other job is drawn";
+        fs::remove(folder_.path("b.svg"));
+    }
+}
+
+TEST_F(SideFiles, AreNotReplacedByNotes) {
+    folder_.write("jobs.json", R"({"jobs": [{"model": "cube.obj", "output": "a.svg"},
+        {"model": "model.gltf", "output": "b.svg"}]})");
+    expectRefusal("batch jobs.json --jobs 1 --state buffer.bin",
+                  "buffer.bin: belongs to a model, which would be overwritten");
 }
 
 } // namespace

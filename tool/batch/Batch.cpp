@@ -9,6 +9,8 @@
 #include "common/Progress.h"
 #include "drawing/Drawing.h"
 #include "drawing/Summary.h"
+#include "options/CommandFiles.h"
+#include "output/DrawingFile.h"
 #include "scene/Scene.h"
 
 #include <algorithm>
@@ -21,6 +23,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <set>
 #include <system_error>
 #include <thread>
 #include <tuple>
@@ -154,13 +157,15 @@ std::vector<std::size_t> OrderByScene(const std::vector<BatchJob>& jobs) {
 class BatchRun {
 public:
     BatchRun(const BatchCommand& command, const Messages& messages, std::ostream& log)
-        : command_(command), messages_(messages), done_(command.statePath),
+        : command_(command), messages_(messages), files_(FilesOf(command)),
+          done_(command.statePath),
           progress_(
               log, !command.messages.quiet && ::isatty(STDERR_FILENO) == 1, command.jobs.size()),
           order_(OrderByScene(command.jobs)), results_(command.jobs.size()),
           starved_(command.jobs.size()) {}
 
     std::vector<JobResult> run() {
+        learnSideFiles();
         for (std::size_t first = 0; first < order_.size();) {
             first = runWave(first);
         }
@@ -196,7 +201,7 @@ private:
         for (; next < order_.size(); ++next) {
             const std::size_t number = order_[next];
             const BatchJob& job = command_.jobs[number];
-            if (!command_.force && done_.covers(job)) {
+            if (isDone(job)) {
                 results_[number].state = JobState::UpToDate;
                 progress_.advance(1.0);
                 continue;
@@ -215,7 +220,36 @@ private:
         return next;
     }
 
-    static LoadedScene load(const DrawingOptions& options) {
+    bool isDone(const BatchJob& job) const { return !command_.force && done_.covers(job); }
+
+    /// The files that a model refers to are known when it has been read, which may be after a
+    /// drawing of another one took the place of such a file. So where there is something that might
+    /// be one, all models are read once before.
+    void learnSideFiles() {
+        if (!replacesOthers()) {
+            return;
+        }
+        std::set<SceneKey> known;
+        for (const BatchJob& job : command_.jobs) {
+            if (!isDone(job) && known.insert(KeyOf(job.options)).second) {
+                load(job.options);
+            }
+        }
+    }
+
+    /// Whether the batch would replace a file that is neither a drawing nor holds notes.
+    bool replacesOthers() const {
+        const auto exists = [](const std::string& path) {
+            return ::access(path.c_str(), F_OK) == 0;
+        };
+        return (done_.isEmpty() && exists(command_.statePath)) ||
+               std::any_of(command_.jobs.begin(), command_.jobs.end(), [&](const BatchJob& job) {
+                   const std::string& output = job.options.output.path;
+                   return exists(output) && !IsDrawing(output);
+               });
+    }
+
+    LoadedScene load(const DrawingOptions& options) {
         LoadedScene loaded;
         loaded.inputs = DoneWork::InputsOf(options.input);
         try {
@@ -223,6 +257,7 @@ private:
         } catch (...) {
             loaded.failure = std::current_exception();
         }
+        files_.readSideFiles(loaded.scene.sideFiles);
         return loaded;
     }
 
@@ -326,6 +361,7 @@ private:
             std::rethrow_exception(loaded.failure);
         }
         const BatchJob& job = command_.jobs[task.number];
+        files_.requireNoSideFile(job.options.output.path);
         JobResult& result = results_[task.number];
         result.report = DrawScene(loaded.scene, job.options, observer);
         result.state = JobState::Drawn;
@@ -347,6 +383,7 @@ private:
 
     const BatchCommand& command_;
     const Messages& messages_;
+    RunFiles files_; ///< Changes only while no thread draws.
     DoneWork done_;
     SharedProgress progress_;
     std::vector<std::size_t> order_;

@@ -90,6 +90,11 @@ void DoneWork::read() {
     }
 }
 
+bool DoneWork::isEmpty() const {
+    const std::lock_guard lock(mutex_);
+    return notes_.empty();
+}
+
 std::string DoneWork::InputsOf(const InputOptions& input) {
     std::string stamps;
     for (const std::vector<std::string>* files : {&input.models, &input.occluders}) {

@@ -25,6 +25,9 @@ public:
     DoneWork(const DoneWork&) = delete;
     DoneWork& operator=(const DoneWork&) = delete;
 
+    /// Whether there are notes on anything.
+    bool isEmpty() const;
+
     /// The sizes and times of all models as text. Taken before these are read, it tells later
     /// whether a model has changed since, even while it was being drawn.
     static std::string InputsOf(const InputOptions& input);

@@ -16,6 +16,10 @@ std::optional<FileIdentity> IdentityOfOutput(const std::string& path) {
     return path == "-" ? IdentityOfDescriptor(STDOUT_FILENO) : IdentityOfPath(path);
 }
 
+std::string OutputName(const std::string& path) {
+    return path == "-" ? "standard output" : path;
+}
+
 } // namespace
 
 void RunFiles::readModel(const std::string& path) {
@@ -28,7 +32,7 @@ void RunFiles::readOptions(const std::string& path) {
 
 void RunFiles::writeDrawing(const std::string& path) {
     const std::optional<FileIdentity> file = IdentityOfOutput(path);
-    const std::string name = path == "-" ? "standard output" : path;
+    const std::string name = OutputName(path);
     if (const Entry* other = find(file)) {
         switch (other->use) {
         case Use::Model:
@@ -57,6 +61,26 @@ void RunFiles::print() {
         RefuseUsage("standard output goes to " + other->path + ", which is a file of this run");
     }
     add(file, {"standard output", Use::Results});
+}
+
+void RunFiles::readSideFiles(const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) {
+        const std::optional<FileIdentity> file = IdentityOfPath(path);
+        const Entry* other = find(file);
+        if (other != nullptr && (other->use == Use::State || other->use == Use::Results)) {
+            RefuseUsage(other->path + ": belongs to a model, which would be overwritten");
+        }
+        if (file) {
+            sideFiles_.insert(*file);
+        }
+    }
+}
+
+void RunFiles::requireNoSideFile(const std::string& drawing) const {
+    const std::optional<FileIdentity> file = IdentityOfOutput(drawing);
+    if (file && sideFiles_.count(*file) > 0) {
+        RefuseUsage(OutputName(drawing) + ": belongs to a model; the drawing would overwrite it");
+    }
 }
 
 void RunFiles::add(const std::optional<FileIdentity>& file, const Entry& entry) {

@@ -5,7 +5,9 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <vector>
 
 namespace kxcontour {
 
@@ -26,6 +28,11 @@ public:
     /// Results on standard output.
     void print();
 
+    /// Files that a model refers to, which are known when it has been read.
+    void readSideFiles(const std::vector<std::string>& paths);
+    /// Refuses a drawing in the place of such a file. Any number of threads may ask.
+    void requireNoSideFile(const std::string& drawing) const;
+
 private:
     enum class Use { Model, Options, Drawing, State, Results };
     struct Entry {
@@ -38,6 +45,7 @@ private:
     const Entry* find(const std::optional<FileIdentity>& file) const;
 
     std::map<FileIdentity, Entry> entries_;
+    std::set<FileIdentity> sideFiles_;
 };
 
 } // namespace kxcontour

@@ -49,6 +49,7 @@ struct Model {
     /// Why a file that the model refers to was not read, see ModelFiles; empty where none was
     /// refused.
     std::string refusedFile;
+    std::vector<std::string> sideFiles; ///< That were read, see ModelFiles.
 };
 
 } // namespace kxcontour

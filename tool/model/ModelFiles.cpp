@@ -97,6 +97,14 @@ std::vector<int> ModelFiles::folders() const {
     return descriptors;
 }
 
+std::vector<std::string> ModelFiles::sideFiles() const {
+    std::vector<std::string> paths;
+    for (const auto& [path, file] : sideFiles_) {
+        paths.push_back(path);
+    }
+    return paths;
+}
+
 std::optional<std::string_view> ModelFiles::open(const std::string& path) {
     if (model_ != nullptr && path == request_.path) {
         return bytes_;

@@ -42,6 +42,9 @@ public:
     /// Why the first side file was refused that is there and must not be read; empty: none was.
     const std::string& refusal() const { return refusal_; }
 
+    /// The side files that have been opened.
+    std::vector<std::string> sideFiles() const;
+
     /// Descriptors of the folders that side files may lie in.
     std::vector<int> folders() const;
 

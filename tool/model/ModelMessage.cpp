@@ -115,11 +115,23 @@ Placement ReceivePlacement(PipeReader& pipe) {
     return placement;
 }
 
-void SendFacts(PipeWriter& pipe, const Model& model) {
-    pipe.value(model.objects.size());
-    for (const std::string& name : model.objects) {
-        pipe.text(name);
+void SendTexts(PipeWriter& pipe, const std::vector<std::string>& texts) {
+    pipe.value(texts.size());
+    for (const std::string& text : texts) {
+        pipe.text(text);
     }
+}
+
+std::vector<std::string> ReceiveTexts(PipeReader& pipe) {
+    std::vector<std::string> texts;
+    for (auto left = pipe.value<std::size_t>(); left > 0; --left) {
+        texts.push_back(pipe.text(kAnyLength));
+    }
+    return texts;
+}
+
+void SendFacts(PipeWriter& pipe, const Model& model) {
+    SendTexts(pipe, model.objects);
     pipe.text(model.format);
     pipe.value(model.millimetresPerUnit);
     pipe.value(model.unitStated);
@@ -129,12 +141,11 @@ void SendFacts(PipeWriter& pipe, const Model& model) {
     pipe.value(model.cutPolygons);
     pipe.value(model.leftOutPolygons);
     pipe.text(model.refusedFile);
+    SendTexts(pipe, model.sideFiles);
 }
 
 void ReceiveFacts(PipeReader& pipe, Model& model) {
-    for (auto left = pipe.value<std::size_t>(); left > 0; --left) {
-        model.objects.push_back(pipe.text(kAnyLength));
-    }
+    model.objects = ReceiveTexts(pipe);
     model.format = pipe.text(kLongestMessage);
     model.millimetresPerUnit = pipe.value<double>();
     model.unitStated = pipe.flag();
@@ -144,6 +155,7 @@ void ReceiveFacts(PipeReader& pipe, Model& model) {
     model.cutPolygons = pipe.value<std::size_t>();
     model.leftOutPolygons = pipe.value<std::size_t>();
     model.refusedFile = pipe.text(kLongestMessage);
+    model.sideFiles = ReceiveTexts(pipe);
 }
 
 bool IsFinite(const Wm4::Matrix4<double>& matrix) {

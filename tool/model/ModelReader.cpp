@@ -143,6 +143,7 @@ Model Import(Assimp::Importer& importer, const ModelRequest& request, ModelFiles
     Model model = ModelFromScene(*scene, request, bytes);
     model.cutPolygons = polygons;
     model.refusedFile = files.refusal();
+    model.sideFiles = files.sideFiles();
     return model;
 }
 

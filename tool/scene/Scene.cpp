@@ -149,6 +149,8 @@ private:
         if (!model.refusedFile.empty()) {
             scene_.refusedFiles.push_back(name + ": " + model.refusedFile);
         }
+        scene_.sideFiles.insert(scene_.sideFiles.end(), model.sideFiles.begin(),
+                                model.sideFiles.end());
         if (!started_) {
             start(model);
         }

@@ -31,6 +31,7 @@ struct Scene {
     std::vector<std::string> coarse;
     /// Of models that refer to files that must not be read: what is to be said.
     std::vector<std::string> refusedFiles;
+    std::vector<std::string> sideFiles; ///< Of all models.
     DroppedTriangles dropped;
     SurfaceReport surface;     ///< Of all meshes and occluders.
     std::size_t triangles = 0; ///< Of all meshes and occluders.

@@ -1,0 +1,17 @@
+// The files that a command reads and writes.
+#pragma once
+
+#include "common/RunFiles.h"
+#include "options/CommandLine.h"
+
+namespace kxcontour {
+
+/// All files of a command that are known before a model is read. Throws Failure (Usage) where it
+/// would write what it reads, or one file twice.
+/// @{
+RunFiles FilesOf(const DrawCommand& command);
+RunFiles FilesOf(const InfoCommand& command);
+RunFiles FilesOf(const BatchCommand& command);
+/// @}
+
+} // namespace kxcontour
