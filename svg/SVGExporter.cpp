@@ -75,14 +75,22 @@ struct SVGExporter::tInternal {
     bool exportLines(const std::string& groupId,
                      const LineSegmentSet& set,
                      const std::string& styleName);
-    bool isWritable() const { return stream.is_open() && stream.good(); }
+    bool isOpen() const { return stream.rdbuf() != nullptr; }
+    bool isWritable() const { return isOpen() && stream.good(); }
+    bool start(std::streambuf& buffer);
 
     std::string title = "Illustration";
     std::string description;
-    std::ofstream stream;
+    std::filebuf file;
+    std::ostream stream{nullptr}; ///< Into the file or a buffer of the caller's; into none: closed.
     std::optional<ExportParameters> exportParameters;
     std::map<std::string, SVGLineStyle> lineStyles;
 };
+
+bool SVGExporter::tInternal::start(std::streambuf& buffer) {
+    stream.rdbuf(&buffer);
+    return writeHeader();
+}
 
 bool SVGExporter::tInternal::writeHeader() {
     if (!exportParameters || !stream.good()) {
@@ -140,6 +148,7 @@ bool SVGExporter::tInternal::exportLines(const std::string& groupId,
 SVGExporter::SVGExporter() : internal_(std::make_unique<tInternal>()) {
     const Wm4::ColorRGB black(0.0F, 0.0F, 0.0F);
     internal_->stream.imbue(std::locale::classic());
+    internal_->file.pubimbue(std::locale::classic());
     setLineStyle("silhouette", {black, kSilhouetteWidth});
     setLineStyle("crease", {black, kCreaseWidth});
 }
@@ -173,37 +182,35 @@ void SVGExporter::setLineStyle(const std::string& name, const SVGLineStyle& styl
 }
 
 bool SVGExporter::openFile(const std::string& path) {
-    std::ofstream& stream = internal_->stream;
-    if (stream.is_open()) {
+    std::filebuf& file = internal_->file;
+    if (internal_->isOpen()) {
         return false;
     }
     const std::string fileName = kx::kxStringUtils::convertCharset(
         path, kx::kxStringUtils::CS_UTF8, kx::kxStringUtils::CS_FILE_SYSTEM);
-    stream.clear();
     try {
-        stream.open(fileName);
+        if (file.open(fileName, std::ios::out) == nullptr) {
+            return false;
+        }
     } catch (...) {
         // Opened, but without the memory for a buffer: the next call shall find no open file.
-        stream.close();
+        file.close();
         throw;
     }
-    if (!stream.is_open()) {
-        return false;
-    }
-    if (!stream.good()) {
-        stream.close();
-        stream.setstate(std::ios::failbit);
-        return false;
-    }
-    return internal_->writeHeader();
+    return internal_->start(file);
+}
+
+bool SVGExporter::openBuffer(std::streambuf& buffer) {
+    return !internal_->isOpen() && internal_->start(buffer);
 }
 
 bool SVGExporter::closeFile() {
-    if (!internal_->stream.is_open()) {
+    if (!internal_->isOpen()) {
         return false;
     }
     const bool written = internal_->writeFooter();
-    internal_->stream.close();
+    internal_->stream.rdbuf(nullptr);
+    internal_->file.close();
     return written;
 }
 

@@ -10,6 +10,7 @@
 
 #include <map>
 #include <memory>
+#include <streambuf>
 #include <string>
 
 namespace ctr {
@@ -22,10 +23,10 @@ struct SVGLineStyle {
 
 /// Writes the visible lines of sets into an SVG file whose user unit is one millimetre.
 ///
-/// Call setExportParameters(), openFile(), any number of stream calls, closeFile(); then another
-/// file may follow with the same settings. Operations return false on failure and print nothing; a
-/// failed stream stays failed until the file is closed. Numbers are written with six significant
-/// digits, independent of locale. One thread uses an exporter at a time.
+/// Call setExportParameters(), openFile() or openBuffer(), any number of stream calls, closeFile();
+/// then another file may follow with the same settings. Operations return false on failure and
+/// print nothing; a failed stream stays failed until the file is closed. Numbers are written with
+/// six significant digits, independent of locale. One thread uses an exporter at a time.
 class CTR_EXPORT SVGExporter {
 public:
     /// Title "Illustration", no description, styles "silhouette" (0.2 mm) and "crease" (0.13 mm).
@@ -38,7 +39,7 @@ public:
     /// Takes a copy, used by everything that is written later.
     void setExportParameters(const ExportParameters& parameters);
 
-    /// The title of the next openFile(), written exactly as given: markup is the caller's to
+    /// The title of the next file, written exactly as given: markup is the caller's to
     /// escape. An empty text leaves its element out.
     void setTitle(const std::string& title);
     /// The description, likewise.
@@ -56,6 +57,12 @@ public:
     /// False when a file is open already, when the path cannot be written, and when no export
     /// parameters are set (the file is then open all the same).
     bool openFile(const std::string& path);
+    /// Writes the document into a buffer of the caller's instead of a file: std::stringbuf for
+    /// memory, or one of the host's own.
+    ///
+    /// The buffer has to live until closeFile(), which flushes it and lets go of it. Fails as
+    /// openFile() does.
+    bool openBuffer(std::streambuf& buffer);
     /// Writes the end of the document and closes. False when no file is open or writing failed.
     bool closeFile();
 

@@ -15,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <sstream>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -271,6 +272,58 @@ TEST_F(SVGFile, SettingsPersistFromFileToFile) {
 }
 
 // ---------------------------------------------------------------------------------------------
+
+/// Takes so many characters and no more.
+class FullBuffer : public std::streambuf {
+public:
+    explicit FullBuffer(std::size_t room) : room_(room) {}
+
+protected:
+    int_type overflow(int_type letter) override {
+        return room_ > 0 && room_-- > 0 ? traits_type::not_eof(letter) : traits_type::eof();
+    }
+
+private:
+    std::size_t room_;
+};
+
+TEST_F(SVGFile, MayBeABufferOfTheCallers) {
+    const SetPointer set = Bend();
+    EXPECT_TRUE(exporter_.openFile(path_));
+    EXPECT_TRUE(exporter_.streamLineSegments(*set, "crease"));
+    EXPECT_TRUE(exporter_.closeFile());
+    std::stringbuf buffer;
+    EXPECT_TRUE(exporter_.openBuffer(buffer));
+    EXPECT_FALSE(exporter_.openBuffer(buffer)) << "one at a time";
+    EXPECT_FALSE(exporter_.openFile(path_));
+    EXPECT_TRUE(exporter_.streamLineSegments(*set, "crease"));
+    EXPECT_TRUE(exporter_.closeFile());
+    EXPECT_EQ(buffer.str(), Contents(path_));
+    EXPECT_FALSE(exporter_.closeFile());
+}
+
+TEST_F(SVGFile, ABufferThatIsFullFailsUntilAnotherIsOpened) {
+    const SetPointer set = Bend();
+    FullBuffer none(10);
+    EXPECT_FALSE(exporter_.openBuffer(none));
+    EXPECT_FALSE(exporter_.streamLineSegments(*set, "crease"));
+    EXPECT_FALSE(exporter_.closeFile());
+    FullBuffer some(kXml.size() + kA4.size() + 20);
+    EXPECT_TRUE(exporter_.openBuffer(some));
+    EXPECT_FALSE(exporter_.streamLineSegments(*set, "crease"));
+    EXPECT_FALSE(exporter_.closeFile());
+    std::stringbuf buffer;
+    EXPECT_TRUE(exporter_.openBuffer(buffer));
+    EXPECT_TRUE(exporter_.closeFile());
+}
+
+TEST_F(SVGFile, ABufferStaysWithoutAHeadWhereThereAreNoExportParameters) {
+    SVGExporter exporter;
+    std::stringbuf buffer;
+    EXPECT_FALSE(exporter.openBuffer(buffer));
+    EXPECT_TRUE(exporter.closeFile());
+    EXPECT_EQ(buffer.str(), kEnd);
+}
 
 TEST(SVGLineStyles, StartWithSilhouettesAndCreases) {
     const SVGExporter exporter;
