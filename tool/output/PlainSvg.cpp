@@ -12,16 +12,18 @@
 
 #include <kxSceneGraph/kxAttributes.h>
 
+#include "output/BufferedFile.h"
 #include "output/PathShape.h"
 #include "output/Writers.h"
 #include "output/XmlText.h"
 
 #include <algorithm>
 #include <bit>
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <streambuf>
 #include <string>
+#include <string_view>
 
 namespace kxcontour {
 namespace {
@@ -158,11 +160,45 @@ ctr::SVGLineStyle StyleOf(const StrokeStyle& style) {
     return {{Channel(red), Channel(green), Channel(blue)}, static_cast<float>(style.width)};
 }
 
-/// The file itself for the exporter, which takes a path: no name in any folder, so nobody can put
-/// another file there.
-std::string PathOf(int descriptor) {
-    return "/proc/self/fd/" + std::to_string(descriptor);
-}
+/// Passes on what the exporter writes, and keeps the reason of a failure, of which a stream only
+/// knows that it was one.
+class ExporterBuffer : public std::streambuf {
+public:
+    explicit ExporterBuffer(int descriptor) : file_(descriptor) {}
+
+    /// Writes the rest; throws WriteFailure for the first failure of all.
+    void finish() {
+        if (reason_ != 0) {
+            throw WriteFailure(reason_);
+        }
+        file_.flush();
+    }
+
+protected:
+    std::streamsize xsputn(const char* text, std::streamsize count) override {
+        const auto size = static_cast<std::size_t>(count);
+        return tryTo([&] { file_ << std::string_view(text, size); }) ? count : 0;
+    }
+
+    int_type overflow(int_type letter) override {
+        const bool written = tryTo([&] { file_ << traits_type::to_char_type(letter); });
+        return written ? traits_type::not_eof(letter) : traits_type::eof();
+    }
+
+private:
+    /// Exceptions would not get through the stream.
+    template <class Write> bool tryTo(const Write& write) {
+        try {
+            write();
+        } catch (const WriteFailure& failure) {
+            reason_ = failure.reason();
+        }
+        return reason_ == 0;
+    }
+
+    BufferedFile file_;
+    int reason_ = 0; ///< Of the first failure; 0: none.
+};
 
 bool StreamGroups(ctr::SVGExporter& exporter, const PaperDrawing& drawing) {
     exporter.setExportParameters(PageUnits());
@@ -191,15 +227,12 @@ void WritePlainSvg(const PaperDrawing& drawing, int descriptor) {
     exporter.setExportParameters(SheetOf(drawing.page));
     exporter.setTitle(EscapeXml(drawing.title));
     exporter.setDescription(EscapeXml(drawing.description));
-    errno = 0;
-    const bool streamed = exporter.openFile(PathOf(descriptor)) && StreamGroups(exporter, drawing);
-    // Closing a file that has failed may succeed and forget why.
-    const int reason = errno;
-    if (!streamed) {
-        throw WriteFailure(reason);
-    }
-    if (!exporter.closeFile()) {
-        throw WriteFailure(errno);
+    ExporterBuffer file(descriptor);
+    const bool streamed = exporter.openBuffer(file) && StreamGroups(exporter, drawing);
+    const bool closed = exporter.closeFile();
+    file.finish();
+    if (!streamed || !closed) {
+        throw WriteFailure(0);
     }
 }
 

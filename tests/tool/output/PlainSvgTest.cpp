@@ -199,7 +199,7 @@ TEST(PlainSvg, WritesTheSameBytesWhateverTheLocale) {
 TEST(PlainSvg, SaysWhyItFails) {
     const TemporaryFolder folder;
     const PaperDrawing drawing = MakeDrawing({Polygon(100000, 50.0)});
-    EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(drawing, -1); }), ENOENT);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(drawing, -1); }), EBADF);
     EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(drawing, NewFile("/dev/full")); }), ENOSPC);
     EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(PaperDrawing(), NewFile("/dev/full")); }),
               ENOSPC);
