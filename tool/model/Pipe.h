@@ -46,8 +46,10 @@ public:
             bytesOverEnd(static_cast<const char*>(data), size);
             return;
         }
-        std::memcpy(buffer_->data() + used_, data, size);
-        used_ += size;
+        if (size > 0) { // Nothing may lie at null.
+            std::memcpy(buffer_->data() + used_, data, size);
+            used_ += size;
+        }
     }
 
     template <class T> void value(T value) {
