@@ -1,5 +1,5 @@
-// Builds the two levels of the grid in two walks over the lines: one counts the lines of the cells,
-// one those of the leaves, and notes which they are.
+// A cell is cut when it has become crowded, and again each time that its lines have quadrupled, so
+// that what is put anew into leaves is a third of all at most.
 #include "paper/CellGrid.h"
 
 #include "paper/Plane.h"
@@ -12,10 +12,14 @@ namespace {
 
 using namespace plane;
 
-/// Cells with more lines than this are cut; leaves aim at a few lines each.
-constexpr std::size_t kCrowd = 16;
-constexpr double kLinesPerLeaf = 2.0;
-constexpr int kMostParts = 1024;
+/// A cell with so many lines is cut so that a leaf has some one line, and again when it has some
+/// four.
+constexpr std::uint32_t kCrowd = 16;
+constexpr std::uint32_t kGrowthToCut = 4;
+constexpr double kMostParts = 1024.0;
+
+/// Lines for which a leaf makes room at first.
+constexpr std::uint32_t kFirstRoom = 4;
 
 /// A cell is never smaller than so many reaches, so that few lines are in a cell only because they
 /// come near it.
@@ -72,23 +76,23 @@ CellRaster RasterOver(const std::vector<PaperLine>& lines, double reach) {
     return raster;
 }
 
-/// Turns counts into places: element i becomes the sum of all up to i, and one more element is the
-/// sum of all.
-void SumUp(std::vector<std::uint32_t>& counts) {
-    std::uint32_t sum = 0;
-    for (std::uint32_t& count : counts) {
-        sum += count;
-        count = sum;
-    }
-    counts.push_back(sum);
-}
-
 } // namespace
 
-CellGrid::CellGrid(const std::vector<PaperLine>& lines, double reach)
-    : raster_(RasterOver(lines, reach)) {
-    cutCrowdedCells(lines, reach);
-    fillLeaves(lines, reach);
+CellGrid::CellGrid(const std::vector<PaperLine>& expected, double reach)
+    : reach_(reach), raster_(RasterOver(expected, reach)), cells_(raster_.cellCount()) {
+    lines_.reserve(expected.size());
+    lastVisit_.reserve(expected.size());
+}
+
+std::uint32_t CellGrid::insert(const PaperLine& line) {
+    const auto number = static_cast<std::uint32_t>(lines_.size());
+    lines_.push_back(line);
+    lastVisit_.push_back(visits_);
+    VisitCells(raster_, line, reach_, [&](std::size_t cell) {
+        insertInto(cell, number);
+        return true;
+    });
+    return number;
 }
 
 CellRaster CellGrid::partsOf(std::size_t cell) const {
@@ -97,53 +101,74 @@ CellRaster CellGrid::partsOf(std::size_t cell) const {
     const std::size_t column = cell % columns;
     const Point corner{static_cast<double>(column) * raster_.size,
                        static_cast<double>(row) * raster_.size};
-    const int parts = parts_[cell];
+    const auto parts = static_cast<int>(cells_[cell].parts);
     return {raster_.origin + corner, raster_.size / parts, parts, parts};
 }
 
-void CellGrid::cutCrowdedCells(const std::vector<PaperLine>& lines, double reach) {
-    std::vector<std::uint32_t> counts(raster_.cellCount());
-    for (const PaperLine& line : lines) {
-        VisitCells(raster_, line, reach, [&](std::size_t cell) { ++counts[cell]; });
+void CellGrid::insertInto(std::size_t cell, std::uint32_t number) {
+    Cell& at = cells_[cell];
+    if (at.firstLeaf == kNone) {
+        at.cutAt = kCrowd;
+        addLeaves(at);
     }
-    const double mostParts = raster_.size / (kLeastReaches * reach);
-    parts_.assign(counts.size(), 1);
-    firstLeaf_.assign(1, 0);
-    firstLeaf_.reserve(counts.size() + 1);
-    for (std::size_t cell = 0; cell < counts.size(); ++cell) {
-        if (counts[cell] > kCrowd) {
-            const double wanted = std::sqrt(static_cast<double>(counts[cell]) / kLinesPerLeaf);
-            parts_[cell] = static_cast<std::uint16_t>(
-                std::clamp(std::min(wanted, mostParts), 1.0, static_cast<double>(kMostParts)));
-        }
-        const std::uint32_t parts = parts_[cell];
-        firstLeaf_.push_back(firstLeaf_.back() + parts * parts);
+    insertIntoLeaves(cell, number);
+    if (++at.size == at.cutAt) {
+        cut(cell);
     }
 }
 
-void CellGrid::fillLeaves(const std::vector<PaperLine>& lines, double reach) {
-    starts_.assign(firstLeaf_.back(), 0);
-    std::vector<std::uint32_t> leaves; // Of all lines, one line after the other.
-    std::vector<std::uint32_t> ends;   // By line: where its leaves end.
-    leaves.reserve(4 * lines.size());
-    ends.reserve(lines.size());
-    for (const PaperLine& line : lines) {
-        visitLeaves(line, reach, [&](std::size_t leaf) {
-            ++starts_[leaf];
-            leaves.push_back(static_cast<std::uint32_t>(leaf));
-        });
-        ends.push_back(static_cast<std::uint32_t>(leaves.size()));
-    }
-    SumUp(starts_);
-    entries_.resize(leaves.size());
-    // From the last line to the first, each leaf fills from its end to its start: the starts end up
-    // where they belong and the lines in increasing order.
-    std::size_t next = leaves.size();
-    for (std::size_t i = lines.size(); i-- > 0;) {
-        for (const std::size_t first = i > 0 ? ends[i - 1] : 0; next > first;) {
-            entries_[--starts_[leaves[--next]]] = static_cast<std::uint32_t>(i);
+void CellGrid::addLeaves(Cell& cell) {
+    cell.firstLeaf = static_cast<std::uint32_t>(leaves_.size());
+    leaves_.resize(leaves_.size() + std::size_t{cell.parts} * cell.parts);
+}
+
+void CellGrid::insertIntoLeaves(std::size_t cell, std::uint32_t number) {
+    visitLeavesOf(cell, lines_[number], reach_, [&](std::uint32_t at) {
+        Leaf& leaf = leaves_[at];
+        if (leaf.size == leaf.room) {
+            makeRoom(leaf);
         }
+        entries_[leaf.first + leaf.size++] = number;
+        return true;
+    });
+}
+
+void CellGrid::makeRoom(Leaf& leaf) {
+    const auto first = static_cast<std::uint32_t>(entries_.size());
+    leaf.room = leaf.room == 0 ? kFirstRoom : 2 * leaf.room;
+    entries_.resize(entries_.size() + leaf.room);
+    std::copy_n(entries_.begin() + leaf.first, leaf.size, entries_.begin() + first);
+    leaf.first = first;
+}
+
+void CellGrid::cut(std::size_t cell) {
+    Cell& at = cells_[cell];
+    at.cutAt *= kGrowthToCut;
+    const double most = std::min(raster_.size / (kLeastReaches * reach_), kMostParts);
+    const double wanted = std::sqrt(static_cast<double>(at.size));
+    const auto parts = static_cast<std::uint32_t>(std::max(std::min(wanted, most), 1.0));
+    if (parts <= at.parts) {
+        return;
     }
+    const std::vector<std::uint32_t> numbers = linesOf(at);
+    at.parts = parts;
+    addLeaves(at);
+    for (const std::uint32_t number : numbers) {
+        insertIntoLeaves(cell, number);
+    }
+}
+
+/// In increasing order.
+std::vector<std::uint32_t> CellGrid::linesOf(const Cell& cell) const {
+    std::vector<std::uint32_t> numbers;
+    for (std::uint32_t part = 0; part < cell.parts * cell.parts; ++part) {
+        const Leaf& leaf = leaves_[cell.firstLeaf + part];
+        const auto first = entries_.begin() + leaf.first;
+        numbers.insert(numbers.end(), first, first + leaf.size);
+    }
+    std::sort(numbers.begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    return numbers;
 }
 
 } // namespace kxcontour

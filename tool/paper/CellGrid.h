@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <utility>
 #include <vector>
 
@@ -43,9 +42,10 @@ inline CellRange CellsBetween(double low, double high, double size, int count) {
 }
 
 /// Calls visit(cell number) once for every cell of the raster that comes within reach of the line
-/// (measured along the axes), and possibly for cells that come a little less near.
+/// (measured along the axes), and possibly for cells that come a little less near. Ends when visit
+/// returns false, and then returns false as well.
 template <class tVisit>
-void VisitCells(const CellRaster& raster, const PaperLine& line, double reach, tVisit visit) {
+bool VisitCells(const CellRaster& raster, const PaperLine& line, double reach, tVisit visit) {
     Point low{line.a.x - raster.origin.x, line.a.y - raster.origin.y};
     Point high{line.b.x - raster.origin.x, line.b.y - raster.origin.y};
     if (high.y < low.y) {
@@ -66,54 +66,136 @@ void VisitCells(const CellRaster& raster, const PaperLine& line, double reach, t
             CellsBetween(std::min(enters, leaves) - reach, std::max(enters, leaves) + reach,
                          raster.size, raster.columns);
         for (int column = columns.first; column <= columns.last; ++column) {
-            visit(static_cast<std::size_t>(row) * static_cast<std::size_t>(raster.columns) +
-                  static_cast<std::size_t>(column));
+            if (!visit(static_cast<std::size_t>(row) * static_cast<std::size_t>(raster.columns) +
+                       static_cast<std::size_t>(column))) {
+                return false;
+            }
         }
     }
+    return true;
 }
 
-/// Which lines are near a place. Two levels: the sheet is cut into about as many cells as there are
-/// lines, and every cell in which many lines meet is cut again, so that a dense figure on a large
-/// sheet costs no more than one that fills it.
+/// Which lines are near a place, of lines that come one after the other. Two levels: the sheet is
+/// cut into about as many cells as lines are expected, and every cell in which many lines meet is
+/// cut again as they come, so that a dense figure on a large sheet costs no more than one that
+/// fills it, and lines that are never inserted cost nothing.
 class CellGrid {
 public:
-    /// Numbers the lines as they come. Two lines that come within reach of each other share a cell
-    /// that the thin one of visit() enters. Lines have to be finite; together they may be in 2^32 -
-    /// 1 cells. O(n) time and memory for n lines that are short or few.
-    CellGrid(const std::vector<PaperLine>& lines, double reach);
+    /// Made for lines like the expected ones, none of which is in it yet. Lines have to be finite.
+    CellGrid(const std::vector<PaperLine>& expected, double reach);
 
-    /// Calls visit(numbers of lines in increasing order) for every cell that the line enters.
-    /// A line that is in several of these cells comes several times.
-    template <class tVisit> void visit(const PaperLine& line, tVisit visit) const {
-        visitLeaves(line, 0.0, [&](std::size_t leaf) {
-            visit(std::span<const std::uint32_t>(entries_.data() + starts_[leaf],
-                                                 starts_[leaf + 1] - starts_[leaf]));
-        });
-    }
+    /// Returns the line's number; they count from 0 on. The line lies within the rectangle around
+    /// those expected. Together lines may be in 2^32 - 1 cells.
+    std::uint32_t insert(const PaperLine& line);
+
+    const PaperLine& line(std::uint32_t number) const { return lines_[number]; }
+
+    /// Calls visit(number) once for every line that shares a cell with this one: in particular for
+    /// all lines that come within reach of it. Cells in which many lines meet come last, the fuller
+    /// the later. Ends when visit returns false, and then returns false as well.
+    template <class tVisit> bool visit(const PaperLine& line, tVisit visit);
+
+    /// How many cells, and lines in them, all visits so far looked at.
+    std::size_t looks() const { return looks_; }
 
 private:
+    static constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
+
+    /// Its lines follow each other in entries_. When there is no more room, they move to its end.
+    struct Leaf {
+        std::uint32_t first = 0;
+        std::uint32_t size = 0;
+        std::uint32_t room = 0;
+    };
+
+    /// Is one leaf, or is cut into parts * parts of them.
+    struct Cell {
+        std::uint32_t firstLeaf = kNone; ///< None as long as the cell is empty.
+        std::uint32_t size = 0;          ///< Lines in it.
+        std::uint32_t cutAt = 0;         ///< The size at which it is cut anew.
+        std::uint32_t parts = 1;
+    };
+
+    struct FullLeaf {
+        std::uint32_t size = 0;
+        std::uint32_t leaf = 0;
+
+        bool operator<(const FullLeaf& other) const {
+            return size != other.size ? size < other.size : leaf < other.leaf;
+        }
+    };
+
+    /// Calls visit(leaf) for those of all cells in use, or until it returns false.
     template <class tVisit>
-    void visitLeaves(const PaperLine& line, double reach, tVisit visit) const {
-        VisitCells(raster_, line, reach, [&](std::size_t cell) {
-            const std::size_t first = firstLeaf_[cell];
-            if (parts_[cell] == 1) {
-                visit(first);
-                return;
-            }
-            VisitCells(partsOf(cell), line, reach, [&](std::size_t part) { visit(first + part); });
+    bool visitLeaves(const PaperLine& line, double reach, tVisit visit) const {
+        return VisitCells(raster_, line, reach, [&](std::size_t cell) {
+            return cells_[cell].firstLeaf == kNone || visitLeavesOf(cell, line, reach, visit);
         });
     }
 
-    CellRaster partsOf(std::size_t cell) const;
-    void cutCrowdedCells(const std::vector<PaperLine>& lines, double reach);
-    void fillLeaves(const std::vector<PaperLine>& lines, double reach);
+    template <class tVisit>
+    bool visitLeavesOf(std::size_t cell, const PaperLine& line, double reach, tVisit visit) const {
+        const std::uint32_t first = cells_[cell].firstLeaf;
+        if (cells_[cell].parts == 1) {
+            return visit(first);
+        }
+        return VisitCells(partsOf(cell), line, reach, [&](std::size_t part) {
+            return visit(first + static_cast<std::uint32_t>(part));
+        });
+    }
 
+    template <class tVisit> bool visitLines(std::uint32_t leaf, tVisit visit);
+
+    CellRaster partsOf(std::size_t cell) const;
+    void insertInto(std::size_t cell, std::uint32_t number);
+    void insertIntoLeaves(std::size_t cell, std::uint32_t number);
+    void addLeaves(Cell& cell);
+    void makeRoom(Leaf& leaf);
+    void cut(std::size_t cell);
+    std::vector<std::uint32_t> linesOf(const Cell& cell) const;
+
+    /// A leaf with more lines than this is left for the end of a visit.
+    static constexpr std::uint32_t kFull = 16;
+
+    double reach_;
     CellRaster raster_;
-    std::vector<std::uint16_t> parts_; ///< A cell is cut into so many columns and rows.
-    // Half the size of std::size_t is twice the cells in the processor's cache.
-    std::vector<std::uint32_t> firstLeaf_; ///< Of a cell; one more at the end: their number.
-    std::vector<std::uint32_t> starts_;    ///< Of a leaf's lines in entries_; one more at the end.
+    std::vector<Cell> cells_;
+    // Places that are used no more are left behind: they are no more than those in use.
+    std::vector<Leaf> leaves_;
     std::vector<std::uint32_t> entries_;
+    std::vector<PaperLine> lines_;
+    // Of visits:
+    std::vector<std::uint32_t> lastVisit_; ///< By line: the number of the last one it came in.
+    std::uint32_t visits_ = 0;
+    std::vector<FullLeaf> fullLeaves_;
+    std::size_t looks_ = 0;
 };
+
+template <class tVisit> bool CellGrid::visit(const PaperLine& line, tVisit visit) {
+    ++visits_;
+    fullLeaves_.clear();
+    const bool goesOn = visitLeaves(line, 0.0, [&](std::uint32_t leaf) {
+        ++looks_;
+        if (leaves_[leaf].size > kFull) {
+            fullLeaves_.push_back({leaves_[leaf].size, leaf});
+            return true;
+        }
+        return visitLines(leaf, visit);
+    });
+    std::sort(fullLeaves_.begin(), fullLeaves_.end());
+    return goesOn && std::all_of(fullLeaves_.begin(), fullLeaves_.end(), [&](const FullLeaf& full) {
+               return visitLines(full.leaf, visit);
+           });
+}
+
+template <class tVisit> bool CellGrid::visitLines(std::uint32_t leaf, tVisit visit) {
+    const std::uint32_t* const first = entries_.data() + leaves_[leaf].first;
+    looks_ += leaves_[leaf].size;
+    return std::all_of(first, first + leaves_[leaf].size, [&](std::uint32_t number) {
+        const bool isNew = lastVisit_[number] != visits_;
+        lastVisit_[number] = visits_;
+        return !isNew || visit(number);
+    });
+}
 
 } // namespace kxcontour

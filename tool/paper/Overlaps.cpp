@@ -9,6 +9,8 @@
 #include "paper/Plane.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <limits>
 #include <numeric>
 
 namespace kxcontour {
@@ -101,43 +103,105 @@ Queue QueueOf(const std::vector<LineGroup>& groups) {
     return queue;
 }
 
+/// What is left of an earlier line, beside the line at hand.
+struct Neighbour {
+    std::uint32_t number = 0; ///< In the grid.
+    Stretch beside;           ///< Its projection onto the line at hand.
+};
+
+/// Neighbours of a line, to be asked which of them lie beside a part of it. A tree over them in the
+/// order in which they begin: the middle one of a range is its root, with the farthest end of the
+/// range (Cormen, Leiserson, Rivest: Introduction to Algorithms, interval trees).
+class NeighbourTree {
+public:
+    void build(std::vector<Neighbour>& neighbours) {
+        neighbours_.swap(neighbours);
+        std::sort(neighbours_.begin(), neighbours_.end(),
+                  [](const Neighbour& p, const Neighbour& q) {
+                      return p.beside.from != q.beside.from ? p.beside.from < q.beside.from
+                                                            : p.number < q.number;
+                  });
+        farthest_.resize(neighbours_.size());
+        measure(0, neighbours_.size());
+    }
+
+    /// Calls visit(neighbour) for all that have more than a point in common with the part.
+    /// O(log n) for each of them and for the question.
+    template <class tVisit> void visit(const Stretch& part, tVisit visit) const {
+        visitRange(0, neighbours_.size(), part, visit);
+    }
+
+private:
+    double measure(std::size_t first, std::size_t last) {
+        if (first == last) {
+            return -std::numeric_limits<double>::infinity();
+        }
+        const std::size_t root = first + (last - first) / 2;
+        farthest_[root] =
+            std::max({neighbours_[root].beside.to, measure(first, root), measure(root + 1, last)});
+        return farthest_[root];
+    }
+
+    template <class tVisit>
+    void visitRange(std::size_t first, std::size_t last, const Stretch& part, tVisit& visit) const {
+        while (first != last) {
+            const std::size_t root = first + (last - first) / 2;
+            if (farthest_[root] <= part.from) {
+                return;
+            }
+            visitRange(first, root, part, visit);
+            if (neighbours_[root].beside.from >= part.to) {
+                return;
+            }
+            if (neighbours_[root].beside.to > part.from) {
+                visit(neighbours_[root]);
+            }
+            first = root + 1;
+        }
+    }
+
+    std::vector<Neighbour> neighbours_;
+    std::vector<double> farthest_; ///< By root: the farthest end of its range.
+};
+
 /// Does the work: goes through the lines once and remembers what is left of each.
 class Sweeper {
 public:
     Sweeper(const std::vector<PaperLine>& lines, double tolerance)
-        : lines_(lines), tolerance_(tolerance), grid_(lines, tolerance * kReachPerTolerance),
-          lastAsked_(lines.size(), kNobody) {
+        : lines_(lines), tolerance_(tolerance), grid_(lines, tolerance * kReachPerTolerance) {
         firstRemains_.reserve(lines.size() + 1);
         firstRemains_.push_back(0);
         remains_.reserve(lines.size());
-        isWhole_.reserve(lines.size());
     }
 
     void sweep() {
-        for (std::size_t i = 0; i < lines_.size(); ++i) {
-            const Ray later(lines_[i]);
-            findNeighbours(static_cast<std::uint32_t>(i), later);
+        for (const PaperLine& line : lines_) {
+            const Ray later(line);
             const std::size_t before = remains_.size();
             if (later.length > 0.0) {
                 keepRests(later);
             } else {
-                keepDot(later.line.a);
+                keepDot(line.a);
+            }
+            for (std::size_t k = before; k < remains_.size(); ++k) {
+                grid_.insert({later.at(remains_[k].from), later.at(remains_[k].to)});
             }
             firstRemains_.push_back(remains_.size());
-            isWhole_.push_back(remains_.size() == before + 1 &&
-                               remains_.back().length() == later.length);
+            const bool isWhole =
+                remains_.size() == before + 1 && remains_.back().length() == later.length;
+            isAllWhole_ = isAllWhole_ && isWhole;
         }
     }
 
-    bool isAllWhole() const {
-        return std::find(isWhole_.begin(), isWhole_.end(), false) == isWhole_.end();
-    }
+    bool isAllWhole() const { return isAllWhole_; }
+
+    /// How many cells of the grid, lines in them and neighbours of rests were looked at.
+    std::size_t looks() const { return grid_.looks() + looksBeside_; }
 
     /// What is left of a line, in order along it.
     void appendRemains(std::size_t i, std::vector<PaperLine>& to) const {
-        const Ray ray(lines_[i]);
         for (std::size_t k = firstRemains_[i]; k < firstRemains_[i + 1]; ++k) {
-            to.push_back({ray.at(remains_[k].from), ray.at(remains_[k].to)});
+            to.push_back(grid_.line(static_cast<std::uint32_t>(k)));
         }
     }
 
@@ -152,48 +216,17 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t kNobody = static_cast<std::uint32_t>(-1);
-
-    /// What an earlier line may do to the one at hand, as far as a cheap look at both tells.
+    /// What is left of an earlier line may do to the one at hand, as far as a cheap look tells.
     enum class Relation : std::uint8_t { Apart, Crossing, Beside };
 
-    /// Gathers what is left of earlier lines beside this one.
-    void findNeighbours(std::uint32_t number, const Ray& later) {
-        near_.clear();
-        crossing_.clear();
-        grid_.visit(later.line, [&](std::span<const std::uint32_t> near) {
-            for (const std::uint32_t other : near) {
-                if (other >= number) {
-                    break;
-                }
-                if (lastAsked_[other] != number) {
-                    lastAsked_[other] = number;
-                    takeNeighbour(other, later);
-                }
-            }
-        });
-    }
-
-    void takeNeighbour(std::uint32_t number, const Ray& later) {
-        const Relation relation = relationOf(later, lines_[number]);
-        if (relation == Relation::Crossing && isWhole_[number]) {
-            crossing_.push_back(number);
-        } else if (relation != Relation::Apart) {
-            addPiecesOf(number, later);
-        }
-    }
-
-    /// The stretches of an earlier line's pieces are parts of the whole one's, over which the
-    /// distance grows or falls evenly. Where that stays off the earlier line on one side, so do
-    /// they all. Where an end of it is off, nothing covers the whole of the later line, as long as
-    /// the earlier one is whole: it can only cover a rest. Both are left open within rounding.
-    Relation relationOf(const Ray& later, const PaperLine& earlier) const {
-        if (later.length == 0.0) {
-            return Relation::Beside;
-        }
-        const Stretch common = commonStretch(later, {0.0, later.length}, earlier);
-        const Point along = earlier.b - earlier.a;
-        const double start = Cross(along, later.line.a - earlier.a);
+    /// Over the part of a piece that is beside the line the distance grows or falls evenly. Where
+    /// that stays off the piece on one side, nothing is covered. Where an end of it is off, the
+    /// piece covers nothing of the line as a whole: it can only cover a rest. Both are left open
+    /// within rounding.
+    Relation relationOf(const Ray& later, const PaperLine& piece) const {
+        const Stretch common = commonStretch({0.0, later.length}, projectionOf(piece, later));
+        const Point along = piece.b - piece.a;
+        const double start = Cross(along, later.line.a - piece.a);
         const double slope = Cross(along, later.direction);
         const double from = start + slope * common.from;
         const double to = start + slope * common.to;
@@ -212,25 +245,10 @@ private:
         return farthest * farthest > square ? Relation::Crossing : Relation::Beside;
     }
 
-    /// A long line may be in many pieces: only those beside the later line are taken.
-    void addPiecesOf(std::uint32_t number, const Ray& later) {
-        const Ray earlier(lines_[number]);
-        const double p = earlier.along(later.line.a);
-        const double q = earlier.along(later.line.b);
-        const auto begin = remains_.begin() + static_cast<std::ptrdiff_t>(firstRemains_[number]);
-        const auto end = remains_.begin() + static_cast<std::ptrdiff_t>(firstRemains_[number + 1]);
-        auto piece =
-            std::lower_bound(begin, end, std::min(p, q) - tolerance_,
-                             [](const Stretch& stretch, double at) { return stretch.to < at; });
-        for (; piece != end && piece->from <= std::max(p, q) + tolerance_; ++piece) {
-            near_.push_back({earlier.at(piece->from), earlier.at(piece->to)});
-        }
-    }
-
     void keepDot(Point dot) {
-        const bool isHidden = std::any_of(near_.begin(), near_.end(),
-                                          [&](const PaperLine& line) { return isNear(dot, line); });
-        if (!isHidden) {
+        const bool isShown = grid_.visit(
+            {dot, dot}, [&](std::uint32_t number) { return !isNear(dot, grid_.line(number)); });
+        if (isShown) {
             remains_.push_back({});
         }
     }
@@ -240,7 +258,19 @@ private:
     /// again until nothing more is found. Every cut takes half a tolerance away, and most lines
     /// need one round, those that are cut two.
     void keepRests(const Ray& later) {
-        rests_.assign(1, {0.0, later.length});
+        const Stretch whole{0.0, later.length};
+        if (isCoveredByOne(later, whole)) {
+            return;
+        }
+        if (covers_.empty()) {
+            remains_.push_back(whole);
+            return;
+        }
+        rests_.clear();
+        cut(whole);
+        if (!rests_.empty()) {
+            plantTree(later);
+        }
         while (!rests_.empty()) {
             const Stretch rest = rests_.back();
             rests_.pop_back();
@@ -249,34 +279,66 @@ private:
                 remains_.push_back(rest);
             } else {
                 cut(rest);
-                addCrossing(later);
             }
         }
     }
 
-    /// Once there are rests, what crosses the line may cover one of them.
-    void addCrossing(const Ray& later) {
-        for (const std::uint32_t number : crossing_) {
-            addPiecesOf(number, later);
-        }
+    /// Gathers what is near the line and what of it covers the whole line in part. Ends as soon as
+    /// one piece alone leaves no rest that is worth it: what else is near can only cover more.
+    bool isCoveredByOne(const Ray& later, const Stretch& whole) {
+        near_.clear();
         crossing_.clear();
+        covers_.clear();
+        return !grid_.visit(later.line, [&](std::uint32_t number) {
+            const PaperLine& piece = grid_.line(number);
+            const Relation relation = relationOf(later, piece);
+            if (relation == Relation::Crossing) {
+                crossing_.push_back(number);
+            }
+            if (relation != Relation::Beside) {
+                return true;
+            }
+            near_.push_back({number, projectionOf(piece, later)});
+            const std::size_t before = covers_.size();
+            findCover(later, whole, near_.back());
+            return covers_.size() == before || isWorthIt({whole.from, covers_.back().from}) ||
+                   isWorthIt({covers_.back().to, whole.to});
+        });
+    }
+
+    /// Once there are rests, what crosses the line may cover one of them.
+    void plantTree(const Ray& later) {
+        for (const std::uint32_t number : crossing_) {
+            near_.push_back({number, projectionOf(grid_.line(number), later)});
+        }
+        tree_.build(near_);
     }
 
     void findCovers(const Ray& later, const Stretch& rest) {
         covers_.clear();
-        for (const PaperLine& earlier : near_) {
-            const Stretch common = commonStretch(later, rest, earlier);
-            if (isLongEnough(common, later, rest, earlier) &&
-                isNear(later.at(common.from), earlier) && isNear(later.at(common.to), earlier)) {
-                covers_.push_back(common);
-            }
+        tree_.visit(rest, [&](const Neighbour& piece) {
+            ++looksBeside_;
+            findCover(later, rest, piece);
+        });
+    }
+
+    void findCover(const Ray& later, const Stretch& rest, const Neighbour& neighbour) {
+        const PaperLine& piece = grid_.line(neighbour.number);
+        const Stretch common = commonStretch(rest, neighbour.beside);
+        if (isLongEnough(common, later, rest, piece) && isNear(later.at(common.from), piece) &&
+            isNear(later.at(common.to), piece)) {
+            covers_.push_back(common);
         }
     }
 
-    static Stretch commonStretch(const Ray& later, const Stretch& rest, const PaperLine& earlier) {
-        const double p = later.along(earlier.a);
-        const double q = later.along(earlier.b);
-        return {std::max(rest.from, std::min(p, q)), std::min(rest.to, std::max(p, q))};
+    static Stretch projectionOf(const PaperLine& piece, const Ray& later) {
+        const double p = later.along(piece.a);
+        const double q = later.along(piece.b);
+        return {std::min(p, q), std::max(p, q)};
+    }
+
+    static Stretch commonStretch(const Stretch& rest, const Stretch& other) {
+        return {std::max(rest.from, other.from), std::min(rest.to, other.to)};
     }
 
     bool isLongEnough(const Stretch& common,
@@ -295,8 +357,7 @@ private:
         return SquaredDistanceToLine(p, line.a, line.b) <= tolerance_ * tolerance_;
     }
 
-    /// Puts what the covers leave on the pile of rests, so that the first one is on top. A rest is
-    /// only worth it when it is no shorter than the tolerance.
+    /// Puts what the covers leave on the pile of rests, so that the first one is on top.
     void cut(const Stretch& rest) {
         std::sort(covers_.begin(), covers_.end(), [](const Stretch& s, const Stretch& t) {
             return s.from < t.from || (s.from == t.from && s.to < t.to);
@@ -312,22 +373,26 @@ private:
     }
 
     void pile(const Stretch& rest) {
-        if (rest.length() >= tolerance_) {
+        if (isWorthIt(rest)) {
             rests_.push_back(rest);
         }
     }
 
+    /// A rest has to be no shorter than the tolerance.
+    bool isWorthIt(const Stretch& rest) const { return rest.length() >= tolerance_; }
+
     const std::vector<PaperLine>& lines_;
     double tolerance_;
-    CellGrid grid_;
-    std::vector<std::uint32_t> lastAsked_; ///< By line: the last one it was compared with.
+    CellGrid grid_; ///< What is left of the lines so far, numbered as in remains_.
     std::vector<std::size_t> firstRemains_;
     std::vector<Stretch> remains_; ///< Of all lines so far, one line after the other.
-    std::vector<bool> isWhole_;    ///< By line: whether nothing was cut out of it.
+    bool isAllWhole_ = true;
+    std::size_t looksBeside_ = 0;
     // Of the line at hand:
-    std::vector<PaperLine> near_;
-    std::vector<std::uint32_t> crossing_; ///< Not yet in near_.
-    std::vector<Stretch> rests_;          ///< Still to be looked at, the next one last.
+    std::vector<Neighbour> near_;
+    std::vector<std::uint32_t> crossing_; ///< Not in near_, as long as there are no rests.
+    NeighbourTree tree_;
+    std::vector<Stretch> rests_; ///< Still to be looked at, the next one last.
     std::vector<Stretch> covers_;
 };
 
@@ -359,6 +424,13 @@ std::vector<std::vector<LineShare>> SharesLeft(const PaperLines& lines, double t
         }
     }
     return shares;
+}
+
+std::size_t LooksForOverlaps(const PaperLines& lines, double tolerance) {
+    const Queue queue = QueueOf(lines.groups);
+    Sweeper sweeper(queue.lines, tolerance);
+    sweeper.sweep();
+    return sweeper.looks();
 }
 
 } // namespace kxcontour

@@ -3,6 +3,7 @@
 
 #include "paper/Paper.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -22,8 +23,10 @@ namespace kxcontour {
 /// something that stays; but for rests shorter than tolerance, which go as well and may be twice as
 /// far. No two lines of the result lie on each other.
 ///
-/// tolerance in millimetres, over 0. Coordinates are finite. Expected O(n log n) for n lines that
-/// do not crowd.
+/// tolerance in millimetres, over 0. Coordinates are finite. Expected O(n log n) for n lines of
+/// which few cross each other, however many lie on one: what one earlier line shows as a whole is
+/// looked for until the first such line is found. Lines that only many shorter ones cover together
+/// cost as much as there are of these.
 ///
 /// Returns whether anything went.
 bool RemoveOverlaps(PaperLines& lines, double tolerance);
@@ -37,5 +40,9 @@ struct LineShare {
 
 /// What RemoveOverlaps() would leave of the lines of each group, in order along each line.
 std::vector<std::vector<LineShare>> SharesLeft(const PaperLines& lines, double tolerance);
+
+/// What that costs on any machine: how many cells of a grid, lines in them and parts of lines are
+/// looked at.
+std::size_t LooksForOverlaps(const PaperLines& lines, double tolerance);
 
 } // namespace kxcontour

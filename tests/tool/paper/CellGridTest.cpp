@@ -28,17 +28,25 @@ bool ComeWithinReach(const PaperLine& p, const PaperLine& q) {
     return false;
 }
 
-std::set<std::uint32_t> Found(const CellGrid& grid, const PaperLine& line) {
+CellGrid GridOf(const std::vector<PaperLine>& lines, double reach) {
+    CellGrid grid(lines, reach);
+    for (std::uint32_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(grid.insert(lines[i]), i);
+    }
+    return grid;
+}
+
+std::set<std::uint32_t> Found(CellGrid& grid, const PaperLine& line) {
     std::set<std::uint32_t> found;
-    grid.visit(line, [&](std::span<const std::uint32_t> near) {
-        EXPECT_TRUE(std::is_sorted(near.begin(), near.end()));
-        found.insert(near.begin(), near.end());
-    });
+    EXPECT_TRUE(grid.visit(line, [&](std::uint32_t number) {
+        EXPECT_TRUE(found.insert(number).second) << number << " comes twice";
+        return true;
+    }));
     return found;
 }
 
 void ExpectAllNeighbours(const std::vector<PaperLine>& lines) {
-    const CellGrid grid(lines, kReach);
+    CellGrid grid = GridOf(lines, kReach);
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const std::set<std::uint32_t> found = Found(grid, lines[i]);
         for (std::uint32_t j = 0; j < lines.size(); ++j) {
@@ -81,18 +89,52 @@ TEST(CellGrid, TakesADenseFigureInACornerOfALargeSheetApart) {
         const Point a = tool_test::RandomPoint(random, 40.0F);
         lines.push_back({a, {a.x + 0.1, a.y + 0.1}});
     }
-    const CellGrid grid(lines, 0.001);
-    std::size_t asked = 0;
+    CellGrid grid = GridOf(lines, 0.001);
     for (const PaperLine& line : lines) {
-        grid.visit(line, [&](std::span<const std::uint32_t> near) { asked += near.size(); });
+        grid.visit(line, [](std::uint32_t) { return true; });
     }
     // On one level all the short lines would be in some 30 cells: 13 million neighbours.
-    EXPECT_LT(asked, 20 * lines.size());
+    EXPECT_LT(grid.looks(), 30 * lines.size());
+}
+
+TEST(CellGrid, HasNothingThatWasNotInserted) {
+    const std::vector<PaperLine> lines{{{0, 0}, {5, 5}}, {{5, 0}, {0, 5}}};
+    CellGrid grid(lines, kReach);
+    EXPECT_TRUE(Found(grid, lines[0]).empty());
+    EXPECT_EQ(grid.insert(lines[1]), 0U);
+    EXPECT_EQ(Found(grid, lines[0]).size(), 1U);
+    EXPECT_EQ(grid.line(0).a.x, 5.0);
+}
+
+TEST(CellGrid, AVisitEndsWhenItIsTold) {
+    const std::vector<PaperLine> lines(5, PaperLine{{0, 0}, {5, 5}});
+    CellGrid grid = GridOf(lines, kReach);
+    int visits = 0;
+    EXPECT_FALSE(grid.visit(lines[0], [&](std::uint32_t) { return ++visits < 3; }));
+    EXPECT_EQ(visits, 3);
+}
+
+// A crowd at the start of a line need not be looked at when its other end tells enough.
+TEST(CellGrid, VisitsTheCrowdLast) {
+    std::vector<PaperLine> lines;
+    for (int i = 0; i < 500; ++i) {
+        lines.push_back({{0, 0}, {0.001 * i, 0.2}});
+    }
+    lines.push_back({{90, 0}, {100, 0}});
+    CellGrid grid = GridOf(lines, kReach);
+    std::vector<std::uint32_t> order;
+    grid.visit({{0, 0}, {100, 0}}, [&](std::uint32_t number) {
+        order.push_back(number);
+        return true;
+    });
+    ASSERT_EQ(order.size(), lines.size());
+    EXPECT_EQ(order.front(), lines.size() - 1);
 }
 
 TEST(CellGrid, TakesNothingAndAPoint) {
-    EXPECT_TRUE(Found(CellGrid({}, kReach), {{0, 0}, {1, 1}}).empty());
-    const CellGrid grid({{{3, 4}, {3, 4}}}, kReach);
+    CellGrid empty({}, kReach);
+    EXPECT_TRUE(Found(empty, {{0, 0}, {1, 1}}).empty());
+    CellGrid grid = GridOf({{{3, 4}, {3, 4}}}, kReach);
     EXPECT_EQ(Found(grid, {{3, 4}, {3, 4}}).size(), 1U);
     EXPECT_EQ(Found(grid, {{0, 4}, {9, 4}}).size(), 1U);
 }
