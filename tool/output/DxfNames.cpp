@@ -65,10 +65,10 @@ std::string DxfNames::make(const std::string& name) {
         written += Encode(code);
         folded += Encode(Fold(code));
     }
-    std::size_t number = 1;
-    while (!taken_.insert(WithNumber(folded, number)).second) {
+    std::size_t& number = lastNumbers_[folded];
+    do {
         ++number;
-    }
+    } while (!taken_.insert(WithNumber(folded, number)).second);
     return WithNumber(written, number);
 }
 

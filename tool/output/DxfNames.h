@@ -1,6 +1,8 @@
 // Names of layers as DXF has them.
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <set>
 #include <string>
 
@@ -19,7 +21,8 @@ public:
     std::string make(const std::string& name);
 
 private:
-    std::set<std::string> taken_; ///< Without case.
+    std::set<std::string> taken_;                    ///< Without case.
+    std::map<std::string, std::size_t> lastNumbers_; ///< By a name without case: the last it got.
 };
 
 } // namespace kxcontour

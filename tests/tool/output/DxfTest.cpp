@@ -300,6 +300,22 @@ TEST(DxfNames, StayShortAndUnique) {
     EXPECT_EQ(names.make("<>/\\\":;?*|,='`\n"), "_______________");
 }
 
+TEST(DxfNames, CountOnFromTheLastNumberOfAName) {
+    DxfNames names;
+    EXPECT_EQ(names.make("a_3"), "a_3");
+    EXPECT_EQ(names.make("a"), "a");
+    EXPECT_EQ(names.make("a"), "a_2");
+    EXPECT_EQ(names.make("A"), "A_4");
+    EXPECT_EQ(names.make("a_3"), "a_3_2");
+    EXPECT_EQ(names.make("0"), "0_2");
+    // Asked anew for every number from 2 on, the last name alone would take 200,000 questions.
+    std::string last;
+    for (int i = 0; i < 200000; ++i) {
+        last = names.make(std::string(300, 'x'));
+    }
+    EXPECT_EQ(last, std::string(240, 'x') + "_200000");
+}
+
 TEST(Dxf, HasEveryHandleOnceBelowTheSeed) {
     const TemporaryFolder folder;
     WriteDxf(tool_test::RichDrawing(), NewFile(folder.path("a.dxf")));
