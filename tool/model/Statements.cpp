@@ -39,7 +39,8 @@ std::optional<double> Metres(std::optional<double> length) {
     return length ? std::optional<double>(1000.0 * *length) : std::nullopt;
 }
 
-/// Takes the next start tag of that name out of markup: what lies between the name and the >.
+/// Takes the next start tag of that name, and what is before it, out of markup; gives what lies
+/// between the name and the >.
 std::optional<std::string_view> TakeTag(std::string_view& markup, std::string_view name) {
     for (std::size_t at = markup.find('<'); at != std::string_view::npos;
          at = markup.find('<', at + 1)) {
@@ -47,12 +48,11 @@ std::optional<std::string_view> TakeTag(std::string_view& markup, std::string_vi
         if (rest.substr(0, name.size()) != name) {
             continue;
         }
-        const std::size_t end = rest.find('>');
-        const std::string_view inside =
-            rest.substr(name.size(), end == std::string_view::npos ? end : end - name.size());
-        if (inside.empty() || inside.front() == '/' || kBlanks.find(inside.front()) < 4) {
-            markup = rest;
-            return inside;
+        const char behind = rest.size() > name.size() ? rest[name.size()] : '>';
+        if (behind == '>' || behind == '/' || kBlanks.find(behind) != std::string_view::npos) {
+            const std::size_t end = std::min(rest.find('>'), rest.size());
+            markup = rest.substr(end);
+            return rest.substr(name.size(), end - name.size());
         }
     }
     return std::nullopt;

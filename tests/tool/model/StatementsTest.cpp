@@ -58,6 +58,20 @@ TEST(StatedMillimetresPerUnit, AsksTheRootOfA3mfArchive) {
         25.4);
 }
 
+// Tags without an end, and other elements whose names begin alike, are passed over once.
+TEST(StatedMillimetresPerUnit, ReadsMegabytesOfUnitsInOneGo) {
+    constexpr int kTags = 1000000;
+    for (const char* tag : {"<unit ", "<units ", "<UNIT a='b' ", "<unit category='mass'/>"}) {
+        SCOPED_TRACE(tag);
+        std::string text;
+        for (int i = 0; i < kTags; ++i) {
+            text += tag;
+        }
+        EXPECT_EQ(StatedMillimetresPerUnit(kX3d, text), 1000.0);
+        EXPECT_EQ(StatedMillimetresPerUnit(kX3d, text + ">"), 1000.0);
+    }
+}
+
 TEST(StatedMillimetresPerUnit, SurvivesEveryCut) {
     const std::vector<std::pair<const char*, std::string>> texts{
         {kX3d, "<X3D><head><unit category='length' conversionFactor='0.5'/></head><Scene>"},
