@@ -3,6 +3,7 @@
 
 #include "common/Failure.h"
 #include "common/NearestName.h"
+#include "common/Shortened.h"
 
 #include <algorithm>
 #include <array>
@@ -97,7 +98,7 @@ std::optional<PageSize> ParseMeasures(std::string_view text) {
 [[noreturn]] void RefuseUnknown(std::string_view text) {
     const std::string nearest = NearestName(text, PageNames());
     throw Failure(ExitCode::Usage,
-                  "unknown page '" + std::string(text) + "'; " +
+                  "unknown page '" + Shortened(text) + "'; " +
                       (nearest.empty() ? "" : "did you mean '" + nearest + "'? ") +
                       "choose A0 to A6, letter, legal or WIDTHxHEIGHT[mm|cm|in|pt]");
 }

@@ -4,6 +4,7 @@
 #include "common/Angles.h"
 #include "common/Failure.h"
 #include "common/NearestName.h"
+#include "common/Shortened.h"
 
 #include <algorithm>
 #include <cmath>
@@ -88,7 +89,7 @@ View ParseView(std::string_view text) {
         }
     }
     const std::string nearest = NearestName(text, names);
-    throw Failure(ExitCode::Usage, "unknown view '" + std::string(text) + "'; " +
+    throw Failure(ExitCode::Usage, "unknown view '" + Shortened(text) + "'; " +
                                        (nearest.empty() ? "" : "did you mean '" + nearest + "'? ") +
                                        "choose front, back, left, right, top, bottom or iso");
 }

@@ -15,6 +15,11 @@ bool SameLetter(char a, char b) {
     return Lower(a) == Lower(b);
 }
 
+/// No distance is less.
+std::size_t LengthDifference(std::string_view a, std::string_view b) {
+    return std::max(a.size(), b.size()) - std::min(a.size(), b.size());
+}
+
 } // namespace
 
 std::size_t SpellingDistance(std::string_view a, std::string_view b) {
@@ -47,6 +52,9 @@ std::string NearestName(std::string_view word, const std::vector<std::string>& c
     std::size_t best = tolerated + 1;
     std::string nearest;
     for (const std::string& candidate : candidates) {
+        if (LengthDifference(word, candidate) >= best) {
+            continue;
+        }
         const std::size_t distance = SpellingDistance(word, candidate);
         // A word that shares no letter with the candidate is no misspelling of it.
         if (distance < best && distance < std::max(word.size(), candidate.size())) {

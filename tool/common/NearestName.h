@@ -14,6 +14,8 @@ std::size_t SpellingDistance(std::string_view a, std::string_view b);
 /// The candidate that is spelt most like the word, the first on a tie.
 ///
 /// Empty when none comes near: more than a third of the word, and more than two letters, differ.
+/// Candidates that are too long or too short for it are not looked at, so a word of megabytes among
+/// short ones takes no time.
 std::string NearestName(std::string_view word, const std::vector<std::string>& candidates);
 
 } // namespace kxcontour

@@ -4,6 +4,7 @@
 
 #include "common/Failure.h"
 #include "common/NearestName.h"
+#include "common/Shortened.h"
 #include "options/StyleText.h"
 #include "options/Values.h"
 
@@ -31,7 +32,7 @@ constexpr std::size_t kLargestFile = std::size_t{16} << 20U;
 
 [[noreturn]] void
 RefuseType(const KeySource& source, const std::string& key, const char* wanted, const Json& value) {
-    Refuse(source, key + " has to be " + wanted + ", not " + TypeText(value));
+    Refuse(source, Shortened(key) + " has to be " + wanted + ", not " + TypeText(value));
 }
 
 [[noreturn]] void RefuseKey(const KeySource& source, const std::string& key, Texts known) {
@@ -39,7 +40,7 @@ RefuseType(const KeySource& source, const std::string& key, const char* wanted, 
     const std::string nearest = NearestName(key, known);
     const bool misplaced = FindOption(key) != nullptr;
     Refuse(source, misplaced ? "'" + key + "' belongs on the command line"
-                             : "unknown key '" + key + "'" +
+                             : "unknown key '" + Shortened(key) + "'" +
                                    (nearest.empty() ? "; see kxcontour help config"
                                                     : "; did you mean '" + nearest + "'?"));
 }

@@ -4,6 +4,7 @@
 #include "camera/PageSize.h"
 #include "common/Failure.h"
 #include "common/NearestName.h"
+#include "common/Shortened.h"
 
 #include <algorithm>
 #include <charconv>
@@ -32,7 +33,7 @@ constexpr std::array<NamedColor, 20> kColors{
      {"aqua", {0, 255, 255}},    {"cyan", {0, 255, 255}}}};
 
 std::string Quoted(std::string_view text) {
-    return "'" + std::string(text) + "'";
+    return "'" + Shortened(text) + "'";
 }
 
 [[noreturn]] void
