@@ -120,6 +120,7 @@ private:
     void follow(std::uint32_t end);
     bool isToBeEvened(std::uint32_t before, std::uint32_t after) const;
     void moveChanged();
+    void numberGroups();
     std::size_t groupFor(Family family, std::size_t object);
 
     std::span<const std::uint32_t> endsAt(std::uint32_t point) const {
@@ -151,6 +152,8 @@ private:
     std::vector<std::optional<Family>> changes_; ///< By stroke.
     bool hasChanged_ = false;
     std::vector<std::uint32_t> run_; ///< Of the run at hand: where each stroke is entered.
+    /// By family and object: the first visible group.
+    std::map<std::pair<Family, std::size_t>, std::size_t> groups_;
 };
 
 void WeightEvener::collectStrokes(const StyleSheet& styles) {
@@ -264,6 +267,7 @@ void WeightEvener::moveChanged() {
     for (std::size_t i = 0; i < strokes_.size(); ++i) {
         isChanged[strokes_[i].group] = isChanged[strokes_[i].group] || changes_[i].has_value();
     }
+    numberGroups();
     // What changes goes behind what stays, so both are put aside first.
     std::vector<std::pair<std::size_t, PaperLine>> moved;
     for (std::uint32_t i = 0; i < strokes_.size(); ++i) {
@@ -284,16 +288,20 @@ void WeightEvener::moveChanged() {
     }
 }
 
-std::size_t WeightEvener::groupFor(Family family, std::size_t object) {
-    const auto found =
-        std::find_if(lines_.groups.begin(), lines_.groups.end(), [&](const LineGroup& group) {
-            return group.family == family && group.object == object && !group.hidden;
-        });
-    if (found != lines_.groups.end()) {
-        return static_cast<std::size_t>(found - lines_.groups.begin());
+void WeightEvener::numberGroups() {
+    for (std::size_t i = 0; i < lines_.groups.size(); ++i) {
+        if (!lines_.groups[i].hidden) {
+            groups_.try_emplace({lines_.groups[i].family, lines_.groups[i].object}, i);
+        }
     }
-    lines_.groups.push_back({family, false, object, {}});
-    return lines_.groups.size() - 1;
+}
+
+std::size_t WeightEvener::groupFor(Family family, std::size_t object) {
+    const auto [found, isNew] = groups_.try_emplace({family, object}, lines_.groups.size());
+    if (isNew) {
+        lines_.groups.push_back({family, false, object, {}});
+    }
+    return found->second;
 }
 
 /// Whether visible lines of different widths are there.
