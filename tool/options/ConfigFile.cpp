@@ -2,6 +2,7 @@
 #include "options/ConfigFile.h"
 
 #include "common/Failure.h"
+#include "options/Nesting.h"
 #include "options/OptionKeys.h"
 #include "options/Values.h"
 
@@ -76,7 +77,9 @@ GivenOptions ReadConfigFile(const std::string& path) {
                       "configuration file '" + path + "' has to end in .toml or .json");
     }
     const std::string text = ReadOptionFile(path);
-    const Json object = ending == ".toml" ? ParseToml(text, path) : ParseJson(text, path);
+    const bool isToml = ending == ".toml";
+    RequireShallow(text, isToml ? OptionSyntax::Toml : OptionSyntax::Json, path);
+    const Json object = isToml ? ParseToml(text, path) : ParseJson(text, path);
     if (!object.is_object()) {
         throw Failure(ExitCode::Usage,
                       path + ": has to be a table of options, not " + TypeText(object));

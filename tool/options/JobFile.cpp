@@ -3,6 +3,8 @@
 
 #include "common/Failure.h"
 #include "common/NearestName.h"
+#include "common/Shortened.h"
+#include "options/Nesting.h"
 #include "options/OptionKeys.h"
 
 #include <algorithm>
@@ -19,7 +21,7 @@ void RequireKnownMembers(const Json& root, const std::string& path) {
         if (std::count(known.begin(), known.end(), key) == 0) {
             const std::string nearest = NearestName(key, known);
             std::string message = path;
-            message += ": unknown key '" + key + "'; ";
+            message += ": unknown key '" + Shortened(key) + "'; ";
             message += nearest.empty() ? "there are 'defaults' and 'jobs'"
                                        : "did you mean '" + nearest + "'?";
             RefuseUsage(message);
@@ -85,7 +87,9 @@ GivenJob ReadJob(const Json& entry, const std::string& where, const std::string&
 } // namespace
 
 std::vector<GivenJob> ReadJobFile(const std::string& path) {
-    const Json root = ParseJson(ReadOptionFile(path), path);
+    const std::string text = ReadOptionFile(path);
+    RequireShallow(text, OptionSyntax::Json, path);
+    const Json root = ParseJson(text, path);
     RequireFrame(root, path);
     const GivenOptions defaults = ReadDefaults(root, path);
     std::vector<GivenJob> jobs;

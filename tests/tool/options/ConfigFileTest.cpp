@@ -40,6 +40,15 @@ protected:
     }
 };
 
+/// The text so many times.
+std::string Times(std::size_t count, const std::string& text) {
+    std::string all;
+    for (std::size_t i = 0; i < count; ++i) {
+        all += text;
+    }
+    return all;
+}
+
 const char* const kToml = R"(
 view = "top"
 roll = 15
@@ -214,6 +223,47 @@ TEST_F(ConfigFile, IsRefusedWithTheLineWhereItIsDamaged) {
     EXPECT_TRUE(Holds(unreadable("bytes.toml"), "bytes.toml:1: is not correct TOML"));
     EXPECT_TRUE(Holds(unreadable("dir.toml"), "is a directory"));
     EXPECT_TRUE(Holds(unreadable("none.toml"), "none.toml: No such file or directory"));
+}
+
+// A key of 40,000 parts used to overflow the stack; so may whatever nests.
+TEST_F(ConfigFile, IsRefusedWhereItIsNestedTooDeeply) {
+    constexpr std::size_t kDepth = 40000;
+    const std::string key = Times(kDepth, "a.") + "a";
+    const std::vector<std::string> texts{
+        "\n" + key + " = 1\n",
+        "\n[" + key + "]\n",
+        "\n[[" + key + "]]\n",
+        "\npage = {" + key + " = 1}\n",
+        "\n" + Times(kDepth, "'a'. ") + "b = 1\n",
+        "\n" + Times(kDepth, R"("a\"" . )") + "b = 1\n",
+        "\npage = " + Times(kDepth, "[") + Times(kDepth, "]") + "\n",
+        "\npage = " + Times(kDepth, "{a=") + "1" + Times(kDepth, "}") + "\n",
+        "# '''\n" + key + " = 1\n",
+        "a = ''''x'''''\n" + key + " = 1\n",
+        "a = '\\'\n" + key + " = 1\n"};
+    for (const std::string& text : texts) {
+        EXPECT_TRUE(Holds(refusal(text), "c.toml:2: is nested too deeply")) << text.substr(0, 30);
+    }
+    const std::string tables = Times(kDepth, "{\"a\":") + "1" + Times(kDepth, "}");
+    EXPECT_TRUE(Holds(Refusal({"--config", write("c.json", tables)}), "c.json:1: is nested too"));
+}
+
+TEST_F(ConfigFile, MayHoldDotsAndBracketsInTextsAndComments) {
+    const std::string many = std::string(100, '.') + std::string(100, '[');
+    EXPECT_EQ(draw("title = '" + many + "' # " + many + "\npage = 'A3'\n").output.title, many);
+    EXPECT_EQ(draw("title = \"\"\"" + many + "\"\"\"\"\"\n").output.title, many + "\"\"");
+    EXPECT_TRUE(Holds(refusal("page = [" + Times(100, "0.5, ") + "1]"),
+                      "page has to be a text, not a list"));
+}
+
+TEST_F(ConfigFile, ShortensWhatItDoesNotKnow) {
+    const std::string key(10'000'000, 'x');
+    const std::string start = std::string(60, 'x') + "...'";
+    EXPECT_EQ(refusal(key + " = 1\n"),
+              path("c.toml") + ": unknown key '" + start + "; see kxcontour help config");
+    EXPECT_TRUE(Holds(refusal("view = '" + key + "'\n"), "unknown view '" + start + "; choose"));
+    EXPECT_TRUE(Holds(refusal("page = '" + key + "'\n"), "unknown page '" + start + "; choose"));
+    EXPECT_TRUE(Holds(refusal("up = '" + key + "'\n"), start));
 }
 
 TEST_F(ConfigFile, HasToBeTomlOrJson) {

@@ -125,6 +125,8 @@ TEST_F(JobFile, IsRefusedWithoutItsFrame) {
     EXPECT_EQ(refusal(R"({"job": []})"), "unknown key 'job'; did you mean 'jobs'?");
     EXPECT_EQ(refusal(R"({"x": 1, "jobs": [{}]})"),
               "unknown key 'x'; there are 'defaults' and 'jobs'");
+    EXPECT_EQ(refusal("{\"" + std::string(10'000'000, 'x') + "\": 1}"),
+              "unknown key '" + std::string(60, 'x') + "...'; there are 'defaults' and 'jobs'");
     EXPECT_EQ(refusal(R"({"defaults": [], "jobs": [{}]})"),
               "'defaults' has to be a table, not a list");
 }
@@ -180,9 +182,23 @@ TEST_F(JobFile, IsRefusedWhereItIsDamaged) {
     EXPECT_TRUE(
         Holds(RefusalOf({"batch", write("a.json", "{\n\n\"jobs\" [")}, ExitCode::Unreadable),
               "a.json:3: is not correct JSON"));
-    EXPECT_TRUE(Holds(
-        RefusalOf({"batch", write("deep.json", std::string(100000, '['))}, ExitCode::Unreadable),
-        "is not correct JSON"));
+}
+
+TEST_F(JobFile, IsRefusedWhereItIsNestedTooDeeply) {
+    constexpr std::size_t kDepth = 100000;
+    const std::string lists = std::string(kDepth, '[') + std::string(kDepth, ']');
+    const auto refusalOfNesting = [this](const std::string& text) {
+        return RefusalOf({"batch", write("jobs.json", text)});
+    };
+    EXPECT_EQ(refusalOfNesting("{\"jobs\":\n" + lists + "}"),
+              path("jobs.json") + ":2: is nested too deeply");
+    EXPECT_TRUE(Holds(refusalOfNesting(std::string(kDepth, '[')), ":1: is nested too deeply"));
+    EXPECT_TRUE(Holds(refusalOfNesting(std::string(kDepth, '{')), ":1: is nested too deeply"));
+    const std::string many = std::string(100, '.') + std::string(100, '[');
+    EXPECT_EQ(
+        batch(R"({"jobs": [{"model": ")" + many + R"(\".obj", "output": "o.svg"}]})").jobs.size(),
+        1U)
+        << "in a text";
 }
 
 TEST_F(JobFile, StandsAloneOnTheCommandLine) {
