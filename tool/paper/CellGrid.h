@@ -91,8 +91,9 @@ public:
     const PaperLine& line(std::uint32_t number) const { return lines_[number]; }
 
     /// Calls visit(number) once for every line that shares a cell with this one: in particular for
-    /// all lines that come within reach of it. Cells in which many lines meet come last, the fuller
-    /// the later. Ends when visit returns false, and then returns false as well.
+    /// all lines that come within reach of it. Cells in which many lines meet are put off until as
+    /// many cells have been passed, or to the end, the fuller the later. Ends when visit returns
+    /// false, and then returns false as well.
     template <class tVisit> bool visit(const PaperLine& line, tVisit visit);
 
     /// How many cells, and lines in them, all visits so far looked at.
@@ -154,7 +155,7 @@ private:
     void cut(std::size_t cell);
     std::vector<std::uint32_t> linesOf(const Cell& cell) const;
 
-    /// A leaf with more lines than this is left for the end of a visit.
+    /// A leaf with more lines than this is put off.
     static constexpr std::uint32_t kFull = 16;
 
     double reach_;
@@ -174,16 +175,21 @@ private:
 template <class tVisit> bool CellGrid::visit(const PaperLine& line, tVisit visit) {
     ++visits_;
     fullLeaves_.clear();
+    std::size_t cells = 0;
+    std::size_t taken = 0; // Of full leaves.
     const bool goesOn = visitLeaves(line, 0.0, [&](std::uint32_t leaf) {
         ++looks_;
-        if (leaves_[leaf].size > kFull) {
-            fullLeaves_.push_back({leaves_[leaf].size, leaf});
-            return true;
+        ++cells;
+        const std::uint32_t size = leaves_[leaf].size;
+        if (size <= kFull) {
+            return visitLines(leaf, visit);
         }
-        return visitLines(leaf, visit);
+        fullLeaves_.push_back({size, leaf});
+        return cells < fullLeaves_[taken].size || visitLines(fullLeaves_[taken++].leaf, visit);
     });
-    std::sort(fullLeaves_.begin(), fullLeaves_.end());
-    return goesOn && std::all_of(fullLeaves_.begin(), fullLeaves_.end(), [&](const FullLeaf& full) {
+    const auto rest = fullLeaves_.begin() + static_cast<std::ptrdiff_t>(taken);
+    std::sort(rest, fullLeaves_.end());
+    return goesOn && std::all_of(rest, fullLeaves_.end(), [&](const FullLeaf& full) {
                return visitLines(full.leaf, visit);
            });
 }
