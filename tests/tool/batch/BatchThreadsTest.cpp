@@ -27,6 +27,7 @@ constexpr View kViews[] = {View::Front, View::Right, View::Top, View::Iso};
 BatchCommand EightJobs(const TemporaryFolder& folder, const std::string& prefix, unsigned threads) {
     BatchCommand command;
     command.threads = threads;
+    command.statePath = folder.path(prefix + "notes");
     for (const std::string model : {"box", "pair"}) {
         for (const View view : kViews) {
             BatchJob job;
