@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -29,24 +30,30 @@ template <class T> class Blocks {
 public:
     Blocks(PipeReader& pipe, std::size_t count) {
         while (count > 0) {
-            blocks_.emplace_back(std::min(count, kBlockSize));
-            pipe.bytes(blocks_.back().data(), blocks_.back().size() * sizeof(T));
-            count -= blocks_.back().size();
+            const std::size_t size = std::min(count, kBlockSize);
+            blocks_.push_back({std::make_unique_for_overwrite<T[]>(size), size});
+            pipe.bytes(blocks_.back().values.get(), size * sizeof(T));
+            count -= size;
         }
     }
 
-    /// Hands over each value in turn, and lets go of the memory on the way.
+    /// Hands over the values in their order, and lets go of the memory on the way.
     template <class Take> void drain(const Take& take) {
-        for (std::vector<T>& block : blocks_) {
-            std::for_each(block.begin(), block.end(), take);
-            block = {};
+        for (Block& block : blocks_) {
+            std::for_each_n(block.values.get(), block.size, take);
+            block.values.reset();
         }
     }
 
 private:
-    static constexpr std::size_t kBlockSize = 1U << 18U;
+    static constexpr std::size_t kBlockSize = std::size_t{1} << 14U;
 
-    std::vector<std::vector<T>> blocks_;
+    struct Block {
+        std::unique_ptr<T[]> values;
+        std::size_t size;
+    };
+
+    std::vector<Block> blocks_;
 };
 
 struct Triple {
