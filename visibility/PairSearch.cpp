@@ -1,6 +1,9 @@
 // The hierarchy against itself, and the quick part of the test of a pair.
 #include "visibility/PairSearch.h"
 
+#include "visibility/CrowdConditions.h"
+#include "visibility/CrowdedPairs.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -38,23 +41,16 @@ Lanes FarthestOf(const std::vector<OccluderTree::Triangle>& triangles) {
     return farthest;
 }
 
-/// Whether the boxes of two triangles share a point.
-bool BoxesMeet(const OccluderTree::Triangle& a, const OccluderTree::Triangle& b) {
-    const auto& [p, q, r] = a.corners;
-    const TriangleSieve box(
-        {std::min({p.x, q.x, r.x}), std::min({p.y, q.y, r.y}), std::min({p.z, q.z, r.z})},
-        {std::max({p.x, q.x, r.x}), std::max({p.y, q.y, r.y}), std::max({p.z, q.z, r.z})});
-    return !box.isBeside(b.corners);
-}
-
 } // namespace
 
 PairSearch::PairSearch(const BakedTriangles& baked,
                        const std::vector<Triangle>& triangles,
                        std::function<void(std::size_t)> triangleDone,
-                       WorkCounter& work)
+                       WorkCounter& work,
+                       const CrowdLimits& limits)
     : baked_(baked), triangles_(triangles), triangleDone_(std::move(triangleDone)), work_(work),
-      edgeOnPlane_(baked.contactTolerance == 0 ? EdgeOnPlane::touches : EdgeOnPlane::isInFront) {
+      test_(triangles, baked.contactTolerance == 0 ? EdgeOnPlane::touches : EdgeOnPlane::isInFront),
+      limits_(limits) {
     // Let a plane have values up to v in the scene, the offset among them. Rounding by 2^-24 costs
     // v three times for terms (coordinate, normal, product), twice for each of three sums with the
     // offset, and once for the offset: ten of sixteen. What a box adds to the terms on one side of
@@ -97,6 +93,11 @@ std::vector<FoundIntersection> PairSearch::run() {
     if (!baked_.bvh.nodes.empty()) {
         meetSelf(0);
     }
+    if (isCrowded_) {
+        CrowdedPairs pairs(triangles_, marked_, test_, limits_.hubDegree, work_);
+        found_ = pairs.find();
+        looks_ += pairs.looks();
+    }
     // What no leaf holds is met by nothing.
     for (; done_ < baked_.trianglePlanes.size(); ++done_) {
         triangleDone_(found_.size());
@@ -108,7 +109,26 @@ std::vector<FoundIntersection> PairSearch::run() {
     return std::move(found_);
 }
 
+/// Whether the hierarchy has been looked at for too long, and may be given up.
+bool PairSearch::isGivenUp() {
+    const std::size_t limit =
+        limits_.looksPerTriangle * triangles_.size() + limits_.looksPerEdge * found_.size();
+    if (isCrowded_ || looks_ <= limit) {
+        return isCrowded_;
+    }
+    isCrowded_ = MayLeaveHierarchy(baked_, triangles_);
+    if (!isCrowded_) {
+        limits_.looksPerTriangle =
+            std::numeric_limits<std::size_t>::max() / (triangles_.size() + 1);
+        limits_.looksPerEdge = 0;
+    }
+    return isCrowded_;
+}
+
 void PairSearch::meetSelf(unsigned int node) {
+    if (isGivenUp()) {
+        return;
+    }
     const HierarchyNode& here = baked_.bvh.nodes[node];
     if (IsLeaf(here)) {
         finishLeaf(here);
@@ -123,7 +143,7 @@ void PairSearch::meetSelf(unsigned int node) {
 
 void PairSearch::finishLeaf(const HierarchyNode& leaf) {
     const std::uint32_t end = FirstSlot(leaf) + leaf.second;
-    for (std::uint32_t first = FirstSlot(leaf); first < end; first += kLanes) {
+    for (std::uint32_t first = FirstSlot(leaf); first < end && !isGivenUp(); first += kLanes) {
         take(first, std::min(first + kLanes, end));
         for (std::uint32_t slot = first + 1; slot < end; ++slot) {
             const std::uint32_t before = std::min(slot - first, kLanes);
@@ -138,7 +158,7 @@ void PairSearch::finishLeaf(const HierarchyNode& leaf) {
 void PairSearch::meet(unsigned int a, unsigned int b) {
     const HierarchyNode& nodeA = baked_.bvh.nodes[a];
     const HierarchyNode& nodeB = baked_.bvh.nodes[b];
-    if (!Overlap(nodeA.box, nodeB.box) || (allMarked_[a] && allMarked_[b])) {
+    if (!Overlap(nodeA.box, nodeB.box) || (allMarked_[a] && allMarked_[b]) || isGivenUp()) {
         return;
     }
     if (IsLeaf(nodeA)) {
@@ -157,7 +177,7 @@ void PairSearch::meet(unsigned int a, unsigned int b) {
 void PairSearch::meetLeaf(unsigned int leaf, unsigned int node) {
     const HierarchyNode& here = baked_.bvh.nodes[leaf];
     const std::uint32_t end = FirstSlot(here) + here.second;
-    for (std::uint32_t first = FirstSlot(here); first < end; first += kLanes) {
+    for (std::uint32_t first = FirstSlot(here); first < end && !isGivenUp(); first += kLanes) {
         take(first, std::min(first + kLanes, end));
         holdAgainst(node, four_->present);
     }
@@ -282,6 +302,7 @@ PairSearch::Chosen PairSearch::Four::cutBy(const RoughPlane<float>& plane) const
 /// Holds the chosen ones of the four against what is below a node.
 void PairSearch::holdAgainst(unsigned int node, Chosen chosen) {
     const HierarchyNode& here = baked_.bvh.nodes[node];
+    ++looks_;
     chosen &= four_->meeting(here.box.min, here.box.max);
     if (allMarked_[node]) {
         chosen &= ~four_->marked;
@@ -305,6 +326,7 @@ void PairSearch::holdAgainst(unsigned int node, Chosen chosen) {
 }
 
 void PairSearch::holdAgainstSlot(std::uint32_t slot, Chosen chosen) {
+    ++looks_;
     const auto& corners = triangles_[slot].corners;
     const Lanes p[3] = {CornerOf(corners), CornerOf(corners + 1), CornerOf(corners + 2)};
     const Lanes min = Least(p[0], Least(p[1], p[2]));
@@ -330,27 +352,9 @@ void PairSearch::holdAgainstSlot(std::uint32_t slot, Chosen chosen) {
 }
 
 void PairSearch::test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB) {
-    const BakedVertex* const a = triangles_[slotA].corners;
-    const BakedVertex* const b = triangles_[slotB].corners;
-    const PlaneValues valuesB(b, a[0], normalA);
-    if (!valuesB.straddle(edgeOnPlane_)) {
-        return;
-    }
     const GridVector& normalB = four_->normals[slotB - four_->firstSlot];
-    const PlaneValues valuesA(a, b[0], normalB);
-    if (!valuesA.straddle(edgeOnPlane_) || !BoxesMeet(triangles_[slotA], triangles_[slotB])) {
-        return;
-    }
-    const std::uint32_t numberA = triangles_[slotA].number;
-    const std::uint32_t numberB = triangles_[slotB].number;
-    const bool inOrder = numberA < numberB;
-    const CutTriangle dataA{a, normalA, valuesA};
-    const CutTriangle dataB{b, normalB, valuesB};
-    if (const auto found = inOrder ? FindPiercing(dataA, dataB) : FindPiercing(dataB, dataA)) {
-        found_.push_back({std::min(numberA, numberB),
-                          inOrder ? slotB : slotA,
-                          {found->ends[0], found->ends[1]},
-                          found->grazing});
+    if (const auto found = test_.find(slotA, normalA, slotB, normalB)) {
+        found_.push_back(*found);
     }
 }
 

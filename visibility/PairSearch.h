@@ -6,7 +6,7 @@
 #include "visibility/HierarchyNode.h"
 #include "visibility/IntersectionEdge.h"
 #include "visibility/OccluderTree.h"
-#include "visibility/PiercingTest.h"
+#include "visibility/PairTest.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,9 +15,19 @@
 
 namespace ctr {
 
+/// When the hierarchy is given up, as so much lies in one place that it tells little apart.
+struct CrowdLimits {
+    /// How often four triangles are held against a node or a triangle: so often for each triangle
+    /// of the scene, and again for each edge found.
+    std::size_t looksPerTriangle = 512;
+    std::size_t looksPerEdge = 64;
+    /// How many distinct triangles meet in a corner that is not crowded yet.
+    std::uint32_t hubDegree = 16;
+};
+
 /// The hierarchy held against itself: subtrees whose boxes meet are opened, until a leaf's
 /// triangles are held, four at a time, against what is left of the other subtree. Every pair is met
-/// once.
+/// once. Where that takes too long, CrowdedPairs begins anew.
 class PairSearch {
 public:
     /// The triangles, slot by slot, are borrowed. `triangleDone` is called once per triangle, when
@@ -25,13 +35,20 @@ public:
     PairSearch(const BakedTriangles& baked,
                const std::vector<OccluderTree::Triangle>& triangles,
                std::function<void(std::size_t)> triangleDone,
-               WorkCounter& work);
+               WorkCounter& work,
+               const CrowdLimits& limits = {});
 
     /// Leaves out pairs of which both are marked, slot by slot.
     void leaveOut(std::vector<bool> marked);
 
     /// All intersection edges, by the number of the first triangle and then the slot of the second.
+    /// Of triangles in contact that have two corners in common, some are left out.
     std::vector<FoundIntersection> run();
+
+    /// How often run() has held triangles, or sets of them, against each other.
+    std::size_t looks() const { return looks_; }
+    /// Whether run() has given up the hierarchy.
+    bool wasCrowded() const { return isCrowded_; }
 
 private:
     using Triangle = OccluderTree::Triangle;
@@ -64,6 +81,7 @@ private:
     };
 
     bool markBelow(unsigned int node);
+    bool isGivenUp();
     RoughPlane<float> roughPlaneOf(const BakedVertex& origin, const GridVector& normal) const;
     void meetSelf(unsigned int node);
     void meet(unsigned int a, unsigned int b);
@@ -79,7 +97,7 @@ private:
     const std::vector<Triangle>& triangles_;
     std::function<void(std::size_t)> triangleDone_;
     WorkCounter& work_;
-    EdgeOnPlane edgeOnPlane_;     ///< In front with a contact tolerance only.
+    PairTest test_;
     float rounding_[3] = {};      ///< How far products with a coordinate may be off, by axis.
     bool floatsAreExact_ = true;  ///< Those of coordinates.
     std::vector<bool> marked_;    ///< One a slot.
@@ -88,6 +106,9 @@ private:
     std::vector<Four> taken_;    ///< What was needed lately, each where its first slot tells.
     const Four* four_ = nullptr; ///< What is held against others now.
     std::size_t done_ = 0;
+    CrowdLimits limits_;
+    std::size_t looks_ = 0;
+    bool isCrowded_ = false;
 };
 
 } // namespace ctr
