@@ -369,8 +369,8 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
     }
     EdgeOcclusion& exported = exportOcclusion[cluster];
     EdgeOcclusion& occluders = occluderOcclusion[cluster];
+    WorkCounter work(notifier);
     try {
-        WorkCounter work(notifier);
         exported.announce(count, work);
         occluders.announce(count, work);
     } catch (const Cancelled&) {
@@ -393,6 +393,12 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
             continue;
         }
         found.clear();
+        try {
+            exported.considerCrowds(work);
+            occluders.considerCrowds(work);
+        } catch (const Cancelled&) {
+            return;
+        }
         exported.append(b0, b1, found);
         occluders.append(b0, b1, found);
         scratch = hidden;

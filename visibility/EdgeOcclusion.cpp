@@ -2,6 +2,7 @@
 #include "visibility/EdgeOcclusion.h"
 
 #include "visibility/BakedMesh.h"
+#include "visibility/CrowdConditions.h"
 #include "visibility/HiddenPart.h"
 
 #include <algorithm>
@@ -43,6 +44,19 @@ void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
     }
 }
 
+void EdgeOcclusion::considerCrowds(WorkCounter& work) {
+    if (haveConsideredCrowds_ || !layout_ || !layout_->isFaithful() ||
+        tested_ <= limits_.testsPerTriangle * baked_->trianglePlanes.size() +
+                       limits_.testsPerSegment * asked_) {
+        return;
+    }
+    haveConsideredCrowds_ = true;
+    const auto& triangles = layout_->tree.triangles();
+    if (MayLeaveHierarchy(*baked_, triangles)) {
+        crowd_.emplace(triangles, limits_.hubDegree, work);
+    }
+}
+
 void EdgeOcclusion::append(const BakedVertex& a,
                            const BakedVertex& b,
                            std::vector<RationalInterval>& hidden) {
@@ -62,17 +76,27 @@ void EdgeOcclusion::append(const BakedVertex& a,
     const ContactTolerance tolerance(*baked_);
     const auto partOf = [&](const OccluderTree::Triangle& triangle) {
         const auto& [p0, p1, p2] = triangle.corners;
+        ++tested_;
         if (sieve.isBeside(triangle.corners)) {
             return std::optional<RationalInterval>();
         }
         return HiddenPart(p0, p1, p2, baked_->trianglePlanes[triangle.number], tolerance, a, b);
     };
+    ++asked_;
+    if (crowd_ && crowd_->fits(a, b)) {
+        crowd_->append(a, b, partOf, hidden);
+        return;
+    }
     const auto& found = ranges_.find(layout_->tree, SegmentProbe(a, b), partOf);
     hidden.insert(hidden.end(), found.begin(), found.end());
 }
 
 void EdgeOcclusion::release() {
+    crowd_.reset();
     layout_.reset();
+    haveConsideredCrowds_ = false;
+    asked_ = 0;
+    tested_ = 0;
 }
 
 } // namespace ctr

@@ -4,6 +4,7 @@
 #include <ctr/BakedTriangles.h>
 
 #include "visibility/ContactTolerance.h"
+#include "visibility/CrowdedOccluders.h"
 #include "visibility/DepthMap.h"
 #include "visibility/HiddenRanges.h"
 #include "visibility/OccluderTree.h"
@@ -34,15 +35,29 @@ struct BakedState {
     std::array<std::uint32_t, 6> rootBox; ///< Bit by bit.
 };
 
+/// When the hierarchy is given up, as so much lies in one place that it tells little apart.
+struct OccluderLimits {
+    /// How many triangles are tested: so many for each triangle there is, and for each segment.
+    std::size_t testsPerTriangle = 64;
+    std::size_t testsPerSegment = 1024;
+    /// How many distinct triangles meet in a corner that is not crowded yet.
+    std::uint32_t hubDegree = 16;
+};
+
 /// Answers as BakedTriangles::computeOcclusionIntervals() does, but for ranges within others. The
 /// baked triangles are borrowed and may change between one use and the next announce().
 class EdgeOcclusion {
 public:
-    explicit EdgeOcclusion(const BakedTriangles& baked) : baked_(&baked) {}
+    explicit EdgeOcclusion(const BakedTriangles& baked, const OccluderLimits& limits = {})
+        : baked_(&baked), limits_(limits) {}
 
     /// Says that so many segments will be asked for: the tree is laid out anew once there are so
     /// many that it pays. When that is cancelled, there is no layout.
     void announce(std::size_t segments, WorkCounter& work);
+
+    /// Lays out crowded triangles by themselves once so many have been tested that it pays; to be
+    /// asked between segments. Throws Cancelled.
+    void considerCrowds(WorkCounter& work);
 
     /// Appends parts of a -> b that are hidden, overlapping and in any order; 0/1 .. 1/1 alone when
     /// that is all of it.
@@ -64,6 +79,11 @@ private:
     std::size_t announced_ = 0;
     std::optional<OccluderLayout> layout_;
     HiddenRanges ranges_;
+    OccluderLimits limits_;
+    std::optional<CrowdedOccluders> crowd_;
+    bool haveConsideredCrowds_ = false;
+    std::size_t asked_ = 0;  ///< Segments.
+    std::size_t tested_ = 0; ///< Triangles, for all of them.
 };
 
 } // namespace ctr
