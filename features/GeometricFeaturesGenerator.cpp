@@ -393,12 +393,6 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
             continue;
         }
         found.clear();
-        try {
-            exported.considerCrowds(work);
-            occluders.considerCrowds(work);
-        } catch (const Cancelled&) {
-            return;
-        }
         exported.append(b0, b1, found);
         occluders.append(b0, b1, found);
         scratch = hidden;
@@ -408,6 +402,12 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
             scratch.front() = WholeSegment();
         }
         hidden = scratch;
+        try {
+            exported.considerCrowds(hidden.size(), work);
+            occluders.considerCrowds(hidden.size(), work);
+        } catch (const Cancelled&) {
+            return;
+        }
     }
 }
 

@@ -44,10 +44,11 @@ void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
     }
 }
 
-void EdgeOcclusion::considerCrowds(WorkCounter& work) {
+void EdgeOcclusion::considerCrowds(std::size_t ranges, WorkCounter& work) {
+    hidden_ += ranges;
     if (haveConsideredCrowds_ || !layout_ || !layout_->isFaithful() ||
         tested_ <= limits_.testsPerTriangle * baked_->trianglePlanes.size() +
-                       limits_.testsPerSegment * asked_) {
+                       limits_.testsPerSegment * asked_ + limits_.testsPerRange * hidden_) {
         return;
     }
     haveConsideredCrowds_ = true;
@@ -97,6 +98,7 @@ void EdgeOcclusion::release() {
     haveConsideredCrowds_ = false;
     asked_ = 0;
     tested_ = 0;
+    hidden_ = 0;
 }
 
 } // namespace ctr

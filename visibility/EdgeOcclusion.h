@@ -37,9 +37,11 @@ struct BakedState {
 
 /// When the hierarchy is given up, as so much lies in one place that it tells little apart.
 struct OccluderLimits {
-    /// How many triangles are tested: so many for each triangle there is, and for each segment.
+    /// How many triangles are tested: so many for each triangle there is, for each segment, and for
+    /// each hidden range of these in the end.
     std::size_t testsPerTriangle = 64;
-    std::size_t testsPerSegment = 1024;
+    std::size_t testsPerSegment = 512;
+    std::size_t testsPerRange = 32;
     /// How many distinct triangles meet in a corner that is not crowded yet.
     std::uint32_t hubDegree = 16;
 };
@@ -56,8 +58,13 @@ public:
     void announce(std::size_t segments, WorkCounter& work);
 
     /// Lays out crowded triangles by themselves once so many have been tested that it pays; to be
-    /// asked between segments. Throws Cancelled.
-    void considerCrowds(WorkCounter& work);
+    /// asked between segments, with the number of hidden ranges that all of them have so far.
+    /// Throws Cancelled.
+    void considerCrowds(std::size_t ranges, WorkCounter& work);
+
+    bool isCrowded() const { return crowd_.has_value(); }
+    /// How many triangles, and nodes of crowds, have been looked at since release().
+    std::size_t looks() const { return tested_ + (crowd_ ? crowd_->looks() : 0); }
 
     /// Appends parts of a -> b that are hidden, overlapping and in any order; 0/1 .. 1/1 alone when
     /// that is all of it.
@@ -84,6 +91,7 @@ private:
     bool haveConsideredCrowds_ = false;
     std::size_t asked_ = 0;  ///< Segments.
     std::size_t tested_ = 0; ///< Triangles, for all of them.
+    std::size_t hidden_ = 0; ///< Ranges of them.
 };
 
 } // namespace ctr
