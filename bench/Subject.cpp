@@ -203,17 +203,43 @@ ctr::DiscreteProjectionSpace CameraOn(const Sphere& sphere, View view) {
     return space;
 }
 
-} // namespace
+kx::kxPointer<kx::kxTriMesh> PlainMesh(const Part& part) {
+    kx::kxAttributes attributes;
+    attributes.SetPositionChannels(3);
+    const int count = static_cast<int>(part.positions.size());
+    const kx::kxPointer<kx::kxVertexBuffer> vertices(new kx::kxVertexBuffer(attributes, count));
+    for (int i = 0; i < count; ++i) {
+        const Point& p = part.positions[static_cast<std::size_t>(i)];
+        vertices->Position3(i) = {p[0], p[1], p[2]};
+    }
+    const kx::kxPointer<kx::kxIndexBuffer> triangles(
+        new kx::kxIndexBuffer(static_cast<int>(3 * part.triangles.size()), kx::IBT_TRIANGLES));
+    unsigned int* index = triangles->GetData();
+    for (const Triangle& triangle : part.triangles) {
+        index = std::copy(triangle.begin(), triangle.end(), index);
+    }
+    return new kx::kxTriMesh(vertices.get(), triangles.get());
+}
 
-Subject MakeSubject(const Scene& scene, View view) {
+template <class MakeMesh> Subject SubjectOf(const Scene& scene, View view, MakeMesh makeMesh) {
     Subject subject;
     for (const Part& part : scene) {
-        subject.meshes.push_back(Smoother(part).make());
+        subject.meshes.push_back(makeMesh(part));
         subject.borrowed.push_back(subject.meshes.back().get());
     }
     subject.camera = CameraOn(SphereAround(scene), view);
     subject.triangles = TriangleCount(scene);
     return subject;
+}
+
+} // namespace
+
+Subject MakeSubject(const Scene& scene, View view) {
+    return SubjectOf(scene, view, [](const Part& part) { return Smoother(part).make(); });
+}
+
+Subject MakePlainSubject(const Scene& scene, View view) {
+    return SubjectOf(scene, view, PlainMesh);
 }
 
 } // namespace bench

@@ -33,4 +33,8 @@ struct Subject {
 
 Subject MakeSubject(const Scene& scene, View view);
 
+/// The same without normals, and with the vertices that the parts have: smoothing takes n^2 where n
+/// triangles meet in a vertex.
+Subject MakePlainSubject(const Scene& scene, View view);
+
 } // namespace bench

@@ -1,6 +1,7 @@
 // Times every stage of a drawing on scenes made in memory:
 //
 //     kxcontour_bench [--scenes=NAMES] [--growth=FIRST-LAST] [options of Google Benchmark]
+//     kxcontour_bench --worst[=NAMES] [--worst-size=N]
 //
 // NAMES, with commas between, are those of bench_make_model; by default boxes1000, planks, gears
 // and sphere6. Benchmarks are called Stage/scene; those of a scene seen along its axes
@@ -8,10 +9,16 @@
 // are processor seconds of the stage alone (the column "Time"; "CPU" counts what is made ready as
 // well). peak_bytes_per_triangle is what the library holds at the most, beyond the meshes and what
 // earlier stages made.
+//
+// --worst prints a table of scenes that lie in one place, each at a quarter, at half and at all of
+// its largest size or of N triangles: how long everything takes, and by which power of the size
+// that grows from one line to the next. NAMES are those of the table.
 #include "bench/Stages.h"
+#include "bench/Worst.h"
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <exception>
@@ -137,7 +144,35 @@ void RegisterGrowth(const std::string& range) {
     RegisterGrowth(first, last);
 }
 
+/// Whether the argument is there, which is taken out.
+bool TakeFlag(std::vector<char*>& arguments, const std::string& flag) {
+    const auto found = std::find(arguments.begin(), arguments.end(), flag);
+    const bool isThere = found != arguments.end();
+    if (isThere) {
+        arguments.erase(found);
+    }
+    return isThere;
+}
+
+/// The size that --worst-size names, 0 where it is not given.
+unsigned int SizeOf(const std::string& text) {
+    unsigned int size = 0;
+    const char* end = text.data() + text.size();
+    if (!text.empty() &&
+        (std::from_chars(text.data(), end, size).ptr != end || size < bench::kLeastWorstSize)) {
+        throw std::invalid_argument("--worst-size takes a number of triangles, at least " +
+                                    std::to_string(bench::kLeastWorstSize));
+    }
+    return size;
+}
+
 int RunAll(std::vector<char*> arguments) {
+    const std::string worst = TakeOption(arguments, "worst");
+    const std::string worstSize = TakeOption(arguments, "worst-size");
+    if (TakeFlag(arguments, "--worst") || !worst.empty()) {
+        bench::PrintWorst(worst, SizeOf(worstSize));
+        return 0;
+    }
     const std::string scenes = TakeOption(arguments, "scenes");
     const std::string growth = TakeOption(arguments, "growth");
     if (!growth.empty()) {

@@ -1,0 +1,117 @@
+// A new kind is a function here and a line in the table at the end.
+#include "bench/scenes/Worst.h"
+
+#include "bench/scenes/Random.h"
+
+#include <cmath>
+
+namespace bench {
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+
+using Vector = std::array<double, 3>;
+
+Point PointOf(const Vector& v) {
+    return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])};
+}
+
+std::uint32_t AddPosition(Part& part, const Vector& position) {
+    part.positions.push_back(PointOf(position));
+    return static_cast<std::uint32_t>(part.positions.size() - 1);
+}
+
+/// With three vertices of its own.
+void AddTriangle(Part& part, const Vector& a, const Vector& b, const Vector& c) {
+    const std::uint32_t first = AddPosition(part, a);
+    AddPosition(part, b);
+    AddPosition(part, c);
+    part.triangles.push_back({first, first + 1, first + 2});
+}
+
+Vector Along(const Vector& from, const Vector& direction, double distance) {
+    return {from[0] + distance * direction[0], from[1] + distance * direction[1],
+            from[2] + distance * direction[2]};
+}
+
+Vector AnyDirection(Random& random) {
+    const double z = random.uniform(-1.0, 1.0);
+    const double angle = random.uniform(-kPi, kPi);
+    const double radius = std::sqrt(1.0 - z * z);
+    return {radius * std::cos(angle), radius * std::sin(angle), z};
+}
+
+/// One triangle, again and again.
+Scene MakeCoincident(unsigned int size) {
+    Part part{"coincident", {}, {}};
+    for (unsigned int i = 0; i < size; ++i) {
+        AddTriangle(part, {0.0, 0.0, 0.0}, {1.0, 0.1, 0.2}, {0.3, 0.9, 0.5});
+    }
+    return {part};
+}
+
+/// Needles from one vertex into all directions; few cut each other.
+Scene MakeNeedles(unsigned int size) {
+    Random random(size);
+    Part part{"needles", {{0.0F, 0.0F, 0.0F}}, {}};
+    const double width = 1.0 / size;
+    for (unsigned int i = 0; i < size; ++i) {
+        const Vector tip = AnyDirection(random);
+        const std::uint32_t first = AddPosition(part, tip);
+        AddPosition(part, Along(tip, AnyDirection(random), width));
+        part.triangles.push_back({0, first, first + 1});
+    }
+    return {part};
+}
+
+/// A cone: the triangles share the tip, and each an edge with the next.
+Scene MakeCone(unsigned int size) {
+    Part part{"cone", {{0.0F, 0.0F, 1.0F}}, {}};
+    for (unsigned int i = 0; i < size; ++i) {
+        const double angle = 2.0 * kPi * i / size;
+        AddPosition(part, {std::cos(angle), std::sin(angle), 0.0});
+        part.triangles.push_back({0, i + 1, (i + 1) % size + 1});
+    }
+    return {part};
+}
+
+/// The pages of a book opened all around: all triangles share an edge.
+Scene MakePages(unsigned int size) {
+    Part part{"pages", {{0.0F, 0.0F, -1.0F}, {0.0F, 0.0F, 1.0F}}, {}};
+    for (unsigned int i = 0; i < size; ++i) {
+        const double angle = 2.0 * kPi * i / size;
+        part.triangles.push_back(
+            {0, 1, AddPosition(part, {std::cos(angle), std::sin(angle), 0.0})});
+    }
+    return {part};
+}
+
+/// Sheets of two triangles above each other, tilted so that the boxes of all meet.
+Scene MakeSheets(unsigned int size) {
+    Part part{"sheets", {}, {}};
+    for (unsigned int i = 0; i < size / 2; ++i) {
+        const double lift = static_cast<double>(i) / size;
+        const std::uint32_t first = AddPosition(part, {0.0, 0.0, lift});
+        AddPosition(part, {1.0, 0.0, lift + 1.0});
+        AddPosition(part, {1.0, 1.0, lift + 1.7});
+        AddPosition(part, {0.0, 1.0, lift + 0.7});
+        part.triangles.push_back({first, first + 1, first + 2});
+        part.triangles.push_back({first, first + 2, first + 3});
+    }
+    return {part};
+}
+
+} // namespace
+
+const std::vector<WorstScene>& WorstScenes() {
+    static const std::vector<WorstScene> scenes = {
+        {"coincident", "one triangle, again and again", MakeCoincident, 100'000},
+        {"needles", "out of one vertex", MakeNeedles, 50'000},
+        {"cone", "around one vertex, side by side", MakeCone, 50'000},
+        {"pages", "at one edge", MakePages, 25'000},
+        {"sheets", "above each other, tilted", MakeSheets, 40'000},
+    };
+    return scenes;
+}
+
+} // namespace bench

@@ -1,0 +1,22 @@
+// Scenes that cost most for their size: much of them lies in one place, and little comes of it.
+#pragma once
+
+#include "bench/scenes/Scene.h"
+
+#include <vector>
+
+namespace bench {
+
+/// A kind of scene.
+struct WorstScene {
+    const char* name;
+    const char* what;                 ///< In a few words.
+    Scene (*make)(unsigned int size); ///< Of about so many triangles, at least 2.
+    unsigned int largest;             ///< The largest size at which it is measured.
+};
+
+/// All kinds, in the order in which they are measured. Their vertices are best left as they are,
+/// see MakePlainSubject().
+const std::vector<WorstScene>& WorstScenes();
+
+} // namespace bench
