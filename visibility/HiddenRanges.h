@@ -40,29 +40,41 @@ public:
     template <class PartOf>
     const std::vector<RationalInterval>&
     find(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
-        start();
+        return isHiddenByLast(tree, partOf) ? whole() : seek(tree, probe, partOf);
+    }
+
+    /// Whether a triangle hides the whole segment that did so lately: the first step of find().
+    template <class PartOf> bool isHiddenByLast(const OccluderTree& tree, PartOf partOf) const {
         const auto& triangles = tree.triangles();
-        bool hidden = std::any_of(lastHiders_.begin(), lastHiders_.end(), [&](std::uint32_t slot) {
+        return std::any_of(lastHiders_.begin(), lastHiders_.end(), [&](std::uint32_t slot) {
             const auto part = slot < triangles.size() ? partOf(triangles[slot]) : std::nullopt;
             return part && IsWhole(*part);
         });
-        if (!hidden) {
-            tree.walk(probe, coverage_, [&](std::uint32_t slot, std::uint32_t end) {
-                for (; slot != end && !hidden; ++slot) {
-                    const std::optional<RationalInterval> part = partOf(triangles[slot]);
-                    hidden = part && add(*part, slot);
-                }
-                return hidden;
-            });
-        }
-        if (hidden) {
-            ranges_.assign(1, WholeSegment());
-        }
-        return ranges_;
+    }
+
+    /// The second step of find().
+    template <class PartOf>
+    const std::vector<RationalInterval>&
+    seek(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
+        start();
+        const auto& triangles = tree.triangles();
+        bool hidden = false;
+        tree.walk(probe, coverage_, [&](std::uint32_t slot, std::uint32_t end) {
+            for (; slot != end && !hidden; ++slot) {
+                const std::optional<RationalInterval> part = partOf(triangles[slot]);
+                hidden = part && add(*part, slot);
+            }
+            return hidden;
+        });
+        return hidden ? whole() : ranges_;
     }
 
 private:
     void start();
+    const std::vector<RationalInterval>& whole() {
+        ranges_.assign(1, WholeSegment());
+        return ranges_;
+    }
     bool add(const RationalInterval& range, std::uint32_t slot);
     void extendEnds(const RationalInterval& range);
     bool isAllHidden();

@@ -26,6 +26,20 @@ namespace {
 
 using Point = Wm4::Vector3<float>;
 
+/// What single triangles of a set hide of an edge.
+class PartsOf {
+public:
+    PartsOf(const BakedTriangles& baked, const CutOcclusion& cut) : baked_(baked), cut_(cut) {}
+
+    std::optional<RationalInterval> operator()(const OccluderTree::Triangle& triangle) const {
+        return cut_.hiddenBy(triangle, baked_.trianglePlanes[triangle.number]);
+    }
+
+private:
+    const BakedTriangles& baked_;
+    const CutOcclusion& cut_;
+};
+
 /// One set of baked triangles that hides intersection edges.
 class CutHider {
 public:
@@ -41,20 +55,21 @@ public:
     CutHider(const CutHider&) = delete;
     CutHider& operator=(const CutHider&) = delete;
 
+    /// Whether all of an edge is known to be hidden without a search.
+    bool hidesAtOnce(const IntersectionEdge& edge) const {
+        const CutOcclusion cut(edge, tolerance_);
+        return layout_ != nullptr && (layout_->map.hides(edge.first.point, edge.second.point) ||
+                                      ranges_.isHiddenByLast(layout_->tree, PartsOf(baked_, cut)));
+    }
+
+    /// Of an edge that is not hidden at once.
     void append(const IntersectionEdge& edge, std::vector<RationalInterval>& hidden) {
         const CutOcclusion cut(edge, tolerance_);
         if (layout_ == nullptr) {
             cut.appendHidden(baked_, 0, hidden);
             return;
         }
-        if (layout_->map.hides(edge.first.point, edge.second.point)) {
-            hidden.push_back(WholeSegment());
-            return;
-        }
-        const auto& found =
-            ranges_.find(layout_->tree, cut.probe(), [&](const OccluderTree::Triangle& triangle) {
-                return cut.hiddenBy(triangle, baked_.trianglePlanes[triangle.number]);
-            });
+        const auto& found = ranges_.seek(layout_->tree, cut.probe(), PartsOf(baked_, cut));
         hidden.insert(hidden.end(), found.begin(), found.end());
     }
 
@@ -80,18 +95,22 @@ public:
         }
     }
 
-    /// The union of what hides an edge, disjoint and in increasing order.
+    /// Whether all of an edge is known to be hidden without a search.
+    bool hideAtOnce(const IntersectionEdge& edge) const {
+        return own_.hidesAtOnce(edge) || (occluders_ && occluders_->hidesAtOnce(edge));
+    }
+
+    /// The union of what hides an edge that is not hidden at once, disjoint and in increasing
+    /// order.
     const std::vector<RationalInterval>& hiddenOf(const IntersectionEdge& edge) {
         hidden_.clear();
         own_.append(edge, hidden_);
-        if (occluders_ && !isWhole()) {
+        if (occluders_ && !AreWhole(hidden_)) {
             occluders_->append(edge, hidden_);
         }
         IntervalTools::FuseOverlappingIntervals(hidden_);
         return hidden_;
     }
-
-    bool isWhole() const { return AreWhole(hidden_); }
 
 private:
     CutHider own_;
@@ -201,15 +220,22 @@ void Pieces::appendVisiblePieces(const IntersectionEdge& edge,
     }
 }
 
+/// Triangles in contact hide nothing of each other's cuts, so that a search among many of them
+/// finds no end: whether these two are is told first.
 void Pieces::append(const FoundIntersection& found, CutHiders& hiders) {
+    const bool hiddenIsWanted = withHidden && !found.grazing;
     const IntersectionEdge edge = edgeOf(found);
-    const std::vector<RationalInterval>& ranges = hiders.hiddenOf(edge);
-    const bool nothingIsWanted = !withHidden && hiders.isWhole();
-    if (nothingIsWanted || isContact(found)) {
+    const bool isHidden = hiders.hideAtOnce(edge);
+    if ((isHidden && !hiddenIsWanted) || isContact(found)) {
         return;
     }
+    if (isHidden) {
+        appendPiece(edge, {0, 1}, {1, 1}, hidden);
+        return;
+    }
+    const std::vector<RationalInterval>& ranges = hiders.hiddenOf(edge);
     appendVisiblePieces(edge, ranges);
-    if (withHidden && !found.grazing) {
+    if (hiddenIsWanted) {
         for (const RationalInterval& range : ranges) {
             appendPiece(edge, range.start, range.end, hidden);
         }
