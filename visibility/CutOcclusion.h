@@ -26,6 +26,9 @@ public:
 
     SegmentProbe probe() const { return {edge_.first.point, edge_.second.point}; }
 
+    /// The ends as they are, off by less than 2^-20 of a step.
+    const double (&ends() const)[2][3] { return ends_; }
+
     /// The range that the triangle hides, from the first end (0) to the second (1), if any.
     /// Triangles more than a step beside the edge's box are held to hide nothing: a crossing is
     /// rounded, so a triangle beside the edge could seem to hide a bit of it.
@@ -49,7 +52,7 @@ private:
     const IntersectionEdge& edge_;
     ContactTolerance tolerance_;
     TriangleSieve sieve_;
-    double ends_[2][3]; ///< The exact ends, off by less than 2^-20 of a step.
+    double ends_[2][3];
 };
 
 } // namespace ctr

@@ -9,6 +9,7 @@
 #include "projection/GridQuantisation.h"
 #include "visibility/BakedMesh.h"
 #include "visibility/BakedStructure.h"
+#include "visibility/CrowdCover.h"
 #include "visibility/CutOcclusion.h"
 #include "visibility/FaceContact.h"
 #include "visibility/FractionOrder.h"
@@ -62,6 +63,20 @@ public:
                                       ranges_.isHiddenByLast(layout_->tree, PartsOf(baked_, cut)));
     }
 
+    /// The same for an edge of two triangles of this set, by their numbers.
+    bool hidesAtOnce(const IntersectionEdge& edge, std::uint32_t a, std::uint32_t b) const {
+        return hidesAtOnce(edge) ||
+               (crowds_ && crowds_->hide(CutOcclusion(edge, tolerance_), a, b));
+    }
+
+    /// Prepares for so many edges of triangles of this set.
+    void coverCrowds(std::size_t edges, WorkCounter& work) {
+        constexpr std::size_t kEdgesPerTriangle = 8;
+        if (layout_ != nullptr && edges >= kEdgesPerTriangle * baked_.trianglePlanes.size()) {
+            crowds_.emplace(baked_, layout_->tree.triangles(), work);
+        }
+    }
+
     /// Of an edge that is not hidden at once.
     void append(const IntersectionEdge& edge, std::vector<RationalInterval>& hidden) {
         const CutOcclusion cut(edge, tolerance_);
@@ -78,6 +93,7 @@ private:
     ContactTolerance tolerance_;
     const OccluderLayout* layout_;
     std::optional<OccluderLayout> own_;
+    std::optional<CrowdCovers> crowds_;
     HiddenRanges ranges_;
 };
 
@@ -90,14 +106,16 @@ public:
               std::size_t edges,
               WorkCounter& work)
         : own_(triangles, edges, work) {
+        own_.coverCrowds(edges, work);
         if (occluders != nullptr && HasTriangles(*occluders->baked)) {
             occluders_.emplace(*occluders, edges, work);
         }
     }
 
-    /// Whether all of an edge is known to be hidden without a search.
-    bool hideAtOnce(const IntersectionEdge& edge) const {
-        return own_.hidesAtOnce(edge) || (occluders_ && occluders_->hidesAtOnce(edge));
+    /// Whether all of an edge of two triangles is known to be hidden without a search.
+    bool hideAtOnce(const IntersectionEdge& edge, std::uint32_t first, std::uint32_t second) const {
+        return own_.hidesAtOnce(edge, first, second) ||
+               (occluders_ && occluders_->hidesAtOnce(edge));
     }
 
     /// The union of what hides an edge that is not hidden at once, disjoint and in increasing
@@ -225,7 +243,8 @@ void Pieces::appendVisiblePieces(const IntersectionEdge& edge,
 void Pieces::append(const FoundIntersection& found, CutHiders& hiders) {
     const bool hiddenIsWanted = withHidden && !found.grazing;
     const IntersectionEdge edge = edgeOf(found);
-    const bool isHidden = hiders.hideAtOnce(edge);
+    const bool isHidden =
+        hiders.hideAtOnce(edge, found.first, triangles->bvh.primitives[found.secondSlot]);
     if ((isHidden && !hiddenIsWanted) || isContact(found)) {
         return;
     }
