@@ -105,11 +105,11 @@ CrowdCover::CrowdCover(const std::vector<Triangle>& triangles,
       cells_(static_cast<std::size_t>(CellsOnAxis::kMost * CellsOnAxis::kMost)) {
     for (const std::uint32_t slot : slots) {
         work.count(kWorkPerTriangle);
-        cover(triangles[slot]);
+        cover(triangles[slot], slot);
     }
 }
 
-CrowdCover::Plane CrowdCover::planeOf(const Triangle& triangle) const {
+CrowdCover::Plane CrowdCover::planeOf(const Triangle& triangle, std::uint32_t slot) const {
     const BakedVertex& corner = triangle.corners[0];
     const GridVector normal = NormalOf(triangle.corners);
     const auto size = static_cast<double>(ChangePerStep(normal));
@@ -119,13 +119,15 @@ CrowdCover::Plane CrowdCover::planeOf(const Triangle& triangle) const {
              static_cast<double>(normal[2])},
             {static_cast<double>(corner.x), static_cast<double>(corner.y),
              static_cast<double>(corner.z)},
-            -(2.0 + size * kLoss + static_cast<double>(tolerance_.bandOf(normal)))};
+            -(2.0 + size * kLoss + static_cast<double>(tolerance_.bandOf(normal))),
+            slot};
 }
 
-void CrowdCover::cover(const Triangle& triangle) {
+void CrowdCover::cover(const Triangle& triangle, std::uint32_t slot) {
     const CellsOnAxis::Run columns = columns_.within(ExtentOf(triangle, &BakedVertex::x));
     const CellsOnAxis::Run rows = rows_.within(ExtentOf(triangle, &BakedVertex::y));
-    const Plane plane = planeOf(triangle);
+    const Plane plane = planeOf(triangle, slot);
+    bool isNeeded = false;
     if (columns.first > columns.last || rows.first > rows.last || plane.normal[2] >= 0.0) {
         return;
     }
@@ -138,34 +140,38 @@ void CrowdCover::cover(const Triangle& triangle) {
             const auto x = columns_[column];
             const auto y = rows_[row];
             if (sides[0].hasInside(x, y) && sides[1].hasInside(x, y) && sides[2].hasInside(x, y)) {
-                add(column, row, plane);
+                isNeeded = add(column, row, plane) || isNeeded;
             }
         }
     }
+    if (isNeeded) {
+        planes_.push_back(plane);
+    }
 }
 
-/// Remembers a plane in a cell if it is among the nearest there.
-void CrowdCover::add(std::int64_t column, std::int64_t row, const Plane& plane) {
+/// Remembers a plane, the next of all, in a cell if it is among the nearest there.
+bool CrowdCover::add(std::int64_t column, std::int64_t row, const Plane& plane) {
     const auto middle = [](const CellsOnAxis::Steps& steps) {
         return 0.5 * static_cast<double>(steps.min + steps.max);
     };
-    const auto& [normal, offset, limit] = plane;
+    const auto& [normal, offset, limit, slot] = plane;
     const double depth = offset[2] - (normal[0] * (middle(columns_[column]) - offset[0]) +
                                       normal[1] * (middle(rows_[row]) - offset[1])) /
                                          normal[2];
     Cell& cell = cellAt(column, row);
     if (!(depth < cell.back().depth)) {
-        return;
+        return false;
     }
     std::size_t place = kNearest - 1;
     for (; place > 0 && depth < cell[place - 1].depth; --place) {
         cell[place] = cell[place - 1];
     }
     cell[place] = {depth, static_cast<std::uint32_t>(planes_.size())};
-    planes_.push_back(plane);
+    return true;
 }
 
-bool CrowdCover::hides(const CutOcclusion& cut) const {
+bool CrowdCover::hides(const CutOcclusion& cut, std::vector<std::uint32_t>& hiders) const {
+    bool all = true;
     const auto& [first, second] = cut.ends();
     const OnAxis x{first[0], second[0]};
     const OnAxis y{first[1], second[1]};
@@ -177,27 +183,34 @@ bool CrowdCover::hides(const CutOcclusion& cut) const {
         const CellsOnAxis::Run rows = rows_.between(low, high);
         for (std::int64_t row = rows.first; row <= rows.last; ++row) {
             const auto [from, to] = y.within(rows_[row], begin, end);
-            if (from <= to && !hidesPart(cellAt(column, row), cut, from, to)) {
-                return false;
+            if (from > to) {
+                continue;
+            }
+            const Plane* const hider = hiderOfPart(cellAt(column, row), cut, from, to);
+            all = all && hider != nullptr;
+            if (hider != nullptr && (hiders.empty() || hiders.back() != hider->slot)) {
+                hiders.push_back(hider->slot);
             }
         }
     }
-    return true;
+    return all;
 }
 
-bool CrowdCover::hidesPart(const Cell& cell,
-                           const CutOcclusion& cut,
-                           double from,
-                           double to) const {
+/// The nearest that surely hides a part of a cut in a cell; null for none.
+const CrowdCover::Plane*
+CrowdCover::hiderOfPart(const Cell& cell, const CutOcclusion& cut, double from, double to) const {
     const auto& [first, second] = cut.ends();
-    return std::any_of(cell.begin(), cell.end(), [&, &a = first, &b = second](const Cover& cover) {
+    for (const Cover& cover : cell) {
         if (!(cover.depth < std::numeric_limits<double>::infinity())) {
-            return false;
+            return nullptr;
         }
         const Plane& plane = planes_[cover.plane];
-        const OnAxis value{plane.at(a), plane.at(b)};
-        return value.at(from) < plane.limit && value.at(to) < plane.limit;
-    });
+        const OnAxis value{plane.at(first), plane.at(second)};
+        if (value.at(from) < plane.limit && value.at(to) < plane.limit) {
+            return &plane;
+        }
+    }
+    return nullptr;
 }
 
 CrowdCovers::CrowdCovers(const BakedTriangles& baked,

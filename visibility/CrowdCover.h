@@ -96,8 +96,9 @@ public:
                const ContactTolerance& tolerance,
                WorkCounter& work);
 
-    /// Whether all of a cut of two triangles of the crowd is surely hidden by others.
-    bool hides(const CutOcclusion& cut) const;
+    /// Whether all of a cut of two triangles of the crowd is surely hidden by others. If not, adds
+    /// the slots of those that hide parts of it.
+    bool hides(const CutOcclusion& cut, std::vector<std::uint32_t>& hiders) const;
 
 private:
     static constexpr std::size_t kNearest = 4;
@@ -106,6 +107,7 @@ private:
         double normal[3];
         double offset[3];
         double limit;
+        std::uint32_t slot;
         double at(const double (&p)[3]) const {
             return normal[0] * (p[0] - offset[0]) + normal[1] * (p[1] - offset[1]) +
                    normal[2] * (p[2] - offset[2]);
@@ -118,16 +120,17 @@ private:
     /// Nearest first.
     using Cell = std::array<Cover, kNearest>;
 
-    Plane planeOf(const Triangle& triangle) const;
-    void cover(const Triangle& triangle);
-    void add(std::int64_t column, std::int64_t row, const Plane& plane);
+    Plane planeOf(const Triangle& triangle, std::uint32_t slot) const;
+    void cover(const Triangle& triangle, std::uint32_t slot);
+    bool add(std::int64_t column, std::int64_t row, const Plane& plane);
     Cell& cellAt(std::int64_t column, std::int64_t row) {
         return cells_[static_cast<std::size_t>(row * CellsOnAxis::kMost + column)];
     }
     const Cell& cellAt(std::int64_t column, std::int64_t row) const {
         return cells_[static_cast<std::size_t>(row * CellsOnAxis::kMost + column)];
     }
-    bool hidesPart(const Cell& cell, const CutOcclusion& cut, double from, double to) const;
+    const Plane*
+    hiderOfPart(const Cell& cell, const CutOcclusion& cut, double from, double to) const;
 
     ContactTolerance tolerance_;
     CellsOnAxis columns_;
@@ -144,10 +147,14 @@ public:
                 const std::vector<OccluderTree::Triangle>& triangles,
                 WorkCounter& work);
 
-    /// Whether all of the cut of two triangles, by their numbers, is surely hidden by others.
-    bool hide(const CutOcclusion& cut, std::uint32_t first, std::uint32_t second) const {
+    /// Whether all of the cut of two triangles, by their numbers, is surely hidden by others. If
+    /// not, adds the slots of triangles that hide parts of it.
+    bool hide(const CutOcclusion& cut,
+              std::uint32_t first,
+              std::uint32_t second,
+              std::vector<std::uint32_t>& hiders) const {
         const std::uint32_t crowd = crowdOf_.empty() ? kNone : crowdOf_[first];
-        return crowd != kNone && crowd == crowdOf_[second] && covers_[crowd].hides(cut);
+        return crowd != kNone && crowd == crowdOf_[second] && covers_[crowd].hides(cut, hiders);
     }
 
 private:

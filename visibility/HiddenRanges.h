@@ -40,7 +40,7 @@ public:
     template <class PartOf>
     const std::vector<RationalInterval>&
     find(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
-        return isHiddenByLast(tree, partOf) ? whole() : seek(tree, probe, partOf);
+        return isHiddenByLast(tree, partOf) ? whole() : seek(tree, probe, partOf, {});
     }
 
     /// Whether a triangle hides the whole segment that did so lately: the first step of find().
@@ -52,13 +52,22 @@ public:
         });
     }
 
-    /// The second step of find().
+    /// The second step of find(). Triangles that are expected to hide parts of the segment, by
+    /// their slots, are asked first.
     template <class PartOf>
-    const std::vector<RationalInterval>&
-    seek(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
+    const std::vector<RationalInterval>& seek(const OccluderTree& tree,
+                                              const SegmentProbe& probe,
+                                              PartOf partOf,
+                                              const std::vector<std::uint32_t>& expected) {
         start();
         const auto& triangles = tree.triangles();
-        bool hidden = false;
+        bool hidden = std::any_of(expected.begin(), expected.end(), [&](std::uint32_t slot) {
+            const std::optional<RationalInterval> part = partOf(triangles[slot]);
+            return part && add(*part, slot);
+        });
+        if (hidden) {
+            return whole();
+        }
         tree.walk(probe, coverage_, [&](std::uint32_t slot, std::uint32_t end) {
             for (; slot != end && !hidden; ++slot) {
                 const std::optional<RationalInterval> part = partOf(triangles[slot]);

@@ -64,14 +64,15 @@ public:
     }
 
     /// The same for an edge of two triangles of this set, by their numbers.
-    bool hidesAtOnce(const IntersectionEdge& edge, std::uint32_t a, std::uint32_t b) const {
+    bool hidesAtOnce(const IntersectionEdge& edge, std::uint32_t a, std::uint32_t b) {
+        expected_.clear();
         return hidesAtOnce(edge) ||
-               (crowds_ && crowds_->hide(CutOcclusion(edge, tolerance_), a, b));
+               (crowds_ && crowds_->hide(CutOcclusion(edge, tolerance_), a, b, expected_));
     }
 
     /// Prepares for so many edges of triangles of this set.
     void coverCrowds(std::size_t edges, WorkCounter& work) {
-        constexpr std::size_t kEdgesPerTriangle = 8;
+        constexpr std::size_t kEdgesPerTriangle = 4;
         if (layout_ != nullptr && edges >= kEdgesPerTriangle * baked_.trianglePlanes.size()) {
             crowds_.emplace(baked_, layout_->tree.triangles(), work);
         }
@@ -84,7 +85,8 @@ public:
             cut.appendHidden(baked_, 0, hidden);
             return;
         }
-        const auto& found = ranges_.seek(layout_->tree, cut.probe(), PartsOf(baked_, cut));
+        const auto& found =
+            ranges_.seek(layout_->tree, cut.probe(), PartsOf(baked_, cut), expected_);
         hidden.insert(hidden.end(), found.begin(), found.end());
     }
 
@@ -95,6 +97,7 @@ private:
     std::optional<OccluderLayout> own_;
     std::optional<CrowdCovers> crowds_;
     HiddenRanges ranges_;
+    std::vector<std::uint32_t> expected_; ///< To hide parts of the last edge that was looked up.
 };
 
 /// Everything that hides intersection edges: the triangles that cut each other and, if there are
@@ -113,7 +116,7 @@ public:
     }
 
     /// Whether all of an edge of two triangles is known to be hidden without a search.
-    bool hideAtOnce(const IntersectionEdge& edge, std::uint32_t first, std::uint32_t second) const {
+    bool hideAtOnce(const IntersectionEdge& edge, std::uint32_t first, std::uint32_t second) {
         return own_.hidesAtOnce(edge, first, second) ||
                (occluders_ && occluders_->hidesAtOnce(edge));
     }
