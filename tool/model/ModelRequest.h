@@ -19,7 +19,8 @@ enum class UpAxis : std::uint8_t { X, Y, Z };
 struct ReadRules {
     /// A folder whose files a model may refer to, beside those of its own folder; empty: none.
     std::string sideFiles;
-    /// Bytes of the model and of the files that it refers to, together.
+    /// Bytes of the model and of the files that it refers to, together. Reading takes up to ten
+    /// times as much memory as a rule, so more is for those who know that they have it.
     std::uint64_t largestInput = 2'000'000'000;
     /// How long a read may take, and a second more per megabyte of input; 0: without a limit.
     std::chrono::milliseconds time{60'000};

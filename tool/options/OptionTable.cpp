@@ -18,7 +18,7 @@ void AddReading(Rows& rows) {
                     "FOLDER",
                     topic,
                     ValueKind::File,
-                    "A folder more that models may refer to files in",
+                    "Another folder whose files models may refer to",
                     "A model may consist of several files, such as a glTF file and its buffers. "
                     "They are read if they lie in the model's own folder, in folders below it, or "
                     "in FOLDER and those below. Links that lead out of these folders are not "
