@@ -134,10 +134,10 @@ void CellGrid::insertIntoLeaves(std::size_t cell, std::uint32_t number) {
 }
 
 void CellGrid::makeRoom(Leaf& leaf) {
-    const auto first = static_cast<std::uint32_t>(entries_.size());
+    const std::size_t first = entries_.size();
     leaf.room = leaf.room == 0 ? kFirstRoom : 2 * leaf.room;
     entries_.resize(entries_.size() + leaf.room);
-    std::copy_n(entries_.begin() + leaf.first, leaf.size, entries_.begin() + first);
+    std::copy_n(entries_.data() + leaf.first, leaf.size, entries_.data() + first);
     leaf.first = first;
 }
 
@@ -163,7 +163,7 @@ std::vector<std::uint32_t> CellGrid::linesOf(const Cell& cell) const {
     std::vector<std::uint32_t> numbers;
     for (std::uint32_t part = 0; part < cell.parts * cell.parts; ++part) {
         const Leaf& leaf = leaves_[cell.firstLeaf + part];
-        const auto first = entries_.begin() + leaf.first;
+        const std::uint32_t* const first = entries_.data() + leaf.first;
         numbers.insert(numbers.end(), first, first + leaf.size);
     }
     std::sort(numbers.begin(), numbers.end());

@@ -85,7 +85,7 @@ public:
     CellGrid(const std::vector<PaperLine>& expected, double reach);
 
     /// Returns the line's number; they count from 0 on. The line lies within the rectangle around
-    /// those expected. Together lines may be in 2^32 - 1 cells.
+    /// those expected.
     std::uint32_t insert(const PaperLine& line);
 
     const PaperLine& line(std::uint32_t number) const { return lines_[number]; }
@@ -104,7 +104,7 @@ private:
 
     /// Its lines follow each other in entries_. When there is no more room, they move to its end.
     struct Leaf {
-        std::uint32_t first = 0;
+        std::size_t first = 0;
         std::uint32_t size = 0;
         std::uint32_t room = 0;
     };
