@@ -117,6 +117,7 @@ TEST(CellGrid, AVisitEndsWhenItIsTold) {
 // A crowd at the start of a line need not be looked at when its other end tells enough.
 TEST(CellGrid, VisitsTheCrowdLast) {
     std::vector<PaperLine> lines;
+    lines.reserve(501);
     for (int i = 0; i < 500; ++i) {
         lines.push_back({{0, 0}, {0.001 * i, 0.2}});
     }

@@ -159,6 +159,7 @@ PaperLines OnOnePlace(int count) {
 PaperLines NearlyOnOnePlace(int count) {
     Random random(1);
     std::vector<PaperLine> lines;
+    lines.reserve(static_cast<std::size_t>(count) + 1);
     for (int i = 0; i < count; ++i) {
         lines.push_back({{10 + Uniform(random, 0, 1e-4), 10 + Uniform(random, 0, 1e-4)},
                          {110 + Uniform(random, 0, 1e-4), 60}});
@@ -188,6 +189,7 @@ PaperLines HalfHidden(int count) {
 
 PaperLines EachShorter(int count) {
     std::vector<PaperLine> lines;
+    lines.reserve(static_cast<std::size_t>(count) + 1);
     for (int i = 0; i < count; ++i) {
         lines.push_back({{0, 0}, {201.0 - 200.0 * i / count, 0}});
     }
@@ -197,6 +199,7 @@ PaperLines EachShorter(int count) {
 /// 20 lines in each tolerance.
 PaperLines FineHatch(int count) {
     std::vector<PaperLine> lines;
+    lines.reserve(static_cast<std::size_t>(count) + 1);
     for (int i = 0; i < count; ++i) {
         lines.push_back({{0, 0.001 * i}, {20, 0.001 * i}});
     }
@@ -206,6 +209,7 @@ PaperLines FineHatch(int count) {
 /// A long line over short ones with gaps, each of which becomes a rest.
 PaperLines OverDashes(int count) {
     std::vector<PaperLine> lines;
+    lines.reserve(static_cast<std::size_t>(count) + 1);
     for (int i = 0; i < count; ++i) {
         lines.push_back({{0.1 * i, 0}, {0.1 * i + 0.05, 0}});
     }
@@ -225,7 +229,8 @@ PaperLines TinyMesh(int count) {
     const int side = static_cast<int>(std::sqrt(count / 2));
     const double step = 0.1 / side;
     for (int i = 0; i < side * side; ++i) {
-        const Point p{50 + i % side * step, 20 + i / side * step};
+        const int row = i / side;
+        const Point p{50 + i % side * step, 20 + row * step};
         lines.push_back({p, {p.x + step, p.y}});
         lines.push_back({p, {p.x, p.y + step}});
     }
