@@ -2,12 +2,13 @@
 #pragma once
 
 #include "visibility/CrowdTree.h"
+#include "visibility/DistinctTriangles.h"
 #include "visibility/OccluderTree.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <utility>
+#include <vector>
 
 namespace ctr {
 
@@ -24,6 +25,13 @@ inline Coordinates UnitOf(const GridVector& v) {
     const double length = LengthOf(p);
     return {p[0] / length, p[1] / length, p[2] / length};
 }
+
+/// Gives items around a hub, whose numbers are those of distinct triangles, hubs of their own: the
+/// other ends of edges from there that more than so many of them share.
+void SetCrowdedEnds(const DistinctTriangles& triangles,
+                    std::uint32_t hub,
+                    std::uint32_t degree,
+                    std::vector<CrowdItem>& items);
 
 /// Without hubs. The triangle is borrowed.
 inline CrowdItem ItemOfTriangle(const OccluderTree::Triangle& triangle, std::uint32_t number) {

@@ -212,6 +212,7 @@ void CrowdedOccluders::layOutHubs(std::uint32_t hubDegree, WorkCounter& work) {
         work.count(1);
     }
     for (std::size_t k = 0; k < items.size(); ++k) {
+        SetCrowdedEnds(distinct_, hubs[k], hubDegree, items[k]);
         around_.push_back({CrowdTree(std::move(items[k]), work), {}});
         Around& around = around_.back();
         for (const CrowdTree::Node& node : around.tree.nodes()) {
@@ -472,9 +473,14 @@ void CrowdedOccluders::askAround(const Around& around,
                                  Question& question,
                                  const std::function<std::optional<double>(const Exits&)>& rankOf) {
     const auto& nodes = around.tree.nodes();
+    const Hubs otherEnd{question.hubs[1 - end], kNoHub, kNoHub};
     pending_.start();
     const auto consider = [&](std::uint32_t number) {
         ++looks_;
+        // A side of a triangle lies in its plane.
+        if (ShareHub(nodes[number].hubs, otherEnd)) {
+            return;
+        }
         if (const auto exits = exitsOf(around, number, end, question)) {
             if (const auto rank = rankOf(*exits)) {
                 pending_.add(*rank, number);
@@ -494,7 +500,10 @@ void CrowdedOccluders::askAround(const Around& around,
             continue;
         }
         for (std::uint32_t i = node.begin; i < node.end; ++i) {
-            askTriangle(around.tree.itemAt(i).number, question);
+            const CrowdItem& item = around.tree.itemAt(i);
+            if (!ShareHub(item.hubs, otherEnd)) {
+                askTriangle(item.number, question);
+            }
         }
     }
 }

@@ -96,43 +96,19 @@ CrowdItem CrowdedPairs::itemOf(std::uint32_t triangle) const {
     return item;
 }
 
-/// Pairs that have a hub in common, by their directions from there. Ends of edges that are crowded
-/// themselves are the hubs among these: triangles that share one have an edge in common.
+/// Pairs that have a hub in common, by their directions from there. Triangles that share the other
+/// end of an edge as well have that edge in common.
 void CrowdedPairs::meetAround(std::uint32_t hub) {
-    const std::vector<std::uint32_t> crowdedEnds = crowdedEndsAround(hub);
     std::vector<CrowdItem> items;
     for (std::uint32_t i = atHubs_.firsts[hub]; i < atHubs_.firsts[hub + 1]; ++i) {
-        items.push_back(directionsOf(atHubs_.triangles[i], hub, crowdedEnds));
+        items.push_back(directionsOf(atHubs_.triangles[i], hub));
     }
+    SetCrowdedEnds(distinct_, hub, hubDegree_, items);
+    work_.count(items.size());
     meetItems(std::move(items));
 }
 
-/// The places, in increasing order, to which so many edges lead from a hub.
-std::vector<std::uint32_t> CrowdedPairs::crowdedEndsAround(std::uint32_t hub) const {
-    std::vector<std::uint32_t> ends;
-    for (std::uint32_t i = atHubs_.firsts[hub]; i < atHubs_.firsts[hub + 1]; ++i) {
-        for (const std::uint32_t place : distinct_.places(atHubs_.triangles[i])) {
-            if (place != hub) {
-                ends.push_back(place);
-            }
-        }
-    }
-    std::sort(ends.begin(), ends.end());
-    work_.count(ends.size());
-    std::vector<std::uint32_t> crowded;
-    for (auto begin = ends.begin(); begin != ends.end();) {
-        const auto end = std::upper_bound(begin, ends.end(), *begin);
-        if (end - begin > std::ptrdiff_t{hubDegree_}) {
-            crowded.push_back(*begin);
-        }
-        begin = end;
-    }
-    return crowded;
-}
-
-CrowdItem CrowdedPairs::directionsOf(std::uint32_t triangle,
-                                     std::uint32_t hub,
-                                     const std::vector<std::uint32_t>& crowdedEnds) const {
+CrowdItem CrowdedPairs::directionsOf(std::uint32_t triangle, std::uint32_t hub) const {
     const Places& places = distinct_.places(triangle);
     const auto corner =
         static_cast<std::size_t>(std::find(places.begin(), places.end(), hub) - places.begin());
@@ -141,14 +117,6 @@ CrowdItem CrowdedPairs::directionsOf(std::uint32_t triangle,
         ItemOfDirections(Difference(corners[(corner + 1) % 3], corners[corner]),
                          Difference(corners[(corner + 2) % 3], corners[corner]), triangle);
     item.isMarked = marked_[*distinct_.begin(triangle)];
-    auto next = item.hubs.begin();
-    for (std::size_t k = 1; k < 3; ++k) {
-        const std::uint32_t end = places[(corner + k) % 3];
-        if (std::binary_search(crowdedEnds.begin(), crowdedEnds.end(), end)) {
-            *next++ = end;
-        }
-    }
-    std::sort(item.hubs.begin(), item.hubs.end());
     return item;
 }
 

@@ -52,10 +52,7 @@ private:
     void meetAnywhere();
     void meetAround(std::uint32_t hub);
     CrowdItem itemOf(std::uint32_t triangle) const;
-    CrowdItem directionsOf(std::uint32_t triangle,
-                           std::uint32_t hub,
-                           const std::vector<std::uint32_t>& crowdedEnds) const;
-    std::vector<std::uint32_t> crowdedEndsAround(std::uint32_t hub) const;
+    CrowdItem directionsOf(std::uint32_t triangle, std::uint32_t hub) const;
     void meetItems(std::vector<CrowdItem> items);
     void test(std::uint32_t a, std::uint32_t b);
     void testEqual(std::uint32_t first, std::uint32_t second);

@@ -38,7 +38,7 @@ public:
                WorkCounter& work,
                const CrowdLimits& limits = {});
 
-    /// Leaves out pairs of which both are marked, slot by slot.
+    /// Leaves out pairs of which both are marked, slot by slot; equal triangles are marked alike.
     void leaveOut(std::vector<bool> marked);
 
     /// All intersection edges, by the number of the first triangle and then the slot of the second.
