@@ -57,7 +57,7 @@ public:
     }
 
 private:
-    /// The largest value in a rectangle: below 2^61, as all coordinates are below 2^29.
+    /// The largest value in a rectangle; see FitValues().
     std::int64_t most(const CellsOnAxis::Steps& x, const CellsOnAxis::Steps& y) const {
         return perX_ * ((perX_ > 0 ? x.max : x.min) - from_.x) +
                perY_ * ((perY_ > 0 ? y.max : y.min) - from_.y);
@@ -69,11 +69,20 @@ private:
     std::int64_t limit_ = 0;
 };
 
-bool IsNear(const OccluderTree::Triangle& triangle) {
-    constexpr std::int32_t kFarthest = 1 << 29;
-    return std::all_of(triangle.corners, triangle.corners + 3, [](const BakedVertex& p) {
-        return p.x >= -kFarthest && p.x <= kFarthest && p.y >= -kFarthest && p.y <= kFarthest;
-    });
+/// Whether values of sides and planes are below 2^63 in the box of a crowd, as on all grids whose
+/// bounds hold: elsewhere they wrap.
+bool FitValues(const std::vector<OccluderTree::Triangle>& triangles,
+               const std::vector<std::uint32_t>& slots) {
+    constexpr double kLargest = 0x1p63;
+    constexpr double kTerms = 6.0; // of two products each
+    const auto along = [&](std::int32_t BakedVertex::*axis) {
+        const CellsOnAxis::Steps extent = ExtentOf(triangles, slots, axis);
+        return static_cast<double>(extent.max - extent.min) + 1.0;
+    };
+    const double x = along(&BakedVertex::x);
+    const double y = along(&BakedVertex::y);
+    return kTerms * x * y * along(&BakedVertex::z) < kLargest && kTerms * x * x < kLargest &&
+           kTerms * y * y < kLargest;
 }
 
 /// A line on one axis, parameters from 0 to 1.
@@ -171,7 +180,9 @@ bool CrowdCover::add(std::int64_t column, std::int64_t row, const Plane& plane) 
 }
 
 bool CrowdCover::hides(const CutOcclusion& cut, std::vector<std::uint32_t>& hiders) const {
-    bool all = true;
+    // More make a search likely to be as quick.
+    constexpr int kMostOpenParts = 4;
+    int openParts = 0;
     const auto& [first, second] = cut.ends();
     const OnAxis x{first[0], second[0]};
     const OnAxis y{first[1], second[1]};
@@ -187,13 +198,15 @@ bool CrowdCover::hides(const CutOcclusion& cut, std::vector<std::uint32_t>& hide
                 continue;
             }
             const Plane* const hider = hiderOfPart(cellAt(column, row), cut, from, to);
-            all = all && hider != nullptr;
+            if (hider == nullptr && ++openParts == kMostOpenParts) {
+                return false;
+            }
             if (hider != nullptr && (hiders.empty() || hiders.back() != hider->slot)) {
                 hiders.push_back(hider->slot);
             }
         }
     }
-    return all;
+    return openParts == 0;
 }
 
 /// The nearest that surely hides a part of a cut in a cell; null for none.
@@ -222,8 +235,7 @@ CrowdCovers::CrowdCovers(const BakedTriangles& baked,
     for (const unsigned int root : roots) {
         std::vector<std::uint32_t> slots;
         appendSlots(root, slots);
-        if (!std::all_of(slots.begin(), slots.end(),
-                         [&](std::uint32_t slot) { return IsNear(triangles[slot]); })) {
+        if (!FitValues(triangles, slots)) {
             continue;
         }
         crowdOf_.resize(baked.trianglePlanes.size(), kNone);

@@ -101,7 +101,7 @@ public:
     bool hides(const CutOcclusion& cut, std::vector<std::uint32_t>& hiders) const;
 
 private:
-    static constexpr std::size_t kNearest = 4;
+    static constexpr std::size_t kNearest = 8;
     /// A plane as a linear function of places, negative behind; below the limit it surely hides.
     struct Plane {
         double normal[3];

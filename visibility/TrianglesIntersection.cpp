@@ -63,24 +63,37 @@ public:
                                       ranges_.isHiddenByLast(layout_->tree, PartsOf(baked_, cut)));
     }
 
-    /// The same for an edge of two triangles of this set, by their numbers.
-    bool hidesAtOnce(const IntersectionEdge& edge, std::uint32_t a, std::uint32_t b) {
-        expected_.clear();
-        return hidesAtOnce(edge) ||
-               (crowds_ && crowds_->hide(CutOcclusion(edge, tolerance_), a, b, expected_));
-    }
-
     /// Prepares for so many edges of triangles of this set.
     void coverCrowds(std::size_t edges, WorkCounter& work) {
         constexpr std::size_t kEdgesPerTriangle = 4;
-        if (layout_ != nullptr && edges >= kEdgesPerTriangle * baked_.trianglePlanes.size()) {
+        if (layout_ != nullptr && HasTriangles(baked_) &&
+            edges >= kEdgesPerTriangle * baked_.trianglePlanes.size()) {
             crowds_.emplace(baked_, layout_->tree.triangles(), work);
         }
     }
 
     /// Of an edge that is not hidden at once.
     void append(const IntersectionEdge& edge, std::vector<RationalInterval>& hidden) {
+        expected_.clear();
+        seek(CutOcclusion(edge, tolerance_), hidden);
+    }
+
+    /// Of an edge of two triangles of this set, by their numbers.
+    void append(const IntersectionEdge& edge,
+                std::uint32_t first,
+                std::uint32_t second,
+                std::vector<RationalInterval>& hidden) {
         const CutOcclusion cut(edge, tolerance_);
+        expected_.clear();
+        if (crowds_ && crowds_->hide(cut, first, second, expected_)) {
+            hidden.push_back(WholeSegment());
+            return;
+        }
+        seek(cut, hidden);
+    }
+
+private:
+    void seek(const CutOcclusion& cut, std::vector<RationalInterval>& hidden) {
         if (layout_ == nullptr) {
             cut.appendHidden(baked_, 0, hidden);
             return;
@@ -90,14 +103,13 @@ public:
         hidden.insert(hidden.end(), found.begin(), found.end());
     }
 
-private:
     const BakedTriangles& baked_;
     ContactTolerance tolerance_;
     const OccluderLayout* layout_;
     std::optional<OccluderLayout> own_;
     std::optional<CrowdCovers> crowds_;
     HiddenRanges ranges_;
-    std::vector<std::uint32_t> expected_; ///< To hide parts of the last edge that was looked up.
+    std::vector<std::uint32_t> expected_; ///< To hide parts of the edge that is sought.
 };
 
 /// Everything that hides intersection edges: the triangles that cut each other and, if there are
@@ -115,17 +127,17 @@ public:
         }
     }
 
-    /// Whether all of an edge of two triangles is known to be hidden without a search.
-    bool hideAtOnce(const IntersectionEdge& edge, std::uint32_t first, std::uint32_t second) {
-        return own_.hidesAtOnce(edge, first, second) ||
-               (occluders_ && occluders_->hidesAtOnce(edge));
+    /// Whether all of an edge is known to be hidden without a search.
+    bool hideAtOnce(const IntersectionEdge& edge) const {
+        return own_.hidesAtOnce(edge) || (occluders_ && occluders_->hidesAtOnce(edge));
     }
 
     /// The union of what hides an edge that is not hidden at once, disjoint and in increasing
-    /// order.
-    const std::vector<RationalInterval>& hiddenOf(const IntersectionEdge& edge) {
+    /// order; of two triangles by their numbers.
+    const std::vector<RationalInterval>&
+    hiddenOf(const IntersectionEdge& edge, std::uint32_t first, std::uint32_t second) {
         hidden_.clear();
-        own_.append(edge, hidden_);
+        own_.append(edge, first, second, hidden_);
         if (occluders_ && !AreWhole(hidden_)) {
             occluders_->append(edge, hidden_);
         }
@@ -246,8 +258,7 @@ void Pieces::appendVisiblePieces(const IntersectionEdge& edge,
 void Pieces::append(const FoundIntersection& found, CutHiders& hiders) {
     const bool hiddenIsWanted = withHidden && !found.grazing;
     const IntersectionEdge edge = edgeOf(found);
-    const bool isHidden =
-        hiders.hideAtOnce(edge, found.first, triangles->bvh.primitives[found.secondSlot]);
+    const bool isHidden = hiders.hideAtOnce(edge);
     if ((isHidden && !hiddenIsWanted) || isContact(found)) {
         return;
     }
@@ -255,7 +266,8 @@ void Pieces::append(const FoundIntersection& found, CutHiders& hiders) {
         appendPiece(edge, {0, 1}, {1, 1}, hidden);
         return;
     }
-    const std::vector<RationalInterval>& ranges = hiders.hiddenOf(edge);
+    const std::vector<RationalInterval>& ranges =
+        hiders.hiddenOf(edge, found.first, triangles->bvh.primitives[found.secondSlot]);
     appendVisiblePieces(edge, ranges);
     if (hiddenIsWanted) {
         for (const RationalInterval& range : ranges) {

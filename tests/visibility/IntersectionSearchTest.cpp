@@ -6,6 +6,7 @@
 
 #include "linesets/SegmentBuilders.h"
 #include "support/Baking.h"
+#include "support/BestTime.h"
 #include "support/Differences.h"
 #include "support/ExactIntersections.h"
 #include "support/SceneAgreement.h"
@@ -441,6 +442,195 @@ TEST(IntersectionSearch, SpansThatEndSideBySideOnOneLine) {
     EXPECT_GT(counts.cuts, pairs / 8);
     EXPECT_GT(counts.apart, pairs / 8);
     EXPECT_GT(counts.ties, pairs / 10);
+}
+
+// --- crowds ---
+
+// A box of some steps across that all triangles of a crowd are in.
+struct CrowdBox {
+    int left;
+    int bottom;
+    int nearest;
+    int across;
+    int deep;
+
+    BakedVertex any(Random& random) const {
+        return {left + random.below(across + 1), bottom + random.below(across + 1),
+                nearest + random.below(deep + 1)};
+    }
+    BakedVertex held(const BakedVertex& p) const {
+        return {std::clamp(p.x, left, left + across), std::clamp(p.y, bottom, bottom + across),
+                std::clamp(p.z, nearest, nearest + deep)};
+    }
+};
+
+using AnyTriangle = std::function<GridTriangle()>;
+
+// Corners anywhere, many of them on the border.
+AnyTriangle Soup(Random& random, const CrowdBox& box, int percentOnBorder) {
+    return [&random, box, percentOnBorder] {
+        GridTriangle t{};
+        for (BakedVertex& p : t) {
+            p = box.any(random);
+            if (random.percent(percentOnBorder)) {
+                std::int32_t& place = random.percent(50) ? p.x : p.y;
+                const int least = &place == &p.x ? box.left : box.bottom;
+                place = random.percent(50) ? least : least + box.across;
+            }
+        }
+        return t;
+    };
+}
+
+// One triangle again and again, each corner moved by some steps.
+AnyTriangle NearlyOne(Random& random, const CrowdBox& box, int steps) {
+    const GridTriangle one{box.any(random), box.any(random), box.any(random)};
+    return [&random, box, one, steps] {
+        GridTriangle t = one;
+        for (BakedVertex& p : t) {
+            const auto step = [&] { return random.between(-steps, steps); };
+            p = box.held({p.x + step(), p.y + step(), p.z + step()});
+        }
+        return t;
+    };
+}
+
+// Nearly in one plane, which may be inclined.
+AnyTriangle Stack(Random& random, const CrowdBox& box) {
+    const int perX = random.between(-1, 1);
+    const int perY = random.between(-1, 1);
+    return [&random, box, perX, perY] {
+        GridTriangle t{};
+        for (BakedVertex& p : t) {
+            p = box.any(random);
+            p.z = box.nearest + box.deep / 2 + random.below(3) + perX * (p.x - box.left) +
+                  perY * (p.y - box.bottom);
+            p = box.held(p);
+        }
+        return t;
+    };
+}
+
+AnyTriangle AnyCrowd(Random& random, const CrowdBox& box) {
+    switch (random.below(6)) {
+    case 0:
+        return NearlyOne(random, box, random.below(4));
+    case 1:
+        return Stack(random, box);
+    case 2:
+        return Soup(random, box, 40);
+    default:
+        return Soup(random, box, 0);
+    }
+}
+
+CrowdBox AnyCrowdBox(Random& random, const ctr::DiscreteProjectionSpace& space) {
+    const int across = random.between(3, 20);
+    const int lastColumn = (1 << space.xyBits) - 1;
+    const int lastStep = (1 << space.zBits) - 1;
+    const int deep = random.percent(50) ? random.between(2, 20) : lastStep;
+    return {random.below(lastColumn - across + 1), random.below(lastColumn - across + 1),
+            random.below(lastStep - deep + 1), across, deep};
+}
+
+// A crowd, at times with a triangle behind it that makes the scene large, or in one leaf.
+void CheckCrowd(Random& random, unsigned int tolerance, CutCounts& counts) {
+    const auto bits = static_cast<unsigned int>(random.percent(70) ? 6 : 14);
+    const ctr::DiscreteProjectionSpace space = LatticeSpace(bits, 10);
+    const CrowdBox box = AnyCrowdBox(random, space);
+    const AnyTriangle any = AnyCrowd(random, box);
+    const int last = (1 << bits) - 1;
+    std::vector<GridTriangle> triangles;
+    for (int i = random.between(70, 90); i > 0; --i) {
+        GridTriangle t = any();
+        if (TurnCounterClockwise(t)) {
+            triangles.push_back(t);
+        }
+    }
+    if (random.percent(30)) {
+        triangles.push_back({{{0, 0, 1023}, {last, 0, 1023}, {0, last, 1023}}});
+    }
+    BakedTriangles baked = OnTheGrid(space, triangles);
+    baked.setContactTolerance(tolerance);
+    if (random.percent(70)) {
+        PutInSingleLeaves(baked, test_support::InOrder(triangles.size()));
+    }
+    ASSERT_EQ(CompareInOrder(baked, counts), "");
+    const SetPointer visible(ctr::TrianglesIntersection(baked).computeIntersectionEdges());
+    SetPointer hidden;
+    const SetPointer both(ctr::TrianglesIntersection(baked).computeIntersectionEdges(&hidden));
+    ASSERT_EQ(BitsOf(visible), BitsOf(both));
+}
+
+TEST(IntersectionSearch, CrowdsInFewColumnsShowWhatIsInFront) {
+    const int scenes = Scaled(60);
+    CutCounts counts;
+    for (int seed = 0; seed < scenes; ++seed) {
+        Random random(static_cast<std::uint64_t>(seed));
+        CheckCrowd(random, 0, counts);
+        ASSERT_FALSE(HasFatalFailure()) << "seed " << seed;
+    }
+    EXPECT_GT(counts.cuts, 200 * scenes);
+    EXPECT_GT(counts.partlyHidden, 5 * scenes);
+}
+
+TEST(IntersectionSearch, CrowdsInFewColumnsShowWhatIsInFrontWithinAnyTolerance) {
+    const int scenes = Scaled(40);
+    CutCounts counts;
+    for (int seed = 0; seed < scenes; ++seed) {
+        Random random(static_cast<std::uint64_t>(seed));
+        CheckCrowd(random, static_cast<unsigned int>(1 + seed % 9), counts);
+        ASSERT_FALSE(HasFatalFailure()) << "seed " << seed;
+    }
+    EXPECT_GT(counts.cuts, 200 * scenes);
+}
+
+// Seconds for triangles that are nearly one, all in contact: nothing of their cuts is drawn.
+double SecondsInContact(int count) {
+    Random random(1);
+    const ctr::DiscreteProjectionSpace space = LatticeSpace(19, 20);
+    const CrowdBox box{100000, 100000, 200000, 300000, 200000};
+    const AnyTriangle any = NearlyOne(random, box, 1);
+    std::vector<GridTriangle> triangles;
+    for (int i = 0; i < count; ++i) {
+        triangles.push_back(any());
+        EXPECT_TRUE(TurnCounterClockwise(triangles.back()));
+    }
+    BakedTriangles baked = OnTheGrid(space, triangles);
+    baked.setContactTolerance(2);
+    PutInSingleLeaves(baked, test_support::InOrder(triangles.size()));
+    return test_support::SecondsOf(
+        [&] { EXPECT_EQ(ctr::TrianglesIntersection(baked).computeIntersectionEdges(), nullptr); });
+}
+
+// What hides a cut is not sought among all of them. With the search, twice as many take eight times
+// as long, without it four times.
+TEST(IntersectionSearch, TrianglesInContactTakeTimeByTheirPairs) {
+    EXPECT_LT(SecondsInContact(600), 6.0 * SecondsInContact(300));
+}
+
+// Seconds for as many triangles anywhere in so many columns and rows, through all depths.
+double SecondsOfSoup(int across) {
+    Random random(1);
+    const ctr::DiscreteProjectionSpace space = LatticeSpace(12, 19);
+    const AnyTriangle any = Soup(random, {1000, 1000, 0, across, (1 << 19) - 1}, 0);
+    std::vector<GridTriangle> triangles;
+    while (triangles.size() < 1200) {
+        GridTriangle t = any();
+        if (TurnCounterClockwise(t)) {
+            triangles.push_back(t);
+        }
+    }
+    BakedTriangles baked = OnTheGrid(space, triangles);
+    PutInSingleLeaves(baked, test_support::InOrder(triangles.size()));
+    return test_support::SecondsOf([&] {
+        EXPECT_TRUE(SetPointer(ctr::TrianglesIntersection(baked).computeIntersectionEdges()));
+    });
+}
+
+// Few triangles hide all of a cut where columns are few, and margins of some steps leave nothing.
+TEST(IntersectionSearch, ACrowdInFewColumnsTakesAboutAsLongAsInMany) {
+    EXPECT_LT(SecondsOfSoup(19), 2.5 * SecondsOfSoup(1999));
 }
 
 } // namespace
