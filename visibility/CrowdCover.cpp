@@ -18,31 +18,31 @@ double ScreenAreaOf(const kx::kxBBox& box) {
            (static_cast<double>(box.max[1]) - box.min[1] + 1.0);
 }
 
-CellsOnAxis::Steps ExtentOf(const OccluderTree::Triangle& triangle,
-                            std::int32_t BakedVertex::*axis) {
+CellsOnAxis::Steps StepsOnScreen(const OccluderTree::Triangle& triangle,
+                                 std::int32_t BakedVertex::*axis) {
     const auto& [p, q, r] = triangle.corners;
     const auto [least, most] = std::minmax({p.*axis, q.*axis, r.*axis});
     return {least, most};
 }
 
-CellsOnAxis::Steps ExtentOf(const std::vector<OccluderTree::Triangle>& triangles,
-                            const std::vector<std::uint32_t>& slots,
-                            std::int32_t BakedVertex::*axis) {
-    CellsOnAxis::Steps extent = ExtentOf(triangles[slots.front()], axis);
+CellsOnAxis::Steps StepsOnScreen(const std::vector<OccluderTree::Triangle>& triangles,
+                                 const std::vector<std::uint32_t>& slots,
+                                 std::int32_t BakedVertex::*axis) {
+    CellsOnAxis::Steps extent = StepsOnScreen(triangles[slots.front()], axis);
     for (const std::uint32_t slot : slots) {
-        const CellsOnAxis::Steps own = ExtentOf(triangles[slot], axis);
+        const CellsOnAxis::Steps own = StepsOnScreen(triangles[slot], axis);
         extent = {std::min(extent.min, own.min), std::max(extent.max, own.max)};
     }
     return extent;
 }
 
 /// A side of a triangle on screen, held against cells: negative inside.
-class CellSide {
+class SideOfCrowd {
 public:
-    CellSide(const BakedVertex& a,
-             const BakedVertex& b,
-             const CellsOnAxis& columns,
-             const CellsOnAxis& rows)
+    SideOfCrowd(const BakedVertex& a,
+                const BakedVertex& b,
+                const CellsOnAxis& columns,
+                const CellsOnAxis& rows)
         : from_(a), perX_(std::int64_t{b.y} - a.y), perY_(std::int64_t{a.x} - b.x) {
         // The rounding of values takes 1; the rest is for what doubles lose, and for places that
         // are nearly in a cell.
@@ -76,7 +76,7 @@ bool FitValues(const std::vector<OccluderTree::Triangle>& triangles,
     constexpr double kLargest = 0x1p63;
     constexpr double kTerms = 6.0; // of two products each
     const auto along = [&](std::int32_t BakedVertex::*axis) {
-        const CellsOnAxis::Steps extent = ExtentOf(triangles, slots, axis);
+        const CellsOnAxis::Steps extent = StepsOnScreen(triangles, slots, axis);
         return static_cast<double>(extent.max - extent.min) + 1.0;
     };
     const double x = along(&BakedVertex::x);
@@ -86,7 +86,7 @@ bool FitValues(const std::vector<OccluderTree::Triangle>& triangles,
 }
 
 /// A line on one axis, parameters from 0 to 1.
-struct OnAxis {
+struct ValueAlong {
     double from;
     double to;
 
@@ -109,8 +109,8 @@ CrowdCover::CrowdCover(const std::vector<Triangle>& triangles,
                        const std::vector<std::uint32_t>& slots,
                        const ContactTolerance& tolerance,
                        WorkCounter& work)
-    : tolerance_(tolerance), columns_(ExtentOf(triangles, slots, &BakedVertex::x)),
-      rows_(ExtentOf(triangles, slots, &BakedVertex::y)),
+    : tolerance_(tolerance), columns_(StepsOnScreen(triangles, slots, &BakedVertex::x)),
+      rows_(StepsOnScreen(triangles, slots, &BakedVertex::y)),
       cells_(static_cast<std::size_t>(CellsOnAxis::kMost * CellsOnAxis::kMost)) {
     for (const std::uint32_t slot : slots) {
         work.count(kWorkPerTriangle);
@@ -133,17 +133,17 @@ CrowdCover::Plane CrowdCover::planeOf(const Triangle& triangle, std::uint32_t sl
 }
 
 void CrowdCover::cover(const Triangle& triangle, std::uint32_t slot) {
-    const CellsOnAxis::Run columns = columns_.within(ExtentOf(triangle, &BakedVertex::x));
-    const CellsOnAxis::Run rows = rows_.within(ExtentOf(triangle, &BakedVertex::y));
+    const CellsOnAxis::Run columns = columns_.within(StepsOnScreen(triangle, &BakedVertex::x));
+    const CellsOnAxis::Run rows = rows_.within(StepsOnScreen(triangle, &BakedVertex::y));
     const Plane plane = planeOf(triangle, slot);
     bool isNeeded = false;
     if (columns.first > columns.last || rows.first > rows.last || plane.normal[2] >= 0.0) {
         return;
     }
     const auto& p = triangle.corners;
-    const CellSide sides[3] = {CellSide(p[0], p[1], columns_, rows_),
-                               CellSide(p[1], p[2], columns_, rows_),
-                               CellSide(p[2], p[0], columns_, rows_)};
+    const SideOfCrowd sides[3] = {SideOfCrowd(p[0], p[1], columns_, rows_),
+                                  SideOfCrowd(p[1], p[2], columns_, rows_),
+                                  SideOfCrowd(p[2], p[0], columns_, rows_)};
     for (std::int64_t row = rows.first; row <= rows.last; ++row) {
         for (std::int64_t column = columns.first; column <= columns.last; ++column) {
             const auto x = columns_[column];
@@ -184,8 +184,8 @@ bool CrowdCover::hides(const CutOcclusion& cut, std::vector<std::uint32_t>& hide
     constexpr int kMostOpenParts = 4;
     int openParts = 0;
     const auto& [first, second] = cut.ends();
-    const OnAxis x{first[0], second[0]};
-    const OnAxis y{first[1], second[1]};
+    const ValueAlong x{first[0], second[0]};
+    const ValueAlong y{first[1], second[1]};
     const auto [left, right] = std::minmax({x.from, x.to});
     const CellsOnAxis::Run columns = columns_.between(left, right);
     for (std::int64_t column = columns.first; column <= columns.last; ++column) {
@@ -218,7 +218,7 @@ CrowdCover::hiderOfPart(const Cell& cell, const CutOcclusion& cut, double from, 
             return nullptr;
         }
         const Plane& plane = planes_[cover.plane];
-        const OnAxis value{plane.at(first), plane.at(second)};
+        const ValueAlong value{plane.at(first), plane.at(second)};
         if (value.at(from) < plane.limit && value.at(to) < plane.limit) {
             return &plane;
         }

@@ -613,18 +613,18 @@ TEST(IntersectionSearch, TrianglesInContactTakeTimeByTheirPairs) {
 double SecondsOfSoup(int across) {
     Random random(1);
     const ctr::DiscreteProjectionSpace space = LatticeSpace(12, 19);
-    const AnyTriangle any = Soup(random, {1000, 1000, 0, across, (1 << 19) - 1}, 0);
-    std::vector<GridTriangle> triangles;
-    while (triangles.size() < 1200) {
-        GridTriangle t = any();
-        if (TurnCounterClockwise(t)) {
-            triangles.push_back(t);
-        }
+    const AnyTriangle any = Soup(random, {1000, 1000, 0, across, (1 << 19) - 2}, 0);
+    MeshData data;
+    for (int i = 0; i < 1500; ++i) {
+        const auto corner = [](const BakedVertex& p) {
+            return Point(static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z));
+        };
+        const GridTriangle t = any();
+        data.addTriangle(corner(t[0]), corner(t[1]), corner(t[2]));
     }
-    BakedTriangles baked = OnTheGrid(space, triangles);
-    PutInSingleLeaves(baked, test_support::InOrder(triangles.size()));
+    const BakedMeshes scene({data}, space);
     return test_support::SecondsOf([&] {
-        EXPECT_TRUE(SetPointer(ctr::TrianglesIntersection(baked).computeIntersectionEdges()));
+        EXPECT_TRUE(SetPointer(ctr::TrianglesIntersection(scene.baked).computeIntersectionEdges()));
     });
 }
 
