@@ -156,6 +156,7 @@ struct Stages::tInternal {
         if (!generator) {
             generator = std::make_unique<GeometricFeaturesGenerator>();
             generator->setProjectionSpace(subject.camera);
+            generator->setContactTolerance(subject.contactTolerance);
             generator->setSingleExportCluster(subject.borrowed, nullptr);
         }
         return *generator;
@@ -271,6 +272,7 @@ Run Stages::everything() {
     const Cost cost = Measured([&] {
         GeometricFeaturesGenerator generator;
         generator.setProjectionSpace(internal_->subject.camera);
+        generator.setContactTolerance(internal_->subject.contactTolerance);
         generator.setSingleExportCluster(internal_->subject.borrowed, nullptr);
         generator.computeGeometricFeatures(features, 0, true);
         Write(features, internal_->subject.camera, file.path());

@@ -29,6 +29,7 @@ struct Subject {
     std::vector<const kx::kxTriMesh*> borrowed; ///< The same meshes.
     ctr::DiscreteProjectionSpace camera;
     std::size_t triangles = 0;
+    unsigned int contactTolerance = 0; ///< In steps of the grid.
 };
 
 Subject MakeSubject(const Scene& scene, View view);

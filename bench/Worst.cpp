@@ -38,7 +38,9 @@ struct Sample {
 };
 
 Sample Measure(const WorstScene& scene, unsigned int size) {
-    Stages stages(MakePlainSubject(scene.make(size), View::Turned));
+    Subject subject = MakePlainSubject(scene.make(size), View::Turned);
+    subject.contactTolerance = scene.contactTolerance;
+    Stages stages(subject);
     const Run run = stages.everything();
     const Sample sample{static_cast<double>(stages.subject().triangles), run.cost.seconds};
     std::printf("%-12s %9.0f %9.3f", scene.name, sample.triangles, sample.seconds);

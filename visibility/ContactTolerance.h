@@ -38,6 +38,7 @@ public:
 
     bool operator==(const ContactTolerance&) const = default;
     bool isOff() const { return steps_ == 0; }
+    std::int64_t steps() const { return steps_; }
 
     /// Plane values up to this, on either side of the plane, are contact.
     std::int64_t bandOf(const GridVector& normal) const {

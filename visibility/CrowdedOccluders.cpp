@@ -174,9 +174,10 @@ bool RangesOfCrowd::makeNeedlessUpTo(double mostEnd) const {
 }
 
 CrowdedOccluders::CrowdedOccluders(const std::vector<Triangle>& triangles,
+                                   const ContactTolerance& tolerance,
                                    std::uint32_t hubDegree,
                                    WorkCounter& work)
-    : distinct_(triangles, work) {
+    : tolerance_(tolerance), distinct_(triangles, work) {
     for (const Triangle& triangle : triangles) {
         const kx::kxBBox box = BoxOfCorners(triangle);
         for (int axis = 0; axis < 3; ++axis) {
@@ -213,10 +214,11 @@ void CrowdedOccluders::layOutHubs(std::uint32_t hubDegree, WorkCounter& work) {
     }
     for (std::size_t k = 0; k < items.size(); ++k) {
         SetCrowdedEnds(distinct_, hubs[k], hubDegree, items[k]);
-        around_.push_back({CrowdTree(std::move(items[k]), work), {}});
+        around_.push_back({CrowdTree(std::move(items[k]), work), {}, {}});
         Around& around = around_.back();
         for (const CrowdTree::Node& node : around.tree.nodes()) {
             around.rays.push_back(raysOf(around.tree, node, hubs[k]));
+            around.corners.push_back(cornersOf(around.tree, node));
             work.count(node.count());
         }
     }
@@ -228,9 +230,10 @@ void CrowdedOccluders::layOutAnywhere(WorkCounter& work) {
     for (std::uint32_t i = 0; i < distinct_.count(); ++i) {
         items.push_back(itemOf(i));
     }
-    anywhere_.emplace(Anywhere{CrowdTree(std::move(items), work), {}});
+    anywhere_.emplace(Anywhere{CrowdTree(std::move(items), work), {}, {}});
     for (const CrowdTree::Node& node : anywhere_->tree.nodes()) {
         anywhere_->outlines.push_back(outlinesOf(anywhere_->tree, node));
+        anywhere_->corners.push_back(cornersOf(anywhere_->tree, node));
         work.count(node.count());
     }
 }
@@ -283,6 +286,21 @@ CrowdedOccluders::Outlines CrowdedOccluders::outlinesOf(const CrowdTree& tree,
         }
     }
     return outlines;
+}
+
+CornerBoxes CrowdedOccluders::cornersOf(const CrowdTree& tree, const CrowdTree::Node& node) const {
+    CornerBoxes boxes;
+    for (std::uint32_t i = node.begin; i < node.end; ++i) {
+        boxes.extend(distinct_[tree.itemAt(i).number].corners);
+    }
+    return boxes;
+}
+
+/// Whether the segment is known to be in contact with all of some triangles, which hide nothing of
+/// it then.
+bool CrowdedOccluders::areInContact(const CornerBoxes& triangles, const Question& question) const {
+    return !tolerance_.isOff() &&
+           triangles.areWithin(tolerance_.steps(), *question.ends[0], *question.ends[1]);
 }
 
 CrowdedOccluders::Rays CrowdedOccluders::raysOf(const CrowdTree& tree,
@@ -397,6 +415,9 @@ bool CrowdedOccluders::isNeedless(std::uint32_t number, Question& question) cons
     if (node.min[2] >= std::max(from[2], to[2]) || (IsInFront(from, node) && IsInFront(to, node))) {
         return true;
     }
+    if (areInContact(anywhere_->corners[number], question)) {
+        return true;
+    }
     const Reach reach = reachOf(number, question);
     if (reach.enter > reach.leave || ranges_.makeNeedless(reach.enter, reach.leave)) {
         return true;
@@ -478,7 +499,8 @@ void CrowdedOccluders::askAround(const Around& around,
     const auto consider = [&](std::uint32_t number) {
         ++looks_;
         // A side of a triangle lies in its plane.
-        if (ShareHub(nodes[number].hubs, otherEnd)) {
+        if (ShareHub(nodes[number].hubs, otherEnd) ||
+            areInContact(around.corners[number], question)) {
             return;
         }
         if (const auto exits = exitsOf(around, number, end, question)) {

@@ -8,6 +8,8 @@
 
 #include <ctr/IntervalTools.h>
 
+#include "visibility/ContactTolerance.h"
+#include "visibility/CornerBoxes.h"
 #include "visibility/CrowdTree.h"
 #include "visibility/DistinctTriangles.h"
 
@@ -58,11 +60,11 @@ private:
 };
 
 /// Of vectors.
-template <std::size_t dimensions> struct Bounds {
+template <std::size_t dimensions> struct VectorBounds {
     std::array<double, dimensions> least;
     std::array<double, dimensions> most;
 
-    Bounds() {
+    VectorBounds() {
         least.fill(std::numeric_limits<double>::infinity());
         most.fill(-std::numeric_limits<double>::infinity());
     }
@@ -118,6 +120,7 @@ public:
     /// The triangles are borrowed; see MayLeaveHierarchy() for what they have to be. Corners that
     /// more distinct triangles than `hubDegree` share are hubs.
     CrowdedOccluders(const std::vector<Triangle>& triangles,
+                     const ContactTolerance& tolerance,
                      std::uint32_t hubDegree,
                      WorkCounter& work);
 
@@ -145,18 +148,20 @@ private:
     };
     /// What is known of the triangles around a hub in a node.
     struct Rays {
-        Bounds<3> normals; ///< Unit vectors.
-        Bounds<2> firsts;  ///< Directions of the sides there, counter-clockwise from these
-        Bounds<2> seconds; ///< to these.
-        Bounds<2> across;  ///< The opposite sides, seen from the hub, are the lines w . x = 1.
+        VectorBounds<3> normals; ///< Unit vectors.
+        VectorBounds<2> firsts;  ///< Directions of the sides there, counter-clockwise from these
+        VectorBounds<2> seconds; ///< to these.
+        VectorBounds<2> across; ///< The opposite sides, seen from the hub, are the lines w . x = 1.
     };
     struct Anywhere {
         CrowdTree tree;
-        std::vector<Outlines> outlines; ///< One a node.
+        std::vector<Outlines> outlines;   ///< One a node.
+        std::vector<CornerBoxes> corners; ///< Likewise.
     };
     struct Around {
         CrowdTree tree;
-        std::vector<Rays> rays; ///< One a node.
+        std::vector<Rays> rays;           ///< One a node.
+        std::vector<CornerBoxes> corners; ///< Likewise.
     };
     /// A segment and what is asked of it.
     struct Question {
@@ -186,6 +191,8 @@ private:
     CrowdItem itemOf(std::uint32_t triangle) const;
     CrowdItem directionsOf(std::uint32_t triangle, std::uint32_t hub) const;
     Outlines outlinesOf(const CrowdTree& tree, const CrowdTree::Node& node) const;
+    CornerBoxes cornersOf(const CrowdTree& tree, const CrowdTree::Node& node) const;
+    bool areInContact(const CornerBoxes& triangles, const Question& question) const;
     Rays raysOf(const CrowdTree& tree, const CrowdTree::Node& node, std::uint32_t hub) const;
 
     void ask(Question& question);
@@ -202,6 +209,7 @@ private:
     exitsOf(const Around& around, std::uint32_t node, int end, const Question& question) const;
     void askTriangle(std::uint32_t triangle, Question& question);
 
+    ContactTolerance tolerance_;
     DistinctTriangles distinct_;
     std::vector<Hubs> hubsOf_;
     std::vector<std::uint32_t> aroundOf_; ///< By places; kNoHub for those that are no hubs.

@@ -54,7 +54,7 @@ void EdgeOcclusion::considerCrowds(std::size_t ranges, WorkCounter& work) {
     haveConsideredCrowds_ = true;
     const auto& triangles = layout_->tree.triangles();
     if (MayLeaveHierarchy(*baked_, triangles)) {
-        crowd_.emplace(triangles, limits_.hubDegree, work);
+        crowd_.emplace(triangles, ContactTolerance(*baked_), limits_.hubDegree, work);
     }
 }
 

@@ -125,6 +125,38 @@ bool PairSearch::isGivenUp() {
     return isCrowded_;
 }
 
+void PairSearch::boundCorners(unsigned int node) {
+    const HierarchyNode& here = baked_.bvh.nodes[node];
+    CornerBoxes corners;
+    if (IsLeaf(here)) {
+        for (std::uint32_t slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
+            corners.extend(triangles_[slot].corners);
+        }
+    } else {
+        for (const unsigned int child : {FirstChild(here), SecondChild(here)}) {
+            boundCorners(child);
+            corners.extend(corners_[child]);
+        }
+    }
+    corners_[node] = corners;
+}
+
+/// Whether all triangles below two nodes are known to be in contact, so that nothing is drawn of
+/// their edges. Looked at where there are many edges alone.
+bool PairSearch::areInContact(unsigned int a, unsigned int b) {
+    const ContactTolerance tolerance(baked_);
+    if (tolerance.isOff() || found_.size() < limits_.edgesPerTriangle * triangles_.size()) {
+        return false;
+    }
+    if (corners_.empty()) {
+        corners_.resize(baked_.bvh.nodes.size());
+        boundCorners(0);
+    }
+    CornerBoxes both = corners_[a];
+    both.extend(corners_[b]);
+    return both.areWithin(tolerance.steps());
+}
+
 void PairSearch::meetSelf(unsigned int node) {
     if (isGivenUp()) {
         return;
@@ -158,7 +190,8 @@ void PairSearch::finishLeaf(const HierarchyNode& leaf) {
 void PairSearch::meet(unsigned int a, unsigned int b) {
     const HierarchyNode& nodeA = baked_.bvh.nodes[a];
     const HierarchyNode& nodeB = baked_.bvh.nodes[b];
-    if (!Overlap(nodeA.box, nodeB.box) || (allMarked_[a] && allMarked_[b]) || isGivenUp()) {
+    if (!Overlap(nodeA.box, nodeB.box) || (allMarked_[a] && allMarked_[b]) || isGivenUp() ||
+        areInContact(a, b)) {
         return;
     }
     if (IsLeaf(nodeA)) {

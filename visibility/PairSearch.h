@@ -3,6 +3,8 @@
 
 #include <ctr/BakedTriangles.h>
 
+#include "visibility/ContactTolerance.h"
+#include "visibility/CornerBoxes.h"
 #include "visibility/HierarchyNode.h"
 #include "visibility/IntersectionEdge.h"
 #include "visibility/OccluderTree.h"
@@ -23,6 +25,9 @@ struct CrowdLimits {
     std::size_t looksPerEdge = 64;
     /// How many distinct triangles meet in a corner that is not crowded yet.
     std::uint32_t hubDegree = 16;
+    /// After how many edges for each triangle those that are nearly equal are looked for. Within a
+    /// contact tolerance they give edges of which nothing is drawn.
+    std::size_t edgesPerTriangle = 64;
 };
 
 /// The hierarchy held against itself: subtrees whose boxes meet are opened, until a leaf's
@@ -42,7 +47,7 @@ public:
     void leaveOut(std::vector<bool> marked);
 
     /// All intersection edges, by the number of the first triangle and then the slot of the second.
-    /// Of triangles in contact that have two corners in common, some are left out.
+    /// Of triangles in contact, some are left out where there are many.
     std::vector<FoundIntersection> run();
 
     /// How often run() has held triangles, or sets of them, against each other.
@@ -82,6 +87,8 @@ private:
 
     bool markBelow(unsigned int node);
     bool isGivenUp();
+    void boundCorners(unsigned int node);
+    bool areInContact(unsigned int a, unsigned int b);
     RoughPlane<float> roughPlaneOf(const BakedVertex& origin, const GridVector& normal) const;
     void meetSelf(unsigned int node);
     void meet(unsigned int a, unsigned int b);
@@ -98,10 +105,11 @@ private:
     std::function<void(std::size_t)> triangleDone_;
     WorkCounter& work_;
     PairTest test_;
-    float rounding_[3] = {};      ///< How far products with a coordinate may be off, by axis.
-    bool floatsAreExact_ = true;  ///< Those of coordinates.
-    std::vector<bool> marked_;    ///< One a slot.
-    std::vector<bool> allMarked_; ///< One a node: all triangles below it are.
+    float rounding_[3] = {};           ///< How far products with a coordinate may be off, by axis.
+    bool floatsAreExact_ = true;       ///< Those of coordinates.
+    std::vector<bool> marked_;         ///< One a slot.
+    std::vector<bool> allMarked_;      ///< One a node: all triangles below it are.
+    std::vector<CornerBoxes> corners_; ///< Of the triangles below each node, once asked for.
     std::vector<FoundIntersection> found_;
     std::vector<Four> taken_;    ///< What was needed lately, each where its first slot tells.
     const Four* four_ = nullptr; ///< What is held against others now.

@@ -101,15 +101,49 @@ Scene MakeSheets(unsigned int size) {
     return {part};
 }
 
+/// Half a step of the grid over a scene of size 1.
+constexpr double kHalfStep = 0.5e-6;
+
+/// One triangle, again and again, each corner off by a little less than a step of the grid.
+Scene MakeNearly(unsigned int size) {
+    Random random(size);
+    Part part{"nearly", {}, {}};
+    const auto off = [&random](const Vector& p) {
+        return Along(p, AnyDirection(random), random.uniform(0.0, kHalfStep));
+    };
+    for (unsigned int i = 0; i < size; ++i) {
+        AddTriangle(part, off({0.0, 0.0, 0.0}), off({1.0, 0.1, 0.2}), off({0.3, 0.9, 0.5}));
+    }
+    return {part};
+}
+
+/// Triangles of a few steps of the grid in a ball of twenty, and one of size 1 far from them.
+Scene MakeSoup(unsigned int size) {
+    Random random(size);
+    Part part{"soup", {}, {}};
+    AddTriangle(part, {-1.0, 0.0, 0.0}, {-1.0, 1.0, 0.0}, {-0.5, 0.5, 0.5});
+    const auto near = [&random](const Vector& p, double reach) {
+        return Along(p, AnyDirection(random), random.uniform(0.0, reach));
+    };
+    for (unsigned int i = 1; i < size; ++i) {
+        const Vector middle = near({0.0, 0.0, 0.0}, 20.0 * kHalfStep);
+        AddTriangle(part, near(middle, 8.0 * kHalfStep), near(middle, 8.0 * kHalfStep),
+                    near(middle, 8.0 * kHalfStep));
+    }
+    return {part};
+}
+
 } // namespace
 
 const std::vector<WorstScene>& WorstScenes() {
     static const std::vector<WorstScene> scenes = {
-        {"coincident", "one triangle, again and again", MakeCoincident, 100'000},
-        {"needles", "out of one vertex", MakeNeedles, 50'000},
-        {"cone", "around one vertex, side by side", MakeCone, 50'000},
-        {"pages", "at one edge", MakePages, 25'000},
-        {"sheets", "above each other, tilted", MakeSheets, 40'000},
+        {"coincident", "one triangle, again and again", MakeCoincident, 100'000, 0},
+        {"needles", "out of one vertex", MakeNeedles, 50'000, 0},
+        {"cone", "around one vertex, side by side", MakeCone, 50'000, 0},
+        {"pages", "at one edge", MakePages, 25'000, 0},
+        {"sheets", "above each other, tilted", MakeSheets, 40'000, 0},
+        {"nearly", "one triangle, again and again, a little off", MakeNearly, 12'800, 2},
+        {"soup", "of triangles within twenty steps of the grid", MakeSoup, 20'000, 0},
     };
     return scenes;
 }

@@ -13,6 +13,7 @@ struct WorstScene {
     const char* what;                 ///< In a few words.
     Scene (*make)(unsigned int size); ///< Of about so many triangles, at least 2.
     unsigned int largest;             ///< The largest size at which it is measured.
+    unsigned int contactTolerance;    ///< That it is drawn with, in steps of the grid.
 };
 
 /// All kinds, in the order in which they are measured. Their vertices are best left as they are,

@@ -81,6 +81,20 @@ public:
         }
     }
 
+    /// One triangle and others whose corners are off by up to so many steps along each axis.
+    void addNearlyEqual(int count, int off) {
+        const GridTriangle t{anyPoint(), anyPoint(), anyPoint()};
+        const auto moved = [&](const ctr::BakedVertex& p) {
+            const auto shift = [&](int value) {
+                return within(value + random_.between(-off, off));
+            };
+            return ctr::BakedVertex{shift(p.x), shift(p.y), shift(p.z)};
+        };
+        for (int i = 0; i < count; ++i) {
+            add(moved(t[0]), moved(t[1]), moved(t[2]));
+        }
+    }
+
     /// Copies of what is there, some from another corner on.
     void addCopies(int count) {
         for (int i = 0; i < count && !triangles.empty(); ++i) {

@@ -4,6 +4,7 @@
 #include "support/Scenes.h"
 #include "visibility/CrowdScenes.h"
 #include "visibility/EdgeOcclusion.h"
+#include "visibility/FaceContact.h"
 #include "visibility/HiddenPart.h"
 #include "visibility/PairSearch.h"
 
@@ -42,7 +43,7 @@ using test_support::Scaled;
 using test_support::Shuffled;
 
 constexpr std::size_t kEndless = std::size_t{1} << 40;
-constexpr CrowdLimits kNever{kEndless, 0, 16};
+constexpr CrowdLimits kNever{kEndless, 0, 16, kEndless};
 constexpr OccluderLimits kNeverAside{kEndless, 0, 0, 16};
 
 // A crowd on the grid, its triangles as a search has them.
@@ -199,6 +200,61 @@ TEST(CrowdedPairs, NotWithoutAHierarchyThatACallerHasChanged) {
     EXPECT_EQ(TextOf(crowd, changed.found), TextOf(crowd, usual.found));
 }
 
+// --- nearly equal triangles ---
+
+Crowd NearlyEqual(Random& random) {
+    const auto bits = static_cast<unsigned int>(random.between(5, 12));
+    CrowdMaker maker(random, (1 << bits) - 2);
+    for (int kinds = random.between(1, 3); kinds > 0; --kinds) {
+        maker.addNearlyEqual(random.between(2, 14), random.between(0, 3));
+    }
+    maker.addLoose(random.between(0, 3));
+    maker.addSheets(random.between(0, 2));
+    return Crowd(random, bits, maker.triangles);
+}
+
+bool AreInContact(const Crowd& crowd, const FoundIntersection& pair) {
+    const auto faceOf = [&](unsigned int number, OccluderTree::Triangle& t) {
+        t = OccluderTree::triangleOf(crowd.baked, number);
+        return ctr::FaceOnGrid{t.corners, ctr::NormalOf(t.corners)};
+    };
+    OccluderTree::Triangle a{};
+    OccluderTree::Triangle b{};
+    return ctr::AreInContact(faceOf(pair.first, a),
+                             faceOf(crowd.baked.bvh.primitives[pair.secondSlot], b),
+                             ctr::ContactTolerance(crowd.baked));
+}
+
+// Only pairs in contact may be left out, of which nothing is drawn.
+TEST(NearlyEqualTriangles, AreNoPairsWhereTheyAreInContact) {
+    const int scenes = Scaled(3000);
+    std::size_t leftOut = 0;
+    std::size_t kept = 0;
+    for (int seed = 0; seed < scenes; ++seed) {
+        Random random(static_cast<std::uint64_t>(seed));
+        Crowd crowd = NearlyEqual(random);
+        crowd.baked.setContactTolerance(static_cast<unsigned int>(random.between(0, 5)));
+        const Pairs all = PairsOf(crowd, {kEndless, 0, 16, kEndless});
+        const Pairs some = PairsOf(crowd, {kEndless, 0, 16, 0});
+        auto next = some.found.begin();
+        for (const FoundIntersection& pair : all.found) {
+            if (next != some.found.end() && next->first == pair.first &&
+                next->secondSlot == pair.secondSlot) {
+                ++next;
+                ++kept;
+                continue;
+            }
+            ++leftOut;
+            ASSERT_TRUE(AreInContact(crowd, pair)) << "seed " << seed;
+            ASSERT_NE(crowd.baked.contactTolerance, 0U) << "seed " << seed;
+        }
+        ASSERT_TRUE(next == some.found.end()) << "seed " << seed;
+        ASSERT_EQ(some.done, crowd.triangles.size()) << "seed " << seed;
+    }
+    EXPECT_GT(leftOut, static_cast<std::size_t>(scenes));
+    EXPECT_GT(kept, static_cast<std::size_t>(scenes));
+}
+
 // --- hidden ranges ---
 
 std::string TextOf(std::vector<RationalInterval> ranges) {
@@ -278,6 +334,31 @@ TEST(CrowdedOccluders, TheSameRangesAsFromEveryTriangle) {
     EXPECT_GT(inCrowds, static_cast<std::size_t>(scenes / 2));
 }
 
+TEST(NearlyEqualTriangles, HideWhatEachOfThemHides) {
+    const int scenes = Scaled(2000);
+    std::size_t hidden = 0;
+    std::size_t open = 0;
+    for (int seed = 0; seed < scenes; ++seed) {
+        Random random(static_cast<std::uint64_t>(seed));
+        Crowd crowd = NearlyEqual(random);
+        crowd.baked.setContactTolerance(static_cast<unsigned int>(random.between(0, 5)));
+        ctr::EdgeOcclusion occlusion = Crowded(crowd, 16);
+        for (const OccluderTree::Triangle& t : crowd.triangles) {
+            for (int k = 0; k < 3; ++k) {
+                const BakedVertex a = t.corners[k];
+                const BakedVertex b = t.corners[(k + 1) % 3];
+                std::vector<RationalInterval> found;
+                occlusion.append(a, b, found);
+                const std::string expected = TextOf(AllRanges(crowd, a, b));
+                ASSERT_EQ(TextOf(found), expected) << "seed " << seed;
+                ++(expected.empty() ? open : hidden);
+            }
+        }
+    }
+    EXPECT_GT(hidden, static_cast<std::size_t>(scenes));
+    EXPECT_GT(open, static_cast<std::size_t>(scenes));
+}
+
 // --- growth ---
 
 using MakeCrowd = std::function<void(CrowdMaker&, int count)>;
@@ -292,13 +373,14 @@ struct Looks {
     std::size_t occlusion;
 };
 
-Looks LooksAt(int count, const MakeCrowd& make, bool mayTurnAside) {
+Looks LooksAt(int count, const MakeCrowd& make, bool mayTurnAside, unsigned int tolerance) {
     constexpr unsigned int kBits = 18;
     Random random(7);
     CrowdMaker maker(random, (1 << kBits) - 2);
     make(maker, count);
-    const Crowd crowd(random, kBits, maker.triangles);
-    const Pairs pairs = PairsOf(crowd, mayTurnAside ? CrowdLimits{8, 8, 16} : kNever);
+    Crowd crowd(random, kBits, maker.triangles);
+    crowd.baked.setContactTolerance(tolerance);
+    const Pairs pairs = PairsOf(crowd, mayTurnAside ? CrowdLimits{8, 8, 16, 8} : kNever);
     WorkCounter work;
     ctr::EdgeOcclusion occlusion(crowd.baked,
                                  mayTurnAside ? OccluderLimits{8, 16, 16, 16} : kNeverAside);
@@ -315,9 +397,10 @@ Looks LooksAt(int count, const MakeCrowd& make, bool mayTurnAside) {
 }
 
 // By what power of the count looks grow.
-Growth GrowthOf(const MakeCrowd& make, bool mayTurnAside, int few, int many) {
-    const Looks ofFew = LooksAt(few, make, mayTurnAside);
-    const Looks ofMany = LooksAt(many, make, mayTurnAside);
+Growth
+GrowthOf(const MakeCrowd& make, bool mayTurnAside, int few, int many, unsigned int tolerance) {
+    const Looks ofFew = LooksAt(few, make, mayTurnAside, tolerance);
+    const Looks ofMany = LooksAt(many, make, mayTurnAside, tolerance);
     const double times = std::log2(static_cast<double>(many) / few);
     const auto power = [times](std::size_t a, std::size_t b) {
         return std::log2(static_cast<double>(b) / static_cast<double>(a)) / times;
@@ -331,12 +414,12 @@ BakedVertex OnRing(int count, int i, int height) {
             131000 + static_cast<int>(100000.0 * std::sin(angle))};
 }
 
-void ExpectLittleGrowth(const MakeCrowd& make) {
-    const Growth growth = GrowthOf(make, true, 500, 4000);
+void ExpectLittleGrowth(const MakeCrowd& make, unsigned int tolerance = 0) {
+    const Growth growth = GrowthOf(make, true, 500, 4000, tolerance);
     EXPECT_LE(growth.pairs, 1.3);
     EXPECT_LE(growth.occlusion, 1.3);
     // The same crowd by the hierarchy alone: it has to be one.
-    const Growth usual = GrowthOf(make, false, 250, 1000);
+    const Growth usual = GrowthOf(make, false, 250, 1000, tolerance);
     EXPECT_GE(std::max(usual.pairs, usual.occlusion), 1.7);
 }
 
@@ -378,6 +461,11 @@ TEST(CrowdGrowth, PagesAtOneEdge) {
             maker.add({131000, 20000, 130000}, {131000, 220000, 132000}, tip);
         }
     });
+}
+
+TEST(CrowdGrowth, NearlyEqualTriangles) {
+    const auto make = [](CrowdMaker& maker, int count) { maker.addNearlyEqual(count, 1); };
+    ExpectLittleGrowth(make, 2);
 }
 
 TEST(CrowdGrowth, ParallelSheets) {

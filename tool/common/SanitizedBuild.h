@@ -1,5 +1,5 @@
 // Whether a sanitizer is built in. They reserve terabytes of address space, so that no limit on
-// memory can be set.
+// memory can be set, and start threads of their own.
 #pragma once
 
 namespace kxcontour {

@@ -1,6 +1,8 @@
 // Landlock (man 7 landlock) for files, seccomp for everything else.
 #include "model/Confinement.h"
 
+#include "common/SanitizedBuild.h"
+
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -190,7 +192,7 @@ bool FilterCalls() {
     }
     AddRules(filter, SCMP_ACT_ALLOW, kAllowed);
     AddRules(filter, SCMP_ACT_KILL_PROCESS, kDeadly);
-    if (kSanitized) {
+    if (kIsSanitized) {
         AddRules(filter, SCMP_ACT_ALLOW, kOfSanitizers);
     } else {
         AddRules(filter, SCMP_ACT_KILL_PROCESS, kCloning);

@@ -5,19 +5,6 @@
 
 namespace kxcontour {
 
-/// Sanitizers reserve terabytes of address space and start threads of their own.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-inline constexpr bool kSanitized = true;
-#else
-inline constexpr bool kSanitized = false;
-#endif
-#else
-inline constexpr bool kSanitized = false;
-#endif
-
 /// What the kernel took part in.
 struct Confined {
     bool files = false; ///< Landlock: no files but those below the folders.

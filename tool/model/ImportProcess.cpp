@@ -2,6 +2,7 @@
 #include "model/ImportProcess.h"
 
 #include "common/Failure.h"
+#include "common/SanitizedBuild.h"
 #include "model/Confinement.h"
 #include "model/ModelMessage.h"
 #include "model/ModelReader.h"
@@ -96,7 +97,7 @@ public:
         input_ += moreInput;
         rlimit now = own_;
         now.rlim_cur = std::min({own_.rlim_cur, own_.rlim_max, before_ + MemoryFor(input_)});
-        if (!kSanitized) {
+        if (!kIsSanitized) {
             ::setrlimit(RLIMIT_AS, &now);
         }
     }

@@ -2,6 +2,7 @@
 #include "model/Confinement.h"
 
 #include "ModelText.h"
+#include "common/SanitizedBuild.h"
 
 #include <gtest/gtest.h>
 
@@ -108,7 +109,7 @@ TEST_F(Confinement, LeavesNoOtherProcess) {
     EXPECT_EQ(errorOf([&] { return ::execve("/bin/true", empty, empty) == 0; }), kStopped);
     EXPECT_EQ(errorOf([] { return ::kill(::getppid(), 0) == 0; }), kStopped);
     EXPECT_EQ(errorOf([] { return ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0; }), kStopped);
-    if (!kxcontour::kSanitized) {
+    if (!kxcontour::kIsSanitized) {
         EXPECT_EQ(errorOf([] { return ::fork() >= 0; }), kStopped);
     }
 }

@@ -3,6 +3,7 @@
 
 #include "ModelText.h"
 #include "ShapeBuilders.h"
+#include "common/SanitizedBuild.h"
 #include "model/Confinement.h"
 #include "model/ModelReader.h"
 #include "model/Pipe.h"
@@ -188,7 +189,7 @@ TEST(ImportModel, StopsImportersThatTryWhatTheyMayNot) {
     EXPECT_EQ(RefusalOfWork(request, [] { ::socket(AF_INET, SOCK_STREAM, 0); }), stopped);
     EXPECT_EQ(RefusalOfWork(request, [] { ::kill(::getppid(), SIGTERM); }), stopped);
     EXPECT_EQ(RefusalOfWork(request, [] { ::unlink("none"); }), stopped);
-    if (!kxcontour::kSanitized) {
+    if (!kxcontour::kIsSanitized) {
         EXPECT_EQ(RefusalOfWork(request, [] { ::fork(); }), stopped);
     }
     EXPECT_EQ(RefusalOfWork(request,
@@ -248,7 +249,7 @@ TEST(ImportModel, EndsImportersThatSendNothingAndStay) {
 }
 
 TEST(ImportModel, DoesNotCountWhatTheParentHasMapped) {
-    if (kxcontour::kSanitized) {
+    if (kxcontour::kIsSanitized) {
         GTEST_SKIP() << "no limit of memory under sanitizers";
     }
     // As the arenas of many threads are: reserved, and not used.
@@ -262,7 +263,7 @@ TEST(ImportModel, DoesNotCountWhatTheParentHasMapped) {
 }
 
 TEST(ImportModel, LimitsTheMemoryOfImporters) {
-    if (kxcontour::kSanitized) {
+    if (kxcontour::kIsSanitized) {
         GTEST_SKIP() << "no limit of memory under sanitizers";
     }
     const TemporaryFolder folder;

@@ -3,6 +3,7 @@
 
 #include "ModelText.h"
 #include "ShapeBuilders.h"
+#include "common/SanitizedBuild.h"
 #include "model/Confinement.h"
 #include "model/ModelInfo.h"
 #include "support/Random.h"
@@ -173,7 +174,7 @@ private:
 };
 
 TEST(ModelMessage, TakesNoMemoryForWhatDoesNotCome) {
-    if (kxcontour::kSanitized) {
+    if (kxcontour::kIsSanitized) {
         GTEST_SKIP() << "no limit of memory under sanitizers";
     }
     constexpr int kMany = std::numeric_limits<int>::max() - 1; // A multiple of three.

@@ -96,7 +96,7 @@ TEST(OutputFile, GivesANewFileThePermissionsOfAny) {
 TEST(OutputFile, NeverKeepsBitsThatLetAFileRunAsItsOwner) {
     const TemporaryFolder folder;
     const std::string path = folder.write("a.svg", "old");
-    for (const mode_t bits : {S_ISUID, S_ISGID, S_ISVTX}) {
+    for (const mode_t bits : {mode_t{S_ISUID}, mode_t{S_ISGID}, mode_t{S_ISVTX}}) {
         ASSERT_EQ(::chmod(path.c_str(), 0755U | bits), 0);
         OutputFile output(path);
         Write(output, "new");
