@@ -305,6 +305,10 @@ void GeometricFeaturesGenerator::tInternal::findOutlines(std::vector<MeshFeature
 void GeometricFeaturesGenerator::tInternal::hideOutlines(const std::vector<MeshFeatures>& features,
                                                          unsigned int cluster,
                                                          Work& work) {
+    // Each set alone may be too small for a layout.
+    const std::size_t segments = SegmentCountOf(features);
+    exportOcclusion[cluster].announce(segments, work);
+    occluderOcclusion[cluster].announce(segments, work);
     for (const MeshFeatures& mesh : features) {
         for (LineSegmentSet* set : {mesh.silhouetteEdges.get(), mesh.creaseEdges.get()}) {
             if (set != nullptr) {
