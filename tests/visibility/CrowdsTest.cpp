@@ -415,11 +415,11 @@ BakedVertex OnRing(int count, int i, int height) {
 }
 
 void ExpectLittleGrowth(const MakeCrowd& make, unsigned int tolerance = 0) {
-    const Growth growth = GrowthOf(make, true, 500, 4000, tolerance);
+    const Growth growth = GrowthOf(make, true, Scaled(500), Scaled(4000), tolerance);
     EXPECT_LE(growth.pairs, 1.3);
     EXPECT_LE(growth.occlusion, 1.3);
     // The same crowd by the hierarchy alone: it has to be one.
-    const Growth usual = GrowthOf(make, false, 250, 1000, tolerance);
+    const Growth usual = GrowthOf(make, false, Scaled(250), Scaled(1000), tolerance);
     EXPECT_GE(std::max(usual.pairs, usual.occlusion), 1.7);
 }
 
