@@ -33,7 +33,7 @@ using test_support::Vec3;
 constexpr std::size_t kPositions = 80000;
 
 /// The square of the number took a hundred times and more. Trees miss the caches.
-constexpr double kMostTimes = 60.0;
+constexpr double kMostTimes = 25.0;
 
 std::vector<Vec3> OrdinaryPositions(std::size_t count) {
     Random random(1);
