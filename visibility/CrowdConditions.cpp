@@ -62,10 +62,10 @@ kx::kxBBox BoxOfCorners(const OccluderTree::Triangle& triangle) {
     return box;
 }
 
-bool PlaneValuesFit(const kx::kxBBox& box) {
+bool PlaneValuesFit(const kx::kxBBox& box, double times) {
     constexpr float kLastExact = 0x1p24F;
     constexpr double kLargest = 0x1p63;
-    double values = 6.0;
+    double values = 6.0 * times;
     for (int axis = 0; axis < 3; ++axis) {
         values *= static_cast<double>(box.max[axis]) - static_cast<double>(box.min[axis]);
         if (box.min[axis] < -kLastExact || box.max[axis] > kLastExact) {

@@ -16,8 +16,8 @@ namespace ctr {
 bool MayLeaveHierarchy(const BakedTriangles& baked,
                        const std::vector<OccluderTree::Triangle>& triangles);
 
-/// Whether that holds of plane values in a box of grid points.
-bool PlaneValuesFit(const kx::kxBBox& box);
+/// Whether that holds of plane values in a box of grid points, and of so many times of them.
+bool PlaneValuesFit(const kx::kxBBox& box, double times = 1.0);
 
 /// The box of grid points, as floats hold it.
 kx::kxBBox BoxOfCorners(const OccluderTree::Triangle& triangle);

@@ -1,286 +1,270 @@
-// Crowds, what covers their cells, and cuts followed from cell to cell.
+// What covers cells, and what may be seen in front of that.
 #include "visibility/CrowdCover.h"
 
-#include "visibility/HierarchyNode.h"
-
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
-#include <utility>
 
 namespace ctr {
 namespace {
 
 constexpr std::size_t kWorkPerTriangle = 64;
+constexpr std::int64_t kParts = CellsOnAxis::kParts;
 
-double ScreenAreaOf(const kx::kxBBox& box) {
-    return (static_cast<double>(box.max[0]) - box.min[0] + 1.0) *
-           (static_cast<double>(box.max[1]) - box.min[1] + 1.0);
-}
+/// A cell on screen, its ends in parts of a step.
+struct CellOnScreen {
+    CellsOnAxis::Interval x;
+    CellsOnAxis::Interval y;
+};
 
-CellsOnAxis::Steps StepsOnScreen(const OccluderTree::Triangle& triangle,
-                                 std::int32_t BakedVertex::*axis) {
-    const auto& [p, q, r] = triangle.corners;
-    const auto [least, most] = std::minmax({p.*axis, q.*axis, r.*axis});
-    return {least, most};
-}
-
-CellsOnAxis::Steps StepsOnScreen(const std::vector<OccluderTree::Triangle>& triangles,
-                                 const std::vector<std::uint32_t>& slots,
-                                 std::int32_t BakedVertex::*axis) {
-    CellsOnAxis::Steps extent = StepsOnScreen(triangles[slots.front()], axis);
-    for (const std::uint32_t slot : slots) {
-        const CellsOnAxis::Steps own = StepsOnScreen(triangles[slot], axis);
-        extent = {std::min(extent.min, own.min), std::max(extent.max, own.max)};
-    }
-    return extent;
-}
-
-/// A side of a triangle on screen, held against cells: negative inside.
-class SideOfCrowd {
+/// A side of a triangle on screen, negative inside. Values are multiplied by the parts of a step.
+class SideOnScreen {
 public:
-    SideOfCrowd(const BakedVertex& a,
-                const BakedVertex& b,
-                const CellsOnAxis& columns,
-                const CellsOnAxis& rows)
-        : from_(a), perX_(std::int64_t{b.y} - a.y), perY_(std::int64_t{a.x} - b.x) {
-        // The rounding of values takes 1; the rest is for what doubles lose, and for places that
-        // are nearly in a cell.
-        constexpr int kLossBits = 10;
-        const std::int64_t margin = 3 + ((std::abs(perX_) + std::abs(perY_)) >> kLossBits);
-        const bool hasAllInside = most(columns.extent(), rows.extent()) <= 0;
-        limit_ = hasAllInside ? 0 : -margin;
-    }
+    SideOnScreen(const BakedVertex& a, const BakedVertex& b)
+        : from_(a), perX_(std::int64_t{b.y} - a.y), perY_(std::int64_t{a.x} - b.x) {}
 
-    bool hasInside(const CellsOnAxis::Steps& x, const CellsOnAxis::Steps& y) const {
-        return most(x, y) <= limit_;
+    std::int64_t most(const CellOnScreen& cell) const {
+        return valueAt(perX_ > 0 ? cell.x.max : cell.x.min, perY_ > 0 ? cell.y.max : cell.y.min);
+    }
+    std::int64_t least(const CellOnScreen& cell) const {
+        return valueAt(perX_ > 0 ? cell.x.min : cell.x.max, perY_ > 0 ? cell.y.min : cell.y.max);
+    }
+    /// By how much it changes along so many steps on either axis at most.
+    std::int64_t changeWithin(std::int64_t x, std::int64_t y) const {
+        return kParts * (x * std::abs(perX_) + y * std::abs(perY_));
     }
 
 private:
-    /// The largest value in a rectangle; see FitValues().
-    std::int64_t most(const CellsOnAxis::Steps& x, const CellsOnAxis::Steps& y) const {
-        return perX_ * ((perX_ > 0 ? x.max : x.min) - from_.x) +
-               perY_ * ((perY_ > 0 ? y.max : y.min) - from_.y);
+    std::int64_t valueAt(std::int64_t x, std::int64_t y) const {
+        return perX_ * (x - kParts * from_.x) + perY_ * (y - kParts * from_.y);
     }
 
     const BakedVertex& from_;
     std::int64_t perX_;
     std::int64_t perY_;
-    std::int64_t limit_ = 0;
 };
 
-/// Whether values of sides and planes are below 2^63 in the box of a crowd, as on all grids whose
-/// bounds hold: elsewhere they wrap.
-bool FitValues(const std::vector<OccluderTree::Triangle>& triangles,
-               const std::vector<std::uint32_t>& slots) {
-    constexpr double kLargest = 0x1p63;
-    constexpr double kTerms = 6.0; // of two products each
-    const auto along = [&](std::int32_t BakedVertex::*axis) {
-        const CellsOnAxis::Steps extent = StepsOnScreen(triangles, slots, axis);
-        return static_cast<double>(extent.max - extent.min) + 1.0;
-    };
-    const double x = along(&BakedVertex::x);
-    const double y = along(&BakedVertex::y);
-    return kTerms * x * y * along(&BakedVertex::z) < kLargest && kTerms * x * x < kLargest &&
-           kTerms * y * y < kLargest;
+/// Up to which value of a side in a cell the triangle surely hides there; see the top of
+/// CrowdCover.h.
+std::int64_t LimitOf(const SideOnScreen& side, const CellOnScreen& crowd) {
+    constexpr std::int64_t kLossPerStep = 1024;
+    constexpr std::int64_t kMargin = 2; // 1 for the rounding, the rest for what doubles lose
+    return side.most(crowd) <= 0 ? 0 : -(kMargin * kParts + side.changeWithin(1, 1) / kLossPerStep);
 }
 
-/// A line on one axis, parameters from 0 to 1.
-struct ValueAlong {
-    double from;
-    double to;
+/// Up to which value of a side in a cell a cut on the triangle's plane may go there.
+std::int64_t ReachOf(const SideOnScreen& side) {
+    return std::max(side.changeWithin(1, 3), side.changeWithin(3, 1));
+}
 
-    double at(double t) const { return from + t * (to - from); }
-    /// The parameters, from `first` to `last`, at which it is in a cell.
-    std::pair<double, double>
-    within(const CellsOnAxis::Steps& cell, double first, double last) const {
-        if (from == to) {
-            return {first, last};
-        }
-        const double p = (static_cast<double>(cell.min) - from) / (to - from);
-        const double q = (static_cast<double>(cell.max) - from) / (to - from);
-        return {std::max(std::min(p, q), first), std::min(std::max(p, q), last)};
-    }
-};
+CellsOnAxis::Interval Widened(const CellsOnAxis::Interval& steps) {
+    constexpr std::int64_t kReach = 3;
+    return {steps.min - kReach, steps.max + kReach};
+}
 
 } // namespace
+
+struct CrowdCover::Corners {
+    double x[2];
+    double y[2];
+    double z[2][2]; ///< By row and column.
+
+    Corners(const CellOnScreen& cell, double depth)
+        : x{inSteps(cell.x.min), inSteps(cell.x.max)}, y{inSteps(cell.y.min), inSteps(cell.y.max)},
+          z{{depth, depth}, {depth, depth}} {}
+
+    /// Of a triangle's plane.
+    Corners(const CellOnScreen& cell, const Triangle& triangle, const GridVector& normal)
+        : Corners(cell, 0.0) {
+        const BakedVertex& p = triangle.corners[0];
+        const std::int64_t alongX[2] = {cell.x.min - kParts * p.x, cell.x.max - kParts * p.x};
+        const std::int64_t alongY[2] = {cell.y.min - kParts * p.y, cell.y.max - kParts * p.y};
+        const double scale = -1.0 / static_cast<double>(kParts * normal[2]);
+        for (int row = 0; row < 2; ++row) {
+            for (int column = 0; column < 2; ++column) {
+                const std::int64_t change = normal[0] * alongX[column] + normal[1] * alongY[row];
+                z[row][column] = p.z + static_cast<double>(change) * scale;
+            }
+        }
+    }
+
+    double depth() const { return 0.25 * (z[0][0] + z[0][1] + z[1][0] + z[1][1]); }
+    bool areBehind(const Plane& plane) const {
+        return plane.at(x[0], y[0], z[0][0]) < plane.limit &&
+               plane.at(x[1], y[0], z[0][1]) < plane.limit &&
+               plane.at(x[0], y[1], z[1][0]) < plane.limit &&
+               plane.at(x[1], y[1], z[1][1]) < plane.limit;
+    }
+
+private:
+    static double inSteps(std::int64_t parts) {
+        return static_cast<double>(parts) / static_cast<double>(kParts);
+    }
+};
 
 CrowdCover::CrowdCover(const std::vector<Triangle>& triangles,
                        const std::vector<std::uint32_t>& slots,
                        const ContactTolerance& tolerance,
                        WorkCounter& work)
-    : tolerance_(tolerance), columns_(StepsOnScreen(triangles, slots, &BakedVertex::x)),
-      rows_(StepsOnScreen(triangles, slots, &BakedVertex::y)),
-      cells_(static_cast<std::size_t>(CellsOnAxis::kMost * CellsOnAxis::kMost)) {
+    : tolerance_(tolerance), cells_(triangles, slots), covers_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
         work.count(kWorkPerTriangle);
-        cover(triangles[slot], slot);
+        cover(triangles[slot]);
     }
 }
 
-CrowdCover::Plane CrowdCover::planeOf(const Triangle& triangle, std::uint32_t slot) const {
-    const BakedVertex& corner = triangle.corners[0];
-    const GridVector normal = NormalOf(triangle.corners);
-    const auto size = static_cast<double>(ChangePerStep(normal));
-    // As for sides. The ends of cuts, and values at them, are off by 2^-18 of the size.
-    constexpr double kLoss = 0x1p-16;
-    return {{static_cast<double>(normal[0]), static_cast<double>(normal[1]),
-             static_cast<double>(normal[2])},
-            {static_cast<double>(corner.x), static_cast<double>(corner.y),
-             static_cast<double>(corner.z)},
-            -(2.0 + size * kLoss + static_cast<double>(tolerance_.bandOf(normal))),
-            slot};
-}
-
-void CrowdCover::cover(const Triangle& triangle, std::uint32_t slot) {
-    const CellsOnAxis::Run columns = columns_.within(StepsOnScreen(triangle, &BakedVertex::x));
-    const CellsOnAxis::Run rows = rows_.within(StepsOnScreen(triangle, &BakedVertex::y));
-    const Plane plane = planeOf(triangle, slot);
-    bool isNeeded = false;
-    if (columns.first > columns.last || rows.first > rows.last || plane.normal[2] >= 0.0) {
-        return;
-    }
+void CrowdCover::cover(const Triangle& triangle) {
     const auto& p = triangle.corners;
-    const SideOfCrowd sides[3] = {SideOfCrowd(p[0], p[1], columns_, rows_),
-                                  SideOfCrowd(p[1], p[2], columns_, rows_),
-                                  SideOfCrowd(p[2], p[0], columns_, rows_)};
+    const SideOnScreen sides[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
+    const CellOnScreen crowd{cells_.columns.extent(), cells_.rows.extent()};
+    const std::int64_t limits[3] = {LimitOf(sides[0], crowd), LimitOf(sides[1], crowd),
+                                    LimitOf(sides[2], crowd)};
+    const GridVector normal = NormalOf(p);
+    const CellsOnAxis::Run columns = cells_.columns.within(StepsOf(triangle, &BakedVertex::x));
+    const CellsOnAxis::Run rows = cells_.rows.within(StepsOf(triangle, &BakedVertex::y));
+    bool isNeeded = false;
     for (std::int64_t row = rows.first; row <= rows.last; ++row) {
         for (std::int64_t column = columns.first; column <= columns.last; ++column) {
-            const auto x = columns_[column];
-            const auto y = rows_[row];
-            if (sides[0].hasInside(x, y) && sides[1].hasInside(x, y) && sides[2].hasInside(x, y)) {
-                isNeeded = add(column, row, plane) || isNeeded;
+            const CellOnScreen cell{cells_.columns[column], cells_.rows[row]};
+            if (sides[0].most(cell) <= limits[0] && sides[1].most(cell) <= limits[1] &&
+                sides[2].most(cell) <= limits[2]) {
+                isNeeded =
+                    add(covers_[cells_.indexOf(column, row)], Corners(cell, triangle, normal)) ||
+                    isNeeded;
             }
         }
     }
-    if (isNeeded) {
-        planes_.push_back(plane);
+    if (!isNeeded) {
+        return;
     }
+    // Planes at places, and these, are off by 2^-20 of the size at most.
+    constexpr double kLoss = 0x1p-16;
+    const double loss = static_cast<double>(ChangePerStep(normal)) * kLoss;
+    planes_.push_back(
+        {{static_cast<double>(normal[0]), static_cast<double>(normal[1]),
+          static_cast<double>(normal[2])},
+         {static_cast<double>(p[0].x), static_cast<double>(p[0].y), static_cast<double>(p[0].z)},
+         -(2.0 + loss + static_cast<double>(tolerance_.bandOf(normal)))});
 }
 
-/// Remembers a plane, the next of all, in a cell if it is among the nearest there.
-bool CrowdCover::add(std::int64_t column, std::int64_t row, const Plane& plane) {
-    const auto middle = [](const CellsOnAxis::Steps& steps) {
-        return 0.5 * static_cast<double>(steps.min + steps.max);
-    };
-    const auto& [normal, offset, limit, slot] = plane;
-    const double depth = offset[2] - (normal[0] * (middle(columns_[column]) - offset[0]) +
-                                      normal[1] * (middle(rows_[row]) - offset[1])) /
-                                         normal[2];
-    Cell& cell = cellAt(column, row);
+/// Remembers the next plane of all in a cell if it is among the nearest there.
+bool CrowdCover::add(Cell& cell, const Corners& corners) {
+    const auto depth = static_cast<float>(corners.depth());
     if (!(depth < cell.back().depth)) {
         return false;
     }
-    std::size_t place = kNearest - 1;
-    for (; place > 0 && depth < cell[place - 1].depth; --place) {
-        cell[place] = cell[place - 1];
-    }
-    cell[place] = {depth, static_cast<std::uint32_t>(planes_.size())};
+    const auto behind =
+        std::upper_bound(cell.begin(), cell.end(), depth,
+                         [](float value, const Cover& cover) { return value < cover.depth; });
+    std::move_backward(behind, cell.end() - 1, cell.end());
+    *behind = {depth, static_cast<std::uint32_t>(planes_.size())};
     return true;
 }
 
-bool CrowdCover::hides(const CutOcclusion& cut, std::vector<std::uint32_t>& hiders) const {
-    // More make a search likely to be as quick.
-    constexpr int kMostOpenParts = 4;
-    int openParts = 0;
-    const auto& [first, second] = cut.ends();
-    const ValueAlong x{first[0], second[0]};
-    const ValueAlong y{first[1], second[1]};
-    const auto [left, right] = std::minmax({x.from, x.to});
-    const CellsOnAxis::Run columns = columns_.between(left, right);
-    for (std::int64_t column = columns.first; column <= columns.last; ++column) {
-        const auto [begin, end] = x.within(columns_[column], 0.0, 1.0);
-        const auto [low, high] = std::minmax({y.at(begin), y.at(end)});
-        const CellsOnAxis::Run rows = rows_.between(low, high);
-        for (std::int64_t row = rows.first; row <= rows.last; ++row) {
-            const auto [from, to] = y.within(rows_[row], begin, end);
-            if (from > to) {
+bool CrowdCover::hides(const Cell& cell, const Corners& corners) const {
+    return std::any_of(cell.begin(), cell.end(), [&](const Cover& cover) {
+        return cover.depth < Cover().depth && corners.areBehind(planes_[cover.plane]);
+    });
+}
+
+std::size_t CrowdCover::blockOf(std::int64_t column, std::int64_t row) const {
+    const auto along = [](std::int64_t cell, std::int64_t count) {
+        return cell / ((count + kBlocksPerAxis - 1) / kBlocksPerAxis);
+    };
+    return static_cast<std::size_t>(along(row, cells_.rows.count()) * kBlocksPerAxis +
+                                    along(column, cells_.columns.count()));
+}
+
+CrowdCover::InSight CrowdCover::inSight(const Triangle& triangle) const {
+    const auto& p = triangle.corners;
+    const SideOnScreen sides[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
+    const std::int64_t reach[3] = {ReachOf(sides[0]), ReachOf(sides[1]), ReachOf(sides[2])};
+    const GridVector normal = NormalOf(p);
+    const double nearest = std::min({p[0].z, p[1].z, p[2].z});
+    const auto x = cells_.columns.meeting(Widened(StepsOf(triangle, &BakedVertex::x)));
+    const auto y = cells_.rows.meeting(Widened(StepsOf(triangle, &BakedVertex::y)));
+    InSight inSight;
+    for (std::int64_t row = y.first; row <= y.last; ++row) {
+        for (std::int64_t column = x.first; column <= x.last; ++column) {
+            const std::size_t block = blockOf(column, row);
+            const CellOnScreen on{cells_.columns[column], cells_.rows[row]};
+            const std::int64_t least[3] = {sides[0].least(on), sides[1].least(on),
+                                           sides[2].least(on)};
+            if (inSight.own[block] || least[0] > reach[0] || least[1] > reach[1] ||
+                least[2] > reach[2]) {
                 continue;
             }
-            const Plane* const hider = hiderOfPart(cellAt(column, row), cut, from, to);
-            if (hider == nullptr && ++openParts == kMostOpenParts) {
-                return false;
+            const Cell& cell = covers_[cells_.indexOf(column, row)];
+            if (hides(cell, Corners(on, triangle, normal))) {
+                continue;
             }
-            if (hider != nullptr && (hiders.empty() || hiders.back() != hider->slot)) {
-                hiders.push_back(hider->slot);
+            inSight.around.set(block);
+            if (std::max({least[0], least[1], least[2]}) <= 0 &&
+                !hides(cell, Corners(on, nearest))) {
+                inSight.own.set(block);
             }
         }
     }
-    return openParts == 0;
+    return inSight;
 }
 
-/// The nearest that surely hides a part of a cut in a cell; null for none.
-const CrowdCover::Plane*
-CrowdCover::hiderOfPart(const Cell& cell, const CutOcclusion& cut, double from, double to) const {
-    const auto& [first, second] = cut.ends();
-    for (const Cover& cover : cell) {
-        if (!(cover.depth < std::numeric_limits<double>::infinity())) {
-            return nullptr;
-        }
-        const Plane& plane = planes_[cover.plane];
-        const ValueAlong value{plane.at(first), plane.at(second)};
-        if (value.at(from) < plane.limit && value.at(to) < plane.limit) {
-            return &plane;
-        }
-    }
-    return nullptr;
-}
-
-CrowdCovers::CrowdCovers(const BakedTriangles& baked,
-                         const std::vector<OccluderTree::Triangle>& triangles,
-                         WorkCounter& work)
-    : baked_(baked) {
-    std::vector<unsigned int> roots;
-    find(0, roots, work);
-    for (const unsigned int root : roots) {
-        std::vector<std::uint32_t> slots;
-        appendSlots(root, slots);
-        if (!FitValues(triangles, slots)) {
-            continue;
-        }
-        crowdOf_.resize(baked.trianglePlanes.size(), kNone);
-        for (const std::uint32_t slot : slots) {
-            crowdOf_[triangles[slot].number] = static_cast<std::uint32_t>(covers_.size());
-        }
-        covers_.emplace_back(triangles, slots, ContactTolerance(baked), work);
+PairsInSight::PairsInSight(const std::vector<OccluderTree::Triangle>& triangles,
+                           const std::vector<std::uint32_t>& slots,
+                           const ContactTolerance& tolerance,
+                           WorkCounter& work)
+    : slots_(slots), work_(work) {
+    const CrowdCover cover(triangles, slots, tolerance, work);
+    inSight_.reserve(slots.size());
+    for (const std::uint32_t slot : slots) {
+        work.count(kWorkPerTriangle);
+        inSight_.push_back(cover.inSight(triangles[slot]));
     }
 }
 
-/// Finds crowds bottom up: one takes the place of those below it.
-CrowdCovers::Load
-CrowdCovers::find(unsigned int node, std::vector<unsigned int>& roots, WorkCounter& work) const {
-    constexpr double kFewest = 64.0;
-    constexpr double kLayers = 16.0;
-    work.count(1);
-    const HierarchyNode& here = baked_.bvh.nodes[node];
-    const double area = ScreenAreaOf(here.box);
-    const std::size_t before = roots.size();
-    Load load;
-    if (IsLeaf(here)) {
-        load = {static_cast<double>(here.second), here.second * area};
-    } else {
-        for (const unsigned int child : {FirstChild(here), SecondChild(here)}) {
-            const Load part = find(child, roots, work);
-            load.triangles += part.triangles;
-            load.area += part.area;
+PairsInSight::Members PairsInSight::membersOf(std::size_t block) const {
+    Members members;
+    for (std::uint32_t i = 0; i < inSight_.size(); ++i) {
+        if (inSight_[i].own[block]) {
+            members.own.push_back(i);
+        }
+        if (inSight_[i].around[block]) {
+            members.around.push_back(i);
         }
     }
-    if (load.triangles >= kFewest && load.area >= kLayers * area) {
-        roots.resize(before);
-        roots.push_back(node);
-    }
-    return load;
+    work_.count(inSight_.size() / 16);
+    return members;
 }
 
-void CrowdCovers::appendSlots(unsigned int node, std::vector<std::uint32_t>& slots) const {
-    const HierarchyNode& here = baked_.bvh.nodes[node];
-    if (!IsLeaf(here)) {
-        appendSlots(FirstChild(here), slots);
-        appendSlots(SecondChild(here), slots);
-        return;
+double PairsInSight::cost() const {
+    double cost = 0.0;
+    for (std::size_t block = 0; block < CrowdCover::Blocks().size(); ++block) {
+        const Members members = membersOf(block);
+        cost +=
+            static_cast<double>(members.own.size()) * static_cast<double>(members.around.size());
     }
-    for (unsigned int slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
-        slots.push_back(slot);
+    return cost;
+}
+
+/// Whether two meet in a block, in none before, and not the other way round as well where that
+/// counts.
+bool PairsInSight::meetFirstIn(std::size_t block, std::uint32_t own, std::uint32_t around) const {
+    const auto& a = inSight_[own];
+    const auto& b = inSight_[around];
+    const CrowdCover::Blocks common = a.own & b.around;
+    const bool isFirst = (common << (common.size() - block)).none();
+    return isFirst && own != around && (own < around || (b.own & a.around).none());
+}
+
+void PairsInSight::forEach(const std::function<void(std::uint32_t, std::uint32_t)>& visit) const {
+    for (std::size_t block = 0; block < CrowdCover::Blocks().size(); ++block) {
+        const Members members = membersOf(block);
+        for (const std::uint32_t own : members.own) {
+            work_.count(members.around.size() / 8);
+            for (const std::uint32_t around : members.around) {
+                if (meetFirstIn(block, own, around)) {
+                    visit(slots_[own], slots_[around]);
+                }
+            }
+        }
     }
 }
 

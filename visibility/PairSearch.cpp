@@ -2,6 +2,7 @@
 #include "visibility/PairSearch.h"
 
 #include "visibility/CrowdConditions.h"
+#include "visibility/CrowdCover.h"
 #include "visibility/CrowdedPairs.h"
 
 #include <algorithm>
@@ -90,8 +91,13 @@ std::vector<FoundIntersection> PairSearch::run() {
     marked_.resize(triangles_.size());
     allMarked_.resize(baked_.bvh.nodes.size());
     taken_.resize(kTaken);
-    if (!baked_.bvh.nodes.empty()) {
-        meetSelf(0);
+    meetAll();
+    if (beginsAnew_) {
+        beginsAnew_ = false;
+        crowds_ = FindCrowds(baked_, work_);
+        found_.clear();
+        done_ = 0;
+        meetAll();
     }
     if (isCrowded_) {
         CrowdedPairs pairs(triangles_, marked_, test_, limits_.hubDegree, work_);
@@ -99,9 +105,7 @@ std::vector<FoundIntersection> PairSearch::run() {
         looks_ += pairs.looks();
     }
     // What no leaf holds is met by nothing.
-    for (; done_ < baked_.trianglePlanes.size(); ++done_) {
-        triangleDone_(found_.size());
-    }
+    finish(baked_.trianglePlanes.size() - done_);
     std::sort(found_.begin(), found_.end(), [this](const auto& x, const auto& y) {
         work_.count(1);
         return std::tie(x.first, x.secondSlot) < std::tie(y.first, y.secondSlot);
@@ -109,8 +113,27 @@ std::vector<FoundIntersection> PairSearch::run() {
     return std::move(found_);
 }
 
+void PairSearch::meetAll() {
+    if (!baked_.bvh.nodes.empty()) {
+        meetSelf(0);
+    }
+}
+
+/// Whether so many edges have been found that the search begins anew without those hidden in
+/// crowds.
+bool PairSearch::leavesHidden() {
+    if (!hiddenIsWanted_ && found_.size() > limits_.hiddenPerTriangle * triangles_.size()) {
+        hiddenIsWanted_ = true;
+        beginsAnew_ = MayLeaveHierarchy(baked_, triangles_);
+    }
+    return beginsAnew_;
+}
+
 /// Whether the hierarchy has been looked at for too long, and may be given up.
 bool PairSearch::isGivenUp() {
+    if (leavesHidden()) {
+        return true;
+    }
     const std::size_t limit =
         limits_.looksPerTriangle * triangles_.size() + limits_.looksPerEdge * found_.size();
     if (isCrowded_ || looks_ <= limit) {
@@ -166,6 +189,9 @@ void PairSearch::meetSelf(unsigned int node) {
         finishLeaf(here);
         return;
     }
+    if (std::binary_search(crowds_.begin(), crowds_.end(), node) && meetInSight(node)) {
+        return;
+    }
     const unsigned int first = FirstChild(here);
     const unsigned int second = SecondChild(here);
     meet(first, second);
@@ -182,9 +208,38 @@ void PairSearch::finishLeaf(const HierarchyNode& leaf) {
             holdAgainstSlot(slot, (1U << before) - 1);
         }
     }
-    for (std::uint32_t slot = FirstSlot(leaf); slot < end; ++slot, ++done_) {
+    finish(leaf.second);
+}
+
+void PairSearch::finish(std::size_t triangles) {
+    for (done_ += triangles; toldDone_ < done_; ++toldDone_) {
         triangleDone_(found_.size());
     }
+}
+
+/// The pairs of a crowd that may be in sight, unless that would take as long as all of them.
+bool PairSearch::meetInSight(unsigned int node) {
+    if (!PlaneValuesFit(baked_.bvh.nodes[node].box, CellsOnAxis::kParts)) {
+        return false;
+    }
+    const std::vector<std::uint32_t> slots = SlotsBelow(baked_, node);
+    const PairsInSight pairs(triangles_, slots, ContactTolerance(baked_), work_);
+    const auto count = static_cast<double>(slots.size());
+    if (pairs.cost() > limits_.stepsPerPair * 0.5 * count * count) {
+        return false;
+    }
+    pairs.forEach([this](std::uint32_t a, std::uint32_t b) {
+        ++looksInSight_;
+        if ((marked_[a] && marked_[b]) || !BoxesMeet(triangles_[a], triangles_[b])) {
+            return;
+        }
+        if (const auto found = test_.find(a, NormalOf(triangles_[a].corners), b,
+                                          NormalOf(triangles_[b].corners))) {
+            found_.push_back(*found);
+        }
+    });
+    finish(slots.size());
+    return true;
 }
 
 void PairSearch::meet(unsigned int a, unsigned int b) {

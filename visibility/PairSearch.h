@@ -28,11 +28,16 @@ struct CrowdLimits {
     /// After how many edges for each triangle those that are nearly equal are looked for. Within a
     /// contact tolerance they give edges of which nothing is drawn.
     std::size_t edgesPerTriangle = 64;
+    /// After how many edges for each triangle hidden ones are left out, where that is wanted.
+    std::size_t hiddenPerTriangle = 4;
+    /// Unless that takes more steps for each pair of triangles than this.
+    double stepsPerPair = 1.0;
 };
 
 /// The hierarchy held against itself: subtrees whose boxes meet are opened, until a leaf's
 /// triangles are held, four at a time, against what is left of the other subtree. Every pair is met
-/// once. Where that takes too long, CrowdedPairs begins anew.
+/// once. Where that takes too long, CrowdedPairs begins anew; where it finds too much, in crowds,
+/// the search begins anew with PairsInSight.
 class PairSearch {
 public:
     /// The triangles, slot by slot, are borrowed. `triangleDone` is called once per triangle, when
@@ -46,12 +51,16 @@ public:
     /// Leaves out pairs of which both are marked, slot by slot; equal triangles are marked alike.
     void leaveOut(std::vector<bool> marked);
 
+    /// Allows to leave out edges all of which is hidden by triangles of the hierarchy.
+    void leaveOutHidden() { hiddenIsWanted_ = false; }
+
     /// All intersection edges, by the number of the first triangle and then the slot of the second.
-    /// Of triangles in contact, some are left out where there are many.
+    /// Of triangles in contact, some are left out where there are many, and hidden edges where that
+    /// is allowed.
     std::vector<FoundIntersection> run();
 
     /// How often run() has held triangles, or sets of them, against each other.
-    std::size_t looks() const { return looks_; }
+    std::size_t looks() const { return looks_ + looksInSight_; }
     /// Whether run() has given up the hierarchy.
     bool wasCrowded() const { return isCrowded_; }
 
@@ -86,7 +95,9 @@ private:
     };
 
     bool markBelow(unsigned int node);
+    void meetAll();
     bool isGivenUp();
+    bool leavesHidden();
     void boundCorners(unsigned int node);
     bool areInContact(unsigned int a, unsigned int b);
     RoughPlane<float> roughPlaneOf(const BakedVertex& origin, const GridVector& normal) const;
@@ -98,6 +109,8 @@ private:
     void holdAgainst(unsigned int node, Chosen chosen);
     void holdAgainstSlot(std::uint32_t slot, Chosen chosen);
     void finishLeaf(const HierarchyNode& leaf);
+    void finish(std::size_t triangles);
+    bool meetInSight(unsigned int node);
     void test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB);
 
     const BakedTriangles& baked_;
@@ -113,10 +126,15 @@ private:
     std::vector<FoundIntersection> found_;
     std::vector<Four> taken_;    ///< What was needed lately, each where its first slot tells.
     const Four* four_ = nullptr; ///< What is held against others now.
-    std::size_t done_ = 0;
+    std::size_t done_ = 0;       ///< Triangles.
+    std::size_t toldDone_ = 0;   ///< As many as the caller knows of.
     CrowdLimits limits_;
     std::size_t looks_ = 0;
+    std::size_t looksInSight_ = 0;
+    bool hiddenIsWanted_ = true;
     bool isCrowded_ = false;
+    bool beginsAnew_ = false;
+    std::vector<unsigned int> crowds_; ///< Those in which hidden edges are left out.
 };
 
 } // namespace ctr

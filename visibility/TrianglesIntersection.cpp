@@ -9,7 +9,7 @@
 #include "projection/GridQuantisation.h"
 #include "visibility/BakedMesh.h"
 #include "visibility/BakedStructure.h"
-#include "visibility/CrowdCover.h"
+#include "visibility/CrowdSurface.h"
 #include "visibility/CutOcclusion.h"
 #include "visibility/FaceContact.h"
 #include "visibility/FractionOrder.h"
@@ -64,7 +64,7 @@ public:
     }
 
     /// Prepares for so many edges of triangles of this set.
-    void coverCrowds(std::size_t edges, WorkCounter& work) {
+    void findCrowds(std::size_t edges, WorkCounter& work) {
         constexpr std::size_t kEdgesPerTriangle = 4;
         if (layout_ != nullptr && HasTriangles(baked_) &&
             edges >= kEdgesPerTriangle * baked_.trianglePlanes.size()) {
@@ -85,9 +85,8 @@ public:
                 std::vector<RationalInterval>& hidden) {
         const CutOcclusion cut(edge, tolerance_);
         expected_.clear();
-        if (crowds_ && crowds_->hide(cut, first, second, expected_)) {
-            hidden.push_back(WholeSegment());
-            return;
+        if (crowds_) {
+            crowds_->appendNearest(cut, first, second, expected_);
         }
         seek(cut, hidden);
     }
@@ -107,7 +106,7 @@ private:
     ContactTolerance tolerance_;
     const OccluderLayout* layout_;
     std::optional<OccluderLayout> own_;
-    std::optional<CrowdCovers> crowds_;
+    std::optional<CrowdSurfaces> crowds_;
     HiddenRanges ranges_;
     std::vector<std::uint32_t> expected_; ///< To hide parts of the edge that is sought.
 };
@@ -121,7 +120,7 @@ public:
               std::size_t edges,
               WorkCounter& work)
         : own_(triangles, edges, work) {
-        own_.coverCrowds(edges, work);
+        own_.findCrowds(edges, work);
         if (occluders != nullptr && HasTriangles(*occluders->baked)) {
             occluders_.emplace(*occluders, edges, work);
         }
@@ -360,9 +359,16 @@ FindIntersectionEdges(const LaidOutTriangles& triangles,
     assert(HierarchyLeadsToTriangles(*baked));
     if (layout == nullptr) {
         const std::vector<OccluderTree::Triangle> own = TrianglesBySlot(*baked, work);
-        return PairSearch(*baked, own, advance, work).run();
+        PairSearch search(*baked, own, advance, work);
+        if (visibleOnly) {
+            search.leaveOutHidden();
+        }
+        return search.run();
     }
     PairSearch search(*baked, layout->tree.triangles(), advance, work);
+    if (visibleOnly) {
+        search.leaveOutHidden();
+    }
     if (visibleOnly && layout->tree.triangles().size() >= kManyTriangles &&
         !layout->map.isNearlyEmpty()) {
         search.leaveOut(UnseenTriangles(*layout, work));

@@ -34,6 +34,34 @@ public:
         }
     }
 
+    /// One whose corners are at most so many steps from a point on each axis.
+    void addNear(const ctr::BakedVertex& point, int reach) {
+        const auto corner = [&] {
+            const auto off = [&](int value) {
+                return within(value + random_.between(-reach, reach));
+            };
+            return ctr::BakedVertex{off(point.x), off(point.y), off(point.z)};
+        };
+        const ctr::BakedVertex first = corner();
+        const ctr::BakedVertex second = corner();
+        add(first, second, corner());
+    }
+
+    /// In front of everything, in columns side by side; columns have corners of their own.
+    void addTiles(int columns) {
+        for (int column = 0; column < columns; ++column) {
+            const int left = column * across_ / columns;
+            const int right = (column + 1) * across_ / columns;
+            const int rows = random_.between(1, 5);
+            for (int row = 0; row < rows; ++row) {
+                const int low = row * across_ / rows;
+                const int high = (row + 1) * across_ / rows;
+                add({left, low, 0}, {right, low, 0}, {left, high, 0});
+                add({right, low, 0}, {left, high, 0}, {right, high, 0});
+            }
+        }
+    }
+
     /// Around one corner; some end where others do, or on a way from the corner to another's end.
     void addAroundCorner(int count) {
         const ctr::BakedVertex hub = anyPoint();

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <set>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -79,13 +80,21 @@ struct Pairs {
     std::size_t done;
 };
 
-Pairs PairsOf(const Crowd& crowd, const CrowdLimits& limits, std::vector<bool> leftOut = {}) {
+enum class Hidden : std::uint8_t { isWanted, mayBeLeftOut };
+
+Pairs PairsOf(const Crowd& crowd,
+              const CrowdLimits& limits,
+              std::vector<bool> leftOut = {},
+              Hidden hidden = Hidden::isWanted) {
     WorkCounter work;
     std::size_t done = 0;
     PairSearch search(
         crowd.baked, crowd.triangles, [&](std::size_t) { ++done; }, work, limits);
     if (!leftOut.empty()) {
         search.leaveOut(std::move(leftOut));
+    }
+    if (hidden == Hidden::mayBeLeftOut) {
+        search.leaveOutHidden();
     }
     std::vector<FoundIntersection> found = search.run();
     return {std::move(found), search.looks(), search.wasCrowded(), done};
@@ -253,6 +262,78 @@ TEST(NearlyEqualTriangles, AreNoPairsWhereTheyAreInContact) {
     }
     EXPECT_GT(leftOut, static_cast<std::size_t>(scenes));
     EXPECT_GT(kept, static_cast<std::size_t>(scenes));
+}
+
+// --- hidden cuts ---
+
+// Steps across in which many triangles lie over each other, some of them large.
+Crowd Soup(Random& random) {
+    const bool isTiled = random.percent(50);
+    const auto bits = static_cast<unsigned int>(random.between(3, isTiled ? 5 : 6));
+    const int across = (1 << bits) - 2;
+    const int reach = random.between(2, isTiled ? 3 : across);
+    CrowdMaker maker(random, across);
+    const auto count = static_cast<std::size_t>(random.between(70, isTiled ? 500 : 250));
+    if (isTiled) {
+        maker.addTiles(random.between(1, 3));
+    }
+    while (maker.triangles.size() < count) {
+        maker.addNear(maker.anyPoint(), reach);
+        maker.addLoose(random.percent(10) ? 1 : 0);
+        maker.addCopies(random.percent(5) ? 1 : 0);
+    }
+    return Crowd(random, bits, maker.triangles);
+}
+
+// What others hide of the cut of two triangles, from every one of them.
+bool IsAllHidden(const Crowd& crowd, const FoundIntersection& pair) {
+    test_support::CutCounts counts;
+    const auto cut = test_support::CutOf(crowd.baked, pair.first,
+                                         crowd.baked.bvh.primitives[pair.secondSlot], counts);
+    std::vector<RationalInterval> ranges;
+    for (unsigned int i = 0; cut && i < crowd.triangles.size(); ++i) {
+        if (const auto part = test_support::HiddenOfCut(crowd.baked, *cut, i)) {
+            ranges.push_back(*part);
+        }
+    }
+    ctr::IntervalTools::FuseOverlappingIntervals(ranges);
+    return ctr::AreWhole(ranges);
+}
+
+TEST(PairsInSight, LeaveOutNoneThatIsVisible) {
+    const CrowdLimits inSight{kEndless, 0, 16, kEndless, 0, 1e9};
+    const int scenes = Scaled(250);
+    std::size_t leftOut = 0;
+    std::size_t kept = 0;
+    for (int seed = 0; seed < scenes; ++seed) {
+        Random random(static_cast<std::uint64_t>(seed));
+        Crowd crowd = Soup(random);
+        crowd.baked.setContactTolerance(seed % 3 == 0 ? 1U : 0U);
+        const Pairs all = PairsOf(crowd, kNever);
+        const Pairs some = PairsOf(crowd, inSight, {}, Hidden::mayBeLeftOut);
+        ASSERT_EQ(some.done, crowd.triangles.size()) << "seed " << seed;
+        std::set<std::string> known;
+        for (const FoundIntersection& pair : some.found) {
+            ASSERT_TRUE(known.insert(TextOf(crowd, {pair})).second || TextOf(crowd, {pair}).empty())
+                << "seed " << seed << ": twice " << TextOf(crowd, {pair});
+        }
+        kept += known.size();
+        known.insert("");
+        for (const FoundIntersection& pair : all.found) {
+            const std::string text = TextOf(crowd, {pair});
+            if (!text.empty() && known.erase(text) == 0) {
+                ++leftOut;
+                ASSERT_TRUE(IsAllHidden(crowd, pair)) << "seed " << seed << ": " << text;
+            }
+        }
+        known.erase("");
+        ASSERT_TRUE(known.empty()) << "seed " << seed << ": not there " << *known.begin();
+        ASSERT_EQ(TextOf(crowd, PairsOf(crowd, inSight).found), TextOf(crowd, all.found));
+    }
+    RecordProperty("left_out", static_cast<int>(leftOut));
+    RecordProperty("kept", static_cast<int>(kept));
+    EXPECT_GT(leftOut, static_cast<std::size_t>(100 * scenes));
+    EXPECT_GT(kept, static_cast<std::size_t>(100 * scenes));
 }
 
 // --- hidden ranges ---
@@ -480,6 +561,28 @@ TEST(CrowdGrowth, ParallelSheets) {
             maker.add(corners[0], corners[2], corners[3]);
         }
     });
+}
+
+// Where nearly all pairs give cuts that others hide.
+TEST(CrowdGrowth, HiddenCuts) {
+    const auto searchIn = [](int count) {
+        constexpr unsigned int kBits = 5;
+        constexpr int kAcross = 19;
+        Random random(3);
+        CrowdMaker maker(random, kAcross);
+        while (static_cast<int>(maker.triangles.size()) < count) {
+            maker.addNear(maker.anyPoint(), 4);
+        }
+        const Crowd crowd(random, kBits, maker.triangles);
+        return PairsOf(crowd, CrowdLimits(), {}, Hidden::mayBeLeftOut);
+    };
+    const Pairs few = searchIn(Scaled(2500));
+    const Pairs many = searchIn(Scaled(10000));
+    const auto power = [](std::size_t a, std::size_t b) {
+        return std::log2(static_cast<double>(b) / static_cast<double>(a)) / 2.0;
+    };
+    EXPECT_LE(power(few.looks, many.looks), 1.3);
+    EXPECT_LE(power(few.found.size(), many.found.size()), 1.3);
 }
 
 } // namespace
