@@ -1,6 +1,8 @@
 // Triangles over the middles of cells.
 #include "visibility/CrowdSurface.h"
 
+#include "visibility/HierarchyNode.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <utility>
@@ -9,7 +11,6 @@ namespace ctr {
 namespace {
 
 constexpr std::size_t kWorkPerTriangle = 16;
-constexpr std::uint32_t kNoCrowd = std::numeric_limits<std::uint32_t>::max();
 
 /// The middle of a cell in steps.
 double MiddleOf(const CellsOnAxis::Interval& parts) {
@@ -45,6 +46,16 @@ private:
     double perY_;
 };
 
+bool Holds(const kx::kxBBox& box, const BakedVertex& p) {
+    const float place[3] = {static_cast<float>(p.x), static_cast<float>(p.y),
+                            static_cast<float>(p.z)};
+    bool holds = true;
+    for (int axis = 0; axis < 3; ++axis) {
+        holds = holds && box.min[axis] <= place[axis] && place[axis] <= box.max[axis];
+    }
+    return holds;
+}
+
 } // namespace
 
 CrowdSurface::CrowdSurface(const std::vector<OccluderTree::Triangle>& triangles,
@@ -79,44 +90,59 @@ void CrowdSurface::add(const OccluderTree::Triangle& triangle, std::uint32_t slo
     }
 }
 
-void CrowdSurface::appendNearest(const CutOcclusion& cut, std::vector<std::uint32_t>& slots) const {
-    struct Probe {
-        double at; ///< From the first end (0) to the second (1).
-        std::size_t most;
-    };
-    constexpr Probe kProbes[] = {{0.5, 16}, {0.1, 8}, {0.9, 8}};
-    const auto& [first, second] = cut.ends();
-    for (const auto& [at, most] : kProbes) {
-        const std::int64_t column = cells_.columns.around(first[0] + at * (second[0] - first[0]));
-        const std::int64_t row = cells_.rows.around(first[1] + at * (second[1] - first[1]));
-        const Cell& cell = nearest_[cells_.indexOf(column, row)];
-        for (std::size_t i = 0; i < most && cell[i].depth < Place().depth; ++i) {
-            slots.push_back(cell[i].slot);
+void CrowdSurface::findNearest(double x, double y, std::vector<std::uint32_t>& slots) const {
+    const std::size_t index = cells_.indexOf(cells_.columns.around(x), cells_.rows.around(y));
+    slots.clear();
+    for (const Place& place : nearest_[index]) {
+        if (place.depth < Place().depth) {
+            slots.push_back(place.slot);
         }
     }
 }
 
 CrowdSurfaces::CrowdSurfaces(const BakedTriangles& baked,
                              const std::vector<OccluderTree::Triangle>& triangles,
-                             WorkCounter& work) {
+                             WorkCounter& work)
+    : baked_(baked) {
     for (const unsigned int root : FindCrowds(baked, work)) {
-        const std::vector<std::uint32_t> slots = SlotsBelow(baked, root);
-        crowdOf_.resize(baked.trianglePlanes.size(), kNoCrowd);
-        for (const std::uint32_t slot : slots) {
-            crowdOf_[triangles[slot].number] = static_cast<std::uint32_t>(surfaces_.size());
-        }
-        surfaces_.emplace_back(triangles, slots, work);
+        crowds_.push_back({root, CrowdSurface(triangles, SlotsBelow(baked, root), work)});
     }
 }
 
-void CrowdSurfaces::appendNearest(const CutOcclusion& cut,
-                                  std::uint32_t first,
-                                  std::uint32_t second,
-                                  std::vector<std::uint32_t>& slots) const {
-    const std::uint32_t crowd = crowdOf_.empty() ? kNoCrowd : crowdOf_[first];
-    if (crowd != kNoCrowd && crowd == crowdOf_[second]) {
-        surfaces_[crowd].appendNearest(cut, slots);
+void CrowdSurfaces::turnTo(const BakedVertex& a, const BakedVertex& b) {
+    current_ = crowds_.empty() ? nullptr : crowdOf(0, a, b);
+    from_[0] = a.x;
+    from_[1] = a.y;
+    along_[0] = static_cast<double>(b.x) - a.x;
+    along_[1] = static_cast<double>(b.y) - a.y;
+    nearest_.clear();
+}
+
+const std::vector<std::uint32_t>& CrowdSurfaces::nearestAt(double t) {
+    if (current_ != nullptr) {
+        current_->surface.findNearest(from_[0] + t * along_[0], from_[1] + t * along_[1], nearest_);
     }
+    return nearest_;
+}
+
+/// A crowd below a node whose box holds both points.
+const CrowdSurfaces::Crowd*
+CrowdSurfaces::crowdOf(unsigned int node, const BakedVertex& a, const BakedVertex& b) const {
+    const HierarchyNode& here = baked_.bvh.nodes[node];
+    if (!Holds(here.box, a) || !Holds(here.box, b)) {
+        return nullptr;
+    }
+    const auto crowd =
+        std::lower_bound(crowds_.begin(), crowds_.end(), node,
+                         [](const Crowd& one, unsigned int root) { return one.root < root; });
+    if (crowd != crowds_.end() && crowd->root == node) {
+        return &*crowd;
+    }
+    if (IsLeaf(here)) {
+        return nullptr;
+    }
+    const Crowd* const first = crowdOf(FirstChild(here), a, b);
+    return first != nullptr ? first : crowdOf(SecondChild(here), a, b);
 }
 
 } // namespace ctr

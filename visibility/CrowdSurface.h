@@ -1,4 +1,4 @@
-// Which triangles of a crowd are in front: they hide most cuts, each by one or two.
+// Which triangles of a crowd are in front: they hide most edges, each by one or two.
 //
 // The triangles over the middle of each cell are known, the nearest first. (After N. Greene, M.
 // Kass and G. Miller, Hierarchical Z-buffer visibility, SIGGRAPH 1993; but nothing is decided here,
@@ -6,7 +6,6 @@
 #pragma once
 
 #include "visibility/Crowds.h"
-#include "visibility/CutOcclusion.h"
 
 #include <array>
 #include <cstdint>
@@ -23,8 +22,8 @@ public:
                  const std::vector<std::uint32_t>& slots,
                  WorkCounter& work);
 
-    /// Appends the slots of those that may hide much of a cut.
-    void appendNearest(const CutOcclusion& cut, std::vector<std::uint32_t>& slots) const;
+    /// The slots of those over a place, nearest first, in `slots`.
+    void findNearest(double x, double y, std::vector<std::uint32_t>& slots) const;
 
 private:
     struct Place {
@@ -43,21 +42,31 @@ private:
 /// Of all crowds of a hierarchy.
 class CrowdSurfaces {
 public:
-    /// As for FindCrowds(); the triangles are those of the hierarchy, slot by slot.
+    /// As for FindCrowds(); the hierarchy is borrowed, the triangles are its own, slot by slot.
     CrowdSurfaces(const BakedTriangles& baked,
                   const std::vector<OccluderTree::Triangle>& triangles,
                   WorkCounter& work);
 
-    /// Appends the slots of triangles that may hide much of the cut of two triangles, by their
-    /// numbers.
-    void appendNearest(const CutOcclusion& cut,
-                       std::uint32_t first,
-                       std::uint32_t second,
-                       std::vector<std::uint32_t>& slots) const;
+    /// Prepares for questions about a segment.
+    void turnTo(const BakedVertex& a, const BakedVertex& b);
+    /// The slots of triangles of its crowd, if it lies in one, that are over the place at a
+    /// parameter, from a (0) to b (1): nearest first, at most 16. Valid until the next call.
+    const std::vector<std::uint32_t>& nearestAt(double t);
 
 private:
-    std::vector<CrowdSurface> surfaces_;
-    std::vector<std::uint32_t> crowdOf_; ///< By triangle; empty without crowds.
+    struct Crowd {
+        unsigned int root;
+        CrowdSurface surface;
+    };
+
+    const Crowd* crowdOf(unsigned int node, const BakedVertex& a, const BakedVertex& b) const;
+
+    const BakedTriangles& baked_;
+    std::vector<Crowd> crowds_; ///< By root.
+    const Crowd* current_ = nullptr;
+    double from_[2] = {};
+    double along_[2] = {};
+    std::vector<std::uint32_t> nearest_;
 };
 
 } // namespace ctr

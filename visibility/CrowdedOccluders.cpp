@@ -344,13 +344,15 @@ bool CrowdedOccluders::fits(const BakedVertex& a, const BakedVertex& b) const {
 void CrowdedOccluders::append(const BakedVertex& a,
                               const BakedVertex& b,
                               const PartOf& partOf,
+                              const std::vector<RationalInterval>& known,
                               std::vector<RationalInterval>& hidden) {
     const auto hubAt = [this](const BakedVertex& end) {
         const std::optional<std::uint32_t> place = distinct_.placeAt(end);
         return place && aroundOf_[*place] != kNoHub ? *place : kNoHub;
     };
     Question question{
-        {&a, &b}, PlaceOfPoint(a), PlaceOfPoint(b), {hubAt(a), hubAt(b)}, &partOf, true, false};
+        {&a, &b}, PlaceOfPoint(a), PlaceOfPoint(b), {hubAt(a), hubAt(b)}, &partOf, &known, true,
+        false};
     ask(question);
     if (question.hasSkippedPlainStarts && ranges_.startsUnusually()) {
         question.skipsPlainStarts = false;
@@ -367,6 +369,9 @@ void CrowdedOccluders::append(const BakedVertex& a,
 
 void CrowdedOccluders::ask(Question& question) {
     ranges_.clear();
+    for (const RationalInterval& range : *question.known) {
+        ranges_.add(range);
+    }
     for (int end = 0; end < 2; ++end) {
         if (question.hubs[end] != kNoHub) {
             askAround(around_[aroundOf_[question.hubs[end]]], end, question);

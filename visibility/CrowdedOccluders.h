@@ -128,10 +128,11 @@ public:
     bool fits(const BakedVertex& a, const BakedVertex& b) const;
 
     /// Appends what partOf gives for the triangles, as far as the fused ranges need it; 0/1 .. 1/1
-    /// alone when that is all of the segment.
+    /// alone when that is all of the segment. What it gives for some of them may be known.
     void append(const BakedVertex& a,
                 const BakedVertex& b,
                 const PartOf& partOf,
+                const std::vector<RationalInterval>& known,
                 std::vector<RationalInterval>& hidden);
 
     /// How many nodes and triangles have been looked at for segments.
@@ -170,6 +171,7 @@ private:
         std::array<double, 3> to;
         std::uint32_t hubs[2]; ///< kNoHub where an end is none.
         const PartOf* partOf;
+        const std::vector<RationalInterval>* known;
         bool skipsPlainStarts;
         bool hasSkippedPlainStarts;
     };

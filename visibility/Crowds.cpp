@@ -37,6 +37,7 @@ public:
 
     std::vector<unsigned int> find() {
         look(0);
+        std::sort(roots_.begin(), roots_.end());
         return std::move(roots_);
     }
 

@@ -86,7 +86,8 @@ struct CellsOfCrowd {
 CellsOnAxis::Interval StepsOf(const OccluderTree::Triangle& triangle,
                               std::int32_t BakedVertex::*axis);
 
-/// The roots of all crowds. Every box of the hierarchy has to hold what is below it. O(nodes).
+/// The roots of all crowds, in order. Every box of the hierarchy has to hold what is below it.
+/// O(nodes).
 std::vector<unsigned int> FindCrowds(const BakedTriangles& baked, WorkCounter& work);
 
 /// The slots of all triangles below a node.

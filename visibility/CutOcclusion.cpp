@@ -64,14 +64,13 @@ private:
     std::int64_t atEnd_;
 };
 
-void EndOf(const tPointOnEdge& end, double (&p)[3]) {
+std::array<double, 3> PlaceOfEnd(const tPointOnEdge& end) {
     const double t = static_cast<double>(end.t[0]) / static_cast<double>(end.t[1]);
     const auto at = [t](std::int32_t from, std::int32_t to) {
         return from + t * (static_cast<double>(to) - from);
     };
-    p[0] = at(end.edgeStart.x, end.edgeEnd.x);
-    p[1] = at(end.edgeStart.y, end.edgeEnd.y);
-    p[2] = at(end.edgeStart.z, end.edgeEnd.z);
+    return {at(end.edgeStart.x, end.edgeEnd.x), at(end.edgeStart.y, end.edgeEnd.y),
+            at(end.edgeStart.z, end.edgeEnd.z)};
 }
 
 /// What is within a step of the box of two points on screen; there is no step beyond the largest
@@ -111,7 +110,7 @@ struct CutOcclusion::Function {
     }
 
     std::int64_t at(const BakedVertex& p) const { return Dot(normal, Difference(p, origin)); }
-    double at(const double (&p)[3]) const {
+    double at(const std::array<double, 3>& p) const {
         return static_cast<double>(normal[0]) * (p[0] - origin.x) +
                static_cast<double>(normal[1]) * (p[1] - origin.y) +
                static_cast<double>(normal[2]) * (p[2] - origin.z);
@@ -122,10 +121,9 @@ struct CutOcclusion::Function {
 };
 
 CutOcclusion::CutOcclusion(const IntersectionEdge& edge, const ContactTolerance& tolerance)
-    : edge_(edge), tolerance_(tolerance), sieve_(SieveOf(edge.first.point, edge.second.point)) {
-    EndOf(edge.first, ends_[0]);
-    EndOf(edge.second, ends_[1]);
-}
+    : edge_(edge), tolerance_(tolerance),
+      sieve_(SieveOf(edge.first.point, edge.second.point)), ends_{PlaceOfEnd(edge.first),
+                                                                  PlaceOfEnd(edge.second)} {}
 
 /// Both ends are surely outside of an edge of a triangle.
 bool CutOcclusion::isBeside(const BakedVertex& a, const BakedVertex& b) const {
@@ -136,6 +134,36 @@ bool CutOcclusion::isBeside(const BakedVertex& a, const BakedVertex& b) const {
     const double error = (std::abs(alongX) + std::abs(alongY)) * kEndError;
     return (ends_[0][0] - x) * alongY - (ends_[0][1] - y) * alongX > error &&
            (ends_[1][0] - x) * alongY - (ends_[1][1] - y) * alongX > error;
+}
+
+CutOcclusion CutOcclusion::within(const RationalInterval& open) const {
+    CutOcclusion narrowed(*this);
+    const auto placeAt = [this](const Fraction& at) {
+        const double t = static_cast<double>(at[0]) / static_cast<double>(at[1]);
+        std::array<double, 3> place{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            place[axis] = ends_[0][axis] + t * (ends_[1][axis] - ends_[0][axis]);
+        }
+        return place;
+    };
+    narrowed.open_ = {placeAt(open.start), placeAt(open.end)};
+    return narrowed;
+}
+
+/// Whether a function is so large throughout the part that matters that it stays positive there
+/// when values at the ends of the edge are rounded, by less than 1, and zeros are found from these.
+bool CutOcclusion::isOpenOutside(const Function& function) const {
+    const double least = 2.0 + 4.0 * function.error;
+    return function.at((*open_)[0]) > least && function.at((*open_)[1]) > least;
+}
+
+bool CutOcclusion::isOpenOutside(const OccluderTree::Triangle& triangle,
+                                 const GridVector& normal) const {
+    const auto& p = triangle.corners;
+    return isOpenOutside(Function(p[0], normal, false)) ||
+           isOpenOutside(Function::edge(p[0], p[1], false)) ||
+           isOpenOutside(Function::edge(p[1], p[2], false)) ||
+           isOpenOutside(Function::edge(p[2], p[0], false));
 }
 
 /// Cuts the range where the function is positive; false when nothing is left of it. Most values are
@@ -182,6 +210,9 @@ bool CutOcclusion::reachesDeeper(const Function& plane, const RationalInterval& 
 std::optional<RationalInterval> CutOcclusion::hiddenBy(const OccluderTree::Triangle& triangle,
                                                        const GridVector& normal) const {
     if (sieve_.isBeside(triangle.corners)) {
+        return std::nullopt;
+    }
+    if (open_ && isOpenOutside(triangle, normal)) {
         return std::nullopt;
     }
     const auto& p = triangle.corners;

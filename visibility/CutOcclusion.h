@@ -7,6 +7,7 @@
 #include "visibility/IntersectionEdge.h"
 #include "visibility/OccluderTree.h"
 
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -26,8 +27,9 @@ public:
 
     SegmentProbe probe() const { return {edge_.first.point, edge_.second.point}; }
 
-    /// The ends as they are, off by less than 2^-20 of a step.
-    const double (&ends() const)[2][3] { return ends_; }
+    /// The same edge where only a part of it matters, all else being hidden: triangles that surely
+    /// hide nothing of that part count as hiding nothing.
+    CutOcclusion within(const RationalInterval& open) const;
 
     /// The range that the triangle hides, from the first end (0) to the second (1), if any.
     /// Triangles more than a step beside the edge's box are held to hide nothing: a crossing is
@@ -43,8 +45,12 @@ public:
 
 private:
     struct Function;
+    /// Two points in doubles.
+    using Places = std::array<std::array<double, 3>, 2>;
 
     bool isBeside(const BakedVertex& a, const BakedVertex& b) const;
+    bool isOpenOutside(const Function& function) const;
+    bool isOpenOutside(const OccluderTree::Triangle& triangle, const GridVector& normal) const;
     bool narrow(const Function& function, RationalInterval& range) const;
     bool narrowExactly(const Function& function, RationalInterval& range) const;
     bool reachesDeeper(const Function& plane, const RationalInterval& range) const;
@@ -52,7 +58,8 @@ private:
     const IntersectionEdge& edge_;
     ContactTolerance tolerance_;
     TriangleSieve sieve_;
-    double ends_[2][3];
+    Places ends_;                ///< As they are, off by less than 2^-20 of a step.
+    std::optional<Places> open_; ///< The ends of the part that matters.
 };
 
 } // namespace ctr

@@ -54,6 +54,7 @@ void EdgeOcclusion::considerCrowds(std::size_t ranges, WorkCounter& work) {
     haveConsideredCrowds_ = true;
     const auto& triangles = layout_->tree.triangles();
     if (MayLeaveHierarchy(*baked_, triangles)) {
+        surfaces_.emplace(*baked_, triangles, work);
         crowd_.emplace(triangles, ContactTolerance(*baked_), limits_.hubDegree, work);
     }
 }
@@ -84,8 +85,18 @@ void EdgeOcclusion::append(const BakedVertex& a,
         return HiddenPart(p0, p1, p2, baked_->trianglePlanes[triangle.number], tolerance, a, b);
     };
     ++asked_;
+    if (surfaces_) {
+        surfaces_->turnTo(a, b);
+        const auto nearest = [this](double t) -> const auto& {
+            return surfaces_->nearestAt(t);
+        };
+        if (ranges_.areHiding(layout_->tree, partOf, nearest)) {
+            hidden.push_back(WholeSegment());
+            return;
+        }
+    }
     if (crowd_ && crowd_->fits(a, b)) {
-        crowd_->append(a, b, partOf, hidden);
+        crowd_->append(a, b, partOf, ranges_.known(), hidden);
         return;
     }
     const auto& found = ranges_.find(layout_->tree, SegmentProbe(a, b), partOf);
@@ -93,6 +104,7 @@ void EdgeOcclusion::append(const BakedVertex& a,
 }
 
 void EdgeOcclusion::release() {
+    surfaces_.reset();
     crowd_.reset();
     layout_.reset();
     haveConsideredCrowds_ = false;

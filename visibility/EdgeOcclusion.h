@@ -4,6 +4,7 @@
 #include <ctr/BakedTriangles.h>
 
 #include "visibility/ContactTolerance.h"
+#include "visibility/CrowdSurface.h"
 #include "visibility/CrowdedOccluders.h"
 #include "visibility/DepthMap.h"
 #include "visibility/HiddenRanges.h"
@@ -88,6 +89,7 @@ private:
     HiddenRanges ranges_;
     OccluderLimits limits_;
     std::optional<CrowdedOccluders> crowd_;
+    std::optional<CrowdSurfaces> surfaces_; ///< Likewise.
     bool haveConsideredCrowds_ = false;
     std::size_t asked_ = 0;  ///< Segments.
     std::size_t tested_ = 0; ///< Triangles, for all of them.

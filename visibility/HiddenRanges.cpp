@@ -14,6 +14,13 @@ void HiddenRanges::start() {
     nextLook_ = kFirstLook;
 }
 
+double HiddenRanges::middleOfOpen() const {
+    const auto valueOf = [](const Fraction& t) {
+        return static_cast<double>(t[0]) / static_cast<double>(t[1]);
+    };
+    return 0.5 * (valueOf(hiddenTo_) + valueOf(hiddenFrom_));
+}
+
 /// True when the whole segment is known to be hidden.
 bool HiddenRanges::add(const RationalInterval& range, std::uint32_t slot) {
     if (IsWhole(range)) {

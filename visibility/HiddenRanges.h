@@ -40,7 +40,7 @@ public:
     template <class PartOf>
     const std::vector<RationalInterval>&
     find(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
-        return isHiddenByLast(tree, partOf) ? whole() : seek(tree, probe, partOf, {});
+        return isHiddenByLast(tree, partOf) ? whole() : seek(tree, probe, partOf);
     }
 
     /// Whether a triangle hides the whole segment that did so lately: the first step of find().
@@ -52,22 +52,52 @@ public:
         });
     }
 
-    /// The second step of find(). Triangles that are expected to hide parts of the segment, by
-    /// their slots, are asked first.
+    /// The second step of find().
     template <class PartOf>
-    const std::vector<RationalInterval>& seek(const OccluderTree& tree,
-                                              const SegmentProbe& probe,
-                                              PartOf partOf,
-                                              const std::vector<std::uint32_t>& expected) {
+    const std::vector<RationalInterval>&
+    seek(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
         start();
-        const auto& triangles = tree.triangles();
-        bool hidden = std::any_of(expected.begin(), expected.end(), [&](std::uint32_t slot) {
-            const std::optional<RationalInterval> part = partOf(triangles[slot]);
-            return part && add(*part, slot);
-        });
-        if (hidden) {
-            return whole();
+        return seekRest(tree, probe, partOf);
+    }
+
+    /// Whether triangles that may hide much of the next segment hide all of it: those whose slots
+    /// nearest(t) gives, over the place at a parameter. If not, seekRest() finds what others hide
+    /// as well.
+    template <class PartOf, class Nearest>
+    bool areHiding(const OccluderTree& tree, PartOf partOf, Nearest nearest) {
+        constexpr int kMostLooks = 6;
+        const auto ask = [&](double at) {
+            const auto& slots = nearest(at);
+            return std::any_of(slots.begin(), slots.end(), [&](std::uint32_t slot) {
+                const std::optional<RationalInterval> part = partOf(tree.triangles()[slot]);
+                return part && add(*part, slot);
+            });
+        };
+        start();
+        if (ask(0.5) || ask(0.1) || ask(0.9)) {
+            return true;
         }
+        double last = 0.5;
+        for (int look = 0; look < kMostLooks && middleOfOpen() != last; ++look) {
+            last = middleOfOpen();
+            if (ask(last)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// What areHiding() has found.
+    const std::vector<RationalInterval>& known() const { return ranges_; }
+
+    /// Holds all of the segment that is not known to be hidden.
+    RationalInterval open() const { return {hiddenTo_, hiddenFrom_}; }
+
+    template <class PartOf>
+    const std::vector<RationalInterval>&
+    seekRest(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
+        const auto& triangles = tree.triangles();
+        bool hidden = false;
         tree.walk(probe, coverage_, [&](std::uint32_t slot, std::uint32_t end) {
             for (; slot != end && !hidden; ++slot) {
                 const std::optional<RationalInterval> part = partOf(triangles[slot]);
@@ -78,12 +108,15 @@ public:
         return hidden ? whole() : ranges_;
     }
 
-private:
-    void start();
+    /// The whole segment.
     const std::vector<RationalInterval>& whole() {
         ranges_.assign(1, WholeSegment());
         return ranges_;
     }
+
+private:
+    void start();
+    double middleOfOpen() const;
     bool add(const RationalInterval& range, std::uint32_t slot);
     void extendEnds(const RationalInterval& range);
     bool isAllHidden();

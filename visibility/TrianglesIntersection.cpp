@@ -74,32 +74,29 @@ public:
 
     /// Of an edge that is not hidden at once.
     void append(const IntersectionEdge& edge, std::vector<RationalInterval>& hidden) {
-        expected_.clear();
-        seek(CutOcclusion(edge, tolerance_), hidden);
-    }
-
-    /// Of an edge of two triangles of this set, by their numbers.
-    void append(const IntersectionEdge& edge,
-                std::uint32_t first,
-                std::uint32_t second,
-                std::vector<RationalInterval>& hidden) {
         const CutOcclusion cut(edge, tolerance_);
-        expected_.clear();
-        if (crowds_) {
-            crowds_->appendNearest(cut, first, second, expected_);
-        }
-        seek(cut, hidden);
-    }
-
-private:
-    void seek(const CutOcclusion& cut, std::vector<RationalInterval>& hidden) {
         if (layout_ == nullptr) {
             cut.appendHidden(baked_, 0, hidden);
             return;
         }
-        const auto& found =
-            ranges_.seek(layout_->tree, cut.probe(), PartsOf(baked_, cut), expected_);
+        const auto& found = crowds_
+                                ? seekInCrowds(edge, cut)
+                                : ranges_.seek(layout_->tree, cut.probe(), PartsOf(baked_, cut));
         hidden.insert(hidden.end(), found.begin(), found.end());
+    }
+
+private:
+    const std::vector<RationalInterval>& seekInCrowds(const IntersectionEdge& edge,
+                                                      const CutOcclusion& cut) {
+        crowds_->turnTo(edge.first.point, edge.second.point);
+        const auto nearest = [this](double t) -> const auto& {
+            return crowds_->nearestAt(t);
+        };
+        if (ranges_.areHiding(layout_->tree, PartsOf(baked_, cut), nearest)) {
+            return ranges_.whole();
+        }
+        const CutOcclusion rest = cut.within(ranges_.open());
+        return ranges_.seekRest(layout_->tree, cut.probe(), PartsOf(baked_, rest));
     }
 
     const BakedTriangles& baked_;
@@ -108,7 +105,6 @@ private:
     std::optional<OccluderLayout> own_;
     std::optional<CrowdSurfaces> crowds_;
     HiddenRanges ranges_;
-    std::vector<std::uint32_t> expected_; ///< To hide parts of the edge that is sought.
 };
 
 /// Everything that hides intersection edges: the triangles that cut each other and, if there are
@@ -132,11 +128,10 @@ public:
     }
 
     /// The union of what hides an edge that is not hidden at once, disjoint and in increasing
-    /// order; of two triangles by their numbers.
-    const std::vector<RationalInterval>&
-    hiddenOf(const IntersectionEdge& edge, std::uint32_t first, std::uint32_t second) {
+    /// order.
+    const std::vector<RationalInterval>& hiddenOf(const IntersectionEdge& edge) {
         hidden_.clear();
-        own_.append(edge, first, second, hidden_);
+        own_.append(edge, hidden_);
         if (occluders_ && !AreWhole(hidden_)) {
             occluders_->append(edge, hidden_);
         }
@@ -265,8 +260,7 @@ void Pieces::append(const FoundIntersection& found, CutHiders& hiders) {
         appendPiece(edge, {0, 1}, {1, 1}, hidden);
         return;
     }
-    const std::vector<RationalInterval>& ranges =
-        hiders.hiddenOf(edge, found.first, triangles->bvh.primitives[found.secondSlot]);
+    const std::vector<RationalInterval>& ranges = hiders.hiddenOf(edge);
     appendVisiblePieces(edge, ranges);
     if (hiddenIsWanted) {
         for (const RationalInterval& range : ranges) {

@@ -117,20 +117,28 @@ Scene MakeNearly(unsigned int size) {
     return {part};
 }
 
-/// Triangles of a few steps of the grid in a ball of twenty, and one of size 1 far from them.
-Scene MakeSoup(unsigned int size) {
+/// Triangles in a ball of so many half steps of the grid, their corners at most so many from a
+/// point, and one of size 1 far from them.
+Scene MakeBall(const char* name, unsigned int size, double ball, double reach) {
     Random random(size);
-    Part part{"soup", {}, {}};
+    Part part{name, {}, {}};
     AddTriangle(part, {-1.0, 0.0, 0.0}, {-1.0, 1.0, 0.0}, {-0.5, 0.5, 0.5});
-    const auto near = [&random](const Vector& p, double reach) {
-        return Along(p, AnyDirection(random), random.uniform(0.0, reach));
+    const auto near = [&random](const Vector& p, double halfSteps) {
+        return Along(p, AnyDirection(random), random.uniform(0.0, halfSteps * kHalfStep));
     };
     for (unsigned int i = 1; i < size; ++i) {
-        const Vector middle = near({0.0, 0.0, 0.0}, 20.0 * kHalfStep);
-        AddTriangle(part, near(middle, 8.0 * kHalfStep), near(middle, 8.0 * kHalfStep),
-                    near(middle, 8.0 * kHalfStep));
+        const Vector middle = near({0.0, 0.0, 0.0}, ball);
+        AddTriangle(part, near(middle, reach), near(middle, reach), near(middle, reach));
     }
     return {part};
+}
+
+Scene MakeSoup(unsigned int size) {
+    return MakeBall("soup", size, 20.0, 8.0);
+}
+
+Scene MakeHeap(unsigned int size) {
+    return MakeBall("heap", size, 40.0, 40.0);
 }
 
 } // namespace
@@ -143,7 +151,9 @@ const std::vector<WorstScene>& WorstScenes() {
         {"pages", "at one edge", MakePages, 25'000, 0},
         {"sheets", "above each other, tilted", MakeSheets, 40'000, 0},
         {"nearly", "one triangle, again and again, a little off", MakeNearly, 12'800, 2},
-        {"soup", "of triangles within twenty steps of the grid", MakeSoup, 20'000, 0},
+        {"soup", "of triangles of a few steps within twenty steps of the grid", MakeSoup, 20'000,
+         0},
+        {"heap", "of larger triangles, as many steps across as all of them", MakeHeap, 20'000, 0},
     };
     return scenes;
 }

@@ -381,38 +381,61 @@ ctr::EdgeOcclusion Crowded(const Crowd& crowd, std::uint32_t hubDegree) {
     return occlusion;
 }
 
-TEST(CrowdedOccluders, TheSameRangesAsFromEveryTriangle) {
-    const int scenes = Scaled(3000);
+struct Ranges {
     std::size_t partly = 0;
     std::size_t inCrowds = 0;
+};
+
+// Segments between corners, in a crowd that has been given a contact tolerance.
+void ExpectAllRanges(const Crowd& crowd, Random& random, const std::string& name, Ranges& counts) {
+    const auto hubDegree = static_cast<std::uint32_t>(random.between(0, 4));
+    ctr::EdgeOcclusion occlusion = Crowded(crowd, hubDegree);
+    counts.inCrowds += occlusion.isCrowded() ? 1U : 0U;
+    const auto anyCorner = [&] {
+        const auto& t = crowd.triangles[static_cast<std::size_t>(
+            random.below(static_cast<int>(crowd.triangles.size())))];
+        return t.corners[random.below(3)];
+    };
+    for (int i = 0; i < 40; ++i) {
+        const BakedVertex a = anyCorner();
+        const BakedVertex b = anyCorner();
+        if (a.x == b.x && a.y == b.y) {
+            continue;
+        }
+        std::vector<RationalInterval> found;
+        occlusion.append(a, b, found);
+        const std::string expected = TextOf(AllRanges(crowd, a, b));
+        ASSERT_EQ(TextOf(found), expected) << name << ", segment " << i;
+        counts.partly += !expected.empty() && expected != "whole" ? 1U : 0U;
+    }
+}
+
+TEST(CrowdedOccluders, TheSameRangesAsFromEveryTriangle) {
+    const int scenes = Scaled(3000);
+    Ranges counts;
     for (int seed = 0; seed < scenes; ++seed) {
         Crowd crowd = RandomCrowd(static_cast<std::uint64_t>(seed));
         Random random(static_cast<std::uint64_t>(seed));
         crowd.baked.setContactTolerance(seed % 3 == 0 ? 2U : 0U);
-        const auto hubDegree = static_cast<std::uint32_t>(random.between(0, 4));
-        ctr::EdgeOcclusion occlusion = Crowded(crowd, hubDegree);
-        inCrowds += occlusion.isCrowded() ? 1U : 0U;
-        const auto anyCorner = [&] {
-            const auto& t = crowd.triangles[static_cast<std::size_t>(
-                random.below(static_cast<int>(crowd.triangles.size())))];
-            return t.corners[random.below(3)];
-        };
-        for (int i = 0; i < 40; ++i) {
-            const BakedVertex a = anyCorner();
-            const BakedVertex b = anyCorner();
-            if (a.x == b.x && a.y == b.y) {
-                continue;
-            }
-            std::vector<RationalInterval> found;
-            occlusion.append(a, b, found);
-            const std::string expected = TextOf(AllRanges(crowd, a, b));
-            ASSERT_EQ(TextOf(found), expected) << "seed " << seed << ", segment " << i;
-            partly += !expected.empty() && expected != "whole" ? 1U : 0U;
-        }
+        ExpectAllRanges(crowd, random, "seed " + std::to_string(seed), counts);
     }
-    RecordProperty("partly_hidden", static_cast<int>(partly));
-    EXPECT_GT(partly, static_cast<std::size_t>(5 * scenes));
-    EXPECT_GT(inCrowds, static_cast<std::size_t>(scenes / 2));
+    RecordProperty("partly_hidden", static_cast<int>(counts.partly));
+    EXPECT_GT(counts.partly, static_cast<std::size_t>(5 * scenes));
+    EXPECT_GT(counts.inCrowds, static_cast<std::size_t>(scenes / 2));
+}
+
+TEST(CrowdSurfaces, TheSameRangesAsFromEveryTriangle) {
+    const int scenes = Scaled(600);
+    Ranges counts;
+    for (int seed = 0; seed < scenes; ++seed) {
+        Random random(static_cast<std::uint64_t>(seed));
+        Crowd crowd = Soup(random);
+        crowd.baked.setContactTolerance(seed % 3 == 0 ? 1U : 0U);
+        ExpectAllRanges(crowd, random, "seed " + std::to_string(seed), counts);
+    }
+    RecordProperty("partly_hidden", static_cast<int>(counts.partly));
+    EXPECT_GT(counts.partly, static_cast<std::size_t>(5 * scenes));
+    EXPECT_GT(counts.inCrowds, static_cast<std::size_t>(scenes / 2));
 }
 
 TEST(NearlyEqualTriangles, HideWhatEachOfThemHides) {
