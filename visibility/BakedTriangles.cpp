@@ -2,7 +2,8 @@
 //
 // The first pass projects every vertex once, clips the triangles that cross the view volume and
 // counts; the second fills arrays of known size. The hierarchy is built over boxes in world space
-// and its boxes are then recomputed in grid coordinates, where the queries compare.
+// and its boxes are then recomputed in grid coordinates, where the queries compare. Planes come
+// last: they take as much memory as the builder has had for itself.
 #include <ctr/BakedTriangles.h>
 
 #include <kxCommonAddOns/kxGenericBVHPrimitives.h>
@@ -124,14 +125,18 @@ BakedVertex BakeVertex(const DiscreteProjectionSpace& space, const ClipPoint& cl
     return {Quantise(space, ndc[0], 0), Quantise(space, ndc[1], 1), Quantise(space, ndc[2], 2)};
 }
 
-/// Appends a triangle counter-clockwise on screen, with its plane; what became of it.
+/// Before the planes are there.
+unsigned int TriangleCountOf(const BakedTriangles& baked) {
+    return static_cast<unsigned int>(baked.triangleIndices.size() / 3);
+}
+
+/// Appends a triangle counter-clockwise on screen; what became of it.
 enum class Winding { degenerate, kept, reversed };
 
 Winding AppendTriangle(BakedTriangles& baked, unsigned int a, unsigned int b, unsigned int c) {
     const BakedVertex& p0 = baked.vertices[a];
-    const GridVector ab = Difference(baked.vertices[b], p0);
-    const GridVector ac = Difference(baked.vertices[c], p0);
-    const std::int64_t area = CrossXY(ab, ac);
+    const std::int64_t area =
+        CrossXY(Difference(baked.vertices[b], p0), Difference(baked.vertices[c], p0));
     if (area == 0) {
         return Winding::degenerate;
     }
@@ -139,7 +144,6 @@ Winding AppendTriangle(BakedTriangles& baked, unsigned int a, unsigned int b, un
     baked.triangleIndices.push_back(a);
     baked.triangleIndices.push_back(reverse ? c : b);
     baked.triangleIndices.push_back(reverse ? b : c);
-    baked.trianglePlanes.push_back(reverse ? Cross(ab, ac) : Cross(ac, ab));
     return reverse ? Winding::reversed : Winding::kept;
 }
 
@@ -352,8 +356,7 @@ public:
     /// Returns the number of the vertex after the mesh's last.
     unsigned int run(BakedTriangles::tFirstPassData& data) {
         baked_.meshFirstVertex[meshNumber_] = firstVertex_;
-        baked_.meshFirstTriangle[meshNumber_] =
-            static_cast<unsigned int>(baked_.trianglePlanes.size());
+        baked_.meshFirstTriangle[meshNumber_] = TriangleCountOf(baked_);
         const VertexProjector projector(mesh_, *baked_.projectionSpace);
         const int count = VertexQuantity(mesh_);
         ForEachCounted(static_cast<std::size_t>(count), work_, [&](std::size_t i) {
@@ -482,7 +485,6 @@ void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, 
     const std::size_t meshCount = baked.meshes.size();
     baked.vertices.resize(data.vertexCount);
     baked.triangleIndices.reserve(3 * std::size_t{data.triangleCount});
-    baked.trianglePlanes.reserve(data.triangleCount);
     baked.meshFirstVertex.assign(meshCount + 1, 0);
     baked.meshFirstTriangle.assign(meshCount + 1, 0);
     baked.clippedTriangleOrigins.assign(meshCount, {});
@@ -494,7 +496,7 @@ void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, 
         }
     }
     baked.meshFirstVertex.back() = nextVertex;
-    baked.meshFirstTriangle.back() = static_cast<unsigned int>(baked.trianglePlanes.size());
+    baked.meshFirstTriangle.back() = TriangleCountOf(baked);
 }
 
 /// A builder of trees asks whether to go on as it gets on.
@@ -530,15 +532,22 @@ unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, WorkCounter&
 }
 
 void BuildTree(BakedTriangles& baked, Work& work) {
-    if (baked.trianglePlanes.empty()) {
-        return;
-    }
     const TreeWork treeWork(work);
     if (kx::kxLinearGenericBVHBuilder::build(baked.bvh, TrianglePrimitives(baked, work), &treeWork,
                                              kMaxTrianglesInLeaf)) {
         ComputeBoxes(baked, 0, work);
     }
-    work.look();
+}
+
+void MakePlanes(BakedTriangles& baked, WorkCounter& work) {
+    const std::size_t count = TriangleCountOf(baked);
+    baked.trianglePlanes.reserve(count);
+    ForEachCounted(count, work, [&baked](std::size_t triangle) {
+        const unsigned int* const corners = baked.triangleIndices.data() + 3 * triangle;
+        const BakedVertex points[3] = {baked.vertices[corners[0]], baked.vertices[corners[1]],
+                                       baked.vertices[corners[2]]};
+        baked.trianglePlanes.push_back(NormalOf(points));
+    });
 }
 
 } // namespace
@@ -553,7 +562,7 @@ double BakingCost(const std::vector<const kx::kxTriMesh*>& meshes) {
         }
     }
     // Each level of the tree looks at all triangles twice.
-    return 3.0 * vertices + triangles * (4.0 + 2.0 * std::log2(1.0 + triangles / 2.0));
+    return 3.0 * vertices + triangles * (5.0 + 2.0 * std::log2(1.0 + triangles / 2.0));
 }
 
 void Bake(BakedTriangles& baked, Work& work) {
@@ -562,7 +571,12 @@ void Bake(BakedTriangles& baked, Work& work) {
     BakedTriangles::tFirstPassData data;
     RunFirstPass(baked, data, work);
     RunSecondPass(baked, data, work);
-    BuildTree(baked, work);
+    data.release();
+    if (!baked.triangleIndices.empty()) {
+        BuildTree(baked, work);
+        MakePlanes(baked, work);
+        work.look();
+    }
     guard.isWhole();
 }
 
