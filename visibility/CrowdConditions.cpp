@@ -28,7 +28,7 @@ bool BoxHolds(const kx::kxBBox& box, const kx::kxBBox& other) {
 
 /// Whether each slot is in one leaf below a node, and boxes hold what is below them.
 bool LeadsToAll(const BakedTriangles& baked,
-                const std::vector<OccluderTree::Triangle>& triangles,
+                const SlotTriangles& triangles,
                 unsigned int node,
                 std::vector<bool>& met) {
     const HierarchyNode& here = baked.bvh.nodes[node];
@@ -75,13 +75,14 @@ bool PlaneValuesFit(const kx::kxBBox& box, double times) {
     return values < kLargest;
 }
 
-bool MayLeaveHierarchy(const BakedTriangles& baked,
-                       const std::vector<OccluderTree::Triangle>& triangles) {
+bool MayLeaveHierarchy(const BakedTriangles& baked, const SlotTriangles& triangles) {
     if (!HasTriangles(baked)) {
         return false;
     }
     kx::kxBBox all;
-    for (const OccluderTree::Triangle& triangle : triangles) {
+    OccluderTree::Triangle room;
+    for (std::size_t slot = 0; slot < triangles.size(); ++slot) {
+        const OccluderTree::Triangle& triangle = triangles.get(slot, room);
         Extend(all, BoxOfCorners(triangle));
         const GridVector normal = NormalOf(triangle.corners);
         if (normal[2] >= 0 || normal != baked.trianglePlanes[triangle.number]) {

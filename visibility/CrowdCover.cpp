@@ -73,7 +73,7 @@ struct CrowdCover::Corners {
           z{{depth, depth}, {depth, depth}} {}
 
     /// Of a triangle's plane.
-    Corners(const CellOnScreen& cell, const Triangle& triangle, const GridVector& normal)
+    Corners(const CellOnScreen& cell, const SlotTriangle& triangle, const GridVector& normal)
         : Corners(cell, 0.0) {
         const BakedVertex& p = triangle.corners[0];
         const std::int64_t alongX[2] = {cell.x.min - kParts * p.x, cell.x.max - kParts * p.x};
@@ -101,7 +101,7 @@ private:
     }
 };
 
-CrowdCover::CrowdCover(const std::vector<Triangle>& triangles,
+CrowdCover::CrowdCover(const SlotTriangles& triangles,
                        const std::vector<std::uint32_t>& slots,
                        const ContactTolerance& tolerance,
                        WorkCounter& work)
@@ -112,7 +112,7 @@ CrowdCover::CrowdCover(const std::vector<Triangle>& triangles,
     }
 }
 
-void CrowdCover::cover(const Triangle& triangle) {
+void CrowdCover::cover(const SlotTriangle& triangle) {
     const auto& p = triangle.corners;
     const SideOnScreen sides[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
     const CellOnScreen crowd{cells_.columns.extent(), cells_.rows.extent()};
@@ -174,7 +174,7 @@ std::size_t CrowdCover::blockOf(std::int64_t column, std::int64_t row) const {
                                     along(column, cells_.columns.count()));
 }
 
-CrowdCover::InSight CrowdCover::inSight(const Triangle& triangle) const {
+CrowdCover::InSight CrowdCover::inSight(const SlotTriangle& triangle) const {
     const auto& p = triangle.corners;
     const SideOnScreen sides[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
     const std::int64_t reach[3] = {ReachOf(sides[0]), ReachOf(sides[1]), ReachOf(sides[2])};
@@ -207,7 +207,7 @@ CrowdCover::InSight CrowdCover::inSight(const Triangle& triangle) const {
     return inSight;
 }
 
-PairsInSight::PairsInSight(const std::vector<OccluderTree::Triangle>& triangles,
+PairsInSight::PairsInSight(const SlotTriangles& triangles,
                            const std::vector<std::uint32_t>& slots,
                            const ContactTolerance& tolerance,
                            WorkCounter& work)

@@ -47,7 +47,6 @@ namespace ctr {
 /// What covers the cells of one crowd.
 class CrowdCover {
 public:
-    using Triangle = OccluderTree::Triangle;
     /// A set of blocks, which are cells side by side.
     using Blocks = std::bitset<256>;
 
@@ -59,13 +58,13 @@ public:
 
     /// Nothing is borrowed. Triangles face the eye, and values of their planes and sides in the box
     /// of the crowd are below 2^59. O(n) for n triangles.
-    CrowdCover(const std::vector<Triangle>& triangles,
+    CrowdCover(const SlotTriangles& triangles,
                const std::vector<std::uint32_t>& slots,
                const ContactTolerance& tolerance,
                WorkCounter& work);
 
     /// Of a triangle of the crowd.
-    InSight inSight(const Triangle& triangle) const;
+    InSight inSight(const SlotTriangle& triangle) const;
 
 private:
     static constexpr std::int64_t kBlocksPerAxis = 16;
@@ -89,7 +88,7 @@ private:
     /// Points of a plane, or places of one depth, at the corners of a cell.
     struct Corners;
 
-    void cover(const Triangle& triangle);
+    void cover(const SlotTriangle& triangle);
     bool add(Cell& cell, const Corners& corners);
     bool hides(const Cell& cell, const Corners& corners) const;
     std::size_t blockOf(std::int64_t column, std::int64_t row) const;
@@ -104,7 +103,7 @@ private:
 class PairsInSight {
 public:
     /// The slots are borrowed; see CrowdCover.
-    PairsInSight(const std::vector<OccluderTree::Triangle>& triangles,
+    PairsInSight(const SlotTriangles& triangles,
                  const std::vector<std::uint32_t>& slots,
                  const ContactTolerance& tolerance,
                  WorkCounter& work);

@@ -1,6 +1,7 @@
 // Triangles over the middles of cells.
 #include "visibility/CrowdSurface.h"
 
+#include "visibility/GridArithmetic.h"
 #include "visibility/HierarchyNode.h"
 
 #include <algorithm>
@@ -20,7 +21,7 @@ double MiddleOf(const CellsOnAxis::Interval& parts) {
 /// A triangle on screen, in doubles, as nothing depends on it.
 class RoughTriangle {
 public:
-    explicit RoughTriangle(const OccluderTree::Triangle& triangle) : corners_(triangle.corners) {
+    explicit RoughTriangle(const SlotTriangle& triangle) : corners_(triangle.corners) {
         const GridVector normal = NormalOf(corners_);
         perX_ = -static_cast<double>(normal[0]) / static_cast<double>(normal[2]);
         perY_ = -static_cast<double>(normal[1]) / static_cast<double>(normal[2]);
@@ -58,7 +59,7 @@ bool Holds(const kx::kxBBox& box, const BakedVertex& p) {
 
 } // namespace
 
-CrowdSurface::CrowdSurface(const std::vector<OccluderTree::Triangle>& triangles,
+CrowdSurface::CrowdSurface(const SlotTriangles& triangles,
                            const std::vector<std::uint32_t>& slots,
                            WorkCounter& work)
     : cells_(triangles, slots), nearest_(cells_.count()) {
@@ -68,7 +69,7 @@ CrowdSurface::CrowdSurface(const std::vector<OccluderTree::Triangle>& triangles,
     }
 }
 
-void CrowdSurface::add(const OccluderTree::Triangle& triangle, std::uint32_t slot) {
+void CrowdSurface::add(const SlotTriangle& triangle, std::uint32_t slot) {
     const RoughTriangle rough(triangle);
     const CellsOnAxis::Run columns = cells_.columns.meeting(StepsOf(triangle, &BakedVertex::x));
     const CellsOnAxis::Run rows = cells_.rows.meeting(StepsOf(triangle, &BakedVertex::y));
@@ -101,7 +102,7 @@ void CrowdSurface::findNearest(double x, double y, std::vector<std::uint32_t>& s
 }
 
 CrowdSurfaces::CrowdSurfaces(const BakedTriangles& baked,
-                             const std::vector<OccluderTree::Triangle>& triangles,
+                             const SlotTriangles& triangles,
                              WorkCounter& work)
     : baked_(baked) {
     for (const unsigned int root : FindCrowds(baked, work)) {

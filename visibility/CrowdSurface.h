@@ -18,7 +18,7 @@ namespace ctr {
 class CrowdSurface {
 public:
     /// Nothing is borrowed. O(n) for n triangles.
-    CrowdSurface(const std::vector<OccluderTree::Triangle>& triangles,
+    CrowdSurface(const SlotTriangles& triangles,
                  const std::vector<std::uint32_t>& slots,
                  WorkCounter& work);
 
@@ -33,7 +33,7 @@ private:
     /// Nearest first.
     using Cell = std::array<Place, 16>;
 
-    void add(const OccluderTree::Triangle& triangle, std::uint32_t slot);
+    void add(const SlotTriangle& triangle, std::uint32_t slot);
 
     CellsOfCrowd cells_;
     std::vector<Cell> nearest_;
@@ -43,9 +43,7 @@ private:
 class CrowdSurfaces {
 public:
     /// As for FindCrowds(); the hierarchy is borrowed, the triangles are its own, slot by slot.
-    CrowdSurfaces(const BakedTriangles& baked,
-                  const std::vector<OccluderTree::Triangle>& triangles,
-                  WorkCounter& work);
+    CrowdSurfaces(const BakedTriangles& baked, const SlotTriangles& triangles, WorkCounter& work);
 
     /// Prepares for questions about a segment.
     void turnTo(const BakedVertex& a, const BakedVertex& b);

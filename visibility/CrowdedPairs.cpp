@@ -174,8 +174,9 @@ bool CrowdedPairs::haveEdgeInCommon(std::uint32_t a, std::uint32_t b) const {
 
 std::optional<FoundIntersection> CrowdedPairs::cutOf(std::uint32_t slotA,
                                                      std::uint32_t slotB) const {
-    return test_.find(slotA, NormalOf(triangles_[slotA].corners), slotB,
-                      NormalOf(triangles_[slotB].corners));
+    const Triangle& a = triangles_[slotA];
+    const Triangle& b = triangles_[slotB];
+    return test_.find({a, NormalOf(a.corners), slotA}, {b, NormalOf(b.corners), slotB});
 }
 
 } // namespace ctr

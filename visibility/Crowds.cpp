@@ -14,7 +14,7 @@ double ScreenAreaOf(const kx::kxBBox& box) {
            (static_cast<double>(box.max[1]) - box.min[1] + 1.0);
 }
 
-CellsOnAxis::Interval StepsOf(const std::vector<OccluderTree::Triangle>& triangles,
+CellsOnAxis::Interval StepsOf(const SlotTriangles& triangles,
                               const std::vector<std::uint32_t>& slots,
                               std::int32_t BakedVertex::*axis) {
     CellsOnAxis::Interval all = StepsOf(triangles[slots.front()], axis);
@@ -93,13 +93,11 @@ void AppendSlots(const BakedTriangles& baked,
 
 } // namespace
 
-CellsOfCrowd::CellsOfCrowd(const std::vector<OccluderTree::Triangle>& triangles,
-                           const std::vector<std::uint32_t>& slots)
+CellsOfCrowd::CellsOfCrowd(const SlotTriangles& triangles, const std::vector<std::uint32_t>& slots)
     : columns(StepsOf(triangles, slots, &BakedVertex::x), CellsPerAxis(slots.size())),
       rows(StepsOf(triangles, slots, &BakedVertex::y), CellsPerAxis(slots.size())) {}
 
-CellsOnAxis::Interval StepsOf(const OccluderTree::Triangle& triangle,
-                              std::int32_t BakedVertex::*axis) {
+CellsOnAxis::Interval StepsOf(const SlotTriangle& triangle, std::int32_t BakedVertex::*axis) {
     const auto& [p, q, r] = triangle.corners;
     const auto [least, most] = std::minmax({p.*axis, q.*axis, r.*axis});
     return {least, most};

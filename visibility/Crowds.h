@@ -5,7 +5,7 @@
 #include <ctr/BakedTriangles.h>
 
 #include "linesets/Work.h"
-#include "visibility/OccluderTree.h"
+#include "visibility/SlotTriangles.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -73,8 +73,7 @@ struct CellsOfCrowd {
     CellsOnAxis columns;
     CellsOnAxis rows;
 
-    CellsOfCrowd(const std::vector<OccluderTree::Triangle>& triangles,
-                 const std::vector<std::uint32_t>& slots);
+    CellsOfCrowd(const SlotTriangles& triangles, const std::vector<std::uint32_t>& slots);
 
     std::size_t count() const { return static_cast<std::size_t>(columns.count() * rows.count()); }
     std::size_t indexOf(std::int64_t column, std::int64_t row) const {
@@ -83,8 +82,7 @@ struct CellsOfCrowd {
 };
 
 /// What a triangle reaches along an axis, in steps.
-CellsOnAxis::Interval StepsOf(const OccluderTree::Triangle& triangle,
-                              std::int32_t BakedVertex::*axis);
+CellsOnAxis::Interval StepsOf(const SlotTriangle& triangle, std::int32_t BakedVertex::*axis);
 
 /// The roots of all crowds, in order. Every box of the hierarchy has to hold what is below it.
 /// O(nodes).

@@ -85,15 +85,17 @@ private:
 } // namespace
 
 DepthMap::DepthMap(const BakedTriangles& baked, const OccluderTree& tree, WorkCounter& work) {
-    const std::vector<OccluderTree::Triangle>& triangles = tree.triangles();
+    const SlotTriangles triangles = tree.triangles();
     if (triangles.empty() || !tree.boxesHold() || !FitsProducts(tree.extent())) {
         return;
     }
     tolerance_ = ContactTolerance(baked);
     layCells(tree.extent(), triangles.size());
+    OccluderTree::Triangle room;
     for (const std::uint32_t slot : chooseTriangles(baked, triangles, work)) {
-        work.count(static_cast<std::size_t>(cellsWithin(triangles[slot].corners).rows()));
-        fill(triangles[slot].corners);
+        const BakedVertex* const corners = triangles.get(slot, room).corners;
+        work.count(static_cast<std::size_t>(cellsWithin(corners).rows()));
+        fill(corners);
     }
     constexpr std::ptrdiff_t kNearlyNone = 64;
     const auto empty = std::count(depths_.begin(), depths_.end(), kNothing);
@@ -123,10 +125,9 @@ void DepthMap::coarsen() {
 
 /// The slots of triangles whose boxes hold cells. Large triangles over each other would make the
 /// map slow to fill: it is made coarser for them.
-std::vector<std::uint32_t>
-DepthMap::chooseTriangles(const BakedTriangles& baked,
-                          const std::vector<OccluderTree::Triangle>& triangles,
-                          WorkCounter& work) {
+std::vector<std::uint32_t> DepthMap::chooseTriangles(const BakedTriangles& baked,
+                                                     const SlotTriangles& triangles,
+                                                     WorkCounter& work) {
     constexpr std::size_t kCellsPerTriangle = 64;
     constexpr std::size_t kFreeCells = 1 << 20;
     Choice choice;
@@ -142,7 +143,7 @@ DepthMap::chooseTriangles(const BakedTriangles& baked,
 /// What is below a node that holds no cell holds none.
 void DepthMap::choose(const BakedTriangles& baked,
                       unsigned int node,
-                      const std::vector<OccluderTree::Triangle>& triangles,
+                      const SlotTriangles& triangles,
                       Choice& choice,
                       WorkCounter& work) const {
     const HierarchyNode& here = baked.bvh.nodes[node];
@@ -159,8 +160,9 @@ void DepthMap::choose(const BakedTriangles& baked,
         return;
     }
     work.count(here.second);
+    OccluderTree::Triangle room;
     for (unsigned int slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
-        const Cells cells = cellsWithin(triangles[slot].corners);
+        const Cells cells = cellsWithin(triangles.get(slot, room).corners);
         if (!cells.none()) {
             choice.slots.push_back(slot);
             choice.cells += static_cast<std::size_t>(cells.columns() * cells.rows());

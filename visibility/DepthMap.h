@@ -59,12 +59,11 @@ private:
 
     void layCells(const kx::kxBBox& box, std::size_t triangles);
     void coarsen();
-    std::vector<std::uint32_t> chooseTriangles(const BakedTriangles& baked,
-                                               const std::vector<OccluderTree::Triangle>& triangles,
-                                               WorkCounter& work);
+    std::vector<std::uint32_t>
+    chooseTriangles(const BakedTriangles& baked, const SlotTriangles& triangles, WorkCounter& work);
     void choose(const BakedTriangles& baked,
                 unsigned int node,
-                const std::vector<OccluderTree::Triangle>& triangles,
+                const SlotTriangles& triangles,
                 Choice& choice,
                 WorkCounter& work) const;
     static Extent extentOf(const BakedVertex* corners, std::int32_t BakedVertex::*axis);
@@ -91,8 +90,10 @@ private:
 
 /// A tree and its map, made together.
 struct OccluderLayout {
-    OccluderLayout(const BakedTriangles& baked, WorkCounter& work)
-        : tree(baked, work), map(baked, tree, work) {}
+    OccluderLayout(const BakedTriangles& baked,
+                   WorkCounter& work,
+                   std::size_t mostCopied = OccluderTree::kMostCopied)
+        : tree(baked, work, mostCopied), map(baked, tree, work) {}
 
     /// Whether it may stand for the hierarchy. One whose boxes cut triangles off has to be walked.
     bool isFaithful() const { return tree.boxesHold(); }

@@ -40,7 +40,7 @@ void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
     announced_ += segments;
     if (!layout_ && HasTriangles(*baked_) &&
         announced_ * kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
-        layout_.emplace(*baked_, work);
+        layout_.emplace(*baked_, work, limits_.mostCopied);
     }
 }
 
@@ -52,10 +52,11 @@ void EdgeOcclusion::considerCrowds(std::size_t ranges, WorkCounter& work) {
         return;
     }
     haveConsideredCrowds_ = true;
-    const auto& triangles = layout_->tree.triangles();
+    const SlotTriangles triangles = layout_->tree.triangles();
     if (MayLeaveHierarchy(*baked_, triangles)) {
         surfaces_.emplace(*baked_, triangles, work);
-        crowd_.emplace(triangles, ContactTolerance(*baked_), limits_.hubDegree, work);
+        copies_.emplace(triangles, work);
+        crowd_.emplace(copies_->all(), ContactTolerance(*baked_), limits_.hubDegree, work);
     }
 }
 
@@ -106,6 +107,7 @@ void EdgeOcclusion::append(const BakedVertex& a,
 void EdgeOcclusion::release() {
     surfaces_.reset();
     crowd_.reset();
+    copies_.reset();
     layout_.reset();
     haveConsideredCrowds_ = false;
     asked_ = 0;

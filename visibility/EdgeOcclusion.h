@@ -45,6 +45,8 @@ struct OccluderLimits {
     std::size_t testsPerRange = 32;
     /// How many distinct triangles meet in a corner that is not crowded yet.
     std::uint32_t hubDegree = 16;
+    /// Of how many triangles copies are made.
+    std::size_t mostCopied = OccluderTree::kMostCopied;
 };
 
 /// Answers as BakedTriangles::computeOcclusionIntervals() does, but for ranges within others. The
@@ -88,6 +90,7 @@ private:
     std::optional<OccluderLayout> layout_;
     HiddenRanges ranges_;
     OccluderLimits limits_;
+    std::optional<TriangleCopies> copies_; ///< For the crowd.
     std::optional<CrowdedOccluders> crowd_;
     std::optional<CrowdSurfaces> surfaces_; ///< Likewise.
     bool haveConsideredCrowds_ = false;

@@ -45,9 +45,11 @@ public:
 
     /// Whether a triangle hides the whole segment that did so lately: the first step of find().
     template <class PartOf> bool isHiddenByLast(const OccluderTree& tree, PartOf partOf) const {
-        const auto& triangles = tree.triangles();
+        const SlotTriangles triangles = tree.triangles();
+        OccluderTree::Triangle room;
         return std::any_of(lastHiders_.begin(), lastHiders_.end(), [&](std::uint32_t slot) {
-            const auto part = slot < triangles.size() ? partOf(triangles[slot]) : std::nullopt;
+            const auto part =
+                slot < triangles.size() ? partOf(triangles.get(slot, room)) : std::nullopt;
             return part && IsWhole(*part);
         });
     }
@@ -66,10 +68,12 @@ public:
     template <class PartOf, class Nearest>
     bool areHiding(const OccluderTree& tree, PartOf partOf, Nearest nearest) {
         constexpr int kMostLooks = 6;
+        const SlotTriangles triangles = tree.triangles();
+        OccluderTree::Triangle room;
         const auto ask = [&](double at) {
             const auto& slots = nearest(at);
             return std::any_of(slots.begin(), slots.end(), [&](std::uint32_t slot) {
-                const std::optional<RationalInterval> part = partOf(tree.triangles()[slot]);
+                const std::optional<RationalInterval> part = partOf(triangles.get(slot, room));
                 return part && add(*part, slot);
             });
         };
@@ -96,15 +100,13 @@ public:
     template <class PartOf>
     const std::vector<RationalInterval>&
     seekRest(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
-        const auto& triangles = tree.triangles();
         bool hidden = false;
-        tree.walk(probe, coverage_, [&](std::uint32_t slot, std::uint32_t end) {
-            for (; slot != end && !hidden; ++slot) {
-                const std::optional<RationalInterval> part = partOf(triangles[slot]);
-                hidden = part && add(*part, slot);
-            }
+        const auto visit = [&](const OccluderTree::Triangle& triangle, std::uint32_t slot) {
+            const std::optional<RationalInterval> part = partOf(triangle);
+            hidden = part && add(*part, slot);
             return hidden;
-        });
+        };
+        tree.walk(probe, coverage_, visit);
         return hidden ? whole() : ranges_;
     }
 

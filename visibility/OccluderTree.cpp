@@ -6,6 +6,7 @@
 #include "visibility/HierarchyNode.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -93,21 +94,20 @@ double OccluderTree::depthSlackOf(const GridVector& normal) {
     return off / std::max(std::abs(static_cast<double>(normal[2])), 1.0);
 }
 
-OccluderTree::Triangle OccluderTree::triangleOf(const BakedTriangles& baked, std::uint32_t number) {
-    const unsigned int* corners = baked.triangleIndices.data() + 3 * std::size_t{number};
-    return {{baked.vertices[corners[0]], baked.vertices[corners[1]], baked.vertices[corners[2]]},
-            number};
-}
-
-OccluderTree::OccluderTree(const BakedTriangles& baked, WorkCounter& work) {
+OccluderTree::OccluderTree(const BakedTriangles& baked, WorkCounter& work, std::size_t mostCopied) {
     if (!HasTriangles(baked)) {
         return;
     }
-    nodes_.reserve(baked.bvh.nodes.size() / 2);
-    triangles_.reserve(baked.bvh.primitives.size());
-    ForEachCounted(baked.bvh.primitives.size(), work, [&](std::size_t slot) {
-        triangles_.push_back(triangleOf(baked, baked.bvh.primitives[slot]));
-    });
+    if (baked.bvh.primitives.size() > mostCopied) {
+        scene_ = &baked;
+        margins_.resize(baked.bvh.nodes.size());
+    } else {
+        nodes_.reserve(baked.bvh.nodes.size() / 2);
+        triangles_.reserve(baked.bvh.primitives.size());
+        ForEachCounted(baked.bvh.primitives.size(), work, [&](std::size_t slot) {
+            triangles_.push_back(triangleOf(baked, baked.bvh.primitives[slot]));
+        });
+    }
     const Box all = add(baked, 0, root_, 0, work).extent;
     for (int axis = 0; axis < 3; ++axis) {
         extent_.min[axis] = all.min[axis];
@@ -122,33 +122,59 @@ OccluderTree::Boxes OccluderTree::add(const BakedTriangles& baked,
                                       WorkCounter& work) {
     depth_ = std::max(depth_, depth);
     const HierarchyNode& here = baked.bvh.nodes[node];
+    child = childOf(here);
+    Boxes boxes;
     if (IsLeaf(here)) {
-        child = {FirstSlot(here), FirstSlot(here) + here.second};
         work.count(here.second);
-        const Boxes boxes = boxesOf(child);
-        boxesHold_ = boxesHold_ && Holds(here.box, boxes.extent.min, boxes.extent.max);
-        return boxes;
+        boxes = boxesOf(child);
+    } else {
+        const auto number = static_cast<std::uint32_t>(nodes_.size());
+        if (scene_ == nullptr) {
+            child = {number, kInner};
+            nodes_.emplace_back();
+        }
+        Child children[2];
+        const Boxes both[2] = {add(baked, FirstChild(here), children[0], depth + 1, work),
+                               add(baked, SecondChild(here), children[1], depth + 1, work)};
+        if (scene_ == nullptr) {
+            nodes_[number] = nodeAround(both, children);
+        }
+        boxes = both[0];
+        boxes.extend(both[1]);
     }
-    const auto number = static_cast<std::uint32_t>(nodes_.size());
-    child = {number, kInner};
-    nodes_.emplace_back();
-    Child children[2];
-    const Boxes boxes[2] = {add(baked, FirstChild(here), children[0], depth + 1, work),
-                            add(baked, SecondChild(here), children[1], depth + 1, work)};
+    if (scene_ != nullptr) {
+        margins_[node] = marginOf(boxes);
+    }
+    boxesHold_ = boxesHold_ && Holds(here.box, boxes.extent.min, boxes.extent.max);
+    return boxes;
+}
+
+OccluderTree::Node OccluderTree::nodeAround(const Boxes (&boxes)[2], const Child (&children)[2]) {
     const auto lanes = [&boxes](int axis) {
         return Lanes{boxes[0].reach.min[axis], boxes[1].reach.min[axis], -boxes[0].reach.max[axis],
                      -boxes[1].reach.max[axis]};
     };
-    Node& made = nodes_[number];
-    made.x = lanes(0);
-    made.y = lanes(1);
-    made.z = Lanes{boxes[0].reach.min[2], boxes[1].reach.min[2], boxes[0].reach.min[2],
-                   boxes[1].reach.min[2]};
-    std::copy_n(children, 2, made.children);
-    Boxes both = boxes[0];
-    both.extend(boxes[1]);
-    boxesHold_ = boxesHold_ && Holds(here.box, both.extent.min, both.extent.max);
-    return both;
+    const Lanes z{boxes[0].reach.min[2], boxes[1].reach.min[2], boxes[0].reach.min[2],
+                  boxes[1].reach.min[2]};
+    return {lanes(0), lanes(1), z, {children[0], children[1]}};
+}
+
+/// The margin is rounded up, and again where half of its digits are left out. Nothing reaches
+/// nowhere.
+OccluderTree::Margin OccluderTree::marginOf(const Boxes& boxes) {
+    constexpr float kMore = 1.0F + 0x1p-20F; // than what is lost in the differences
+    constexpr std::uint32_t kLowerHalf = 0xffffU;
+    constexpr unsigned int kHalf = 16;
+    Margin margin{};
+    if (boxes.extent.min[0] <= boxes.extent.max[0]) {
+        const Lanes beyond =
+            kMore * Most(boxes.extent.min - boxes.reach.min, boxes.reach.max - boxes.extent.max);
+        for (std::size_t axis = 0; axis < margin.size(); ++axis) {
+            const auto bits = std::bit_cast<std::uint32_t>(float{beyond[axis]});
+            margin[axis] = static_cast<std::uint16_t>((bits + kLowerHalf) >> kHalf);
+        }
+    }
+    return margin;
 }
 
 /// Where its triangles are, and what they can seem to cover. Seen from its centroid, a triangle
@@ -160,8 +186,10 @@ OccluderTree::Boxes OccluderTree::boxesOf(Child leaf) const {
     constexpr auto kShare = static_cast<float>(kRoundedShare) * kMore;
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     Boxes boxes{{All(kInfinity), All(-kInfinity)}, {All(kFar), All(-kFar)}};
+    const SlotTriangles all = triangles();
+    Triangle room;
     for (std::uint32_t slot = leaf.begin; slot < leaf.end; ++slot) {
-        const BakedVertex* const p = triangles_[slot].corners;
+        const BakedVertex* const p = all.get(slot, room).corners;
         const IntegerLanes a = NumbersOf(p);
         const IntegerLanes b = NumbersOf(p + 1);
         const IntegerLanes c = NumbersOf(p + 2);

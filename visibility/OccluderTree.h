@@ -4,6 +4,10 @@
 // together, and the triangles lie in the order of the leaves, so that a query touches memory in a
 // line. Boxes only rule out; what remains is for exact arithmetic to decide.
 //
+// In large scenes that would take as much memory as the scene itself. There nodes and triangles are
+// put together from the scene whenever they are looked at, and what is kept is how much farther
+// than its box each node reaches.
+//
 // The boxes are made from the triangles. A caller may have put other boxes into the hierarchy,
 // which then cut triangles off from queries: boxesHold() tells when the layout does not stand for
 // that.
@@ -18,9 +22,12 @@
 
 #include "linesets/Work.h"
 #include "visibility/GridArithmetic.h"
+#include "visibility/HierarchyNode.h"
 #include "visibility/Lanes.h"
+#include "visibility/SlotTriangles.h"
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -141,20 +148,27 @@ private:
 
 class OccluderTree {
 public:
-    struct Triangle {
-        BakedVertex corners[3];
-        std::uint32_t number; ///< In the baked scene. Follows the corners, see TriangleSieve.
-    };
+    using Triangle = SlotTriangle;
+    /// Of how many triangles copies are made: these and the nodes take 62 bytes per triangle, up to
+    /// 260 MB. Without them, finding lines takes up to a fifth longer.
+    static constexpr std::size_t kMostCopied = std::size_t{1} << 22;
 
-    OccluderTree(const BakedTriangles& baked, WorkCounter& work);
+    /// What is not copied is borrowed.
+    OccluderTree(const BakedTriangles& baked,
+                 WorkCounter& work,
+                 std::size_t mostCopied = kMostCopied);
 
     /// How much depth may seem to change when plane values are rounded to integers, in steps.
     static double depthSlackOf(const GridVector& normal);
 
-    static Triangle triangleOf(const BakedTriangles& baked, std::uint32_t number);
+    static Triangle triangleOf(const BakedTriangles& baked, std::uint32_t number) {
+        return TriangleOf(baked, number);
+    }
 
-    /// In the order of baked.bvh.primitives, whose slots are theirs; empty without nodes.
-    const std::vector<Triangle>& triangles() const { return triangles_; }
+    /// None without nodes.
+    SlotTriangles triangles() const {
+        return scene_ != nullptr ? SlotTriangles(*scene_) : SlotTriangles(triangles_);
+    }
 
     /// Whether every box of the hierarchy holds what is below it, so that walks of the hierarchy
     /// leave out nothing that matters.
@@ -163,11 +177,11 @@ public:
     /// The grid box of all triangles; the empty box without nodes.
     const kx::kxBBox& extent() const { return extent_; }
 
-    /// Calls leaf(first, end) with slots of triangles() that may hide some of the segment, those
-    /// nearer to the eye first, until it returns true. Leaves out what lies before parts that
-    /// `coverage` knows to be hidden; it may grow meanwhile.
-    template <class Leaf>
-    void walk(const SegmentProbe& probe, const Coverage& coverage, Leaf leaf) const;
+    /// Calls visit(triangle, slot) for triangles that may hide some of the segment, those nearer to
+    /// the eye first, until it returns true. Leaves out leaves before parts that `coverage` knows
+    /// to be hidden; it may grow meanwhile.
+    template <class Visit>
+    void walk(const SegmentProbe& probe, const Coverage& coverage, Visit visit) const;
 
 private:
     struct Box {
@@ -189,7 +203,8 @@ private:
             reach.extend(other.reach);
         }
     };
-    /// A node, or the first slot of a leaf and the slot after its last.
+    /// A node, or the first slot of a leaf and the slot after its last. Where nodes are put
+    /// together, one is named by both its children in the scene.
     struct Child {
         std::uint32_t begin;
         std::uint32_t end;
@@ -205,23 +220,89 @@ private:
         Child children[2];
     };
 
+    /// By how much a box is larger than that of the triangles, axis by axis: the upper halves of
+    /// floats.
+    using Margin = std::array<std::uint16_t, 3>;
+
     Boxes add(const BakedTriangles& baked,
               unsigned int node,
               Child& child,
               unsigned int depth,
               WorkCounter& work);
     Boxes boxesOf(Child leaf) const;
+    static Node nodeAround(const Boxes (&boxes)[2], const Child (&children)[2]);
+    static Margin marginOf(const Boxes& boxes);
+    static Child childOf(const HierarchyNode& node) {
+        return IsLeaf(node) ? Child{FirstSlot(node), FirstSlot(node) + node.second}
+                            : Child{FirstChild(node), kInner | SecondChild(node)};
+    }
+    Node putTogether(Child parent) const;
+    template <class NodeOf, class Leaf>
+    void
+    walkLeaves(const SegmentProbe& probe, const Coverage& coverage, NodeOf nodeOf, Leaf leaf) const;
 
     std::vector<Node> nodes_;
     std::vector<Triangle> triangles_;
+    const BakedTriangles* scene_ = nullptr; ///< Of which nodes and triangles are put together.
+    std::vector<Margin> margins_;           ///< Of its nodes.
     Child root_{};
     unsigned int depth_ = 0;
     kx::kxBBox extent_;
     bool boxesHold_ = true;
 };
 
-template <class Leaf>
-void OccluderTree::walk(const SegmentProbe& probe, const Coverage& coverage, Leaf leaf) const {
+inline OccluderTree::Node OccluderTree::putTogether(Child parent) const {
+    const std::uint32_t numbers[2] = {parent.begin, parent.end & ~kInner};
+    const HierarchyNode& a = scene_->bvh.nodes[numbers[0]];
+    const HierarchyNode& b = scene_->bvh.nodes[numbers[1]];
+    const auto margin = [&](int child, std::size_t axis) {
+        constexpr unsigned int kHalf = 16;
+        return std::bit_cast<float>(std::uint32_t{margins_[numbers[child]][axis]} << kHalf);
+    };
+    const auto margins = [&](std::size_t axis) {
+        return Lanes{margin(0, axis), margin(1, axis), margin(0, axis), margin(1, axis)};
+    };
+    const auto bounds = [&](std::size_t axis) {
+        return Lanes{a.box.min[axis], b.box.min[axis], -a.box.max[axis], -b.box.max[axis]};
+    };
+    const Lanes front{a.box.min[2], b.box.min[2], a.box.min[2], b.box.min[2]};
+    return {bounds(0) - margins(0),
+            bounds(1) - margins(1),
+            front - margins(2),
+            {childOf(a), childOf(b)}};
+}
+
+template <class Visit>
+void OccluderTree::walk(const SegmentProbe& probe, const Coverage& coverage, Visit visit) const {
+    const auto visitLeaf = [&visit](std::uint32_t slot, std::uint32_t end, auto triangleAt) {
+        while (slot != end && !visit(triangleAt(slot), slot)) {
+            ++slot;
+        }
+        return slot != end;
+    };
+    if (scene_ == nullptr) {
+        const auto nodeOf = [this](Child parent) -> const Node& { return nodes_[parent.begin]; };
+        const auto triangleAt = [this](std::uint32_t slot) -> const Triangle& {
+            return triangles_[slot];
+        };
+        walkLeaves(probe, coverage, nodeOf, [&](std::uint32_t slot, std::uint32_t end) {
+            return visitLeaf(slot, end, triangleAt);
+        });
+    } else {
+        const auto nodeOf = [this](Child parent) { return putTogether(parent); };
+        const SlotTriangles gathered(*scene_);
+        const auto triangleAt = [&gathered](std::uint32_t slot) { return gathered[slot]; };
+        walkLeaves(probe, coverage, nodeOf, [&](std::uint32_t slot, std::uint32_t end) {
+            return visitLeaf(slot, end, triangleAt);
+        });
+    }
+}
+
+template <class NodeOf, class Leaf>
+void OccluderTree::walkLeaves(const SegmentProbe& probe,
+                              const Coverage& coverage,
+                              NodeOf nodeOf,
+                              Leaf leaf) const {
     struct Pending {
         Child child;
         std::uint64_t bins;
@@ -234,7 +315,7 @@ void OccluderTree::walk(const SegmentProbe& probe, const Coverage& coverage, Lea
     Child here = root_;
     for (;;) {
         while (!here.isLeaf()) {
-            const Node& node = nodes_[here.begin];
+            const Node& node = nodeOf(here);
             const auto bins = Coverage::between(probe.reach(node.x, node.y, node.z));
             const bool visit[2] = {!coverage.covers(bins[0]), !coverage.covers(bins[1])};
             if (visit[0] && visit[1]) {

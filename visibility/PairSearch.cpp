@@ -31,10 +31,11 @@ float Extent(const kx::kxBBox& box) {
 }
 
 /// The largest coordinates, axis by axis, whichever their sign.
-Lanes FarthestOf(const std::vector<OccluderTree::Triangle>& triangles) {
+Lanes FarthestOf(const SlotTriangles& triangles) {
     Lanes farthest{};
-    for (const OccluderTree::Triangle& triangle : triangles) {
-        for (const BakedVertex& corner : triangle.corners) {
+    OccluderTree::Triangle room;
+    for (std::size_t slot = 0; slot < triangles.size(); ++slot) {
+        for (const BakedVertex& corner : triangles.get(slot, room).corners) {
             const Lanes p = CornerOf(&corner);
             farthest = Most(farthest, Most(p, -p));
         }
@@ -45,12 +46,13 @@ Lanes FarthestOf(const std::vector<OccluderTree::Triangle>& triangles) {
 } // namespace
 
 PairSearch::PairSearch(const BakedTriangles& baked,
-                       const std::vector<Triangle>& triangles,
+                       const SlotTriangles& triangles,
                        std::function<void(std::size_t)> triangleDone,
                        WorkCounter& work,
                        const CrowdLimits& limits)
-    : baked_(baked), triangles_(triangles), triangleDone_(std::move(triangleDone)), work_(work),
-      test_(triangles, baked.contactTolerance == 0 ? EdgeOnPlane::touches : EdgeOnPlane::isInFront),
+    : baked_(baked), triangles_(triangles), recent_(triangles),
+      triangleDone_(std::move(triangleDone)), work_(work),
+      test_(baked.contactTolerance == 0 ? EdgeOnPlane::touches : EdgeOnPlane::isInFront),
       limits_(limits) {
     // Let a plane have values up to v in the scene, the offset among them. Rounding by 2^-24 costs
     // v three times for terms (coordinate, normal, product), twice for each of three sums with the
@@ -100,7 +102,8 @@ std::vector<FoundIntersection> PairSearch::run() {
         meetAll();
     }
     if (isCrowded_) {
-        CrowdedPairs pairs(triangles_, marked_, test_, limits_.hubDegree, work_);
+        const TriangleCopies copies(triangles_, work_);
+        CrowdedPairs pairs(copies.all(), marked_, test_, limits_.hubDegree, work_);
         found_ = pairs.find();
         looks_ += pairs.looks();
     }
@@ -151,9 +154,10 @@ bool PairSearch::isGivenUp() {
 void PairSearch::boundCorners(unsigned int node) {
     const HierarchyNode& here = baked_.bvh.nodes[node];
     CornerBoxes corners;
+    Triangle room;
     if (IsLeaf(here)) {
         for (std::uint32_t slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
-            corners.extend(triangles_[slot].corners);
+            corners.extend(triangles_.get(slot, room).corners);
         }
     } else {
         for (const unsigned int child : {FirstChild(here), SecondChild(here)}) {
@@ -228,13 +232,16 @@ bool PairSearch::meetInSight(unsigned int node) {
     if (pairs.cost() > limits_.stepsPerPair * 0.5 * count * count) {
         return false;
     }
-    pairs.forEach([this](std::uint32_t a, std::uint32_t b) {
+    Triangle rooms[2];
+    pairs.forEach([&](std::uint32_t a, std::uint32_t b) {
         ++looksInSight_;
-        if ((marked_[a] && marked_[b]) || !BoxesMeet(triangles_[a], triangles_[b])) {
+        const Triangle& first = triangles_.get(a, rooms[0]);
+        const Triangle& second = triangles_.get(b, rooms[1]);
+        if ((marked_[a] && marked_[b]) || !BoxesMeet(first, second)) {
             return;
         }
-        if (const auto found = test_.find(a, NormalOf(triangles_[a].corners), b,
-                                          NormalOf(triangles_[b].corners))) {
+        if (const auto found = test_.find({first, NormalOf(first.corners), a},
+                                          {second, NormalOf(second.corners), b})) {
             found_.push_back(*found);
         }
     });
@@ -297,6 +304,7 @@ void PairSearch::take(std::uint32_t firstSlot, std::uint32_t endSlot) {
 
 void PairSearch::fill(Four& four, std::uint32_t endSlot) const {
     constexpr float kFar = std::numeric_limits<float>::infinity();
+    Triangle room;
     four.marked = 0;
     for (int axis = 0; axis < 3; ++axis) {
         four.min[axis] = All(kFar);
@@ -304,7 +312,7 @@ void PairSearch::fill(Four& four, std::uint32_t endSlot) const {
     }
     for (std::uint32_t slot = four.firstSlot; slot < endSlot; ++slot) {
         const std::uint32_t lane = slot - four.firstSlot;
-        const auto& corners = triangles_[slot].corners;
+        const auto& corners = triangles_.get(slot, room).corners;
         const Lanes p[3] = {CornerOf(corners), CornerOf(corners + 1), CornerOf(corners + 2)};
         const Lanes min = Least(p[0], Least(p[1], p[2]));
         const Lanes max = Most(p[0], Most(p[1], p[2]));
@@ -415,7 +423,8 @@ void PairSearch::holdAgainst(unsigned int node, Chosen chosen) {
 
 void PairSearch::holdAgainstSlot(std::uint32_t slot, Chosen chosen) {
     ++looks_;
-    const auto& corners = triangles_[slot].corners;
+    const Triangle& triangle = recent_.get(slot);
+    const auto& corners = triangle.corners;
     const Lanes p[3] = {CornerOf(corners), CornerOf(corners + 1), CornerOf(corners + 2)};
     const Lanes min = Least(p[0], Least(p[1], p[2]));
     const Lanes max = Most(p[0], Most(p[1], p[2]));
@@ -434,14 +443,17 @@ void PairSearch::holdAgainstSlot(std::uint32_t slot, Chosen chosen) {
     chosen &= four_->cutBy(roughPlaneOf(corners[0], normal));
     for (std::uint32_t lane = 0; chosen >> lane != 0; ++lane) {
         if ((chosen >> lane & 1U) != 0) {
-            test(slot, normal, four_->firstSlot + lane);
+            test({triangle, normal, slot}, lane);
         }
     }
 }
 
-void PairSearch::test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB) {
-    const GridVector& normalB = four_->normals[slotB - four_->firstSlot];
-    if (const auto found = test_.find(slotA, normalA, slotB, normalB)) {
+/// Tests a triangle with one of the four.
+void PairSearch::test(const PairMember& other, std::uint32_t lane) {
+    const std::uint32_t slot = four_->firstSlot + lane;
+    Triangle room;
+    if (const auto found =
+            test_.find(other, {triangles_.get(slot, room), four_->normals[lane], slot})) {
         found_.push_back(*found);
     }
 }

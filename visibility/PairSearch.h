@@ -43,7 +43,7 @@ public:
     /// The triangles, slot by slot, are borrowed. `triangleDone` is called once per triangle, when
     /// about its share of the work is done, with the number of edges found so far.
     PairSearch(const BakedTriangles& baked,
-               const std::vector<OccluderTree::Triangle>& triangles,
+               const SlotTriangles& triangles,
                std::function<void(std::size_t)> triangleDone,
                WorkCounter& work,
                const CrowdLimits& limits = {});
@@ -111,10 +111,11 @@ private:
     void finishLeaf(const HierarchyNode& leaf);
     void finish(std::size_t triangles);
     bool meetInSight(unsigned int node);
-    void test(std::uint32_t slotA, const GridVector& normalA, std::uint32_t slotB);
+    void test(const PairMember& other, std::uint32_t lane);
 
     const BakedTriangles& baked_;
-    const std::vector<Triangle>& triangles_;
+    SlotTriangles triangles_;
+    RecentTriangles recent_;
     std::function<void(std::size_t)> triangleDone_;
     WorkCounter& work_;
     PairTest test_;

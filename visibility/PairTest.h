@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 namespace ctr {
 
@@ -20,51 +19,47 @@ inline bool BoxesMeet(const OccluderTree::Triangle& a, const OccluderTree::Trian
     return !box.isBeside(b.corners);
 }
 
-/// The exact test of pairs, slot by slot.
+/// One of two triangles that are tested. All but the slot is borrowed.
+struct PairMember {
+    const OccluderTree::Triangle& triangle;
+    const GridVector& normal;
+    std::uint32_t slot;
+};
+
+/// The exact test of pairs.
 class PairTest {
 public:
-    /// The triangles are borrowed.
-    PairTest(const std::vector<OccluderTree::Triangle>& triangles, EdgeOnPlane edgeOnPlane)
-        : triangles_(triangles), edgeOnPlane_(edgeOnPlane) {}
+    explicit PairTest(EdgeOnPlane edgeOnPlane) : edgeOnPlane_(edgeOnPlane) {}
 
     /// The edge along which two triangles cut each other, if they do.
-    std::optional<FoundIntersection> find(std::uint32_t slotA,
-                                          const GridVector& normalA,
-                                          std::uint32_t slotB,
-                                          const GridVector& normalB) const {
-        const BakedVertex* const a = triangles_[slotA].corners;
-        const BakedVertex* const b = triangles_[slotB].corners;
-        const PlaneValues valuesB(b, a[0], normalA);
+    std::optional<FoundIntersection> find(const PairMember& a, const PairMember& b) const {
+        const PlaneValues valuesB(b.triangle.corners, a.triangle.corners[0], a.normal);
         if (!valuesB.straddle(edgeOnPlane_)) {
             return std::nullopt;
         }
-        const PlaneValues valuesA(a, b[0], normalB);
-        if (!valuesA.straddle(edgeOnPlane_) || !BoxesMeet(triangles_[slotA], triangles_[slotB])) {
+        const PlaneValues valuesA(a.triangle.corners, b.triangle.corners[0], b.normal);
+        if (!valuesA.straddle(edgeOnPlane_) || !BoxesMeet(a.triangle, b.triangle)) {
             return std::nullopt;
         }
-        const CutTriangle dataA{a, normalA, valuesA};
-        const CutTriangle dataB{b, normalB, valuesB};
-        const bool inOrder = triangles_[slotA].number < triangles_[slotB].number;
-        return inOrder ? recordOf(dataA, slotA, dataB, slotB)
-                       : recordOf(dataB, slotB, dataA, slotA);
+        return a.triangle.number < b.triangle.number ? recordOf(a, valuesA, b, valuesB)
+                                                     : recordOf(b, valuesB, a, valuesA);
     }
 
 private:
-    std::optional<FoundIntersection> recordOf(const CutTriangle& first,
-                                              std::uint32_t firstSlot,
-                                              const CutTriangle& second,
-                                              std::uint32_t secondSlot) const {
-        const std::optional<Piercing> found = FindPiercing(first, second);
+    static std::optional<FoundIntersection> recordOf(const PairMember& first,
+                                                     const PlaneValues& valuesOfFirst,
+                                                     const PairMember& second,
+                                                     const PlaneValues& valuesOfSecond) {
+        const std::optional<Piercing> found =
+            FindPiercing({first.triangle.corners, first.normal, valuesOfFirst},
+                         {second.triangle.corners, second.normal, valuesOfSecond});
         if (!found) {
             return std::nullopt;
         }
-        return FoundIntersection{triangles_[firstSlot].number,
-                                 secondSlot,
-                                 {found->ends[0], found->ends[1]},
-                                 found->grazing};
+        return FoundIntersection{
+            first.triangle.number, second.slot, {found->ends[0], found->ends[1]}, found->grazing};
     }
 
-    const std::vector<OccluderTree::Triangle>& triangles_;
     EdgeOnPlane edgeOnPlane_; ///< In front with a contact tolerance only.
 };
 

@@ -68,7 +68,7 @@ public:
         constexpr std::size_t kEdgesPerTriangle = 4;
         if (layout_ != nullptr && HasTriangles(baked_) &&
             edges >= kEdgesPerTriangle * baked_.trianglePlanes.size()) {
-            crowds_.emplace(baked_, layout_->tree.triangles(), work);
+            crowds_.emplace(baked_, TriangleCopies(layout_->tree.triangles(), work).all(), work);
         }
     }
 
@@ -174,22 +174,14 @@ struct Pieces {
 /// is within four steps of either box on screen, and no nearer than the nearest corner of both.
 std::vector<bool> UnseenTriangles(const OccluderLayout& layout, WorkCounter& work) {
     std::vector<bool> unseen;
-    unseen.reserve(layout.tree.triangles().size());
-    for (const OccluderTree::Triangle& triangle : layout.tree.triangles()) {
+    const SlotTriangles triangles = layout.tree.triangles();
+    unseen.reserve(triangles.size());
+    OccluderTree::Triangle room;
+    for (std::size_t slot = 0; slot < triangles.size(); ++slot) {
         work.count(1);
-        unseen.push_back(layout.map.hidesAround(triangle.corners));
+        unseen.push_back(layout.map.hidesAround(triangles.get(slot, room).corners));
     }
     return unseen;
-}
-
-std::vector<OccluderTree::Triangle> TrianglesBySlot(const BakedTriangles& baked,
-                                                    WorkCounter& work) {
-    std::vector<OccluderTree::Triangle> triangles;
-    triangles.reserve(baked.bvh.primitives.size());
-    ForEachCounted(baked.bvh.primitives.size(), work, [&](std::size_t slot) {
-        triangles.push_back(OccluderTree::triangleOf(baked, baked.bvh.primitives[slot]));
-    });
-    return triangles;
 }
 
 Pieces::TrianglePair Pieces::pairOf(const FoundIntersection& found) const {
@@ -352,8 +344,14 @@ FindIntersectionEdges(const LaidOutTriangles& triangles,
     }
     assert(HierarchyLeadsToTriangles(*baked));
     if (layout == nullptr) {
-        const std::vector<OccluderTree::Triangle> own = TrianglesBySlot(*baked, work);
-        PairSearch search(*baked, own, advance, work);
+        const SlotTriangles gathered(*baked);
+        const bool isCopied = gathered.size() <= OccluderTree::kMostCopied;
+        std::optional<TriangleCopies> copies;
+        if (isCopied) {
+            copies.emplace(gathered, work);
+        }
+        PairSearch search(*baked, isCopied ? SlotTriangles(copies->all()) : gathered, advance,
+                          work);
         if (visibleOnly) {
             search.leaveOutHidden();
         }

@@ -1,0 +1,100 @@
+// The triangles of a baked scene by their slots in the hierarchy.
+#pragma once
+
+#include <ctr/BakedTriangles.h>
+
+#include "linesets/Work.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+namespace ctr {
+
+/// A triangle by the values of its corners.
+struct SlotTriangle {
+    BakedVertex corners[3];
+    std::uint32_t number; ///< In the baked scene. Follows the corners, see TriangleSieve.
+};
+
+inline SlotTriangle TriangleOf(const BakedTriangles& baked, std::uint32_t number) {
+    const unsigned int* corners = baked.triangleIndices.data() + 3 * std::size_t{number};
+    return {{baked.vertices[corners[0]], baked.vertices[corners[1]], baked.vertices[corners[2]]},
+            number};
+}
+
+/// Triangles in the order of baked.bvh.primitives, whose slots are theirs: copies in a line, which
+/// are looked at most quickly, or gathered from the scene at each look, which takes no memory.
+/// Either has the same values. Copies and scene are borrowed.
+class SlotTriangles {
+public:
+    SlotTriangles(const std::vector<SlotTriangle>& copies)
+        : copies_(&copies), size_(copies.size()) {}
+    explicit SlotTriangles(const BakedTriangles& scene)
+        : scene_(&scene), size_(scene.bvh.primitives.size()) {}
+
+    std::size_t size() const { return size_; }
+    bool empty() const { return size_ == 0; }
+
+    /// The triangle in a slot; in `room` if it has to be gathered.
+    const SlotTriangle& get(std::size_t slot, SlotTriangle& room) const {
+        return copies_ != nullptr ? (*copies_)[slot] : gather(slot, room);
+    }
+    SlotTriangle operator[](std::size_t slot) const {
+        SlotTriangle room;
+        return get(slot, room);
+    }
+
+    /// Null where they are gathered.
+    const std::vector<SlotTriangle>* copies() const { return copies_; }
+
+private:
+    const SlotTriangle& gather(std::size_t slot, SlotTriangle& room) const;
+
+    const std::vector<SlotTriangle>* copies_ = nullptr;
+    const BakedTriangles* scene_ = nullptr;
+    std::size_t size_;
+};
+
+/// The same for slots that are asked for again and again: what has been gathered is kept for a
+/// while.
+class RecentTriangles {
+public:
+    explicit RecentTriangles(const SlotTriangles& triangles)
+        : triangles_(triangles), rooms_(triangles.copies() == nullptr ? kRooms : 0) {}
+
+    /// Valid until the next call.
+    const SlotTriangle& get(std::uint32_t slot) {
+        const std::vector<SlotTriangle>* const copies = triangles_.copies();
+        return copies != nullptr ? (*copies)[slot] : gatherOnce(slot);
+    }
+
+private:
+    static constexpr std::size_t kRooms = 8192;
+    struct Room {
+        std::size_t slot = std::numeric_limits<std::size_t>::max();
+        SlotTriangle triangle{};
+    };
+
+    const SlotTriangle& gatherOnce(std::uint32_t slot);
+
+    SlotTriangles triangles_;
+    std::vector<Room> rooms_; ///< Each slot has its place.
+};
+
+/// Copies of triangles: those that there are, which are borrowed, or new ones.
+class TriangleCopies {
+public:
+    TriangleCopies(const SlotTriangles& triangles, WorkCounter& work);
+
+    const std::vector<SlotTriangle>& all() const {
+        return borrowed_ != nullptr ? *borrowed_ : made_;
+    }
+
+private:
+    const std::vector<SlotTriangle>* borrowed_;
+    std::vector<SlotTriangle> made_;
+};
+
+} // namespace ctr
