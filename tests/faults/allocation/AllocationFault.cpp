@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
+#include <malloc.h>
 #include <new>
 
 namespace {
@@ -14,12 +15,20 @@ namespace {
 constexpr long kNone = std::numeric_limits<long>::max();
 
 std::atomic<long> liveBlocks{0};
+std::atomic<long> liveBytes{0};
+std::atomic<long> mostLiveBytes{0};
 std::atomic<long> triedSoFar{0};
 std::atomic<long> firstFailing{kNone};
 std::atomic<long> lastFailing{kNone};
 
 void* Counted(void* block) {
     if (block != nullptr) {
+        const auto size = static_cast<long>(malloc_usable_size(block));
+        const long live = liveBytes.fetch_add(size, std::memory_order_relaxed) + size;
+        // Nobody watches more than one thread.
+        if (live > mostLiveBytes.load(std::memory_order_relaxed)) {
+            mostLiveBytes.store(live, std::memory_order_relaxed);
+        }
         liveBlocks.fetch_add(1, std::memory_order_relaxed);
     }
     return block;
@@ -51,6 +60,8 @@ void* OrThrow(void* block) {
 void Free(void* block) noexcept {
     if (block != nullptr) {
         liveBlocks.fetch_sub(1, std::memory_order_relaxed);
+        liveBytes.fetch_sub(static_cast<long>(malloc_usable_size(block)),
+                            std::memory_order_relaxed);
         std::free(block);
     }
 }
@@ -75,6 +86,14 @@ long AllocationFault::tried() const {
 
 long LiveAllocations() {
     return liveBlocks;
+}
+
+AllocatedBytes::AllocatedBytes() : before_(liveBytes) {
+    mostLiveBytes = before_;
+}
+
+long AllocatedBytes::most() const {
+    return mostLiveBytes - before_;
 }
 
 } // namespace test_support

@@ -1,5 +1,5 @@
-// Allocations that fail on demand, counted over the whole program: the library and the standard
-// library call the operators of this program, too.
+// Allocations that fail on demand, and bytes that are in use, counted over the whole program: the
+// library and the standard library call the operators of this program, too.
 #pragma once
 
 namespace test_support {
@@ -21,5 +21,17 @@ public:
 
 /// How many blocks of operator new, in any form, are not deleted yet.
 long LiveAllocations();
+
+/// Watches how many bytes such blocks hold. One lives at a time, on one thread.
+class AllocatedBytes {
+public:
+    AllocatedBytes();
+
+    /// The most that were in use at once since it was made, beyond those of that moment.
+    long most() const;
+
+private:
+    long before_;
+};
 
 } // namespace test_support
