@@ -2,6 +2,7 @@
 #include "visibility/CrowdCover.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 
 namespace ctr {
@@ -211,59 +212,61 @@ PairsInSight::PairsInSight(const SlotTriangles& triangles,
                            const std::vector<std::uint32_t>& slots,
                            const ContactTolerance& tolerance,
                            WorkCounter& work)
-    : slots_(slots), work_(work) {
+    : slots_(slots), work_(work), around_(CrowdCover::Blocks().size()),
+      partners_(slots.size() / kWordBits + 1) {
     const CrowdCover cover(triangles, slots, tolerance, work);
+    std::fill(around_.begin(), around_.end(), partners_);
     inSight_.reserve(slots.size());
-    for (const std::uint32_t slot : slots) {
+    for (std::size_t i = 0; i < slots.size(); ++i) {
         work.count(kWorkPerTriangle);
-        inSight_.push_back(cover.inSight(triangles[slot]));
-    }
-}
-
-PairsInSight::Members PairsInSight::membersOf(std::size_t block) const {
-    Members members;
-    for (std::uint32_t i = 0; i < inSight_.size(); ++i) {
-        if (inSight_[i].own[block]) {
-            members.own.push_back(i);
-        }
-        if (inSight_[i].around[block]) {
-            members.around.push_back(i);
+        inSight_.push_back(cover.inSight(triangles[slots[i]]));
+        for (std::size_t block = 0; block < around_.size(); ++block) {
+            const Word bit = inSight_.back().around[block] ? 1U : 0U;
+            around_[block][i / kWordBits] |= bit << (i % kWordBits);
         }
     }
-    work_.count(inSight_.size() / 16);
-    return members;
 }
 
-double PairsInSight::cost() const {
-    double cost = 0.0;
-    for (std::size_t block = 0; block < CrowdCover::Blocks().size(); ++block) {
-        const Members members = membersOf(block);
-        cost +=
-            static_cast<double>(members.own.size()) * static_cast<double>(members.around.size());
+/// Who is around where a triangle is, itself among them.
+const std::vector<PairsInSight::Word>& PairsInSight::partnersOf(std::size_t own) {
+    std::fill(partners_.begin(), partners_.end(), 0);
+    for (std::size_t block = 0; block < around_.size(); ++block) {
+        if (inSight_[own].own[block]) {
+            std::transform(partners_.begin(), partners_.end(), around_[block].begin(),
+                           partners_.begin(), std::bit_or<>());
+            work_.count(partners_.size() / kWordBits);
+        }
     }
-    return cost;
+    return partners_;
 }
 
-/// Whether two meet in a block, in none before, and not the other way round as well where that
-/// counts.
-bool PairsInSight::meetFirstIn(std::size_t block, std::uint32_t own, std::uint32_t around) const {
-    const auto& a = inSight_[own];
-    const auto& b = inSight_[around];
-    const CrowdCover::Blocks common = a.own & b.around;
-    const bool isFirst = (common << (common.size() - block)).none();
-    return isFirst && own != around && (own < around || (b.own & a.around).none());
+std::size_t PairsInSight::count() {
+    std::size_t count = 0;
+    for (std::size_t own = 0; own < slots_.size(); ++own) {
+        for (const Word word : partnersOf(own)) {
+            count += static_cast<std::size_t>(std::popcount(word));
+        }
+    }
+    return count;
 }
 
-void PairsInSight::forEach(const std::function<void(std::uint32_t, std::uint32_t)>& visit) const {
-    for (std::size_t block = 0; block < CrowdCover::Blocks().size(); ++block) {
-        const Members members = membersOf(block);
-        for (const std::uint32_t own : members.own) {
-            work_.count(members.around.size() / 8);
-            for (const std::uint32_t around : members.around) {
-                if (meetFirstIn(block, own, around)) {
-                    visit(slots_[own], slots_[around]);
+bool PairsInSight::areMetFromBoth(std::size_t own, std::size_t around) const {
+    return (inSight_[around].own & inSight_[own].around).any();
+}
+
+void PairsInSight::forEach(const std::function<void(std::uint32_t, std::uint32_t)>& visit) {
+    for (std::size_t own = 0; own < slots_.size(); ++own) {
+        std::size_t first = 0;
+        for (Word word : partnersOf(own)) {
+            work_.count(static_cast<std::size_t>(std::popcount(word)));
+            for (; word != 0; word &= word - 1) {
+                const std::size_t partner =
+                    first + static_cast<std::size_t>(std::countr_zero(word));
+                if (own < partner || (own > partner && !areMetFromBoth(own, partner))) {
+                    visit(slots_[own], slots_[partner]);
                 }
             }
+            first += kWordBits;
         }
     }
 }

@@ -108,23 +108,23 @@ public:
                  const ContactTolerance& tolerance,
                  WorkCounter& work);
 
-    /// How many steps forEach() takes.
-    double cost() const;
+    /// About how many pairs forEach() looks at.
+    std::size_t count();
     /// Calls visit(slot, slot) for each pair once.
-    void forEach(const std::function<void(std::uint32_t, std::uint32_t)>& visit) const;
+    void forEach(const std::function<void(std::uint32_t, std::uint32_t)>& visit);
 
 private:
-    struct Members {
-        std::vector<std::uint32_t> own;
-        std::vector<std::uint32_t> around;
-    };
+    using Word = std::uint64_t;
+    static constexpr std::size_t kWordBits = 64;
 
-    Members membersOf(std::size_t block) const;
-    bool meetFirstIn(std::size_t block, std::uint32_t own, std::uint32_t around) const;
+    const std::vector<Word>& partnersOf(std::size_t own);
+    bool areMetFromBoth(std::size_t own, std::size_t around) const;
 
     const std::vector<std::uint32_t>& slots_;
     WorkCounter& work_;
     std::vector<CrowdCover::InSight> inSight_;
+    std::vector<std::vector<Word>> around_; ///< Who is around a block, bit by bit.
+    std::vector<Word> partners_;
 };
 
 } // namespace ctr

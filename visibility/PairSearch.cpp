@@ -227,9 +227,10 @@ bool PairSearch::meetInSight(unsigned int node) {
         return false;
     }
     const std::vector<std::uint32_t> slots = SlotsBelow(baked_, node);
-    const PairsInSight pairs(triangles_, slots, ContactTolerance(baked_), work_);
-    const auto count = static_cast<double>(slots.size());
-    if (pairs.cost() > limits_.stepsPerPair * 0.5 * count * count) {
+    PairsInSight pairs(triangles_, slots, ContactTolerance(baked_), work_);
+    const auto triangles = static_cast<double>(slots.size());
+    const auto inSight = static_cast<double>(pairs.count());
+    if (inSight > limits_.inSightPerPair * 0.5 * triangles * triangles) {
         return false;
     }
     Triangle rooms[2];

@@ -30,8 +30,8 @@ struct CrowdLimits {
     std::size_t edgesPerTriangle = 64;
     /// After how many edges for each triangle hidden ones are left out, where that is wanted.
     std::size_t hiddenPerTriangle = 4;
-    /// Unless that takes more steps for each pair of triangles than this.
-    double stepsPerPair = 1.0;
+    /// Unless more of all pairs of triangles than this are in sight, most of them twice.
+    double inSightPerPair = 1.0;
 };
 
 /// The hierarchy held against itself: subtrees whose boxes meet are opened, until a leaf's
