@@ -68,7 +68,7 @@ public:
         constexpr std::size_t kEdgesPerTriangle = 4;
         if (layout_ != nullptr && HasTriangles(baked_) &&
             edges >= kEdgesPerTriangle * baked_.trianglePlanes.size()) {
-            crowds_.emplace(baked_, TriangleCopies(layout_->tree.triangles(), work).all(), work);
+            crowds_.emplace(baked_, layout_->tree.triangles(), work);
         }
     }
 
