@@ -96,7 +96,6 @@ std::vector<FoundIntersection> PairSearch::run() {
     meetAll();
     if (beginsAnew_) {
         beginsAnew_ = false;
-        crowds_ = FindCrowds(baked_, work_);
         found_.clear();
         done_ = 0;
         meetAll();
@@ -127,7 +126,11 @@ void PairSearch::meetAll() {
 bool PairSearch::leavesHidden() {
     if (!hiddenIsWanted_ && found_.size() > limits_.hiddenPerTriangle * triangles_.size()) {
         hiddenIsWanted_ = true;
-        beginsAnew_ = MayLeaveHierarchy(baked_, triangles_);
+        std::vector<unsigned int> crowds = FindCrowds(baked_, work_);
+        beginsAnew_ = !crowds.empty() && MayLeaveHierarchy(baked_, triangles_);
+        if (beginsAnew_) {
+            crowds_ = std::move(crowds);
+        }
     }
     return beginsAnew_;
 }
