@@ -8,7 +8,7 @@
 namespace ctr {
 namespace {
 
-constexpr std::size_t kWorkPerTriangle = 64;
+constexpr std::size_t kWorkPerCover = 64;
 constexpr std::int64_t kParts = CellsOnAxis::kParts;
 
 /// A cell on screen, its ends in parts of a step.
@@ -108,7 +108,7 @@ CrowdCover::CrowdCover(const SlotTriangles& triangles,
                        WorkCounter& work)
     : tolerance_(tolerance), cells_(triangles, slots), covers_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
-        work.count(kWorkPerTriangle);
+        work.count(kWorkPerCover);
         cover(triangles[slot]);
     }
 }
@@ -218,7 +218,7 @@ PairsInSight::PairsInSight(const SlotTriangles& triangles,
     std::fill(around_.begin(), around_.end(), partners_);
     inSight_.reserve(slots.size());
     for (std::size_t i = 0; i < slots.size(); ++i) {
-        work.count(kWorkPerTriangle);
+        work.count(kWorkPerCover);
         inSight_.push_back(cover.inSight(triangles[slots[i]]));
         for (std::size_t block = 0; block < around_.size(); ++block) {
             const Word bit = inSight_.back().around[block] ? 1U : 0U;

@@ -47,7 +47,7 @@ private:
     double perY_;
 };
 
-bool Holds(const kx::kxBBox& box, const BakedVertex& p) {
+bool HoldsPoint(const kx::kxBBox& box, const BakedVertex& p) {
     const float place[3] = {static_cast<float>(p.x), static_cast<float>(p.y),
                             static_cast<float>(p.z)};
     bool holds = true;
@@ -130,7 +130,7 @@ const std::vector<std::uint32_t>& CrowdSurfaces::nearestAt(double t) {
 const CrowdSurfaces::Crowd*
 CrowdSurfaces::crowdOf(unsigned int node, const BakedVertex& a, const BakedVertex& b) const {
     const HierarchyNode& here = baked_.bvh.nodes[node];
-    if (!Holds(here.box, a) || !Holds(here.box, b)) {
+    if (!HoldsPoint(here.box, a) || !HoldsPoint(here.box, b)) {
         return nullptr;
     }
     const auto crowd =
