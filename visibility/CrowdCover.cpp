@@ -8,7 +8,9 @@
 namespace ctr {
 namespace {
 
-constexpr std::size_t kWorkPerCover = 64;
+/// What is counted as work: a row of cells by its length, and bits by so many words at a time.
+constexpr std::size_t kWorkPerCell = 4;
+constexpr std::size_t kWordsPerWork = 64;
 constexpr std::int64_t kParts = CellsOnAxis::kParts;
 
 /// A cell on screen, its ends in parts of a step.
@@ -108,12 +110,11 @@ CrowdCover::CrowdCover(const SlotTriangles& triangles,
                        WorkCounter& work)
     : tolerance_(tolerance), cells_(triangles, slots), covers_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
-        work.count(kWorkPerCover);
-        cover(triangles[slot]);
+        cover(triangles[slot], work);
     }
 }
 
-void CrowdCover::cover(const SlotTriangle& triangle) {
+void CrowdCover::cover(const SlotTriangle& triangle, WorkCounter& work) {
     const auto& p = triangle.corners;
     const SideOnScreen sides[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
     const CellOnScreen crowd{cells_.columns.extent(), cells_.rows.extent()};
@@ -123,7 +124,9 @@ void CrowdCover::cover(const SlotTriangle& triangle) {
     const CellsOnAxis::Run columns = cells_.columns.within(StepsOf(triangle, &BakedVertex::x));
     const CellsOnAxis::Run rows = cells_.rows.within(StepsOf(triangle, &BakedVertex::y));
     bool isNeeded = false;
+    work.count(kWorkPerCell);
     for (std::int64_t row = rows.first; row <= rows.last; ++row) {
+        work.count(columns.length());
         for (std::int64_t column = columns.first; column <= columns.last; ++column) {
             const CellOnScreen cell{cells_.columns[column], cells_.rows[row]};
             if (sides[0].most(cell) <= limits[0] && sides[1].most(cell) <= limits[1] &&
@@ -175,7 +178,7 @@ std::size_t CrowdCover::blockOf(std::int64_t column, std::int64_t row) const {
                                     along(column, cells_.columns.count()));
 }
 
-CrowdCover::InSight CrowdCover::inSight(const SlotTriangle& triangle) const {
+CrowdCover::InSight CrowdCover::inSight(const SlotTriangle& triangle, WorkCounter& work) const {
     const auto& p = triangle.corners;
     const SideOnScreen sides[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
     const std::int64_t reach[3] = {ReachOf(sides[0]), ReachOf(sides[1]), ReachOf(sides[2])};
@@ -185,6 +188,7 @@ CrowdCover::InSight CrowdCover::inSight(const SlotTriangle& triangle) const {
     const auto y = cells_.rows.meeting(Widened(StepsOf(triangle, &BakedVertex::y)));
     InSight inSight;
     for (std::int64_t row = y.first; row <= y.last; ++row) {
+        work.count(kWorkPerCell * x.length());
         for (std::int64_t column = x.first; column <= x.last; ++column) {
             const std::size_t block = blockOf(column, row);
             const CellOnScreen on{cells_.columns[column], cells_.rows[row]};
@@ -212,16 +216,21 @@ PairsInSight::PairsInSight(const SlotTriangles& triangles,
                            const std::vector<std::uint32_t>& slots,
                            const ContactTolerance& tolerance,
                            WorkCounter& work)
-    : slots_(slots), work_(work), around_(CrowdCover::Blocks().size()),
-      partners_(slots.size() / kWordBits + 1) {
+    : work_(work), around_(CrowdCover::Blocks().size()) {
     const CrowdCover cover(triangles, slots, tolerance, work);
+    for (const std::uint32_t slot : slots) {
+        const CrowdCover::InSight inSight = cover.inSight(triangles[slot], work);
+        if (inSight.around.any()) {
+            slots_.push_back(slot);
+            inSight_.push_back(inSight);
+        }
+    }
+    partners_.resize(slots_.size() / kWordBits + 1);
     std::fill(around_.begin(), around_.end(), partners_);
-    inSight_.reserve(slots.size());
-    for (std::size_t i = 0; i < slots.size(); ++i) {
-        work.count(kWorkPerCover);
-        inSight_.push_back(cover.inSight(triangles[slots[i]]));
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        work.count(around_.size() / kWordsPerWork);
         for (std::size_t block = 0; block < around_.size(); ++block) {
-            const Word bit = inSight_.back().around[block] ? 1U : 0U;
+            const Word bit = inSight_[i].around[block] ? 1U : 0U;
             around_[block][i / kWordBits] |= bit << (i % kWordBits);
         }
     }
@@ -234,9 +243,10 @@ const std::vector<PairsInSight::Word>& PairsInSight::partnersOf(std::size_t own)
         if (inSight_[own].own[block]) {
             std::transform(partners_.begin(), partners_.end(), around_[block].begin(),
                            partners_.begin(), std::bit_or<>());
-            work_.count(partners_.size() / kWordBits);
+            work_.count(partners_.size() / kWordsPerWork + 1);
         }
     }
+    work_.count(partners_.size() / kWordsPerWork + 1);
     return partners_;
 }
 

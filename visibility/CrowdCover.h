@@ -64,7 +64,7 @@ public:
                WorkCounter& work);
 
     /// Of a triangle of the crowd.
-    InSight inSight(const SlotTriangle& triangle) const;
+    InSight inSight(const SlotTriangle& triangle, WorkCounter& work) const;
 
 private:
     static constexpr std::int64_t kBlocksPerAxis = 16;
@@ -88,7 +88,7 @@ private:
     /// Points of a plane, or places of one depth, at the corners of a cell.
     struct Corners;
 
-    void cover(const SlotTriangle& triangle);
+    void cover(const SlotTriangle& triangle, WorkCounter& work);
     bool add(Cell& cell, const Corners& corners);
     bool hides(const Cell& cell, const Corners& corners) const;
     std::size_t blockOf(std::int64_t column, std::int64_t row) const;
@@ -102,7 +102,7 @@ private:
 /// The pairs of one crowd whose cut may be visible.
 class PairsInSight {
 public:
-    /// The slots are borrowed; see CrowdCover.
+    /// Nothing is borrowed but the counter; see CrowdCover.
     PairsInSight(const SlotTriangles& triangles,
                  const std::vector<std::uint32_t>& slots,
                  const ContactTolerance& tolerance,
@@ -120,8 +120,8 @@ private:
     const std::vector<Word>& partnersOf(std::size_t own);
     bool areMetFromBoth(std::size_t own, std::size_t around) const;
 
-    const std::vector<std::uint32_t>& slots_;
     WorkCounter& work_;
+    std::vector<std::uint32_t> slots_; ///< Of the triangles that are around any block.
     std::vector<CrowdCover::InSight> inSight_;
     std::vector<std::vector<Word>> around_; ///< Who is around a block, bit by bit.
     std::vector<Word> partners_;

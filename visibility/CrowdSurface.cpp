@@ -65,15 +65,16 @@ CrowdSurface::CrowdSurface(const SlotTriangles& triangles,
     : cells_(triangles, slots), nearest_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
         work.count(kWorkPerTriangle);
-        add(triangles[slot], slot);
+        add(triangles[slot], slot, work);
     }
 }
 
-void CrowdSurface::add(const SlotTriangle& triangle, std::uint32_t slot) {
+void CrowdSurface::add(const SlotTriangle& triangle, std::uint32_t slot, WorkCounter& work) {
     const RoughTriangle rough(triangle);
     const CellsOnAxis::Run columns = cells_.columns.meeting(StepsOf(triangle, &BakedVertex::x));
     const CellsOnAxis::Run rows = cells_.rows.meeting(StepsOf(triangle, &BakedVertex::y));
     for (std::int64_t row = rows.first; row <= rows.last; ++row) {
+        work.count(columns.length());
         for (std::int64_t column = columns.first; column <= columns.last; ++column) {
             const double x = MiddleOf(cells_.columns[column]);
             const double y = MiddleOf(cells_.rows[row]);

@@ -33,7 +33,7 @@ private:
     /// Nearest first.
     using Cell = std::array<Place, 16>;
 
-    void add(const SlotTriangle& triangle, std::uint32_t slot);
+    void add(const SlotTriangle& triangle, std::uint32_t slot, WorkCounter& work);
 
     CellsOfCrowd cells_;
     std::vector<Cell> nearest_;

@@ -7,6 +7,7 @@
 #include "linesets/Work.h"
 #include "visibility/SlotTriangles.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -27,6 +28,9 @@ public:
     struct Run {
         std::int64_t first;
         std::int64_t last;
+        std::size_t length() const {
+            return static_cast<std::size_t>(std::max(last - first + 1, std::int64_t{0}));
+        }
     };
 
     /// Of an interval of steps, which is not a point, at most so many.
