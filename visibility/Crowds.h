@@ -33,10 +33,10 @@ public:
         }
     };
 
-    /// Of an interval of steps, which is not a point, at most so many.
+    /// Of an interval of steps, at most so many; a point has one.
     CellsOnAxis(Interval steps, std::int64_t most)
         : extent_(inParts(steps)), size_((extent_.max - extent_.min) / most + 1),
-          count_((extent_.max - extent_.min + size_ - 1) / size_) {}
+          count_(std::max((extent_.max - extent_.min + size_ - 1) / size_, std::int64_t{1})) {}
 
     static Interval inParts(Interval steps) { return {steps.min * kParts, steps.max * kParts}; }
 

@@ -1,5 +1,7 @@
 // Pairs and hidden ranges in crowds, found without the hierarchy, against those found with it and
 // against a look at every triangle; and that what is looked at grows little faster than the crowd.
+#include "visibility/Crowds.h"
+
 #include "support/ExactIntersections.h"
 #include "support/Scenes.h"
 #include "visibility/CrowdScenes.h"
@@ -262,6 +264,16 @@ TEST(NearlyEqualTriangles, AreNoPairsWhereTheyAreInContact) {
     }
     EXPECT_GT(leftOut, static_cast<std::size_t>(scenes));
     EXPECT_GT(kept, static_cast<std::size_t>(scenes));
+}
+
+// --- cells ---
+
+TEST(CellsOnAxis, APointHasOneCell) {
+    const ctr::CellsOnAxis cells({5, 5}, 8);
+    EXPECT_EQ(cells.count(), 1);
+    EXPECT_EQ(cells.around(4.0), 0);
+    EXPECT_EQ(cells.around(6.0), 0);
+    EXPECT_EQ(cells.meeting({5, 5}).length(), 1U);
 }
 
 // --- hidden cuts ---
