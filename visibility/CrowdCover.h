@@ -20,7 +20,7 @@
 // If all points of a cut are hidden so, the ranges found leave nothing of it.
 //
 // Why it is enough to look where triangles are, although crossings are rounded. The ends of a cut
-// are exact; which of the four crossings become its ends is told by coordinates rounded down. Two
+// are exact; which of the four crossings become its ends is decided by rounded coordinates. Two
 // on the same side that are less than a step apart on the axis of order may be mistaken for each
 // other. So the cut may go beyond either triangle, but not beyond both: if both ends are of one
 // triangle, that has all of the cut, and spans that are apart give no cut with an end of each. What
@@ -44,7 +44,7 @@
 
 namespace ctr {
 
-/// What covers the cells of one crowd.
+/// The nearest triangles that cover each cell of one crowd.
 class CrowdCover {
 public:
     /// A set of blocks, which are cells side by side.

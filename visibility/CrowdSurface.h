@@ -1,8 +1,8 @@
-// Which triangles of a crowd are in front: they hide most edges, each by one or two.
+// The front-most triangles of a crowd. Most edges are hidden by one or two of them.
 //
 // The triangles over the middle of each cell are known, the nearest first. (After N. Greene, M.
-// Kass and G. Miller, Hierarchical Z-buffer visibility, SIGGRAPH 1993; but nothing is decided here,
-// it is only told what to ask first.)
+// Kass and G. Miller, Hierarchical Z-buffer visibility, SIGGRAPH 1993; but nothing is decided here:
+// it only determines which triangles are tested first.)
 #pragma once
 
 #include "visibility/Crowds.h"

@@ -1,5 +1,5 @@
-// Crowds: subtrees of the hierarchy whose triangles lie over each other on screen many times. And
-// the cells into which the box of one is divided there.
+// Crowds: subtrees of the hierarchy in which many layers of triangles lie over each other on
+// screen, and the grid of cells into which the screen box of a crowd is divided.
 #pragma once
 
 #include <ctr/BakedTriangles.h>
@@ -48,7 +48,7 @@ public:
         const std::int64_t begin = extent_.min + cell * size_;
         return {begin, std::min(begin + size_, extent_.max)};
     }
-    /// Those that have all their points in an interval of steps within all of it.
+    /// Those that lie wholly in an interval of steps; it must not reach beyond the extent.
     Run within(Interval steps) const {
         const auto [min, max] = inParts(steps);
         return {(min - extent_.min + size_ - 1) / size_,
@@ -60,7 +60,7 @@ public:
         return {std::max(min - extent_.min - 1, std::int64_t{0}) / size_,
                 std::min((max - extent_.min) / size_, count_ - 1)};
     }
-    /// The one around a place in steps that is in about all of it.
+    /// The one that contains a place, in steps; the nearest one for places beyond the ends.
     std::int64_t around(double steps) const {
         const double parts = steps * kParts - static_cast<double>(extent_.min);
         return std::clamp(static_cast<std::int64_t>(parts) / size_, std::int64_t{0}, count_ - 1);

@@ -28,7 +28,7 @@ struct CrowdLimits {
     /// After how many edges for each triangle those that are nearly equal are looked for. Within a
     /// contact tolerance they give edges of which nothing is drawn.
     std::size_t edgesPerTriangle = 64;
-    /// After how many edges for each triangle hidden ones are left out, where that is wanted.
+    /// After how many edges per triangle hidden ones are left out, where that is allowed.
     std::size_t hiddenPerTriangle = 4;
     /// Unless more of all pairs of triangles than this are in sight, most of them twice.
     double inSightPerPair = 1.0;
@@ -51,7 +51,7 @@ public:
     /// Leaves out pairs of which both are marked, slot by slot; equal triangles are marked alike.
     void leaveOut(std::vector<bool> marked);
 
-    /// Allows to leave out edges all of which is hidden by triangles of the hierarchy.
+    /// Allows the search to leave out edges that triangles of the hierarchy hide entirely.
     void leaveOutHidden() { hiddenIsWanted_ = false; }
 
     /// All intersection edges, by the number of the first triangle and then the slot of the second.

@@ -1,4 +1,4 @@
-// What the quick way to a copy of a triangle is better off without.
+// Gathering is kept out of line, so that access to copies stays short enough to be inlined.
 #include "visibility/SlotTriangles.h"
 
 namespace ctr {

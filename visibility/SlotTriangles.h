@@ -24,9 +24,9 @@ inline SlotTriangle TriangleOf(const BakedTriangles& baked, std::uint32_t number
             number};
 }
 
-/// Triangles in the order of baked.bvh.primitives, whose slots are theirs: copies in a line, which
-/// are looked at most quickly, or gathered from the scene at each look, which takes no memory.
-/// Either has the same values. Copies and scene are borrowed.
+/// Triangles in the order of baked.bvh.primitives, whose slots are theirs: contiguous
+/// copies, which are fastest to read, or gathered from the scene on each access, which takes no
+/// memory. The values are the same. Copies and scene are borrowed.
 class SlotTriangles {
 public:
     SlotTriangles(const std::vector<SlotTriangle>& copies)
@@ -57,8 +57,7 @@ private:
     std::size_t size_;
 };
 
-/// The same for slots that are asked for again and again: what has been gathered is kept for a
-/// while.
+/// The same for slots that are read repeatedly: a direct-mapped cache of gathered triangles.
 class RecentTriangles {
 public:
     explicit RecentTriangles(const SlotTriangles& triangles)
@@ -83,7 +82,7 @@ private:
     std::vector<Room> rooms_; ///< Each slot has its place.
 };
 
-/// Copies of triangles: those that there are, which are borrowed, or new ones.
+/// Contiguous copies of triangles: existing ones are borrowed, otherwise new ones are made.
 class TriangleCopies {
 public:
     TriangleCopies(const SlotTriangles& triangles, WorkCounter& work);
