@@ -108,8 +108,8 @@ public:
                  const ContactTolerance& tolerance,
                  WorkCounter& work);
 
-    /// About how many pairs forEach() looks at.
-    std::size_t count();
+    /// About how many pairs forEach() looks at, most of them twice; from samples.
+    double estimate();
     /// Calls visit(slot, slot) for each pair once.
     void forEach(const std::function<void(std::uint32_t, std::uint32_t)>& visit);
 

@@ -30,8 +30,8 @@ struct CrowdLimits {
     std::size_t edgesPerTriangle = 64;
     /// After how many edges per triangle hidden ones are left out, where that is allowed.
     std::size_t hiddenPerTriangle = 4;
-    /// Unless more of all pairs of triangles than this are in sight, most of them twice.
-    double inSightPerPair = 1.0;
+    /// Unless more pairs are in sight than so many times those whose boxes meet.
+    double inSightPerMeeting = 8.0;
 };
 
 /// The hierarchy held against itself: subtrees whose boxes meet are opened, until a leaf's
