@@ -92,7 +92,7 @@ private:
     OccluderLimits limits_;
     std::optional<TriangleCopies> copies_; ///< For the crowd.
     std::optional<CrowdedOccluders> crowd_;
-    std::optional<CrowdSurfaces> surfaces_; ///< Likewise.
+    std::optional<CrowdSurfaces> surfaces_; ///< There whenever crowd_ is.
     bool haveConsideredCrowds_ = false;
     std::size_t asked_ = 0;  ///< Segments.
     std::size_t tested_ = 0; ///< Triangles, for all of them.

@@ -97,6 +97,7 @@ public:
     /// Holds all of the segment that is not known to be hidden.
     RationalInterval open() const { return {hiddenTo_, hiddenFrom_}; }
 
+    /// What areHiding() has found, and what other triangles hide: the rest of find().
     template <class PartOf>
     const std::vector<RationalInterval>&
     seekRest(const OccluderTree& tree, const SegmentProbe& probe, PartOf partOf) {
