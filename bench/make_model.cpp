@@ -6,9 +6,9 @@
 // A model file is read as the tool reads it; the last word says which of its axes is up where the
 // format does not. Triangles without area are left out, as a peer may stumble over them.
 #include "bench/ObjFile.h"
-#include "model/ModelReader.h"
-#include "scene/Cleaning.h"
-#include "scene/Placing.h"
+#include "drawing/scene/Cleaning.h"
+#include "drawing/scene/Placing.h"
+#include "import/ModelReader.h"
 
 #include <algorithm>
 #include <exception>

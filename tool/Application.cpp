@@ -2,18 +2,18 @@
 #include "Application.h"
 
 #include "batch/Batch.h"
-#include "common/Failure.h"
 #include "common/Messages.h"
 #include "common/Progress.h"
+#include "common/RunPlan.h"
+#include "common/Summary.h"
 #include "common/Timing.h"
 #include "drawing/Drawing.h"
-#include "drawing/StageCosts.h"
-#include "drawing/Summary.h"
-#include "model/ImportProcess.h"
-#include "model/ModelInfo.h"
+#include "drawing/common/Failure.h"
+#include "drawing/files/OutputFile.h"
+#include "import/ImportProcess.h"
+#include "import/SceneReader.h"
+#include "info/ModelReport.h"
 #include "options/CommandFiles.h"
-#include "output/OutputFile.h"
-#include "scene/Scene.h"
 
 #include <unistd.h>
 #include <utility>

@@ -1,10 +1,10 @@
 // kxcontour: draws a model file as an SVG line drawing. Here failures become exit codes.
 #include "Application.h"
-#include "common/Failure.h"
-#include "common/Interrupt.h"
 #include "common/MemoryLimit.h"
 #include "common/Messages.h"
-#include "common/StandardStreams.h"
+#include "drawing/common/Failure.h"
+#include "drawing/files/Interrupt.h"
+#include "drawing/files/StandardStreams.h"
 #include "options/CommandLine.h"
 
 #include <csignal>

@@ -2,7 +2,7 @@
 #include "BoxDrawing.h"
 
 #include "drawing/Drawing.h"
-#include "scene/Scene.h"
+#include "drawing/scene/Scene.h"
 #include "tool/ModelText.h"
 #include "tool/SvgFile.h"
 #include "tool/Unwatched.h"
@@ -128,13 +128,11 @@ void BoxDrawing::expect() {
 
 void BoxDrawing::draw() {
     const tool_test::TemporaryFolder folder;
-    kxcontour::DrawingOptions options;
-    options.input.models = {name_};
+    kxcontour::DrawingRequest options;
     options.camera = view_.request();
     options.output.path = folder.path("drawing.svg");
     tool_test::Unwatched observer;
-    DrawScene(kxcontour::MakeScene(ModelOf(scene_), options.input, std::nullopt), options,
-              observer);
+    DrawScene(kxcontour::MakeScene(ModelOf(scene_)), options, observer);
     drawn_ = LinesOf(tool_test::ReadSvg(options.output.path));
 }
 

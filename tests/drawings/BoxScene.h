@@ -1,7 +1,7 @@
 // Random scenes of axis-aligned boxes with whole-number corners, by kind and seed.
 #pragma once
 
-#include "model/Model.h"
+#include "drawing/scene/Model.h"
 #include "support/Scenes.h"
 
 #include <array>

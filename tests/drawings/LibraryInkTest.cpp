@@ -9,7 +9,7 @@
 #include "LineComparison.h"
 #include "WornModel.h"
 #include "examples/Scene.h"
-#include "model/ModelReader.h"
+#include "import/ModelReader.h"
 #include "tool/ModelText.h"
 #include "tool/SvgFile.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "BoxLines.h"
-#include "camera/CameraRequest.h"
+#include "drawing/camera/CameraRequest.h"
 #include "tool/SvgFile.h"
 
 #include <cstddef>

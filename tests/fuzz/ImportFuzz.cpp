@@ -2,11 +2,11 @@
 // of it is a drawing that can be read, or a refusal. The importer runs in a child process, of which
 // the fuzzer sees nothing; so that it can look for more, some inputs are what an importer hands
 // over instead, bad indices, coordinates and normals included, and go on from there.
-#include "common/Failure.h"
 #include "drawing/Drawing.h"
+#include "drawing/common/Failure.h"
+#include "drawing/scene/Placing.h"
+#include "drawing/scene/Scene.h"
 #include "fuzz/FuzzBytes.h"
-#include "scene/Placing.h"
-#include "scene/Scene.h"
 #include "tool/ModelText.h"
 #include "tool/SvgFile.h"
 #include "tool/Unwatched.h"

@@ -1,10 +1,10 @@
 // A message of an importing process from the input: what comes of it is a model that the tool can
 // draw, or a refusal. No message takes more memory than a few times its bytes.
-#include "common/Failure.h"
+#include "drawing/common/Failure.h"
+#include "drawing/scene/Scene.h"
 #include "fuzz/FuzzBytes.h"
-#include "model/ModelInfo.h"
-#include "model/ModelMessage.h"
-#include "scene/Scene.h"
+#include "import/ModelInfo.h"
+#include "import/ModelMessage.h"
 
 #include <cmath>
 #include <cstddef>
@@ -85,7 +85,7 @@ void CheckModel(const Model& model) {
 void UseModel(Model model) {
     Model inspected = model;
     try {
-        kxcontour::MakeScene(std::move(model), {}, std::nullopt);
+        kxcontour::MakeScene(std::move(model));
     } catch (const Failure& failure) {
         Require(failure.code() == kxcontour::ExitCode::NothingToDraw, failure.what());
     }

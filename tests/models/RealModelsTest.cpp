@@ -1,8 +1,8 @@
 // Whole drawings of real models, seen from the faces, edges and corners of a cube: points of their
 // lines are looked up among all triangles one by one, and lines of intersection are found again.
-#include "camera/Camera.h"
-#include "lines/LineFinder.h"
-#include "scene/Scene.h"
+#include "drawing/camera/Camera.h"
+#include "drawing/lines/LineFinder.h"
+#include "import/SceneReader.h"
 #include "support/Baking.h"
 #include "support/ExactBaking.h"
 #include "support/ExactIntersections.h"

@@ -2,11 +2,11 @@
 //
 // KXCONTOUR_MODELS=FILE:FILE... takes other models.
 #include "ModelText.h"
-#include "common/StagePlan.h"
+#include "common/RunPlan.h"
 #include "drawing/Drawing.h"
-#include "drawing/StageCosts.h"
+#include "drawing/common/StagePlan.h"
+#include "drawing/scene/Scene.h"
 #include "options/Parsing.h"
-#include "scene/Scene.h"
 
 #include <gtest/gtest.h>
 

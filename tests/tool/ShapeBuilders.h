@@ -1,8 +1,8 @@
 // Shapes, models and failures for the tests of the tool's parts.
 #pragma once
 
-#include "common/Failure.h"
-#include "model/Model.h"
+#include "drawing/common/Failure.h"
+#include "drawing/scene/Model.h"
 #include "support/Scenes.h"
 
 #include <gtest/gtest.h>

@@ -5,13 +5,13 @@
 
 #include "batch/BatchTable.h"
 #include "batch/DoneWork.h"
-#include "common/Failure.h"
+#include "batch/DrawingFile.h"
 #include "common/Progress.h"
+#include "common/Summary.h"
 #include "drawing/Drawing.h"
-#include "drawing/Summary.h"
+#include "drawing/common/Failure.h"
+#include "import/SceneReader.h"
 #include "options/CommandFiles.h"
-#include "output/DrawingFile.h"
-#include "scene/Scene.h"
 
 #include <algorithm>
 #include <atomic>

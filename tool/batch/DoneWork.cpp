@@ -1,9 +1,9 @@
 // Notes are texts that are compared as a whole: the stamps of the files, then the options.
 #include "batch/DoneWork.h"
 
-#include "common/Failure.h"
-#include "output/OutputFile.h"
-#include "output/Writers.h"
+#include "drawing/common/Failure.h"
+#include "drawing/files/OutputFile.h"
+#include "drawing/output/Writers.h"
 
 #include <cerrno>
 #include <fcntl.h>

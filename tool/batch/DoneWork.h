@@ -1,7 +1,7 @@
 // What earlier runs of a batch have finished.
 #pragma once
 
-#include "common/Descriptor.h"
+#include "drawing/files/Descriptor.h"
 #include "options/CommandLine.h"
 
 #include <map>

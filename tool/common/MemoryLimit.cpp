@@ -3,7 +3,7 @@
 // used, which for large arrays is nearly the same.
 #include "common/MemoryLimit.h"
 
-#include "common/SanitizedBuild.h"
+#include "import/SanitizedBuild.h"
 
 #include <algorithm>
 #include <fstream>

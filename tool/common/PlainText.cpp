@@ -2,7 +2,7 @@
 // marks of direction.
 #include "common/PlainText.h"
 
-#include "common/Utf8.h"
+#include "drawing/common/Utf8.h"
 
 #include <cstddef>
 

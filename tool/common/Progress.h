@@ -3,7 +3,7 @@
 
 #include <kxSystem/kxProgressNotifierInterface.h>
 
-#include "common/StagePlan.h"
+#include "drawing/common/StagePlan.h"
 
 #include <chrono>
 #include <ostream>

@@ -2,8 +2,8 @@
 // way as those from files.
 #include "options/Arguments.h"
 
-#include "common/Failure.h"
-#include "common/NearestName.h"
+#include "drawing/common/Failure.h"
+#include "drawing/common/NearestName.h"
 #include "options/OptionTable.h"
 
 #include <CLI/CLI.hpp>

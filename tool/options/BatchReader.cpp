@@ -1,7 +1,7 @@
 // Jobs are expanded and checked one after the other, then against each other.
 #include "options/BatchReader.h"
 
-#include "common/Failure.h"
+#include "drawing/common/Failure.h"
 #include "options/OptionReader.h"
 #include "options/Signature.h"
 #include "options/Values.h"

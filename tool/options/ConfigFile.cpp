@@ -1,7 +1,7 @@
 // TOML becomes JSON first, so that both have one reader.
 #include "options/ConfigFile.h"
 
-#include "common/Failure.h"
+#include "drawing/common/Failure.h"
 #include "options/Nesting.h"
 #include "options/OptionKeys.h"
 #include "options/Values.h"

@@ -1,9 +1,9 @@
 // Checks the frame of a job file; the options in it are read by their keys.
 #include "options/JobFile.h"
 
-#include "common/Failure.h"
-#include "common/NearestName.h"
-#include "common/Shortened.h"
+#include "drawing/common/Failure.h"
+#include "drawing/common/NearestName.h"
+#include "drawing/common/Shortened.h"
 #include "options/Nesting.h"
 #include "options/OptionKeys.h"
 

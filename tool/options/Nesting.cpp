@@ -2,7 +2,7 @@
 // TOML, and what else TOML has no JSON text may hold, so both are read alike.
 #include "options/Nesting.h"
 
-#include "common/Failure.h"
+#include "drawing/common/Failure.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -2,9 +2,9 @@
 // one reader for all of them.
 #include "options/OptionKeys.h"
 
-#include "common/Failure.h"
-#include "common/NearestName.h"
-#include "common/Shortened.h"
+#include "drawing/common/Failure.h"
+#include "drawing/common/NearestName.h"
+#include "drawing/common/Shortened.h"
 #include "options/StyleText.h"
 #include "options/Values.h"
 

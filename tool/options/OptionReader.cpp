@@ -1,8 +1,8 @@
 // One function for each group of options: values first, then what cannot go together.
 #include "options/OptionReader.h"
 
-#include "common/ByteSize.h"
-#include "common/Failure.h"
+#include "drawing/common/Failure.h"
+#include "import/ByteSize.h"
 #include "options/StyleText.h"
 #include "options/Values.h"
 

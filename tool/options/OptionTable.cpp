@@ -1,8 +1,8 @@
 // The rows of the table, in the order of the help.
 #include "options/OptionTable.h"
 
-#include "camera/PageSize.h"
-#include "camera/View.h"
+#include "drawing/camera/View.h"
+#include "drawing/paper/PageSize.h"
 
 #include <algorithm>
 

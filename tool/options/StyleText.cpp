@@ -1,7 +1,7 @@
 // Each item of a list is cut into family, key and value; the key says how the value is read.
 #include "options/StyleText.h"
 
-#include "common/Failure.h"
+#include "drawing/common/Failure.h"
 #include "options/Values.h"
 
 #include <cstddef>

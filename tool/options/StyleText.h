@@ -1,7 +1,7 @@
 // Line styles from text: crease.width=0.25mm,crease.color=#333,hidden.dash=1/0.5
 #pragma once
 
-#include "paper/Paper.h"
+#include "drawing/paper/Paper.h"
 
 #include <string>
 #include <string_view>

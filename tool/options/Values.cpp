@@ -1,10 +1,10 @@
 // Numbers go through from_chars and to_chars, which have no locale and take no blanks.
 #include "options/Values.h"
 
-#include "camera/PageSize.h"
-#include "common/Failure.h"
-#include "common/NearestName.h"
-#include "common/Shortened.h"
+#include "drawing/common/Failure.h"
+#include "drawing/common/NearestName.h"
+#include "drawing/common/Shortened.h"
+#include "drawing/paper/PageSize.h"
 
 #include <algorithm>
 #include <charconv>

@@ -2,7 +2,7 @@
 #include "batch/DoneWork.h"
 
 #include "ModelText.h"
-#include "common/Failure.h"
+#include "drawing/common/Failure.h"
 
 #include <gtest/gtest.h>
 

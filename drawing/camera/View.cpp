@@ -1,0 +1,104 @@
+// The axes of the named views, and their names.
+#include "drawing/camera/View.h"
+
+#include "drawing/common/Angles.h"
+#include "drawing/common/Failure.h"
+#include "drawing/common/NearestName.h"
+#include "drawing/common/Shortened.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace kxcontour {
+namespace {
+
+Wm4::Vector3<double> Normalised(const Wm4::Vector3<double>& v) {
+    // Scaled first, so that squares neither overflow nor vanish.
+    const double largest = std::max({std::abs(v[0]), std::abs(v[1]), std::abs(v[2])});
+    const Wm4::Vector3<double> scaled = v / largest;
+    return scaled / std::sqrt(scaled.Dot(scaled));
+}
+
+} // namespace
+
+ViewAxes AxesOf(double azimuth, double elevation) {
+    const Turn around = TurnBy(azimuth);
+    const Turn above = TurnBy(elevation);
+    // Adding zero makes a plain zero of a negative one.
+    const Wm4::Vector3<double> zero(0, 0, 0);
+    return {zero + Wm4::Vector3<double>(around.cosine, 0, -around.sine),
+            zero + Wm4::Vector3<double>(-around.sine * above.sine, above.cosine,
+                                        -around.cosine * above.sine),
+            zero + Wm4::Vector3<double>(around.sine * above.cosine, above.sine,
+                                        around.cosine * above.cosine)};
+}
+
+ViewAxes AxesLooking(const Wm4::Vector3<double>& back, const Wm4::Vector3<double>& viewUp) {
+    if (back == Wm4::Vector3<double>(0, 0, 0)) {
+        throw Failure(ExitCode::Usage, "the camera is at its own focal point");
+    }
+    const Wm4::Vector3<double> toEye = Normalised(back);
+    const Wm4::Vector3<double> right = Normalised(viewUp).Cross(toEye);
+    constexpr double kParallel = 1e-9;
+    // Written so that NaN is refused too.
+    if (!(right.Dot(right) > kParallel * kParallel)) {
+        throw Failure(ExitCode::Usage,
+                      "the camera looks along its own up direction; give another --camera-view-up");
+    }
+    const Wm4::Vector3<double> unitRight = Normalised(right);
+    return {unitRight, toEye.Cross(unitRight), toEye};
+}
+
+ViewAxes Rolled(const ViewAxes& axes, double degrees) {
+    const Turn turn = TurnBy(degrees);
+    return {turn.cosine * axes.right - turn.sine * axes.up,
+            turn.sine * axes.right + turn.cosine * axes.up, axes.back};
+}
+
+ViewAxes AxesOf(View view) {
+    using V = Wm4::Vector3<double>;
+    switch (view) {
+    case View::Front:
+        return {V(1, 0, 0), V(0, 1, 0), V(0, 0, 1)};
+    case View::Back:
+        return {V(-1, 0, 0), V(0, 1, 0), V(0, 0, -1)};
+    case View::Left:
+        return {V(0, 0, 1), V(0, 1, 0), V(-1, 0, 0)};
+    case View::Right:
+        return {V(0, 0, -1), V(0, 1, 0), V(1, 0, 0)};
+    case View::Top:
+        return {V(1, 0, 0), V(0, 0, -1), V(0, 1, 0)};
+    case View::Bottom:
+        return {V(1, 0, 0), V(0, 0, 1), V(0, -1, 0)};
+    case View::Iso:
+        break;
+    }
+    // Square roots and quotients are correctly rounded, so these are the same numbers everywhere.
+    const double half = 1.0 / std::sqrt(2.0);
+    const double third = 1.0 / std::sqrt(3.0);
+    const double sixth = 1.0 / std::sqrt(6.0);
+    return {V(half, 0, -half), V(-sixth, 2.0 * sixth, -sixth), V(third, third, third)};
+}
+
+View ParseView(std::string_view text) {
+    const std::vector<std::string>& names = ViewNames();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (names[i] == text) {
+            return static_cast<View>(i);
+        }
+    }
+    const std::string nearest = NearestName(text, names);
+    throw Failure(ExitCode::Usage, "unknown view '" + Shortened(text) + "'; " +
+                                       (nearest.empty() ? "" : "did you mean '" + nearest + "'? ") +
+                                       "choose front, back, left, right, top, bottom or iso");
+}
+
+const std::vector<std::string>& ViewNames() {
+    // In the order of the enumeration.
+    static const std::vector<std::string> names{"front", "back",   "left", "right",
+                                                "top",   "bottom", "iso"};
+    return names;
+}
+
+} // namespace kxcontour

@@ -1,0 +1,14 @@
+// What writers ask of a path.
+#pragma once
+
+#include "drawing/paper/Paper.h"
+
+namespace kxcontour {
+
+/// Whether a path of more than two points ends at the very point that it starts with.
+bool IsClosed(const Path& path);
+
+/// The point of an arc at a parameter in degrees (arc.start is the first).
+Point PointAt(const Arc& arc, double parameter);
+
+} // namespace kxcontour

@@ -1,0 +1,174 @@
+// A cell is cut when it has become crowded, and again each time that its lines have quadrupled, so
+// that what is put anew into leaves is a third of all at most.
+#include "drawing/paper/CellGrid.h"
+
+#include "drawing/paper/Plane.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace kxcontour {
+namespace {
+
+using namespace plane;
+
+/// A cell with so many lines is cut so that a leaf has some one line, and again when it has some
+/// four.
+constexpr std::uint32_t kCrowd = 16;
+constexpr std::uint32_t kGrowthToCut = 4;
+constexpr double kMostParts = 1024.0;
+
+/// Lines for which a leaf makes room at first.
+constexpr std::uint32_t kFirstRoom = 4;
+
+/// A cell is never smaller than so many reaches, so that few lines are in a cell only because they
+/// come near it.
+constexpr double kLeastReaches = 4.0;
+
+/// Lines are in some four cells and their neighbours on average, and not in many more.
+constexpr double kCellsPerLine = 4.0;
+
+/// Keeps the array of cells no larger than a few numbers per line.
+constexpr double kMostCellsPerLine = 4.0;
+
+struct Extent {
+    Point low{std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
+    Point high{-std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+    double lengths = 0.0;
+
+    void add(Point p) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+    }
+};
+
+Extent ExtentOf(const std::vector<PaperLine>& lines) {
+    Extent extent;
+    for (const PaperLine& line : lines) {
+        extent.add(line.a);
+        extent.add(line.b);
+        extent.lengths += Distance(line.a, line.b);
+    }
+    return extent;
+}
+
+int CellsAlong(double length, double size) {
+    return static_cast<int>(length / size) + 1;
+}
+
+CellRaster RasterOver(const std::vector<PaperLine>& lines, double reach) {
+    if (lines.empty()) {
+        return {};
+    }
+    const Extent extent = ExtentOf(lines);
+    const auto count = static_cast<double>(lines.size());
+    const double width = extent.high.x - extent.low.x;
+    const double height = extent.high.y - extent.low.y;
+    // The last term keeps a figure that is a mere line from being cut into too many cells.
+    const double size =
+        std::max({std::sqrt(width * height / count), extent.lengths / count / kCellsPerLine,
+                  kLeastReaches * reach, (width + height) / (kMostCellsPerLine * count)});
+    CellRaster raster;
+    raster.origin = extent.low;
+    raster.size = size > 0.0 ? size : 1.0;
+    raster.columns = CellsAlong(width, raster.size);
+    raster.rows = CellsAlong(height, raster.size);
+    return raster;
+}
+
+} // namespace
+
+CellGrid::CellGrid(const std::vector<PaperLine>& expected, double reach)
+    : reach_(reach), raster_(RasterOver(expected, reach)), cells_(raster_.cellCount()) {
+    lines_.reserve(expected.size());
+    lastVisit_.reserve(expected.size());
+}
+
+std::uint32_t CellGrid::insert(const PaperLine& line) {
+    const auto number = static_cast<std::uint32_t>(lines_.size());
+    lines_.push_back(line);
+    lastVisit_.push_back(visits_);
+    VisitCells(raster_, line, reach_, [&](std::size_t cell) {
+        insertInto(cell, number);
+        return true;
+    });
+    return number;
+}
+
+CellRaster CellGrid::partsOf(std::size_t cell) const {
+    const auto columns = static_cast<std::size_t>(raster_.columns);
+    const std::size_t row = cell / columns;
+    const std::size_t column = cell % columns;
+    const Point corner{static_cast<double>(column) * raster_.size,
+                       static_cast<double>(row) * raster_.size};
+    const auto parts = static_cast<int>(cells_[cell].parts);
+    return {raster_.origin + corner, raster_.size / parts, parts, parts};
+}
+
+void CellGrid::insertInto(std::size_t cell, std::uint32_t number) {
+    Cell& at = cells_[cell];
+    if (at.firstLeaf == kNone) {
+        at.cutAt = kCrowd;
+        addLeaves(at);
+    }
+    insertIntoLeaves(cell, number);
+    if (++at.size == at.cutAt) {
+        cut(cell);
+    }
+}
+
+void CellGrid::addLeaves(Cell& cell) {
+    cell.firstLeaf = static_cast<std::uint32_t>(leaves_.size());
+    leaves_.resize(leaves_.size() + std::size_t{cell.parts} * cell.parts);
+}
+
+void CellGrid::insertIntoLeaves(std::size_t cell, std::uint32_t number) {
+    visitLeavesOf(cell, lines_[number], reach_, [&](std::uint32_t at) {
+        Leaf& leaf = leaves_[at];
+        if (leaf.size == leaf.room) {
+            makeRoom(leaf);
+        }
+        entries_[leaf.first + leaf.size++] = number;
+        return true;
+    });
+}
+
+void CellGrid::makeRoom(Leaf& leaf) {
+    const std::size_t first = entries_.size();
+    leaf.room = leaf.room == 0 ? kFirstRoom : 2 * leaf.room;
+    entries_.resize(entries_.size() + leaf.room);
+    std::copy_n(entries_.data() + leaf.first, leaf.size, entries_.data() + first);
+    leaf.first = first;
+}
+
+void CellGrid::cut(std::size_t cell) {
+    Cell& at = cells_[cell];
+    at.cutAt *= kGrowthToCut;
+    const double most = std::min(raster_.size / (kLeastReaches * reach_), kMostParts);
+    const double wanted = std::sqrt(static_cast<double>(at.size));
+    const auto parts = static_cast<std::uint32_t>(std::max(std::min(wanted, most), 1.0));
+    if (parts <= at.parts) {
+        return;
+    }
+    const std::vector<std::uint32_t> numbers = linesOf(at);
+    at.parts = parts;
+    addLeaves(at);
+    for (const std::uint32_t number : numbers) {
+        insertIntoLeaves(cell, number);
+    }
+}
+
+/// In increasing order.
+std::vector<std::uint32_t> CellGrid::linesOf(const Cell& cell) const {
+    std::vector<std::uint32_t> numbers;
+    for (std::uint32_t part = 0; part < cell.parts * cell.parts; ++part) {
+        const Leaf& leaf = leaves_[cell.firstLeaf + part];
+        const std::uint32_t* const first = entries_.data() + leaf.first;
+        numbers.insert(numbers.end(), first, first + leaf.size);
+    }
+    std::sort(numbers.begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    return numbers;
+}
+
+} // namespace kxcontour

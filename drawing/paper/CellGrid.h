@@ -1,0 +1,207 @@
+// A grid over the sheet that knows which lines come near each of its cells.
+#pragma once
+
+#include "drawing/paper/Paper.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace kxcontour {
+
+/// A rectangle cut into equal square cells, numbered row by row.
+struct CellRaster {
+    Point origin;
+    double size = 1.0; ///< Of a cell, millimetres.
+    int columns = 1;
+    int rows = 1;
+
+    std::size_t cellCount() const {
+        return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
+    }
+};
+
+/// The rows or columns that a range touches; none when first > last.
+struct CellRange {
+    int first = 0;
+    int last = -1;
+};
+
+/// Of count cells of that size from 0 on, those that the range from low to high touches.
+inline CellRange CellsBetween(double low, double high, double size, int count) {
+    const double first = std::floor(low / size);
+    const double last = std::floor(high / size);
+    if (!(last >= 0.0) || !(first < count)) {
+        return {};
+    }
+    return {first > 0.0 ? static_cast<int>(first) : 0,
+            last < count - 1 ? static_cast<int>(last) : count - 1};
+}
+
+/// Calls visit(cell number) once for every cell of the raster that comes within reach of the line
+/// (measured along the axes), and possibly for cells that come a little less near. Ends when visit
+/// returns false, and then returns false as well.
+template <class tVisit>
+bool VisitCells(const CellRaster& raster, const PaperLine& line, double reach, tVisit visit) {
+    Point low{line.a.x - raster.origin.x, line.a.y - raster.origin.y};
+    Point high{line.b.x - raster.origin.x, line.b.y - raster.origin.y};
+    if (high.y < low.y) {
+        std::swap(low, high);
+    }
+    const double rise = high.y - low.y;
+    const CellRange rows = CellsBetween(low.y - reach, high.y + reach, raster.size, raster.rows);
+    for (int row = rows.first; row <= rows.last; ++row) {
+        // The piece of the line that is within reach of this row. Where it ends inside the line,
+        // the line rises, so the quotient is between 0 and 1.
+        const double bottom = row * raster.size - reach;
+        const double top = (row + 1) * raster.size + reach;
+        const double enters =
+            bottom > low.y ? low.x + (high.x - low.x) * ((bottom - low.y) / rise) : low.x;
+        const double leaves =
+            top < high.y ? low.x + (high.x - low.x) * ((top - low.y) / rise) : high.x;
+        const CellRange columns =
+            CellsBetween(std::min(enters, leaves) - reach, std::max(enters, leaves) + reach,
+                         raster.size, raster.columns);
+        for (int column = columns.first; column <= columns.last; ++column) {
+            if (!visit(static_cast<std::size_t>(row) * static_cast<std::size_t>(raster.columns) +
+                       static_cast<std::size_t>(column))) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+/// Which lines are near a place, of lines that come one after the other. Two levels: the sheet is
+/// cut into about as many cells as lines are expected, and every cell in which many lines meet is
+/// cut again as they come, so that a dense figure on a large sheet costs no more than one that
+/// fills it, and lines that are never inserted cost nothing.
+class CellGrid {
+public:
+    /// Made for lines like the expected ones, none of which is in it yet. Lines have to be finite.
+    CellGrid(const std::vector<PaperLine>& expected, double reach);
+
+    /// Returns the line's number; they count from 0 on. The line lies within the rectangle around
+    /// those expected.
+    std::uint32_t insert(const PaperLine& line);
+
+    const PaperLine& line(std::uint32_t number) const { return lines_[number]; }
+
+    /// Calls visit(number) once for every line that shares a cell with this one: in particular for
+    /// all lines that come within reach of it. Cells in which many lines meet are put off until as
+    /// many cells have been passed, or to the end, the fuller the later. Ends when visit returns
+    /// false, and then returns false as well.
+    template <class tVisit> bool visit(const PaperLine& line, tVisit visit);
+
+    /// How many cells, and lines in them, all visits so far looked at.
+    std::size_t looks() const { return looks_; }
+
+private:
+    static constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
+
+    /// Its lines follow each other in entries_. When there is no more room, they move to its end.
+    struct Leaf {
+        std::size_t first = 0;
+        std::uint32_t size = 0;
+        std::uint32_t room = 0;
+    };
+
+    /// Is one leaf, or is cut into parts * parts of them.
+    struct Cell {
+        std::uint32_t firstLeaf = kNone; ///< None as long as the cell is empty.
+        std::uint32_t size = 0;          ///< Lines in it.
+        std::uint32_t cutAt = 0;         ///< The size at which it is cut anew.
+        std::uint32_t parts = 1;
+    };
+
+    struct FullLeaf {
+        std::uint32_t size = 0;
+        std::uint32_t leaf = 0;
+
+        bool operator<(const FullLeaf& other) const {
+            return size != other.size ? size < other.size : leaf < other.leaf;
+        }
+    };
+
+    /// Calls visit(leaf) for those of all cells in use, or until it returns false.
+    template <class tVisit>
+    bool visitLeaves(const PaperLine& line, double reach, tVisit visit) const {
+        return VisitCells(raster_, line, reach, [&](std::size_t cell) {
+            return cells_[cell].firstLeaf == kNone || visitLeavesOf(cell, line, reach, visit);
+        });
+    }
+
+    template <class tVisit>
+    bool visitLeavesOf(std::size_t cell, const PaperLine& line, double reach, tVisit visit) const {
+        const std::uint32_t first = cells_[cell].firstLeaf;
+        if (cells_[cell].parts == 1) {
+            return visit(first);
+        }
+        return VisitCells(partsOf(cell), line, reach, [&](std::size_t part) {
+            return visit(first + static_cast<std::uint32_t>(part));
+        });
+    }
+
+    template <class tVisit> bool visitLines(std::uint32_t leaf, tVisit visit);
+
+    CellRaster partsOf(std::size_t cell) const;
+    void insertInto(std::size_t cell, std::uint32_t number);
+    void insertIntoLeaves(std::size_t cell, std::uint32_t number);
+    void addLeaves(Cell& cell);
+    void makeRoom(Leaf& leaf);
+    void cut(std::size_t cell);
+    std::vector<std::uint32_t> linesOf(const Cell& cell) const;
+
+    /// A leaf with more lines than this is put off.
+    static constexpr std::uint32_t kFull = 16;
+
+    double reach_;
+    CellRaster raster_;
+    std::vector<Cell> cells_;
+    // Places that are used no more are left behind: they are no more than those in use.
+    std::vector<Leaf> leaves_;
+    std::vector<std::uint32_t> entries_;
+    std::vector<PaperLine> lines_;
+    // Of visits:
+    std::vector<std::uint32_t> lastVisit_; ///< By line: the number of the last one it came in.
+    std::uint32_t visits_ = 0;
+    std::vector<FullLeaf> fullLeaves_;
+    std::size_t looks_ = 0;
+};
+
+template <class tVisit> bool CellGrid::visit(const PaperLine& line, tVisit visit) {
+    ++visits_;
+    fullLeaves_.clear();
+    std::size_t cells = 0;
+    std::size_t taken = 0; // Of full leaves.
+    const bool goesOn = visitLeaves(line, 0.0, [&](std::uint32_t leaf) {
+        ++looks_;
+        ++cells;
+        const std::uint32_t size = leaves_[leaf].size;
+        if (size <= kFull) {
+            return visitLines(leaf, visit);
+        }
+        fullLeaves_.push_back({size, leaf});
+        return cells < fullLeaves_[taken].size || visitLines(fullLeaves_[taken++].leaf, visit);
+    });
+    const auto rest = fullLeaves_.begin() + static_cast<std::ptrdiff_t>(taken);
+    std::sort(rest, fullLeaves_.end());
+    return goesOn && std::all_of(rest, fullLeaves_.end(), [&](const FullLeaf& full) {
+               return visitLines(full.leaf, visit);
+           });
+}
+
+template <class tVisit> bool CellGrid::visitLines(std::uint32_t leaf, tVisit visit) {
+    const std::uint32_t* const first = entries_.data() + leaves_[leaf].first;
+    looks_ += leaves_[leaf].size;
+    return std::all_of(first, first + leaves_[leaf].size, [&](std::uint32_t number) {
+        const bool isNew = lastVisit_[number] != visits_;
+        lastVisit_[number] = visits_;
+        return !isNew || visit(number);
+    });
+}
+
+} // namespace kxcontour

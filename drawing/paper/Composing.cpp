@@ -1,0 +1,205 @@
+// Sorts lines into layers and styles, and makes paths of each.
+#include "drawing/paper/Composing.h"
+
+#include "drawing/paper/ArcFitting.h"
+#include "drawing/paper/Joining.h"
+#include "drawing/paper/Overlaps.h"
+#include "drawing/paper/Weights.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+namespace kxcontour {
+namespace {
+
+constexpr const char* kSharedName = "intersections";
+constexpr const char* kNoName = "unnamed";
+
+/// From the bottom of the pile of layers and groups to its top; the layers of types in this order.
+constexpr int kHiddenRank = 0;
+
+int RankOf(const LineGroup& group) {
+    if (group.hidden) {
+        return kHiddenRank;
+    }
+    switch (group.family) {
+    case Family::Crease:
+        return kHiddenRank + 1;
+    case Family::Intersection:
+        return kHiddenRank + 3;
+    case Family::Silhouette:
+        break;
+    }
+    return kHiddenRank + 2;
+}
+
+/// Names one after the other, each made different from all before it.
+class UniqueNames {
+public:
+    std::string take(const std::string& wanted) {
+        std::string name = wanted;
+        for (int& number = lastNumbers_[wanted]; !taken_.insert(name).second;) {
+            number = std::max(number, 1) + 1;
+            name = wanted + " (" + std::to_string(number) + ")";
+        }
+        return name;
+    }
+
+private:
+    std::set<std::string> taken_;
+    std::map<std::string, int> lastNumbers_; ///< By wanted name: the last number given to it.
+};
+
+/// Objects have their names whether or not they are seen, so that a layer is called the same in
+/// every view of a scene.
+std::vector<std::string> ObjectLayerNames(const std::vector<std::string>& objects) {
+    UniqueNames names;
+    std::vector<std::string> result;
+    result.reserve(objects.size() + 1);
+    for (const std::string& object : objects) {
+        result.push_back(names.take(object.empty() ? kNoName : object));
+    }
+    result.push_back(names.take(kSharedName));
+    return result;
+}
+
+std::vector<std::string> LayerNames(const PaperLines& lines, Layering layering) {
+    switch (layering) {
+    case Layering::Type:
+        return {"hidden", "crease", "silhouette", "intersection"};
+    case Layering::Object:
+        return ObjectLayerNames(lines.objects);
+    case Layering::None:
+        break;
+    }
+    return {""};
+}
+
+std::size_t LayerOf(const LineGroup& group, const PaperLines& lines, Layering layering) {
+    switch (layering) {
+    case Layering::Type:
+        return static_cast<std::size_t>(RankOf(group));
+    case Layering::Object:
+        return std::min(group.object, lines.objects.size());
+    case Layering::None:
+        break;
+    }
+    return 0;
+}
+
+/// Lines of one layer that are drawn alike and become paths together.
+struct Bundle {
+    PathGroup group;
+    std::vector<PaperLine> lines;
+};
+
+Bundle& BundleFor(const LineGroup& group, const StyleSheet& styles, std::vector<Bundle>& bundles) {
+    const StrokeStyle& style = styles.of(group.family, group.hidden);
+    const auto found = std::find_if(bundles.begin(), bundles.end(), [&](const Bundle& bundle) {
+        return bundle.group.hidden == group.hidden && bundle.group.style == style;
+    });
+    if (found != bundles.end()) {
+        return *found;
+    }
+    bundles.push_back({{group.family, group.hidden, style, {}}, {}});
+    return bundles.back();
+}
+
+/// By layer; in each, hidden ones first, then in the order of RankOf().
+std::vector<std::vector<Bundle>>
+BundlesOf(const PaperLines& lines, const ComposingRules& rules, std::size_t layerCount) {
+    std::vector<const LineGroup*> groups;
+    groups.reserve(lines.groups.size());
+    for (const LineGroup& group : lines.groups) {
+        groups.push_back(&group);
+    }
+    std::stable_sort(groups.begin(), groups.end(), [](const LineGroup* a, const LineGroup* b) {
+        return RankOf(*a) < RankOf(*b);
+    });
+    std::vector<std::vector<Bundle>> layers(layerCount);
+    for (const LineGroup* group : groups) {
+        if (!group->lines.empty()) {
+            std::vector<Bundle>& layer = layers[LayerOf(*group, lines, rules.layering)];
+            Bundle& bundle = BundleFor(*group, rules.styles, layer);
+            bundle.lines.insert(bundle.lines.end(), group->lines.begin(), group->lines.end());
+        }
+    }
+    return layers;
+}
+
+/// A path no larger than this many joints is a dot.
+constexpr double kDotJoints = 4.0;
+
+/// What an edge shows beside the face it starts on is shorter than this, millimetres; a longer end
+/// is one of the model's lines, however long the paths are that are wanted.
+constexpr double kLongestSpur = 0.02;
+
+/// Contracting one moves others by so much.
+constexpr double kLongestBridge = 0.01;
+
+bool IsCrumb(const Path& path, const ComposingRules& rules) {
+    return LengthOf(path) < rules.minLength || ExtentOf(path) <= kDotJoints * rules.joint;
+}
+
+/// Where nothing was drawn twice there are no gaps.
+JoiningRules JoiningRulesFor(const ComposingRules& rules, bool hasGaps) {
+    return {rules.joint, std::min(rules.minLength, kLongestSpur),
+            std::min(rules.minLength, kLongestBridge), hasGaps ? rules.coincidence : 0.0};
+}
+
+PathGroup GroupOf(const Bundle& bundle,
+                  const ComposingRules& rules,
+                  const JoiningRules& joining,
+                  ComposingReport& report) {
+    PathGroup group = bundle.group;
+    group.paths = JoinLines(bundle.lines, joining);
+    const std::size_t before = group.paths.size();
+    std::erase_if(group.paths, [&](const Path& path) { return IsCrumb(path, rules); });
+    report.crumbs += before - group.paths.size();
+    report.paths += group.paths.size();
+    if (rules.arcTolerance) {
+        for (Path& path : group.paths) {
+            RecogniseArcs(path, *rules.arcTolerance);
+        }
+    }
+    return group;
+}
+
+std::size_t CountLines(const PaperLines& lines) {
+    std::size_t count = 0;
+    for (const LineGroup& group : lines.groups) {
+        count += group.lines.size();
+    }
+    return count;
+}
+
+} // namespace
+
+PaperDrawing Compose(PaperLines lines, const ComposingRules& rules, ComposingReport& report) {
+    report = {};
+    report.lines = CountLines(lines);
+    const bool hasGaps = RemoveOverlaps(lines, rules.coincidence);
+    report.shownOnce = CountLines(lines);
+    EvenOutWeights(lines, rules.styles);
+    const std::vector<std::string> names = LayerNames(lines, rules.layering);
+    const std::vector<std::vector<Bundle>> bundles = BundlesOf(lines, rules, names.size());
+    const JoiningRules joining = JoiningRulesFor(rules, hasGaps);
+    PaperDrawing drawing;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        PaperLayer layer;
+        layer.name = names[i];
+        for (const Bundle& bundle : bundles[i]) {
+            PathGroup group = GroupOf(bundle, rules, joining, report);
+            if (!group.paths.empty()) {
+                layer.groups.push_back(std::move(group));
+            }
+        }
+        if (!layer.groups.empty()) {
+            drawing.layers.push_back(std::move(layer));
+        }
+    }
+    return drawing;
+}
+
+} // namespace kxcontour

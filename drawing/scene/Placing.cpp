@@ -1,0 +1,90 @@
+// Boxes of shapes and of the whole scene.
+#include "drawing/scene/Placing.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kxcontour {
+namespace {
+
+/// A model this many times its size away from the origin has lost three of its 24 bits.
+constexpr double kFarAway = 8.0;
+
+Wm4::Vector3<double> Corner(const Box& box, unsigned int bits) {
+    return {(bits & 1U) != 0 ? box.max[0] : box.min[0], (bits & 2U) != 0 ? box.max[1] : box.min[1],
+            (bits & 4U) != 0 ? box.max[2] : box.min[2]};
+}
+
+Wm4::Vector3<double> Apply(const Wm4::Matrix4<double>& m, const Wm4::Vector3<double>& p) {
+    const auto along = [&](int axis) {
+        return p[0] * m[0][axis] + p[1] * m[1][axis] + p[2] * m[2][axis] + m[3][axis];
+    };
+    return {along(0), along(1), along(2)};
+}
+
+bool IsFinite(const Wm4::Vector3<double>& p) {
+    return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
+}
+
+Wm4::Vector3<double> ToDoubles(const Wm4::Vector3<float>& p) {
+    return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
+}
+
+/// A box around everything: that of the turned boxes of the shapes.
+template <class BoxOfShape> Box PlacedBox(const Model& model, const BoxOfShape& boxOf) {
+    std::vector<Box> shapeBoxes;
+    shapeBoxes.reserve(model.shapes.size());
+    for (const Shape& shape : model.shapes) {
+        shapeBoxes.push_back(boxOf(shape));
+    }
+    Box world;
+    for (const Placement& placement : model.placements) {
+        const Box& box = shapeBoxes[placement.shape];
+        for (unsigned int bits = 0; bits < 8 && !box.isEmpty(); ++bits) {
+            const Wm4::Vector3<double> corner = Apply(placement.world, Corner(box, bits));
+            if (IsFinite(corner)) {
+                world.add(corner);
+            }
+        }
+    }
+    return world;
+}
+
+double Largest(const Wm4::Vector3<double>& v) {
+    return std::max({std::abs(v[0]), std::abs(v[1]), std::abs(v[2])});
+}
+
+} // namespace
+
+Box BoxOf(const Shape& shape) {
+    Box box;
+    const unsigned int* indices = shape.triangles->GetData();
+    for (int i = 0; i < shape.triangles->GetIndexQuantity(); ++i) {
+        box.add(ToDoubles(shape.vertices->Position3(static_cast<int>(indices[i]))));
+    }
+    return box;
+}
+
+Box VertexBox(const Model& model) {
+    return PlacedBox(model, [](const Shape& shape) {
+        Box box;
+        for (int i = 0; i < shape.vertices->GetVertexQuantity(); ++i) {
+            const Wm4::Vector3<double> p = ToDoubles(shape.vertices->Position3(i));
+            if (IsFinite(p)) {
+                box.add(p);
+            }
+        }
+        return box;
+    });
+}
+
+bool LiesFarAway(const Box& box) {
+    return !box.isEmpty() && Largest(box.center()) > kFarAway * Largest(box.size());
+}
+
+Wm4::Vector3<double> ChooseOrigin(const Model& model) {
+    const Box world = PlacedBox(model, BoxOf);
+    return LiesFarAway(world) ? world.center() : Wm4::Vector3<double>(0.0, 0.0, 0.0);
+}
+
+} // namespace kxcontour

@@ -1,0 +1,202 @@
+// Brings models to one unit and builds their meshes.
+#include "drawing/scene/Scene.h"
+
+#include <ctr/BakedTriangles.h>
+
+#include "drawing/common/Failure.h"
+#include "drawing/common/LengthUnit.h"
+#include "drawing/common/NearestName.h"
+#include "drawing/scene/CoordinateSteps.h"
+#include "drawing/scene/FlatNormals.h"
+#include "drawing/scene/Placing.h"
+#include "drawing/scene/SurfaceRepair.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <utility>
+
+namespace kxcontour {
+namespace {
+
+BuiltMeshes Build(const Model& model,
+                  const MeshRules& rules,
+                  SurfacesOfShapes surfaces,
+                  const std::string& name) {
+    BuiltMeshes built = BuildMeshes(model, rules, std::move(surfaces));
+    if (built.meshes.empty()) {
+        throw Failure(ExitCode::NothingToDraw,
+                      name + ": nothing to draw: every triangle is degenerate, not finite or has "
+                             "an index out of range");
+    }
+    return built;
+}
+
+std::size_t TriangleCountOf(const Model& model) {
+    std::size_t count = 0;
+    for (const Shape& shape : model.shapes) {
+        count += static_cast<std::size_t>(shape.triangles->GetIndexQuantity()) / 3;
+    }
+    return count;
+}
+
+/// Of all vertices: it has to be known of models without an area, too.
+Wm4::Vector3<double> SizeOf(const Model& model) {
+    const Box box = VertexBox(model);
+    return box.isEmpty() ? Wm4::Vector3<double>(0.0, 0.0, 0.0) : box.size();
+}
+
+/// How large a part of a model collapsed: a tenth of its triangles or more has no area left.
+bool HasCollapsed(const DroppedTriangles& dropped, std::size_t triangles) {
+    return dropped.degenerate > 0 && 10 * dropped.degenerate >= triangles;
+}
+
+/// The step of coordinates that shows in drawings of the model; 0 where none does. Whether digits
+/// were lost cannot be seen where much of the model has collapsed, so that is enough of a sign.
+double CoarseStep(const Model& model, bool collapsed) {
+    const double step = collapsed ? model.floatStep : model.coordinateStep;
+    return step > 0.0 && IsCoarse(step, SizeOf(model)) ? step : 0.0;
+}
+
+/// Where something is left of a model.
+std::string
+DescribeLoss(const std::string& step, const DroppedTriangles& dropped, std::size_t triangles) {
+    std::string text = "coordinates are multiples of " + step +
+                       ", too coarse for the size of the model: lines are displaced";
+    if (HasCollapsed(dropped, triangles)) {
+        text += ", and " + std::to_string(dropped.degenerate) + " of " + std::to_string(triangles) +
+                " triangles have no area left: lines are missing";
+    }
+    return text;
+}
+
+} // namespace
+
+SceneBuilder::SceneBuilder(const SurfaceRules& rules) : weld_(rules.weld) {
+    rules_.creaseAngle = rules.creaseAngle;
+}
+
+void SceneBuilder::addDrawn(Model model, const std::string& name) {
+    prepare(model, name);
+    rules_.drawn = true;
+    BuiltMeshes built = build(model, name);
+    for (const std::size_t object : built.objects) {
+        scene_.objectOf.push_back(scene_.objects.size() + object);
+    }
+    std::move(model.objects.begin(), model.objects.end(), std::back_inserter(scene_.objects));
+    take(scene_.meshes, built);
+}
+
+void SceneBuilder::addOccluder(Model model, const std::string& name) {
+    prepare(model, name);
+    rules_.drawn = false;
+    BuiltMeshes built = build(model, name);
+    take(scene_.occluders, built);
+}
+
+Scene SceneBuilder::finish() {
+    return std::move(scene_);
+}
+
+void SceneBuilder::prepare(Model& model, const std::string& name) {
+    count(model, name);
+    clean(model, name);
+    if (!model.unitStated) {
+        scene_.withoutUnit.push_back(name);
+    }
+    if (!model.refusedFile.empty()) {
+        scene_.refusedFiles.push_back(name + ": " + model.refusedFile);
+    }
+    scene_.sideFiles.insert(scene_.sideFiles.end(), model.sideFiles.begin(), model.sideFiles.end());
+    if (!started_) {
+        start(model, name);
+    }
+    rules_.scale = model.millimetresPerUnit / scene_.millimetresPerUnit;
+}
+
+/// Placements share buffers, but each is baked for itself: a small file can ask for more than can
+/// be numbered.
+void SceneBuilder::count(const Model& model, const std::string& name) {
+    for (const Placement& placement : model.placements) {
+        const Shape& shape = model.shapes[placement.shape];
+        vertices_ += static_cast<std::uint64_t>(shape.vertices->GetVertexQuantity());
+        triangles_ += static_cast<std::uint64_t>(shape.triangles->GetIndexQuantity()) / 3;
+    }
+    if (vertices_ > ctr::BakedTriangles::kMaxVertices ||
+        triangles_ > ctr::BakedTriangles::kMaxTriangles) {
+        throw Failure(ExitCode::Unreadable,
+                      name + ": too large to draw: " + std::to_string(triangles_) +
+                          " triangles with " + std::to_string(vertices_) +
+                          " vertices, counted as often as they are placed");
+    }
+}
+
+/// Drops what cannot be drawn, and notes what there is to say about it.
+void SceneBuilder::clean(Model& model, const std::string& name) {
+    const std::size_t triangles = TriangleCountOf(model);
+    const DroppedTriangles dropped = CleanShapes(model);
+    const double step = CoarseStep(model, HasCollapsed(dropped, triangles));
+    const std::string length = DescribeLength(step, model.millimetresPerUnit);
+    if (step > 0.0 && dropped.total() == triangles) {
+        throw Failure(ExitCode::NothingToDraw,
+                      name + ": nothing to draw: coordinates are multiples of " + length +
+                          ", and none of " + std::to_string(triangles) +
+                          " triangles has an area left");
+    }
+    if (step > 0.0) {
+        scene_.coarse.push_back(name + ": " + DescribeLoss(length, dropped, triangles));
+    }
+    Add(scene_.dropped, dropped);
+    DropFlatNormals(model);
+}
+
+void SceneBuilder::start(const Model& model, const std::string& name) {
+    started_ = true;
+    scene_.name = name;
+    scene_.millimetresPerUnit = model.millimetresPerUnit;
+    scene_.unitStated = model.unitStated;
+    scene_.fileToWorld = model.fileToWorld;
+    scene_.origin = ChooseOrigin(model);
+    rules_.origin = scene_.origin;
+}
+
+BuiltMeshes SceneBuilder::build(Model& model, const std::string& name) {
+    RepairedSurfaces repaired = RepairSurfaces(model, weld_);
+    for (const Placement& placement : model.placements) {
+        Add(scene_.surface, repaired.reports[placement.shape]);
+    }
+    return Build(model, rules_, std::move(repaired.surfaces), name);
+}
+
+void SceneBuilder::take(MeshList& meshes, BuiltMeshes& built) {
+    Add(scene_.dropped, built.dropped);
+    for (kx::kxPointer<kx::kxTriMesh>& mesh : built.meshes) {
+        scene_.triangles +=
+            static_cast<std::size_t>(mesh->GetIndexBuffer()->GetIndexQuantity()) / 3;
+        meshes.push_back(std::move(mesh));
+    }
+}
+
+Scene MakeScene(Model model, const SurfaceRules& rules) {
+    SceneBuilder builder(rules);
+    builder.addDrawn(std::move(model), "model");
+    return builder.finish();
+}
+
+MeshList MeshesOf(const Scene& scene, const std::string& object) {
+    MeshList meshes;
+    for (std::size_t i = 0; i < scene.meshes.size(); ++i) {
+        if (scene.objects[scene.objectOf[i]] == object) {
+            meshes.push_back(scene.meshes[i]);
+        }
+    }
+    if (meshes.empty()) {
+        const std::string nearest = NearestName(object, scene.objects);
+        throw Failure(ExitCode::Usage, "there is no object '" + object + "' to fit" +
+                                           (nearest.empty() ? "; --info lists the objects"
+                                                            : "; did you mean '" + nearest + "'?"));
+    }
+    return meshes;
+}
+
+} // namespace kxcontour

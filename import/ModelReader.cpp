@@ -1,0 +1,204 @@
+// Reads a file or bytes in memory: simple formats itself, all others by the importer.
+#include "import/ModelReader.h"
+
+#include "drawing/common/Failure.h"
+#include "import/Completeness.h"
+#include "import/FileModel.h"
+#include "import/ImporterFiles.h"
+#include "import/ObjReader.h"
+#include "import/PlyReader.h"
+#include "import/SceneModel.h"
+#include "import/StlReader.h"
+
+#include <assimp/Importer.hpp>
+#include <assimp/MemoryIOWrapper.h>
+#include <assimp/config.h>
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <optional>
+#include <system_error>
+#include <unistd.h>
+
+namespace kxcontour {
+namespace {
+
+constexpr std::size_t kBlock = std::size_t{1} << 16U;
+
+bool IsStandardInput(const ModelRequest& request) {
+    return request.path == "-";
+}
+
+void Configure(Assimp::Importer& importer) {
+    // A skeleton without a mesh would be shown as a mesh of bones.
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
+    // Rooms of a building are no bodies; pictures, lights and movements draw no lines.
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_IFC_SKIP_SPACE_REPRESENTATIONS, true);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_TEXTURES, false);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_CAMERAS, false);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_LIGHTS, false);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_ANIMATIONS, false);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_MD5_NO_ANIM_AUTOLOAD, true);
+    // The names that people gave, not the identifiers that programs did.
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
+}
+
+/// What the importer calls bytes in memory.
+std::string MemoryName(const ModelRequest& request) {
+    return AI_MEMORYIO_MAGIC_FILENAME "." + request.format.value_or("");
+}
+
+void Replace(std::string& text, const std::string& from, const std::string& to) {
+    for (std::size_t at = text.find(from); at != std::string::npos;
+         at = text.find(from, at + to.size())) {
+        text.replace(at, from.size(), to);
+    }
+}
+
+/// The importer's own words, in one line, unless it was kept from a file that it may have needed.
+std::string
+Reason(const Assimp::Importer& importer, const ModelRequest& request, const ModelFiles& files) {
+    if (!files.refusal().empty()) {
+        return files.refusal();
+    }
+    std::string reason = importer.GetErrorString();
+    if (reason.find("No suitable reader") != std::string::npos || reason.empty()) {
+        return "it is not a model of a known format";
+    }
+    if (reason.find("bad_alloc") != std::string::npos) {
+        return "it asks for more memory than there is";
+    }
+    for (char& letter : reason) {
+        letter = static_cast<unsigned char>(letter) < ' ' ? ' ' : letter;
+    }
+    Replace(reason, MemoryName(request), NameOf(request));
+    // Some of its messages begin with the path, as ours do.
+    const std::string prefix = NameOf(request) + ": ";
+    return reason.compare(0, prefix.size(), prefix) == 0 ? reason.substr(prefix.size()) : reason;
+}
+
+std::size_t CountPolygons(const aiScene& scene) {
+    std::size_t count = 0;
+    for (unsigned int i = 0; i < scene.mNumMeshes; ++i) {
+        const aiMesh& mesh = *scene.mMeshes[i];
+        for (unsigned int k = 0; k < mesh.mNumFaces; ++k) {
+            count += mesh.mFaces[k].mNumIndices > 3 ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+/// Reads a scene as it is, of the bytes for standard input, else of the file.
+const aiScene*
+ReadScene(Assimp::Importer& importer, const ModelRequest& request, ModelFiles& files) {
+    Configure(importer);
+    importer.SetIOHandler(new ImporterFiles(files)); // The importer owns it.
+    const std::string_view bytes = files.bytes();
+    return IsStandardInput(request)
+               ? importer.ReadFileFromMemory(bytes.data(), bytes.size(), 0,
+                                             request.format.value_or("").c_str())
+               : importer.ReadFile(request.path, 0);
+}
+
+/// The ending of the file's name, or what the user says it would be, in small letters.
+std::string EndingOf(const ModelRequest& request) {
+    std::string ending = request.format.value_or("");
+    const std::size_t dot = request.path.find_last_of("./");
+    if (!IsStandardInput(request) && dot != std::string::npos && request.path[dot] == '.') {
+        ending = request.path.substr(dot + 1);
+    }
+    for (char& letter : ending) {
+        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    }
+    return ending;
+}
+
+/// What the readers of our own make of a file; none for all other formats.
+std::optional<FileModel> ReadFile(const ModelRequest& request, std::string_view bytes) {
+    const std::string ending = EndingOf(request);
+    if (ending == "obj") {
+        return ReadObj(bytes, request);
+    }
+    return ending == "stl" ? ReadStl(bytes, request) : ReadPly(bytes, request);
+}
+
+/// The importer keeps the scene.
+Model Import(Assimp::Importer& importer, const ModelRequest& request, ModelFiles& files) {
+    // Kept while the importer works: some files say more than it passes on.
+    const std::string_view bytes = files.bytes();
+    RequireComplete(bytes, NameOf(request));
+    if (const std::optional<FileModel> file = ReadFile(request, bytes)) {
+        return ModelFromFile(*file, request);
+    }
+    const aiScene* scene = ReadScene(importer, request, files);
+    const std::size_t polygons = scene == nullptr ? 0 : CountPolygons(*scene);
+    // Faces are told apart by their size later, so nothing has to sort them into meshes of a kind.
+    scene = scene == nullptr ? nullptr : importer.ApplyPostProcessing(aiProcess_Triangulate);
+    if (scene == nullptr) {
+        throw Failure(ExitCode::Unreadable, NameOf(request) + ": cannot read the model: " +
+                                                Reason(importer, request, files));
+    }
+    Model model = ModelFromScene(*scene, request, bytes);
+    model.cutPolygons = polygons;
+    model.refusedFile = files.refusal();
+    model.sideFiles = files.sideFiles();
+    return model;
+}
+
+void RequireKnownFormat(const ModelRequest& request) {
+    if (!request.format || request.format->empty()) {
+        throw Failure(ExitCode::Usage,
+                      "standard input: needs --format, an ending of file names such as stl");
+    }
+    if (!Assimp::Importer().IsExtensionSupported(*request.format)) {
+        throw Failure(ExitCode::Usage, "standard input: --format " + *request.format +
+                                           " is not a format that can be read");
+    }
+}
+
+std::size_t LargestInput(const ModelRequest& request) {
+    return request.rules.largestInput;
+}
+
+} // namespace
+
+std::string ReadStandardInput(const ModelRequest& request) {
+    std::string bytes;
+    if (!IsStandardInput(request)) {
+        return bytes;
+    }
+    RequireKnownFormat(request);
+    for (std::size_t size = 0;;) {
+        // One byte beyond the limit shows that there is more.
+        bytes.resize(std::min(size + std::max(kBlock, size), LargestInput(request) + 1));
+        const ssize_t got = ::read(STDIN_FILENO, bytes.data() + size, bytes.size() - size);
+        if (got < 0 && errno != EINTR) {
+            throw Failure(ExitCode::Unreadable,
+                          NameOf(request) + ": " + std::generic_category().message(errno));
+        }
+        size += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+        if (size > LargestInput(request)) {
+            RefuseInputSize(request);
+        }
+        if (got == 0) {
+            bytes.resize(size);
+            return bytes;
+        }
+    }
+}
+
+Model ReadModel(const ModelRequest& request) {
+    const std::string standardInput = ReadStandardInput(request);
+    ModelFiles files(request, standardInput);
+    Assimp::Importer importer;
+    return Import(importer, request, files);
+}
+
+Model ReadModelOnce(const ModelRequest& request, ModelFiles& files) {
+    static auto* const importer = new Assimp::Importer; // Never deleted.
+    return Import(*importer, request, files);
+}
+
+} // namespace kxcontour

@@ -1,0 +1,42 @@
+// Which model is read, and what the user knows better than the file.
+#pragma once
+
+#include "drawing/common/LengthUnit.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace kxcontour {
+
+/// The axis of a file's coordinates that points up.
+///
+/// With x up the file's z points to the front, with y up z, with z up -y.
+enum class UpAxis : std::uint8_t { X, Y, Z };
+
+/// What reading a model may take, and where it may read.
+struct ReadRules {
+    /// A folder whose files a model may refer to, beside those of its own folder; empty: none.
+    std::string sideFiles;
+    /// Bytes of the model and of the files that it refers to, together. Reading takes up to ten
+    /// times as much memory as a rule, so more is for those who know that they have it.
+    std::uint64_t largestInput = 2'000'000'000;
+    /// How long a read may take, and a second more per megabyte of input; 0: without a limit.
+    std::chrono::milliseconds time{60'000};
+};
+
+struct ModelRequest {
+    std::string path;                  ///< "-" is standard input.
+    std::optional<std::string> format; ///< Of standard input: a file name ending such as "stl".
+    std::optional<LengthUnit> unit;    ///< None: the file's own.
+    std::optional<UpAxis> up;          ///< None: the format's own.
+    ReadRules rules{};
+};
+
+/// What messages call the model: its path, or "standard input".
+inline std::string NameOf(const ModelRequest& request) {
+    return request.path == "-" ? "standard input" : request.path;
+}
+
+} // namespace kxcontour

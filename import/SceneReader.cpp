@@ -1,0 +1,51 @@
+// Reads the models of a scene one after another.
+#include "import/SceneReader.h"
+
+#include "drawing/common/Failure.h"
+#include "import/ImportProcess.h"
+
+namespace kxcontour {
+namespace {
+
+Model Import(const ModelRequest& request) {
+    Model model = ImportModel(request);
+    if (model.placements.empty()) {
+        throw Failure(ExitCode::NothingToDraw,
+                      NameOf(request) + ": nothing to draw: it has no triangles");
+    }
+    return model;
+}
+
+} // namespace
+
+ModelRequest RequestFor(const InputOptions& input, const std::string& path) {
+    return {path, path == "-" ? input.format : std::nullopt, input.unit, input.up, input.reading};
+}
+
+Scene LoadScene(const InputOptions& input,
+                std::optional<double> creaseAngle,
+                const StageObserver& observer) {
+    SceneBuilder builder({input.weld, creaseAngle});
+    const auto enter = [&](const char* stage) {
+        if (observer) {
+            observer(stage);
+        }
+    };
+    const auto read = [&](const ModelRequest& request) {
+        enter("read");
+        Model model = Import(request);
+        enter("prepare");
+        return model;
+    };
+    for (const std::string& path : input.models) {
+        const ModelRequest request = RequestFor(input, path);
+        builder.addDrawn(read(request), NameOf(request));
+    }
+    for (const std::string& path : input.occluders) {
+        const ModelRequest request = RequestFor(input, path);
+        builder.addOccluder(read(request), NameOf(request));
+    }
+    return builder.finish();
+}
+
+} // namespace kxcontour

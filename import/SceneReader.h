@@ -1,0 +1,39 @@
+// Scenes from model files.
+#pragma once
+
+#include "drawing/scene/Scene.h"
+#include "import/ModelRequest.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kxcontour {
+
+/// What is read; see the model reader for what each of these replaces.
+struct InputOptions {
+    std::vector<std::string> models;    ///< Drawn together; "-" is standard input, at most once.
+    std::vector<std::string> occluders; ///< Hide lines and are not drawn.
+    std::optional<std::string> format;  ///< Of standard input: a file name ending such as "stl".
+    std::optional<LengthUnit> unit;     ///< None: the file's own.
+    std::optional<UpAxis> up;           ///< None: the format's own.
+    WeldRequest weld;
+    ReadRules reading;
+};
+
+/// The request for one of the models.
+ModelRequest RequestFor(const InputOptions& input, const std::string& path);
+
+/// Receives "read" and "prepare" as each model goes through them.
+using StageObserver = std::function<void(const char*)>;
+
+/// Reads all models of a drawing and builds their meshes. Call it before any thread is started.
+///
+/// Throws Failure: Unreadable for a model that cannot be read, NothingToDraw for one without
+/// triangles.
+Scene LoadScene(const InputOptions& input,
+                std::optional<double> creaseAngle,
+                const StageObserver& observer = {});
+
+} // namespace kxcontour

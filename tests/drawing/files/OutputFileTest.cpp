@@ -1,0 +1,392 @@
+// Files that appear whole or not at all.
+#include "drawing/files/OutputFile.h"
+
+#include "ModelText.h"
+#include "ShapeBuilders.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using kxcontour::ExitCode;
+using kxcontour::OutputFile;
+using tool_test::FailureOf;
+using tool_test::Holds;
+using tool_test::ReadBytes;
+using tool_test::TemporaryFolder;
+
+void Write(OutputFile& output, const std::string& text) {
+    EXPECT_TRUE(kxcontour::WriteAll(output.create(), text));
+}
+
+unsigned int ModeOf(const std::string& path) {
+    struct stat status {};
+    EXPECT_EQ(::stat(path.c_str(), &status), 0);
+    return status.st_mode & 07777U;
+}
+
+/// Sets the process's mask for new files while it lives.
+class FileMask {
+public:
+    explicit FileMask(mode_t mask) : before_(::umask(mask)) {}
+    ~FileMask() { ::umask(before_); }
+    FileMask(const FileMask&) = delete;
+    FileMask& operator=(const FileMask&) = delete;
+
+private:
+    mode_t before_;
+};
+
+TEST(OutputFile, AppearsWithItsCommit) {
+    const TemporaryFolder folder;
+    OutputFile output(folder.path("a.svg"));
+    EXPECT_EQ(folder.entryCount(), 0U) << "looking leaves no trace";
+    Write(output, "new");
+    EXPECT_FALSE(fs::exists(folder.path("a.svg")));
+    output.commit();
+    EXPECT_EQ(ReadBytes(folder.path("a.svg")), "new");
+    EXPECT_EQ(folder.entryCount(), 1U);
+}
+
+TEST(OutputFile, LeavesNothingBehindWithoutACommit) {
+    const TemporaryFolder folder;
+    folder.write("a.svg", "old");
+    {
+        OutputFile output(folder.path("a.svg"));
+        Write(output, "new");
+    }
+    EXPECT_EQ(ReadBytes(folder.path("a.svg")), "old");
+    EXPECT_EQ(folder.entryCount(), 1U);
+}
+
+TEST(OutputFile, ReplacesAFileAndKeepsItsPermissions) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("a.svg", "old and longer");
+    ASSERT_EQ(::chmod(path.c_str(), 0604), 0);
+    OutputFile output(path);
+    Write(output, "new");
+    output.commit();
+    EXPECT_EQ(ReadBytes(path), "new");
+    EXPECT_EQ(ModeOf(path), 0604U);
+}
+
+TEST(OutputFile, GivesANewFileThePermissionsOfAny) {
+    const TemporaryFolder folder;
+    const FileMask mask(027);
+    OutputFile output(folder.path("a.svg"));
+    Write(output, "new");
+    output.commit();
+    EXPECT_EQ(ModeOf(folder.path("a.svg")), 0640U);
+}
+
+/// A drawing over a file that is prepared to run as its owner must not become such a program.
+TEST(OutputFile, NeverKeepsBitsThatLetAFileRunAsItsOwner) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("a.svg", "old");
+    for (const mode_t bits : {mode_t{S_ISUID}, mode_t{S_ISGID}, mode_t{S_ISVTX}}) {
+        ASSERT_EQ(::chmod(path.c_str(), 0755U | bits), 0);
+        OutputFile output(path);
+        Write(output, "new");
+        output.commit();
+        EXPECT_EQ(ModeOf(path), 0755U);
+    }
+}
+
+TEST(OutputFile, KeepsNoPermissionsOfAFileOfAnotherUser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a file away";
+    }
+    const TemporaryFolder folder;
+    const FileMask mask(027);
+    const std::string path = folder.write("a.svg", "old");
+    ASSERT_EQ(::chown(path.c_str(), 65534, 65534), 0);
+    ASSERT_EQ(::chmod(path.c_str(), 04777), 0);
+    OutputFile output(path);
+    Write(output, "new");
+    output.commit();
+    struct stat status {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 0U);
+    EXPECT_EQ(ModeOf(path), 0640U);
+}
+
+TEST(KeptPermissions, AreThoseOfAFileOfOnesOwnWithoutSpecialBits) {
+    struct stat replaced {};
+    replaced.st_uid = 1000;
+    replaced.st_mode = S_IFREG | 07654U;
+    EXPECT_EQ(kxcontour::KeptPermissions(replaced, 1000), std::optional<mode_t>(0654U));
+    EXPECT_EQ(kxcontour::KeptPermissions(replaced, 1001), std::nullopt);
+    EXPECT_EQ(kxcontour::KeptPermissions(replaced, 0), std::nullopt) << "not even for root";
+}
+
+TEST(OutputFile, FollowsLinksToTheFileTheyName) {
+    const TemporaryFolder folder;
+    fs::create_directory(folder.path("there"));
+    folder.write("there/a.svg", "old");
+    fs::create_symlink("there/a.svg", folder.path("second"));
+    fs::create_symlink("second", folder.path("first"));
+    OutputFile output(folder.path("first"));
+    Write(output, "new");
+    output.commit();
+    EXPECT_TRUE(fs::is_symlink(folder.path("first")));
+    EXPECT_TRUE(fs::is_symlink(folder.path("second")));
+    EXPECT_EQ(ReadBytes(folder.path("there/a.svg")), "new");
+}
+
+TEST(OutputFile, CreatesTheFileThatADanglingLinkNames) {
+    const TemporaryFolder folder;
+    fs::create_symlink("a.svg", folder.path("link"));
+    OutputFile output(folder.path("link"));
+    Write(output, "new");
+    output.commit();
+    EXPECT_TRUE(fs::is_symlink(folder.path("link")));
+    EXPECT_EQ(ReadBytes(folder.path("a.svg")), "new");
+}
+
+TEST(OutputFile, WritesIntoTheCurrentFolder) {
+    const TemporaryFolder folder;
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.path(""));
+    OutputFile output("a.svg");
+    Write(output, "new");
+    output.commit();
+    fs::current_path(before);
+    EXPECT_EQ(ReadBytes(folder.path("a.svg")), "new");
+}
+
+std::string Refusal(const std::string& path) {
+    std::string message = FailureOf(ExitCode::CannotWrite, [&] { const OutputFile output(path); });
+    EXPECT_TRUE(Holds(message, path + ": cannot write: ")) << message;
+    return message;
+}
+
+TEST(OutputFile, SaysWhyAPathCannotBeWritten) {
+    const TemporaryFolder folder;
+    folder.write("file", "");
+    EXPECT_TRUE(Holds(Refusal(folder.path("none/a.svg")), "there is no folder"));
+    EXPECT_TRUE(Holds(Refusal(folder.path("file/a.svg")), "is not a folder"));
+    EXPECT_TRUE(Holds(Refusal(folder.path("")), "it is a directory"));
+    fs::create_directory(folder.path("inner"));
+    EXPECT_TRUE(Holds(Refusal(folder.path("inner")), "it is a directory"));
+    EXPECT_TRUE(Holds(Refusal(folder.path("inner/")), "it is a directory"));
+    EXPECT_TRUE(Holds(Refusal(folder.path("new/")), "directory"));
+}
+
+TEST(OutputFile, DoesNotReplaceDevicesAndPipes) {
+    const TemporaryFolder folder;
+    EXPECT_TRUE(Holds(Refusal("/dev/null"), "not a regular file"));
+    EXPECT_TRUE(Holds(Refusal("/dev/full"), "not a regular file"));
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    EXPECT_TRUE(Holds(Refusal(folder.path("pipe")), "not a regular file"));
+}
+
+TEST(OutputFile, GivesUpOnLinksThatGoRound) {
+    const TemporaryFolder folder;
+    fs::create_symlink("b", folder.path("a"));
+    fs::create_symlink("a", folder.path("b"));
+    EXPECT_TRUE(Holds(Refusal(folder.path("a")), "symbolic links"));
+}
+
+TEST(OutputFile, FailsWhereNoFileCanBeCreated) {
+    // Looks like any folder, and for root is a writable one.
+    const std::string message = FailureOf(ExitCode::CannotWrite, [] {
+        OutputFile output("/proc/kxcontour.svg");
+        output.create();
+    });
+    EXPECT_TRUE(Holds(message, "/proc/kxcontour.svg: cannot write: ")) << message;
+}
+
+TEST(OutputFile, FailsWhereTheTargetCannotBeReplacedAnyMore) {
+    const TemporaryFolder folder;
+    OutputFile output(folder.path("a.svg"));
+    Write(output, "new");
+    fs::create_directory(folder.path("a.svg"));
+    FailureOf(ExitCode::CannotWrite, [&] { output.commit(); });
+    EXPECT_TRUE(fs::is_directory(folder.path("a.svg")));
+}
+
+/// Sends standard output to a descriptor, or closes it for -1, while this lives.
+class StandardOutput {
+public:
+    explicit StandardOutput(int descriptor) : before_(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 10)) {
+        ::fflush(stdout);
+        if (descriptor < 0) {
+            ::close(STDOUT_FILENO);
+        } else {
+            ::dup2(descriptor, STDOUT_FILENO);
+        }
+    }
+    ~StandardOutput() {
+        ::dup2(before_, STDOUT_FILENO);
+        ::close(before_);
+    }
+    StandardOutput(const StandardOutput&) = delete;
+    StandardOutput& operator=(const StandardOutput&) = delete;
+
+private:
+    int before_;
+};
+
+/// Puts temporary files into a folder while this lives.
+class TemporariesIn {
+public:
+    explicit TemporariesIn(const std::string& folder) {
+        const char* before = std::getenv("TMPDIR");
+        before_ = before != nullptr ? before : "/tmp";
+        ::setenv("TMPDIR", folder.c_str(), 1);
+    }
+    ~TemporariesIn() { ::setenv("TMPDIR", before_.c_str(), 1); }
+    TemporariesIn(const TemporariesIn&) = delete;
+    TemporariesIn& operator=(const TemporariesIn&) = delete;
+
+private:
+    std::string before_;
+};
+
+/// Runs something with standard output in a file and returns what got there.
+std::string OutputOf(const std::string& file, const std::function<void()>& action) {
+    const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    {
+        const StandardOutput redirected(descriptor);
+        action();
+    }
+    ::close(descriptor);
+    return ReadBytes(file);
+}
+
+/// In /tmp, links of others are traps.
+TEST(OutputFile, RefusesLinksOfOthersInFoldersThatAllMayWrite) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a link away";
+    }
+    const TemporaryFolder folder;
+    const std::string precious = folder.write("precious", "kept");
+    const std::string shared = folder.path("shared");
+    fs::create_directory(shared);
+    ASSERT_EQ(::chmod(shared.c_str(), 01777), 0);
+    const std::string link = shared + "/a.svg";
+    for (const std::string& target : {precious, folder.path("new")}) {
+        fs::create_symlink(target, link);
+        ASSERT_EQ(::lchown(link.c_str(), 65534, 65534), 0);
+        EXPECT_TRUE(Holds(Refusal(link), "is a link of another user")) << target;
+        // The link may also be met on the way.
+        fs::create_symlink("shared/a.svg", folder.path("first"));
+        EXPECT_TRUE(Holds(Refusal(folder.path("first")), "is a link of another user")) << target;
+        fs::remove(link);
+        fs::remove(folder.path("first"));
+    }
+    fs::create_symlink(precious, link);
+    OutputFile output(link);
+    Write(output, "new");
+    output.commit();
+    EXPECT_EQ(ReadBytes(precious), "new") << "a link of one's own";
+}
+
+TEST(OutputFile, CopiesToStandardOutputWithItsCommit) {
+    const TemporaryFolder folder;
+    const TemporaryFolder temporaries;
+    const TemporariesIn there(temporaries.path(""));
+    const std::string text = std::string(300000, 'x') + std::string("\0end", 4);
+    const std::string written = OutputOf(folder.path("out"), [&] {
+        OutputFile output("-");
+        EXPECT_EQ(temporaries.entryCount(), 0U);
+        Write(output, text);
+        EXPECT_EQ(ReadBytes(folder.path("out")), "") << "nothing before the whole is there";
+        output.commit();
+        EXPECT_EQ(temporaries.entryCount(), 0U);
+    });
+    EXPECT_EQ(written, text);
+    EXPECT_FALSE(fs::exists("-"));
+}
+
+TEST(OutputFile, WritesNothingToStandardOutputWithoutACommit) {
+    const TemporaryFolder folder;
+    const TemporaryFolder temporaries;
+    const TemporariesIn there(temporaries.path(""));
+    const std::string written = OutputOf(folder.path("out"), [] {
+        OutputFile output("-");
+        Write(output, "new");
+    });
+    EXPECT_EQ(written, "");
+    EXPECT_EQ(temporaries.entryCount(), 0U);
+}
+
+/// The message when standard output, which is the descriptor, cannot take a large drawing.
+std::string RefusalOf(int descriptor) {
+    const TemporaryFolder temporaries;
+    const TemporariesIn there(temporaries.path(""));
+    std::string message;
+    {
+        const StandardOutput redirected(descriptor);
+        message = FailureOf(ExitCode::CannotWrite, [] {
+            OutputFile output("-");
+            Write(output, std::string(300000, 'x'));
+            output.commit();
+        });
+    }
+    EXPECT_EQ(temporaries.entryCount(), 0U);
+    return message;
+}
+
+TEST(OutputFile, SaysWhyStandardOutputCannotBeWritten) {
+    const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(RefusalOf(full), "standard output: cannot write: No space left on device");
+    ::close(full);
+    EXPECT_EQ(RefusalOf(-1), "standard output: cannot write: Bad file descriptor");
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    ::close(ends[0]);
+    const auto before = std::signal(SIGPIPE, SIG_IGN);
+    EXPECT_EQ(RefusalOf(ends[1]), "standard output: cannot write: Broken pipe");
+    std::signal(SIGPIPE, before);
+    ::close(ends[1]);
+}
+
+TEST(OutputFile, SaysThatThereIsNoPlaceForATemporary) {
+    const TemporaryFolder folder;
+    const TemporariesIn nowhere(folder.path("none"));
+    const std::string message = FailureOf(ExitCode::CannotWrite, [] { OutputFile("-").create(); });
+    EXPECT_EQ(message, "standard output: cannot write: no temporary file in '" +
+                           folder.path("none") + "': No such file or directory");
+}
+
+TEST(OutputFile, IsWrittenByManyThreadsAtOnce) {
+    const TemporaryFolder folder;
+    const FileMask mask(027);
+    constexpr int kThreads = 8;
+    std::vector<std::thread> threads;
+    threads.reserve(kThreads);
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([&folder, thread] {
+            for (int i = 0; i < 50; ++i) {
+                const std::string name = std::to_string(thread) + "-" + std::to_string(i);
+                OutputFile output(folder.path(name));
+                Write(output, name);
+                output.commit();
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(folder.entryCount(), 400U);
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder.path(""))) {
+        EXPECT_EQ(ReadBytes(entry.path()), entry.path().filename());
+        EXPECT_EQ(ModeOf(entry.path()), 0640U) << "the mask of all threads is one";
+    }
+}
+
+} // namespace

@@ -1,0 +1,126 @@
+// Drawings for the tests of the writers, and what all of those ask.
+#pragma once
+
+#include "drawing/output/Writers.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstddef>
+#include <fcntl.h>
+#include <locale>
+#include <string>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace tool_test {
+
+using kxcontour::PaperDrawing;
+using kxcontour::Path;
+using kxcontour::PathGroup;
+using kxcontour::WriteFailure;
+
+inline Path MakePath(std::vector<kxcontour::Point> points) {
+    Path path;
+    path.points = std::move(points);
+    return path;
+}
+
+inline PathGroup MakeGroup(std::vector<Path> paths) {
+    PathGroup group;
+    group.paths = std::move(paths);
+    return group;
+}
+
+/// One nameless layer with one group.
+inline PaperDrawing MakeDrawing(std::vector<Path> paths) {
+    PaperDrawing drawing;
+    drawing.layers.push_back({"", {MakeGroup(std::move(paths))}});
+    return drawing;
+}
+
+/// Points of a circle, the first one again at the end, with the arc in their place.
+inline Path
+CirclePath(kxcontour::Point center, double radius, double start, double sweep, std::size_t steps) {
+    constexpr double kDegree = 3.14159265358979323846 / 180.0;
+    Path path;
+    for (std::size_t i = 0; i <= steps; ++i) {
+        const double share = static_cast<double>(i) / static_cast<double>(steps);
+        const double angle = (start + sweep * share) * kDegree;
+        path.points.push_back(
+            {center.x + radius * std::cos(angle), center.y + radius * std::sin(angle)});
+    }
+    if (std::fabs(sweep) == 360.0) {
+        path.points.back() = path.points.front();
+    }
+    path.arcs.push_back({0, steps, center, radius, radius, 0.0, start, sweep});
+    return path;
+}
+
+/// Layers, families, dashes, a dot, a loop, arcs: some of all that a drawing may have.
+inline PaperDrawing RichDrawing() {
+    PaperDrawing drawing;
+    drawing.title = "Pump & <valve>";
+    drawing.description = "Seen from \"above\"";
+    PathGroup creases = MakeGroup({MakePath({{10, 20}, {30, 20}}),
+                                   MakePath({{40, 20}, {60, 20}, {50, 40}, {40, 20}}),
+                                   CirclePath({100, 100}, 25, 0, 360, 40)});
+    creases.family = kxcontour::Family::Crease;
+    creases.style = {0.13, {255, 128, 1}, {}};
+    PathGroup hidden = MakeGroup({MakePath({{10, 200}, {60, 200}}), MakePath({{5, 5}, {5, 5}}),
+                                  CirclePath({150, 200}, 20, 30, -90, 20)});
+    hidden.hidden = true;
+    hidden.style = {0.1, {0, 0, 0}, {1.0, 0.6}};
+    drawing.layers.push_back({"Geh\xC3\xA4use \"1\"", {creases}});
+    drawing.layers.push_back({"a<b>&c", {hidden}});
+    return drawing;
+}
+
+/// A file for a writer, created or truncated, and open until the end of the expression.
+class NewFile {
+public:
+    explicit NewFile(const std::string& path)
+        : descriptor_(::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)) {
+        EXPECT_GE(descriptor_, 0) << path;
+    }
+    ~NewFile() { ::close(descriptor_); }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    operator int() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
+/// The errno value of a write that has to fail.
+template <class Write> int ReasonOf(const Write& write) {
+    try {
+        write();
+    } catch (const WriteFailure& failure) {
+        return failure.reason();
+    }
+    ADD_FAILURE() << "did not fail";
+    return 0;
+}
+
+/// A host whose numbers have commas, and dots between thousands, while this lives.
+class CommaLocale {
+public:
+    CommaLocale() : before_(std::locale::global(std::locale(std::locale(), new Commas))) {}
+    ~CommaLocale() { std::locale::global(before_); }
+    CommaLocale(const CommaLocale&) = delete;
+    CommaLocale& operator=(const CommaLocale&) = delete;
+
+private:
+    class Commas : public std::numpunct<char> {
+        char do_decimal_point() const override { return ','; }
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+
+    std::locale before_;
+};
+
+} // namespace tool_test

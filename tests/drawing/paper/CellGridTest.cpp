@@ -1,0 +1,143 @@
+// The grid finds whatever comes near.
+#include "drawing/paper/CellGrid.h"
+
+#include "drawing/paper/PaperShapes.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace {
+
+using kxcontour::CellGrid;
+using kxcontour::PaperLine;
+using kxcontour::Point;
+using test_support::Random;
+
+constexpr double kReach = 0.05;
+
+/// An upper bound that is exact for lines that do not cross; sampled ones may be nearer.
+bool ComeWithinReach(const PaperLine& p, const PaperLine& q) {
+    constexpr int kSteps = 200;
+    for (int i = 0; i <= kSteps; ++i) {
+        const Point point = tool_test::Between(p.a, p.b, i / static_cast<double>(kSteps));
+        if (tool_test::DistanceToLine(point, q.a, q.b) <= kReach) {
+            return true;
+        }
+    }
+    return false;
+}
+
+CellGrid GridOf(const std::vector<PaperLine>& lines, double reach) {
+    CellGrid grid(lines, reach);
+    for (std::uint32_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(grid.insert(lines[i]), i);
+    }
+    return grid;
+}
+
+std::set<std::uint32_t> Found(CellGrid& grid, const PaperLine& line) {
+    std::set<std::uint32_t> found;
+    EXPECT_TRUE(grid.visit(line, [&](std::uint32_t number) {
+        EXPECT_TRUE(found.insert(number).second) << number << " comes twice";
+        return true;
+    }));
+    return found;
+}
+
+void ExpectAllNeighbours(const std::vector<PaperLine>& lines) {
+    CellGrid grid = GridOf(lines, kReach);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const std::set<std::uint32_t> found = Found(grid, lines[i]);
+        for (std::uint32_t j = 0; j < lines.size(); ++j) {
+            if (ComeWithinReach(lines[i], lines[j])) {
+                EXPECT_TRUE(found.contains(j)) << i << " and " << j;
+            }
+        }
+    }
+}
+
+TEST(CellGrid, FindsAllThatComesWithinReach) {
+    for (int trial = 0; trial < test_support::Scaled(20); ++trial) {
+        SCOPED_TRACE(trial);
+        Random random(static_cast<std::uint64_t>(trial));
+        std::vector<PaperLine> lines;
+        for (int i = 0; i < 60; ++i) {
+            const Point a = tool_test::RandomPoint(random, 20.0F);
+            const Point b = tool_test::RandomPoint(random, random.percent(20) ? 20.0F : 1.0F);
+            lines.push_back({a, random.percent(20) ? b : Point{a.x + b.x, a.y + b.y}});
+        }
+        ExpectAllNeighbours(lines);
+    }
+}
+
+TEST(CellGrid, FindsLinesOnTheBordersOfCells) {
+    std::vector<PaperLine> lines;
+    for (int i = 0; i <= 8; ++i) {
+        const double at = i;
+        lines.push_back({{at, 0}, {at, 8}});
+        lines.push_back({{8, at}, {0, at}});
+        lines.push_back({{at, at}, {at, at}});
+    }
+    ExpectAllNeighbours(lines);
+}
+
+TEST(CellGrid, TakesADenseFigureInACornerOfALargeSheetApart) {
+    Random random(1);
+    std::vector<PaperLine> lines{{{0, 0}, {1000, 1000}}, {{1000, 0}, {0, 1000}}};
+    for (int i = 0; i < 20000; ++i) {
+        const Point a = tool_test::RandomPoint(random, 40.0F);
+        lines.push_back({a, {a.x + 0.1, a.y + 0.1}});
+    }
+    CellGrid grid = GridOf(lines, 0.001);
+    for (const PaperLine& line : lines) {
+        grid.visit(line, [](std::uint32_t) { return true; });
+    }
+    // On one level all the short lines would be in some 30 cells: 13 million neighbours.
+    EXPECT_LT(grid.looks(), 30 * lines.size());
+}
+
+TEST(CellGrid, HasNothingThatWasNotInserted) {
+    const std::vector<PaperLine> lines{{{0, 0}, {5, 5}}, {{5, 0}, {0, 5}}};
+    CellGrid grid(lines, kReach);
+    EXPECT_TRUE(Found(grid, lines[0]).empty());
+    EXPECT_EQ(grid.insert(lines[1]), 0U);
+    EXPECT_EQ(Found(grid, lines[0]).size(), 1U);
+    EXPECT_EQ(grid.line(0).a.x, 5.0);
+}
+
+TEST(CellGrid, AVisitEndsWhenItIsTold) {
+    const std::vector<PaperLine> lines(5, PaperLine{{0, 0}, {5, 5}});
+    CellGrid grid = GridOf(lines, kReach);
+    int visits = 0;
+    EXPECT_FALSE(grid.visit(lines[0], [&](std::uint32_t) { return ++visits < 3; }));
+    EXPECT_EQ(visits, 3);
+}
+
+// A crowd at the start of a line need not be looked at when its other end tells enough.
+TEST(CellGrid, VisitsTheCrowdLast) {
+    std::vector<PaperLine> lines;
+    lines.reserve(501);
+    for (int i = 0; i < 500; ++i) {
+        lines.push_back({{0, 0}, {0.001 * i, 0.2}});
+    }
+    lines.push_back({{90, 0}, {100, 0}});
+    CellGrid grid = GridOf(lines, kReach);
+    std::vector<std::uint32_t> order;
+    grid.visit({{0, 0}, {100, 0}}, [&](std::uint32_t number) {
+        order.push_back(number);
+        return true;
+    });
+    ASSERT_EQ(order.size(), lines.size());
+    EXPECT_EQ(order.front(), lines.size() - 1);
+}
+
+TEST(CellGrid, TakesNothingAndAPoint) {
+    CellGrid empty({}, kReach);
+    EXPECT_TRUE(Found(empty, {{0, 0}, {1, 1}}).empty());
+    CellGrid grid = GridOf({{{3, 4}, {3, 4}}}, kReach);
+    EXPECT_EQ(Found(grid, {{3, 4}, {3, 4}}).size(), 1U);
+    EXPECT_EQ(Found(grid, {{0, 4}, {9, 4}}).size(), 1U);
+}
+
+} // namespace

@@ -1,0 +1,52 @@
+// What no scene can hold.
+#include "drawing/scene/Scene.h"
+
+#include "ShapeBuilders.h"
+#include "drawing/common/Failure.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace {
+
+using kxcontour::ExitCode;
+using kxcontour::Failure;
+using kxcontour::Model;
+using kxcontour::Shape;
+
+/// One shape of 2^20 vertices and one triangle, placed so many times.
+Model ManyPlacements(std::size_t count) {
+    kx::kxAttributes attributes;
+    attributes.SetPositionChannels(3);
+    Shape shape;
+    shape.vertices = new kx::kxVertexBuffer(attributes, 1 << 20);
+    shape.vertices->Position3(1)[0] = 1.0F;
+    shape.vertices->Position3(2)[1] = 1.0F;
+    shape.triangles = new kx::kxIndexBuffer(3, kx::IBT_TRIANGLES);
+    for (unsigned int i = 0; i < 3; ++i) {
+        shape.triangles->GetData()[i] = i;
+    }
+    Model model = tool_test::MakeModel({shape});
+    model.placements.assign(count, model.placements.front());
+    return model;
+}
+
+TEST(Scene, OfMoreVerticesThanCanBeNumberedIsRefused) {
+    for (const std::size_t count : {2048U, 4097U}) {
+        try {
+            kxcontour::MakeScene(ManyPlacements(count));
+            ADD_FAILURE() << count << " placements were taken";
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.code(), ExitCode::Unreadable);
+            EXPECT_EQ(failure.what(), "model: too large to draw: " + std::to_string(count) +
+                                          " triangles with " + std::to_string(count << 20U) +
+                                          " vertices, counted as often as they are placed");
+        }
+    }
+    EXPECT_FALSE(kxcontour::MakeScene(ManyPlacements(2)).meshes.empty());
+}
+
+} // namespace

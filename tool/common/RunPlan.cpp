@@ -1,0 +1,76 @@
+// Costs are fitted as those of the stages of a drawing are, on files of seven formats.
+#include "common/RunPlan.h"
+
+#include "drawing/StageCosts.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <iterator>
+#include <string_view>
+#include <system_error>
+
+namespace kxcontour {
+namespace {
+
+/// Starting the process that reads.
+constexpr double kReadingPerModel = 2e6;
+constexpr double kPreparingPerTriangle = 200.0;
+
+struct FormatCost {
+    std::string_view ending;
+    double bytesPerTriangle;
+    double perByte;
+};
+
+constexpr std::array<FormatCost, 6> kFormats{{{"obj", 37.0, 4.0},
+                                              {"ply", 37.0, 5.0},
+                                              {"stl", 50.0, 5.0},
+                                              {"glb", 17.0, 6.0},
+                                              {"ifc", 110.0, 40.0},
+                                              {"", 100.0, 10.0}}};
+
+FormatCost CostOf(const std::string& path) {
+    std::string ending = std::filesystem::path(path).extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return *std::find_if(kFormats.begin(), kFormats.end() - 1, [&](const FormatCost& format) {
+        return ending.size() == format.ending.size() + 1 && ending.ends_with(format.ending);
+    });
+}
+
+/// Of standard input nothing is known.
+double SizeOf(const std::string& path) {
+    constexpr double kUnknown = 1e6;
+    std::error_code error;
+    const auto bytes = std::filesystem::file_size(path, error);
+    return error ? kUnknown : static_cast<double>(bytes);
+}
+
+/// Returns how many triangles may be in the models.
+double AddReading(const std::vector<std::string>& paths, std::vector<PlannedStage>& plan) {
+    double all = 0.0;
+    for (const std::string& path : paths) {
+        const FormatCost format = CostOf(path);
+        const double bytes = SizeOf(path);
+        const double triangles = bytes / format.bytesPerTriangle;
+        plan.push_back({"read", kReadingPerModel + bytes * format.perByte});
+        plan.push_back({"prepare", triangles * kPreparingPerTriangle});
+        all += triangles;
+    }
+    return all;
+}
+
+} // namespace
+
+std::vector<PlannedStage> PlanOfRun(const DrawingOptions& options) {
+    std::vector<PlannedStage> plan;
+    const double drawn = AddReading(options.input.models, plan);
+    const double hiding = AddReading(options.input.occluders, plan);
+    std::vector<PlannedStage> drawing = PlanOfDrawing(drawn + hiding, options.page.views.size());
+    std::move(drawing.begin(), drawing.end(), std::back_inserter(plan));
+    return plan;
+}
+
+} // namespace kxcontour

@@ -1,0 +1,92 @@
+// Turns reports into lines of text or JSON.
+#include "common/Summary.h"
+
+#include "common/PlainText.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace kxcontour {
+namespace {
+
+std::string Count(std::size_t count, const char* singular) {
+    return fmt::format("{} {}{}", count, singular, count == 1 ? "" : "s");
+}
+
+nlohmann::ordered_json ToJson(const DrawingReport& report) {
+    nlohmann::ordered_json json;
+    json["output"] = report.output;
+    json["page"] = {{"width", report.page.width}, {"height", report.page.height}};
+    json["paths"] = report.lines.paths;
+    json["lines"] = report.lines.lines;
+    json["scale"] = report.scale ? nlohmann::ordered_json(*report.scale) : nullptr;
+    json["fits"] = report.overflow.empty();
+    return json;
+}
+
+/// Whether a wrong unit shows: in a drawing to scale, and beside models that have one.
+bool UnitsMatter(const Scene& scene, const DrawingOptions& options) {
+    const std::size_t models = options.input.models.size() + options.input.occluders.size();
+    return options.camera.scale || scene.withoutUnit.size() < models;
+}
+
+} // namespace
+
+void TellAbout(const Scene& scene,
+               const DrawingOptions& options,
+               const DrawingReport& report,
+               const Messages& messages) {
+    const std::string& model = scene.name;
+    for (const std::string& refused : scene.refusedFiles) {
+        messages.warn(refused);
+    }
+    if (scene.dropped.total() > 0) {
+        messages.warn(model + ": " + DescribeDropped(scene.dropped));
+    }
+    if (IsCracked(scene.surface) && options.input.weld.mode != WeldRequest::Mode::Off) {
+        messages.warn(model + ": " + DescribeCracks(scene.surface));
+    }
+    for (const std::string& loss : scene.coarse) {
+        messages.warn(loss);
+    }
+    if (UnitsMatter(scene, options)) {
+        for (const std::string& name : scene.withoutUnit) {
+            messages.warn(name + ": states no unit of length; millimetres assumed, see --unit");
+        }
+    }
+    if (!report.overflow.empty()) {
+        messages.warn(report.output + ": " + report.overflow);
+    }
+    messages.note(model + ": " + Count(scene.triangles, "triangle") + " in " +
+                  Count(scene.meshes.size() + scene.occluders.size(), "part") + ", one unit is " +
+                  fmt::format("{:g} mm", scene.millimetresPerUnit) +
+                  (scene.unitStated ? "" : " (assumed)"));
+    if (options.output.format != OutputFormat::Json) {
+        messages.note(report.output + ": " + Count(report.lines.lines, "piece") + " found, " +
+                      std::to_string(report.lines.shownOnce) + " left when each is drawn once, " +
+                      Count(report.lines.paths, "path") + " after joining, " +
+                      Count(report.lines.crumbs, "crumb") + " left out");
+    }
+    if (report.scale) {
+        messages.note(report.output + ": scale " + ScaleText(*report.scale));
+    }
+}
+
+void PrintSummary(const DrawingReport& report, const MessageOptions& options, std::ostream& out) {
+    if (options.json) {
+        // A file name need not be UTF-8.
+        out << ToJson(report).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n"
+            << std::flush;
+    } else if (!options.quiet) {
+        const std::string name =
+            report.output == "-" ? "standard output" : PlainText(report.output);
+        out << name + ": " + Describe(report.page) + ", " + Count(report.lines.paths, "line") + "\n"
+            << std::flush;
+    }
+}
+
+std::string ScaleText(double scale) {
+    return scale < 1.0 ? fmt::format("1:{:.4g}", 1.0 / scale) : fmt::format("{:.4g}:1", scale);
+}
+
+} // namespace kxcontour

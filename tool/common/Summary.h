@@ -1,0 +1,26 @@
+// What the user is told about a drawing that was made.
+#pragma once
+
+#include "common/Messages.h"
+#include "drawing/Drawing.h"
+#include "options/Options.h"
+
+#include <ostream>
+#include <string>
+
+namespace kxcontour {
+
+/// Warnings and notes: triangles left out, a unit that was assumed where it matters, a page too
+/// small, and with --verbose the numbers of lines.
+void TellAbout(const Scene& scene,
+               const DrawingOptions& options,
+               const DrawingReport& report,
+               const Messages& messages);
+
+/// One line such as "gear.svg: 210 x 297 mm, 120 lines", a JSON object, or nothing when quiet.
+void PrintSummary(const DrawingReport& report, const MessageOptions& options, std::ostream& out);
+
+/// "1:2", "2:1", "1:3.274".
+std::string ScaleText(double scale);
+
+} // namespace kxcontour
