@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
 #include <iomanip>
 #include <iostream>
 #include <string>
@@ -72,23 +71,6 @@ LinePointer MakeAxis() {
     return MakePolyline(points);
 }
 
-// What is left of a segment when its hidden ranges, which are disjoint and in order, are taken
-// away.
-std::vector<ctr::RationalInterval> Complement(const std::vector<ctr::RationalInterval>& hidden) {
-    std::vector<ctr::RationalInterval> visible;
-    Wm4::Vector2<std::int64_t> from(0, 1);
-    for (const ctr::RationalInterval& range : hidden) {
-        if (ctr::RationalTools::GreaterThan(range.start, from)) {
-            visible.push_back({from, range.start});
-        }
-        from = range.end;
-    }
-    if (from[0] < from[1]) {
-        visible.push_back({from, {1, 1}});
-    }
-    return visible;
-}
-
 // A set over the same buffers that shows what is hidden of another one, dashed. To whoever draws a
 // set, its hidden ranges are what to leave out: here the visible parts, every third segment for the
 // gaps between dashes, and what lies outside the view, where t0 is not below t1.
@@ -102,7 +84,8 @@ LinePointer DashesOfHidden(const ctr::LineSegmentSet& lines) {
         if (outside || i % 3 == 2) {
             dashes->occlusionIntervals.push_back({{{0, 1}, {1, 1}}});
         } else {
-            dashes->occlusionIntervals.push_back(Complement(lines.occlusionIntervals[i]));
+            dashes->occlusionIntervals.push_back(
+                ctr::IntervalTools::Complement(lines.occlusionIntervals[i]));
         }
     }
     return dashes;

@@ -2,6 +2,8 @@
 // it moves, so that each triangle is looked at a logarithmic number of times.
 #include "features/Stitching.h"
 
+#include <ctr/detail/UnionFind.h>
+
 #include "features/Bounds.h"
 
 #include <algorithm>
@@ -31,6 +33,7 @@ public:
         makeClusters(pairs);
         gatherTriangles();
         findBoxes();
+        roots_ = detail::UnionFind(clusters_.size());
         Stitches stitches;
         for (const EdgePair& pair : pairs) {
             if (join(pair)) {
@@ -51,7 +54,6 @@ public:
 private:
     struct Cluster {
         std::uint32_t place;    ///< Its members are where this one is.
-        std::uint32_t parent;   ///< Itself at a root.
         std::uint32_t next;     ///< The members of a cluster form a ring.
         std::uint32_t firstUse; ///< Of the place alone: a range of uses_.
         std::uint32_t usesEnd;
@@ -63,7 +65,7 @@ private:
         if (clusterOf_[place] == kNoCluster) {
             const auto number = static_cast<std::uint32_t>(clusters_.size());
             clusterOf_[place] = number;
-            clusters_.push_back({place, number, number, 0, 0, 0, Bounds()});
+            clusters_.push_back({place, number, 0, 0, 0, Bounds()});
         }
     }
 
@@ -117,14 +119,7 @@ private:
         return InDoubles(surface_.sides.position(place));
     }
 
-    std::uint32_t rootOf(std::uint32_t place) {
-        std::uint32_t root = clusterOf_[place];
-        while (clusters_[root].parent != root) {
-            clusters_[root].parent = clusters_[clusters_[root].parent].parent;
-            root = clusters_[root].parent;
-        }
-        return root;
-    }
+    std::uint32_t rootOf(std::uint32_t place) { return roots_.find(clusterOf_[place]); }
 
     bool join(const EdgePair& pair) {
         const OpenEdge& a = edges_[pair.first];
@@ -155,7 +150,7 @@ private:
         }
         clusters_[stays].box = box;
         clusters_[stays].weight += clusters_[moves].weight;
-        clusters_[moves].parent = stays;
+        roots_.merge(stays, moves);
         std::swap(clusters_[moves].next, clusters_[stays].next);
         return true;
     }
@@ -198,6 +193,7 @@ private:
     double distance_;
     std::vector<std::uint32_t> clusterOf_; ///< Of each place; a place that cannot move has none.
     std::vector<Cluster> clusters_;
+    detail::UnionFind roots_;         ///< Of clusters.
     std::vector<std::uint32_t> uses_; ///< The triangles around each place.
 };
 

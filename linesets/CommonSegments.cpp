@@ -1,7 +1,7 @@
 // Removes from one set the segments that another set holds too.
 #include <ctr/LineSegmentSet.h>
+#include <ctr/detail/HashedIndex.h>
 
-#include "linesets/HashedNumbers.h"
 #include "linesets/IndexRange.h"
 #include "linesets/PositionOrder.h"
 #include "linesets/SetConstruction.h"
@@ -70,30 +70,30 @@ std::uint64_t HashOfSegment(const SegmentKey& key) {
 class SegmentTable {
 public:
     SegmentTable(const LineSegmentSet& set, WorkCounter& work)
-        : keys_(SegmentCountOf(set)), numbers_(keys_.size()) {
+        : keys_(SegmentCountOf(set)), index_(keys_.size()) {
         ForEachKey(set, work, [this](std::size_t segment, const SegmentKey& key) {
             keys_[segment] = key;
-            numbers_.findOrAdd(HashOfSegment(key), key, static_cast<std::uint32_t>(segment),
-                               KeyOfNumber{keys_});
+            index_.findOrAdd(HashOfSegment(key), key, static_cast<std::uint32_t>(segment),
+                             KeyOfSegmentIndex{keys_});
         });
     }
 
     bool isEmpty() const { return keys_.empty(); }
     bool holds(const SegmentKey& key) const {
-        return numbers_.find(HashOfSegment(key), key, KeyOfNumber{keys_}) != Numbers::kNone;
+        return index_.find(HashOfSegment(key), key, KeyOfSegmentIndex{keys_}) != Index::kNone;
     }
 
 private:
-    using Numbers = HashedNumbers<SegmentKey>;
+    using Index = detail::HashedIndex<SegmentKey>;
 
-    struct KeyOfNumber {
+    struct KeyOfSegmentIndex {
         const std::vector<SegmentKey>& keys;
 
         const SegmentKey& operator()(std::uint32_t segment) const { return keys[segment]; }
     };
 
     std::vector<SegmentKey> keys_;
-    Numbers numbers_;
+    Index index_;
 };
 
 /// Gives a set a line list of its own unless nobody else holds its list.

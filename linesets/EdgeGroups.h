@@ -7,7 +7,8 @@
 // positions.
 #pragma once
 
-#include "linesets/HashedNumbers.h"
+#include <ctr/detail/HashedIndex.h>
+
 #include "linesets/PositionOrder.h"
 #include "linesets/Work.h"
 
@@ -28,7 +29,7 @@ namespace ctr {
 template <class KeyOfPoint>
 std::vector<std::uint32_t> NumberPlaces(std::size_t count, KeyOfPoint keyOf) {
     constexpr std::size_t kBlock = 64;
-    HashedNumbers<PositionKey> numbers(count);
+    detail::HashedIndex<PositionKey> index(count);
     std::vector<std::uint32_t> places(count);
     PositionKey keys[kBlock];
     std::uint64_t hashes[kBlock];
@@ -37,11 +38,11 @@ std::vector<std::uint32_t> NumberPlaces(std::size_t count, KeyOfPoint keyOf) {
         for (std::size_t i = begin; i < end; ++i) {
             keys[i - begin] = keyOf(i);
             hashes[i - begin] = HashOf(keys[i - begin]);
-            numbers.prefetch(hashes[i - begin]);
+            index.prefetch(hashes[i - begin]);
         }
         for (std::size_t i = begin; i < end; ++i) {
-            places[i] = numbers.findOrAdd(hashes[i - begin], keys[i - begin],
-                                          static_cast<std::uint32_t>(i), keyOf);
+            places[i] = index.findOrAdd(hashes[i - begin], keys[i - begin],
+                                        static_cast<std::uint32_t>(i), keyOf);
         }
     }
     return places;

@@ -35,6 +35,15 @@ inline PositionKey KeyOf(const Wm4::Vector3<float>& p) {
     return {std::uint64_t{OrderedBits(p[0])} << 32 | OrderedBits(p[1]), OrderedBits(p[2])};
 }
 
+/// A hash of 64 bits, of which the upper ones depend on all of the key.
+inline std::uint64_t HashOf(const PositionKey& key) {
+    constexpr std::uint64_t kFirstFactor = 0x9e3779b97f4a7c15U;
+    constexpr std::uint64_t kSecondFactor = 0xd6e8feb86659fd93U;
+    std::uint64_t hash = (key.xy ^ (std::uint64_t{key.z} * kFirstFactor)) * kSecondFactor;
+    hash ^= hash >> 32U;
+    return hash * kFirstFactor;
+}
+
 /// Positions in order, ties by number: the element of every sort of vertices.
 struct KeyedVertex {
     PositionKey key;

@@ -4,6 +4,7 @@
 // A point at parameter s between two projected ends with clip-space weights wa and wb lies at
 // t = wa s / ((wa - wb) s + wb) between them in space (perspective-correct interpolation; J. Blinn,
 // Hyperbolic interpolation, IEEE CG&A 12(4), 1992).
+#include <ctr/IntervalTools.h>
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/IndexRange.h"
@@ -80,15 +81,17 @@ void AppendPieces(std::vector<PieceEnd>& ends,
         ends.insert(ends.end(), {segment.first, segment.last});
         return;
     }
+    const std::size_t begin = ends.size();
+    for (const RationalInterval& gap : IntervalTools::Complement(hidden)) {
+        ends.insert(ends.end(), {segment.at(gap.start), segment.at(gap.end)});
+    }
+    // Where a gap reaches an end of the segment, the piece keeps that end as it is.
     if (hidden.front().start[0] != 0) {
-        ends.insert(ends.end(), {segment.first, segment.at(hidden.front().start)});
+        ends[begin] = segment.first;
     }
-    for (std::size_t i = 1; i < hidden.size(); ++i) {
-        ends.insert(ends.end(), {segment.at(hidden[i - 1].end), segment.at(hidden[i].start)});
-    }
-    const Wm4::Vector2<std::int64_t>& last = hidden.back().end;
-    if (last[0] < last[1]) {
-        ends.insert(ends.end(), {segment.at(last), segment.last});
+    const Wm4::Vector2<std::int64_t>& lastHidden = hidden.back().end;
+    if (lastHidden[0] < lastHidden[1]) {
+        ends.back() = segment.last;
     }
 }
 

@@ -1,10 +1,10 @@
 // Writes line sets as SVG groups: visible pieces, chained into polylines, mapped to the page.
 #include <ctr/SVGExporter.h>
+#include <ctr/detail/PageMap.h>
 
 #include <kxSystem/kxStringUtils.h>
 
 #include "linesets/SetConstruction.h"
-#include "projection/Homogeneous.h"
 #include "svg/PathText.h"
 
 #include <bit>
@@ -27,20 +27,16 @@ unsigned int ChannelByte(float channel) {
     return scaled > 0.0F ? static_cast<unsigned int>(scaled < 4294967040.0F ? scaled : 255.0F) : 0U;
 }
 
-/// Maps the vertices of a set to the page, Y pointing down.
-class PageMap {
+/// Maps the vertices of a set to the page.
+class VertexToPage {
 public:
-    PageMap(const ExportParameters& parameters, const LineSegmentSet& set)
+    VertexToPage(const ExportParameters& parameters, const LineSegmentSet& set)
         : parameters_(parameters), set_(set) {}
 
     Wm4::Vector2<float> operator()(unsigned int vertex) const {
         const Wm4::Vector3<float> world = set_.GetWorldTransformation().ApplyForward(
             set_.GetVertexBuffer()->Position3(static_cast<int>(vertex)), true);
-        const Wm4::Vector3<float> ndc = DivideByW(TransformPoint(parameters_.worldToClip, world));
-        const auto& [a, b, c, d] = parameters_.pageTransform;
-        const float x = a * ndc[0] + b * ndc[1] + parameters_.pageOffset[0];
-        const float y = c * ndc[0] + d * ndc[1] + parameters_.pageOffset[1];
-        return {x, parameters_.pageSizeInMM[1] - y};
+        return detail::ToPage<float>(parameters_, world);
     }
 
 private:
@@ -53,7 +49,7 @@ PathText& operator<<(PathText& out, const Wm4::Vector2<float>& point) {
 }
 
 /// The set's segments as paths; a path goes on while segments share a vertex number.
-void WritePaths(PathText& out, const LineSegmentSet& set, const PageMap& toPage) {
+void WritePaths(PathText& out, const LineSegmentSet& set, const VertexToPage& toPage) {
     const unsigned int* indices = set.GetIndexBuffer()->GetData();
     const std::size_t indexCount = 2 * SegmentCount(set.GetIndexBuffer());
     for (std::size_t i = 0; i < indexCount; i += 2) {
@@ -138,7 +134,7 @@ bool SVGExporter::tInternal::exportLines(const std::string& groupId,
            << ChannelByte(style.color.B()) << ")\" stroke-width=\""
            << static_cast<double>(style.width);
     PathText text(stream);
-    WritePaths(text, set, PageMap(*exportParameters, set));
+    WritePaths(text, set, VertexToPage(*exportParameters, set));
     text << "</g>\n";
     // One flush a group: the file is whole up to here when the call returns.
     text.flush();

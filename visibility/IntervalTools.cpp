@@ -167,4 +167,20 @@ void IntervalTools::FuseOverlappingIntervals(std::vector<RationalInterval>& inte
     intervals.resize(current + 1);
 }
 
+std::vector<RationalInterval>
+IntervalTools::Complement(const std::vector<RationalInterval>& intervals) {
+    std::vector<RationalInterval> gaps;
+    Wm4::Vector2<std::int64_t> gapStart(0, 1);
+    for (std::size_t i = 0; i < intervals.size(); ++i) {
+        if (i > 0 || intervals[i].start[0] != 0) {
+            gaps.push_back({gapStart, intervals[i].start});
+        }
+        gapStart = intervals[i].end;
+    }
+    if (gapStart[0] < gapStart[1]) {
+        gaps.push_back({gapStart, {1, 1}});
+    }
+    return gaps;
+}
+
 } // namespace ctr

@@ -28,6 +28,11 @@ public:
     /// counts as less than anything and always joins what is before it; a negative end never
     /// extends. Exact while numerators and denominators stay below 2^63. O(n log n), no allocation.
     static void FuseOverlappingIntervals(std::vector<RationalInterval>& intervals);
+
+    /// The gaps that disjoint ranges in increasing order leave of 0 to 1, in order. The first
+    /// begins at 0/1 and the last ends at 1/1 where the ranges do not cover these ends; all other
+    /// ends keep the fractions of the ranges. Linear.
+    static std::vector<RationalInterval> Complement(const std::vector<RationalInterval>& intervals);
 };
 
 } // namespace ctr

@@ -283,4 +283,49 @@ TEST(FuseOverlappingIntervals, HiddenAndVisibleTileTheEdge) {
     EXPECT_GT(visibleSamples, Scaled(10000) / 4);
 }
 
+testing::AssertionResult Leaves(const Intervals& ranges, const Intervals& expected) {
+    const Intervals gaps = ctr::IntervalTools::Complement(ranges);
+    if (SameForm(gaps, expected)) {
+        return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure()
+           << Text(ranges) << " left " << Text(gaps) << ", not " << Text(expected);
+}
+
+TEST(Complement, OfNothingIsTheWholeSegment) {
+    EXPECT_TRUE(Leaves({}, {Range(0, 1, 1, 1)}));
+}
+
+TEST(Complement, OfTheWholeSegmentIsNothing) {
+    EXPECT_TRUE(Leaves({Range(0, 7, 5, 5)}, {}));
+}
+
+TEST(Complement, GapsKeepTheFractionsOfTheRanges) {
+    EXPECT_TRUE(Leaves({Range(2, 8, 1, 2), Range(6, 8, 9, 10)},
+                       {Range(0, 1, 2, 8), Range(1, 2, 6, 8), Range(9, 10, 1, 1)}));
+}
+
+TEST(Complement, RangesAtTheEndsLeaveNoGapThere) {
+    EXPECT_TRUE(Leaves({Range(0, 3, 1, 3), Range(1, 2, 4, 4)}, {Range(1, 3, 1, 2)}));
+}
+
+TEST(Complement, HoldsWhatTheRangesDoNot) {
+    int gapCount = 0;
+    for (int trial = 0; trial < Scaled(10000); ++trial) {
+        Random random(static_cast<std::uint64_t>(trial));
+        Intervals input;
+        for (int i = random.below(8); i > 0; --i) {
+            input.push_back(test_support::RandomRange(random));
+        }
+        const Intervals gaps = ctr::IntervalTools::Complement(Fused(input));
+        for (const auto& sample : test_support::SamplesBetweenEnds(input)) {
+            ASSERT_NE(test_support::Contains(gaps, sample), test_support::Contains(input, sample))
+                << "trial " << trial << " at " << Text(sample) << ": " << Text(input) << " left "
+                << Text(gaps);
+        }
+        gapCount += static_cast<int>(gaps.size());
+    }
+    EXPECT_GT(gapCount, Scaled(10000));
+}
+
 } // namespace
