@@ -67,10 +67,18 @@ Lines SilhouettesOf(const BakedTriangles& baked) {
     return {sets.begin(), sets.end()};
 }
 
-void Bake(const Subject& subject, BakedTriangles& baked) {
-    baked.setMeshes(subject.borrowed);
-    baked.setProjectionSpace(&subject.camera);
-    baked.initialize();
+/// Bakes the subject.
+void SetUp(GeometricFeaturesGenerator& generator, const Subject& subject) {
+    generator.setProjectionSpace(subject.camera);
+    generator.setContactTolerance(subject.contactTolerance);
+    generator.setSingleExportCluster(subject.borrowed, nullptr);
+}
+
+/// The same lines as a set of its own, of which nothing is hidden yet.
+LinePointer Unhidden(const LinePointer& set) {
+    return set ? LinePointer(LineSegmentSet::GetOutlineEdgesFromMesh(
+                     set->GetVertexBuffer(), set->GetIndexBuffer(), set->GetWorldTransformation()))
+               : set;
 }
 
 /// The boxes of baked triangles.
@@ -143,24 +151,16 @@ std::vector<Counter> CountersOf(const GeometricFeatures& features) {
 struct Stages::tInternal {
     explicit tInternal(Subject newSubject) : subject(std::move(newSubject)) {}
 
-    const BakedTriangles& bakedTriangles() {
-        if (!baked) {
-            baked = std::make_unique<BakedTriangles>();
-            Bake(subject, *baked);
-        }
-        return *baked;
-    }
-
     /// A generator that has baked.
     GeometricFeaturesGenerator& bakedGenerator() {
         if (!generator) {
             generator = std::make_unique<GeometricFeaturesGenerator>();
-            generator->setProjectionSpace(subject.camera);
-            generator->setContactTolerance(subject.contactTolerance);
-            generator->setSingleExportCluster(subject.borrowed, nullptr);
+            SetUp(*generator, subject);
         }
         return *generator;
     }
+
+    const BakedTriangles& bakedTriangles() { return bakedGenerator().getBakedTriangles(0); }
 
     const GeometricFeatures& allFeatures() {
         if (!features) {
@@ -171,7 +171,6 @@ struct Stages::tInternal {
     }
 
     Subject subject;
-    std::unique_ptr<BakedTriangles> baked;
     std::unique_ptr<GeometricFeaturesGenerator> generator;
     std::optional<GeometricFeatures> features;
 };
@@ -184,8 +183,9 @@ const Subject& Stages::subject() const {
 }
 
 Run Stages::bake() {
-    BakedTriangles baked;
-    const Cost cost = Measured([&] { Bake(internal_->subject, baked); });
+    GeometricFeaturesGenerator generator;
+    const Cost cost = Measured([&] { SetUp(generator, internal_->subject); });
+    const BakedTriangles& baked = generator.getBakedTriangles(0);
     return {cost, {{"nodes", static_cast<double>(baked.bvh.nodes.size())}}};
 }
 
@@ -220,18 +220,16 @@ Run Stages::commonLines() {
 }
 
 Run Stages::occlusion() {
-    GeometricFeaturesGenerator& generator = internal_->bakedGenerator();
-    const LinePointer silhouettes = Fused(SilhouettesOf(internal_->bakedTriangles()));
-    const LinePointer creases = Fused(CreasesOf(internal_->subject));
-    LineSegmentSet::RemoveCommonSegments(creases.get(), silhouettes.get());
+    const GeometricFeatures& features = internal_->allFeatures();
+    const Lines lines{Unhidden(features.creaseEdges), Unhidden(features.silhouetteEdges)};
     const Cost cost = Measured([&] {
-        for (const LinePointer& set : {creases, silhouettes}) {
+        for (const LinePointer& set : lines) {
             if (set) {
-                generator.computeOcclusion(*set, 0);
+                internal_->bakedGenerator().computeOcclusion(*set, 0);
             }
         }
     });
-    return {cost, {{"segments", SegmentCount(creases) + SegmentCount(silhouettes)}}};
+    return {cost, {{"segments", SegmentCount(lines)}}};
 }
 
 Run Stages::intersections() {
@@ -271,9 +269,7 @@ Run Stages::everything() {
     GeometricFeatures features;
     const Cost cost = Measured([&] {
         GeometricFeaturesGenerator generator;
-        generator.setProjectionSpace(internal_->subject.camera);
-        generator.setContactTolerance(internal_->subject.contactTolerance);
-        generator.setSingleExportCluster(internal_->subject.borrowed, nullptr);
+        SetUp(generator, internal_->subject);
         generator.computeGeometricFeatures(features, 0, true);
         Write(features, internal_->subject.camera, file.path());
     });
