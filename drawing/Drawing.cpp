@@ -1,21 +1,20 @@
-// The stages of a drawing in order: camera, baking, lines, paper, file.
+// The stages of a drawing in order: camera, baking, lines, paper; and its way into a file.
 #include "drawing/Drawing.h"
 
 #include "drawing/StageCosts.h"
 #include "drawing/camera/Camera.h"
+#include "drawing/camera/Frame.h"
 #include "drawing/common/Failure.h"
-#include "drawing/files/OutputFile.h"
 #include "drawing/lines/LineFinder.h"
 #include "drawing/lines/PaperMapping.h"
+#include "drawing/lines/PathLines.h"
 #include "drawing/lines/RepeatedLines.h"
-#include "drawing/output/JsonWriter.h"
-#include "drawing/output/Writers.h"
+#include "drawing/paper/Composing.h"
 
 #include <algorithm>
 #include <cmath>
 #include <locale>
 #include <sstream>
-#include <system_error>
 #include <utility>
 
 namespace kxcontour {
@@ -80,11 +79,11 @@ CameraSubjects SubjectsOf(const Scene& scene, const MeshList& fitted) {
     return {scene.meshes, fitted, scene.occluders};
 }
 
-AimedCamera Aim(const Scene& scene, const DrawingRequest& options) {
+AimedCamera Aim(const Scene& scene, const DrawingRequest& request) {
     const MeshList fitted =
-        options.camera.fitObject ? MeshesOf(scene, *options.camera.fitObject) : scene.meshes;
-    return AimCamera(InSceneTerms(options.camera, scene), SubjectsOf(scene, fitted),
-                     {options.page.size, options.page.margin});
+        request.camera.fitObject ? MeshesOf(scene, *request.camera.fitObject) : scene.meshes;
+    return AimCamera(InSceneTerms(request.camera, scene), SubjectsOf(scene, fitted),
+                     {request.page.size, request.page.margin});
 }
 
 /// The request for one view of several; what is not of a single view's camera stays.
@@ -95,20 +94,26 @@ CameraRequest ForView(const CameraRequest& request, View view) {
     return single;
 }
 
-SheetLayout LayOut(const Scene& scene, const DrawingRequest& options) {
+/// A camera of a matrix over the coordinates of the first model's file.
+ctr::DiscreteProjectionSpace CameraOf(const Wm4::Matrix4<double>& fileToClip, const Scene& scene) {
+    const Wm4::Matrix4<double> worldToClip = WorldToFile(scene) * fileToClip;
+    return MakeCamera(worldToClip, worldToClip.Inverse());
+}
+
+SheetLayout LayOut(const Scene& scene, const DrawingRequest& request) {
     std::vector<SheetView> views;
-    for (const View view : options.page.views) {
+    for (const View view : request.page.views) {
         const AimedCamera camera =
-            AimCamera(ForView(options.camera, view), SubjectsOf(scene, scene.meshes),
-                      {options.page.size, options.page.margin});
+            AimCamera(ForView(request.camera, view), SubjectsOf(scene, scene.meshes),
+                      {request.page.size, request.page.margin});
         views.push_back({view, camera.drawnSize->width * *camera.unitsPerMillimetre,
                          camera.drawnSize->height * *camera.unitsPerMillimetre});
     }
     std::optional<double> scale;
-    if (options.camera.scale) {
-        scale = 1.0 / (*options.camera.scale * scene.millimetresPerUnit);
+    if (request.camera.scale) {
+        scale = 1.0 / (*request.camera.scale * scene.millimetresPerUnit);
     }
-    return ArrangeViews(views, {options.page.size, options.page.margin}, options.page.arrangement,
+    return ArrangeViews(views, {request.page.size, request.page.margin}, request.page.arrangement,
                         scale);
 }
 
@@ -119,89 +124,34 @@ std::string Millimetres(double width, double height) {
     return text.str();
 }
 
-/// Of drawings to scale: whether all of them is inside the margin.
-std::string Overflow(PageSize drawn, const DrawingRequest& options) {
-    constexpr double kRounding = 1e-6;
-    const PageSize page = options.page.size;
-    const double margins = 2.0 * options.page.margin;
-    if (drawn.width <= page.width - margins + kRounding &&
-        drawn.height <= page.height - margins + kRounding) {
-        return "";
-    }
-    return "at this scale the drawing measures " + Millimetres(drawn.width, drawn.height) +
-           " and does not fit on the page of " + Describe(page) + " inside its margin";
-}
-
-std::string TitleOf(const OutputOptions& output) {
-    return output.title.value_or("Illustration");
-}
-
-ComposingRules RulesFor(const DrawingRequest& options) {
+ComposingRules RulesFor(const DrawingRequest& request) {
     ComposingRules rules;
-    rules.layering = options.output.layering;
-    rules.styles = options.lines.styles;
-    rules.coincidence = Coincidence(options.page.size);
-    rules.joint = Joint(options.page.size);
-    rules.minLength = options.lines.minLength;
-    rules.arcTolerance = options.output.arcTolerance;
-    // Every family is a layer of a CAD drawing.
-    if (options.output.format == OutputFormat::Dxf && rules.layering == Layering::None) {
-        rules.layering = Layering::Type;
-    }
+    rules.layering = request.lines.layering;
+    rules.styles = request.lines.styles;
+    rules.coincidence = Coincidence(request.page.size);
+    rules.joint = Joint(request.page.size);
+    rules.minLength = request.lines.minLength;
+    rules.arcTolerance = request.lines.arcTolerance;
     return rules;
 }
 
-void Write(const PaperDrawing& drawing, const OutputOptions& output, int file) {
-    switch (output.format) {
-    case OutputFormat::Pdf:
-        return WritePdf(drawing, file);
-    case OutputFormat::Png:
-        return WritePng(drawing, output.dotsPerInch, file);
-    case OutputFormat::Dxf:
-        return WriteDxf(drawing, file);
-    case OutputFormat::Svg:
-    case OutputFormat::Json:
-        break;
-    }
-    if (IsPlain(drawing)) {
-        return WritePlainSvg(drawing, file);
-    }
-    return WriteLayeredSvg(drawing, file);
-}
-
-[[noreturn]] void FailedToWrite(const std::string& path, const WriteFailure& failure) {
-    throw Failure(ExitCode::CannotWrite,
-                  path + ": cannot write: " +
-                      (failure.reason() != 0 ? std::generic_category().message(failure.reason())
-                                             : failure.what()));
-}
-
-/// Calls write with the descriptor of a file beside the output, and puts that in place.
-template <class Function>
-void WriteWhole(OutputFile& file, const std::string& name, Function write) {
-    const int descriptor = file.create();
-    try {
-        write(descriptor);
-    } catch (const WriteFailure& failure) {
-        FailedToWrite(name, failure);
-    }
-    file.commit();
-}
-
 /// A scale that is far too large may leave lines beside the page only, one that is far too small
-/// nothing but crumbs.
-[[noreturn]] void NothingVisible(const std::string& name, const DrawingReport& report) {
-    const bool isTooSmall = report.lines.lines > 0;
+/// only paths that are too short.
+[[noreturn]] void NothingVisible(const std::string& name,
+                                 const kxdrawing::Drawing& drawing,
+                                 const DrawingRequest& request) {
+    const bool isTooSmall = drawing.statistics.lines > 0;
+    const std::string overflow = DescribeOverflow(drawing, request);
     throw Failure(ExitCode::NothingToDraw,
                   name +
                       (isTooSmall ? ": nothing to draw: all its lines are shorter than --min-length"
                                   : ": nothing to draw: no line of it is visible") +
-                      (report.overflow.empty() ? "" : "; " + report.overflow));
+                      (overflow.empty() ? "" : "; " + overflow));
 }
 
 void MoveBy(LineGroup& group, Point offset) {
     const auto moved = [&](Point p) { return Point{p.x + offset.x, p.y + offset.y}; };
-    for (PaperLine& line : group.lines) {
+    for (PageLine& line : group.lines) {
         line = {moved(line.a), moved(line.b)};
     }
 }
@@ -209,63 +159,70 @@ void MoveBy(LineGroup& group, Point offset) {
 /// Makes one drawing step by step.
 class Drawer {
 public:
-    Drawer(const Scene& scene, const DrawingRequest& options, DrawingObserver& observer)
-        : scene_(scene), options_(options), observer_(observer), file_(options.output.path) {}
+    Drawer(const Scene& scene, const DrawingRequest& request, DrawingObserver& observer)
+        : scene_(scene), request_(request), observer_(observer) {}
 
-    DrawingReport draw() {
-        report_.output = options_.output.path;
-        report_.page = options_.page.size;
+    kxdrawing::Drawing draw() {
         observer_.expect(
-            PlanOfDrawing(static_cast<double>(scene_.triangles), options_.page.views.size()));
-        if (options_.output.format == OutputFormat::Json) {
-            drawRecords();
-        } else if (options_.page.views.empty()) {
+            PlanOfDrawing(static_cast<double>(scene_.triangles), request_.page.views.size()));
+        drawing_.page = request_.page.size;
+        drawing_.objects = scene_.objects;
+        drawing_.millimetresPerUnit = scene_.millimetresPerUnit;
+        if (request_.page.views.empty()) {
             drawView();
         } else {
             drawSheet();
         }
-        return report_;
+        return std::move(drawing_);
     }
 
 private:
     void drawView() {
         const AimedCamera camera = aim();
         const ctr::FeaturesByMesh lines = findLines(camera.space);
-        writeDrawing(
-            MapToPaper(lines, placeOf(camera.space, options_.page.size), options_.lines.hidden));
+        observer_.enter("export");
+        const PaperPlace place = placeOf(camera.space, request_.page.size);
+        PageLines onPage = MapToPaper(lines, place, request_.lines.hidden);
+        if (onPage.groups.empty()) {
+            NothingVisible(scene_.name, drawing_, request_);
+        }
+        if (request_.lines.lines) {
+            listLines(lines, place);
+        }
+        if (request_.lines.paths) {
+            makePaths(std::move(onPage));
+        }
     }
 
     void drawSheet() {
-        const SheetLayout layout = LayOut(scene_, options_);
+        const SheetLayout layout = LayOut(scene_, request_);
         noteScale(layout.unitsPerMillimetre, layout.needed);
-        PaperLines all;
+        PageLines all;
         for (const SheetCell& cell : layout.cells) {
-            PaperLines lines = drawCell(cell, layout.unitsPerMillimetre);
+            PageLines lines = drawCell(cell, layout.unitsPerMillimetre);
             for (LineGroup& group : lines.groups) {
                 MoveBy(group, {cell.left, cell.top});
                 all.groups.push_back(std::move(group));
             }
         }
-        writeDrawing(std::move(all));
+        observer_.enter("export");
+        makePaths(std::move(all));
     }
 
-    PaperLines drawCell(const SheetCell& cell, double unitsPerMillimetre) {
-        CameraRequest request = ForView(options_.camera, cell.view);
+    PageLines drawCell(const SheetCell& cell, double unitsPerMillimetre) {
+        CameraRequest request = ForView(request_.camera, cell.view);
         request.scale = 1.0 / unitsPerMillimetre;
         const AimedCamera camera =
             AimCamera(request, SubjectsOf(scene_, scene_.meshes), {cell.size, 0.0});
         const ctr::FeaturesByMesh lines = findLines(camera.space);
-        return MapToPaper(lines, placeOf(camera.space, cell.size), options_.lines.hidden);
-    }
-
-    void drawRecords() {
-        const AimedCamera camera = aim();
-        const ctr::FeaturesByMesh lines = findLines(camera.space);
-        writeRecords(lines, placeOf(camera.space, options_.page.size));
+        return MapToPaper(lines, placeOf(camera.space, cell.size), request_.lines.hidden);
     }
 
     AimedCamera aim() {
-        AimedCamera camera = Aim(scene_, options_);
+        if (request_.fileToClip) {
+            return {CameraOf(*request_.fileToClip, scene_), std::nullopt, std::nullopt};
+        }
+        AimedCamera camera = Aim(scene_, request_);
         if (camera.unitsPerMillimetre) {
             noteScale(*camera.unitsPerMillimetre, *camera.drawnSize);
         }
@@ -273,10 +230,8 @@ private:
     }
 
     void noteScale(double unitsPerMillimetre, PageSize drawn) {
-        report_.scale = 1.0 / (unitsPerMillimetre * scene_.millimetresPerUnit);
-        if (options_.camera.scale) {
-            report_.overflow = Overflow(drawn, options_);
-        }
+        drawing_.scale = 1.0 / (unitsPerMillimetre * scene_.millimetresPerUnit);
+        drawing_.drawnSize = drawn;
     }
 
     PaperPlace placeOf(const ctr::DiscreteProjectionSpace& camera, PageSize page) const {
@@ -287,59 +242,60 @@ private:
         observer_.enter("bake");
         LineFinder finder(camera);
         finder.bake(scene_.meshes, scene_.occluders, observer_);
+        observer_.rethrow();
         observer_.enter("features");
-        const bool json = options_.output.format == OutputFormat::Json;
-        const LineOptions& lines = options_.lines;
-        return finder.find(
-            {lines.silhouettes, lines.creases, lines.intersections, lines.hidden || json},
+        const kxdrawing::LineOptions& lines = request_.lines;
+        ctr::FeaturesByMesh found = finder.find(
+            {lines.silhouettes, lines.creases, lines.intersections, lines.hidden || lines.lines},
             observer_);
+        observer_.rethrow();
+        return found;
     }
 
-    void writeDrawing(PaperLines onPaper) {
-        observer_.enter("export");
-        onPaper.objects = scene_.objects;
-        PaperDrawing drawing = Compose(std::move(onPaper), RulesFor(options_), report_.lines);
-        if (report_.lines.paths == 0) {
-            NothingVisible(scene_.name, report_);
-        }
-        drawing.page = options_.page.size;
-        drawing.title = TitleOf(options_.output);
-        drawing.description = options_.output.description.value_or("");
-        WriteWhole(file_, options_.output.path,
-                   [&](int file) { Write(drawing, options_.output, file); });
+    void listLines(const ctr::FeaturesByMesh& lines, const PaperPlace& place) {
+        drawing_.lines = LinesOf(lines, place);
+        MarkRepeated(drawing_.lines, {Coincidence(request_.page.size), Joint(request_.page.size)});
+        drawing_.statistics.lines = drawing_.lines.size();
+        drawing_.statistics.paths = drawing_.lines.size();
     }
 
-    void writeRecords(const ctr::FeaturesByMesh& lines, const PaperPlace& place) {
-        observer_.enter("export");
-        if (MapToPaper(lines, place, false).groups.empty()) {
-            NothingVisible(scene_.name, report_);
+    void makePaths(PageLines onPage) {
+        onPage.objects = scene_.objects;
+        drawing_.layers =
+            Compose(std::move(onPage), RulesFor(request_), drawing_.statistics).layers;
+        if (drawing_.statistics.paths == 0) {
+            NothingVisible(scene_.name, drawing_, request_);
         }
-        JsonDrawing drawing;
-        drawing.page = options_.page.size;
-        drawing.title = TitleOf(options_.output);
-        drawing.description = options_.output.description.value_or("");
-        drawing.objects = scene_.objects;
-        drawing.millimetresPerUnit = scene_.millimetresPerUnit;
-        drawing.segments = RecordsOf(lines, place);
-        MarkRepeated(drawing.segments,
-                     {Coincidence(options_.page.size), Joint(options_.page.size)});
-        report_.lines.lines = drawing.segments.size();
-        report_.lines.paths = drawing.segments.size();
-        WriteWhole(file_, options_.output.path, [&](int file) { WriteJson(drawing, file); });
+        if (request_.lines.lines) {
+            LinkPathsToLines(drawing_, Coincidence(request_.page.size));
+        }
     }
 
     const Scene& scene_;
-    const DrawingRequest& options_;
+    const DrawingRequest& request_;
     DrawingObserver& observer_;
-    OutputFile file_;
-    DrawingReport report_;
+    kxdrawing::Drawing drawing_;
 };
 
 } // namespace
 
-DrawingReport
-DrawScene(const Scene& scene, const DrawingRequest& options, DrawingObserver& observer) {
-    return Drawer(scene, options, observer).draw();
+kxdrawing::Drawing
+DrawScene(const Scene& scene, const DrawingRequest& request, DrawingObserver& observer) {
+    return Drawer(scene, request, observer).draw();
+}
+
+std::string DescribeOverflow(const kxdrawing::Drawing& drawing, const DrawingRequest& request) {
+    constexpr double kRounding = 1e-6;
+    const PageSize page = request.page.size;
+    const double margins = 2.0 * request.page.margin;
+    const std::optional<PageSize>& drawn = drawing.drawnSize;
+    if (!request.camera.scale || !drawn ||
+        (drawn->width <= page.width - margins + kRounding &&
+         drawn->height <= page.height - margins + kRounding)) {
+        return "";
+    }
+    return "at this scale the drawing measures " + Millimetres(drawn->width, drawn->height) +
+           " and does not fit on the page of " + Describe(page) + " inside its margin";
 }
 
 } // namespace kxcontour

@@ -1,30 +1,23 @@
-// One drawing, from a scene to a file.
+// The stages of a drawing, behind the public interface.
 #pragma once
+
+#include <kxDrawing/Drawing.h>
 
 #include "drawing/Observer.h"
 #include "drawing/Request.h"
-#include "drawing/paper/Composing.h"
 #include "drawing/scene/Scene.h"
 
-#include <cstddef>
-#include <optional>
 #include <string>
 
 namespace kxcontour {
 
-/// What became of a drawing.
-struct DrawingReport {
-    std::string output;
-    PageSize page;
-    ComposingReport lines;
-    std::optional<double> scale; ///< Length on paper over real length; none in perspective.
-    /// A line for the user about what does not fit on the page; empty when all does.
-    std::string overflow;
-};
+/// Draws a scene. Any number of threads may draw one scene at once. Throws Failure: Usage for a
+/// camera that cannot be, NothingToDraw where no line is visible.
+kxdrawing::Drawing
+DrawScene(const Scene& scene, const DrawingRequest& request, DrawingObserver& observer);
 
-/// Draws a scene and puts the file in place, whole or not at all. Any number of threads may draw
-/// one scene at once. Throws Failure.
-DrawingReport
-DrawScene(const Scene& scene, const DrawingRequest& options, DrawingObserver& observer);
+/// A line for the user about a drawing to scale that exceeds the page inside its margin; empty
+/// where it fits.
+std::string DescribeOverflow(const kxdrawing::Drawing& drawing, const DrawingRequest& request);
 
 } // namespace kxcontour

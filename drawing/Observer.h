@@ -1,4 +1,4 @@
-// Who is told how a drawing gets on.
+// Receives the progress of a drawing.
 #pragma once
 
 #include <kxSystem/kxProgressNotifierInterface.h>
@@ -9,14 +9,17 @@
 
 namespace kxcontour {
 
-/// Told of every stage as it begins, of the steps inside the longest of them, and of what is
-/// expected to come whenever more is known about it.
+/// Receives every stage as it begins, the steps inside the longest of them, and the stages that are
+/// expected to come, whenever more is known about them.
 class DrawingObserver : public kx::kxProgressNotifierInterface {
 public:
     /// The stages after the current one, in order.
     virtual void expect(std::vector<PlannedStage> stages) = 0;
 
     virtual void enter(const char* stage) = 0;
+
+    /// Throws what made isCanceled() true, if anything did; called after each long operation.
+    virtual void rethrow() {}
 };
 
 } // namespace kxcontour

@@ -2,11 +2,11 @@
 #include "import/FileModel.h"
 
 #include "drawing/common/Failure.h"
+#include "drawing/scene/Axes.h"
 #include "drawing/scene/Box.h"
 #include "drawing/scene/CoordinateSteps.h"
 #include "drawing/scene/Placing.h"
 #include "drawing/scene/SharedVertices.h"
-#include "import/Axes.h"
 #include "import/FormatRules.h"
 
 #include <algorithm>
@@ -35,24 +35,6 @@ Box CornerBox(const FileModel& file) {
         }
     }
     return box;
-}
-
-/// A point near the middle of a box that lies far away, a multiple of about half the box's size:
-/// with so few digits, differences from it are exact as a rule. Else the origin.
-Vector RoundOrigin(const Box& box) {
-    Vector origin(0.0, 0.0, 0.0);
-    if (!LiesFarAway(box)) {
-        return origin;
-    }
-    const Vector size = box.size();
-    const Vector center = box.center();
-    int exponent = 0;
-    std::frexp(std::max({size[0], size[1], size[2]}), &exponent);
-    const double step = std::ldexp(1.0, exponent - 1);
-    for (int axis = 0; axis < 3; ++axis) {
-        origin[axis] = std::round(center[axis] / step) * step;
-    }
-    return origin;
 }
 
 /// Makes the shapes of objects.

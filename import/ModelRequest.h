@@ -1,6 +1,8 @@
 // Which model is read, and what the user knows better than the file.
 #pragma once
 
+#include <kxDrawing/Scene.h>
+
 #include "drawing/common/LengthUnit.h"
 
 #include <chrono>
@@ -10,10 +12,7 @@
 
 namespace kxcontour {
 
-/// The axis of a file's coordinates that points up.
-///
-/// With x up the file's z points to the front, with y up z, with z up -y.
-enum class UpAxis : std::uint8_t { X, Y, Z };
+using kxdrawing::UpAxis;
 
 /// What reading a model may take, and where it may read.
 struct ReadRules {

@@ -2,9 +2,9 @@
 #include "import/SceneModel.h"
 
 #include "drawing/common/Failure.h"
+#include "drawing/scene/Axes.h"
 #include "drawing/scene/CoordinateSteps.h"
 #include "drawing/scene/SharedVertices.h"
-#include "import/Axes.h"
 #include "import/FormatRules.h"
 #include "import/ObjectName.h"
 #include "import/Statements.h"

@@ -7,12 +7,12 @@
 #include "common/RunPlan.h"
 #include "common/Summary.h"
 #include "common/Timing.h"
-#include "drawing/Drawing.h"
 #include "drawing/common/Failure.h"
 #include "drawing/files/OutputFile.h"
 #include "import/ImportProcess.h"
 #include "import/SceneReader.h"
 #include "info/ModelReport.h"
+#include "jobs/DrawingJob.h"
 #include "options/CommandFiles.h"
 
 #include <unistd.h>
@@ -73,7 +73,7 @@ int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
                                   [&](const char* stage) { observer.enter(stage); });
     files.readSideFiles(scene.sideFiles);
     files.requireNoSideFile(options.output.path);
-    const DrawingReport report = DrawScene(scene, options, observer);
+    const DrawingReport report = DrawToFile(scene, options, observer);
     observer.finish();
 
     TellAbout(scene, options, report, messages);

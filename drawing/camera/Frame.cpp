@@ -220,6 +220,17 @@ ctr::DiscreteProjectionSpace MakeCamera(const Pyramid& pyramid, const ViewAxes& 
     return MakeSpace(WorldToClip(pyramid, axes), ClipToWorld(pyramid, axes));
 }
 
+ctr::DiscreteProjectionSpace MakeCamera(const Wm4::Matrix4<double>& worldToClip,
+                                        const Wm4::Matrix4<double>& clipToWorld) {
+    for (int i = 0; i < 16; ++i) {
+        if (!std::isfinite(static_cast<float>(worldToClip[i / 4][i % 4])) ||
+            !std::isfinite(static_cast<float>(clipToWorld[i / 4][i % 4]))) {
+            throw Failure(ExitCode::Usage, "the matrix of the view is singular or not finite");
+        }
+    }
+    return MakeSpace(worldToClip, clipToWorld);
+}
+
 void EyeFinder::add(const Vector& point) {
     for (int axis = 0; axis < 2; ++axis) {
         upper_[axis] = std::max(upper_[axis], point[axis] + tangent_[axis] * point[2]);

@@ -61,6 +61,11 @@ struct Pyramid {
 /// precision cannot hold.
 ctr::DiscreteProjectionSpace MakeCamera(const Pyramid& pyramid, const ViewAxes& axes);
 
+/// A camera of matrices of the caller's own, each the inverse of the other, for row vectors. Throws
+/// Failure (Usage) for entries that single precision cannot hold.
+ctr::DiscreteProjectionSpace MakeCamera(const Wm4::Matrix4<double>& worldToClip,
+                                        const Wm4::Matrix4<double>& clipToWorld);
+
 /// Finds where an eye of a given direction and angle has to be for points to fill a rectangle.
 ///
 /// Every point is inside and the eye is as near as that allows. Each side of the rectangle spans a

@@ -3,7 +3,8 @@
 #include "drawing/lines/PaperMapping.h"
 
 #include <ctr/ExportParameters.h>
-#include <ctr/RationalTools.h>
+#include <ctr/IntervalTools.h>
+#include <ctr/detail/PageMap.h>
 
 #include <cstdint>
 #include <utility>
@@ -27,29 +28,21 @@ public:
     }
 
     Point operator()(const Position& world) const {
-        const double p[3] = {static_cast<double>(world[0]), static_cast<double>(world[1]),
-                             static_cast<double>(world[2])};
+        const Wm4::Vector2<double> point = ctr::detail::ToPage<double>(parameters_, world);
+        return {point[0], point[1]};
+    }
+
+    /// The distance from the eye, up to a factor; the same everywhere without perspective.
+    double depthOf(const Position& world) const {
         const Wm4::Matrix4<float>& m = parameters_.worldToClip;
-        const auto along = [&](int column) {
-            return p[0] * static_cast<double>(m[0][column]) +
-                   p[1] * static_cast<double>(m[1][column]) +
-                   p[2] * static_cast<double>(m[2][column]) + static_cast<double>(m[3][column]);
-        };
-        const double w = along(3);
-        return onSheet(along(0) / w, along(1) / w);
+        double depth = static_cast<double>(m[3][3]);
+        for (int i = 0; i < 3; ++i) {
+            depth += static_cast<double>(world[i]) * static_cast<double>(m[i][3]);
+        }
+        return depth;
     }
 
 private:
-    Point onSheet(double x, double y) const {
-        const auto transform = [&](int i) {
-            return static_cast<double>(parameters_.pageTransform[static_cast<std::size_t>(i)]);
-        };
-        const auto offset = [&](int i) { return static_cast<double>(parameters_.pageOffset[i]); };
-        const double height = static_cast<double>(parameters_.pageSizeInMM[1]);
-        return {transform(0) * x + transform(1) * y + offset(0),
-                height - (transform(2) * x + transform(3) * y + offset(1))};
-    }
-
     ctr::ExportParameters parameters_;
 };
 
@@ -65,8 +58,8 @@ std::pair<Position, Position> EndsOf(const LineSegmentSet& set, std::size_t segm
             vertices.Position3(static_cast<int>(indices[1]))};
 }
 
-std::vector<PaperLine> VisiblePieces(const LineSegmentSet& set, const PageMap& toPage) {
-    std::vector<PaperLine> lines;
+std::vector<PageLine> VisiblePieces(const LineSegmentSet& set, const PageMap& toPage) {
+    std::vector<PageLine> lines;
     const LineSetPointer pieces(LineSegmentSet::BakeVisibleSegments(&set));
     if (!pieces) {
         return lines;
@@ -77,22 +70,6 @@ std::vector<PaperLine> VisiblePieces(const LineSegmentSet& set, const PageMap& t
         lines.push_back({toPage(a), toPage(b)});
     }
     return lines;
-}
-
-/// What the ranges leave of 0 to 1.
-std::vector<RationalInterval> Complement(const std::vector<RationalInterval>& ranges) {
-    std::vector<RationalInterval> gaps;
-    Fraction from(0, 1);
-    for (const RationalInterval& range : ranges) {
-        if (ctr::RationalTools::GreaterThan(range.start, from) > 0) {
-            gaps.push_back({from, range.start});
-        }
-        from = range.end;
-    }
-    if (ctr::RationalTools::GreaterThan(Fraction(1, 1), from) > 0) {
-        gaps.push_back({from, Fraction(1, 1)});
-    }
-    return gaps;
 }
 
 const RationalInterval& Whole() {
@@ -112,7 +89,7 @@ LineSetPointer Inverted(const LineSegmentSet& set) {
     LineSetPointer inverted(static_cast<LineSegmentSet*>(clone));
     for (std::size_t i = 0; i < inverted->occlusionIntervals.size(); ++i) {
         std::vector<RationalInterval>& ranges = inverted->occlusionIntervals[i];
-        ranges = IsInView(set, i) ? Complement(ranges) : std::vector{Whole()};
+        ranges = IsInView(set, i) ? ctr::IntervalTools::Complement(ranges) : std::vector{Whole()};
     }
     return inverted;
 }
@@ -122,26 +99,26 @@ class Gathering {
 public:
     Gathering(const PaperPlace& place, bool withHidden) : toPage_(place), withHidden_(withHidden) {}
 
-    void add(const LineSetPointer& set, Family family, std::size_t object) {
+    void add(const LineSetPointer& set, LineKind kind, std::size_t object) {
         if (!set) {
             return;
         }
-        addGroup(VisiblePieces(*set, toPage_), {family, false, object, {}});
+        addGroup(VisiblePieces(*set, toPage_), {kind, false, object, {}});
         if (withHidden_ && !set->occlusionIntervals.empty()) {
-            addGroup(VisiblePieces(*Inverted(*set), toPage_), {family, true, object, {}});
+            addGroup(VisiblePieces(*Inverted(*set), toPage_), {kind, true, object, {}});
         }
     }
 
-    void addHidden(const LineSetPointer& set, Family family, std::size_t object) {
+    void addHidden(const LineSetPointer& set, LineKind kind, std::size_t object) {
         if (set && withHidden_) {
-            addGroup(VisiblePieces(*set, toPage_), {family, true, object, {}});
+            addGroup(VisiblePieces(*set, toPage_), {kind, true, object, {}});
         }
     }
 
-    PaperLines take() { return std::move(lines_); }
+    PageLines take() { return std::move(lines_); }
 
 private:
-    void addGroup(std::vector<PaperLine> pieces, LineGroup group) {
+    void addGroup(std::vector<PageLine> pieces, LineGroup group) {
         if (!pieces.empty()) {
             group.lines = std::move(pieces);
             lines_.groups.push_back(std::move(group));
@@ -150,28 +127,37 @@ private:
 
     PageMap toPage_;
     bool withHidden_;
-    PaperLines lines_;
+    PageLines lines_;
 };
+
+std::vector<kxdrawing::Interval> Intervals(const std::vector<RationalInterval>& ranges) {
+    std::vector<kxdrawing::Interval> intervals;
+    intervals.reserve(ranges.size());
+    for (const RationalInterval& range : ranges) {
+        intervals.push_back({{range.start[0], range.start[1]}, {range.end[0], range.end[1]}});
+    }
+    return intervals;
+}
 
 /// Makes records of the segments of sets.
 class Recording {
 public:
     explicit Recording(const PaperPlace& place) : toPage_(place), toFile_(place.worldToFile) {}
 
-    void add(const LineSetPointer& set, Family family, std::size_t object, bool hidden) {
+    void add(const LineSetPointer& set, LineKind kind, std::size_t object, bool hidden) {
         for (std::size_t i = 0; set && i < SegmentCount(*set); ++i) {
             records_.push_back(record(*set, i, hidden));
-            records_.back().family = family;
+            records_.back().kind = kind;
             records_.back().object = object;
         }
     }
 
-    std::vector<SegmentRecord> take() { return std::move(records_); }
+    std::vector<kxdrawing::Line> take() { return std::move(records_); }
 
 private:
-    SegmentRecord record(const LineSegmentSet& set, std::size_t segment, bool hidden) const {
+    kxdrawing::Line record(const LineSegmentSet& set, std::size_t segment, bool hidden) const {
         const auto [a, b] = EndsOf(set, segment);
-        SegmentRecord record;
+        kxdrawing::Line record;
         record.ends = {inFile(a), inFile(b)};
         if (!IsInView(set, segment)) {
             return record;
@@ -180,11 +166,13 @@ private:
                               ? set.clipRanges[segment]
                               : LineSegmentSet::ClipRange{0.0F, 1.0F, 1.0F, 1.0F};
         const auto at = [&a = a, &b = b](float t) { return Position((1.0F - t) * a + t * b); };
-        record.onPaper = PaperLine{toPage_(at(clip.t0)), toPage_(at(clip.t1))};
+        record.onPage = PageLine{toPage_(at(clip.t0)), toPage_(at(clip.t1))};
+        record.endsOnPage = {inFile(at(clip.t0)), inFile(at(clip.t1))};
+        record.depthRatio = toPage_.depthOf(at(clip.t1)) / toPage_.depthOf(at(clip.t0));
         if (hidden) {
-            record.hidden.push_back(Whole());
+            record.hidden.push_back({{0, 1}, {1, 1}});
         } else if (segment < set.occlusionIntervals.size()) {
-            record.hidden = set.occlusionIntervals[segment];
+            record.hidden = Intervals(set.occlusionIntervals[segment]);
         }
         return record;
     }
@@ -203,30 +191,31 @@ private:
 
     PageMap toPage_;
     Wm4::Matrix4<double> toFile_;
-    std::vector<SegmentRecord> records_;
+    std::vector<kxdrawing::Line> records_;
 };
 
 } // namespace
 
-PaperLines MapToPaper(const ctr::FeaturesByMesh& lines, const PaperPlace& place, bool withHidden) {
+PageLines MapToPaper(const ctr::FeaturesByMesh& lines, const PaperPlace& place, bool withHidden) {
     Gathering gathering(place, withHidden);
     for (std::size_t i = 0; i < lines.meshes.size(); ++i) {
-        gathering.add(lines.meshes[i].silhouetteEdges, Family::Silhouette, place.objects[i]);
-        gathering.add(lines.meshes[i].creaseEdges, Family::Crease, place.objects[i]);
+        gathering.add(lines.meshes[i].silhouetteEdges, LineKind::Silhouette, place.objects[i]);
+        gathering.add(lines.meshes[i].creaseEdges, LineKind::Crease, place.objects[i]);
     }
-    gathering.add(lines.intersectionEdges, Family::Intersection, kSharedObject);
-    gathering.addHidden(lines.hiddenIntersectionEdges, Family::Intersection, kSharedObject);
+    gathering.add(lines.intersectionEdges, LineKind::Intersection, kNoObject);
+    gathering.addHidden(lines.hiddenIntersectionEdges, LineKind::Intersection, kNoObject);
     return gathering.take();
 }
 
-std::vector<SegmentRecord> RecordsOf(const ctr::FeaturesByMesh& lines, const PaperPlace& place) {
+std::vector<kxdrawing::Line> LinesOf(const ctr::FeaturesByMesh& lines, const PaperPlace& place) {
     Recording recording(place);
     for (std::size_t i = 0; i < lines.meshes.size(); ++i) {
-        recording.add(lines.meshes[i].silhouetteEdges, Family::Silhouette, place.objects[i], false);
-        recording.add(lines.meshes[i].creaseEdges, Family::Crease, place.objects[i], false);
+        recording.add(lines.meshes[i].silhouetteEdges, LineKind::Silhouette, place.objects[i],
+                      false);
+        recording.add(lines.meshes[i].creaseEdges, LineKind::Crease, place.objects[i], false);
     }
-    recording.add(lines.intersectionEdges, Family::Intersection, kSharedObject, false);
-    recording.add(lines.hiddenIntersectionEdges, Family::Intersection, kSharedObject, true);
+    recording.add(lines.intersectionEdges, LineKind::Intersection, kNoObject, false);
+    recording.add(lines.hiddenIntersectionEdges, LineKind::Intersection, kNoObject, true);
     return recording.take();
 }
 

@@ -1,4 +1,4 @@
-// The visible pieces of all records go through the same sieve as the lines of a drawing.
+// Removes overlaps among the visible parts of all lines, as is done for the paths of a drawing.
 #include "drawing/lines/RepeatedLines.h"
 
 #include "drawing/paper/Overlaps.h"
@@ -21,28 +21,28 @@ struct VisibleRange {
     double at(double share) const { return from + share * (to - from); }
 };
 
-double ValueOf(const Wm4::Vector2<std::int64_t>& fraction) {
-    return static_cast<double>(fraction[0]) / static_cast<double>(fraction[1]);
+double ValueOf(const kxdrawing::Fraction& fraction) {
+    return static_cast<double>(fraction.numerator) / static_cast<double>(fraction.denominator);
 }
 
 /// The pieces as groups of lines, and where each of these comes from.
 struct VisiblePaper {
-    PaperLines lines;
+    PageLines lines;
     std::vector<std::vector<VisibleRange>> ranges; ///< By group and line.
 };
 
 class PieceCollector {
 public:
-    explicit PieceCollector(const std::vector<SegmentRecord>& records) : records_(records) {}
+    explicit PieceCollector(const std::vector<kxdrawing::Line>& records) : records_(records) {}
 
     VisiblePaper collect() {
         for (std::size_t i = 0; i < records_.size(); ++i) {
-            if (i == 0 || records_[i].family != records_[i - 1].family ||
+            if (i == 0 || records_[i].kind != records_[i - 1].kind ||
                 records_[i].object != records_[i - 1].object) {
-                paper_.lines.groups.push_back({records_[i].family, false, records_[i].object, {}});
+                paper_.lines.groups.push_back({records_[i].kind, false, records_[i].object, {}});
                 paper_.ranges.emplace_back();
             }
-            if (records_[i].onPaper) {
+            if (records_[i].onPage) {
                 addGaps(i);
             }
         }
@@ -53,16 +53,16 @@ private:
     /// What the hidden ranges leave.
     void addGaps(std::size_t record) {
         double from = 0.0;
-        for (const ctr::RationalInterval& hidden : records_[record].hidden) {
-            add({record, from, ValueOf(hidden.start)});
-            from = ValueOf(hidden.end);
+        for (const kxdrawing::Interval& hidden : records_[record].hidden) {
+            add({record, from, ValueOf(hidden.from)});
+            from = ValueOf(hidden.to);
         }
         add({record, from, 1.0});
     }
 
     void add(const VisibleRange& range) {
         if (range.from < range.to) {
-            const PaperLine& line = *records_[range.record].onPaper;
+            const PageLine& line = *records_[range.record].onPage;
             const Point along = line.b - line.a;
             paper_.lines.groups.back().lines.push_back(
                 {line.a + along * range.from, line.a + along * range.to});
@@ -70,14 +70,14 @@ private:
         }
     }
 
-    const std::vector<SegmentRecord>& records_;
+    const std::vector<kxdrawing::Line>& records_;
     VisiblePaper paper_;
 };
 
 /// Writes down what the shares leave of the ranges. Both are in the order of lines.
 void MarkOutside(const std::vector<LineShare>& shares,
                  const std::vector<VisibleRange>& ranges,
-                 std::vector<SegmentRecord>& records) {
+                 std::vector<kxdrawing::Line>& records) {
     auto share = shares.begin();
     for (std::size_t line = 0; line < ranges.size(); ++line) {
         const VisibleRange& range = ranges[line];
@@ -97,10 +97,10 @@ void MarkOutside(const std::vector<LineShare>& shares,
 
 } // namespace
 
-void MarkRepeated(std::vector<SegmentRecord>& records, const PaperTolerances& tolerances) {
-    for (SegmentRecord& record : records) {
-        if (record.onPaper && Distance(record.onPaper->a, record.onPaper->b) <= tolerances.joint) {
-            record.onPaper.reset();
+void MarkRepeated(std::vector<kxdrawing::Line>& records, const PaperTolerances& tolerances) {
+    for (kxdrawing::Line& record : records) {
+        if (record.onPage && Distance(record.onPage->a, record.onPage->b) <= tolerances.joint) {
+            record.onPage.reset();
         }
     }
     const VisiblePaper paper = PieceCollector(records).collect();

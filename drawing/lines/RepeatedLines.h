@@ -1,7 +1,7 @@
 // Records that say each visible line once.
 #pragma once
 
-#include "drawing/lines/SegmentRecord.h"
+#include "drawing/paper/Paper.h"
 
 #include <vector>
 
@@ -17,6 +17,6 @@ struct PaperTolerances {
 /// RemoveOverlaps(): of any place on paper one record is left that shows it. Records that begin and
 /// end within a joint lose their place on paper. Records of one family and object
 /// follow each other, as RecordsOf() gives them.
-void MarkRepeated(std::vector<SegmentRecord>& records, const PaperTolerances& tolerances);
+void MarkRepeated(std::vector<kxdrawing::Line>& records, const PaperTolerances& tolerances);
 
 } // namespace kxcontour

@@ -51,17 +51,17 @@ void AddPath(cairo_t* context, const Path& path) {
             cairo_line_to(context, path.points[i].x, path.points[i].y);
         }
     }
-    if (IsClosed(path)) {
+    if (path.isClosed()) {
         cairo_close_path(context);
     }
 }
 
 } // namespace
 
-void Paint(cairo_surface_t* surface, double unitsPerMillimetre, const PaperDrawing& drawing) {
+void Paint(cairo_surface_t* surface, double unitsPerMillimetre, const kxdrawing::Drawing& drawing) {
     const Context context(cairo_create(surface), &cairo_destroy);
     cairo_scale(context.get(), unitsPerMillimetre, unitsPerMillimetre);
-    for (const PaperLayer& layer : drawing.layers) {
+    for (const kxdrawing::Layer& layer : drawing.layers) {
         for (const PathGroup& group : layer.groups) {
             SetStyle(context.get(), group.style);
             for (const Path& path : group.paths) {

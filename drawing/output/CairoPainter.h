@@ -17,7 +17,7 @@ using CairoSurface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_de
 /// Draws every path in order, with y down; so many units of the surface are a millimetre.
 ///
 /// Cairo rounds positions to 1/256 of a unit. Failures show in the status of the surface.
-void Paint(cairo_surface_t* surface, double unitsPerMillimetre, const PaperDrawing& drawing);
+void Paint(cairo_surface_t* surface, double unitsPerMillimetre, const kxdrawing::Drawing& drawing);
 
 /// A file that cairo writes to.
 class CairoFile {

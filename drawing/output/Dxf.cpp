@@ -53,12 +53,12 @@ const char* FamilyLayer(const PathGroup& group) {
     if (group.hidden) {
         return "HIDDEN";
     }
-    switch (group.family) {
-    case Family::Crease:
+    switch (group.kind) {
+    case LineKind::Crease:
         return "CREASE";
-    case Family::Intersection:
+    case LineKind::Intersection:
         return "INTERSECTION";
-    case Family::Silhouette:
+    case LineKind::Silhouette:
         break;
     }
     return "SILHOUETTE";
@@ -106,9 +106,9 @@ void AddLineType(LineTypes& lineTypes, const StrokeStyle& style) {
 /// Gathers layers in the order in which the drawing has them.
 class DrawingBuilder {
 public:
-    DxfDrawing build(const PaperDrawing& drawing) {
+    DxfDrawing build(const kxdrawing::Drawing& drawing) {
         result_.page = drawing.page;
-        for (const PaperLayer& layer : drawing.layers) {
+        for (const kxdrawing::Layer& layer : drawing.layers) {
             if (!layer.name.empty()) {
                 addNamed(layer);
                 continue;
@@ -121,7 +121,7 @@ public:
     }
 
 private:
-    void addNamed(const PaperLayer& layer) {
+    void addNamed(const kxdrawing::Layer& layer) {
         const StrokeStyle style = layer.groups.empty() ? StrokeStyle() : layer.groups[0].style;
         result_.layers.push_back({names_.make(layer.name), style});
         for (const PathGroup& group : layer.groups) {
@@ -154,9 +154,9 @@ Point TurnOver(const Point& point, PageSize page) {
 }
 
 /// The box of all points, y up; the page where there are none.
-PaperLine ExtentsOf(const DxfDrawing& drawing) {
+PageLine ExtentsOf(const DxfDrawing& drawing) {
     constexpr double kFar = std::numeric_limits<double>::infinity();
-    PaperLine box{{kFar, kFar}, {-kFar, -kFar}};
+    PageLine box{{kFar, kFar}, {-kFar, -kFar}};
     for (const DxfGroup& group : drawing.groups) {
         for (const Path& path : group.group->paths) {
             for (const Point& point : path.points) {
@@ -166,7 +166,7 @@ PaperLine ExtentsOf(const DxfDrawing& drawing) {
             }
         }
     }
-    return box.a.x <= box.b.x ? box : PaperLine{{}, {drawing.page.width, drawing.page.height}};
+    return box.a.x <= box.b.x ? box : PageLine{{}, {drawing.page.width, drawing.page.height}};
 }
 
 // ------------------------------------------------------------------ How lines look
@@ -230,7 +230,7 @@ struct Anchors {
 
 void WriteHeader(DxfFile& file, const DxfDrawing& drawing) {
     const auto variable = [&file](const char* name) { file.text(9, name); };
-    const PaperLine extents = ExtentsOf(drawing);
+    const PageLine extents = ExtentsOf(drawing);
     file.startSection("HEADER");
     variable("$ACADVER");
     file.text(1, "AC1015");
@@ -523,7 +523,7 @@ private:
             return;
         }
         // There and back again is no loop.
-        const bool closed = last - first + 1 == path.points.size() && last > 2 && IsClosed(path);
+        const bool closed = last - first + 1 == path.points.size() && last > 2 && path.isClosed();
         const std::size_t count = last - first + (closed ? 0 : 1);
         startEntity("LWPOLYLINE");
         file_.text(100, "AcDbPolyline");
@@ -659,8 +659,8 @@ struct Layout {
 
 void WriteLayout(DxfFile& file, const DxfDrawing& drawing, const Layout& layout) {
     const PageSize page = drawing.page;
-    const PaperLine extents =
-        layout.isModel ? ExtentsOf(drawing) : PaperLine{{}, {page.width, page.height}};
+    const PageLine extents =
+        layout.isModel ? ExtentsOf(drawing) : PageLine{{}, {page.width, page.height}};
     file.startObject("LAYOUT", layout.own, layout.owner);
     WritePlotSettings(file, page, layout.isModel);
     file.text(100, "AcDbLayout");
@@ -704,7 +704,7 @@ void WriteObjects(DxfFile& file, const DxfDrawing& drawing, const Anchors& ancho
 
 } // namespace
 
-void WriteDxf(const PaperDrawing& drawing, int descriptor) {
+void WriteDxf(const kxdrawing::Drawing& drawing, int descriptor) {
     const DxfDrawing dxf = DrawingBuilder().build(drawing);
     DxfFile file(descriptor);
     const Anchors anchors(file);

@@ -47,21 +47,21 @@ void WriteCoordinates(BufferedFile& file, const Point& point) {
     WriteList(file, std::array{point.x, point.y}, [&](double value) { WriteNumber(file, value); });
 }
 
-void WriteFraction(BufferedFile& file, const Wm4::Vector2<std::int64_t>& fraction) {
-    file << '[' << std::int64_t{fraction[0]} << ',' << std::int64_t{fraction[1]} << ']';
+void WriteFraction(BufferedFile& file, const kxdrawing::Fraction& fraction) {
+    file << '[' << fraction.numerator << ',' << fraction.denominator << ']';
 }
 
-void WriteRange(BufferedFile& file, const ctr::RationalInterval& range) {
+void WriteRange(BufferedFile& file, const kxdrawing::Interval& range) {
     file << '[';
-    WriteFraction(file, range.start);
+    WriteFraction(file, range.from);
     file << ',';
-    WriteFraction(file, range.end);
+    WriteFraction(file, range.to);
     file << ']';
 }
 
-void WriteSegment(BufferedFile& file, const SegmentRecord& segment) {
-    file << "{\"family\":\"" << NameOf(segment.family) << "\",\"object\":";
-    if (segment.object == kSharedObject) {
+void WriteSegment(BufferedFile& file, const kxdrawing::Line& segment) {
+    file << "{\"family\":\"" << NameOf(segment.kind) << "\",\"object\":";
+    if (segment.object == kNoObject) {
         file << "null";
     } else {
         file << segment.object;
@@ -69,8 +69,8 @@ void WriteSegment(BufferedFile& file, const SegmentRecord& segment) {
     file << ",\"ends\":";
     WriteList(file, segment.ends, [&](const auto& end) { WritePosition(file, end); });
     file << ",\"paper\":";
-    if (segment.onPaper) {
-        WriteList(file, std::array{segment.onPaper->a, segment.onPaper->b},
+    if (segment.onPage) {
+        WriteList(file, std::array{segment.onPage->a, segment.onPage->b},
                   [&](const Point& point) { WriteCoordinates(file, point); });
     } else {
         file << "null";
@@ -84,7 +84,7 @@ void WriteSegment(BufferedFile& file, const SegmentRecord& segment) {
     file << '}';
 }
 
-void WriteHead(BufferedFile& file, const JsonDrawing& drawing) {
+void WriteHead(BufferedFile& file, const kxdrawing::Drawing& drawing) {
     file << "{\n\"generator\": \"kxcontour\",\n\"page\": {\"width\": ";
     WriteNumber(file, drawing.page.width);
     file << ", \"height\": ";
@@ -99,12 +99,12 @@ void WriteHead(BufferedFile& file, const JsonDrawing& drawing) {
 
 } // namespace
 
-void WriteJson(const JsonDrawing& drawing, int descriptor) {
+void WriteJson(const kxdrawing::Drawing& drawing, int descriptor) {
     BufferedFile file(descriptor);
     WriteHead(file, drawing);
     file << "\"segments\": [";
     const char* separator = "\n";
-    for (const SegmentRecord& segment : drawing.segments) {
+    for (const kxdrawing::Line& segment : drawing.lines) {
         file << separator;
         WriteSegment(file, segment);
         separator = ",\n";

@@ -1,21 +1,12 @@
 // Drawings for other programs.
 #pragma once
 
-#include "drawing/lines/SegmentRecord.h"
+#include "drawing/paper/Paper.h"
 
 #include <string>
 #include <vector>
 
 namespace kxcontour {
-
-struct JsonDrawing {
-    PageSize page;
-    std::string title;
-    std::string description;
-    std::vector<std::string> objects;
-    double millimetresPerUnit = 1.0; ///< Of the model's unit.
-    std::vector<SegmentRecord> segments;
-};
 
 /// Writes one JSON object (UTF-8, numbers in full precision, one segment a line):
 ///
@@ -41,6 +32,6 @@ struct JsonDrawing {
 /// matter of paper. So what is in neither is what other formats draw: each visible line once,
 /// however short. Names that are no UTF-8 have U+FFFD in the place of the wrong bytes, and a number
 /// that is not finite is null. Throws WriteFailure, see Writers.h.
-void WriteJson(const JsonDrawing& drawing, int descriptor);
+void WriteJson(const kxdrawing::Drawing& drawing, int descriptor);
 
 } // namespace kxcontour

@@ -35,7 +35,7 @@ std::string LayerId(const std::string& name) {
     return id;
 }
 
-void WriteHead(BufferedFile& file, const PaperDrawing& drawing) {
+void WriteHead(BufferedFile& file, const kxdrawing::Drawing& drawing) {
     const Number width = PaperNumber(drawing.page.width);
     const Number height = PaperNumber(drawing.page.height);
     file << "<?xml version=\"1.0\"?>\n"
@@ -60,7 +60,7 @@ void WriteDashes(BufferedFile& file, const std::vector<double>& dashes) {
 
 void WriteGroupStart(BufferedFile& file, const PathGroup& group) {
     const auto& [red, green, blue] = group.style.color;
-    file << "<g class=\"" << NameOf(group.family) << (group.hidden ? " hidden" : "")
+    file << "<g class=\"" << NameOf(group.kind) << (group.hidden ? " hidden" : "")
          << "\" fill=\"none\" stroke-linecap=\"round\" stroke-linejoin=\"round\" stroke=\"rgb("
          << std::size_t{red} << ',' << std::size_t{green} << ',' << std::size_t{blue}
          << ")\" stroke-width=\"" << PaperNumber(group.style.width);
@@ -117,7 +117,7 @@ void WriteGroup(BufferedFile& file, const PathGroup& group) {
     file << "</g>\n";
 }
 
-void WriteLayer(BufferedFile& file, const PaperLayer& layer) {
+void WriteLayer(BufferedFile& file, const kxdrawing::Layer& layer) {
     if (!layer.name.empty()) {
         file << "<g inkscape:groupmode=\"layer\" id=\"" << LayerId(layer.name)
              << "\" inkscape:label=\"" << EscapeXmlAttribute(layer.name) << "\">\n";
@@ -132,10 +132,10 @@ void WriteLayer(BufferedFile& file, const PaperLayer& layer) {
 
 } // namespace
 
-void WriteLayeredSvg(const PaperDrawing& drawing, int descriptor) {
+void WriteLayeredSvg(const kxdrawing::Drawing& drawing, int descriptor) {
     BufferedFile file(descriptor);
     WriteHead(file, drawing);
-    for (const PaperLayer& layer : drawing.layers) {
+    for (const kxdrawing::Layer& layer : drawing.layers) {
         WriteLayer(file, layer);
     }
     file << "</svg>\n";

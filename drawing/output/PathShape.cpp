@@ -4,11 +4,6 @@
 #include "drawing/common/Angles.h"
 
 namespace kxcontour {
-bool IsClosed(const Path& path) {
-    const Point& first = path.points.front();
-    const Point& last = path.points.back();
-    return path.points.size() > 2 && first.x == last.x && first.y == last.y;
-}
 
 Point PointAt(const Arc& arc, double parameter) {
     const Turn onCircle = TurnBy(parameter);

@@ -5,9 +5,6 @@
 
 namespace kxcontour {
 
-/// Whether a path of more than two points ends at the very point that it starts with.
-bool IsClosed(const Path& path);
-
 /// The point of an arc at a parameter in degrees (arc.start is the first).
 Point PointAt(const Arc& arc, double parameter);
 

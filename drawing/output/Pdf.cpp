@@ -20,7 +20,7 @@ void SetMetadata(cairo_surface_t* surface, cairo_pdf_metadata_t field, const std
 
 } // namespace
 
-void WritePdf(const PaperDrawing& drawing, int descriptor) {
+void WritePdf(const kxdrawing::Drawing& drawing, int descriptor) {
     CairoFile file(descriptor);
     const CairoSurface surface(
         cairo_pdf_surface_create_for_stream(&CairoFile::Write, &file,

@@ -68,7 +68,7 @@ public:
           lines_(new kx::kxIndexBuffer(static_cast<int>(2 * segmentCount), kx::IBT_LINES)) {}
 
     void add(const Path& path) {
-        const bool closed = IsClosed(path);
+        const bool closed = path.isClosed();
         const std::size_t count = path.points.size() - (closed ? 1 : 0);
         const std::uint32_t first = next_;
         // A loop is written from where the first segment that is given of it ends: here, its last.
@@ -117,7 +117,7 @@ kx::kxPointer<ctr::LineSegmentSet> MakeSet(const PathGroup& group) {
     std::size_t vertexCount = 0;
     std::size_t segmentCount = 0;
     for (const Path& path : group.paths) {
-        vertexCount += path.points.size() - (IsClosed(path) ? 1 : 0);
+        vertexCount += path.points.size() - (path.isClosed() ? 1 : 0);
         segmentCount += path.points.size() - 1;
     }
     SetBuilder builder(vertexCount, segmentCount);
@@ -200,9 +200,9 @@ private:
     int reason_ = 0; ///< Of the first failure; 0: none.
 };
 
-bool StreamGroups(ctr::SVGExporter& exporter, const PaperDrawing& drawing) {
+bool StreamGroups(ctr::SVGExporter& exporter, const kxdrawing::Drawing& drawing) {
     exporter.setExportParameters(PageUnits());
-    for (const PaperLayer& layer : drawing.layers) {
+    for (const kxdrawing::Layer& layer : drawing.layers) {
         for (const PathGroup& group : layer.groups) {
             exporter.setLineStyle(kStyleName, StyleOf(group.style));
             if (!exporter.streamLineSegments(*MakeSet(group), kStyleName)) {
@@ -215,14 +215,15 @@ bool StreamGroups(ctr::SVGExporter& exporter, const PaperDrawing& drawing) {
 
 } // namespace
 
-bool IsPlain(const PaperDrawing& drawing) {
-    return std::all_of(drawing.layers.begin(), drawing.layers.end(), [](const PaperLayer& layer) {
-        return layer.name.empty() &&
-               std::all_of(layer.groups.begin(), layer.groups.end(), IsPlainGroup);
-    });
+bool IsPlain(const kxdrawing::Drawing& drawing) {
+    return std::all_of(
+        drawing.layers.begin(), drawing.layers.end(), [](const kxdrawing::Layer& layer) {
+            return layer.name.empty() &&
+                   std::all_of(layer.groups.begin(), layer.groups.end(), IsPlainGroup);
+        });
 }
 
-void WritePlainSvg(const PaperDrawing& drawing, int descriptor) {
+void WritePlainSvg(const kxdrawing::Drawing& drawing, int descriptor) {
     ctr::SVGExporter exporter;
     exporter.setExportParameters(SheetOf(drawing.page));
     exporter.setTitle(EscapeXml(drawing.title));

@@ -69,7 +69,7 @@ void PaintWhite(cairo_surface_t* surface) {
 
 } // namespace
 
-void WritePng(const PaperDrawing& drawing, double dotsPerInch, int descriptor) {
+void WritePng(const kxdrawing::Drawing& drawing, double dotsPerInch, int descriptor) {
     const double pixelsPerMillimetre = dotsPerInch / kMillimetresPerInch;
     const int width = PixelsOf(drawing.page.width, pixelsPerMillimetre);
     const int height = PixelsOf(drawing.page.height, pixelsPerMillimetre);

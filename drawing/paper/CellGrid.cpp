@@ -42,9 +42,9 @@ struct Extent {
     }
 };
 
-Extent ExtentOf(const std::vector<PaperLine>& lines) {
+Extent ExtentOf(const std::vector<PageLine>& lines) {
     Extent extent;
-    for (const PaperLine& line : lines) {
+    for (const PageLine& line : lines) {
         extent.add(line.a);
         extent.add(line.b);
         extent.lengths += Distance(line.a, line.b);
@@ -56,7 +56,7 @@ int CellsAlong(double length, double size) {
     return static_cast<int>(length / size) + 1;
 }
 
-CellRaster RasterOver(const std::vector<PaperLine>& lines, double reach) {
+CellRaster RasterOver(const std::vector<PageLine>& lines, double reach) {
     if (lines.empty()) {
         return {};
     }
@@ -78,13 +78,13 @@ CellRaster RasterOver(const std::vector<PaperLine>& lines, double reach) {
 
 } // namespace
 
-CellGrid::CellGrid(const std::vector<PaperLine>& expected, double reach)
+CellGrid::CellGrid(const std::vector<PageLine>& expected, double reach)
     : reach_(reach), raster_(RasterOver(expected, reach)), cells_(raster_.cellCount()) {
     lines_.reserve(expected.size());
     lastVisit_.reserve(expected.size());
 }
 
-std::uint32_t CellGrid::insert(const PaperLine& line) {
+std::uint32_t CellGrid::insert(const PageLine& line) {
     const auto number = static_cast<std::uint32_t>(lines_.size());
     lines_.push_back(line);
     lastVisit_.push_back(visits_);

@@ -45,7 +45,7 @@ inline CellRange CellsBetween(double low, double high, double size, int count) {
 /// (measured along the axes), and possibly for cells that come a little less near. Ends when visit
 /// returns false, and then returns false as well.
 template <class tVisit>
-bool VisitCells(const CellRaster& raster, const PaperLine& line, double reach, tVisit visit) {
+bool VisitCells(const CellRaster& raster, const PageLine& line, double reach, tVisit visit) {
     Point low{line.a.x - raster.origin.x, line.a.y - raster.origin.y};
     Point high{line.b.x - raster.origin.x, line.b.y - raster.origin.y};
     if (high.y < low.y) {
@@ -82,19 +82,19 @@ bool VisitCells(const CellRaster& raster, const PaperLine& line, double reach, t
 class CellGrid {
 public:
     /// Made for lines like the expected ones, none of which is in it yet. Lines have to be finite.
-    CellGrid(const std::vector<PaperLine>& expected, double reach);
+    CellGrid(const std::vector<PageLine>& expected, double reach);
 
     /// Returns the line's number; they count from 0 on. The line lies within the rectangle around
     /// those expected.
-    std::uint32_t insert(const PaperLine& line);
+    std::uint32_t insert(const PageLine& line);
 
-    const PaperLine& line(std::uint32_t number) const { return lines_[number]; }
+    const PageLine& line(std::uint32_t number) const { return lines_[number]; }
 
     /// Calls visit(number) once for every line that shares a cell with this one: in particular for
     /// all lines that come within reach of it. Cells in which many lines meet are put off until as
     /// many cells have been passed, or to the end, the fuller the later. Ends when visit returns
     /// false, and then returns false as well.
-    template <class tVisit> bool visit(const PaperLine& line, tVisit visit);
+    template <class tVisit> bool visit(const PageLine& line, tVisit visit);
 
     /// How many cells, and lines in them, all visits so far looked at.
     std::size_t looks() const { return looks_; }
@@ -128,14 +128,14 @@ private:
 
     /// Calls visit(leaf) for those of all cells in use, or until it returns false.
     template <class tVisit>
-    bool visitLeaves(const PaperLine& line, double reach, tVisit visit) const {
+    bool visitLeaves(const PageLine& line, double reach, tVisit visit) const {
         return VisitCells(raster_, line, reach, [&](std::size_t cell) {
             return cells_[cell].firstLeaf == kNone || visitLeavesOf(cell, line, reach, visit);
         });
     }
 
     template <class tVisit>
-    bool visitLeavesOf(std::size_t cell, const PaperLine& line, double reach, tVisit visit) const {
+    bool visitLeavesOf(std::size_t cell, const PageLine& line, double reach, tVisit visit) const {
         const std::uint32_t first = cells_[cell].firstLeaf;
         if (cells_[cell].parts == 1) {
             return visit(first);
@@ -164,7 +164,7 @@ private:
     // Places that are used no more are left behind: they are no more than those in use.
     std::vector<Leaf> leaves_;
     std::vector<std::uint32_t> entries_;
-    std::vector<PaperLine> lines_;
+    std::vector<PageLine> lines_;
     // Of visits:
     std::vector<std::uint32_t> lastVisit_; ///< By line: the number of the last one it came in.
     std::uint32_t visits_ = 0;
@@ -172,7 +172,7 @@ private:
     std::size_t looks_ = 0;
 };
 
-template <class tVisit> bool CellGrid::visit(const PaperLine& line, tVisit visit) {
+template <class tVisit> bool CellGrid::visit(const PageLine& line, tVisit visit) {
     ++visits_;
     fullLeaves_.clear();
     std::size_t cells = 0;

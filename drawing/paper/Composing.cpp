@@ -23,12 +23,12 @@ int RankOf(const LineGroup& group) {
     if (group.hidden) {
         return kHiddenRank;
     }
-    switch (group.family) {
-    case Family::Crease:
+    switch (group.kind) {
+    case LineKind::Crease:
         return kHiddenRank + 1;
-    case Family::Intersection:
+    case LineKind::Intersection:
         return kHiddenRank + 3;
-    case Family::Silhouette:
+    case LineKind::Silhouette:
         break;
     }
     return kHiddenRank + 2;
@@ -64,7 +64,7 @@ std::vector<std::string> ObjectLayerNames(const std::vector<std::string>& object
     return result;
 }
 
-std::vector<std::string> LayerNames(const PaperLines& lines, Layering layering) {
+std::vector<std::string> LayerNames(const PageLines& lines, Layering layering) {
     switch (layering) {
     case Layering::Type:
         return {"hidden", "crease", "silhouette", "intersection"};
@@ -76,7 +76,7 @@ std::vector<std::string> LayerNames(const PaperLines& lines, Layering layering) 
     return {""};
 }
 
-std::size_t LayerOf(const LineGroup& group, const PaperLines& lines, Layering layering) {
+std::size_t LayerOf(const LineGroup& group, const PageLines& lines, Layering layering) {
     switch (layering) {
     case Layering::Type:
         return static_cast<std::size_t>(RankOf(group));
@@ -91,24 +91,24 @@ std::size_t LayerOf(const LineGroup& group, const PaperLines& lines, Layering la
 /// Lines of one layer that are drawn alike and become paths together.
 struct Bundle {
     PathGroup group;
-    std::vector<PaperLine> lines;
+    std::vector<PageLine> lines;
 };
 
 Bundle& BundleFor(const LineGroup& group, const StyleSheet& styles, std::vector<Bundle>& bundles) {
-    const StrokeStyle& style = styles.of(group.family, group.hidden);
+    const StrokeStyle& style = styles.of(group.kind, group.hidden);
     const auto found = std::find_if(bundles.begin(), bundles.end(), [&](const Bundle& bundle) {
         return bundle.group.hidden == group.hidden && bundle.group.style == style;
     });
     if (found != bundles.end()) {
         return *found;
     }
-    bundles.push_back({{group.family, group.hidden, style, {}}, {}});
+    bundles.push_back({{group.kind, group.hidden, style, {}}, {}});
     return bundles.back();
 }
 
 /// By layer; in each, hidden ones first, then in the order of RankOf().
 std::vector<std::vector<Bundle>>
-BundlesOf(const PaperLines& lines, const ComposingRules& rules, std::size_t layerCount) {
+BundlesOf(const PageLines& lines, const ComposingRules& rules, std::size_t layerCount) {
     std::vector<const LineGroup*> groups;
     groups.reserve(lines.groups.size());
     for (const LineGroup& group : lines.groups) {
@@ -151,12 +151,12 @@ JoiningRules JoiningRulesFor(const ComposingRules& rules, bool hasGaps) {
 PathGroup GroupOf(const Bundle& bundle,
                   const ComposingRules& rules,
                   const JoiningRules& joining,
-                  ComposingReport& report) {
+                  DrawingStatistics& report) {
     PathGroup group = bundle.group;
     group.paths = JoinLines(bundle.lines, joining);
     const std::size_t before = group.paths.size();
     std::erase_if(group.paths, [&](const Path& path) { return IsCrumb(path, rules); });
-    report.crumbs += before - group.paths.size();
+    report.shortPaths += before - group.paths.size();
     report.paths += group.paths.size();
     if (rules.arcTolerance) {
         for (Path& path : group.paths) {
@@ -166,7 +166,7 @@ PathGroup GroupOf(const Bundle& bundle,
     return group;
 }
 
-std::size_t CountLines(const PaperLines& lines) {
+std::size_t CountLines(const PageLines& lines) {
     std::size_t count = 0;
     for (const LineGroup& group : lines.groups) {
         count += group.lines.size();
@@ -176,7 +176,8 @@ std::size_t CountLines(const PaperLines& lines) {
 
 } // namespace
 
-PaperDrawing Compose(PaperLines lines, const ComposingRules& rules, ComposingReport& report) {
+kxdrawing::Drawing
+Compose(PageLines lines, const ComposingRules& rules, DrawingStatistics& report) {
     report = {};
     report.lines = CountLines(lines);
     const bool hasGaps = RemoveOverlaps(lines, rules.coincidence);
@@ -185,9 +186,9 @@ PaperDrawing Compose(PaperLines lines, const ComposingRules& rules, ComposingRep
     const std::vector<std::string> names = LayerNames(lines, rules.layering);
     const std::vector<std::vector<Bundle>> bundles = BundlesOf(lines, rules, names.size());
     const JoiningRules joining = JoiningRulesFor(rules, hasGaps);
-    PaperDrawing drawing;
+    kxdrawing::Drawing drawing;
     for (std::size_t i = 0; i < names.size(); ++i) {
-        PaperLayer layer;
+        kxdrawing::Layer layer;
         layer.name = names[i];
         for (const Bundle& bundle : bundles[i]) {
             PathGroup group = GroupOf(bundle, rules, joining, report);

@@ -7,8 +7,8 @@
 
 namespace kxcontour {
 
-/// What is one layer of the drawing.
-enum class Layering : std::uint8_t { None, Type, Object };
+using kxdrawing::DrawingStatistics;
+using kxdrawing::Layering;
 
 struct ComposingRules {
     Layering layering = Layering::None;
@@ -17,14 +17,6 @@ struct ComposingRules {
     double joint = 0.001;               ///< Ends this near are one point, millimetres.
     double minLength = 0.02;            ///< Paths shorter than this are left out, millimetres.
     std::optional<double> arcTolerance; ///< Millimetres; none: polylines only.
-};
-
-/// What happened on the way.
-struct ComposingReport {
-    std::size_t lines = 0;     ///< Lines that came in.
-    std::size_t shownOnce = 0; ///< Lines left after what was drawn twice has gone.
-    std::size_t paths = 0;     ///< Paths written.
-    std::size_t crumbs = 0;    ///< Paths left out for being too short.
 };
 
 /// Removes what is drawn twice, gives a rim one weight (Weights.h), joins what meets, leaves out
@@ -41,7 +33,8 @@ struct ComposingReport {
 /// "silhouette" and "intersection", layers of objects by the object, with " (2)" and so on after
 /// a name that repeats, "unnamed" for none, and "intersections" for lines of no single object. An
 /// object's layer has the same name whichever objects are seen.
-/// Layers without a path are left out. Page and texts of the result are the caller's to fill.
-PaperDrawing Compose(PaperLines lines, const ComposingRules& rules, ComposingReport& report);
+/// Layers without a path are left out. Page, texts and objects of the result are the caller's to
+/// fill.
+kxdrawing::Drawing Compose(PageLines lines, const ComposingRules& rules, DrawingStatistics& report);
 
 } // namespace kxcontour

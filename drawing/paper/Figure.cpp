@@ -5,11 +5,11 @@
 
 namespace kxcontour {
 
-Figure FigureOf(const std::vector<PaperLine>& lines, double tolerance) {
+Figure FigureOf(const std::vector<PageLine>& lines, double tolerance) {
     Figure figure;
     PointClusters clusters(tolerance, lines.size());
     figure.links.reserve(lines.size());
-    for (const PaperLine& line : lines) {
+    for (const PageLine& line : lines) {
         const std::uint32_t from = clusters.add(line.a);
         const std::uint32_t to = clusters.add(line.b);
         if (from != to) {

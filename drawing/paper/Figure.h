@@ -17,7 +17,7 @@ struct Figure {
 
 /// An end that is not farther than tolerance from one before it lies there (PointClusters.h). A
 /// line whose ends become one point gives no link.
-Figure FigureOf(const std::vector<PaperLine>& lines, double tolerance);
+Figure FigureOf(const std::vector<PageLine>& lines, double tolerance);
 
 /// By point: how many links end there.
 std::vector<std::uint32_t> DegreesOf(const Figure& figure);

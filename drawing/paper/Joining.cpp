@@ -27,7 +27,7 @@ Path PathAlong(const Trail& trail, const Figure& figure) {
 
 } // namespace
 
-std::vector<Path> JoinLines(const std::vector<PaperLine>& lines, const JoiningRules& rules) {
+std::vector<Path> JoinLines(const std::vector<PageLine>& lines, const JoiningRules& rules) {
     Figure figure = FigureOf(lines, rules.joint);
     CutSpurs(figure, rules.spur);
     ContractBridges(figure, rules.bridge);

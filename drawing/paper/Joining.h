@@ -22,7 +22,7 @@ struct JoiningRules {
 /// with 2k ends of odd degree becomes max(1, k) paths (Euler). Paths come in the order of their
 /// first lines and go along these from a to b. A closed one starts at a corner if it has one
 /// (Trails.h). Points on a straight path stay. O(n log n).
-std::vector<Path> JoinLines(const std::vector<PaperLine>& lines, const JoiningRules& rules);
+std::vector<Path> JoinLines(const std::vector<PageLine>& lines, const JoiningRules& rules);
 
 /// The length of a polyline.
 double LengthOf(const Path& path);

@@ -37,11 +37,11 @@ struct Stretch {
 
 /// A line of the drawing with what the comparisons need of it.
 struct Ray {
-    PaperLine line;
+    PageLine line;
     Point direction; ///< Of length 1, or zero for a line of no length.
     double length = 0.0;
 
-    explicit Ray(const PaperLine& of)
+    explicit Ray(const PageLine& of)
         : line(of), direction(Direction(of.b - of.a)), length(Distance(of.a, of.b)) {}
 
     double along(Point p) const { return Dot(p - line.a, direction); }
@@ -57,12 +57,12 @@ struct Ray {
 
 int RankOnTop(const LineGroup& group) {
     const int hidden = group.hidden ? 3 : 0;
-    switch (group.family) {
-    case Family::Crease:
+    switch (group.kind) {
+    case LineKind::Crease:
         return hidden + 1;
-    case Family::Intersection:
+    case LineKind::Intersection:
         return hidden + 2;
-    case Family::Silhouette:
+    case LineKind::Silhouette:
         break;
     }
     return hidden;
@@ -80,7 +80,7 @@ std::vector<std::size_t> GroupsByRank(const std::vector<LineGroup>& groups) {
 
 /// All lines by priority. Those of no length come last, since any other line may hide them.
 struct Queue {
-    std::vector<PaperLine> lines;
+    std::vector<PageLine> lines;
     std::vector<std::vector<std::uint32_t>> places; ///< By group and line: the number in lines.
 };
 
@@ -90,7 +90,7 @@ Queue QueueOf(const std::vector<LineGroup>& groups) {
     const std::vector<std::size_t> order = GroupsByRank(groups);
     for (const bool dots : {false, true}) {
         for (const std::size_t group : order) {
-            const std::vector<PaperLine>& lines = groups[group].lines;
+            const std::vector<PageLine>& lines = groups[group].lines;
             queue.places[group].resize(lines.size());
             for (std::size_t i = 0; i < lines.size(); ++i) {
                 if (IsSame(lines[i].a, lines[i].b) == dots) {
@@ -167,7 +167,7 @@ private:
 /// Does the work: goes through the lines once and remembers what is left of each.
 class Sweeper {
 public:
-    Sweeper(const std::vector<PaperLine>& lines, double tolerance)
+    Sweeper(const std::vector<PageLine>& lines, double tolerance)
         : lines_(lines), tolerance_(tolerance), grid_(lines, tolerance * kReachPerTolerance) {
         firstRemains_.reserve(lines.size() + 1);
         firstRemains_.push_back(0);
@@ -175,7 +175,7 @@ public:
     }
 
     void sweep() {
-        for (const PaperLine& line : lines_) {
+        for (const PageLine& line : lines_) {
             const Ray later(line);
             const std::size_t before = remains_.size();
             if (later.length > 0.0) {
@@ -199,7 +199,7 @@ public:
     std::size_t looks() const { return grid_.looks() + looksBeside_; }
 
     /// What is left of a line, in order along it.
-    void appendRemains(std::size_t i, std::vector<PaperLine>& to) const {
+    void appendRemains(std::size_t i, std::vector<PageLine>& to) const {
         for (std::size_t k = firstRemains_[i]; k < firstRemains_[i + 1]; ++k) {
             to.push_back(grid_.line(static_cast<std::uint32_t>(k)));
         }
@@ -223,7 +223,7 @@ private:
     /// that stays off the piece on one side, nothing is covered. Where an end of it is off, the
     /// piece covers nothing of the line as a whole: it can only cover a rest. Both are left open
     /// within rounding.
-    Relation relationOf(const Ray& later, const PaperLine& piece) const {
+    Relation relationOf(const Ray& later, const PageLine& piece) const {
         const Stretch common = commonStretch({0.0, later.length}, projectionOf(piece, later));
         const Point along = piece.b - piece.a;
         const double start = Cross(along, later.line.a - piece.a);
@@ -290,7 +290,7 @@ private:
         crossing_.clear();
         covers_.clear();
         return !grid_.visit(later.line, [&](std::uint32_t number) {
-            const PaperLine& piece = grid_.line(number);
+            const PageLine& piece = grid_.line(number);
             const Relation relation = relationOf(later, piece);
             if (relation == Relation::Crossing) {
                 crossing_.push_back(number);
@@ -323,7 +323,7 @@ private:
     }
 
     void findCover(const Ray& later, const Stretch& rest, const Neighbour& neighbour) {
-        const PaperLine& piece = grid_.line(neighbour.number);
+        const PageLine& piece = grid_.line(neighbour.number);
         const Stretch common = commonStretch(rest, neighbour.beside);
         if (isLongEnough(common, later, rest, piece) && isNear(later.at(common.from), piece) &&
             isNear(later.at(common.to), piece)) {
@@ -331,7 +331,7 @@ private:
         }
     }
 
-    static Stretch projectionOf(const PaperLine& piece, const Ray& later) {
+    static Stretch projectionOf(const PageLine& piece, const Ray& later) {
         const double p = later.along(piece.a);
         const double q = later.along(piece.b);
         return {std::min(p, q), std::max(p, q)};
@@ -344,7 +344,7 @@ private:
     bool isLongEnough(const Stretch& common,
                       const Ray& later,
                       const Stretch& rest,
-                      const PaperLine& earlier) const {
+                      const PageLine& earlier) const {
         if (common.length() > tolerance_) {
             return true;
         }
@@ -353,7 +353,7 @@ private:
                std::abs(Dot(later.direction, Direction(earlier.b - earlier.a))) >= kShortAlignment;
     }
 
-    bool isNear(Point p, const PaperLine& line) const {
+    bool isNear(Point p, const PageLine& line) const {
         return SquaredDistanceToLine(p, line.a, line.b) <= tolerance_ * tolerance_;
     }
 
@@ -381,7 +381,7 @@ private:
     /// A rest has to be no shorter than the tolerance.
     bool isWorthIt(const Stretch& rest) const { return rest.length() >= tolerance_; }
 
-    const std::vector<PaperLine>& lines_;
+    const std::vector<PageLine>& lines_;
     double tolerance_;
     CellGrid grid_; ///< What is left of the lines so far, numbered as in remains_.
     std::vector<std::size_t> firstRemains_;
@@ -398,12 +398,12 @@ private:
 
 } // namespace
 
-bool RemoveOverlaps(PaperLines& lines, double tolerance) {
+bool RemoveOverlaps(PageLines& lines, double tolerance) {
     const Queue queue = QueueOf(lines.groups);
     Sweeper sweeper(queue.lines, tolerance);
     sweeper.sweep();
     for (std::size_t group = 0; group < lines.groups.size(); ++group) {
-        std::vector<PaperLine> kept;
+        std::vector<PageLine> kept;
         kept.reserve(queue.places[group].size());
         for (const std::uint32_t place : queue.places[group]) {
             sweeper.appendRemains(place, kept);
@@ -413,7 +413,7 @@ bool RemoveOverlaps(PaperLines& lines, double tolerance) {
     return !sweeper.isAllWhole();
 }
 
-std::vector<std::vector<LineShare>> SharesLeft(const PaperLines& lines, double tolerance) {
+std::vector<std::vector<LineShare>> SharesLeft(const PageLines& lines, double tolerance) {
     const Queue queue = QueueOf(lines.groups);
     Sweeper sweeper(queue.lines, tolerance);
     sweeper.sweep();
@@ -426,7 +426,7 @@ std::vector<std::vector<LineShare>> SharesLeft(const PaperLines& lines, double t
     return shares;
 }
 
-std::size_t LooksForOverlaps(const PaperLines& lines, double tolerance) {
+std::size_t LooksForOverlaps(const PageLines& lines, double tolerance) {
     const Queue queue = QueueOf(lines.groups);
     Sweeper sweeper(queue.lines, tolerance);
     sweeper.sweep();

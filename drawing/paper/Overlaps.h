@@ -29,7 +29,7 @@ namespace kxcontour {
 /// cost as much as there are of these.
 ///
 /// Returns whether anything went.
-bool RemoveOverlaps(PaperLines& lines, double tolerance);
+bool RemoveOverlaps(PageLines& lines, double tolerance);
 
 /// A part of a line, from 0 at a to 1 at b.
 struct LineShare {
@@ -39,10 +39,10 @@ struct LineShare {
 };
 
 /// What RemoveOverlaps() would leave of the lines of each group, in order along each line.
-std::vector<std::vector<LineShare>> SharesLeft(const PaperLines& lines, double tolerance);
+std::vector<std::vector<LineShare>> SharesLeft(const PageLines& lines, double tolerance);
 
 /// What that costs on any machine: how many cells of a grid, lines in them and parts of lines are
 /// looked at.
-std::size_t LooksForOverlaps(const PaperLines& lines, double tolerance);
+std::size_t LooksForOverlaps(const PageLines& lines, double tolerance);
 
 } // namespace kxcontour

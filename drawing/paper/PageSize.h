@@ -1,6 +1,8 @@
 // Sheets of paper, and lengths on them.
 #pragma once
 
+#include <kxDrawing/Page.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,11 +14,7 @@ namespace kxcontour {
 /// millimetres.
 constexpr double kPageMargin = 10.0;
 
-/// A sheet in millimetres.
-struct PageSize {
-    double width = 210.0;
-    double height = 297.0;
-};
+using kxdrawing::PageSize;
 
 /// Reads a plain decimal number with mm, cm, in or pt (1/72 in) behind it, or with none of them for
 /// millimetres; returns millimetres.

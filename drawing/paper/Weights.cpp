@@ -85,14 +85,14 @@ private:
 
 /// A visible line and where it comes from.
 struct Stroke {
-    PaperLine line;
+    PageLine line;
     std::uint32_t group = 0;
     double width = 0.0;
 };
 
 class WeightEvener {
 public:
-    WeightEvener(PaperLines& lines, const StyleSheet& styles) : lines_(lines) {
+    WeightEvener(PageLines& lines, const StyleSheet& styles) : lines_(lines) {
         collectStrokes(styles);
     }
 
@@ -121,7 +121,7 @@ private:
     bool isToBeEvened(std::uint32_t before, std::uint32_t after) const;
     void moveChanged();
     void numberGroups();
-    std::size_t groupFor(Family family, std::size_t object);
+    std::size_t groupFor(LineKind family, std::size_t object);
 
     std::span<const std::uint32_t> endsAt(std::uint32_t point) const {
         return {ends_.data() + firstEnd_[point], firstEnd_[point + 1] - firstEnd_[point]};
@@ -129,7 +129,7 @@ private:
 
     /// From the end into its line.
     Point vectorOf(std::uint32_t end) const {
-        const PaperLine& line = strokes_[end / 2].line;
+        const PageLine& line = strokes_[end / 2].line;
         return end % 2 == 0 ? line.b - line.a : line.a - line.b;
     }
 
@@ -139,28 +139,28 @@ private:
 
     double lengthOf(std::uint32_t end) const { return Length(vectorOf(end)); }
 
-    Family familyOf(std::uint32_t end) const {
-        return lines_.groups[strokes_[end / 2].group].family;
+    LineKind familyOf(std::uint32_t end) const {
+        return lines_.groups[strokes_[end / 2].group].kind;
     }
 
-    PaperLines& lines_;
+    PageLines& lines_;
     std::vector<Stroke> strokes_;
     std::vector<std::uint32_t> pointOfEnd_;
     std::vector<double> greatestWidth_;   ///< By point: of the lines that meet there.
     std::vector<std::uint32_t> firstEnd_; ///< By point: its ends in ends_; one more at the end.
     std::vector<std::uint32_t> ends_;
-    std::vector<std::optional<Family>> changes_; ///< By stroke.
+    std::vector<std::optional<LineKind>> changes_; ///< By stroke.
     bool hasChanged_ = false;
     std::vector<std::uint32_t> run_; ///< Of the run at hand: where each stroke is entered.
     /// By family and object: the first visible group.
-    std::map<std::pair<Family, std::size_t>, std::size_t> groups_;
+    std::map<std::pair<LineKind, std::size_t>, std::size_t> groups_;
 };
 
 void WeightEvener::collectStrokes(const StyleSheet& styles) {
     for (std::uint32_t group = 0; group < lines_.groups.size(); ++group) {
         const LineGroup& all = lines_.groups[group];
-        const double width = styles.of(all.family, false).width;
-        for (const PaperLine& line : all.lines) {
+        const double width = styles.of(all.kind, false).width;
+        for (const PageLine& line : all.lines) {
             // A dot leads nowhere, but it keeps its place among the lines of the group.
             if (!all.hidden) {
                 strokes_.push_back({line, group, width});
@@ -262,14 +262,14 @@ bool WeightEvener::isToBeEvened(std::uint32_t before, std::uint32_t after) const
 
 void WeightEvener::moveChanged() {
     const std::size_t groupCount = lines_.groups.size();
-    std::vector<std::vector<PaperLine>> kept(groupCount);
+    std::vector<std::vector<PageLine>> kept(groupCount);
     std::vector<bool> isChanged(groupCount);
     for (std::size_t i = 0; i < strokes_.size(); ++i) {
         isChanged[strokes_[i].group] = isChanged[strokes_[i].group] || changes_[i].has_value();
     }
     numberGroups();
     // What changes goes behind what stays, so both are put aside first.
-    std::vector<std::pair<std::size_t, PaperLine>> moved;
+    std::vector<std::pair<std::size_t, PageLine>> moved;
     for (std::uint32_t i = 0; i < strokes_.size(); ++i) {
         if (changes_[i]) {
             moved.emplace_back(groupFor(*changes_[i], lines_.groups[strokes_[i].group].object),
@@ -291,12 +291,12 @@ void WeightEvener::moveChanged() {
 void WeightEvener::numberGroups() {
     for (std::size_t i = 0; i < lines_.groups.size(); ++i) {
         if (!lines_.groups[i].hidden) {
-            groups_.try_emplace({lines_.groups[i].family, lines_.groups[i].object}, i);
+            groups_.try_emplace({lines_.groups[i].kind, lines_.groups[i].object}, i);
         }
     }
 }
 
-std::size_t WeightEvener::groupFor(Family family, std::size_t object) {
+std::size_t WeightEvener::groupFor(LineKind family, std::size_t object) {
     const auto [found, isNew] = groups_.try_emplace({family, object}, lines_.groups.size());
     if (isNew) {
         lines_.groups.push_back({family, false, object, {}});
@@ -305,11 +305,11 @@ std::size_t WeightEvener::groupFor(Family family, std::size_t object) {
 }
 
 /// Whether visible lines of different widths are there.
-bool HasWeights(const PaperLines& lines, const StyleSheet& styles) {
+bool HasWeights(const PageLines& lines, const StyleSheet& styles) {
     std::optional<double> width;
     for (const LineGroup& group : lines.groups) {
         if (!group.hidden && !group.lines.empty()) {
-            const double own = styles.of(group.family, false).width;
+            const double own = styles.of(group.kind, false).width;
             if (width && *width != own) {
                 return true;
             }
@@ -321,7 +321,7 @@ bool HasWeights(const PaperLines& lines, const StyleSheet& styles) {
 
 } // namespace
 
-void EvenOutWeights(PaperLines& lines, const StyleSheet& styles) {
+void EvenOutWeights(PageLines& lines, const StyleSheet& styles) {
     if (HasWeights(lines, styles)) {
         WeightEvener(lines, styles).even();
     }

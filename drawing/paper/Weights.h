@@ -21,6 +21,6 @@ namespace kxcontour {
 /// Hidden lines stay as they are. Lines keep their object; those that change go behind the lines of
 /// their new group, which may be a new one behind the others. Lines follow each other where
 /// their ends are equal, as those of edges that share a vertex are. Expected O(n) for n lines.
-void EvenOutWeights(PaperLines& lines, const StyleSheet& styles);
+void EvenOutWeights(PageLines& lines, const StyleSheet& styles);
 
 } // namespace kxcontour

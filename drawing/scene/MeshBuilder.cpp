@@ -114,6 +114,9 @@ private:
         if (!rules_.drawn) {
             return false;
         }
+        if (shape_.creases || shape_.creaseAngle) {
+            return true;
+        }
         const bool hasNormals = shape_.vertices->GetAttributes().GetNormalChannels() == 3;
         return rules_.creaseAngle.has_value() || !hasNormals ||
                !RepairNormals(*shape_.vertices, *shape_.triangles);
@@ -122,6 +125,9 @@ private:
     /// Placements that keep angles, of the same triangles, share one outline.
     kx::kxPointer<kx::kxMetadata> outline(const kx::kxPointer<kx::kxIndexBuffer>& triangles,
                                           const Matrix& world) {
+        if (shape_.creases) {
+            return kx::kxPointer<kx::kxMetadata>(new kx::kxOutlineMetadata(shape_.creases));
+        }
         if (triangles != shape_.triangles || !KeepsAngles(world)) {
             return makeOutline(triangles, world);
         }
@@ -146,7 +152,9 @@ private:
         return ctr::Surface(shape_.vertices, triangles).featureEdges(creaseAngle(), world);
     }
 
-    double creaseAngle() const { return rules_.creaseAngle.value_or(kDefaultCreaseAngle); }
+    double creaseAngle() const {
+        return shape_.creaseAngle.value_or(rules_.creaseAngle.value_or(kDefaultCreaseAngle));
+    }
 
     const Shape& shape_;
     const MeshRules& rules_;

@@ -7,6 +7,7 @@
 #include <kxSystem/kxPointer.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,10 @@ struct Shape {
     /// Has normal channels only where the normals are the file's own statement of its creases.
     kx::kxPointer<kx::kxVertexBuffer> vertices;
     kx::kxPointer<kx::kxIndexBuffer> triangles;
+    /// The creases, a line list over the vertices, where the caller knows them; else null. Such a
+    /// shape is not repaired.
+    kx::kxPointer<kx::kxIndexBuffer> creases{};
+    std::optional<double> creaseAngle{}; ///< In degrees; none: MeshRules decide.
 };
 
 /// One appearance of a shape in the scene.

@@ -82,6 +82,22 @@ bool LiesFarAway(const Box& box) {
     return !box.isEmpty() && Largest(box.center()) > kFarAway * Largest(box.size());
 }
 
+Wm4::Vector3<double> RoundOrigin(const Box& box) {
+    Wm4::Vector3<double> origin(0.0, 0.0, 0.0);
+    if (!LiesFarAway(box)) {
+        return origin;
+    }
+    const Wm4::Vector3<double> size = box.size();
+    const Wm4::Vector3<double> center = box.center();
+    int exponent = 0;
+    std::frexp(std::max({size[0], size[1], size[2]}), &exponent);
+    const double step = std::ldexp(1.0, exponent - 1);
+    for (int axis = 0; axis < 3; ++axis) {
+        origin[axis] = std::round(center[axis] / step) * step;
+    }
+    return origin;
+}
+
 Wm4::Vector3<double> ChooseOrigin(const Model& model) {
     const Box world = PlacedBox(model, BoxOf);
     return LiesFarAway(world) ? world.center() : Wm4::Vector3<double>(0.0, 0.0, 0.0);

@@ -19,6 +19,10 @@ Box VertexBox(const Model& model);
 /// it few digits.
 bool LiesFarAway(const Box& box);
 
+/// A point near the middle of a box that lies far away, a multiple of about half the box's size:
+/// with so few digits, differences from it are exact as a rule. Else the origin.
+Wm4::Vector3<double> RoundOrigin(const Box& box);
+
 /// The point of the world that meshes should be moved to, so that their coordinates are small.
 ///
 /// The world's origin itself, unless the model lies far from it for its size, as buildings in map

@@ -78,11 +78,17 @@ RepairedSurfaces RepairSurfaces(Model& model, const WeldRequest& request) {
     RepairedSurfaces repaired;
     for (std::size_t i = 0; i < model.shapes.size(); ++i) {
         Shape& shape = model.shapes[i];
+        if (shape.creases) {
+            repaired.reports.emplace_back();
+            repaired.surfaces.emplace_back();
+            continue;
+        }
         const double length = model.millimetresPerUnit * stretches[i];
         std::optional<ctr::Surface> surface(std::in_place, shape.vertices, shape.triangles);
         repaired.reports.push_back(
             Repair(*surface, request, length > 0.0 && std::isfinite(length) ? length : 1.0));
-        shape = {surface->vertices(), surface->triangles()};
+        shape.vertices = surface->vertices();
+        shape.triangles = surface->triangles();
         if (shape.vertices->GetAttributes().GetNormalChannels() == 3) {
             surface.reset();
         }

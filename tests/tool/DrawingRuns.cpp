@@ -11,11 +11,11 @@
 namespace tool_test {
 namespace {
 
-PaperLine Rounded(const PagePoint& a, const PagePoint& b) {
+PageLine Rounded(const PagePoint& a, const PagePoint& b) {
     const auto round = [](double v) { return std::lround(v * 100.0); };
     const std::array<long, 2> p{round(a.x), round(a.y)};
     const std::array<long, 2> q{round(b.x), round(b.y)};
-    return p < q ? PaperLine{p[0], p[1], q[0], q[1]} : PaperLine{q[0], q[1], p[0], p[1]};
+    return p < q ? PageLine{p[0], p[1], q[0], q[1]} : PageLine{q[0], q[1], p[0], p[1]};
 }
 
 } // namespace
@@ -46,8 +46,8 @@ SvgFile DrawIn(const TemporaryFolder& folder, const std::string& line) {
     return ReadSvg(folder.path("drawing.svg"));
 }
 
-std::vector<PaperLine> LinesOf(const SvgFile& svg) {
-    std::vector<PaperLine> lines;
+std::vector<PageLine> LinesOf(const SvgFile& svg) {
+    std::vector<PageLine> lines;
     for (const SvgGroup& group : svg.groups) {
         for (const SvgPath& path : group.paths) {
             for (std::size_t i = 1; i < path.size(); ++i) {
@@ -58,8 +58,8 @@ std::vector<PaperLine> LinesOf(const SvgFile& svg) {
     return lines;
 }
 
-std::vector<PaperLine> SortedLinesOf(const SvgFile& svg) {
-    std::vector<PaperLine> lines = LinesOf(svg);
+std::vector<PageLine> SortedLinesOf(const SvgFile& svg) {
+    std::vector<PageLine> lines = LinesOf(svg);
     std::sort(lines.begin(), lines.end());
     return lines;
 }

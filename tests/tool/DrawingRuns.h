@@ -28,12 +28,12 @@ RunResult RunIn(const TemporaryFolder& folder, const std::string& line);
 SvgFile DrawIn(const TemporaryFolder& folder, const std::string& line);
 
 /// A line on paper, rounded to a hundredth of a millimetre, its smaller end first.
-using PaperLine = std::array<long, 4>;
+using PageLine = std::array<long, 4>;
 
-std::vector<PaperLine> LinesOf(const SvgFile& svg);
+std::vector<PageLine> LinesOf(const SvgFile& svg);
 
 /// The same in order, so that drawings are compared by their lines.
-std::vector<PaperLine> SortedLinesOf(const SvgFile& svg);
+std::vector<PageLine> SortedLinesOf(const SvgFile& svg);
 
 double Width(const PageBox& box);
 double Height(const PageBox& box);

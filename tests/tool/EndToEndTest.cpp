@@ -31,8 +31,8 @@ using tool_test::BoundsOf;
 using tool_test::LinesOf;
 using tool_test::ObjText;
 using tool_test::PageBox;
+using tool_test::PageLine;
 using tool_test::PagePoint;
-using tool_test::PaperLine;
 using tool_test::ReadBytes;
 using tool_test::ReadSvg;
 using tool_test::RunResult;
@@ -162,12 +162,12 @@ TEST(Drawings, OfACubeAreASquareFromTheFront) {
     const std::string cube = folder.write("cube.obj", ObjText(Cube()));
     for (const char* view : {"front", "back", "left", "right", "top", "bottom"}) {
         const SvgFile svg = Draw(folder, {cube, "--view", view});
-        const std::vector<PaperLine> lines = LinesOf(svg);
-        const std::set<PaperLine> expected{{1000, 5350, 20000, 5350},
-                                           {1000, 24350, 20000, 24350},
-                                           {1000, 5350, 1000, 24350},
-                                           {20000, 5350, 20000, 24350}};
-        EXPECT_EQ(std::set<PaperLine>(lines.begin(), lines.end()), expected) << view;
+        const std::vector<PageLine> lines = LinesOf(svg);
+        const std::set<PageLine> expected{{1000, 5350, 20000, 5350},
+                                          {1000, 24350, 20000, 24350},
+                                          {1000, 5350, 1000, 24350},
+                                          {20000, 5350, 20000, 24350}};
+        EXPECT_EQ(std::set<PageLine>(lines.begin(), lines.end()), expected) << view;
         EXPECT_EQ(lines.size(), 4U) << view << ": no line is there twice";
     }
 }
@@ -176,13 +176,13 @@ TEST(Drawings, OfACubeAreNineEdgesFromACorner) {
     const TemporaryFolder folder;
     const std::string cube = folder.write("cube.obj", ObjText(Cube()));
     const SvgFile svg = Draw(folder, {cube});
-    const std::vector<PaperLine> lines = LinesOf(svg);
+    const std::vector<PageLine> lines = LinesOf(svg);
     EXPECT_EQ(lines.size(), 9U) << "three edges are hidden";
-    EXPECT_EQ(std::set<PaperLine>(lines.begin(), lines.end()).size(), 9U);
+    EXPECT_EQ(std::set<PageLine>(lines.begin(), lines.end()).size(), 9U);
     EXPECT_EQ(PathsOfWidth(svg, kCreaseWidth) > 0, true);
     // The corner next to the eye is in the middle, and the three edges at it are as long.
     std::size_t atTheMiddle = 0;
-    for (const PaperLine& line : lines) {
+    for (const PageLine& line : lines) {
         const bool touches =
             (line[0] == 10500 && line[1] == 14850) || (line[2] == 10500 && line[3] == 14850);
         atTheMiddle += touches ? 1 : 0;
@@ -198,10 +198,10 @@ TEST(Drawings, AreTheSameFromFilesWithAndWithoutSharedVertices) {
     const std::string shared = folder.write("a.obj", ObjText(Cube()));
     const std::string unshared =
         folder.write("b.ply", tool_test::PlyBytes(test_support::Unwelded(Cube()), false));
-    const std::vector<PaperLine> a = LinesOf(Draw(folder, {shared}));
-    const std::vector<PaperLine> b = LinesOf(Draw(folder, {unshared}));
-    EXPECT_EQ(std::multiset<PaperLine>(a.begin(), a.end()),
-              std::multiset<PaperLine>(b.begin(), b.end()));
+    const std::vector<PageLine> a = LinesOf(Draw(folder, {shared}));
+    const std::vector<PageLine> b = LinesOf(Draw(folder, {unshared}));
+    EXPECT_EQ(std::multiset<PageLine>(a.begin(), a.end()),
+              std::multiset<PageLine>(b.begin(), b.end()));
 }
 
 TEST(Drawings, OfSmoothPartsShowNoFacets) {
@@ -234,7 +234,7 @@ TEST(Drawings, ShowEdgesThatBendByMoreThanTheAngleAsked) {
         Arguments arguments{prism, "--view", "front"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         std::size_t count = 0;
-        for (const PaperLine& line : LinesOf(Draw(folder, arguments))) {
+        for (const PageLine& line : LinesOf(Draw(folder, arguments))) {
             count += line[0] == line[2] ? 1 : 0;
         }
         return count;
@@ -452,8 +452,8 @@ TEST(Models, FarFromTheOriginKeepTheirShape) {
     EXPECT_NEAR(box.left, 10.0, 1e-2);
     EXPECT_NEAR(box.right, 200.0, 1e-2);
     EXPECT_NEAR(box.bottom - box.top, 190.0, 1e-2);
-    const std::vector<PaperLine> lines = LinesOf(svg);
-    EXPECT_GE(std::count(lines.begin(), lines.end(), PaperLine{10500, 5350, 10500, 24350}), 1)
+    const std::vector<PageLine> lines = LinesOf(svg);
+    EXPECT_GE(std::count(lines.begin(), lines.end(), PageLine{10500, 5350, 10500, 24350}), 1)
         << "where the halves meet";
 }
 

@@ -32,7 +32,7 @@ using tool_test::Height;
 using tool_test::LinesOf;
 using tool_test::ObjText;
 using tool_test::PageBox;
-using tool_test::PaperLine;
+using tool_test::PageLine;
 using tool_test::ReadBytes;
 using tool_test::Replaced;
 using tool_test::RunIn;
@@ -290,7 +290,7 @@ TEST_F(Directions, OfAPerspectiveMakeWhatIsTwiceAsFarHalfAsLarge) {
         Quad({0.5F, -0.5F, -10}, {1.5F, -0.5F, -10}, {1.5F, 0.5F, -10}, {0.5F, 0.5F, -10}));
     folder_.write("squares.obj", ObjText(squares));
     std::vector<double> lengths;
-    for (const PaperLine& line :
+    for (const PageLine& line :
          LinesOf(DrawIn(folder_, "squares.obj --projection perspective --camera-position 0,0,10 "
                                  "--camera-focal-point 0,0,0"))) {
         lengths.push_back(std::hypot(line[2] - line[0], line[3] - line[1]) / 100.0);
@@ -330,7 +330,7 @@ protected:
         const SvgFile svg = DrawIn(folder_, model);
         EXPECT_EQ(tool_test::FindTwice(folder_.path("drawing.svg")).twice, "") << model;
         double length = 0.0;
-        for (const PaperLine& line : LinesOf(svg)) {
+        for (const PageLine& line : LinesOf(svg)) {
             length += std::hypot(line[2] - line[0], line[3] - line[1]) / 100.0;
         }
         return length / edge;
@@ -399,7 +399,7 @@ TEST_F(Lines, OfNoLengthAreNotDrawn) {
     for (const std::string length : {"", " --min-length 0"}) {
         const SvgFile svg =
             DrawIn(folder_, "dots.obj --view front --hidden --layers type" + length);
-        for (const PaperLine& line : LinesOf(svg)) {
+        for (const PageLine& line : LinesOf(svg)) {
             EXPECT_GT(std::hypot(line[2] - line[0], line[3] - line[1]), 0.0);
         }
     }
@@ -668,7 +668,7 @@ TEST_F(Written, AsJsonTellOfEachVisibleLineOnce) {
     EXPECT_NEAR(length, 4 * 10.0 + 2 * 30.0, 0.01);
     EXPECT_GT(repeated, 9.9);
     double drawn = 0.0;
-    for (const PaperLine& line : LinesOf(DrawIn(folder_, options))) {
+    for (const PageLine& line : LinesOf(DrawIn(folder_, options))) {
         drawn += std::hypot(line[2] - line[0], line[3] - line[1]) / 100.0;
     }
     EXPECT_NEAR(length, drawn, 0.01);
@@ -679,7 +679,7 @@ TEST_F(Written, OfSeveralViewsOnOneSheetAreInLine) {
     const auto horizontal = [&](const std::string& arrangement) {
         // Left, right and height on the page of each horizontal line, from above.
         std::vector<std::array<long, 3>> found;
-        for (const PaperLine& line :
+        for (const PageLine& line :
              LinesOf(DrawIn(folder_, "plate.obj --sheet front,top --page A3 --unit mm --scale 1:1 "
                                      "--arrangement " +
                                          arrangement))) {

@@ -8,9 +8,9 @@
 #include "batch/DrawingFile.h"
 #include "common/Progress.h"
 #include "common/Summary.h"
-#include "drawing/Drawing.h"
 #include "drawing/common/Failure.h"
 #include "import/SceneReader.h"
+#include "jobs/DrawingJob.h"
 #include "options/CommandFiles.h"
 
 #include <algorithm>
@@ -363,7 +363,7 @@ private:
         const BatchJob& job = command_.jobs[task.number];
         files_.requireNoSideFile(job.options.output.path);
         JobResult& result = results_[task.number];
-        result.report = DrawScene(loaded.scene, job.options, observer);
+        result.report = DrawToFile(loaded.scene, job.options, observer);
         result.state = JobState::Drawn;
         note(job, loaded.inputs);
         const std::lock_guard lock(speaking_);

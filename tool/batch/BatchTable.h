@@ -1,8 +1,8 @@
 // What became of the jobs of a batch, as a table.
 #pragma once
 
-#include "drawing/Drawing.h"
 #include "drawing/common/Failure.h"
+#include "jobs/DrawingJob.h"
 #include "options/CommandLine.h"
 
 #include <cstdint>

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "common/Messages.h"
-#include "drawing/Drawing.h"
-#include "options/Options.h"
+#include "jobs/DrawingJob.h"
 
 #include <ostream>
 #include <string>

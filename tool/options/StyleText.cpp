@@ -2,6 +2,7 @@
 #include "options/StyleText.h"
 
 #include "drawing/common/Failure.h"
+#include "drawing/paper/PageSize.h"
 #include "options/Values.h"
 
 #include <cstddef>

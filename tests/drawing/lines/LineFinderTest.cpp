@@ -16,13 +16,13 @@ namespace {
 
 using ctr::FeatureChoice;
 using kxcontour::AxesOf;
-using kxcontour::Family;
 using kxcontour::LineFinder;
 using kxcontour::LineGroup;
+using kxcontour::LineKind;
 using kxcontour::MeshList;
+using kxcontour::PageLine;
+using kxcontour::PageLines;
 using kxcontour::PageSize;
-using kxcontour::PaperLine;
-using kxcontour::PaperLines;
 using kxcontour::View;
 
 /// A hundred millimetres square, ten millimetres a unit, the origin in the middle.
@@ -71,7 +71,7 @@ Found Find(const MeshList& meshes,
     return found;
 }
 
-PaperLines OnPaper(const Found& found, bool withHidden, View view = View::Front) {
+PageLines OnPaper(const Found& found, bool withHidden, View view = View::Front) {
     const ctr::DiscreteProjectionSpace camera = Camera(view);
     std::vector<std::size_t> objects(found.lines.meshes.size());
     for (std::size_t i = 0; i < objects.size(); ++i) {
@@ -81,34 +81,34 @@ PaperLines OnPaper(const Found& found, bool withHidden, View view = View::Front)
                                  withHidden);
 }
 
-double LengthOf(const PaperLine& line) {
+double LengthOf(const PageLine& line) {
     return std::hypot(line.b.x - line.a.x, line.b.y - line.a.y);
 }
 
 /// Millimetres of lines that a predicate on groups picks.
-template <class Predicate> double Length(const PaperLines& lines, const Predicate& picks) {
+template <class Predicate> double Length(const PageLines& lines, const Predicate& picks) {
     double length = 0.0;
     for (const LineGroup& group : lines.groups) {
-        for (const PaperLine& line : group.lines) {
+        for (const PageLine& line : group.lines) {
             length += picks(group) ? LengthOf(line) : 0.0;
         }
     }
     return length;
 }
 
-double VisibleLength(const PaperLines& lines) {
+double VisibleLength(const PageLines& lines) {
     return Length(lines, [](const LineGroup& group) { return !group.hidden; });
 }
-double HiddenLength(const PaperLines& lines) {
+double HiddenLength(const PageLines& lines) {
     return Length(lines, [](const LineGroup& group) { return group.hidden; });
 }
 
 TEST(LinesFound, BelongToTheirObject) {
     const MeshList meshes{BoxMesh({-4, -1, -1}, {-2, 1, 1}), BoxMesh({2, -1, -1}, {4, 1, 1})};
-    const PaperLines lines = OnPaper(Find(meshes), false);
+    const PageLines lines = OnPaper(Find(meshes), false);
     for (const LineGroup& group : lines.groups) {
         ASSERT_LT(group.object, 2U);
-        for (const PaperLine& line : group.lines) {
+        for (const PageLine& line : group.lines) {
             EXPECT_EQ(line.a.x > 50.0, group.object == 1);
         }
     }
@@ -116,13 +116,13 @@ TEST(LinesFound, BelongToTheirObject) {
 }
 
 TEST(LinesFound, LieOnThePaperWhereTheyAreSeen) {
-    const PaperLines lines = OnPaper(Find({BoxMesh({0, 0, 0}, {3, 2, 1})}), false);
+    const PageLines lines = OnPaper(Find({BoxMesh({0, 0, 0}, {3, 2, 1})}), false);
     double left = 1e9;
     double top = 1e9;
     double right = -1e9;
     double bottom = -1e9;
     for (const LineGroup& group : lines.groups) {
-        for (const PaperLine& line : group.lines) {
+        for (const PageLine& line : group.lines) {
             left = std::min({left, line.a.x, line.b.x});
             right = std::max({right, line.a.x, line.b.x});
             top = std::min({top, line.a.y, line.b.y});
@@ -140,7 +140,7 @@ TEST(HiddenLines, AreWhatVisibleOnesLeaveOut) {
     const kx::kxPointer<kx::kxTriMesh> box = BoxMesh({-1, -1, -3}, {1, 1, -2});
     const kx::kxPointer<kx::kxTriMesh> plate = BoxMesh({-4, -4, 1}, {0, 4, 1.5F});
     const double alone = VisibleLength(OnPaper(Find({box}, {}, {}, View::Iso), false, View::Iso));
-    const PaperLines both = OnPaper(Find({box}, {plate}), true);
+    const PageLines both = OnPaper(Find({box}, {plate}), true);
     const double front = VisibleLength(OnPaper(Find({box}), false));
     EXPECT_NEAR(VisibleLength(both), 40.0, 1e-3) << "the right half of a square of 20 mm";
     EXPECT_NEAR(front, 80.0, 1e-3);
@@ -150,7 +150,7 @@ TEST(HiddenLines, AreWhatVisibleOnesLeaveOut) {
 
 TEST(HiddenLines, OfABoxAreItsThreeFarEdges) {
     const Found found = Find({BoxMesh({-1, -1, -1}, {1, 1, 1})}, {}, {}, View::Iso);
-    const PaperLines lines = OnPaper(found, true, View::Iso);
+    const PageLines lines = OnPaper(found, true, View::Iso);
     // Edges of an isometric cube are all as long on paper: sqrt(2/3) of their length.
     const double edge = 20.0 * std::sqrt(2.0 / 3.0);
     EXPECT_NEAR(VisibleLength(lines), 9 * edge, 1e-3);
@@ -161,9 +161,9 @@ TEST(HiddenLines, OfABoxAreItsThreeFarEdges) {
 TEST(HiddenLines, LeaveOutWhatIsOutsideTheView) {
     // Half of it is beyond the right edge of the sheet.
     const Found found = Find({BoxMesh({4, -1, -1}, {6, 1, 1})}, {}, {}, View::Front);
-    const PaperLines lines = OnPaper(found, true);
+    const PageLines lines = OnPaper(found, true);
     for (const LineGroup& group : lines.groups) {
-        for (const PaperLine& line : group.lines) {
+        for (const PageLine& line : group.lines) {
             EXPECT_LE(std::max(line.a.x, line.b.x), 100.001);
         }
     }
@@ -172,15 +172,15 @@ TEST(HiddenLines, LeaveOutWhatIsOutsideTheView) {
 TEST(HiddenLines, OfCutsAreFoundWhenAskedFor) {
     // A bar through a box: the cut on the far side is hidden by both.
     const MeshList meshes{BoxMesh({-2, -2, -2}, {2, 2, 2}), BoxMesh({-1, -1, -4}, {1, 1, 4})};
-    const auto cuts = [](const PaperLines& lines, bool hidden) {
+    const auto cuts = [](const PageLines& lines, bool hidden) {
         return Length(lines, [hidden](const LineGroup& group) {
-            return group.family == Family::Intersection && group.hidden == hidden;
+            return group.kind == LineKind::Intersection && group.hidden == hidden;
         });
     };
     FeatureChoice choice;
     choice.hiddenIntersections = true;
-    const PaperLines all = OnPaper(Find(meshes, {}, choice, View::Iso), true, View::Iso);
-    const PaperLines plain = OnPaper(Find(meshes, {}, {}, View::Iso), false, View::Iso);
+    const PageLines all = OnPaper(Find(meshes, {}, choice, View::Iso), true, View::Iso);
+    const PageLines plain = OnPaper(Find(meshes, {}, {}, View::Iso), false, View::Iso);
     const double square = 4.0 * 20.0 * std::sqrt(2.0 / 3.0);
     EXPECT_NEAR(cuts(all, false) + cuts(all, true), 2.0 * square, 1e-2);
     EXPECT_GT(cuts(all, true), square - 1e-2);
@@ -192,16 +192,16 @@ TEST(Cuts, AreHiddenByOccludersToo) {
     const MeshList meshes{BoxMesh({-2, -2, -2}, {2, 2, 2}), BoxMesh({-1, -1, -4}, {1, 1, 4})};
     // Between the eye and all of the cut on the near side.
     const MeshList plate{BoxMesh({-1, -1, 4.2F}, {4.5F, 4.5F, 4.3F})};
-    const auto cuts = [](const PaperLines& lines, bool hidden) {
+    const auto cuts = [](const PageLines& lines, bool hidden) {
         return Length(lines, [hidden](const LineGroup& group) {
-            return group.family == Family::Intersection && group.hidden == hidden;
+            return group.kind == LineKind::Intersection && group.hidden == hidden;
         });
     };
     FeatureChoice choice;
     choice.hiddenIntersections = true;
-    const PaperLines open = OnPaper(Find(meshes, {}, choice, View::Iso), true, View::Iso);
-    const PaperLines covered = OnPaper(Find(meshes, plate, choice, View::Iso), true, View::Iso);
-    const PaperLines plain = OnPaper(Find(meshes, plate, {}, View::Iso), false, View::Iso);
+    const PageLines open = OnPaper(Find(meshes, {}, choice, View::Iso), true, View::Iso);
+    const PageLines covered = OnPaper(Find(meshes, plate, choice, View::Iso), true, View::Iso);
+    const PageLines plain = OnPaper(Find(meshes, plate, {}, View::Iso), false, View::Iso);
     EXPECT_GT(cuts(open, false), 1.0);
     EXPECT_LT(cuts(covered, false), 0.5 * cuts(open, false));
     EXPECT_NEAR(cuts(covered, false) + cuts(covered, true), cuts(open, false) + cuts(open, true),
@@ -211,23 +211,23 @@ TEST(Cuts, AreHiddenByOccludersToo) {
 
 TEST(LineChoices, LeaveOutWholeFamilies) {
     const MeshList meshes{BoxMesh({-2, -2, -2}, {2, 2, 2}), BoxMesh({-1, -1, -4}, {1, 1, 4})};
-    const auto has = [&](const FeatureChoice& choice, Family family) {
-        const PaperLines lines = OnPaper(Find(meshes, {}, choice, View::Iso), false, View::Iso);
+    const auto has = [&](const FeatureChoice& choice, LineKind family) {
+        const PageLines lines = OnPaper(Find(meshes, {}, choice, View::Iso), false, View::Iso);
         return std::any_of(lines.groups.begin(), lines.groups.end(),
-                           [family](const LineGroup& group) { return group.family == family; });
+                           [family](const LineGroup& group) { return group.kind == family; });
     };
     const FeatureChoice all;
-    EXPECT_TRUE(has(all, Family::Silhouette));
-    EXPECT_TRUE(has(all, Family::Crease));
-    EXPECT_TRUE(has(all, Family::Intersection));
-    EXPECT_FALSE(has({false, true, true, false}, Family::Silhouette));
-    EXPECT_FALSE(has({true, false, true, false}, Family::Crease));
-    EXPECT_FALSE(has({true, true, false, false}, Family::Intersection));
+    EXPECT_TRUE(has(all, LineKind::Silhouette));
+    EXPECT_TRUE(has(all, LineKind::Crease));
+    EXPECT_TRUE(has(all, LineKind::Intersection));
+    EXPECT_FALSE(has({false, true, true, false}, LineKind::Silhouette));
+    EXPECT_FALSE(has({true, false, true, false}, LineKind::Crease));
+    EXPECT_FALSE(has({true, true, false, false}, LineKind::Intersection));
 }
 
 TEST(LineChoices, KeepCreasesThatAreSilhouettesWhenThoseAreNotDrawn) {
     const MeshList meshes{BoxMesh({-1, -1, -1}, {1, 1, 1})};
-    const PaperLines lines =
+    const PageLines lines =
         OnPaper(Find(meshes, {}, {false, true, false, false}, View::Iso), false, View::Iso);
     EXPECT_NEAR(VisibleLength(lines), 9 * 20.0 * std::sqrt(2.0 / 3.0), 1e-3);
 }
@@ -247,9 +247,9 @@ TEST(Records, HoldEveryLineOnceWithItsHiddenRanges) {
     const auto records = kxcontour::RecordsOf(found.lines, {camera, kPage, {7}, toFile});
     ASSERT_EQ(records.size(), 12U);
     std::size_t hidden = 0;
-    for (const kxcontour::SegmentRecord& record : records) {
+    for (const kxdrawing::Line& record : records) {
         EXPECT_EQ(record.object, 7U);
-        ASSERT_TRUE(record.onPaper);
+        ASSERT_TRUE(record.onPage);
         EXPECT_EQ(std::abs(record.ends[0][0] - 100.0), 1.0) << "in the file's coordinates";
         hidden += record.hidden.empty() ? 0 : 1;
     }
@@ -261,7 +261,7 @@ TEST(Records, OfLinesOutsideTheViewHaveNoPlaceOnPaper) {
     const ctr::DiscreteProjectionSpace camera = Camera();
     for (const auto& record :
          kxcontour::RecordsOf(found.lines, {camera, kPage, {0}, Wm4::Matrix4<double>(false)})) {
-        EXPECT_FALSE(record.onPaper);
+        EXPECT_FALSE(record.onPage);
     }
 }
 

@@ -8,17 +8,17 @@
 
 namespace {
 
-using kxcontour::Family;
+using kxcontour::LineKind;
 using kxcontour::MarkRepeated;
-using kxcontour::PaperLine;
-using kxcontour::SegmentRecord;
+using kxcontour::PageLine;
+using kxdrawing::Line;
 
 using Range = std::array<double, 2>;
 
-SegmentRecord Record(Family family, const PaperLine& onPaper) {
-    SegmentRecord record;
-    record.family = family;
-    record.onPaper = onPaper;
+kxdrawing::Line Record(LineKind family, const PageLine& onPaper) {
+    kxdrawing::Line record;
+    record.kind = family;
+    record.onPage = onPaper;
     return record;
 }
 
@@ -31,10 +31,10 @@ void ExpectRanges(const std::vector<Range>& ranges, const std::vector<Range>& ex
 }
 
 TEST(MarkRepeated, TheSecondOfTwoLinesOnOnePlaceIsRepeated) {
-    std::vector<SegmentRecord> records{Record(Family::Crease, {{0, 0}, {10, 0}}),
-                                       Record(Family::Crease, {{10, 0}, {0, 0}}),
-                                       Record(Family::Silhouette, {{5, 0.01}, {20, 0.01}}),
-                                       Record(Family::Silhouette, {{0, 5}, {10, 5}})};
+    std::vector<kxdrawing::Line> records{Record(LineKind::Crease, {{0, 0}, {10, 0}}),
+                                         Record(LineKind::Crease, {{10, 0}, {0, 0}}),
+                                         Record(LineKind::Silhouette, {{5, 0.01}, {20, 0.01}}),
+                                         Record(LineKind::Silhouette, {{0, 5}, {10, 5}})};
     MarkRepeated(records, {});
     ExpectRanges(records[2].repeated, {});
     ExpectRanges(records[3].repeated, {});
@@ -43,8 +43,8 @@ TEST(MarkRepeated, TheSecondOfTwoLinesOnOnePlaceIsRepeated) {
 }
 
 TEST(MarkRepeated, OnlyVisibleRangesAreRepeatedAndRepeat) {
-    std::vector<SegmentRecord> records{Record(Family::Silhouette, {{0, 0}, {10, 0}}),
-                                       Record(Family::Crease, {{0, 0}, {10, 0}})};
+    std::vector<kxdrawing::Line> records{Record(LineKind::Silhouette, {{0, 0}, {10, 0}}),
+                                         Record(LineKind::Crease, {{0, 0}, {10, 0}})};
     records[0].hidden = {{{1, 5}, {2, 5}}};
     records[1].hidden = {{{0, 1}, {1, 10}}, {{1, 2}, {4, 5}}};
     MarkRepeated(records, {});
@@ -54,8 +54,8 @@ TEST(MarkRepeated, OnlyVisibleRangesAreRepeatedAndRepeat) {
 }
 
 TEST(MarkRepeated, WhatIsHiddenAltogetherShowsNothing) {
-    std::vector<SegmentRecord> records{Record(Family::Silhouette, {{0, 0}, {10, 0}}),
-                                       Record(Family::Crease, {{0, 0}, {10, 0}})};
+    std::vector<kxdrawing::Line> records{Record(LineKind::Silhouette, {{0, 0}, {10, 0}}),
+                                         Record(LineKind::Crease, {{0, 0}, {10, 0}})};
     records[0].hidden = {{{0, 1}, {1, 1}}};
     MarkRepeated(records, {});
     ExpectRanges(records[0].repeated, {});
@@ -63,17 +63,17 @@ TEST(MarkRepeated, WhatIsHiddenAltogetherShowsNothing) {
 }
 
 TEST(MarkRepeated, LinesOfNoLengthAreNotOnPaper) {
-    std::vector<SegmentRecord> records{Record(Family::Crease, {{3, 3}, {3, 3.0005}}),
-                                       Record(Family::Crease, {{3, 3}, {3, 3.5}})};
+    std::vector<kxdrawing::Line> records{Record(LineKind::Crease, {{3, 3}, {3, 3.0005}}),
+                                         Record(LineKind::Crease, {{3, 3}, {3, 3.5}})};
     records[0].hidden = {{{0, 1}, {1, 1}}};
     MarkRepeated(records, {});
-    EXPECT_FALSE(records[0].onPaper);
+    EXPECT_FALSE(records[0].onPage);
     EXPECT_EQ(records[0].hidden.size(), 1U);
-    EXPECT_TRUE(records[1].onPaper);
+    EXPECT_TRUE(records[1].onPage);
 }
 
 TEST(MarkRepeated, TakesRecordsOutsideTheView) {
-    std::vector<SegmentRecord> records(2);
+    std::vector<kxdrawing::Line> records(2);
     MarkRepeated(records, {});
     EXPECT_TRUE(records[0].repeated.empty());
     records.clear();

@@ -20,9 +20,9 @@ using tool_test::Holds;
 using tool_test::MakeDrawing;
 using tool_test::MakePath;
 using tool_test::NewFile;
-using tool_test::PaperDrawing;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
+using tool_test::kxdrawing::Drawing;
 
 /// A picture of 32-bit pixels.
 class Picture {
@@ -51,8 +51,8 @@ private:
 constexpr unsigned int kWhite = 0xFFFFFF;
 
 /// Wide red lines: a line, a dot, a loop, a dashed line, an arc without its polyline.
-PaperDrawing BoldDrawing() {
-    PaperDrawing drawing =
+kxdrawing::Drawing BoldDrawing() {
+    kxdrawing::Drawing drawing =
         MakeDrawing({MakePath({{10, 10}, {60, 10}}), MakePath({{20, 30}, {20, 30}}),
                      MakePath({{40, 30}, {60, 30}, {60, 50}, {40, 30}})});
     tool_test::Path arc = CirclePath({60, 100}, 30, 180, 180, 2);
@@ -99,7 +99,7 @@ std::string PdfInfo(const std::string& path) {
 
 TEST(Pdf, HasTheSizeOfThePage) {
     const TemporaryFolder folder;
-    PaperDrawing drawing = tool_test::RichDrawing();
+    kxdrawing::Drawing drawing = tool_test::RichDrawing();
     WritePdf(drawing, NewFile(folder.path("a.pdf")));
     const std::string info = PdfInfo(folder.path("a.pdf"));
     EXPECT_TRUE(Holds(info, "Page size:       595.276 x 841.89 pts (A4)")) << info;
@@ -114,7 +114,7 @@ TEST(Pdf, HasTheSizeOfThePage) {
 
 TEST(Pdf, TakesTitlesThatAreNoText) {
     const TemporaryFolder folder;
-    PaperDrawing drawing;
+    kxdrawing::Drawing drawing;
     drawing.title = "Geh\xC3\xA4use \xFF";
     drawing.description = std::string("\0x", 2);
     WritePdf(drawing, NewFile(folder.path("a.pdf")));
@@ -149,7 +149,7 @@ TEST(Pdf, WritesTheSameBytesAtAnyTime) {
 }
 
 /// A drawing whose file is too large to be written at the end only.
-PaperDrawing LargeDrawing(int pointCount) {
+kxdrawing::Drawing LargeDrawing(int pointCount) {
     tool_test::Path path;
     for (int i = 0; i < pointCount; ++i) {
         path.points.push_back({i * 3571 % 1999 * 0.1, i * 7919 % 2503 * 0.1});
@@ -160,14 +160,14 @@ PaperDrawing LargeDrawing(int pointCount) {
 TEST(Pdf, SaysWhyItFails) {
     const TemporaryFolder folder;
     EXPECT_EQ(tool_test::ReasonOf([] { WritePdf(BoldDrawing(), NewFile("/dev/full")); }), ENOSPC);
-    const PaperDrawing large = LargeDrawing(100000);
+    const kxdrawing::Drawing large = LargeDrawing(100000);
     EXPECT_EQ(tool_test::ReasonOf([&] { WritePdf(large, NewFile("/dev/full")); }), ENOSPC);
     EXPECT_EQ(tool_test::ReasonOf([&] { WritePdf(large, -1); }), EBADF);
 }
 
 TEST(Pdf, WritesAnEmptyDrawing) {
     const TemporaryFolder folder;
-    WritePdf(PaperDrawing(), NewFile(folder.path("a.pdf")));
+    WritePdf(kxdrawing::Drawing(), NewFile(folder.path("a.pdf")));
     EXPECT_TRUE(Holds(PdfInfo(folder.path("a.pdf")), "Pages:           1\n"));
 }
 
@@ -232,7 +232,7 @@ TEST(Png, SaysWhyItFails) {
     const TemporaryFolder folder;
     EXPECT_EQ(tool_test::ReasonOf([] { WritePng(BoldDrawing(), 50.0, NewFile("/dev/full")); }),
               ENOSPC);
-    const PaperDrawing large = LargeDrawing(2000);
+    const kxdrawing::Drawing large = LargeDrawing(2000);
     EXPECT_EQ(tool_test::ReasonOf([&] { WritePng(large, 150.0, NewFile("/dev/full")); }), ENOSPC);
     WritePng(large, 150.0, NewFile(folder.path("a.png")));
     EXPECT_GT(ReadBytes(folder.path("a.png")).size(), 100000U) << "the failure was on the way";

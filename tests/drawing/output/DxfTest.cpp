@@ -13,22 +13,22 @@
 namespace {
 
 using kxcontour::DxfNames;
-using kxcontour::Family;
+using kxcontour::LineKind;
 using kxcontour::WriteDxf;
 using tool_test::CirclePath;
 using tool_test::MakeDrawing;
 using tool_test::MakeGroup;
 using tool_test::MakePath;
 using tool_test::NewFile;
-using tool_test::PaperDrawing;
 using tool_test::Path;
 using tool_test::PathGroup;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
+using tool_test::kxdrawing::Drawing;
 
 /// Reads a file with ezdxf, audits it and prints what the code after that asks for. The file is
 /// `doc`, its model space `msp`, numbers are printed by `n`.
-std::string Ask(const PaperDrawing& drawing, const std::string& code) {
+std::string Ask(const kxdrawing::Drawing& drawing, const std::string& code) {
     const TemporaryFolder folder;
     WriteDxf(drawing, NewFile(folder.path("a.dxf")));
     const std::string script = "import sys, ezdxf\n"
@@ -47,7 +47,7 @@ std::string Ask(const PaperDrawing& drawing, const std::string& code) {
 }
 
 /// Every entity with what matters of it.
-std::string Entities(const PaperDrawing& drawing) {
+std::string Entities(const kxdrawing::Drawing& drawing) {
     return Ask(drawing, R"(
 for e in msp:
     t, d = e.dxftype(), e.dxf
@@ -61,7 +61,7 @@ for e in msp:
 }
 
 TEST(Dxf, SaysWhatItIs) {
-    PaperDrawing drawing = MakeDrawing({MakePath({{10, 20}, {30, 25}})});
+    kxdrawing::Drawing drawing = MakeDrawing({MakePath({{10, 20}, {30, 25}})});
     drawing.page = {420, 297};
     EXPECT_EQ(Ask(drawing, R"(
 h = doc.header
@@ -80,12 +80,13 @@ print(n(*e.extmin, *e.extmax))
 }
 
 TEST(Dxf, WritesAnEmptyDrawing) {
-    EXPECT_EQ(Ask(PaperDrawing(), "print(len(msp), n(*doc.header['$EXTMAX']))"), "0 210 297 0\n");
+    EXPECT_EQ(Ask(kxdrawing::Drawing(), "print(len(msp), n(*doc.header['$EXTMAX']))"),
+              "0 210 297 0\n");
     EXPECT_EQ(Ask(MakeDrawing({}), "print(len(msp))"), "0\n");
 }
 
 TEST(Dxf, WritesLinesAndPolylines) {
-    const PaperDrawing drawing = MakeDrawing({
+    const kxdrawing::Drawing drawing = MakeDrawing({
         MakePath({{10, 20}, {30, 20}}),
         MakePath({{10, 20}, {10, 20}}),
         MakePath({{10, 20}, {30, 20}, {40, 30}}),
@@ -101,7 +102,7 @@ TEST(Dxf, WritesLinesAndPolylines) {
 
 TEST(Dxf, WritesCirclesAndArcs) {
     // On paper, with y down, positive angles turn clockwise; here they turn the other way.
-    const PaperDrawing drawing = MakeDrawing({
+    const kxdrawing::Drawing drawing = MakeDrawing({
         CirclePath({100, 100}, 25, 17, 360, 40),
         CirclePath({100, 100}, 25, 0, 90, 10),
         CirclePath({100, 100}, 25, 0, -90, 10),
@@ -214,22 +215,22 @@ TEST(Dxf, WritesRunsBetweenArcs) {
                                              "LWPOLYLINE SILHOUETTE False 20 287 20 277 30 267\n");
 }
 
-PathGroup FamilyGroup(Family family, bool hidden, kxcontour::StrokeStyle style) {
+PathGroup FamilyGroup(LineKind family, bool hidden, kxcontour::StrokeStyle style) {
     PathGroup group = MakeGroup({MakePath({{10, 20}, {30, 20}})});
-    group.family = family;
+    group.kind = family;
     group.hidden = hidden;
     group.style = std::move(style);
     return group;
 }
 
 TEST(Dxf, HasOneLayerForEachFamily) {
-    PaperDrawing drawing;
+    kxdrawing::Drawing drawing;
     drawing.layers.push_back({"",
-                              {FamilyGroup(Family::Silhouette, false, {0.5, {0, 0, 0}, {}}),
-                               FamilyGroup(Family::Crease, false, {0.13, {255, 0, 0}, {}}),
-                               FamilyGroup(Family::Crease, true, {0.1, {51, 51, 51}, {1, 0.6}}),
-                               FamilyGroup(Family::Intersection, false, {0.2, {0, 0, 0}, {}}),
-                               FamilyGroup(Family::Crease, false, {0.3, {0, 0, 255}, {2}})}});
+                              {FamilyGroup(LineKind::Silhouette, false, {0.5, {0, 0, 0}, {}}),
+                               FamilyGroup(LineKind::Crease, false, {0.13, {255, 0, 0}, {}}),
+                               FamilyGroup(LineKind::Crease, true, {0.1, {51, 51, 51}, {1, 0.6}}),
+                               FamilyGroup(LineKind::Intersection, false, {0.2, {0, 0, 0}, {}}),
+                               FamilyGroup(LineKind::Crease, false, {0.3, {0, 0, 255}, {2}})}});
     EXPECT_EQ(Ask(drawing, R"(
 def look(d): return [d.color, d.get('true_color'), d.linetype, d.lineweight]
 for l in doc.layers:
@@ -255,9 +256,9 @@ for l in doc.linetypes: print(l.dxf.name, n(*[t.value for t in l.pattern_tags.ta
 }
 
 TEST(Dxf, HasTheLayersOfTheDrawing) {
-    PaperDrawing drawing;
+    kxdrawing::Drawing drawing;
     for (const char* name : {"Geh\xC3\xA4use", "GEH\xC3\x84USE", "a/b", "a:b", "0", "\xFF", "M8"}) {
-        drawing.layers.push_back({name, {FamilyGroup(Family::Crease, false, {})}});
+        drawing.layers.push_back({name, {FamilyGroup(LineKind::Crease, false, {})}});
     }
     EXPECT_EQ(Ask(drawing, R"(
 for e in msp:
@@ -272,9 +273,9 @@ TEST(Dxf, WritesNamesOfAllScripts) {
     // The strict reader leaves escapes as they are; the one that is made for files from the wild
     // reads them.
     const TemporaryFolder folder;
-    PaperDrawing drawing;
-    drawing.layers.push_back(
-        {"\xE5\x89\x8D \xCE\xA9 \xE2\x82\xAC \xC3\x9F", {FamilyGroup(Family::Crease, false, {})}});
+    kxdrawing::Drawing drawing;
+    drawing.layers.push_back({"\xE5\x89\x8D \xCE\xA9 \xE2\x82\xAC \xC3\x9F",
+                              {FamilyGroup(LineKind::Crease, false, {})}});
     WriteDxf(drawing, NewFile(folder.path("a.dxf")));
     const tool_test::RunResult run =
         tool_test::Run("/usr/bin/python3", {"-c",
@@ -354,9 +355,10 @@ TEST(Dxf, WritesTheSameBytesWhateverTheLocale) {
 }
 
 TEST(Dxf, SaysWhyItFails) {
-    EXPECT_EQ(tool_test::ReasonOf([] { WriteDxf(PaperDrawing(), NewFile("/dev/full")); }), ENOSPC);
+    EXPECT_EQ(tool_test::ReasonOf([] { WriteDxf(kxdrawing::Drawing(), NewFile("/dev/full")); }),
+              ENOSPC);
     const TemporaryFolder folder;
-    EXPECT_EQ(tool_test::ReasonOf([&] { WriteDxf(PaperDrawing(), -1); }), EBADF);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WriteDxf(kxdrawing::Drawing(), -1); }), EBADF);
 }
 
 } // namespace

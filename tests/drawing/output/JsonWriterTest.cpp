@@ -12,10 +12,10 @@
 
 namespace {
 
-using kxcontour::Family;
 using kxcontour::JsonDrawing;
-using kxcontour::SegmentRecord;
+using kxcontour::LineKind;
 using kxcontour::WriteJson;
+using kxdrawing::Line;
 using nlohmann::json;
 using tool_test::NewFile;
 using tool_test::ReadBytes;
@@ -33,15 +33,15 @@ JsonDrawing SmallDrawing() {
     drawing.title = "a \"b\"\n";
     drawing.objects = {"Geh\xC3\xA4use", "\xFF"};
     drawing.millimetresPerUnit = 25.4;
-    SegmentRecord seen;
-    seen.family = Family::Crease;
+    kxdrawing::Line seen;
+    seen.kind = LineKind::Crease;
     seen.object = 1;
     seen.ends = {{{0.1, -2.0, 1e300}, {1.0 / 3.0, 0.0, 5e-324}}};
-    seen.onPaper = kxcontour::PaperLine{{10.5, 20.25}, {0.1, 30.0}};
+    seen.onPage = kxcontour::PageLine{{10.5, 20.25}, {0.1, 30.0}};
     seen.hidden = {{{0, 1}, {1, 3}}, {{kLarge - 1, kLarge}, {kLarge, kLarge}}};
     seen.repeated = {{1.0 / 3.0, 0.5}, {0.75, 0.875}};
-    SegmentRecord outside;
-    outside.family = Family::Intersection;
+    kxdrawing::Line outside;
+    outside.kind = LineKind::Intersection;
     outside.ends = {{{1, 2, 3}, {4, 5, 6}}};
     drawing.segments = {seen, outside};
     return drawing;

@@ -20,11 +20,11 @@ using tool_test::MakeDrawing;
 using tool_test::MakeGroup;
 using tool_test::MakePath;
 using tool_test::NewFile;
-using tool_test::PaperDrawing;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
+using tool_test::kxdrawing::Drawing;
 
-std::string BytesOf(const PaperDrawing& drawing) {
+std::string BytesOf(const kxdrawing::Drawing& drawing) {
     const TemporaryFolder folder;
     WriteLayeredSvg(drawing, NewFile(folder.path("a.svg")));
     return ReadBytes(folder.path("a.svg"));
@@ -91,7 +91,7 @@ Element Parse(const std::string& bytes) {
 const std::string kInkscape = "{http://www.inkscape.org/namespaces/inkscape}";
 
 TEST(LayeredSvg, IsWrittenLikeThis) {
-    PaperDrawing drawing = tool_test::RichDrawing();
+    kxdrawing::Drawing drawing = tool_test::RichDrawing();
     drawing.layers[0].groups[0].paths.resize(2);
     drawing.layers[1].groups[0].paths.resize(2);
     EXPECT_EQ(
@@ -126,7 +126,7 @@ TEST(LayeredSvg, NamesEveryLayerOnce) {
     const std::vector<std::string> names{
         "a", "A",   "a b",   "a  b",          "a-b", "\xE5\x89\x8D", "\xE5\x90\x8E",
         "1", "a-2", "a_20b", "tab\tand\nline"};
-    PaperDrawing drawing;
+    kxdrawing::Drawing drawing;
     for (const std::string& name : names) {
         drawing.layers.push_back({name, {MakeGroup({MakePath({{1, 2}, {3, 4}})})}});
     }
@@ -146,7 +146,7 @@ TEST(LayeredSvg, NamesEveryLayerOnce) {
 /// So that a script finds a part in every drawing of a batch.
 TEST(LayeredSvg, GivesALayerTheSameIdWhateverElseIsDrawn) {
     const auto idOfLast = [](const std::vector<std::string>& names) {
-        PaperDrawing drawing;
+        kxdrawing::Drawing drawing;
         for (const std::string& name : names) {
             drawing.layers.push_back({name, {MakeGroup({MakePath({{1, 2}, {3, 4}})})}});
         }
@@ -158,7 +158,7 @@ TEST(LayeredSvg, GivesALayerTheSameIdWhateverElseIsDrawn) {
 }
 
 TEST(LayeredSvg, PutsGroupsBelowTheRootWithoutALayer) {
-    PaperDrawing drawing = MakeDrawing({MakePath({{1, 2}, {3, 4}})});
+    kxdrawing::Drawing drawing = MakeDrawing({MakePath({{1, 2}, {3, 4}})});
     drawing.layers[0].groups.push_back(MakeGroup({}));
     const Element svg = Parse(BytesOf(drawing));
     ASSERT_EQ(svg.children.size(), 2U) << "the title, and one group that is not empty";
@@ -177,15 +177,15 @@ std::string PathLines(const std::string& bytes) {
 }
 
 TEST(LayeredSvg, HasTheGeometryOfThePlainOne) {
-    PaperDrawing drawing = tool_test::RichDrawing();
-    for (kxcontour::PaperLayer& layer : drawing.layers) {
+    kxdrawing::Drawing drawing = tool_test::RichDrawing();
+    for (kxdrawing::Layer& layer : drawing.layers) {
         for (tool_test::Path& path : layer.groups[0].paths) {
             path.arcs.clear();
         }
         layer.groups[0].paths.push_back(MakePath({{0.001234567, 0.1}, {1.0 / 3.0, 296.99999}}));
     }
     const std::string layered = PathLines(BytesOf(drawing));
-    for (kxcontour::PaperLayer& layer : drawing.layers) {
+    for (kxdrawing::Layer& layer : drawing.layers) {
         layer.name.clear();
         layer.groups[0].style.dashes.clear();
     }
@@ -282,7 +282,7 @@ TEST(LayeredSvg, WritesEllipsesAndWhatIsBetween) {
 }
 
 TEST(LayeredSvg, WritesAnEmptyDrawingAndLongPaths) {
-    EXPECT_EQ(Parse(BytesOf(PaperDrawing())).children.size(), 1U);
+    EXPECT_EQ(Parse(BytesOf(kxdrawing::Drawing())).children.size(), 1U);
     tool_test::Path zigzag;
     for (int i = 0; i < 100000; ++i) {
         zigzag.points.push_back({0.002 * i, 100.0 + i % 2});
@@ -299,9 +299,10 @@ TEST(LayeredSvg, WritesTheSameBytesWhateverTheLocale) {
 
 TEST(LayeredSvg, SaysWhyItFails) {
     const TemporaryFolder folder;
-    EXPECT_EQ(tool_test::ReasonOf([] { WriteLayeredSvg(PaperDrawing(), NewFile("/dev/full")); }),
-              ENOSPC);
-    EXPECT_EQ(tool_test::ReasonOf([&] { WriteLayeredSvg(PaperDrawing(), -1); }), EBADF);
+    EXPECT_EQ(
+        tool_test::ReasonOf([] { WriteLayeredSvg(kxdrawing::Drawing(), NewFile("/dev/full")); }),
+        ENOSPC);
+    EXPECT_EQ(tool_test::ReasonOf([&] { WriteLayeredSvg(kxdrawing::Drawing(), -1); }), EBADF);
 }
 
 } // namespace

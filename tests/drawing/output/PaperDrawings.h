@@ -16,10 +16,10 @@
 
 namespace tool_test {
 
-using kxcontour::PaperDrawing;
 using kxcontour::Path;
 using kxcontour::PathGroup;
 using kxcontour::WriteFailure;
+using kxdrawing::Drawing;
 
 inline Path MakePath(std::vector<kxcontour::Point> points) {
     Path path;
@@ -34,8 +34,8 @@ inline PathGroup MakeGroup(std::vector<Path> paths) {
 }
 
 /// One nameless layer with one group.
-inline PaperDrawing MakeDrawing(std::vector<Path> paths) {
-    PaperDrawing drawing;
+inline kxdrawing::Drawing MakeDrawing(std::vector<Path> paths) {
+    kxdrawing::Drawing drawing;
     drawing.layers.push_back({"", {MakeGroup(std::move(paths))}});
     return drawing;
 }
@@ -59,14 +59,14 @@ CirclePath(kxcontour::Point center, double radius, double start, double sweep, s
 }
 
 /// Layers, families, dashes, a dot, a loop, arcs: some of all that a drawing may have.
-inline PaperDrawing RichDrawing() {
-    PaperDrawing drawing;
+inline kxdrawing::Drawing RichDrawing() {
+    kxdrawing::Drawing drawing;
     drawing.title = "Pump & <valve>";
     drawing.description = "Seen from \"above\"";
     PathGroup creases = MakeGroup({MakePath({{10, 20}, {30, 20}}),
                                    MakePath({{40, 20}, {60, 20}, {50, 40}, {40, 20}}),
                                    CirclePath({100, 100}, 25, 0, 360, 40)});
-    creases.family = kxcontour::Family::Crease;
+    creases.kind = kxcontour::LineKind::Crease;
     creases.style = {0.13, {255, 128, 1}, {}};
     PathGroup hidden = MakeGroup({MakePath({{10, 200}, {60, 200}}), MakePath({{5, 5}, {5, 5}}),
                                   CirclePath({150, 200}, 20, 30, -90, 20)});

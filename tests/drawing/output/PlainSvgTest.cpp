@@ -14,19 +14,19 @@ using tool_test::MakeDrawing;
 using tool_test::MakeGroup;
 using tool_test::MakePath;
 using tool_test::NewFile;
-using tool_test::PaperDrawing;
 using tool_test::Path;
 using tool_test::ReadBytes;
 using tool_test::SvgFile;
 using tool_test::TemporaryFolder;
+using tool_test::kxdrawing::Drawing;
 
-SvgFile Written(const PaperDrawing& drawing) {
+SvgFile Written(const kxdrawing::Drawing& drawing) {
     const TemporaryFolder folder;
     WritePlainSvg(drawing, NewFile(folder.path("a.svg")));
     return tool_test::ReadSvg(folder.path("a.svg"));
 }
 
-std::string BytesOf(const PaperDrawing& drawing) {
+std::string BytesOf(const kxdrawing::Drawing& drawing) {
     const TemporaryFolder folder;
     WritePlainSvg(drawing, NewFile(folder.path("a.svg")));
     return ReadBytes(folder.path("a.svg"));
@@ -147,7 +147,7 @@ TEST(PlainSvg, KeepsSmallCoordinatesExact) {
 }
 
 TEST(PlainSvg, WritesOneGroupForEachThatHasPaths) {
-    PaperDrawing drawing;
+    kxdrawing::Drawing drawing;
     kxcontour::PathGroup red = MakeGroup({MakePath({{1, 2}, {3, 4}})});
     red.style = {0.25, {255, 0, 1}, {}};
     kxcontour::PathGroup grey = MakeGroup({MakePath({{5, 6}, {7, 8}})});
@@ -174,7 +174,7 @@ TEST(PlainSvg, WritesOneGroupForEachThatHasPaths) {
 
 TEST(PlainSvg, KeepsEveryColour) {
     for (int byte = 0; byte < 256; ++byte) {
-        PaperDrawing drawing = MakeDrawing({MakePath({{1, 2}, {3, 4}})});
+        kxdrawing::Drawing drawing = MakeDrawing({MakePath({{1, 2}, {3, 4}})});
         drawing.layers[0].groups[0].style.color = {0, static_cast<std::uint8_t>(byte), 0};
         const std::string expected = "stroke=\"rgb(0," + std::to_string(byte) + ",0)\"";
         EXPECT_NE(BytesOf(drawing).find(expected), std::string::npos) << expected;
@@ -182,14 +182,14 @@ TEST(PlainSvg, KeepsEveryColour) {
 }
 
 TEST(PlainSvg, WritesAnEmptyDrawing) {
-    const SvgFile svg = Written(PaperDrawing());
+    const SvgFile svg = Written(kxdrawing::Drawing());
     EXPECT_EQ(svg.width, "210mm");
     EXPECT_EQ(svg.title, "Illustration");
     EXPECT_EQ(svg.groups.size(), 0U);
 }
 
 TEST(PlainSvg, WritesTheSameBytesWhateverTheLocale) {
-    const PaperDrawing drawing = MakeDrawing({MakePath({{1.5, 2.5}, {1234.5, 1e6}})});
+    const kxdrawing::Drawing drawing = MakeDrawing({MakePath({{1.5, 2.5}, {1234.5, 1e6}})});
     const std::string bytes = BytesOf(drawing);
     EXPECT_EQ(BytesOf(drawing), bytes);
     const tool_test::CommaLocale locale;
@@ -198,11 +198,12 @@ TEST(PlainSvg, WritesTheSameBytesWhateverTheLocale) {
 
 TEST(PlainSvg, SaysWhyItFails) {
     const TemporaryFolder folder;
-    const PaperDrawing drawing = MakeDrawing({Polygon(100000, 50.0)});
+    const kxdrawing::Drawing drawing = MakeDrawing({Polygon(100000, 50.0)});
     EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(drawing, -1); }), EBADF);
     EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(drawing, NewFile("/dev/full")); }), ENOSPC);
-    EXPECT_EQ(tool_test::ReasonOf([&] { WritePlainSvg(PaperDrawing(), NewFile("/dev/full")); }),
-              ENOSPC);
+    EXPECT_EQ(
+        tool_test::ReasonOf([&] { WritePlainSvg(kxdrawing::Drawing(), NewFile("/dev/full")); }),
+        ENOSPC);
 }
 
 TEST(PlainSvg, WritesLongPathsAndLoops) {
@@ -216,13 +217,13 @@ TEST(PlainSvg, WritesLongPathsAndLoops) {
 }
 
 TEST(PlainSvg, KnowsWhatItCanWrite) {
-    PaperDrawing drawing = MakeDrawing({MakePath({{1, 2}, {3, 4}})});
+    kxdrawing::Drawing drawing = MakeDrawing({MakePath({{1, 2}, {3, 4}})});
     EXPECT_TRUE(kxcontour::IsPlain(drawing));
-    EXPECT_TRUE(kxcontour::IsPlain(PaperDrawing()));
-    PaperDrawing dashed = drawing;
+    EXPECT_TRUE(kxcontour::IsPlain(kxdrawing::Drawing()));
+    kxdrawing::Drawing dashed = drawing;
     dashed.layers[0].groups[0].style.dashes = {1.0, 1.0};
     EXPECT_FALSE(kxcontour::IsPlain(dashed));
-    PaperDrawing layered = drawing;
+    kxdrawing::Drawing layered = drawing;
     layered.layers[0].name = "a";
     EXPECT_FALSE(kxcontour::IsPlain(layered));
     EXPECT_FALSE(kxcontour::IsPlain(MakeDrawing({tool_test::CirclePath({0, 0}, 1, 0, 90, 4)})));

@@ -68,8 +68,8 @@ double DistanceToRun(Point p, const Path& path, const Arc& arc) {
 }
 
 /// Dense points of the arc as a polyline: off the arc by far less than the tolerance.
-std::vector<kxcontour::PaperLine> Sampled(const Arc& arc, int steps) {
-    std::vector<kxcontour::PaperLine> lines;
+std::vector<kxcontour::PageLine> Sampled(const Arc& arc, int steps) {
+    std::vector<kxcontour::PageLine> lines;
     lines.reserve(static_cast<std::size_t>(steps));
     for (int i = 0; i < steps; ++i) {
         lines.push_back({PointOf(arc, arc.start + arc.sweep * i / steps),
@@ -99,7 +99,7 @@ void ExpectPromises(const Path& path) {
         const int steps = 1000;
         const auto samples = Sampled(arc, steps);
         const double flatness = arc.radiusX * std::pow(arc.sweep / steps * kPi / 180.0, 2) / 8.0;
-        for (const kxcontour::PaperLine& sample : samples) {
+        for (const kxcontour::PageLine& sample : samples) {
             EXPECT_LE(DistanceToRun(sample.a, path, arc), kTolerance + 1e-9);
         }
         const std::size_t stride = 1 + (arc.last - arc.first) / 100;

@@ -10,14 +10,14 @@
 namespace {
 
 using kxcontour::CellGrid;
-using kxcontour::PaperLine;
+using kxcontour::PageLine;
 using kxcontour::Point;
 using test_support::Random;
 
 constexpr double kReach = 0.05;
 
 /// An upper bound that is exact for lines that do not cross; sampled ones may be nearer.
-bool ComeWithinReach(const PaperLine& p, const PaperLine& q) {
+bool ComeWithinReach(const PageLine& p, const PageLine& q) {
     constexpr int kSteps = 200;
     for (int i = 0; i <= kSteps; ++i) {
         const Point point = tool_test::Between(p.a, p.b, i / static_cast<double>(kSteps));
@@ -28,7 +28,7 @@ bool ComeWithinReach(const PaperLine& p, const PaperLine& q) {
     return false;
 }
 
-CellGrid GridOf(const std::vector<PaperLine>& lines, double reach) {
+CellGrid GridOf(const std::vector<PageLine>& lines, double reach) {
     CellGrid grid(lines, reach);
     for (std::uint32_t i = 0; i < lines.size(); ++i) {
         EXPECT_EQ(grid.insert(lines[i]), i);
@@ -36,7 +36,7 @@ CellGrid GridOf(const std::vector<PaperLine>& lines, double reach) {
     return grid;
 }
 
-std::set<std::uint32_t> Found(CellGrid& grid, const PaperLine& line) {
+std::set<std::uint32_t> Found(CellGrid& grid, const PageLine& line) {
     std::set<std::uint32_t> found;
     EXPECT_TRUE(grid.visit(line, [&](std::uint32_t number) {
         EXPECT_TRUE(found.insert(number).second) << number << " comes twice";
@@ -45,7 +45,7 @@ std::set<std::uint32_t> Found(CellGrid& grid, const PaperLine& line) {
     return found;
 }
 
-void ExpectAllNeighbours(const std::vector<PaperLine>& lines) {
+void ExpectAllNeighbours(const std::vector<PageLine>& lines) {
     CellGrid grid = GridOf(lines, kReach);
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const std::set<std::uint32_t> found = Found(grid, lines[i]);
@@ -61,7 +61,7 @@ TEST(CellGrid, FindsAllThatComesWithinReach) {
     for (int trial = 0; trial < test_support::Scaled(20); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        std::vector<PaperLine> lines;
+        std::vector<PageLine> lines;
         for (int i = 0; i < 60; ++i) {
             const Point a = tool_test::RandomPoint(random, 20.0F);
             const Point b = tool_test::RandomPoint(random, random.percent(20) ? 20.0F : 1.0F);
@@ -72,7 +72,7 @@ TEST(CellGrid, FindsAllThatComesWithinReach) {
 }
 
 TEST(CellGrid, FindsLinesOnTheBordersOfCells) {
-    std::vector<PaperLine> lines;
+    std::vector<PageLine> lines;
     for (int i = 0; i <= 8; ++i) {
         const double at = i;
         lines.push_back({{at, 0}, {at, 8}});
@@ -84,13 +84,13 @@ TEST(CellGrid, FindsLinesOnTheBordersOfCells) {
 
 TEST(CellGrid, TakesADenseFigureInACornerOfALargeSheetApart) {
     Random random(1);
-    std::vector<PaperLine> lines{{{0, 0}, {1000, 1000}}, {{1000, 0}, {0, 1000}}};
+    std::vector<PageLine> lines{{{0, 0}, {1000, 1000}}, {{1000, 0}, {0, 1000}}};
     for (int i = 0; i < 20000; ++i) {
         const Point a = tool_test::RandomPoint(random, 40.0F);
         lines.push_back({a, {a.x + 0.1, a.y + 0.1}});
     }
     CellGrid grid = GridOf(lines, 0.001);
-    for (const PaperLine& line : lines) {
+    for (const PageLine& line : lines) {
         grid.visit(line, [](std::uint32_t) { return true; });
     }
     // On one level all the short lines would be in some 30 cells: 13 million neighbours.
@@ -98,7 +98,7 @@ TEST(CellGrid, TakesADenseFigureInACornerOfALargeSheetApart) {
 }
 
 TEST(CellGrid, HasNothingThatWasNotInserted) {
-    const std::vector<PaperLine> lines{{{0, 0}, {5, 5}}, {{5, 0}, {0, 5}}};
+    const std::vector<PageLine> lines{{{0, 0}, {5, 5}}, {{5, 0}, {0, 5}}};
     CellGrid grid(lines, kReach);
     EXPECT_TRUE(Found(grid, lines[0]).empty());
     EXPECT_EQ(grid.insert(lines[1]), 0U);
@@ -107,7 +107,7 @@ TEST(CellGrid, HasNothingThatWasNotInserted) {
 }
 
 TEST(CellGrid, AVisitEndsWhenItIsTold) {
-    const std::vector<PaperLine> lines(5, PaperLine{{0, 0}, {5, 5}});
+    const std::vector<PageLine> lines(5, PageLine{{0, 0}, {5, 5}});
     CellGrid grid = GridOf(lines, kReach);
     int visits = 0;
     EXPECT_FALSE(grid.visit(lines[0], [&](std::uint32_t) { return ++visits < 3; }));
@@ -116,7 +116,7 @@ TEST(CellGrid, AVisitEndsWhenItIsTold) {
 
 // A crowd at the start of a line need not be looked at when its other end tells enough.
 TEST(CellGrid, VisitsTheCrowdLast) {
-    std::vector<PaperLine> lines;
+    std::vector<PageLine> lines;
     lines.reserve(501);
     for (int i = 0; i < 500; ++i) {
         lines.push_back({{0, 0}, {0.001 * i, 0.2}});

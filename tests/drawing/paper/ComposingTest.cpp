@@ -10,21 +10,21 @@
 namespace {
 
 using kxcontour::Compose;
-using kxcontour::ComposingReport;
 using kxcontour::ComposingRules;
 using kxcontour::CountPaths;
-using kxcontour::Family;
-using kxcontour::kSharedObject;
+using kxcontour::DrawingStatistics;
+using kxcontour::kNoObject;
 using kxcontour::Layering;
-using kxcontour::PaperDrawing;
-using kxcontour::PaperLayer;
-using kxcontour::PaperLine;
-using kxcontour::PaperLines;
+using kxcontour::LineKind;
+using kxcontour::PageLine;
+using kxcontour::PageLines;
 using kxcontour::StrokeStyle;
+using kxdrawing::Drawing;
+using kxdrawing::Layer;
 
 /// A row of lines at a height of its own, that meets no other.
-std::vector<PaperLine> Row(double y, int count = 3) {
-    std::vector<PaperLine> lines;
+std::vector<PageLine> Row(double y, int count = 3) {
+    std::vector<PageLine> lines;
     lines.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         lines.push_back({{static_cast<double>(i), y}, {i + 1.0, y}});
@@ -32,16 +32,16 @@ std::vector<PaperLine> Row(double y, int count = 3) {
     return lines;
 }
 
-PaperDrawing ComposeLayers(const PaperLines& lines, Layering layering) {
+kxdrawing::Drawing ComposeLayers(const PageLines& lines, Layering layering) {
     ComposingRules rules;
     rules.layering = layering;
-    ComposingReport report;
+    DrawingStatistics report;
     return Compose(lines, rules, report);
 }
 
-std::vector<std::string> NamesOf(const PaperDrawing& drawing) {
+std::vector<std::string> NamesOf(const kxdrawing::Drawing& drawing) {
     std::vector<std::string> names;
-    for (const PaperLayer& layer : drawing.layers) {
+    for (const kxdrawing::Layer& layer : drawing.layers) {
         names.push_back(layer.name);
     }
     return names;
@@ -49,49 +49,49 @@ std::vector<std::string> NamesOf(const PaperDrawing& drawing) {
 
 using Names = std::vector<std::string>;
 
-PaperLines AllKinds() {
-    PaperLines lines;
+PageLines AllKinds() {
+    PageLines lines;
     lines.objects = {"wheel", "axle"};
-    lines.groups = {{Family::Silhouette, false, 0, Row(1)},
-                    {Family::Intersection, false, kSharedObject, Row(2)},
-                    {Family::Crease, true, 1, Row(3)},
-                    {Family::Crease, false, 1, Row(4)},
-                    {Family::Silhouette, true, 0, Row(5)}};
+    lines.groups = {{LineKind::Silhouette, false, 0, Row(1)},
+                    {LineKind::Intersection, false, kNoObject, Row(2)},
+                    {LineKind::Crease, true, 1, Row(3)},
+                    {LineKind::Crease, false, 1, Row(4)},
+                    {LineKind::Silhouette, true, 0, Row(5)}};
     return lines;
 }
 
 TEST(Compose, WithoutLayersThereIsAGroupForEveryStyleHiddenOnesFirst) {
-    const PaperDrawing drawing = ComposeLayers(AllKinds(), Layering::None);
+    const kxdrawing::Drawing drawing = ComposeLayers(AllKinds(), Layering::None);
     ASSERT_EQ(NamesOf(drawing), Names{""});
     const auto& groups = drawing.layers[0].groups;
     ASSERT_EQ(groups.size(), 3U);
     EXPECT_TRUE(groups[0].hidden);
-    EXPECT_EQ(groups[0].family, Family::Crease);
+    EXPECT_EQ(groups[0].kind, LineKind::Crease);
     EXPECT_EQ(groups[0].style, kxcontour::StyleSheet().hidden);
     EXPECT_EQ(groups[0].paths.size(), 2U);
     EXPECT_FALSE(groups[1].hidden);
-    EXPECT_EQ(groups[1].family, Family::Crease);
+    EXPECT_EQ(groups[1].kind, LineKind::Crease);
     EXPECT_EQ(groups[1].paths.size(), 1U);
     // Silhouettes and intersections look alike.
     EXPECT_FALSE(groups[2].hidden);
-    EXPECT_EQ(groups[2].family, Family::Silhouette);
+    EXPECT_EQ(groups[2].kind, LineKind::Silhouette);
     EXPECT_EQ(groups[2].paths.size(), 2U);
 }
 
 TEST(Compose, LayersOfTypesComeFromTheBottomUp) {
-    const PaperDrawing drawing = ComposeLayers(AllKinds(), Layering::Type);
+    const kxdrawing::Drawing drawing = ComposeLayers(AllKinds(), Layering::Type);
     EXPECT_EQ(NamesOf(drawing), (Names{"hidden", "crease", "silhouette", "intersection"}));
-    for (const PaperLayer& layer : drawing.layers) {
+    for (const kxdrawing::Layer& layer : drawing.layers) {
         EXPECT_EQ(layer.groups.size(), 1U);
     }
     EXPECT_EQ(drawing.layers[0].groups[0].paths.size(), 2U);
-    PaperLines some = AllKinds();
+    PageLines some = AllKinds();
     some.groups.erase(some.groups.begin() + 2, some.groups.end());
     EXPECT_EQ(NamesOf(ComposeLayers(some, Layering::Type)), (Names{"silhouette", "intersection"}));
 }
 
 TEST(Compose, LayersOfObjectsHoldAllThatIsTheirs) {
-    const PaperDrawing drawing = ComposeLayers(AllKinds(), Layering::Object);
+    const kxdrawing::Drawing drawing = ComposeLayers(AllKinds(), Layering::Object);
     ASSERT_EQ(NamesOf(drawing), (Names{"wheel", "axle", "intersections"}));
     ASSERT_EQ(drawing.layers[0].groups.size(), 2U);
     EXPECT_TRUE(drawing.layers[0].groups[0].hidden);
@@ -101,24 +101,24 @@ TEST(Compose, LayersOfObjectsHoldAllThatIsTheirs) {
 }
 
 TEST(Compose, NamesOfLayersAreUnique) {
-    PaperLines lines;
+    PageLines lines;
     lines.objects = {"part", "", "part", "part (2)", "intersections", "part", "", "unseen"};
     for (std::size_t i = 0; i < 7; ++i) {
-        lines.groups.push_back({Family::Crease, false, i, Row(static_cast<double>(i))});
+        lines.groups.push_back({LineKind::Crease, false, i, Row(static_cast<double>(i))});
     }
-    lines.groups.push_back({Family::Intersection, false, kSharedObject, Row(9)});
+    lines.groups.push_back({LineKind::Intersection, false, kNoObject, Row(9)});
     EXPECT_EQ(NamesOf(ComposeLayers(lines, Layering::Object)),
               (Names{"part", "unnamed", "part (2)", "part (2) (2)", "intersections", "part (3)",
                      "unnamed (2)", "intersections (2)"}));
 }
 
 TEST(Compose, LinesOfOneStyleAreJoinedOverFamiliesAndObjects) {
-    PaperLines lines;
+    PageLines lines;
     lines.objects = {"a", "b"};
-    lines.groups = {{Family::Silhouette, false, 0, {{{0, 0}, {1, 0}}}},
-                    {Family::Intersection, false, kSharedObject, {{{1, 0}, {2, 0}}}},
-                    {Family::Silhouette, false, 1, {{{2, 0}, {3, 0}}}}};
-    const PaperDrawing joined = ComposeLayers(lines, Layering::None);
+    lines.groups = {{LineKind::Silhouette, false, 0, {{{0, 0}, {1, 0}}}},
+                    {LineKind::Intersection, false, kNoObject, {{{1, 0}, {2, 0}}}},
+                    {LineKind::Silhouette, false, 1, {{{2, 0}, {3, 0}}}}};
+    const kxdrawing::Drawing joined = ComposeLayers(lines, Layering::None);
     EXPECT_EQ(CountPaths(joined), 1U);
     EXPECT_EQ(joined.layers[0].groups[0].paths[0].points.size(), 4U);
     EXPECT_EQ(CountPaths(ComposeLayers(lines, Layering::Object)), 3U);
@@ -126,13 +126,13 @@ TEST(Compose, LinesOfOneStyleAreJoinedOverFamiliesAndObjects) {
 }
 
 TEST(Compose, HiddenAndVisibleLinesStayApartEvenIfTheyLookAlike) {
-    PaperLines lines;
-    lines.groups = {{Family::Crease, false, kSharedObject, {{{0, 0}, {1, 0}}}},
-                    {Family::Crease, true, kSharedObject, {{{1, 0}, {2, 0}}}}};
+    PageLines lines;
+    lines.groups = {{LineKind::Crease, false, kNoObject, {{{0, 0}, {1, 0}}}},
+                    {LineKind::Crease, true, kNoObject, {{{1, 0}, {2, 0}}}}};
     ComposingRules rules;
     rules.styles.hidden = rules.styles.crease;
-    ComposingReport report;
-    const PaperDrawing drawing = Compose(lines, rules, report);
+    DrawingStatistics report;
+    const kxdrawing::Drawing drawing = Compose(lines, rules, report);
     ASSERT_EQ(drawing.layers.size(), 1U);
     ASSERT_EQ(drawing.layers[0].groups.size(), 2U);
     EXPECT_TRUE(drawing.layers[0].groups[0].hidden);
@@ -140,37 +140,37 @@ TEST(Compose, HiddenAndVisibleLinesStayApartEvenIfTheyLookAlike) {
 }
 
 TEST(Compose, ReportsWhatCameInWhatWasShownTwiceAndWhatWasTooShort) {
-    PaperLines lines;
-    lines.groups = {{Family::Silhouette, false, kSharedObject, Row(0, 4)},
-                    {Family::Crease, false, kSharedObject, Row(0, 4)},
-                    {Family::Crease, false, kSharedObject, {{{0, 5}, {0.4, 5}}}},
-                    {Family::Crease, false, kSharedObject, {{{0, 6}, {0.5, 6}}}}};
+    PageLines lines;
+    lines.groups = {{LineKind::Silhouette, false, kNoObject, Row(0, 4)},
+                    {LineKind::Crease, false, kNoObject, Row(0, 4)},
+                    {LineKind::Crease, false, kNoObject, {{{0, 5}, {0.4, 5}}}},
+                    {LineKind::Crease, false, kNoObject, {{{0, 6}, {0.5, 6}}}}};
     ComposingRules rules;
     rules.minLength = 0.5;
-    ComposingReport report;
-    report.crumbs = 7;
-    const PaperDrawing drawing = Compose(lines, rules, report);
+    DrawingStatistics report;
+    report.shortPaths = 7;
+    const kxdrawing::Drawing drawing = Compose(lines, rules, report);
     EXPECT_EQ(report.lines, 10U);
     EXPECT_EQ(report.shownOnce, 6U);
     EXPECT_EQ(report.paths, 2U);
-    EXPECT_EQ(report.crumbs, 1U);
+    EXPECT_EQ(report.shortPaths, 1U);
     EXPECT_EQ(CountPaths(drawing), 2U);
 }
 
 /// A closed square; its path is four sides long.
-std::vector<PaperLine> Square(double side) {
+std::vector<PageLine> Square(double side) {
     return {{{0, 0}, {side, 0}},
             {{side, 0}, {side, side}},
             {{side, side}, {0, side}},
             {{0, side}, {0, 0}}};
 }
 
-std::size_t PathsOf(std::vector<PaperLine> lines, double minLength) {
-    PaperLines all;
-    all.groups.push_back({Family::Crease, false, kSharedObject, std::move(lines)});
+std::size_t PathsOf(std::vector<PageLine> lines, double minLength) {
+    PageLines all;
+    all.groups.push_back({LineKind::Crease, false, kNoObject, std::move(lines)});
     ComposingRules rules;
     rules.minLength = minLength;
-    ComposingReport report;
+    DrawingStatistics report;
     return CountPaths(Compose(all, rules, report));
 }
 
@@ -194,7 +194,7 @@ TEST(Compose, DotsAreNeverDrawn) {
 }
 
 TEST(Compose, ASpurNeitherCutsNorBendsAPath) {
-    std::vector<PaperLine> lines = Row(5, 2);
+    std::vector<PageLine> lines = Row(5, 2);
     lines.push_back({{1, 5}, {1.002, 5.015}});
     EXPECT_EQ(PathsOf(lines, 0.02), 1U);
     EXPECT_EQ(PathsOf(lines, 0.0), 2U);
@@ -204,20 +204,20 @@ TEST(Compose, ASpurNeitherCutsNorBendsAPath) {
 }
 
 TEST(Compose, LayersWithoutAPathAreLeftOut) {
-    PaperLines lines = AllKinds();
+    PageLines lines = AllKinds();
     lines.groups[3].lines = {{{0, 4}, {0.1, 4}}};
     ComposingRules rules;
     rules.layering = Layering::Type;
     rules.minLength = 0.5;
-    ComposingReport report;
+    DrawingStatistics report;
     EXPECT_EQ(NamesOf(Compose(lines, rules, report)),
               (Names{"hidden", "silhouette", "intersection"}));
     EXPECT_TRUE(Compose({}, rules, report).layers.empty());
-    EXPECT_EQ(report.lines + report.shownOnce + report.paths + report.crumbs, 0U);
+    EXPECT_EQ(report.lines + report.shownOnce + report.paths + report.shortPaths, 0U);
 }
 
 TEST(Compose, ArcsAreFoundOnlyWhereAskedFor) {
-    PaperLines lines;
+    PageLines lines;
     lines.groups.push_back({});
     constexpr int kChords = 200;
     for (int i = 0; i < kChords; ++i) {
@@ -228,10 +228,10 @@ TEST(Compose, ArcsAreFoundOnlyWhereAskedFor) {
         lines.groups[0].lines.push_back({at(i), at(i + 1)});
     }
     ComposingRules rules;
-    ComposingReport report;
+    DrawingStatistics report;
     EXPECT_TRUE(Compose(lines, rules, report).layers[0].groups[0].paths[0].arcs.empty());
     rules.arcTolerance = 0.01;
-    const PaperDrawing drawing = Compose(lines, rules, report);
+    const kxdrawing::Drawing drawing = Compose(lines, rules, report);
     ASSERT_EQ(drawing.layers[0].groups[0].paths[0].arcs.size(), 1U);
     EXPECT_NEAR(drawing.layers[0].groups[0].paths[0].arcs[0].radiusX, 20.0, 0.01);
 }

@@ -10,11 +10,11 @@
 
 namespace {
 
-using kxcontour::Family;
+using kxcontour::LineKind;
 using kxcontour::LineShare;
 using kxcontour::LooksForOverlaps;
-using kxcontour::PaperLine;
-using kxcontour::PaperLines;
+using kxcontour::PageLine;
+using kxcontour::PageLines;
 using kxcontour::Point;
 using kxcontour::RemoveOverlaps;
 using kxcontour::SharesLeft;
@@ -28,7 +28,7 @@ double Uniform(Random& random, double low, double high) {
 }
 
 /// A line of one of several kinds of crowds; size is that of the sheet.
-PaperLine CrowdedLine(Random& random, int kind, double size) {
+PageLine CrowdedLine(Random& random, int kind, double size) {
     const auto number = [&](double low, double high) { return Uniform(random, low, high); };
     const double reach = 3.0 * kTolerance;
     const Point a{number(0, size), number(0, size)};
@@ -69,7 +69,7 @@ PaperLine CrowdedLine(Random& random, int kind, double size) {
 }
 
 /// The same line again, or one that is nearly the same, turned around or shorter.
-PaperLine Repeated(Random& random, PaperLine line) {
+PageLine Repeated(Random& random, PageLine line) {
     if (random.percent(50)) {
         std::swap(line.a, line.b);
     }
@@ -83,15 +83,15 @@ PaperLine Repeated(Random& random, PaperLine line) {
     return line;
 }
 
-PaperLines CrowdedScene(Random& random) {
+PageLines CrowdedScene(Random& random) {
     constexpr int kKinds = 8;
-    PaperLines lines;
-    std::vector<PaperLine> all;
+    PageLines lines;
+    std::vector<PageLine> all;
     const int kind = random.below(kKinds + 4);
     const double size = random.percent(50) ? random.between(5, 50) * kTolerance : 5.0;
     const int most = random.percent(25) ? 200 : 40;
     for (int group = random.between(1, 5); group > 0; --group) {
-        lines.groups.push_back({static_cast<Family>(random.below(3)), random.percent(50), 0, {}});
+        lines.groups.push_back({static_cast<LineKind>(random.below(3)), random.percent(50), 0, {}});
         for (int i = random.between(1, most); i > 0; --i) {
             all.push_back(
                 !all.empty() && random.percent(25)
@@ -108,11 +108,11 @@ PaperLines CrowdedScene(Random& random) {
     return lines;
 }
 
-bool IsEqual(const PaperLine& p, const PaperLine& q) {
+bool IsEqual(const PageLine& p, const PageLine& q) {
     return p.a.x == q.a.x && p.a.y == q.a.y && p.b.x == q.b.x && p.b.y == q.b.y;
 }
 
-std::size_t CountLinesOf(const PaperLines& lines) {
+std::size_t CountLinesOf(const PageLines& lines) {
     std::size_t count = 0;
     for (const kxcontour::LineGroup& group : lines.groups) {
         count += group.lines.size();
@@ -126,14 +126,14 @@ TEST(RemoveOverlaps, AnswersInCrowdsAsIfAllWereComparedWithAll) {
     for (int trial = 0; trial < test_support::Scaled(1500); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        PaperLines lines = CrowdedScene(random);
-        const PaperLines plain = tool_test::PlainOverlaps(lines, kTolerance).result();
+        PageLines lines = CrowdedScene(random);
+        const PageLines plain = tool_test::PlainOverlaps(lines, kTolerance).result();
         before += CountLinesOf(lines);
         RemoveOverlaps(lines, kTolerance);
         after += CountLinesOf(lines);
         for (std::size_t group = 0; group < plain.groups.size(); ++group) {
-            const std::vector<PaperLine>& shown = lines.groups[group].lines;
-            const std::vector<PaperLine>& expected = plain.groups[group].lines;
+            const std::vector<PageLine>& shown = lines.groups[group].lines;
+            const std::vector<PageLine>& expected = plain.groups[group].lines;
             ASSERT_EQ(shown.size(), expected.size()) << "group " << group;
             for (std::size_t i = 0; i < shown.size(); ++i) {
                 ASSERT_TRUE(IsEqual(shown[i], expected[i])) << "group " << group << " line " << i;
@@ -145,20 +145,20 @@ TEST(RemoveOverlaps, AnswersInCrowdsAsIfAllWereComparedWithAll) {
 
 // Crowds of n lines by rule. The growth of the work is told from n, 2 n and 4 n.
 
-PaperLines Drawn(std::vector<PaperLine> visible, std::vector<PaperLine> hidden = {}) {
-    PaperLines lines;
-    lines.groups.push_back({Family::Silhouette, false, 0, std::move(visible)});
-    lines.groups.push_back({Family::Silhouette, true, 0, std::move(hidden)});
+PageLines Drawn(std::vector<PageLine> visible, std::vector<PageLine> hidden = {}) {
+    PageLines lines;
+    lines.groups.push_back({LineKind::Silhouette, false, 0, std::move(visible)});
+    lines.groups.push_back({LineKind::Silhouette, true, 0, std::move(hidden)});
     return lines;
 }
 
-PaperLines OnOnePlace(int count) {
-    return Drawn(std::vector<PaperLine>(static_cast<std::size_t>(count), {{10, 10}, {110, 60}}));
+PageLines OnOnePlace(int count) {
+    return Drawn(std::vector<PageLine>(static_cast<std::size_t>(count), {{10, 10}, {110, 60}}));
 }
 
-PaperLines NearlyOnOnePlace(int count) {
+PageLines NearlyOnOnePlace(int count) {
     Random random(1);
-    std::vector<PaperLine> lines;
+    std::vector<PageLine> lines;
     lines.reserve(static_cast<std::size_t>(count) + 1);
     for (int i = 0; i < count; ++i) {
         lines.push_back({{10 + Uniform(random, 0, 1e-4), 10 + Uniform(random, 0, 1e-4)},
@@ -167,11 +167,11 @@ PaperLines NearlyOnOnePlace(int count) {
     return Drawn(lines);
 }
 
-PaperLines StackedPlates(int count) {
-    std::vector<PaperLine> visible;
-    std::vector<PaperLine> hidden;
+PageLines StackedPlates(int count) {
+    std::vector<PageLine> visible;
+    std::vector<PageLine> hidden;
     for (int i = 0; i < count / 4; ++i) {
-        std::vector<PaperLine>& lines = i == 0 ? visible : hidden;
+        std::vector<PageLine>& lines = i == 0 ? visible : hidden;
         const double off = 1e-5 * (i % 7);
         lines.push_back({{10 + off, 10}, {110, 10}});
         lines.push_back({{110, 10}, {110, 90 + off}});
@@ -181,14 +181,14 @@ PaperLines StackedPlates(int count) {
     return Drawn(visible, hidden);
 }
 
-PaperLines HalfHidden(int count) {
+PageLines HalfHidden(int count) {
     const auto half = static_cast<std::size_t>(count / 2);
-    return Drawn(std::vector<PaperLine>(half, {{0, 0}, {100, 50}}),
-                 std::vector<PaperLine>(half, {{100, 50}, {200, 100}}));
+    return Drawn(std::vector<PageLine>(half, {{0, 0}, {100, 50}}),
+                 std::vector<PageLine>(half, {{100, 50}, {200, 100}}));
 }
 
-PaperLines EachShorter(int count) {
-    std::vector<PaperLine> lines;
+PageLines EachShorter(int count) {
+    std::vector<PageLine> lines;
     lines.reserve(static_cast<std::size_t>(count) + 1);
     for (int i = 0; i < count; ++i) {
         lines.push_back({{0, 0}, {201.0 - 200.0 * i / count, 0}});
@@ -197,8 +197,8 @@ PaperLines EachShorter(int count) {
 }
 
 /// 20 lines in each tolerance.
-PaperLines FineHatch(int count) {
-    std::vector<PaperLine> lines;
+PageLines FineHatch(int count) {
+    std::vector<PageLine> lines;
     lines.reserve(static_cast<std::size_t>(count) + 1);
     for (int i = 0; i < count; ++i) {
         lines.push_back({{0, 0.001 * i}, {20, 0.001 * i}});
@@ -207,8 +207,8 @@ PaperLines FineHatch(int count) {
 }
 
 /// A long line over short ones with gaps, each of which becomes a rest.
-PaperLines OverDashes(int count) {
-    std::vector<PaperLine> lines;
+PageLines OverDashes(int count) {
+    std::vector<PageLine> lines;
     lines.reserve(static_cast<std::size_t>(count) + 1);
     for (int i = 0; i < count; ++i) {
         lines.push_back({{0.1 * i, 0}, {0.1 * i + 0.05, 0}});
@@ -217,15 +217,15 @@ PaperLines OverDashes(int count) {
     return Drawn(lines);
 }
 
-PaperLines DotsOnOnePlace(int count) {
-    std::vector<PaperLine> lines{{{0, 0}, {200, 200}}};
+PageLines DotsOnOnePlace(int count) {
+    std::vector<PageLine> lines{{{0, 0}, {200, 200}}};
     lines.insert(lines.end(), static_cast<std::size_t>(count), {{50, 10}, {50, 10}});
     return Drawn(lines);
 }
 
 /// A mesh of a tenth of a millimetre on a large sheet, as a model is with one stray triangle.
-PaperLines TinyMesh(int count) {
-    std::vector<PaperLine> lines{{{0, 0}, {200, 200}}};
+PageLines TinyMesh(int count) {
+    std::vector<PageLine> lines{{{0, 0}, {200, 200}}};
     const int side = static_cast<int>(std::sqrt(count / 2));
     const double step = 0.1 / side;
     for (int i = 0; i < side * side; ++i) {
@@ -237,10 +237,10 @@ PaperLines TinyMesh(int count) {
     return Drawn(lines);
 }
 
-PaperLines NoCrowd(int count) {
+PageLines NoCrowd(int count) {
     Random random(1);
     const double reach = 200 / std::sqrt(count);
-    std::vector<PaperLine> lines;
+    std::vector<PageLine> lines;
     for (int i = 0; i < count; ++i) {
         const Point a = tool_test::RandomPoint(random, 200.0F);
         lines.push_back({a, {a.x + Uniform(random, -reach, reach), a.y + reach}});
@@ -250,7 +250,7 @@ PaperLines NoCrowd(int count) {
 
 struct Crowd {
     const char* name;
-    PaperLines (*make)(int count);
+    PageLines (*make)(int count);
 };
 
 void PrintTo(const Crowd& crowd, std::ostream* out) {
@@ -288,7 +288,7 @@ INSTANTIATE_TEST_SUITE_P(RemoveOverlaps,
 
 // Lines on one place used to take n^2.5: these would take an hour.
 TEST(RemoveOverlaps, HundredThousandLinesOnOnePlaceAreOne) {
-    PaperLines lines = OnOnePlace(100000);
+    PageLines lines = OnOnePlace(100000);
     EXPECT_TRUE(RemoveOverlaps(lines, kTolerance));
     EXPECT_EQ(CountLinesOf(lines), 1U);
 }
@@ -297,16 +297,16 @@ TEST(SharesLeft, AreThoseOfTheLinesThatStay) {
     for (int trial = 0; trial < test_support::Scaled(200); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        PaperLines lines = CrowdedScene(random);
+        PageLines lines = CrowdedScene(random);
         const auto shares = SharesLeft(lines, kTolerance);
-        const PaperLines before = lines;
+        const PageLines before = lines;
         RemoveOverlaps(lines, kTolerance);
         for (std::size_t group = 0; group < shares.size(); ++group) {
             ASSERT_EQ(shares[group].size(), lines.groups[group].lines.size());
             for (std::size_t i = 0; i < shares[group].size(); ++i) {
                 const LineShare& share = shares[group][i];
-                const PaperLine& whole = before.groups[group].lines[share.line];
-                const PaperLine& shown = lines.groups[group].lines[i];
+                const PageLine& whole = before.groups[group].lines[share.line];
+                const PageLine& shown = lines.groups[group].lines[i];
                 EXPECT_LE(tool_test::LengthOfLine(
                               {tool_test::Between(whole.a, whole.b, share.from), shown.a}),
                           1e-9);

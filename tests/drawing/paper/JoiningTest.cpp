@@ -13,7 +13,7 @@ namespace {
 
 using kxcontour::JoinLines;
 using kxcontour::LengthOf;
-using kxcontour::PaperLine;
+using kxcontour::PageLine;
 using kxcontour::Path;
 using kxcontour::Point;
 using test_support::Random;
@@ -79,8 +79,8 @@ TEST(JoinLines, AClosedPathStartsAtACorner) {
 }
 
 /// A circle's chords.
-std::vector<PaperLine> Ring(Point center, double radius, int chords) {
-    std::vector<PaperLine> lines;
+std::vector<PageLine> Ring(Point center, double radius, int chords) {
+    std::vector<PageLine> lines;
     const auto at = [&](int i) {
         const double angle = 2.0 * 3.14159265358979 * (i % chords) / chords;
         return Point{center.x + radius * std::cos(angle), center.y + radius * std::sin(angle)};
@@ -93,10 +93,10 @@ std::vector<PaperLine> Ring(Point center, double radius, int chords) {
 }
 
 TEST(JoinLines, ARoundPathStartsWhereItMeetsItself) {
-    std::vector<PaperLine> lines = Ring({0, 0}, 10, 36);
+    std::vector<PageLine> lines = Ring({0, 0}, 10, 36);
     std::rotate(lines.begin(), lines.begin() + 5, lines.end());
     ASSERT_LT(lines[0].a.x, 10.0);
-    for (const PaperLine& line : Ring({20, 0}, 10, 36)) {
+    for (const PageLine& line : Ring({20, 0}, 10, 36)) {
         lines.push_back(line);
     }
     const auto paths = JoinLines(lines, kRules);
@@ -107,7 +107,7 @@ TEST(JoinLines, ARoundPathStartsWhereItMeetsItself) {
 }
 
 TEST(JoinLines, ARingWithATailIsOnePath) {
-    std::vector<PaperLine> lines = Ring({0, 0}, 10, 36);
+    std::vector<PageLine> lines = Ring({0, 0}, 10, 36);
     lines.push_back({lines[7].a, {20, 20}});
     const auto paths = JoinLines(lines, kRules);
     ASSERT_EQ(paths.size(), 1U);
@@ -120,8 +120,8 @@ TEST(JoinLines, ARingWithATailIsOnePath) {
 }
 
 TEST(JoinLines, ClosedPathsThatShareAPointBecomeOne) {
-    const std::vector<PaperLine> lines{{{0, 0}, {1, 1}},  {{1, 1}, {1, -1}},   {{1, -1}, {0, 0}},
-                                       {{0, 0}, {-1, 1}}, {{-1, 1}, {-1, -1}}, {{-1, -1}, {0, 0}}};
+    const std::vector<PageLine> lines{{{0, 0}, {1, 1}},  {{1, 1}, {1, -1}},   {{1, -1}, {0, 0}},
+                                      {{0, 0}, {-1, 1}}, {{-1, 1}, {-1, -1}}, {{-1, -1}, {0, 0}}};
     const auto paths = JoinLines(lines, kRules);
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(paths[0].points.size(), 7U);
@@ -149,8 +149,8 @@ TEST(JoinLines, PathsComeInTheOrderOfTheirFirstLines) {
 }
 
 TEST(JoinLines, ASpurIsLeftOut) {
-    const std::vector<PaperLine> line{{{0, 0}, {1, 0}}, {{1, 0}, {2, 0}}};
-    std::vector<PaperLine> withSpur = line;
+    const std::vector<PageLine> line{{{0, 0}, {1, 0}}, {{1, 0}, {2, 0}}};
+    std::vector<PageLine> withSpur = line;
     withSpur.push_back({{1, 0}, {1, 0.1}});
     withSpur.push_back({{1, 0.1}, {1.05, 0.1}});
     const auto paths = JoinLines(withSpur, kSpurs);
@@ -162,7 +162,7 @@ TEST(JoinLines, ASpurIsLeftOut) {
 }
 
 TEST(JoinLines, ASpurDoesNotOpenARing) {
-    std::vector<PaperLine> lines = Ring({0, 0}, 10, 36);
+    std::vector<PageLine> lines = Ring({0, 0}, 10, 36);
     const std::size_t chords = lines.size();
     lines.push_back({lines[7].a, {lines[7].a.x, lines[7].a.y + 0.1}});
     ASSERT_EQ(JoinLines(lines, kRules)[0].points.size(), chords + 2);
@@ -196,11 +196,11 @@ TEST(JoinLines, TakesNothing) {
 
 TEST(JoinLines, LinesThatCrossBesideABridgeGoStraightOn) {
     constexpr kxcontour::JoiningRules kBridges{0.01, 0.0, 0.2, 0.0};
-    const std::vector<PaperLine> crossing{{{-1, 0}, {0, 0}},
-                                          {{0, 0}, {0, 0.1}},
-                                          {{0, 0.1}, {1, 0.1}},
-                                          {{0, 0.1}, {0, 1}},
-                                          {{0, 0}, {0, -1}}};
+    const std::vector<PageLine> crossing{{{-1, 0}, {0, 0}},
+                                         {{0, 0}, {0, 0.1}},
+                                         {{0, 0.1}, {1, 0.1}},
+                                         {{0, 0.1}, {0, 1}},
+                                         {{0, 0}, {0, -1}}};
     EXPECT_EQ(JoinLines(crossing, kRules).size(), 3U);
     const auto paths = JoinLines(crossing, kBridges);
     ASSERT_EQ(paths.size(), 2U);
@@ -214,7 +214,7 @@ TEST(JoinLines, ShortLinesOfACurveAndOfANetAreNoBridges) {
     ASSERT_EQ(curve.size(), 1U);
     EXPECT_EQ(curve[0].points.size(), 37U);
     // A net as fine as bridges loses some of its points, but none goes far and it stays as large.
-    std::vector<PaperLine> net;
+    std::vector<PageLine> net;
     for (int i = 0; i < 20; ++i) {
         for (int j = 0; j < 20; ++j) {
             const Point at{0.1 * i, 0.1 * j};
@@ -222,7 +222,7 @@ TEST(JoinLines, ShortLinesOfACurveAndOfANetAreNoBridges) {
             net.push_back({at, {at.x, at.y + 0.1}});
         }
     }
-    std::vector<PaperLine> drawn;
+    std::vector<PageLine> drawn;
     for (const Path& path : JoinLines(net, kBridges)) {
         for (std::size_t i = 1; i < path.points.size(); ++i) {
             drawn.push_back({path.points[i - 1], path.points[i]});
@@ -234,7 +234,7 @@ TEST(JoinLines, ShortLinesOfACurveAndOfANetAreNoBridges) {
 
 TEST(JoinLines, LooseEndsWithinTheGapAreOnePoint) {
     constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.0, 0.2};
-    const std::vector<PaperLine> broken{{{0, 0}, {1, 0}}, {{1.15, 0.1}, {2, 0}}};
+    const std::vector<PageLine> broken{{{0, 0}, {1, 0}}, {{1.15, 0.1}, {2, 0}}};
     EXPECT_EQ(JoinLines(broken, kRules).size(), 2U);
     const auto paths = JoinLines(broken, kGaps);
     ASSERT_EQ(paths.size(), 1U);
@@ -253,14 +253,14 @@ TEST(JoinLines, ALooseEndJoinsOneOther) {
 
 TEST(JoinLines, AGapThatOtherLinesTouchStays) {
     constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.0, 0.2};
-    const std::vector<PaperLine> corner{{{0, 0}, {1, 0}}, {{1, 0}, {1, 1}}, {{1.1, 0}, {2, 0}}};
+    const std::vector<PageLine> corner{{{0, 0}, {1, 0}}, {{1, 0}, {1, 1}}, {{1.1, 0}, {2, 0}}};
     EXPECT_EQ(JoinLines(corner, kGaps).size(), 2U);
     EXPECT_EQ(JoinLines({{{0, 0}, {0.1, 0}}}, kGaps).size(), 1U) << "a short line keeps both ends";
 }
 
 TEST(JoinLines, AGapInARingCloses) {
     constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.0, 0.2};
-    std::vector<PaperLine> lines = Ring({0, 0}, 10, 36);
+    std::vector<PageLine> lines = Ring({0, 0}, 10, 36);
     lines[9].a.x += 0.1;
     const auto paths = JoinLines(lines, kGaps);
     ASSERT_EQ(paths.size(), 1U);
@@ -278,9 +278,9 @@ Side SideOf(Point a, Point b) {
     return {std::min(first, second), std::max(first, second)};
 }
 
-std::multiset<Side> SidesOf(const std::vector<PaperLine>& lines) {
+std::multiset<Side> SidesOf(const std::vector<PageLine>& lines) {
     std::multiset<Side> sides;
-    for (const PaperLine& line : lines) {
+    for (const PageLine& line : lines) {
         sides.insert(SideOf(line.a, line.b));
     }
     return sides;
@@ -297,7 +297,7 @@ std::multiset<Side> SidesOf(const std::vector<Path>& paths) {
 }
 
 /// By counting: odd corners in every connected figure.
-std::size_t FewestPaths(const std::vector<PaperLine>& lines) {
+std::size_t FewestPaths(const std::vector<PageLine>& lines) {
     std::map<Corner, std::set<Corner>> figure;
     std::map<Corner, int> degree;
     for (const Side& side : SidesOf(lines)) {
@@ -327,8 +327,8 @@ std::size_t FewestPaths(const std::vector<PaperLine>& lines) {
     return paths;
 }
 
-std::vector<PaperLine> RandomFigure(Random& random, int size) {
-    std::vector<PaperLine> lines;
+std::vector<PageLine> RandomFigure(Random& random, int size) {
+    std::vector<PageLine> lines;
     for (int i = random.between(1, 60); i > 0; --i) {
         const Point a{static_cast<double>(random.below(size)),
                       static_cast<double>(random.below(size))};
@@ -345,7 +345,7 @@ TEST(JoinLines, RandomFiguresBecomeTheFewestPathsWithEachLineOnce) {
     for (int trial = 0; trial < test_support::Scaled(2000); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        const std::vector<PaperLine> lines = RandomFigure(random, random.between(2, 7));
+        const std::vector<PageLine> lines = RandomFigure(random, random.between(2, 7));
         const std::vector<Path> paths = JoinLines(lines, kRules);
         ASSERT_EQ(paths.size(), FewestPaths(lines));
         ASSERT_EQ(SidesOf(paths), SidesOf(lines));
@@ -356,7 +356,7 @@ TEST(JoinLines, APermutationChangesNeitherNumberNorLines) {
     for (int trial = 0; trial < test_support::Scaled(200); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        std::vector<PaperLine> lines = RandomFigure(random, random.between(2, 7));
+        std::vector<PageLine> lines = RandomFigure(random, random.between(2, 7));
         const std::vector<Path> before = JoinLines(lines, kRules);
         for (std::size_t i = lines.size(); i > 1; --i) {
             std::swap(lines[i - 1],
@@ -373,8 +373,8 @@ TEST(JoinLines, APermutationChangesNeitherNumberNorLines) {
 
 TEST(JoinLines, AStarOfVeryManyRaysGoesStraightThroughItsMiddle) {
     constexpr int kRays = 1000;
-    std::vector<PaperLine> lines;
-    for (const PaperLine& chord : Ring({0, 0}, 10, kRays)) {
+    std::vector<PageLine> lines;
+    for (const PageLine& chord : Ring({0, 0}, 10, kRays)) {
         lines.push_back({{0, 0}, chord.a});
     }
     const auto paths = JoinLines(lines, kRules);
@@ -390,9 +390,9 @@ TEST(JoinLines, AMirroredFigureGivesMirroredPaths) {
     for (int trial = 0; trial < test_support::Scaled(100); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        const std::vector<PaperLine> lines = RandomFigure(random, 8);
-        std::vector<PaperLine> mirrored = lines;
-        for (PaperLine& line : mirrored) {
+        const std::vector<PageLine> lines = RandomFigure(random, 8);
+        std::vector<PageLine> mirrored = lines;
+        for (PageLine& line : mirrored) {
             line.a.x = -line.a.x;
             line.b.x = -line.b.x;
         }

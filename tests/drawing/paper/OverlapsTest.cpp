@@ -11,36 +11,36 @@
 
 namespace {
 
-using kxcontour::Family;
 using kxcontour::LineGroup;
-using kxcontour::PaperLine;
-using kxcontour::PaperLines;
+using kxcontour::LineKind;
+using kxcontour::PageLine;
+using kxcontour::PageLines;
 using kxcontour::Point;
 using kxcontour::RemoveOverlaps;
 using test_support::Random;
 
 constexpr double kTolerance = 0.01;
 
-LineGroup Group(Family family, bool hidden, std::vector<PaperLine> lines) {
-    return {family, hidden, kxcontour::kSharedObject, std::move(lines)};
+LineGroup Group(LineKind family, bool hidden, std::vector<PageLine> lines) {
+    return {family, hidden, kxcontour::kNoObject, std::move(lines)};
 }
 
-std::vector<PaperLine> AllLines(const PaperLines& lines) {
-    std::vector<PaperLine> all;
+std::vector<PageLine> AllLines(const PageLines& lines) {
+    std::vector<PageLine> all;
     for (const LineGroup& group : lines.groups) {
         all.insert(all.end(), group.lines.begin(), group.lines.end());
     }
     return all;
 }
 
-std::vector<PaperLine> Shown(std::vector<PaperLine> lines) {
-    PaperLines all;
-    all.groups.push_back(Group(Family::Silhouette, false, std::move(lines)));
+std::vector<PageLine> Shown(std::vector<PageLine> lines) {
+    PageLines all;
+    all.groups.push_back(Group(LineKind::Silhouette, false, std::move(lines)));
     RemoveOverlaps(all, kTolerance);
     return all.groups[0].lines;
 }
 
-void ExpectLine(const PaperLine& line, Point a, Point b) {
+void ExpectLine(const PageLine& line, Point a, Point b) {
     EXPECT_DOUBLE_EQ(line.a.x, a.x);
     EXPECT_DOUBLE_EQ(line.a.y, a.y);
     EXPECT_DOUBLE_EQ(line.b.x, b.x);
@@ -62,7 +62,7 @@ TEST(RemoveOverlaps, ALaterLineLosesItsMiddle) {
 }
 
 TEST(RemoveOverlaps, ALongLineAmongShortOnesHidesThem) {
-    std::vector<PaperLine> lines{{{0, 0}, {100, 0}}};
+    std::vector<PageLine> lines{{{0, 0}, {100, 0}}};
     for (int i = 0; i < 100; ++i) {
         lines.push_back({{static_cast<double>(i), 0}, {i + 1.0, 0}});
     }
@@ -85,9 +85,9 @@ TEST(RemoveOverlaps, NeitherEndOfTheStretchMayBeTooFar) {
 }
 
 TEST(RemoveOverlaps, LinesThatCrossOrTouchStayWhole) {
-    const std::vector<PaperLine> lines{{{0, 0}, {5, 0}}, {{2, -2}, {2, 2}},
-                                       {{5, 0}, {9, 0}}, {{5, 0}, {5, 4}},
-                                       {{0, 0}, {4, 3}}, {{9 - 0.01, 0}, {12, 0}}};
+    const std::vector<PageLine> lines{{{0, 0}, {5, 0}}, {{2, -2}, {2, 2}},
+                                      {{5, 0}, {9, 0}}, {{5, 0}, {5, 4}},
+                                      {{0, 0}, {4, 3}}, {{9 - 0.01, 0}, {12, 0}}};
     const auto shown = Shown(lines);
     ASSERT_EQ(shown.size(), lines.size());
     for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -106,7 +106,7 @@ TEST(RemoveOverlaps, ALineThatLeavesTheWholeMayCoverARest) {
 // All of them meet in one cell of any grid.
 TEST(RemoveOverlaps, ThousandsOfLinesThroughOnePointStayWhole) {
     constexpr int kLines = 3000;
-    std::vector<PaperLine> lines;
+    std::vector<PageLine> lines;
     for (int i = 0; i < kLines; ++i) {
         const double angle = i * 3.14159265358979 / kLines;
         const Point reach{100 * std::cos(angle), 100 * std::sin(angle)};
@@ -126,12 +126,12 @@ TEST(RemoveOverlaps, RestsShorterThanTheToleranceGo) {
 }
 
 TEST(RemoveOverlaps, VisibleBeforeHiddenThenByFamilyThenByOrder) {
-    const PaperLine line{{0, 0}, {3, 4}};
-    const std::vector<std::tuple<Family, bool>> order{
-        {Family::Silhouette, false}, {Family::Crease, false}, {Family::Intersection, false},
-        {Family::Silhouette, true},  {Family::Crease, true},  {Family::Intersection, true}};
+    const PageLine line{{0, 0}, {3, 4}};
+    const std::vector<std::tuple<LineKind, bool>> order{
+        {LineKind::Silhouette, false}, {LineKind::Crease, false}, {LineKind::Intersection, false},
+        {LineKind::Silhouette, true},  {LineKind::Crease, true},  {LineKind::Intersection, true}};
     for (std::size_t first = 0; first < order.size(); ++first) {
-        PaperLines lines;
+        PageLines lines;
         for (std::size_t i = order.size(); i-- > first;) {
             lines.groups.push_back(Group(std::get<0>(order[i]), std::get<1>(order[i]), {line}));
         }
@@ -151,20 +151,20 @@ TEST(RemoveOverlaps, DotsGoWhereAnythingElseTouches) {
 }
 
 TEST(RemoveOverlaps, LinesBelowTheToleranceAreDrawnOnceToo) {
-    const std::vector<PaperLine> row{{{0, 0}, {0.006, 0}},
-                                     {{0.006, 0}, {0.012, 0}},
-                                     {{0.012, 0}, {0.018, 0.001}},
-                                     {{0.018, 0.001}, {0.018, 0.007}}};
+    const std::vector<PageLine> row{{{0, 0}, {0.006, 0}},
+                                    {{0.006, 0}, {0.012, 0}},
+                                    {{0.012, 0}, {0.018, 0.001}},
+                                    {{0.018, 0.001}, {0.018, 0.007}}};
     EXPECT_EQ(Shown(row).size(), row.size());
-    std::vector<PaperLine> twice = row;
-    for (const PaperLine& line : row) {
+    std::vector<PageLine> twice = row;
+    for (const PageLine& line : row) {
         twice.push_back({line.b, line.a});
     }
     EXPECT_EQ(Shown(twice).size(), row.size());
 }
 
 TEST(RemoveOverlaps, AHatchFinerThanTheToleranceDoesNotVanish) {
-    std::vector<PaperLine> lines;
+    std::vector<PageLine> lines;
     lines.reserve(100);
     for (int i = 0; i < 100; ++i) {
         lines.push_back({{0, 0.006 * i}, {5, 0.006 * i}});
@@ -175,7 +175,7 @@ TEST(RemoveOverlaps, AHatchFinerThanTheToleranceDoesNotVanish) {
 }
 
 TEST(RemoveOverlaps, ALongLineInManyPiecesIsComparedPieceByPiece) {
-    std::vector<PaperLine> lines;
+    std::vector<PageLine> lines;
     lines.reserve(52);
     for (int i = 0; i < 50; ++i) {
         lines.push_back({{2.0 * i, 0}, {2.0 * i + 1.0, 0}});
@@ -189,10 +189,10 @@ TEST(RemoveOverlaps, ALongLineInManyPiecesIsComparedPieceByPiece) {
 }
 
 TEST(RemoveOverlaps, TakesNothing) {
-    PaperLines none;
+    PageLines none;
     RemoveOverlaps(none, kTolerance);
     EXPECT_TRUE(none.groups.empty());
-    none.groups.push_back(Group(Family::Crease, true, {}));
+    none.groups.push_back(Group(LineKind::Crease, true, {}));
     RemoveOverlaps(none, kTolerance);
     ASSERT_EQ(none.groups.size(), 1U);
     EXPECT_TRUE(none.groups[0].lines.empty());
@@ -211,10 +211,10 @@ struct Step {
 constexpr int kSteps[][2] = {{1, 0}, {0, 1}, {1, 1}, {1, -1}};
 
 /// Counts the steps of lines whose ends are whole numbers on one of the four directions.
-std::map<Step, int> StepsOf(const std::vector<PaperLine>& lines) {
+std::map<Step, int> StepsOf(const std::vector<PageLine>& lines) {
     std::map<Step, int> count;
-    for (const PaperLine& line : lines) {
-        PaperLine l = line;
+    for (const PageLine& line : lines) {
+        PageLine l = line;
         if (l.b.x < l.a.x || (l.b.x == l.a.x && l.b.y < l.a.y)) {
             std::swap(l.a, l.b);
         }
@@ -232,10 +232,10 @@ std::map<Step, int> StepsOf(const std::vector<PaperLine>& lines) {
     return count;
 }
 
-PaperLines LatticeLines(Random& random) {
-    PaperLines lines;
+PageLines LatticeLines(Random& random) {
+    PageLines lines;
     for (int g = random.between(1, 4); g > 0; --g) {
-        LineGroup group = Group(static_cast<Family>(random.below(3)), random.percent(40), {});
+        LineGroup group = Group(static_cast<LineKind>(random.below(3)), random.percent(40), {});
         for (int i = random.between(0, 30); i > 0; --i) {
             const int* step = kSteps[random.below(4)];
             const int length = random.between(1, 8);
@@ -253,8 +253,8 @@ PaperLines LatticeLines(Random& random) {
 
 /// Smaller for groups whose lines win.
 int Rank(const LineGroup& group) {
-    const int family = group.family == Family::Silhouette ? 0
-                       : group.family == Family::Crease   ? 1
+    const int family = group.kind == LineKind::Silhouette ? 0
+                       : group.kind == LineKind::Crease   ? 1
                                                           : 2;
     return (group.hidden ? 3 : 0) + family;
 }
@@ -263,8 +263,8 @@ TEST(RemoveOverlaps, EveryStepOnALatticeIsShownOnceByTheGroupThatComesFirst) {
     for (int trial = 0; trial < test_support::Scaled(300); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        const PaperLines before = LatticeLines(random);
-        PaperLines after = before;
+        const PageLines before = LatticeLines(random);
+        PageLines after = before;
         RemoveOverlaps(after, kTolerance);
         ASSERT_EQ(after.groups.size(), before.groups.size());
         std::map<Step, std::pair<int, std::size_t>> owner;
@@ -289,8 +289,8 @@ TEST(RemoveOverlaps, EveryStepOnALatticeIsShownOnceByTheGroupThatComesFirst) {
 }
 
 /// Near-parallel lines with ends that nearly meet, where all the rules for tolerances matter.
-std::vector<PaperLine> Brush(Random& random) {
-    std::vector<PaperLine> lines;
+std::vector<PageLine> Brush(Random& random) {
+    std::vector<PageLine> lines;
     for (int i = 0; i < 40; ++i) {
         const double row = random.below(4) * 0.5;
         const double y = row + random.uniform(-0.02F, 0.02F);
@@ -306,8 +306,8 @@ TEST(RemoveOverlaps, TheInkStaysWhereItWas) {
     for (int trial = 0; trial < test_support::Scaled(150); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        const std::vector<PaperLine> before = Brush(random);
-        const std::vector<PaperLine> after = Shown(before);
+        const std::vector<PageLine> before = Brush(random);
+        const std::vector<PageLine> after = Shown(before);
         EXPECT_LE(tool_test::FarthestSample(after, before), 1e-12);
         // A rest that goes is within tolerance of a covered place, half as far in a gap.
         EXPECT_LE(tool_test::FarthestSample(before, after), 2.0 * kTolerance);
@@ -318,9 +318,9 @@ TEST(RemoveOverlaps, NothingIsLeftToRemove) {
     for (int trial = 0; trial < test_support::Scaled(150); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        PaperLines lines;
-        lines.groups.push_back(Group(Family::Crease, false, Brush(random)));
-        lines.groups.push_back(Group(Family::Silhouette, false, Brush(random)));
+        PageLines lines;
+        lines.groups.push_back(Group(LineKind::Crease, false, Brush(random)));
+        lines.groups.push_back(Group(LineKind::Silhouette, false, Brush(random)));
         RemoveOverlaps(lines, kTolerance);
         const double length = tool_test::LengthOfLines(AllLines(lines));
         RemoveOverlaps(lines, kTolerance);

@@ -20,9 +20,9 @@ inline double DistanceToLine(kxcontour::Point p, kxcontour::Point a, kxcontour::
     return std::hypot(a.x + at * dx - p.x, a.y + at * dy - p.y);
 }
 
-inline double DistanceToLines(kxcontour::Point p, const std::vector<kxcontour::PaperLine>& lines) {
+inline double DistanceToLines(kxcontour::Point p, const std::vector<kxcontour::PageLine>& lines) {
     double nearest = std::numeric_limits<double>::infinity();
-    for (const kxcontour::PaperLine& line : lines) {
+    for (const kxcontour::PageLine& line : lines) {
         nearest = std::min(nearest, DistanceToLine(p, line.a, line.b));
     }
     return nearest;
@@ -33,11 +33,11 @@ inline kxcontour::Point Between(kxcontour::Point a, kxcontour::Point b, double a
 }
 
 /// How far the farthest of some points on the lines is from the others.
-inline double FarthestSample(const std::vector<kxcontour::PaperLine>& lines,
-                             const std::vector<kxcontour::PaperLine>& others) {
+inline double FarthestSample(const std::vector<kxcontour::PageLine>& lines,
+                             const std::vector<kxcontour::PageLine>& others) {
     constexpr int kSteps = 40;
     double farthest = 0.0;
-    for (const kxcontour::PaperLine& line : lines) {
+    for (const kxcontour::PageLine& line : lines) {
         for (int i = 0; i <= kSteps; ++i) {
             const kxcontour::Point p = Between(line.a, line.b, i / static_cast<double>(kSteps));
             farthest = std::max(farthest, DistanceToLines(p, others));
@@ -46,13 +46,13 @@ inline double FarthestSample(const std::vector<kxcontour::PaperLine>& lines,
     return farthest;
 }
 
-inline double LengthOfLine(const kxcontour::PaperLine& line) {
+inline double LengthOfLine(const kxcontour::PageLine& line) {
     return std::hypot(line.b.x - line.a.x, line.b.y - line.a.y);
 }
 
-inline double LengthOfLines(const std::vector<kxcontour::PaperLine>& lines) {
+inline double LengthOfLines(const std::vector<kxcontour::PageLine>& lines) {
     double length = 0.0;
-    for (const kxcontour::PaperLine& line : lines) {
+    for (const kxcontour::PageLine& line : lines) {
         length += LengthOfLine(line);
     }
     return length;

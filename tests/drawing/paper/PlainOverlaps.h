@@ -14,7 +14,7 @@ namespace tool_test {
 
 class PlainOverlaps {
 public:
-    PlainOverlaps(const kxcontour::PaperLines& lines, double tolerance) : tolerance_(tolerance) {
+    PlainOverlaps(const kxcontour::PageLines& lines, double tolerance) : tolerance_(tolerance) {
         result_ = lines;
         for (kxcontour::LineGroup& group : result_.groups) {
             group.lines.clear();
@@ -29,18 +29,18 @@ public:
         }
         for (std::size_t group = 0; group < left.size(); ++group) {
             for (const Pieces& pieces : left[group]) {
-                std::vector<kxcontour::PaperLine>& to = result_.groups[group].lines;
+                std::vector<kxcontour::PageLine>& to = result_.groups[group].lines;
                 to.insert(to.end(), pieces.begin(), pieces.end());
             }
         }
     }
 
-    const kxcontour::PaperLines& result() const { return result_; }
+    const kxcontour::PageLines& result() const { return result_; }
 
 private:
     using Point = kxcontour::Point;
-    using PaperLine = kxcontour::PaperLine;
-    using Pieces = std::vector<PaperLine>;
+    using PageLine = kxcontour::PageLine;
+    using Pieces = std::vector<PageLine>;
     using Place = std::tuple<bool, int, std::size_t, std::size_t>;
 
     struct Range {
@@ -54,15 +54,15 @@ private:
     };
 
     /// Dots last; visible before hidden, then by family, group and line.
-    static std::vector<Place> inOrder(const kxcontour::PaperLines& lines) {
+    static std::vector<Place> inOrder(const kxcontour::PageLines& lines) {
         std::vector<Place> places;
         for (std::size_t g = 0; g < lines.groups.size(); ++g) {
             const kxcontour::LineGroup& group = lines.groups[g];
-            const int family = group.family == kxcontour::Family::Silhouette ? 0
-                               : group.family == kxcontour::Family::Crease   ? 1
+            const int family = group.kind == kxcontour::LineKind::Silhouette ? 0
+                               : group.kind == kxcontour::LineKind::Crease   ? 1
                                                                              : 2;
             for (std::size_t i = 0; i < group.lines.size(); ++i) {
-                const PaperLine& line = group.lines[i];
+                const PageLine& line = group.lines[i];
                 places.emplace_back(kxcontour::plane::IsSame(line.a, line.b),
                                     (group.hidden ? 3 : 0) + family, g, i);
             }
@@ -71,20 +71,20 @@ private:
         return places;
     }
 
-    Pieces restsOf(const PaperLine& line) const {
+    Pieces restsOf(const PageLine& line) const {
         using namespace kxcontour::plane;
         Pieces rests;
         if (IsSame(line.a, line.b)) {
             const bool isHidden =
                 std::any_of(shown_.begin(), shown_.end(),
-                            [&](const PaperLine& piece) { return isNear(line.a, piece); });
+                            [&](const PageLine& piece) { return isNear(line.a, piece); });
             return isHidden ? rests : Pieces{line};
         }
         appendRests(line, {0.0, Distance(line.a, line.b)}, rests);
         return rests;
     }
 
-    void appendRests(const PaperLine& line, const Range& rest, Pieces& rests) const {
+    void appendRests(const PageLine& line, const Range& rest, Pieces& rests) const {
         std::vector<Range> covers = coversOf(line, rest);
         if (covers.empty()) {
             rests.push_back({at(line, rest.from), at(line, rest.to)});
@@ -101,11 +101,11 @@ private:
         }
     }
 
-    std::vector<Range> coversOf(const PaperLine& line, const Range& rest) const {
+    std::vector<Range> coversOf(const PageLine& line, const Range& rest) const {
         using namespace kxcontour::plane;
         const Point direction = Direction(line.b - line.a);
         std::vector<Range> covers;
-        for (const PaperLine& piece : shown_) {
+        for (const PageLine& piece : shown_) {
             const double p = Dot(piece.a - line.a, direction);
             const double q = Dot(piece.b - line.a, direction);
             const Range common{std::max(rest.from, std::min(p, q)),
@@ -123,7 +123,7 @@ private:
         return covers;
     }
 
-    static Point at(const PaperLine& line, double distance) {
+    static Point at(const PageLine& line, double distance) {
         using namespace kxcontour::plane;
         if (distance <= 0.0) {
             return line.a;
@@ -133,14 +133,14 @@ private:
                    : line.a + Direction(line.b - line.a) * distance;
     }
 
-    bool isNear(Point p, const PaperLine& line) const {
+    bool isNear(Point p, const PageLine& line) const {
         return kxcontour::plane::SquaredDistanceToLine(p, line.a, line.b) <=
                tolerance_ * tolerance_;
     }
 
     double tolerance_;
     Pieces shown_; ///< What is left of the lines so far.
-    kxcontour::PaperLines result_;
+    kxcontour::PageLines result_;
 };
 
 } // namespace tool_test

@@ -18,25 +18,25 @@
 namespace {
 
 using kxcontour::EvenOutWeights;
-using kxcontour::Family;
-using kxcontour::kSharedObject;
+using kxcontour::kNoObject;
 using kxcontour::LineGroup;
-using kxcontour::PaperLine;
-using kxcontour::PaperLines;
+using kxcontour::LineKind;
+using kxcontour::PageLine;
+using kxcontour::PageLines;
 using kxcontour::Point;
 using kxcontour::StyleSheet;
 
 /// A rim of chords around a circle, each a silhouette (S), a crease (c) or an intersection (i).
-PaperLines Rim(const std::string& kinds, double radius = 10.0, std::size_t ofChords = 0) {
+PageLines Rim(const std::string& kinds, double radius = 10.0, std::size_t ofChords = 0) {
     const double chords = static_cast<double>(ofChords == 0 ? kinds.size() : ofChords);
     const auto at = [&](std::size_t i) {
         const double angle = 2.0 * std::numbers::pi * static_cast<double>(i) / chords;
         return Point{radius * std::cos(angle), radius * std::sin(angle)};
     };
-    PaperLines lines;
-    lines.groups = {{Family::Silhouette, false, 0, {}},
-                    {Family::Crease, false, 0, {}},
-                    {Family::Intersection, false, kSharedObject, {}}};
+    PageLines lines;
+    lines.groups = {{LineKind::Silhouette, false, 0, {}},
+                    {LineKind::Crease, false, 0, {}},
+                    {LineKind::Intersection, false, kNoObject, {}}};
     for (std::size_t i = 0; i < kinds.size(); ++i) {
         const std::size_t group = kinds[i] == 'S' ? 0 : kinds[i] == 'c' ? 1 : 2;
         lines.groups[group].lines.push_back(
@@ -45,26 +45,26 @@ PaperLines Rim(const std::string& kinds, double radius = 10.0, std::size_t ofCho
     return lines;
 }
 
-std::size_t CountOf(const PaperLines& lines, Family family) {
+std::size_t CountOf(const PageLines& lines, LineKind family) {
     std::size_t count = 0;
     for (const LineGroup& group : lines.groups) {
-        count += group.family == family ? group.lines.size() : 0;
+        count += group.kind == family ? group.lines.size() : 0;
     }
     return count;
 }
 
 /// How many creases of a rim stay creases.
-std::size_t CreasesLeft(PaperLines lines, const StyleSheet& styles = {}) {
+std::size_t CreasesLeft(PageLines lines, const StyleSheet& styles = {}) {
     EvenOutWeights(lines, styles);
-    return CountOf(lines, Family::Crease);
+    return CountOf(lines, LineKind::Crease);
 }
 
 TEST(EvenOutWeights, ARimThatAlternatesIsAllOfTheHeavierFamily) {
     EXPECT_EQ(CreasesLeft(Rim("ScScScScScScScScScScScSc")), 0U);
     EXPECT_EQ(CreasesLeft(Rim("ccSSSScccSScSSSSccSSSSSSSc")), 0U) << "also over its start";
-    PaperLines lines = Rim("SSSSSSSSSSSScScSSccSSSSS");
+    PageLines lines = Rim("SSSSSSSSSSSScScSSccSSSSS");
     EvenOutWeights(lines, {});
-    EXPECT_EQ(CountOf(lines, Family::Silhouette), 24U);
+    EXPECT_EQ(CountOf(lines, LineKind::Silhouette), 24U);
     EXPECT_EQ(lines.groups[0].lines.size(), 24U);
 }
 
@@ -89,9 +89,9 @@ TEST(EvenOutWeights, TheEndOfAnOpenRimStays) {
 TEST(EvenOutWeights, WidthsDecideWhatIsHeavier) {
     StyleSheet styles;
     styles.crease.width = 0.5;
-    PaperLines lines = Rim("ScScScScScScScScScScScSc");
+    PageLines lines = Rim("ScScScScScScScScScScScSc");
     EvenOutWeights(lines, styles);
-    EXPECT_EQ(CountOf(lines, Family::Silhouette), 0U);
+    EXPECT_EQ(CountOf(lines, LineKind::Silhouette), 0U);
     styles.crease = styles.silhouette;
     styles.crease.color = {255, 0, 0};
     EXPECT_EQ(CreasesLeft(Rim("ScScScScScScScScScScScSc"), styles), 12U) << "equally wide";
@@ -100,42 +100,42 @@ TEST(EvenOutWeights, WidthsDecideWhatIsHeavier) {
 TEST(EvenOutWeights, OfTwoHeavierOnesTheLighterIsTaken) {
     StyleSheet styles;
     styles.intersection.width = 0.3;
-    PaperLines lines = Rim("SSSSciiii", 10, 24);
+    PageLines lines = Rim("SSSSciiii", 10, 24);
     EvenOutWeights(lines, styles);
-    EXPECT_EQ(CountOf(lines, Family::Silhouette), 5U);
-    EXPECT_EQ(CountOf(lines, Family::Intersection), 4U);
+    EXPECT_EQ(CountOf(lines, LineKind::Silhouette), 5U);
+    EXPECT_EQ(CountOf(lines, LineKind::Intersection), 4U);
 }
 
 TEST(EvenOutWeights, LinesKeepTheirObject) {
-    PaperLines lines = Rim("ScScScScScScScScScScScSc");
+    PageLines lines = Rim("ScScScScScScScScScScScSc");
     lines.groups[1].object = 7;
     EvenOutWeights(lines, {});
     ASSERT_EQ(lines.groups.size(), 4U);
     EXPECT_EQ(lines.groups[3].object, 7U);
-    EXPECT_EQ(lines.groups[3].family, Family::Silhouette);
+    EXPECT_EQ(lines.groups[3].kind, LineKind::Silhouette);
     EXPECT_EQ(lines.groups[3].lines.size(), 12U);
 }
 
 TEST(EvenOutWeights, HiddenLinesStay) {
-    PaperLines lines = Rim("ScScScScScScScScScScScSc");
+    PageLines lines = Rim("ScScScScScScScScScScScSc");
     lines.groups[1].hidden = true;
     EXPECT_EQ(CreasesLeft(lines), 12U);
 }
 
 TEST(EvenOutWeights, StraightEdgesAndCornersStay) {
-    PaperLines straight;
-    straight.groups = {{Family::Silhouette, false, 0, {{{0, 0}, {5, 0}}, {{6, 0}, {11, 0}}}},
-                       {Family::Crease, false, 0, {{{5, 0}, {6, 0}}}}};
+    PageLines straight;
+    straight.groups = {{LineKind::Silhouette, false, 0, {{{0, 0}, {5, 0}}, {{6, 0}, {11, 0}}}},
+                       {LineKind::Crease, false, 0, {{{5, 0}, {6, 0}}}}};
     EXPECT_EQ(CreasesLeft(straight), 1U);
-    PaperLines notch = straight;
+    PageLines notch = straight;
     notch.groups[1].lines = {{{5, 0}, {5.5, 1}}, {{5.5, 1}, {6, 0}}};
     EXPECT_EQ(CreasesLeft(notch), 2U);
 }
 
 TEST(EvenOutWeights, ALongSideBetweenShortOnesStays) {
-    PaperLines lines;
-    lines.groups = {{Family::Silhouette, false, 0, {{{-1, 0.3}, {0, 0}}, {{20, 0}, {21, 0.3}}}},
-                    {Family::Crease, false, 0, {{{0, 0}, {20, 0}}}}};
+    PageLines lines;
+    lines.groups = {{LineKind::Silhouette, false, 0, {{{-1, 0.3}, {0, 0}}, {{20, 0}, {21, 0.3}}}},
+                    {LineKind::Crease, false, 0, {{{0, 0}, {20, 0}}}}};
     EXPECT_EQ(CreasesLeft(lines), 1U);
     lines.groups[1].lines = {{{0, 0}, {2, 0}}};
     lines.groups[0].lines[1] = {{2, 0}, {3, 0.3}};
@@ -143,18 +143,18 @@ TEST(EvenOutWeights, ALongSideBetweenShortOnesStays) {
 }
 
 TEST(EvenOutWeights, OtherLinesThatMeetARimDoNotBreakIt) {
-    PaperLines lines = Rim("SSSSSSSSSSSSSSSSSSSSSSSc");
+    PageLines lines = Rim("SSSSSSSSSSSSSSSSSSSSSSSc");
     const Point corner = lines.groups[1].lines[0].a;
     lines.groups[0].lines.push_back({corner, {2.0 * corner.x, 2.0 * corner.y}});
     EXPECT_EQ(CreasesLeft(lines), 0U);
 }
 
 TEST(EvenOutWeights, TakesNothingAndDots) {
-    PaperLines lines;
+    PageLines lines;
     EvenOutWeights(lines, {});
     EXPECT_TRUE(lines.groups.empty());
-    lines.groups = {{Family::Silhouette, false, 0, {{{1, 1}, {1, 1}}, {{1, 1}, {2, 1}}}},
-                    {Family::Crease, false, 0, {{{1, 1}, {1, 1}}}}};
+    lines.groups = {{LineKind::Silhouette, false, 0, {{{1, 1}, {1, 1}}, {{1, 1}, {2, 1}}}},
+                    {LineKind::Crease, false, 0, {{{1, 1}, {1, 1}}}}};
     EXPECT_EQ(CreasesLeft(lines), 1U);
 }
 
@@ -178,15 +178,15 @@ std::vector<Point> CollidingPoints(std::size_t count) {
 TEST(EvenOutWeights, ChosenPointsTakeAboutTheUsualTime) {
     constexpr std::size_t kPoints = 60000;
     const auto secondsOver = [](const std::vector<Point>& points) {
-        PaperLines lines;
-        lines.groups = {{Family::Silhouette, false, 0, {}}, {Family::Crease, false, 0, {}}};
+        PageLines lines;
+        lines.groups = {{LineKind::Silhouette, false, 0, {}}, {LineKind::Crease, false, 0, {}}};
         for (std::size_t i = 0; i + 1 < points.size(); ++i) {
             lines.groups[i % 2].lines.push_back({points[i], points[i + 1]});
         }
         return test_support::SecondsOf([&] {
-            PaperLines evened = lines;
+            PageLines evened = lines;
             EvenOutWeights(evened, {});
-            EXPECT_EQ(CountOf(evened, Family::Silhouette) + CountOf(evened, Family::Crease),
+            EXPECT_EQ(CountOf(evened, LineKind::Silhouette) + CountOf(evened, LineKind::Crease),
                       points.size() - 1);
         });
     };

@@ -1,9 +1,8 @@
 // What is said about a model, in words and in JSON.
-#include "info/ModelReport.h"
-
 #include "ModelText.h"
 #include "ShapeBuilders.h"
 #include "import/ModelReader.h"
+#include "info/ModelReport.h"
 
 #include <gtest/gtest.h>
 

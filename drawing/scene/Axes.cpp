@@ -1,5 +1,5 @@
 // Rotations by right angles, written out.
-#include "import/Axes.h"
+#include "drawing/scene/Axes.h"
 
 namespace kxcontour {
 

@@ -1,0 +1,61 @@
+// The public operations that write.
+#include <kxDrawing/Writers.h>
+
+#include "drawing/common/NearestName.h"
+#include "drawing/interface/Boundary.h"
+#include "drawing/output/WriteDrawing.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace kxdrawing {
+namespace {
+
+constexpr std::array<std::pair<std::string_view, Format>, 5> kEndings{{{".svg", Format::Svg},
+                                                                       {".pdf", Format::Pdf},
+                                                                       {".png", Format::Png},
+                                                                       {".dxf", Format::Dxf},
+                                                                       {".json", Format::Json}}};
+
+void Check(const Drawing& drawing, Format format, const WriteOptions& options) {
+    if (format == Format::Json && drawing.lines.empty()) {
+        throw InvalidArgument("JSON lists the lines of a drawing, which this one was made without");
+    }
+    if (format == Format::Png && !(options.dotsPerInch > 0.0)) {
+        throw InvalidArgument("the resolution is not over 0");
+    }
+}
+
+/// "-" is a file like any other here.
+std::string FileName(const std::filesystem::path& path) {
+    return path == "-" ? "./-" : path.string();
+}
+
+} // namespace
+
+Format FormatOf(const std::filesystem::path& path) {
+    std::string ending = path.extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    for (const auto& [known, format] : kEndings) {
+        if (ending == known) {
+            return format;
+        }
+    }
+    throw InvalidArgument("'" + ending + "' is no ending of a drawing: svg, pdf, png, dxf or json");
+}
+
+void write(const Drawing& drawing, const std::filesystem::path& path, const WriteOptions& options) {
+    const Format format = FormatOf(path);
+    Check(drawing, format, options);
+    WithPublicErrors([&] {
+        kxcontour::OutputFile file(FileName(path));
+        WriteDrawing(drawing, format, options, file, path.string());
+    });
+}
+
+} // namespace kxdrawing

@@ -1,0 +1,20 @@
+// Drawings in any format, into whole files.
+#pragma once
+
+#include <kxDrawing/Writers.h>
+
+#include "drawing/files/OutputFile.h"
+
+#include <string>
+
+namespace kxcontour {
+
+/// Writes a drawing through a file and puts that in place. Throws Failure (CannotWrite), which
+/// calls the file by the name.
+void WriteDrawing(const kxdrawing::Drawing& drawing,
+                  kxdrawing::Format format,
+                  const kxdrawing::WriteOptions& options,
+                  OutputFile& file,
+                  const std::string& name);
+
+} // namespace kxcontour
