@@ -1,9 +1,9 @@
 // The public operations that write.
 #include <kxDrawing/Writers.h>
 
-#include "drawing/common/NearestName.h"
 #include "drawing/interface/Boundary.h"
 #include "drawing/output/WriteDrawing.h"
+#include "drawing/output/WriteFailure.h"
 
 #include <algorithm>
 #include <array>

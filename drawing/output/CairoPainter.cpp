@@ -3,7 +3,6 @@
 
 #include "drawing/common/Angles.h"
 #include "drawing/output/PathShape.h"
-#include "drawing/output/Writers.h"
 
 #include <algorithm>
 #include <new>
@@ -72,47 +71,45 @@ void Paint(cairo_surface_t* surface, double unitsPerMillimetre, const kxdrawing:
     }
 }
 
-cairo_status_t CairoFile::Write(void* file, const unsigned char* bytes, unsigned int count) {
-    auto& self = *static_cast<CairoFile*>(file);
+cairo_status_t CairoSink::Write(void* sink, const unsigned char* bytes, unsigned int count) {
+    auto& self = *static_cast<CairoSink*>(sink);
     // An exception must not pass through cairo, which is C.
     try {
         self.take({reinterpret_cast<const char*>(bytes), count});
-    } catch (const WriteFailure& failure) {
-        self.reason_ = failure.reason();
+    } catch (...) {
+        self.failure_ = self.failure_ ? self.failure_ : std::current_exception();
         return CAIRO_STATUS_WRITE_ERROR;
-    } catch (const std::bad_alloc&) {
-        return CAIRO_STATUS_NO_MEMORY;
     }
     return CAIRO_STATUS_SUCCESS;
 }
 
-void CairoFile::insertAt(std::size_t position, const std::string& bytes) {
+void CairoSink::insertAt(std::size_t position, const std::string& bytes) {
     insertionPosition_ = position;
     insertion_ = bytes;
 }
 
-void CairoFile::take(std::string_view bytes) {
+void CairoSink::take(std::string_view bytes) {
     const std::size_t before = std::min(insertionPosition_ - written_, bytes.size());
     if (!insertion_.empty() && written_ + before == insertionPosition_) {
-        file_ << bytes.substr(0, before) << insertion_ << bytes.substr(before);
+        out_ << bytes.substr(0, before) << insertion_ << bytes.substr(before);
         insertion_.clear();
     } else {
-        file_ << bytes;
+        out_ << bytes;
     }
     written_ += bytes.size();
 }
 
-void CairoFile::finish(cairo_status_t status) {
+void CairoSink::finish(cairo_status_t status) {
+    if (failure_) {
+        std::rethrow_exception(failure_);
+    }
     if (status == CAIRO_STATUS_NO_MEMORY) {
         throw std::bad_alloc();
-    }
-    if (status == CAIRO_STATUS_WRITE_ERROR) {
-        throw WriteFailure(reason_);
     }
     if (status != CAIRO_STATUS_SUCCESS) {
         throw std::runtime_error(std::string("cairo: ") + cairo_status_to_string(status));
     }
-    file_.flush();
+    out_.flush();
 }
 
 } // namespace kxcontour

@@ -1,12 +1,14 @@
 // Drawings on cairo's surfaces.
 #pragma once
 
-#include "drawing/output/BufferedFile.h"
+#include "drawing/output/TextWriter.h"
 #include "drawing/paper/Paper.h"
 
 #include <cairo.h>
 #include <cstddef>
+#include <exception>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -19,28 +21,27 @@ using CairoSurface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_de
 /// Cairo rounds positions to 1/256 of a unit. Failures show in the status of the surface.
 void Paint(cairo_surface_t* surface, double unitsPerMillimetre, const kxdrawing::Drawing& drawing);
 
-/// A file that cairo writes to.
-class CairoFile {
+/// Passes on what cairo writes to a stream.
+class CairoSink {
 public:
-    /// Writes to a descriptor, which stays the caller's.
-    explicit CairoFile(int descriptor) : file_(descriptor) {}
+    explicit CairoSink(std::ostream& out) : out_(out) {}
 
-    /// To be given to cairo, with the CairoFile as closure.
-    static cairo_status_t Write(void* file, const unsigned char* bytes, unsigned int count);
+    /// A cairo_write_func_t whose closure is the CairoSink.
+    static cairo_status_t Write(void* sink, const unsigned char* bytes, unsigned int count);
 
-    /// Ends the file. Throws WriteFailure when it did not take everything, std::bad_alloc or
-    /// std::runtime_error when the status says that cairo itself failed.
+    /// Writes the rest. Throws what the stream threw or WriteFailure where the stream failed;
+    /// std::bad_alloc or std::runtime_error when cairo itself failed, according to its status.
     void finish(cairo_status_t status);
 
-    /// Bytes to be written as soon as cairo has written so many.
+    /// Bytes to be inserted after the given number of bytes from cairo.
     void insertAt(std::size_t position, const std::string& bytes);
 
 private:
     void take(std::string_view bytes);
 
-    BufferedFile file_;
-    int reason_ = 0;
-    std::size_t written_ = 0; ///< By cairo.
+    TextWriter out_;
+    std::exception_ptr failure_; ///< Of the first failed write.
+    std::size_t written_ = 0;    ///< By cairo.
     std::size_t insertionPosition_ = 0;
     std::string insertion_; ///< Empty when there is none to come.
 };

@@ -704,9 +704,9 @@ void WriteObjects(DxfFile& file, const DxfDrawing& drawing, const Anchors& ancho
 
 } // namespace
 
-void WriteDxf(const kxdrawing::Drawing& drawing, int descriptor) {
+void WriteDxf(const kxdrawing::Drawing& drawing, std::ostream& out) {
     const DxfDrawing dxf = DrawingBuilder().build(drawing);
-    DxfFile file(descriptor);
+    DxfFile file(out);
     const Anchors anchors(file);
     WriteHeader(file, dxf);
     WriteClasses(file);

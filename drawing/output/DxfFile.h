@@ -1,7 +1,7 @@
 // The grammar of DXF: pairs of a group code and a value, each on a line.
 #pragma once
 
-#include "drawing/output/BufferedFile.h"
+#include "drawing/output/TextWriter.h"
 #include "drawing/paper/Paper.h"
 
 #include <cstdint>
@@ -16,8 +16,7 @@ using DxfHandle = std::uint64_t;
 /// Writes groups and hands out handles. Operations throw WriteFailure (Writers.h).
 class DxfFile {
 public:
-    /// Writes to a descriptor, which stays the caller's.
-    explicit DxfFile(int descriptor) : file_(descriptor) {}
+    explicit DxfFile(std::ostream& out) : file_(out) {}
 
     /// Handles are given out upwards from here.
     DxfHandle newHandle() { return next_++; }
@@ -42,7 +41,7 @@ public:
     void finish();
 
 private:
-    BufferedFile file_;
+    TextWriter file_;
     DxfHandle next_ = 1;
 };
 

@@ -1,7 +1,7 @@
 // JSON (RFC 8259), written as it comes: a tree of a million segments would not fit beside them.
 #include "drawing/output/JsonWriter.h"
 
-#include "drawing/output/BufferedFile.h"
+#include "drawing/output/TextWriter.h"
 
 #include <cmath>
 #include <cstddef>
@@ -18,7 +18,7 @@ std::string Quoted(const std::string& text) {
 }
 
 /// JSON has no number for what is not finite.
-void WriteNumber(BufferedFile& file, double value) {
+void WriteNumber(TextWriter& file, double value) {
     if (std::isfinite(value)) {
         file << Number{value};
     } else {
@@ -28,7 +28,7 @@ void WriteNumber(BufferedFile& file, double value) {
 
 /// "[item,item,...]"
 template <class Items, class WriteItem>
-void WriteList(BufferedFile& file, const Items& items, const WriteItem& writeItem) {
+void WriteList(TextWriter& file, const Items& items, const WriteItem& writeItem) {
     file << '[';
     const char* separator = "";
     for (const auto& item : items) {
@@ -39,19 +39,19 @@ void WriteList(BufferedFile& file, const Items& items, const WriteItem& writeIte
     file << ']';
 }
 
-void WritePosition(BufferedFile& file, const std::array<double, 3>& position) {
+void WritePosition(TextWriter& file, const std::array<double, 3>& position) {
     WriteList(file, position, [&](double value) { WriteNumber(file, value); });
 }
 
-void WriteCoordinates(BufferedFile& file, const Point& point) {
+void WriteCoordinates(TextWriter& file, const Point& point) {
     WriteList(file, std::array{point.x, point.y}, [&](double value) { WriteNumber(file, value); });
 }
 
-void WriteFraction(BufferedFile& file, const kxdrawing::Fraction& fraction) {
+void WriteFraction(TextWriter& file, const kxdrawing::Fraction& fraction) {
     file << '[' << fraction.numerator << ',' << fraction.denominator << ']';
 }
 
-void WriteRange(BufferedFile& file, const kxdrawing::Interval& range) {
+void WriteRange(TextWriter& file, const kxdrawing::Interval& range) {
     file << '[';
     WriteFraction(file, range.from);
     file << ',';
@@ -59,7 +59,7 @@ void WriteRange(BufferedFile& file, const kxdrawing::Interval& range) {
     file << ']';
 }
 
-void WriteSegment(BufferedFile& file, const kxdrawing::Line& segment) {
+void WriteSegment(TextWriter& file, const kxdrawing::Line& segment) {
     file << "{\"family\":\"" << NameOf(segment.kind) << "\",\"object\":";
     if (segment.object == kNoObject) {
         file << "null";
@@ -84,7 +84,7 @@ void WriteSegment(BufferedFile& file, const kxdrawing::Line& segment) {
     file << '}';
 }
 
-void WriteHead(BufferedFile& file, const kxdrawing::Drawing& drawing) {
+void WriteHead(TextWriter& file, const kxdrawing::Drawing& drawing) {
     file << "{\n\"generator\": \"kxcontour\",\n\"page\": {\"width\": ";
     WriteNumber(file, drawing.page.width);
     file << ", \"height\": ";
@@ -99,8 +99,8 @@ void WriteHead(BufferedFile& file, const kxdrawing::Drawing& drawing) {
 
 } // namespace
 
-void WriteJson(const kxdrawing::Drawing& drawing, int descriptor) {
-    BufferedFile file(descriptor);
+void WriteJson(const kxdrawing::Drawing& drawing, std::ostream& out) {
+    TextWriter file(out);
     WriteHead(file, drawing);
     file << "\"segments\": [";
     const char* separator = "\n";

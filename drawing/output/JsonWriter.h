@@ -1,10 +1,9 @@
 // Drawings for other programs.
 #pragma once
 
-#include "drawing/paper/Paper.h"
+#include <kxDrawing/Drawing.h>
 
-#include <string>
-#include <vector>
+#include <ostream>
 
 namespace kxcontour {
 
@@ -32,6 +31,6 @@ namespace kxcontour {
 /// matter of paper. So what is in neither is what other formats draw: each visible line once,
 /// however short. Names that are no UTF-8 have U+FFFD in the place of the wrong bytes, and a number
 /// that is not finite is null. Throws WriteFailure, see Writers.h.
-void WriteJson(const kxdrawing::Drawing& drawing, int descriptor);
+void WriteJson(const kxdrawing::Drawing& drawing, std::ostream& out);
 
 } // namespace kxcontour

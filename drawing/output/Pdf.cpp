@@ -20,10 +20,10 @@ void SetMetadata(cairo_surface_t* surface, cairo_pdf_metadata_t field, const std
 
 } // namespace
 
-void WritePdf(const kxdrawing::Drawing& drawing, int descriptor) {
-    CairoFile file(descriptor);
+void WritePdf(const kxdrawing::Drawing& drawing, std::ostream& out) {
+    CairoSink sink(out);
     const CairoSurface surface(
-        cairo_pdf_surface_create_for_stream(&CairoFile::Write, &file,
+        cairo_pdf_surface_create_for_stream(&CairoSink::Write, &sink,
                                             drawing.page.width * kPointsPerMillimetre,
                                             drawing.page.height * kPointsPerMillimetre),
         &cairo_surface_destroy);
@@ -34,7 +34,7 @@ void WritePdf(const kxdrawing::Drawing& drawing, int descriptor) {
     cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_CREATE_DATE, "");
     Paint(surface.get(), kPointsPerMillimetre, drawing);
     cairo_surface_finish(surface.get());
-    file.finish(cairo_surface_status(surface.get()));
+    sink.finish(cairo_surface_status(surface.get()));
 }
 
 } // namespace kxcontour

@@ -69,21 +69,21 @@ void PaintWhite(cairo_surface_t* surface) {
 
 } // namespace
 
-void WritePng(const kxdrawing::Drawing& drawing, double dotsPerInch, int descriptor) {
+void WritePng(const kxdrawing::Drawing& drawing, double dotsPerInch, std::ostream& out) {
     const double pixelsPerMillimetre = dotsPerInch / kMillimetresPerInch;
     const int width = PixelsOf(drawing.page.width, pixelsPerMillimetre);
     const int height = PixelsOf(drawing.page.height, pixelsPerMillimetre);
-    CairoFile file(descriptor);
+    CairoSink sink(out);
     const CairoSurface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height),
                                &cairo_surface_destroy);
     PaintWhite(surface.get());
     Paint(surface.get(), pixelsPerMillimetre, drawing);
     cairo_status_t status = cairo_surface_status(surface.get());
     if (status == CAIRO_STATUS_SUCCESS) {
-        file.insertAt(kEndOfHeader, ResolutionChunk(pixelsPerMillimetre));
-        status = cairo_surface_write_to_png_stream(surface.get(), &CairoFile::Write, &file);
+        sink.insertAt(kEndOfHeader, ResolutionChunk(pixelsPerMillimetre));
+        status = cairo_surface_write_to_png_stream(surface.get(), &CairoSink::Write, &sink);
     }
-    file.finish(status);
+    sink.finish(status);
 }
 
 } // namespace kxcontour

@@ -2,35 +2,15 @@
 #include "drawing/output/WriteDrawing.h"
 
 #include "drawing/common/Failure.h"
+#include "drawing/output/FileStream.h"
 #include "drawing/output/JsonWriter.h"
+#include "drawing/output/WriteFailure.h"
 #include "drawing/output/Writers.h"
 
 #include <system_error>
 
 namespace kxcontour {
 namespace {
-
-void Write(const kxdrawing::Drawing& drawing,
-           kxdrawing::Format format,
-           const kxdrawing::WriteOptions& options,
-           int file) {
-    switch (format) {
-    case kxdrawing::Format::Pdf:
-        return WritePdf(drawing, file);
-    case kxdrawing::Format::Png:
-        return WritePng(drawing, options.dotsPerInch, file);
-    case kxdrawing::Format::Dxf:
-        return WriteDxf(drawing, file);
-    case kxdrawing::Format::Json:
-        return WriteJson(drawing, file);
-    case kxdrawing::Format::Svg:
-        break;
-    }
-    if (IsPlain(drawing)) {
-        return WritePlainSvg(drawing, file);
-    }
-    return WriteLayeredSvg(drawing, file);
-}
 
 [[noreturn]] void FailedToWrite(const std::string& path, const WriteFailure& failure) {
     throw Failure(ExitCode::CannotWrite,
@@ -41,14 +21,33 @@ void Write(const kxdrawing::Drawing& drawing,
 
 } // namespace
 
+void WriteTo(std::ostream& out,
+             const kxdrawing::Drawing& drawing,
+             kxdrawing::Format format,
+             const kxdrawing::WriteOptions& options) {
+    switch (format) {
+    case kxdrawing::Format::Pdf:
+        return WritePdf(drawing, out);
+    case kxdrawing::Format::Png:
+        return WritePng(drawing, options.dotsPerInch, out);
+    case kxdrawing::Format::Dxf:
+        return WriteDxf(drawing, out);
+    case kxdrawing::Format::Json:
+        return WriteJson(drawing, out);
+    case kxdrawing::Format::Svg:
+        break;
+    }
+    return WriteSvg(drawing, out);
+}
+
 void WriteDrawing(const kxdrawing::Drawing& drawing,
                   kxdrawing::Format format,
                   const kxdrawing::WriteOptions& options,
                   OutputFile& file,
                   const std::string& name) {
-    const int descriptor = file.create();
+    FileStream stream(file.create());
     try {
-        Write(drawing, format, options, descriptor);
+        WriteTo(stream, drawing, format, options);
     } catch (const WriteFailure& failure) {
         FailedToWrite(name, failure);
     }

@@ -5,9 +5,16 @@
 
 #include "drawing/files/OutputFile.h"
 
+#include <ostream>
 #include <string>
 
 namespace kxcontour {
+
+/// Writes a drawing into a stream. Throws WriteFailure when the stream fails.
+void WriteTo(std::ostream& out,
+             const kxdrawing::Drawing& drawing,
+             kxdrawing::Format format,
+             const kxdrawing::WriteOptions& options);
 
 /// Writes a drawing through a file and puts that in place. Throws Failure (CannotWrite), which
 /// calls the file by the name.

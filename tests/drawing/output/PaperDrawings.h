@@ -1,16 +1,19 @@
-// Drawings for the tests of the writers, and what all of those ask.
+// Drawings, files and expectations for the tests of the writers.
 #pragma once
 
+#include "drawing/files/Descriptor.h"
+#include "drawing/output/FileStream.h"
 #include "drawing/output/Writers.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cmath>
 #include <cstddef>
 #include <fcntl.h>
 #include <locale>
+#include <sstream>
 #include <string>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -77,22 +80,28 @@ inline kxdrawing::Drawing RichDrawing() {
     return drawing;
 }
 
-/// A file for a writer, created or truncated, and open until the end of the expression.
+/// A stream into a file that is created or truncated, open until the end of the expression.
 class NewFile {
 public:
     explicit NewFile(const std::string& path)
-        : descriptor_(::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)) {
-        EXPECT_GE(descriptor_, 0) << path;
+        : descriptor_(::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)),
+          stream_(descriptor_.number()) {
+        EXPECT_TRUE(descriptor_) << path;
     }
-    ~NewFile() { ::close(descriptor_); }
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
 
-    operator int() const { return descriptor_; }
+    operator std::ostream&() { return stream_; }
 
 private:
-    int descriptor_;
+    kxcontour::Descriptor descriptor_;
+    kxcontour::FileStream stream_;
 };
+
+/// The bytes that write(stream) writes.
+template <class Write> std::string BytesFrom(const Write& write) {
+    std::ostringstream out;
+    write(out);
+    return out.str();
+}
 
 /// The errno value of a write that has to fail.
 template <class Write> int ReasonOf(const Write& write) {
@@ -103,6 +112,16 @@ template <class Write> int ReasonOf(const Write& write) {
     }
     ADD_FAILURE() << "did not fail";
     return 0;
+}
+
+/// Expects that write(stream) reports the reason of a file that does not take what is written.
+template <class Write> void ExpectReasons(const Write& write) {
+    EXPECT_EQ(ReasonOf([&] { write(NewFile("/dev/full")); }), ENOSPC);
+    kxcontour::FileStream closed(-1);
+    EXPECT_EQ(ReasonOf([&] { write(closed); }), EBADF);
+    std::ostringstream failed;
+    failed.setstate(std::ios::badbit);
+    EXPECT_EQ(ReasonOf([&] { write(failed); }), 0);
 }
 
 /// A host whose numbers have commas, and dots between thousands, while this lives.

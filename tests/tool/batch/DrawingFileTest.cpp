@@ -14,9 +14,9 @@ using tool_test::TemporaryFolder;
 TEST(DrawingFile, IsWhatAnyWriterMakes) {
     const TemporaryFolder folder;
     const auto path = [&](const char* name) { return folder.path(name); };
-    kxcontour::WritePlainSvg(tool_test::MakeDrawing({tool_test::MakePath({{1, 1}, {2, 2}})}),
-                             NewFile(path("plain.svg")));
-    kxcontour::WriteLayeredSvg(tool_test::RichDrawing(), NewFile(path("layered.svg")));
+    kxcontour::WriteSvg(tool_test::MakeDrawing({tool_test::MakePath({{1, 1}, {2, 2}})}),
+                        NewFile(path("plain.svg")));
+    kxcontour::WriteSvg(tool_test::RichDrawing(), NewFile(path("layered.svg")));
     kxcontour::WritePdf(tool_test::RichDrawing(), NewFile(path("a.pdf")));
     kxcontour::WritePng(tool_test::RichDrawing(), 10.0, NewFile(path("a.png")));
     kxcontour::WriteDxf(tool_test::RichDrawing(), NewFile(path("a.dxf")));

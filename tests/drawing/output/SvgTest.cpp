@@ -1,10 +1,8 @@
-// SVG with layers, dashes and arcs.
-#include "ModelText.h"
+// SVG documents, plain and with layers, dashes and arcs.
 #include "drawing/output/PaperDrawings.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <memory>
@@ -14,20 +12,15 @@
 
 namespace {
 
-using kxcontour::WriteLayeredSvg;
+using kxcontour::WriteSvg;
 using tool_test::CirclePath;
 using tool_test::MakeDrawing;
 using tool_test::MakeGroup;
 using tool_test::MakePath;
-using tool_test::NewFile;
-using tool_test::ReadBytes;
-using tool_test::TemporaryFolder;
 using tool_test::kxdrawing::Drawing;
 
 std::string BytesOf(const kxdrawing::Drawing& drawing) {
-    const TemporaryFolder folder;
-    WriteLayeredSvg(drawing, NewFile(folder.path("a.svg")));
-    return ReadBytes(folder.path("a.svg"));
+    return tool_test::BytesFrom([&](std::ostream& out) { WriteSvg(drawing, out); });
 }
 
 /// An element with what is in it.
@@ -90,7 +83,7 @@ Element Parse(const std::string& bytes) {
 
 const std::string kInkscape = "{http://www.inkscape.org/namespaces/inkscape}";
 
-TEST(LayeredSvg, IsWrittenLikeThis) {
+TEST(Svg, IsWrittenLikeThis) {
     kxdrawing::Drawing drawing = tool_test::RichDrawing();
     drawing.layers[0].groups[0].paths.resize(2);
     drawing.layers[1].groups[0].paths.resize(2);
@@ -122,7 +115,7 @@ TEST(LayeredSvg, IsWrittenLikeThis) {
         "</svg>\n");
 }
 
-TEST(LayeredSvg, NamesEveryLayerOnce) {
+TEST(Svg, NamesEveryLayerOnce) {
     const std::vector<std::string> names{
         "a", "A",   "a b",   "a  b",          "a-b", "\xE5\x89\x8D", "\xE5\x90\x8E",
         "1", "a-2", "a_20b", "tab\tand\nline"};
@@ -144,7 +137,7 @@ TEST(LayeredSvg, NamesEveryLayerOnce) {
 }
 
 /// So that a script finds a part in every drawing of a batch.
-TEST(LayeredSvg, GivesALayerTheSameIdWhateverElseIsDrawn) {
+TEST(Svg, GivesALayerTheSameIdWhateverElseIsDrawn) {
     const auto idOfLast = [](const std::vector<std::string>& names) {
         kxdrawing::Drawing drawing;
         for (const std::string& name : names) {
@@ -157,8 +150,9 @@ TEST(LayeredSvg, GivesALayerTheSameIdWhateverElseIsDrawn) {
     EXPECT_EQ(idOfLast({"a-b"}), "layer-a-b");
 }
 
-TEST(LayeredSvg, PutsGroupsBelowTheRootWithoutALayer) {
+TEST(Svg, PutsGroupsBelowTheRootWithoutALayer) {
     kxdrawing::Drawing drawing = MakeDrawing({MakePath({{1, 2}, {3, 4}})});
+    drawing.layers[0].groups[0].style.dashes = {1.0, 1.0};
     drawing.layers[0].groups.push_back(MakeGroup({}));
     const Element svg = Parse(BytesOf(drawing));
     ASSERT_EQ(svg.children.size(), 2U) << "the title, and one group that is not empty";
@@ -176,7 +170,7 @@ std::string PathLines(const std::string& bytes) {
     return lines;
 }
 
-TEST(LayeredSvg, HasTheGeometryOfThePlainOne) {
+TEST(Svg, HasTheSamePathsWithAndWithoutLayers) {
     kxdrawing::Drawing drawing = tool_test::RichDrawing();
     for (kxdrawing::Layer& layer : drawing.layers) {
         for (tool_test::Path& path : layer.groups[0].paths) {
@@ -189,10 +183,8 @@ TEST(LayeredSvg, HasTheGeometryOfThePlainOne) {
         layer.name.clear();
         layer.groups[0].style.dashes.clear();
     }
-    const TemporaryFolder folder;
-    kxcontour::WritePlainSvg(drawing, NewFile(folder.path("a.svg")));
     EXPECT_GT(layered.size(), 1000U);
-    EXPECT_EQ(layered, PathLines(ReadBytes(folder.path("a.svg"))));
+    EXPECT_EQ(layered, PathLines(BytesOf(drawing)));
 }
 
 /// An elliptic arc by its ends, as a reader of SVG finds it (SVG 1.1, appendix F.6.5).
@@ -249,7 +241,7 @@ double Distance(const kxcontour::Point& a, const kxcontour::Point& b) {
     return std::hypot(a.x - b.x, a.y - b.y);
 }
 
-TEST(LayeredSvg, WritesArcsThatReadersFindWhereTheyAre) {
+TEST(Svg, WritesArcsThatReadersFindWhereTheyAre) {
     for (const double radius : {0.5, 12.34567, 98.76543}) {
         for (const double sweep :
              {-360.0, -200.0, -180.0, -91.0, 10.0, 90.0, 179.9, 181.0, 360.0}) {
@@ -269,7 +261,7 @@ TEST(LayeredSvg, WritesArcsThatReadersFindWhereTheyAre) {
     }
 }
 
-TEST(LayeredSvg, WritesEllipsesAndWhatIsBetween) {
+TEST(Svg, WritesEllipsesAndWhatIsBetween) {
     tool_test::Path path = MakePath({{0, 50}, {70, 50}, {100, 60}, {130, 50}, {200, 50}});
     path.arcs.push_back({1, 3, {100, 50}, 30, 10, 0, 180, -180});
     const std::string bytes = BytesOf(MakeDrawing({path}));
@@ -281,7 +273,7 @@ TEST(LayeredSvg, WritesEllipsesAndWhatIsBetween) {
               std::string::npos);
 }
 
-TEST(LayeredSvg, WritesAnEmptyDrawingAndLongPaths) {
+TEST(Svg, WritesAnEmptyDrawingAndLongPaths) {
     EXPECT_EQ(Parse(BytesOf(kxdrawing::Drawing())).children.size(), 1U);
     tool_test::Path zigzag;
     for (int i = 0; i < 100000; ++i) {
@@ -291,18 +283,69 @@ TEST(LayeredSvg, WritesAnEmptyDrawingAndLongPaths) {
     EXPECT_EQ(std::count(bytes.begin(), bytes.end(), 'L'), 99999);
 }
 
-TEST(LayeredSvg, WritesTheSameBytesWhateverTheLocale) {
+TEST(Svg, WritesTheSameBytesWhateverTheLocale) {
     const std::string bytes = BytesOf(tool_test::RichDrawing());
     const tool_test::CommaLocale locale;
     EXPECT_EQ(BytesOf(tool_test::RichDrawing()), bytes);
 }
 
-TEST(LayeredSvg, SaysWhyItFails) {
-    const TemporaryFolder folder;
-    EXPECT_EQ(
-        tool_test::ReasonOf([] { WriteLayeredSvg(kxdrawing::Drawing(), NewFile("/dev/full")); }),
-        ENOSPC);
-    EXPECT_EQ(tool_test::ReasonOf([&] { WriteLayeredSvg(kxdrawing::Drawing(), -1); }), EBADF);
+TEST(Svg, SaysWhyItFails) {
+    tool_test::ExpectReasons([](std::ostream& out) { WriteSvg(kxdrawing::Drawing(), out); });
+    const kxdrawing::Drawing large = MakeDrawing({CirclePath({0, 0}, 50, 0, 360, 100000)});
+    tool_test::ExpectReasons([&](std::ostream& out) { WriteSvg(large, out); });
+}
+
+/// Nothing but title, groups and paths.
+TEST(Svg, WritesPlainDrawingsLikeThis) {
+    kxdrawing::Drawing drawing;
+    kxcontour::PathGroup red = MakeGroup({MakePath({{1, 2}, {3, 4}})});
+    red.style = {0.25, {255, 0, 1}, {}};
+    kxcontour::PathGroup grey = MakeGroup({MakePath({{5, 6}, {7, 8}})});
+    grey.style = {0.1, {127, 128, 254}, {}};
+    grey.hidden = true;
+    drawing.layers.push_back({"", {red, MakeGroup({}), grey}});
+    drawing.title = "a & b";
+    drawing.page = {420, 297};
+    EXPECT_EQ(BytesOf(drawing),
+              "<?xml version=\"1.0\"?>\n"
+              "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"420mm\" height=\"297mm\" "
+              "viewBox=\"0 0 420 297\" >\n"
+              "<title>a &amp; b</title>\n"
+              "<g fill=\"none\" stroke-linecap=\"round\" stroke-linejoin=\"round\" "
+              "stroke=\"rgb(255,0,1)\" stroke-width=\"0.25\">\n"
+              "  <path d=\"M1,2 L3,4 \"/>\n"
+              "</g>\n"
+              "<g fill=\"none\" stroke-linecap=\"round\" stroke-linejoin=\"round\" "
+              "stroke=\"rgb(127,128,254)\" stroke-width=\"0.1\">\n"
+              "  <path d=\"M5,6 L7,8 \"/>\n"
+              "</g>\n"
+              "</svg>\n");
+}
+
+TEST(Svg, HasClassesWhereThereAreLayersDashesOrArcs) {
+    const auto hasClasses = [](const kxdrawing::Drawing& drawing) {
+        return BytesOf(drawing).find("class=") != std::string::npos;
+    };
+    kxdrawing::Drawing drawing = MakeDrawing({MakePath({{1, 2}, {3, 4}})});
+    EXPECT_FALSE(hasClasses(drawing));
+    kxdrawing::Drawing dashed = drawing;
+    dashed.layers[0].groups[0].style.dashes = {1.0, 1.0};
+    EXPECT_TRUE(hasClasses(dashed));
+    drawing.layers[0].name = "a";
+    EXPECT_TRUE(hasClasses(drawing));
+    EXPECT_TRUE(hasClasses(MakeDrawing({CirclePath({0, 0}, 1, 0, 90, 4)})));
+}
+
+TEST(Svg, WritesPathsPointByPoint) {
+    const std::string bytes = BytesOf(MakeDrawing(
+        {MakePath({{10, 10}, {20, 10}, {10, 10}, {20, 10}}), MakePath({{1, 2}, {1, 2}}),
+         MakePath({{0, 0}, {-1e-60, 0}, {0, 0}}), MakePath({{10, 10}, {10, 10}, {20, 10}}),
+         MakePath({{0.001234567, 1e-7}, {209.99996, -3.25}, {1e6, 12.3456789}})}));
+    EXPECT_EQ(PathLines(bytes), "  <path d=\"M10,10 L20,10 L10,10 L20,10 \"/>\n"
+                                "  <path d=\"M1,2 L1,2 \"/>\n"
+                                "  <path d=\"M0,0 L0,0 L0,0 \"/>\n"
+                                "  <path d=\"M10,10 L10,10 L20,10 \"/>\n"
+                                "  <path d=\"M0.00123457,1e-07 L210,-3.25 L1e+06,12.3457 \"/>\n");
 }
 
 } // namespace

@@ -1,7 +1,6 @@
-// SVG 1.1 with what the library's exporter does not write: layers, dashes and arcs. All else looks
-// as it does there, number for number.
-#include "drawing/output/BufferedFile.h"
+// Drawings as SVG 1.1.
 #include "drawing/output/PathShape.h"
+#include "drawing/output/TextWriter.h"
 #include "drawing/output/Writers.h"
 #include "drawing/output/XmlText.h"
 
@@ -35,14 +34,28 @@ std::string LayerId(const std::string& name) {
     return id;
 }
 
-void WriteHead(BufferedFile& file, const kxdrawing::Drawing& drawing) {
+bool IsPlainGroup(const PathGroup& group) {
+    return group.style.dashes.empty() &&
+           std::all_of(group.paths.begin(), group.paths.end(),
+                       [](const Path& path) { return path.arcs.empty(); });
+}
+
+/// Whether the drawing has no layers, dashes and arcs. It is written without names of layers and
+/// classes, as ctr::SVGExporter writes line sets.
+bool IsPlain(const kxdrawing::Drawing& drawing) {
+    return std::all_of(drawing.layers.begin(), drawing.layers.end(), [](const kxdrawing::Layer& layer) {
+        return layer.name.empty() &&
+               std::all_of(layer.groups.begin(), layer.groups.end(), IsPlainGroup);
+    });
+}
+
+void WriteHead(TextWriter& file, const kxdrawing::Drawing& drawing, bool plain) {
     const Number width = PaperNumber(drawing.page.width);
     const Number height = PaperNumber(drawing.page.height);
-    file << "<?xml version=\"1.0\"?>\n"
-         << "<svg xmlns=\"http://www.w3.org/2000/svg\" "
-         << "xmlns:inkscape=\"http://www.inkscape.org/namespaces/inkscape\" width=\"" << width
-         << "mm\" height=\"" << height << "mm\" viewBox=\"0 0 " << width << ' ' << height
-         << "\" >\n";
+    file << "<?xml version=\"1.0\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" "
+         << (plain ? "" : "xmlns:inkscape=\"http://www.inkscape.org/namespaces/inkscape\" ")
+         << "width=\"" << width << "mm\" height=\"" << height << "mm\" viewBox=\"0 0 " << width
+         << ' ' << height << "\" >\n";
     if (!drawing.title.empty()) {
         file << "<title>" << EscapeXml(drawing.title) << "</title>\n";
     }
@@ -52,16 +65,19 @@ void WriteHead(BufferedFile& file, const kxdrawing::Drawing& drawing) {
 }
 
 /// The numbers with commas between them.
-void WriteDashes(BufferedFile& file, const std::vector<double>& dashes) {
+void WriteDashes(TextWriter& file, const std::vector<double>& dashes) {
     for (std::size_t i = 0; i < dashes.size(); ++i) {
         file << (i > 0 ? "," : "") << PaperNumber(dashes[i]);
     }
 }
 
-void WriteGroupStart(BufferedFile& file, const PathGroup& group) {
+void WriteGroupStart(TextWriter& file, const PathGroup& group, bool plain) {
     const auto& [red, green, blue] = group.style.color;
-    file << "<g class=\"" << NameOf(group.kind) << (group.hidden ? " hidden" : "")
-         << "\" fill=\"none\" stroke-linecap=\"round\" stroke-linejoin=\"round\" stroke=\"rgb("
+    file << "<g";
+    if (!plain) {
+        file << " class=\"" << NameOf(group.kind) << (group.hidden ? " hidden\"" : "\"");
+    }
+    file << " fill=\"none\" stroke-linecap=\"round\" stroke-linejoin=\"round\" stroke=\"rgb("
          << std::size_t{red} << ',' << std::size_t{green} << ',' << std::size_t{blue}
          << ")\" stroke-width=\"" << PaperNumber(group.style.width);
     if (!group.style.dashes.empty()) {
@@ -71,7 +87,7 @@ void WriteGroupStart(BufferedFile& file, const PathGroup& group) {
     file << "\">\n";
 }
 
-void WritePoint(BufferedFile& file, const Point& point) {
+void WritePoint(TextWriter& file, const Point& point) {
     file << PaperNumber(point.x) << ',' << PaperNumber(point.y) << ' ';
 }
 
@@ -80,7 +96,7 @@ void WritePoint(BufferedFile& file, const Point& point) {
 /// A reader finds the centre from the ends of a part. Over a quarter turn their rounding moves it
 /// by no more than itself; near a half turn it would be by the root of that, a tenth of a
 /// millimetre.
-void WriteArc(BufferedFile& file, const Arc& arc, const Point& end) {
+void WriteArc(TextWriter& file, const Arc& arc, const Point& end) {
     constexpr double kLargestPart = 90.0 + 1e-9;
     const double parts = std::max(1.0, std::ceil(std::fabs(arc.sweep) / kLargestPart));
     for (double part = 1.0; part <= parts; part += 1.0) {
@@ -90,7 +106,7 @@ void WriteArc(BufferedFile& file, const Arc& arc, const Point& end) {
     }
 }
 
-void WritePath(BufferedFile& file, const Path& path) {
+void WritePath(TextWriter& file, const Path& path) {
     file << "  <path d=\"M";
     WritePoint(file, path.points.front());
     auto arc = path.arcs.begin();
@@ -106,24 +122,24 @@ void WritePath(BufferedFile& file, const Path& path) {
     file << "\"/>\n";
 }
 
-void WriteGroup(BufferedFile& file, const PathGroup& group) {
+void WriteGroup(TextWriter& file, const PathGroup& group, bool plain) {
     if (group.paths.empty()) {
         return;
     }
-    WriteGroupStart(file, group);
+    WriteGroupStart(file, group, plain);
     for (const Path& path : group.paths) {
         WritePath(file, path);
     }
     file << "</g>\n";
 }
 
-void WriteLayer(BufferedFile& file, const kxdrawing::Layer& layer) {
+void WriteLayer(TextWriter& file, const kxdrawing::Layer& layer, bool plain) {
     if (!layer.name.empty()) {
         file << "<g inkscape:groupmode=\"layer\" id=\"" << LayerId(layer.name)
              << "\" inkscape:label=\"" << EscapeXmlAttribute(layer.name) << "\">\n";
     }
     for (const PathGroup& group : layer.groups) {
-        WriteGroup(file, group);
+        WriteGroup(file, group, plain);
     }
     if (!layer.name.empty()) {
         file << "</g>\n";
@@ -132,11 +148,12 @@ void WriteLayer(BufferedFile& file, const kxdrawing::Layer& layer) {
 
 } // namespace
 
-void WriteLayeredSvg(const kxdrawing::Drawing& drawing, int descriptor) {
-    BufferedFile file(descriptor);
-    WriteHead(file, drawing);
+void WriteSvg(const kxdrawing::Drawing& drawing, std::ostream& out) {
+    const bool plain = IsPlain(drawing);
+    TextWriter file(out);
+    WriteHead(file, drawing, plain);
     for (const kxdrawing::Layer& layer : drawing.layers) {
-        WriteLayer(file, layer);
+        WriteLayer(file, layer, plain);
     }
     file << "</svg>\n";
     file.flush();
