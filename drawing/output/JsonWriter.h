@@ -1,7 +1,7 @@
 // Drawings for other programs.
 #pragma once
 
-#include <kxDrawing/Drawing.h>
+#include "drawing/paper/Paper.h"
 
 #include <ostream>
 

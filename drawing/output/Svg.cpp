@@ -43,10 +43,11 @@ bool IsPlainGroup(const PathGroup& group) {
 /// Whether the drawing has no layers, dashes and arcs. It is written without names of layers and
 /// classes, as ctr::SVGExporter writes line sets.
 bool IsPlain(const kxdrawing::Drawing& drawing) {
-    return std::all_of(drawing.layers.begin(), drawing.layers.end(), [](const kxdrawing::Layer& layer) {
-        return layer.name.empty() &&
-               std::all_of(layer.groups.begin(), layer.groups.end(), IsPlainGroup);
-    });
+    return std::all_of(
+        drawing.layers.begin(), drawing.layers.end(), [](const kxdrawing::Layer& layer) {
+            return layer.name.empty() &&
+                   std::all_of(layer.groups.begin(), layer.groups.end(), IsPlainGroup);
+        });
 }
 
 void WriteHead(TextWriter& file, const kxdrawing::Drawing& drawing, bool plain) {

@@ -7,6 +7,8 @@
 #include "tool/SvgFile.h"
 #include "tool/Unwatched.h"
 
+#include <kxDrawing/Writers.h>
+
 #include <algorithm>
 #include <fstream>
 #include <iomanip>
@@ -128,12 +130,13 @@ void BoxDrawing::expect() {
 
 void BoxDrawing::draw() {
     const tool_test::TemporaryFolder folder;
-    kxcontour::DrawingRequest options;
-    options.camera = view_.request();
-    options.output.path = folder.path("drawing.svg");
+    const std::string path = folder.path("drawing.svg");
+    kxcontour::DrawingRequest request;
+    request.camera = view_.request();
+    request.lines.lines = false;
     tool_test::Unwatched observer;
-    DrawScene(kxcontour::MakeScene(ModelOf(scene_)), options, observer);
-    drawn_ = LinesOf(tool_test::ReadSvg(options.output.path));
+    kxdrawing::write(DrawScene(kxcontour::MakeScene(ModelOf(scene_)), request, observer), path);
+    drawn_ = LinesOf(tool_test::ReadSvg(path));
 }
 
 void BoxDrawing::compare() {

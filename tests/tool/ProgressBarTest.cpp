@@ -3,7 +3,7 @@
 // KXCONTOUR_MODELS=FILE:FILE... takes other models.
 #include "ModelText.h"
 #include "common/RunPlan.h"
-#include "drawing/Drawing.h"
+#include "jobs/DrawingJob.h"
 #include "drawing/common/StagePlan.h"
 #include "drawing/scene/Scene.h"
 #include "options/Parsing.h"
@@ -89,7 +89,7 @@ Recorder Watch(const std::string& model) {
     recorder.expect(PlanOfRun(options));
     const kxcontour::Scene scene = LoadScene(options.input, options.lines.creaseAngle,
                                              [&](const char* stage) { recorder.enter(stage); });
-    DrawScene(scene, options, recorder);
+    DrawToFile(scene, options, recorder);
     recorder.finish();
     return recorder;
 }

@@ -244,7 +244,7 @@ TEST(Records, HoldEveryLineOnceWithItsHiddenRanges) {
     const ctr::DiscreteProjectionSpace camera = Camera(View::Iso);
     Wm4::Matrix4<double> toFile(false);
     toFile[3][0] = 100.0;
-    const auto records = kxcontour::RecordsOf(found.lines, {camera, kPage, {7}, toFile});
+    const auto records = kxcontour::LinesOf(found.lines, {camera, kPage, {7}, toFile});
     ASSERT_EQ(records.size(), 12U);
     std::size_t hidden = 0;
     for (const kxdrawing::Line& record : records) {
@@ -260,7 +260,7 @@ TEST(Records, OfLinesOutsideTheViewHaveNoPlaceOnPaper) {
     const Found found = Find({BoxMesh({8, -1, -1}, {9, 1, 1})});
     const ctr::DiscreteProjectionSpace camera = Camera();
     for (const auto& record :
-         kxcontour::RecordsOf(found.lines, {camera, kPage, {0}, Wm4::Matrix4<double>(false)})) {
+         kxcontour::LinesOf(found.lines, {camera, kPage, {0}, Wm4::Matrix4<double>(false)})) {
         EXPECT_FALSE(record.onPage);
     }
 }

@@ -21,7 +21,6 @@ using tool_test::Holds;
 using tool_test::MakeDrawing;
 using tool_test::MakePath;
 using tool_test::NewFile;
-using tool_test::kxdrawing::Drawing;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
 

@@ -19,7 +19,6 @@ using tool_test::MakeDrawing;
 using tool_test::MakeGroup;
 using tool_test::MakePath;
 using tool_test::NewFile;
-using tool_test::kxdrawing::Drawing;
 using tool_test::Path;
 using tool_test::PathGroup;
 using tool_test::ReadBytes;
@@ -79,7 +78,8 @@ print(n(*e.extmin, *e.extmax))
 }
 
 TEST(Dxf, WritesAnEmptyDrawing) {
-    EXPECT_EQ(Ask(kxdrawing::Drawing(), "print(len(msp), n(*doc.header['$EXTMAX']))"), "0 210 297 0\n");
+    EXPECT_EQ(Ask(kxdrawing::Drawing(), "print(len(msp), n(*doc.header['$EXTMAX']))"),
+              "0 210 297 0\n");
     EXPECT_EQ(Ask(MakeDrawing({}), "print(len(msp))"), "0\n");
 }
 
@@ -272,8 +272,8 @@ TEST(Dxf, WritesNamesOfAllScripts) {
     // reads them.
     const TemporaryFolder folder;
     kxdrawing::Drawing drawing;
-    drawing.layers.push_back(
-        {"\xE5\x89\x8D \xCE\xA9 \xE2\x82\xAC \xC3\x9F", {FamilyGroup(LineKind::Crease, false, {})}});
+    drawing.layers.push_back({"\xE5\x89\x8D \xCE\xA9 \xE2\x82\xAC \xC3\x9F",
+                              {FamilyGroup(LineKind::Crease, false, {})}});
     WriteDxf(drawing, NewFile(folder.path("a.dxf")));
     const tool_test::RunResult run =
         tool_test::Run("/usr/bin/python3", {"-c",

@@ -11,9 +11,9 @@
 
 namespace {
 
-using kxdrawing::Drawing;
 using kxcontour::LineKind;
 using kxcontour::WriteJson;
+using kxdrawing::Drawing;
 using kxdrawing::Line;
 using nlohmann::json;
 
@@ -76,7 +76,7 @@ TEST(JsonWriter, WritesAnEmptyDrawing) {
 TEST(JsonWriter, WritesNoNumberThatJsonDoesNotHave) {
     kxdrawing::Drawing drawing = SmallDrawing();
     drawing.lines[0].ends[0] = {std::numeric_limits<double>::quiet_NaN(),
-                                   -std::numeric_limits<double>::infinity(), 1.0};
+                                -std::numeric_limits<double>::infinity(), 1.0};
     const json document = json::parse(BytesOf(drawing));
     EXPECT_EQ(document["segments"][0]["ends"][0], json::parse("[null, null, 1]"));
 }

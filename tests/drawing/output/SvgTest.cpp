@@ -17,7 +17,6 @@ using tool_test::CirclePath;
 using tool_test::MakeDrawing;
 using tool_test::MakeGroup;
 using tool_test::MakePath;
-using tool_test::kxdrawing::Drawing;
 
 std::string BytesOf(const kxdrawing::Drawing& drawing) {
     return tool_test::BytesFrom([&](std::ostream& out) { WriteSvg(drawing, out); });

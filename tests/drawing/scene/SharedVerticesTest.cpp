@@ -2,9 +2,10 @@
 #include "ModelText.h"
 #include "ShapeBuilders.h"
 #include "Unwatched.h"
-#include "drawing/Drawing.h"
+#include "jobs/DrawingJob.h"
 #include "drawing/scene/Cleaning.h"
 #include "drawing/scene/MeshBuilder.h"
+#include "jobs/DrawingJob.h"
 #include "import/ModelReader.h"
 #include "import/SceneModel.h"
 #include "options/Parsing.h"
@@ -49,7 +50,7 @@ Drawn Draw(Model model) {
     const auto command =
         tool_test::ParseAs<kxcontour::DrawCommand>({"m.obj", "-o", path, "--view", "iso"});
     Unwatched observer;
-    DrawScene(scene, command.options, observer);
+    DrawToFile(scene, command.options, observer);
     drawn.bytes = tool_test::ReadBytes(path);
     return drawn;
 }

@@ -20,7 +20,7 @@ TEST(DrawingFile, IsWhatAnyWriterMakes) {
     kxcontour::WritePdf(tool_test::RichDrawing(), NewFile(path("a.pdf")));
     kxcontour::WritePng(tool_test::RichDrawing(), 10.0, NewFile(path("a.png")));
     kxcontour::WriteDxf(tool_test::RichDrawing(), NewFile(path("a.dxf")));
-    kxcontour::WriteJson(kxcontour::JsonDrawing(), NewFile(path("a.json")));
+    kxcontour::WriteJson(kxdrawing::Drawing(), NewFile(path("a.json")));
     for (const char* name : {"plain.svg", "layered.svg", "a.pdf", "a.png", "a.dxf", "a.json"}) {
         EXPECT_TRUE(IsDrawing(path(name))) << name;
     }

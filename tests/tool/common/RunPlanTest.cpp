@@ -2,9 +2,10 @@
 #include "common/RunPlan.h"
 
 #include "ModelText.h"
-#include "drawing/Drawing.h"
+#include "jobs/DrawingJob.h"
 #include "drawing/common/StagePlan.h"
-#include "drawing/scene/Scene.h"
+#include "import/SceneReader.h"
+#include "jobs/DrawingJob.h"
 #include "options/Parsing.h"
 
 #include <gtest/gtest.h>
@@ -66,7 +67,7 @@ TEST(RunPlan, PlanTheStagesThatARunHas) {
     const kxcontour::Scene scene =
         LoadScene(command.options.input, command.options.lines.creaseAngle,
                   [&](const char* stage) { listener.enter(stage); });
-    DrawScene(scene, command.options, listener);
+    DrawToFile(scene, command.options, listener);
     EXPECT_EQ(listener.entered, NamesOf(plan));
     EXPECT_TRUE(std::is_sorted(listener.shares.begin(), listener.shares.end()));
     EXPECT_EQ(listener.shares.front(), 0.0);
