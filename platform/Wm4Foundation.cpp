@@ -1,9 +1,9 @@
 // The vector and matrix constants of Wm4Foundation.h.
 //
-// They have constructors, so they are made when the library is loaded: before anything static in a
-// program or in another object of a static library, hence the priority. They lie in writable memory
-// under the packaged library's names: a program that links that library as well has one copy of
-// each, which both libraries fill with the same values.
+// They have constructors, so they are initialised when the library is loaded: before any static
+// object of a program or of another object file of a static library, hence the priority. They are
+// in writable memory under the packaged library's names: a program that also links that library has
+// one copy of each, which both libraries initialise with the same values.
 #include <Wm4Foundation.h>
 #include <kxSystem/kxExport.h>
 

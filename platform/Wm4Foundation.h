@@ -1,12 +1,12 @@
 // The small-vector library under the names of its version 4, which the host framework builds on.
 //
-// The packaged successor keeps the same templates under another namespace; this header gives them
-// their old names back and adds the two colours that the successor dropped. Points are row vectors:
-// a `Vector4<T>` stands left of the `Matrix4<T>` that moves it.
+// The packaged successor has the same templates under another namespace; this header provides them
+// under their old names and adds the two colours that the successor dropped. Points are row
+// vectors: a `Vector4<T>` is multiplied by a `Matrix4<T>` from the right.
 //
-// The templates are header-only except for their constants. These come from here and from
-// kxPlatform, bit for bit as the packaged library has them, so that no program has to link that
-// library, which brings a graphics stack along.
+// The templates are header-only except for their constants. These are defined here and in
+// kxPlatform, bit for bit as in the packaged library, so that no program needs to link that
+// library, which depends on a graphics stack.
 #ifndef WM4FOUNDATION_H
 #define WM4FOUNDATION_H
 
@@ -104,7 +104,7 @@ WM4_DEFINE_CONSTANT(INV_SQRT_3);
 /// @endcond
 
 /// Vectors, matrices and colours. Their `ZERO`, `ONE`, `UNIT_X` to `UNIT_W` and `IDENTITY` are in
-/// kxPlatform, for `float` and `double`: a constant with a constructor has to be made before
+/// kxPlatform, for `float` and `double`: a constant with a constructor must be initialised before
 /// anything of the program that uses it.
 namespace Wm4 {
 

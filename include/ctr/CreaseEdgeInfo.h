@@ -1,4 +1,4 @@
-// Crease edges of a triangle mesh as pairs of vertex numbers.
+// Crease edges of a triangle mesh as pairs of vertex indices.
 #pragma once
 
 #include <ctr/Export.h>
@@ -16,45 +16,46 @@ namespace ctr {
 /// One edge. The position of vertexA is not greater than that of vertexB (x, then y, then z).
 struct CreaseEdgeInfo {
     std::uint32_t vertexA; ///< The vertex that comes first by position.
-    /// Bits 0 to 30: the second vertex. Bit 31: every vertex normal that was looked at for this
-    /// edge is perpendicular to it.
+    /// Bits 0 to 30: the second vertex. Bit 31: every vertex normal that was examined for this edge
+    /// is perpendicular to it.
     std::uint32_t vertexB;
 };
 
-/// Finds the edges across which the vertex normals bend by more than a threshold, and the borders.
+/// Finds the edges across which the vertex normals differ by more than an angle, and boundary
+/// edges.
 ///
-/// triangles is a triangle list; an incomplete last triangle is ignored. Edges meet where both end
-/// positions are equal, float by float, whatever their vertex numbers, so split vertices count as
-/// one point. An edge of one triangle is always written. Of two or more edges at one place, those
-/// with a normal at either end that makes more than angleInDegrees with the first edge's are
-/// written, and the first with them; the same pair of vertices is written once. Normals are taken
-/// as stored, not normalised. Edges come sorted by the positions of their ends.
+/// triangles is a triangle list; an incomplete last triangle is ignored. Edges coincide if both end
+/// positions are equal, float by float, whatever their vertex indices, so split vertices count as
+/// one point. A boundary edge (of one triangle) is always written. Of two or more coincident edges,
+/// those with a normal at either end that makes more than angleInDegrees with that of the first
+/// edge are written, together with the first; each pair of vertices is written once. Normals are
+/// used as stored, not normalised. Edges are sorted by the positions of their ends.
 ///
-/// Returns false for a null buffer or one without vertices (edges is then empty) and when cancel
-/// says so, which is asked after every 1000 triangles (edges is then empty), before every group of
-/// edges at one place and at the end (edges then holds the groups done so far). Triangles with a
-/// vertex that does not exist or has no position are left out. O(n log n) in the number of
-/// triangles.
+/// Returns false for a null buffer or one without vertices (edges is then empty) and if cancelled.
+/// Cancellation is polled after every 1000 triangles (edges is then empty), before each group of
+/// coincident edges and at the end (edges then has the groups done so far). Triangles with an index
+/// out of range or a vertex without position are left out. O(n log n) in the number of triangles.
 CTR_EXPORT bool ComputeCreaseEdgeInfo(std::vector<CreaseEdgeInfo>& edges,
                                       const kx::kxVertexBuffer* vertices,
                                       const kx::kxIndexBuffer* triangles,
                                       float angleInDegrees,
                                       const kx::kxCancelInterfaceReadOnly& cancel);
 
-/// Writes the edges as a line list into a new buffer; flags, when given, takes bit 31 of each edge.
+/// Writes the edges as a line list into a new buffer; flags, if given, receives bit 31 of each
+/// edge.
 ///
-/// Returns false, leaving a null buffer and no flags, for no edge or more than 0x3fffffff edges.
+/// Returns false, with a null buffer and no flags, for no edges or more than 0x3fffffff edges.
 CTR_EXPORT bool MakeBuffersFromEdgeInfo(const std::vector<CreaseEdgeInfo>& edges,
                                         kx::kxPointer<kx::kxIndexBuffer>& lines,
                                         std::vector<bool>* flags);
 
-/// Adds the segments of a line list to edges that ComputeCreaseEdgeInfo() wrote.
+/// Adds the segments of a line list to edges written by ComputeCreaseEdgeInfo().
 ///
-/// tags gets one entry an edge: 1 = from the line list only, 2 = a crease only, 3 = both. Segments
-/// are turned in place so that the smaller position comes first; a segment that no edge equals
-/// (by vertex numbers) is appended once, however often it is listed, and one whose vertices do not
-/// exist is left as it is, without a tag. lines may be null. Returns false for a null vertex buffer
-/// or one without vertices. O((n + m) log (n + m)).
+/// tags receives one entry per edge: 1 = from the line list only, 2 = a crease only, 3 = both.
+/// Segments are oriented in place so that the smaller position comes first. A segment that equals
+/// no edge (by vertex indices) is appended once, however often it is listed; one with an index out
+/// of range is left unchanged, without a tag. lines may be null. Returns false for a null vertex
+/// buffer or one without vertices. O((n + m) log (n + m)).
 CTR_EXPORT bool ComputeEdgeInfoFromIBuffer(std::vector<CreaseEdgeInfo>& edges,
                                            const kx::kxVertexBuffer* vertices,
                                            kx::kxIndexBuffer* lines,

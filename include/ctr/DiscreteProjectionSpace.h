@@ -1,4 +1,4 @@
-// The camera and the integer grid in which all visibility is decided.
+// The camera and the integer grid in which visibility is computed.
 #pragma once
 
 #include <ctr/Export.h>
@@ -24,16 +24,16 @@ struct BakedVertex {
 /// coordinates (NDC, here [-1, 1] on every axis).
 ///
 /// Points are row vectors: (x, y, z, 1) * M, divided by the fourth component. All arithmetic is
-/// single precision in the order documented, so results are the same everywhere. A value type;
+/// single precision in the documented order, so results are the same everywhere. A value type;
 /// concurrent reads are safe.
 class CTR_EXPORT DiscreteProjectionSpace {
 public:
     /// Identity matrices, 20 bits across the screen and 20 in depth, ratios up to date.
     ///
-    /// The default of 20/20 lies just beyond what setVoxelBitSize() accepts.
+    /// These bit sizes exceed the limit of setVoxelBitSize() by one bit; call it with (20, 19).
     DiscreteProjectionSpace();
 
-    /// Stores both matrices as given; the second has to be the inverse of the first.
+    /// Stores both matrices as given; the second must be the inverse of the first.
     ///
     /// Grid ratios depend on the camera: call updateRatios() or setVoxelBitSize() afterwards.
     void setViewProjection(const Wm4::Matrix4<float>& worldToClip,
@@ -43,25 +43,25 @@ public:
     ///
     /// Accepts xyBits > 1, zBits > 1 and 2 * xyBits + zBits <= 59 (in unsigned 32-bit arithmetic),
     /// the range in which plane distances fit 64 bits. Otherwise returns false and changes nothing.
-    /// Sizes of 32 bits and more, which that sum can let through, saturate: coordinates stay signed
-    /// 32-bit integers, and the grid is of no use.
+    /// Sizes of 32 bits and more, for which that sum can wrap around, saturate: coordinates stay
+    /// signed 32-bit integers, and the grid is unusable.
     bool setVoxelBitSize(unsigned int xyBits, unsigned int zBits);
 
     /// Recomputes voxelScale and voxelSize from the camera and the bit sizes.
     ///
-    /// The longer screen axis (x on a tie) gets 2^xyBits - 1 steps, the other proportionally fewer,
-    /// not rounded and at least one, so that a cell is square in world units.
+    /// The longer screen axis (x on a tie) has 2^xyBits - 1 steps, the other proportionally fewer,
+    /// not rounded and at least one, so that cells are square in world units.
     void updateRatios();
 
     /// World length of one NDC unit along x and along y, measured at NDC depth 0.
     Wm4::Vector2<float> computeFrustumSizeXY() const;
 
-    /// Clips the world segment p0 -> p1 to the view volume and quantises what is left.
+    /// Clips the world segment p0 -> p1 to the view volume and quantises the part inside.
     ///
     /// Returns the part inside as parameters (t0, t1) along the segment; points on a bounding plane
     /// are inside. b0 and b1 are the grid points of the clipped ends, w0 and w1 their clip-space w.
-    /// A segment beyond one plane returns (1, 0) and leaves the outputs as they were. The cut is
-    /// made in midpoint form, so it does not depend on which end comes first.
+    /// A segment beyond one plane gives (1, 0) and leaves the outputs unchanged. Intersections are
+    /// computed from the midpoint, so they do not depend on the order of the ends.
     std::pair<float, float> clipEdgeWorld(const Wm4::Vector3<float>& p0,
                                           const Wm4::Vector3<float>& p1,
                                           BakedVertex& b0,
@@ -71,21 +71,22 @@ public:
 
     /// Clips a triangle in clip space to the view volume (Sutherland and Hodgman 1974).
     ///
-    /// poly holds the three vertices, scratch is a second buffer; both have room for 9 vertices and
-    /// may be exchanged: poly points at the result. count is its number of vertices. edgeCodes says
-    /// in bits 2i and 2i + 1 on which edge of the triangle the edge that ends at vertex i lies:
-    /// 1 = from vertex 2 to 0, 2 = from 0 to 1, 3 = from 1 to 2, 0 = on the boundary of the view.
-    /// Returns false when nothing is left; count and edgeCodes then mean nothing.
+    /// poly points to the three vertices and scratch to a second buffer; both have space for 9
+    /// vertices and may be swapped, so that poly points to the result. count is its number of
+    /// vertices. Bits 2i and 2i + 1 of edgeCodes give the edge of the triangle on which the edge
+    /// that ends at vertex i lies: 1 = from vertex 2 to 0, 2 = from 0 to 1, 3 = from 1 to 2, 0 = on
+    /// the boundary of the view. Returns false if nothing is left; count and edgeCodes are then
+    /// unspecified.
     bool clipTriangle(Wm4::Vector4<float>*& poly,
                       Wm4::Vector4<float>*& scratch,
                       unsigned int& count,
                       unsigned int& edgeCodes) const;
 
-    Wm4::Matrix4<float> worldToClip; ///< As set; a row vector stands left of it.
+    Wm4::Matrix4<float> worldToClip; ///< As set; multiplied by a row vector from the left.
     Wm4::Matrix4<float> clipToWorld; ///< Its inverse, as set.
     Wm4::Vector3<float> frustumMin;  ///< NDC lower bounds, -1 on every axis.
     Wm4::Vector3<float> frustumMax;  ///< NDC upper bounds, 1 on every axis.
-    Wm4::Vector3<float> voxelScale;  ///< Grid steps in one NDC unit.
+    Wm4::Vector3<float> voxelScale;  ///< Grid steps per NDC unit.
     Wm4::Vector3<float> voxelSize;   ///< NDC length of one grid step.
     unsigned int xyBits;             ///< Across the screen: 2^xyBits columns on the longer axis.
     unsigned int zBits;              ///< In depth: 2^zBits steps from near to far.

@@ -1,5 +1,5 @@
-// Symbol visibility: the shared library is built with everything hidden; CTR_EXPORT marks what is
-// public, CTR_LOCAL takes a nested type out again.
+// Symbol visibility: the shared library is built with hidden visibility; CTR_EXPORT marks public
+// symbols, CTR_LOCAL excludes a nested type again.
 #pragma once
 
 #define CTR_EXPORT __attribute__((visibility("default")))

@@ -1,4 +1,4 @@
-// How the view is placed on a sheet of paper.
+// The placement of the view on a sheet of paper.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>
@@ -18,23 +18,23 @@ class CTR_EXPORT ExportParameters : public DiscreteProjectionSpace {
 public:
     /// Copies the projection space and fits the view onto an A4 sheet in portrait.
     ///
-    /// Implicit: a projection space will do where export parameters are asked for.
+    /// Implicit: a projection space is accepted wherever export parameters are expected.
     ExportParameters(const DiscreteProjectionSpace& projectionSpace);
 
     /// Stores the size (width, height) in millimetres.
     ///
-    /// The map onto the page stays as it is; call computeBestFitTransform() to fit the view again.
+    /// The map onto the page is unchanged; call computeBestFitTransform() to fit the view again.
     void setPageSizeInMM(const Wm4::Vector2<float>& size);
 
     /// Maps the NDC square onto the largest centred rectangle of the view's aspect on the page.
     ///
-    /// One page axis is filled; on a tie both are. A view of no width or height gives scales that
-    /// are infinite or not a number.
+    /// One page axis is filled; on a tie both are. A view without width or height gives scales that
+    /// are infinite or NaN.
     void computeBestFitTransform();
 
-    /// World units that one millimetre of paper shows, measured along X on the near plane.
+    /// World units per millimetre of paper, measured along X on the near plane.
     ///
-    /// 0 when the map onto the page is singular and the view finite.
+    /// 0 if the map onto the page is singular and the view finite.
     float getWorldUnitsPerMM() const;
 
     Wm4::Vector2<float> pageSizeInMM;   ///< Width and height.

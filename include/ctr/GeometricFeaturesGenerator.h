@@ -1,4 +1,4 @@
-// From meshes and a camera to feature lines with their hidden parts.
+// From meshes and a camera to feature lines with their occluded intervals.
 #pragma once
 
 #include <ctr/BakedTriangles.h>
@@ -16,40 +16,41 @@
 /// The library: line drawings of triangle meshes.
 namespace ctr {
 
-/// The lines of one drawing. A field is null when there are no such lines or a run was cancelled.
+/// The lines of one drawing. A field is null if there are no such lines or the run was cancelled.
 struct GeometricFeatures {
-    kx::kxPointer<LineSegmentSet> creaseEdges;       ///< Creases or outlines, with hidden ranges.
-    kx::kxPointer<LineSegmentSet> silhouetteEdges;   ///< With hidden ranges.
-    kx::kxPointer<LineSegmentSet> intersectionEdges; ///< Pieces that no exported mesh hides.
+    kx::kxPointer<LineSegmentSet>
+        creaseEdges; ///< Creases or given outlines, with occluded intervals.
+    kx::kxPointer<LineSegmentSet> silhouetteEdges;   ///< With occluded intervals.
+    kx::kxPointer<LineSegmentSet> intersectionEdges; ///< Pieces that no exported mesh occludes.
 };
 
-/// The lines of one mesh in world space, with hidden ranges; null where it has none.
+/// The lines of one mesh in world space, with occluded intervals; null if it has none.
 struct MeshFeatures {
     kx::kxPointer<LineSegmentSet> silhouetteEdges; ///< Where the surface folds over or ends.
     kx::kxPointer<LineSegmentSet> creaseEdges;     ///< Without those that are silhouettes.
 };
 
-/// The lines of one drawing, mesh by mesh.
+/// The lines of one drawing, per mesh.
 struct FeaturesByMesh {
     std::vector<MeshFeatures> meshes;                      ///< One per exported mesh.
     kx::kxPointer<LineSegmentSet> intersectionEdges;       ///< Visible pieces.
-    kx::kxPointer<LineSegmentSet> hiddenIntersectionEdges; ///< Hidden pieces, if asked for.
+    kx::kxPointer<LineSegmentSet> hiddenIntersectionEdges; ///< Hidden pieces, if requested.
 };
 
-/// Which lines are looked for.
+/// Which lines are computed.
 struct FeatureChoice {
-    bool silhouettes = true;          ///< Of every mesh.
-    bool creases = true;              ///< All of them where silhouettes are not looked for.
+    bool silhouettes = true;          ///< Of each mesh.
+    bool creases = true;              ///< All creases if silhouettes are not computed.
     bool intersections = true;        ///< Of all meshes together.
-    bool hiddenIntersections = false; ///< Of other lines, hidden parts are known anyway.
+    bool hiddenIntersections = false; ///< The hidden parts of other lines are known anyway.
 };
 
-/// Finds the feature lines of a list of meshes and what hides them.
+/// Computes the feature lines of a list of meshes and their occluded intervals.
 ///
 /// Call setProjectionSpace(), optionally setProgressNotifier(), then setSingleExportCluster(), then
-/// computeGeometricFeatures() as often as wanted; a new camera starts over. Meshes are borrowed:
-/// they stay alive and unchanged until the last call has returned. One thread uses a generator at a
-/// time; several generators may draw the same meshes at once.
+/// computeGeometricFeatures() any number of times; for a new camera, start again. Meshes are
+/// borrowed and must stay alive and unchanged until the last call has returned. A generator is used
+/// by one thread at a time; several generators may draw the same meshes at once.
 class CTR_EXPORT GeometricFeaturesGenerator {
 public:
     /// No meshes, no notifier, the default projection space.
@@ -58,26 +59,27 @@ public:
     GeometricFeaturesGenerator(const GeometricFeaturesGenerator&) = delete;
     GeometricFeaturesGenerator& operator=(const GeometricFeaturesGenerator&) = delete;
 
-    /// Copies the camera and grid. Comes before setSingleExportCluster(), which bakes with it.
+    /// Copies the camera and grid. Call it before setSingleExportCluster(), which uses it.
     void setProjectionSpace(const DiscreteProjectionSpace& space);
 
-    /// Sets the contact tolerance of what is baked, in grid steps, see
-    /// BakedTriangles::setContactTolerance(); 0 by default. 2 is right for parts that lie flush or
-    /// overlap with faces in one plane. Comes before setSingleExportCluster().
+    /// Sets the contact tolerance for baking, in grid steps, see
+    /// BakedTriangles::setContactTolerance(); the default is 0. Use 2 for parts that are flush or
+    /// overlap with coplanar faces. Call it before setSingleExportCluster().
     void setContactTolerance(unsigned int steps);
 
     /// Progress and cancellation, called on the caller's thread; borrowed, null for none.
     void setProgressNotifier(kx::kxProgressNotifierInterface* notifier);
 
-    /// Takes the meshes to draw and those that only hide (may be null), and bakes both.
+    /// Sets the meshes to draw and those that only occlude (may be null), and bakes both.
     ///
-    /// Null meshes are allowed. An exception leaves no cluster. The expensive step: O(n log n) in
-    /// the number of triangles.
+    /// Null meshes are allowed. After an exception there is no cluster. This is an expensive step:
+    /// O(n log n) in the number of triangles.
     void setSingleExportCluster(const std::vector<const kx::kxTriMesh*>& meshes,
                                 const std::vector<const kx::kxTriMesh*>* occluders);
 
-    /// The same with progress and cancellation, which need not be those of setProgressNotifier().
-    /// False when cancelled, which leaves no cluster. See BakedTriangles::initialize().
+    /// As above, with progress and cancellation by a notifier that need not be that of
+    /// setProgressNotifier(). Returns false if cancelled; there is then no cluster. See
+    /// BakedTriangles::initialize().
     bool setSingleExportCluster(const std::vector<const kx::kxTriMesh*>& meshes,
                                 const std::vector<const kx::kxTriMesh*>* occluders,
                                 kx::kxProgressNotifierInterface& notifier);
@@ -87,44 +89,47 @@ public:
 
     /// Fills the record for one cluster.
     ///
-    /// A mesh with outline metadata gives that as its crease edges, any other the edges that bend
-    /// by more than 5 degrees and its borders. removeCommonSegments drops creases that are
-    /// silhouettes too. The notifier is told the total (one step a segment, two a triangle) and
-    /// asked between the passes and before every segment; a cancelled run leaves in the record what
-    /// was done, and in fields that it did not reach what they held: a record that is used again
-    /// keeps lines of the run before there, a new one is null there. Without a notifier, an index
-    /// out of range makes all fields null. Triangles and segments of outlines whose vertices do not
-    /// exist are left out.
+    /// The creaseEdges of a mesh with outline metadata are that outline; those of any other mesh
+    /// are the edges whose vertex normals differ by more than 5 degrees, and its boundary edges.
+    /// removeCommonSegments removes creases that are also silhouettes. The notifier receives the
+    /// total (one step per segment, two per triangle) and is polled for cancellation between passes
+    /// and before each segment. A cancelled run keeps the fields computed so far; fields that it
+    /// did not reach are unchanged, so a record that is reused keeps earlier lines there. Without a
+    /// notifier, an index out of range makes all fields null. Triangles and outline segments with
+    /// an index out of range are left out.
     void computeGeometricFeatures(GeometricFeatures& out,
                                   unsigned int cluster,
                                   bool removeCommonSegments);
 
-    /// Finds all lines of a cluster mesh by mesh, so that a line is known to belong to its mesh.
+    /// Computes all lines of a cluster per mesh, so that each line is attributed to its mesh.
     ///
-    /// Lines are those of computeGeometricFeatures(), but occluders hide intersections, too. One
-    /// run of the notifier, whose steps are weighed: at half of its total, about half of the time
-    /// has passed. It is asked to cancel about once per millisecond throughout. False, leaving out
-    /// as it was, when cancelled and for an index out of range.
+    /// The lines are those of computeGeometricFeatures(), except that occluders occlude
+    /// intersections, too. Makes one run of the notifier with weighted steps: at half of the total,
+    /// about half of the time has passed. Cancellation is polled about once per millisecond.
+    /// Returns false, with `out` unchanged, if cancelled or for an index out of range.
     bool
     computeFeaturesByMesh(FeaturesByMesh& out, unsigned int cluster, const FeatureChoice& choice);
 
-    /// Finds the hidden ranges and clip records of any line set against the meshes of a cluster.
+    /// Computes the occluded intervals and clip records of any line set against the meshes of a
+    /// cluster.
     ///
-    /// Ranges that the set holds already are kept and joined with what is found, as
-    /// IntervalTools::FuseOverlappingIntervals() does it, with the fractions that they have. A
-    /// segment that the triangles hide as a whole has the one range 0/1 .. 1/1, whichever of them
-    /// hide it, and so has one outside the view, seen end-on or between vertices that do not exist.
-    /// Nothing happens for a cluster out of range or a set without buffers.
+    /// Intervals already in the set are kept and fused with the new ones, as
+    /// IntervalTools::FuseOverlappingIntervals() does. A segment that is entirely occluded, outside
+    /// the view, projected to a point, or has an index out of range gets the single interval
+    /// 0/1 .. 1/1. Does nothing for a cluster out of range or a set without buffers.
     void computeOcclusion(LineSegmentSet& set, unsigned int cluster);
 
-    /// Finds the lines along which the exported meshes of a cluster intersect: their visible pieces
-    /// and, in hidden (may be null), their hidden pieces. Reports to the generator's notifier.
+    /// Computes the lines along which the exported meshes of a cluster intersect: their visible
+    /// pieces and, in hidden (may be null), their hidden pieces. Reports to the generator's
+    /// notifier.
     ///
-    /// Exported meshes and occluders both hide these lines, exactly; occluders give none of their
-    /// own. computeGeometricFeatures() hides intersections behind exported meshes only, as
-    /// TrianglesIntersection does, whose rules otherwise hold. The caller owns the result. Both
-    /// sets are null for an index out of range. Call this last: it reuses and then releases the
-    /// acceleration structures that computeOcclusion() built.
+    /// Exported meshes and occluders both occlude these lines, exactly; occluders have no
+    /// intersection lines of their own. (In computeGeometricFeatures() and TrianglesIntersection,
+    /// whose rules otherwise apply, only exported meshes occlude intersections.) The caller owns
+    /// the result. Both sets are null for an index out of range.
+    ///
+    /// Call this last: it reuses and then releases the acceleration structure built by
+    /// computeOcclusion().
     LineSegmentSet* computeIntersectionEdges(unsigned int cluster,
                                              kx::kxPointer<LineSegmentSet>* hidden = nullptr);
 

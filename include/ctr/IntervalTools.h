@@ -1,4 +1,4 @@
-// Ranges of an edge's parameter with exact ends.
+// Intervals of an edge's parameter with exact ends.
 #pragma once
 
 #include <ctr/Export.h>
@@ -10,7 +10,7 @@
 
 namespace ctr {
 
-/// A closed range of an edge's parameter: 0 at the first end point, 1 at the second.
+/// A closed interval of an edge's parameter: 0 at the first end point, 1 at the second.
 ///
 /// Each end is (numerator, denominator) with a positive denominator, not reduced: 2/4 equals 1/2.
 struct RationalInterval {
@@ -18,20 +18,22 @@ struct RationalInterval {
     Wm4::Vector2<std::int64_t> end;   ///< Included.
 };
 
-/// Operations on lists of ranges of one edge. No state; any number of threads may call at once.
+/// Operations on lists of intervals of one edge. Stateless; safe to call from any number of
+/// threads.
 class CTR_EXPORT IntervalTools {
 public:
-    /// Replaces the ranges by their union: disjoint and in increasing order.
+    /// Replaces the intervals by their union: disjoint and in increasing order.
     ///
-    /// Ranges that only touch become one. Ends keep the fraction they came with, and which of
-    /// several equal fractions is kept does not depend on the order of the input. A negative start
-    /// counts as less than anything and always joins what is before it; a negative end never
-    /// extends. Exact while numerators and denominators stay below 2^63. O(n log n), no allocation.
+    /// Intervals that only touch are merged. Ends keep their fractions, and which of several equal
+    /// fractions is kept does not depend on the order of the input. A negative start is less than
+    /// any value and always merges with the preceding interval; a negative end never extends one.
+    /// Exact for numerators and denominators below 2^63. O(n log n), no allocation.
     static void FuseOverlappingIntervals(std::vector<RationalInterval>& intervals);
 
-    /// The gaps that disjoint ranges in increasing order leave of 0 to 1, in order. The first
-    /// begins at 0/1 and the last ends at 1/1 where the ranges do not cover these ends; all other
-    /// ends keep the fractions of the ranges. Linear.
+    /// The complement in 0 to 1 of disjoint intervals in increasing order, in order.
+    ///
+    /// It starts at 0/1 and ends at 1/1 unless the intervals cover these ends; all other ends keep
+    /// their fractions. Linear.
     static std::vector<RationalInterval> Complement(const std::vector<RationalInterval>& intervals);
 };
 

@@ -1,4 +1,4 @@
-// The container in which every kind of line travels, and the operations on whole sets.
+// The container for all kinds of lines, and the operations on whole sets.
 #pragma once
 
 #include <ctr/Export.h>
@@ -16,31 +16,32 @@
 
 namespace ctr {
 
-/// A list of line segments: a line geometry with three records a segment of its own.
+/// A list of line segments: a line geometry with up to three records per segment.
 ///
 /// Indices 2i and 2i + 1 of the index buffer are segment i; an odd last index is ignored. A segment
-/// whose vertices do not exist, or have no positions, is hidden, shows no piece and equals no
-/// other. Each of the three vectors is either empty or has one entry a segment. Sets are made with
-/// new, hold their buffers by reference and are freed through their virtual destructor or by
-/// reference counting. One thread fills a set; afterwards any number may read it.
+/// with an index out of range or a vertex without position is hidden, has no visible piece and
+/// equals no other. Each of the three vectors is either empty or has one entry per segment. Sets
+/// are created with new, share their buffers by reference counting and are freed through their
+/// virtual destructor or by reference counting. A set is filled by one thread; afterwards any
+/// number may read it.
 class CTR_EXPORT LineSegmentSet : public kx::kxLine {
 public:
-    /// What clipping left of a segment: the parameters t0 and t1 of the part inside the view and
-    /// the clip-space w of its two ends. Nothing is inside unless t0 < t1.
+    /// The part of a segment inside the view: its parameters t0 and t1 and the clip-space w of its
+    /// ends. Nothing is inside unless t0 < t1.
     struct ClipRange {
-        float t0; ///< Where the part begins.
-        float t1; ///< Where it ends.
+        float t0; ///< Start of the part.
+        float t1; ///< End of the part.
         float w0; ///< Clip-space w at t0.
         float w1; ///< Clip-space w at t1.
     };
 
     /// One run of consecutive segments in an index buffer, linked into chains.
     struct CTR_EXPORT ArcFeature {
-        /// Clears the flags of all segments of this record and of those after it in the chain.
+        /// Clears the flags of all segments of this record and the following ones in the chain.
         void removeStraightLineFlags(std::vector<bool>& straightLineFlags) const;
 
-        /// Turns this record and those after it in the chain, each by itself: the order of its
-        /// segments and the direction of each. Flags and tags (may be null) stay with their
+        /// Reverses this record and the following ones in the chain, each in place: the order of
+        /// its segments and the direction of each. Flags and tags (may be null) move with their
         /// segment.
         void reverseIndexBuffer(unsigned int* indices,
                                 std::vector<bool>* straightLineFlags,
@@ -48,8 +49,8 @@ public:
 
         std::uint32_t first = 0;    ///< Position of the run's first index; even.
         std::uint32_t end = 0;      ///< Position after the run's last index.
-        ArcFeature* prev = nullptr; ///< The record before in the chain, or null.
-        ArcFeature* next = nullptr; ///< The record after in the chain, or null.
+        ArcFeature* prev = nullptr; ///< The previous record of the chain, or null.
+        ArcFeature* next = nullptr; ///< The next record of the chain, or null.
         std::uint32_t kind = 0;     ///< Bit 0 (1): a circular arc, bit 1 (2): a straight line.
     };
 
@@ -57,48 +58,48 @@ public:
     LineSegmentSet();
     ~LineSegmentSet() override;
 
-    /// Copies this set into target, or into a new set when target is null.
+    /// Copies this set into target, or into a new set if target is null.
     ///
-    /// Buffers are shared. A clone never carries segmentFlags, not even a set cloned onto itself.
-    /// Returns false, writing nothing, when target is of another class.
+    /// Buffers are shared. A clone never has segmentFlags, not even a set cloned onto itself.
+    /// Returns false, writing nothing, if target is of another class.
     bool Clone(kx::kxRttiInterface*& target) const override;
 
-    /// Whether the set is as the library makes sets: for hosts that fill one by themselves, in
-    /// debug builds, as in assert(set.validate()).
+    /// Whether the set satisfies the invariants of sets made by the library: for hosts that fill
+    /// sets, in debug builds, as in assert(set.validate()).
     ///
-    /// True when the index buffer, if there is one, has an even number of indices, each below the
-    /// number of vertices; when each of the three vectors is empty or has one entry per segment;
-    /// when hidden ranges are within 0 to 1, their denominators positive, and those of one segment
-    /// in order and apart, without a common end; and when clip records with something inside the
-    /// view (t0 < t1) are within 0 to 1 and no w is 0 or less. Operations accept more where they
-    /// say so. O(n) in the number of segments and ranges, no allocation.
+    /// True if the index buffer, if any, has an even number of indices, each below the number of
+    /// vertices; if each of the three vectors is empty or has one entry per segment; if occluded
+    /// intervals are within 0 to 1, with positive denominators, and those of one segment in
+    /// increasing order without touching; and if clip records with a part inside the view (t0 < t1)
+    /// are within 0 to 1 and no w is 0 or less. Operations accept more where documented. O(n) in
+    /// the number of segments and intervals, no allocation.
     bool validate() const;
 
     /// @name Sets from meshes
     /// Each returns a new set that the caller owns, sharing the mesh's vertex buffer, or null.
     /// @{
 
-    /// Wraps a line list over a mesh's vertices. Null when either buffer is.
+    /// Wraps a line list over a mesh's vertices. Null if either buffer is null.
     static LineSegmentSet*
     GetOutlineEdgesFromMesh(const kx::kxVertexBuffer* vertices,
                             kx::kxPointer<kx::kxIndexBuffer> outline,
                             const kx::kxGenericTransformation<float>& transformation);
 
-    /// The same, with the vertices and the world transformation of a mesh.
+    /// As above, with the vertices and the world transformation of a mesh.
     static LineSegmentSet* GetOutlineEdgesFromTriMesh(const kx::kxTriMesh* mesh,
                                                       kx::kxPointer<kx::kxIndexBuffer> outline);
 
-    /// The crease and border edges of a triangle list, as ComputeCreaseEdgeInfo() finds them.
+    /// The creases and boundary edges of a triangle list, as ComputeCreaseEdgeInfo() finds them.
     ///
-    /// segmentFlags is filled when withFlags is set. Null when there are no edges, when a buffer is
-    /// null, and when cancelled.
+    /// segmentFlags is filled if withFlags is set. Null if there are no edges, a buffer is null, or
+    /// the operation was cancelled.
     static LineSegmentSet* GetCreaseEdgesFromMesh(const kx::kxVertexBuffer* vertices,
                                                   const kx::kxIndexBuffer* triangles,
                                                   const kx::kxCancelInterfaceReadOnly& cancel,
                                                   float angleInDegrees,
                                                   bool withFlags);
 
-    /// The same for a mesh, whose transformations the set takes over.
+    /// As above, for a mesh, whose transformations are copied to the set.
     static LineSegmentSet* GetCreaseEdgesFromTriMesh(const kx::kxTriMesh* mesh,
                                                      const kx::kxCancelInterfaceReadOnly& cancel,
                                                      float angleInDegrees,
@@ -108,49 +109,50 @@ public:
     /// @name Operations on sets
     /// @{
 
-    /// Gathers sets into one new set in world space; the caller owns it.
+    /// Concatenates sets into one new set in world space; the caller owns it.
     ///
-    /// Sets that are null or lack a buffer are left out; null when no vertex or no segment remains.
-    /// Vertices are not welded, segments not compared. Hidden ranges are carried along, clip
-    /// records and flags are not. Throws std::length_error for more vertices or indices than an int
-    /// counts. Linear time.
+    /// Sets that are null or lack a buffer are skipped; null if no vertex or no segment remains.
+    /// Vertices are not welded and segments not compared. Occluded intervals are copied, clip
+    /// records and flags are not. Throws std::length_error if the number of vertices or indices
+    /// exceeds an int. Linear time.
     static LineSegmentSet* FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets);
 
-    /// Removes from a every segment that b holds too, in either direction.
+    /// Removes from a every segment that b also has, in either direction.
     ///
-    /// Positions are compared as stored, exactly, without transformations. Hidden ranges, clip
-    /// records and flags stay with their segments; flags of which there are none stay none. An a of
-    /// which nothing is left ends without an index buffer. An index buffer that a shares with
-    /// others, such as a mesh's outline, stays as it is: a gets one of its own first. Nothing
-    /// happens when a or b is null, or when b has no segments but a has. O((n + m) log m).
+    /// Positions are compared as stored, exactly, without transformations. Occluded intervals, clip
+    /// records and flags stay with their segments; empty flags stay empty. If nothing is left, a
+    /// ends without an index buffer. An index buffer that a shares with others, such as a mesh's
+    /// outline, is not modified: a gets a copy first. Does nothing if a or b is null, or if b has
+    /// no segments but a has. O((n + m) log m).
     static void RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b);
 
     /// A new set of the visible pieces of a set's segments; the caller owns it.
     ///
-    /// Every gap between a segment's hidden ranges becomes a piece, however short. Range ends are
-    /// parameters on the projected segment and are mapped back to space with perspective. Piece
-    /// ends that are unclipped segment ends keep sharing their vertex; every other is a vertex of
-    /// its own. Null without a buffer or a visible piece. A set that was never occluded comes back
-    /// as a new set over the same buffers.
+    /// Each gap between a segment's occluded intervals becomes a piece, however short. Interval
+    /// ends are parameters on the projected segment and are mapped back to space with perspective.
+    /// Piece ends that are unclipped segment ends still share their vertex; every other end gets a
+    /// new vertex. Null without a buffer or a visible piece. For a set without occlusionIntervals,
+    /// the result is a new set over the same buffers.
     static LineSegmentSet* BakeVisibleSegments(const LineSegmentSet* source);
 
     /// Chains the segments of a set into polylines; the caller owns the new set.
     ///
-    /// The new set lists the segments chain by chain, each starting where the one before ends.
-    /// Chains pass vertices that exactly two segments share, and end elsewhere. arcs describes the
-    /// runs. compactVertices gives the set a vertex buffer of its own in which equal positions are
-    /// one vertex; else it shares the source's. segmentFlags marks the segments of straight runs.
-    /// Null, leaving arcs, for a set without segments or with an index out of range.
-    /// Linear in the number of segments, apart from the sorting of vertices when compacting.
+    /// The new set lists the segments chain by chain, each starting where the previous one ends.
+    /// Chains pass through vertices that exactly two segments share and end elsewhere. arcs
+    /// receives the runs. With compactVertices, the set gets its own vertex buffer in which equal
+    /// positions are one vertex; otherwise it shares that of the source. segmentFlags marks the
+    /// segments of straight runs. Null, with arcs unchanged, for a set without segments or with an
+    /// index out of range. Linear in the number of segments, plus sorting the vertices when
+    /// compacting.
     static LineSegmentSet* BuildPolylines(const LineSegmentSet& source,
                                           std::vector<ArcFeature>& arcs,
                                           bool compactVertices);
 
-    /// The chaining behind BuildPolylines(), on bare buffers.
+    /// The implementation of BuildPolylines(), on plain buffers.
     ///
-    /// flags holds an input flag a segment (null or empty: none set). tags holds a value from 0 to
-    /// 3 a segment (may be null) and is reordered with the segments. Returns false with all outputs
-    /// untouched for a line list without segments or with an index out of range.
+    /// flags has one input flag per segment (null or empty: none set). tags has a value from 0 to 3
+    /// per segment (may be null) and is reordered with the segments. Returns false with all outputs
+    /// unchanged for a line list without segments or with an index out of range.
     static bool BuildPolylinesImpl(const kx::kxVertexBuffer& vertices,
                                    const kx::kxIndexBuffer& lines,
                                    const std::vector<bool>* flags,
@@ -159,16 +161,15 @@ public:
                                    std::vector<ArcFeature>& arcs,
                                    std::vector<bool>& straightLineFlags);
 
-    /// A new buffer with the positions that a line list uses, sorted, equal ones once.
+    /// A new buffer with the distinct positions that a line list uses, sorted.
     ///
-    /// remapping gets the new number of every used vertex and 0 for the others. O(n log n).
+    /// remapping receives the new index of each used vertex and 0 for the others. O(n log n).
     static void CreateFilteredVertexBuffer(const kx::kxVertexBuffer& vertices,
                                            const kx::kxIndexBuffer& lines,
                                            kx::kxPointer<kx::kxVertexBuffer>& filtered,
                                            std::vector<unsigned int>& remapping);
 
-    /// The same, and rewrites the line list to the new buffer. What named no vertex names none
-    /// there.
+    /// As above; also rewrites the line list for the new buffer. Indices out of range stay so.
     static void CreateFilteredVertexBufferPatched(const kx::kxVertexBuffer& vertices,
                                                   kx::kxIndexBuffer& lines,
                                                   kx::kxPointer<kx::kxVertexBuffer>& filtered);
@@ -176,9 +177,9 @@ public:
 
     /// Crease flags or, in a set of polylines, the segments of straight runs.
     std::vector<bool> segmentFlags;
-    /// Hidden parameter ranges of each segment; 0 and 1 are the ends of its part inside the view.
+    /// Occluded intervals of each segment; 0 and 1 are the ends of its part inside the view.
     std::vector<std::vector<RationalInterval>> occlusionIntervals;
-    /// What clipping left of each segment.
+    /// The part of each segment inside the view.
     std::vector<ClipRange> clipRanges;
 };
 

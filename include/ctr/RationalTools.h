@@ -11,20 +11,20 @@ namespace ctr {
 
 /// Arithmetic on fractions (numerator, denominator) with positive denominators, not reduced.
 ///
-/// No state; any number of threads may call at once.
+/// Stateless; safe to call from any number of threads.
 class CTR_EXPORT RationalTools {
 public:
-    /// Three-way comparison: 1 when a > b, -1 when a < b, 0 when both are the same number.
+    /// Three-way comparison: 1 if a > b, -1 if a < b, 0 if both are the same number.
     ///
-    /// Exact for all numerators and denominators from 0 to 2^63 - 1. A negative numerator of a
-    /// counts as less than anything, another negative value included, so this is no strict order
-    /// where negative numerators can meet. The numerator of b has to be non-negative.
+    /// Exact for all numerators and denominators from 0 to 2^63 - 1. A negative numerator of a is
+    /// less than any value, including another negative one, so this is not a strict order if there
+    /// are negative numerators. The numerator of b must not be negative.
     static int GreaterThan(const Wm4::Vector2<std::int64_t>& a,
                            const Wm4::Vector2<std::int64_t>& b);
 
     /// The 128-bit product of a and b: its upper half in hi, its lower half in lo.
     ///
-    /// Exact while both factors are below 2^63; beyond that the carries are signed.
+    /// Exact for factors below 2^63; above that the result is unspecified.
     static void LargeIntegerProduct(const std::uint64_t& a,
                                     const std::uint64_t& b,
                                     std::uint64_t& hi,

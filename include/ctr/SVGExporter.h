@@ -1,4 +1,4 @@
-// The writer of drawings.
+// Output of line sets as SVG.
 #pragma once
 
 #include <ctr/Export.h>
@@ -15,7 +15,7 @@
 
 namespace ctr {
 
-/// How a line is drawn: a colour with channels from 0 to 1, and a stroke width in millimetres.
+/// A line style: a colour with channels from 0 to 1, and a stroke width in millimetres.
 struct SVGLineStyle {
     Wm4::ColorRGB color; ///< Of the stroke; nothing is filled.
     float width;         ///< In millimetres.
@@ -23,29 +23,30 @@ struct SVGLineStyle {
 
 /// Writes the visible lines of sets into an SVG file whose user unit is one millimetre.
 ///
-/// Call setExportParameters(), openFile() or openBuffer(), any number of stream calls, closeFile();
-/// then another file may follow with the same settings. Operations return false on failure and
-/// print nothing; a failed stream stays failed until the file is closed. Numbers are written with
-/// six significant digits, independent of locale. One thread uses an exporter at a time.
+/// Call setExportParameters(), openFile() or openBuffer(), any number of stream functions, and
+/// closeFile(); then another file may follow with the same settings. Operations return false on
+/// failure and print nothing; a failed stream stays failed until the file is closed. Numbers are
+/// written with six significant digits, independent of locale. An exporter is used by one thread at
+/// a time.
 class CTR_EXPORT SVGExporter {
 public:
     /// Title "Illustration", no description, styles "silhouette" (0.2 mm) and "crease" (0.13 mm).
     SVGExporter();
-    /// Closes an open file without its end.
+    /// Closes an open file without writing the end of the document.
     ~SVGExporter();
     SVGExporter(const SVGExporter&) = delete;
     SVGExporter& operator=(const SVGExporter&) = delete;
 
-    /// Takes a copy, used by everything that is written later.
+    /// Copies the parameters, for everything written later.
     void setExportParameters(const ExportParameters& parameters);
 
-    /// The title of the next file, written exactly as given: markup is the caller's to
-    /// escape. An empty text leaves its element out.
+    /// The title of the next file, written exactly as given: the caller escapes markup. An empty
+    /// text omits the element.
     void setTitle(const std::string& title);
     /// The description, likewise.
     void setDescription(const std::string& description);
 
-    /// All styles by name; the exporter's own.
+    /// All styles by name; owned by the exporter.
     const std::map<std::string, SVGLineStyle>& getLineStyles() const;
     /// The style of a name; black and 1 mm wide for an unknown one.
     SVGLineStyle getLineStyle(const std::string& name) const;
@@ -54,21 +55,21 @@ public:
 
     /// Creates or truncates the file (UTF-8 path) and writes the head of the document.
     ///
-    /// False when a file is open already, when the path cannot be written, and when no export
-    /// parameters are set (the file is then open all the same).
+    /// False if a file is already open, if the path cannot be written, or if no export parameters
+    /// are set (the file is then open nevertheless).
     bool openFile(const std::string& path);
-    /// Writes the document into a buffer of the caller's instead of a file: std::stringbuf for
-    /// memory, or one of the host's own.
+    /// Writes the document into the caller's buffer instead of a file, for example a
+    /// std::stringbuf.
     ///
-    /// The buffer has to live until closeFile(), which flushes it and lets go of it. Fails as
-    /// openFile() does.
+    /// The buffer must live until closeFile(), which flushes and releases it. Fails as openFile()
+    /// does.
     bool openBuffer(std::streambuf& buffer);
-    /// Writes the end of the document and closes. False when no file is open or writing failed.
+    /// Writes the end of the document and closes. False if no file is open or writing failed.
     bool closeFile();
 
-    /// Writes the visible pieces of a set as one group, one path a polyline.
+    /// Writes the visible pieces of a set as one group, one path per polyline.
     ///
-    /// A set with nothing visible writes nothing and succeeds; an unknown style name fails.
+    /// For a set with nothing visible, writes nothing and succeeds; an unknown style name fails.
     bool streamLineSegments(const LineSegmentSet& set, const std::string& styleName);
 
     /// Writes creases as "crease", then silhouettes and intersections as "silhouette".

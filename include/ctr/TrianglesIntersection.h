@@ -1,4 +1,4 @@
-// The lines along which triangles cut through each other.
+// The lines along which triangles intersect.
 #pragma once
 
 #include <ctr/BakedTriangles.h>
@@ -12,18 +12,18 @@
 
 namespace ctr {
 
-/// Finds where the triangles of a baked scene pierce each other and keeps what is visible.
+/// Finds the intersections of the triangles of a baked scene and their visible pieces.
 ///
-/// Triangles that only touch, along an edge, at a vertex or within one plane, give no line. With a
+/// Triangles that only touch, along an edge, at a vertex or in one plane, give no line. With a
 /// contact tolerance (BakedTriangles::setContactTolerance()), triangles that are within it of each
-/// other wherever they overlap on screen give none either, and one that touches the other's plane
-/// from behind along an edge gives that edge, where they overlap: so a line is found where a
-/// surface passes through a plane along an edge of its own. All decisions are exact in the grid.
-/// The baked triangles are borrowed and have to outlive the object, which keeps nothing between
-/// calls. One thread at a time.
+/// other wherever they overlap on screen give none either, and a triangle that touches the plane of
+/// the other from behind along an edge gives that edge, where they overlap: so a line is found
+/// where a surface passes through a plane along one of its own edges. All decisions are exact on
+/// the grid. The baked triangles are borrowed and must outlive the object, which keeps no state
+/// between calls. Used by one thread at a time.
 class CTR_EXPORT TrianglesIntersection {
 public:
-    /// For triangles that are baked by then or later.
+    /// The triangles may be baked before or after.
     explicit TrianglesIntersection(const BakedTriangles& triangles);
     ~TrianglesIntersection();
     TrianglesIntersection(const TrianglesIntersection&) = delete;
@@ -31,25 +31,25 @@ public:
 
     /// Progress and cancellation, called on the caller's thread; borrowed, null for none.
     ///
-    /// One step a triangle is advanced while searching; the steps then left up to the total are
-    /// spread over the edges found. It is asked to cancel before every triangle and every edge, and
-    /// now and then while many pairs of triangles are looked at.
+    /// Advances one step per triangle while searching; the steps then left of the total are
+    /// distributed over the edges found. Cancellation is polled before each triangle and each edge,
+    /// and from time to time while many pairs of triangles are tested.
     void setProgressNotifier(kx::kxProgressNotifierInterface* notifier);
 
-    /// The visible pieces of all intersection lines in world space, two vertices of its own for
-    /// each; the caller owns the set.
+    /// The visible pieces of all intersection lines in world space, with two new vertices per
+    /// piece; the caller owns the set.
     ///
-    /// A piece that falls into one grid column is dropped. Null when nothing is visible and when
-    /// cancelled. The order of the pieces follows the hierarchy; the pieces do not. About
-    /// O((n + k) log n) for n triangles and k edges that meet little depth complexity.
+    /// A piece within a single grid column is dropped. Null if nothing is visible or if cancelled.
+    /// The order of the pieces depends on the hierarchy; the pieces do not. About O((n + k) log n)
+    /// for n triangles and k intersections at low depth complexity.
     LineSegmentSet* computeIntersectionEdges() const;
 
-    /// The same, and in hidden (may be null) what is left of the lines: their pieces that something
-    /// hides, made like the visible ones; null where there are none and when cancelled.
+    /// As above; hidden (may be null) receives the occluded pieces of the lines, built like the
+    /// visible ones; null if there are none or if cancelled.
     ///
-    /// Faces that lie on each other cut in many little lines once they are rounded to the grid.
-    /// Hidden pieces of such cuts, where one triangle is within sixteen steps of the other's plane,
-    /// are left out.
+    /// After quantisation, coplanar faces produce many tiny spurious intersections. Occluded pieces
+    /// of such intersections, where one triangle is within sixteen steps of the other's plane, are
+    /// left out.
     LineSegmentSet* computeIntersectionEdges(kx::kxPointer<LineSegmentSet>* hidden) const;
 
 private:

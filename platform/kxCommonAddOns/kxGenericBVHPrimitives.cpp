@@ -1,4 +1,4 @@
-// Gives the primitives' interface its one home in the library.
+// Anchors the vtable of the primitives' interface in the library.
 #include <kxCommonAddOns/kxGenericBVHPrimitives.h>
 
 namespace kx {

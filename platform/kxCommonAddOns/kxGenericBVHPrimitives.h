@@ -1,4 +1,4 @@
-// What a bounding-volume hierarchy is built over.
+// The primitives of a bounding-volume hierarchy.
 #ifndef KXCOMMONADDONS_KXGENERICBVHPRIMITIVES_H
 #define KXCOMMONADDONS_KXGENERICBVHPRIMITIVES_H
 
@@ -7,12 +7,12 @@
 
 namespace kx {
 
-/// A numbered set of things with boxes, implemented by whoever wants a tree over them.
+/// An indexed set of primitives with boxes, implemented by the user of the builder.
 class KX_EXPORT kxGenericBVHPrimitives {
 public:
     virtual ~kxGenericBVHPrimitives();
 
-    /// How many there are; their numbers are 0 to this less one.
+    /// The number of primitives; their indices are 0 to this minus one.
     virtual unsigned int getPrimitiveQuantity() const = 0;
 
     /// The box of primitive `i`. Boxes may be flat, a point, empty, infinite or NaN.

@@ -1,15 +1,16 @@
 // Top-down construction of a bounding-volume hierarchy by binned surface-area splits.
 //
 // The method is that of I. Wald, "On fast construction of SAH-based bounding volume hierarchies"
-// (2007): the centroids of a node's primitives are sorted into equal bins along each axis, and of
-// all planes between two bins the one with the smallest expected cost of a query divides the node.
-// The primitives are copied once into a flat array and partitioned in place, so both passes over a
-// node, binning and partitioning, run through memory in order, and a node's range of that array is
-// its range of slots in the tree.
+// (IEEE Symposium on Interactive Ray Tracing, 2007): the centroids of a node's primitives are
+// sorted into equal bins along each axis, and the plane between two bins with the smallest expected
+// cost of a query splits the node. The primitives are copied once into a flat array and partitioned
+// in place, so both passes over a node, binning and partitioning, access memory in order, and a
+// node's range of that array is its range of slots in the tree. O(n log n) for usual input.
 //
-// Two departures. The depth is bounded: a split that would leave its larger side too many
-// primitives for the levels that remain is replaced by a split at the median. And no box may do
-// harm: a centroid that is no usable number takes the nearest one that is.
+// Two differences: The depth is bounded: a split that would leave its larger side too many
+// primitives for the remaining levels is replaced by a split at the median, so any input takes at
+// most O(80 n). And any box is accepted: a centroid that is not finite is clamped to the nearest
+// usable value.
 #include <kxCommonAddOns/kxLinearGenericBVHBuilder.h>
 
 #include <algorithm>
@@ -36,12 +37,12 @@ constexpr unsigned int kMaxPrimitives = 1u << 30;
 constexpr std::size_t kMaxNodes = (std::size_t{1} << 28) - 1;
 constexpr unsigned int kNoNode = 0xFFFFFFFFu;
 
-// Every node keeps depth + ceil(log2(count)) <= kMaxDepth. At the root that is at most 30, a split
-// at the median keeps the sum as it is, and any other split is only taken where the sum stays
-// within the bound for its larger side. A single primitive is a leaf, so no node lies deeper.
+// Invariant of every node: depth + ceil(log2(count)) <= kMaxDepth. At the root the sum is at most
+// 30; a split at the median does not change it, and any other split is only taken if the sum stays
+// within the bound for its larger side. A single primitive is a leaf, so no node is deeper.
 constexpr unsigned int kMaxDepth = 80;
 
-// How many primitives are handled between two looks at the cancel interface.
+// The number of primitives processed between two polls of the cancel interface.
 constexpr unsigned int kPollInterval = 4096;
 
 constexpr unsigned int kMinBins = 4;
@@ -52,25 +53,25 @@ constexpr float kFarthest = std::numeric_limits<float>::max() / 2;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-// Box sides count at most this much, twice the largest float, so that products of two of them and a
-// count stay far inside a double even for infinite boxes, and costs can always be compared.
+// Box sides are limited to twice the largest float, so that products of two of them and a count do
+// not overflow a double even for infinite boxes, and costs can always be compared.
 constexpr double kLongestSide = 2.0 * std::numeric_limits<float>::max();
 
-// Expected costs: looking at the two children of a node, and at one primitive of a leaf. On closed
-// meshes this gives leaves of about three primitives. A higher node cost saves nodes, and with them
-// memory, but queries then test more primitives; a lower one does the opposite.
+// Expected costs of testing the two children of a node, and one primitive of a leaf. On closed
+// meshes this gives leaves of about three primitives. A higher node cost gives fewer nodes and less
+// memory, but queries test more primitives; a lower one does the opposite.
 constexpr double kNodeCost = 2.0;
 constexpr double kPrimitiveCost = 1.0;
 
-// Up to how many items a node's areas are summed up, to save the search for a split; and a sum that
-// is far above what underflows.
-constexpr unsigned int kMaxGlance = 6;
+// Up to this number of items, their areas are summed to avoid searching for a split; and a sum far
+// above underflow.
+constexpr unsigned int kMaxSummed = 6;
 constexpr float kSmallestArea = 1e-30f;
 
 constexpr double kNoCost = std::numeric_limits<double>::infinity();
 
-// x, y, z and one number to spare, worked on in one instruction. Arithmetic on lanes is the same
-// IEEE arithmetic as on floats; a comparison picks lane by lane.
+// x, y, z and one spare lane, processed in one instruction. Arithmetic on lanes is the same IEEE
+// arithmetic as on floats; a comparison gives a lane mask.
 using Lanes = float __attribute__((vector_size(16)));
 using IntegerLanes = int __attribute__((vector_size(16)));
 
@@ -78,11 +79,11 @@ Lanes All(float value) {
     return Lanes{value, value, value, value};
 }
 
-// Two numbers at once, of twice the precision.
+// Two numbers in double precision.
 using Pair = double __attribute__((vector_size(16)));
 
-// All give `b` where `a` is NaN, so a NaN never gets into a box that is `b`. The compilers know the
-// instructions for it by these names only.
+// All return `b` where `a` is NaN, so a NaN never enters a box `b`. The compilers provide the
+// instructions only under these names.
 #ifdef __SSE2__
 Lanes Min(Lanes a, Lanes b) {
     return _mm_min_ps(a, b);
@@ -133,9 +134,9 @@ Box EmptyBox() {
     return {All(kInfinity), All(-kInfinity)};
 }
 
-// A primitive's box, with the primitive's number in the spare lanes: its upper and its lower 15
-// bits, two small whole numbers, which floats hold exactly. What becomes of them in boxes that are
-// made of items means nothing, and does no harm.
+// A primitive's box, with the primitive's index in the spare lanes: its upper and its lower 15
+// bits, two small integers, which are exact in floats. Their values in boxes computed from items
+// are meaningless and unused.
 using Item = Box;
 
 Item MakeItem(const kxBBox& box, unsigned int number) {
@@ -153,14 +154,14 @@ kxBBox ToBBox(const Box& box) {
     return {{box.min[0], box.min[1], box.min[2]}, {box.max[0], box.max[1], box.max[2]}};
 }
 
-// Halved before the sum, which so cannot overflow. The middle of a NaN, infinite or empty box comes
-// out as one of the farthest centroids.
+// Halved before the sum, so that it cannot overflow. The centre of a NaN, infinite or empty box is
+// clamped to one of the farthest centroids.
 Lanes Centroid(const Box& box) {
     const Lanes middle = 0.5f * box.min + 0.5f * box.max;
     return Min(Max(middle, All(-kFarthest)), All(kFarthest));
 }
 
-// What a set of items covers, and what their centroids do.
+// The bounds of a set of items, and of their centroids.
 struct Bounds {
     Box box = EmptyBox();
     Box centroids = EmptyBox();
@@ -178,8 +179,8 @@ struct Range {
     unsigned int Count() const { return end - begin; }
 };
 
-// A node still to be made. A second child does not follow its parent, so it brings the parent's
-// number along, to be entered there.
+// A node still to be built. A second child does not follow its parent, so it has the parent's index
+// in order to be entered there.
 struct Task {
     Range range;
     Bounds bounds;
@@ -187,7 +188,7 @@ struct Task {
     unsigned int secondChildOf;
 };
 
-// 0 for the empty box, whose sides are negative or, of equal infinities, NaN.
+// 0 for the empty box, whose sides are negative or (for equal infinities) NaN.
 double Side(const Box& box, int axis) {
     const double side = static_cast<double>(box.max[axis]) - static_cast<double>(box.min[axis]);
     const double positive = side > 0.0 ? side : 0.0;
@@ -201,7 +202,7 @@ double HalfArea(const Box& box) {
     return x * y + y * z + z * x;
 }
 
-// The sides of two boxes along an axis, from their ends on it.
+// The sides of two boxes along an axis.
 Pair Sides(Pair min, Pair max) {
     return Min(Max(max - min, Pair{}), Pair{kLongestSide, kLongestSide});
 }
@@ -218,13 +219,13 @@ Pair HalfAreas(const Box& a, const Box& b) {
     return x * y + y * z + z * x;
 }
 
-// The most primitives that a child of a node at this depth may have.
+// The largest number of primitives that a child of a node at this depth may have.
 unsigned int SideLimit(unsigned int depth) {
     const unsigned int levelsLeft = kMaxDepth - std::min(depth + 1, kMaxDepth);
     return 1u << std::min(levelsLeft, 30u);
 }
 
-// Cuts the centroids of a node into equal bins along each axis.
+// Divides the centroids of a node into equal bins along each axis.
 class Binning {
 public:
     Binning(const Box& centroids, unsigned int count)
@@ -238,15 +239,14 @@ public:
 
     unsigned int Bins() const { return bins_; }
 
-    // False when all centroids are in one place, or so close that the scale overflows.
+    // False if all centroids are equal, or so close that the scale overflows.
     bool IsUsable(int axis) const { return scale_[axis] > 0.0f; }
 
-    // Where a centroid lies, in bins: from 0 for the lowest to one less than the number of bins,
-    // where what falls into the last bin is held. So a usable axis has at least two bins in use; on
-    // an axis of no use everything lies at 0.
+    // The position of a centroid in bins: from 0 for the lowest, limited to the last bin. So a
+    // usable axis has at least two bins in use; on an unusable axis all positions are 0.
     Lanes Position(Lanes centroid) const { return Min(Unlimited(centroid), last_); }
 
-    // The same, but not held in the last bin, which makes no difference below it.
+    // As above, but not limited to the last bin, which makes no difference below it.
     Lanes Unlimited(Lanes centroid) const { return (centroid - low_) * scale_; }
 
 private:
@@ -258,8 +258,8 @@ private:
     Lanes scale_;
 };
 
-// What falls into each bin of an axis. The number of items is counted in the spare lane of a box's
-// minimum, as an integer, up from the bits of the smallest normal float.
+// The items in each bin of an axis. They are counted in the spare lane of a box's minimum, as an
+// integer, starting from the bits of the smallest normal float.
 class AxisBins {
 public:
     void Clear(unsigned int bins) {
@@ -269,7 +269,7 @@ public:
         }
     }
 
-    // The item with NaN for its number, which keeps the count as it is.
+    // The item with NaN for its index, which does not change the count.
     static Item Countable(const Item& item) {
         constexpr IntegerLanes kSpare{0, 0, 0, -1};
         return {std::bit_cast<Lanes>(std::bit_cast<IntegerLanes>(item.min) | kSpare), item.max};
@@ -307,17 +307,17 @@ struct Split {
     int axis = 0;
     unsigned int bin = 0;
 
-    // On a tie the more even split wins: on a line or in a point every box has area 0.
+    // On a tie, prefer the more even split: on a line or in a point every box has area 0.
     bool IsBetterThan(const Split& other) const {
         return cost < other.cost || (cost == other.cost && largerSide < other.largerSide);
     }
 };
 
-// Tries every plane between two bins of an axis and keeps the best one in `best`. Planes that leave
-// more than `sideLimit` on one side do not count.
+// Tries every plane between two bins of an axis and stores the best one in `best`, except planes
+// with more than `sideLimit` items on one side.
 //
-// What lies below a plane is gathered from the left, what lies above one from the right, and the
-// costs of one box of either kind are computed together.
+// The boxes below a plane are accumulated from the left, those above from the right, and the costs
+// of one box of either kind are computed together.
 template <class Number>
 void FindBest(
     const AxisBins& bins, Number binCount, int axis, unsigned int sideLimit, Split& best) {
@@ -354,9 +354,8 @@ void FindBest(
     }
 }
 
-// A number for each item that orders a node's items along an axis, no two alike: the centroid in
-// the upper half, mapped so that unsigned integers compare as the floats do, the item's number in
-// the lower.
+// A unique key that orders a node's items along an axis: the centroid in the upper half, mapped so
+// that unsigned integers compare as the floats do, and the item's index in the lower half.
 std::uint64_t OrderKey(const Item& item, int axis) {
     const float centroid = Centroid(item)[axis] + 0.0f; // -0 becomes 0
     const auto bits = std::bit_cast<std::uint32_t>(centroid);
@@ -377,7 +376,7 @@ public:
     Builder(kxGenericBVH& tree, const kxCancelInterfaceReadOnly* cancel, unsigned int leafSize)
         : tree_(tree), cancel_(cancel), leafSize_(std::max(leafSize, 1u)) {}
 
-    // False when cancelled or when there are too many nodes.
+    // False if cancelled or if there are too many nodes.
     bool Build(const kxGenericBVHPrimitives& primitives);
 
 private:
@@ -430,8 +429,8 @@ bool Builder::Build(const kxGenericBVHPrimitives& primitives) {
         return false;
     }
     tree_.primitives.resize(count);
-    // Where leaves may be that large, they hold nearly three, seldom less than two and a half;
-    // should there be more nodes, the list grows as vectors do.
+    // Leaves, if allowed to be that large, have nearly three primitives on average, rarely less
+    // than two and a half; if there are more nodes, the vector grows.
     const std::size_t leaves = leafSize_ < 3 ? count / leafSize_ : std::size_t{2} * count / 5;
     tree_.nodes.reserve(2 * leaves + 1);
     pending_.reserve(kMaxDepth + 1);
@@ -462,7 +461,7 @@ bool Builder::Load(const kxGenericBVHPrimitives& primitives, Bounds& bounds) {
     return true;
 }
 
-// Makes one node. Its first child is left on top of the pending ones, so it becomes the next node.
+// Builds one node. Its first child is on top of the pending ones, so it becomes the next node.
 bool Builder::Make(const Task& task) {
     if (tree_.nodes.size() == kMaxNodes) {
         return false;
@@ -473,7 +472,7 @@ bool Builder::Make(const Task& task) {
         tree_.nodes[task.secondChildOf].second = number;
     }
     if (IsSurelyLeaf(task)) {
-        // As many looks at the cancel interface as if a split had been sought.
+        // As many polls of the cancel interface as with a search for a split.
         MakeLeaf(tree_.nodes.back(), task.range);
         const unsigned int sought = task.range.Count() == 1 ? 0 : task.range.Count();
         return MayGoOn(sought) && MayGoOn(task.range.Count());
@@ -503,14 +502,14 @@ void Builder::MakeLeaf(kxGenericBVH::Node& node, Range range) {
     }
 }
 
-// Whether a leaf is cheaper than any split, as far as that can be told at a glance.
+// Whether a leaf is cheaper than any split, by a conservative test.
 //
 // A side of a split costs its count times its area, so at least the sum of its items' areas; the
-// sum over all items is a lower bound of the cost of every split. It is computed in floats, with
-// more than their rounding to spare, and only trusted where nothing can have over- or underflown.
+// sum over all items is a lower bound of the cost of every split. It is computed in floats, with a
+// margin above their rounding, and only used if nothing can have over- or underflowed.
 bool Builder::IsSurelyLeaf(const Task& task) const {
     const unsigned int count = task.range.Count();
-    if (count > leafSize_ || count > kMaxGlance) {
+    if (count > leafSize_ || count > kMaxSummed) {
         return false;
     }
     if (count <= kNodeCost / kPrimitiveCost) {
@@ -526,20 +525,20 @@ bool Builder::IsSurelyLeaf(const Task& task) const {
     return sum < kInfinity && sum > kSmallestArea && kPrimitiveCost * sum > 1.0001 * needed;
 }
 
-// Without a split the cost is infinite, so whatever fits a leaf becomes one.
+// Without a split the cost is infinite, so a node that fits a leaf becomes one.
 bool Builder::IsLeafCheaper(const Task& task, const Split& split) const {
     const double area = HalfArea(task.bounds.box);
     return task.range.Count() <= leafSize_ &&
            kPrimitiveCost * task.range.Count() * area <= kNodeCost * area + split.cost;
 }
 
-// The cheapest plane, or one of cost kNoCost where there is none or the tree would get too deep.
-// When cancelled meanwhile the result means nothing, and what follows stops at its first item.
+// The cheapest plane, or one of cost kNoCost if there is none or the tree would become too deep. If
+// cancelled, the result is meaningless, and the next step stops at its first item.
 Split Builder::FindSplit(const Task& task, const Binning& binning) {
     if (task.range.Count() == 1) {
         return Split();
     }
-    // Most nodes have few items, and the fewest bins. The compiler unrolls every loop over these.
+    // Most nodes have few items and the fewest bins, for which the compiler unrolls all loops.
     return binning.Bins() == kMinBins
                ? FindSplit(task, binning, std::integral_constant<unsigned int, kMinBins>())
                : FindSplit(task, binning, binning.Bins());
@@ -590,7 +589,7 @@ bool Builder::Divide(const Task& task, const Split& split, const Binning& binnin
     }
 }
 
-// An item is in a lower bin when its position, rounded down, is below the whole number.
+// An item is in a lower bin if its position, rounded down, is below the integer.
 template <int Axis>
 bool Builder::DivideAt(Range range, const Binning& binning, unsigned int plane, Halves& halves) {
     const Lanes limit = All(static_cast<float>(plane));
@@ -603,7 +602,7 @@ bool Builder::DivideAt(Range range, const Binning& binning, unsigned int plane, 
         halves);
 }
 
-// Halves a range at the median of the axis along which its centroids lie farthest apart.
+// Splits a range at the median along the axis on which its centroids are farthest apart.
 bool Builder::DivideByCount(Range range, const Box& centroids, Halves& halves) {
     const int axis = WidestAxis(centroids);
     if (!(Side(centroids, axis) > 0.0)) {
@@ -624,7 +623,7 @@ bool Builder::DivideByCount(Range range, const Box& centroids, Halves& halves) {
         halves);
 }
 
-// Halves a range in which all centroids are the same, so that any half is as good as another.
+// Splits a range with equal centroids in half; any half is as good as another.
 bool Builder::DivideInPlace(Range range, Halves& halves) {
     halves.middle = range.begin + range.Count() / 2;
     return ForEachItem({range.begin, halves.middle},
@@ -633,8 +632,8 @@ bool Builder::DivideInPlace(Range range, Halves& halves) {
                        [&](const Item& item) { halves.bounds[1].Extend(item); });
 }
 
-// Finds the key that half of the range's keys are below, by settling its bytes from the highest to
-// the lowest: each pass counts the next byte among the keys that agree with those settled so far.
+// Finds the median key of a range by radix selection, from the highest byte to the lowest: each
+// pass counts the next byte of the keys that agree with the bytes found so far.
 bool Builder::SelectKey(Range range, int axis, std::uint64_t& key) {
     key = 0;
     std::uint64_t settled = 0;
@@ -657,12 +656,12 @@ bool Builder::SelectKey(Range range, int axis, std::uint64_t& key) {
     return true;
 }
 
-// Moves the items of the first half before those of the second, and gathers the bounds of the
-// centroids of both. `isFirst` gives all ones or all zeros in every lane.
+// Moves the items of the first half before those of the second, and computes the bounds of the
+// centroids of both. `isFirst` returns all ones or all zeros in every lane.
 //
-// Which half an item belongs to is as good as random, so nothing here branches on it: every item is
-// swapped with the first one of the second half so far, which then stays part of it or not, and
-// both bounds are extended, one by the centroid and the other by NaN.
+// The half of an item is unpredictable, so there is no branch on it: each item is swapped with the
+// first one of the second half so far, which then stays part of it or not, and both bounds are
+// extended, one by the centroid and the other by NaN.
 template <class IsFirst>
 bool Builder::Partition(Range range, const IsFirst& isFirst, Halves& halves) {
     unsigned int middle = range.begin;
@@ -686,7 +685,7 @@ bool Builder::Partition(Range range, const IsFirst& isFirst, Halves& halves) {
     return whole;
 }
 
-// Visits a range in order; false when cancelled on the way.
+// Visits a range in order; false if cancelled.
 template <class Visit> bool Builder::ForEachItem(Range range, const Visit& visit) {
     for (unsigned int begin = range.begin; begin < range.end;) {
         const unsigned int end = begin + std::min(kPollInterval, range.end - begin);
@@ -701,7 +700,7 @@ template <class Visit> bool Builder::ForEachItem(Range range, const Visit& visit
     return true;
 }
 
-// A yes of the cancel interface is final, even should it change its mind.
+// Cancellation is final, even if the interface changes its mind.
 bool Builder::MayGoOn(unsigned int handled) {
     handledSincePoll_ += handled;
     if (handledSincePoll_ >= kPollInterval) {
@@ -717,7 +716,7 @@ bool kxLinearGenericBVHBuilder::build(kxGenericBVH& out,
                                       const kxGenericBVHPrimitives& primitives,
                                       const kxCancelInterfaceReadOnly* cancel,
                                       unsigned int leafSize) {
-    // What was in `out` serves as memory for the new tree, which gets there when it is whole.
+    // The memory of `out` is reused for the new tree, which is stored there when complete.
     kxGenericBVH tree = std::exchange(out, kxGenericBVH());
     tree.nodes.clear();
     tree.primitives.clear();

@@ -1,4 +1,4 @@
-// Vertex layouts: an attribute is there with three channels or not at all.
+// Vertex layouts: an attribute has three channels or none.
 #include <kxSceneGraph/kxAttributes.h>
 
 #include <cassert>

@@ -1,11 +1,11 @@
-// Geometry: holding buffers, and the box of their vertices.
+// Geometry: references to buffers, and the box of their vertices.
 #include <kxSceneGraph/kxBaseGeometry.h>
 
 namespace kx {
 
 namespace {
 
-// Written so that a NaN, for which every comparison is false, leaves the box as it is.
+// A NaN, for which every comparison is false, does not change the box.
 void Extend(kxBBox& box, const Wm4::Vector3<float>& point) {
     for (int axis = 0; axis < 3; ++axis) {
         const float value = point[axis];

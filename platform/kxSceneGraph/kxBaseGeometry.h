@@ -1,4 +1,4 @@
-// The base of points, lines and meshes: vertices and indices with a place in a scene.
+// The base of points, lines and meshes: vertices and indices in a scene.
 #ifndef KXSCENEGRAPH_KXBASEGEOMETRY_H
 #define KXSCENEGRAPH_KXBASEGEOMETRY_H
 
@@ -25,37 +25,37 @@ public:
 
     const kxRtti& GetType() const override;
 
-    /// How the indices are read; points, unless a class says otherwise.
+    /// How the indices are read; points by default.
     virtual GeometryType GetGeometryType() const;
 
-    /// The vertices, still owned by the geometry; null when there are none.
+    /// The vertices, owned by the geometry; null if there are none.
     kxVertexBuffer* GetVertexBuffer() const { return vertices_.get(); }
     /// The indices, likewise.
     kxIndexBuffer* GetIndexBuffer() const { return indices_.get(); }
 
-    /// Takes a reference on the buffer and lets go of the old one; null allowed. The model bound
-    /// stays as it was until `UpdateMS`.
+    /// Takes a reference on the buffer and releases the old one; null allowed. The model bound is
+    /// unchanged until `UpdateMS`.
     void SetVertexBuffer(kxVertexBuffer* vertices);
-    /// The same for the indices.
+    /// As above, for the indices.
     void SetIndexBuffer(kxIndexBuffer* indices);
 
-    /// Brings up to date what is derived from the vertices in model space.
+    /// Updates what is derived from the vertices in model space.
     ///
-    /// `recomputeBound` makes the model bound anew, in O(vertices). Normals are never derived here,
-    /// and there are no controllers, so `recomputeNormals` and `controller` change nothing.
+    /// `recomputeBound` recomputes the model bound, in O(vertices). Normals are never derived here,
+    /// and there are no controllers, so `recomputeNormals` and `controller` have no effect.
     virtual void UpdateMS(bool recomputeBound, bool recomputeNormals, int controller);
 
-    /// The box of all vertices, used by an index or not, in model space, as of the last update that
-    /// asked for it: empty before that, and without vertices or positions. NaN coordinates are left
-    /// out of it.
+    /// The box of all vertices, used by an index or not, in model space, as of the last update with
+    /// `recomputeBound`; empty before that, and without vertices or positions. NaN coordinates are
+    /// ignored.
     const kxBBox& GetModelBound() const { return modelBound_; }
 
 protected:
     /// Takes a reference on each buffer; null allowed.
     kxBaseGeometry(kxVertexBuffer* vertices, kxIndexBuffer* indices);
 
-    /// Copies what a clone of a geometry takes over: the spatial's part, the model bound, and the
-    /// buffers themselves, which original and clone then share.
+    /// Copies to a clone: the part of the spatial, the model bound, and references to the buffers,
+    /// which original and clone then share.
     void CopyGeometryTo(kxBaseGeometry& target) const;
 
 private:

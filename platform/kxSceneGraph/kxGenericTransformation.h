@@ -6,13 +6,13 @@
 
 namespace kx {
 
-/// An affine map (x, y, z, 1) * M: the upper three rows turn and stretch, the fourth translates.
+/// An affine map (x, y, z, 1) * M: the upper three rows are the linear part, the fourth translates.
 ///
-/// The fourth column of an affine matrix is (0, 0, 0, 1); it is kept but not looked at when the map
-/// is applied. The default is the identity. Any number of threads may read at once.
+/// The fourth column of an affine matrix is (0, 0, 0, 1); it is stored but ignored when the map is
+/// applied. The default is the identity. Any number of threads may read at once.
 template <class Real> class kxGenericTransformation {
 public:
-    /// Takes the matrix as it is, finite or not.
+    /// Stores the matrix, finite or not.
     void SetMatrix(const Wm4::Matrix4<Real>& matrix) {
         matrix_ = matrix;
         identity_ = matrix == Wm4::Matrix4<Real>(false);
@@ -23,11 +23,11 @@ public:
     /// Whether all sixteen entries equal those of the identity; -0 counts as 0.
     bool IsIdentity() const { return identity_; }
 
-    /// The image of `v`: of a point, with the translation, or else of a direction, without it.
+    /// The image of `v`: as a point, with the translation, or as a direction, without it.
     ///
     /// Each coordinate is summed left to right, x first and the translation last, so the result is
-    /// the same on every machine. The identity gives `v` back bit for bit, even where adding
-    /// zeros would not: -0, infinities, NaN.
+    /// the same on every machine. The identity returns `v` bit for bit, even where adding zeros
+    /// would not: -0, infinities, NaN.
     Wm4::Vector3<Real> ApplyForward(const Wm4::Vector3<Real>& v, bool point) const {
         if (identity_) {
             return v;

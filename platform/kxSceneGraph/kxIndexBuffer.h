@@ -1,4 +1,4 @@
-// Vertex numbers, grouped into points, lines or triangles.
+// Vertex indices, grouped into points, lines or triangles.
 #ifndef KXSCENEGRAPH_KXINDEXBUFFER_H
 #define KXSCENEGRAPH_KXINDEXBUFFER_H
 
@@ -9,10 +9,11 @@
 
 namespace kx {
 
-/// What the indices of a buffer make: one, two or three of them to an element.
+/// The elements of an index buffer: one, two or three indices per element.
 enum IndexBufferType { IBT_POINTS = 0, IBT_LINES = 1, IBT_TRIANGLES = 2 };
 
-/// A list of 32-bit vertex numbers. Nothing checks them, nor that the last element is whole.
+/// A list of 32-bit vertex indices. Neither their range nor the completeness of the last element is
+/// checked.
 ///
 /// Any number of threads may read a buffer while none writes to it.
 class KX_EXPORT kxIndexBuffer : public kxObject {
@@ -28,18 +29,19 @@ public:
     /// The number of indices, not of elements.
     int GetIndexQuantity() const { return static_cast<int>(indices_.size()); }
 
-    /// Makes the list longer or shorter: what stays is kept, what is new is zero.
+    /// Resizes the list: existing indices are kept, new ones are zero.
     ///
-    /// A negative quantity counts as 0. Pointers from `GetData` are good no longer. Growing step by
-    /// step costs amortised constant time per index; shrinking keeps the memory.
+    /// A negative quantity counts as 0. Invalidates pointers from `GetData`. Growing takes
+    /// amortised constant time per index; shrinking keeps the memory.
     void SetIndexQuantity(int indexQuantity);
 
-    /// What was said at construction.
+    /// The type given at construction.
     IndexBufferType GetIndexBufferType() const { return type_; }
 
-    /// `GetIndexQuantity()` indices in a row, owned by the buffer; may be null when there are none.
+    /// `GetIndexQuantity()` consecutive indices, owned by the buffer; may be null if there are
+    /// none.
     unsigned int* GetData() { return indices_.data(); }
-    /// The same, for reading.
+    /// As above, for reading.
     const unsigned int* GetData() const { return indices_.data(); }
 
 private:

@@ -22,7 +22,7 @@ kxBaseGeometry::GeometryType kxLine::GetGeometryType() const {
 
 bool kxLine::Clone(kxRttiInterface*& target) const {
     std::unique_ptr<kxLine> made(target ? nullptr : new kxLine(nullptr, nullptr, strip_));
-    // A record cannot tell a class that shares its base's record, the language's own cast can.
+    // A type record does not distinguish a class that shares its base's record; dynamic_cast does.
     auto* line = made ? made.get() : dynamic_cast<kxLine*>(target);
     if (!line) {
         return false;

@@ -8,8 +8,8 @@
 
 namespace kx {
 
-/// Lines between vertices: a list (two indices to a segment) or a strip (each index joins the
-/// last).
+/// Lines between vertices: a list (two indices per segment) or a strip (each index continues the
+/// line).
 class KX_EXPORT kxLine : public kxBaseGeometry {
 public:
     static const kxRtti TYPE; ///< The record of this class.
@@ -22,8 +22,9 @@ public:
     GeometryType GetGeometryType() const override;
 
     /// Copies buffers (shared, not duplicated), transformations, name, flags, model bound, colour,
-    /// width and the strip property; the parents stay behind. A null `target` gets a new `kxLine`.
-    /// False, and nothing copied, when `target` is no `kxLine`. A line may be cloned into itself.
+    /// width and the strip property, but not the parents. A null `target` receives a new `kxLine`.
+    /// Returns false and copies nothing if `target` is not a `kxLine`. A line may be cloned into
+    /// itself.
     bool Clone(kxRttiInterface*& target) const override;
 
     /// Whether the indices are a strip rather than a list.
@@ -34,7 +35,7 @@ public:
     /// Stores the colour; nothing here draws with it.
     void setColor(const Wm4::ColorRGBA& color) { color_ = color; }
 
-    /// The width, in the unit of whoever draws the line; 1 by default.
+    /// The width, in the unit of the renderer; 1 by default.
     float getWidth() const { return width_; }
     /// Stores the width, unchecked.
     void setWidth(float width) { width_ = width; }

@@ -1,4 +1,4 @@
-// What a host hangs on a mesh beside its geometry.
+// Data that a host attaches to a mesh.
 #ifndef KXSCENEGRAPH_KXMETADATA_H
 #define KXSCENEGRAPH_KXMETADATA_H
 
@@ -7,7 +7,7 @@
 
 namespace kx {
 
-/// The base of all metadata; its kind is told by a number.
+/// The base of all metadata; each class is identified by a number.
 class KX_EXPORT kxMetadata : public kxObject {
 public:
     static const kxRtti TYPE; ///< The record of this class.
@@ -16,7 +16,7 @@ public:
 
     const kxRtti& GetType() const override;
 
-    /// The number of the class; every class of metadata has its own.
+    /// The number of the class, unique per class of metadata.
     virtual unsigned int GetMetadataTypeId() const = 0;
 };
 

@@ -1,11 +1,11 @@
-// A mesh's own outline.
+// The outline of a mesh.
 #include <kxSceneGraph/kxOutlineMetadata.h>
 
 namespace kx {
 
 constinit const kxRtti kxOutlineMetadata::TYPE("kxOutlineMetadata", &kxMetadata::TYPE);
 
-// The letters OUTL, so that the number is easy to know in a dump of memory.
+// The letters OUTL, which are recognisable in a memory dump.
 const unsigned int kxOutlineMetadata::MetadataTypeId = 0x4F55544Cu;
 
 kxOutlineMetadata::kxOutlineMetadata(const kxPointer<kxIndexBuffer>& outline) : outline_(outline) {}

@@ -1,4 +1,4 @@
-// The outline that a mesh brings along.
+// The outline of a mesh, given by the host.
 #ifndef KXSCENEGRAPH_KXOUTLINEMETADATA_H
 #define KXSCENEGRAPH_KXOUTLINEMETADATA_H
 
@@ -9,7 +9,7 @@
 
 namespace kx {
 
-/// Says which edges of its mesh are to be drawn: a line list over the mesh's own vertices.
+/// The edges of a mesh to be drawn: a line list over the vertices of the mesh.
 class KX_EXPORT kxOutlineMetadata : public kxMetadata {
 public:
     static const kxRtti TYPE; ///< The record of this class.

@@ -1,4 +1,4 @@
-// Transformations and the flags that tell a scene what has moved.
+// Transformations and update flags.
 #include <kxSceneGraph/kxSpatial.h>
 
 #include <algorithm>

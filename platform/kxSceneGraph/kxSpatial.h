@@ -1,4 +1,4 @@
-// Whatever has a place in a scene.
+// Objects with a position in a scene.
 #ifndef KXSCENEGRAPH_KXSPATIAL_H
 #define KXSCENEGRAPH_KXSPATIAL_H
 
@@ -12,10 +12,10 @@ namespace kx {
 
 /// An object with a local transformation (to its parent) and a world transformation (to the scene).
 ///
-/// Two flag words say what a later update of the scene has to look at: the first tells about the
-/// object itself, the second about what lies below it. A parent collects the flags of its children
-/// in both. Nothing here runs that update, and neither transformation is derived from the other:
-/// the host sets both.
+/// Two flag words record what a later update of the scene must process: the first for the object
+/// itself, the second for its descendants. A parent collects the flags of its children in both.
+/// Nothing here runs that update, and neither transformation is derived from the other: the host
+/// sets both.
 class KX_EXPORT kxSpatial : public kxObject {
 public:
     static const kxRtti TYPE; ///< The record of this class.
@@ -33,27 +33,27 @@ public:
     const kxGenericTransformation<float>& GetWorldTransformation() const { return world_; }
 
     /// Stores the transformation, marks the object dirty, and ORs the object's own flag word into
-    /// both flag words of each of its parents. The world transformation stays as it is.
+    /// both flag words of each of its parents. The world transformation is unchanged.
     void SetLocalTransformation(const kxGenericTransformation<float>& transformation);
 
     /// Stores the transformation and touches no flag.
     void SetWorldTransformation(const kxGenericTransformation<float>& transformation);
 
-    /// Marks this object and all below it as in need of an update of their world transformations,
-    /// or as up to date. A geometry has nothing below it, so this sets or clears one bit of its own
-    /// flag word. Parents are not told.
+    /// Marks the world transformations of this object and its descendants as dirty or up to date. A
+    /// geometry has no descendants, so this sets or clears one bit of its own flag word. Parents
+    /// are not notified.
     void setDirtyDown(bool dirty);
 
-    /// What is to be updated in the object itself.
+    /// The updates pending for the object itself.
     unsigned int GetOwnFlags() const { return ownFlags_; }
-    /// What is to be updated below it.
+    /// The updates pending for its descendants.
     unsigned int GetBelowFlags() const { return belowFlags_; }
 
     /// Adds a parent, which is borrowed: it must be detached before it is destroyed. Null, and a
     /// parent already there, are ignored. O(parents).
     void AttachParent(kxSpatial* parent);
 
-    /// Takes a parent off the list; ignored when it is not there. O(parents).
+    /// Removes a parent; ignored if it is not there. O(parents).
     void DetachParent(kxSpatial* parent);
 
     /// The parents in the order in which they were attached.
@@ -62,8 +62,8 @@ public:
 protected:
     kxSpatial() = default;
 
-    /// Copies what a clone of a spatial takes over: name, transformations, flags. A clone has a
-    /// place of its own in the scene, so the parents are not copied.
+    /// Copies to a clone: name, transformations, flags. A clone has its own position in the scene,
+    /// so the parents are not copied.
     void CopySpatialTo(kxSpatial& target) const;
 
 private:

@@ -12,7 +12,7 @@
 
 namespace kx {
 
-/// A mesh whose index buffer lists triangles, three indices to each.
+/// A mesh whose index buffer lists triangles, three indices each.
 ///
 /// Any number of threads may read a mesh while none changes it or its buffers.
 class KX_EXPORT kxTriMesh : public kxBaseGeometry {
@@ -26,15 +26,15 @@ public:
     const kxRtti& GetType() const override;
     GeometryType GetGeometryType() const override;
 
-    /// The number of whole triangles: index count / 3, 0 without an index buffer.
+    /// The number of complete triangles: index count / 3, 0 without an index buffer.
     virtual int GetTriangleQuantity() const {
         const kxIndexBuffer* indices = GetIndexBuffer();
         return indices ? indices->GetIndexQuantity() / 3 : 0;
     }
 
-    /// The vertex numbers of triangle `i`, as the index buffer has them, unchecked.
+    /// The vertex indices of triangle `i`, as stored, unchecked.
     ///
-    /// False when there is no such triangle; then nothing is written.
+    /// Returns false and writes nothing if there is no such triangle.
     virtual bool GetTriangle(int i, int& a, int& b, int& c) const {
         if (i < 0 || i >= kxTriMesh::GetTriangleQuantity()) {
             return false;
@@ -50,10 +50,10 @@ public:
     /// Appends to the mesh's metadata and takes a reference; null is ignored.
     void AddMetadata(kxMetadata* metadata);
 
-    /// How many have been added.
+    /// The number of metadata added.
     int GetMetadataQuantity() const { return static_cast<int>(metadata_.size()); }
 
-    /// Metadata number `i` in the order of adding, still owned by the mesh; null out of range.
+    /// Metadata `i` in the order of adding, owned by the mesh; null if out of range.
     const kxMetadata* GetMetadata(int i) const;
 
 private:

@@ -1,4 +1,4 @@
-// Storage of vertices: one array for each attribute that is there.
+// Storage of vertices: one array per attribute.
 #include <kxSceneGraph/kxVertexBuffer.h>
 
 #include <algorithm>
@@ -7,7 +7,7 @@ namespace kx {
 
 namespace {
 
-// The vectors' own default construction leaves them unset.
+// The default constructor of the vectors does not initialise them.
 std::vector<Wm4::Vector3<float>> ZeroVectors(int channels, int quantity) {
     const int stored = channels == 3 ? quantity : 0;
     return {static_cast<std::size_t>(stored), Wm4::Vector3<float>(0.0f, 0.0f, 0.0f)};

@@ -13,11 +13,11 @@
 
 namespace kx {
 
-/// A fixed number of vertices, each with the attributes asked for at construction.
+/// A fixed number of vertices with the attributes chosen at construction.
 ///
-/// Vertex numbers are 0 to `GetVertexQuantity() - 1`; they are checked only in debug builds. Any
-/// number of threads may read a buffer while none writes to it. References to its elements stay
-/// good for the buffer's life.
+/// Vertex indices are 0 to `GetVertexQuantity() - 1`; they are checked only in debug builds. Any
+/// number of threads may read a buffer while none writes to it. References to elements stay valid
+/// for the lifetime of the buffer.
 class KX_EXPORT kxVertexBuffer : public kxObject {
 public:
     static const kxRtti TYPE; ///< The record of this class.
@@ -30,7 +30,7 @@ public:
 
     /// The number given at construction.
     int GetVertexQuantity() const { return vertexQuantity_; }
-    /// What each vertex has.
+    /// The layout of each vertex.
     const kxAttributes& GetAttributes() const { return attributes_; }
 
     /// The position of vertex `i`; the buffer must have position channels.
@@ -38,19 +38,19 @@ public:
         assert(IsVertex(i) && HasPositions());
         return positions_[static_cast<std::size_t>(i)];
     }
-    /// The same, for reading.
+    /// As above, for reading.
     const Wm4::Vector3<float>& Position3(int i) const {
         assert(IsVertex(i) && HasPositions());
         return positions_[static_cast<std::size_t>(i)];
     }
 
-    /// The normal of vertex `i`, of any length. To write one, the buffer must have normal channels;
-    /// to read one it need not, and without them every normal is the zero vector.
+    /// The normal of vertex `i`, of any length. Writing requires normal channels; reading does not:
+    /// without them every normal is the zero vector.
     Wm4::Vector3<float>& Normal3(int i) {
         assert(IsVertex(i) && HasNormals());
         return normals_[static_cast<std::size_t>(i)];
     }
-    /// The same, for reading.
+    /// As above, for reading.
     const Wm4::Vector3<float>& Normal3(int i) const {
         assert(IsVertex(i));
         return HasNormals() ? normals_[static_cast<std::size_t>(i)] : noNormal_;

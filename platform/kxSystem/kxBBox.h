@@ -8,8 +8,8 @@ namespace kx {
 
 /// A closed axis-aligned box: x, y, z of its lowest corner, then of its highest.
 ///
-/// The default is the empty box, +infinity to -infinity: it holds no point, overlaps nothing, and
-/// the union with it changes nothing. The six floats lie one after the other without padding.
+/// The default is the empty box, +infinity to -infinity: it contains no point, overlaps nothing,
+/// and the union with it changes nothing. The six floats are contiguous, without padding.
 struct kxBBox {
     /// The lowest corner.
     float min[3] = {std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity(),

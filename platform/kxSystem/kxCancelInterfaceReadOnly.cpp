@@ -10,7 +10,7 @@ kxCancelInterfaceProxyReadOnly::kxCancelInterfaceProxyReadOnly(const std::atomic
 
 kxCancelInterfaceProxyReadOnly::~kxCancelInterfaceProxyReadOnly() = default;
 
-// The flag alone is the message, nothing is handed over with it: no ordering is needed.
+// Relaxed: the flag publishes no other data.
 bool kxCancelInterfaceProxyReadOnly::isCanceled() const {
     return flag_.load(std::memory_order_relaxed);
 }

@@ -1,4 +1,4 @@
-// How a long operation learns that it is no longer wanted.
+// Cancellation of long operations.
 #ifndef KXSYSTEM_KXCANCELINTERFACEREADONLY_H
 #define KXSYSTEM_KXCANCELINTERFACEREADONLY_H
 
@@ -8,17 +8,17 @@
 
 namespace kx {
 
-/// The side of a cancellation that the working code sees.
+/// Cancellation as seen by the operation.
 class KX_EXPORT kxCancelInterfaceReadOnly {
 public:
     virtual ~kxCancelInterfaceReadOnly();
 
-    /// Whether the work should stop. Cheap enough to be asked every few thousand steps; asked on
-    /// the thread that works.
+    /// Whether the operation should stop. Cheap enough to be polled every few thousand steps;
+    /// polled on the thread of the operation.
     virtual bool isCanceled() const = 0;
 };
 
-/// A cancellation that follows a flag, which any thread may raise or lower.
+/// A cancellation controlled by a flag, which any thread may set or clear.
 class KX_EXPORT kxCancelInterfaceProxyReadOnly : public kxCancelInterfaceReadOnly {
 public:
     /// `flag` is borrowed and must outlive the proxy; true means cancelled.

@@ -14,14 +14,14 @@ const kxRtti& kxObject::GetType() const {
 }
 
 void kxObject::IncrementReferences() const {
-    // Whoever adds a reference holds one or made the object, so it cannot die meanwhile and there
-    // is nothing to order.
+    // Relaxed: the caller holds a reference or created the object, so it cannot be deleted
+    // meanwhile.
     references_.fetch_add(1, std::memory_order_relaxed);
 }
 
 void kxObject::DecrementReferences() const {
-    // Release: what this thread did to the object comes before the deletion by another. Acquire:
-    // what others did comes before the deletion here.
+    // Release: accesses of this thread happen before a deletion by another. Acquire: accesses of
+    // others happen before the deletion here.
     const int before = references_.fetch_sub(1, std::memory_order_acq_rel);
     assert(before > 0);
     if (before == 1) {

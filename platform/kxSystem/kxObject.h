@@ -13,9 +13,9 @@ namespace kx {
 
 /// An object with an intrusive reference count and a name.
 ///
-/// The count is born at 0, owned by nobody: whoever makes an object with `new` either hands it to a
-/// `kxPointer` or deletes it. The count is atomic, so threads may share an object and the last to
-/// let go deletes it; everything else about an object is its owner's to guard.
+/// The count starts at 0: the creator of an object either passes it to a `kxPointer` or deletes it.
+/// The count is atomic, so threads may share an object, and the last release deletes it; access to
+/// everything else must be synchronised by the owner.
 class KX_EXPORT kxObject : public kxRttiInterface {
 public:
     static const kxRtti TYPE; ///< The record of this class.
@@ -26,23 +26,23 @@ public:
 
     const kxRtti& GetType() const override;
 
-    /// Takes one reference. Any thread that already holds one, or made the object, may call.
+    /// Takes a reference. Any thread that already holds one, or created the object, may call this.
     virtual void IncrementReferences() const;
 
-    /// Gives one reference back; the object deletes itself with the last one.
+    /// Releases a reference; the object is deleted with the last one.
     ///
-    /// Everything a thread did to the object before it let go is done before the deletion.
-    /// The caller must hold a reference.
+    /// All accesses of a thread before its release happen before the deletion. The caller must hold
+    /// a reference.
     virtual void DecrementReferences() const;
 
-    /// The count at some moment of the call; it may be stale at once when threads share the object.
+    /// The count at some moment of the call; it may be outdated if threads share the object.
     virtual int GetReferences() const;
 
-    /// Copies this object into `target`, or into a new object when `target` is null.
+    /// Copies this object into `target`, or into a new object if `target` is null.
     ///
-    /// A new object is stored in `target` with a count of 0: the caller owns it. False when
-    /// `target` is of another class, which leaves it as it was, and for every class that offers no
-    /// copy, which is what this one answers.
+    /// A new object is stored in `target` with a count of 0: the caller owns it. Returns false,
+    /// with `target` unchanged, if it is of another class, and for every class without a copy, such
+    /// as this one.
     virtual bool Clone(kxRttiInterface*& target) const;
 
     /// Stores a name: any text, empty by default; names need not differ.

@@ -18,9 +18,9 @@ template <class T> class kxPointer {
 public:
     /// Takes a reference on `object`, null allowed.
     kxPointer(T* object = nullptr) : object_(object) { Increment(); }
-    /// Takes a reference of its own.
+    /// Takes another reference.
     kxPointer(const kxPointer& other) : object_(other.object_) { Increment(); }
-    /// Takes the reference over; `other` is null afterwards.
+    /// Takes over the reference; `other` is null afterwards.
     kxPointer(kxPointer&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
 
     /// From a pointer to a derived or less const object; takes a reference.
@@ -31,22 +31,22 @@ public:
 
     ~kxPointer() { Decrement(); }
 
-    /// Assigns a copy, a moved pointer or a `T*`, each made into `other` first: the old object is
-    /// let go of after the new one is held, so assigning a pointer to itself, or an object that
-    /// only the old one keeps alive, is safe.
+    /// Assigns a copy, a moved pointer or a `T*`, each converted to `other` first: the old object
+    /// is released after the new one is referenced, so assigning a pointer to itself, or an object
+    /// that only the old one keeps alive, is safe.
     kxPointer& operator=(kxPointer other) noexcept {
         std::swap(object_, other.object_);
         return *this;
     }
 
-    /// The object, still owned by its pointers; null when there is none.
+    /// The object, owned by its pointers; null if there is none.
     T* get() const { return object_; }
-    /// Its members; not for null.
+    /// Member access; must not be null.
     T* operator->() const {
         assert(object_ != nullptr);
         return object_;
     }
-    /// The object itself; not for null.
+    /// The object; must not be null.
     T& operator*() const {
         assert(object_ != nullptr);
         return *object_;
@@ -54,21 +54,21 @@ public:
     /// Whether there is an object.
     explicit operator bool() const { return object_ != nullptr; }
 
-    /// Pointers are equal when they hold the same object, or none.
+    /// Pointers are equal if they refer to the same object, or to none.
     friend bool operator==(const kxPointer& a, const kxPointer& b) {
         return a.object_ == b.object_;
     }
-    /// The same for a bare pointer.
+    /// As above, with a raw pointer.
     friend bool operator==(const kxPointer& a, const T* b) { return a.object_ == b; }
-    /// The same for a bare pointer on the left.
+    /// As above, with a raw pointer on the left.
     friend bool operator==(const T* a, const kxPointer& b) { return a == b.object_; }
     /// Whether the objects differ.
     friend bool operator!=(const kxPointer& a, const kxPointer& b) {
         return a.object_ != b.object_;
     }
-    /// The same for a bare pointer.
+    /// As above, with a raw pointer.
     friend bool operator!=(const kxPointer& a, const T* b) { return a.object_ != b; }
-    /// The same for a bare pointer on the left.
+    /// As above, with a raw pointer on the left.
     friend bool operator!=(const T* a, const kxPointer& b) { return a != b.object_; }
 
 private:

@@ -1,4 +1,4 @@
-// Gives the progress interface its one home in the library.
+// Anchors the vtable of the progress interface in the library.
 #include <kxSystem/kxProgressNotifierInterface.h>
 
 namespace kx {

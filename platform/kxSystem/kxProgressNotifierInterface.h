@@ -1,4 +1,4 @@
-// How a long operation tells how far it has come.
+// Progress of long operations.
 #ifndef KXSYSTEM_KXPROGRESSNOTIFIERINTERFACE_H
 #define KXSYSTEM_KXPROGRESSNOTIFIERINTERFACE_H
 
@@ -9,16 +9,16 @@ namespace kx {
 
 /// A progress bar with a stop button, implemented by the host.
 ///
-/// Progress is counted in steps, of which there may be fractions. All calls come from the thread
-/// that does the work.
+/// Progress is counted in steps, possibly fractional. All calls come from the thread of the
+/// operation.
 class KX_EXPORT kxProgressNotifierInterface : public kxCancelInterfaceReadOnly {
 public:
     ~kxProgressNotifierInterface() override;
 
-    /// Starts over: `steps` (0 or more) in all, none of them done.
+    /// Starts a run of `steps` (0 or more) steps in total, none of them done.
     virtual void setTotal(double steps) = 0;
 
-    /// The steps done so far and their total; what lies between the two is left to do.
+    /// The steps done so far and their total.
     virtual void getRange(double& start, double& end) const = 0;
 
     /// Adds `steps` (0 or more) to those done.

@@ -1,4 +1,4 @@
-// Type records: the walk from a class to its bases.
+// Type records: the search from a class through its bases.
 #include <kxSystem/kxRtti.h>
 #include <kxSystem/kxRttiInterface.h>
 

@@ -1,4 +1,4 @@
-// What everything with a type record has in common.
+// The interface of objects with a type record.
 #ifndef KXSYSTEM_KXRTTIINTERFACE_H
 #define KXSYSTEM_KXRTTIINTERFACE_H
 

@@ -8,18 +8,18 @@
 
 namespace kx {
 
-/// Operations on text. No state; any number of threads may call at once.
+/// Operations on text. Stateless; safe to call from any number of threads.
 struct KX_EXPORT kxStringUtils {
-    /// The sets there are.
+    /// The character sets.
     enum CharSet {
-        CS_FILE_SYSTEM = 0, ///< what the system's file calls take
-        CS_UTF8 = 1         ///< what the framework's own text is in
+        CS_FILE_SYSTEM = 0, ///< of the system's file functions
+        CS_UTF8 = 1         ///< of the framework's own text
     };
 
-    /// The same text in another character set.
+    /// Converts text to another character set.
     ///
-    /// On Linux both sets are UTF-8 and a file name is whatever bytes it is, so this gives back the
-    /// bytes of `text`, valid UTF-8 or not.
+    /// On Linux both sets are UTF-8 and file names are arbitrary bytes, so this returns `text`
+    /// unchanged, valid UTF-8 or not.
     static std::string convertCharset(const std::string& text, CharSet from, CharSet to);
 };
 
