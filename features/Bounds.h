@@ -1,4 +1,4 @@
-// Points and axis-parallel boxes in doubles.
+// Points and axis-aligned bounding boxes in doubles.
 #pragma once
 
 #include <Wm4Foundation.h>
@@ -8,12 +8,12 @@
 
 namespace ctr {
 
-/// The same point; every float is a double.
+/// The same point; the conversion is exact.
 inline Wm4::Vector3<double> InDoubles(const Wm4::Vector3<float>& p) {
     return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
 }
 
-/// A closed box; by default the empty one, whose minimum is above its maximum.
+/// A closed box; by default empty, with its minimum above its maximum.
 struct Bounds {
     Wm4::Vector3<double> min{kFar, kFar, kFar};
     Wm4::Vector3<double> max{-kFar, -kFar, -kFar};
@@ -26,7 +26,7 @@ struct Bounds {
             max[axis] = std::max(max[axis], point[axis]);
         }
     }
-    /// The other box is not empty.
+    /// The other box must not be empty.
     void add(const Bounds& other) {
         add(other.min);
         add(other.max);

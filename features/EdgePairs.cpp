@@ -1,7 +1,8 @@
-// A spatial hash of the middles of edges. Edges are told apart by the binary order of their lengths
-// as well, so that many short edges beside a long one are never compared with it, and each order
-// has cells at least twice as large as the gap that its edges can have: those within the gap of a
-// point are in eight at most.
+// A spatial hash of edge midpoints (M. Teschner et al., Optimized Spatial Hashing for Collision
+// Detection of Deformable Objects, VMV 2003), one grid per power of two of edge length, so that the
+// many short edges beside a long one are never compared with it. The cells of a grid are at least
+// twice as large as the gaps allowed at its lengths, so a query visits at most eight cells. Buckets
+// are filled by a counting sort. Expected linear time.
 #include "features/EdgePairs.h"
 
 #include <algorithm>
@@ -16,11 +17,11 @@ namespace {
 
 constexpr std::uint32_t kNoEdge = std::numeric_limits<std::uint32_t>::max();
 
-/// Of a bucket no more edges than these are looked at, so that edges given a thousand times over
+/// A query reads at most this many edges of a bucket, so that edges repeated thousands of times
 /// take linear time.
-constexpr std::uint32_t kBucketReach = 64;
+constexpr std::uint32_t kMostPerBucket = 64;
 
-/// How near two edges are, in the way that fits better.
+/// The distance of two edges, for the better of the two ways to match their ends.
 struct Match {
     double gap;
     bool sameWay;
@@ -31,7 +32,7 @@ double DistanceOf(const Wm4::Vector3<double>& a, const Wm4::Vector3<double>& b) 
     return std::sqrt(difference.Dot(difference));
 }
 
-Match MatchOf(const OpenEdge& a, const OpenEdge& b) {
+Match MatchOf(const BoundaryEdge& a, const BoundaryEdge& b) {
     const double opposite = std::max(DistanceOf(a.start, b.end), DistanceOf(a.end, b.start));
     const double same = std::max(DistanceOf(a.start, b.start), DistanceOf(a.end, b.end));
     return same < opposite ? Match{same, true} : Match{opposite, false};
@@ -39,7 +40,7 @@ Match MatchOf(const OpenEdge& a, const OpenEdge& b) {
 
 class PairFinder {
 public:
-    PairFinder(const std::vector<OpenEdge>& edges, const PairRule& rule)
+    PairFinder(const std::vector<BoundaryEdge>& edges, const PairRule& rule)
         : edges_(edges), rule_(rule), nearest_(edges.size(), kNoEdge),
           matches_(edges.size(), Match{std::numeric_limits<double>::infinity(), false}) {
         fillBuckets();
@@ -65,32 +66,33 @@ public:
 private:
     using Cell = std::array<std::int64_t, 3>;
 
-    /// An edge in its bucket, with all that rules out most of them.
+    /// An edge in its bucket, with its midpoint for rejecting most edges early.
     struct Member {
-        Wm4::Vector3<double> middle;
+        Wm4::Vector3<double> midpoint;
         std::uint32_t edge;
     };
 
     static int orderOf(double length) { return std::ilogb(length); }
 
-    /// The largest gap of edges of an order of length.
+    /// The largest gap allowed for edges of a binary order of length.
     double reachOf(int order) const {
         return std::min(rule_.distance, rule_.shareOfLength * std::ldexp(2.0, order));
     }
 
-    /// As large as the edges of an order, so that a cell holds few of them, unless far less or more
-    /// serves their gaps: most edges then have to look into one cell only, and none into more than
-    /// eight.
+    /// The cell size of an order: the length of its edges, so that a cell holds few of them, but at
+    /// least 2 and at most 16 times their gap, so that most queries visit one cell and none more
+    /// than eight.
     double cellOf(int order) const {
         const double reach = reachOf(order);
         return std::max(2.0 * reach, std::min(16.0 * reach, std::ldexp(1.0, order)));
     }
 
-    static Wm4::Vector3<double> middleOf(const OpenEdge& edge) {
+    static Wm4::Vector3<double> midpointOf(const BoundaryEdge& edge) {
         return 0.5 * edge.start + 0.5 * edge.end;
     }
 
-    /// The number of a cell along an axis; clamped where cells are too small to be counted.
+    /// The index of a cell along an axis, clamped where the quotient exceeds the integers of a
+    /// double.
     static std::int64_t cellAt(double coordinate, double cell) {
         constexpr double kMost = 9e15;
         return static_cast<std::int64_t>(std::floor(std::clamp(coordinate / cell, -kMost, kMost)));
@@ -105,27 +107,27 @@ private:
         return hash & (bucketEnd_.size() - 2);
     }
 
-    std::size_t bucketOf(const OpenEdge& edge) const {
+    std::size_t bucketOf(const BoundaryEdge& edge) const {
         const int order = orderOf(edge.length);
-        const Wm4::Vector3<double> middle = middleOf(edge);
+        const Wm4::Vector3<double> midpoint = midpointOf(edge);
         const double size = cellOf(order);
-        return bucketOf(
-            order, {cellAt(middle[0], size), cellAt(middle[1], size), cellAt(middle[2], size)});
+        return bucketOf(order, {cellAt(midpoint[0], size), cellAt(midpoint[1], size),
+                                cellAt(midpoint[2], size)});
     }
 
-    /// A counting sort: a bucket holds its edges in their order.
+    /// Counting sort: each bucket holds its edges in order.
     void fillBuckets() {
         bucketEnd_.assign(std::bit_ceil(edges_.size() + 1) + 1, 0);
         std::vector<std::size_t> buckets;
         buckets.reserve(edges_.size());
-        for (const OpenEdge& edge : edges_) {
+        for (const BoundaryEdge& edge : edges_) {
             buckets.push_back(bucketOf(edge));
             ++bucketEnd_[buckets.back() + 1];
         }
         std::partial_sum(bucketEnd_.begin(), bucketEnd_.end(), bucketEnd_.begin());
         members_.resize(edges_.size());
         for (std::uint32_t i = 0; i < edges_.size(); ++i) {
-            members_[bucketEnd_[buckets[i]]++] = {middleOf(edges_[i]), i};
+            members_[bucketEnd_[buckets[i]]++] = {midpointOf(edges_[i]), i};
         }
     }
 
@@ -136,38 +138,38 @@ private:
         const int shortest = orderOf(std::max(0.5 * length, length - slack));
         const int longest = orderOf(length + 2.0 * slack);
         for (int order = shortest; order <= longest; ++order) {
-            lookAround(number, order);
+            searchAround(number, order);
         }
     }
 
-    /// Looks at the edges of an order in the cells around the middle of an edge.
-    void lookAround(std::uint32_t number, int order) {
-        const Wm4::Vector3<double> middle = middleOf(edges_[number]);
+    /// Searches the edges of an order in the cells around the midpoint of an edge.
+    void searchAround(std::uint32_t number, int order) {
+        const Wm4::Vector3<double> midpoint = midpointOf(edges_[number]);
         const double size = cellOf(order);
         const double reach = reachOf(order);
         Cell low;
         Cell high;
         for (int axis = 0; axis < 3; ++axis) {
-            low[static_cast<std::size_t>(axis)] = cellAt(middle[axis] - reach, size);
-            high[static_cast<std::size_t>(axis)] = cellAt(middle[axis] + reach, size);
+            low[static_cast<std::size_t>(axis)] = cellAt(midpoint[axis] - reach, size);
+            high[static_cast<std::size_t>(axis)] = cellAt(midpoint[axis] + reach, size);
         }
         for (std::int64_t x = low[0]; x <= high[0]; ++x) {
             for (std::int64_t y = low[1]; y <= high[1]; ++y) {
                 for (std::int64_t z = low[2]; z <= high[2]; ++z) {
-                    lookInto(bucketOf(order, {x, y, z}), number, reach);
+                    searchBucket(bucketOf(order, {x, y, z}), number, reach);
                 }
             }
         }
     }
 
-    /// Middles of edges are no farther apart than their ends. Squares are rounded by far less than
-    /// is granted.
-    void lookInto(std::size_t bucket, std::uint32_t number, double reach) {
-        const Wm4::Vector3<double> middle = middleOf(edges_[number]);
+    /// Midpoints of edges are no farther apart than their ends; the tolerance covers the rounding
+    /// of the squares.
+    void searchBucket(std::size_t bucket, std::uint32_t number, double reach) {
+        const Wm4::Vector3<double> midpoint = midpointOf(edges_[number]);
         const std::uint32_t first = bucket == 0 ? 0 : bucketEnd_[bucket - 1];
-        const std::uint32_t end = std::min(bucketEnd_[bucket], first + kBucketReach);
+        const std::uint32_t end = std::min(bucketEnd_[bucket], first + kMostPerBucket);
         for (std::uint32_t i = first; i < end; ++i) {
-            const Wm4::Vector3<double> apart = members_[i].middle - middle;
+            const Wm4::Vector3<double> apart = members_[i].midpoint - midpoint;
             if (apart.Dot(apart) <= reach * reach * (1.0 + 1e-9)) {
                 consider(number, members_[i].edge);
             }
@@ -175,8 +177,8 @@ private:
     }
 
     void consider(std::uint32_t number, std::uint32_t other) {
-        const OpenEdge& a = edges_[number];
-        const OpenEdge& b = edges_[other];
+        const BoundaryEdge& a = edges_[number];
+        const BoundaryEdge& b = edges_[other];
         if (a.triangle() == b.triangle()) {
             return;
         }
@@ -192,7 +194,7 @@ private:
         }
     }
 
-    const std::vector<OpenEdge>& edges_;
+    const std::vector<BoundaryEdge>& edges_;
     const PairRule& rule_;
     std::vector<std::uint32_t> bucketEnd_; ///< Where the members of each bucket end.
     std::vector<Member> members_;
@@ -202,7 +204,7 @@ private:
 
 } // namespace
 
-std::vector<EdgePair> FindEdgePairs(const std::vector<OpenEdge>& edges, const PairRule& rule) {
+std::vector<EdgePair> FindEdgePairs(const std::vector<BoundaryEdge>& edges, const PairRule& rule) {
     return PairFinder(edges, rule).run();
 }
 

@@ -1,5 +1,6 @@
-// A mesh's own outline: that of its repaired surface. Repair adds vertices only at places where the
-// mesh has some, which come first, and lines name the first vertex at a place.
+// The feature edges of a mesh are those of its repaired surface. Their indices are valid for the
+// mesh itself: repair adds vertices only at positions of existing ones, after them, and lines refer
+// to the first vertex at each position.
 #include <ctr/FeatureEdges.h>
 
 #include <Wm4Foundation.h>

@@ -1,13 +1,15 @@
-// The driver: bakes a cluster of meshes, extracts its feature lines and finds what hides them.
+// The driver: bakes a cluster of meshes, extracts its feature lines (creases or given feature
+// edges, silhouettes, intersections) and computes their occluded intervals.
 #include <ctr/GeometricFeaturesGenerator.h>
 
 #include <kxSceneGraph/kxOutlineMetadata.h>
 #include <kxSystem/kxCancelInterfaceReadOnly.h>
 
+#include "linesets/CommonSegments.h"
+#include "linesets/FuseSets.h"
 #include "linesets/IndexRange.h"
+#include "linesets/Progress.h"
 #include "linesets/SetConstruction.h"
-#include "linesets/SetOperations.h"
-#include "linesets/Work.h"
 #include "visibility/Baking.h"
 #include "visibility/EdgeOcclusion.h"
 #include "visibility/IntersectionLines.h"
@@ -27,7 +29,7 @@ using MeshList = std::vector<const kx::kxTriMesh*>;
 
 constexpr float kCreaseAngleInDegrees = 5.0F;
 
-/// Sets on their way into a fused one; freed in any case.
+/// Owns sets until they are fused.
 class SetList {
 public:
     SetList() = default;
@@ -39,12 +41,12 @@ public:
         }
     }
 
-    LineSegmentSet* fuse(WorkCounter& work) const { return FuseLineSegmentSets(sets, work); }
+    LineSegmentSet* fuse(ItemCounter& work) const { return FuseLineSegmentSets(sets, work); }
 
     std::vector<LineSegmentSet*> sets;
 };
 
-/// The first outline that a mesh carries, or null.
+/// The first outline of a mesh, that is, the feature edges it was given; null if it has none.
 const kx::kxOutlineMetadata* FindOutline(const kx::kxTriMesh& mesh) {
     for (int i = 0; i < mesh.GetMetadataQuantity(); ++i) {
         const kx::kxMetadata* metadata = mesh.GetMetadata(i);
@@ -55,8 +57,9 @@ const kx::kxOutlineMetadata* FindOutline(const kx::kxTriMesh& mesh) {
     return nullptr;
 }
 
-LineSegmentSet* CreasesOfMesh(const kx::kxTriMesh* mesh,
-                              const kx::kxCancelInterfaceReadOnly& cancel) {
+/// The feature edges that a mesh was given, otherwise its creases.
+LineSegmentSet* FeatureEdgesOf(const kx::kxTriMesh* mesh,
+                               const kx::kxCancelInterfaceReadOnly& cancel) {
     if (mesh == nullptr) {
         return nullptr;
     }
@@ -78,19 +81,19 @@ std::size_t SegmentCountOf(const std::vector<MeshFeatures>& features) {
     return count;
 }
 
-/// The creases that are no silhouettes; null where none are left.
+/// The creases that are not silhouettes; null if none are left.
 kx::kxPointer<LineSegmentSet> Without(const kx::kxPointer<LineSegmentSet>& creases,
                                       const LineSegmentSet* silhouettes,
-                                      WorkCounter& work) {
+                                      ItemCounter& work) {
     RemoveCommonSegments(creases.get(), silhouettes, work);
     const bool some = creases && creases->GetIndexBuffer() != nullptr;
     return some ? creases : nullptr;
 }
 
-/// What the parts of a run take, in nanoseconds on one processor of 2022. Models differ by factors
-/// of three and more.
+/// Costs of the phases, in nanoseconds on one processor of 2022; estimates for progress only, since
+/// models differ by factors of three and more.
 namespace cost {
-constexpr double kOutlinesPerTriangle = 60.0;
+constexpr double kExtractionPerTriangle = 60.0;
 constexpr double kHidingPerSegment = 2500.0;
 constexpr double kPairsPerTriangle = 1000.0;
 constexpr double kPiecesPerEdge = 4000.0;
@@ -98,7 +101,7 @@ constexpr double kEdgesPerTriangle = 0.2;
 constexpr double kSegmentsPerTriangle = 0.1;
 } // namespace cost
 
-bool IsSeenEndOn(const BakedVertex& b0, const BakedVertex& b1) {
+bool ProjectsToPoint(const BakedVertex& b0, const BakedVertex& b1) {
     return b0.x == b1.x && b0.y == b1.y;
 }
 
@@ -110,23 +113,28 @@ bool AreWholeTogether(std::vector<RationalInterval>& ranges) {
 } // namespace
 
 struct GeometricFeaturesGenerator::tInternal {
-    void setCluster(const MeshList& meshes, const MeshList* occluders, Work& work);
+    void setCluster(const MeshList& meshes, const MeshList* occluders, PhasedProgress& work);
     void clearClusters();
-    void initBakedTriangles(Work& work);
+    void initBakedTriangles(PhasedProgress& work);
     LineSegmentSet* computeCreaseEdges(unsigned int cluster) const;
-    LineSegmentSet* computeSilhouetteEdges(unsigned int cluster, WorkCounter& work) const;
+    LineSegmentSet* computeSilhouetteEdges(unsigned int cluster, ItemCounter& work) const;
     LineSegmentSet* computeIntersectionEdges(unsigned int cluster);
     LineSegmentSet* computeIntersectionsBehindAll(unsigned int cluster,
                                                   kx::kxPointer<LineSegmentSet>* hidden);
     void releaseLayouts(unsigned int cluster);
     FeaturesByMesh
-    computeFeaturesByMesh(unsigned int cluster, const FeatureChoice& choice, Work& work);
-    void findOutlines(std::vector<MeshFeatures>& features,
+    computeFeaturesByMesh(unsigned int cluster, const FeatureChoice& choice, PhasedProgress& work);
+    void findEdges(std::vector<MeshFeatures>& features,
+                   unsigned int cluster,
+                   const FeatureChoice& choice,
+                   PhasedProgress& work) const;
+    void occludeEdges(const std::vector<MeshFeatures>& features,
                       unsigned int cluster,
-                      const FeatureChoice& choice,
-                      Work& work) const;
-    void hideOutlines(const std::vector<MeshFeatures>& features, unsigned int cluster, Work& work);
-    void findIntersections(FeaturesByMesh& features, unsigned int cluster, bool hidden, Work& work);
+                      PhasedProgress& work);
+    void findIntersections(FeaturesByMesh& features,
+                           unsigned int cluster,
+                           bool hidden,
+                           PhasedProgress& work);
     void
     occlude(LineSegmentSet& set, unsigned int cluster, kx::kxProgressNotifierInterface* notifier);
     bool
@@ -139,10 +147,10 @@ struct GeometricFeaturesGenerator::tInternal {
 
     DiscreteProjectionSpace projectionSpace;
     std::vector<MeshList> exportClusters;
-    std::vector<MeshList> occluderClusters; ///< May be shorter: no mesh that only hides.
+    std::vector<MeshList> occluderClusters; ///< Empty if no mesh only occludes.
     std::vector<BakedTriangles> exportBaked;
     std::vector<BakedTriangles> occluderBaked;
-    std::vector<EdgeOcclusion> exportOcclusion; ///< One a baked entry, of which it borrows.
+    std::vector<EdgeOcclusion> exportOcclusion; ///< One per baked entry, which it borrows.
     std::vector<EdgeOcclusion> occluderOcclusion;
     kx::kxProgressNotifierInterface* progressNotifier = nullptr;
     unsigned int contactTolerance = 0;
@@ -150,8 +158,8 @@ struct GeometricFeaturesGenerator::tInternal {
 
 void GeometricFeaturesGenerator::tInternal::setCluster(const MeshList& meshes,
                                                        const MeshList* occluders,
-                                                       Work& work) {
-    // Half of the old cluster and half of the new one would be worse than none.
+                                                       PhasedProgress& work) {
+    // A mix of the old cluster and the new one would be worse than none.
     try {
         exportClusters.assign(1, meshes);
         occluderClusters.clear();
@@ -174,7 +182,7 @@ void GeometricFeaturesGenerator::tInternal::clearClusters() {
     occluderBaked.clear();
 }
 
-void GeometricFeaturesGenerator::tInternal::initBakedTriangles(Work& work) {
+void GeometricFeaturesGenerator::tInternal::initBakedTriangles(PhasedProgress& work) {
     const std::size_t count = exportClusters.size();
     exportOcclusion.clear();
     occluderOcclusion.clear();
@@ -207,15 +215,15 @@ GeometricFeaturesGenerator::tInternal::computeCreaseEdges(unsigned int cluster) 
     SetList list;
     list.sets.resize(exportClusters[cluster].size(), nullptr);
     for (std::size_t i = 0; i < list.sets.size(); ++i) {
-        list.sets[i] = CreasesOfMesh(exportClusters[cluster][i], neverCancel);
+        list.sets[i] = FeatureEdgesOf(exportClusters[cluster][i], neverCancel);
     }
-    WorkCounter unwatched;
-    return list.fuse(unwatched);
+    ItemCounter uncancelled;
+    return list.fuse(uncancelled);
 }
 
 LineSegmentSet*
 GeometricFeaturesGenerator::tInternal::computeSilhouetteEdges(unsigned int cluster,
-                                                              WorkCounter& work) const {
+                                                              ItemCounter& work) const {
     if (cluster >= exportBaked.size()) {
         return nullptr;
     }
@@ -224,7 +232,7 @@ GeometricFeaturesGenerator::tInternal::computeSilhouetteEdges(unsigned int clust
     return list.fuse(work);
 }
 
-/// For the record of features: hidden by exported meshes only.
+/// For GeometricFeatures: occluded by exported meshes only.
 LineSegmentSet*
 GeometricFeaturesGenerator::tInternal::computeIntersectionEdges(unsigned int cluster) {
     if (cluster >= exportBaked.size()) {
@@ -255,7 +263,7 @@ LineSegmentSet* GeometricFeaturesGenerator::tInternal::computeIntersectionsBehin
 }
 
 FeaturesByMesh GeometricFeaturesGenerator::tInternal::computeFeaturesByMesh(
-    unsigned int cluster, const FeatureChoice& choice, Work& work) {
+    unsigned int cluster, const FeatureChoice& choice, PhasedProgress& work) {
     constexpr double kCountsPerTriangle = 4.0;
     const auto triangles = static_cast<double>(exportBaked[cluster].trianglePlanes.size());
     const double perPair = choice.intersections ? cost::kPairsPerTriangle : 0.0;
@@ -263,13 +271,13 @@ FeaturesByMesh GeometricFeaturesGenerator::tInternal::computeFeaturesByMesh(
         choice.intersections ? cost::kEdgesPerTriangle * cost::kPiecesPerEdge : 0.0;
     const double perHiding = cost::kSegmentsPerTriangle * cost::kHidingPerSegment;
     FeaturesByMesh features;
-    work.begin(kCountsPerTriangle * triangles, cost::kOutlinesPerTriangle * triangles,
+    work.begin(kCountsPerTriangle * triangles, cost::kExtractionPerTriangle * triangles,
                (perHiding + perPair + perPiece) * triangles);
-    findOutlines(features.meshes, cluster, choice, work);
+    findEdges(features.meshes, cluster, choice, work);
 
     const auto segments = static_cast<double>(SegmentCountOf(features.meshes));
     work.begin(segments, cost::kHidingPerSegment * segments, (perPair + perPiece) * triangles);
-    hideOutlines(features.meshes, cluster, work);
+    occludeEdges(features.meshes, cluster, work);
 
     if (choice.intersections) {
         work.begin(triangles, perPair, perPiece);
@@ -278,34 +286,34 @@ FeaturesByMesh GeometricFeaturesGenerator::tInternal::computeFeaturesByMesh(
     return features;
 }
 
-void GeometricFeaturesGenerator::tInternal::findOutlines(std::vector<MeshFeatures>& features,
-                                                         unsigned int cluster,
-                                                         const FeatureChoice& choice,
-                                                         Work& work) const {
+void GeometricFeaturesGenerator::tInternal::findEdges(std::vector<MeshFeatures>& features,
+                                                      unsigned int cluster,
+                                                      const FeatureChoice& choice,
+                                                      PhasedProgress& work) const {
     const MeshList& meshes = exportClusters[cluster];
     features.resize(meshes.size());
     SetList silhouettes;
     if (choice.silhouettes) {
         FindSilhouettes(exportBaked[cluster], silhouettes.sets, work);
     }
-    // A caller may have baked other meshes, even more of them.
+    // A caller may have baked other meshes through getBakedTriangles(), possibly more of them.
     silhouettes.sets.resize(std::max(silhouettes.sets.size(), meshes.size()), nullptr);
     for (std::size_t i = 0; i < meshes.size(); ++i) {
         features[i].silhouetteEdges = MakeWorldSet(silhouettes.sets[i], work);
         if (choice.creases) {
             SetList creases;
-            creases.sets.assign(1, CreasesOfMesh(meshes[i], work));
+            creases.sets.assign(1, FeatureEdgesOf(meshes[i], work));
             features[i].creaseEdges = Without(MakeWorldSet(creases.sets[0], work),
                                               features[i].silhouetteEdges.get(), work);
         }
-        work.look();
+        work.poll();
     }
 }
 
-void GeometricFeaturesGenerator::tInternal::hideOutlines(const std::vector<MeshFeatures>& features,
+void GeometricFeaturesGenerator::tInternal::occludeEdges(const std::vector<MeshFeatures>& features,
                                                          unsigned int cluster,
-                                                         Work& work) {
-    // Each set alone may be too small for a layout.
+                                                         PhasedProgress& work) {
+    // Announced together: each set alone may be too small to build a layout for.
     const std::size_t segments = SegmentCountOf(features);
     exportOcclusion[cluster].announce(segments, work);
     occluderOcclusion[cluster].announce(segments, work);
@@ -313,7 +321,7 @@ void GeometricFeaturesGenerator::tInternal::hideOutlines(const std::vector<MeshF
         for (LineSegmentSet* set : {mesh.silhouetteEdges.get(), mesh.creaseEdges.get()}) {
             if (set != nullptr) {
                 occlude(*set, cluster, &work);
-                work.look();
+                work.poll();
             }
         }
     }
@@ -322,10 +330,10 @@ void GeometricFeaturesGenerator::tInternal::hideOutlines(const std::vector<MeshF
 void GeometricFeaturesGenerator::tInternal::findIntersections(FeaturesByMesh& features,
                                                               unsigned int cluster,
                                                               bool hidden,
-                                                              Work& work) {
+                                                              PhasedProgress& work) {
     const LaidOutTriangles triangles{&exportBaked[cluster], exportOcclusion[cluster].layout()};
     const LaidOutTriangles occluders{&occluderBaked[cluster], occluderOcclusion[cluster].layout()};
-    // How many edges there are is told from those found among the triangles that are done.
+    // The number of edges is extrapolated from those found among the triangles done so far.
     constexpr std::size_t kTrianglesPerEstimate = 1024;
     const auto all = static_cast<double>(exportBaked[cluster].trianglePlanes.size());
     std::size_t count = 0;
@@ -342,11 +350,11 @@ void GeometricFeaturesGenerator::tInternal::findIntersections(FeaturesByMesh& fe
     work.begin(static_cast<double>(edges.size()), 1.0, 0.0);
     features.intersectionEdges = PiecesOfEdges(
         edges, triangles, &occluders, &work, hidden ? &features.hiddenIntersectionEdges : nullptr);
-    work.look();
+    work.poll();
     releaseLayouts(cluster);
 }
 
-/// Intersections are the last that depends on what hides what.
+/// Intersections are the last step that needs the layouts.
 void GeometricFeaturesGenerator::tInternal::releaseLayouts(unsigned int cluster) {
     exportOcclusion[cluster].release();
     occluderOcclusion[cluster].release();
@@ -373,7 +381,7 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
     }
     EdgeOcclusion& exported = exportOcclusion[cluster];
     EdgeOcclusion& occluders = occluderOcclusion[cluster];
-    WorkCounter work(notifier);
+    ItemCounter work(notifier);
     try {
         exported.announce(count, work);
         occluders.announce(count, work);
@@ -415,8 +423,8 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
     }
 }
 
-/// Writes the segment's clip record and its ends on the grid; false when it does not exist, is
-/// outside the view or is seen end-on.
+/// Writes the segment's clip record and its ends on the grid; false if it does not exist, is
+/// outside the view or projects to a point.
 bool GeometricFeaturesGenerator::tInternal::clipSegment(LineSegmentSet& set,
                                                         std::size_t segment,
                                                         BakedVertex& b0,
@@ -434,7 +442,7 @@ bool GeometricFeaturesGenerator::tInternal::clipSegment(LineSegmentSet& set,
     };
     std::tie(clip.t0, clip.t1) =
         projectionSpace.clipEdgeWorld(endPoint(0), endPoint(1), b0, b1, clip.w0, clip.w1);
-    return clip.t0 < clip.t1 && !IsSeenEndOn(b0, b1);
+    return clip.t0 < clip.t1 && !ProjectsToPoint(b0, b1);
 }
 
 GeometricFeaturesGenerator::GeometricFeaturesGenerator()
@@ -456,15 +464,15 @@ void GeometricFeaturesGenerator::setProgressNotifier(kx::kxProgressNotifierInter
 
 void GeometricFeaturesGenerator::setSingleExportCluster(const MeshList& meshes,
                                                         const MeshList* occluders) {
-    Work unwatched(nullptr);
-    internal_->setCluster(meshes, occluders, unwatched);
+    PhasedProgress uncancelled(nullptr);
+    internal_->setCluster(meshes, occluders, uncancelled);
 }
 
 bool GeometricFeaturesGenerator::setSingleExportCluster(const MeshList& meshes,
                                                         const MeshList* occluders,
                                                         kx::kxProgressNotifierInterface& notifier) {
     try {
-        Work work(&notifier);
+        PhasedProgress work(&notifier);
         internal_->setCluster(meshes, occluders, work);
         work.finish();
         return true;
@@ -486,7 +494,7 @@ void GeometricFeaturesGenerator::computeGeometricFeatures(GeometricFeatures& out
         return;
     }
     try {
-        WorkCounter work(internal_->progressNotifier);
+        ItemCounter work(internal_->progressNotifier);
         out.silhouetteEdges = internal_->computeSilhouetteEdges(cluster, work);
         if (removeCommonSegments) {
             out.creaseEdges = Without(out.creaseEdges, out.silhouetteEdges.get(), work);
@@ -528,7 +536,7 @@ bool GeometricFeaturesGenerator::computeFeaturesByMesh(FeaturesByMesh& out,
         return false;
     }
     try {
-        Work work(internal_->progressNotifier);
+        PhasedProgress work(internal_->progressNotifier);
         FeaturesByMesh features = internal_->computeFeaturesByMesh(cluster, choice, work);
         work.finish();
         out = std::move(features);

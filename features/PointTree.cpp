@@ -1,5 +1,5 @@
-// The tree is walked with a stack; a box is left out when the segment misses it, made larger by the
-// distance, which a slab test tells.
+// Queries traverse the tree with a stack. A box is rejected by a slab test of the segment against
+// the box enlarged by the distance, which is conservative.
 #include "features/PointTree.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint32_t kPointsPerLeaf = 8;
 
-/// Whether a segment comes within a distance of a box along every axis at once.
+/// Slab test: whether a segment meets a box that is enlarged by a distance.
 bool MayReach(const Bounds& box,
               const Wm4::Vector3<double>& start,
               const Wm4::Vector3<double>& end,
@@ -34,7 +34,7 @@ bool MayReach(const Bounds& box,
         enter = std::max(enter, std::min(a, b));
         leave = std::min(leave, std::max(a, b));
     }
-    // Divisions are rounded: a box that is missed by less than that counts as met.
+    // The tolerance covers the rounding of the quotients, so that the test stays conservative.
     return enter <= leave + 1e-9;
 }
 
@@ -53,7 +53,7 @@ PointTree::PointTree(std::vector<Wm4::Vector3<double>> points)
     }
 }
 
-/// Halves are of equal size, so the depth is logarithmic whatever the points.
+/// The halves are equal in size, so the depth is logarithmic for any points.
 std::uint32_t PointTree::build(std::uint32_t first, std::uint32_t end) {
     const auto number = static_cast<std::uint32_t>(nodes_.size());
     nodes_.push_back({Bounds(), first, end, 0});

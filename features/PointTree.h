@@ -1,4 +1,4 @@
-// A tree of boxes over points, asked for those beside a segment.
+// A kd-tree over points for queries around segments.
 #pragma once
 
 #include <Wm4Foundation.h>
@@ -11,13 +11,14 @@
 
 namespace ctr {
 
-/// Splits the points at the median of the longest side of their box until few are left.
+/// A kd-tree with bounding boxes, split at the median along the longest side of each box until few
+/// points are left. Construction takes O(n log n).
 class PointTree {
 public:
     explicit PointTree(std::vector<Wm4::Vector3<double>> points);
 
-    /// The points that may be within a distance of a segment, and a few others, by their indices;
-    /// appended to found. Stops once found has so many entries.
+    /// Appends to found the indices of all points within a distance of a segment, and of a few
+    /// others. Stops once found has `most` entries or more.
     void findNear(const Wm4::Vector3<double>& start,
                   const Wm4::Vector3<double>& end,
                   double distance,

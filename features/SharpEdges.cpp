@@ -1,11 +1,12 @@
-// Looks at the sides of every edge. Only the lines that are drawn are brought into the order of
-// their positions.
+// Feature edges by dihedral angle: one pass over the edges that HalfEdges has grouped, then a sort
+// of the edges found. Angles are compared by their cosines, without trigonometric functions.
 #include "features/SharpEdges.h"
 
 #include "fitting/Angles.h"
-#include "linesets/EdgeGroups.h"
+#include "linesets/EdgeBuckets.h"
 #include "linesets/EdgeSort.h"
 #include "linesets/PositionOrder.h"
+#include "linesets/Welding.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,12 +17,12 @@
 namespace ctr {
 namespace {
 
-/// The positions of a file are rounded, so faces that were meant to bend by exactly the angle (a
-/// prism of twelve sides, at 30 degrees) bend by a little more or less. All of them count as less.
+/// The positions of a file are rounded, so dihedral angles that were meant to be exactly the limit
+/// (a prism of twelve sides, at 30 degrees) are a little more or less. All of them count as less.
 constexpr double kAngleTolerance = 0.01;
 
-/// The sine of the angle up to which faces on the same side of an edge are one sheet: a tenth of a
-/// degree, for what rounding does to narrow faces.
+/// The sine of the angle up to which faces on the same side of an edge are one sheet: 0.1 degrees,
+/// which covers the rounding of the positions of narrow faces.
 constexpr double kSheetSine = 1.7e-3;
 
 /// The cosine of the angle above which an edge is sharp.
@@ -30,7 +31,7 @@ double LimitFor(double angleInDegrees) {
     return CosineOfDegrees(std::min(limit, 180.0));
 }
 
-/// An edge that is drawn, from the corner of one of its sides.
+/// A feature edge, given by the corner of one of its half-edges.
 struct SharpEdge {
     std::uint32_t firstRank; ///< Of the end that comes first by position.
     std::uint32_t secondRank;
@@ -41,17 +42,17 @@ class SharpEdgeFinder {
 public:
     SharpEdgeFinder(const kx::kxVertexBuffer& vertices,
                     const kx::kxIndexBuffer& triangles,
-                    const Sides& sides,
+                    const HalfEdges& halfEdges,
                     double angleInDegrees,
                     const Wm4::Matrix4<double>& toWorld)
         : vertices_(vertices), indices_(triangles.GetData()), toWorld_(toWorld),
-          cosLimit_(LimitFor(angleInDegrees)), sides_(sides) {
+          cosLimit_(LimitFor(angleInDegrees)), halfEdges_(halfEdges) {
         findNormals();
     }
 
     kx::kxPointer<kx::kxIndexBuffer> run() {
-        sides_.forEachEdge([this](const Side* first, const Side* end) {
-            if (isDrawn(first, end)) {
+        halfEdges_.forEachEdge([this](const HalfEdge* first, const HalfEdge* end) {
+            if (isFeature(first, end)) {
                 lines_.push_back({0, 0, first->corner});
             }
         });
@@ -60,8 +61,8 @@ public:
             new kx::kxIndexBuffer(static_cast<int>(2 * lines_.size()), kx::IBT_LINES));
         unsigned int* next = lines->GetData();
         for (const SharpEdge& line : lines_) {
-            *next++ = placeAt(line.corner);
-            *next++ = placeAt(NextCorner(line.corner));
+            *next++ = pointAt(line.corner);
+            *next++ = pointAt(NextCorner(line.corner));
         }
         return lines;
     }
@@ -74,36 +75,36 @@ private:
         double length;
     };
 
-    std::uint32_t placeAt(std::uint32_t corner) const { return sides_.placeAt(corner); }
+    std::uint32_t pointAt(std::uint32_t corner) const { return halfEdges_.pointAt(corner); }
 
-    /// Brings the lines into the order of their ends: first the smaller one, then the larger one.
+    /// Sorts the lines by their smaller end, then their larger one.
     void sortLines() {
-        PlaceRanks ranks(sides_.vertexCount());
+        PositionRanks ranks(halfEdges_.vertexCount());
         for (const SharpEdge& line : lines_) {
-            ranks.use(placeAt(line.corner));
-            ranks.use(placeAt(NextCorner(line.corner)));
+            ranks.use(pointAt(line.corner));
+            ranks.use(pointAt(NextCorner(line.corner)));
         }
-        const auto keyOf = [this](std::size_t place) {
-            return KeyOf(sides_.position(static_cast<std::uint32_t>(place)));
+        const auto keyOf = [this](std::size_t point) {
+            return KeyOf(halfEdges_.position(static_cast<std::uint32_t>(point)));
         };
-        WorkCounter unwatched;
-        ranks.rank(keyOf, unwatched);
+        ItemCounter uncancelled;
+        ranks.rank(keyOf, uncancelled);
         for (SharpEdge& line : lines_) {
-            const std::uint32_t from = ranks[placeAt(line.corner)];
-            const std::uint32_t to = ranks[placeAt(NextCorner(line.corner))];
+            const std::uint32_t from = ranks[pointAt(line.corner)];
+            const std::uint32_t to = ranks[pointAt(NextCorner(line.corner))];
             line.firstRank = std::min(from, to);
             line.secondRank = std::max(from, to);
         }
         const auto isBefore = [](const SharpEdge& a, const SharpEdge& b) {
             return a.secondRank < b.secondRank;
         };
-        SortByFirstRank(lines_, ranks.count(), isBefore, unwatched);
+        SortByFirstRank(lines_, ranks.count(), isBefore, uncancelled);
     }
 
-    /// Whether the edge of the sides in [first, end) is drawn.
-    bool isDrawn(const Side* first, const Side* end) {
+    /// Whether the edge with the half-edges [first, end) is a feature edge.
+    bool isFeature(const HalfEdge* first, const HalfEdge* end) {
         if (end - first == 2 && !isSameFace(first[0], first[1])) {
-            return bends(first[0], first[1]);
+            return isSharp(first[0], first[1]);
         }
         if (end - first <= 2) {
             return true;
@@ -112,15 +113,15 @@ private:
         return !areOneSheet();
     }
 
-    /// Whether the faces are one sheet that the edge runs through: at least one on either side, and
-    /// on each side all in one plane, as where parts of one object overlap with flush faces.
+    /// Whether the faces form one sheet that the edge lies in: at least one on either side, and all
+    /// faces on a side in one plane, as where parts of one object overlap with flush faces.
     bool areOneSheet() const {
-        const Side* across = nullptr;
-        for (const Side& face : faces_) {
+        const HalfEdge* across = nullptr;
+        for (const HalfEdge& face : faces_) {
             if (areOnOneSide(faces_[0], face)) {
                 continue;
             }
-            if (across == nullptr && !bends(faces_[0], face)) {
+            if (across == nullptr && !isSharp(faces_[0], face)) {
                 across = &face;
             } else if (across == nullptr || !areOnOneSide(*across, face)) {
                 return false;
@@ -129,43 +130,45 @@ private:
         return across != nullptr;
     }
 
-    /// Two sides of one edge belong to the same face when the corners opposite are one place too.
-    bool isSameFace(const Side& a, const Side& b) const {
-        return sides_.oppositePlace(a) == sides_.oppositePlace(b);
+    /// Half-edges of one edge belong to the same face if their opposite corners are one point.
+    bool isSameFace(const HalfEdge& a, const HalfEdge& b) const {
+        return halfEdges_.oppositePoint(a) == halfEdges_.oppositePoint(b);
     }
 
-    /// One side for each different face among those in [first, end).
-    void gatherFaces(const Side* first, const Side* end) {
+    /// One half-edge for each different face among [first, end).
+    void gatherFaces(const HalfEdge* first, const HalfEdge* end) {
         faces_.assign(first, end);
-        std::stable_sort(faces_.begin(), faces_.end(), [this](const Side& a, const Side& b) {
-            return sides_.oppositePlace(a) < sides_.oppositePlace(b);
-        });
-        const auto same = [this](const Side& a, const Side& b) { return isSameFace(a, b); };
+        std::stable_sort(faces_.begin(), faces_.end(),
+                         [this](const HalfEdge& a, const HalfEdge& b) {
+                             return halfEdges_.oppositePoint(a) < halfEdges_.oppositePoint(b);
+                         });
+        const auto same = [this](const HalfEdge& a, const HalfEdge& b) { return isSameFace(a, b); };
         faces_.erase(std::unique(faces_.begin(), faces_.end(), same), faces_.end());
     }
 
-    bool bends(const Side& a, const Side& b) const {
+    bool isSharp(const HalfEdge& a, const HalfEdge& b) const {
         const Normal& normalA = normals_[a.corner / 3];
         const Normal& normalB = normals_[b.corner / 3];
         const double product = normalA.vector.Dot(normalB.vector);
-        // Faces that lie side by side run along their edge in opposite directions.
-        const bool opposite = sides_.isForward(a) != sides_.isForward(b);
+        // Consistently oriented faces run along their common edge in opposite directions.
+        const bool opposite = halfEdges_.isForward(a) != halfEdges_.isForward(b);
         return (opposite ? product : -product) < cosLimit_ * (normalA.length * normalB.length);
     }
 
-    /// Whether two faces lie on each other beside their edge.
-    bool areOnOneSide(const Side& a, const Side& b) const {
+    /// Whether two faces lie on the same side of their edge, in one plane.
+    bool areOnOneSide(const HalfEdge& a, const HalfEdge& b) const {
         const Vector& p = normals_[a.corner / 3].vector;
         const Vector& q = normals_[b.corner / 3].vector;
         const Vector cross = p.Cross(q);
         const double limit =
             kSheetSine * normals_[a.corner / 3].length * normals_[b.corner / 3].length;
-        const bool isTurned = (p.Dot(q) < 0.0) != (sides_.isForward(a) != sides_.isForward(b));
-        return !isTurned && cross.Dot(cross) <= limit * limit;
+        const bool isFlipped =
+            (p.Dot(q) < 0.0) != (halfEdges_.isForward(a) != halfEdges_.isForward(b));
+        return !isFlipped && cross.Dot(cross) <= limit * limit;
     }
 
     void findNormals() {
-        const std::uint32_t cornerCount = sides_.cornerCount();
+        const std::uint32_t cornerCount = halfEdges_.cornerCount();
         normals_.reserve(cornerCount / 3);
         for (std::uint32_t corner = 0; corner < cornerCount; corner += 3) {
             const Wm4::Vector3<float>& origin = positionAt(corner);
@@ -179,7 +182,7 @@ private:
         return vertices_.Position3(static_cast<int>(indices_[corner]));
     }
 
-    /// The vector between two points, turned and stretched as in the world.
+    /// The vector from origin to point in world space.
     Vector toWorld(const Wm4::Vector3<float>& point, const Wm4::Vector3<float>& origin) const {
         const double x = static_cast<double>(point[0]) - static_cast<double>(origin[0]);
         const double y = static_cast<double>(point[1]) - static_cast<double>(origin[1]);
@@ -194,20 +197,20 @@ private:
     const unsigned int* indices_;
     const Wm4::Matrix4<double>& toWorld_;
     double cosLimit_;
-    const Sides& sides_;
+    const HalfEdges& halfEdges_;
     std::vector<Normal> normals_; ///< Of all triangles.
     std::vector<SharpEdge> lines_;
-    std::vector<Side> faces_; ///< Scratch, kept for its memory.
+    std::vector<HalfEdge> faces_; ///< Scratch memory, reused.
 };
 
 } // namespace
 
 kx::kxPointer<kx::kxIndexBuffer> FindSharpEdges(const kx::kxVertexBuffer& vertices,
                                                 const kx::kxIndexBuffer& triangles,
-                                                const Sides& sides,
+                                                const HalfEdges& halfEdges,
                                                 double angleInDegrees,
                                                 const Wm4::Matrix4<double>& toWorld) {
-    return SharpEdgeFinder(vertices, triangles, sides, angleInDegrees, toWorld).run();
+    return SharpEdgeFinder(vertices, triangles, halfEdges, angleInDegrees, toWorld).run();
 }
 
 } // namespace ctr

@@ -1,5 +1,5 @@
-// Clusters of places with a union-find structure in which the cluster with fewer triangles around
-// it moves, so that each triangle is looked at a logarithmic number of times.
+// Clusters of merged points in a union-find structure. Of two clusters, the one with fewer
+// triangles around it moves (union by weight), so that each triangle is checked O(log n) times.
 #include "features/Stitching.h"
 
 #include <ctr/detail/UnionFind.h>
@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::uint32_t kNoCluster = std::numeric_limits<std::uint32_t>::max();
 
-/// A gap of exactly the distance passes, although its square is rounded.
+/// Admits a gap of exactly the distance, whose square is rounded.
 constexpr double kRounding = 1.0 + 1e-12;
 
 Wm4::Vector3<double> NormalOf(const std::array<Wm4::Vector3<double>, 3>& corners) {
@@ -25,9 +25,9 @@ Wm4::Vector3<double> NormalOf(const std::array<Wm4::Vector3<double>, 3>& corners
 
 class Stitcher {
 public:
-    Stitcher(const std::vector<OpenEdge>& edges, const SurfaceView& surface, double distance)
+    Stitcher(const std::vector<BoundaryEdge>& edges, const SurfaceView& surface, double distance)
         : edges_(edges), surface_(surface), distance_(distance),
-          clusterOf_(surface.sides.vertexCount(), kNoCluster) {}
+          clusterOf_(surface.halfEdges.vertexCount(), kNoCluster) {}
 
     Stitches run(const std::vector<EdgePair>& pairs) {
         makeClusters(pairs);
@@ -41,54 +41,54 @@ public:
                 stitches.widestGap = pair.gap;
             }
         }
-        stitches.targets.resize(surface_.sides.vertexCount());
+        stitches.targets.resize(surface_.halfEdges.vertexCount());
         std::iota(stitches.targets.begin(), stitches.targets.end(), 0U);
         for (const Cluster& cluster : clusters_) {
-            const std::uint32_t target = clusters_[rootOf(cluster.place)].place;
-            stitches.targets[cluster.place] = target;
-            stitches.movedPlaces += target != cluster.place ? 1 : 0;
+            const std::uint32_t target = clusters_[rootOf(cluster.point)].point;
+            stitches.targets[cluster.point] = target;
+            stitches.movedPoints += target != cluster.point ? 1 : 0;
         }
         return stitches;
     }
 
 private:
     struct Cluster {
-        std::uint32_t place;    ///< Its members are where this one is.
-        std::uint32_t next;     ///< The members of a cluster form a ring.
-        std::uint32_t firstUse; ///< Of the place alone: a range of uses_.
+        std::uint32_t point;    ///< All members are at its position.
+        std::uint32_t next;     ///< The members of a cluster form a circular list.
+        std::uint32_t firstUse; ///< The triangles around the point itself, a range of uses_.
         std::uint32_t usesEnd;
-        std::size_t weight; ///< The uses of all members.
-        Bounds box;         ///< Where all members were before the repair.
+        std::size_t weight; ///< The number of triangles around all members.
+        Bounds box;         ///< Of the positions of all members before the repair.
     };
 
-    void addPlace(std::uint32_t place) {
-        if (clusterOf_[place] == kNoCluster) {
+    void addPoint(std::uint32_t point) {
+        if (clusterOf_[point] == kNoCluster) {
             const auto number = static_cast<std::uint32_t>(clusters_.size());
-            clusterOf_[place] = number;
-            clusters_.push_back({place, number, 0, 0, 0, Bounds()});
+            clusterOf_[point] = number;
+            clusters_.push_back({point, number, 0, 0, 0, Bounds()});
         }
     }
 
-    /// One cluster for every place that may move.
+    /// Makes one cluster per point that may move.
     void makeClusters(const std::vector<EdgePair>& pairs) {
         for (const EdgePair& pair : pairs) {
             for (const std::uint32_t number : {pair.first, pair.second}) {
-                addPlace(edges_[number].from);
-                addPlace(edges_[number].to);
+                addPoint(edges_[number].from);
+                addPoint(edges_[number].to);
             }
         }
     }
 
     template <class Visitor> void forEachUse(const Visitor& visit) const {
-        for (std::uint32_t corner = 0; corner < surface_.sides.cornerCount(); ++corner) {
-            const std::uint32_t cluster = clusterOf_[surface_.sides.placeAt(corner)];
+        for (std::uint32_t corner = 0; corner < surface_.halfEdges.cornerCount(); ++corner) {
+            const std::uint32_t cluster = clusterOf_[surface_.halfEdges.pointAt(corner)];
             if (cluster != kNoCluster) {
                 visit(cluster, corner);
             }
         }
     }
 
-    /// Finds the triangles around every place that may move, by a counting sort.
+    /// Gathers the triangles around each point that may move, by a counting sort.
     void gatherTriangles() {
         forEachUse([this](std::uint32_t cluster, std::uint32_t) { ++clusters_[cluster].usesEnd; });
         std::uint32_t sum = 0;
@@ -107,7 +107,7 @@ private:
     void findBoxes() {
         forEachUse([this](std::uint32_t cluster, std::uint32_t corner) {
             clusters_[cluster].box.add(originOf(corner));
-            clusters_[cluster].box.add(positionOf(clusters_[cluster].place));
+            clusters_[cluster].box.add(positionOf(clusters_[cluster].point));
         });
     }
 
@@ -115,31 +115,31 @@ private:
         return InDoubles(surface_.origins[surface_.triangles.GetData()[corner]]);
     }
 
-    Wm4::Vector3<double> positionOf(std::uint32_t place) const {
-        return InDoubles(surface_.sides.position(place));
+    Wm4::Vector3<double> positionOf(std::uint32_t point) const {
+        return InDoubles(surface_.halfEdges.position(point));
     }
 
-    std::uint32_t rootOf(std::uint32_t place) { return roots_.find(clusterOf_[place]); }
+    std::uint32_t rootOf(std::uint32_t point) { return roots_.find(clusterOf_[point]); }
 
     bool join(const EdgePair& pair) {
-        const OpenEdge& a = edges_[pair.first];
-        const OpenEdge& b = edges_[pair.second];
-        const bool starts = unite(a.from, pair.sameWay ? b.from : b.to);
-        const bool ends = unite(a.to, pair.sameWay ? b.to : b.from);
+        const BoundaryEdge& a = edges_[pair.first];
+        const BoundaryEdge& b = edges_[pair.second];
+        const bool starts = merge(a.from, pair.sameWay ? b.from : b.to);
+        const bool ends = merge(a.to, pair.sameWay ? b.to : b.from);
         return starts && ends;
     }
 
-    /// Whether the places are one afterwards.
-    bool unite(std::uint32_t placeA, std::uint32_t placeB) {
-        std::uint32_t stays = rootOf(placeA);
-        std::uint32_t moves = rootOf(placeB);
+    /// Merges the clusters of two points if allowed; whether they are merged afterwards.
+    bool merge(std::uint32_t pointA, std::uint32_t pointB) {
+        std::uint32_t stays = rootOf(pointA);
+        std::uint32_t moves = rootOf(pointB);
         if (stays == moves) {
             return true;
         }
         const std::size_t weightA = clusters_[stays].weight;
         const std::size_t weightB = clusters_[moves].weight;
         if (weightB > weightA ||
-            (weightB == weightA && clusters_[moves].place < clusters_[stays].place)) {
+            (weightB == weightA && clusters_[moves].point < clusters_[stays].point)) {
             std::swap(stays, moves);
         }
         Bounds box = clusters_[stays].box;
@@ -155,13 +155,12 @@ private:
         return true;
     }
 
-    /// Whether every triangle around a cluster stays one that looks the same way when the cluster
-    /// goes where another one is.
+    /// Whether no triangle around a cluster degenerates or flips when the cluster moves to another.
     bool mayMove(std::uint32_t moves, std::uint32_t stays) {
         std::uint32_t member = moves;
         do {
             for (std::uint32_t i = clusters_[member].firstUse; i < clusters_[member].usesEnd; ++i) {
-                if (!staysUpright(uses_[i], moves, stays)) {
+                if (!staysUnflipped(uses_[i], moves, stays)) {
                     return false;
                 }
             }
@@ -170,37 +169,37 @@ private:
         return true;
     }
 
-    bool staysUpright(std::uint32_t triangle, std::uint32_t moves, std::uint32_t stays) {
+    bool staysUnflipped(std::uint32_t triangle, std::uint32_t moves, std::uint32_t stays) {
         std::array<Wm4::Vector3<double>, 3> before;
         std::array<Wm4::Vector3<double>, 3> after;
         std::size_t touched = 0;
         for (std::uint32_t i = 0; i < 3; ++i) {
             const std::uint32_t corner = 3 * triangle + i;
-            std::uint32_t place = surface_.sides.placeAt(corner);
-            if (clusterOf_[place] != kNoCluster) {
-                const std::uint32_t root = rootOf(place);
+            std::uint32_t point = surface_.halfEdges.pointAt(corner);
+            if (clusterOf_[point] != kNoCluster) {
+                const std::uint32_t root = rootOf(point);
                 touched += root == moves || root == stays ? 1 : 0;
-                place = clusters_[root == moves ? stays : root].place;
+                point = clusters_[root == moves ? stays : root].point;
             }
             before[i] = originOf(corner);
-            after[i] = positionOf(place);
+            after[i] = positionOf(point);
         }
         return touched == 1 && NormalOf(before).Dot(NormalOf(after)) > 0.0;
     }
 
-    const std::vector<OpenEdge>& edges_;
+    const std::vector<BoundaryEdge>& edges_;
     const SurfaceView& surface_;
     double distance_;
-    std::vector<std::uint32_t> clusterOf_; ///< Of each place; a place that cannot move has none.
+    std::vector<std::uint32_t> clusterOf_; ///< Of each point; kNoCluster if it cannot move.
     std::vector<Cluster> clusters_;
     detail::UnionFind roots_;         ///< Of clusters.
-    std::vector<std::uint32_t> uses_; ///< The triangles around each place.
+    std::vector<std::uint32_t> uses_; ///< The triangles around each point.
 };
 
 } // namespace
 
 Stitches StitchPairs(const std::vector<EdgePair>& pairs,
-                     const std::vector<OpenEdge>& edges,
+                     const std::vector<BoundaryEdge>& edges,
                      const SurfaceView& surface,
                      double distance) {
     return Stitcher(edges, surface, distance).run(pairs);

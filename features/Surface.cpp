@@ -1,4 +1,4 @@
-// A surface as others see it.
+// The public face of surface repair and feature edges.
 #include <ctr/Surface.h>
 
 #include "features/SharpEdges.h"
@@ -11,7 +11,7 @@
 namespace ctr {
 namespace {
 
-/// The same buffer where all of its triangles are clean.
+/// The given buffer if all of its triangles are clean, otherwise a cleaned copy.
 kx::kxPointer<kx::kxIndexBuffer> CleanPartOf(const kx::kxVertexBuffer& vertices,
                                              const kx::kxPointer<kx::kxIndexBuffer>& triangles) {
     if (AreClean(vertices, *triangles)) {
@@ -58,7 +58,7 @@ kx::kxPointer<kx::kxOutlineMetadata>
 Surface::featureEdges(double angleInDegrees, const Wm4::Matrix4<double>& toWorld) const {
     SurfaceParts& parts = internal_->parts;
     return new kx::kxOutlineMetadata(FindSharpEdges(*parts.vertices(), *parts.triangles(),
-                                                    parts.sides(), angleInDegrees, toWorld));
+                                                    parts.halfEdges(), angleInDegrees, toWorld));
 }
 
 const kx::kxPointer<kx::kxVertexBuffer>& Surface::vertices() const {

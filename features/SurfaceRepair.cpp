@@ -1,11 +1,13 @@
-// Rounds of looking at all edges anew and mending one kind of fault, until nothing is left to mend.
+// Repairs in rounds: each round classifies all edges and fixes one kind of fault (duplicate faces,
+// then cracks between paired boundary edges, then T-junctions), until no round changes anything.
+// O(n log n) per round.
 #include "features/SurfaceRepair.h"
 
+#include "features/BoundaryEdges.h"
 #include "features/Bounds.h"
 #include "features/EdgePairs.h"
-#include "features/Junctions.h"
-#include "features/OpenEdges.h"
 #include "features/Stitching.h"
+#include "features/TJunctions.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,35 +18,35 @@
 namespace ctr {
 namespace {
 
-/// Cracks that one round opens or cannot close yet are left to the next; more rounds than these
-/// have never been seen to do anything.
+/// Cracks that a round opens or cannot close are left to the next one. This exceeds the number of
+/// rounds that changed anything in any model seen.
 constexpr int kMostRounds = 32;
 
-/// A surface of pieces that meet in T-junctions needs fewer; heaps of edges on top of each other
-/// could ask for the square of their number.
+/// Limit of splits per corner. A surface of pieces that meet in T-junctions needs fewer; many edges
+/// on top of each other could produce a quadratic number.
 constexpr std::size_t kSplitsPerCorner = 2;
 
-/// Of the diagonal of the surface's box: what counts as a crack on any surface. Noise of 1e-5 of
-/// the size in each coordinate parts corners by up to 3.5e-5 of it; a sheet of 0.1 mm of 100 mm is
-/// 7e-4 thick.
+/// The widest crack on any surface, relative to the diagonal of its bounding box. Noise of 1e-5 of
+/// the size in each coordinate separates corners by up to 3.5e-5 of it; a sheet of 0.1 mm of 100 mm
+/// is 7e-4 thick.
 constexpr double kCrackOfSize = 2e-4;
 
-/// Likewise, on surfaces that are cracked rather than bordered: most of their open edges run along
-/// another one at a distance far below their lengths.
+/// The same for cracked surfaces, most of whose boundary edges run along another one at a distance
+/// far below their lengths.
 constexpr double kWideCrackOfSize = 5e-4;
-constexpr std::size_t kCrackedPairs = 8; ///< Fewer pairs say nothing.
+constexpr std::size_t kCrackedPairs = 8; ///< Fewer pairs do not make a surface a cracked one.
 
-/// A gap is far below the length of an edge and the height of its triangle. Where the caller states
-/// the distance, only an edge that would shrink to little is too short.
+/// Limits of a gap relative to the length of an edge and the height of its triangle. If the caller
+/// states the distance, only edges that would nearly vanish are too short.
 constexpr double kAutoShareOfLength = 0.125;
 constexpr double kAutoShareOfHeight = 0.25;
 constexpr double kStatedShare = 0.4;
 
-/// Up to here, edges count as beside each other: of the diagonal, and of their lengths.
+/// Limits for reporting edges as near each other: relative to the diagonal, and to their lengths.
 constexpr double kNearOfSize = 5e-3;
 constexpr double kNearShare = 0.25;
 
-/// Of the largest coordinate: decimals in files have six digits as a rule.
+/// Relative to the largest coordinate: files usually store six significant digits.
 constexpr double kRoundingOfCoordinates = 4e-6;
 
 bool ClosesNothing(const Welding& welding) {
@@ -53,12 +55,12 @@ bool ClosesNothing(const Welding& welding) {
             !(welding.distance > 0.0 && std::isfinite(welding.distance)));
 }
 
-/// A new buffer with the vertices of another and room for more.
-kx::kxPointer<kx::kxVertexBuffer> CopyOf(const kx::kxVertexBuffer& vertices, std::size_t room) {
+/// A copy of a vertex buffer with space for more vertices.
+kx::kxPointer<kx::kxVertexBuffer> CopyOf(const kx::kxVertexBuffer& vertices, std::size_t extra) {
     const int count = vertices.GetVertexQuantity();
     const bool normals = vertices.GetAttributes().GetNormalChannels() == 3;
     kx::kxPointer<kx::kxVertexBuffer> copy(
-        new kx::kxVertexBuffer(vertices.GetAttributes(), count + static_cast<int>(room)));
+        new kx::kxVertexBuffer(vertices.GetAttributes(), count + static_cast<int>(extra)));
     for (int i = 0; i < count; ++i) {
         copy->Position3(i) = vertices.Position3(i);
         if (normals) {
@@ -81,7 +83,7 @@ public:
         : surface_(surface), welding_(welding) {}
 
     SurfaceReport run() {
-        for (int round = 0; round < kMostRounds && mendOnce(); ++round) {
+        for (int round = 0; round < kMostRounds && repairOnce(); ++round) {
         }
         return report_;
     }
@@ -90,43 +92,43 @@ private:
     const kx::kxVertexBuffer& vertices() const { return *surface_.vertices(); }
     const kx::kxIndexBuffer& triangles() const { return *surface_.triangles(); }
 
-    /// Whether something was mended.
-    bool mendOnce() {
-        const Sides& sides = surface_.sides();
-        const EdgeSurvey survey = SurveyEdges(sides);
-        if (!survey.doubled.empty()) {
-            dropTriangles(survey.doubled);
+    /// One round; whether it changed anything.
+    bool repairOnce() {
+        const HalfEdges& halfEdges = surface_.halfEdges();
+        const EdgeClasses classes = ClassifyEdges(halfEdges);
+        if (!classes.duplicates.empty()) {
+            dropTriangles(classes.duplicates);
             return true;
         }
-        report_.edges = survey.edges;
-        report_.openEdges = survey.open.size();
-        report_.crowdedEdges = survey.crowded;
-        if (survey.open.empty() || ClosesNothing(welding_)) {
+        report_.edges = classes.edges;
+        report_.openEdges = classes.boundary.size();
+        report_.crowdedEdges = classes.nonManifold;
+        if (classes.boundary.empty() || ClosesNothing(welding_)) {
             return false;
         }
-        const std::vector<OpenEdge> edges =
-            MeasureOpenEdges(survey, sides, vertices(), triangles());
+        const std::vector<BoundaryEdge> edges =
+            MeasureBoundaryEdges(classes, halfEdges, vertices(), triangles());
         const bool isFirst = origins_.empty();
         if (isFirst) {
-            noteOrigins();
-            splitsLeft_ = kSplitsPerCorner * sides.cornerCount();
+            storeOrigins();
+            splitsLeft_ = kSplitsPerCorner * halfEdges.cornerCount();
             findBounds();
             chooseRule();
         }
         std::vector<EdgePair> pairs = FindEdgePairs(edges, rule_);
-        // Where nearly all open edges have a partner so near, none is sought farther away.
+        // If nearly all boundary edges have a partner, the distance is not widened.
         if (isFirst && welding_.mode == Welding::Mode::Automatic &&
             20 * pairs.size() < 9 * edges.size() && widen(edges)) {
             pairs = FindEdgePairs(edges, rule_);
         }
-        if (stitch(pairs, edges, sides) || splitAtJunctions(edges, sides)) {
+        if (stitch(pairs, edges, halfEdges) || splitAtTJunctions(edges, halfEdges)) {
             return true;
         }
         countNear(edges);
         return false;
     }
 
-    void noteOrigins() {
+    void storeOrigins() {
         origins_.reserve(static_cast<std::size_t>(vertices().GetVertexQuantity()));
         for (int i = 0; i < vertices().GetVertexQuantity(); ++i) {
             origins_.push_back(vertices().Position3(i));
@@ -150,8 +152,8 @@ private:
         }
     }
 
-    /// Widens the distance where the surface is cracked; false where it is not.
-    bool widen(const std::vector<OpenEdge>& edges) {
+    /// Widens the distance if the surface is a cracked one; whether it did.
+    bool widen(const std::vector<BoundaryEdge>& edges) {
         const double wide = wideCrack(edges, kWideCrackOfSize * diagonal());
         if (wide <= rule_.distance) {
             return false;
@@ -173,9 +175,9 @@ private:
         return largest;
     }
 
-    /// The distance that closes the wide cracks of a cracked surface; 0 for any other. Corners that
-    /// several cracks meet in may be twice as far apart as the widest gap.
-    static double wideCrack(const std::vector<OpenEdge>& edges, double widest) {
+    /// The distance that closes the wide cracks of a cracked surface; 0 for any other. Corners at
+    /// which several cracks meet may be twice as far apart as the widest gap.
+    static double wideCrack(const std::vector<BoundaryEdge>& edges, double widest) {
         const std::vector<EdgePair> pairs =
             FindEdgePairs(edges, {widest, 0.5 * kAutoShareOfLength, 0.5 * kAutoShareOfHeight});
         const bool isCracked = pairs.size() >= kCrackedPairs && 4 * pairs.size() >= edges.size();
@@ -200,63 +202,63 @@ private:
         report_.doubledFaces += dropped.size();
     }
 
-    /// Whether something moved.
+    /// Closes cracks; whether a point moved.
     bool stitch(const std::vector<EdgePair>& pairs,
-                const std::vector<OpenEdge>& edges,
-                const Sides& sides) {
+                const std::vector<BoundaryEdge>& edges,
+                const HalfEdges& halfEdges) {
         if (pairs.empty()) {
             return false;
         }
-        const Stitches stitches =
-            StitchPairs(pairs, edges, {vertices(), triangles(), sides, origins_}, rule_.distance);
+        const Stitches stitches = StitchPairs(
+            pairs, edges, {vertices(), triangles(), halfEdges, origins_}, rule_.distance);
         report_.joinedEdges += stitches.joinedEdges;
         report_.widestGap = std::max(report_.widestGap, stitches.widestGap);
-        if (stitches.movedPlaces == 0) {
+        if (stitches.movedPoints == 0) {
             return false;
         }
         const kx::kxPointer<kx::kxVertexBuffer> moved = CopyOf(vertices(), 0);
         for (int i = 0; i < moved->GetVertexQuantity(); ++i) {
-            const std::uint32_t place = sides.placeOf(static_cast<std::uint32_t>(i));
-            const std::uint32_t target = stitches.targets[place];
-            if (target != place) {
-                moved->Position3(i) = sides.position(target);
+            const std::uint32_t point = halfEdges.pointOf(static_cast<std::uint32_t>(i));
+            const std::uint32_t target = stitches.targets[point];
+            if (target != point) {
+                moved->Position3(i) = halfEdges.position(target);
             }
         }
         surface_.replace(moved);
         return true;
     }
 
-    void countNear(const std::vector<OpenEdge>& edges) {
+    void countNear(const std::vector<BoundaryEdge>& edges) {
         const std::vector<EdgePair> pairs =
             FindEdgePairs(edges, {kNearOfSize * diagonal(), kNearShare, kNearShare});
         report_.nearEdges = 2 * pairs.size();
         report_.widestNear = pairs.empty() ? 0.0 : pairs.back().gap;
     }
 
-    /// Whether an edge was split.
-    bool splitAtJunctions(const std::vector<OpenEdge>& edges, const Sides& sides) {
-        const SurfaceView view{vertices(), triangles(), sides, origins_};
-        const std::vector<Junction> junctions = FindJunctions(edges, view, rule_.distance);
+    /// Splits edges at T-junctions; whether an edge was split.
+    bool splitAtTJunctions(const std::vector<BoundaryEdge>& edges, const HalfEdges& halfEdges) {
+        const SurfaceView view{vertices(), triangles(), halfEdges, origins_};
+        const std::vector<TJunction> junctions = FindTJunctions(edges, view, rule_.distance);
         if (junctions.empty() || junctions.size() > splitsLeft_) {
             return false;
         }
         splitsLeft_ -= junctions.size();
-        const SplitTriangles split = SplitAtJunctions(junctions, view);
+        const SplitTriangles split = SplitAtTJunctions(junctions, view);
         if (split.splitEdges == 0) {
             return false;
         }
         report_.splitEdges += split.splitEdges;
-        surface_.replace(withAdded(split.added, sides));
+        surface_.replace(withAdded(split.added, halfEdges));
         surface_.replace(TrianglesOf(split.indices));
         return true;
     }
 
     kx::kxPointer<kx::kxVertexBuffer> withAdded(const std::vector<AddedVertex>& added,
-                                                const Sides& sides) {
+                                                const HalfEdges& halfEdges) {
         kx::kxPointer<kx::kxVertexBuffer> all = CopyOf(vertices(), added.size());
         int next = vertices().GetVertexQuantity();
         for (const AddedVertex& vertex : added) {
-            all->Position3(next) = sides.position(vertex.place);
+            all->Position3(next) = halfEdges.position(vertex.point);
             origins_.push_back(all->Position3(next));
             if (all->GetAttributes().GetNormalChannels() == 3) {
                 all->Normal3(next) = NormalBetween(*all, vertex);
@@ -278,7 +280,7 @@ private:
     std::size_t splitsLeft_ = 0;
     Bounds bounds_; ///< Of the surface before any repair.
     PairRule rule_{};
-    std::vector<Wm4::Vector3<float>> origins_; ///< Of all vertices, once something may move.
+    std::vector<Wm4::Vector3<float>> origins_; ///< Positions of all vertices before the repair.
     SurfaceReport report_;
 };
 

@@ -1,5 +1,4 @@
-// Makes a surface whole: closes its cracks, splits edges at T-junctions, drops faces that are given
-// twice.
+// Repair of surfaces: closes cracks, splits edges at T-junctions, removes duplicate faces.
 #pragma once
 
 #include <ctr/Surface.h>
@@ -8,15 +7,15 @@
 #include <kxSceneGraph/kxVertexBuffer.h>
 #include <kxSystem/kxPointer.h>
 
-#include "features/Sides.h"
+#include "features/HalfEdges.h"
 
 #include <memory>
 
 namespace ctr {
 
-/// The buffers of a surface, of clean triangles, and the sides of these once they are gathered.
+/// The buffers of a surface of clean triangles, and its half-edges, built on demand.
 ///
-/// Buffers may be shared with others and are replaced rather than written to.
+/// Buffers may be shared, so they are replaced and never written to.
 class SurfaceParts {
 public:
     SurfaceParts(const kx::kxPointer<kx::kxVertexBuffer>& vertices,
@@ -26,30 +25,30 @@ public:
     const kx::kxPointer<kx::kxVertexBuffer>& vertices() const { return vertices_; }
     const kx::kxPointer<kx::kxIndexBuffer>& triangles() const { return triangles_; }
 
-    /// Good until a buffer is replaced.
-    const Sides& sides() {
-        if (!sides_) {
-            sides_ = std::make_unique<const Sides>(*vertices_, *triangles_);
+    /// Valid until a buffer is replaced.
+    const HalfEdges& halfEdges() {
+        if (!halfEdges_) {
+            halfEdges_ = std::make_unique<const HalfEdges>(*vertices_, *triangles_);
         }
-        return *sides_;
+        return *halfEdges_;
     }
 
     void replace(const kx::kxPointer<kx::kxVertexBuffer>& vertices) {
-        sides_.reset();
+        halfEdges_.reset();
         vertices_ = vertices;
     }
     void replace(const kx::kxPointer<kx::kxIndexBuffer>& triangles) {
-        sides_.reset();
+        halfEdges_.reset();
         triangles_ = triangles;
     }
 
 private:
     kx::kxPointer<kx::kxVertexBuffer> vertices_;
     kx::kxPointer<kx::kxIndexBuffer> triangles_;
-    std::unique_ptr<const Sides> sides_;
+    std::unique_ptr<const HalfEdges> halfEdges_;
 };
 
-/// What Surface::repair() does.
+/// Implements Surface::repair().
 SurfaceReport RepairSurface(SurfaceParts& surface, const Welding& welding);
 
 } // namespace ctr

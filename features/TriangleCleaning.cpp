@@ -1,4 +1,4 @@
-// Looks at one triangle after the other.
+// Checks triangles one by one, and compacts the index buffer. Linear time.
 #include "features/TriangleCleaning.h"
 
 #include <ctr/Surface.h>
@@ -22,7 +22,7 @@ Wm4::Vector3<double> Difference(const Wm4::Vector3<float>& a, const Wm4::Vector3
             static_cast<double>(a[2]) - static_cast<double>(b[2])};
 }
 
-/// Equal corners make one of the differences, or both, the same, and so the product 0 as well.
+/// Equal corners give a zero or two equal differences, hence a zero cross product.
 bool HasArea(const Wm4::Vector3<float>& a,
              const Wm4::Vector3<float>& b,
              const Wm4::Vector3<float>& c) {
@@ -34,7 +34,7 @@ bool HasArea(const Wm4::Vector3<float>& a,
 
 enum class Flaw : std::uint8_t { None, BadIndex, NotFinite, Degenerate };
 
-/// Vertices without positions are none.
+/// Vertices without positions do not count.
 unsigned int CountOf(const kx::kxVertexBuffer& vertices) {
     return vertices.GetAttributes().GetPositionChannels() == 3
                ? static_cast<unsigned int>(vertices.GetVertexQuantity())

@@ -1,4 +1,4 @@
-// Whether triangles are such that lines can be drawn from them.
+// Clean triangles: indices in range, finite corners, non-zero area.
 #pragma once
 
 #include <kxSceneGraph/kxIndexBuffer.h>
@@ -6,7 +6,7 @@
 
 namespace ctr {
 
-/// Whether CleanTriangles() would drop none, nor an incomplete one.
+/// Whether CleanTriangles() would drop nothing, not even an incomplete last triangle.
 bool AreClean(const kx::kxVertexBuffer& vertices, const kx::kxIndexBuffer& triangles);
 
 } // namespace ctr

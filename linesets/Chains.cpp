@@ -1,4 +1,5 @@
-// Chaining over a flat adjacency: a step along a chain costs two array reads.
+// Polyline chaining over a flat adjacency (prefix sums): a step along a chain takes two array
+// reads. Seeds are taken in the order of vertices, so the chains depend on nothing but the input.
 #include "linesets/Chains.h"
 
 #include <algorithm>
@@ -7,13 +8,13 @@
 namespace ctr {
 namespace {
 
-/// One segment end at a vertex: where the segment leads to, and which it is.
+/// One segment end at a vertex: the vertex at the other end, and the index of the segment.
 struct SegmentEnd {
     unsigned int neighbour;
     unsigned int segment;
 };
 
-/// The segment ends at every vertex in one flat array, in the order of the segments.
+/// The segment ends at each vertex in one flat array, in the order of the segments.
 class Adjacency {
 public:
     Adjacency(std::size_t vertexCount, const unsigned int* indices, std::size_t segmentCount)
@@ -42,7 +43,7 @@ private:
     std::vector<SegmentEnd> ends_;
 };
 
-/// Writes every segment once, chain by chain.
+/// Appends every segment once, chain by chain.
 class ChainBuilder {
 public:
     ChainBuilder(const Adjacency& adjacency, std::size_t segmentCount)
@@ -50,7 +51,7 @@ public:
         links_.reserve(segmentCount);
     }
 
-    /// Links of all chains; chainEnds gets the number of links up to the end of each.
+    /// The links of all chains; chainEnds receives the number of links up to the end of each.
     std::vector<ChainLink> build(std::vector<std::size_t>& chainEnds) {
         for (std::size_t vertex = 0; vertex < adjacency_.vertexCount(); ++vertex) {
             for (const SegmentEnd* seed = adjacency_.begin(vertex); seed != adjacency_.end(vertex);
@@ -76,7 +77,7 @@ private:
         walk(seed.neighbour, vertex);
     }
 
-    /// Appends segments from a vertex onward, away from the one before it.
+    /// Appends the segments that continue from a vertex, away from the previous one.
     void walk(unsigned int vertex, unsigned int previous) {
         while (adjacency_.valence(vertex) == 2) {
             const SegmentEnd* ends = adjacency_.begin(vertex);

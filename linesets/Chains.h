@@ -1,4 +1,4 @@
-// Loose segments chained so that each begins where the one before it ends.
+// Polyline chaining: segments ordered so that each begins where the previous one ends.
 #pragma once
 
 #include <cstddef>
@@ -6,19 +6,18 @@
 
 namespace ctr {
 
-/// A segment as it is written: its two vertices in the direction of the chain, and its number.
+/// A segment in a chain: its vertices in the direction of the chain, and its index.
 struct ChainLink {
     unsigned int from;
     unsigned int to;
     unsigned int segment;
 };
 
-/// Writes every segment of a line list once, chain by chain; chainEnds gets the number of links up
-/// to the end of each chain.
+/// Returns every segment of a line list once, chain by chain; chainEnds receives the number of
+/// links up to the end of each chain.
 ///
-/// Chains run through vertices that exactly two segment ends share; they end at loose ends, at
-/// junctions, and where a closed loop has come back to its start. All indices are below
-/// vertexCount. Linear time.
+/// Chains pass through vertices of degree two. They end at free ends, at junctions, and where a
+/// closed loop has returned to its start. All indices must be below vertexCount. Linear time.
 std::vector<ChainLink> BuildChains(std::size_t vertexCount,
                                    const unsigned int* indices,
                                    std::size_t segmentCount,

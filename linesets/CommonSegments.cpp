@@ -1,11 +1,14 @@
-// Removes from one set the segments that another set holds too.
+// Removes from one set the segments that another set has too. Segments are equal if their ends have
+// exactly equal positions, in either direction; they are found in a hash table. Expected linear
+// time.
+#include "linesets/CommonSegments.h"
+
 #include <ctr/LineSegmentSet.h>
 #include <ctr/detail/HashedIndex.h>
 
 #include "linesets/IndexRange.h"
 #include "linesets/PositionOrder.h"
 #include "linesets/SetConstruction.h"
-#include "linesets/SetOperations.h"
 
 #include <algorithm>
 #include <bit>
@@ -17,7 +20,7 @@
 namespace ctr {
 namespace {
 
-/// A segment without direction: the smaller end first.
+/// An undirected segment: the smaller end first.
 struct SegmentKey {
     PositionKey low;
     PositionKey high;
@@ -40,9 +43,9 @@ std::size_t SegmentCountOf(const LineSegmentSet& set) {
     return set.GetVertexBuffer() != nullptr ? SegmentCount(set.GetIndexBuffer()) : 0;
 }
 
-/// Calls visit(segment, key) for all segments that exist, in order. Their vertices lie anywhere:
-/// they are fetched some segments ahead.
-template <class Visit> void ForEachKey(const LineSegmentSet& set, WorkCounter& work, Visit visit) {
+/// Calls visit(segment, key) for all segments that exist, in order. Vertices are prefetched some
+/// segments ahead, since they lie in no order.
+template <class Visit> void ForEachKey(const LineSegmentSet& set, ItemCounter& work, Visit visit) {
     constexpr std::size_t kAhead = 16;
     const std::size_t count = SegmentCountOf(set);
     const unsigned int positions = PositionCount(set.GetVertexBuffer());
@@ -66,10 +69,10 @@ std::uint64_t HashOfSegment(const SegmentKey& key) {
     return HashOf(key.low) ^ std::rotl(HashOf(key.high), 17);
 }
 
-/// The segments of a set as they were, to be found by their ends.
+/// The segments of a set, looked up by their ends.
 class SegmentTable {
 public:
-    SegmentTable(const LineSegmentSet& set, WorkCounter& work)
+    SegmentTable(const LineSegmentSet& set, ItemCounter& work)
         : keys_(SegmentCountOf(set)), index_(keys_.size()) {
         ForEachKey(set, work, [this](std::size_t segment, const SegmentKey& key) {
             keys_[segment] = key;
@@ -96,10 +99,10 @@ private:
     Index index_;
 };
 
-/// Gives a set a line list of its own unless nobody else holds its list.
+/// Gives a set an index buffer of its own unless it is the only owner already.
 ///
-/// A mesh's outline, which a set may share, is there for other sets and other threads. A count of
-/// 1 stays 1, as nobody else holds a reference to pass on.
+/// A set may share the buffer of a mesh's outline, which other sets and threads read. A reference
+/// count of 1 stays 1, since no other owner can pass a reference on.
 void OwnIndexBuffer(LineSegmentSet& set) {
     kx::kxIndexBuffer* shared = set.GetIndexBuffer();
     if (shared == nullptr) {
@@ -112,12 +115,12 @@ void OwnIndexBuffer(LineSegmentSet& set) {
         set.SetIndexBuffer(own.get());
         return;
     }
-    // Reading a count orders nothing. Giving a reference back does: what another thread read before
-    // it let go comes before what is written here.
+    // Reading the count does not synchronise; releasing a reference does: it orders the reads of
+    // other threads before their release ahead of the writes that follow here.
     const kx::kxPointer<kx::kxIndexBuffer> afterOthers(shared);
 }
 
-/// Moves a segment with its records to a place before it.
+/// Moves a segment and its records to an earlier index.
 void MoveSegment(LineSegmentSet& set, std::size_t from, std::size_t to) {
     unsigned int* indices = set.GetIndexBuffer()->GetData();
     std::copy_n(indices + 2 * from, 2, indices + 2 * to);
@@ -132,7 +135,7 @@ void MoveSegment(LineSegmentSet& set, std::size_t from, std::size_t to) {
     }
 }
 
-/// Leaves the segments that are kept, in their order, with their records.
+/// Compacts the set to the segments that are kept, in order, with their records.
 void KeepSegments(LineSegmentSet& set, const std::vector<bool>& isKept) {
     std::size_t count = 0;
     for (std::size_t segment = 0; segment < isKept.size(); ++segment) {
@@ -157,7 +160,7 @@ void KeepSegments(LineSegmentSet& set, const std::vector<bool>& isKept) {
 
 } // namespace
 
-void RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b, WorkCounter& work) {
+void RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b, ItemCounter& work) {
     if (a == nullptr || b == nullptr) {
         return;
     }
@@ -174,8 +177,8 @@ void RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b, WorkCounte
 }
 
 void LineSegmentSet::RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b) {
-    WorkCounter unwatched;
-    ctr::RemoveCommonSegments(a, b, unwatched);
+    ItemCounter uncancelled;
+    ctr::RemoveCommonSegments(a, b, uncancelled);
 }
 
 } // namespace ctr

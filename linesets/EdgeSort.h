@@ -1,7 +1,8 @@
-// Sorting of edges by the ranks of their end points.
+// Sorting of edges by the ranks of their end points: a counting sort by the first rank (prefix
+// sums), then comparison sorts of what has the same first rank.
 #pragma once
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -11,17 +12,16 @@
 
 namespace ctr {
 
-/// Sorts records by firstRank, which is below rankCount, and by `less` where that is equal. The
-/// work counts records and comparisons.
+/// Sorts records by firstRank, which is below rankCount, and then by `less`. The counter counts
+/// records and comparisons.
 ///
-/// Edges of a mesh meet in small numbers at a vertex, so one counting pass over the first ranks
-/// leaves only short runs to compare. The result depends on nothing but the records as long as
-/// records that `less` does not tell apart are the same.
+/// Few edges of a mesh meet at a vertex, so only short ranges remain to be compared. The result
+/// depends on nothing but the records as long as records equivalent under `less` are equal.
 template <class Record, class Less>
 void SortByFirstRank(std::vector<Record>& records,
                      std::uint32_t rankCount,
                      Less less,
-                     WorkCounter& work) {
+                     ItemCounter& work) {
     std::vector<std::size_t> ends(std::size_t{rankCount} + 1, 0);
     ForEachCounted(records.size(), work,
                    [&](std::size_t i) { ++ends[std::size_t{records[i].firstRank} + 1]; });

@@ -1,4 +1,5 @@
-// Vertex buffers reduced to the positions that a line list uses.
+// Reduces a vertex buffer to the distinct positions that a line list uses, in the order of
+// positions. O(n log n).
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/IndexRange.h"

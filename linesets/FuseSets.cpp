@@ -1,9 +1,11 @@
-// Several sets gathered into one, in world space.
+// Gathers several sets into one, in world space: vertices and segments are concatenated. Linear
+// time.
+#include "linesets/FuseSets.h"
+
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/IndexRange.h"
 #include "linesets/SetConstruction.h"
-#include "linesets/SetOperations.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -17,11 +19,11 @@ bool TakesPart(const LineSegmentSet* set) {
     return set != nullptr && set->GetIndexBuffer() != nullptr && set->GetVertexBuffer() != nullptr;
 }
 
-/// What does not exist in its own set must not come to life among the vertices of others.
+/// Indices that are out of range in their own set must not refer to vertices of other sets.
 void CopyIndices(const LineSegmentSet& source,
                  unsigned int* target,
                  std::size_t firstVertex,
-                 WorkCounter& work) {
+                 ItemCounter& work) {
     const unsigned int* indices = source.GetIndexBuffer()->GetData();
     const std::size_t count = 2 * SegmentCount(source.GetIndexBuffer());
     const unsigned int positions = PositionCount(source.GetVertexBuffer());
@@ -34,7 +36,7 @@ void CopyIndices(const LineSegmentSet& source,
 void CopyVertices(const LineSegmentSet& source,
                   kx::kxVertexBuffer& target,
                   std::size_t firstVertex,
-                  WorkCounter& work) {
+                  ItemCounter& work) {
     const kx::kxVertexBuffer& vertices = *source.GetVertexBuffer();
     const kx::kxGenericTransformation<float>& toWorld = source.GetWorldTransformation();
     ForEachCounted(PositionCount(&vertices), work, [&](std::size_t i) {
@@ -43,10 +45,10 @@ void CopyVertices(const LineSegmentSet& source,
     });
 }
 
-/// Numbers the vertices that segments use, in their order; how many those are.
+/// Numbers the vertices that segments use, in their order; returns their count.
 std::size_t NumberUsedVertices(const LineSegmentSet& set,
                                std::vector<unsigned int>& numbers,
-                               WorkCounter& work) {
+                               ItemCounter& work) {
     numbers.assign(PositionCount(set.GetVertexBuffer()), kNoVertex);
     const unsigned int* indices = set.GetIndexBuffer()->GetData();
     ForEachCounted(2 * SegmentCount(set.GetIndexBuffer()), work, [&](std::size_t i) {
@@ -62,7 +64,7 @@ std::size_t NumberUsedVertices(const LineSegmentSet& set,
 
 } // namespace
 
-LineSegmentSet* MakeWorldSet(const LineSegmentSet* set, WorkCounter& work) {
+LineSegmentSet* MakeWorldSet(const LineSegmentSet* set, ItemCounter& work) {
     if (!TakesPart(set)) {
         return nullptr;
     }
@@ -95,7 +97,7 @@ LineSegmentSet* MakeWorldSet(const LineSegmentSet* set, WorkCounter& work) {
     return placed.release();
 }
 
-LineSegmentSet* FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets, WorkCounter& work) {
+LineSegmentSet* FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets, ItemCounter& work) {
     std::vector<const LineSegmentSet*> parts;
     std::copy_if(sets.begin(), sets.end(), std::back_inserter(parts), TakesPart);
     std::size_t vertexCount = 0;
@@ -131,8 +133,8 @@ LineSegmentSet* FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets, Wo
 }
 
 LineSegmentSet* LineSegmentSet::FuseLineSegmentSets(const std::vector<LineSegmentSet*>& sets) {
-    WorkCounter unwatched;
-    return ctr::FuseLineSegmentSets(sets, unwatched);
+    ItemCounter uncancelled;
+    return ctr::FuseLineSegmentSets(sets, uncancelled);
 }
 
 } // namespace ctr

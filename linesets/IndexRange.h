@@ -1,6 +1,6 @@
-// Which segments and triangles exist: those whose indices number positions.
+// Index range checks. A segment or triangle exists if all of its indices are in range.
 //
-// Hosts hand over what files say. An operation leaves out what does not exist, as baking does.
+// Hosts pass on the contents of files unchecked. All operations skip what does not exist.
 #pragma once
 
 #include <kxSceneGraph/kxIndexBuffer.h>
@@ -12,10 +12,10 @@
 
 namespace ctr {
 
-/// Numbers no vertex of any buffer.
+/// Not the index of any vertex.
 constexpr unsigned int kNoVertex = std::numeric_limits<unsigned int>::max();
 
-/// How many vertices have a position; 0 without a buffer.
+/// The number of vertices with a position; 0 without a buffer.
 inline unsigned int PositionCount(const kx::kxVertexBuffer* vertices) {
     return vertices != nullptr && vertices->GetAttributes().GetPositionChannels() == 3
                ? static_cast<unsigned int>(vertices->GetVertexQuantity())
@@ -32,8 +32,8 @@ inline bool TriangleExists(const unsigned int* indices, unsigned int positionCou
     return std::max({indices[0], indices[1], indices[2]}) < positionCount;
 }
 
-/// Whether all segments of a line list exist; an odd last index counts for nothing. True where
-/// either buffer is missing: there is nothing to look up.
+/// Whether all segments of a line list exist; an odd last index is ignored. True if either buffer
+/// is missing.
 inline bool SegmentsExist(const kx::kxIndexBuffer* lines, const kx::kxVertexBuffer* vertices) {
     if (lines == nullptr || vertices == nullptr) {
         return true;

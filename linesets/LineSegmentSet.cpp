@@ -1,4 +1,4 @@
-// The set itself: life, copies, and sets that wrap a mesh's outline.
+// Construction and cloning of sets, and sets that share a mesh's outline.
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/SetConstruction.h"

@@ -1,5 +1,6 @@
-// Loose segments made into polylines, so that each can be drawn as one stroke: chained, searched
-// for straight runs and arcs, and runs that continue each other joined.
+// Turns unordered segments into polylines, so that each can be drawn as one stroke, in three steps:
+// polyline chaining (Chains), detection of straight runs and arcs (RunFitting), and joining of runs
+// that continue each other (RunJoining). O(n log n) for n segments.
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/Chains.h"
@@ -26,7 +27,7 @@ kx::kxPointer<kx::kxIndexBuffer> WriteLinks(const std::vector<ChainLink>& links)
     return lines;
 }
 
-/// Brings the tags, one for each segment (0 where one is missing), into the order of the links.
+/// Permutes the tags, one per segment (0 if missing), into the order of the links.
 void ReorderTags(std::vector<unsigned char>& tags, const std::vector<ChainLink>& links) {
     constexpr unsigned char kTagMask = 3;
     std::vector<unsigned char> reordered(links.size());
@@ -38,7 +39,7 @@ void ReorderTags(std::vector<unsigned char>& tags, const std::vector<ChainLink>&
     tags = std::move(reordered);
 }
 
-/// The input flags in the order of the links; none set where none are given.
+/// The input flags in the order of the links; none are set if none are given.
 std::vector<bool> OrderedFlags(const std::vector<bool>* flags,
                                const std::vector<ChainLink>& links) {
     std::vector<bool> ordered(links.size(), false);
@@ -50,7 +51,8 @@ std::vector<bool> OrderedFlags(const std::vector<bool>* flags,
     return ordered;
 }
 
-/// One record a chain, with room for one a segment: records never move, so links stay valid.
+/// One record per chain, with capacity for one per segment: records never move, so pointers between
+/// them stay valid.
 std::vector<LineSegmentSet::ArcFeature> ChainRecords(const std::vector<std::size_t>& chainEnds,
                                                      std::size_t segmentCount) {
     std::vector<LineSegmentSet::ArcFeature> records;
@@ -64,7 +66,7 @@ std::vector<LineSegmentSet::ArcFeature> ChainRecords(const std::vector<std::size
     return records;
 }
 
-/// Sets the flags of the segments of straight runs and of no others.
+/// Sets the flags of exactly the segments of straight runs.
 void FlagStraightRuns(std::vector<bool>& straightLineFlags,
                       const std::vector<LineSegmentSet::ArcFeature>& records) {
     for (const LineSegmentSet::ArcFeature& record : records) {

@@ -1,4 +1,4 @@
-// Ranks of positions: sorting vertices once turns every later comparison into one of integers.
+// Ranks of positions: vertices are sorted once, so that later comparisons are of integers.
 #include "linesets/PositionOrder.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
-// Greedy growth of runs: a run starts where two segments fit, grows while the fit holds, and what
-// is left of the chain is searched again.
+// Greedy growth of runs: a run starts where two segments fit and grows while the fit holds; then
+// the rest of the chain is searched. Fits are least-squares fits over running sums, constant time
+// per segment (see FittingSystem).
 #include "linesets/RunFitting.h"
 
 #include <ctr/FittingSystem.h>
@@ -19,8 +20,8 @@ public:
               std::vector<Record>& records)
         : vertices_(vertices), indices_(indices), flags_(straightLineFlags), records_(records) {}
 
-    /// Records that this makes are visited in their turn: what is left after a run is searched,
-    /// and a run by itself reproduces itself.
+    /// Records added by split() are visited in turn: the rest of a chain is searched, and a run is
+    /// found again as it is.
     void run() {
         std::size_t next = 0;
         while (next < records_.size()) {
@@ -49,7 +50,7 @@ private:
         }
     }
 
-    /// The segment after the longest run from a segment; that segment itself when not even two fit.
+    /// The segment after the longest run from a segment, or that segment if not even two fit.
     std::uint32_t grow(std::uint32_t segment, std::uint32_t last) {
         system_.reset();
         angle_ = 0.0F;
@@ -74,7 +75,7 @@ private:
                             vertices_.Position3(static_cast<int>(ends[1])), false, !straight_);
     }
 
-    /// Tests the fit; the angle stays that of the last fit that held.
+    /// Tests the fit; angle_ remains that of the last fit that held.
     bool fits() {
         if (straight_) {
             return system_.fitLine();
@@ -87,8 +88,8 @@ private:
         return true;
     }
 
-    /// Makes a record of the run [first, end) of index positions, one of what is after it, and
-    /// leaves what is before it in the record.
+    /// Makes a record for the run [first, end) of index positions and one for what follows it;
+    /// what precedes it remains in the given record.
     void accept(Record& record, std::uint32_t first, std::uint32_t end) {
         const std::uint32_t kind = straight_ ? kStraightKind : kArcKind;
         if (end < record.end) {

@@ -1,4 +1,4 @@
-// Straight runs and circular arcs within chains.
+// Detection of straight runs and circular arcs within chains.
 #pragma once
 
 #include <ctr/LineSegmentSet.h>
@@ -7,17 +7,17 @@
 
 namespace ctr {
 
-/// The least angle that an arc sweeps: pi / 8, or 22.5 degrees.
+/// The smallest angle that an arc may sweep: pi / 8, or 22.5 degrees.
 constexpr float kLeastArcAngle = 0.3926991F;
 
 constexpr std::uint32_t kArcKind = 1;
 constexpr std::uint32_t kStraightKind = 2;
 
-/// Splits the records of chains into runs and marks what each was accepted as.
+/// Splits the records of chains into runs and sets the kind of each run that was accepted.
 ///
 /// A chain whose first segment has its flag set is searched for straight runs, any other for arcs.
-/// New records are appended; records has room for one a segment, so that none ever moves. Linear in
-/// the number of segments.
+/// New records are appended. The capacity of records must be one per segment, so that no record
+/// moves. Linear in the number of segments.
 void FitRuns(const kx::kxVertexBuffer& vertices,
              const unsigned int* indices,
              std::vector<bool>& straightLineFlags,

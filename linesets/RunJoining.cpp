@@ -1,19 +1,21 @@
-// Joining, greedily and in record order.
+// Joins runs greedily, in record order.
 //
-// A chain first grows at its back until nothing fits there any more, then is turned once and grows
-// where its front was; its sums go on from join to join, so a line of n short pieces costs n steps.
-// At a vertex all records that are heads of chains and end there are candidates. The straightest
-// continuation is tried first, and a join is made only when the fit holds after every segment of
-// the chain that is taken in: chains are long but never bend for it. A closed chain has no free end
-// and is left alone.
+// A chain first grows at its back until no candidate fits there, then it is reversed once and grows
+// at what was its front. The sums of its least-squares fit are carried from join to join, so a line
+// of n short pieces takes n steps. The candidates at a vertex are the chains whose head record ends
+// there. They are tried in the order of how straight they continue the chain, and joined only if
+// the fit holds after each of their segments, so that no chain bends to become longer. A closed
+// chain has no free end and is not joined.
 //
-// Where many records end, candidates are looked up by direction, and those that bend too much to
-// fit are not looked at (boundsOf()), nor more than kMostTrials of the others.
+// At a vertex where many records end, candidates come from a tree of directions; those that turn
+// too far to fit are skipped (boundsOf()), and at most kMostTrials of the others are tried.
+// Together with a union-find over the records, that bounds n records to O(n log n) trials.
 #include "linesets/RunJoining.h"
 
 #include <ctr/FittingSystem.h>
+#include <ctr/detail/UnionFind.h>
 
-#include "linesets/Directions.h"
+#include "linesets/DirectionTree.h"
 #include "linesets/RunFitting.h"
 
 #include <algorithm>
@@ -30,11 +32,11 @@ namespace {
 using Record = LineSegmentSet::ArcFeature;
 using Point = Wm4::Vector3<float>;
 
-/// Where more records end, they are looked up by direction.
+/// At a vertex where more records end, they are looked up by direction.
 constexpr std::size_t kFewEnds = 64;
 
-/// At such a vertex, so many candidates are tried at most for one end of a chain: with n records
-/// that end there, all joins take O(n log n).
+/// The limit of candidates tried for one end of a chain at such a vertex: if n records end there,
+/// all joins take O(n log n).
 constexpr int kMostTrials = 256;
 
 /// Records linked from head to tail.
@@ -44,7 +46,7 @@ struct Chain {
     std::size_t segmentCount;
 };
 
-/// For every vertex the records that end there, by number, as one flat list.
+/// The records that end at each vertex, by index, in one flat list with prefix sums.
 class EndsAtVertices {
 public:
     EndsAtVertices(std::size_t vertexCount,
@@ -75,9 +77,9 @@ private:
     std::vector<std::size_t> records_;
 };
 
-/// A vertex where many records end: those that leave it in a direction, and the others.
+/// The records at a vertex where many end: those that leave it in a direction, and the others.
 struct Hub {
-    Directions directions;
+    DirectionTree directions;
     std::vector<std::size_t> undirected;
 };
 
@@ -95,12 +97,11 @@ public:
         : vertices_(vertices), indices_(indices), flags_(straightLineFlags), tags_(tags),
           records_(records),
           ends_(static_cast<std::size_t>(vertices.GetVertexQuantity()), records, indices),
-          owner_(records.size()) {
+          owners_(records.size()) {
         chains_.reserve(records.size());
         for (Record& record : records) {
             chains_.push_back({&record, &record, (record.end - record.first) / 2});
         }
-        std::iota(owner_.begin(), owner_.end(), std::size_t{0});
     }
 
     void run() {
@@ -121,13 +122,9 @@ private:
     bool flagOf(const Chain& chain) const { return flags_[chain.head->first / 2]; }
     bool isHead(std::size_t record) const { return records_[record].prev == nullptr; }
 
-    /// The chain that a record, which is a chain at first, has been joined into.
-    std::size_t ownerOf(std::size_t number) {
-        while (owner_[number] != number) {
-            owner_[number] = owner_[owner_[number]];
-            number = owner_[number];
-        }
-        return number;
+    /// The chain that a record has been joined into; at first each record is a chain by itself.
+    std::size_t ownerOf(std::size_t record) {
+        return owners_.find(static_cast<std::uint32_t>(record));
     }
 
     void extend(std::size_t number) {
@@ -143,12 +140,12 @@ private:
         }
         while (joinAt(number, frontVertex(number), true)) {
         }
-        turned_ = false;
+        reversed_ = false;
     }
 
-    /// The vertex at the front end of the sums: the chain has been turned once it has grown there.
+    /// The vertex at the front end of the sums. Once a chain has grown there, it is reversed.
     unsigned int frontVertex(std::size_t number) const {
-        return turned_ ? lastVertex(chains_[number]) : firstVertex(chains_[number]);
+        return reversed_ ? lastVertex(chains_[number]) : firstVertex(chains_[number]);
     }
 
     void add(FittingSystem& system, unsigned int from, unsigned int to, bool atFront) const {
@@ -167,7 +164,7 @@ private:
                 return false;
             }
             system_ = trial;
-            takeOut(vertex, chains_[number], chains_[other]);
+            updateHubs(vertex, chains_[number], chains_[other]);
             join(number, other, vertex, atFront);
             return true;
         };
@@ -175,8 +172,8 @@ private:
                                                : tryMany(number, vertex, tryJoin);
     }
 
-    /// Tries the chains that could continue a chain beyond a vertex, the straightest first, until
-    /// one is joined.
+    /// Tries the chains that may continue a chain beyond a vertex, the straightest first, until one
+    /// is joined.
     template <class TryJoin>
     bool tryFew(std::size_t number, unsigned int vertex, const TryJoin& tryJoin) {
         const Point direction = outwardDirection(chains_[number], vertex) * -1.0F;
@@ -194,7 +191,7 @@ private:
             [&](const std::pair<float, std::size_t>& entry) { return tryJoin(entry.second); });
     }
 
-    /// The same where many records end.
+    /// As tryFew(), at a vertex where many records end.
     template <class TryJoin>
     bool tryMany(std::size_t number, unsigned int vertex, const TryJoin& tryJoin) {
         int trials = 0;
@@ -212,14 +209,14 @@ private:
                isJoined;
     }
 
-    /// Where a continuation of a chain that fits can lie.
+    /// Bounds on the direction of any continuation of a chain that can fit.
     ///
-    /// Straight: the sum of sin^2 between n + 1 directions and any axis is at least that of the
-    /// last two, 1 - |cosine| between them, and has to be below n + 1 times a limit. Unless that
+    /// Straight runs: the sum of sin^2 between n + 1 directions and any axis is at least that of
+    /// the last two, 1 - |cosine| between them, and must be below n + 1 times a limit. Unless that
     /// is large, all directions are near an axis and none points back along the first, so the
     /// cosine is positive. Arcs: two chords that subtend s and t turn by (s + t) / 2; their fan has
-    /// (sin s + sin t) / (s + t) of the sector's area, which has to be 0.825 and is below that for
-    /// turns of more than 61 degrees; alone they sweep s + t, the least of which is 22.5 degrees.
+    /// (sin s + sin t) / (s + t) of the sector's area, which must be at least 0.825 and is less
+    /// for turns of more than 61 degrees. Two single segments sweep s + t, at least 22.5 degrees.
     DirectionBounds boundsOf(const Chain& chain) const {
         constexpr float kAnyCosine = 2.0F;
         constexpr float kStraightSpread = 3.1e-6F; // Of FittingSystem::fitLine(), rounded up.
@@ -239,7 +236,7 @@ private:
         if (found != hubs_.end()) {
             return found->second;
         }
-        std::vector<Directions::Entry> entries;
+        std::vector<DirectionTree::Entry> entries;
         std::vector<std::size_t> undirected;
         for (const std::size_t* end = ends_.begin(vertex); end != ends_.end(vertex); ++end) {
             Record& record = records_[*end];
@@ -250,7 +247,7 @@ private:
                 undirected.push_back(*end);
             }
         }
-        return hubs_.emplace(vertex, Hub{Directions(std::move(entries)), std::move(undirected)})
+        return hubs_.emplace(vertex, Hub{DirectionTree(std::move(entries)), std::move(undirected)})
             .first->second;
     }
 
@@ -260,9 +257,9 @@ private:
         return r.end - r.first == 2 && r.prev == nullptr && r.next == nullptr;
     }
 
-    /// Two chains are joined at a vertex: their records there end at it no more, and are not alone
-    /// where else they end.
-    void takeOut(unsigned int vertex, const Chain& chain, const Chain& other) {
+    /// Updates the direction trees for a join at a vertex: the two records that meet there no
+    /// longer end at it, and are no longer single segments at their other ends.
+    void updateHubs(unsigned int vertex, const Chain& chain, const Chain& other) {
         for (const Chain* const joined : {&chain, &other}) {
             const Record& record = firstVertex(*joined) == vertex ? *joined->head : *joined->tail;
             const auto number = static_cast<std::uint32_t>(&record - records_.data());
@@ -277,7 +274,7 @@ private:
         }
     }
 
-    /// Whether a chain whose head was found at a vertex may continue another one there.
+    /// Whether a chain whose head record ends at a vertex may continue another chain there.
     bool isCandidate(std::size_t number, std::size_t other, unsigned int vertex) const {
         const Chain& r = chains_[number];
         const Chain& o = chains_[other];
@@ -295,7 +292,7 @@ private:
     }
 
     /// The unit direction in which a chain leaves its end at a vertex: that of the first segment
-    /// there that leads anywhere. Not a number where there is none.
+    /// there of non-zero length. NaN if there is none.
     Point outwardDirection(const Chain& chain, unsigned int vertex) const {
         const Point& from = vertices_.Position3(static_cast<int>(vertex));
         const Point* to = &from;
@@ -304,13 +301,13 @@ private:
             return *to == from;
         });
         const Point direction = *to - from;
-        // Not a number stays one; the vector class would stop at it.
+        // Propagates NaN, which the vector class's own normalisation does not.
         const float length = std::sqrt(direction.SquaredLength());
         return {direction[0] / length, direction[1] / length, direction[2] / length};
     }
 
-    /// Walks a chain away from its end at a vertex as visit(from, to) while that returns true;
-    /// returns whether all of it was walked.
+    /// Calls visit(from, to) for the segments of a chain, starting from its end at a vertex, while
+    /// it returns true; returns whether all segments were visited.
     template <class Visit>
     bool forEachSegmentFrom(const Chain& chain, unsigned int vertex, Visit visit) const {
         if (firstVertex(chain) == vertex) {
@@ -333,7 +330,7 @@ private:
         return true;
     }
 
-    /// Feeds a chain, walking away from a vertex, and tests the fit after every segment.
+    /// Adds a chain, starting from its end at a vertex, and tests the fit after each segment.
     bool fits(FittingSystem& trial, const Chain& chain, unsigned int vertex, bool atFront) const {
         float angle = 0.0F;
         const auto accepts = [&](unsigned int from, unsigned int to) {
@@ -350,15 +347,15 @@ private:
     void join(std::size_t number, std::size_t other, unsigned int vertex, bool atFront) {
         Chain& chain = chains_[number];
         Chain& next = chains_[other];
-        if (atFront && !turned_) {
-            turn(chain);
-            turned_ = true;
+        if (atFront && !reversed_) {
+            reverse(chain);
+            reversed_ = true;
         }
         if (firstVertex(next) != vertex) {
-            turn(next);
+            reverse(next);
         }
-        // Straight runs may begin with a clear flag and arcs with a set one: what the fit has taken
-        // for one whole becomes of one kind.
+        // Straight runs may begin with a clear flag and arcs with a set one; all records of a chain
+        // that fits get the same kind.
         if (chain.head->kind != kindOfFit()) {
             markChain(chain);
         }
@@ -367,7 +364,7 @@ private:
         next.head->prev = chain.tail;
         chain.tail = next.tail;
         chain.segmentCount += next.segmentCount;
-        owner_[other] = number;
+        owners_.merge(static_cast<std::uint32_t>(number), static_cast<std::uint32_t>(other));
     }
 
     void markChain(const Chain& chain) const {
@@ -378,8 +375,8 @@ private:
 
     std::uint32_t kindOfFit() const { return straight_ ? kStraightKind : kArcKind; }
 
-    /// Turns every record and the order of the links, so that the chain stays connected.
-    void turn(Chain& chain) {
+    /// Reverses every record and the order of the links, so that the chain stays connected.
+    void reverse(Chain& chain) {
         chain.head->reverseIndexBuffer(indices_, &flags_, tags_);
         for (Record* record = chain.head; record != nullptr; record = record->prev) {
             std::swap(record->prev, record->next);
@@ -394,11 +391,11 @@ private:
     std::vector<Record>& records_;
     EndsAtVertices ends_;
     std::map<unsigned int, Hub> hubs_;
-    std::vector<std::size_t> owner_;
+    detail::UnionFind owners_;
     std::vector<Chain> chains_;
     FittingSystem system_;
     bool straight_ = false;
-    bool turned_ = false;
+    bool reversed_ = false;
 };
 
 } // namespace

@@ -1,4 +1,4 @@
-// Runs that continue each other across vertices where chains end.
+// Joining of runs that continue each other across vertices where chains end.
 #pragma once
 
 #include <ctr/LineSegmentSet.h>
@@ -7,11 +7,11 @@
 
 namespace ctr {
 
-/// Links runs that meet at a vertex and together are one straight line or one arc.
+/// Links runs that meet at a vertex and together form one straight line or one arc.
 ///
-/// Runs are turned in place where needed, so that a chain of records reads from its head to its
-/// tail; flags and tags (may be null) stay with their segments. The records of a joined chain are
-/// marked as what the chain is.
+/// Runs are reversed in place where needed, so that a chain of records reads from its head to its
+/// tail; flags and tags (may be null) move with their segments. All records of a joined chain get
+/// the kind of the chain. O(n log n) trials for n records.
 void JoinRuns(const kx::kxVertexBuffer& vertices,
               unsigned int* indices,
               std::vector<bool>& straightLineFlags,

@@ -1,4 +1,4 @@
-// What every operation that makes a set needs: buffers and placement.
+// Buffers and placement for operations that create sets.
 #pragma once
 
 #include <ctr/LineSegmentSet.h>
@@ -11,7 +11,7 @@
 
 namespace ctr {
 
-/// A count as buffers take it; std::length_error for one that is too large for them.
+/// A count as a buffer size; throws std::length_error if it is too large.
 inline int BufferSize(std::size_t count) {
     if (count > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         throw std::length_error("more than 2147483647 vertices or indices in one buffer");
@@ -19,7 +19,7 @@ inline int BufferSize(std::size_t count) {
     return static_cast<int>(count);
 }
 
-/// The whole segments of a line list; an odd last index is dropped.
+/// The number of segments of a line list; an odd last index is ignored.
 inline std::size_t SegmentCount(const kx::kxIndexBuffer* lines) {
     return lines != nullptr ? static_cast<std::size_t>(lines->GetIndexQuantity()) / 2 : 0;
 }
@@ -34,7 +34,7 @@ inline kx::kxPointer<kx::kxIndexBuffer> MakeLineBuffer(std::size_t segmentCount)
     return {new kx::kxIndexBuffer(BufferSize(2 * segmentCount), kx::IBT_LINES)};
 }
 
-/// Gives a set both transformations, telling its parents about the local one.
+/// Sets both transformations of a set and notifies its parents of the local one.
 inline void Place(LineSegmentSet& set,
                   const kx::kxGenericTransformation<float>& local,
                   const kx::kxGenericTransformation<float>& world) {
@@ -49,7 +49,7 @@ inline void UpdateModelSpace(LineSegmentSet& set, bool recomputeBound) {
     set.UpdateMS(recomputeBound, false, kAllControllers);
 }
 
-/// Copies what a derived set takes over from its source: placement, colour and width.
+/// Copies placement, colour and width from the set that a set was derived from.
 inline void CopyAppearance(LineSegmentSet& set, const LineSegmentSet& source) {
     Place(set, source.GetLocalTransformation(), source.GetWorldTransformation());
     set.setColor(source.getColor());

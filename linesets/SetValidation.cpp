@@ -1,4 +1,4 @@
-// The invariants of a set, checked.
+// Checks the invariants of a set.
 #include <ctr/LineSegmentSet.h>
 #include <ctr/RationalTools.h>
 
@@ -30,7 +30,7 @@ bool RangesAreSound(const std::vector<RationalInterval>& ranges) {
     return true;
 }
 
-/// A record of nothing inside the view may hold any numbers, and w is NaN where a position is.
+/// The record of a segment outside the view may hold any values, and w is NaN where a position is.
 bool ClipRangeIsSound(const LineSegmentSet::ClipRange& clip) {
     return !(clip.t0 < clip.t1) ||
            (clip.t0 >= 0.0F && clip.t1 <= 1.0F && !(clip.w0 <= 0.0F) && !(clip.w1 <= 0.0F));

@@ -1,5 +1,5 @@
-// The visible pieces of a set as geometry: the complement of the hidden ranges, mapped from screen
-// parameters back to space.
+// The visible pieces of a set as geometry: the complement of the occluded intervals, mapped from
+// screen parameters back to space. Linear in the number of segments and intervals.
 //
 // A point at parameter s between two projected ends with clip-space weights wa and wb lies at
 // t = wa s / ((wa - wb) s + wb) between them in space (perspective-correct interpolation; J. Blinn,
@@ -20,7 +20,7 @@ namespace {
 
 using Point = Wm4::Vector3<float>;
 
-/// One end of a visible piece: an unclipped end of its segment (source), or a point of its own.
+/// One end of a visible piece: an unclipped end of its segment (source), or a new point.
 struct PieceEnd {
     Point point;
     unsigned int source = kNoVertex;
@@ -34,7 +34,7 @@ Point Interpolate(const Point& p, const Point& q, float t) {
     return result;
 }
 
-/// One segment of the source, with what clipping left of it.
+/// The part of a source segment that is inside the view.
 class ClippedSegment {
 public:
     ClippedSegment(const LineSegmentSet& set, std::size_t segment) {
@@ -58,7 +58,7 @@ public:
         }
     }
 
-    /// The point where a hidden range begins or ends.
+    /// The point at which an occluded interval begins or ends.
     PieceEnd at(const Wm4::Vector2<std::int64_t>& parameter) const {
         const float s = static_cast<float>(parameter[0]) / static_cast<float>(parameter[1]);
         const float t = (w0_ * s) / ((w0_ - w1_) * s + w1_);
@@ -73,7 +73,7 @@ private:
     float w1_;
 };
 
-/// Appends the ends of the visible pieces of one segment, two a piece.
+/// Appends the ends of the visible pieces of one segment, two per piece.
 void AppendPieces(std::vector<PieceEnd>& ends,
                   const ClippedSegment& segment,
                   const std::vector<RationalInterval>& hidden) {
@@ -95,7 +95,7 @@ void AppendPieces(std::vector<PieceEnd>& ends,
     }
 }
 
-/// New numbers for the source vertices that pieces reuse, densely in source order.
+/// New indices of the source vertices that pieces reuse, consecutive in source order.
 std::vector<unsigned int> NumberReusedVertices(const std::vector<PieceEnd>& ends,
                                                std::size_t sourceVertexCount,
                                                unsigned int& count) {
@@ -114,7 +114,7 @@ std::vector<unsigned int> NumberReusedVertices(const std::vector<PieceEnd>& ends
     return numbers;
 }
 
-/// Gives the set vertices and lines of its own: reused source vertices first, then the new ones.
+/// Sets vertices and lines: reused source vertices first, then the new ones.
 void SetPieces(LineSegmentSet& set,
                const std::vector<PieceEnd>& ends,
                const kx::kxVertexBuffer& source) {

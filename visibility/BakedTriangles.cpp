@@ -161,7 +161,7 @@ unsigned int FanOriginBits(unsigned int codes, unsigned int j, unsigned int n, b
 /// What the hierarchy is built over: the triangles' boxes in world space.
 class TrianglePrimitives : public kx::kxGenericBVHPrimitives {
 public:
-    TrianglePrimitives(const BakedTriangles& baked, WorkCounter& work)
+    TrianglePrimitives(const BakedTriangles& baked, ItemCounter& work)
         : indices_(baked.triangleIndices), positions_(baked.vertices.size()) {
         ForEachCounted(positions_.size(), work, [&](std::size_t i) {
             positions_[i] = GridToWorld(*baked.projectionSpace, baked.vertices[i]);
@@ -233,7 +233,7 @@ struct ProjectedVertices {
     }
 
     void
-    project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space, WorkCounter& work) {
+    project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space, ItemCounter& work) {
         const VertexProjector projector(mesh, space);
         count = VertexQuantity(mesh);
         ForEachCounted(static_cast<std::size_t>(count), work, [&](std::size_t i) {
@@ -253,7 +253,7 @@ public:
     MeshClipper(const DiscreteProjectionSpace& space,
                 const kx::kxTriMesh& mesh,
                 const ProjectedVertices& projected,
-                WorkCounter& work)
+                ItemCounter& work)
         : space_(space), mesh_(mesh), projected_(projected), work_(work) {}
 
     void run(BakedTriangles::tFirstPassData& data, std::size_t meshNumber) {
@@ -340,7 +340,7 @@ private:
     const DiscreteProjectionSpace& space_;
     const kx::kxTriMesh& mesh_;
     const ProjectedVertices& projected_;
-    WorkCounter& work_;
+    ItemCounter& work_;
 };
 
 /// The second pass over one mesh.
@@ -349,7 +349,7 @@ public:
     MeshBaker(BakedTriangles& baked,
               std::size_t meshNumber,
               unsigned int firstVertex,
-              WorkCounter& work)
+              ItemCounter& work)
         : baked_(baked), mesh_(*baked.meshes[meshNumber]), meshNumber_(meshNumber),
           firstVertex_(firstVertex), work_(work) {}
 
@@ -421,7 +421,7 @@ private:
     const kx::kxTriMesh& mesh_;
     std::size_t meshNumber_;
     unsigned int firstVertex_;
-    WorkCounter& work_;
+    ItemCounter& work_;
 };
 
 std::size_t FanTriangleCount(const std::list<BakedTriangles::ClippedPolygon>& polygons) {
@@ -460,7 +460,7 @@ std::uint64_t VertexQuantityOf(const std::vector<const kx::kxTriMesh*>& meshes) 
 
 void RunFirstPass(const BakedTriangles& baked,
                   BakedTriangles::tFirstPassData& data,
-                  WorkCounter& work) {
+                  ItemCounter& work) {
     assert(baked.projectionSpace != nullptr);
     const std::vector<const kx::kxTriMesh*>& meshes = baked.meshes;
     data.release();
@@ -481,7 +481,7 @@ void RunFirstPass(const BakedTriangles& baked,
     }
 }
 
-void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, WorkCounter& work) {
+void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, ItemCounter& work) {
     const std::size_t meshCount = baked.meshes.size();
     baked.vertices.resize(data.vertexCount);
     baked.triangleIndices.reserve(3 * std::size_t{data.triangleCount});
@@ -502,7 +502,7 @@ void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, 
 /// A builder of trees asks whether to go on as it gets on.
 class TreeWork : public kx::kxCancelInterfaceReadOnly {
 public:
-    explicit TreeWork(Work& work) : work_(work) {}
+    explicit TreeWork(PhasedProgress& work) : work_(work) {}
 
     bool isCanceled() const override {
         work_.advance(kItemsPerQuestion);
@@ -512,11 +512,11 @@ public:
 private:
     static constexpr double kItemsPerQuestion = 4096.0;
 
-    Work& work_;
+    PhasedProgress& work_;
 };
 
 /// The boxes of a subtree, children first; returns its number of nodes.
-unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, WorkCounter& work) {
+unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, ItemCounter& work) {
     HierarchyNode& here = baked.bvh.nodes[node];
     if (IsLeaf(here)) {
         work.count(here.second);
@@ -531,7 +531,7 @@ unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, WorkCounter&
     return below + 1;
 }
 
-void BuildTree(BakedTriangles& baked, Work& work) {
+void BuildTree(BakedTriangles& baked, PhasedProgress& work) {
     const TreeWork treeWork(work);
     if (kx::kxLinearGenericBVHBuilder::build(baked.bvh, TrianglePrimitives(baked, work), &treeWork,
                                              kMaxTrianglesInLeaf)) {
@@ -539,7 +539,7 @@ void BuildTree(BakedTriangles& baked, Work& work) {
     }
 }
 
-void MakePlanes(BakedTriangles& baked, WorkCounter& work) {
+void MakePlanes(BakedTriangles& baked, ItemCounter& work) {
     const std::size_t count = TriangleCountOf(baked);
     baked.trianglePlanes.reserve(count);
     ForEachCounted(count, work, [&baked](std::size_t triangle) {
@@ -565,7 +565,7 @@ double BakingCost(const std::vector<const kx::kxTriMesh*>& meshes) {
     return 3.0 * vertices + triangles * (5.0 + 2.0 * std::log2(1.0 + triangles / 2.0));
 }
 
-void Bake(BakedTriangles& baked, Work& work) {
+void Bake(BakedTriangles& baked, PhasedProgress& work) {
     baked.clearData();
     WholeOrNothing guard(baked);
     BakedTriangles::tFirstPassData data;
@@ -575,7 +575,7 @@ void Bake(BakedTriangles& baked, Work& work) {
     if (!baked.triangleIndices.empty()) {
         BuildTree(baked, work);
         MakePlanes(baked, work);
-        work.look();
+        work.poll();
     }
     guard.isWhole();
 }
@@ -613,17 +613,17 @@ void BakedTriangles::setContactTolerance(unsigned int steps) {
 }
 
 void BakedTriangles::initializeFirstPass(tFirstPassData& data) const {
-    WorkCounter unwatched;
+    ItemCounter unwatched;
     RunFirstPass(*this, data, unwatched);
 }
 
 void BakedTriangles::initialize() {
-    Work unwatched(nullptr);
+    PhasedProgress unwatched(nullptr);
     Bake(*this, unwatched);
 }
 
 bool BakedTriangles::initialize(kx::kxProgressNotifierInterface& notifier) {
-    Work work(&notifier);
+    PhasedProgress work(&notifier);
     try {
         const double cost = BakingCost(meshes);
         work.begin(cost, cost, 0.0);
@@ -638,7 +638,7 @@ bool BakedTriangles::initialize(kx::kxProgressNotifierInterface& notifier) {
 
 unsigned int BakedTriangles::computeBakedBVHBBox(unsigned int node) {
     ++bakeCount;
-    WorkCounter unwatched;
+    ItemCounter unwatched;
     return node < bvh.nodes.size() ? ComputeBoxes(*this, node, unwatched) : 0;
 }
 

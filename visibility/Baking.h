@@ -3,7 +3,7 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 
 #include <vector>
 
@@ -13,6 +13,6 @@ namespace ctr {
 double BakingCost(const std::vector<const kx::kxTriMesh*>& meshes);
 
 /// As BakedTriangles::initialize(), which leaves nothing baked when it is cancelled.
-void Bake(BakedTriangles& baked, Work& work);
+void Bake(BakedTriangles& baked, PhasedProgress& work);
 
 } // namespace ctr

@@ -107,14 +107,14 @@ private:
 CrowdCover::CrowdCover(const SlotTriangles& triangles,
                        const std::vector<std::uint32_t>& slots,
                        const ContactTolerance& tolerance,
-                       WorkCounter& work)
+                       ItemCounter& work)
     : tolerance_(tolerance), cells_(triangles, slots), covers_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
         cover(triangles[slot], work);
     }
 }
 
-void CrowdCover::cover(const SlotTriangle& triangle, WorkCounter& work) {
+void CrowdCover::cover(const SlotTriangle& triangle, ItemCounter& work) {
     const auto& p = triangle.corners;
     const SideOnScreen sides[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
     const CellOnScreen crowd{cells_.columns.extent(), cells_.rows.extent()};
@@ -178,7 +178,7 @@ std::size_t CrowdCover::blockOf(std::int64_t column, std::int64_t row) const {
                                     along(column, cells_.columns.count()));
 }
 
-CrowdCover::InSight CrowdCover::inSight(const SlotTriangle& triangle, WorkCounter& work) const {
+CrowdCover::InSight CrowdCover::inSight(const SlotTriangle& triangle, ItemCounter& work) const {
     const auto& p = triangle.corners;
     const SideOnScreen sides[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
     const std::int64_t reach[3] = {ReachOf(sides[0]), ReachOf(sides[1]), ReachOf(sides[2])};
@@ -215,7 +215,7 @@ CrowdCover::InSight CrowdCover::inSight(const SlotTriangle& triangle, WorkCounte
 PairsInSight::PairsInSight(const SlotTriangles& triangles,
                            const std::vector<std::uint32_t>& slots,
                            const ContactTolerance& tolerance,
-                           WorkCounter& work)
+                           ItemCounter& work)
     : work_(work), around_(CrowdCover::Blocks().size()) {
     const CrowdCover cover(triangles, slots, tolerance, work);
     for (const std::uint32_t slot : slots) {

@@ -30,7 +30,7 @@
 // front of what covers its cell, and on the plane of the other at most so far beyond that.
 #pragma once
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 #include "visibility/ContactTolerance.h"
 #include "visibility/Crowds.h"
 
@@ -61,10 +61,10 @@ public:
     CrowdCover(const SlotTriangles& triangles,
                const std::vector<std::uint32_t>& slots,
                const ContactTolerance& tolerance,
-               WorkCounter& work);
+               ItemCounter& work);
 
     /// Of a triangle of the crowd.
-    InSight inSight(const SlotTriangle& triangle, WorkCounter& work) const;
+    InSight inSight(const SlotTriangle& triangle, ItemCounter& work) const;
 
 private:
     static constexpr std::int64_t kBlocksPerAxis = 16;
@@ -88,7 +88,7 @@ private:
     /// Points of a plane, or places of one depth, at the corners of a cell.
     struct Corners;
 
-    void cover(const SlotTriangle& triangle, WorkCounter& work);
+    void cover(const SlotTriangle& triangle, ItemCounter& work);
     bool add(Cell& cell, const Corners& corners);
     bool hides(const Cell& cell, const Corners& corners) const;
     std::size_t blockOf(std::int64_t column, std::int64_t row) const;
@@ -106,7 +106,7 @@ public:
     PairsInSight(const SlotTriangles& triangles,
                  const std::vector<std::uint32_t>& slots,
                  const ContactTolerance& tolerance,
-                 WorkCounter& work);
+                 ItemCounter& work);
 
     /// About how many pairs forEach() looks at, most of them twice; from samples.
     double estimate();
@@ -120,7 +120,7 @@ private:
     const std::vector<Word>& partnersOf(std::size_t own);
     bool areMetFromBoth(std::size_t own, std::size_t around) const;
 
-    WorkCounter& work_;
+    ItemCounter& work_;
     std::vector<std::uint32_t> slots_; ///< Of the triangles that are around any block.
     std::vector<CrowdCover::InSight> inSight_;
     std::vector<std::vector<Word>> around_; ///< Who is around a block, bit by bit.

@@ -61,7 +61,7 @@ bool HoldsPoint(const kx::kxBBox& box, const BakedVertex& p) {
 
 CrowdSurface::CrowdSurface(const SlotTriangles& triangles,
                            const std::vector<std::uint32_t>& slots,
-                           WorkCounter& work)
+                           ItemCounter& work)
     : cells_(triangles, slots), nearest_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
         work.count(kWorkPerTriangle);
@@ -69,7 +69,7 @@ CrowdSurface::CrowdSurface(const SlotTriangles& triangles,
     }
 }
 
-void CrowdSurface::add(const SlotTriangle& triangle, std::uint32_t slot, WorkCounter& work) {
+void CrowdSurface::add(const SlotTriangle& triangle, std::uint32_t slot, ItemCounter& work) {
     const RoughTriangle rough(triangle);
     const CellsOnAxis::Run columns = cells_.columns.meeting(StepsOf(triangle, &BakedVertex::x));
     const CellsOnAxis::Run rows = cells_.rows.meeting(StepsOf(triangle, &BakedVertex::y));
@@ -104,7 +104,7 @@ void CrowdSurface::findNearest(double x, double y, std::vector<std::uint32_t>& s
 
 CrowdSurfaces::CrowdSurfaces(const BakedTriangles& baked,
                              const SlotTriangles& triangles,
-                             WorkCounter& work)
+                             ItemCounter& work)
     : baked_(baked) {
     for (const unsigned int root : FindCrowds(baked, work)) {
         crowds_.push_back({root, CrowdSurface(triangles, SlotsBelow(baked, root), work)});

@@ -20,7 +20,7 @@ public:
     /// Nothing is borrowed. O(n) for n triangles.
     CrowdSurface(const SlotTriangles& triangles,
                  const std::vector<std::uint32_t>& slots,
-                 WorkCounter& work);
+                 ItemCounter& work);
 
     /// The slots of those over a place, nearest first, in `slots`.
     void findNearest(double x, double y, std::vector<std::uint32_t>& slots) const;
@@ -33,7 +33,7 @@ private:
     /// Nearest first.
     using Cell = std::array<Place, 16>;
 
-    void add(const SlotTriangle& triangle, std::uint32_t slot, WorkCounter& work);
+    void add(const SlotTriangle& triangle, std::uint32_t slot, ItemCounter& work);
 
     CellsOfCrowd cells_;
     std::vector<Cell> nearest_;
@@ -43,7 +43,7 @@ private:
 class CrowdSurfaces {
 public:
     /// As for FindCrowds(); the hierarchy is borrowed, the triangles are its own, slot by slot.
-    CrowdSurfaces(const BakedTriangles& baked, const SlotTriangles& triangles, WorkCounter& work);
+    CrowdSurfaces(const BakedTriangles& baked, const SlotTriangles& triangles, ItemCounter& work);
 
     /// Prepares for questions about a segment.
     void turnTo(const BakedVertex& a, const BakedVertex& b);

@@ -5,7 +5,7 @@
 // apart by the former, triangles around one corner by the latter.
 #pragma once
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 #include "visibility/GridArithmetic.h"
 
 #include <algorithm>
@@ -59,7 +59,7 @@ public:
         std::uint32_t count() const { return end - begin; }
     };
 
-    explicit CrowdTree(std::vector<CrowdItem> items, WorkCounter& work);
+    explicit CrowdTree(std::vector<CrowdItem> items, ItemCounter& work);
 
     /// Calls pair(a, b) once with the numbers of any two items, but for those that
     /// - have boxes that share no point,
@@ -69,7 +69,7 @@ public:
     /// Pairs of the last kind may be among them. Returns how many pairs of nodes or items it has
     /// looked at.
     std::size_t forEachPair(const std::function<void(std::uint32_t, std::uint32_t)>& pair,
-                            WorkCounter& work) const;
+                            ItemCounter& work) const;
 
     /// The root is the first; none without items.
     const std::vector<Node>& nodes() const { return nodes_; }
@@ -82,7 +82,7 @@ private:
         std::uint32_t item;
     };
 
-    std::uint32_t add(std::uint32_t begin, std::uint32_t end, WorkCounter& work);
+    std::uint32_t add(std::uint32_t begin, std::uint32_t end, ItemCounter& work);
     Node nodeOf(std::uint32_t begin, std::uint32_t end) const;
     Bundle bundleOf(std::uint32_t begin, std::uint32_t end) const;
     std::uint32_t split(const Node& node);

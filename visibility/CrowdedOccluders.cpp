@@ -176,7 +176,7 @@ bool RangesOfCrowd::makeNeedlessUpTo(double mostEnd) const {
 CrowdedOccluders::CrowdedOccluders(const std::vector<Triangle>& triangles,
                                    const ContactTolerance& tolerance,
                                    std::uint32_t hubDegree,
-                                   WorkCounter& work)
+                                   ItemCounter& work)
     : tolerance_(tolerance), distinct_(triangles, work) {
     for (const Triangle& triangle : triangles) {
         const kx::kxBBox box = BoxOfCorners(triangle);
@@ -189,7 +189,7 @@ CrowdedOccluders::CrowdedOccluders(const std::vector<Triangle>& triangles,
     layOutAnywhere(work);
 }
 
-void CrowdedOccluders::layOutHubs(std::uint32_t hubDegree, WorkCounter& work) {
+void CrowdedOccluders::layOutHubs(std::uint32_t hubDegree, ItemCounter& work) {
     const std::vector<std::uint32_t> degrees = distinct_.degrees();
     hubsOf_.assign(distinct_.count(), kNoHubs);
     aroundOf_.assign(distinct_.placeCount(), kNoHub);
@@ -224,7 +224,7 @@ void CrowdedOccluders::layOutHubs(std::uint32_t hubDegree, WorkCounter& work) {
     }
 }
 
-void CrowdedOccluders::layOutAnywhere(WorkCounter& work) {
+void CrowdedOccluders::layOutAnywhere(ItemCounter& work) {
     std::vector<CrowdItem> items;
     items.reserve(distinct_.count());
     for (std::uint32_t i = 0; i < distinct_.count(); ++i) {

@@ -122,7 +122,7 @@ public:
     CrowdedOccluders(const std::vector<Triangle>& triangles,
                      const ContactTolerance& tolerance,
                      std::uint32_t hubDegree,
-                     WorkCounter& work);
+                     ItemCounter& work);
 
     /// Whether the segment is one that append() takes.
     bool fits(const BakedVertex& a, const BakedVertex& b) const;
@@ -187,8 +187,8 @@ private:
         double most;
     };
 
-    void layOutAnywhere(WorkCounter& work);
-    void layOutHubs(std::uint32_t hubDegree, WorkCounter& work);
+    void layOutAnywhere(ItemCounter& work);
+    void layOutHubs(std::uint32_t hubDegree, ItemCounter& work);
     std::size_t cornerAt(std::uint32_t triangle, std::uint32_t place) const;
     CrowdItem itemOf(std::uint32_t triangle) const;
     CrowdItem directionsOf(std::uint32_t triangle, std::uint32_t hub) const;

@@ -32,7 +32,7 @@ public:
                  const std::vector<bool>& marked,
                  const PairTest& test,
                  std::uint32_t hubDegree,
-                 WorkCounter& work);
+                 ItemCounter& work);
 
     /// In any order, but for some whose triangles are in contact.
     std::vector<FoundIntersection> find();
@@ -63,7 +63,7 @@ private:
     const std::vector<bool>& marked_;
     const PairTest& test_;
     std::uint32_t hubDegree_;
-    WorkCounter& work_;
+    ItemCounter& work_;
     DistinctTriangles distinct_;
     std::vector<Hubs> hubsOf_; ///< Of distinct triangles.
     Incidence atHubs_;         ///< Triangles by their hubs.

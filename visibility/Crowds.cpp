@@ -33,7 +33,7 @@ std::int64_t CellsPerAxis(std::size_t triangles) {
 /// Finds crowds bottom up: one takes the place of those below it.
 class CrowdFinder {
 public:
-    CrowdFinder(const BakedTriangles& baked, WorkCounter& work) : baked_(baked), work_(work) {}
+    CrowdFinder(const BakedTriangles& baked, ItemCounter& work) : baked_(baked), work_(work) {}
 
     std::vector<unsigned int> find() {
         look(0);
@@ -73,7 +73,7 @@ private:
     }
 
     const BakedTriangles& baked_;
-    WorkCounter& work_;
+    ItemCounter& work_;
     std::vector<unsigned int> roots_;
 };
 
@@ -103,7 +103,7 @@ CellsOnAxis::Interval StepsOf(const SlotTriangle& triangle, std::int32_t BakedVe
     return {least, most};
 }
 
-std::vector<unsigned int> FindCrowds(const BakedTriangles& baked, WorkCounter& work) {
+std::vector<unsigned int> FindCrowds(const BakedTriangles& baked, ItemCounter& work) {
     return baked.bvh.nodes.empty() ? std::vector<unsigned int>{} : CrowdFinder(baked, work).find();
 }
 

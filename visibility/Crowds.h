@@ -4,7 +4,7 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 #include "visibility/SlotTriangles.h"
 
 #include <algorithm>
@@ -90,7 +90,7 @@ CellsOnAxis::Interval StepsOf(const SlotTriangle& triangle, std::int32_t BakedVe
 
 /// The roots of all crowds, in order. Every box of the hierarchy has to hold what is below it.
 /// O(nodes).
-std::vector<unsigned int> FindCrowds(const BakedTriangles& baked, WorkCounter& work);
+std::vector<unsigned int> FindCrowds(const BakedTriangles& baked, ItemCounter& work);
 
 /// The slots of all triangles below a node.
 std::vector<std::uint32_t> SlotsBelow(const BakedTriangles& baked, unsigned int node);

@@ -84,7 +84,7 @@ private:
 
 } // namespace
 
-DepthMap::DepthMap(const BakedTriangles& baked, const OccluderTree& tree, WorkCounter& work) {
+DepthMap::DepthMap(const BakedTriangles& baked, const OccluderTree& tree, ItemCounter& work) {
     const SlotTriangles triangles = tree.triangles();
     if (triangles.empty() || !tree.boxesHold() || !FitsProducts(tree.extent())) {
         return;
@@ -127,7 +127,7 @@ void DepthMap::coarsen() {
 /// map slow to fill: it is made coarser for them.
 std::vector<std::uint32_t> DepthMap::chooseTriangles(const BakedTriangles& baked,
                                                      const SlotTriangles& triangles,
-                                                     WorkCounter& work) {
+                                                     ItemCounter& work) {
     constexpr std::size_t kCellsPerTriangle = 64;
     constexpr std::size_t kFreeCells = 1 << 20;
     Choice choice;
@@ -145,7 +145,7 @@ void DepthMap::choose(const BakedTriangles& baked,
                       unsigned int node,
                       const SlotTriangles& triangles,
                       Choice& choice,
-                      WorkCounter& work) const {
+                      ItemCounter& work) const {
     const HierarchyNode& here = baked.bvh.nodes[node];
     const auto along = [&box = here.box](int axis) {
         return Extent{StepsOf(box.min[axis]), StepsOf(box.max[axis])};

@@ -26,7 +26,7 @@ public:
     /// is in contact with it lies in front of what it fills. O(n) for n triangles.
     /// Empty where boxes of the hierarchy do not hold what is below them, and on grids beyond all
     /// bounds, where the products here would not fit.
-    DepthMap(const BakedTriangles& baked, const OccluderTree& tree, WorkCounter& work);
+    DepthMap(const BakedTriangles& baked, const OccluderTree& tree, ItemCounter& work);
 
     /// Whether the segment, and what is within a step of it, is surely hidden from end to end.
     bool hides(const BakedVertex& a, const BakedVertex& b) const {
@@ -60,12 +60,12 @@ private:
     void layCells(const kx::kxBBox& box, std::size_t triangles);
     void coarsen();
     std::vector<std::uint32_t>
-    chooseTriangles(const BakedTriangles& baked, const SlotTriangles& triangles, WorkCounter& work);
+    chooseTriangles(const BakedTriangles& baked, const SlotTriangles& triangles, ItemCounter& work);
     void choose(const BakedTriangles& baked,
                 unsigned int node,
                 const SlotTriangles& triangles,
                 Choice& choice,
-                WorkCounter& work) const;
+                ItemCounter& work) const;
     static Extent extentOf(const BakedVertex* corners, std::int32_t BakedVertex::*axis);
     Cells cellsWithin(Extent x, Extent y) const;
     Cells cellsWithin(const BakedVertex* corners) const;
@@ -91,7 +91,7 @@ private:
 /// A tree and its map, made together.
 struct OccluderLayout {
     OccluderLayout(const BakedTriangles& baked,
-                   WorkCounter& work,
+                   ItemCounter& work,
                    std::size_t mostCopied = OccluderTree::kMostCopied)
         : tree(baked, work, mostCopied), map(baked, tree, work) {}
 

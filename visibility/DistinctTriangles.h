@@ -1,7 +1,7 @@
 // Triangles that are the same, and places where triangles meet.
 #pragma once
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 #include "visibility/OccluderTree.h"
 
 #include <array>
@@ -20,7 +20,7 @@ public:
     using Places = std::array<std::uint32_t, 3>;
 
     /// The triangles are borrowed.
-    DistinctTriangles(const std::vector<Triangle>& triangles, WorkCounter& work);
+    DistinctTriangles(const std::vector<Triangle>& triangles, ItemCounter& work);
 
     std::uint32_t count() const { return static_cast<std::uint32_t>(places_.size()); }
 
@@ -45,8 +45,8 @@ public:
     std::vector<std::uint32_t> degrees() const;
 
 private:
-    void findEqual(WorkCounter& work);
-    void findPlaces(WorkCounter& work);
+    void findEqual(ItemCounter& work);
+    void findPlaces(ItemCounter& work);
 
     const std::vector<Triangle>& triangles_;
     std::vector<std::uint32_t> slots_;

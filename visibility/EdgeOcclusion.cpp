@@ -29,7 +29,7 @@ BakedState::BakedState(const BakedTriangles& baked)
                                ExtentOf(baked.bvh.primitives)},
       rootBox(RootBoxOf(baked)) {}
 
-void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
+void EdgeOcclusion::announce(std::size_t segments, ItemCounter& work) {
     constexpr std::size_t kTrianglesPerSegment = 256;
     const BakedState state(*baked_);
     if (stateOfLayout_ != state) {
@@ -44,7 +44,7 @@ void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
     }
 }
 
-void EdgeOcclusion::considerCrowds(std::size_t ranges, WorkCounter& work) {
+void EdgeOcclusion::considerCrowds(std::size_t ranges, ItemCounter& work) {
     hidden_ += ranges;
     if (haveConsideredCrowds_ || !layout_ || !layout_->isFaithful() ||
         tested_ <= limits_.testsPerTriangle * baked_->trianglePlanes.size() +

@@ -58,12 +58,12 @@ public:
 
     /// Says that so many segments will be asked for: the tree is laid out anew once there are so
     /// many that it pays. When that is cancelled, there is no layout.
-    void announce(std::size_t segments, WorkCounter& work);
+    void announce(std::size_t segments, ItemCounter& work);
 
     /// Lays out crowded triangles by themselves once so many have been tested that it pays; to be
     /// asked between segments, with the number of hidden ranges that all of them have so far.
     /// Throws Cancelled.
-    void considerCrowds(std::size_t ranges, WorkCounter& work);
+    void considerCrowds(std::size_t ranges, ItemCounter& work);
 
     bool isCrowded() const { return crowd_.has_value(); }
     /// How many triangles, and nodes of crowds, have been looked at since release().

@@ -94,7 +94,7 @@ double OccluderTree::depthSlackOf(const GridVector& normal) {
     return off / std::max(std::abs(static_cast<double>(normal[2])), 1.0);
 }
 
-OccluderTree::OccluderTree(const BakedTriangles& baked, WorkCounter& work, std::size_t mostCopied) {
+OccluderTree::OccluderTree(const BakedTriangles& baked, ItemCounter& work, std::size_t mostCopied) {
     if (!HasTriangles(baked)) {
         return;
     }
@@ -119,7 +119,7 @@ OccluderTree::Boxes OccluderTree::add(const BakedTriangles& baked,
                                       unsigned int node,
                                       Child& child,
                                       unsigned int depth,
-                                      WorkCounter& work) {
+                                      ItemCounter& work) {
     depth_ = std::max(depth_, depth);
     const HierarchyNode& here = baked.bvh.nodes[node];
     child = childOf(here);

@@ -20,7 +20,7 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 #include "visibility/GridArithmetic.h"
 #include "visibility/HierarchyNode.h"
 #include "visibility/Lanes.h"
@@ -155,7 +155,7 @@ public:
 
     /// What is not copied is borrowed.
     OccluderTree(const BakedTriangles& baked,
-                 WorkCounter& work,
+                 ItemCounter& work,
                  std::size_t mostCopied = kMostCopied);
 
     /// How much depth may seem to change when plane values are rounded to integers, in steps.
@@ -228,7 +228,7 @@ private:
               unsigned int node,
               Child& child,
               unsigned int depth,
-              WorkCounter& work);
+              ItemCounter& work);
     Boxes boxesOf(Child leaf) const;
     static Node nodeAround(const Boxes (&boxes)[2], const Child (&children)[2]);
     static Margin marginOf(const Boxes& boxes);

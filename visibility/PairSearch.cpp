@@ -62,7 +62,7 @@ double EstimatedMeetings(const SlotTriangles& triangles, const std::vector<std::
 PairSearch::PairSearch(const BakedTriangles& baked,
                        const SlotTriangles& triangles,
                        std::function<void(std::size_t)> triangleDone,
-                       WorkCounter& work,
+                       ItemCounter& work,
                        const CrowdLimits& limits)
     : baked_(baked), triangles_(triangles), recent_(triangles),
       triangleDone_(std::move(triangleDone)), work_(work),

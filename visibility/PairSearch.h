@@ -45,7 +45,7 @@ public:
     PairSearch(const BakedTriangles& baked,
                const SlotTriangles& triangles,
                std::function<void(std::size_t)> triangleDone,
-               WorkCounter& work,
+               ItemCounter& work,
                const CrowdLimits& limits = {});
 
     /// Leaves out pairs of which both are marked, slot by slot; equal triangles are marked alike.
@@ -117,7 +117,7 @@ private:
     SlotTriangles triangles_;
     RecentTriangles recent_;
     std::function<void(std::size_t)> triangleDone_;
-    WorkCounter& work_;
+    ItemCounter& work_;
     PairTest test_;
     float rounding_[3] = {};           ///< How far products with a coordinate may be off, by axis.
     bool floatsAreExact_ = true;       ///< Those of coordinates.

@@ -3,7 +3,7 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 
 #include <vector>
 
@@ -13,6 +13,6 @@ namespace ctr {
 /// some items per vertex and triangle. When cancelled, the sets made so far are in the list.
 void FindSilhouettes(const BakedTriangles& baked,
                      std::vector<LineSegmentSet*>& sets,
-                     WorkCounter& work);
+                     ItemCounter& work);
 
 } // namespace ctr

@@ -17,7 +17,7 @@ const SlotTriangle& RecentTriangles::gatherOnce(std::uint32_t slot) {
     return room.triangle;
 }
 
-TriangleCopies::TriangleCopies(const SlotTriangles& triangles, WorkCounter& work)
+TriangleCopies::TriangleCopies(const SlotTriangles& triangles, ItemCounter& work)
     : borrowed_(triangles.copies()) {
     if (borrowed_ == nullptr) {
         made_.reserve(triangles.size());

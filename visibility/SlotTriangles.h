@@ -3,7 +3,7 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -85,7 +85,7 @@ private:
 /// Contiguous copies of triangles: existing ones are borrowed, otherwise new ones are made.
 class TriangleCopies {
 public:
-    TriangleCopies(const SlotTriangles& triangles, WorkCounter& work);
+    TriangleCopies(const SlotTriangles& triangles, ItemCounter& work);
 
     const std::vector<SlotTriangle>& all() const {
         return borrowed_ != nullptr ? *borrowed_ : made_;

@@ -44,7 +44,7 @@ private:
 /// One set of baked triangles that hides intersection edges.
 class CutHider {
 public:
-    CutHider(const LaidOutTriangles& triangles, std::size_t edges, WorkCounter& work)
+    CutHider(const LaidOutTriangles& triangles, std::size_t edges, ItemCounter& work)
         : baked_(*triangles.baked), tolerance_(baked_), layout_(triangles.layout) {
         // Laying the tree out anew pays for so many edges only.
         constexpr std::size_t kTrianglesPerEdge = 64;
@@ -64,7 +64,7 @@ public:
     }
 
     /// Prepares for so many edges of triangles of this set.
-    void findCrowds(std::size_t edges, WorkCounter& work) {
+    void findCrowds(std::size_t edges, ItemCounter& work) {
         constexpr std::size_t kEdgesPerTriangle = 4;
         if (layout_ != nullptr && HasTriangles(baked_) &&
             edges >= kEdgesPerTriangle * baked_.trianglePlanes.size()) {
@@ -114,7 +114,7 @@ public:
     CutHiders(const LaidOutTriangles& triangles,
               const LaidOutTriangles* occluders,
               std::size_t edges,
-              WorkCounter& work)
+              ItemCounter& work)
         : own_(triangles, edges, work) {
         own_.findCrowds(edges, work);
         if (occluders != nullptr && HasTriangles(*occluders->baked)) {
@@ -172,7 +172,7 @@ struct Pieces {
 /// Triangles in hidden places. The line along which two of them cut each other is hidden: an end of
 /// it lies on one triangle and, but for the roundings to the grid, on the other one, so all of it
 /// is within four steps of either box on screen, and no nearer than the nearest corner of both.
-std::vector<bool> UnseenTriangles(const OccluderLayout& layout, WorkCounter& work) {
+std::vector<bool> UnseenTriangles(const OccluderLayout& layout, ItemCounter& work) {
     std::vector<bool> unseen;
     const SlotTriangles triangles = layout.tree.triangles();
     unseen.reserve(triangles.size());
@@ -326,7 +326,7 @@ FindIntersectionEdges(const LaidOutTriangles& triangles,
                       const std::function<void(std::size_t)>& triangleDone) {
     // Fewer are tested as quickly as looked up.
     constexpr std::size_t kManyTriangles = 4096;
-    WorkCounter work(notifier);
+    ItemCounter work(notifier);
     const auto advance = [&](std::size_t found) {
         if (notifier != nullptr) {
             notifier->advance(1.0);
@@ -373,7 +373,7 @@ LineSegmentSet* PiecesOfEdges(const std::vector<FoundIntersection>& edges,
                               const LaidOutTriangles* occluders,
                               kx::kxProgressNotifierInterface* notifier,
                               kx::kxPointer<LineSegmentSet>* hidden) {
-    WorkCounter work(notifier);
+    ItemCounter work(notifier);
     RestOfRun run(notifier, edges.size());
     CutHiders hiders(triangles, occluders, edges.size(), work);
     Pieces pieces{triangles.baked, hidden != nullptr, {}, {}};
@@ -386,7 +386,7 @@ LineSegmentSet* PiecesOfEdges(const std::vector<FoundIntersection>& edges,
     if (pieces.visible.empty() && pieces.hidden.empty()) {
         return nullptr;
     }
-    work.look();
+    work.poll();
     if (hidden != nullptr) {
         *hidden = MakeSet(pieces.hidden);
     }
@@ -402,7 +402,7 @@ LineSegmentSet* FindIntersectionLines(const LaidOutTriangles& triangles,
     }
     try {
         const auto edges = FindIntersectionEdges(triangles, hidden == nullptr, notifier);
-        WorkCounter(notifier).look();
+        ItemCounter(notifier).poll();
         return PiecesOfEdges(edges, triangles, occluders, notifier, hidden);
     } catch (const Cancelled&) {
         return nullptr;

@@ -1,4 +1,4 @@
-// Which edges are pairs, and that the search finds what a comparison of all with all finds.
+// The rules for pairs of edges, and the search compared with a comparison of all edges with all.
 #include "features/EdgePairs.h"
 
 #include "support/Random.h"
@@ -11,14 +11,14 @@
 
 namespace {
 
+using ctr::BoundaryEdge;
 using ctr::EdgePair;
 using ctr::FindEdgePairs;
-using ctr::OpenEdge;
 using ctr::PairRule;
 using Vector = Wm4::Vector3<double>;
 
 /// An edge of a triangle of its own.
-OpenEdge
+BoundaryEdge
 EdgeOf(std::uint32_t number, const Vector& start, const Vector& end, const Vector& inward) {
     const Vector along = end - start;
     return {3 * number, 2 * number, 2 * number + 1, start, end, inward, std::sqrt(along.Dot(along)),
@@ -28,7 +28,7 @@ EdgeOf(std::uint32_t number, const Vector& start, const Vector& end, const Vecto
 constexpr PairRule kTenth{0.1, 0.4, 0.4};
 
 TEST(FindEdgePairs, PairsTheRimsOfACrack) {
-    const std::vector<OpenEdge> edges{
+    const std::vector<BoundaryEdge> edges{
         EdgeOf(0, {0, 0, 0}, {5, 0, 0}, {0, 1, 0}),
         EdgeOf(1, {5, -0.05, 0}, {0, -0.02, 0}, {0, -1, 0}),
         EdgeOf(2, {0, 3, 0}, {5, 3, 0}, {0, -1, 0}),
@@ -45,8 +45,8 @@ TEST(FindEdgePairs, PairsTheRimsOfACrack) {
 
 TEST(FindEdgePairs, TakesNoEdgeThatIsTooFarOrTooShort) {
     const auto count = [](double gap, double length, double height) {
-        std::vector<OpenEdge> edges{EdgeOf(0, {0, 0, 0}, {length, 0, 0}, {0, 1, 0}),
-                                    EdgeOf(1, {length, -gap, 0}, {0, -gap, 0}, {0, -1, 0})};
+        std::vector<BoundaryEdge> edges{EdgeOf(0, {0, 0, 0}, {length, 0, 0}, {0, 1, 0}),
+                                        EdgeOf(1, {length, -gap, 0}, {0, -gap, 0}, {0, -1, 0})};
         edges[1].height = height;
         return FindEdgePairs(edges, kTenth).size();
     };
@@ -59,8 +59,8 @@ TEST(FindEdgePairs, TakesNoEdgeThatIsTooFarOrTooShort) {
 }
 
 TEST(FindEdgePairs, TakesNoEdgeOfTheSameTriangleAndNoFold) {
-    std::vector<OpenEdge> edges{EdgeOf(0, {0, 0, 0}, {5, 0, 0}, {0, 1, 0}),
-                                EdgeOf(1, {5, 0, 0.05}, {0, 0, 0.05}, {0, 1, 0})};
+    std::vector<BoundaryEdge> edges{EdgeOf(0, {0, 0, 0}, {5, 0, 0}, {0, 1, 0}),
+                                    EdgeOf(1, {5, 0, 0.05}, {0, 0, 0.05}, {0, 1, 0})};
     EXPECT_TRUE(FindEdgePairs(edges, kTenth).empty()) << "two sheets";
     edges[1].inward = {0, -1, 0};
     EXPECT_EQ(FindEdgePairs(edges, kTenth).size(), 1U);
@@ -69,9 +69,9 @@ TEST(FindEdgePairs, TakesNoEdgeOfTheSameTriangleAndNoFold) {
 }
 
 TEST(FindEdgePairs, PairsOnlyWhatIsNearestBothWays) {
-    const std::vector<OpenEdge> edges{EdgeOf(0, {0, 0, 0}, {5, 0, 0}, {0, 1, 0}),
-                                      EdgeOf(1, {5, -0.09, 0}, {0, -0.09, 0}, {0, -1, 0}),
-                                      EdgeOf(2, {5, -0.01, 0}, {0, -0.01, 0}, {0, -1, 0})};
+    const std::vector<BoundaryEdge> edges{EdgeOf(0, {0, 0, 0}, {5, 0, 0}, {0, 1, 0}),
+                                          EdgeOf(1, {5, -0.09, 0}, {0, -0.09, 0}, {0, -1, 0}),
+                                          EdgeOf(2, {5, -0.01, 0}, {0, -0.01, 0}, {0, -1, 0})};
     const auto pairs = FindEdgePairs(edges, kTenth);
     ASSERT_EQ(pairs.size(), 1U);
     EXPECT_EQ(pairs[0].second, 2U);
@@ -79,7 +79,7 @@ TEST(FindEdgePairs, PairsOnlyWhatIsNearestBothWays) {
 
 TEST(FindEdgePairs, PairsOnlyEdgesThatAreEachOthersNearest) {
     // The first one is nearest to the second, which is nearer to the third.
-    const std::vector<OpenEdge> edges{
+    const std::vector<BoundaryEdge> edges{
         EdgeOf(0, {0, 0, 0}, {5, 0, 0}, {0, -1, 0}),
         EdgeOf(1, {5, 0.05, 0}, {0, 0.05, 0}, {0, 0, 1}),
         EdgeOf(2, {0, 0.07, 0}, {5, 0.07, 0}, {0, 1, 0}),
@@ -92,13 +92,13 @@ TEST(FindEdgePairs, PairsOnlyEdgesThatAreEachOthersNearest) {
 
 /// The nearest edge by definition.
 std::optional<std::uint32_t>
-NearestTo(const std::vector<OpenEdge>& edges, std::uint32_t number, const PairRule& rule) {
+NearestTo(const std::vector<BoundaryEdge>& edges, std::uint32_t number, const PairRule& rule) {
     std::optional<std::uint32_t> nearest;
     double least = 0.0;
     const auto length = [](const Vector& v) { return std::sqrt(v.Dot(v)); };
-    const OpenEdge& a = edges[number];
+    const BoundaryEdge& a = edges[number];
     for (std::uint32_t i = 0; i < edges.size(); ++i) {
-        const OpenEdge& b = edges[i];
+        const BoundaryEdge& b = edges[i];
         const double gap = std::min(std::max(length(b.end - a.start), length(b.start - a.end)),
                                     std::max(length(b.start - a.start), length(b.end - a.end)));
         const bool fits = gap <= rule.distance &&
@@ -119,7 +119,7 @@ TEST(FindEdgePairs, FindsWhatAllWithAllFinds) {
             return Vector(random.uniform(-reach, reach), random.uniform(-reach, reach),
                           random.uniform(-reach, reach));
         };
-        std::vector<OpenEdge> edges;
+        std::vector<BoundaryEdge> edges;
         for (std::uint32_t i = 0; i < 150; ++i) {
             const float size = random.percent(50) ? 1.0F : 0.05F;
             const Vector start = point(2);

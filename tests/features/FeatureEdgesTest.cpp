@@ -1,5 +1,5 @@
-// The feature edges of a mesh as it comes: whatever normals and vertices it has, cracked, cut at
-// T-junctions, and full of triangles that are none.
+// Feature edges of meshes with any normals and vertices: cracked, with T-junctions, and with
+// invalid triangles.
 #include <ctr/FeatureEdges.h>
 #include <ctr/GeometricFeaturesGenerator.h>
 
@@ -47,7 +47,7 @@ std::vector<unsigned int> IndicesOf(const kx::kxTriMesh& mesh,
     return indices;
 }
 
-/// The number of lines, no two of which join the same two places.
+/// The number of lines, no two of which join the same two points.
 std::size_t LineCount(const kx::kxTriMesh& mesh, const FeatureEdgeOptions& options = {}) {
     const std::vector<unsigned int> indices = IndicesOf(mesh, options);
     std::set<std::set<std::array<float, 3>>> different;

@@ -1,5 +1,5 @@
-// What the generator and the camera cannot check in release builds, they assert in others; what the
-// generator returns is valid.
+// Preconditions that the generator and the camera assert in debug builds, and the validity of the
+// results of the generator.
 #include <ctr/GeometricFeaturesGenerator.h>
 
 #include "linesets/SegmentBuilders.h"
@@ -18,7 +18,7 @@ using test_support::MeshList;
 using test_support::SetPointer;
 using test_support::Vec3;
 
-TEST(GeneratedSets, AreValid) {
+TEST(GeneratorSets, AreValid) {
     for (std::uint64_t seed = 1; seed <= 200; ++seed) {
         const test_support::Scene scene = test_support::RandomScene(seed);
         ctr::GeometricFeaturesGenerator generator;
@@ -43,7 +43,7 @@ TEST(GeneratorAssertions, ClustersInRange) {
     EXPECT_DEATH(generator.getBakedTriangles(1), "cluster");
 }
 
-TEST(CameraAssertions, TwoBuffersToClipIn) {
+TEST(ClipTriangleAssertions, TwoBuffersToClipIn) {
     const ctr::DiscreteProjectionSpace space;
     Wm4::Vector4<float> buffer[9];
     Wm4::Vector4<float>* poly = buffer;

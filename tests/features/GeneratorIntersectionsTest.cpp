@@ -1,5 +1,5 @@
-// Intersections asked of the generator, which goes on with what it has laid out for segments:
-// against those that the baked triangles alone give, piece by piece in their order.
+// Intersections computed by the generator, which reuses its acceleration structure, compared with
+// those of the baked triangles alone, piece by piece in order.
 #include <ctr/GeometricFeaturesGenerator.h>
 #include <ctr/TrianglesIntersection.h>
 

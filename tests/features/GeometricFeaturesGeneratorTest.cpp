@@ -1,6 +1,5 @@
-// The driver: which lines come out of which meshes, what hides them, and when it reports progress
-// and asks whether to stop. World points of the scenes are grid points: x, y and z from 0 to 30, z
-// growing away from the eye.
+// The driver: the lines of meshes, their occluded intervals, progress and cancellation. World
+// points of the scenes are grid points: x, y and z from 0 to 30, z growing away from the eye.
 #include <ctr/GeometricFeaturesGenerator.h>
 
 #include <kxSceneGraph/kxMetadata.h>
@@ -63,10 +62,10 @@ MeshPointer Roof(float degrees) {
                     {0, 1, 2, 0, 2, 3, 4, 5, 6, 4, 6, 7});
 }
 
-using Place = std::array<float, 3>;
-using Lines = std::multiset<std::pair<Place, Place>>;
+using Position = std::array<float, 3>;
+using Lines = std::multiset<std::pair<Position, Position>>;
 
-// Segments as pairs of places, the smaller first.
+// Segments as pairs of points, the smaller first.
 Lines LinesOf(const kx::kxPointer<LineSegmentSet>& set) {
     Lines lines;
     if (set) {
@@ -78,10 +77,10 @@ Lines LinesOf(const kx::kxPointer<LineSegmentSet>& set) {
 }
 
 Lines Borders(float x0, float y0, float x1, float y1, float z) {
-    const Place a{x0, y0, z};
-    const Place b{x1, y0, z};
-    const Place c{x1, y1, z};
-    const Place d{x0, y1, z};
+    const Position a{x0, y0, z};
+    const Position b{x1, y0, z};
+    const Position c{x1, y1, z};
+    const Position d{x0, y1, z};
     return {std::minmax(a, b), std::minmax(b, c), std::minmax(c, d), std::minmax(d, a)};
 }
 
@@ -101,8 +100,9 @@ std::vector<Hidden> ValuesOf(const std::vector<RationalInterval>& ranges) {
     return values;
 }
 
-// The hidden ranges of the segment between two places, counted from the first place.
-std::vector<Hidden> HiddenBetween(const LineSegmentSet& set, const Place& from, const Place& to) {
+// The hidden ranges of the segment between two points, counted from the first point.
+std::vector<Hidden>
+HiddenBetween(const LineSegmentSet& set, const Position& from, const Position& to) {
     const auto ends = EndsOf(set);
     EXPECT_EQ(set.occlusionIntervals.size(), ends.size());
     for (std::size_t i = 0; i < ends.size(); ++i) {
@@ -145,7 +145,7 @@ struct FilledRecord {
     GeometricFeatures out{old, old, old};
 };
 
-TEST(FeatureGenerator, AClusterOutOfRangeEmptiesTheRecord) {
+TEST(GeometricFeaturesGenerator, AClusterOutOfRangeEmptiesTheRecord) {
     const MeshPointer plate = Plate(2, 2, 8, 8, 5);
     Drawing drawing({plate.get()});
     FilledRecord record;
@@ -156,7 +156,7 @@ TEST(FeatureGenerator, AClusterOutOfRangeEmptiesTheRecord) {
     EXPECT_EQ(record.old->GetReferences(), 1);
 }
 
-TEST(FeatureGenerator, HasNoClusterToBeginWith) {
+TEST(GeometricFeaturesGenerator, HasNoClusterToBeginWith) {
     GeometricFeaturesGenerator generator;
     FilledRecord record;
     generator.computeGeometricFeatures(record.out, 0, false);
@@ -165,7 +165,7 @@ TEST(FeatureGenerator, HasNoClusterToBeginWith) {
     EXPECT_FALSE(record.out.intersectionEdges);
 }
 
-TEST(FeatureGenerator, AnEmptyClusterHasNoLines) {
+TEST(GeometricFeaturesGenerator, AnEmptyClusterHasNoLines) {
     for (const Meshes& meshes : {Meshes{}, Meshes{nullptr, nullptr}}) {
         Drawing drawing(meshes);
         const GeometricFeatures out = drawing.draw(true);
@@ -175,7 +175,7 @@ TEST(FeatureGenerator, AnEmptyClusterHasNoLines) {
     }
 }
 
-TEST(FeatureGenerator, FindsCreasesAndSilhouettesAndWhatIsVisibleOfThem) {
+TEST(GeometricFeaturesGenerator, FindsCreasesAndSilhouettesAndWhatIsVisibleOfThem) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     Drawing drawing({plate.get()});
     const GeometricFeatures out = drawing.draw();
@@ -192,7 +192,7 @@ TEST(FeatureGenerator, FindsCreasesAndSilhouettesAndWhatIsVisibleOfThem) {
     }
 }
 
-TEST(FeatureGenerator, NullMeshesInTheListAreSkipped) {
+TEST(GeometricFeaturesGenerator, NullMeshesInTheListAreSkipped) {
     const MeshPointer a = Plate(2, 3, 8, 9, 5);
     const MeshPointer b = Plate(12, 13, 18, 19, 7);
     Drawing drawing({nullptr, a.get(), nullptr, b.get(), nullptr});
@@ -203,7 +203,7 @@ TEST(FeatureGenerator, NullMeshesInTheListAreSkipped) {
     EXPECT_EQ(LinesOf(out.silhouetteEdges), expected);
 }
 
-TEST(FeatureGenerator, LinesAreInWorldSpace) {
+TEST(GeometricFeaturesGenerator, LinesAreInWorldSpace) {
     const MeshPointer plate = Plate(0, 0, 2, 2, 0);
     plate->SetLocalTransformation(ScaleAndMove(Vec3(7, 7, 7), Vec3(7, 7, 7)));
     plate->SetWorldTransformation(ScaleAndMove(Vec3(3, 3, 1), Vec3(4, 5, 9)));
@@ -215,9 +215,9 @@ TEST(FeatureGenerator, LinesAreInWorldSpace) {
     EXPECT_TRUE(out.silhouetteEdges->GetWorldTransformation().IsIdentity());
 }
 
-TEST(FeatureGenerator, MeshesBendAtMoreThanFiveDegrees) {
-    const Place ridgeStart{10, 4, 10};
-    const Place ridgeEnd{10, 16, 10};
+TEST(GeometricFeaturesGenerator, MeshesBendAtMoreThanFiveDegrees) {
+    const Position ridgeStart{10, 4, 10};
+    const Position ridgeEnd{10, 16, 10};
     for (const auto& [degrees, copies] :
          std::vector<std::pair<float, std::size_t>>{{4.9F, 0}, {5.1F, 2}}) {
         const MeshPointer roof = Roof(degrees);
@@ -229,18 +229,18 @@ TEST(FeatureGenerator, MeshesBendAtMoreThanFiveDegrees) {
     }
 }
 
-TEST(FeatureGenerator, ACreaseThatIsASilhouetteIsDrawnOnceOnDemand) {
+TEST(GeometricFeaturesGenerator, ACreaseThatIsASilhouetteIsDrawnOnceOnDemand) {
     const MeshPointer roof = Roof(40.0F);
     Drawing drawing({roof.get()});
     EXPECT_EQ(LinesOf(drawing.draw(false).creaseEdges).size(), 8U);
     const GeometricFeatures out = drawing.draw(true);
-    const std::pair<Place, Place> ridge({10, 4, 10}, {10, 16, 10});
+    const std::pair<Position, Position> ridge({10, 4, 10}, {10, 16, 10});
     EXPECT_EQ(LinesOf(out.creaseEdges), (Lines{ridge, ridge}));
     EXPECT_EQ(LinesOf(out.silhouetteEdges).size(), 6U);
     EXPECT_EQ(out.creaseEdges->occlusionIntervals.size(), 2U);
 }
 
-TEST(FeatureGenerator, ACreaseSetEmptiedByTheRemovalBecomesNull) {
+TEST(GeometricFeaturesGenerator, ACreaseSetEmptiedByTheRemovalBecomesNull) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     Drawing drawing({plate.get()});
     const GeometricFeatures out = drawing.draw(true);
@@ -248,7 +248,7 @@ TEST(FeatureGenerator, ACreaseSetEmptiedByTheRemovalBecomesNull) {
     EXPECT_EQ(LinesOf(out.silhouetteEdges).size(), 4U);
 }
 
-TEST(FeatureGenerator, AnExportedMeshHidesWhatIsBehindIt) {
+TEST(GeometricFeaturesGenerator, AnExportedMeshHidesWhatIsBehindIt) {
     const MeshPointer back = Plate(2, 10, 22, 12, 20);
     const MeshPointer front = Plate(7, 5, 12, 15, 5);
     Drawing drawing({back.get(), front.get()});
@@ -263,7 +263,7 @@ TEST(FeatureGenerator, AnExportedMeshHidesWhatIsBehindIt) {
     }
 }
 
-TEST(FeatureGenerator, AnOccluderHidesButIsNotDrawn) {
+TEST(GeometricFeaturesGenerator, AnOccluderHidesButIsNotDrawn) {
     const MeshPointer back = Plate(2, 10, 22, 12, 20);
     const MeshPointer front = Plate(7, 5, 12, 15, 5);
     const Meshes occluders{nullptr, front.get()};
@@ -276,7 +276,7 @@ TEST(FeatureGenerator, AnOccluderHidesButIsNotDrawn) {
     }
 }
 
-TEST(FeatureGenerator, WithoutOccludersOnlyExportedMeshesHide) {
+TEST(GeometricFeaturesGenerator, WithoutOccludersOnlyExportedMeshesHide) {
     const MeshPointer back = Plate(2, 10, 22, 12, 20);
     const MeshPointer front = Plate(7, 5, 12, 15, 5);
     const Meshes occluders{front.get()};
@@ -290,7 +290,7 @@ TEST(FeatureGenerator, WithoutOccludersOnlyExportedMeshesHide) {
     }
 }
 
-TEST(FeatureGenerator, RangesOfBothListsAreJoined) {
+TEST(GeometricFeaturesGenerator, RangesOfBothListsAreJoined) {
     const MeshPointer back = Plate(2, 10, 22, 12, 20);
     const MeshPointer exported = Plate(6, 5, 10, 15, 5);
     const MeshPointer touching = Plate(10, 5, 14, 15, 8);
@@ -302,7 +302,7 @@ TEST(FeatureGenerator, RangesOfBothListsAreJoined) {
               (std::vector<Hidden>{{0.2, 0.6}, {0.8, 0.9}}));
 }
 
-TEST(FeatureGenerator, ComputesTheSameAgain) {
+TEST(GeometricFeaturesGenerator, ComputesTheSameAgain) {
     const MeshPointer back = Plate(2, 10, 22, 12, 20);
     const MeshPointer front = Plate(7, 5, 12, 15, 5);
     Drawing drawing({back.get(), front.get()});
@@ -315,7 +315,7 @@ TEST(FeatureGenerator, ComputesTheSameAgain) {
     }
 }
 
-TEST(FeatureGenerator, ReplacesAndReleasesWhatTheRecordHeld) {
+TEST(GeometricFeaturesGenerator, ReplacesAndReleasesWhatTheRecordHeld) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     Drawing drawing({plate.get()});
     FilledRecord record;
@@ -326,7 +326,7 @@ TEST(FeatureGenerator, ReplacesAndReleasesWhatTheRecordHeld) {
     EXPECT_EQ(record.old->GetReferences(), 1);
 }
 
-TEST(FeatureGenerator, TheRecordOutlivesGeneratorAndMeshes) {
+TEST(GeometricFeaturesGenerator, TheRecordOutlivesGeneratorAndMeshes) {
     GeometricFeatures out;
     {
         const MeshPointer plate = Plate(2, 3, 8, 9, 5);
@@ -337,7 +337,7 @@ TEST(FeatureGenerator, TheRecordOutlivesGeneratorAndMeshes) {
     EXPECT_EQ(out.creaseEdges->GetReferences(), 1);
 }
 
-TEST(FeatureGenerator, KeepsNothingOfTheMeshesBuffers) {
+TEST(GeometricFeaturesGenerator, KeepsNothingOfTheMeshesBuffers) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     {
         Drawing drawing({plate.get()});
@@ -348,7 +348,7 @@ TEST(FeatureGenerator, KeepsNothingOfTheMeshesBuffers) {
     EXPECT_EQ(plate->GetIndexBuffer()->GetReferences(), 1);
 }
 
-TEST(FeatureGenerator, TheProjectionSpaceIsCopied) {
+TEST(GeometricFeaturesGenerator, TheProjectionSpaceIsCopied) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     GeometricFeaturesGenerator generator;
     {
@@ -364,7 +364,7 @@ TEST(FeatureGenerator, TheProjectionSpaceIsCopied) {
     EXPECT_EQ(baked.vertices[2].z, 5);
 }
 
-TEST(FeatureGenerator, BakesOnlyWhenTheClusterIsSet) {
+TEST(GeometricFeaturesGenerator, BakesOnlyWhenTheClusterIsSet) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     Drawing drawing({plate.get()});
     drawing.generator.setProjectionSpace(test_support::LatticeSpace(8, 8));
@@ -375,7 +375,7 @@ TEST(FeatureGenerator, BakesOnlyWhenTheClusterIsSet) {
     EXPECT_TRUE(drawing.generator.getBakedTriangles(0).triangleIndices.empty()); // out of view now
 }
 
-TEST(FeatureGenerator, ANewClusterReplacesTheOldOne) {
+TEST(GeometricFeaturesGenerator, ANewClusterReplacesTheOldOne) {
     const MeshPointer a = Plate(2, 3, 8, 9, 5);
     const MeshPointer b = Plate(12, 13, 18, 19, 7);
     Drawing drawing({a.get()});
@@ -386,7 +386,7 @@ TEST(FeatureGenerator, ANewClusterReplacesTheOldOne) {
     EXPECT_EQ(LinesOf(drawing.draw().creaseEdges), Borders(12, 13, 18, 19, 7));
 }
 
-TEST(FeatureGenerator, BakedTrianglesAreThoseOfTheExportedMeshes) {
+TEST(GeometricFeaturesGenerator, BakedTrianglesAreThoseOfTheExportedMeshes) {
     const MeshPointer back = Plate(2, 10, 22, 12, 20);
     const MeshPointer front = Plate(7, 5, 12, 15, 5);
     const Meshes occluders{front.get(), front.get()};
@@ -409,7 +409,7 @@ void AddOutline(const MeshPointer& mesh, const IndicesPointer& outline) {
     mesh->AddMetadata(new kx::kxOutlineMetadata(outline));
 }
 
-TEST(OutlineMetadata, TakesThePlaceOfTheCreases) {
+TEST(GeneratorOutlineMetadata, TakesThePlaceOfTheCreases) {
     const MeshPointer roof = Roof(90.0F);
     AddOutline(roof, MakeIndices({0, 2}));
     Drawing drawing({roof.get()});
@@ -418,7 +418,7 @@ TEST(OutlineMetadata, TakesThePlaceOfTheCreases) {
     EXPECT_EQ(LinesOf(out.silhouetteEdges).size(), 6U);
 }
 
-TEST(OutlineMetadata, TheFirstOneCounts) {
+TEST(GeneratorOutlineMetadata, TheFirstOneCounts) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     plate->AddMetadata(new OtherMetadata);
     AddOutline(plate, MakeIndices({0, 2}));
@@ -427,14 +427,14 @@ TEST(OutlineMetadata, TheFirstOneCounts) {
     EXPECT_EQ(LinesOf(drawing.draw().creaseEdges), (Lines{{{2, 3, 5}, {8, 9, 5}}}));
 }
 
-TEST(OutlineMetadata, OfAnotherKindIsIgnored) {
+TEST(GeneratorOutlineMetadata, OfAnotherKindIsIgnored) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     plate->AddMetadata(new OtherMetadata);
     Drawing drawing({plate.get()});
     EXPECT_EQ(LinesOf(drawing.draw().creaseEdges).size(), 4U);
 }
 
-TEST(OutlineMetadata, WithoutABufferMeansNoCreasesAtAll) {
+TEST(GeneratorOutlineMetadata, WithoutABufferMeansNoCreasesAtAll) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     AddOutline(plate, IndicesPointer());
     Drawing drawing({plate.get()});
@@ -443,7 +443,7 @@ TEST(OutlineMetadata, WithoutABufferMeansNoCreasesAtAll) {
     EXPECT_EQ(LinesOf(out.silhouetteEdges).size(), 4U);
 }
 
-TEST(OutlineMetadata, IsMovedWithItsMeshAndJoinedWithOtherMeshes) {
+TEST(GeneratorOutlineMetadata, IsMovedWithItsMeshAndJoinedWithOtherMeshes) {
     const MeshPointer outlined = Plate(0, 0, 4, 4, 5);
     outlined->SetWorldTransformation(ScaleAndMove(Vec3(1, 1, 1), Vec3(20, 1, 2)));
     AddOutline(outlined, MakeIndices({0, 2}));
@@ -457,7 +457,7 @@ TEST(OutlineMetadata, IsMovedWithItsMeshAndJoinedWithOtherMeshes) {
 // ---------------------------------------------------------------------------------------------
 
 // A cluster in which a plate at depth 5 covers x from 7 to 12 and y from 5 to 15.
-class Occlusion : public testing::Test {
+class ComputeOcclusion : public testing::Test {
 protected:
     void SetUp() override {
         generator_.setProjectionSpace(test_support::LatticeSpace(5, 5));
@@ -472,7 +472,7 @@ protected:
 const std::vector<Hidden> kQuarterToHalf{{0.25, 0.5}};
 const std::vector<std::array<long, 4>> kWhole{{0, 1, 1, 1}};
 
-TEST_F(Occlusion, FillsRangesAndClipRecords) {
+TEST_F(ComputeOcclusion, FillsRangesAndClipRecords) {
     generator_.computeOcclusion(*behind_, 0);
     ASSERT_EQ(behind_->occlusionIntervals.size(), 1U);
     EXPECT_EQ(ValuesOf(behind_->occlusionIntervals[0]), kQuarterToHalf);
@@ -480,14 +480,14 @@ TEST_F(Occlusion, FillsRangesAndClipRecords) {
     EXPECT_EQ(NumbersOf(behind_->clipRanges[0]), (std::array<float, 4>{0, 1, 1, 1}));
 }
 
-TEST_F(Occlusion, InFrontNothingIsHidden) {
+TEST_F(ComputeOcclusion, InFrontNothingIsHidden) {
     const SetPointer front = MakeSet({Vec3(2, 10, 3), Vec3(22, 10, 3)}, {0, 1});
     generator_.computeOcclusion(*front, 0);
     ASSERT_EQ(front->occlusionIntervals.size(), 1U);
     EXPECT_TRUE(front->occlusionIntervals[0].empty());
 }
 
-TEST_F(Occlusion, TheSetsOwnTransformationApplies) {
+TEST_F(ComputeOcclusion, TheSetsOwnTransformationApplies) {
     const SetPointer set = MakeSet({Vec3(1, 0, 0), Vec3(11, 0, 0)}, {0, 1});
     set->SetLocalTransformation(ScaleAndMove(Vec3(9, 9, 9), Vec3(9, 9, 9)));
     set->SetWorldTransformation(ScaleAndMove(Vec3(2, 1, 1), Vec3(0, 10, 20)));
@@ -495,7 +495,7 @@ TEST_F(Occlusion, TheSetsOwnTransformationApplies) {
     EXPECT_EQ(ValuesOf(set->occlusionIntervals[0]), kQuarterToHalf);
 }
 
-TEST_F(Occlusion, RangesAreParametersOfTheClippedPart) {
+TEST_F(ComputeOcclusion, RangesAreParametersOfTheClippedPart) {
     // The view begins at x = -0.5, half way; what is left runs from column 0 to column 20.
     const SetPointer set = MakeSet({Vec3(-21, 10, 20), Vec3(20, 10, 20)}, {0, 1});
     generator_.computeOcclusion(*set, 0);
@@ -504,14 +504,14 @@ TEST_F(Occlusion, RangesAreParametersOfTheClippedPart) {
     EXPECT_EQ(ValuesOf(set->occlusionIntervals[0]), (std::vector<Hidden>{{0.35, 0.6}}));
 }
 
-TEST_F(Occlusion, OutsideTheViewAllIsHidden) {
+TEST_F(ComputeOcclusion, OutsideTheViewAllIsHidden) {
     const SetPointer set = MakeSet({Vec3(-9, 10, 3), Vec3(-2, 12, 3)}, {0, 1});
     generator_.computeOcclusion(*set, 0);
     EXPECT_EQ(NumbersOf(set->occlusionIntervals[0]), kWhole);
     EXPECT_GE(set->clipRanges[0].t0, set->clipRanges[0].t1);
 }
 
-TEST_F(Occlusion, ATouchOfTheViewInAPointIsHiddenToo) {
+TEST_F(ComputeOcclusion, ATouchOfTheViewInAPointIsHiddenToo) {
     GeometricFeaturesGenerator generator;
     generator.setProjectionSpace(ctr::DiscreteProjectionSpace());
     generator.setSingleExportCluster({}, nullptr);
@@ -521,7 +521,7 @@ TEST_F(Occlusion, ATouchOfTheViewInAPointIsHiddenToo) {
     EXPECT_EQ(NumbersOf(set->occlusionIntervals[0]), kWhole);
 }
 
-TEST_F(Occlusion, APartTooShortForItsParametersIsHiddenToo) {
+TEST_F(ComputeOcclusion, APartTooShortForItsParametersIsHiddenToo) {
     // The view is so small a part of the segment that both parameters round to one half.
     const Vec3 p(-1e8F, 0.0F, 0.0F);
     const Vec3 q(1e8F, 0.0F, 0.0F);
@@ -539,7 +539,7 @@ TEST_F(Occlusion, APartTooShortForItsParametersIsHiddenToo) {
     EXPECT_EQ(NumbersOf(set->occlusionIntervals[0]), kWhole);
 }
 
-TEST_F(Occlusion, SeenEndOnAllIsHiddenEvenInFront) {
+TEST_F(ComputeOcclusion, SeenEndOnAllIsHiddenEvenInFront) {
     const SetPointer set =
         MakeSet({Vec3(20, 20, 1), Vec3(20, 20, 4), Vec3(20, 21, 4)}, {0, 1, 0, 0, 0, 2});
     generator_.computeOcclusion(*set, 0);
@@ -549,21 +549,21 @@ TEST_F(Occlusion, SeenEndOnAllIsHiddenEvenInFront) {
     EXPECT_EQ(NumbersOf(set->clipRanges[0]), (std::array<float, 4>{0, 1, 1, 1}));
 }
 
-TEST_F(Occlusion, HidingAsAWholeReplacesEarlierRanges) {
+TEST_F(ComputeOcclusion, HidingAsAWholeReplacesEarlierRanges) {
     const SetPointer set = MakeSet({Vec3(20, 20, 1), Vec3(20, 20, 4)}, {0, 1});
     set->occlusionIntervals = {{Range(1, 4, 1, 2), Range(3, 4, 1, 1)}};
     generator_.computeOcclusion(*set, 0);
     EXPECT_EQ(NumbersOf(set->occlusionIntervals[0]), kWhole);
 }
 
-TEST_F(Occlusion, EarlierRangesAreKeptAndJoined) {
+TEST_F(ComputeOcclusion, EarlierRangesAreKeptAndJoined) {
     behind_->occlusionIntervals = {{Range(1, 8, 1, 4), Range(9, 10, 1, 1)}};
     generator_.computeOcclusion(*behind_, 0);
     EXPECT_EQ(ValuesOf(behind_->occlusionIntervals[0]),
               (std::vector<Hidden>{{0.125, 0.5}, {0.9, 1.0}}));
 }
 
-TEST_F(Occlusion, ListsOfAnotherNumberStartOver) {
+TEST_F(ComputeOcclusion, ListsOfAnotherNumberStartOver) {
     behind_->occlusionIntervals = {{Range(1, 8, 1, 4)}, {}};
     behind_->clipRanges.resize(3, {9.0F, 9.0F, 9.0F, 9.0F});
     generator_.computeOcclusion(*behind_, 0);
@@ -573,14 +573,14 @@ TEST_F(Occlusion, ListsOfAnotherNumberStartOver) {
     EXPECT_EQ(NumbersOf(behind_->clipRanges[0]), (std::array<float, 4>{0, 1, 1, 1}));
 }
 
-TEST_F(Occlusion, ASecondTimeChangesNothing) {
+TEST_F(ComputeOcclusion, ASecondTimeChangesNothing) {
     generator_.computeOcclusion(*behind_, 0);
     generator_.computeOcclusion(*behind_, 0);
     ASSERT_EQ(behind_->occlusionIntervals.size(), 1U);
     EXPECT_EQ(ValuesOf(behind_->occlusionIntervals[0]), kQuarterToHalf);
 }
 
-TEST_F(Occlusion, AnOddLastIndexIsDropped) {
+TEST_F(ComputeOcclusion, AnOddLastIndexIsDropped) {
     const SetPointer set = MakeSet({Vec3(2, 10, 20), Vec3(22, 10, 20)}, {0, 1, 1, 0, 1});
     generator_.computeOcclusion(*set, 0);
     EXPECT_EQ(set->occlusionIntervals.size(), 2U);
@@ -588,7 +588,7 @@ TEST_F(Occlusion, AnOddLastIndexIsDropped) {
     EXPECT_EQ(IndicesOf(*set).size(), 5U);
 }
 
-TEST_F(Occlusion, AClusterOutOfRangeLeavesTheSetAlone) {
+TEST_F(ComputeOcclusion, AClusterOutOfRangeLeavesTheSetAlone) {
     generator_.computeOcclusion(*behind_, 1);
     EXPECT_TRUE(behind_->occlusionIntervals.empty());
     EXPECT_TRUE(behind_->clipRanges.empty());
@@ -597,7 +597,7 @@ TEST_F(Occlusion, AClusterOutOfRangeLeavesTheSetAlone) {
     EXPECT_TRUE(behind_->clipRanges.empty());
 }
 
-TEST_F(Occlusion, ASetWithoutBuffersIsLeftAlone) {
+TEST_F(ComputeOcclusion, ASetWithoutBuffersIsLeftAlone) {
     for (const SetPointer& set :
          {SetPointer(new LineSegmentSet),
           MakeSet(test_support::MakeVertices({Vec3(0, 0, 0)}), IndicesPointer()),
@@ -655,7 +655,7 @@ std::string Repeated(const std::string& text, int times) {
     return repeated;
 }
 
-TEST(Progress, OfAClusterOutOfRangeIsATotalOfNothing) {
+TEST(GeneratorProgress, OfAClusterOutOfRangeIsATotalOfNothing) {
     const MeshPointer plate = Plate(2, 2, 8, 8, 5);
     Drawing drawing({plate.get()});
     Recorder recorder;
@@ -667,7 +667,7 @@ TEST(Progress, OfAClusterOutOfRangeIsATotalOfNothing) {
     EXPECT_FALSE(record.out.intersectionEdges);
 }
 
-TEST(Progress, IsReportedInSegmentsAndTriangles) {
+TEST(GeneratorProgress, IsReportedInSegmentsAndTriangles) {
     const MeshPointer roof = Roof(40.0F); // 4 triangles, 8 creases, 6 silhouettes
     Drawing drawing({roof.get()});
     Recorder recorder;
@@ -677,7 +677,7 @@ TEST(Progress, IsReportedInSegmentsAndTriangles) {
     EXPECT_EQ(std::count(recorder.events().begin(), recorder.events().end(), 'T'), 1);
 }
 
-TEST(Progress, TheTotalCountsSegmentsAfterTheRemoval) {
+TEST(GeneratorProgress, TheTotalCountsSegmentsAfterTheRemoval) {
     const MeshPointer roof = Roof(40.0F);
     Drawing drawing({roof.get()});
     Recorder recorder;
@@ -690,7 +690,7 @@ TEST(Progress, TheTotalCountsSegmentsAfterTheRemoval) {
     EXPECT_EQ(recorder.total(), 2.0 * 2 + 4);
 }
 
-TEST(Progress, OccludersAddNoStepsToTheTotal) {
+TEST(GeneratorProgress, OccludersAddNoStepsToTheTotal) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     const MeshPointer front = Plate(7, 5, 12, 15, 2);
     const Meshes occluders{front.get()};
@@ -701,7 +701,7 @@ TEST(Progress, OccludersAddNoStepsToTheTotal) {
     EXPECT_EQ(recorder.total(), 2.0 * 2 + 4 + 4);
 }
 
-TEST(Progress, AsksBetweenThePassesAndBeforeEverySegment) {
+TEST(GeneratorProgress, AsksBetweenThePassesAndBeforeEverySegment) {
     const MeshPointer roof = Roof(40.0F);
     Drawing drawing({roof.get()});
     Recorder recorder;
@@ -711,7 +711,7 @@ TEST(Progress, AsksBetweenThePassesAndBeforeEverySegment) {
     EXPECT_EQ(recorder.events().substr(0, expected.size()), expected);
 }
 
-TEST(Progress, OccludingASetOfTheCallersReportsOnlyItsSegments) {
+TEST(GeneratorProgress, OccludingASetOfTheCallersReportsOnlyItsSegments) {
     const MeshPointer plate = Plate(7, 5, 12, 15, 5);
     Drawing drawing({plate.get()});
     Recorder recorder;
@@ -721,7 +721,7 @@ TEST(Progress, OccludingASetOfTheCallersReportsOnlyItsSegments) {
     EXPECT_EQ(recorder.events(), "?+?+?+");
 }
 
-TEST(Progress, ANullNotifierSwitchesItOff) {
+TEST(GeneratorProgress, ANullNotifierSwitchesItOff) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     Drawing drawing({plate.get()});
     Recorder recorder(1);
@@ -751,7 +751,7 @@ struct StoppedRun {
     FilledRecord record;
 };
 
-TEST(Cancellation, AtOnceLeavesTheCreasesAndThePreviousSets) {
+TEST(GeneratorCancellation, AtOnceLeavesTheCreasesAndThePreviousSets) {
     const StoppedRun run(1);
     EXPECT_EQ(LinesOf(run.record.out.creaseEdges), Borders(2, 3, 8, 9, 5));
     EXPECT_TRUE(run.record.out.silhouetteEdges == run.record.old.get());
@@ -761,7 +761,7 @@ TEST(Cancellation, AtOnceLeavesTheCreasesAndThePreviousSets) {
     EXPECT_EQ(run.recorder.events(), "?");
 }
 
-TEST(Cancellation, AfterTheSilhouettesLeavesBothSetsUnoccluded) {
+TEST(GeneratorCancellation, AfterTheSilhouettesLeavesBothSetsUnoccluded) {
     const StoppedRun run(2);
     EXPECT_EQ(LinesOf(run.record.out.creaseEdges), Borders(2, 3, 8, 9, 5));
     EXPECT_EQ(LinesOf(run.record.out.silhouetteEdges), Borders(2, 3, 8, 9, 5));
@@ -771,7 +771,7 @@ TEST(Cancellation, AfterTheSilhouettesLeavesBothSetsUnoccluded) {
     EXPECT_EQ(run.recorder.events(), "??"); // no total was set
 }
 
-TEST(Cancellation, StopsBetweenTwoSegmentsOfTheCreases) {
+TEST(GeneratorCancellation, StopsBetweenTwoSegmentsOfTheCreases) {
     for (long done = 0; done < 4; ++done) {
         const StoppedRun run(3 + done);
         EXPECT_EQ(Visited(*run.record.out.creaseEdges), static_cast<std::size_t>(done));
@@ -782,14 +782,14 @@ TEST(Cancellation, StopsBetweenTwoSegmentsOfTheCreases) {
     }
 }
 
-TEST(Cancellation, BetweenThePassesLeavesTheSilhouettesUnoccluded) {
+TEST(GeneratorCancellation, BetweenThePassesLeavesTheSilhouettesUnoccluded) {
     const StoppedRun run(7);
     EXPECT_EQ(Visited(*run.record.out.creaseEdges), 4U);
     EXPECT_EQ(Visited(*run.record.out.silhouetteEdges), 0U);
     EXPECT_EQ(run.recorder.asked(), 7);
 }
 
-TEST(Cancellation, StopsBetweenTwoSegmentsOfTheSilhouettes) {
+TEST(GeneratorCancellation, StopsBetweenTwoSegmentsOfTheSilhouettes) {
     for (long done = 0; done < 4; ++done) {
         const StoppedRun run(8 + done);
         EXPECT_EQ(Visited(*run.record.out.creaseEdges), 4U);
@@ -798,14 +798,14 @@ TEST(Cancellation, StopsBetweenTwoSegmentsOfTheSilhouettes) {
     }
 }
 
-TEST(Cancellation, BeforeTheIntersectionsKeepsThePreviousOnes) {
+TEST(GeneratorCancellation, BeforeTheIntersectionsKeepsThePreviousOnes) {
     const StoppedRun run(12);
     EXPECT_EQ(Visited(*run.record.out.silhouetteEdges), 4U);
     EXPECT_TRUE(run.record.out.intersectionEdges == run.record.old.get());
     EXPECT_EQ(run.recorder.asked(), 12);
 }
 
-TEST(Cancellation, ComesAfterTheRemovalOfCommonSegments) {
+TEST(GeneratorCancellation, ComesAfterTheRemovalOfCommonSegments) {
     const MeshPointer plate = Plate(2, 3, 8, 9, 5);
     Drawing drawing({plate.get()});
     Recorder recorder(2);

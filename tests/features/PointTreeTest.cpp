@@ -1,4 +1,4 @@
-// Nothing near a segment is missed.
+// Queries find every point near a segment.
 #include "features/PointTree.h"
 
 #include "support/Random.h"

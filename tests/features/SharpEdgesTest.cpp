@@ -1,4 +1,4 @@
-// The feature edges of meshes whose sharp edges are known, and of random ones against a plain map.
+// Feature edges of meshes with known sharp edges, and of random ones against a std::map.
 #include <ctr/Surface.h>
 
 #include "features/SurfaceShapes.h"
@@ -29,16 +29,16 @@ using test_support::Triangle;
 using test_support::Unwelded;
 
 using Matrix = Wm4::Matrix4<double>;
-using Place = std::array<float, 3>;
-using Line = std::pair<Place, Place>;
+using Position = std::array<float, 3>;
+using Line = std::pair<Position, Position>;
 
-Place PlaceOf(const Point& p) {
+Position PositionOf(const Point& p) {
     // The sum turns -0 into 0, so that both are one key.
     return {p[0] + 0.0F, p[1] + 0.0F, p[2] + 0.0F};
 }
 
 Line MakeLine(const Point& a, const Point& b) {
-    return {std::min(PlaceOf(a), PlaceOf(b)), std::max(PlaceOf(a), PlaceOf(b))};
+    return {std::min(PositionOf(a), PositionOf(b)), std::max(PositionOf(a), PositionOf(b))};
 }
 
 /// The lines of an outline in the order in which they come.
@@ -97,21 +97,21 @@ std::vector<Wm4::Vector2<float>> RegularPolygon(int sides) {
     return corners;
 }
 
-TEST(SurfaceFeatureEdges, OfACubeIsItsTwelveEdges) {
+TEST(FindSharpEdges, OfACubeIsItsTwelveEdges) {
     EXPECT_EQ(LineSet(UnitCube(), 30.0), EdgesOfUnitCube());
 }
 
-TEST(SurfaceFeatureEdges, IsTheSameWhetherVerticesAreSharedOrNot) {
+TEST(FindSharpEdges, IsTheSameWhetherVerticesAreSharedOrNot) {
     EXPECT_EQ(LineSet(Unwelded(UnitCube()), 30.0), EdgesOfUnitCube());
 }
 
-TEST(SurfaceFeatureEdges, TakesBendsOverTheAngleOnly) {
+TEST(FindSharpEdges, TakesBendsOverTheAngleOnly) {
     EXPECT_EQ(LineSet(UnitCube(), 89.0).size(), 12U);
     EXPECT_EQ(LineSet(UnitCube(), 91.0).size(), 0U);
     EXPECT_EQ(LineSet(UnitCube(), 179.9).size(), 0U);
 }
 
-TEST(SurfaceFeatureEdges, TakesNoBendOfExactlyTheAngleWhateverTheRounding) {
+TEST(FindSharpEdges, TakesNoBendOfExactlyTheAngleWhateverTheRounding) {
     // The sides of the prism bend by 30 degrees and a few millionths more or less.
     const MeshData prism = Prism(RegularPolygon(12), 0.0F, 1.0F);
     EXPECT_EQ(LineSet(prism, 30.0).size(), 24U) << "the two rims";
@@ -119,24 +119,24 @@ TEST(SurfaceFeatureEdges, TakesNoBendOfExactlyTheAngleWhateverTheRounding) {
     EXPECT_EQ(LineSet(UnitCube(), 90.0).size(), 0U);
 }
 
-TEST(SurfaceFeatureEdges, OfOneTriangleIsItsThreeSides) {
+TEST(FindSharpEdges, OfOneTriangleIsItsThreeSides) {
     EXPECT_EQ(LineSet(Triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}), 179.0).size(), 3U);
 }
 
-TEST(SurfaceFeatureEdges, OfAFlatQuadIsItsBorder) {
+TEST(FindSharpEdges, OfAFlatQuadIsItsBorder) {
     const MeshData quad = Quad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
     const std::set<Line> lines = LineSet(quad, 0.1);
     EXPECT_EQ(lines.size(), 4U);
     EXPECT_EQ(lines.count(MakeLine({0, 0, 0}, {1, 1, 0})), 0U) << "the diagonal";
 }
 
-TEST(SurfaceFeatureEdges, TakesEveryEdgeOfThreeFaces) {
+TEST(FindSharpEdges, TakesEveryEdgeOfThreeFaces) {
     // The first two triangles lie in one plane: the edge would not show without the third.
     const MeshData fan = Fan({0, 0, 0}, {0, 0, 1}, {{1, 0, 0}, {-1, 0, 0}, {0, 1, 0}});
     EXPECT_EQ(LineSet(fan, 179.0).count(MakeLine({0, 0, 0}, {0, 0, 1})), 1U);
 }
 
-TEST(SurfaceFeatureEdges, DoesNotDependOnTheWayTrianglesAreTurned) {
+TEST(FindSharpEdges, DoesNotDependOnTheWayTrianglesAreTurned) {
     // Each triangle turned inside out by itself: neighbours run along their edge the same way.
     MeshData cube = UnitCube();
     for (std::size_t i = 0; i < cube.indices.size(); i += 6) {
@@ -146,7 +146,7 @@ TEST(SurfaceFeatureEdges, DoesNotDependOnTheWayTrianglesAreTurned) {
     EXPECT_EQ(LineSet(Flipped(UnitCube()), 30.0), EdgesOfUnitCube());
 }
 
-TEST(SurfaceFeatureEdges, OfASurfaceGivenTwiceIsTheSameAsOnce) {
+TEST(FindSharpEdges, OfASurfaceGivenTwiceIsTheSameAsOnce) {
     MeshData bothSides = UnitCube();
     bothSides.append(Flipped(UnitCube()));
     EXPECT_EQ(LineSet(bothSides, 30.0), EdgesOfUnitCube());
@@ -156,14 +156,14 @@ TEST(SurfaceFeatureEdges, OfASurfaceGivenTwiceIsTheSameAsOnce) {
     EXPECT_EQ(LineSet(twice, 30.0).size(), 4U);
 }
 
-TEST(SurfaceFeatureEdges, TakesBothZerosForOnePlace) {
+TEST(FindSharpEdges, TakesBothZerosForOnePoint) {
     MeshData quad;
     quad.addTriangle(Point(0.0F, 0.0F, 0.0F), Point(1.0F, 0.0F, 0.0F), Point(1.0F, 1.0F, 0.0F));
     quad.addTriangle(Point(-0.0F, 0.0F, -0.0F), Point(1.0F, 1.0F, -0.0F), Point(-0.0F, 1.0F, 0.0F));
     EXPECT_EQ(LineSet(quad, 30.0).size(), 4U);
 }
 
-TEST(SurfaceFeatureEdges, TakesPlacesThatDifferInOneBitForTwo) {
+TEST(FindSharpEdges, TakesPlacesThatDifferInOneBitForTwo) {
     MeshData quad;
     const float near1 = std::nextafter(1.0F, 2.0F);
     quad.addTriangle(Point(0, 0, 0), Point(1, 0, 0), Point(1, 1, 0));
@@ -171,13 +171,13 @@ TEST(SurfaceFeatureEdges, TakesPlacesThatDifferInOneBitForTwo) {
     EXPECT_EQ(LineSet(quad, 30.0).size(), 6U);
 }
 
-TEST(SurfaceFeatureEdges, OfASmoothPartIsEmptyAndNotNull) {
+TEST(FindSharpEdges, OfASmoothPartIsEmptyAndNotNull) {
     const MeshData sphere = Sphere({1, 2, 3}, 5.0F, 48, 24);
     EXPECT_TRUE(LineSet(sphere, 30.0).empty());
     EXPECT_TRUE(LineSet(Unwelded(sphere), 30.0).empty());
 }
 
-TEST(SurfaceFeatureEdges, FindsTheLoneSharpEdgeOnASmoothPart) {
+TEST(FindSharpEdges, FindsTheLoneSharpEdgeOnASmoothPart) {
     // A shallow roof of many strips, with one ridge of 60 degrees in the middle.
     MeshData roof;
     const auto height = [](int x) { return -0.57735F * static_cast<float>(std::abs(x)); };
@@ -191,7 +191,7 @@ TEST(SurfaceFeatureEdges, FindsTheLoneSharpEdgeOnASmoothPart) {
     EXPECT_EQ(lines.size(), 23U) << "the ridge, and a border of ten and ten and two";
 }
 
-TEST(SurfaceFeatureEdges, MeasuresBendsInTheWorld) {
+TEST(FindSharpEdges, MeasuresBendsInTheWorld) {
     // A roof of 90 degrees, pressed down to one of 11.
     MeshData roof = Quad({0, 0, 0}, {1, 0, 1}, {1, 1, 1}, {0, 1, 0});
     roof.append(Quad({1, 0, 1}, {2, 0, 0}, {2, 1, 0}, {1, 1, 1}));
@@ -204,18 +204,18 @@ TEST(SurfaceFeatureEdges, MeasuresBendsInTheWorld) {
     EXPECT_EQ(LineSet(roof, 30.0, mirrored), LineSet(roof, 30.0));
 }
 
-TEST(SurfaceFeatureEdges, HoldsForTheSmallestAndLargestCoordinates) {
+TEST(FindSharpEdges, HoldsForTheSmallestAndLargestCoordinates) {
     for (const float size : {1e-30F, 1e-44F, 1e30F, 1e38F}) {
         EXPECT_EQ(LineSet(Box({0, 0, 0}, {size, size, size}), 30.0).size(), 12U) << size;
     }
 }
 
-TEST(SurfaceFeatureEdges, ComesInTheOrderOfPositions) {
+TEST(FindSharpEdges, ComesInTheOrderOfPositions) {
     const std::vector<Line> lines = LinesOf(UnitCube(), 30.0);
     EXPECT_TRUE(std::is_sorted(lines.begin(), lines.end()));
 }
 
-TEST(SurfaceFeatureEdges, TakesAnglesBeyondTheirRangeForItsEnds) {
+TEST(FindSharpEdges, TakesAnglesBeyondTheirRangeForItsEnds) {
     const MeshData quad = Quad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
     EXPECT_EQ(LineSet(quad, -50.0).size(), 4U) << "the diagonal does not bend";
     EXPECT_EQ(LineSet(UnitCube(), -50.0).size(), 12U);
@@ -223,7 +223,7 @@ TEST(SurfaceFeatureEdges, TakesAnglesBeyondTheirRangeForItsEnds) {
     EXPECT_EQ(LineSet(UnitCube(), std::nan("")).size(), 0U);
 }
 
-TEST(SurfaceFeatureEdges, NameTheFirstVertexAtAPlace) {
+TEST(FindSharpEdges, NameTheFirstVertexAtAPoint) {
     const MeshData cube = Unwelded(UnitCube());
     const features_test::Buffers buffers = BuffersOf(cube);
     const ctr::Surface surface(buffers.vertices, buffers.triangles);
@@ -237,14 +237,14 @@ TEST(SurfaceFeatureEdges, NameTheFirstVertexAtAPlace) {
     }
 }
 
-TEST(SurfaceFeatureEdges, OfNoTriangleIsEmpty) {
+TEST(FindSharpEdges, OfNoTriangleIsEmpty) {
     EXPECT_TRUE(LineSet(MeshData(), 30.0).empty());
 }
 
 /// Degrees over the angle that still count as the angle.
 constexpr double kTolerance = 0.01;
 
-/// The same rules over a plain map, every face kept with its places.
+/// The same rules over a plain map, every face kept with its points.
 class ReferenceOutline {
 public:
     explicit ReferenceOutline(const MeshData& data) {
@@ -257,7 +257,7 @@ public:
     std::set<Line> lines(double angle) const {
         std::set<Line> drawn;
         for (const auto& [edge, tips] : tipsOfEdge_) {
-            const std::vector<Place> sheets = sheetsOf(edge, tips);
+            const std::vector<Position> sheets = sheetsOf(edge, tips);
             if (sheets.size() != 2 || bend(edge, sheets[0], sheets[1]) > angle) {
                 drawn.insert(edge);
             }
@@ -267,17 +267,18 @@ public:
 
 private:
     void addFace(const Point& a, const Point& b, const Point& c) {
-        tipsOfEdge_[MakeLine(a, b)].insert(PlaceOf(c));
-        tipsOfEdge_[MakeLine(b, c)].insert(PlaceOf(a));
-        tipsOfEdge_[MakeLine(c, a)].insert(PlaceOf(b));
+        tipsOfEdge_[MakeLine(a, b)].insert(PositionOf(c));
+        tipsOfEdge_[MakeLine(b, c)].insert(PositionOf(a));
+        tipsOfEdge_[MakeLine(c, a)].insert(PositionOf(b));
     }
 
     /// One tip for each half plane; no two of the lattice's are nearer than a degree.
-    static std::vector<Place> sheetsOf(const Line& edge, const std::set<Place>& tips) {
-        std::vector<Place> sheets;
-        for (const Place& tip : tips) {
-            if (std::none_of(sheets.begin(), sheets.end(),
-                             [&](const Place& sheet) { return bend(edge, sheet, tip) > 179.0; })) {
+    static std::vector<Position> sheetsOf(const Line& edge, const std::set<Position>& tips) {
+        std::vector<Position> sheets;
+        for (const Position& tip : tips) {
+            if (std::none_of(sheets.begin(), sheets.end(), [&](const Position& sheet) {
+                    return bend(edge, sheet, tip) > 179.0;
+                })) {
                 sheets.push_back(tip);
             }
         }
@@ -285,14 +286,14 @@ private:
     }
 
     /// Degrees between the two half planes, less the 180 of a flat surface: needs no winding.
-    static double bend(const Line& edge, const Place& tipA, const Place& tipB) {
+    static double bend(const Line& edge, const Position& tipA, const Position& tipB) {
         using V = Wm4::Vector3<double>;
-        const auto vector = [&](const Place& p) {
+        const auto vector = [&](const Position& p) {
             return V(double{p[0]} - double{edge.first[0]}, double{p[1]} - double{edge.first[1]},
                      double{p[2]} - double{edge.first[2]});
         };
         const V along = vector(edge.second);
-        const auto across = [&](const Place& tip) {
+        const auto across = [&](const Position& tip) {
             const V v = vector(tip);
             return v - along * (v.Dot(along) / along.Dot(along));
         };
@@ -302,7 +303,7 @@ private:
         return 180.0 - std::acos(std::clamp(cosine, -1.0, 1.0)) * 180.0 / 3.14159265358979323846;
     }
 
-    std::map<Line, std::set<Place>> tipsOfEdge_;
+    std::map<Line, std::set<Position>> tipsOfEdge_;
 };
 
 /// The triangles that have an area.
@@ -327,7 +328,7 @@ MeshData RandomMesh(Random& random, int triangles, int side) {
     return Cleaned(data);
 }
 
-TEST(SurfaceFeatureEdges, FlushFacesOfOverlappingPartsAreOneSheet) {
+TEST(FindSharpEdges, FlushFacesOfOverlappingPartsAreOneSheet) {
     // Left of the edge one triangle, on the right two of different sizes in the same plane.
     const Point a(0, 0, 0);
     const Point b(0, 1, 0);
@@ -340,7 +341,7 @@ TEST(SurfaceFeatureEdges, FlushFacesOfOverlappingPartsAreOneSheet) {
     EXPECT_EQ(LineSet(data, 30.0).count(MakeLine(a, b)), 1U);
 }
 
-TEST(SurfaceFeatureEdges, SheetsThatForkAtLessThanTheAngleAreDrawn) {
+TEST(FindSharpEdges, SheetsThatForkAtLessThanTheAngleAreDrawn) {
     const Point a(0, 0, 0);
     const Point b(0, 1, 0);
     MeshData data;
@@ -350,7 +351,7 @@ TEST(SurfaceFeatureEdges, SheetsThatForkAtLessThanTheAngleAreDrawn) {
     EXPECT_EQ(LineSet(data, 30.0).count(MakeLine(a, b)), 1U);
 }
 
-TEST(SurfaceFeatureEdges, AgreesWithAPlainMapOnRandomMeshes) {
+TEST(FindSharpEdges, AgreesWithAPlainMapOnRandomMeshes) {
     // No bend between points of these lattices comes near to one of these angles.
     const std::array<double, 4> angles{7.3, 31.7, 77.7, 121.3};
     for (int seed = 0; seed < test_support::Scaled(2000); ++seed) {
@@ -382,7 +383,7 @@ MeshData TallMesh(Random& random, int longAxis) {
     return Cleaned(data);
 }
 
-TEST(SurfaceFeatureEdges, AgreesWithAPlainMapOnLargeMeshes) {
+TEST(FindSharpEdges, AgreesWithAPlainMapOnLargeMeshes) {
     for (int longAxis = 0; longAxis < 3; ++longAxis) {
         Random random(static_cast<std::uint64_t>(longAxis));
         const MeshData data = TallMesh(random, longAxis);

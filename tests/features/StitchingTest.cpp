@@ -1,4 +1,4 @@
-// Which places become one, and which moves are left out.
+// The points that are merged, and the merges that are refused.
 #include "features/Stitching.h"
 
 #include "features/SurfaceShapes.h"
@@ -7,9 +7,9 @@
 
 namespace {
 
+using ctr::BoundaryEdge;
 using ctr::EdgePair;
-using ctr::OpenEdge;
-using ctr::Sides;
+using ctr::HalfEdges;
 using ctr::Stitches;
 using features_test::Buffers;
 using features_test::BuffersOf;
@@ -20,12 +20,12 @@ using test_support::Quad;
 /// Stitches what the pair search finds.
 Stitches StitchesOf(const MeshData& data, double distance) {
     const Buffers buffers = BuffersOf(data);
-    const Sides sides(*buffers.vertices, *buffers.triangles);
-    const std::vector<OpenEdge> edges =
-        MeasureOpenEdges(SurveyEdges(sides), sides, *buffers.vertices, *buffers.triangles);
+    const HalfEdges halfEdges(*buffers.vertices, *buffers.triangles);
+    const std::vector<BoundaryEdge> edges = MeasureBoundaryEdges(
+        ClassifyEdges(halfEdges), halfEdges, *buffers.vertices, *buffers.triangles);
     const std::vector<Point> origins = data.positions;
     const std::vector<EdgePair> pairs = FindEdgePairs(edges, {distance, 0.45, 10.0});
-    return StitchPairs(pairs, edges, {*buffers.vertices, *buffers.triangles, sides, origins},
+    return StitchPairs(pairs, edges, {*buffers.vertices, *buffers.triangles, halfEdges, origins},
                        distance);
 }
 
@@ -38,7 +38,7 @@ MeshData Halves(float gap) {
 TEST(StitchPairs, MovesTheEndsOfPairsOntoEachOther) {
     const Stitches stitches = StitchesOf(Halves(0.01F), 0.1);
     EXPECT_EQ(stitches.joinedEdges, 1U);
-    EXPECT_EQ(stitches.movedPlaces, 2U);
+    EXPECT_EQ(stitches.movedPoints, 2U);
     EXPECT_NEAR(stitches.widestGap, 0.01, 1e-6);
     EXPECT_EQ(stitches.targets[1], stitches.targets[4]);
     EXPECT_EQ(stitches.targets[2], stitches.targets[7]);
@@ -60,7 +60,7 @@ TEST(StitchPairs, NeverMakesAClusterWiderThanTheDistance) {
         data.addTriangle(Point(x, 0, 0), Point(x, 8, 0), tip);
     }
     const Stitches stitches = StitchesOf(data, 0.1);
-    EXPECT_GT(stitches.movedPlaces, 0U);
+    EXPECT_GT(stitches.movedPoints, 0U);
     EXPECT_NE(stitches.targets[0], stitches.targets[9]);
     EXPECT_NE(stitches.targets[0], stitches.targets[6]) << "0.16 apart";
 }
@@ -71,7 +71,7 @@ TEST(StitchPairs, NeverTurnsATriangleOver) {
         MeshData data;
         data.addTriangle(Point(rim, 8, 0), Point(rim, 0, 0), Point(-3, 4, 0));
         data.addTriangle(Point(5, 0, 0), Point(5, 8, 0), Point(5.02F, 4, 0));
-        return StitchesOf(data, 0.1).movedPlaces;
+        return StitchesOf(data, 0.1).movedPoints;
     };
     EXPECT_EQ(moved(4.97F), 2U);
     EXPECT_EQ(moved(5.01F), 2U);
@@ -93,13 +93,13 @@ TEST(StitchPairs, NeverTurnsATriangleOverThatMovedBefore) {
         data.addTriangle(high, tip, data.addVertex(Point(4, 12, z)));
     }
     const Buffers buffers = BuffersOf(data);
-    const Sides sides(*buffers.vertices, *buffers.triangles);
-    const std::vector<OpenEdge> edges =
-        MeasureOpenEdges(SurveyEdges(sides), sides, *buffers.vertices, *buffers.triangles);
+    const HalfEdges halfEdges(*buffers.vertices, *buffers.triangles);
+    const std::vector<BoundaryEdge> edges = MeasureBoundaryEdges(
+        ClassifyEdges(halfEdges), halfEdges, *buffers.vertices, *buffers.triangles);
     ASSERT_EQ(edges.at(6).corner, 6U) << "the third rim";
     const Stitches stitches =
         StitchPairs({{0, 3, false, 0.03}, {0, 6, false, 0.09}}, edges,
-                    {*buffers.vertices, *buffers.triangles, sides, data.positions}, 0.1);
+                    {*buffers.vertices, *buffers.triangles, halfEdges, data.positions}, 0.1);
     EXPECT_EQ(stitches.joinedEdges, 1U);
     EXPECT_EQ(stitches.targets[3], stitches.targets[1]);
     EXPECT_EQ(stitches.targets[4], stitches.targets[0]);
@@ -116,7 +116,7 @@ TEST(StitchPairs, NeverJoinsTwoCornersOfATriangle) {
             Quad(Point(0, y, 0), Point(0.05F, y, 0), Point(0.05F, y + 2, 0), Point(0, y + 2, 0)));
     }
     const Stitches stitches = StitchesOf(strip, 0.1);
-    EXPECT_EQ(stitches.movedPlaces, 0U);
+    EXPECT_EQ(stitches.movedPoints, 0U);
 }
 
 } // namespace

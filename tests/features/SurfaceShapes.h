@@ -1,4 +1,4 @@
-// Buffers of surfaces, and what they hold.
+// Conversion between surfaces and buffers.
 #pragma once
 
 #include <kxSceneGraph/kxTriMesh.h>

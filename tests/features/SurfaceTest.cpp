@@ -1,5 +1,5 @@
-// Shapes with cracks, T-junctions and doubled faces against their sound twins, and thin and open
-// parts that have to stay as they are.
+// Shapes with cracks, T-junctions and duplicate faces compared with their sound originals, and thin
+// and open parts that must stay unchanged.
 #include <ctr/Surface.h>
 
 #include "features/SurfaceShapes.h"
@@ -51,13 +51,13 @@ Contents ContentsOf(const Surface& surface) {
 }
 
 /// The different positions of the corners of triangles.
-std::set<std::array<float, 3>> PlacesOf(const Surface& surface) {
-    std::set<std::array<float, 3>> places;
+std::set<std::array<float, 3>> PointsOf(const Surface& surface) {
+    std::set<std::array<float, 3>> points;
     const Contents contents = ContentsOf(surface);
     for (const unsigned int index : contents.indices) {
-        places.insert(contents.positions[index]);
+        points.insert(contents.positions[index]);
     }
-    return places;
+    return points;
 }
 
 /// By definition: edges by the number of triangles that have both ends.
@@ -141,7 +141,7 @@ TEST(SurfaceRepair, LeavesClosedSurfacesAsTheyAre) {
         SCOPED_TRACE(sound.name);
         Surface surface = SurfaceOf(sound.data);
         EXPECT_EQ(EdgesByUse(surface).count(1), 0U) << "the test's own shape";
-        EXPECT_EQ(PlacesOf(surface).size(), sound.data.positions.size());
+        EXPECT_EQ(PointsOf(surface).size(), sound.data.positions.size());
         ExpectUntouched(sound.data);
         ExpectUntouched(sound.data, Within(0.5));
         ExpectUntouched(Unwelded(sound.data));
@@ -159,7 +159,7 @@ TEST(SurfaceRepair, ClosesCracksOfNoise) {
                 EXPECT_EQ(report.openEdges, 0U);
                 EXPECT_EQ(report.crowdedEdges, 0U);
                 EXPECT_EQ(EdgesByUse(surface), EdgesByUse(SurfaceOf(sound.data)));
-                EXPECT_EQ(PlacesOf(surface).size(), sound.data.positions.size());
+                EXPECT_EQ(PointsOf(surface).size(), sound.data.positions.size());
                 EXPECT_FALSE(LooksCracked(report));
                 ExpectCareful(cracked, kAuto,
                               8.0 * static_cast<double>(share * SizeOf(sound.data)));
@@ -208,7 +208,7 @@ TEST(SurfaceRepair, KeepsThinPartsApart) {
     MeshData cracked = Cracked(plate, 1e-6F, 5);
     Surface surface = SurfaceOf(cracked);
     EXPECT_EQ(surface.repair(kAuto).openEdges, 0U);
-    EXPECT_EQ(PlacesOf(surface).size(), 8U);
+    EXPECT_EQ(PointsOf(surface).size(), 8U);
     const auto sheet = [](float z) {
         return Quad(Point(0, 0, z), Point(100, 0, z), Point(100, 80, z), Point(0, 80, z));
     };

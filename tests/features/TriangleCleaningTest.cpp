@@ -1,4 +1,4 @@
-// Which triangles are dropped, and how they are counted.
+// The triangles that are dropped, and their counts.
 #include <ctr/Surface.h>
 
 #include "features/SurfaceShapes.h"
@@ -36,7 +36,7 @@ TEST(CleanTriangles, KeepsGoodTrianglesInTheirOrder) {
     EXPECT_EQ(features_test::ContentsOf(*buffers.vertices, *buffers.triangles).indices, good);
 }
 
-TEST(CleanTriangles, DropsEqualCornersByNumberOrPlace) {
+TEST(CleanTriangles, DropsEqualCornersByIndexOrPosition) {
     MeshData data;
     data.addTriangle(Point(0, 0, 0), Point(1, 0, 0), Point(0, 1, 0));
     data.addTriangle(0, 1, 1);

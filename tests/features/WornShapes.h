@@ -1,4 +1,4 @@
-// Closed shapes, and what becomes of them on the way through other programs.
+// Closed shapes, and the damage that other programs do to them.
 #pragma once
 
 #include "features/SurfaceShapes.h"

@@ -1,5 +1,5 @@
-// Visible pieces as geometry: which pieces there are, which vertices they reuse, and where hidden
-// ranges end in space, to the last bit.
+// Visible pieces as geometry: the pieces, the vertices they reuse, and the exact points in space at
+// which occluded intervals end.
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/SegmentBuilders.h"

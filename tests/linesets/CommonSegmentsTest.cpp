@@ -1,5 +1,4 @@
-// Removing from one set what another holds too: when two segments are the same, and what happens to
-// the records of those that stay.
+// Removal of common segments: which segments are equal, and the records of those that remain.
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/SegmentBuilders.h"

@@ -1,4 +1,4 @@
-// Gathering sets into one: what takes part, what is carried along and what is left behind.
+// Fusing of sets: which sets take part, and which of their records are copied.
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/SegmentBuilders.h"

@@ -1,4 +1,4 @@
-// Keys and their indices, against a balanced tree.
+// Keys and their indices, compared with a balanced tree.
 #include <ctr/detail/HashedIndex.h>
 
 #include "support/Random.h"

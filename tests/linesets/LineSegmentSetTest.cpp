@@ -1,5 +1,4 @@
-// The container itself: what an empty set holds, what a clone takes over and what it leaves behind,
-// and sets made from a mesh's outline.
+// The container: an empty set, clones, and sets made from the outline of a mesh.
 #include <ctr/LineSegmentSet.h>
 
 #include <kxSceneGraph/kxLine.h>
@@ -92,7 +91,7 @@ TEST(ArcFeature, StartsUnlinkedAndUnmarked) {
     EXPECT_EQ(feature.kind, 0U);
 }
 
-TEST(CloneOfASet, TakesRecordsButNoFlags) {
+TEST(LineSegmentSetClone, TakesRecordsButNoFlags) {
     const SetPointer set = FullSet();
     kx::kxRttiInterface* target = nullptr;
     ASSERT_TRUE(set->Clone(target));
@@ -105,7 +104,7 @@ TEST(CloneOfASet, TakesRecordsButNoFlags) {
     EXPECT_EQ(set->segmentFlags, (std::vector<bool>{true, false}));
 }
 
-TEST(CloneOfASet, SharesBuffersAndCopiesTheRestOfTheLine) {
+TEST(LineSegmentSetClone, SharesBuffersAndCopiesTheRestOfTheLine) {
     const SetPointer set = FullSet();
     kx::kxRttiInterface* target = nullptr;
     ASSERT_TRUE(set->Clone(target));
@@ -120,7 +119,7 @@ TEST(CloneOfASet, SharesBuffersAndCopiesTheRestOfTheLine) {
     EXPECT_EQ(clone->getWidth(), 2.5F);
 }
 
-TEST(CloneOfASet, HasRangesOfItsOwn) {
+TEST(LineSegmentSetClone, HasRangesOfItsOwn) {
     const SetPointer set = FullSet();
     kx::kxRttiInterface* target = nullptr;
     ASSERT_TRUE(set->Clone(target));
@@ -132,7 +131,7 @@ TEST(CloneOfASet, HasRangesOfItsOwn) {
     EXPECT_EQ(set->clipRanges[0].t0, 0.0F);
 }
 
-TEST(CloneOfASet, ReplacesWhatAnExistingSetHeld) {
+TEST(LineSegmentSetClone, ReplacesWhatAnExistingSetHeld) {
     const SetPointer set = FullSet();
     const SetPointer other = MakeSet({Vec3(7, 7, 7), Vec3(8, 8, 8)}, {0, 1});
     other->segmentFlags = {true};
@@ -146,7 +145,7 @@ TEST(CloneOfASet, ReplacesWhatAnExistingSetHeld) {
     ExpectSameRecords(*other, *set);
 }
 
-TEST(CloneOfASet, RefusesATargetOfAnotherClass) {
+TEST(LineSegmentSetClone, RefusesATargetOfAnotherClass) {
     const SetPointer set = FullSet();
     const VerticesPointer vertices = MakeVertices({Vec3(0, 0, 0)});
     const kx::kxPointer<kx::kxTriMesh> mesh(new kx::kxTriMesh(vertices.get(), nullptr));
@@ -157,7 +156,7 @@ TEST(CloneOfASet, RefusesATargetOfAnotherClass) {
     EXPECT_NE(mesh->GetName(), "outline");
 }
 
-TEST(CloneOfASet, RefusesAPlainLineToo) {
+TEST(LineSegmentSetClone, RefusesAPlainLineToo) {
     const SetPointer set = FullSet();
     const kx::kxPointer<kx::kxLine> line(new kx::kxLine(nullptr, nullptr, false));
     kx::kxRttiInterface* target = line.get();
@@ -166,7 +165,7 @@ TEST(CloneOfASet, RefusesAPlainLineToo) {
     EXPECT_EQ(line->getWidth(), 1.0F);
 }
 
-TEST(CloneOfASet, OntoItselfOnlyLosesTheFlags) {
+TEST(LineSegmentSetClone, OntoItselfOnlyLosesTheFlags) {
     const SetPointer set = FullSet();
     const SetPointer same = FullSet();
     kx::kxRttiInterface* target = set.get();
@@ -178,7 +177,7 @@ TEST(CloneOfASet, OntoItselfOnlyLosesTheFlags) {
     EXPECT_EQ(set->GetName(), "outline");
 }
 
-TEST(CloneOfASet, OfAnEmptySetIsEmpty) {
+TEST(LineSegmentSetClone, OfAnEmptySetIsEmpty) {
     const SetPointer set(new LineSegmentSet);
     kx::kxRttiInterface* target = nullptr;
     ASSERT_TRUE(set->Clone(target));
@@ -188,7 +187,7 @@ TEST(CloneOfASet, OfAnEmptySetIsEmpty) {
     EXPECT_TRUE(clone->clipRanges.empty());
 }
 
-TEST(OutlineOfAMesh, SharesTheBuffersItIsGiven) {
+TEST(GetOutlineEdgesFromMesh, SharesTheBuffersItIsGiven) {
     const VerticesPointer vertices = MakeVertices({Vec3(0, 0, 0), Vec3(1, 2, 3)});
     const IndicesPointer outline = MakeIndices({0, 1});
     {
@@ -207,7 +206,7 @@ TEST(OutlineOfAMesh, SharesTheBuffersItIsGiven) {
     EXPECT_EQ(outline->GetReferences(), 1);
 }
 
-TEST(OutlineOfAMesh, TakesTheTransformationAsLocalAndAsWorld) {
+TEST(GetOutlineEdgesFromMesh, TakesTheTransformationAsLocalAndAsWorld) {
     const VerticesPointer vertices = MakeVertices({Vec3(0, 0, 0), Vec3(1, 2, 3)});
     const SetPointer set(
         LineSegmentSet::GetOutlineEdgesFromMesh(vertices.get(), MakeIndices({0, 1}), kWorld));
@@ -216,7 +215,7 @@ TEST(OutlineOfAMesh, TakesTheTransformationAsLocalAndAsWorld) {
     EXPECT_EQ(set->GetWorldTransformation(), kWorld);
 }
 
-TEST(OutlineOfAMesh, ComesWithItsBound) {
+TEST(GetOutlineEdgesFromMesh, ComesWithItsBound) {
     const VerticesPointer vertices = MakeVertices({Vec3(-1, 0, 4), Vec3(1, 2, 3)});
     const SetPointer set(
         LineSegmentSet::GetOutlineEdgesFromMesh(vertices.get(), MakeIndices({0, 1}), kWorld));
@@ -225,7 +224,7 @@ TEST(OutlineOfAMesh, ComesWithItsBound) {
     EXPECT_EQ(set->GetModelBound().max[2], 4.0F);
 }
 
-TEST(OutlineOfAMesh, DoesNotLookIntoTheBuffers) {
+TEST(GetOutlineEdgesFromMesh, DoesNotLookIntoTheBuffers) {
     const VerticesPointer vertices = MakeVertices({Vec3(0, 0, 0)});
     const IndicesPointer outline = MakeIndices({17, 4, 99}); // out of range, and odd
     const SetPointer set(LineSegmentSet::GetOutlineEdgesFromMesh(vertices.get(), outline, kWorld));
@@ -233,7 +232,7 @@ TEST(OutlineOfAMesh, DoesNotLookIntoTheBuffers) {
     EXPECT_EQ(test_support::IndicesOf(*set), (std::vector<unsigned int>{17, 4, 99}));
 }
 
-TEST(OutlineOfAMesh, IsNullWithoutVerticesOrWithoutAnOutline) {
+TEST(GetOutlineEdgesFromMesh, IsNullWithoutVerticesOrWithoutAnOutline) {
     const VerticesPointer vertices = MakeVertices({Vec3(0, 0, 0), Vec3(1, 2, 3)});
     const IndicesPointer outline = MakeIndices({0, 1});
     EXPECT_EQ(LineSegmentSet::GetOutlineEdgesFromMesh(nullptr, outline, kWorld), nullptr);
@@ -243,7 +242,7 @@ TEST(OutlineOfAMesh, IsNullWithoutVerticesOrWithoutAnOutline) {
     EXPECT_EQ(outline->GetReferences(), 1);
 }
 
-TEST(OutlineOfATriMesh, TakesItsVerticesAndItsWorldTransformation) {
+TEST(GetOutlineEdgesFromTriMesh, TakesItsVerticesAndItsWorldTransformation) {
     const auto mesh =
         test_support::MakeMesh(test_support::Triangle(Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0, 1, 0)));
     mesh->SetLocalTransformation(kLocal);
@@ -257,7 +256,7 @@ TEST(OutlineOfATriMesh, TakesItsVerticesAndItsWorldTransformation) {
     EXPECT_EQ(set->GetWorldTransformation(), kWorld);
 }
 
-TEST(OutlineOfATriMesh, IsNullWithoutAnOutline) {
+TEST(GetOutlineEdgesFromTriMesh, IsNullWithoutAnOutline) {
     const auto mesh =
         test_support::MakeMesh(test_support::Triangle(Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0, 1, 0)));
     EXPECT_EQ(LineSegmentSet::GetOutlineEdgesFromTriMesh(mesh.get(), IndicesPointer()), nullptr);

@@ -1,6 +1,6 @@
-// Chaining segments into polylines, compacting vertices, and the operations on runs. Where
-// positions matter they turn sharply and the input flags ask for straight runs, so that no run is
-// recognised and the order of the segments is that of the chaining alone.
+// Chaining of segments into polylines, compacting of vertices, and operations on runs. Where
+// positions matter, polylines turn sharply and the input flags request straight runs, so that no
+// run is recognised and the order of the segments is that of chaining alone.
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/SegmentBuilders.h"
@@ -96,7 +96,7 @@ std::map<std::pair<unsigned int, unsigned int>, int> Counted(const Indices& indi
     return counted;
 }
 
-TEST(Chaining, AnOpenPathIsWrittenFromItsFarEnd) {
+TEST(BuildChains, AnOpenPathIsWrittenFromItsFarEnd) {
     // The scan starts at vertex 0, in the middle of 3 - 1 - 0 - 2: first the way back from 0 away
     // from 1, turned, then the seed, then the way on.
     const Chained c = ChainStraight({1, 0, 0, 2, 3, 1});
@@ -105,25 +105,25 @@ TEST(Chaining, AnOpenPathIsWrittenFromItsFarEnd) {
     EXPECT_EQ(c.runs, (Runs{{0, 6}}));
 }
 
-TEST(Chaining, AClosedSquareIsOneChainThatEndsWithItsSeed) {
+TEST(BuildChains, AClosedSquareIsOneChainThatEndsWithItsSeed) {
     const Chained c = ChainStraight({0, 1, 1, 2, 2, 3, 3, 0});
     ASSERT_TRUE(c.done);
     EXPECT_EQ(c.indices, (Indices{1, 2, 2, 3, 3, 0, 0, 1}));
     EXPECT_EQ(c.runs, (Runs{{0, 8}}));
 }
 
-TEST(Chaining, DirectionsOfTheInputDoNotMatter) {
+TEST(BuildChains, DirectionsOfTheInputDoNotMatter) {
     EXPECT_EQ(ChainStraight({1, 0, 2, 1, 2, 3, 0, 3}).indices, (Indices{1, 2, 2, 3, 3, 0, 0, 1}));
 }
 
-TEST(Chaining, ThreeSegmentsAtAVertexEndThere) {
+TEST(BuildChains, ThreeSegmentsAtAVertexEndThere) {
     const Chained c = ChainStraight({0, 1, 2, 0, 0, 3});
     ASSERT_TRUE(c.done);
     EXPECT_EQ(c.indices, (Indices{0, 1, 0, 2, 0, 3}));
     EXPECT_EQ(c.runs, (Runs{{0, 2}, {2, 4}, {4, 6}}));
 }
 
-TEST(Chaining, ALoopAtAJunctionEndsAtTheJunction) {
+TEST(BuildChains, ALoopAtAJunctionEndsAtTheJunction) {
     // 1 - 2 - 3 - 1 hangs on 0 - 1: vertex 1 has three segments.
     const Chained c = ChainStraight({0, 1, 1, 2, 2, 3, 3, 1});
     ASSERT_TRUE(c.done);
@@ -131,18 +131,18 @@ TEST(Chaining, ALoopAtAJunctionEndsAtTheJunction) {
     EXPECT_EQ(c.runs, (Runs{{0, 2}, {2, 8}}));
 }
 
-TEST(Chaining, ChainsComeInTheOrderOfTheirLowestVertex) {
+TEST(BuildChains, ChainsComeInTheOrderOfTheirLowestVertex) {
     const Chained c = ChainStraight({8, 9, 4, 5, 0, 1});
     EXPECT_EQ(c.indices, (Indices{0, 1, 4, 5, 8, 9}));
     EXPECT_EQ(c.runs, (Runs{{0, 2}, {2, 4}, {4, 6}}));
 }
 
-TEST(Chaining, SeedsFollowTheOrderOfTheSegmentsAtAVertex) {
+TEST(BuildChains, SeedsFollowTheOrderOfTheSegmentsAtAVertex) {
     const Chained c = ChainStraight({0, 9, 5, 0, 0, 7, 3, 0});
     EXPECT_EQ(c.indices, (Indices{0, 9, 0, 5, 0, 7, 0, 3}));
 }
 
-TEST(Chaining, ASegmentGivenTwiceIsWrittenTwice) {
+TEST(BuildChains, ASegmentGivenTwiceIsWrittenTwice) {
     // There and back: at both ends both neighbours are where the walk came from.
     const Chained c = ChainStraight({0, 1, 0, 1}, {1, 2});
     ASSERT_TRUE(c.done);
@@ -150,20 +150,20 @@ TEST(Chaining, ASegmentGivenTwiceIsWrittenTwice) {
     EXPECT_EQ(c.tags, (Tags{2, 1}));
 }
 
-TEST(Chaining, SegmentsWithoutLengthAreWrittenOnce) {
+TEST(BuildChains, SegmentsWithoutLengthAreWrittenOnce) {
     EXPECT_EQ(ChainStraight({4, 4}).indices, (Indices{4, 4}));
     const Indices lines{0, 1, 1, 1, 1, 2};
     EXPECT_EQ(Counted(ChainStraight(lines).indices), Counted(lines));
 }
 
-TEST(Chaining, AnOddLastIndexIsIgnored) {
+TEST(BuildChains, AnOddLastIndexIsIgnored) {
     const Chained c = ChainStraight({0, 1, 7});
     ASSERT_TRUE(c.done);
     EXPECT_EQ(c.indices, (Indices{0, 1}));
     EXPECT_EQ(c.straight.size(), 1U);
 }
 
-TEST(Chaining, TheOutputIsALineList) {
+TEST(BuildChains, TheOutputIsALineList) {
     const VerticesPointer vertices = MakeVertices(Dodecahedron());
     const IndicesPointer lines = MakeIndices({0, 1, 1, 2, 5, 6});
     IndicesPointer output = MakeIndices({9, 9});
@@ -177,28 +177,28 @@ TEST(Chaining, TheOutputIsALineList) {
     EXPECT_GE(arcs.capacity(), 3U); // one a segment, so that records never move
 }
 
-TEST(Chaining, TagsStayWithTheirSegments) {
+TEST(BuildChains, TagsStayWithTheirSegments) {
     const Chained c = ChainStraight({1, 0, 0, 2, 3, 1, 7, 8}, {1, 2, 3, 0});
     EXPECT_EQ(c.indices, (Indices{2, 0, 0, 1, 1, 3, 7, 8}));
     EXPECT_EQ(c.tags, (Tags{2, 1, 3, 0}));
 }
 
-TEST(Chaining, MissingTagsAreNone) {
+TEST(BuildChains, MissingTagsAreNone) {
     const Chained c = ChainStraight({1, 0, 0, 2, 3, 1, 7, 8}, {1, 2});
     EXPECT_EQ(c.tags, (Tags{2, 1, 0, 0}));
 }
 
-TEST(Chaining, ASegmentOfItsOwnIsNoStraightRun) {
+TEST(BuildChains, ASegmentOfItsOwnIsNoStraightRun) {
     for (const bool flag : {false, true}) {
         EXPECT_EQ(Chain({0, 1, 5, 6}, {flag, flag}).straight, (Flags{false, false}));
     }
 }
 
-TEST(Chaining, AChainThatBendsIsNoStraightRun) {
+TEST(BuildChains, AChainThatBendsIsNoStraightRun) {
     EXPECT_EQ(ChainStraight({0, 1, 1, 2, 2, 3, 3, 0}).straight, Flags(4, false));
 }
 
-TEST(Chaining, WithoutInputFlagsNothingIsStraight) {
+TEST(BuildChains, WithoutInputFlagsNothingIsStraight) {
     const VerticesPointer line = MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(2, 0, 0)});
     const IndicesPointer lines = MakeIndices({0, 1, 1, 2});
     const Flags none;
@@ -213,7 +213,7 @@ TEST(Chaining, WithoutInputFlagsNothingIsStraight) {
     }
 }
 
-TEST(Chaining, RefusesWhatItCannotChainAndLeavesTheOutputs) {
+TEST(BuildChains, RefusesWhatItCannotChainAndLeavesTheOutputs) {
     const VerticesPointer vertices = MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0)});
     for (const Indices& lines : std::vector<Indices>{{}, {0}, {0, 2}, {0, 1, 0xFFFFFFFFU, 1}}) {
         const IndicesPointer input = MakeIndices(lines);
@@ -231,7 +231,7 @@ TEST(Chaining, RefusesWhatItCannotChainAndLeavesTheOutputs) {
     }
 }
 
-TEST(Chaining, ALongChainTakesNoRecursion) {
+TEST(BuildChains, ALongChainTakesNoRecursion) {
     constexpr unsigned int kCount = 100000;
     Points zigzag;
     Indices lines;
@@ -379,7 +379,7 @@ void ExpectChains(const Indices& lines, const Chained& c, int trial) {
     ASSERT_EQ(at, c.indices.size()) << "trial " << trial;
 }
 
-TEST(Chaining, RandomGraphsAreChainedLikeThePlainWalk) {
+TEST(BuildChains, RandomGraphsAreChainedLikeThePlainWalk) {
     Random random(91);
     std::size_t longChains = 0;
     std::size_t loops = 0;
@@ -508,7 +508,7 @@ TEST(BuildPolylines, NoSegmentsGiveNullAndLeaveTheRecords) {
 
 // ---------------------------------------------------------------------------------------------
 
-TEST(FilteredVertexBuffer, SortsUsedVerticesAndWeldsEqualOnes) {
+TEST(CreateFilteredVertexBuffer, SortsUsedVerticesAndWeldsEqualOnes) {
     const VerticesPointer vertices =
         MakeVertices({Vec3(2, 0, 0), Vec3(1, 1, 0), Vec3(0, 0, 0), Vec3(1, 0, 5), Vec3(2, 0, 0),
                       Vec3(9, 9, 9), Vec3(1, 0, -5)});
@@ -524,7 +524,7 @@ TEST(FilteredVertexBuffer, SortsUsedVerticesAndWeldsEqualOnes) {
     EXPECT_EQ(PositionsOf(vertices.get()).size(), 7U);
 }
 
-TEST(FilteredVertexBuffer, HoldsPositionsOnly) {
+TEST(CreateFilteredVertexBuffer, HoldsPositionsOnly) {
     const VerticesPointer vertices =
         MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0)}, {Vec3(0, 0, 1), Vec3(0, 0, 1)});
     VerticesPointer filtered;
@@ -536,7 +536,7 @@ TEST(FilteredVertexBuffer, HoldsPositionsOnly) {
     EXPECT_EQ(filtered->GetAttributes().GetNormalChannels(), 0);
 }
 
-TEST(FilteredVertexBuffer, ZerosOfEitherSignAreOnePoint) {
+TEST(CreateFilteredVertexBuffer, ZerosOfEitherSignAreOnePoint) {
     const VerticesPointer vertices =
         MakeVertices({Vec3(0.0F, -0.0F, 1), Vec3(-0.0F, 0.0F, 1), Vec3(5, 0, 0)});
     VerticesPointer filtered;
@@ -547,7 +547,7 @@ TEST(FilteredVertexBuffer, ZerosOfEitherSignAreOnePoint) {
     EXPECT_EQ(remapping, (std::vector<unsigned int>{0, 0, 1}));
 }
 
-TEST(FilteredVertexBuffer, OneFloatBitKeepsPointsApart) {
+TEST(CreateFilteredVertexBuffer, OneFloatBitKeepsPointsApart) {
     const VerticesPointer vertices =
         MakeVertices({Vec3(1, 0, 0), Vec3(std::nextafter(1.0F, 2.0F), 0, 0)});
     VerticesPointer filtered;
@@ -558,7 +558,7 @@ TEST(FilteredVertexBuffer, OneFloatBitKeepsPointsApart) {
     EXPECT_EQ(remapping, (std::vector<unsigned int>{0, 1}));
 }
 
-TEST(FilteredVertexBuffer, AnOddLastIndexUsesNoVertex) {
+TEST(CreateFilteredVertexBuffer, AnOddLastIndexUsesNoVertex) {
     const VerticesPointer vertices = MakeVertices({Vec3(3, 0, 0), Vec3(2, 0, 0), Vec3(1, 0, 0)});
     VerticesPointer filtered;
     std::vector<unsigned int> remapping;
@@ -568,7 +568,7 @@ TEST(FilteredVertexBuffer, AnOddLastIndexUsesNoVertex) {
     EXPECT_EQ(remapping, (std::vector<unsigned int>{1, 0, 0}));
 }
 
-TEST(FilteredVertexBuffer, PatchingRewritesEveryIndex) {
+TEST(CreateFilteredVertexBuffer, PatchingRewritesEveryIndex) {
     const VerticesPointer vertices = MakeVertices({Vec3(3, 0, 0), Vec3(2, 0, 0), Vec3(1, 0, 0)});
     const IndicesPointer lines = MakeIndices({0, 1, 1, 0, 2});
     VerticesPointer filtered;
@@ -577,7 +577,7 @@ TEST(FilteredVertexBuffer, PatchingRewritesEveryIndex) {
     EXPECT_EQ(IndicesOf(lines.get()), (Indices{1, 0, 0, 1, 0}));
 }
 
-TEST(FilteredVertexBuffer, AgreesWithAPlainMapOnRandomSets) {
+TEST(CreateFilteredVertexBuffer, AgreesWithAPlainMapOnRandomSets) {
     Random random(92);
     int welded = 0;
     const int trials = Scaled(3000);
@@ -642,7 +642,7 @@ struct LinkedRuns {
     }
 };
 
-TEST(RunOfSegments, ClearsStraightFlagsFromItselfToTheEndOfItsChain) {
+TEST(ArcFeature, ClearsStraightFlagsFromItselfToTheEndOfItsChain) {
     const LinkedRuns linked;
     Flags flags(6, true);
     linked.runs[1].removeStraightLineFlags(flags);
@@ -655,7 +655,7 @@ TEST(RunOfSegments, ClearsStraightFlagsFromItselfToTheEndOfItsChain) {
     EXPECT_EQ(flags, (Flags{false, true, true, true, true, true}));
 }
 
-TEST(RunOfSegments, TurnsEveryRecordOfTheChainByItself) {
+TEST(ArcFeature, TurnsEveryRecordOfTheChainByItself) {
     const LinkedRuns linked;
     Indices indices{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
     Flags flags{true, true, false, true, false, false};
@@ -666,7 +666,7 @@ TEST(RunOfSegments, TurnsEveryRecordOfTheChainByItself) {
     EXPECT_EQ(tags, (Tags{0, 2, 1, 3, 0, 1}));
 }
 
-TEST(RunOfSegments, TurnsIndicesAloneToo) {
+TEST(ArcFeature, TurnsIndicesAloneToo) {
     const LinkedRuns linked;
     Indices indices{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
     linked.runs[2].reverseIndexBuffer(indices.data(), nullptr, nullptr);
@@ -675,7 +675,7 @@ TEST(RunOfSegments, TurnsIndicesAloneToo) {
     EXPECT_EQ(indices, (Indices{1, 0, 2, 3, 4, 5, 7, 6, 8, 9, 11, 10}));
 }
 
-TEST(RunOfSegments, OfAnyLengthTurnsToItsMirrorImageAndBack) {
+TEST(ArcFeature, OfAnyLengthTurnsToItsMirrorImageAndBack) {
     for (unsigned int segments = 1; segments < 40; ++segments) {
         ArcFeature run;
         run.first = 4;

@@ -1,5 +1,5 @@
-// What holds for the runs of every set of polylines, checked in one call, and builders of the
-// circles and lines that runs are found in.
+// Checks of the invariants of runs in any set of polylines, and builders of the circles and lines
+// in which runs are found.
 #pragma once
 
 #include <ctr/LineSegmentSet.h>

@@ -1,5 +1,5 @@
 // Straight runs and arcs within chains, and runs joined across junctions: each rule on a drawing
-// made for it, and everything that always holds on random ones.
+// made for it, and the invariants on random drawings.
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/RunChecks.h"
@@ -82,16 +82,16 @@ LineList FlaggedPath(const Points& points) {
 
 // --- Arcs in one chain -----------------------------------------------------------------------
 
-TEST(Runs, AQuarterCircleIsOneArc) {
+TEST(FitRuns, AQuarterCircleIsOneArc) {
     EXPECT_EQ(RunsOf(Path(ArcPoints(kCentre, 10.0, 30.0, 90.0, 24))), (Summary{{0, 48, kArc}}));
     EXPECT_EQ(RunsOf(Path(ArcPoints(kCentre, 10.0, 30.0, -90.0, 24))), (Summary{{0, 48, kArc}}));
 }
 
-TEST(Runs, TwentyDegreesOfTheSameCircleAreNone) {
+TEST(FitRuns, TwentyDegreesOfTheSameCircleAreNone) {
     EXPECT_EQ(RunsOf(Path(ArcPoints(kCentre, 10.0, 30.0, 20.0, 24))), (Summary{{0, 48, 0}}));
 }
 
-TEST(Runs, AnArcSweepsAnEighthOfAHalfTurnOrMore) {
+TEST(FitRuns, AnArcSweepsAnEighthOfAHalfTurnOrMore) {
     for (const double sign : {-1.0, 1.0}) {
         const auto runs = [&](double degrees) {
             return RunsOf(Path(ArcPoints(kCentre, 10.0, 10.0, sign * degrees, 6)));
@@ -101,31 +101,31 @@ TEST(Runs, AnArcSweepsAnEighthOfAHalfTurnOrMore) {
     }
 }
 
-TEST(Runs, ASegmentByItselfIsNotRecognised) {
+TEST(FitRuns, ASegmentByItselfIsNotRecognised) {
     EXPECT_EQ(RunsOf(Path({Vec3(0, 0, 0), Vec3(1, 0, 0)})), (Summary{{0, 2, 0}}));
     EXPECT_EQ(RunsOf(FlaggedPath({Vec3(0, 0, 0), Vec3(1, 0, 0)})), (Summary{{0, 2, 0}}));
 }
 
-TEST(Runs, AClosedCircleIsOneArc) {
+TEST(FitRuns, AClosedCircleIsOneArc) {
     LineList list = Path(ArcPoints(kCentre, 10.0, 0.0, 360.0, 40));
     list.indices.back() = 0;
     EXPECT_EQ(RunsOf(list), (Summary{{0, 80, kArc}}));
 }
 
-TEST(Runs, AStraightPieceBeforeAnArcStaysWithoutAName) {
+TEST(FitRuns, AStraightPieceBeforeAnArcStaysWithoutAName) {
     // Steps more than three times as long as the arc's, so that the arc begins exactly at the bend.
     const Points path = Concatenated(
         {LinePoints(Vec3(1, 1, 1), Vec3(0, 4, 0), 5), ArcPoints(kCentre, 10.0, 0.0, 90.0, 24)});
     EXPECT_EQ(RunsOf(Path(path)), (Summary{{0, 10, 0}, {10, 58, kArc}}));
 }
 
-TEST(Runs, AStraightPieceAfterAnArcStaysWithoutAName) {
+TEST(FitRuns, AStraightPieceAfterAnArcStaysWithoutAName) {
     const Points path = Concatenated(
         {ArcPoints(kCentre, 10.0, 0.0, 90.0, 24), LinePoints(Vec3(1, 1, 1), Vec3(-4, 0, 0), 5)});
     EXPECT_EQ(RunsOf(Path(path)), (Summary{{0, 48, kArc}, {48, 58, 0}}));
 }
 
-TEST(Runs, ASlotIsTwoArcsAndWhatIsBetweenThem) {
+TEST(FitRuns, ASlotIsTwoArcsAndWhatIsBetweenThem) {
     const Points path = Concatenated(
         {LinePoints(Vec3(1, 1, 1), Vec3(0, 4, 0), 5), ArcPoints(kCentre, 10.0, 0.0, 180.0, 48),
          LinePoints(Vec3(1, 1, 1), Vec3(0, -4, 0), 5), ArcPoints(kCentre, 10.0, 180.0, 170.0, 48)});
@@ -133,27 +133,27 @@ TEST(Runs, ASlotIsTwoArcsAndWhatIsBetweenThem) {
               (Summary{{0, 10, 0}, {10, 106, kArc}, {106, 116, 0}, {116, 212, kArc}}));
 }
 
-TEST(Runs, ArcsThatTurnTheOtherWayFollowEachOther) {
+TEST(FitRuns, ArcsThatTurnTheOtherWayFollowEachOther) {
     const Points path = Concatenated({ArcPoints(kCentre, 10.0, 180.0, -90.0, 24),
                                       ArcPoints(kCentre, 10.0, -90.0, 90.0, 24),
                                       ArcPoints(kCentre, 10.0, 180.0, -90.0, 24)});
     EXPECT_EQ(RunsOf(Path(path)), (Summary{{0, 48, kArc}, {48, 96, kArc}, {96, 144, kArc}}));
 }
 
-TEST(Runs, ArcsOfOtherRadiiFollowEachOther) {
+TEST(FitRuns, ArcsOfOtherRadiiFollowEachOther) {
     const Points path = Concatenated(
         {ArcPoints(kCentre, 10.0, 0.0, 90.0, 24), ArcPoints(kCentre, 40.0, 90.0, 90.0, 24)});
     EXPECT_EQ(RunsOf(Path(path)), (Summary{{0, 48, kArc}, {48, 96, kArc}}));
 }
 
-TEST(Runs, AfterAnArcThatIsTooShortTheSearchGoesOnAtItsLastSegment) {
+TEST(FitRuns, AfterAnArcThatIsTooShortTheSearchGoesOnAtItsLastSegment) {
     // 15 degrees to the left, then 90 to the right: only the second is an arc.
     const Points path = Concatenated(
         {ArcPoints(kCentre, 10.0, -15.0, 15.0, 5), ArcPoints(kCentre, 10.0, 180.0, -90.0, 24)});
     EXPECT_EQ(RunsOf(Path(path)), (Summary{{0, 10, 0}, {10, 58, kArc}}));
 }
 
-TEST(Runs, TheLastSegmentOfAnArcThatIsTooShortMayBeginTheNext) {
+TEST(FitRuns, TheLastSegmentOfAnArcThatIsTooShortMayBeginTheNext) {
     // A chord in front that meets the first of the arc at 10 degrees: the two alone are 20 degrees
     // of a smaller circle.
     Points path = ArcPoints(kCentre, 10.0, 0.0, 90.0, 24);
@@ -165,7 +165,7 @@ TEST(Runs, TheLastSegmentOfAnArcThatIsTooShortMayBeginTheNext) {
     EXPECT_EQ(RunsOf(Path(path)), (Summary{{0, 2, 0}, {2, 50, kArc}}));
 }
 
-TEST(Runs, TheAngleOfAFitThatFailsDoesNotCount) {
+TEST(FitRuns, TheAngleOfAFitThatFailsDoesNotCount) {
     // 20 degrees, and from there a chord of the same circle across its centre: the chain then
     // sweeps 200 degrees, which is reported, but its area is not that of an arc.
     Points path = ArcPoints(kCentre, 10.0, 0.0, 20.0, 8);
@@ -173,7 +173,7 @@ TEST(Runs, TheAngleOfAFitThatFailsDoesNotCount) {
     EXPECT_EQ(RunsOf(Path(path)), (Summary{{0, 18, 0}}));
 }
 
-TEST(Runs, SmallNoiseOnACircleIsTakenAndLargeIsNot) {
+TEST(FitRuns, SmallNoiseOnACircleIsTakenAndLargeIsNot) {
     Random random(3);
     const auto noisy = [&](float noise) {
         LineList list = Path(ArcPoints(kCentre, 10.0, 0.0, 200.0, 20));
@@ -190,7 +190,7 @@ TEST(Runs, SmallNoiseOnACircleIsTakenAndLargeIsNot) {
 
 // --- Flags choose the mode -------------------------------------------------------------------
 
-TEST(Runs, AnArcLosesTheFlagsOfItsSegments) {
+TEST(FitRuns, AnArcLosesTheFlagsOfItsSegments) {
     LineList list = Path(ArcPoints(kCentre, 10.0, 0.0, 90.0, 24));
     list.flags.assign(24, true);
     list.flags[0] = false; // the first of the chain: search for arcs
@@ -199,7 +199,7 @@ TEST(Runs, AnArcLosesTheFlagsOfItsSegments) {
     EXPECT_EQ(lines.straight, Flags(24, false));
 }
 
-TEST(Runs, AStraightChainIsARunWhenItsFirstFlagIsSet) {
+TEST(FitRuns, AStraightChainIsARunWhenItsFirstFlagIsSet) {
     const Points path = LinePoints(Vec3(1, 2, 3), Vec3(0.3F, 0.1F, -0.7F), 9);
     LineList list = Path(path);
     list.flags.assign(9, false);
@@ -212,17 +212,17 @@ TEST(Runs, AStraightChainIsARunWhenItsFirstFlagIsSet) {
     EXPECT_EQ(RunsOf(list), (Summary{{0, 18, 0}}));
 }
 
-TEST(Runs, InStraightModeACircleIsNothing) {
+TEST(FitRuns, InStraightModeACircleIsNothing) {
     EXPECT_EQ(RunsOf(FlaggedPath(ArcPoints(kCentre, 10.0, 0.0, 90.0, 24))), (Summary{{0, 48, 0}}));
 }
 
-TEST(Runs, ACornerPartsTwoStraightRuns) {
+TEST(FitRuns, ACornerPartsTwoStraightRuns) {
     const Points path = Concatenated(
         {LinePoints(Vec3(1, 1, 1), Vec3(1, 0, 0), 6), LinePoints(Vec3(1, 1, 1), Vec3(0, 1, 0), 4)});
     EXPECT_EQ(RunsOf(FlaggedPath(path)), (Summary{{0, 12, kStraight}, {12, 20, kStraight}}));
 }
 
-TEST(Runs, InStraightModeABendBetweenTwoRunsLosesItsFlags) {
+TEST(FitRuns, InStraightModeABendBetweenTwoRunsLosesItsFlags) {
     const Points path = Concatenated({LinePoints(Vec3(1, 1, 1), Vec3(0, 1, 0), 6),
                                       ArcPoints(kCentre, 10.0, 0.0, 90.0, 12),
                                       LinePoints(Vec3(1, 1, 1), Vec3(-1, 0, 0), 4)});
@@ -234,7 +234,7 @@ TEST(Runs, InStraightModeABendBetweenTwoRunsLosesItsFlags) {
     EXPECT_EQ(lines.straight, expected);
 }
 
-TEST(Runs, AStraightRunDeviatesByLessThanATenthOfADegree) {
+TEST(FitRuns, AStraightRunDeviatesByLessThanATenthOfADegree) {
     const auto runs = [](double degrees) {
         const auto rise = static_cast<float>(std::tan(degrees * 3.141592653589793 / 180.0));
         return RunsOf(FlaggedPath({Vec3(0, 0, 0), Vec3(1, rise, 0), Vec3(2, 0, 0)}));
@@ -243,7 +243,7 @@ TEST(Runs, AStraightRunDeviatesByLessThanATenthOfADegree) {
     EXPECT_EQ(runs(0.1001), (Summary{{0, 4, 0}}));
 }
 
-TEST(Runs, SegmentsWithoutLengthBelongToTheRunAroundThem) {
+TEST(FitRuns, SegmentsWithoutLengthBelongToTheRunAroundThem) {
     Points path = ArcPoints(kCentre, 10.0, 0.0, 90.0, 24);
     path.insert(path.begin() + 12, path[12]);
     EXPECT_EQ(RunsOf(Path(path)), (Summary{{0, 50, kArc}}));
@@ -312,7 +312,7 @@ LineList Shuffled(const LineList& list, Random& random) {
     return result;
 }
 
-TEST(JoinedRuns, ACircleCutBySpokesAtEveryVertexIsOneArc) {
+TEST(JoinRuns, ACircleCutBySpokesAtEveryVertexIsOneArc) {
     LineList list = Path(ArcPoints(kCentre, 10.0, 0.0, 360.0, 24));
     list.indices.back() = 0;
     for (unsigned int v = 0; v < 24; ++v) {
@@ -329,7 +329,7 @@ TEST(JoinedRuns, ACircleCutBySpokesAtEveryVertexIsOneArc) {
     }
 }
 
-TEST(JoinedRuns, AnArcCutBySpokesIsOneArc) {
+TEST(JoinRuns, AnArcCutBySpokesIsOneArc) {
     // Pieces of one chord are no arcs by themselves, those of two and four are.
     Random random(2);
     for (const unsigned int stride : {1U, 2U, 4U}) {
@@ -341,7 +341,7 @@ TEST(JoinedRuns, AnArcCutBySpokesIsOneArc) {
     }
 }
 
-TEST(JoinedRuns, EveryJoinHasToReachTheLeastAngle) {
+TEST(JoinRuns, EveryJoinHasToReachTheLeastAngle) {
     // Chords of 10 degrees never get there two at a time; neighbours of 12 do.
     EXPECT_EQ(Joined(WithSpokes(ArcPoints(kCentre, 10.0, 20.0, 120.0, 12), 1, Vec3(0, 0, 20))),
               Summary{});
@@ -349,14 +349,14 @@ TEST(JoinedRuns, EveryJoinHasToReachTheLeastAngle) {
               (Summary{{10, 10, kArc}}));
 }
 
-TEST(JoinedRuns, PiecesOfTooShortAnArcAreNotJoined) {
+TEST(JoinRuns, PiecesOfTooShortAnArcAreNotJoined) {
     EXPECT_EQ(Joined(WithSpokes(ArcPoints(kCentre, 10.0, 20.0, 22.4, 2), 1, Vec3(0, 0, 20))),
               Summary{});
     EXPECT_EQ(Joined(WithSpokes(ArcPoints(kCentre, 10.0, 20.0, 22.6, 2), 1, Vec3(0, 0, 20))),
               (Summary{{2, 2, kArc}}));
 }
 
-TEST(JoinedRuns, StraightRunsGoOnAcrossAJunction) {
+TEST(JoinRuns, StraightRunsGoOnAcrossAJunction) {
     Random random(3);
     const Points line = LinePoints(Vec3(1, 2, 3), Vec3(1, 0.5F, 0), 12);
     for (const unsigned int stride : {1U, 3U, 6U}) {
@@ -369,7 +369,7 @@ TEST(JoinedRuns, StraightRunsGoOnAcrossAJunction) {
     }
 }
 
-TEST(JoinedRuns, StraightRunsThatBendAreNotJoined) {
+TEST(JoinRuns, StraightRunsThatBendAreNotJoined) {
     const auto joined = [](double degrees) {
         const auto rise = static_cast<float>(std::tan(degrees * 3.141592653589793 / 180.0));
         return Joined(WithSpokes({Vec3(0, 0, 0), Vec3(1, rise, 0), Vec3(2, 0, 0)}, 1, Vec3(0, 0, 7))
@@ -379,7 +379,7 @@ TEST(JoinedRuns, StraightRunsThatBendAreNotJoined) {
     EXPECT_EQ(joined(0.1001), Summary{});
 }
 
-TEST(JoinedRuns, RunsWithOtherFlagsAreNotJoined) {
+TEST(JoinRuns, RunsWithOtherFlagsAreNotJoined) {
     LineList list = WithSpokes(LinePoints(Vec3(1, 2, 3), Vec3(1, 0, 0), 8), 4, Vec3(0, 0, 7));
     list.flags.assign(list.segmentCount(), true);
     EXPECT_EQ(Joined(list), (Summary{{2, 8, kStraight}}));
@@ -389,7 +389,7 @@ TEST(JoinedRuns, RunsWithOtherFlagsAreNotJoined) {
     EXPECT_EQ(Joined(list), Summary{});
 }
 
-TEST(JoinedRuns, AnArcAndAStraightRunAreNotJoined) {
+TEST(JoinRuns, AnArcAndAStraightRunAreNotJoined) {
     LineList list = WithSpokes(Concatenated({LinePoints(Vec3(1, 1, 1), Vec3(0, 1, 0), 8),
                                              ArcPoints(kCentre, 10.0, 0.0, 90.0, 8)}),
                                8, Vec3(0, 0, 50));
@@ -400,7 +400,7 @@ TEST(JoinedRuns, AnArcAndAStraightRunAreNotJoined) {
     EXPECT_EQ(JoinedChains(lines), Summary{});
 }
 
-TEST(JoinedRuns, AChainOfMoreThanTwoSegmentsWithoutANameIsNoStart) {
+TEST(JoinRuns, AChainOfMoreThanTwoSegmentsWithoutANameIsNoStart) {
     // 7 degrees a chord: three of them are too short for an arc, and so are two.
     EXPECT_EQ(Joined(WithSpokes(ArcPoints(kCentre, 10.0, 20.0, 42.0, 6), 3, Vec3(0, 0, 20))),
               Summary{});
@@ -409,7 +409,7 @@ TEST(JoinedRuns, AChainOfMoreThanTwoSegmentsWithoutANameIsNoStart) {
     EXPECT_EQ(Joined(list), (Summary{{2, 5, kArc}}));
 }
 
-TEST(JoinedRuns, OfTwoThatFitTheStraighterIsTaken) {
+TEST(JoinRuns, OfTwoThatFitTheStraighterIsTaken) {
     const auto rise = static_cast<float>(1000.0 * std::tan(0.15 * kDegree));
     for (const bool bentFirst : {false, true}) {
         LineList list;
@@ -429,7 +429,7 @@ TEST(JoinedRuns, OfTwoThatFitTheStraighterIsTaken) {
     }
 }
 
-TEST(JoinedRuns, TwoHalvesOfACircleAreJoinedOnce) {
+TEST(JoinRuns, TwoHalvesOfACircleAreJoinedOnce) {
     LineList list = Path(ArcPoints(kCentre, 10.0, 0.0, 360.0, 24));
     list.indices.back() = 0;
     list.addSpoke(0, Vec3(0, 0, 20));
@@ -447,7 +447,7 @@ TEST(JoinedRuns, TwoHalvesOfACircleAreJoinedOnce) {
     }
 }
 
-TEST(JoinedRuns, LinesThatCrossKeepTheirDirections) {
+TEST(JoinRuns, LinesThatCrossKeepTheirDirections) {
     for (const int lineCount : {2, 3, 4}) {
         LineList list;
         const unsigned int middle = list.addVertex(Vec3(1, 2, 3));
@@ -480,7 +480,7 @@ LineList Wheel(int spokes, int segments = 1) {
     return list;
 }
 
-TEST(JoinedRuns, OppositeSpokesOfAWheelAreStraightHoweverManyThereAre) {
+TEST(JoinRuns, OppositeSpokesOfAWheelAreStraightHoweverManyThereAre) {
     Random random(5);
     for (const int spokes : {2, 16, 18, 62, 64, 66, 1000}) {
         const Summary expected(static_cast<std::size_t>(spokes / 2), {2, 2, kStraight});
@@ -492,7 +492,7 @@ TEST(JoinedRuns, OppositeSpokesOfAWheelAreStraightHoweverManyThereAre) {
     }
 }
 
-TEST(JoinedRuns, SpokesInAllDirectionsOfSpaceFindTheirOpposites) {
+TEST(JoinRuns, SpokesInAllDirectionsOfSpaceFindTheirOpposites) {
     // Of 99 lines through a point, and 40 half ones more.
     LineList list;
     Random random(6);
@@ -508,7 +508,7 @@ TEST(JoinedRuns, SpokesInAllDirectionsOfSpaceFindTheirOpposites) {
     EXPECT_EQ(Joined(std::move(list).flagged()), (Summary(99, {2, 2, kStraight})));
 }
 
-TEST(JoinedRuns, CrowdsOfAnyKindKeepWhatAlwaysHolds) {
+TEST(JoinRuns, CrowdsOfAnyKindKeepWhatAlwaysHolds) {
     for (int trial = 0; trial < Scaled(20); ++trial) {
         Random random(static_cast<std::uint64_t>(trial));
         LineList list = Wheel(random.between(60, 200), random.between(1, 3));
@@ -530,7 +530,7 @@ TEST(JoinedRuns, CrowdsOfAnyKindKeepWhatAlwaysHolds) {
     }
 }
 
-TEST(JoinedRuns, AHubTakesAboutTheTimeOfItsSpokes) {
+TEST(JoinRuns, AHubTakesAboutTheTimeOfItsSpokes) {
     const auto secondsOf = [](const LineList& list) {
         return test_support::SecondsOf([&] { EXPECT_TRUE(Chain(list).done); });
     };
@@ -539,7 +539,7 @@ TEST(JoinedRuns, AHubTakesAboutTheTimeOfItsSpokes) {
     EXPECT_LT(secondsOf(Wheel(16000)), 8 * 8 * secondsOf(Wheel(2000)));
 }
 
-TEST(JoinedRuns, OnlyHeadsOfChainsAreCandidates) {
+TEST(JoinRuns, OnlyHeadsOfChainsAreCandidates) {
     // The chain of the second and third piece has its tail where the first piece ends.
     LineList list;
     for (const float x : {0.0F, 1.0F, 2.0F, 3.0F}) {
@@ -556,7 +556,7 @@ TEST(JoinedRuns, OnlyHeadsOfChainsAreCandidates) {
 
 // --- Failure ---------------------------------------------------------------------------------
 
-TEST(Runs, InputThatCannotBeChainedLeavesTheOutputs) {
+TEST(FitRuns, InputThatCannotBeChainedLeavesTheOutputs) {
     const VerticesPointer vertices = MakeVertices(ArcPoints(kCentre, 10.0, 0.0, 90.0, 4));
     for (const std::vector<unsigned int>& indices :
          {std::vector<unsigned int>{}, std::vector<unsigned int>{1},
@@ -579,7 +579,7 @@ TEST(Runs, InputThatCannotBeChainedLeavesTheOutputs) {
     }
 }
 
-TEST(Runs, PositionsThatAreNoNumbersAreChainedAllTheSame) {
+TEST(FitRuns, PositionsThatAreNoNumbersAreChainedAllTheSame) {
     for (const float bad :
          {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
         for (const bool straight : {false, true}) {
@@ -596,7 +596,7 @@ TEST(Runs, PositionsThatAreNoNumbersAreChainedAllTheSame) {
     }
 }
 
-TEST(Runs, OfASetCarryTheStraightFlags) {
+TEST(FitRuns, OfASetCarryTheStraightFlags) {
     const Points path = Concatenated(
         {LinePoints(Vec3(1, 1, 1), Vec3(0, 1, 0), 6), ArcPoints(kCentre, 10.0, 0.0, 90.0, 12)});
     const LineList list = FlaggedPath(path);
@@ -672,7 +672,7 @@ LineList AnyDrawing(Random& random) {
     return shuffled;
 }
 
-TEST(Runs, EverythingThatAlwaysHoldsDoesOnRandomDrawings) {
+TEST(FitRuns, EverythingThatAlwaysHoldsDoesOnRandomDrawings) {
     int arcs = 0;
     int straight = 0;
     int joined = 0;

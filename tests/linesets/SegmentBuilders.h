@@ -1,5 +1,4 @@
-// Buffers and line sets from plain vectors and back, for the tests of every folder that handles
-// line sets.
+// Conversion between plain vectors and buffers or line sets, for the tests of all folders.
 #pragma once
 
 #include <ctr/LineSegmentSet.h>

@@ -1,4 +1,4 @@
-// What validate() finds in a set, and which operations assert what they take for granted.
+// The checks of validate(), and the assertions of operations about their arguments.
 #include <ctr/CreaseEdgeInfo.h>
 #include <ctr/LineSegmentSet.h>
 
@@ -34,13 +34,13 @@ SetPointer TwoSegments() {
     return set;
 }
 
-TEST(ValidateSet, AcceptsWhatPassesMake) {
+TEST(LineSegmentSetValidate, AcceptsWhatPassesMake) {
     EXPECT_TRUE(LineSegmentSet().validate());
     EXPECT_TRUE(TwoSegments()->validate());
     EXPECT_TRUE(MakeSet(kCorners, {})->validate());
 }
 
-TEST(ValidateSet, VectorsMayBeEmpty) {
+TEST(LineSegmentSetValidate, VectorsMayBeEmpty) {
     const SetPointer set = TwoSegments();
     set->segmentFlags.clear();
     EXPECT_TRUE(set->validate());
@@ -50,7 +50,7 @@ TEST(ValidateSet, VectorsMayBeEmpty) {
     EXPECT_TRUE(set->validate());
 }
 
-TEST(ValidateSet, VectorsHaveOneEntryPerSegment) {
+TEST(LineSegmentSetValidate, VectorsHaveOneEntryPerSegment) {
     SetPointer set = TwoSegments();
     set->segmentFlags.push_back(true);
     EXPECT_FALSE(set->validate());
@@ -65,7 +65,7 @@ TEST(ValidateSet, VectorsHaveOneEntryPerSegment) {
     EXPECT_FALSE(set->validate());
 }
 
-TEST(ValidateSet, IndicesNumberVertices) {
+TEST(LineSegmentSetValidate, IndicesNumberVertices) {
     EXPECT_FALSE(MakeSet(kCorners, {0, 3})->validate());
     EXPECT_FALSE(MakeSet(kCorners, {0, std::numeric_limits<unsigned int>::max()})->validate());
     const SetPointer set = MakeSet(kCorners, {0, 1});
@@ -75,11 +75,11 @@ TEST(ValidateSet, IndicesNumberVertices) {
     EXPECT_FALSE(MakeSet(withoutPositions, MakeIndices({0, 1}))->validate());
 }
 
-TEST(ValidateSet, SegmentsHaveTwoEnds) {
+TEST(LineSegmentSetValidate, SegmentsHaveTwoEnds) {
     EXPECT_FALSE(MakeSet(kCorners, {0, 1, 2})->validate());
 }
 
-TEST(ValidateSet, RangesAreFractionsFromZeroToOne) {
+TEST(LineSegmentSetValidate, RangesAreFractionsFromZeroToOne) {
     for (const ctr::RationalInterval& wrong :
          {Range(-1, 4, 1, 2), Range(0, 1, 5, 4), Range(0, 0, 1, 1), Range(0, -1, 1, 1),
           Range(0, 1, 1, 0), Range(1, 2, 1, 4)}) {
@@ -89,7 +89,7 @@ TEST(ValidateSet, RangesAreFractionsFromZeroToOne) {
     }
 }
 
-TEST(ValidateSet, RangesAreInOrderAndApart) {
+TEST(LineSegmentSetValidate, RangesAreInOrderAndApart) {
     const SetPointer set = TwoSegments();
     set->occlusionIntervals[1] = {Range(0, 1, 1, 4), Range(1, 3, 1, 2)};
     EXPECT_TRUE(set->validate());
@@ -102,7 +102,7 @@ TEST(ValidateSet, RangesAreInOrderAndApart) {
     EXPECT_FALSE(set->validate());
 }
 
-TEST(ValidateSet, ClipRecordsAreWithinTheSegment) {
+TEST(LineSegmentSetValidate, ClipRecordsAreWithinTheSegment) {
     for (const LineSegmentSet::ClipRange& wrong :
          {LineSegmentSet::ClipRange{-0.5F, 1.0F, 1.0F, 1.0F},
           {0.0F, 1.5F, 1.0F, 1.0F},
@@ -125,14 +125,14 @@ TEST(ValidateSet, ClipRecordsAreWithinTheSegment) {
 // Where nothing is asserted, what follows would be undefined.
 #ifndef NDEBUG
 
-TEST(SetAssertions, MeshesThatAreThere) {
+TEST(LineSegmentSetAssertions, MeshesThatAreThere) {
     const std::atomic<bool> never = false;
     const kx::kxCancelInterfaceProxyReadOnly cancel(never);
     EXPECT_DEATH(LineSegmentSet::GetCreaseEdgesFromTriMesh(nullptr, cancel, 5.0F, false), "mesh");
     EXPECT_DEATH(LineSegmentSet::GetOutlineEdgesFromTriMesh(nullptr, MakeIndices({0, 3})), "mesh");
 }
 
-TEST(SetAssertions, RunsWithinTheirFlags) {
+TEST(LineSegmentSetAssertions, RunsWithinTheirFlags) {
     LineSegmentSet::ArcFeature run;
     run.end = 6;
     std::vector<bool> flags(2);

@@ -1,4 +1,4 @@
-// One call to bake meshes for a test.
+// Bakes meshes for a test in one call.
 #pragma once
 
 #include <ctr/BakedTriangles.h>

@@ -1,4 +1,4 @@
-// How much work something is on a machine that others use, too.
+// Time measurement on a machine with other load.
 #pragma once
 
 #include <algorithm>

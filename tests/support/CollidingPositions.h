@@ -1,4 +1,4 @@
-// Positions chosen against the hash by which places are numbered: the steps of the hash undone.
+// Positions chosen to collide in the hash that welds positions: the inverse of its steps.
 #pragma once
 
 #include <Wm4Foundation.h>

@@ -1,4 +1,4 @@
-// Where two lists differ, in words.
+// A description of the differences between two lists.
 #pragma once
 
 #include <array>

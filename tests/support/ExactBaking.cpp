@@ -1,5 +1,5 @@
 // Clipping and quantising repeat the single-precision formulas in their stated order; everything
-// after that is integers.
+// after that is in integers.
 #include "support/ExactBaking.h"
 
 #include <algorithm>

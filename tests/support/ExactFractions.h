@@ -1,5 +1,5 @@
-// Fractions and ranges of a parameter, in 128 bits and by definition: what the library's rational
-// arithmetic and interval fusing are held against.
+// Fractions and parameter intervals in 128 bits and by definition: the reference for the rational
+// arithmetic and interval operations of the library.
 #pragma once
 
 #include <ctr/IntervalTools.h>

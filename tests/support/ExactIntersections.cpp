@@ -1,5 +1,5 @@
-// Signs are those of exact values; only the place at which a triangle's outline or plane passes a
-// cut is an approximation by definition, made here in the same steps.
+// Signs are those of exact values. Only the parameter at which the outline or plane of a triangle
+// crosses an intersection is an approximation by definition, computed here in the same steps.
 #include "support/ExactIntersections.h"
 
 #include "support/ExactOcclusion.h"

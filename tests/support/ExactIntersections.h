@@ -1,5 +1,5 @@
-// Where baked triangles pierce each other and what is visible of it, by brute force in 128 bits:
-// every pair, then every triangle near it against every edge found, without a hierarchy.
+// Intersections of baked triangles and their visible parts by brute force in 128 bits: every pair,
+// then every triangle near it against every edge found, without a hierarchy.
 #pragma once
 
 #include <ctr/BakedTriangles.h>

@@ -1,4 +1,5 @@
-// What a triangle hides of a grid edge, as the solution of linear inequalities in exact fractions.
+// The part of a grid edge that a triangle occludes, as the solution of linear inequalities in exact
+// fractions.
 #pragma once
 
 #include <ctr/BakedTriangles.h>

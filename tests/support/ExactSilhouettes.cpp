@@ -1,4 +1,4 @@
-// A map from pairs of grid points, smaller first, to who runs along them and how.
+// A map from pairs of grid points, smaller first, to the triangles along them and their directions.
 #include "support/ExactSilhouettes.h"
 
 #include <cstddef>

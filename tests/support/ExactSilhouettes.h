@@ -1,4 +1,5 @@
-// Silhouettes by definition: an edge on the grid along which all triangles of a mesh run one way.
+// Silhouettes by definition: an edge on the grid along which all triangles of a mesh run in one
+// direction.
 #pragma once
 
 #include "support/ExactBaking.h"

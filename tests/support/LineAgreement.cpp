@@ -1,4 +1,4 @@
-// Places are keys of plain maps: equal coordinates, whatever the sign of a zero, are one place.
+// Positions are keys of std::map: equal coordinates are equal keys, whatever the sign of a zero.
 #include "support/LineAgreement.h"
 
 #include <ctr/CreaseEdgeInfo.h>

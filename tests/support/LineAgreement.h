@@ -1,6 +1,6 @@
-// Library and oracle on ranges and lines: unions of ranges, creases of a surface, segments that two
-// sets have in common. Each comparison returns nothing when they agree and says where they do not
-// otherwise.
+// Library and oracle on intervals and lines: unions of intervals, creases of a surface, common
+// segments of two sets. Each comparison returns nothing if they agree and a description of the
+// difference otherwise.
 #pragma once
 
 #include "support/RandomLines.h"

@@ -1,6 +1,6 @@
-// The randomness of the tests: a small generator that gives the same numbers with every compiler
-// and library, out of a seed or out of the bytes of a fuzzer, and the knob that scales how many
-// random cases are tried.
+// Random numbers for tests: a small generator that gives the same numbers with every compiler and
+// library, from a seed or from the bytes of a fuzzer, and the factor that scales the number of
+// random cases.
 #pragma once
 
 #include <algorithm>

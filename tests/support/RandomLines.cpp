@@ -1,4 +1,4 @@
-// Few values and small numbers: what is equal by chance is what is tested.
+// Few values and small numbers, so that many are equal by chance.
 #include "support/RandomLines.h"
 
 #include "support/ExactFractions.h"

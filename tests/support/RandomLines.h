@@ -1,4 +1,4 @@
-// Random ranges, surfaces and line sets, small and full of equal ends.
+// Random intervals, surfaces and line sets, small and with many equal ends.
 #pragma once
 
 #include <ctr/IntervalTools.h>

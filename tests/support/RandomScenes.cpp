@@ -1,5 +1,5 @@
-// Scenes are put together from ingredients, each of which aims at one kind of contact. All points
-// are whole numbers, which most of the views map to grid points as they are.
+// Scenes are assembled from ingredients, each of which produces one kind of contact. All points are
+// integers, which most of the views map exactly to grid points.
 #include "support/RandomScenes.h"
 
 #include <algorithm>

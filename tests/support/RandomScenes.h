@@ -1,5 +1,5 @@
-// Small random scenes full of contacts: coarse grids, shared and nearly shared points, overlaps in
-// one plane, edges on edges, needles, fans, duplicates, views that cut everything.
+// Small random scenes with many contacts: coarse grids, shared and nearly shared points, coplanar
+// overlaps, edges on edges, needles, fans, duplicates, views that clip everything.
 #pragma once
 
 #include "support/ExactBaking.h"

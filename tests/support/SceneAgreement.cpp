@@ -1,5 +1,5 @@
-// Everything that the library gives is turned into plain lists, which are compared with the
-// oracle's.
+// All results of the library are converted to plain lists, which are compared with those of the
+// oracle.
 #include "support/SceneAgreement.h"
 
 #include <ctr/LineSegmentSet.h>

@@ -1,5 +1,5 @@
-// Library and oracle on one scene: what is baked, hidden, a silhouette or a cut. Each comparison
-// returns nothing when they agree and says where they do not otherwise.
+// Library and oracle on one scene: baked triangles, occluded intervals, silhouettes, intersections.
+// Each comparison returns nothing if they agree and a description of the difference otherwise.
 #pragma once
 
 #include <ctr/BakedTriangles.h>

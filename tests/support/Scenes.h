@@ -1,4 +1,4 @@
-// Meshes by property and the views they are seen through, for tests of every folder.
+// Meshes with given properties and views of them, for the tests of all folders.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>

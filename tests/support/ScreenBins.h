@@ -1,5 +1,5 @@
-// Finds the triangles near a place of the screen, so that plain tests of every triangle can be made
-// on models of a hundred thousand.
+// Finds the triangles near a point on screen, so that brute-force tests are possible on models of a
+// hundred thousand triangles.
 #pragma once
 
 #include "support/ExactBaking.h"

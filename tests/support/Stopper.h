@@ -1,4 +1,4 @@
-// A notifier that stops a run at a question of a test's choice, and keeps what it was told.
+// A notifier that cancels a run at a poll chosen by the test, and records its calls.
 #pragma once
 
 #include <kxSystem/kxProgressNotifierInterface.h>

@@ -30,11 +30,11 @@ using ctr::BakedTriangles;
 using ctr::BakedVertex;
 using ctr::CrowdLimits;
 using ctr::FoundIntersection;
+using ctr::ItemCounter;
 using ctr::OccluderLimits;
 using ctr::OccluderTree;
 using ctr::PairSearch;
 using ctr::RationalInterval;
-using ctr::WorkCounter;
 using test_support::CrowdedTriangles;
 using test_support::CrowdMaker;
 using test_support::GridTriangle;
@@ -88,7 +88,7 @@ Pairs PairsOf(const Crowd& crowd,
               const CrowdLimits& limits,
               std::vector<bool> leftOut = {},
               Hidden hidden = Hidden::isWanted) {
-    WorkCounter work;
+    ItemCounter work;
     std::size_t done = 0;
     PairSearch search(
         crowd.baked, crowd.triangles, [&](std::size_t) { ++done; }, work, limits);
@@ -380,7 +380,7 @@ AllRanges(const Crowd& crowd, const BakedVertex& a, const BakedVertex& b) {
 
 // An occlusion that has turned to the crowd.
 ctr::EdgeOcclusion Crowded(const Crowd& crowd, std::uint32_t hubDegree) {
-    WorkCounter work;
+    ItemCounter work;
     ctr::EdgeOcclusion occlusion(crowd.baked, {0, 0, 0, hubDegree});
     occlusion.announce(crowd.triangles.size(), work);
     std::vector<RationalInterval> ignored;
@@ -497,7 +497,7 @@ Looks LooksAt(int count, const MakeCrowd& make, bool mayTurnAside, unsigned int 
     Crowd crowd(random, kBits, maker.triangles);
     crowd.baked.setContactTolerance(tolerance);
     const Pairs pairs = PairsOf(crowd, mayTurnAside ? CrowdLimits{8, 8, 16, 8} : kNever);
-    WorkCounter work;
+    ItemCounter work;
     ctr::EdgeOcclusion occlusion(crowd.baked,
                                  mayTurnAside ? OccluderLimits{8, 16, 16, 16} : kNeverAside);
     occlusion.announce(3 * crowd.triangles.size(), work);

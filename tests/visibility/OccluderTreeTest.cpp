@@ -22,10 +22,10 @@ namespace {
 
 using ctr::BakedTriangles;
 using ctr::BakedVertex;
+using ctr::ItemCounter;
 using ctr::OccluderTree;
 using ctr::RationalInterval;
 using ctr::SlotTriangles;
-using ctr::WorkCounter;
 using test_support::GridTriangle;
 using test_support::LatticeSpace;
 using test_support::OnTheGrid;
@@ -101,7 +101,7 @@ TEST(GatheredOccluders, ReachWhateverCopiesReachAndLittleElse) {
     std::size_t gathered = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         MixedScene scene(static_cast<std::uint64_t>(seed));
-        WorkCounter work;
+        ItemCounter work;
         const OccluderTree copies(scene.baked, work);
         const OccluderTree gathering(scene.baked, work, 0);
         ASSERT_NE(copies.triangles().copies(), nullptr);
@@ -124,7 +124,7 @@ TEST(GatheredOccluders, ReachWhateverCopiesReachAndLittleElse) {
 
 TEST(GatheredOccluders, AreTheTrianglesThatAreCopied) {
     MixedScene scene(7);
-    WorkCounter work;
+    ItemCounter work;
     const SlotTriangles gathered(scene.baked);
     const ctr::TriangleCopies made(gathered, work);
     const SlotTriangles copies(made.all());
@@ -159,7 +159,7 @@ std::string TextOf(std::vector<RationalInterval> ranges) {
 // What is hidden of random segments, in the open and in crowds.
 std::vector<std::string> HiddenOf(const MixedScene& scene, const ctr::OccluderLimits& limits) {
     Random random(11);
-    WorkCounter work;
+    ItemCounter work;
     ctr::EdgeOcclusion occlusion(scene.baked, limits);
     constexpr std::size_t kMany = 1000;
     occlusion.announce(kMany, work);
@@ -203,7 +203,7 @@ using Pair = std::tuple<std::uint32_t, std::uint32_t, int, int, bool>;
 
 std::vector<Pair>
 PairsOf(const MixedScene& scene, const SlotTriangles& triangles, const ctr::CrowdLimits& limits) {
-    WorkCounter work;
+    ItemCounter work;
     ctr::PairSearch search(
         scene.baked, triangles, [](std::size_t) {}, work, limits);
     std::vector<Pair> pairs;
@@ -219,7 +219,7 @@ TEST(GatheredOccluders, CutEachOtherAsCopiesDo) {
     std::size_t pairs = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         const MixedScene scene(static_cast<std::uint64_t>(seed));
-        WorkCounter work;
+        ItemCounter work;
         const SlotTriangles gathered(scene.baked);
         const ctr::TriangleCopies copies(gathered, work);
         for (const ctr::CrowdLimits& limits : {ctr::CrowdLimits(), ctr::CrowdLimits{0, 0, 4}}) {

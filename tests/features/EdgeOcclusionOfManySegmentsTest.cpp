@@ -1,5 +1,5 @@
-// Hidden ranges of line sets with many segments, of which the generator makes one pass, and of sets
-// with one, against the plain query of the baked triangles for the same clipped ends.
+// Occluded intervals of line sets with many segments, which the generator computes in one pass, and
+// of sets with one, compared with the plain query of the baked triangles for the same clipped ends.
 #include <ctr/GeometricFeaturesGenerator.h>
 
 #include "linesets/SegmentBuilders.h"
@@ -216,22 +216,22 @@ void CheckScenes(int scenes, int others, int segmentCount, unsigned int toleranc
     EXPECT_GT(met.wholly, scenes);
 }
 
-TEST(ManySegments, AreHiddenAsThePlainQuerySays) {
+TEST(EdgeOcclusionOfManySegments, AreHiddenAsThePlainQuerySays) {
     CheckScenes(Scaled(800), 6, 20);
 }
 
-TEST(ManySegments, AreHiddenAsThePlainQuerySaysInScenesOfThousands) {
+TEST(EdgeOcclusionOfManySegments, AreHiddenAsThePlainQuerySaysInScenesOfThousands) {
     CheckScenes(Scaled(40), 400, 60);
 }
 
-TEST(ManySegments, AreHiddenAsThePlainQuerySaysWithinAnyTolerance) {
+TEST(EdgeOcclusionOfManySegments, AreHiddenAsThePlainQuerySaysWithinAnyTolerance) {
     for (const unsigned int tolerance : {1U, 2U, 7U}) {
         CheckScenes(Scaled(300), 6, 20, tolerance);
         CheckScenes(Scaled(15), 400, 60, tolerance);
     }
 }
 
-TEST(ManySegments, AreHeldAgainstWhatIsBakedNow) {
+TEST(EdgeOcclusionOfManySegments, AreHeldAgainstWhatIsBakedNow) {
     const kx::kxPointer<kx::kxTriMesh> plate =
         test_support::MakeMesh(test_support::Quad({4, 4, 5}, {12, 4, 5}, {12, 12, 5}, {4, 12, 5}));
     const ctr::DiscreteProjectionSpace space = LatticeSpace(5, 5);
@@ -350,11 +350,11 @@ void CheckCorners(unsigned int xyBits, unsigned int zBits, int lines) {
     EXPECT_GT(met.partly, lines / 2);
 }
 
-TEST(ManySegments, AreHiddenByCornersThatReachOverThemByNextToNothing) {
+TEST(EdgeOcclusionOfManySegments, AreHiddenByCornersThatReachOverThemByNextToNothing) {
     CheckCorners(20, 19, Scaled(4000));
 }
 
-TEST(ManySegments, AreHiddenByCornersOnGridsThatFloatsDoNotHold) {
+TEST(EdgeOcclusionOfManySegments, AreHiddenByCornersOnGridsThatFloatsDoNotHold) {
     CheckCorners(28, 3, Scaled(4000));
     CheckCorners(15, 29, Scaled(4000));
 }
@@ -424,7 +424,7 @@ void CheckLargeTriangles(unsigned int xyBits, unsigned int zBits, int scenes) {
     EXPECT_GT(met.wholly, scenes);
 }
 
-TEST(ManySegments, AreHiddenByLargeTrianglesAsThePlainQuerySays) {
+TEST(EdgeOcclusionOfManySegments, AreHiddenByLargeTrianglesAsThePlainQuerySays) {
     CheckLargeTriangles(7, 5, Scaled(500));
     CheckLargeTriangles(11, 8, Scaled(200));
     CheckLargeTriangles(20, 19, Scaled(200));
@@ -453,7 +453,7 @@ std::vector<GridTriangle> Stretches(Random& random, int y, int length) {
     return triangles;
 }
 
-TEST(ManySegments, AreHiddenByStretchesThatEndNearEachOther) {
+TEST(EdgeOcclusionOfManySegments, AreHiddenByStretchesThatEndNearEachOther) {
     constexpr int kLength = 4096;
     const int lines = Scaled(1500);
     const ctr::DiscreteProjectionSpace space = LatticeSpace(13, 6);

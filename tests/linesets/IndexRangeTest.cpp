@@ -1,5 +1,5 @@
-// Segments and triangles that name vertices which do not exist, as hosts take them from files:
-// every operation leaves them out, and does with the others what it does without them.
+// Segments and triangles with indices out of range, as files may contain them: every operation
+// skips them and processes the others as if they were absent.
 #include <ctr/CreaseEdgeInfo.h>
 #include <ctr/LineSegmentSet.h>
 
@@ -43,7 +43,7 @@ std::vector<ctr::CreaseEdgeInfo> CreasesOf(const VerticesPointer& vertices,
     return edges;
 }
 
-TEST(MissingVertices, TrianglesHaveNoCreases) {
+TEST(IndexRange, TrianglesHaveNoCreases) {
     const VerticesPointer corners = MakeVertices(kCorners);
     const std::vector<ctr::CreaseEdgeInfo> all = CreasesOf(corners, {0, 1, 2});
     ASSERT_EQ(all.size(), 3U);
@@ -60,7 +60,7 @@ TEST(MissingVertices, TrianglesHaveNoCreases) {
     EXPECT_TRUE(CreasesOf(WithoutPositions(3), {0, 1, 2}).empty());
 }
 
-TEST(MissingVertices, SegmentsOfAListAreNoEdges) {
+TEST(IndexRange, SegmentsOfAListAreNoEdges) {
     const VerticesPointer corners = MakeVertices(kCorners);
     std::vector<ctr::CreaseEdgeInfo> edges;
     std::vector<unsigned char> tags;
@@ -76,7 +76,7 @@ TEST(MissingVertices, SegmentsOfAListAreNoEdges) {
 
 // Numbers are shifted by the vertices of the sets before: what lay beyond one set must not name the
 // vertices of the next.
-TEST(MissingVertices, AreMissingInTheFusedSetToo) {
+TEST(IndexRange, AreMissingInTheFusedSetToo) {
     const SetPointer first = MakeSet(kCorners, {0, 1, 1, 3, 2, 4});
     const SetPointer second = MakeSet(kCorners, {1, 2});
     const SetPointer bare = MakeSet(WithoutPositions(2), MakeIndices({0, 1}));
@@ -95,14 +95,14 @@ TEST(MissingVertices, AreMissingInTheFusedSetToo) {
     }
 }
 
-TEST(MissingVertices, SegmentsAreNeverCommon) {
+TEST(IndexRange, SegmentsAreNeverCommon) {
     const SetPointer a = MakeSet(kCorners, {0, 1, 1, 3, 1, 2});
     const SetPointer b = MakeSet(kCorners, {1, 3, 2, 1, 7, 8});
     LineSegmentSet::RemoveCommonSegments(a.get(), b.get());
     EXPECT_EQ(IndicesOf(*a), (std::vector<unsigned int>{0, 1, 1, 3}));
 }
 
-TEST(MissingVertices, SegmentsHaveNoVisiblePieces) {
+TEST(IndexRange, SegmentsHaveNoVisiblePieces) {
     const SetPointer set = MakeSet(kCorners, {1, 3, 1, 2, 9, 0});
     set->occlusionIntervals.resize(3);
     const SetPointer pieces(LineSegmentSet::BakeVisibleSegments(set.get()));
@@ -114,7 +114,7 @@ TEST(MissingVertices, SegmentsHaveNoVisiblePieces) {
     EXPECT_FALSE(SetPointer(LineSegmentSet::BakeVisibleSegments(none.get())));
 }
 
-TEST(MissingVertices, AreMissingInAFilteredBufferToo) {
+TEST(IndexRange, AreMissingInAFilteredBufferToo) {
     VerticesPointer filtered;
     const VerticesPointer corners = MakeVertices(kCorners);
     const IndicesPointer lines = MakeIndices({2, 3, 2, 1});
@@ -126,7 +126,7 @@ TEST(MissingVertices, AreMissingInAFilteredBufferToo) {
     EXPECT_EQ(filtered->Position3(static_cast<int>(indices[3])), kCorners[1]);
 }
 
-TEST(MissingVertices, MakeNoPolylines) {
+TEST(IndexRange, MakeNoPolylines) {
     std::vector<LineSegmentSet::ArcFeature> arcs;
     const SetPointer beyond = MakeSet(kCorners, {0, 1, 1, 3});
     EXPECT_FALSE(SetPointer(LineSegmentSet::BuildPolylines(*beyond, arcs, true)));

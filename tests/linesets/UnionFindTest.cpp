@@ -1,4 +1,4 @@
-// Merging of disjoint sets, against sets relabelled one index after the other.
+// Merging of disjoint sets, compared with relabelling all members.
 #include <ctr/detail/UnionFind.h>
 
 #include "support/Random.h"

@@ -1,5 +1,5 @@
-// What the edges of small surfaces are, and of random ones by definition.
-#include "features/OpenEdges.h"
+// Classification of the edges of small surfaces, and of random ones against the definition.
+#include "features/BoundaryEdges.h"
 
 #include "features/SurfaceShapes.h"
 #include "support/Random.h"
@@ -13,9 +13,9 @@
 
 namespace {
 
-using ctr::EdgeSurvey;
-using ctr::OpenEdge;
-using ctr::Sides;
+using ctr::BoundaryEdge;
+using ctr::EdgeClasses;
+using ctr::HalfEdges;
 using features_test::Buffers;
 using features_test::BuffersOf;
 using test_support::Box;
@@ -27,53 +27,54 @@ using test_support::Quad;
 using test_support::Triangle;
 using test_support::Unwelded;
 
-EdgeSurvey SurveyOf(const MeshData& data) {
+EdgeClasses ClassesOf(const MeshData& data) {
     const Buffers buffers = BuffersOf(data);
-    return SurveyEdges(Sides(*buffers.vertices, *buffers.triangles));
+    return ClassifyEdges(HalfEdges(*buffers.vertices, *buffers.triangles));
 }
 
-TEST(SurveyEdges, FindsEdgesOfOneFace) {
-    EXPECT_TRUE(SurveyOf(Unwelded(Box(Point(0, 0, 0), Point(1, 1, 1)))).open.empty());
-    EXPECT_EQ(SurveyOf(Box(Point(0, 0, 0), Point(1, 1, 1))).edges, 18U);
-    const EdgeSurvey quad =
-        SurveyOf(Quad(Point(0, 0, 0), Point(1, 0, 0), Point(1, 1, 0), Point(0, 1, 0)));
+TEST(ClassifyEdges, FindsEdgesOfOneFace) {
+    EXPECT_TRUE(ClassesOf(Unwelded(Box(Point(0, 0, 0), Point(1, 1, 1)))).boundary.empty());
+    EXPECT_EQ(ClassesOf(Box(Point(0, 0, 0), Point(1, 1, 1))).edges, 18U);
+    const EdgeClasses quad =
+        ClassesOf(Quad(Point(0, 0, 0), Point(1, 0, 0), Point(1, 1, 0), Point(0, 1, 0)));
     EXPECT_EQ(quad.edges, 5U);
-    EXPECT_EQ(quad.open, (std::vector<std::uint32_t>{0, 1, 4, 5}));
+    EXPECT_EQ(quad.boundary, (std::vector<std::uint32_t>{0, 1, 4, 5}));
 }
 
-TEST(SurveyEdges, CountsEdgesOfManyFaces) {
-    const EdgeSurvey fan = SurveyOf(
+TEST(ClassifyEdges, CountsEdgesOfManyFaces) {
+    const EdgeClasses fan = ClassesOf(
         Fan(Point(0, 0, 0), Point(0, 0, 1), {Point(1, 0, 0), Point(0, 1, 0), Point(-1, 0, 0)}));
-    EXPECT_EQ(fan.crowded, 1U);
-    EXPECT_EQ(fan.open.size(), 6U);
+    EXPECT_EQ(fan.nonManifold, 1U);
+    EXPECT_EQ(fan.boundary.size(), 6U);
 }
 
-TEST(SurveyEdges, TakesTheLaterOfFacesGivenTwice) {
+TEST(ClassifyEdges, TakesTheLaterOfFacesGivenTwice) {
     MeshData data = Triangle(Point(0, 0, 0), Point(1, 0, 0), Point(0, 1, 0));
     data.append(Triangle(Point(5, 0, 0), Point(6, 0, 0), Point(5, 1, 0)));
     data.append(Flipped(Triangle(Point(0, 0, 0), Point(1, 0, 0), Point(0, 1, 0))));
     data.append(Triangle(Point(1, 0, 0), Point(0, 1, 0), Point(0, 0, 0)));
-    const EdgeSurvey survey = SurveyOf(data);
-    EXPECT_EQ(survey.doubled, (std::vector<std::uint32_t>{2, 3}));
-    EXPECT_EQ(survey.open, (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5})) << "of the faces left";
-    EXPECT_EQ(survey.crowded, 0U);
+    const EdgeClasses classes = ClassesOf(data);
+    EXPECT_EQ(classes.duplicates, (std::vector<std::uint32_t>{2, 3}));
+    EXPECT_EQ(classes.boundary, (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5}))
+        << "of the faces left";
+    EXPECT_EQ(classes.nonManifold, 0U);
 }
 
-TEST(SurveyEdges, IsRightByDefinition) {
+TEST(ClassifyEdges, IsRightByDefinition) {
     for (std::uint64_t seed = 0; seed < 200; ++seed) {
         test_support::Random random(seed);
         MeshData data;
         const int side = 2 + random.below(3);
-        const auto place = [&] {
+        const auto point = [&] {
             return Point(static_cast<float>(random.below(side)),
                          static_cast<float>(random.below(side)),
                          static_cast<float>(random.below(2)));
         };
         std::vector<std::set<std::array<float, 3>>> faces;
         for (int i = random.below(40); i-- > 0;) {
-            const Point a = place();
-            const Point b = place();
-            const Point c = place();
+            const Point a = point();
+            const Point b = point();
+            const Point c = point();
             if (a != b && b != c && c != a) {
                 data.addTriangle(a, b, c);
                 faces.push_back({{a[0], a[1], a[2]}, {b[0], b[1], b[2]}, {c[0], c[1], c[2]}});
@@ -96,19 +97,19 @@ TEST(SurveyEdges, IsRightByDefinition) {
             return static_cast<std::size_t>(std::count_if(
                 edges.begin(), edges.end(), [&](const auto& e) { return holds(e.second.size()); }));
         };
-        const EdgeSurvey survey = SurveyOf(data);
-        EXPECT_EQ(survey.edges, edges.size()) << seed;
-        EXPECT_EQ(survey.open.size(), ofFaces([](std::size_t n) { return n == 1; })) << seed;
-        EXPECT_EQ(survey.crowded, ofFaces([](std::size_t n) { return n > 2; })) << seed;
-        EXPECT_EQ(survey.doubled.size(), doubled) << seed;
+        const EdgeClasses classes = ClassesOf(data);
+        EXPECT_EQ(classes.edges, edges.size()) << seed;
+        EXPECT_EQ(classes.boundary.size(), ofFaces([](std::size_t n) { return n == 1; })) << seed;
+        EXPECT_EQ(classes.nonManifold, ofFaces([](std::size_t n) { return n > 2; })) << seed;
+        EXPECT_EQ(classes.duplicates.size(), doubled) << seed;
     }
 }
 
-TEST(MeasureOpenEdges, SaysWhereTheTriangleLies) {
+TEST(MeasureBoundaryEdges, SaysWhereTheTriangleLies) {
     const Buffers buffers = BuffersOf(Triangle(Point(0, 0, 0), Point(4, 0, 0), Point(1, 3, 0)));
-    const Sides sides(*buffers.vertices, *buffers.triangles);
-    const auto edges =
-        MeasureOpenEdges(SurveyEdges(sides), sides, *buffers.vertices, *buffers.triangles);
+    const HalfEdges halfEdges(*buffers.vertices, *buffers.triangles);
+    const auto edges = MeasureBoundaryEdges(ClassifyEdges(halfEdges), halfEdges, *buffers.vertices,
+                                            *buffers.triangles);
     ASSERT_EQ(edges.size(), 3U);
     EXPECT_EQ(edges[0].length, 4.0);
     EXPECT_EQ(edges[0].height, 3.0);
@@ -119,11 +120,11 @@ TEST(MeasureOpenEdges, SaysWhereTheTriangleLies) {
 TEST(FoldsBack, TellsThinPartsFromNeighbours) {
     const auto edgeOf = [](const Point& tip) {
         const Buffers buffers = BuffersOf(Triangle(Point(0, 0, 0), Point(9, 0, 0), tip));
-        const Sides sides(*buffers.vertices, *buffers.triangles);
-        return MeasureOpenEdges(SurveyEdges(sides), sides, *buffers.vertices,
-                                *buffers.triangles)[0];
+        const HalfEdges halfEdges(*buffers.vertices, *buffers.triangles);
+        return MeasureBoundaryEdges(ClassifyEdges(halfEdges), halfEdges, *buffers.vertices,
+                                    *buffers.triangles)[0];
     };
-    const OpenEdge flat = edgeOf(Point(4, 5, 0));
+    const BoundaryEdge flat = edgeOf(Point(4, 5, 0));
     EXPECT_TRUE(FoldsBack(flat, edgeOf(Point(1, 2, 0.1F))));
     EXPECT_FALSE(FoldsBack(flat, edgeOf(Point(1, 5, 2)))) << "a wedge of 22 degrees";
     EXPECT_FALSE(FoldsBack(flat, edgeOf(Point(4, 0, 5))));

@@ -1,5 +1,5 @@
-// All lines of a scene mesh by mesh: those that the single operations give, in one run that ends at
-// its total and can be cancelled at every question.
+// All lines of a scene per mesh: the same as from the single operations, in one run that ends at
+// its total and can be cancelled at every poll.
 #include <ctr/GeometricFeaturesGenerator.h>
 
 #include <kxSceneGraph/kxOutlineMetadata.h>
@@ -131,7 +131,7 @@ struct ByMeshScene {
 
 constexpr FeatureChoice kAll{true, true, true, true};
 
-TEST(FeaturesByMesh, AreWhatTheSingleOperationsGive) {
+TEST(ComputeFeaturesByMesh, AreWhatTheSingleOperationsGive) {
     ByMeshScene scene;
     FeaturesByMesh features;
     ASSERT_TRUE(scene.generator.computeFeaturesByMesh(features, 0, kAll));
@@ -141,7 +141,7 @@ TEST(FeaturesByMesh, AreWhatTheSingleOperationsGive) {
     EXPECT_EQ(TextOf(features), TextOf(scene.doneByHand()));
 }
 
-TEST(FeaturesByMesh, LeaveOutWhatIsNotChosen) {
+TEST(ComputeFeaturesByMesh, LeaveOutWhatIsNotChosen) {
     ByMeshScene scene;
     FeaturesByMesh features;
     ASSERT_TRUE(scene.generator.computeFeaturesByMesh(features, 0, {false, true, false, false}));
@@ -156,7 +156,7 @@ TEST(FeaturesByMesh, LeaveOutWhatIsNotChosen) {
     EXPECT_FALSE(features.hiddenIntersectionEdges);
 }
 
-TEST(FeaturesByMesh, EndExactlyAtTheTotal) {
+TEST(ComputeFeaturesByMesh, EndExactlyAtTheTotal) {
     for (const FeatureChoice& choice : {kAll, FeatureChoice{true, true, false, false},
                                         FeatureChoice{false, false, false, false}}) {
         ByMeshScene scene;
@@ -169,7 +169,7 @@ TEST(FeaturesByMesh, EndExactlyAtTheTotal) {
     }
 }
 
-TEST(FeaturesByMesh, StayAsTheyWereWhenCancelledAtAnyQuestion) {
+TEST(ComputeFeaturesByMesh, StayAsTheyWereWhenCancelledAtAnyQuestion) {
     ByMeshScene scene;
     FeaturesByMesh whole;
     Stopper free(kNever);
@@ -193,7 +193,7 @@ TEST(FeaturesByMesh, StayAsTheyWereWhenCancelledAtAnyQuestion) {
 }
 
 // That nothing leaks is for the address sanitizer to say.
-TEST(FeaturesByMesh, AreThoseOfTheExportedMeshesWhateverElseACallerHasBaked) {
+TEST(ComputeFeaturesByMesh, AreThoseOfTheExportedMeshesWhateverElseACallerHasBaked) {
     ByMeshScene scene;
     ctr::BakedTriangles& baked = scene.generator.getBakedTriangles(0);
     baked.setMeshes({scene.first.get(), scene.second.get(), nullptr, scene.third.get(),
@@ -205,7 +205,7 @@ TEST(FeaturesByMesh, AreThoseOfTheExportedMeshesWhateverElseACallerHasBaked) {
     EXPECT_TRUE(features.meshes[3].silhouetteEdges);
 }
 
-TEST(FeaturesByMesh, NeedACluster) {
+TEST(ComputeFeaturesByMesh, NeedACluster) {
     FeaturesByMesh out;
     out.meshes.resize(7);
     ByMeshScene scene;
@@ -217,7 +217,7 @@ TEST(FeaturesByMesh, NeedACluster) {
 
 // --- a watched cluster ---
 
-TEST(WatchedCluster, IsBakedInOneRunAsWithoutANotifier) {
+TEST(SetSingleExportCluster, IsBakedInOneRunAsWithoutANotifier) {
     ByMeshScene scene;
     FeaturesByMesh expected;
     ASSERT_TRUE(scene.generator.computeFeaturesByMesh(expected, 0, kAll));
@@ -230,7 +230,7 @@ TEST(WatchedCluster, IsBakedInOneRunAsWithoutANotifier) {
     EXPECT_EQ(TextOf(features), TextOf(expected));
 }
 
-TEST(WatchedCluster, CancelledLeavesNone) {
+TEST(SetSingleExportCluster, CancelledLeavesNone) {
     ByMeshScene scene;
     Stopper free(kNever);
     ASSERT_TRUE(scene.generator.setSingleExportCluster(scene.meshes, nullptr, free));

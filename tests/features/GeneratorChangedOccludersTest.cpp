@@ -1,5 +1,5 @@
-// A caller may change what a generator has baked, through getBakedTriangles(). Whatever the
-// generator laid out before is of no use then: it answers as the changed triangles alone do.
+// Changes to the baked triangles through getBakedTriangles(): the generator discards its
+// acceleration structures, and its results are those of the changed triangles alone.
 #include <ctr/GeometricFeaturesGenerator.h>
 #include <ctr/TrianglesIntersection.h>
 
@@ -76,7 +76,7 @@ BakedTriangles BakePlates(const ctr::DiscreteProjectionSpace& space,
     return test_support::Bake(space, test_support::MeshList(meshes));
 }
 
-class ChangedOccluders : public testing::Test {
+class GeneratorChangedOccluders : public testing::Test {
 protected:
     void SetUp() override {
         generator.setProjectionSpace(space);
@@ -150,14 +150,14 @@ protected:
     Answers before;
 };
 
-TEST_F(ChangedOccluders, HideNothingOnceTheyAreCleared) {
+TEST_F(GeneratorChangedOccluders, HideNothingOnceTheyAreCleared) {
     baked().clearData();
     expectNothing();
     baked().initialize();
     EXPECT_EQ(ask(), expected());
 }
 
-TEST_F(ChangedOccluders, GiveNoFeaturesOnceTheyAreCleared) {
+TEST_F(GeneratorChangedOccluders, GiveNoFeaturesOnceTheyAreCleared) {
     baked().clearData();
     ctr::GeometricFeatures features;
     generator.computeGeometricFeatures(features, 0, true);
@@ -165,7 +165,7 @@ TEST_F(ChangedOccluders, GiveNoFeaturesOnceTheyAreCleared) {
     EXPECT_FALSE(features.intersectionEdges);
 }
 
-TEST_F(ChangedOccluders, MayBeAssigned) {
+TEST_F(GeneratorChangedOccluders, MayBeAssigned) {
     baked() = other();
     expectFreshAnswers();
     baked() = BakedTriangles(other());
@@ -174,13 +174,13 @@ TEST_F(ChangedOccluders, MayBeAssigned) {
     expectNothing();
 }
 
-TEST_F(ChangedOccluders, MayBeMovedAway) {
+TEST_F(GeneratorChangedOccluders, MayBeMovedAway) {
     const BakedTriangles taken = std::move(baked());
     EXPECT_EQ(taken.trianglePlanes.size(), 6U);
     expectNothing();
 }
 
-TEST_F(ChangedOccluders, MayBeSwapped) {
+TEST_F(GeneratorChangedOccluders, MayBeSwapped) {
     BakedTriangles replacement = other();
     std::swap(baked(), replacement);
     expectFreshAnswers();
@@ -188,7 +188,7 @@ TEST_F(ChangedOccluders, MayBeSwapped) {
     EXPECT_EQ(ask(), before);
 }
 
-TEST_F(ChangedOccluders, MayMoveInPlace) {
+TEST_F(GeneratorChangedOccluders, MayMoveInPlace) {
     for (BakedVertex& vertex : baked().vertices) {
         vertex = {vertex.x + 48, vertex.y + 16, vertex.z + 32};
     }
@@ -196,7 +196,7 @@ TEST_F(ChangedOccluders, MayMoveInPlace) {
     expectFreshAnswers();
 }
 
-TEST_F(ChangedOccluders, MayHaveTheirArraysSwapped) {
+TEST_F(GeneratorChangedOccluders, MayHaveTheirArraysSwapped) {
     BakedTriangles replacement = other();
     std::swap(baked().vertices, replacement.vertices);
     std::swap(baked().triangleIndices, replacement.triangleIndices);
@@ -206,7 +206,7 @@ TEST_F(ChangedOccluders, MayHaveTheirArraysSwapped) {
 }
 
 // Fewer than the generator has laid out.
-TEST_F(ChangedOccluders, MayBecomeFewer) {
+TEST_F(GeneratorChangedOccluders, MayBecomeFewer) {
     BakedTriangles fewer = other();
     fewer.meshes.resize(1);
     fewer.initialize();
@@ -217,7 +217,7 @@ TEST_F(ChangedOccluders, MayBecomeFewer) {
     expectFreshAnswers();
 }
 
-TEST_F(ChangedOccluders, HideNothingWithoutPlanes) {
+TEST_F(GeneratorChangedOccluders, HideNothingWithoutPlanes) {
     baked().trianglePlanes.clear();
     baked().trianglePlanes.shrink_to_fit();
     expectNothing();
@@ -227,14 +227,14 @@ TEST_F(ChangedOccluders, HideNothingWithoutPlanes) {
     EXPECT_EQ(ctr::TrianglesIntersection(baked()).computeIntersectionEdges(), nullptr);
 }
 
-TEST_F(ChangedOccluders, HideNothingWithoutHierarchy) {
+TEST_F(GeneratorChangedOccluders, HideNothingWithoutHierarchy) {
     baked().bvh = kx::kxGenericBVH();
     expectNothing();
     EXPECT_EQ(baked().computeBakedBVHBBox(0), 0U);
     EXPECT_EQ(ctr::TrianglesIntersection(baked()).computeIntersectionEdges(), nullptr);
 }
 
-TEST_F(ChangedOccluders, KeepTheToleranceThatIsSetNow) {
+TEST_F(GeneratorChangedOccluders, KeepTheToleranceThatIsSetNow) {
     baked().setContactTolerance(100);
     expectFreshAnswers();
     baked().contactTolerance = 0;
@@ -264,7 +264,7 @@ std::vector<kx::kxBBox> StrangeBoxes() {
 }
 
 // The generator used to end in std::length_error, or not at all.
-TEST_F(ChangedOccluders, MayHaveAnyRootBox) {
+TEST_F(GeneratorChangedOccluders, MayHaveAnyRootBox) {
     const std::vector<kx::kxBBox> boxes = StrangeBoxes();
     for (std::size_t i = 0; i < boxes.size(); ++i) {
         baked().bvh.nodes[0].box = boxes[i];
@@ -276,7 +276,7 @@ TEST_F(ChangedOccluders, MayHaveAnyRootBox) {
     EXPECT_EQ(ask(), before);
 }
 
-TEST_F(ChangedOccluders, AreCutOffByABoxThatLeavesThemOut) {
+TEST_F(GeneratorChangedOccluders, AreCutOffByABoxThatLeavesThemOut) {
     baked().bvh.nodes[0].box = {{1000, 1000, 1000}, {1200, 1200, 1200}};
     const Answers answers = ask();
     EXPECT_EQ(answers.hidden, Ranges(40));
@@ -284,7 +284,7 @@ TEST_F(ChangedOccluders, AreCutOffByABoxThatLeavesThemOut) {
     EXPECT_TRUE(answers.hiddenCuts.empty());
 }
 
-TEST_F(ChangedOccluders, MayHaveAnyBoxes) {
+TEST_F(GeneratorChangedOccluders, MayHaveAnyBoxes) {
     const std::vector<kx::kxBBox> boxes = StrangeBoxes();
     test_support::Random random(1);
     const std::vector<kx::kxGenericBVH::Node> nodes = baked().bvh.nodes;

@@ -1,15 +1,18 @@
-// Crease edges: edges of triangles are matched by the exact positions of their ends, and a group of
-// edges at one place is a crease where the vertex normals at either end disagree.
+// Crease edges: triangle edges are grouped by the exact positions of their ends (Welding,
+// EdgeBuckets), and a group is a crease where the vertex normals at either end differ by more than
+// an angle. An edge without a partner is a boundary edge and always a crease. Expected linear time,
+// plus sorting what is found.
 #include <ctr/CreaseEdgeInfo.h>
 #include <ctr/LineSegmentSet.h>
 
 #include "fitting/Angles.h"
-#include "linesets/EdgeGroups.h"
+#include "linesets/EdgeBuckets.h"
 #include "linesets/EdgeSort.h"
 #include "linesets/IndexRange.h"
 #include "linesets/PositionOrder.h"
+#include "linesets/Progress.h"
 #include "linesets/SetConstruction.h"
-#include "linesets/Work.h"
+#include "linesets/Welding.h"
 
 #include <algorithm>
 #include <cassert>
@@ -27,7 +30,7 @@ constexpr std::size_t kTrianglesPerPoll = 1000;
 /// |n . d| below |d| / 1024 counts as perpendicular.
 constexpr float kPerpendicularTolerance = 0.0009765625F;
 
-/// An edge whose first end is not behind its second in the order of positions.
+/// An edge whose first end does not come after its second in the order of positions.
 struct OrderedEdge {
     std::uint32_t firstRank;
     std::uint32_t secondRank;
@@ -35,13 +38,13 @@ struct OrderedEdge {
     std::uint32_t b;
 };
 
-/// The order of edges: places of the ends, then vertex numbers.
+/// The order of edges: positions of the ends, then vertex indices.
 bool IsBefore(const OrderedEdge& x, const OrderedEdge& y) {
     return std::tie(x.firstRank, x.secondRank, x.a, x.b) <
            std::tie(y.firstRank, y.secondRank, y.a, y.b);
 }
 
-/// Smaller position first; at equal positions the smaller number, read as signed.
+/// Smaller position first; at equal positions the smaller index, compared as signed.
 OrderedEdge Orient(const std::vector<std::uint32_t>& ranks, std::uint32_t a, std::uint32_t b) {
     const bool swap = ranks[a] != ranks[b]
                           ? ranks[b] < ranks[a]
@@ -56,10 +59,10 @@ float Dot(const Wm4::Vector3<float>& a, const Wm4::Vector3<float>& b) {
     return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
 }
 
-/// Whether vertex normals are perpendicular to one edge.
-class PerpendicularTest {
+/// Checks whether vertex normals are perpendicular to one edge.
+class PerpendicularityCheck {
 public:
-    PerpendicularTest(const kx::kxVertexBuffer& vertices, std::uint32_t a, std::uint32_t b)
+    PerpendicularityCheck(const kx::kxVertexBuffer& vertices, std::uint32_t a, std::uint32_t b)
         : vertices_(vertices), direction_(vertices.Position3(static_cast<int>(b)) -
                                           vertices.Position3(static_cast<int>(a))),
           tolerance_(std::sqrt(direction_.SquaredLength()) * kPerpendicularTolerance) {}
@@ -67,7 +70,7 @@ public:
     bool holds(std::uint32_t vertex) const {
         return std::fabs(Dot(vertices_.Normal3(static_cast<int>(vertex)), direction_)) < tolerance_;
     }
-    /// The edge has no flag.
+    /// For both ends of an edge without flag.
     bool holds(const CreaseEdgeInfo& edge) const {
         return holds(edge.vertexA) && holds(edge.vertexB);
     }
@@ -86,12 +89,12 @@ bool SameVertices(const CreaseEdgeInfo& x, const CreaseEdgeInfo& y) {
     return x.vertexA == y.vertexA && (x.vertexB & kIndexMask) == (y.vertexB & kIndexMask);
 }
 
-/// The order of edges without flags at one place.
+/// The order of edges without flags between the same two points.
 bool HasSmallerVertices(const CreaseEdgeInfo& x, const CreaseEdgeInfo& y) {
     return std::tie(x.vertexA, x.vertexB) < std::tie(y.vertexA, y.vertexB);
 }
 
-/// Writes the creases of the edges at one place, which are in the order of their vertices and have
+/// Writes the creases of the edges at one point, which are in the order of their vertices and have
 /// no flags.
 void AppendGroup(std::vector<CreaseEdgeInfo>& edges,
                  const CreaseEdgeInfo* begin,
@@ -100,7 +103,7 @@ void AppendGroup(std::vector<CreaseEdgeInfo>& edges,
                  float cosLimit) {
     const CreaseEdgeInfo& first = *begin;
     const auto flagWith = [&](const CreaseEdgeInfo& edge) {
-        const PerpendicularTest perpendicular(vertices, first.vertexA, first.vertexB);
+        const PerpendicularityCheck perpendicular(vertices, first.vertexA, first.vertexB);
         return perpendicular.holds(first) && perpendicular.holds(edge);
     };
     if (end - begin == 1) {
@@ -136,7 +139,7 @@ std::uint32_t RankCount(const kx::kxVertexBuffer& vertices) {
     return static_cast<std::uint32_t>(vertices.GetVertexQuantity());
 }
 
-/// Turns the segments of a line list that exist in place and returns them in the order of edges.
+/// Orients in place the segments of a line list that exist, and returns them in the order of edges.
 std::vector<OrderedEdge> OrientAndSort(kx::kxIndexBuffer& lines,
                                        const std::vector<std::uint32_t>& ranks,
                                        std::uint32_t rankCount) {
@@ -150,8 +153,8 @@ std::vector<OrderedEdge> OrientAndSort(kx::kxIndexBuffer& lines,
             index[1] = segments.back().b;
         }
     }
-    WorkCounter unwatched;
-    SortByFirstRank(segments, rankCount, IsBefore, unwatched);
+    ItemCounter uncancelled;
+    SortByFirstRank(segments, rankCount, IsBefore, uncancelled);
     return segments;
 }
 
@@ -166,7 +169,7 @@ struct VertexKeys {
 
 struct CountedKeys {
     VertexKeys keyOf;
-    WorkCounter& work;
+    ItemCounter& work;
 
     PositionKey operator()(std::size_t vertex) const {
         work.count(1);
@@ -174,21 +177,21 @@ struct CountedKeys {
     }
 };
 
-/// Work that asks whether to stop exactly as often as its budget says.
-class PollBudget : public WorkCounter {
+/// Polls for cancellation exactly as often as its budget says.
+class PollBudget : public ItemCounter {
 public:
-    explicit PollBudget(const kx::kxCancelInterfaceReadOnly& cancel) : WorkCounter(&cancel) {}
+    explicit PollBudget(const kx::kxCancelInterfaceReadOnly& cancel) : ItemCounter(&cancel) {}
 
     void add(std::size_t polls) { budget_ += polls; }
 
-    /// Asks, unless nothing is left.
-    void look() override {
+    /// Polls unless the budget is spent.
+    void poll() override {
         if (spent_ < budget_) {
             ++spent_;
-            WorkCounter::look();
+            ItemCounter::poll();
         }
     }
-    /// Asks as often as is left.
+    /// Polls for the rest of the budget.
     void spendAll() {
         while (spent_ < budget_) {
             ++spent_;
@@ -204,7 +207,7 @@ private:
     std::size_t spent_ = 0;
 };
 
-/// The creases of one list of triangles. What counts its work in a WorkCounter throws Cancelled.
+/// Finds the creases of one triangle list. Operations with an ItemCounter throw Cancelled.
 class CreaseSearch {
 public:
     CreaseSearch(const kx::kxVertexBuffer& vertices,
@@ -214,11 +217,11 @@ public:
           triangleCount_(static_cast<std::size_t>(triangles.GetIndexQuantity()) / 3),
           cosLimit_(cosLimit), keyOf_{vertices}, buckets_(RankCount(vertices)) {}
 
-    /// Reads all vertices and triangles; asks once a block of triangles.
+    /// Reads all vertices and triangles; polls once per block of triangles.
     void collect(PollBudget& polls) {
         polls.add((triangleCount_ + kTrianglesPerPoll - 1) / kTrianglesPerPoll);
-        places_ = NumberPlaces(RankCount(vertices_), CountedKeys{keyOf_, polls});
-        findPlainPlaces(polls);
+        points_ = WeldPositions(RankCount(vertices_), CountedKeys{keyOf_, polls});
+        findSmoothPoints(polls);
         forEachEdge(polls, [this](std::uint32_t from, std::uint32_t to, std::uint32_t) {
             buckets_.count(from, to);
         });
@@ -229,23 +232,23 @@ public:
         polls.spendAll();
     }
 
-    /// Writes all creases in the order of edges; asks once a group of edges.
+    /// Appends all creases in the order of edges; polls once per group of edges.
     void findCreases(std::vector<CreaseEdgeInfo>& edges, PollBudget& polls) {
-        std::size_t buckets = 0; // Each with one group at least.
+        std::size_t buckets = 0; // Each has at least one group.
         buckets_.forEachBucket(
             [&](std::uint32_t, const BucketEdge*, const BucketEdge*) { ++buckets; });
         polls.add(buckets);
-        const auto mayBeDull = [&](std::uint32_t place, const BucketEdge* edge,
-                                   const BucketEdge* end) {
+        const auto maySkipPairs = [&](std::uint32_t point, const BucketEdge* edge,
+                                      const BucketEdge* end) {
             polls.count(static_cast<std::size_t>(end - edge));
-            return plain_[place] && std::all_of(edge, end, [&](const BucketEdge& other) {
-                       return plain_[other.otherPlace()];
+            return isSmooth_[point] && std::all_of(edge, end, [&](const BucketEdge& other) {
+                       return isSmooth_[other.otherPoint()];
                    });
         };
         std::vector<CreaseEdgeInfo> members;
-        const auto append = [&](std::uint32_t place, const BucketEdge* edge,
+        const auto append = [&](std::uint32_t point, const BucketEdge* edge,
                                 const BucketEdge* end) {
-            const std::uint32_t first = firstInOrder(place, edge->otherPlace());
+            const std::uint32_t first = firstInOrder(point, edge->otherPoint());
             members.clear();
             for (; edge != end; ++edge) {
                 members.push_back(orient(edge->number(), first));
@@ -254,21 +257,21 @@ public:
             AppendGroup(edges, members.data(), members.data() + members.size(), vertices_,
                         cosLimit_);
         };
-        const std::size_t groups = buckets_.forEachGroup(mayBeDull, append);
+        const std::size_t groups = buckets_.forEachGroup(maySkipPairs, append);
         polls.add(groups - buckets);
         sort(edges, polls);
         polls.spendAll();
     }
 
-    /// Writes the creases of the first groups alone, in the order of edges. All edges are in their
-    /// buckets; quick for few groups.
+    /// Sets edges to the creases of the first groups only, in the order of edges. Call it after
+    /// collect(); fast for few groups.
     void findFirstCreases(std::vector<CreaseEdgeInfo>& edges, std::size_t groups) {
         const std::vector<CreaseEdgeInfo> first = edgesOfFirst(groups);
         const CreaseEdgeInfo* begin = first.data();
         edges.clear();
         for (std::size_t group = 0; group < groups; ++group) {
             const CreaseEdgeInfo* end = begin;
-            while (end != first.data() + first.size() && joinSamePlaces(*begin, *end)) {
+            while (end != first.data() + first.size() && joinSamePoints(*begin, *end)) {
                 ++end;
             }
             AppendGroup(edges, begin, end, vertices_, cosLimit_);
@@ -277,18 +280,18 @@ public:
     }
 
 private:
-    /// Puts edges, with flags or without, into their order.
-    void sort(std::vector<CreaseEdgeInfo>& edges, WorkCounter& work) const {
-        PlaceRanks ranks(places_.size());
+    /// Sorts edges, with or without flags.
+    void sort(std::vector<CreaseEdgeInfo>& edges, ItemCounter& work) const {
+        PositionRanks ranks(points_.size());
         ForEachCounted(edges.size(), work, [&](std::size_t i) {
-            ranks.use(placeA(edges[i]));
-            ranks.use(placeB(edges[i]));
+            ranks.use(pointA(edges[i]));
+            ranks.use(pointB(edges[i]));
         });
         ranks.rank(CountedKeys{keyOf_, work}, work);
         std::vector<OrderedEdge> sorted(edges.size());
         ForEachCounted(edges.size(), work, [&](std::size_t i) {
             const CreaseEdgeInfo& edge = edges[i];
-            sorted[i] = {ranks[placeA(edge)], ranks[placeB(edge)], edge.vertexA, edge.vertexB};
+            sorted[i] = {ranks[pointA(edge)], ranks[pointB(edge)], edge.vertexA, edge.vertexB};
         });
         const auto isBefore = [](const OrderedEdge& x, const OrderedEdge& y) {
             return std::tuple(x.secondRank, x.a, x.b & kIndexMask) <
@@ -300,68 +303,68 @@ private:
         });
     }
 
-    /// All edges of the first groups in the order of edges, followed by some of others.
+    /// All edges of the first groups in the order of edges, followed by some edges of later groups.
     std::vector<CreaseEdgeInfo> edgesOfFirst(std::size_t groups) {
-        // Every bucket has groups of its own. So if there are more buckets than groups wanted,
-        // these begin no later than the first groups that buckets show.
+        // Each bucket has at least one group. So if there are more buckets than groups wanted, the
+        // groups wanted begin no later than the first groups of that many buckets.
         std::vector<PositionKey> firsts;
-        buckets_.forEachBucket([&](std::uint32_t place, const BucketEdge* edge, const BucketEdge*) {
-            firsts.push_back(keyOf_(firstInOrder(place, edge->otherPlace())));
+        buckets_.forEachBucket([&](std::uint32_t point, const BucketEdge* edge, const BucketEdge*) {
+            firsts.push_back(keyOf_(firstInOrder(point, edge->otherPoint())));
         });
         const auto limit =
             firsts.begin() + static_cast<std::ptrdiff_t>(std::min(groups, firsts.size() - 1));
         std::nth_element(firsts.begin(), limit, firsts.end());
-        std::vector<bool> early(places_.size());
-        for (std::size_t place = 0; place < places_.size(); ++place) {
-            early[place] = groups >= firsts.size() || !(*limit < keyOf_(place));
+        std::vector<bool> early(points_.size());
+        for (std::size_t point = 0; point < points_.size(); ++point) {
+            early[point] = groups >= firsts.size() || !(*limit < keyOf_(point));
         }
         std::vector<CreaseEdgeInfo> edges;
-        WorkCounter unwatched;
-        forEachEdge(unwatched, [&](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
+        ItemCounter uncancelled;
+        forEachEdge(uncancelled, [&](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
             if (early[from] || early[to]) {
                 edges.push_back(orient(number, firstInOrder(from, to)));
             }
         });
-        sort(edges, unwatched);
+        sort(edges, uncancelled);
         return edges;
     }
 
-    std::uint32_t placeA(const CreaseEdgeInfo& edge) const { return places_[edge.vertexA]; }
-    std::uint32_t placeB(const CreaseEdgeInfo& edge) const {
-        return places_[edge.vertexB & kIndexMask];
+    std::uint32_t pointA(const CreaseEdgeInfo& edge) const { return points_[edge.vertexA]; }
+    std::uint32_t pointB(const CreaseEdgeInfo& edge) const {
+        return points_[edge.vertexB & kIndexMask];
     }
-    bool joinSamePlaces(const CreaseEdgeInfo& x, const CreaseEdgeInfo& y) const {
-        return placeA(x) == placeA(y) && placeB(x) == placeB(y);
-    }
-
-    std::uint32_t firstInOrder(std::uint32_t place, std::uint32_t other) const {
-        return keyOf_(other) < keyOf_(place) ? other : place;
+    bool joinSamePoints(const CreaseEdgeInfo& x, const CreaseEdgeInfo& y) const {
+        return pointA(x) == pointA(y) && pointB(x) == pointB(y);
     }
 
-    /// Calls visit(from, to, number) with the places of all edges of triangles that exist; an
-    /// edge's number is where its first index stands.
-    template <class Visit> void forEachEdge(WorkCounter& work, Visit visit) const {
+    std::uint32_t firstInOrder(std::uint32_t point, std::uint32_t other) const {
+        return keyOf_(other) < keyOf_(point) ? other : point;
+    }
+
+    /// Calls visit(from, to, number) with the points of all edges of triangles that exist; the
+    /// number of an edge is the position of its first index in the index buffer.
+    template <class Visit> void forEachEdge(ItemCounter& work, Visit visit) const {
         ForEachCounted(triangleCount_, work, [&](std::size_t i) {
             if (!TriangleExists(indices_ + 3 * i, RankCount(vertices_))) {
                 return;
             }
             const auto number = static_cast<std::uint32_t>(3 * i);
-            const std::uint32_t place[3] = {places_[indices_[number]],
-                                            places_[indices_[number + 1]],
-                                            places_[indices_[number + 2]]};
-            visit(place[0], place[1], number);
-            visit(place[1], place[2], number + 1);
-            visit(place[2], place[0], number + 2);
+            const std::uint32_t point[3] = {points_[indices_[number]],
+                                            points_[indices_[number + 1]],
+                                            points_[indices_[number + 2]]};
+            visit(point[0], point[1], number);
+            visit(point[1], point[2], number + 1);
+            visit(point[2], point[0], number + 2);
         });
     }
 
-    /// The vertices of an edge, that at the place `first` first; of two there the smaller number,
-    /// read as signed.
+    /// The vertices of an edge, the one at the point `first` first; if both are there, the smaller
+    /// index, compared as signed.
     CreaseEdgeInfo orient(std::uint32_t number, std::uint32_t first) const {
         CreaseEdgeInfo edge{indices_[number], indices_[number % 3 == 2 ? number - 2 : number + 1]};
         const bool swap =
-            placeA(edge) != placeB(edge)
-                ? placeB(edge) == first
+            pointA(edge) != pointB(edge)
+                ? pointB(edge) == first
                 : static_cast<std::int32_t>(edge.vertexB) < static_cast<std::int32_t>(edge.vertexA);
         if (swap) {
             std::swap(edge.vertexA, edge.vertexB);
@@ -369,14 +372,14 @@ private:
         return edge;
     }
 
-    /// Finds the places with one vertex whose normal does not even disagree with itself, as one of
-    /// no length does: edges between such places that have the same vertices are no creases.
-    void findPlainPlaces(WorkCounter& work) {
-        plain_.assign(places_.size(), true);
-        ForEachCounted(places_.size(), work, [this](std::size_t vertex) {
+    /// Finds the points with exactly one vertex whose normal passes the crease test against itself,
+    /// as a zero normal does not: an interior edge between two such points cannot be a crease.
+    void findSmoothPoints(ItemCounter& work) {
+        isSmooth_.assign(points_.size(), true);
+        ForEachCounted(points_.size(), work, [this](std::size_t vertex) {
             const Wm4::Vector3<float>& normal = vertices_.Normal3(static_cast<int>(vertex));
-            if (places_[vertex] != vertex || Dot(normal, normal) < cosLimit_) {
-                plain_[places_[vertex]] = false;
+            if (points_[vertex] != vertex || Dot(normal, normal) < cosLimit_) {
+                isSmooth_[points_[vertex]] = false;
             }
         });
     }
@@ -387,19 +390,19 @@ private:
     float cosLimit_;
     VertexKeys keyOf_;
     EdgeBuckets buckets_;
-    std::vector<std::uint32_t> places_;
-    std::vector<bool> plain_;
+    std::vector<std::uint32_t> points_;
+    std::vector<bool> isSmooth_;
 };
 
-/// What is left of a search that is cancelled among the groups.
-enum class Rest { kFirstGroups, kNothing };
+/// The result of a search that is cancelled in findCreases().
+enum class OnCancel { kKeepFirstGroups, kKeepNothing };
 
 bool FindCreases(std::vector<CreaseEdgeInfo>& edges,
                  const kx::kxVertexBuffer* vertices,
                  const kx::kxIndexBuffer* triangles,
                  float angleInDegrees,
                  const kx::kxCancelInterfaceReadOnly& cancel,
-                 Rest rest) {
+                 OnCancel onCancel) {
     edges.clear();
     if (!HasVertices(vertices) || triangles == nullptr) {
         return false;
@@ -418,7 +421,7 @@ bool FindCreases(std::vector<CreaseEdgeInfo>& edges,
         search.findCreases(edges, polls);
     } catch (const Cancelled&) {
         isDone = false;
-        if (rest == Rest::kFirstGroups) {
+        if (onCancel == OnCancel::kKeepFirstGroups) {
             search.findFirstCreases(edges, polls.spent() - pollsBefore - 1);
         }
     }
@@ -433,7 +436,8 @@ bool ComputeCreaseEdgeInfo(std::vector<CreaseEdgeInfo>& edges,
                            const kx::kxIndexBuffer* triangles,
                            float angleInDegrees,
                            const kx::kxCancelInterfaceReadOnly& cancel) {
-    return FindCreases(edges, vertices, triangles, angleInDegrees, cancel, Rest::kFirstGroups);
+    return FindCreases(edges, vertices, triangles, angleInDegrees, cancel,
+                       OnCancel::kKeepFirstGroups);
 }
 
 bool MakeBuffersFromEdgeInfo(const std::vector<CreaseEdgeInfo>& edges,
@@ -497,7 +501,7 @@ bool ComputeEdgeInfoFromIBuffer(std::vector<CreaseEdgeInfo>& edges,
         const bool repeated =
             edges.size() > creaseCount && SameVertices(edges.back(), {segment.a, segment.b});
         if (!repeated) {
-            const PerpendicularTest perpendicular(*vertices, segment.a, segment.b);
+            const PerpendicularityCheck perpendicular(*vertices, segment.a, segment.b);
             const CreaseEdgeInfo ends{segment.a, segment.b};
             edges.push_back(WithFlag(ends, perpendicular.holds(ends)));
             tags.push_back(kLineOnly);
@@ -518,7 +522,8 @@ LineSegmentSet* LineSegmentSet::GetCreaseEdgesFromMesh(const kx::kxVertexBuffer*
     kx::kxPointer<kx::kxIndexBuffer> lines;
     {
         std::vector<CreaseEdgeInfo> edges;
-        if (!FindCreases(edges, vertices, triangles, angleInDegrees, cancel, Rest::kNothing) ||
+        if (!FindCreases(edges, vertices, triangles, angleInDegrees, cancel,
+                         OnCancel::kKeepNothing) ||
             !MakeBuffersFromEdgeInfo(edges, lines, withFlags ? &set->segmentFlags : nullptr)) {
             return nullptr;
         }

@@ -1,5 +1,5 @@
-// Positions that somebody chose so that all of them are in one slot of the hash table: the same
-// results as ever, in a small multiple of the usual time. It once took the square of their number.
+// Positions chosen to collide in one slot of the hash table: the results are the same, in a small
+// multiple of the usual time rather than quadratic time.
 #include <ctr/CreaseEdgeInfo.h>
 #include <ctr/LineSegmentSet.h>
 
@@ -57,7 +57,7 @@ Surface StripOver(const std::vector<Vec3>& positions) {
     return {MakeVertices(corners), MakeIndices(triangles, kx::IBT_TRIANGLES)};
 }
 
-TEST(ChosenPositions, GiveTheCreasesOfAPlainMap) {
+TEST(HashedIndexCollisions, GiveTheCreasesOfAPlainMap) {
     for (const Collision collision : {Collision::kSameHash, Collision::kSameSlot}) {
         for (const std::size_t count : {std::size_t{50}, std::size_t{200}, std::size_t{5000}}) {
             const Surface surface = StripOver(CollidingPositions(count, collision));
@@ -66,7 +66,7 @@ TEST(ChosenPositions, GiveTheCreasesOfAPlainMap) {
     }
 }
 
-TEST(ChosenPositions, GiveCreasesInAboutTheUsualTime) {
+TEST(HashedIndexCollisions, GiveCreasesInAboutTheUsualTime) {
     const auto secondsOver = [](const std::vector<Vec3>& positions) {
         const Surface surface = StripOver(positions);
         return SecondsOf([&] {
@@ -92,7 +92,7 @@ SetPointer StarOver(const std::vector<Vec3>& positions, std::size_t stride) {
     return MakeSet(positions, indices);
 }
 
-TEST(ChosenPositions, LetCommonSegmentsBeFound) {
+TEST(HashedIndexCollisions, LetCommonSegmentsBeFound) {
     test_support::CommonSegmentCounts counts;
     for (const Collision collision : {Collision::kSameHash, Collision::kSameSlot}) {
         const std::vector<Vec3> positions = CollidingPositions(2000, collision);
@@ -103,7 +103,7 @@ TEST(ChosenPositions, LetCommonSegmentsBeFound) {
     EXPECT_EQ(counts.removed, 2 * 667);
 }
 
-TEST(ChosenPositions, LetCommonSegmentsBeFoundInAboutTheUsualTime) {
+TEST(HashedIndexCollisions, LetCommonSegmentsBeFoundInAboutTheUsualTime) {
     const auto secondsOver = [](const std::vector<Vec3>& positions) {
         const SetPointer b = StarOver(positions, 2);
         return SecondsOf([&] {

@@ -1,5 +1,5 @@
-// A whole run of the generator, stopped at every question that it asks: what the record holds then,
-// and how far progress has come. Run under the address sanitizer it shows that nothing leaks.
+// A whole run of the generator, cancelled at each poll: the contents of the record and the progress
+// at that moment. The address sanitizer checks for leaks.
 #include <ctr/GeometricFeaturesGenerator.h>
 
 #include "linesets/SegmentBuilders.h"
@@ -76,7 +76,7 @@ struct Questions {
     long cuts = 0;
 };
 
-TEST(WholeRun, AsksAndAdvancesOnceForEveryPieceOfWork) {
+TEST(GeneratorRun, AsksAndAdvancesOnceForEveryPieceOfWork) {
     StoppedRun run(kNever);
     const Questions questions(run);
     ASSERT_GT(questions.cuts, 0);
@@ -106,7 +106,7 @@ void CheckStoppedAt(long n, const Questions& questions) {
     }
 }
 
-TEST(WholeRun, CanBeStoppedAtEveryQuestion) {
+TEST(GeneratorRun, CanBeStoppedAtEveryQuestion) {
     StoppedRun free(kNever);
     const Questions questions(free);
     for (long n = 1; n <= questions.all(); ++n) {
@@ -167,7 +167,7 @@ void ExpectPartOf(const SetPointer& whole, const SetPointer& stopped) {
     }
 }
 
-TEST(WholeRun, StoppedLeavesTheRecordsOfTheSegmentsVisited) {
+TEST(GeneratorRun, StoppedLeavesTheRecordsOfTheSegmentsVisited) {
     StoppedRun free(kNever);
     const long all = free.stopper.asked();
     for (long n = 2; n <= all; ++n) {
@@ -178,7 +178,7 @@ TEST(WholeRun, StoppedLeavesTheRecordsOfTheSegmentsVisited) {
     }
 }
 
-TEST(WholeRun, StoppedAtAnyQuestionCanBeRepeated) {
+TEST(GeneratorRun, StoppedAtAnyQuestionCanBeRepeated) {
     StoppedRun free(kNever);
     const std::string expected = RecordText(free.out);
     const long all = free.stopper.asked();
@@ -191,7 +191,7 @@ TEST(WholeRun, StoppedAtAnyQuestionCanBeRepeated) {
 }
 
 // With lines that are both crease and silhouette taken out, and a set of the caller's hidden next.
-TEST(WholeRun, StoppedWithCommonSegmentsRemovedCanBeRepeated) {
+TEST(GeneratorRun, StoppedWithCommonSegmentsRemovedCanBeRepeated) {
     StoppedRun plain(kNever);
     plain.generator.setProgressNotifier(nullptr);
     GeometricFeatures expected;
@@ -210,7 +210,7 @@ TEST(WholeRun, StoppedWithCommonSegmentsRemovedCanBeRepeated) {
     EXPECT_GT(asked, SegmentsOf(expected.creaseEdges) + SegmentsOf(expected.silhouetteEdges));
 }
 
-TEST(WholeRun, ASetHiddenHalfwayIsFinishedByASecondTry) {
+TEST(GeneratorRun, ASetHiddenHalfwayIsFinishedByASecondTry) {
     StoppedRun run(kNever);
     const SetPointer whole = run.out.silhouetteEdges;
     const std::vector<LineSegmentSet*> sets{whole.get()};

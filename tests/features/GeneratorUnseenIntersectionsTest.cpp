@@ -1,6 +1,6 @@
-// The generator does not look for cuts where it knows that nobody sees them. What it finds in large
-// scenes is compared with what is found when every pair of triangles is tried: piece for piece, bit
-// for bit, on coarse grids too, where roundings move ends the farthest.
+// The generator skips intersections that are certainly occluded. Its results in large scenes are
+// compared with testing every pair of triangles, bit for bit, also on coarse grids, where rounding
+// moves ends the farthest.
 #include <ctr/GeometricFeaturesGenerator.h>
 #include <ctr/TrianglesIntersection.h>
 
@@ -146,16 +146,16 @@ void CheckCrowds(int crowds, unsigned int tolerance, std::size_t leastPieces) {
     EXPECT_LT(looked, tried * 9 / 10);
 }
 
-TEST(UnseenCuts, AreLeftOutAndNothingElse) {
+TEST(GeneratorUnseenIntersections, AreLeftOutAndNothingElse) {
     CheckCrowds(std::max(3, Scaled(12)), 0, 500);
 }
 
-TEST(UnseenCuts, AreLeftOutAndNothingElseWithinAnyTolerance) {
+TEST(GeneratorUnseenIntersections, AreLeftOutAndNothingElseWithinAnyTolerance) {
     CheckCrowds(std::max(3, Scaled(6)), 2, 200);
     CheckCrowds(std::max(3, Scaled(6)), 9, 100);
 }
 
-TEST(UnseenCuts, AreFoundWhenTheyAreWanted) {
+TEST(GeneratorUnseenIntersections, AreFoundWhenTheyAreWanted) {
     Random random(1);
     Crowd crowd(random, {12, 12});
     SetPointer expectedHidden;

@@ -1,5 +1,5 @@
-// Crease extraction: which edges are written, in which order, with which flag, and when the work
-// asks whether to stop; against hand-made meshes and against a plain map.
+// Crease extraction: edges, their order, their flags, and polling for cancellation; on hand-made
+// meshes and against a std::map.
 #include <ctr/CreaseEdgeInfo.h>
 #include <ctr/LineSegmentSet.h>
 
@@ -121,7 +121,7 @@ Pairs CommonPairs(const Surface& surface, float degrees) {
 }
 
 // A unit normal turned about the common edge.
-TEST(CreaseEdges, ASingleTriangleIsAllBorder) {
+TEST(ComputeCreaseEdgeInfo, ASingleTriangleIsAllBorder) {
     const Surface surface =
         MakeSurface({Vec3(0, 1, 0), Vec3(1, 0, 0), Vec3(0, 0, 0)}, {kUp, kUp, kUp}, {0, 1, 2});
     for (const float degrees : {0.0F, 5.0F, 90.0F, 180.0F}) {
@@ -130,14 +130,14 @@ TEST(CreaseEdges, ASingleTriangleIsAllBorder) {
     }
 }
 
-TEST(CreaseEdges, SharedVerticesWithUnitNormalsNeverCrease) {
+TEST(ComputeCreaseEdgeInfo, SharedVerticesWithUnitNormalsNeverCrease) {
     const Surface surface =
         MakeSurface({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1, 0), Vec3(0.5F, -1, 3)},
                     {kUp, kUp, kUp, kUp}, {0, 1, 2, 1, 0, 3});
     EXPECT_EQ(WithoutFlags(CreasesOf(surface, kDegrees)), (Pairs{{0, 3}, {0, 2}, {3, 1}, {2, 1}}));
 }
 
-TEST(CreaseEdges, SharedVerticesWithoutNormalsCreaseBelow90Degrees) {
+TEST(ComputeCreaseEdgeInfo, SharedVerticesWithoutNormalsCreaseBelow90Degrees) {
     const Surface surface =
         MakeSurface({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1, 0), Vec3(0.5F, -1, 3)}, {},
                     {0, 1, 2, 1, 0, 3});
@@ -146,21 +146,21 @@ TEST(CreaseEdges, SharedVerticesWithoutNormalsCreaseBelow90Degrees) {
     EXPECT_EQ(WithoutFlags(CreasesOf(surface, 90.1F)), (Pairs{{0, 3}, {0, 2}, {3, 1}, {2, 1}}));
 }
 
-TEST(CreaseEdges, SplitVerticesAtARightAngleGiveBothCopies) {
+TEST(ComputeCreaseEdgeInfo, SplitVerticesAtARightAngleGiveBothCopies) {
     const Surface surface = SplitFan({TiltedNormal(0.0F), TiltedNormal(90.0F)});
     EXPECT_EQ(CommonPairs(surface, kDegrees), (Pairs{{0, 1}, {3, 4}}));
     EXPECT_EQ(CommonPairs(surface, 89.9F), (Pairs{{0, 1}, {3, 4}}));
     EXPECT_EQ(CommonPairs(surface, 90.1F), Pairs());
 }
 
-TEST(CreaseEdges, ASmoothSeamOfSplitVerticesIsNotWritten) {
+TEST(ComputeCreaseEdgeInfo, ASmoothSeamOfSplitVerticesIsNotWritten) {
     const Surface surface = SplitFan({TiltedNormal(0.0F), TiltedNormal(4.9F)});
     EXPECT_EQ(CommonPairs(surface, kDegrees), Pairs());
     EXPECT_EQ(CommonPairs(SplitFan({TiltedNormal(0.0F), TiltedNormal(5.1F)}), kDegrees),
               (Pairs{{0, 1}, {3, 4}}));
 }
 
-TEST(CreaseEdges, EitherEndMakesACrease) {
+TEST(ComputeCreaseEdgeInfo, EitherEndMakesACrease) {
     EXPECT_EQ(CommonPairs(SplitFanOfEnds({{kUp, kUp}, {TiltedNormal(30.0F), kUp}}), kDegrees),
               (Pairs{{0, 1}, {3, 4}}));
     EXPECT_EQ(CommonPairs(SplitFanOfEnds({{kUp, kUp}, {kUp, TiltedNormal(30.0F)}}), kDegrees),
@@ -169,7 +169,7 @@ TEST(CreaseEdges, EitherEndMakesACrease) {
 
 // The limit is the float nearest to the cosine of the angle, itself a float in radians; at 46.5,
 // 103 and 302.5 degrees the C library gives a neighbour.
-TEST(CreaseEdges, AnAngleOfExactlyTheLimitIsSmooth) {
+TEST(ComputeCreaseEdgeInfo, AnAngleOfExactlyTheLimitIsSmooth) {
     struct Limit {
         float degrees;
         float cosine;
@@ -185,7 +185,7 @@ TEST(CreaseEdges, AnAngleOfExactlyTheLimitIsSmooth) {
     }
 }
 
-TEST(CreaseEdges, NormalsCountAtTheirStoredLength) {
+TEST(ComputeCreaseEdgeInfo, NormalsCountAtTheirStoredLength) {
     // 60 degrees apart, but with a length of 2 the dot product is 1.
     const Vec3 twice(0.0F, 0.0F, 2.0F);
     EXPECT_EQ(CommonPairs(SplitFan({twice, TiltedNormal(60.0F)}), kDegrees), Pairs());
@@ -194,26 +194,26 @@ TEST(CreaseEdges, NormalsCountAtTheirStoredLength) {
     EXPECT_EQ(CommonPairs(SplitFan({half, kUp}), kDegrees), (Pairs{{0, 1}, {3, 4}}));
 }
 
-TEST(CreaseEdges, MembersAreComparedWithTheFirstOnly) {
+TEST(ComputeCreaseEdgeInfo, MembersAreComparedWithTheFirstOnly) {
     // Neighbours are 4 degrees apart; only the third is more than 5 from the first.
     const Surface surface = SplitFan({TiltedNormal(0.0F), TiltedNormal(4.0F), TiltedNormal(8.0F)});
     EXPECT_EQ(CommonPairs(surface, kDegrees), (Pairs{{0, 1}, {6, 7}}));
 }
 
-TEST(CreaseEdges, TheFirstIsWrittenOnceBeforeAllMembersThatCrease) {
+TEST(ComputeCreaseEdgeInfo, TheFirstIsWrittenOnceBeforeAllMembersThatCrease) {
     const Surface surface = SplitFan(
         {TiltedNormal(0.0F), TiltedNormal(20.0F), TiltedNormal(1.0F), TiltedNormal(-30.0F)});
     EXPECT_EQ(CommonPairs(surface, kDegrees), (Pairs{{0, 1}, {3, 4}, {9, 10}}));
 }
 
-TEST(CreaseEdges, TheSamePairOfVerticesIsWrittenOnce) {
+TEST(ComputeCreaseEdgeInfo, TheSamePairOfVerticesIsWrittenOnce) {
     const std::vector<Vec3> positions{Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1, 0)};
     // The same triangle three times, without normals: every pair creases with its own copies.
     const Surface surface = MakeSurface(positions, {}, {0, 1, 2, 2, 0, 1, 1, 0, 2});
     EXPECT_EQ(WithoutFlags(CreasesOf(surface, kDegrees)), (Pairs{{0, 2}, {0, 1}, {2, 1}}));
 }
 
-TEST(CreaseEdges, RepeatedPairsOfAnotherCopyAreWrittenOnceToo) {
+TEST(ComputeCreaseEdgeInfo, RepeatedPairsOfAnotherCopyAreWrittenOnceToo) {
     const std::vector<Vec3> positions{Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1, 0),
                                       Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 2, 0)};
     const std::vector<Vec3> normals{kUp, kUp, kUp, TiltedNormal(90.0F), TiltedNormal(90.0F), kUp};
@@ -223,7 +223,7 @@ TEST(CreaseEdges, RepeatedPairsOfAnotherCopyAreWrittenOnceToo) {
     EXPECT_EQ(std::count(pairs.begin(), pairs.end(), std::make_pair(3U, 4U)), 1);
 }
 
-TEST(CreaseEdges, NegativeZeroIsTheSamePlaceAsZero) {
+TEST(ComputeCreaseEdgeInfo, NegativeZeroIsTheSamePointAsZero) {
     const Surface surface =
         MakeSurface({Vec3(0.0F, 0.0F, 0.0F), Vec3(1, 0, 0), Vec3(0.5F, 1, 0),
                      Vec3(-0.0F, 0.0F, -0.0F), Vec3(1, -0.0F, 0), Vec3(0.5F, -1, 0)},
@@ -231,7 +231,7 @@ TEST(CreaseEdges, NegativeZeroIsTheSamePlaceAsZero) {
     EXPECT_EQ(WithoutFlags(CreasesOf(surface, kDegrees)).size(), 4U);
 }
 
-TEST(CreaseEdges, OneFloatBitApartIsAnotherPlace) {
+TEST(ComputeCreaseEdgeInfo, OneFloatBitApartIsAnotherPoint) {
     const Surface surface =
         MakeSurface({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0.5F, 1, 0), Vec3(0, 0, 0),
                      Vec3(std::nextafter(1.0F, 2.0F), 0, 0), Vec3(0.5F, -1, 0)},
@@ -239,21 +239,21 @@ TEST(CreaseEdges, OneFloatBitApartIsAnotherPlace) {
     EXPECT_EQ(WithoutFlags(CreasesOf(surface, kDegrees)).size(), 6U);
 }
 
-TEST(CreaseEdges, EqualPositionsAreOrderedByTheSmallerIndex) {
+TEST(ComputeCreaseEdgeInfo, EqualPositionsAreOrderedByTheSmallerIndex) {
     const Surface surface =
         MakeSurface({Vec3(0, 0, 0), Vec3(2, 2, 2), Vec3(2, 2, 2)}, {kUp, kUp, kUp}, {0, 2, 1});
     // 0 -> 2 and 0 -> 1 are one group of copies, smooth; the degenerate edge is a border.
     EXPECT_EQ(WithoutFlags(CreasesOf(surface, kDegrees)), (Pairs{{1, 2}}));
 }
 
-TEST(CreaseEdges, AnIncompleteLastTriangleIsIgnored) {
+TEST(ComputeCreaseEdgeInfo, AnIncompleteLastTriangleIsIgnored) {
     const std::vector<Vec3> positions{Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0, 1, 0)};
     EXPECT_EQ(CreasesOf(MakeSurface(positions, {}, {0, 1, 2, 0, 1}), 0.0F).size(), 3U);
     EXPECT_TRUE(CreasesOf(MakeSurface(positions, {}, {0, 1}), 0.0F).empty());
     EXPECT_TRUE(CreasesOf(MakeSurface(positions, {}, {}), 0.0F).empty());
 }
 
-TEST(CreaseEdges, MissingBuffersAndNoVerticesGiveFalseAndNothing) {
+TEST(ComputeCreaseEdgeInfo, MissingBuffersAndNoVerticesGiveFalseAndNothing) {
     const CancelAtQuestion never(kNever);
     const VerticesPointer vertices = MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0, 1, 0)});
     const VerticesPointer none = MakeVertices({});
@@ -270,7 +270,7 @@ TEST(CreaseEdges, MissingBuffersAndNoVerticesGiveFalseAndNothing) {
     EXPECT_TRUE(edges.empty());
 }
 
-TEST(CreaseEdges, WhatTheVectorHeldBeforeIsGone) {
+TEST(ComputeCreaseEdgeInfo, WhatTheVectorHeldBeforeIsGone) {
     const CancelAtQuestion never(kNever);
     const Surface surface = MakeSurface({Vec3(0, 0, 0)}, {}, {});
     std::vector<CreaseEdgeInfo> edges{{1, 2}};
@@ -279,7 +279,7 @@ TEST(CreaseEdges, WhatTheVectorHeldBeforeIsGone) {
     EXPECT_TRUE(edges.empty());
 }
 
-TEST(CreaseFlag, OfABorderNeedsBothNormalsPerpendicular) {
+TEST(CreaseEdgeInfoFlag, OfABorderNeedsBothNormalsPerpendicular) {
     const Vec3 slanted(1.0F, 0.0F, 0.0F);
     for (const auto& [first, second, flag] : std::vector<std::tuple<Vec3, Vec3, bool>>{
              {kUp, kUp, true}, {slanted, kUp, false}, {kUp, slanted, false}}) {
@@ -288,7 +288,7 @@ TEST(CreaseFlag, OfABorderNeedsBothNormalsPerpendicular) {
     }
 }
 
-TEST(CreaseFlag, PerpendicularMeansStrictlyBelowTheLengthOver1024) {
+TEST(CreaseEdgeInfoFlag, PerpendicularMeansStrictlyBelowTheLengthOver1024) {
     // An edge of length 1: n . d is n.x.
     for (const float sign : {1.0F, -1.0F}) {
         const float limit = 1.0F / 1024.0F;
@@ -299,7 +299,7 @@ TEST(CreaseFlag, PerpendicularMeansStrictlyBelowTheLengthOver1024) {
     }
 }
 
-TEST(CreaseFlag, TheToleranceGrowsWithTheEdge) {
+TEST(CreaseEdgeInfoFlag, TheToleranceGrowsWithTheEdge) {
     const std::vector<Vec3> positions{Vec3(0, 0, 0), Vec3(64, 0, 0), Vec3(32, 64, 0)};
     const float limit = 64.0F / 1024.0F / 64.0F; // n . d is 64 n.x
     const Vec3 at(limit, 0.0F, 1.0F);
@@ -312,14 +312,14 @@ TEST(CreaseFlag, TheToleranceGrowsWithTheEdge) {
     EXPECT_EQ(std::count(plain.begin(), plain.end(), Edge(0, 1, false)), 1);
 }
 
-TEST(CreaseFlag, AnEdgeWithoutLengthIsNeverFlagged) {
+TEST(CreaseEdgeInfoFlag, AnEdgeWithoutLengthIsNeverFlagged) {
     // |n . d| = 0 is not below a tolerance of 0.
     const Surface surface =
         MakeSurface({Vec3(0, 0, 0), Vec3(2, 2, 2), Vec3(2, 2, 2)}, {kUp, kUp, kUp}, {0, 2, 1});
     EXPECT_EQ(CreasesOf(surface, kDegrees), (std::vector<Edge>{{1, 2, false}}));
 }
 
-TEST(CreaseFlag, AnEdgeThatIsNotFiniteIsNeverFlagged) {
+TEST(CreaseEdgeInfoFlag, AnEdgeThatIsNotFiniteIsNeverFlagged) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const Surface surface =
         MakeSurface({Vec3(0, 0, 0), Vec3(nan, 0, 0), Vec3(0, 1, 0)}, {kUp, kUp, kUp}, {0, 1, 2});
@@ -327,7 +327,7 @@ TEST(CreaseFlag, AnEdgeThatIsNotFiniteIsNeverFlagged) {
               (std::vector<Edge>{{0, 2, true}, {0, 1, false}, {2, 1, false}}));
 }
 
-TEST(CreaseFlag, OfAMemberNeedsAllFourNormalsPerpendicular) {
+TEST(CreaseEdgeInfoFlag, OfAMemberNeedsAllFourNormalsPerpendicular) {
     const Vec3 side(0.0F, 1.0F, 0.0F);
     const Vec3 slanted(0.5F, 0.5F, 0.0F);
     EXPECT_EQ(OnCommonEdge(SplitFanOfEnds({{kUp, kUp}, {side, side}}), kDegrees),
@@ -342,7 +342,7 @@ TEST(CreaseFlag, OfAMemberNeedsAllFourNormalsPerpendicular) {
     }
 }
 
-TEST(CreaseFlag, OfTheFirstIsThatOfTheFirstMemberThatCreases) {
+TEST(CreaseEdgeInfoFlag, OfTheFirstIsThatOfTheFirstMemberThatCreases) {
     const Vec3 side(0.0F, 1.0F, 0.0F);
     const Vec3 slanted(0.5F, 0.5F, 0.0F);
     // The smooth copy between them has no say, although its normal is slanted.
@@ -374,7 +374,7 @@ bool Compute(const Surface& surface,
                                  cancel);
 }
 
-TEST(CreaseCancellation, IsAskedOnceABlockOnceAGroupAndOnceAtTheEnd) {
+TEST(ComputeCreaseEdgeInfoCancelled, IsAskedOnceABlockOnceAGroupAndOnceAtTheEnd) {
     for (const auto& [triangles, blocks] :
          std::vector<std::pair<int, long>>{{1, 1}, {999, 1}, {1000, 1}, {1001, 2}, {2500, 3}}) {
         const Surface surface = LooseTriangles(triangles);
@@ -386,7 +386,7 @@ TEST(CreaseCancellation, IsAskedOnceABlockOnceAGroupAndOnceAtTheEnd) {
     }
 }
 
-TEST(CreaseCancellation, AmongTheTrianglesLeavesNothing) {
+TEST(ComputeCreaseEdgeInfoCancelled, AmongTheTrianglesLeavesNothing) {
     const Surface surface = LooseTriangles(2500);
     for (const long question : {1L, 2L, 3L}) {
         std::vector<CreaseEdgeInfo> edges{{1, 2}};
@@ -397,7 +397,7 @@ TEST(CreaseCancellation, AmongTheTrianglesLeavesNothing) {
     }
 }
 
-TEST(CreaseCancellation, AmongTheGroupsLeavesTheGroupsBefore) {
+TEST(ComputeCreaseEdgeInfoCancelled, AmongTheGroupsLeavesTheGroupsBefore) {
     const Surface surface = LooseTriangles(4);
     std::vector<CreaseEdgeInfo> all;
     EXPECT_TRUE(Compute(surface, CancelAtQuestion(kNever), all));
@@ -410,32 +410,32 @@ TEST(CreaseCancellation, AmongTheGroupsLeavesTheGroupsBefore) {
 }
 
 // The places of all edges of triangles in the order of edges, each once: one a group.
-using PlacePair = std::pair<std::array<float, 3>, std::array<float, 3>>;
+using PositionPair = std::pair<std::array<float, 3>, std::array<float, 3>>;
 
-PlacePair PlacesOf(const Surface& surface, unsigned int a, unsigned int b) {
+PositionPair PositionsOf(const Surface& surface, unsigned int a, unsigned int b) {
     const auto p = KeyOf(surface.vertices->Position3(static_cast<int>(a)));
     const auto q = KeyOf(surface.vertices->Position3(static_cast<int>(b)));
     return std::minmax(p, q);
 }
 
-std::vector<PlacePair> GroupsOf(const Surface& surface) {
+std::vector<PositionPair> GroupsOf(const Surface& surface) {
     const std::vector<unsigned int> corners = IndicesOf(surface.triangles.get());
-    std::set<PlacePair> groups;
+    std::set<PositionPair> groups;
     for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
         for (std::size_t k = 0; k < 3; ++k) {
-            groups.insert(PlacesOf(surface, corners[i + k], corners[i + (k + 1) % 3]));
+            groups.insert(PositionsOf(surface, corners[i + k], corners[i + (k + 1) % 3]));
         }
     }
     return {groups.begin(), groups.end()};
 }
 
-TEST(CreaseCancellation, AmongTheGroupsOfAnyMeshLeavesTheGroupsBefore) {
+TEST(ComputeCreaseEdgeInfoCancelled, AmongTheGroupsOfAnyMeshLeavesTheGroupsBefore) {
     std::size_t cut = 0;
     const int trials = Scaled(1000);
     for (int trial = 0; trial < trials; ++trial) {
         Random random(static_cast<std::uint64_t>(trial));
         const Surface surface = test_support::RandomSurface(random);
-        const std::vector<PlacePair> groups = GroupsOf(surface);
+        const std::vector<PositionPair> groups = GroupsOf(surface);
         std::vector<CreaseEdgeInfo> all;
         const CancelAtQuestion never(kNever);
         ASSERT_TRUE(Compute(surface, never, all));
@@ -444,7 +444,7 @@ TEST(CreaseCancellation, AmongTheGroupsOfAnyMeshLeavesTheGroupsBefore) {
         std::vector<CreaseEdgeInfo> before;
         std::copy_if(
             all.begin(), all.end(), std::back_inserter(before), [&](const CreaseEdgeInfo& edge) {
-                return PlacesOf(surface, edge.vertexA, edge.vertexB & ~kFlag) < groups[next];
+                return PositionsOf(surface, edge.vertexA, edge.vertexB & ~kFlag) < groups[next];
             });
         std::vector<CreaseEdgeInfo> edges;
         const CancelAtQuestion cancel(2 + static_cast<long>(next));
@@ -478,10 +478,10 @@ Surface LargeSphere(unsigned int rows, bool smooth) {
     return MakeSurface(positions, smooth ? positions : none, triangles);
 }
 
-TEST(CreaseCancellation, AmongTheGroupsOfALargeMeshLeavesTheGroupsBefore) {
+TEST(ComputeCreaseEdgeInfoCancelled, AmongTheGroupsOfALargeMeshLeavesTheGroupsBefore) {
     for (const bool smooth : {true, false}) {
         const Surface surface = LargeSphere(120, smooth);
-        const std::vector<PlacePair> groups = GroupsOf(surface);
+        const std::vector<PositionPair> groups = GroupsOf(surface);
         std::vector<CreaseEdgeInfo> all;
         const CancelAtQuestion never(kNever);
         ASSERT_TRUE(Compute(surface, never, all));
@@ -496,7 +496,8 @@ TEST(CreaseCancellation, AmongTheGroupsOfALargeMeshLeavesTheGroupsBefore) {
         for (const std::size_t count : counts) {
             const auto end =
                 std::partition_point(all.begin(), all.end(), [&](const CreaseEdgeInfo& edge) {
-                    return PlacesOf(surface, edge.vertexA, edge.vertexB & ~kFlag) < groups[count];
+                    return PositionsOf(surface, edge.vertexA, edge.vertexB & ~kFlag) <
+                           groups[count];
                 });
             std::vector<CreaseEdgeInfo> edges;
             const CancelAtQuestion cancel(blocks + 1 + static_cast<long>(count));
@@ -533,7 +534,7 @@ private:
     mutable int askedUnsorted_ = 0;
 };
 
-TEST(CreaseCancellation, IsAskedWhileCreasesAreFoundAndSorted) {
+TEST(ComputeCreaseEdgeInfoCancelled, IsAskedWhileCreasesAreFoundAndSorted) {
     const Surface surface = LargeSphere(300, false);
     std::vector<CreaseEdgeInfo> result;
     ASSERT_TRUE(Compute(surface, CancelAtQuestion(kNever), result));
@@ -546,7 +547,7 @@ TEST(CreaseCancellation, IsAskedWhileCreasesAreFoundAndSorted) {
 }
 
 // A fan around its last vertex, which comes first in the order of positions.
-TEST(CreaseCancellation, AmongGroupsWithOneFirstPlaceLeavesTheGroupsBefore) {
+TEST(ComputeCreaseEdgeInfoCancelled, AmongGroupsWithOneFirstPointLeavesTheGroupsBefore) {
     constexpr unsigned int kSpokes = 40;
     std::vector<Vec3> positions;
     std::vector<unsigned int> triangles;
@@ -566,7 +567,7 @@ TEST(CreaseCancellation, AmongGroupsWithOneFirstPlaceLeavesTheGroupsBefore) {
     }
 }
 
-TEST(CreaseCancellation, ThatIsTakenBackStaysOne) {
+TEST(ComputeCreaseEdgeInfoCancelled, ThatIsTakenBackStaysOne) {
     class Once : public kx::kxCancelInterfaceReadOnly {
     public:
         bool isCanceled() const override { return ++asked_ == 3; }
@@ -581,14 +582,14 @@ TEST(CreaseCancellation, ThatIsTakenBackStaysOne) {
     EXPECT_EQ(edges.size(), 1U);
 }
 
-TEST(CreaseCancellation, AtTheEndKeepsAllEdgesButIsReported) {
+TEST(ComputeCreaseEdgeInfoCancelled, AtTheEndKeepsAllEdgesButIsReported) {
     const Surface surface = LooseTriangles(4);
     std::vector<CreaseEdgeInfo> edges;
     EXPECT_FALSE(Compute(surface, CancelAtQuestion(1 + 12 + 1), edges));
     EXPECT_EQ(edges.size(), 12U);
 }
 
-TEST(CreaseCancellation, OfASetIsAskedOnceMore) {
+TEST(ComputeCreaseEdgeInfoCancelled, OfASetIsAskedOnceMore) {
     const Surface surface = LooseTriangles(1);
     const CancelAtQuestion never(kNever);
     const SetPointer set(LineSegmentSet::GetCreaseEdgesFromMesh(
@@ -603,7 +604,7 @@ TEST(CreaseCancellation, OfASetIsAskedOnceMore) {
     }
 }
 
-TEST(EdgeBuffers, HoldBothEndsWithoutTheFlag) {
+TEST(MakeBuffersFromEdgeInfo, HoldBothEndsWithoutTheFlag) {
     IndicesPointer lines;
     EXPECT_TRUE(MakeBuffersFromEdgeInfo({{3, 5 | kFlag}, {7, 0x7FFFFFFFU}}, lines, nullptr));
     ASSERT_TRUE(lines);
@@ -611,14 +612,14 @@ TEST(EdgeBuffers, HoldBothEndsWithoutTheFlag) {
     EXPECT_EQ(IndicesOf(lines.get()), (std::vector<unsigned int>{3, 5, 7, 0x7FFFFFFFU}));
 }
 
-TEST(EdgeBuffers, FlagsGetOneEntryAnEdge) {
+TEST(MakeBuffersFromEdgeInfo, FlagsGetOneEntryAnEdge) {
     IndicesPointer lines;
     std::vector<bool> flags(9, true);
     EXPECT_TRUE(MakeBuffersFromEdgeInfo({{3, 5}, {1, 2 | kFlag}, {4, 9}}, lines, &flags));
     EXPECT_EQ(flags, (std::vector<bool>{false, true, false}));
 }
 
-TEST(EdgeBuffers, ReplaceTheBufferThatWasThere) {
+TEST(MakeBuffersFromEdgeInfo, ReplaceTheBufferThatWasThere) {
     const IndicesPointer old = MakeIndices({0, 1});
     IndicesPointer lines = old;
     EXPECT_TRUE(MakeBuffersFromEdgeInfo({{3, 5}}, lines, nullptr));
@@ -626,7 +627,7 @@ TEST(EdgeBuffers, ReplaceTheBufferThatWasThere) {
     EXPECT_EQ(IndicesOf(old.get()), (std::vector<unsigned int>{0, 1}));
 }
 
-TEST(EdgeBuffers, RefuseAnEmptyListAndReleaseTheOutputs) {
+TEST(MakeBuffersFromEdgeInfo, RefuseAnEmptyListAndReleaseTheOutputs) {
     IndicesPointer lines = MakeIndices({0, 1});
     std::vector<bool> flags{true};
     EXPECT_FALSE(MakeBuffersFromEdgeInfo({}, lines, &flags));
@@ -634,7 +635,7 @@ TEST(EdgeBuffers, RefuseAnEmptyListAndReleaseTheOutputs) {
     EXPECT_TRUE(flags.empty());
 }
 
-TEST(CreaseSet, SharesTheVerticesAndOwnsItsLines) {
+TEST(GetCreaseEdgesFromMesh, SharesTheVerticesAndOwnsItsLines) {
     const Surface surface = SplitFan({TiltedNormal(0.0F), TiltedNormal(90.0F)});
     const SetPointer set(
         LineSegmentSet::GetCreaseEdgesFromMesh(surface.vertices.get(), surface.triangles.get(),
@@ -650,7 +651,7 @@ TEST(CreaseSet, SharesTheVerticesAndOwnsItsLines) {
     EXPECT_TRUE(set->clipRanges.empty());
 }
 
-TEST(CreaseSet, HasFlagsOnlyWhenAskedFor) {
+TEST(GetCreaseEdgesFromMesh, HasFlagsOnlyWhenAskedFor) {
     const Surface surface = SplitFan({kUp, TiltedNormal(90.0F)});
     std::vector<CreaseEdgeInfo> edges;
     ASSERT_TRUE(Compute(surface, CancelAtQuestion(kNever), edges));
@@ -666,7 +667,7 @@ TEST(CreaseSet, HasFlagsOnlyWhenAskedFor) {
     }
 }
 
-TEST(CreaseSet, IsNullWithoutBuffersOrEdges) {
+TEST(GetCreaseEdgesFromMesh, IsNullWithoutBuffersOrEdges) {
     const CancelAtQuestion never(kNever);
     const Surface surface = LooseTriangles(1);
     const IndicesPointer noTriangles = MakeIndices({}, kx::IBT_TRIANGLES);
@@ -682,7 +683,7 @@ TEST(CreaseSet, IsNullWithoutBuffersOrEdges) {
     EXPECT_EQ(surface.vertices->GetReferences(), 1);
 }
 
-TEST(CreaseSet, OfATriMeshTakesBothItsTransformations) {
+TEST(GetCreaseEdgesFromMesh, OfATriMeshTakesBothItsTransformations) {
     const auto mesh =
         test_support::MakeMesh(test_support::Triangle(Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0, 1, 0)));
     const auto local = test_support::ScaleAndMove(Vec3(2, 2, 2), Vec3(1, 0, 0));
@@ -701,7 +702,7 @@ TEST(CreaseSet, OfATriMeshTakesBothItsTransformations) {
         nullptr);
 }
 
-TEST(EdgeTags, NeedVertices) {
+TEST(ComputeEdgeInfoFromIBuffer, NeedVertices) {
     std::vector<CreaseEdgeInfo> edges{{0, 1}};
     std::vector<unsigned char> tags;
     const IndicesPointer lines = MakeIndices({0, 1});
@@ -711,7 +712,7 @@ TEST(EdgeTags, NeedVertices) {
     EXPECT_EQ(edges.size(), 1U);
 }
 
-TEST(EdgeTags, WithoutALineListAllEdgesAreCreasesOnly) {
+TEST(ComputeEdgeInfoFromIBuffer, WithoutALineListAllEdgesAreCreasesOnly) {
     const VerticesPointer vertices = MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(2, 0, 0)});
     std::vector<CreaseEdgeInfo> edges{{0, 1}, {1, 2}};
     std::vector<unsigned char> tags{7, 7, 7};
@@ -720,7 +721,7 @@ TEST(EdgeTags, WithoutALineListAllEdgesAreCreasesOnly) {
     EXPECT_EQ(edges.size(), 2U);
 }
 
-TEST(EdgeTags, TellWhereEveryEdgeCameFrom) {
+TEST(ComputeEdgeInfoFromIBuffer, TellWhereEveryEdgeCameFrom) {
     const VerticesPointer vertices = MakeVertices(
         {Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(2, 0, 0), Vec3(3, 0, 0)}, {kUp, kUp, kUp, kUp});
     std::vector<CreaseEdgeInfo> edges{{0, 1}, {1, 2 | kFlag}};
@@ -731,7 +732,7 @@ TEST(EdgeTags, TellWhereEveryEdgeCameFrom) {
     EXPECT_EQ(tags, (std::vector<unsigned char>{2, 3, 1}));
 }
 
-TEST(EdgeTags, TheLineListIsTurnedSoThatTheSmallerPositionComesFirst) {
+TEST(ComputeEdgeInfoFromIBuffer, TheLineListIsTurnedSoThatTheSmallerPositionComesFirst) {
     const VerticesPointer vertices =
         MakeVertices({Vec3(5, 0, 0), Vec3(1, 0, 0), Vec3(1, 0, 0), Vec3(0, 9, 9)});
     std::vector<CreaseEdgeInfo> edges;
@@ -741,7 +742,7 @@ TEST(EdgeTags, TheLineListIsTurnedSoThatTheSmallerPositionComesFirst) {
     EXPECT_EQ(IndicesOf(lines.get()), (std::vector<unsigned int>{1, 0, 1, 2, 3, 0}));
 }
 
-TEST(EdgeTags, AnotherCopyOfTheSamePlaceIsAnEdgeOfItsOwn) {
+TEST(ComputeEdgeInfoFromIBuffer, AnotherCopyOfTheSamePlaceIsAnEdgeOfItsOwn) {
     const VerticesPointer vertices =
         MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(0, 0, 0), Vec3(1, 0, 0)});
     std::vector<CreaseEdgeInfo> edges{{0, 1}};
@@ -752,7 +753,7 @@ TEST(EdgeTags, AnotherCopyOfTheSamePlaceIsAnEdgeOfItsOwn) {
     EXPECT_EQ(tags, (std::vector<unsigned char>{2, 1}));
 }
 
-TEST(EdgeTags, ASegmentListedTwiceIsAddedOnce) {
+TEST(ComputeEdgeInfoFromIBuffer, ASegmentListedTwiceIsAddedOnce) {
     const VerticesPointer vertices =
         MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(2, 0, 0), Vec3(3, 0, 0)});
     std::vector<CreaseEdgeInfo> edges{{0, 1}};
@@ -763,7 +764,7 @@ TEST(EdgeTags, ASegmentListedTwiceIsAddedOnce) {
     EXPECT_EQ(tags, (std::vector<unsigned char>{3, 1}));
 }
 
-TEST(EdgeTags, AddedEdgesAreFlaggedByTheirOwnNormals) {
+TEST(ComputeEdgeInfoFromIBuffer, AddedEdgesAreFlaggedByTheirOwnNormals) {
     const Vec3 slanted(1.0F, 0.0F, 0.0F);
     const VerticesPointer vertices =
         MakeVertices({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(2, 0, 0)}, {kUp, kUp, slanted});
@@ -776,7 +777,7 @@ TEST(EdgeTags, AddedEdgesAreFlaggedByTheirOwnNormals) {
     EXPECT_EQ(added, (std::vector<Edge>{{0, 1, true}, {1, 2, false}}));
 }
 
-TEST(CreaseEdges, AgreeWithAPlainMapOnRandomMeshes) {
+TEST(ComputeCreaseEdgeInfo, AgreeWithAPlainMapOnRandomMeshes) {
     std::size_t written = 0;
     std::size_t flagged = 0;
     const int trials = Scaled(10000);
@@ -808,7 +809,7 @@ Surface Wheel(unsigned int spokes, unsigned int copies, const std::vector<Vec3>&
     return MakeSurface(positions, normals, triangles);
 }
 
-TEST(CreaseEdges, AgreeWithAPlainMapWhereAnyNumberOfEdgesMeet) {
+TEST(ComputeCreaseEdgeInfo, AgreeWithAPlainMapWhereAnyNumberOfEdgesMeet) {
     for (unsigned int spokes = 3; spokes <= 40; ++spokes) {
         std::vector<Vec3> normals(spokes + 1, kUp);
         const Surface smooth = Wheel(spokes, 1, normals);

@@ -1,5 +1,5 @@
-// Median splits along the longest side of the box around the directions.
-#include "linesets/Directions.h"
+// The tree is built by median splits along the longest side of the bounding box.
+#include "linesets/DirectionTree.h"
 
 namespace ctr {
 namespace {
@@ -8,25 +8,25 @@ using Vector = Wm4::Vector3<float>;
 
 constexpr std::uint32_t kLeafSize = 8;
 
-/// More than rounding changes of a product of unit vectors.
+/// Exceeds the rounding error of a product of two unit vectors.
 constexpr float kCosineRounding = 1e-6F;
 
 } // namespace
 
-Directions::Directions(std::vector<Entry> entries)
-    : entries_(std::move(entries)), isOut_(entries_.size(), false) {
+DirectionTree::DirectionTree(std::vector<Entry> entries)
+    : entries_(std::move(entries)), isRemoved_(entries_.size(), false) {
     const auto count = static_cast<std::uint32_t>(entries_.size());
     nodes_.emplace_back(0, count);
     for (std::uint32_t node = 0; node < nodes_.size(); ++node) {
         build(node);
     }
     for (std::uint32_t i = 0; i < count; ++i) {
-        placeOf_.emplace_back(entries_[i].number, i);
+        entryOf_.emplace_back(entries_[i].number, i);
     }
-    std::sort(placeOf_.begin(), placeOf_.end());
+    std::sort(entryOf_.begin(), entryOf_.end());
 }
 
-void Directions::build(std::uint32_t node) {
+void DirectionTree::build(std::uint32_t node) {
     Node& built = nodes_[node];
     const auto begin = entries_.begin() + built.begin;
     const auto end = entries_.begin() + built.end;
@@ -57,49 +57,49 @@ void Directions::build(std::uint32_t node) {
     nodes_.emplace_back(middle, last);
 }
 
-template <class VisitPlace, class VisitNode>
-void Directions::forEachOf(std::uint32_t number, VisitPlace visitPlace, VisitNode visitNode) {
-    auto found = std::lower_bound(placeOf_.begin(), placeOf_.end(), std::pair(number, 0U));
-    for (; found != placeOf_.end() && found->first == number; ++found) {
-        const std::uint32_t place = found->second;
-        if (!visitPlace(place)) {
+template <class VisitEntry, class VisitNode>
+void DirectionTree::forEachOf(std::uint32_t number, VisitEntry visitEntry, VisitNode visitNode) {
+    auto found = std::lower_bound(entryOf_.begin(), entryOf_.end(), std::pair(number, 0U));
+    for (; found != entryOf_.end() && found->first == number; ++found) {
+        const std::uint32_t entry = found->second;
+        if (!visitEntry(entry)) {
             continue;
         }
         std::uint32_t node = 0;
         visitNode(nodes_[node]);
         while (nodes_[node].child != 0) {
             const std::uint32_t child = nodes_[node].child;
-            node = place < nodes_[child].end ? child : child + 1;
+            node = entry < nodes_[child].end ? child : child + 1;
             visitNode(nodes_[node]);
         }
     }
 }
 
-void Directions::remove(std::uint32_t number) {
+void DirectionTree::remove(std::uint32_t number) {
     forEachOf(
         number,
-        [this](std::uint32_t place) {
-            const bool wasIn = !isOut_[place];
-            isOut_[place] = true;
-            return wasIn;
+        [this](std::uint32_t entry) {
+            const bool wasThere = !isRemoved_[entry];
+            isRemoved_[entry] = true;
+            return wasThere;
         },
         [](Node& node) { --node.left; });
 }
 
-void Directions::setJoined(std::uint32_t number) {
+void DirectionTree::setJoined(std::uint32_t number) {
     forEachOf(
         number,
-        [this](std::uint32_t place) {
-            entries_[place].alone = false;
+        [this](std::uint32_t entry) {
+            entries_[entry].alone = false;
             return true;
         },
         [](Node& node) { node.allAlone = false; });
 }
 
-void Directions::push(Items& items,
-                      std::uint32_t node,
-                      const Vector& sought,
-                      const DirectionBounds& bounds) const {
+void DirectionTree::push(Items& items,
+                         std::uint32_t node,
+                         const Vector& sought,
+                         const DirectionBounds& bounds) const {
     const Node& pushed = nodes_[node];
     float most = 0.0F;
     float least = 0.0F;
@@ -115,10 +115,10 @@ void Directions::push(Items& items,
     }
 }
 
-void Directions::expand(Items& items,
-                        std::uint32_t node,
-                        const Vector& sought,
-                        const DirectionBounds& bounds) const {
+void DirectionTree::expand(Items& items,
+                           std::uint32_t node,
+                           const Vector& sought,
+                           const DirectionBounds& bounds) const {
     const Node& expanded = nodes_[node];
     if (expanded.child != 0) {
         push(items, expanded.child, sought, bounds);
@@ -128,7 +128,7 @@ void Directions::expand(Items& items,
     for (std::uint32_t i = expanded.begin; i < expanded.end; ++i) {
         const Entry& entry = entries_[i];
         const float cosine = sought.Dot(entry.direction);
-        if (!isOut_[i] && cosine >= bounds.leastCosine &&
+        if (!isRemoved_[i] && cosine >= bounds.leastCosine &&
             (!entry.alone || cosine <= bounds.mostCosineAlone)) {
             items.push({-cosine, false, entry.number});
         }

@@ -1,5 +1,5 @@
-// Meshes whose triangles name vertices that do not exist or have no positions: the generator draws
-// what is left of them, and the rest of the scene as if they were not there.
+// Meshes with indices out of range or without positions: the generator draws their valid triangles,
+// and the rest of the scene is unaffected.
 #include <ctr/FeatureEdges.h>
 #include <ctr/GeometricFeaturesGenerator.h>
 
@@ -90,7 +90,7 @@ std::vector<Point> VisiblePoints(const std::vector<MeshPointer>& meshes, bool re
     return VisiblePoints(features);
 }
 
-TEST(BadMeshes, DrawNothingAndHideNothing) {
+TEST(GeneratorWithBadMeshes, DrawNothingAndHideNothing) {
     for (const bool removeCommon : {false, true}) {
         const std::vector<Point> alone = VisiblePoints({MakeMesh(GoodBox())}, removeCommon);
         ASSERT_GT(alone.size(), 8U);
@@ -105,7 +105,7 @@ TEST(BadMeshes, DrawNothingAndHideNothing) {
     }
 }
 
-TEST(BadMeshes, HaveNoLinesMeshByMesh) {
+TEST(GeneratorWithBadMeshes, HaveNoLinesMeshByMesh) {
     std::vector<MeshPointer> meshes = BadMeshes();
     meshes.push_back(MakeMesh(GoodBox()));
     ctr::GeometricFeaturesGenerator generator;
@@ -125,7 +125,7 @@ TEST(BadMeshes, HaveNoLinesMeshByMesh) {
     EXPECT_TRUE(features.meshes.back().silhouetteEdges);
 }
 
-TEST(BadMeshes, HaveNoFeatureEdges) {
+TEST(GeneratorWithBadMeshes, HaveNoFeatureEdges) {
     for (const MeshPointer& bad : BadMeshes()) {
         const auto outline = ctr::FindFeatureEdges(*bad, {});
         EXPECT_TRUE(!outline || !outline->getIBuffer() ||
@@ -140,7 +140,7 @@ TEST(BadMeshes, HaveNoFeatureEdges) {
     EXPECT_EQ(IndicesOf(rest->getIBuffer().get()), IndicesOf(whole->getIBuffer().get()));
 }
 
-TEST(BadSets, SegmentsWithoutVerticesAreHidden) {
+TEST(GeneratorWithBadSets, SegmentsWithoutVerticesAreHidden) {
     ctr::GeometricFeaturesGenerator generator;
     generator.setProjectionSpace(test_support::LatticeSpace(4, 4));
     generator.setSingleExportCluster({}, nullptr);

@@ -1,6 +1,6 @@
-// The ends of open edges go into a tree, which every open edge asks for those beside it; what is
-// found counts where one of the edges that end there runs along the edge that asks.
-#include "features/Junctions.h"
+// The ends of boundary edges are stored in a kd-tree. Each boundary edge queries it for the points
+// beside it; a point is a T-junction if one of the edges that end there runs along the edge.
+#include "features/TJunctions.h"
 
 #include "features/Bounds.h"
 #include "features/PointTree.h"
@@ -12,26 +12,26 @@
 namespace ctr {
 namespace {
 
-/// Points looked at per open edge on average, beside a number that small models may use up.
+/// Limit of the points visited: per boundary edge on average, plus a budget for small models.
 constexpr std::size_t kVisitsPerEdge = 64;
 constexpr std::size_t kFreeVisits = 65536;
 
-Wm4::Vector3<double> PositionAt(const Sides& sides, std::uint32_t place) {
-    return InDoubles(sides.position(place));
+Wm4::Vector3<double> PositionAt(const HalfEdges& halfEdges, std::uint32_t point) {
+    return InDoubles(halfEdges.position(point));
 }
 
-/// Whether a triangle with an area looks to the side that the normal points to.
-bool LooksAlong(const Wm4::Vector3<double>& normal,
+/// Whether a triangle has an area and faces to the side of a normal.
+bool FacesAlong(const Wm4::Vector3<double>& normal,
                 const Wm4::Vector3<double>& a,
                 const Wm4::Vector3<double>& b,
                 const Wm4::Vector3<double>& c) {
     return (b - a).Cross(c - a).Dot(normal) > 0.0;
 }
 
-/// An open edge as a ray, to measure others against.
-class Ruler {
+/// Coordinates along and across a boundary edge.
+class EdgeAxis {
 public:
-    explicit Ruler(const OpenEdge& edge)
+    explicit EdgeAxis(const BoundaryEdge& edge)
         : start_(edge.start), direction_((edge.end - edge.start) / edge.length),
           length_(edge.length) {}
 
@@ -48,51 +48,53 @@ private:
     double length_;
 };
 
-/// Whether a segment overlaps the ruler's for more than four times a distance, within the distance.
-bool RunsAlong(const Ruler& ruler,
+/// Whether a segment overlaps an edge by more than four times a distance, within the distance.
+bool RunsAlong(const EdgeAxis& axis,
                const Wm4::Vector3<double>& start,
                const Wm4::Vector3<double>& end,
                double distance) {
-    const double from = ruler.along(start);
-    const double to = ruler.along(end);
+    const double from = axis.along(start);
+    const double to = axis.along(end);
     const double low = std::max(0.0, std::min(from, to));
-    const double high = std::min(ruler.length(), std::max(from, to));
+    const double high = std::min(axis.length(), std::max(from, to));
     if (!(high - low > 4.0 * distance)) {
         return false;
     }
     const auto pointAt = [&](double at) {
         return start + (end - start) * ((at - from) / (to - from));
     };
-    return ruler.aside(pointAt(low)) <= distance && ruler.aside(pointAt(high)) <= distance;
+    return axis.aside(pointAt(low)) <= distance && axis.aside(pointAt(high)) <= distance;
 }
 
-class JunctionFinder {
+class TJunctionFinder {
 public:
-    JunctionFinder(const std::vector<OpenEdge>& edges, const SurfaceView& surface, double distance)
-        : edges_(edges), sides_(surface.sides), distance_(distance), ends_(endsOf(edges)),
+    TJunctionFinder(const std::vector<BoundaryEdge>& edges,
+                    const SurfaceView& surface,
+                    double distance)
+        : edges_(edges), halfEdges_(surface.halfEdges), distance_(distance), ends_(endsOf(edges)),
           tree_(pointsOf(ends_)), visitsLeft_(kFreeVisits + kVisitsPerEdge * edges.size()) {}
 
-    std::vector<Junction> run() {
-        for (const OpenEdge& edge : edges_) {
+    std::vector<TJunction> run() {
+        for (const BoundaryEdge& edge : edges_) {
             const std::size_t first = found_.size();
             findOn(edge);
-            keepUpright(edge, first);
+            keepUnflipped(edge, first);
         }
         return std::move(found_);
     }
 
 private:
-    /// An end of an open edge.
+    /// An end of a boundary edge.
     struct End {
-        std::uint32_t place;
+        std::uint32_t point;
         std::uint32_t edge;
 
         bool operator<(const End& other) const {
-            return place != other.place ? place < other.place : edge < other.edge;
+            return point != other.point ? point < other.point : edge < other.edge;
         }
     };
 
-    static std::vector<End> endsOf(const std::vector<OpenEdge>& edges) {
+    static std::vector<End> endsOf(const std::vector<BoundaryEdge>& edges) {
         std::vector<End> ends;
         ends.reserve(2 * edges.size());
         for (std::uint32_t i = 0; i < edges.size(); ++i) {
@@ -103,65 +105,66 @@ private:
         return ends;
     }
 
-    /// One point for each place; notes where its ends begin.
+    /// The position of each point for the tree; sets firstEnd_.
     std::vector<Wm4::Vector3<double>> pointsOf(const std::vector<End>& ends) {
         std::vector<Wm4::Vector3<double>> points;
         for (std::uint32_t i = 0; i < ends.size(); ++i) {
-            if (i == 0 || ends[i].place != ends[i - 1].place) {
+            if (i == 0 || ends[i].point != ends[i - 1].point) {
                 firstEnd_.push_back(i);
-                points.push_back(PositionAt(sides_, ends[i].place));
+                points.push_back(PositionAt(halfEdges_, ends[i].point));
             }
         }
         firstEnd_.push_back(static_cast<std::uint32_t>(ends.size()));
         return points;
     }
 
-    void findOn(const OpenEdge& edge) {
+    void findOn(const BoundaryEdge& edge) {
         near_.clear();
         tree_.findNear(edge.start, edge.end, distance_, visitsLeft_, near_);
         visitsLeft_ -= std::min(visitsLeft_, near_.size());
-        const Ruler ruler(edge);
-        for (const std::uint32_t point : near_) {
-            const std::uint32_t place = ends_[firstEnd_[point]].place;
-            const Wm4::Vector3<double> position = PositionAt(sides_, place);
-            const double along = ruler.along(position);
+        const EdgeAxis axis(edge);
+        for (const std::uint32_t treePoint : near_) {
+            const std::uint32_t point = ends_[firstEnd_[treePoint]].point;
+            const Wm4::Vector3<double> position = PositionAt(halfEdges_, point);
+            const double along = axis.along(position);
             if (along > distance_ && along < edge.length - distance_ &&
-                ruler.aside(position) <= distance_ && isNeighbour(point, edge, ruler)) {
-                found_.push_back({edge.corner, place, along / edge.length});
+                axis.aside(position) <= distance_ && isNeighbour(treePoint, edge, axis)) {
+                found_.push_back({edge.corner, point, along / edge.length});
             }
         }
     }
 
-    /// Whether one of the edges that end at a point runs along an edge.
-    bool isNeighbour(std::uint32_t point, const OpenEdge& edge, const Ruler& ruler) const {
-        for (std::uint32_t i = firstEnd_[point]; i < firstEnd_[point + 1]; ++i) {
-            const OpenEdge& other = edges_[ends_[i].edge];
+    /// Whether one of the edges that end at a point of the tree runs along an edge.
+    bool
+    isNeighbour(std::uint32_t treePoint, const BoundaryEdge& edge, const EdgeAxis& axis) const {
+        for (std::uint32_t i = firstEnd_[treePoint]; i < firstEnd_[treePoint + 1]; ++i) {
+            const BoundaryEdge& other = edges_[ends_[i].edge];
             if (other.triangle() != edge.triangle() && !FoldsBack(edge, other) &&
-                RunsAlong(ruler, other.start, other.end, distance_)) {
+                RunsAlong(axis, other.start, other.end, distance_)) {
                 return true;
             }
         }
         return false;
     }
 
-    /// Brings the junctions from first on into their order along the edge, and drops those that the
-    /// fan of parts cannot take.
-    void keepUpright(const OpenEdge& edge, std::size_t first) {
+    /// Sorts the junctions from first on along the edge, and drops those that would make a part of
+    /// the fan face the other way.
+    void keepUnflipped(const BoundaryEdge& edge, std::size_t first) {
         if (found_.size() == first) {
             return;
         }
         std::sort(found_.begin() + static_cast<std::ptrdiff_t>(first), found_.end(),
-                  [](const Junction& a, const Junction& b) {
-                      return a.along != b.along ? a.along < b.along : a.place < b.place;
+                  [](const TJunction& a, const TJunction& b) {
+                      return a.along != b.along ? a.along < b.along : a.point < b.point;
                   });
-        const std::uint32_t apexPlace = sides_.placeAt(NextCorner(NextCorner(edge.corner)));
-        const Wm4::Vector3<double> apex = PositionAt(sides_, apexPlace);
+        const std::uint32_t apexPoint = halfEdges_.pointAt(NextCorner(NextCorner(edge.corner)));
+        const Wm4::Vector3<double> apex = PositionAt(halfEdges_, apexPoint);
         const Wm4::Vector3<double> normal = (edge.end - edge.start).Cross(apex - edge.start);
         std::size_t kept = first;
         Wm4::Vector3<double> before = edge.start;
         for (std::size_t i = first; i < found_.size(); ++i) {
-            const Wm4::Vector3<double> at = PositionAt(sides_, found_[i].place);
-            if (LooksAlong(normal, before, at, apex) && LooksAlong(normal, at, edge.end, apex)) {
+            const Wm4::Vector3<double> at = PositionAt(halfEdges_, found_[i].point);
+            if (FacesAlong(normal, before, at, apex) && FacesAlong(normal, at, edge.end, apex)) {
                 found_[kept++] = found_[i];
                 before = at;
             }
@@ -169,15 +172,15 @@ private:
         found_.resize(kept);
     }
 
-    const std::vector<OpenEdge>& edges_;
-    const Sides& sides_;
+    const std::vector<BoundaryEdge>& edges_;
+    const HalfEdges& halfEdges_;
     double distance_;
-    std::vector<End> ends_;               ///< By place.
-    std::vector<std::uint32_t> firstEnd_; ///< Of each different place, and the end of all.
-    PointTree tree_;                      ///< Over the different places.
+    std::vector<End> ends_;               ///< By point.
+    std::vector<std::uint32_t> firstEnd_; ///< Of each different point, and the end of all.
+    PointTree tree_;                      ///< Over the different points.
     std::size_t visitsLeft_;
-    std::vector<std::uint32_t> near_; ///< Scratch, kept for its memory.
-    std::vector<Junction> found_;
+    std::vector<std::uint32_t> near_; ///< Scratch memory, reused.
+    std::vector<TJunction> found_;
 };
 
 /// Replaces triangles by fans.
@@ -187,10 +190,10 @@ public:
         : surface_(surface),
           vertexCount_(static_cast<std::uint32_t>(surface.vertices.GetVertexQuantity())) {}
 
-    SplitTriangles run(const std::vector<Junction>& junctions) {
+    SplitTriangles run(const std::vector<TJunction>& junctions) {
         const unsigned int* indices = surface_.triangles.GetData();
         std::size_t next = 0;
-        for (std::uint32_t corner = 0; corner < surface_.sides.cornerCount(); corner += 3) {
+        for (std::uint32_t corner = 0; corner < surface_.halfEdges.cornerCount(); corner += 3) {
             const std::size_t first = next;
             while (next < junctions.size() && junctions[next].corner < corner + 3) {
                 ++next;
@@ -207,15 +210,15 @@ public:
 private:
     using Triangle = std::array<std::uint32_t, 3>;
 
-    /// Splits the sides of a triangle one after the other; false, with nothing changed, where a
-    /// part would not look to the triangle's side.
-    bool split(std::uint32_t corner, const Junction* first, const Junction* end) {
+    /// Splits the sides of a triangle in turn; returns false and changes nothing if a part would
+    /// face the other way.
+    bool split(std::uint32_t corner, const TJunction* first, const TJunction* end) {
         const unsigned int* indices = surface_.triangles.GetData();
         const std::size_t addedBefore = result_.added.size();
         parts_.assign(1, {indices[corner], indices[corner + 1], indices[corner + 2]});
         std::size_t edges = 0;
         for (std::uint32_t side = 0; side < 3; ++side) {
-            const Junction* next = first;
+            const TJunction* next = first;
             while (next != end && next->corner == corner + side) {
                 ++next;
             }
@@ -225,7 +228,7 @@ private:
             }
             first = next;
         }
-        if (!areUpright(corner)) {
+        if (!areUnflipped(corner)) {
             result_.added.resize(addedBefore);
             return false;
         }
@@ -237,7 +240,7 @@ private:
     }
 
     /// Replaces the part with the side between two vertices by a fan around its third corner.
-    void fan(std::uint32_t from, std::uint32_t to, const Junction* first, const Junction* end) {
+    void fan(std::uint32_t from, std::uint32_t to, const TJunction* first, const TJunction* end) {
         const auto hasSide = [&](const Triangle& part) {
             return (part[0] == from && part[1] == to) || (part[1] == from && part[2] == to) ||
                    (part[2] == from && part[0] == to);
@@ -249,9 +252,9 @@ private:
                                    : whole[1] != from && whole[1] != to ? whole[1]
                                                                         : whole[2];
         std::uint32_t before = from;
-        for (const Junction* junction = first; junction != end; ++junction) {
+        for (const TJunction* junction = first; junction != end; ++junction) {
             const auto vertex = static_cast<std::uint32_t>(vertexCount_ + result_.added.size());
-            result_.added.push_back({junction->place, from, to, junction->along});
+            result_.added.push_back({junction->point, from, to, junction->along});
             parts_.push_back({before, vertex, apex});
             before = vertex;
         }
@@ -259,19 +262,19 @@ private:
     }
 
     Wm4::Vector3<double> positionOf(std::uint32_t vertex) const {
-        const Sides& sides = surface_.sides;
-        return PositionAt(sides, vertex < vertexCount_
-                                     ? sides.placeOf(vertex)
-                                     : result_.added[vertex - vertexCount_].place);
+        const HalfEdges& halfEdges = surface_.halfEdges;
+        return PositionAt(halfEdges, vertex < vertexCount_
+                                         ? halfEdges.pointOf(vertex)
+                                         : result_.added[vertex - vertexCount_].point);
     }
 
-    bool areUpright(std::uint32_t corner) const {
+    bool areUnflipped(std::uint32_t corner) const {
         const unsigned int* indices = surface_.triangles.GetData() + corner;
         const Wm4::Vector3<double> origin = positionOf(indices[0]);
         const Wm4::Vector3<double> normal =
             (positionOf(indices[1]) - origin).Cross(positionOf(indices[2]) - origin);
         return std::all_of(parts_.begin(), parts_.end(), [&](const Triangle& part) {
-            return LooksAlong(normal, positionOf(part[0]), positionOf(part[1]),
+            return FacesAlong(normal, positionOf(part[0]), positionOf(part[1]),
                               positionOf(part[2]));
         });
     }
@@ -279,18 +282,19 @@ private:
     const SurfaceView& surface_;
     std::uint32_t vertexCount_;
     SplitTriangles result_;
-    std::vector<Triangle> parts_; ///< Scratch, kept for its memory.
+    std::vector<Triangle> parts_; ///< Scratch memory, reused.
 };
 
 } // namespace
 
-std::vector<Junction>
-FindJunctions(const std::vector<OpenEdge>& edges, const SurfaceView& surface, double distance) {
-    return JunctionFinder(edges, surface, distance).run();
+std::vector<TJunction> FindTJunctions(const std::vector<BoundaryEdge>& edges,
+                                      const SurfaceView& surface,
+                                      double distance) {
+    return TJunctionFinder(edges, surface, distance).run();
 }
 
-SplitTriangles SplitAtJunctions(const std::vector<Junction>& junctions,
-                                const SurfaceView& surface) {
+SplitTriangles SplitAtTJunctions(const std::vector<TJunction>& junctions,
+                                 const SurfaceView& surface) {
     return Splitter(surface).run(junctions);
 }
 

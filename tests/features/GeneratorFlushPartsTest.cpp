@@ -1,6 +1,6 @@
-// Sixty parts standing flush on a table: rounding onto the grid sinks some of their foot edges
-// below the table by a fraction of a step, and there the line where the two cut each other has to
-// take the place of the edge, so that every foot line is drawn over its whole visible length.
+// Sixty parts standing flush on a table: rounding to the grid puts some of their foot edges below
+// the table by a fraction of a step. There the intersection of part and table replaces the edge, so
+// that each foot line is drawn over its whole visible length.
 #include <ctr/GeometricFeaturesGenerator.h>
 
 #include <kxSceneGraph/kxOutlineMetadata.h>
@@ -267,7 +267,7 @@ double LengthWithin(const std::vector<std::pair<double, double>>& ranges, double
     return length;
 }
 
-TEST(FlushParts, EveryFootLineIsDrawnOverItsWholeVisibleLength) {
+TEST(GeneratorFlushParts, EveryFootLineIsDrawnOverItsWholeVisibleLength) {
     test_support::Random random(60);
     std::vector<Part> parts;
     std::vector<kx::kxPointer<kx::kxTriMesh>> meshes;

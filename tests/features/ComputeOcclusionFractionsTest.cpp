@@ -1,5 +1,5 @@
-// Which fractions hidden ranges have: a caller's own are kept as they are, what triangles hide as a
-// whole is 0/1 .. 1/1.
+// The fractions of occluded intervals: those of the caller are kept, and an entirely occluded
+// segment gets 0/1 .. 1/1.
 #include <ctr/GeometricFeaturesGenerator.h>
 
 #include "linesets/SegmentBuilders.h"
@@ -43,7 +43,7 @@ void ExpectHidden(const std::vector<MeshPointer>& walls,
 }
 
 // A list that was whole used to become 0/1 .. 1/1.
-TEST(RangeForms, OwnListsStayWhereNothingElseHides) {
+TEST(ComputeOcclusionFractions, OwnListsStayWhereNothingElseHides) {
     const std::vector<Numbers> lists = {
         {{0, 7, 7, 7}}, {{0, 1, 1, 1}}, {{0, 3, 2, 4}}, {{1, 7, 2, 7}, {3, 7, 14, 14}}};
     for (const Numbers& numbers : lists) {
@@ -56,17 +56,17 @@ TEST(RangeForms, OwnListsStayWhereNothingElseHides) {
     }
 }
 
-TEST(RangeForms, OwnListsAreFusedWhereNothingElseHides) {
+TEST(ComputeOcclusionFractions, OwnListsAreFusedWhereNothingElseHides) {
     ExpectHidden({}, {}, {Range(1, 2, 7, 7), Range(0, 5, 3, 5)}, {{0, 5, 7, 7}});
     ExpectHidden({}, {}, {Range(4, 6, 5, 6), Range(1, 6, 2, 6)}, {{1, 6, 2, 6}, {4, 6, 5, 6}});
 }
 
-TEST(RangeForms, OwnListsThatAreWholeStayWhereTrianglesHideAPart) {
+TEST(ComputeOcclusionFractions, OwnListsThatAreWholeStayWhereTrianglesHideAPart) {
     ExpectHidden({Wall(4, 8)}, {}, {Range(0, 7, 7, 7)}, {{0, 7, 7, 7}});
     ExpectHidden({}, {Wall(4, 8)}, {Range(0, 7, 7, 7)}, {{0, 7, 7, 7}});
 }
 
-TEST(RangeForms, WhatTrianglesHideAsAWholeIsOneRange) {
+TEST(ComputeOcclusionFractions, WhatTrianglesHideAsAWholeIsOneRange) {
     const Numbers whole = {{0, 1, 1, 1}};
     ExpectHidden({Wall(0, 14)}, {}, {}, whole);
     ExpectHidden({}, {Wall(0, 14)}, {}, whole);

@@ -1,5 +1,5 @@
-// Where edges are split, and into what.
-#include "features/Junctions.h"
+// The points at which edges are split, and the resulting triangles.
+#include "features/TJunctions.h"
 
 #include "features/SurfaceShapes.h"
 
@@ -7,10 +7,10 @@
 
 namespace {
 
-using ctr::Junction;
-using ctr::OpenEdge;
-using ctr::Sides;
+using ctr::BoundaryEdge;
+using ctr::HalfEdges;
 using ctr::SplitTriangles;
+using ctr::TJunction;
 using features_test::Buffers;
 using features_test::BuffersOf;
 using test_support::MeshData;
@@ -18,19 +18,20 @@ using test_support::Point;
 using test_support::Quad;
 
 struct Found {
-    std::vector<Junction> junctions;
+    std::vector<TJunction> junctions;
     SplitTriangles split;
 };
 
 Found FindIn(const MeshData& data, double distance) {
     const Buffers buffers = BuffersOf(data);
-    const Sides sides(*buffers.vertices, *buffers.triangles);
-    const std::vector<OpenEdge> edges =
-        MeasureOpenEdges(SurveyEdges(sides), sides, *buffers.vertices, *buffers.triangles);
-    const ctr::SurfaceView surface{*buffers.vertices, *buffers.triangles, sides, data.positions};
+    const HalfEdges halfEdges(*buffers.vertices, *buffers.triangles);
+    const std::vector<BoundaryEdge> edges = MeasureBoundaryEdges(
+        ClassifyEdges(halfEdges), halfEdges, *buffers.vertices, *buffers.triangles);
+    const ctr::SurfaceView surface{*buffers.vertices, *buffers.triangles, halfEdges,
+                                   data.positions};
     Found found;
-    found.junctions = FindJunctions(edges, surface, distance);
-    found.split = SplitAtJunctions(found.junctions, surface);
+    found.junctions = FindTJunctions(edges, surface, distance);
+    found.split = SplitAtTJunctions(found.junctions, surface);
     return found;
 }
 
@@ -44,10 +45,10 @@ MeshData Row(const std::vector<float>& xs, float y = 0.0F) {
     return data;
 }
 
-TEST(FindJunctions, FindsCornersOnAnEdgeInTheirOrder) {
+TEST(FindTJunctions, FindsCornersOnAnEdgeInTheirOrder) {
     const Found found = FindIn(Row({0, 3, 4, 8, 10}), 1e-3);
     ASSERT_EQ(found.junctions.size(), 3U);
-    for (const Junction& junction : found.junctions) {
+    for (const TJunction& junction : found.junctions) {
         EXPECT_EQ(junction.corner, 0U);
     }
     EXPECT_NEAR(found.junctions[0].along, 0.3, 1e-9);
@@ -55,7 +56,7 @@ TEST(FindJunctions, FindsCornersOnAnEdgeInTheirOrder) {
     EXPECT_NEAR(found.junctions[2].along, 0.8, 1e-9);
 }
 
-TEST(FindJunctions, SplitsBothOfTwoEdgesThatOverlap) {
+TEST(FindTJunctions, SplitsBothOfTwoEdgesThatOverlap) {
     const Found found = FindIn(Row({-4, 7}), 1e-3);
     ASSERT_EQ(found.junctions.size(), 2U);
     EXPECT_EQ(found.junctions[0].corner, 0U);
@@ -64,7 +65,7 @@ TEST(FindJunctions, SplitsBothOfTwoEdgesThatOverlap) {
     EXPECT_NEAR(found.junctions[1].along, 7.0 / 11.0, 1e-9);
 }
 
-TEST(FindJunctions, TakesNoCornerThatIsFarOrOnlyTouches) {
+TEST(FindTJunctions, TakesNoCornerThatIsFarOrOnlyTouches) {
     EXPECT_TRUE(FindIn(Row({0, 3, 10}, -0.01F), 1e-3).junctions.empty()) << "too far";
     MeshData tip = Row({});
     tip.append(test_support::Triangle(Point(5, 0, 0), Point(3, -4, 0), Point(7, -4, 0)));
@@ -75,7 +76,7 @@ TEST(FindJunctions, TakesNoCornerThatIsFarOrOnlyTouches) {
     EXPECT_TRUE(FindIn(Row({0, 10}), 1e-3).junctions.empty()) << "the same ends";
 }
 
-TEST(SplitAtJunctions, MakesAFanAroundTheCornerOpposite) {
+TEST(SplitAtTJunctions, MakesAFanAroundTheCornerOpposite) {
     const SplitTriangles split = FindIn(Row({0, 3, 10}), 1e-3).split;
     EXPECT_EQ(split.splitEdges, 1U);
     ASSERT_EQ(split.added.size(), 1U);
@@ -85,7 +86,7 @@ TEST(SplitAtJunctions, MakesAFanAroundTheCornerOpposite) {
     EXPECT_EQ(split.indices, (std::vector<std::uint32_t>{0, 9, 2, 9, 1, 2, 3, 4, 5, 6, 7, 8}));
 }
 
-TEST(SplitAtJunctions, SplitsAllSidesOfATriangle) {
+TEST(SplitAtTJunctions, SplitsAllSidesOfATriangle) {
     // A large triangle in the middle of three pairs of small ones.
     const Point a(0, 0, 0);
     const Point b(12, 0, 0);

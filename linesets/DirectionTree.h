@@ -1,4 +1,4 @@
-// Directions from a crowded point, to be looked up by how near they are to another one.
+// Nearest-neighbour search among directions.
 #pragma once
 
 #include <Wm4Foundation.h>
@@ -12,43 +12,43 @@
 
 namespace ctr {
 
-/// Which directions a search shows. Cosines are between a direction and the one that is sought.
+/// Limits of a search. Cosines are between a direction and the query.
 struct DirectionBounds {
-    float leastCosine;     ///< None that is farther away.
-    float mostCosineAlone; ///< Of those of one segment, none that is nearer.
+    float leastCosine;     ///< Farther directions are left out.
+    float mostCosineAlone; ///< Nearer directions of single segments are left out.
 };
 
-/// A tree of boxes over unit vectors, each of which may be taken out.
-///
-/// (J. L. Bentley, Multidimensional binary search trees used for associative searching, 1975;
-/// searched best first as G. R. Hjaltason and H. Samet do, Distance browsing in spatial databases,
-/// 1999.) Building takes O(n log n), taking out O(log n).
-class Directions {
+/// A kd-tree with bounding boxes over unit vectors, from which entries can be removed (J. L.
+/// Bentley, Multidimensional binary search trees used for associative searching, Communications of
+/// the ACM 18(9), 1975), with best-first search (G. R. Hjaltason and H. Samet, Distance browsing in
+/// spatial databases, ACM Transactions on Database Systems 24(2), 1999). Construction takes O(n log
+/// n), removal O(log n).
+class DirectionTree {
 public:
     struct Entry {
         Wm4::Vector3<float> direction;
-        std::uint32_t number; ///< Of what goes there.
-        bool alone;           ///< It is one segment and joined with nothing.
+        std::uint32_t number; ///< Given by the caller.
+        bool alone;           ///< A single segment that is not joined to another.
     };
 
-    /// Every direction is of finite coordinates.
-    explicit Directions(std::vector<Entry> entries);
+    /// All coordinates are finite.
+    explicit DirectionTree(std::vector<Entry> entries);
 
     std::size_t count() const { return entries_.size(); }
 
-    /// The number is in no result from now on.
+    /// Removes all entries of a number.
     void remove(std::uint32_t number);
 
-    /// The number is not alone from now on.
+    /// Clears `alone` of all entries of a number.
     void setJoined(std::uint32_t number);
 
-    /// Calls visit(number), the nearest direction first and of equally near ones the least number
-    /// first, until it returns true; returns whether it did.
+    /// Calls visit(number) in the order of distance from the query, ties by number, until it
+    /// returns true; returns whether it did.
     template <class Visit>
     bool
     search(const Wm4::Vector3<float>& sought, const DirectionBounds& bounds, Visit visit) const {
-        // What is next: a node by the least that its entries can have, or an entry. The most
-        // negative cosine is the nearest.
+        // A node is queued by a lower bound for its entries, an entry by its own distance, which is
+        // the negative cosine.
         std::priority_queue<Item, std::vector<Item>, FarFirst> items;
         push(items, 0, sought, bounds);
         while (!items.empty()) {
@@ -72,10 +72,10 @@ private:
 
         std::uint32_t begin;
         std::uint32_t end;
-        std::uint32_t child = 0; ///< The first of two that follow each other; 0 in a leaf.
-        std::uint32_t left;      ///< So many entries have not been taken out.
+        std::uint32_t child = 0; ///< The first of two consecutive children; 0 in a leaf.
+        std::uint32_t left;      ///< Entries that have not been removed.
         bool allAlone = true;
-        Wm4::Vector3<float> low{0.0F, 0.0F, 0.0F}; ///< Corners of the box around all entries.
+        Wm4::Vector3<float> low{0.0F, 0.0F, 0.0F}; ///< The bounding box of all entries.
         Wm4::Vector3<float> high{0.0F, 0.0F, 0.0F};
     };
 
@@ -85,7 +85,7 @@ private:
         std::uint32_t number;
     };
 
-    /// Nodes come before entries as far away, which they may hold.
+    /// Nodes come before entries at the same distance, since they may contain such entries.
     struct FarFirst {
         bool operator()(const Item& a, const Item& b) const {
             if (a.negativeCosine != b.negativeCosine) {
@@ -99,10 +99,10 @@ private:
 
     void build(std::uint32_t node);
 
-    /// Calls visitPlace(place) for each entry of a number and, where that returns true,
-    /// visitNode(node) for all nodes that it is in.
-    template <class VisitPlace, class VisitNode>
-    void forEachOf(std::uint32_t number, VisitPlace visitPlace, VisitNode visitNode);
+    /// Calls visitEntry(i) for the index of each entry of a number and, if it returns true,
+    /// visitNode(node) for all nodes that contain it.
+    template <class VisitEntry, class VisitNode>
+    void forEachOf(std::uint32_t number, VisitEntry visitEntry, VisitNode visitNode);
     void push(Items& items,
               std::uint32_t node,
               const Wm4::Vector3<float>& sought,
@@ -113,9 +113,9 @@ private:
                 const DirectionBounds& bounds) const;
 
     std::vector<Entry> entries_;
-    std::vector<bool> isOut_;
+    std::vector<bool> isRemoved_;
     std::vector<Node> nodes_;
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> placeOf_; ///< By number, sorted.
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> entryOf_; ///< Number and index, sorted.
 };
 
 } // namespace ctr
