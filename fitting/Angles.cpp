@@ -1,9 +1,10 @@
-// Angles are reduced to an eighth of a turn either side of a multiple of a right angle, where
-// Taylor series converge fast. Radians are reduced by multiplication with as many bits of 2 / pi as
-// matter (M. Payne and R. Hanek, Radian Reduction for Trigonometric Functions, SIGNUM Newsletter
-// 18, 1983). Arc tangents are reduced to an eighth around multiples of a quarter, by the addition
-// theorem.
+// Angles are reduced to within pi / 4 of a multiple of a right angle, where Taylor series converge
+// fast. Radians are reduced by multiplication with the relevant bits of 2 / pi (M. Payne and R.
+// Hanek, Radian Reduction for Trigonometric Functions, SIGNUM Newsletter 18, 1983). Tangents are
+// reduced to within 1/8 of a multiple of 1/4 by the addition theorem.
 #include "fitting/Angles.h"
+
+#include <ctr/detail/ArcTangent.h>
 
 #include <array>
 #include <cmath>
@@ -20,20 +21,20 @@ using SignedWide = __int128;
 constexpr double kDegree = std::numbers::pi / 180.0;
 constexpr double kRightAngle = std::numbers::pi / 2.0;
 
-/// A whole number of right angles, modulo 4, and what is left: radians, up to pi / 4 either way.
+/// A whole number of right angles, modulo 4, and the remainder in radians, from -pi / 4 to pi / 4.
 struct ReducedAngle {
     unsigned quarters;
     double rest;
 };
 
-/// A right angle is 2^126, so that whole turns overflow away. The mantissa of 24 bits times the
-/// bits of 2 / pi that are not whole turns is off by less than 2^-101 of a right angle: far less
-/// than what any float leaves. Cosines of all floats were compared with those of quadruple
-/// precision.
+/// In fixed point with 2^126 for a right angle, so that full turns overflow. The product of the
+/// 24-bit mantissa and the bits of 2 / pi below full turns has an error below 2^-101 of a right
+/// angle, far less than the smallest remainder of any float. The cosines of all floats were
+/// compared with quadruple precision.
 ReducedAngle Reduced(float radians) {
     constexpr int kMantissaBits = std::numeric_limits<float>::digits;
     constexpr int kQuarterBits = 126;
-    /// 2 / pi in 256 bits after the point, from the last word to the first, and what is before it.
+    /// 2 / pi with 256 fractional bits, least significant word first, then its integer part.
     constexpr std::array<std::uint64_t, 5> kTwoOverPi{0xfe5163abdebbc561U, 0xdb6295993c439041U,
                                                       0xfc2757d1f534ddc0U, 0xa2f9836e4e441529U, 0U};
     const float size = std::abs(radians);
@@ -75,23 +76,6 @@ double CosineOf(const ReducedAngle& angle) {
     return angle.quarters == 1U || angle.quarters == 2U ? -size : size;
 }
 
-/// For tangents from 0 to 1.
-double ArcTangent(double tangent) {
-    /// The arc tangents of 0, 1/4, 1/2, 3/4 and 1, and what rounding has taken off them.
-    constexpr std::array<double, 5> kHigh{0x0.0p+0, 0x1.f5b75f92c80ddp-3, 0x1.dac670561bb4fp-2,
-                                          0x1.4978fa3269ee1p-1, 0x1.921fb54442d18p-1};
-    constexpr std::array<double, 5> kLow{0x0.0p+0, 0x1.8ab6e3cf7afbdp-57, 0x1.a2b7f222f65e2p-56,
-                                         0x1.2419a87f2a458p-56, 0x1.1a62633145c07p-55};
-    const double step = std::nearbyint(4.0 * tangent);
-    const double x = (tangent - step / 4.0) / (1.0 + tangent * step / 4.0);
-    double sum = 0.0;
-    for (int n = 17; n >= 3; n -= 2) {
-        sum = (1.0 / n + sum) * -x * x;
-    }
-    const auto at = static_cast<std::size_t>(step);
-    return kHigh[at] + (kLow[at] + (x + x * sum));
-}
-
 } // namespace
 
 float Cosine(float radians) {
@@ -114,7 +98,7 @@ double ArcCosine(double cosine) {
         return std::numeric_limits<double>::quiet_NaN();
     }
     // The tangent of half the angle.
-    const double angle = 2.0 * ArcTangent(std::sqrt((1.0 - size) / (1.0 + size)));
+    const double angle = 2.0 * detail::ArcTangent(std::sqrt((1.0 - size) / (1.0 + size)));
     return cosine < 0.0 ? std::numbers::pi - angle : angle;
 }
 

@@ -1,11 +1,12 @@
 // Incremental least-squares fits of lines and circles.
 //
-// With M the sum of u u^T over unit directions, the spread of directions about an axis a is the sum
-// of sin^2, and the mean direction M's dominant eigenvector; directions in a plane have its normal
-// as the eigenvector of the smallest eigenvalue. Both come from power iteration by repeated
-// squaring (G. Golub and C. Van Loan, Matrix Computations, section on the power method), the second
-// on the adjugate, which turns the order of eigenvalues round. The centre solves the normal
-// equations of the bisecting planes u . C = h; only sums are kept, never the segments.
+// Let M be the sum of u u^T over the unit directions u. The mean direction is the dominant
+// eigenvector of M, and the spread of the directions about it is the sum of sin^2. The normal of
+// the plane of the directions is the eigenvector of the smallest eigenvalue. Both are computed by
+// power iteration with repeated squaring (G. Golub and C. Van Loan, Matrix Computations, section on
+// the power method), the second on the adjugate, which reverses the order of the eigenvalues. The
+// centre of a circle solves the normal equations of the bisector planes u . C = h. Only sums are
+// stored, not the segments: constant time per segment and per fit.
 #include <ctr/FittingSystem.h>
 
 #include "fitting/Angles.h"
@@ -24,11 +25,11 @@ using Symmetric = std::array<double, 6>;
 constexpr double kAngleToleranceSquared = 3.04617e-6;
 /// The square of 1 % of the radius.
 constexpr double kRadiusToleranceSquared = 0.0001;
-/// Fan of triangles against circular sector. A fan within 22.5 degree steps is above the first; the
-/// second is the float 1.005.
+/// Limits of the ratio of the area of the triangle fan to that of the circular sector. The ratio
+/// for steps of up to 22.5 degrees exceeds the first; the second is the float 1.005.
 constexpr double kSmallestAreaRatio = 0.825263276564015;
 constexpr double kLargestAreaRatio = 1.0049999952316284;
-/// Segment lengths stay within a factor of 3 of the first chord.
+/// Segment lengths must be within a factor of 3 of the first chord.
 constexpr double kLengthRatioSquared = 9.0;
 constexpr double kInverseLengthRatioSquared = 0.1111111111111111;
 constexpr double kFullCircle = 6.283185307179586;
@@ -42,7 +43,7 @@ Wm4::Vector3<float> ToFloat(const Vector& v) {
     return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])};
 }
 
-/// Not a number stays what it is; the vector class would make it 0.
+/// Propagates NaN, which the vector class's own length does not.
 double Length(const Vector& v) {
     return std::sqrt(v.SquaredLength());
 }
@@ -79,7 +80,7 @@ Symmetric Normalised(Symmetric m) {
     return m;
 }
 
-/// The eigenvector of the largest eigenvalue: the longest column of the matrix to the 16th power.
+/// The eigenvector of the largest eigenvalue: the longest column of the 16th power of the matrix.
 Vector DominantEigenvector(Symmetric m) {
     constexpr int kNormalisedSquarings = 3;
     m = Normalised(m);
@@ -108,7 +109,7 @@ Vector Perpendicular(const Vector& v) {
     return Divided(cross, Length(cross));
 }
 
-/// The unit vector, or zero for one so short that its inverse length is not finite.
+/// The unit vector, or zero for a vector so short that its inverse length is not finite.
 Vector UnitOrZero(const Vector& v) {
     const double inverse = 1.0 / Length(v);
     return std::isinf(inverse) ? Vector(0.0, 0.0, 0.0) : v * inverse;
@@ -118,7 +119,7 @@ bool SamePoint(const Wm4::Vector3<float>& p, const Wm4::Vector3<float>& q) {
     return p[0] == q[0] && p[1] == q[1] && p[2] == q[2];
 }
 
-/// Starts circle tracking: centre, plane, turning sense and the first triangle of the fan.
+/// Starts circle tracking: centre, plane, direction of rotation and the first triangle of the fan.
 void StartCircle(FittingSystem& system, const Vector& circleNormal, const Vector& centre) {
     const Vector first = ToDouble(system.firstPoint);
     const Vector last = ToDouble(system.lastPoint);
@@ -132,7 +133,7 @@ void StartCircle(FittingSystem& system, const Vector& circleNormal, const Vector
     system.circleStarted = true;
 }
 
-/// True when a segment is over three times as long as the first chord, or under a third of it.
+/// True if a segment is longer than three times the first chord or shorter than a third of it.
 bool LengthsDiffer(const FittingSystem& system, double lengthSquared) {
     const double chordSquared =
         (ToDouble(system.lastPoint) - ToDouble(system.firstPoint)).SquaredLength();
@@ -140,7 +141,8 @@ bool LengthsDiffer(const FittingSystem& system, double lengthSquared) {
            chordSquared * kInverseLengthRatioSquared > lengthSquared;
 }
 
-/// Moves a free end of the chain over a segment; false when the segment does not touch it.
+/// Moves a free end of the chain to the other end of a segment; false if the segment does not touch
+/// it.
 bool MoveEnd(Wm4::Vector3<float>& end, const Wm4::Vector3<float>& p, const Wm4::Vector3<float>& q) {
     if (SamePoint(end, p)) {
         end = q;
@@ -240,8 +242,8 @@ bool FittingSystem::fitCircle(float* angle) const {
 bool FittingSystem::fitCircleFrame(Wm4::Vector3<double>& axisU,
                                    Wm4::Vector3<double>& axisV,
                                    Wm4::Vector3<double>& planeNormal) const {
-    // Before circle tracking has started the centre is still zero; the radius then is the distance
-    // of the first point from the origin, and the tolerance below scales with it.
+    // Before circle tracking starts, the centre is zero; the radius is then the distance of the
+    // first point from the origin, and the tolerance below scales with it.
     const double radius = Length(center - ToDouble(firstPoint));
     if (count < 2.0 || radius == 0.0) {
         return false;
@@ -273,7 +275,7 @@ bool FittingSystem::fitCircleCenter(const Wm4::Vector3<float>& origin,
     const double vv = axisV.Dot(mv);
     const double ru = axisU.Dot(r);
     const double rv = axisV.Dot(r);
-    // A singular system gives values that are not finite, which the comparison below refuses.
+    // A singular system gives values that are not finite, which fail the comparison below.
     const double determinant = uu * vv - uv * uv;
     const double alpha = (ru * vv - uv * rv) / determinant;
     const double beta = (uu * rv - uv * ru) / determinant;

@@ -1,8 +1,9 @@
 // The camera, its integer grid, and clipping to the view volume in homogeneous coordinates.
 //
-// Clipping follows I. Sutherland and G. Hodgman, Reentrant polygon clipping, CACM 17 (1974), with
-// J. Blinn and M. Newell's homogeneous planes, Clipping using homogeneous coordinates, SIGGRAPH
-// 1978. Intersections are taken from the midpoint of a segment, so that neither end is preferred.
+// Clipping follows I. Sutherland and G. Hodgman, Reentrant polygon clipping, CACM 17(1), 1974, with
+// the homogeneous planes of J. Blinn and M. Newell, Clipping using homogeneous coordinates,
+// SIGGRAPH 1978. Intersections are computed from the midpoint of a segment, so that the result does
+// not depend on the order of its ends. Constant time and no allocation per segment or triangle.
 #include <ctr/DiscreteProjectionSpace.h>
 
 #include "projection/GridQuantisation.h"
@@ -15,10 +16,10 @@ namespace {
 
 using Point = Wm4::Vector4<float>;
 
-/// A triangle gains at most one vertex at each of the six planes.
+/// A triangle gains at most one vertex per plane, of six.
 constexpr unsigned int kMaxPolygonVertices = 9;
 
-/// One bounding plane of the view: coordinate >= bound * w, or <= for an upper plane.
+/// One bounding plane of the view; inside is coordinate >= bound * w, or <= for an upper plane.
 struct ClipPlane {
     int axis;
     bool upper;
@@ -30,7 +31,7 @@ struct ClipPlane {
     }
 };
 
-/// x low, x high, y low, y high, z low, z high: the order in which everything is clipped.
+/// The clipping order: x low, x high, y low, y high, z low, z high.
 ClipPlane PlaneOf(const DiscreteProjectionSpace& space, int number) {
     const int axis = number / 2;
     const bool upper = number % 2 == 1;
@@ -58,14 +59,14 @@ Crossing Intersect(const ClipPlane& plane, const Point& p, const Point& q) {
     return {point, s};
 }
 
-/// A polygon under construction, with two bits an edge.
+/// A polygon under construction, with two bits per edge.
 struct PolygonWriter {
     Point* vertices;
     unsigned int count = 0;
     unsigned int codes = 0;
 
-    /// A convex polygon never has more than kMaxPolygonVertices; rounding of hostile coordinates
-    /// can bend one, and what exceeds the buffer is then left out.
+    /// A convex polygon never has more than kMaxPolygonVertices vertices; rounding of extreme
+    /// coordinates can make one concave, and vertices beyond the buffer are then dropped.
     void emit(const Point& vertex, unsigned int code) {
         if (count < kMaxPolygonVertices) {
             vertices[count] = vertex;

@@ -8,7 +8,7 @@
 namespace ctr {
 namespace {
 
-/// The world point of an NDC point on the near plane; far away where it has none.
+/// The world point of an NDC point on the near plane; a very distant one if w is zero.
 Wm4::Vector3<float> NearPlanePoint(const Wm4::Matrix4<float>& clipToWorld, float x, float y) {
     const Wm4::Vector4<float> p = TransformPoint(clipToWorld, Wm4::Vector3<float>(x, y, -1.0F));
     if (p[3] == 0.0F) {

@@ -1,4 +1,4 @@
-// From normalised device coordinates to integer grid coordinates, and back to world space.
+// Quantisation of normalised device coordinates to the integer grid, and back to world space.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>
@@ -10,7 +10,7 @@
 
 namespace ctr {
 
-/// Truncation toward zero, saturated to the 32-bit range; not a number becomes 0.
+/// Truncation toward zero, saturated to the 32-bit range; NaN becomes 0.
 inline std::int32_t SaturatedToInt(float value) {
     constexpr float kLimit = 2147483648.0F;
     if (value >= kLimit) {
@@ -27,7 +27,7 @@ inline std::int32_t Quantise(const DiscreteProjectionSpace& space, float ndc, in
     return SaturatedToInt((ndc - space.frustumMin[axis]) * space.voxelScale[axis]);
 }
 
-/// The grid point of a clip-space point; clamping absorbs the rounding of clipping.
+/// The grid point of a clip-space point; clamping absorbs the rounding errors of clipping.
 inline BakedVertex QuantiseClamped(const DiscreteProjectionSpace& space,
                                    const Wm4::Vector4<float>& clip) {
     std::int32_t grid[3];

@@ -1,4 +1,4 @@
-// Row vectors times 4x4 matrices, in the one order of operations that all results rest on.
+// Row vectors times 4x4 matrices, in the fixed order of operations on which all results depend.
 #pragma once
 
 #include <Wm4Foundation.h>
@@ -24,7 +24,7 @@ inline Wm4::Vector3<float> DivideByW(const Wm4::Vector4<float>& p) {
     return {p[0] / p[3], p[1] / p[3], p[2] / p[3]};
 }
 
-/// Not a number where a coordinate is; the vector class's own length would be 0.
+/// NaN if a coordinate is NaN; the vector class's own length would be 0.
 inline float Distance(const Wm4::Vector3<float>& p, const Wm4::Vector3<float>& q) {
     const float x = p[0] - q[0];
     const float y = p[1] - q[1];

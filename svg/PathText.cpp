@@ -1,5 +1,5 @@
-// Six digits of a number between a thousandth and a hundred thousand fit into 64 bits with room for
-// the exact remainder; any other number goes the long way.
+// Numbers of magnitude 1e-3 to 1e5 are converted with one exact 64-bit product: six digits and the
+// remainder that decides rounding fit. All other numbers use std::to_chars.
 #include "svg/PathText.h"
 
 #include <algorithm>
@@ -11,13 +11,13 @@ namespace ctr {
 namespace {
 
 constexpr int kDigits = 6;
-/// Sign, digits, point, four zeros or an exponent, with room to spare.
+/// Sign, digits, point, four zeros or an exponent, with a margin.
 constexpr std::size_t kLongestNumber = 24;
 
 constexpr float kLeastPlain = 0.001F;
 constexpr float kPlainEnd = 100000.0F;
 
-/// The decimals that six digits of a plain number reach to.
+/// The number of decimals for six significant digits of a plain number.
 int DecimalsOf(float value) {
     int decimals = 8;
     for (const double bound : {0.01, 0.1, 1.0, 10.0, 100.0, 1000.0, 10000.0}) {
@@ -26,7 +26,7 @@ int DecimalsOf(float value) {
     return decimals;
 }
 
-/// A plain number times 10^decimals, rounded to the nearest whole number, ties to the even one.
+/// A plain number times 10^decimals, rounded to the nearest integer, ties to even.
 ///
 /// The number is m / 2^shift with m below 2^24 and a shift of 7 to 33; 10^8 is below 2^27.
 std::uint32_t Scaled(float value, int decimals) {
@@ -43,7 +43,7 @@ std::uint32_t Scaled(float value, int decimals) {
     return static_cast<std::uint32_t>(whole + (up ? 1U : 0U));
 }
 
-/// Prints number / 10^decimals without zeros at its end; returns where the text ends.
+/// Prints number / 10^decimals without trailing zeros; returns the end of the text.
 char* PrintDecimal(char* to, std::uint32_t number, int decimals) {
     while (decimals > 0 && number % 10 == 0) {
         number /= 10;
@@ -63,7 +63,7 @@ char* PrintDecimal(char* to, std::uint32_t number, int decimals) {
 
 char* PrintNumber(char* to, float number) {
     const float size = number < 0.0F ? -number : number;
-    // Written so that NaN goes the long way.
+    // Negated so that NaN is handled here.
     if (!(size >= kLeastPlain && size < kPlainEnd)) {
         return std::to_chars(to, to + kLongestNumber, static_cast<double>(number),
                              std::chars_format::general, kDigits)
@@ -79,31 +79,31 @@ char* PrintNumber(char* to, float number) {
 } // namespace
 
 PathText& PathText::operator<<(std::string_view text) {
-    makeRoomFor(text.size());
+    reserve(text.size());
     std::copy(text.begin(), text.end(), buffer_.begin() + static_cast<std::ptrdiff_t>(used_));
     used_ += text.size();
     return *this;
 }
 
 PathText& PathText::operator<<(float number) {
-    makeRoomFor(kLongestNumber);
+    reserve(kLongestNumber);
     const char* const end = PrintNumber(buffer_.data() + used_, number);
     used_ = static_cast<std::size_t>(end - buffer_.data());
     return *this;
 }
 
 void PathText::flush() {
-    handOn();
+    writeOut();
     out_.flush();
 }
 
-void PathText::makeRoomFor(std::size_t count) {
+void PathText::reserve(std::size_t count) {
     if (used_ + count > kSize) {
-        handOn();
+        writeOut();
     }
 }
 
-void PathText::handOn() {
+void PathText::writeOut() {
     out_.write(buffer_.data(), static_cast<std::streamsize>(used_));
     used_ = 0;
 }

@@ -1,4 +1,4 @@
-// The text of paths on its way to a stream.
+// Buffered output of the text of paths.
 #pragma once
 
 #include <array>
@@ -8,8 +8,8 @@
 
 namespace ctr {
 
-/// Gathers text and hands it to a stream in large pieces: the stream then is not asked for every
-/// number, which is most of the work otherwise.
+/// Buffers text and writes it to a stream in large pieces: formatting each number through the
+/// stream would take most of the time.
 class PathText {
 public:
     /// Borrows the stream.
@@ -20,18 +20,17 @@ public:
     /// Any text shorter than the buffer.
     PathText& operator<<(std::string_view text);
 
-    /// The number as a stream prints a double in the classic locale, with six digits.
+    /// Prints the number as a stream prints a double in the classic locale, with six digits.
     PathText& operator<<(float number);
 
-    /// Hands on what is gathered and flushes the stream. What is gathered later than the last call
-    /// is lost.
+    /// Writes the buffered text and flushes the stream. Text after the last call is lost.
     void flush();
 
 private:
     static constexpr std::size_t kSize = std::size_t{1} << 14U;
 
-    void makeRoomFor(std::size_t count);
-    void handOn();
+    void reserve(std::size_t count);
+    void writeOut();
 
     std::ostream& out_;
     std::size_t used_ = 0;

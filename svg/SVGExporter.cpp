@@ -1,4 +1,5 @@
-// Writes line sets as SVG groups: visible pieces, chained into polylines, mapped to the page.
+// Writes line sets as SVG groups: visible pieces, chained into polylines, mapped to the page. All
+// arithmetic is in floats, in a fixed order. O(n log n) for n segments.
 #include <ctr/SVGExporter.h>
 #include <ctr/detail/PageMap.h>
 
@@ -18,7 +19,7 @@ namespace ctr {
 namespace {
 
 constexpr float kSilhouetteWidth = 0.2F;
-/// A hair below 2/15; prints as 0.133333.
+/// Slightly below 2/15; prints as 0.133333.
 constexpr float kCreaseWidth = std::bit_cast<float>(0x3E088888U);
 
 /// A colour channel from 0 to 1 as 0 to 255, truncated.
@@ -48,7 +49,8 @@ PathText& operator<<(PathText& out, const Wm4::Vector2<float>& point) {
     return out << point[0] << "," << point[1];
 }
 
-/// The set's segments as paths; a path goes on while segments share a vertex number.
+/// The segments of a set as paths; a path continues while consecutive segments share a vertex
+/// index.
 void WritePaths(PathText& out, const LineSegmentSet& set, const VertexToPage& toPage) {
     const unsigned int* indices = set.GetIndexBuffer()->GetData();
     const std::size_t indexCount = 2 * SegmentCount(set.GetIndexBuffer());
@@ -78,7 +80,8 @@ struct SVGExporter::tInternal {
     std::string title = "Illustration";
     std::string description;
     std::filebuf file;
-    std::ostream stream{nullptr}; ///< Into the file or a buffer of the caller's; into none: closed.
+    std::ostream stream{
+        nullptr}; ///< Into the file or the caller's buffer; without buffer if closed.
     std::optional<ExportParameters> exportParameters;
     std::map<std::string, SVGLineStyle> lineStyles;
 };
@@ -136,7 +139,7 @@ bool SVGExporter::tInternal::exportLines(const std::string& groupId,
     PathText text(stream);
     WritePaths(text, set, VertexToPage(*exportParameters, set));
     text << "</g>\n";
-    // One flush a group: the file is whole up to here when the call returns.
+    // One flush per group: when the call returns, the file is complete up to here.
     text.flush();
     return stream.good();
 }
@@ -189,7 +192,7 @@ bool SVGExporter::openFile(const std::string& path) {
             return false;
         }
     } catch (...) {
-        // Opened, but without the memory for a buffer: the next call shall find no open file.
+        // The file was opened but its buffer could not be allocated: leave no open file behind.
         file.close();
         throw;
     }

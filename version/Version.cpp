@@ -1,4 +1,4 @@
-// The version of the library, put together from the numbers that the build defines.
+// The version of the library, from the numbers that the build defines.
 #include <ctr/Version.h>
 
 #define CTR_TEXT_OF(value) #value

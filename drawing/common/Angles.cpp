@@ -6,6 +6,8 @@
 // of a multiple of a quarter by the addition theorem; Taylor series do the rest.
 #include "drawing/common/Angles.h"
 
+#include <ctr/detail/ArcTangent.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -57,23 +59,6 @@ Turn Onward(Turn turn, double quarters) {
     }
 }
 
-/// For tangents from 0 to 1.
-double ArcTangent(double tangent) {
-    /// The arc tangents of 0, 1/4, 1/2, 3/4 and 1, and what rounding has taken off them.
-    constexpr std::array<double, 5> kHigh{0x0.0p+0, 0x1.f5b75f92c80ddp-3, 0x1.dac670561bb4fp-2,
-                                          0x1.4978fa3269ee1p-1, 0x1.921fb54442d18p-1};
-    constexpr std::array<double, 5> kLow{0x0.0p+0, 0x1.8ab6e3cf7afbdp-57, 0x1.a2b7f222f65e2p-56,
-                                         0x1.2419a87f2a458p-56, 0x1.1a62633145c07p-55};
-    const double step = std::nearbyint(4.0 * tangent);
-    const double x = (tangent - step / 4.0) / (1.0 + tangent * step / 4.0);
-    double sum = 0.0;
-    for (int n = 17; n >= 3; n -= 2) {
-        sum = (1.0 / n + sum) * -x * x;
-    }
-    const auto at = static_cast<std::size_t>(step);
-    return kHigh[at] + (kLow[at] + (x + x * sum));
-}
-
 /// The smaller of two lengths over the larger.
 double Ratio(double x, double y) {
     const double larger = std::max(x, y);
@@ -112,7 +97,7 @@ double AngleOf(double x, double y) {
     }
     const double across = std::abs(x);
     const double up = std::abs(y);
-    const double fromAxis = ArcTangent(Ratio(across, up));
+    const double fromAxis = ctr::detail::ArcTangent(Ratio(across, up));
     const bool isSteep = up > across;
     double angle = isSteep ? std::numbers::pi / 2.0 - fromAxis : fromAxis;
     if (std::signbit(x)) {

@@ -1,4 +1,4 @@
-// Cosines and arc cosines that are the same on every machine.
+// Cosines and arc cosines that are equal on every machine.
 #include "fitting/Angles.h"
 
 #include "support/Random.h"

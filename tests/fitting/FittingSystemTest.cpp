@@ -1,5 +1,5 @@
-// Recognising straight lines and circular arcs: each rule on a chain made for it, bounds tried on
-// both sides, and random chains against a plain second implementation.
+// Fitting of straight lines and circular arcs: each rule on a chain made for it, limits from both
+// sides, and random chains compared with a plain second implementation.
 #include <ctr/FittingSystem.h>
 
 #include "fitting/PlainFit.h"
@@ -174,22 +174,22 @@ TEST(FittingSystem, SumsAreThoseOfTheDirectionsAndBisectingPlanes) {
 
 // --- Lines -----------------------------------------------------------------------------------
 
-TEST(FittingLines, OneSegmentIsALine) {
+TEST(FitLine, OneSegmentIsALine) {
     EXPECT_TRUE(Line({Point(1, 2, 3), Point(0, 5, 9)}).fitLine());
 }
 
-TEST(FittingLines, TwoSegmentsOneAfterTheOtherAreALine) {
+TEST(FitLine, TwoSegmentsOneAfterTheOtherAreALine) {
     EXPECT_TRUE(Line({Point(1, 1, 1), Point(2, 3, 4), Point(4, 7, 10)}).fitLine());
 }
 
-TEST(FittingLines, ASegmentThatTurnsBackEndsTheLineForGood) {
+TEST(FitLine, ASegmentThatTurnsBackEndsTheLineForGood) {
     FittingSystem system = Line({Point(1, 1, 1), Point(2, 3, 4), Point(1, 1, 1)});
     EXPECT_FALSE(system.fitLine());
     system.addToSystem(Point(1, 1, 1), Point(2, 3, 4), false, false);
     EXPECT_FALSE(system.fitLine());
 }
 
-TEST(FittingLines, AtTheFrontSegmentsRunTheOtherWay) {
+TEST(FitLine, AtTheFrontSegmentsRunTheOtherWay) {
     FittingSystem system = Line({Point(0, 0, 0), Point(1, 0, 0)});
     system.addToSystem(Point(0, 0, 0), Point(-1, 0, 0), true, false);
     EXPECT_TRUE(system.fitLine());
@@ -197,7 +197,7 @@ TEST(FittingLines, AtTheFrontSegmentsRunTheOtherWay) {
     EXPECT_FALSE(system.fitLine());
 }
 
-TEST(FittingLines, ARightAngleIsNoWayBackAtTheBackButIsNoWayOnAtTheFront) {
+TEST(FitLine, ARightAngleIsNoWayBackAtTheBackButIsNoWayOnAtTheFront) {
     for (const bool atFront : {false, true}) {
         FittingSystem system = Line({Point(0, 0, 0), Point(1, 0, 0)});
         system.addToSystem(Point(1, 0, 0), Point(1, 1, 0), atFront, false);
@@ -206,7 +206,7 @@ TEST(FittingLines, ARightAngleIsNoWayBackAtTheBackButIsNoWayOnAtTheFront) {
     }
 }
 
-TEST(FittingLines, TrackingALineLeavesTheEndsAlone) {
+TEST(FitLine, TrackingALineLeavesTheEndsAlone) {
     const FittingSystem system = Line({Point(0, 0, 0), Point(1, 0, 0), Point(2, 0, 0)});
     EXPECT_EQ(system.firstPoint, Point(0, 0, 0));
     EXPECT_EQ(system.lastPoint, Point(1, 0, 0));
@@ -222,14 +222,14 @@ Points Zigzag(double degrees, int segments) {
     return points;
 }
 
-TEST(FittingLines, DeviateByLessThanATenthOfADegree) {
+TEST(FitLine, DeviateByLessThanATenthOfADegree) {
     for (const int segments : {2, 4, 10, 40}) {
         EXPECT_TRUE(Line(Zigzag(0.09999, segments)).fitLine()) << segments;
         EXPECT_FALSE(Line(Zigzag(0.10001, segments)).fitLine()) << segments;
     }
 }
 
-TEST(FittingLines, TheDeviationIsAMeanOverTheSegments) {
+TEST(FitLine, TheDeviationIsAMeanOverTheSegments) {
     // Ten segments and one that is d degrees off: 10 / 11 d^2 against 11 times 0.1^2.
     const auto bent = [](double degrees) {
         Points points = Zigzag(0.0, 10);
@@ -242,7 +242,7 @@ TEST(FittingLines, TheDeviationIsAMeanOverTheSegments) {
     EXPECT_FALSE(bent(0.35));
 }
 
-TEST(FittingLines, InEveryDirection) {
+TEST(FitLine, InEveryDirection) {
     Random random(31);
     for (int trial = Scaled(2000); trial > 0; --trial) {
         const Point step(random.uniform(-1, 1), random.uniform(-1, 1), random.uniform(-1, 1));
@@ -259,21 +259,21 @@ TEST(FittingLines, InEveryDirection) {
 
 // --- Circles ---------------------------------------------------------------------------------
 
-TEST(FittingCircles, CouldBeFromTwoSegmentsOn) {
+TEST(FitCircle, CouldBeFromTwoSegmentsOn) {
     EXPECT_FALSE(Arc({Point(1, 0, 0), Point(2, 0, 0)}).couldFitCircle());
     EXPECT_TRUE(Arc({Point(1, 0, 0), Point(2, 0, 0), Point(3, 0, 0)}).couldFitCircle());
     EXPECT_TRUE(Line({Point(1, 0, 0), Point(2, 0, 0), Point(9, 7, 5)}).couldFitCircle());
 }
 
-TEST(FittingCircles, ALineIsNone) {
+TEST(FitCircle, ALineIsNone) {
     EXPECT_FALSE(IsArc(Arc({Point(1, 0, 0), Point(2, 0, 0), Point(3, 0, 0), Point(4, 0, 0)})));
 }
 
-TEST(FittingCircles, HaveToBeTrackedAsSuch) {
+TEST(FitCircle, HaveToBeTrackedAsSuch) {
     EXPECT_FALSE(IsArc(Line(Circle().arc(0.0, 2.0, 9))));
 }
 
-TEST(FittingCircles, TellTheSweptAngleOfAnArc) {
+TEST(FitCircle, TellTheSweptAngleOfAnArc) {
     const Circle circle;
     for (const double degrees : {10.0, 22.5, 45.0, 90.0, 135.0, 179.0, 181.0, 270.0, 345.0}) {
         for (const double sign : {-1.0, 1.0}) {
@@ -285,7 +285,7 @@ TEST(FittingCircles, TellTheSweptAngleOfAnArc) {
     }
 }
 
-TEST(FittingCircles, GrowAtEitherEnd) {
+TEST(FitCircle, GrowAtEitherEnd) {
     const Points points = Circle().arc(0.3, 4.0, 24);
     Random random(7);
     for (int trial = 0; trial < 100; ++trial) {
@@ -311,7 +311,7 @@ TEST(FittingCircles, GrowAtEitherEnd) {
     }
 }
 
-TEST(FittingCircles, TheLastSegmentGivenAgainTakesTheEndBack) {
+TEST(FitCircle, TheLastSegmentGivenAgainTakesTheEndBack) {
     const Points points = Circle().arc(0.3, 4.0, 24);
     FittingSystem system = Arc({points.begin(), points.begin() + 4});
     EXPECT_EQ(system.lastPoint, points[3]);
@@ -319,7 +319,7 @@ TEST(FittingCircles, TheLastSegmentGivenAgainTakesTheEndBack) {
     EXPECT_EQ(system.lastPoint, points[2]);
 }
 
-TEST(FittingCircles, AClosedChainSweepsAFullTurn) {
+TEST(FitCircle, AClosedChainSweepsAFullTurn) {
     for (const int sides : {6, 7, 12, 100, 1000}) {
         for (const double sign : {-1.0, 1.0}) {
             float angle = 0.0F;
@@ -330,14 +330,14 @@ TEST(FittingCircles, AClosedChainSweepsAFullTurn) {
     }
 }
 
-TEST(FittingCircles, AClosedChainWithFewSidesIsNone) {
+TEST(FitCircle, AClosedChainWithFewSidesIsNone) {
     // Against the disc a hexagon has 0.827 of its area, a pentagon 0.757.
     EXPECT_TRUE(IsArc(Arc(Circle().arc(0.1, 2.0 * kPi, 6))));
     EXPECT_FALSE(IsArc(Arc(Circle().arc(0.1, 2.0 * kPi, 5))));
     EXPECT_FALSE(IsArc(Arc(Circle().arc(0.1, 2.0 * kPi, 4))));
 }
 
-TEST(FittingCircles, LieAnywhereAcrossEachAxis) {
+TEST(FitCircle, LieAnywhereAcrossEachAxis) {
     Random random(12);
     for (int trial = Scaled(1000); trial > 0; --trial) {
         const int axis = random.below(3);
@@ -363,7 +363,7 @@ TEST(FittingCircles, LieAnywhereAcrossEachAxis) {
     }
 }
 
-TEST(FittingCircles, OfFineChordsInASlantedPlaneAreNotRecognised) {
+TEST(FitCircle, OfFineChordsInASlantedPlaneAreNotRecognised) {
     // The normal is what sixteen powers make of the directions. While these are two and differ
     // little, it leans from the plane's own normal towards the nearest axis.
     Circle circle;
@@ -373,7 +373,7 @@ TEST(FittingCircles, OfFineChordsInASlantedPlaneAreNotRecognised) {
     EXPECT_TRUE(IsArc(Arc(circle.arc(0.0, 2.0, 20))));
 }
 
-TEST(FittingCircles, NormalAndCentreComeInFloatsToo) {
+TEST(FitCircle, NormalAndCentreComeInFloatsToo) {
     const FittingSystem system = Arc(Circle().arc(0.3, 2.0, 9));
     Vector normal;
     Vector centre;
@@ -390,7 +390,7 @@ TEST(FittingCircles, NormalAndCentreComeInFloatsToo) {
     EXPECT_FALSE(none.computeCircleNormalCenter(none.firstPoint, floatNormal, floatCentre));
 }
 
-TEST(FittingCircles, SmallNoiseIsTakenAndLargeIsNot) {
+TEST(FitCircle, SmallNoiseIsTakenAndLargeIsNot) {
     Random random(5);
     const auto noisy = [&](float noise) {
         Points points = Circle().arc(0.3, 4.0, 16);
@@ -406,7 +406,7 @@ TEST(FittingCircles, SmallNoiseIsTakenAndLargeIsNot) {
     }
 }
 
-TEST(FittingCircles, AHelixIsNone) {
+TEST(FitCircle, AHelixIsNone) {
     Points points = Circle().arc(0.3, 4.0, 16);
     for (std::size_t i = 0; i < points.size(); ++i) {
         points[i][2] += 0.1F * static_cast<float>(i);
@@ -414,7 +414,7 @@ TEST(FittingCircles, AHelixIsNone) {
     EXPECT_FALSE(IsArc(Arc(points)));
 }
 
-TEST(FittingCircles, TurningTheOtherWayEndsTracking) {
+TEST(FitCircle, TurningTheOtherWayEndsTracking) {
     const Circle circle;
     const Points there = circle.arc(0.0, 1.0, 8);
     FittingSystem system = Arc(there);
@@ -427,7 +427,7 @@ TEST(FittingCircles, TurningTheOtherWayEndsTracking) {
     EXPECT_FALSE(IsArc(system));
 }
 
-TEST(FittingCircles, ASegmentThatMissesTheEndByAHairEndsTracking) {
+TEST(FitCircle, ASegmentThatMissesTheEndByAHairEndsTracking) {
     const Circle circle;
     for (const bool atFront : {false, true}) {
         const Points points = circle.arc(0.5, 1.0, 8);
@@ -444,7 +444,7 @@ TEST(FittingCircles, ASegmentThatMissesTheEndByAHairEndsTracking) {
     }
 }
 
-TEST(FittingCircles, LengthsMayDifferByAFactorOfThreeAtTheStart) {
+TEST(FitCircle, LengthsMayDifferByAFactorOfThreeAtTheStart) {
     const Circle circle;
     const double first = Radians(10.0);
     const auto second = [&](double factor) {
@@ -460,7 +460,7 @@ TEST(FittingCircles, LengthsMayDifferByAFactorOfThreeAtTheStart) {
     EXPECT_FALSE(isArc(1.0 / 3.001));
 }
 
-TEST(FittingCircles, LaterLengthsMayBeAnything) {
+TEST(FitCircle, LaterLengthsMayBeAnything) {
     const Circle circle;
     const FittingSystem system =
         Arc({circle.at(0.0), circle.at(0.1), circle.at(0.2), circle.at(1.0), circle.at(1.01)});
@@ -469,7 +469,7 @@ TEST(FittingCircles, LaterLengthsMayBeAnything) {
     EXPECT_NEAR(angle, 1.01, 1e-3);
 }
 
-TEST(FittingCircles, AStraightStartThatBendsLaterIsConnectedToItsFirstSegmentOnly) {
+TEST(FitCircle, AStraightStartThatBendsLaterIsConnectedToItsFirstSegmentOnly) {
     // The second segment has no centre, so the chain still ends where the first did.
     const FittingSystem straight = Arc({Point(1, 0, 0), Point(2, 0, 0), Point(3, 0, 0)});
     EXPECT_FALSE(straight.circleStarted);
@@ -479,7 +479,7 @@ TEST(FittingCircles, AStraightStartThatBendsLaterIsConnectedToItsFirstSegmentOnl
     EXPECT_FALSE(IsArc(bent));
 }
 
-TEST(FittingCircles, AnArcThatStartsAtTheOriginIsNotRecognised) {
+TEST(FitCircle, AnArcThatStartsAtTheOriginIsNotRecognised) {
     // Before tracking has started the distance of the first point from the origin stands for the
     // radius, and nothing can be told with none.
     Circle circle;
@@ -512,7 +512,7 @@ FittingSystem Tilted(double degrees, const Point& firstPoint) {
     return system;
 }
 
-TEST(FittingCircleFrame, TakesDirectionsThatLeaveThePlaneALittleScaledWithTheRadius) {
+TEST(FitCircleFrame, TakesDirectionsThatLeaveThePlaneALittleScaledWithTheRadius) {
     Vector u;
     Vector v;
     Vector normal;
@@ -528,7 +528,7 @@ TEST(FittingCircleFrame, TakesDirectionsThatLeaveThePlaneALittleScaledWithTheRad
     EXPECT_FALSE(flat(0.0, Point(0, 0, 0)));
 }
 
-TEST(FittingCircleFrame, IsOrthonormalAndItsNormalIsAcrossTheDirections) {
+TEST(FitCircleFrame, IsOrthonormalAndItsNormalIsAcrossTheDirections) {
     for (const Vector& axis : {Vector(1, 0, 0), Vector(0, 1, 0), Vector(0, 0, 1)}) {
         const Vector other(axis[1], axis[2], axis[0]);
         const Circle circle{Vector(1, 2, 3), 5.0 * axis, 5.0 * other};
@@ -546,7 +546,7 @@ TEST(FittingCircleFrame, IsOrthonormalAndItsNormalIsAcrossTheDirections) {
     }
 }
 
-TEST(FittingCircleFrame, TakesTwoSegments) {
+TEST(FitCircleFrame, TakesTwoSegments) {
     Vector u;
     Vector v;
     Vector n;
@@ -571,7 +571,7 @@ FittingSystem ShiftedTangents(double offset) {
     return system;
 }
 
-TEST(FittingCircleCenter, BisectingPlanesMissItByLessThanAHundredthOfTheRadius) {
+TEST(FitCircleCenter, BisectingPlanesMissItByLessThanAHundredthOfTheRadius) {
     const Vector u(1, 0, 0);
     const Vector v(0, 1, 0);
     Vector centre;
@@ -584,14 +584,14 @@ TEST(FittingCircleCenter, BisectingPlanesMissItByLessThanAHundredthOfTheRadius) 
     }
 }
 
-TEST(FittingCircleCenter, LiesInThePlaneOfThePointGiven) {
+TEST(FitCircleCenter, LiesInThePlaneOfThePointGiven) {
     Vector centre;
     ASSERT_TRUE(ShiftedTangents(0.0).fitCircleCenter(Point(1, 0, 7), Vector(1, 0, 0),
                                                      Vector(0, 1, 0), centre));
     EXPECT_NEAR(centre[2], 7.0, 1e-12);
 }
 
-TEST(FittingCircleCenter, ParallelSegmentsHaveNone) {
+TEST(FitCircleCenter, ParallelSegmentsHaveNone) {
     const FittingSystem system = Line({Point(1, 0, 0), Point(2, 0, 0), Point(3, 0, 0)});
     Vector centre;
     EXPECT_FALSE(system.fitCircleCenter(Point(1, 0, 0), Vector(1, 0, 0), Vector(0, 1, 0), centre));
@@ -618,7 +618,7 @@ struct Surface {
     }
 };
 
-TEST(FittingCircleSurface, TheFanHasNearlyTheAreaOfTheSector) {
+TEST(FitCircleSurface, TheFanHasNearlyTheAreaOfTheSector) {
     Surface circle(Circle().arc(0.0, 2.0 * kPi, 24));
     EXPECT_TRUE(circle.accepts(kLowestRatio * (1.0 + 1e-13)));
     EXPECT_FALSE(circle.accepts(kLowestRatio * (1.0 - 1e-13)));
@@ -628,7 +628,7 @@ TEST(FittingCircleSurface, TheFanHasNearlyTheAreaOfTheSector) {
     EXPECT_FALSE(circle.accepts(std::numeric_limits<double>::quiet_NaN()));
 }
 
-TEST(FittingCircleSurface, ChordsAreAtMostSixtyDegreesOrAHairMore) {
+TEST(FitCircleSurface, ChordsAreAtMostSixtyDegreesOrAHairMore) {
     // Chords of the angle a give sin(a) / a: the bound is met at 60.3168 degrees.
     const Circle circle;
     const double bound = Radians(60.3168);
@@ -639,7 +639,7 @@ TEST(FittingCircleSurface, ChordsAreAtMostSixtyDegreesOrAHairMore) {
     }
 }
 
-TEST(FittingCircleSurface, WritesTheAngleAlsoWhenTheAreaIsWrong) {
+TEST(FitCircleSurface, WritesTheAngleAlsoWhenTheAreaIsWrong) {
     FittingSystem system = Arc(Circle().arc(0.0, 2.0, 9));
     for (const double wrong : {0.1, 100.0}) {
         system.area = wrong;
@@ -649,7 +649,7 @@ TEST(FittingCircleSurface, WritesTheAngleAlsoWhenTheAreaIsWrong) {
     }
 }
 
-TEST(FittingCircleSurface, LeavesTheAngleWithoutACentre) {
+TEST(FitCircleSurface, LeavesTheAngleWithoutACentre) {
     FittingSystem zigzag =
         Arc({Point(1, 0, 0), Point(2, 0, 0), Point(3, 1, 0), Point(4, -2, 0), Point(4, 6, 0)});
     zigzag.area = 1.0;
@@ -664,7 +664,7 @@ TEST(FittingCircleSurface, LeavesTheAngleWithoutACentre) {
     }
 }
 
-TEST(FittingCircleSurface, TheCentreStaysOnItsSideOfTheFirstPoint) {
+TEST(FitCircleSurface, TheCentreStaysOnItsSideOfTheFirstPoint) {
     Surface circle(Circle().arc(0.0, 2.0 * kPi, 24));
     ASSERT_TRUE(circle.accepts(1.0));
     const Point& first = circle.system.firstPoint;

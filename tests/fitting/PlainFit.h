@@ -1,6 +1,5 @@
-// The recognition of lines and circles a second time, for comparison: in extended precision, with
-// small arrays instead of the library's vectors, and with a note of every answer that rounding
-// could turn over.
+// A second implementation of line and circle fitting for comparison: in extended precision, with
+// small arrays instead of vectors, and with a mark on each result that rounding could change.
 #pragma once
 
 #include <Wm4Foundation.h>

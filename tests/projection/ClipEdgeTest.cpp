@@ -1,5 +1,6 @@
-// Clipping of segments: what is kept, which outputs are written, the same result from either end,
-// and every float of it against the steps written out again and against what clipping means.
+// Clipping of segments: the part inside, the outputs written, independence of the order of the
+// ends, and every float compared with a second implementation of the steps and with the definition
+// of clipping.
 #include <ctr/DiscreteProjectionSpace.h>
 
 #include "projection/ClipReference.h"
@@ -20,7 +21,7 @@ namespace {
 using namespace clip_reference; // everything here is written in its terms
 using test_support::Scaled;
 
-TEST(ClipEdge, ASegmentInsideIsKeptWhole) {
+TEST(ClipEdgeWorld, ASegmentInsideIsKeptWhole) {
     const DiscreteProjectionSpace space = SpaceOfBits(2, 2); // 1.5 steps a unit
     const EdgeResult r = ClipEdge(space, Vec3(0.0F, -0.5F, 0.25F), Vec3(0.3F, 0.5F, -0.25F));
     EXPECT_EQ(r.t0, 0.0F);
@@ -31,7 +32,7 @@ TEST(ClipEdge, ASegmentInsideIsKeptWhole) {
     EXPECT_EQ(r.w1, 1.0F);
 }
 
-TEST(ClipEdge, ASegmentBeyondOnePlaneLeavesTheOutputsAlone) {
+TEST(ClipEdgeWorld, ASegmentBeyondOnePlaneLeavesTheOutputsAlone) {
     const DiscreteProjectionSpace space;
     for (int axis = 0; axis < 3; ++axis) {
         for (const float side : {-1.0F, 1.0F}) {
@@ -50,7 +51,7 @@ TEST(ClipEdge, ASegmentBeyondOnePlaneLeavesTheOutputsAlone) {
     }
 }
 
-TEST(ClipEdge, ASegmentPastACornerIsFoundOutsideByALaterPlane) {
+TEST(ClipEdgeWorld, ASegmentPastACornerIsFoundOutsideByALaterPlane) {
     const EdgeResult r =
         ClipEdge(DiscreteProjectionSpace(), Vec3(0.5F, 3.0F, 0.0F), Vec3(3.0F, 0.5F, 0.0F));
     EXPECT_EQ(r.t0, 1.0F);
@@ -58,7 +59,7 @@ TEST(ClipEdge, ASegmentPastACornerIsFoundOutsideByALaterPlane) {
     EXPECT_EQ(Grid(r.b0), Grid(kUntouched));
 }
 
-TEST(ClipEdge, PointsOnAPlaneAreInside) {
+TEST(ClipEdgeWorld, PointsOnAPlaneAreInside) {
     const DiscreteProjectionSpace space;
     const EdgeResult upper = ClipEdge(space, Vec3(1.0F, -1.0F, 1.0F), Vec3(1.0F, 1.0F, 1.0F));
     EXPECT_EQ(upper.t0, 0.0F);
@@ -71,7 +72,7 @@ TEST(ClipEdge, PointsOnAPlaneAreInside) {
     EXPECT_EQ(Grid(lower.b0), (std::array<int, 3>{0, 0, 0}));
 }
 
-TEST(ClipEdge, ASegmentThatTouchesAPlaneFromOutsideKeepsAPoint) {
+TEST(ClipEdgeWorld, ASegmentThatTouchesAPlaneFromOutsideKeepsAPoint) {
     const EdgeResult r =
         ClipEdge(DiscreteProjectionSpace(), Vec3(1.0F, 0.0F, 0.0F), Vec3(2.0F, 0.0F, 0.0F));
     EXPECT_EQ(r.t0, 0.0F);
@@ -79,7 +80,7 @@ TEST(ClipEdge, ASegmentThatTouchesAPlaneFromOutsideKeepsAPoint) {
     EXPECT_EQ(Grid(r.b0), Grid(r.b1));
 }
 
-TEST(ClipEdge, CrossingTheNearPlaneMovesTheFirstEndOntoIt) {
+TEST(ClipEdgeWorld, CrossingTheNearPlaneMovesTheFirstEndOntoIt) {
     const DiscreteProjectionSpace space = test_support::PerspectiveSpace(12, 12, 1.0F, 1.0F, 5.0F);
     const EdgeResult r = ClipEdge(space, Vec3(0.0F, 0.0F, 0.5F), Vec3(0.0F, 0.0F, 2.5F));
     EXPECT_NEAR(r.t0, 0.25F, 1e-6F);
@@ -89,7 +90,7 @@ TEST(ClipEdge, CrossingTheNearPlaneMovesTheFirstEndOntoIt) {
     EXPECT_EQ(r.b0.z, 0);
 }
 
-TEST(ClipEdge, ReachesFromBehindTheEye) {
+TEST(ClipEdgeWorld, ReachesFromBehindTheEye) {
     const DiscreteProjectionSpace space = test_support::PerspectiveSpace(12, 12, 1.0F, 1.0F, 5.0F);
     const EdgeResult r = ClipEdge(space, Vec3(0.0F, 0.0F, -2.0F), Vec3(0.0F, 0.0F, 2.0F));
     EXPECT_NEAR(r.t0, 0.75F, 1e-5F);
@@ -97,7 +98,7 @@ TEST(ClipEdge, ReachesFromBehindTheEye) {
     EXPECT_GT(r.w0, 0.99F);
 }
 
-TEST(ClipEdge, BoundaryPointsNeverQuantiseBeyondTheGrid) {
+TEST(ClipEdgeWorld, BoundaryPointsNeverQuantiseBeyondTheGrid) {
     for (unsigned int bits = 2; bits <= 19; ++bits) {
         const DiscreteProjectionSpace space = SpaceOfBits(bits, bits);
         const int top = (1 << bits) - 1;
@@ -107,7 +108,7 @@ TEST(ClipEdge, BoundaryPointsNeverQuantiseBeyondTheGrid) {
     }
 }
 
-TEST(ClipEdge, NumbersThatAreNotFiniteStayOnTheGrid) {
+TEST(ClipEdgeWorld, NumbersThatAreNotFiniteStayOnTheGrid) {
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     const std::array<float, 6> hostile{
         kInfinity, -kInfinity, std::numeric_limits<float>::quiet_NaN(), 3e38F, 0.5F, 0.0F};
@@ -130,7 +131,7 @@ TEST(ClipEdge, NumbersThatAreNotFiniteStayOnTheGrid) {
     }
 }
 
-TEST(ClipEdge, FollowsItsStepsBitForBit) {
+TEST(ClipEdgeWorld, FollowsItsStepsBitForBit) {
     EdgeCounts counts;
     const int trials = Scaled(30000);
     for (int trial = 0; trial < trials; ++trial) {
@@ -144,7 +145,7 @@ TEST(ClipEdge, FollowsItsStepsBitForBit) {
     EXPECT_GT(counts.dropped, trials / 10);
 }
 
-TEST(ClipEdge, DoesNotDependOnWhichEndComesFirst) {
+TEST(ClipEdgeWorld, DoesNotDependOnWhichEndComesFirst) {
     Random random(22);
     int cut = 0;
     const int trials = Scaled(20000);
@@ -201,7 +202,7 @@ double LeastInside(const DiscreteProjectionSpace& space,
     return least;
 }
 
-TEST(ClipEdge, KeepsExactlyThePartInsideTheView) {
+TEST(ClipEdgeWorld, KeepsExactlyThePartInsideTheView) {
     Random random(23);
     int kept = 0;
     int dropped = 0;

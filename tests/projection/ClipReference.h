@@ -1,6 +1,6 @@
-// What the tests of the camera's grid share: views, and the formulas of projecting, cutting and
-// quantising written out once more, for edges and for triangles. A comparison with the library
-// returns nothing when they agree and says where they do not otherwise.
+// Shared by the tests of the camera and its grid: views, and second implementations of projection,
+// clipping and quantisation for edges and triangles. A comparison with the library returns nothing
+// if they agree and a description of the first difference otherwise.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>

@@ -1,5 +1,5 @@
-// Clipping of triangles: the polygon, its edge codes and the buffer it ends in, the same cut for
-// both neighbours of an edge, and every float of it against the steps written out again.
+// Clipping of triangles: the polygon, its edge codes and its buffer, equal intersections for both
+// neighbours of an edge, and every float compared with a second implementation of the steps.
 #include <ctr/DiscreteProjectionSpace.h>
 
 #include <Wm4Foundation.h>

@@ -1,4 +1,4 @@
-// The camera's grid: defaults, which bit sizes are accepted, and the ratios to the last bit.
+// The grid of the camera: defaults, accepted bit sizes, and the exact ratios.
 #include <ctr/DiscreteProjectionSpace.h>
 
 #include <Wm4Foundation.h>
@@ -90,7 +90,7 @@ void ExpectRatios(const DiscreteProjectionSpace& space, const Ratios& expected) 
 
 // ---------------------------------------------------------------------------------------------
 
-TEST(ProjectionSpace, StartsWithIdentityMatricesAnd20Bits) {
+TEST(DiscreteProjectionSpace, StartsWithIdentityMatricesAnd20Bits) {
     const DiscreteProjectionSpace space;
     EXPECT_EQ(space.worldToClip, Matrix(false));
     EXPECT_EQ(space.clipToWorld, Matrix(false));
@@ -100,7 +100,7 @@ TEST(ProjectionSpace, StartsWithIdentityMatricesAnd20Bits) {
     EXPECT_EQ(space.zBits, 20U);
 }
 
-TEST(ProjectionSpace, StartsWithAFullSquareGrid) {
+TEST(DiscreteProjectionSpace, StartsWithAFullSquareGrid) {
     const DiscreteProjectionSpace space;
     const float scale = kFull20 / 2.0F;
     const float size = 2.0F / kFull20;
@@ -108,12 +108,12 @@ TEST(ProjectionSpace, StartsWithAFullSquareGrid) {
     EXPECT_EQ(space.computeFrustumSizeXY(), Wm4::Vector2<float>(1.0F, 1.0F));
 }
 
-TEST(VoxelBitSize, RejectsItsOwnDefault) {
+TEST(SetVoxelBitSize, RejectsItsOwnDefault) {
     DiscreteProjectionSpace space;
     EXPECT_FALSE(space.setVoxelBitSize(20, 20));
 }
 
-TEST(VoxelBitSize, AcceptsUpTo59BitsInAll) {
+TEST(SetVoxelBitSize, AcceptsUpTo59BitsInAll) {
     DiscreteProjectionSpace space;
     EXPECT_TRUE(space.setVoxelBitSize(20, 19));
     EXPECT_EQ(space.xyBits, 20U);
@@ -123,7 +123,7 @@ TEST(VoxelBitSize, AcceptsUpTo59BitsInAll) {
     EXPECT_FALSE(space.setVoxelBitSize(28, 4));
 }
 
-TEST(VoxelBitSize, RejectsFewerThanTwoBits) {
+TEST(SetVoxelBitSize, RejectsFewerThanTwoBits) {
     DiscreteProjectionSpace space;
     for (const auto& [xy, z] : std::vector<std::pair<unsigned int, unsigned int>>{
              {1, 30}, {0, 30}, {30, 1}, {10, 0}, {1, 1}, {0, 0}}) {
@@ -132,7 +132,7 @@ TEST(VoxelBitSize, RejectsFewerThanTwoBits) {
     EXPECT_TRUE(space.setVoxelBitSize(2, 2));
 }
 
-TEST(VoxelBitSize, ARejectionChangesNothing) {
+TEST(SetVoxelBitSize, ARejectionChangesNothing) {
     DiscreteProjectionSpace space = SpaceOfBits(7, 5);
     SetFrustumSize(space, 3.0F, 1.0F); // ratios are of the camera before
     const Ratios before{space.voxelScale, space.voxelSize};
@@ -143,7 +143,7 @@ TEST(VoxelBitSize, ARejectionChangesNothing) {
     ExpectRatios(space, before);
 }
 
-TEST(VoxelBitSize, TheLimitIsComputedIn32BitsAndWraps) {
+TEST(SetVoxelBitSize, TheLimitIsComputedIn32BitsAndWraps) {
     for (const auto& [xy, z] : std::vector<std::pair<unsigned int, unsigned int>>{
              {0x80000002U, 10U}, {2U, 0xFFFFFFFFU}, {0x7FFFFFFFU, 5U}, {0x80000000U, 59U}}) {
         DiscreteProjectionSpace space;
@@ -156,7 +156,7 @@ TEST(VoxelBitSize, TheLimitIsComputedIn32BitsAndWraps) {
     EXPECT_FALSE(space.setVoxelBitSize(2U, 0xFFFFFFF0U));
 }
 
-TEST(VoxelBitSize, EveryAcceptedSizeGivesAUsableRatioAndNonNegativeCoordinates) {
+TEST(SetVoxelBitSize, EveryAcceptedSizeGivesAUsableRatioAndNonNegativeCoordinates) {
     for (const auto& [xy, z] : std::vector<std::pair<unsigned int, unsigned int>>{
              {2U, 31U}, {2U, 32U}, {2U, 33U}, {2U, 55U}, {28U, 3U}, {0x80000002U, 10U}}) {
         const DiscreteProjectionSpace space = SpaceOfBits(xy, z);
@@ -172,7 +172,7 @@ TEST(VoxelBitSize, EveryAcceptedSizeGivesAUsableRatioAndNonNegativeCoordinates) 
     }
 }
 
-TEST(ViewProjection, IsStoredAsGivenWithoutTouchingTheRatios) {
+TEST(SetViewProjection, IsStoredAsGivenWithoutTouchingTheRatios) {
     DiscreteProjectionSpace space;
     const Ratios before{space.voxelScale, space.voxelSize};
     const Matrix a = Diagonal(2.0F, 3.0F, 4.0F);
@@ -183,7 +183,7 @@ TEST(ViewProjection, IsStoredAsGivenWithoutTouchingTheRatios) {
     ExpectRatios(space, before);
 }
 
-TEST(ViewProjection, RatiosFollowOnUpdateAndOnAcceptedBitSizes) {
+TEST(SetViewProjection, RatiosFollowOnUpdateAndOnAcceptedBitSizes) {
     DiscreteProjectionSpace updated;
     SetFrustumSize(updated, 2.0F, 1.0F);
     updated.updateRatios();
@@ -195,7 +195,7 @@ TEST(ViewProjection, RatiosFollowOnUpdateAndOnAcceptedBitSizes) {
     EXPECT_EQ(resized.voxelScale[1], kFull20 / 4.0F);
 }
 
-TEST(ViewProjection, ACopyKeepsItsOwnCamera) {
+TEST(SetViewProjection, ACopyKeepsItsOwnCamera) {
     DiscreteProjectionSpace space = SpaceOfBits(9, 9);
     const DiscreteProjectionSpace copy = space;
     SetFrustumSize(space, 5.0F, 1.0F);
@@ -205,7 +205,7 @@ TEST(ViewProjection, ACopyKeepsItsOwnCamera) {
     EXPECT_EQ(copy.voxelScale[0], 511.0F / 2.0F);
 }
 
-TEST(GridRatios, AWideViewGetsAllColumnsAndUnroundedRows) {
+TEST(UpdateRatios, AWideViewGetsAllColumnsAndUnroundedRows) {
     DiscreteProjectionSpace space;
     SetFrustumSize(space, 2.0F, 1.0F);
     space.updateRatios();
@@ -214,7 +214,7 @@ TEST(GridRatios, AWideViewGetsAllColumnsAndUnroundedRows) {
                          Vec3(2.0F / kFull20, 2.0F / rows, 2.0F / kFull20)});
 }
 
-TEST(GridRatios, ATallViewGetsAllRowsAndUnroundedColumns) {
+TEST(UpdateRatios, ATallViewGetsAllRowsAndUnroundedColumns) {
     DiscreteProjectionSpace space = SpaceOfBits(5, 4);
     SetFrustumSize(space, 1.0F, 4.0F);
     space.updateRatios();
@@ -223,7 +223,7 @@ TEST(GridRatios, ATallViewGetsAllRowsAndUnroundedColumns) {
                          Vec3(2.0F / columns, 2.0F / 31.0F, 2.0F / 15.0F)});
 }
 
-TEST(GridRatios, OnATieTheColumnsAreFull) {
+TEST(UpdateRatios, OnATieTheColumnsAreFull) {
     // w * N / w is not always N in floats; only then does the choice show.
     DiscreteProjectionSpace space;
     bool shown = false;
@@ -241,7 +241,7 @@ TEST(GridRatios, OnATieTheColumnsAreFull) {
     EXPECT_TRUE(shown);
 }
 
-TEST(GridRatios, TheShorterAxisHasAtLeastOneStep) {
+TEST(UpdateRatios, TheShorterAxisHasAtLeastOneStep) {
     DiscreteProjectionSpace wide = SpaceOfBits(3, 3);
     SetFrustumSize(wide, 8.0F, 1.0F); // 7 / 8 of a row
     wide.updateRatios();
@@ -252,7 +252,7 @@ TEST(GridRatios, TheShorterAxisHasAtLeastOneStep) {
     ExpectRatios(tall, {Vec3(0.5F, 3.5F, 3.5F), Vec3(2.0F, 2.0F / 7.0F, 2.0F / 7.0F)});
 }
 
-TEST(GridRatios, FollowTheirFormulaBitForBit) {
+TEST(UpdateRatios, FollowTheirFormulaBitForBit) {
     Random random(11);
     for (int trial = 0; trial < Scaled(4000); ++trial) {
         DiscreteProjectionSpace space;
@@ -280,7 +280,7 @@ TEST(GridRatios, FollowTheirFormulaBitForBit) {
     }
 }
 
-TEST(FrustumSize, IsMeasuredAtDepthZeroOfAPerspectiveView) {
+TEST(ComputeFrustumSizeXY, IsMeasuredAtDepthZeroOfAPerspectiveView) {
     // w = z: NDC depth 0 lies at 2 n f / (n + f), where a unit of NDC is slope times that long.
     const DiscreteProjectionSpace space = test_support::PerspectiveSpace(10, 10, 0.5F, 1.0F, 3.0F);
     const Wm4::Vector2<float> size = space.computeFrustumSizeXY();

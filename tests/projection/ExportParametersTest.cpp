@@ -1,4 +1,4 @@
-// The page: fitting the view onto it, and how much of the world a millimetre shows.
+// The page: fitting the view onto it, and world units per millimetre.
 #include <ctr/ExportParameters.h>
 
 #include <Wm4Foundation.h>
@@ -92,7 +92,7 @@ TEST(ExportParameters, ProjectionOperationsWorkOnThePageObject) {
     EXPECT_EQ(b1.x, 7);
 }
 
-TEST(PageSize, AloneDoesNotChangeTheMap) {
+TEST(SetPageSizeInMM, AloneDoesNotChangeTheMap) {
     ExportParameters page((DiscreteProjectionSpace()));
     const std::array<float, 4> transform = page.pageTransform;
     const Vec2 offset = page.pageOffset;
@@ -102,7 +102,7 @@ TEST(PageSize, AloneDoesNotChangeTheMap) {
     EXPECT_EQ(page.pageOffset, offset);
 }
 
-TEST(PageSize, TakesEffectWithTheNextFit) {
+TEST(SetPageSizeInMM, TakesEffectWithTheNextFit) {
     ExportParameters page((DiscreteProjectionSpace()));
     page.setPageSizeInMM(Vec2(297.0F, 210.0F));
     page.computeBestFitTransform();
@@ -110,7 +110,7 @@ TEST(PageSize, TakesEffectWithTheNextFit) {
     EXPECT_EQ(page.pageOffset, Vec2(148.5F, 105.0F));
 }
 
-TEST(BestFit, OnATieTheWidthIsFilled) {
+TEST(ComputeBestFitTransform, OnATieTheWidthIsFilled) {
     // Both branches agree but for rounding; look for views in which the rounding shows.
     Random random(40);
     int shown = 0;
@@ -132,7 +132,7 @@ TEST(BestFit, OnATieTheWidthIsFilled) {
     EXPECT_GT(shown, 0);
 }
 
-TEST(BestFit, FollowsItsFormulaBitForBit) {
+TEST(ComputeBestFitTransform, FollowsItsFormulaBitForBit) {
     Random random(41);
     int tall = 0;
     const int trials = Scaled(3000);
@@ -156,19 +156,19 @@ TEST(BestFit, FollowsItsFormulaBitForBit) {
     EXPECT_LT(tall, trials - trials / 10);
 }
 
-TEST(WorldUnitsPerMM, IsTheWidthOfTheViewOverTheWidthOfThePage) {
+TEST(GetWorldUnitsPerMM, IsTheWidthOfTheViewOverTheWidthOfThePage) {
     const ExportParameters page((DiscreteProjectionSpace()));
     EXPECT_EQ(Bits(page.getWorldUnitsPerMM()), Bits(2.0F / 210.0F));
 }
 
-TEST(WorldUnitsPerMM, IsMeasuredOnTheNearPlane) {
+TEST(GetWorldUnitsPerMM, IsMeasuredOnTheNearPlane) {
     // w = z: a unit of NDC is slope * depth long; the near plane lies at depth 1.
     const ExportParameters page(test_support::PerspectiveSpace(10, 10, 0.5F, 1.0F, 3.0F));
     EXPECT_NEAR(page.computeFrustumSizeXY()[0], 0.75F, 1e-6F);
     EXPECT_NEAR(page.getWorldUnitsPerMM() * 210.0F, 1.0F, 1e-6F);
 }
 
-TEST(WorldUnitsPerMM, FollowsTheMapThatTheCallerSet) {
+TEST(GetWorldUnitsPerMM, FollowsTheMapThatTheCallerSet) {
     ExportParameters page((DiscreteProjectionSpace()));
     page.setPageSizeInMM(Vec2(100.0F, 100.0F));
     page.pageTransform = {0.0F, -50.0F, 50.0F, 0.0F}; // a quarter turn; det is 2500
@@ -177,7 +177,7 @@ TEST(WorldUnitsPerMM, FollowsTheMapThatTheCallerSet) {
     EXPECT_EQ(page.getWorldUnitsPerMM(), 2.0F / 100.0F);
 }
 
-TEST(WorldUnitsPerMM, IsZeroForASingularMap) {
+TEST(GetWorldUnitsPerMM, IsZeroForASingularMap) {
     ExportParameters page((DiscreteProjectionSpace()));
     page.pageTransform = {0.0F, 0.0F, 0.0F, 0.0F};
     EXPECT_EQ(page.getWorldUnitsPerMM(), 0.0F);
@@ -185,7 +185,7 @@ TEST(WorldUnitsPerMM, IsZeroForASingularMap) {
     EXPECT_EQ(page.getWorldUnitsPerMM(), 0.0F);
 }
 
-TEST(WorldUnitsPerMM, ADeterminantAtTheToleranceCountsAsSingular) {
+TEST(GetWorldUnitsPerMM, ADeterminantAtTheToleranceCountsAsSingular) {
     const float tolerance = Wm4::Math<float>::ZERO_TOLERANCE;
     ExportParameters page((DiscreteProjectionSpace()));
     for (const float sign : {1.0F, -1.0F}) {
@@ -196,7 +196,7 @@ TEST(WorldUnitsPerMM, ADeterminantAtTheToleranceCountsAsSingular) {
     }
 }
 
-TEST(WorldUnitsPerMM, APointAtInfinityIsReplacedByTheLargestNumber) {
+TEST(GetWorldUnitsPerMM, APointAtInfinityIsReplacedByTheLargestNumber) {
     DiscreteProjectionSpace space;
     Matrix toWorld(false);
     toWorld[2][3] = 1.0F; // the fourth component is z + 1: zero on the near plane
@@ -215,7 +215,7 @@ Wm4::Vector3<float> OnNearPlane(const Matrix& m, float x, float y) {
     return {c[0] / c[3], c[1] / c[3], c[2] / c[3]};
 }
 
-TEST(WorldUnitsPerMM, FollowsItsFormulaBitForBit) {
+TEST(GetWorldUnitsPerMM, FollowsItsFormulaBitForBit) {
     Random random(42);
     for (int trial = 0; trial < Scaled(3000); ++trial) {
         DiscreteProjectionSpace space;

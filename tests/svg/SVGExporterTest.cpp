@@ -1,6 +1,6 @@
-// The drawing as a file, byte for byte: head, groups, paths and end, what fails and what that
-// leaves behind. Scenes use the identity camera, so a world point (x, y) lies on an A4 page at
-// (105 + 105 x, 148.5 - 105 y) millimetres.
+// The SVG file, byte for byte: head, groups, paths and end; failures and their effects. Scenes use
+// the identity camera, so a world point (x, y) is at (105 + 105 x, 148.5 - 105 y) millimetres on an
+// A4 page.
 #include <ctr/SVGExporter.h>
 
 #include "linesets/SegmentBuilders.h"
@@ -69,7 +69,7 @@ std::string Contents(const std::string& path) {
 }
 
 // An exporter with a plain A4 page, without title, and a file of its own.
-class SVGFile : public testing::Test {
+class SVGExporterFile : public testing::Test {
 protected:
     void SetUp() override {
         const auto* const info = testing::UnitTest::GetInstance()->current_test_info();
@@ -113,13 +113,13 @@ SetPointer OneLine(const Vec3& p, const Vec3& q) {
     return MakeSet({p, q}, {0, 1});
 }
 
-TEST_F(SVGFile, HasAHeadAndAnEnd) {
+TEST_F(SVGExporterFile, HasAHeadAndAnEnd) {
     EXPECT_TRUE(exporter_.openFile(path_));
     EXPECT_TRUE(exporter_.closeFile());
     EXPECT_EQ(Contents(path_), kXml + kA4 + kEnd);
 }
 
-TEST_F(SVGFile, IsTitledIllustrationUnlessToldOtherwise) {
+TEST_F(SVGExporterFile, IsTitledIllustrationUnlessToldOtherwise) {
     SVGExporter exporter;
     exporter.setExportParameters(ExportParameters((DiscreteProjectionSpace())));
     EXPECT_TRUE(exporter.openFile(path_));
@@ -127,7 +127,7 @@ TEST_F(SVGFile, IsTitledIllustrationUnlessToldOtherwise) {
     EXPECT_EQ(Contents(path_), kXml + kA4 + "<title>Illustration</title>\n" + kEnd);
 }
 
-TEST_F(SVGFile, AProjectionSpaceAloneMeansItsBestFitOnA4) {
+TEST_F(SVGExporterFile, AProjectionSpaceAloneMeansItsBestFitOnA4) {
     const DiscreteProjectionSpace space;
     exporter_.setExportParameters(space);
     EXPECT_TRUE(exporter_.openFile(path_));
@@ -135,7 +135,7 @@ TEST_F(SVGFile, AProjectionSpaceAloneMeansItsBestFitOnA4) {
     EXPECT_EQ(Contents(path_), kXml + kA4 + kEnd);
 }
 
-TEST_F(SVGFile, CarriesTitleAndDescriptionExactlyAsGiven) {
+TEST_F(SVGExporterFile, CarriesTitleAndDescriptionExactlyAsGiven) {
     exporter_.setTitle("A & B < C > \"D\"");
     exporter_.setDescription("line one\nline <two> &amp;");
     EXPECT_TRUE(exporter_.openFile(path_));
@@ -144,14 +144,14 @@ TEST_F(SVGFile, CarriesTitleAndDescriptionExactlyAsGiven) {
                                    "<desc>line one\nline <two> &amp;</desc>\n" + kEnd);
 }
 
-TEST_F(SVGFile, AnEmptyTextLeavesItsElementOut) {
+TEST_F(SVGExporterFile, AnEmptyTextLeavesItsElementOut) {
     exporter_.setDescription("only this");
     EXPECT_TRUE(exporter_.openFile(path_));
     EXPECT_TRUE(exporter_.closeFile());
     EXPECT_EQ(Contents(path_), kXml + kA4 + "<desc>only this</desc>\n" + kEnd);
 }
 
-TEST_F(SVGFile, TextsSetWhileOpenWaitForTheNextFile) {
+TEST_F(SVGExporterFile, TextsSetWhileOpenWaitForTheNextFile) {
     EXPECT_TRUE(exporter_.openFile(path_));
     exporter_.setTitle("late");
     EXPECT_TRUE(exporter_.closeFile());
@@ -161,7 +161,7 @@ TEST_F(SVGFile, TextsSetWhileOpenWaitForTheNextFile) {
     EXPECT_EQ(Contents(path_), kXml + kA4 + "<title>late</title>\n" + kEnd);
 }
 
-TEST_F(SVGFile, WritesPageSizesWithSixSignificantDigits) {
+TEST_F(SVGExporterFile, WritesPageSizesWithSixSignificantDigits) {
     for (const auto& [width, text] :
          std::vector<std::pair<float, std::string>>{{210.0F, "210"},
                                                     {12.3456789F, "12.3457"},
@@ -176,7 +176,7 @@ TEST_F(SVGFile, WritesPageSizesWithSixSignificantDigits) {
     }
 }
 
-TEST_F(SVGFile, EveryLineIsFlushed) {
+TEST_F(SVGExporterFile, EveryLineIsFlushed) {
     EXPECT_TRUE(exporter_.openFile(path_));
     EXPECT_EQ(Contents(path_), kXml + kA4);
     EXPECT_TRUE(exporter_.streamLineSegments(*Bend(), "silhouette"));
@@ -184,21 +184,21 @@ TEST_F(SVGFile, EveryLineIsFlushed) {
     EXPECT_TRUE(exporter_.closeFile());
 }
 
-TEST_F(SVGFile, ReplacesWhatTheFileHeld) {
+TEST_F(SVGExporterFile, ReplacesWhatTheFileHeld) {
     std::ofstream(path_) << std::string(10000, 'x');
     EXPECT_TRUE(exporter_.openFile(path_));
     EXPECT_TRUE(exporter_.closeFile());
     EXPECT_EQ(Contents(path_), kXml + kA4 + kEnd);
 }
 
-TEST_F(SVGFile, TakesPathsInUtf8) {
+TEST_F(SVGExporterFile, TakesPathsInUtf8) {
     path_ = testing::TempDir() + "ctr_svg_\xC3\xA4\xE7\xBA\xBF.svg";
     EXPECT_TRUE(exporter_.openFile(path_));
     EXPECT_TRUE(exporter_.closeFile());
     EXPECT_TRUE(std::filesystem::exists(path_));
 }
 
-TEST_F(SVGFile, OnlyOneIsOpenAtATime) {
+TEST_F(SVGExporterFile, OnlyOneIsOpenAtATime) {
     const std::string other = path_ + ".other";
     std::filesystem::remove(other);
     EXPECT_TRUE(exporter_.openFile(path_));
@@ -210,7 +210,7 @@ TEST_F(SVGFile, OnlyOneIsOpenAtATime) {
     EXPECT_EQ(body(), kSilhouetteGroup + kBendPath + kGroupEnd);
 }
 
-TEST_F(SVGFile, ThatCannotBeOpenedIsReportedAndAnotherMayFollow) {
+TEST_F(SVGExporterFile, ThatCannotBeOpenedIsReportedAndAnotherMayFollow) {
     EXPECT_FALSE(exporter_.openFile(path_ + ".missing/drawing.svg"));
     EXPECT_FALSE(exporter_.streamLineSegments(*Bend(), "silhouette"));
     EXPECT_FALSE(exporter_.closeFile());
@@ -218,7 +218,7 @@ TEST_F(SVGFile, ThatCannotBeOpenedIsReportedAndAnotherMayFollow) {
     EXPECT_TRUE(exporter_.closeFile());
 }
 
-TEST_F(SVGFile, WithoutExportParametersStaysOpenWithoutAHead) {
+TEST_F(SVGExporterFile, WithoutExportParametersStaysOpenWithoutAHead) {
     SVGExporter exporter;
     EXPECT_FALSE(exporter.openFile(path_));
     EXPECT_EQ(Contents(path_), "");
@@ -228,7 +228,7 @@ TEST_F(SVGFile, WithoutExportParametersStaysOpenWithoutAHead) {
     EXPECT_EQ(Contents(path_), kEnd);
 }
 
-TEST_F(SVGFile, ClosingWithoutOpeningFails) {
+TEST_F(SVGExporterFile, ClosingWithoutOpeningFails) {
     EXPECT_FALSE(exporter_.closeFile());
     EXPECT_FALSE(std::filesystem::exists(path_));
     EXPECT_TRUE(exporter_.openFile(path_));
@@ -237,7 +237,7 @@ TEST_F(SVGFile, ClosingWithoutOpeningFails) {
     EXPECT_EQ(Contents(path_), kXml + kA4 + kEnd);
 }
 
-TEST_F(SVGFile, IsLeftWithoutItsEndByTheDestructor) {
+TEST_F(SVGExporterFile, IsLeftWithoutItsEndByTheDestructor) {
     {
         SVGExporter exporter;
         exporter.setTitle("");
@@ -247,7 +247,7 @@ TEST_F(SVGFile, IsLeftWithoutItsEndByTheDestructor) {
     EXPECT_EQ(Contents(path_), kXml + kA4);
 }
 
-TEST_F(SVGFile, StaysFailedOnAFullDeviceUntilAnotherIsOpened) {
+TEST_F(SVGExporterFile, StaysFailedOnAFullDeviceUntilAnotherIsOpened) {
     if (!std::filesystem::exists("/dev/full")) {
         FAIL() << "this system has no /dev/full";
     }
@@ -258,7 +258,7 @@ TEST_F(SVGFile, StaysFailedOnAFullDeviceUntilAnotherIsOpened) {
     EXPECT_EQ(bodyOf(*Bend()), kSilhouetteGroup + kBendPath + kGroupEnd);
 }
 
-TEST_F(SVGFile, SettingsPersistFromFileToFile) {
+TEST_F(SVGExporterFile, SettingsPersistFromFileToFile) {
     exporter_.setTitle("T");
     exporter_.setLineStyle("mine", {Wm4::ColorRGB(1.0F, 0.0F, 0.0F), 0.5F});
     const std::string expected =
@@ -287,7 +287,7 @@ private:
     std::size_t room_;
 };
 
-TEST_F(SVGFile, MayBeABufferOfTheCallers) {
+TEST_F(SVGExporterFile, MayBeABufferOfTheCallers) {
     const SetPointer set = Bend();
     EXPECT_TRUE(exporter_.openFile(path_));
     EXPECT_TRUE(exporter_.streamLineSegments(*set, "crease"));
@@ -302,7 +302,7 @@ TEST_F(SVGFile, MayBeABufferOfTheCallers) {
     EXPECT_FALSE(exporter_.closeFile());
 }
 
-TEST_F(SVGFile, ABufferThatIsFullFailsUntilAnotherIsOpened) {
+TEST_F(SVGExporterFile, ABufferThatIsFullFailsUntilAnotherIsOpened) {
     const SetPointer set = Bend();
     FullBuffer none(10);
     EXPECT_FALSE(exporter_.openBuffer(none));
@@ -317,7 +317,7 @@ TEST_F(SVGFile, ABufferThatIsFullFailsUntilAnotherIsOpened) {
     EXPECT_TRUE(exporter_.closeFile());
 }
 
-TEST_F(SVGFile, ABufferStaysWithoutAHeadWhereThereAreNoExportParameters) {
+TEST_F(SVGExporterFile, ABufferStaysWithoutAHeadWhereThereAreNoExportParameters) {
     SVGExporter exporter;
     std::stringbuf buffer;
     EXPECT_FALSE(exporter.openBuffer(buffer));
@@ -325,7 +325,7 @@ TEST_F(SVGFile, ABufferStaysWithoutAHeadWhereThereAreNoExportParameters) {
     EXPECT_EQ(buffer.str(), kEnd);
 }
 
-TEST(SVGLineStyles, StartWithSilhouettesAndCreases) {
+TEST(SVGExporterLineStyles, StartWithSilhouettesAndCreases) {
     const SVGExporter exporter;
     const auto& styles = exporter.getLineStyles();
     ASSERT_EQ(styles.size(), 2U);
@@ -335,7 +335,7 @@ TEST(SVGLineStyles, StartWithSilhouettesAndCreases) {
     EXPECT_EQ(Bits(styles.at("crease").width), 0x3E088888U);
 }
 
-TEST(SVGLineStyles, AnUnknownNameIsBlackAndOneMillimetreWide) {
+TEST(SVGExporterLineStyles, AnUnknownNameIsBlackAndOneMillimetreWide) {
     const SVGExporter exporter;
     const SVGLineStyle hidden = exporter.getLineStyle("hidden");
     EXPECT_EQ(hidden.color, Wm4::ColorRGB(0.0F, 0.0F, 0.0F));
@@ -343,7 +343,7 @@ TEST(SVGLineStyles, AnUnknownNameIsBlackAndOneMillimetreWide) {
     EXPECT_EQ(exporter.getLineStyles().size(), 2U); // asking adds nothing
 }
 
-TEST(SVGLineStyles, AreReplacedOrAdded) {
+TEST(SVGExporterLineStyles, AreReplacedOrAdded) {
     SVGExporter exporter;
     exporter.setLineStyle("crease", {Wm4::ColorRGB(0.25F, 0.5F, 0.75F), 2.0F});
     exporter.setLineStyle("hidden", {Wm4::ColorRGB(1.0F, 1.0F, 1.0F), 0.1F});
@@ -354,7 +354,7 @@ TEST(SVGLineStyles, AreReplacedOrAdded) {
     EXPECT_EQ(exporter.getLineStyle("silhouette").width, 0.2F);
 }
 
-TEST_F(SVGFile, AnUnknownStyleWritesNothingAndFails) {
+TEST_F(SVGExporterFile, AnUnknownStyleWritesNothingAndFails) {
     EXPECT_TRUE(exporter_.openFile(path_));
     EXPECT_FALSE(exporter_.streamLineSegments(*Bend(), "hidden"));
     EXPECT_TRUE(exporter_.streamLineSegments(*Bend(), "silhouette")); // the stream is still good
@@ -362,7 +362,7 @@ TEST_F(SVGFile, AnUnknownStyleWritesNothingAndFails) {
     EXPECT_EQ(body(), kSilhouetteGroup + kBendPath + kGroupEnd);
 }
 
-TEST_F(SVGFile, ChannelsAreCutOffToWholeNumbers) {
+TEST_F(SVGExporterFile, ChannelsAreCutOffToWholeNumbers) {
     exporter_.setLineStyle("mine", {Wm4::ColorRGB(1.0F, 0.5F, 0.999F), 0.35F});
     EXPECT_EQ(bodyOf(*Bend(), "mine"), Group("255,127,254", "0.35") + kBendPath + kGroupEnd);
     exporter_.setLineStyle("mine", {Wm4::ColorRGB(-1.0F, 2.0F, 1e30F), 0.35F});
@@ -371,29 +371,29 @@ TEST_F(SVGFile, ChannelsAreCutOffToWholeNumbers) {
 
 // ---------------------------------------------------------------------------------------------
 
-TEST_F(SVGFile, AChainIsOnePath) {
+TEST_F(SVGExporterFile, AChainIsOnePath) {
     EXPECT_EQ(bodyOf(*Bend()), kSilhouetteGroup + kBendPath + kGroupEnd);
 }
 
-TEST_F(SVGFile, CreasesAreThinner) {
+TEST_F(SVGExporterFile, CreasesAreThinner) {
     EXPECT_EQ(bodyOf(*Bend(), "crease"), kCreaseGroup + kBendPath + kGroupEnd);
 }
 
-TEST_F(SVGFile, ABreakStartsAnotherPath) {
+TEST_F(SVGExporterFile, ABreakStartsAnotherPath) {
     const SetPointer set =
         MakeSet({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(-1, 0, 0), Vec3(-1, 1, 0)}, {0, 1, 2, 3});
     EXPECT_EQ(bodyOf(*set), kSilhouetteGroup + Path("M105,148.5 L210,148.5") +
                                 Path("M0,148.5 L0,43.5") + kGroupEnd);
 }
 
-TEST_F(SVGFile, APathGoesOnThroughWeldedVertices) {
+TEST_F(SVGExporterFile, APathGoesOnThroughWeldedVertices) {
     // The segments meet in space only; after welding they share the vertex.
     const SetPointer set =
         MakeSet({Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(1, 0, 0), Vec3(1, 1, 0)}, {0, 1, 2, 3});
     EXPECT_EQ(bodyOf(*set), kSilhouetteGroup + kBendPath + kGroupEnd);
 }
 
-TEST_F(SVGFile, ASegmentThatDoesNotStartWhereTheLastOneEndsIsAPathOfItsOwn) {
+TEST_F(SVGExporterFile, ASegmentThatDoesNotStartWhereTheLastOneEndsIsAPathOfItsOwn) {
     // A star: three chains from one vertex.
     const SetPointer set = MakeSet(
         {Vec3(0, 0, 0), Vec3(1, 0, 0), Vec3(-0.5F, 1, 0), Vec3(-0.5F, -1, 0)}, {0, 1, 0, 2, 0, 3});
@@ -406,14 +406,14 @@ TEST_F(SVGFile, ASegmentThatDoesNotStartWhereTheLastOneEndsIsAPathOfItsOwn) {
     EXPECT_EQ(paths, 3U);
 }
 
-TEST_F(SVGFile, TheMiddleOfTheViewIsTheMiddleOfThePageAndUpIsUp) {
+TEST_F(SVGExporterFile, TheMiddleOfTheViewIsTheMiddleOfThePageAndUpIsUp) {
     EXPECT_EQ(bodyOf(*OneLine(Vec3(0, 0, 0), Vec3(0, 1, 0))),
               kSilhouetteGroup + Path("M105,148.5 L105,43.5") + kGroupEnd);
     EXPECT_EQ(bodyOf(*OneLine(Vec3(0, 0, 0), Vec3(1, -1, 0))),
               kSilhouetteGroup + Path("M105,148.5 L210,253.5") + kGroupEnd);
 }
 
-TEST_F(SVGFile, OnlyVisiblePiecesAreWritten) {
+TEST_F(SVGExporterFile, OnlyVisiblePiecesAreWritten) {
     const SetPointer set = OneLine(Vec3(-1, 0, 0), Vec3(1, 0, 0));
     set->occlusionIntervals = {{Range(1, 4, 1, 2)}};
     // The vertex of the source comes before the new one, so the second piece starts there.
@@ -421,7 +421,7 @@ TEST_F(SVGFile, OnlyVisiblePiecesAreWritten) {
                                 Path("M210,148.5 L105,148.5") + kGroupEnd);
 }
 
-TEST_F(SVGFile, NothingVisibleIsNoGroupAndNoFailure) {
+TEST_F(SVGExporterFile, NothingVisibleIsNoGroupAndNoFailure) {
     const SetPointer hidden = OneLine(Vec3(-1, 0, 0), Vec3(1, 0, 0));
     hidden->occlusionIntervals = {{Range(0, 1, 1, 1)}};
     EXPECT_EQ(bodyOf(*hidden), "");
@@ -429,18 +429,18 @@ TEST_F(SVGFile, NothingVisibleIsNoGroupAndNoFailure) {
     EXPECT_EQ(bodyOf(*MakeSet({Vec3(0, 0, 0)}, {})), "");
 }
 
-TEST_F(SVGFile, NothingVisibleSucceedsEvenInAnUnknownStyle) {
+TEST_F(SVGExporterFile, NothingVisibleSucceedsEvenInAnUnknownStyle) {
     EXPECT_EQ(bodyOf(*SetPointer(new LineSegmentSet), "hidden"), "");
 }
 
-TEST_F(SVGFile, TheSetsTransformationApplies) {
+TEST_F(SVGExporterFile, TheSetsTransformationApplies) {
     const SetPointer set = OneLine(Vec3(0, 0, 0), Vec3(1, 0, 0));
     set->SetLocalTransformation(ScaleAndMove(Vec3(9, 9, 9), Vec3(9, 9, 9)));
     set->SetWorldTransformation(ScaleAndMove(Vec3(0.5F, 1, 1), Vec3(-0.5F, 0.5F, 0)));
     EXPECT_EQ(bodyOf(*set), kSilhouetteGroup + Path("M52.5,96 L105,96") + kGroupEnd);
 }
 
-TEST_F(SVGFile, APerspectiveDividesByW) {
+TEST_F(SVGExporterFile, APerspectiveDividesByW) {
     // w = z: (1, 0, 2) is half way to the side of the view, (1, 0, 4) a quarter.
     exporter_.setExportParameters(
         ExportParameters(test_support::PerspectiveSpace(10, 10, 1.0F, 1.0F, 8.0F)));
@@ -448,7 +448,7 @@ TEST_F(SVGFile, APerspectiveDividesByW) {
               kSilhouetteGroup + Path("M157.5,148.5 L131.25,148.5") + kGroupEnd);
 }
 
-TEST_F(SVGFile, ThePageMapIsTheCallersWithBothCrossTerms) {
+TEST_F(SVGExporterFile, ThePageMapIsTheCallersWithBothCrossTerms) {
     ExportParameters page((DiscreteProjectionSpace()));
     page.pageTransform = {1.0F, 10.0F, 100.0F, 2.0F};
     page.pageOffset = Wm4::Vector2<float>(5.0F, 7.0F);
@@ -458,12 +458,12 @@ TEST_F(SVGFile, ThePageMapIsTheCallersWithBothCrossTerms) {
               kSilhouetteGroup + Path("M5,290 L26,186") + kGroupEnd);
 }
 
-TEST_F(SVGFile, LinesAreNotClippedToThePage) {
+TEST_F(SVGExporterFile, LinesAreNotClippedToThePage) {
     EXPECT_EQ(bodyOf(*OneLine(Vec3(-3, 0, 0), Vec3(0, 4, -7))),
               kSilhouetteGroup + Path("M-210,148.5 L105,-271.5") + kGroupEnd);
 }
 
-TEST_F(SVGFile, StreamingIntoNothingFails) {
+TEST_F(SVGExporterFile, StreamingIntoNothingFails) {
     EXPECT_FALSE(exporter_.streamLineSegments(*Bend(), "silhouette"));
     EXPECT_FALSE(exporter_.streamGeometricFeatures(GeometricFeatures()));
     EXPECT_TRUE(exporter_.openFile(path_));
@@ -472,7 +472,7 @@ TEST_F(SVGFile, StreamingIntoNothingFails) {
     EXPECT_EQ(body(), "");
 }
 
-TEST_F(SVGFile, TheSetStaysAsItIs) {
+TEST_F(SVGExporterFile, TheSetStaysAsItIs) {
     const SetPointer set = Bend();
     set->occlusionIntervals.resize(2);
     set->segmentFlags = {true, true};
@@ -482,7 +482,7 @@ TEST_F(SVGFile, TheSetStaysAsItIs) {
     EXPECT_EQ(set->GetReferences(), 1);
 }
 
-TEST_F(SVGFile, ExportParametersAreCopied) {
+TEST_F(SVGExporterFile, ExportParametersAreCopied) {
     {
         ExportParameters page((DiscreteProjectionSpace()));
         exporter_.setExportParameters(page);
@@ -492,7 +492,7 @@ TEST_F(SVGFile, ExportParametersAreCopied) {
     EXPECT_EQ(bodyOf(*Bend()), kSilhouetteGroup + kBendPath + kGroupEnd);
 }
 
-TEST_F(SVGFile, NewExportParametersApplyToWhatIsWrittenLater) {
+TEST_F(SVGExporterFile, NewExportParametersApplyToWhatIsWrittenLater) {
     EXPECT_TRUE(exporter_.openFile(path_));
     EXPECT_TRUE(exporter_.streamLineSegments(*Bend(), "silhouette"));
     ExportParameters page((DiscreteProjectionSpace()));
@@ -506,7 +506,7 @@ TEST_F(SVGFile, NewExportParametersApplyToWhatIsWrittenLater) {
 
 // ---------------------------------------------------------------------------------------------
 
-TEST_F(SVGFile, FeaturesComeAsCreasesSilhouettesAndIntersections) {
+TEST_F(SVGExporterFile, FeaturesComeAsCreasesSilhouettesAndIntersections) {
     exporter_.setLineStyle("crease", {Wm4::ColorRGB(1.0F, 0.0F, 0.0F), 0.125F});
     GeometricFeatures features;
     features.intersectionEdges = OneLine(Vec3(0, 0, 0), Vec3(0, 1, 0));
@@ -520,7 +520,7 @@ TEST_F(SVGFile, FeaturesComeAsCreasesSilhouettesAndIntersections) {
                           kSilhouetteGroup + Path("M105,148.5 L105,43.5") + kGroupEnd);
 }
 
-TEST_F(SVGFile, MissingFeaturesAreLeftOut) {
+TEST_F(SVGExporterFile, MissingFeaturesAreLeftOut) {
     GeometricFeatures features;
     EXPECT_TRUE(exporter_.openFile(path_));
     EXPECT_TRUE(exporter_.streamGeometricFeatures(features));
@@ -564,7 +564,7 @@ std::string DrawWith(SVGExporter& exporter, const std::string& path) {
     return Contents(path);
 }
 
-TEST_F(SVGFile, IsTheSameInALocaleWithCommasAndGroups) {
+TEST_F(SVGExporterFile, IsTheSameInALocaleWithCommasAndGroups) {
     const std::string expected =
         Head("210.5", "297") + Group("255,127,0", "0.25") + kBendPath + kGroupEnd + kEnd;
     SVGExporter before;

@@ -1,5 +1,5 @@
-// The numbers of paths against what a stream prints: all sizes, ties between two roundings, and
-// the neighbours of powers of ten, where one digit more or less decides.
+// Numbers of paths compared with stream output: all magnitudes, ties, and the neighbours of powers
+// of ten, where the number of digits changes.
 #include <ctr/SVGExporter.h>
 
 #include "linesets/SegmentBuilders.h"
@@ -108,7 +108,7 @@ void ExpectAsStreamsPrint(const std::vector<float>& values) {
     EXPECT_FALSE(std::getline(written, ours));
 }
 
-TEST(NumbersOfPaths, AreThoseOfAStreamOverThePage) {
+TEST(PathText, AreThoseOfAStreamOverThePage) {
     Random random(1);
     std::vector<float> values;
     for (int i = 0; i < 200000; ++i) {
@@ -118,7 +118,7 @@ TEST(NumbersOfPaths, AreThoseOfAStreamOverThePage) {
     ExpectAsStreamsPrint(values);
 }
 
-TEST(NumbersOfPaths, AreThoseOfAStreamForAnyBits) {
+TEST(PathText, AreThoseOfAStreamForAnyBits) {
     Random random(2);
     std::vector<float> values = {0.0F, std::numeric_limits<float>::denorm_min(),
                                  std::numeric_limits<float>::min(), 3.0e38F};
@@ -132,7 +132,7 @@ TEST(NumbersOfPaths, AreThoseOfAStreamForAnyBits) {
 }
 
 // Seven digits, the last of them a five: k bits behind the point make k decimals.
-TEST(NumbersOfPaths, RoundTiesToTheEvenDigit) {
+TEST(PathText, RoundTiesToTheEvenDigit) {
     Random random(3);
     std::vector<float> values;
     for (int decimals = 2; decimals <= 6; ++decimals) {
@@ -146,7 +146,7 @@ TEST(NumbersOfPaths, RoundTiesToTheEvenDigit) {
     ExpectAsStreamsPrint(values);
 }
 
-TEST(NumbersOfPaths, ChangeTheirLengthWhereStreamsDo) {
+TEST(PathText, ChangeTheirLengthWhereStreamsDo) {
     std::vector<float> values;
     for (int exponent = -6; exponent <= 8; ++exponent) {
         for (const double factor : {1.0, 0.9999995, 0.99999949, 0.99999951, 1.0000005}) {
@@ -164,7 +164,7 @@ TEST(NumbersOfPaths, ChangeTheirLengthWhereStreamsDo) {
 }
 
 // Longer than any buffer on the way.
-TEST(NumbersOfPaths, AreWholeInALongGroup) {
+TEST(PathText, AreWholeInALongGroup) {
     std::vector<Vec3> points;
     std::vector<unsigned int> indices;
     std::ostringstream expected;
