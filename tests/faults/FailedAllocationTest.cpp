@@ -1,6 +1,6 @@
-// Every allocation of every operation fails once in turn, and once with all that come after it:
-// what comes out is std::bad_alloc and nothing else, all memory is given back, what the failure
-// left behind can be used, and the same objects give the same result when tried again.
+// Each allocation of each operation fails once in turn, and once with all later ones: the operation
+// throws nothing but std::bad_alloc and frees all memory, its objects stay usable, and a retry
+// gives the same result.
 #include <ctr/BakedTriangles.h>
 #include <ctr/CreaseEdgeInfo.h>
 #include <ctr/FeatureEdges.h>

@@ -1,5 +1,5 @@
-// Drawings on the coarsest and the finest grids, of tiny and of huge models, and far from the
-// origin: nothing breaks, ranges stay ranges, and what floats do exactly changes no drawing.
+// Drawings on the coarsest and finest grids, of tiny and huge models, and far from the origin: no
+// crash, valid intervals, and exact scalings that change no drawing.
 #include <ctr/DiscreteProjectionSpace.h>
 #include <ctr/GeometricFeaturesGenerator.h>
 #include <ctr/RationalTools.h>
@@ -114,7 +114,7 @@ void ExpectDrawing(const std::vector<const kx::kxTriMesh*>& meshes,
 
 using Bits2 = std::pair<unsigned int, unsigned int>;
 
-class BitSizes : public testing::TestWithParam<Bits2> {};
+class DrawingBitSizes : public testing::TestWithParam<Bits2> {};
 
 // The constructor's 20 and 20 bits are one more than the setter takes, so they stay as they are.
 DiscreteProjectionSpace WithBits(DiscreteProjectionSpace space, const Bits2& bits) {
@@ -128,7 +128,7 @@ DiscreteProjectionSpace WithBits(DiscreteProjectionSpace space, const Bits2& bit
     return space;
 }
 
-TEST_P(BitSizes, DrawRandomScenesWithoutHarm) {
+TEST_P(DrawingBitSizes, DrawRandomScenesWithoutHarm) {
     for (int seed = 0; seed < Scaled(50); ++seed) {
         const test_support::Scene scene =
             test_support::RandomScene(static_cast<std::uint64_t>(seed));
@@ -138,14 +138,14 @@ TEST_P(BitSizes, DrawRandomScenesWithoutHarm) {
     }
 }
 
-TEST_P(BitSizes, DrawTheSmallSceneWithoutHarm) {
+TEST_P(DrawingBitSizes, DrawTheSmallSceneWithoutHarm) {
     const SmallScene scene;
     ExpectDrawing(test_support::MeshList(scene.meshes), WithBits(scene.space, GetParam()));
     ExpectDrawing(test_support::MeshList(scene.meshes),
                   WithBits(test_support::PerspectiveSpace(8, 8, 1.5F, 0.5F, 30.0F), GetParam()));
 }
 
-TEST_P(BitSizes, CutAsThe128BitReferenceDoes) {
+TEST_P(DrawingBitSizes, CutAsThe128BitReferenceDoes) {
     test_support::CutCounts counts;
     for (int seed = 0; seed < Scaled(200); ++seed) {
         const test_support::Scene scene =
@@ -171,10 +171,10 @@ TEST_P(BitSizes, CutAsThe128BitReferenceDoes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Coarsest,
-                         BitSizes,
+                         DrawingBitSizes,
                          testing::Values(Bits2(2, 2), Bits2(2, 3), Bits2(3, 2)));
 INSTANTIATE_TEST_SUITE_P(Finest,
-                         BitSizes,
+                         DrawingBitSizes,
                          testing::Values(Bits2(20, 20), // the constructor's
                                          Bits2(20, 19),
                                          Bits2(28, 3),
@@ -266,22 +266,22 @@ void DrawWithoutHarm(int seed, const Bits2& bits) {
     AskForSegments(scene, space, tolerance, random);
 }
 
-class WrappingBitSizes : public testing::TestWithParam<Bits2> {};
+class DrawingWrappingBitSizes : public testing::TestWithParam<Bits2> {};
 
-TEST_P(WrappingBitSizes, DrawRandomScenesWithoutHarm) {
+TEST_P(DrawingWrappingBitSizes, DrawRandomScenesWithoutHarm) {
     for (int seed = 0; seed < Scaled(60); ++seed) {
         DrawWithoutHarm(seed, GetParam());
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Known,
-                         WrappingBitSizes,
+                         DrawingWrappingBitSizes,
                          testing::Values(Bits2(0x80000002U, 2),
                                          Bits2(0x8000001cU, 3),
                                          Bits2(0x80000010U, 27),
                                          Bits2(0xfffffff0U, 50)));
 
-TEST(AnyWrappingBitSizes, DrawRandomScenesWithoutHarm) {
+TEST(DrawingAnyWrappingBitSizes, DrawRandomScenesWithoutHarm) {
     for (int seed = 0; seed < Scaled(300); ++seed) {
         test_support::Random random(static_cast<std::uint64_t>(seed) + 1000U);
         DrawWithoutHarm(seed, RandomWrappingBits(random));
@@ -357,7 +357,7 @@ std::string DrawingOf(const SmallScene& scene) {
 
 // Factors that are powers of two change no digit of a float, so they change no drawing as long as
 // the squares of the view's width and height, which make cells square, are floats as well.
-TEST(Sizes, InPowersOfTwoChangeNoDrawing) {
+TEST(DrawingSizes, InPowersOfTwoChangeNoDrawing) {
     const std::string drawing = DrawingOf(SmallScene());
     for (int exponent = -57; exponent <= 57; exponent += 3) {
         EXPECT_TRUE(DrawingOf(EnlargedScene(std::ldexp(1.0F, exponent))) == drawing)
@@ -365,7 +365,7 @@ TEST(Sizes, InPowersOfTwoChangeNoDrawing) {
     }
 }
 
-TEST(Sizes, FromTheSmallestToTheLargestDoNoHarm) {
+TEST(DrawingSizes, FromTheSmallestToTheLargestDoNoHarm) {
     for (int exponent = -30; exponent <= 30; ++exponent) {
         SCOPED_TRACE(exponent);
         const SmallScene scene =
@@ -375,7 +375,7 @@ TEST(Sizes, FromTheSmallestToTheLargestDoNoHarm) {
 }
 
 // A model that is tiny or huge in a view that was made for another.
-TEST(Sizes, ThatDoNotFitTheViewDoNoHarm) {
+TEST(DrawingSizes, ThatDoNotFitTheViewDoNoHarm) {
     for (int exponent = -30; exponent <= 30; exponent += 5) {
         SCOPED_TRACE(exponent);
         SmallScene scene =
@@ -425,7 +425,7 @@ SmallScene SceneAt(const Point& centre) {
 
 // Whole coordinates are floats up to 2^24, so a place near a million loses nothing of them. The cut
 // lines are left out: their ends are no whole numbers, and are rounded to the floats there.
-TEST(FarFromTheOrigin, WholeCoordinatesAreHiddenAsAtTheOrigin) {
+TEST(DrawingFarFromTheOrigin, WholeCoordinatesAreHiddenAsAtTheOrigin) {
     const auto hidden = [](const SmallScene& scene) {
         GeometricFeaturesGenerator generator;
         GeometricFeatures features;
@@ -444,7 +444,7 @@ TEST(FarFromTheOrigin, WholeCoordinatesAreHiddenAsAtTheOrigin) {
     EXPECT_TRUE(hidden(SceneAt({1048576.0F, -1048576.0F, 2097152.0F})) == near);
 }
 
-TEST(FarFromTheOrigin, RoundedCoordinatesDoNoHarm) {
+TEST(DrawingFarFromTheOrigin, RoundedCoordinatesDoNoHarm) {
     for (const float away : {1e6F, 1e7F, 1e8F, 1e12F, 1e30F}) {
         SCOPED_TRACE(away);
         const SmallScene scene = SceneAt({away, -away, 0.7F * away});

@@ -1,5 +1,5 @@
-// A process whose locale writes 1,5 for one and a half draws the same bytes: both of C++, which
-// streams follow, and of C, which printf and strtod follow.
+// A process whose locale writes 1,5 for one and a half draws the same bytes, with the locale of C++
+// (streams) and of C (printf and strtod).
 #include <ctr/GeometricFeaturesGenerator.h>
 #include <ctr/SVGExporter.h>
 
@@ -47,7 +47,7 @@ protected:
     std::string do_grouping() const override { return "\1"; }
 };
 
-TEST(CommaLocale, OfStreamsChangesNoDrawing) {
+TEST(DrawingCommaLocale, OfStreamsChangesNoDrawing) {
     const std::string plain = DrawnBytes();
     const std::locale before =
         std::locale::global(std::locale(std::locale::classic(), new CommaPoint));
@@ -106,7 +106,7 @@ private:
     bool isSet_ = false;
 };
 
-TEST(CommaLocale, OfTheCLibraryChangesNoDrawing) {
+TEST(DrawingCommaLocale, OfTheCLibraryChangesNoDrawing) {
     const std::string plain = DrawnBytes();
     const CompiledLocale comma;
     ASSERT_TRUE(comma.isSet()) << "localedef: " << comma.compiled();

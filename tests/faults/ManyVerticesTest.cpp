@@ -1,5 +1,5 @@
-// Counts that no longer fit their integers: placements share buffers, so little memory is enough to
-// hold more vertices in all than can be numbered.
+// Counts that exceed their integers: placements share buffers, so little memory suffices for more
+// vertices than indices can number.
 #include <ctr/BakedTriangles.h>
 #include <ctr/GeometricFeaturesGenerator.h>
 #include <ctr/LineSegmentSet.h>
@@ -28,7 +28,7 @@ VerticesPointer ManyVertices() {
     return VerticesPointer(new kx::kxVertexBuffer(attributes, kVertices));
 }
 
-TEST(ManyVertices, AreNotBakedBeyondWhatCanBeNumbered) {
+TEST(DrawingManyVertices, AreNotBakedBeyondWhatCanBeNumbered) {
     const kx::kxPointer<kx::kxTriMesh> mesh(
         new kx::kxTriMesh(ManyVertices().get(), MakeIndices({0, 1, 2}, kx::IBT_TRIANGLES).get()));
     const ctr::DiscreteProjectionSpace space = test_support::LatticeSpace(4, 4);
@@ -53,7 +53,7 @@ TEST(ManyVertices, AreNotBakedBeyondWhatCanBeNumbered) {
     EXPECT_FALSE(features.creaseEdges);
 }
 
-TEST(ManyVertices, AreNotFusedBeyondWhatABufferHolds) {
+TEST(DrawingManyVertices, AreNotFusedBeyondWhatABufferHolds) {
     const SetPointer set = MakeSet(ManyVertices(), MakeIndices({0, 1}));
     for (const std::size_t count : {2048U, 4097U}) {
         const std::vector<ctr::LineSegmentSet*> sets(count, set.get());

@@ -1,4 +1,4 @@
-// A small scene that uses everything a drawing can, and drawings and sets as bytes to compare.
+// A small scene with every feature of a drawing, and drawings and sets as bytes to compare.
 #pragma once
 
 #include <ctr/ExportParameters.h>

@@ -1,5 +1,5 @@
-// What may run at once does so, on shared meshes and sets, and gives what one thread gives. The
-// thread sanitizer looks on.
+// Concurrent use of shared meshes and sets gives the results of a single thread. Run under the
+// thread sanitizer.
 #include <ctr/BakedTriangles.h>
 #include <ctr/GeometricFeaturesGenerator.h>
 #include <ctr/LineSegmentSet.h>
@@ -53,7 +53,7 @@ std::string Repeated(int times, const std::function<std::string()>& work) {
     return text;
 }
 
-TEST(AtOnce, QueriesOnOneBakedSceneGiveWhatOneThreadGets) {
+TEST(LibraryThreads, QueriesOnOneBakedSceneGiveWhatOneThreadGets) {
     const SmallScene scene;
     ctr::BakedTriangles baked;
     baked.setProjectionSpace(&scene.space);
@@ -100,7 +100,7 @@ std::vector<int> ReferencesOf(const SmallScene& scene) {
     return counts;
 }
 
-TEST(AtOnce, GeneratorsOverTheSameMeshesDrawTheSame) {
+TEST(LibraryThreads, GeneratorsOverTheSameMeshesDrawTheSame) {
     const SmallScene scene;
     const auto draw = [&scene] {
         GeometricFeaturesGenerator generator;
@@ -123,7 +123,7 @@ GeometricFeatures FeaturesOf(const SmallScene& scene) {
     return features;
 }
 
-TEST(AtOnce, ReadersOfOneSetGetTheSameSets) {
+TEST(LibraryThreads, ReadersOfOneSetGetTheSameSets) {
     const SmallScene scene;
     const GeometricFeatures features = FeaturesOf(scene);
     const LineSegmentSet& set = *features.silhouetteEdges;
@@ -148,7 +148,7 @@ TEST(AtOnce, ReadersOfOneSetGetTheSameSets) {
 }
 
 // One thread's own set, over a mesh's buffers that all share, let go of as the others do.
-TEST(AtOnce, SetsOverOneMeshComeAndGo) {
+TEST(LibraryThreads, SetsOverOneMeshComeAndGo) {
     const SmallScene scene;
     const kx::kxTriMesh* const mesh = scene.meshes[3].get();
     const auto make = [mesh] {
@@ -167,7 +167,7 @@ TEST(AtOnce, SetsOverOneMeshComeAndGo) {
 
 // Each thread removes lines from a set over the outline that the mesh carries for all of them; the
 // last one to hold it may write into it, after all that the others have read.
-TEST(AtOnce, SetsOverOneOutlineLoseTheirCommonSegments) {
+TEST(LibraryThreads, SetsOverOneOutlineLoseTheirCommonSegments) {
     const kx::kxPointer<kx::kxTriMesh> mesh =
         test_support::MakeMesh({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {0, 1, 2, 0, 2, 3});
     const std::vector<unsigned int> lines{0, 1, 1, 2, 2, 3, 3, 0};
@@ -205,7 +205,7 @@ TEST(AtOnce, SetsOverOneOutlineLoseTheirCommonSegments) {
     }
 }
 
-TEST(AtOnce, ExportersWriteTheSameFiles) {
+TEST(LibraryThreads, ExportersWriteTheSameFiles) {
     const SmallScene scene;
     const GeometricFeatures features = FeaturesOf(scene);
     const auto write = [&](std::size_t thread) {

@@ -1,4 +1,5 @@
-// What a contact tolerance may change of hidden ranges: it takes some away, and nothing else.
+// The effect of a contact tolerance on occluded intervals: it removes some and changes nothing
+// else.
 #include "laws/Drawings.h"
 
 #include <gtest/gtest.h>
@@ -46,7 +47,7 @@ int CheckWithin(const std::vector<Intervals>& less,
     return smaller;
 }
 
-TEST(ContactTolerance, ALargerOneNeverHidesMore) {
+TEST(DrawingContactTolerance, ALargerOneNeverHidesMore) {
     int smaller = 0;
     for (int trial = 0; trial < Scaled(1500) && !testing::Test::HasFailure(); ++trial) {
         const Scene scene = RandomScene(static_cast<std::uint64_t>(trial));
@@ -63,7 +64,7 @@ TEST(ContactTolerance, ALargerOneNeverHidesMore) {
     EXPECT_GT(smaller, Scaled(1500));
 }
 
-TEST(ContactTolerance, OneMoreOccluderNeverReveals) {
+TEST(DrawingContactTolerance, OneMoreOccluderNeverReveals) {
     int moreHidden = 0;
     for (int trial = 0; trial < Scaled(1500) && !testing::Test::HasFailure(); ++trial) {
         const Scene scene = RandomScene(static_cast<std::uint64_t>(trial));
@@ -81,7 +82,7 @@ TEST(ContactTolerance, OneMoreOccluderNeverReveals) {
 }
 
 // Counted from the other end, the ranges are those of the line.
-TEST(ContactTolerance, TurningTheEndsOfALineRoundChangesNothingOnTheGrid) {
+TEST(DrawingContactTolerance, TurningTheEndsOfALineRoundChangesNothingOnTheGrid) {
     int ranges = 0;
     for (int trial = 0; trial < Scaled(3000); ++trial) {
         const Scene scene = RandomScene(static_cast<std::uint64_t>(trial));

@@ -1,5 +1,5 @@
-// Drawings as lists of lines that can be compared: ends by their bits, hidden ranges by value,
-// whichever way a set runs along a line and in whatever order it lists them.
+// Drawings as comparable lists of lines: ends by their bits, occluded intervals by value,
+// independent of the direction and order of lines in a set.
 #pragma once
 
 #include <ctr/GeometricFeaturesGenerator.h>

@@ -1,4 +1,4 @@
-// What occluders may and may not do to the lines of others, whatever the scene.
+// The effects of occluders on the lines of other meshes, in any scene.
 #include <ctr/BakedTriangles.h>
 
 #include "laws/Drawings.h"
@@ -171,7 +171,7 @@ void CheckCuts(const Scene& scene, const ctr::LineSegmentSet* cuts) {
     }
 }
 
-TEST(Occluders, OneInFrontOfEverythingHidesEverything) {
+TEST(DrawingOccluders, OneInFrontOfEverythingHidesEverything) {
     FrontCounts counts;
     for (int trial = 0; trial < Scaled(2500); ++trial) {
         const Scene scene = RandomScene(static_cast<std::uint64_t>(trial));
@@ -229,7 +229,7 @@ std::int32_t NearestStep(const Space& space, const MeshPointer& mesh) {
     return nearest;
 }
 
-TEST(Occluders, OneBehindEverythingChangesNothing) {
+TEST(DrawingOccluders, OneBehindEverythingChangesNothing) {
     int scenes = 0;
     int tight = 0;
     for (int trial = 0; trial < Scaled(3000); ++trial) {
@@ -256,7 +256,7 @@ TEST(Occluders, OneBehindEverythingChangesNothing) {
 
 // --- one more ---
 
-TEST(Occluders, OneMoreNeverReveals) {
+TEST(DrawingOccluders, OneMoreNeverReveals) {
     int moreHidden = 0;
     int lines = 0;
     for (int trial = 0; trial < Scaled(2500); ++trial) {
@@ -294,7 +294,7 @@ Lines Occluded(const ctr::LineSegmentSet& chords, const std::vector<Stage*>& sta
     return laws::LinesOf(set.get());
 }
 
-TEST(Occluders, ASetOccludedTwiceIsUnchangedAndOneOccludedByTwoIsAsByBoth) {
+TEST(DrawingOccluders, ASetOccludedTwiceIsUnchangedAndOneOccludedByTwoIsAsByBoth) {
     int partlyHidden = 0;
     int byBoth = 0;
     for (int trial = 0; trial < Scaled(2500); ++trial) {
@@ -346,7 +346,7 @@ MeshData OutOfSight(Random& random, const Space& space) {
     return data;
 }
 
-TEST(Occluders, AMeshOutOfSightChangesNothing) {
+TEST(DrawingOccluders, AMeshOutOfSightChangesNothing) {
     int scenes = 0;
     int partlyHidden = 0;
     for (int trial = 0; trial < Scaled(2500); ++trial) {

@@ -1,6 +1,6 @@
-// Every sampled visible point of a drawing is seen, and every hidden one is not, by a test that
-// looks at that point alone: whether some triangle lies strictly before it. Triangles are those
-// that the library baked; neither their planes nor the tree nor any parameter of a line is used.
+// Each sampled visible point of a drawing is visible and each hidden one is not, by a test of that
+// point alone: whether a triangle is strictly in front of it. The triangles are those baked by the
+// library; neither their planes nor the tree nor any parameter of a line is used.
 #include <ctr/BakedTriangles.h>
 #include <ctr/TrianglesIntersection.h>
 
@@ -142,7 +142,7 @@ void CheckSet(const ctr::LineSegmentSet* set,
     }
 }
 
-TEST(PointVisibility, SampledPointsOfLinesAreSeenJustWhereTheyAreVisible) {
+TEST(DrawingPointVisibility, SampledPointsOfLinesAreSeenJustWhereTheyAreVisible) {
     Counts counts;
     for (int trial = 0; trial < Scaled(2500); ++trial) {
         const Scene scene = RandomScene(static_cast<std::uint64_t>(trial));
@@ -304,7 +304,7 @@ void CheckCuts(const Scene& scene, CutCounts& counts) {
     }
 }
 
-TEST(PointVisibility, IntersectionLinesHiddenAsAWholeOrNotAtAllAreDrawnAccordingly) {
+TEST(DrawingPointVisibility, IntersectionLinesHiddenAsAWholeOrNotAtAllAreDrawnAccordingly) {
     CutCounts counts;
     for (int trial = 0; trial < Scaled(20000); ++trial) {
         ASSERT_NO_FATAL_FAILURE(

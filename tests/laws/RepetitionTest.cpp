@@ -1,5 +1,5 @@
-// The same question has the same answer to the last bit: asked again, of another generator, between
-// other questions, and of a generator that has drawn something else before.
+// Equal calls give equal results to the last bit: repeated, by another generator, between other
+// calls, and by a generator that has drawn something else before.
 #include "laws/Drawings.h"
 
 #include <gtest/gtest.h>

@@ -167,7 +167,7 @@ void CheckPieceCount(const ctr::LineSegmentSet& set, const Scene& scene) {
     ASSERT_EQ(baked ? test_support::EndsOf(*baked).size() : 0, expected) << Describe(scene);
 }
 
-TEST(Tiling, HiddenRangesAndVisiblePiecesTileEveryLine) {
+TEST(DrawingTiling, HiddenRangesAndVisiblePiecesTileEveryLine) {
     Counts counts;
     for (int trial = 0; trial < Scaled(2000); ++trial) {
         const Scene scene = RandomScene(static_cast<std::uint64_t>(trial));
@@ -252,7 +252,7 @@ Chain(std::vector<GridStretch> pieces, const GridColumn& from, const GridColumn&
     return testing::AssertionSuccess();
 }
 
-TEST(Tiling, VisibleAndHiddenPiecesTileAnIntersectionLine) {
+TEST(DrawingTiling, VisibleAndHiddenPiecesTileAnIntersectionLine) {
     int lines = 0;
     int mixed = 0;
     for (int trial = 0; trial < Scaled(30000); ++trial) {

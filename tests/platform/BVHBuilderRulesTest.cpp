@@ -1,6 +1,6 @@
-// The tree builder against its rules written down a second time, plainly: one item, one axis and
-// one number at a time, every cost worked out anew, the median found by sorting. Trees have to
-// agree node for node and slot for slot, and the cancel interface has to be asked as often.
+// The BVH builder compared with a plain second implementation of its rules: one item, axis and
+// number at a time, every cost recomputed, the median found by sorting. The trees must be equal
+// node by node and slot by slot, and so must be the number of polls for cancellation.
 #include <kxCommonAddOns/kxGenericBVH.h>
 #include <kxCommonAddOns/kxGenericBVHPrimitives.h>
 #include <kxCommonAddOns/kxLinearGenericBVHBuilder.h>

@@ -1,4 +1,4 @@
-// The tree builder: what every tree must keep, on ordinary, adverse and senseless input.
+// The invariants of the BVH builder, on ordinary, adverse and invalid input.
 #include <kxCommonAddOns/kxGenericBVH.h>
 #include <kxCommonAddOns/kxGenericBVHPrimitives.h>
 #include <kxCommonAddOns/kxLinearGenericBVHBuilder.h>
@@ -275,7 +275,7 @@ bool SameTrees(const kxGenericBVH& a, const kxGenericBVH& b) {
            std::memcmp(a.nodes.data(), b.nodes.data(), a.nodes.size() * sizeof(a.nodes[0])) == 0;
 }
 
-TEST(TreeBuilder, NoPrimitivesGiveNoNodes) {
+TEST(LinearBVHBuilder, NoPrimitivesGiveNoNodes) {
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, Boxes(Make(UniformBox, 9, 1)), 2));
     ASSERT_TRUE(Build(tree, Boxes({}), 10));
@@ -283,7 +283,7 @@ TEST(TreeBuilder, NoPrimitivesGiveNoNodes) {
     EXPECT_TRUE(tree.primitives.empty());
 }
 
-TEST(TreeBuilder, OnePrimitiveIsALeafAtTheRoot) {
+TEST(LinearBVHBuilder, OnePrimitiveIsALeafAtTheRoot) {
     kxGenericBVH tree;
     const kxBBox box = Cube(1.0f, 2.0f, 3.0f, 0.5f);
     ASSERT_TRUE(Build(tree, Boxes({box}), 10));
@@ -294,7 +294,7 @@ TEST(TreeBuilder, OnePrimitiveIsALeafAtTheRoot) {
     EXPECT_EQ(tree.primitives, std::vector<unsigned int>{0});
 }
 
-TEST(TreeBuilder, TwoFarPlacesAreTwoLeavesAlongEveryAxis) {
+TEST(LinearBVHBuilder, TwoFarPlacesAreTwoLeavesAlongEveryAxis) {
     for (int axis = 0; axis < 3; ++axis) {
         kxGenericBVH tree;
         const kxBBox low = Cube(0.0f, 0.0f, 0.0f, 1.0f);
@@ -313,7 +313,7 @@ TEST(TreeBuilder, TwoFarPlacesAreTwoLeavesAlongEveryAxis) {
 }
 
 // The distance of these centroids has no reciprocal among the floats, so there are no bins.
-TEST(TreeBuilder, CentroidsTooCloseForBinsAreHalvedInOrder) {
+TEST(LinearBVHBuilder, CentroidsTooCloseForBinsAreHalvedInOrder) {
     std::vector<kxBBox> boxes;
     for (const float x : {3e-40f, -1e-40f, 1e-40f, -3e-40f, 2e-40f, -2e-40f}) {
         boxes.push_back(Cube(x, 0.0f, 0.0f, 0.0f));
@@ -325,7 +325,7 @@ TEST(TreeBuilder, CentroidsTooCloseForBinsAreHalvedInOrder) {
     EXPECT_GT(tree.nodes[2].box.min[0], 0.0f);
 }
 
-TEST(TreeBuilder, AFullLeafStaysOneWhereASplitHelpsNobody) {
+TEST(LinearBVHBuilder, AFullLeafStaysOneWhereASplitHelpsNobody) {
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, Boxes(Make(SamePoint, 10, 0)), 10));
     EXPECT_EQ(tree.nodes.size(), 1u);
@@ -342,9 +342,9 @@ void PrintTo(const Kind& kind, std::ostream* out) {
     *out << kind.name;
 }
 
-class TreeOver : public ::testing::TestWithParam<Kind> {};
+class LinearBVHBuilderOver : public ::testing::TestWithParam<Kind> {};
 
-TEST_P(TreeOver, RandomBoxesKeepsEveryInvariant) {
+TEST_P(LinearBVHBuilderOver, RandomBoxesKeepsEveryInvariant) {
     constexpr unsigned int kCounts[] = {1, 2, 3, 7, 10, 11, 33, 200, 1000};
     for (unsigned int seed = 0; seed < 90; ++seed) {
         const unsigned int count = kCounts[seed % 9];
@@ -358,7 +358,7 @@ TEST_P(TreeOver, RandomBoxesKeepsEveryInvariant) {
     }
 }
 
-TEST_P(TreeOver, TheSameBoxesIsTheSameTree) {
+TEST_P(LinearBVHBuilderOver, TheSameBoxesIsTheSameTree) {
     const Boxes boxes(Make(GetParam().make, 5000, 77));
     kxGenericBVH first;
     ASSERT_TRUE(Build(first, boxes, 10));
@@ -368,7 +368,7 @@ TEST_P(TreeOver, TheSameBoxesIsTheSameTree) {
     EXPECT_TRUE(SameTrees(first, second));
 }
 
-TEST_P(TreeOver, ManyBoxesIsWholeToo) {
+TEST_P(LinearBVHBuilderOver, ManyBoxesIsWholeToo) {
     const Boxes boxes(Make(GetParam().make, 30000, 5));
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, boxes, 10));
@@ -376,7 +376,7 @@ TEST_P(TreeOver, ManyBoxesIsWholeToo) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds,
-                         TreeOver,
+                         LinearBVHBuilderOver,
                          ::testing::Values(Kind{"Uniform", UniformBox},
                                            Kind{"Grid", GridBox},
                                            Kind{"Line", PointOnALine},
@@ -405,7 +405,7 @@ std::vector<kxBBox> Needles() {
     return boxes;
 }
 
-TEST(TreeDepth, IsBoundedWhereEverySplitCutsOffOne) {
+TEST(LinearBVHBuilderDepth, IsBoundedWhereEverySplitCutsOffOne) {
     const Boxes boxes(Needles());
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, boxes, 1));
@@ -415,7 +415,7 @@ TEST(TreeDepth, IsBoundedWhereEverySplitCutsOffOne) {
     EXPECT_GT(check.depth(), kDepthBound - 5);
 }
 
-TEST(TreeDepth, IsBoundedForACrowdWhereTheNeedlesMeet) {
+TEST(LinearBVHBuilderDepth, IsBoundedForACrowdWhereTheNeedlesMeet) {
     std::vector<kxBBox> boxes = Needles();
     const float thin = boxes[0].max[0];
     Random random(3);
@@ -430,7 +430,7 @@ TEST(TreeDepth, IsBoundedForACrowdWhereTheNeedlesMeet) {
     EXPECT_GT(check.depth(), kDepthBound - 5);
 }
 
-TEST(TreeDepth, IsLogarithmicForEqualBoxes) {
+TEST(LinearBVHBuilderDepth, IsLogarithmicForEqualBoxes) {
     const Boxes boxes(Make(SamePoint, 1 << 12, 0));
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, boxes, 1));
@@ -440,7 +440,7 @@ TEST(TreeDepth, IsLogarithmicForEqualBoxes) {
 }
 
 // A point on a line has no area, so only the counts can tell a good split from a bad one.
-TEST(TreeDepth, IsNearlyLogarithmicForPointsOnALine) {
+TEST(LinearBVHBuilderDepth, IsNearlyLogarithmicForPointsOnALine) {
     const Boxes boxes(Make(PointOnALine, 1 << 12, 9));
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, boxes, 1));
@@ -498,7 +498,7 @@ std::vector<unsigned int> FoundOneByOne(const std::vector<kxBBox>& boxes, const 
     return found;
 }
 
-TEST(TreeQuery, FindsWhatALookAtEveryBoxFinds) {
+TEST(LinearBVHQuery, FindsWhatALookAtEveryBoxFinds) {
     Random random(11);
     const std::vector<kxBBox> boxes = Make(GridBox, 3000, 4);
     kxGenericBVH tree;
@@ -530,7 +530,7 @@ std::vector<kxBBox> SphereBoxes(unsigned int count) {
 
 // With 20,000 boxes a tree without sense would look at thousands of nodes; the bounds leave a
 // margin of about a half over what the surface-area heuristic needs.
-TEST(TreeQuery, LooksAtFewNodesAndPrimitives) {
+TEST(LinearBVHQuery, LooksAtFewNodesAndPrimitives) {
     const std::vector<kxBBox> boxes = SphereBoxes(20000);
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, Boxes(boxes), 10));
@@ -544,7 +544,7 @@ TEST(TreeQuery, LooksAtFewNodesAndPrimitives) {
 }
 
 // One box without end, or one that is nowhere, must not cost the others their tree.
-TEST(TreeQuery, AFewSenselessBoxesCostLittle) {
+TEST(LinearBVHQuery, AFewSenselessBoxesCostLittle) {
     std::vector<kxBBox> boxes = SphereBoxes(20000);
     boxes[100] = {{-kInfinity, -kInfinity, -kInfinity}, {kInfinity, kInfinity, kInfinity}};
     boxes[2000] = kxBBox();
@@ -574,7 +574,7 @@ private:
     mutable int asked_ = 0;
 };
 
-TEST(TreeCancel, AStopAtAnyQuestionLeavesNothing) {
+TEST(LinearBVHBuilderCancellation, AStopAtAnyQuestionLeavesNothing) {
     const Boxes boxes(Make(MostlySoundBox, 9000, 8));
     const CancelAt never(-1);
     kxGenericBVH whole;
@@ -589,7 +589,7 @@ TEST(TreeCancel, AStopAtAnyQuestionLeavesNothing) {
     }
 }
 
-TEST(TreeCancel, AStopBeforeTheStartIsSeenOnTheSmallestInput) {
+TEST(LinearBVHBuilderCancellation, AStopBeforeTheStartIsSeenOnTheSmallestInput) {
     const CancelAt cancel(0);
     kxGenericBVH tree;
     EXPECT_FALSE(
@@ -621,7 +621,7 @@ private:
     mutable unsigned int longest_ = 0;
 };
 
-TEST(TreeCancel, IsAskedForEveryFewThousandBoxesWhichAreReadOnce) {
+TEST(LinearBVHBuilderCancellation, IsAskedForEveryFewThousandBoxesWhichAreReadOnce) {
     const Watched watched;
     kxGenericBVH tree;
     ASSERT_TRUE(kx::kxLinearGenericBVHBuilder::build(tree, watched, &watched, 10));
@@ -639,7 +639,7 @@ public:
     }
 };
 
-TEST(TreeLimits, TooManyPrimitivesAreRefusedAtOnce) {
+TEST(LinearBVHBuilderLimits, TooManyPrimitivesAreRefusedAtOnce) {
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, Boxes(Make(UniformBox, 9, 1)), 2));
     EXPECT_FALSE(kx::kxLinearGenericBVHBuilder::build(tree, TooMany(), nullptr, 10));
@@ -655,7 +655,7 @@ public:
     }
 };
 
-TEST(TreeLimits, AnExceptionPassesThroughAndLeavesNothing) {
+TEST(LinearBVHBuilderLimits, AnExceptionPassesThroughAndLeavesNothing) {
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, Boxes(Make(UniformBox, 9, 1)), 2));
     EXPECT_THROW(kx::kxLinearGenericBVHBuilder::build(tree, OutOfMemory(), nullptr, 10),

@@ -1,5 +1,4 @@
-// The constants of the small vectors: the bits they have to have, and those of the packaged
-// library.
+// The constants of the vector library: their required bits, and those of the packaged library.
 #include <Wm4Foundation.h>
 
 #include <gtest/gtest.h>

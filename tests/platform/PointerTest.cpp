@@ -1,4 +1,4 @@
-// The reference count of objects, and the pointer that keeps it.
+// The reference count of objects, and the smart pointer.
 #include <kxSystem/kxObject.h>
 #include <kxSystem/kxPointer.h>
 
@@ -33,19 +33,19 @@ public:
     using Probe::Probe;
 };
 
-class PointerTest : public ::testing::Test {
+class Pointer : public ::testing::Test {
 protected:
     std::atomic<int> deletions_{0};
 };
 
-using ObjectTest = PointerTest;
+using Object = Pointer;
 
-TEST_F(ObjectTest, ACountIsBornAtZero) {
+TEST_F(Object, ACountIsBornAtZero) {
     const Probe probe(deletions_);
     EXPECT_EQ(probe.GetReferences(), 0);
 }
 
-TEST_F(ObjectTest, TheLastReferenceTakesTheObjectAlong) {
+TEST_F(Object, TheLastReferenceTakesTheObjectAlong) {
     const Probe* probe = new Probe(deletions_);
     probe->IncrementReferences();
     probe->IncrementReferences();
@@ -56,28 +56,28 @@ TEST_F(ObjectTest, TheLastReferenceTakesTheObjectAlong) {
     EXPECT_EQ(deletions_, 1);
 }
 
-TEST_F(ObjectTest, ANameIsEmptyUntilItIsSet) {
+TEST_F(Object, ANameIsEmptyUntilItIsSet) {
     Probe probe(deletions_);
     EXPECT_EQ(probe.GetName(), "");
     probe.SetName("left wing");
     EXPECT_EQ(probe.GetName(), "left wing");
 }
 
-TEST_F(ObjectTest, AClassWithoutACopyRefusesToBeCloned) {
+TEST_F(Object, AClassWithoutACopyRefusesToBeCloned) {
     const Probe probe(deletions_);
     kx::kxRttiInterface* target = nullptr;
     EXPECT_FALSE(probe.Clone(target));
     EXPECT_EQ(target, nullptr);
 }
 
-TEST_F(PointerTest, ADefaultPointerIsNull) {
+TEST_F(Pointer, ADefaultPointerIsNull) {
     const kxPointer<Probe> pointer;
     EXPECT_EQ(pointer.get(), nullptr);
     EXPECT_FALSE(pointer);
     EXPECT_TRUE(pointer == nullptr);
 }
 
-TEST_F(PointerTest, APointerHoldsOneReferenceWhileItLives) {
+TEST_F(Pointer, APointerHoldsOneReferenceWhileItLives) {
     kxPointer<Probe> keeper = new Probe(deletions_);
     EXPECT_EQ(keeper->GetReferences(), 1);
     {
@@ -91,7 +91,7 @@ TEST_F(PointerTest, APointerHoldsOneReferenceWhileItLives) {
     EXPECT_EQ(deletions_, 1);
 }
 
-TEST_F(PointerTest, AMoveHandsTheReferenceOver) {
+TEST_F(Pointer, AMoveHandsTheReferenceOver) {
     kxPointer<Probe> from = new Probe(deletions_);
     kxPointer<Probe> to = std::move(from);
     EXPECT_EQ(to->GetReferences(), 1);
@@ -101,7 +101,7 @@ TEST_F(PointerTest, AMoveHandsTheReferenceOver) {
     EXPECT_EQ(deletions_, 0);
 }
 
-TEST_F(PointerTest, AnAssignmentLetsGoOfTheOldObject) {
+TEST_F(Pointer, AnAssignmentLetsGoOfTheOldObject) {
     std::atomic<int> otherDeletions{0};
     kxPointer<Probe> pointer = new Probe(deletions_);
     const kxPointer<Probe> other = new Probe(otherDeletions);
@@ -111,7 +111,7 @@ TEST_F(PointerTest, AnAssignmentLetsGoOfTheOldObject) {
     EXPECT_EQ(other->GetReferences(), 2);
 }
 
-TEST_F(PointerTest, AssigningAPointerToItselfKeepsTheObject) {
+TEST_F(Pointer, AssigningAPointerToItselfKeepsTheObject) {
     kxPointer<Probe> pointer = new Probe(deletions_);
     kxPointer<Probe>& alias = pointer;
     pointer = alias;
@@ -129,7 +129,7 @@ public:
     kxPointer<Link> next;
 };
 
-TEST_F(PointerTest, AChainMayBeWalkedWithItsOnlyPointer) {
+TEST_F(Pointer, AChainMayBeWalkedWithItsOnlyPointer) {
     kxPointer<Link> head = new Link;
     head->next = new Link;
     Link* second = head->next.get();
@@ -138,7 +138,7 @@ TEST_F(PointerTest, AChainMayBeWalkedWithItsOnlyPointer) {
     EXPECT_EQ(head->GetReferences(), 1);
 }
 
-TEST_F(PointerTest, APointerToADerivedObjectConverts) {
+TEST_F(Pointer, APointerToADerivedObjectConverts) {
     const kxPointer<DerivedProbe> derived = new DerivedProbe(deletions_);
     const kxPointer<Probe> base = derived;
     const kxPointer<const Probe> constant = derived;
@@ -147,13 +147,13 @@ TEST_F(PointerTest, APointerToADerivedObjectConverts) {
     EXPECT_TRUE(constant == base);
 }
 
-TEST_F(PointerTest, OnlyUpwardConversionsCompile) {
+TEST_F(Pointer, OnlyUpwardConversionsCompile) {
     EXPECT_TRUE((std::is_convertible_v<kxPointer<DerivedProbe>, kxPointer<Probe>>));
     EXPECT_FALSE((std::is_constructible_v<kxPointer<DerivedProbe>, kxPointer<Probe>>));
     EXPECT_FALSE((std::is_constructible_v<kxPointer<Probe>, kxPointer<const Probe>>));
 }
 
-TEST_F(PointerTest, PointersCompareByTheObjectTheyHold) {
+TEST_F(Pointer, PointersCompareByTheObjectTheyHold) {
     const kxPointer<Probe> one = new Probe(deletions_);
     const kxPointer<Probe> same(one.get());
     const kxPointer<Probe> other = new Probe(deletions_);
@@ -169,7 +169,7 @@ TEST_F(PointerTest, PointersCompareByTheObjectTheyHold) {
     EXPECT_FALSE(one != same.get());
 }
 
-TEST_F(PointerTest, AccessReachesTheObject) {
+TEST_F(Pointer, AccessReachesTheObject) {
     const kxPointer<Probe> pointer = new Probe(deletions_);
     pointer->value = 7;
     EXPECT_EQ((*pointer).value, 7);
@@ -183,12 +183,12 @@ bool IsSame(const IncompleteHolder& a, const IncompleteHolder& b) {
 
 class Incomplete : public kxObject {};
 
-TEST_F(PointerTest, APointerToAnIncompleteClassMayBePassedOn) {
+TEST_F(Pointer, APointerToAnIncompleteClassMayBePassedOn) {
     const IncompleteHolder pointer = new Incomplete;
     EXPECT_TRUE(IsSame(pointer, pointer));
 }
 
-TEST_F(PointerTest, ManyThreadsMayCountOnOneObject) {
+TEST_F(Pointer, ManyThreadsMayCountOnOneObject) {
     constexpr int kThreads = 4;
     constexpr int kRounds = 20000;
     const kxPointer<Probe> shared = new Probe(deletions_);
@@ -210,7 +210,7 @@ TEST_F(PointerTest, ManyThreadsMayCountOnOneObject) {
     EXPECT_EQ(deletions_, 0);
 }
 
-TEST_F(PointerTest, WhoeverLetsGoLastDeletesOnce) {
+TEST_F(Pointer, WhoeverLetsGoLastDeletesOnce) {
     constexpr int kRounds = 500;
     for (int round = 0; round < kRounds; ++round) {
         std::atomic<bool> start{false};

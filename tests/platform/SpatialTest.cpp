@@ -1,4 +1,4 @@
-// Transformations, flags, and the geometry that hangs on them.
+// Transformations, update flags, and geometry.
 #include <Wm4Foundation.h>
 #include <kxSceneGraph/kxBaseGeometry.h>
 #include <kxSceneGraph/kxGenericTransformation.h>
@@ -304,9 +304,9 @@ TEST(ModelBound, LeavesNaNOutAndKeepsInfinity) {
     EXPECT_EQ(line.GetModelBound(), (kxBBox{{2.0f, 1.0f, -kInfinity}, {2.0f, 1.0f, -kInfinity}}));
 }
 
-class LineCloneTest : public ::testing::Test {
+class LineClone : public ::testing::Test {
 protected:
-    LineCloneTest() {
+    LineClone() {
         line_.SetName("rim");
         line_.SetLocalTransformation(Translation(1.0f, 2.0f, 3.0f));
         line_.SetWorldTransformation(Translation(4.0f, 5.0f, 6.0f));
@@ -332,7 +332,7 @@ protected:
                  true};
 };
 
-TEST_F(LineCloneTest, ANullTargetGetsANewLine) {
+TEST_F(LineClone, ANullTargetGetsANewLine) {
     kxRttiInterface* target = nullptr;
     ASSERT_TRUE(line_.Clone(target));
     const auto* made = dynamic_cast<const kxLine*>(target);
@@ -343,7 +343,7 @@ TEST_F(LineCloneTest, ANullTargetGetsANewLine) {
     expectCopy(*copy);
 }
 
-TEST_F(LineCloneTest, ATargetTakesOverEverythingButThePlaceInTheScene) {
+TEST_F(LineClone, ATargetTakesOverEverythingButThePlaceInTheScene) {
     Group parent;
     line_.AttachParent(&parent);
     kxLine copy(nullptr, nullptr, false);
@@ -354,7 +354,7 @@ TEST_F(LineCloneTest, ATargetTakesOverEverythingButThePlaceInTheScene) {
     expectCopy(copy);
 }
 
-TEST_F(LineCloneTest, ATargetOfAnotherClassIsRefusedAndLeftAlone) {
+TEST_F(LineClone, ATargetOfAnotherClassIsRefusedAndLeftAlone) {
     kxTriMesh mesh(nullptr, nullptr);
     mesh.SetName("body");
     kxRttiInterface* target = &mesh;
@@ -364,7 +364,7 @@ TEST_F(LineCloneTest, ATargetOfAnotherClassIsRefusedAndLeftAlone) {
     EXPECT_EQ(mesh.GetVertexBuffer(), nullptr);
 }
 
-TEST_F(LineCloneTest, ALineClonedIntoItselfStaysAsItIs) {
+TEST_F(LineClone, ALineClonedIntoItselfStaysAsItIs) {
     kxRttiInterface* target = &line_;
     ASSERT_TRUE(line_.Clone(target));
     EXPECT_EQ(line_.GetVertexBuffer()->GetReferences(), 1);
