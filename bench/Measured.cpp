@@ -55,7 +55,7 @@ void operator delete(void* block, std::size_t, std::align_val_t) noexcept {
 
 namespace bench {
 
-// Neither is inlined: bench/instructions counts what is run inside of Work(), and writes the count
+// Neither is inlined: bench/instructions counts the instructions in Work(), and reports the count
 // at the end of Measured().
 [[gnu::noinline]] void Work(const std::function<void()>& work) {
     work();

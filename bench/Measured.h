@@ -1,4 +1,4 @@
-// What a piece of work costs.
+// Time and memory of an operation.
 #pragma once
 
 #include <cstddef>
@@ -11,11 +11,11 @@ struct Cost {
     std::size_t peakBytes; ///< The most that operator new had given out beyond what it had before.
 };
 
-/// Does the work once. Whoever uses this file gets an operator new that counts; for programs of one
-/// thread.
+/// Runs the operation once. Programs that link this file get an operator new that counts bytes; for
+/// single-threaded programs.
 Cost Measured(const std::function<void()>& work);
 
-/// The work itself, without what measuring costs.
+/// The operation itself, without the overhead of measuring.
 void Work(const std::function<void()>& work);
 
 } // namespace bench

@@ -1,4 +1,4 @@
-// Lines are gathered in one text for each part; numbers know no locale.
+// One buffer of text per part; numbers are independent of locale.
 #include "bench/ObjFile.h"
 
 #include <algorithm>
@@ -19,7 +19,7 @@ template <class Number> void Append(std::string& text, Number number) {
     text.append(digits.data(), end);
 }
 
-/// Vertices count from 1 through the whole file.
+/// Vertices are numbered from 1 through the whole file.
 std::string TextOf(const Part& part, std::uint32_t firstVertex) {
     std::string text = "o " + part.name + "\n";
     for (const Point& p : part.positions) {
@@ -39,7 +39,7 @@ std::string TextOf(const Part& part, std::uint32_t firstVertex) {
     return text;
 }
 
-/// Reads the number at the start of text, which loses it and the space before it.
+/// Reads a number at the start of text, and removes it and the space before it.
 template <class Number> bool Take(std::string_view& text, Number& number) {
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -47,7 +47,7 @@ template <class Number> bool Take(std::string_view& text, Number& number) {
     return error == std::errc();
 }
 
-/// Adds one line; firstVertex is the number of the last part's first vertex in the file.
+/// Adds one line; firstVertex is the number in the file of the first vertex of the last part.
 bool AddLine(std::string_view line, Scene& scene, std::uint32_t& firstVertex) {
     const std::string_view kind = line.substr(0, 2);
     line.remove_prefix(kind.size());

@@ -7,14 +7,14 @@
 
 namespace bench {
 
-/// Writes one object a part; coordinates in as many digits as bring back the same float.
+/// Writes one object per part; coordinates have enough digits to restore the same float.
 ///
-/// Throws std::runtime_error, naming the file, when it cannot be written.
+/// Throws std::runtime_error with the file name if it cannot be written.
 void WriteObj(const Scene& scene, const std::string& path);
 
-/// Reads a file of WriteObj(): of OBJ in general no more than that is understood.
+/// Reads a file written by WriteObj(), the only subset of OBJ that is supported.
 ///
-/// Throws std::runtime_error, naming the file and the line.
+/// Throws std::runtime_error with the file name and the line.
 Scene ReadObj(const std::string& path);
 
 } // namespace bench

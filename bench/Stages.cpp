@@ -1,4 +1,4 @@
-// Through the public interface only, so that any version of the library can be measured.
+// Uses the public interface only, so that any version of the library can be measured.
 #include "bench/Stages.h"
 
 #include <ctr/ctr.h>
@@ -23,7 +23,7 @@ using ctr::LineSegmentSet;
 using LinePointer = kx::kxPointer<LineSegmentSet>;
 using Lines = std::vector<LinePointer>; ///< One entry a mesh, null where there are none.
 
-/// The library's own limit for creases.
+/// The crease angle of the library.
 constexpr float kCreaseAngleInDegrees = 5.0F;
 constexpr unsigned int kTrianglesInLeaf = 10;
 
@@ -40,7 +40,7 @@ double SegmentCount(const Lines& lines) {
     return count;
 }
 
-/// All lines as one set in world space, hidden ranges included.
+/// All lines as one set in world space.
 LinePointer Fused(const Lines& lines) {
     std::vector<LineSegmentSet*> sets;
     sets.reserve(lines.size());
@@ -74,7 +74,7 @@ void SetUp(GeometricFeaturesGenerator& generator, const Subject& subject) {
     generator.setSingleExportCluster(subject.borrowed, nullptr);
 }
 
-/// The same lines as a set of its own, of which nothing is hidden yet.
+/// The same lines as a new set without occluded intervals.
 LinePointer Unhidden(const LinePointer& set) {
     return set ? LinePointer(LineSegmentSet::GetOutlineEdgesFromMesh(
                      set->GetVertexBuffer(), set->GetIndexBuffer(), set->GetWorldTransformation()))
@@ -109,7 +109,7 @@ private:
     const BakedTriangles& baked_;
 };
 
-/// A file that is there as long as the object.
+/// A file that is removed with the object.
 class TemporaryFile {
 public:
     TemporaryFile()

@@ -1,4 +1,4 @@
-// The stages of a drawing, each on its own, ready to be measured.
+// The stages of a drawing, measured separately.
 #pragma once
 
 #include "bench/Measured.h"
@@ -12,7 +12,7 @@
 
 namespace bench {
 
-/// A number worth knowing about what a stage did.
+/// A number that characterises the work of a stage.
 struct Counter {
     std::string name;
     double value;
@@ -24,8 +24,8 @@ struct Run {
     std::vector<Counter> counters;
 };
 
-/// The stages for one subject. What a stage needs of earlier ones is made when it is first needed
-/// and kept; it costs nothing in Run.
+/// The stages for one subject. Results of earlier stages that a stage needs are computed on demand
+/// and kept; they do not count in Run.
 class Stages {
 public:
     explicit Stages(Subject subject);
@@ -37,14 +37,14 @@ public:
 
     Run bake();          ///< Clipping, the grid, planes and the tree.
     Run tree();          ///< The tree alone, over the boxes of the baked triangles.
-    Run creases();       ///< Of every mesh, from its normals.
-    Run silhouettes();   ///< Of every mesh.
-    Run commonLines();   ///< Takes out of the creases what is a silhouette as well.
-    Run occlusion();     ///< What hides creases and silhouettes.
-    Run intersections(); ///< Finds them and what hides them.
-    Run chaining();      ///< Visible pieces of all lines, made paths.
+    Run creases();       ///< Of each mesh, from its normals.
+    Run silhouettes();   ///< Of each mesh.
+    Run commonLines();   ///< Removes creases that are silhouettes.
+    Run occlusion();     ///< Occluded intervals of creases and silhouettes.
+    Run intersections(); ///< Intersections and their occluded intervals.
+    Run chaining();      ///< Visible pieces of all lines, chained into polylines.
     Run svg();           ///< Writes everything to a file, chaining included.
-    Run everything();    ///< All of the above as a host has it done.
+    Run everything();    ///< A whole drawing, as a host draws it.
 
 private:
     struct tInternal;

@@ -57,8 +57,8 @@ Corners FindCorners(const Part& part) {
     return found;
 }
 
-/// Gives each corner the mean of the normals around its vertex that bend little from its own
-/// triangle's; corners of one vertex that get the same share a vertex of the mesh.
+/// Gives each corner the mean of the normals around its vertex that deviate little from its own
+/// triangle's; corners of one vertex with the same normal share a vertex of the mesh.
 class Smoother {
 public:
     explicit Smoother(const Part& part) : part_(part), indices_(3 * part.triangles.size()) {

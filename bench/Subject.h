@@ -1,4 +1,4 @@
-// Scenes as a host hands them to the library: meshes with normals, and a camera.
+// Scenes as a host passes them to the library: meshes with normals, and a camera.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>
@@ -21,9 +21,9 @@ enum class View : std::uint8_t {
     Perspective ///< As Turned, from three times the radius of the sphere.
 };
 
-/// The meshes of a scene with normals that bend only at edges of less than 30 degrees, and an
-/// camera, orthographic but for Perspective, whose square view holds the sphere around the scene's
-/// box, times 1.02.
+/// The meshes of a scene with normals that are smooth across edges of less than 30 degrees, and a
+/// camera, orthographic except for Perspective, whose square view contains the bounding sphere of
+/// the scene's box, scaled by 1.02.
 struct Subject {
     std::vector<kx::kxPointer<kx::kxTriMesh>> meshes;
     std::vector<const kx::kxTriMesh*> borrowed; ///< The same meshes.
@@ -34,8 +34,8 @@ struct Subject {
 
 Subject MakeSubject(const Scene& scene, View view);
 
-/// The same without normals, and with the vertices that the parts have: smoothing takes n^2 where n
-/// triangles meet in a vertex.
+/// As above, without normals and with the vertices of the parts: smoothing takes O(n^2) where n
+/// triangles meet at a vertex.
 Subject MakePlainSubject(const Scene& scene, View view);
 
 } // namespace bench

@@ -1,4 +1,4 @@
-// One line after the other, as soon as it is known.
+// Prints each line as soon as it is measured.
 #include "bench/Worst.h"
 
 #include "bench/Stages.h"

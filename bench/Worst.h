@@ -1,16 +1,16 @@
-// A table of how the time of the worst scenes grows.
+// A table of the growth of time on the worst scenes.
 #pragma once
 
 #include <string>
 
 namespace bench {
 
-/// A quarter of it still is a scene.
+/// A quarter of it is still a scene.
 constexpr unsigned int kLeastWorstSize = 16;
 
-/// Measures everything for WorstScenes(), or for those that are named with commas between, each at
-/// a quarter, at half and at all of a size, which is that of the scene where it is 0. Prints a line
-/// for each. Throws std::invalid_argument for a name that is none.
+/// Measures everything for WorstScenes(), or for the comma-separated names, each at a quarter, a
+/// half and the whole of a size (0: the scene's own). Prints one line per measurement. Throws
+/// std::invalid_argument for an unknown name.
 void PrintWorst(const std::string& names, unsigned int largest);
 
 } // namespace bench

@@ -1,12 +1,12 @@
-// Prints a fingerprint of everything that the library answers, to tell whether two versions of it
-// answer alike; bench/same-answers compares with an earlier commit.
+// Prints a fingerprint of all results of the library, to check that two versions give the same
+// results; bench/same-answers compares with an earlier commit.
 //
 //     bench_answers MODEL...
 //
-// A model is a name of bench_make_model or an OBJ file that it made. One line for each of three
-// views: the 64-bit hash (G. Fowler, L. C. Noll and K.-P. Vo's FNV-1a) of all line sets, to the bit
-// and in order, with their hidden ranges as fractions and their clip records, and of the SVG
-// document.
+// A model is a name of bench_make_model or an OBJ file written by it. Prints one line per view, of
+// three: the 64-bit hash (FNV-1a of G. Fowler, L. C. Noll and K.-P. Vo) of all line sets, bit for
+// bit and in order, with their occluded intervals as fractions and their clip records, and of the
+// SVG document.
 #include <ctr/ctr.h>
 
 #include "bench/ObjFile.h"

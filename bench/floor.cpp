@@ -1,5 +1,5 @@
-// What no line drawing can do without, by the fastest means there are: a tree over all triangles,
-// built by Embree, and their edges brought together, by a radix sort of 64-bit keys. On one thread.
+// A practical lower bound for any line drawing: the time of a BVH over all triangles, built by
+// Embree, plus a radix sort of their edges as 64-bit keys. On one thread.
 //
 //     bench_floor MODEL.obj
 #include "bench/ObjFile.h"
@@ -24,7 +24,7 @@ double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-/// All parts as one, on numbers of its own.
+/// All parts as one mesh.
 Part Joined(const Scene& scene) {
     Part whole;
     for (const Part& part : scene) {
@@ -73,7 +73,7 @@ double SecondsOfTree(const Part& whole) {
 
 using Keys = std::vector<std::uint64_t>;
 
-/// The vertices of every edge of every triangle, the lower one above.
+/// The vertices of each edge of each triangle, the smaller one in the upper half.
 Keys EdgeKeys(const std::vector<Triangle>& triangles) {
     Keys keys;
     keys.reserve(3 * triangles.size());
@@ -86,7 +86,7 @@ Keys EdgeKeys(const std::vector<Triangle>& triangles) {
     return keys;
 }
 
-/// One pass by eight bits; nothing to do where they are the same in all keys.
+/// One pass over eight bits, skipped if they are equal in all keys.
 void SortByDigit(Keys& keys, Keys& scratch, unsigned int shift) {
     std::array<std::size_t, 257> ends{};
     for (const std::uint64_t key : keys) {

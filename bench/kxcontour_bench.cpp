@@ -3,16 +3,16 @@
 //     kxcontour_bench [--scenes=NAMES] [--growth=FIRST-LAST] [options of Google Benchmark]
 //     kxcontour_bench --worst[=NAMES] [--worst-size=N]
 //
-// NAMES, with commas between, are those of bench_make_model; by default boxes1000, planks, gears
-// and sphere6. Benchmarks are called Stage/scene; those of a scene seen along its axes
-// Everything/scene/aligned; --growth adds Growth/triangles for spheres split so many times. Times
-// are processor seconds of the stage alone (the column "Time"; "CPU" counts what is made ready as
-// well). peak_bytes_per_triangle is what the library holds at the most, beyond the meshes and what
-// earlier stages made.
+// NAMES, separated by commas, are those of bench_make_model; by default boxes1000, planks, gears
+// and sphere6. Benchmarks are named Stage/scene, and Everything/scene/aligned for a scene seen
+// along its axes; --growth adds Growth/triangles for spheres of FIRST to LAST subdivisions. Times
+// are processor seconds of the stage alone (the column "Time"; "CPU" includes preparation).
+// peak_bytes_per_triangle is the peak memory of the library, without the meshes and the results of
+// earlier stages.
 //
-// --worst prints a table of scenes that lie in one place, each at a quarter, at half and at all of
-// its largest size or of N triangles: how long everything takes, and by which power of the size
-// that grows from one line to the next. NAMES are those of the table.
+// --worst prints a table of scenes whose triangles are all in one place, each at a quarter, a half
+// and the whole of its largest size or of N triangles: the time of everything, and the power of the
+// size by which it grows from line to line. NAMES are those of the table.
 #include "bench/Stages.h"
 #include "bench/Worst.h"
 
@@ -111,7 +111,7 @@ void RegisterGrowth(int first, int last) {
         ->Complexity(benchmark::oN);
 }
 
-/// What is written after "--name=" in one of the arguments, which is taken out.
+/// Removes the argument "--name=VALUE" and returns its value.
 std::string TakeOption(std::vector<char*>& arguments, const std::string& name) {
     const std::string start = "--" + name + "=";
     for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
@@ -144,7 +144,7 @@ void RegisterGrowth(const std::string& range) {
     RegisterGrowth(first, last);
 }
 
-/// Whether the argument is there, which is taken out.
+/// Removes the argument; whether it was there.
 bool TakeFlag(std::vector<char*>& arguments, const std::string& flag) {
     const auto found = std::find(arguments.begin(), arguments.end(), flag);
     const bool isThere = found != arguments.end();
@@ -154,7 +154,7 @@ bool TakeFlag(std::vector<char*>& arguments, const std::string& flag) {
     return isThere;
 }
 
-/// The size that --worst-size names, 0 where it is not given.
+/// The value of --worst-size, 0 if not given.
 unsigned int SizeOf(const std::string& text) {
     unsigned int size = 0;
     const char* end = text.data() + text.size();

@@ -3,8 +3,8 @@
 //     bench_make_model boxes1000 boxes1000.obj
 //     bench_make_model --convert house.ifc house.obj [x|y|z]
 //
-// A model file is read as the tool reads it; the last word says which of its axes is up where the
-// format does not. Triangles without area are left out, as a peer may stumble over them.
+// A model file is read as by the tool; the last argument is its up axis if the format does not
+// define one. Triangles without area are left out, since some peers fail on them.
 #include "bench/ObjFile.h"
 #include "drawing/scene/Cleaning.h"
 #include "drawing/scene/Placing.h"
@@ -28,7 +28,7 @@ UpAxis AxisNamed(const std::string& name) {
     throw std::invalid_argument("no axis is called '" + name + "'");
 }
 
-/// A point of a shape in the world, around the origin, turned from y up to z up.
+/// A point of a shape in the world, relative to the origin, rotated from y up to z up.
 bench::Point Placed(const Wm4::Vector3<float>& p,
                     const Wm4::Matrix4<double>& world,
                     const Wm4::Vector3<double>& origin) {
@@ -37,14 +37,14 @@ bench::Point Placed(const Wm4::Vector3<float>& p,
         for (int k = 0; k < 3; ++k) {
             sum += static_cast<double>(p[k]) * world[k][axis];
         }
-        // A zero of either sign becomes a plain zero.
+        // A negative zero becomes a positive one.
         return static_cast<float>(sum) + 0.0F;
     };
     return {along(0), along(2) == 0.0F ? 0.0F : -along(2), along(1)};
 }
 
-/// Makes equal places one vertex, which peers take for connected triangles; leaves out those that
-/// no triangle uses. The places come out sorted.
+/// Welds equal positions, which peers require of connected triangles, and drops unused ones. The
+/// positions are sorted.
 void Weld(bench::Part& part) {
     std::vector<bench::Point> places;
     places.reserve(3 * part.triangles.size());

@@ -1,5 +1,5 @@
-// What the examples share: meshes made in memory and a camera. Their unit is the millimetre, y
-// points up, and they are drawn at 1:1. The library itself knows no unit and no upwards.
+// Meshes built in memory and a camera, for all examples. The unit is the millimetre, y points up,
+// and drawings are at 1:1. The library itself has no unit and no up axis.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>
@@ -16,8 +16,8 @@ namespace example {
 
 using Point = Wm4::Vector3<float>;
 
-/// A corner of a triangle. The normal decides about creases: an edge is one where the normals of
-/// the triangles that meet in it differ by more than 5 degrees.
+/// A corner of a triangle. The normals determine creases: an edge is a crease if the normals of its
+/// triangles differ by more than 5 degrees.
 struct Corner {
     Point position;
     Point normal;
@@ -25,9 +25,9 @@ struct Corner {
 
 /// A mesh of triangles, three corners to each, counter-clockwise seen from outside.
 ///
-/// The pointers count references: the mesh holds its two buffers, and goes with its last pointer.
-/// Corners of different triangles meet where their positions are equal, bit by bit; here each is a
-/// vertex of its own. A mesh that shares vertices where normals are equal works as well.
+/// The pointers count references: the mesh refers to its two buffers and is deleted with its last
+/// pointer. Corners of different triangles are connected if their positions are exactly equal; here
+/// each corner has its own vertex. Meshes with shared vertices work as well.
 inline kx::kxPointer<kx::kxTriMesh> MakeMesh(const std::vector<Corner>& corners) {
     const int count = static_cast<int>(corners.size());
     kx::kxAttributes attributes;
@@ -79,8 +79,8 @@ inline kx::kxPointer<kx::kxTriMesh> MakeBox(const Point& low, const Point& high)
     return MakeMesh(corners);
 }
 
-/// An upright cylinder of so many flat sides. They have the normals of the round surface, so there
-/// is no crease between them.
+/// An upright cylinder of flat sides with the normals of the round surface, so that there are no
+/// creases between them.
 inline kx::kxPointer<kx::kxTriMesh>
 MakeCylinder(const Point& bottom, float radius, float height, int sides) {
     const Point up(0.0F, 1.0F, 0.0F);
@@ -110,7 +110,7 @@ MakeCylinder(const Point& bottom, float radius, float height, int sides) {
     return MakeMesh(corners);
 }
 
-/// What a camera of parallel projection shows: a box of the world, turned as the camera is.
+/// The view of an orthographic camera: a box in the world, oriented like the camera.
 struct View {
     double azimuth = 0.0;   ///< Degrees around y: 0 looks at the front (from +z), 90 from +x.
     double elevation = 0.0; ///< Degrees above the horizon: 90 looks straight down.
@@ -120,13 +120,13 @@ struct View {
 
 /// The camera of a view.
 ///
-/// The library maps a point of the world as a row vector, (x, y, z, 1) * worldToClip, and divides
-/// by the fourth component. What is then from -1 to 1 in x (to the right), y (up) and z (away from
-/// the eye) is in the view; all else is cut off. A perspective camera differs in its matrices only.
+/// The library transforms a world point as a row vector, (x, y, z, 1) * worldToClip, and divides by
+/// the fourth component. Points from -1 to 1 in x (to the right), y (up) and z (away from the eye)
+/// are in the view; everything else is clipped. A perspective camera differs only in its matrices.
 inline ctr::DiscreteProjectionSpace MakeCamera(const View& view) {
     const double turn = view.azimuth * Wm4::Math<double>::PI / 180.0;
     const double tilt = view.elevation * Wm4::Math<double>::PI / 180.0;
-    // The axes of the picture in the world: right, up and away, of length 1 and at right angles.
+    // The axes of the picture in world space: right, up and away, orthonormal.
     const double axes[3][3] = {
         {std::cos(turn), 0.0, -std::sin(turn)},
         {-std::sin(turn) * std::sin(tilt), std::cos(tilt), -std::cos(turn) * std::sin(tilt)},
@@ -146,8 +146,8 @@ inline ctr::DiscreteProjectionSpace MakeCamera(const View& view) {
     }
     ctr::DiscreteProjectionSpace camera;
     camera.setViewProjection(worldToClip, clipToWorld); // The inverse is the caller's to give.
-    // The finest grid that is accepted: 2^20 steps along the longer side of the page, 2^19 in
-    // depth. Always set it after the matrices, as the steps are measured with them.
+    // The finest grid allowed: 2^20 steps along the longer side of the page, 2^19 in depth. Set it
+    // after the matrices, which determine the size of the steps.
     camera.setVoxelBitSize(20, 19);
     return camera;
 }

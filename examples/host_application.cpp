@@ -1,11 +1,11 @@
-// A host application: makes two boxes in memory, draws them with a display of progress that can
-// cancel, reads which parts of their lines are hidden, and writes the visible ones as SVG.
+// A host application: builds two boxes in memory, draws them with progress and cancellation, prints
+// the hidden parts of their lines, and writes the visible ones as SVG.
 //
 //   g++ host_application.cpp $(pkg-config --cflags --libs kxContouringLib) -o host_application
-//   ./host_application OUT.svg [STEPS]      with STEPS, cancels after so many steps of the work
+//   ./host_application OUT.svg [STEPS]      with STEPS, cancels after that many steps
 //
-// The library prints nothing and throws nothing but std::bad_alloc: what cannot be done gives false
-// or a null pointer. Exit codes here: 0 drawn, 1 cannot write, 2 wrong usage, 130 cancelled.
+// The library prints nothing and throws nothing but std::bad_alloc: operations that fail return
+// false or a null pointer. Exit codes here: 0 drawn, 1 cannot write, 2 wrong usage, 130 cancelled.
 #include <ctr/ctr.h>
 
 #include <kxSystem/kxProgressNotifierInterface.h>
@@ -19,8 +19,8 @@
 
 namespace {
 
-// The library calls this on the thread that draws. A window would show a bar here, and its button
-// would set a std::atomic<bool> that isCanceled() returns. Baking the meshes asks nothing.
+// The library calls this on the thread that draws. A window would show a progress bar here, and its
+// cancel button would set a std::atomic<bool> that isCanceled() returns. Baking does not poll here.
 class Progress : public kx::kxProgressNotifierInterface {
 public:
     explicit Progress(double cancelAfter) : cancelAfter_(cancelAfter) {}
@@ -41,8 +41,8 @@ private:
     int shown_ = 0;
 };
 
-// What hides a line is exact: ranges in fractions of its part inside the view, as seen on the page,
-// from 0 at its first vertex to 1 at its second. Visible lines have none, hidden ones 0/1 to 1/1.
+// Occluded intervals are exact: fractions of the part of a line inside the view, as projected, from
+// 0 at its first vertex to 1 at its second. Visible lines have none, hidden ones 0/1 to 1/1.
 void PrintHiddenParts(const char* name, const ctr::LineSegmentSet* lines) {
     const auto vertex = [lines](std::size_t place) {
         const unsigned int index = lines->GetIndexBuffer()->GetData()[place];
@@ -64,7 +64,7 @@ int main(int argumentCount, char** arguments) {
         std::cerr << "usage: host_application OUT.svg [STEPS]\n";
         return 2;
     }
-    // The generator borrows meshes and notifier: they stay until its last call has returned.
+    // The generator borrows meshes and notifier: they must outlive its last call.
     const auto plate = example::MakeBox({-50, -10, -40}, {50, 0, 40});
     const auto block = example::MakeBox({-30, -5, -20}, {10, 40, 20});
     plate->AddMetadata(ctr::FindFeatureEdges(*plate).get()); // By the angles of faces: each crease
@@ -78,7 +78,7 @@ int main(int argumentCount, char** arguments) {
     generator.setProgressNotifier(&progress);
     generator.setSingleExportCluster({plate.get(), block.get()}, nullptr); // None that only hide.
     ctr::GeometricFeatures features; // Three sets, each null where there are no such lines.
-    // True: an edge that is a crease and a silhouette is a silhouette only, and drawn once.
+    // True: an edge that is both a crease and a silhouette is drawn once, as a silhouette.
     generator.computeGeometricFeatures(features, 0, true);
     if (progress.isCanceled()) {
         std::cerr << "cancelled\n";

@@ -4,8 +4,8 @@
 //   g++ own_lines.cpp $(pkg-config --cflags --libs kxContouringLib) -o own_lines
 //   ./own_lines OUT.svg
 //
-// A line set of any origin can be asked about: tool paths, dimension lines, wires. It only has to
-// be in the world of the meshes, or to have a world transformation that takes it there.
+// The occluded intervals of any line set can be computed: tool paths, dimension lines, wires. It
+// must be in the world space of the meshes, or have a world transformation into it.
 //
 // Exit codes: 0 drawn, 1 cannot write, 2 wrong usage.
 #include <ctr/ctr.h>
@@ -25,8 +25,8 @@ namespace {
 using example::Point;
 using LinePointer = kx::kxPointer<ctr::LineSegmentSet>;
 
-// A set of the segments from each point to the next. The new set is owned by nobody until a pointer
-// holds it, and holds its two buffers itself.
+// A set of the segments from each point to the next. A new set has no owner until a pointer refers
+// to it; it keeps references to its two buffers.
 LinePointer MakePolyline(const std::vector<Point>& points) {
     const int count = static_cast<int>(points.size());
     kx::kxAttributes attributes;
@@ -71,9 +71,9 @@ LinePointer MakeAxis() {
     return MakePolyline(points);
 }
 
-// A set over the same buffers that shows what is hidden of another one, dashed. To whoever draws a
-// set, its hidden ranges are what to leave out: here the visible parts, every third segment for the
-// gaps between dashes, and what lies outside the view, where t0 is not below t1.
+// A set over the same buffers that shows the hidden parts of another one, dashed. Drawing a set
+// leaves out its occluded intervals: here these are the visible parts, every third segment for the
+// gaps between dashes, and segments outside the view, for which t0 is not below t1.
 LinePointer DashesOfHidden(const ctr::LineSegmentSet& lines) {
     LinePointer dashes(new ctr::LineSegmentSet);
     dashes->SetVertexBuffer(lines.GetVertexBuffer());
@@ -91,7 +91,7 @@ LinePointer DashesOfHidden(const ctr::LineSegmentSet& lines) {
     return dashes;
 }
 
-// The length of a set in the world. A set that is null has none.
+// The length of a set in world space; 0 for null.
 double LengthOf(const ctr::LineSegmentSet* lines) {
     double length = 0.0;
     const int count = lines != nullptr ? lines->GetIndexBuffer()->GetIndexQuantity() : 0;
@@ -105,16 +105,16 @@ double LengthOf(const ctr::LineSegmentSet* lines) {
     return length;
 }
 
-// Visible pieces are made into a set of their own, with new vertices where something begins to hide
-// a line; null when nothing is visible.
+// The visible pieces are a new set, with new vertices where a line becomes hidden or visible; null
+// if nothing is visible.
 void PrintLengths(const std::string& name, const ctr::LineSegmentSet& lines) {
     const LinePointer visible(ctr::LineSegmentSet::BakeVisibleSegments(&lines));
     std::cout << std::fixed << std::setprecision(2) << name << ": " << LengthOf(&lines) << " mm, "
               << LengthOf(visible.get()) << " mm visible\n";
 }
 
-// Colours have channels from 0 to 1, widths are millimetres. The names "crease" and "silhouette"
-// are there from the start; a name that is not known makes streamLineSegments() fail.
+// Colours have channels from 0 to 1, widths are in millimetres. The styles "crease" and
+// "silhouette" are predefined; streamLineSegments() fails for an unknown style.
 void SetStyles(ctr::SVGExporter& svg) {
     svg.setLineStyle("visible", {Wm4::ColorRGB(0.8F, 0.0F, 0.0F), 0.35F});
     svg.setLineStyle("hidden", {Wm4::ColorRGB(0.8F, 0.5F, 0.5F), 0.18F});
@@ -131,7 +131,7 @@ int main(int argumentCount, char** arguments) {
     const ctr::DiscreteProjectionSpace camera =
         example::MakeCamera({30.0, 25.0, {0.0F, 20.0F, 0.0F}, {120.0F, 160.0F, 400.0F}});
 
-    // The box is baked once; after that any number of sets may be asked about, in any order.
+    // The box is baked once; then any number of sets can be processed, in any order.
     ctr::GeometricFeaturesGenerator generator;
     generator.setProjectionSpace(camera);
     generator.setSingleExportCluster({box.get()}, nullptr);

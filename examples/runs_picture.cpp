@@ -1,12 +1,11 @@
-// Draws what the library takes lines for: each run in the colour of what it was recognised as.
+// Shows how the library classifies lines: each run in the colour of its kind.
 //
 //   runs_picture SHAPE OUT.svg          one of the drawings below
 //   runs_picture --lines FILE OUT.svg   a line list, see below; - reads the standard input
 //
-// A line list has one segment a line: x y z of its two ends, and 1 to search for straight runs
-// along it, 0 (or nothing) for arcs. Ends are one vertex where their numbers are equal. The picture
-// looks along z, with y upwards: arcs are red, straight runs blue, all else is grey; a dot marks
-// where a chain begins and ends.
+// A line list has one segment per line: x y z of both ends, and 1 to search for straight runs, 0
+// (or nothing) for arcs. Ends with equal coordinates are one vertex. The view is along z, with y
+// upwards: arcs are red, straight runs blue, everything else is grey; dots mark the ends of chains.
 #include <ctr/LineSegmentSet.h>
 
 #include <kxSceneGraph/kxIndexBuffer.h>

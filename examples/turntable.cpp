@@ -1,12 +1,12 @@
-// A turntable: the same meshes drawn from all around, by several threads at once.
+// A turntable: the same meshes drawn from all around, by several threads.
 //
 //   g++ turntable.cpp $(pkg-config --cflags --libs kxContouringLib) -pthread -o turntable
 //   ./turntable FOLDER CAMERAS THREADS      writes FOLDER/turntable-000.svg and so on
 //
-// The library starts no threads and has no locks. Any number of threads may read the same meshes,
-// so long as nobody changes them; what a drawing works with, from the generator to the exporter, is
-// used by one thread at a time. So each thread here has its own of all that, shares the meshes, and
-// needs no lock. What is drawn does not depend on the number of threads, not by a byte.
+// The library starts no threads and has no locks. Any number of threads may read the same meshes
+// while none modifies them; generators, exporters and line sets are used by one thread at a time.
+// So each thread has its own, the meshes are shared, and no lock is needed. The drawings do not
+// depend on the number of threads, byte for byte.
 //
 // Exit codes: 0 all drawn, 1 some not written, 2 wrong usage.
 #include <ctr/ctr.h>
@@ -24,7 +24,7 @@
 
 namespace {
 
-// Pointers that own nothing, as the library takes them: the meshes live in main().
+// Non-owning pointers, as the library expects: the meshes live in Run().
 using MeshList = std::vector<const kx::kxTriMesh*>;
 
 // Camera number i of count, on a circle around the middle of the scene.
@@ -43,7 +43,7 @@ std::string PathOf(const std::string& folder, int i) {
            number + ".svg";
 }
 
-// One drawing from start to end. False when the file cannot be written; throws std::bad_alloc.
+// One complete drawing. False if the file cannot be written; throws std::bad_alloc.
 bool Draw(const MeshList& meshes,
           const ctr::DiscreteProjectionSpace& camera,
           const std::string& path) {
@@ -61,8 +61,8 @@ bool Draw(const MeshList& meshes,
     return svg.openFile(path) && svg.streamGeometricFeatures(features) && svg.closeFile();
 }
 
-// Draws from every camera and returns what was written: 1 for each drawing that was, else 0. The
-// threads write to places of their own, which a vector of bool, packed into bits, would not have.
+// Draws from every camera; returns 1 for each drawing that was written, otherwise 0. Threads write
+// to different elements, which would be unsafe with the packed bits of std::vector<bool>.
 std::vector<char>
 DrawAll(const MeshList& meshes, const std::string& folder, int cameras, int threads) {
     std::vector<char> written(static_cast<std::size_t>(cameras), 0);
@@ -86,7 +86,7 @@ DrawAll(const MeshList& meshes, const std::string& folder, int cameras, int thre
 }
 
 int Run(const std::string& folder, int cameras, int threads) {
-    // A plate, a cylinder that stands in it, and a block that cuts both: these lines are found too.
+    // A plate, a cylinder standing in it, and a block that intersects both.
     const auto plate = example::MakeBox({-50, -10, -40}, {50, 0, 40});
     const auto tower = example::MakeCylinder({-10, -5, 0}, 25, 55, 72);
     const auto block = example::MakeBox({0, -5, -10}, {40, 20, 15});

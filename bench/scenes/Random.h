@@ -1,4 +1,4 @@
-// The randomness of the scenes: the same numbers from every compiler and library.
+// Random numbers for the scenes, the same from every compiler and library.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@ class Random {
 public:
     explicit Random(std::uint64_t seed) : state_(seed) {}
 
-    /// From a up to, not including, b, apart from rounding: 53 random bits.
+    /// Uniform in [a, b), apart from rounding, with 53 random bits.
     double uniform(double a, double b) {
         state_ += 0x9e3779b97f4a7c15U;
         std::uint64_t z = state_;

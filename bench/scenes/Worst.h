@@ -1,4 +1,4 @@
-// Scenes that cost most for their size: much of them lies in one place, and little comes of it.
+// Scenes that cost most for their size: most of their triangles are in one place, with few lines.
 #pragma once
 
 #include "bench/scenes/Scene.h"
@@ -16,8 +16,7 @@ struct WorstScene {
     unsigned int contactTolerance;    ///< That it is drawn with, in steps of the grid.
 };
 
-/// All kinds, in the order in which they are measured. Their vertices are best left as they are,
-/// see MakePlainSubject().
+/// All kinds, in the order of measurement. Use MakePlainSubject() for them.
 const std::vector<WorstScene>& WorstScenes();
 
 } // namespace bench
