@@ -3,6 +3,7 @@
 
 #include "drawing/common/Failure.h"
 #include "drawing/common/NearestName.h"
+#include "drawing/common/ReadNumber.h"
 #include "drawing/common/Shortened.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@
 #include <locale>
 #include <optional>
 #include <sstream>
-#include <system_error>
 
 namespace kxcontour {
 namespace {
@@ -69,15 +69,9 @@ std::optional<PageSize> FindNamedPage(std::string_view text) {
     return std::nullopt;
 }
 
-/// A whole text as a plain decimal number; from_chars knows no locale.
-std::optional<double> ReadNumber(std::string_view text) {
-    double value = 0.0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
-    if (error != std::errc() || stop != end || !std::isfinite(value)) {
-        return std::nullopt;
-    }
-    return value;
+/// A measure has no exponent.
+std::optional<double> ReadMeasure(std::string_view text) {
+    return ReadNumber(text, std::chars_format::fixed);
 }
 
 std::optional<PageSize> ParseMeasures(std::string_view text) {
@@ -87,8 +81,8 @@ std::optional<PageSize> ParseMeasures(std::string_view text) {
     }
     std::string_view heightText = text.substr(cross + 1);
     const double unit = TakeUnit(heightText);
-    const std::optional<double> width = ReadNumber(text.substr(0, cross));
-    const std::optional<double> height = ReadNumber(heightText);
+    const std::optional<double> width = ReadMeasure(text.substr(0, cross));
+    const std::optional<double> height = ReadMeasure(heightText);
     if (!width || !height) {
         return std::nullopt;
     }
@@ -107,7 +101,7 @@ std::optional<PageSize> ParseMeasures(std::string_view text) {
 
 std::optional<double> ReadPaperLength(std::string_view text) {
     const double unit = TakeUnit(text);
-    const std::optional<double> number = ReadNumber(text);
+    const std::optional<double> number = ReadMeasure(text);
     if (!number || !std::isfinite(*number * unit)) {
         return std::nullopt;
     }

@@ -1,11 +1,12 @@
 // Points that are so close that they are one.
 #pragma once
 
+#include <ctr/detail/HashedIndex.h>
+
 #include "drawing/paper/Paper.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <utility>
 #include <vector>
 
@@ -29,16 +30,17 @@ public:
     const std::vector<Point>& representatives() const { return points_; }
 
 private:
+    using CellKey = std::pair<std::int64_t, std::int64_t>; ///< Column and row.
+    using CellIndex = ctr::detail::HashedIndex<CellKey>;
+
     struct Cell {
-        std::int64_t column = 0;
-        std::int64_t row = 0;
-        std::uint32_t newest = 0; ///< Representative in it; kNone marks a free place.
+        CellKey key;
+        std::uint32_t newest; ///< The last of its representatives.
     };
 
-    std::size_t placeOf(std::int64_t column, std::int64_t row) const;
-    std::uint32_t newestIn(std::int64_t column, std::int64_t row) const;
-    std::uint32_t& newestOf(std::int64_t column, std::int64_t row);
-    std::uint32_t firstIn(std::int64_t column, std::int64_t row, Point point) const;
+    CellKey cellAt(double x, double y) const;
+    std::uint32_t indexOf(const CellKey& key) const;
+    std::uint32_t firstIn(const CellKey& key, Point point) const;
     std::uint32_t found(Point point) const;
     void insert(Point point);
     void grow();
@@ -47,10 +49,9 @@ private:
     double cellSize_;
     std::vector<Point> points_;
     std::vector<std::uint32_t> older_; ///< By representative: the one before it in its cell.
-    std::vector<Cell> cells_;          ///< Open addressing; a power of two of them.
-    /// The newest of cells that found a long row of places taken, as a file can choose them.
-    std::map<std::pair<std::int64_t, std::int64_t>, std::uint32_t> crowd_;
-    std::size_t usedCells_ = 0;
+    std::vector<Cell> cells_;          ///< Those in use.
+    std::size_t capacity_;             ///< Of the index.
+    CellIndex index_;                  ///< Of cells by their key.
 };
 
 } // namespace kxcontour

@@ -12,6 +12,8 @@
 // the same link differs in the last bit.
 #include "drawing/paper/Trails.h"
 
+#include <ctr/detail/UnionFind.h>
+
 #include "drawing/paper/Plane.h"
 
 #include <algorithm>
@@ -35,31 +37,6 @@ constexpr double kCornerCosine = 0.8660254037844387;
 std::uint32_t OtherEnd(std::uint32_t end) {
     return end ^ 1U;
 }
-
-/// Sets of numbers that grow together.
-class Sets {
-public:
-    explicit Sets(std::size_t count) : parents_(count) {
-        std::iota(parents_.begin(), parents_.end(), 0U);
-    }
-
-    std::uint32_t find(std::uint32_t i) {
-        while (parents_[i] != i) {
-            parents_[i] = parents_[parents_[i]];
-            i = parents_[i];
-        }
-        return i;
-    }
-
-    void unite(std::uint32_t i, std::uint32_t j) {
-        i = find(i);
-        j = find(j);
-        parents_[std::max(i, j)] = std::min(i, j);
-    }
-
-private:
-    std::vector<std::uint32_t> parents_;
-};
 
 /// Two ends at one point that follow each other in a trail; the second is kNoEnd for an end where a
 /// trail ends.
@@ -163,7 +140,7 @@ private:
     std::vector<std::uint32_t> ends_;
     std::vector<std::uint32_t> partner_; ///< By end: the one that follows; kNoEnd: a trail ends.
     std::vector<Pair> pairs_;            ///< Of points with several, one point after the other.
-    Sets trails_;                        ///< Of links.
+    ctr::detail::UnionFind trails_;      ///< Of links.
     std::vector<bool> isOpen_;           ///< By the number of a trail in trails_.
     std::vector<Candidate> candidates_;
 };
@@ -271,7 +248,7 @@ void Weaver::appendPairs(std::span<const std::uint32_t> ends) {
 void Weaver::findTrailsOfPairs() {
     for (std::uint32_t end = 0; end < partner_.size(); ++end) {
         if (partner_[end] != kNoEnd && end < partner_[end]) {
-            trails_.unite(end / 2, partner_[end] / 2);
+            trails_.merge(trails_.find(end / 2), trails_.find(partner_[end] / 2));
         }
     }
     for (std::uint32_t end = 0; end < partner_.size(); ++end) {
@@ -310,8 +287,8 @@ void Weaver::spliceClosedTrails() {
         if (trail != other && !(isOpen_[trail] && isOpen_[other])) {
             splice(p, q);
             const bool open = isOpen_[trail] || isOpen_[other];
-            trails_.unite(trail, other);
-            isOpen_[trails_.find(trail)] = open;
+            trails_.merge(trail, other);
+            isOpen_[trail] = open;
         }
     }
 }

@@ -4,6 +4,8 @@
 // An end is numbered as in Trails.cpp: 2 i at the first point of line i, 2 i + 1 at the second.
 #include "drawing/paper/Weights.h"
 
+#include <ctr/detail/Welding.h>
+
 #include "drawing/paper/Plane.h"
 
 #include <algorithm>
@@ -34,54 +36,15 @@ constexpr double kHalfRimCosine = 0.5;
 /// Where more ends than this meet is no rim.
 constexpr std::size_t kMostEnds = 24;
 
-/// Numbers equal points as they come. Open addressing; nothing walks over the table. Points that
-/// find a long row of slots taken, as a file can choose them, go into a sorted tree.
-class EqualPoints {
-public:
-    explicit EqualPoints(std::size_t expected)
-        : slots_(std::bit_ceil(2 * std::max<std::size_t>(expected, 8)), kNoPoint) {
-        points_.reserve(expected);
-    }
+using PointKey = std::pair<double, double>;
 
-    std::uint32_t add(Point point) {
-        const std::size_t mask = slots_.size() - 1;
-        std::size_t slot = hashOf(point) & mask;
-        for (int probe = 0; probe < kLongestProbe; ++probe) {
-            if (slots_[slot] == kNoPoint) {
-                return slots_[slot] = newPoint(point);
-            }
-            if (IsSame(points_[slots_[slot]], point)) {
-                return slots_[slot];
-            }
-            slot = (slot + 1) & mask;
-        }
-        const auto [found, isNew] = crowd_.try_emplace({point.x, point.y}, kNoPoint);
-        return isNew ? found->second = newPoint(point) : found->second;
-    }
-
-    std::size_t count() const { return points_.size(); }
-
-private:
-    static constexpr std::uint32_t kNoPoint = static_cast<std::uint32_t>(-1);
-    static constexpr int kLongestProbe = 64;
-
-    std::uint32_t newPoint(Point point) {
-        points_.push_back(point);
-        return static_cast<std::uint32_t>(points_.size() - 1);
-    }
-
-    static std::size_t hashOf(Point point) {
-        // Both zeros are the same.
-        const std::uint64_t hash =
-            std::bit_cast<std::uint64_t>(point.x + 0.0) * 0x9e3779b97f4a7c15U ^
-            std::bit_cast<std::uint64_t>(point.y + 0.0) * 0xc2b2ae3d27d4eb4fU;
-        return (hash ^ hash >> 32U) * 0xbf58476d1ce4e5b9U >> 29U;
-    }
-
-    std::vector<std::uint32_t> slots_;
-    std::vector<Point> points_;
-    std::map<std::pair<double, double>, std::uint32_t> crowd_;
-};
+std::uint64_t HashOfPoint(const PointKey& point) {
+    // Both zeros are the same.
+    const std::uint64_t hash =
+        std::bit_cast<std::uint64_t>(point.first + 0.0) * 0x9e3779b97f4a7c15U ^
+        std::bit_cast<std::uint64_t>(point.second + 0.0) * 0xc2b2ae3d27d4eb4fU;
+    return (hash ^ hash >> 32U) * 0xbf58476d1ce4e5b9U;
+}
 
 /// A visible line and where it comes from.
 struct Stroke {
@@ -171,14 +134,15 @@ void WeightEvener::collectStrokes(const StyleSheet& styles) {
 }
 
 void WeightEvener::collectEnds() {
-    EqualPoints points(2 * strokes_.size());
-    pointOfEnd_.reserve(2 * strokes_.size());
-    for (const Stroke& stroke : strokes_) {
-        pointOfEnd_.push_back(points.add(stroke.line.a));
-        pointOfEnd_.push_back(points.add(stroke.line.b));
-    }
-    greatestWidth_.resize(points.count());
-    firstEnd_.assign(points.count() + 2, 0);
+    const auto keyOf = [this](std::size_t end) {
+        const PageLine& line = strokes_[end / 2].line;
+        const Point point = end % 2 == 0 ? line.a : line.b;
+        return PointKey(point.x, point.y);
+    };
+    pointOfEnd_ = ctr::detail::Weld<PointKey>(2 * strokes_.size(), keyOf, HashOfPoint);
+    const std::size_t points = ctr::detail::NumberInOrder(pointOfEnd_);
+    greatestWidth_.resize(points);
+    firstEnd_.assign(points + 2, 0);
     for (std::uint32_t end = 0; end < pointOfEnd_.size(); ++end) {
         double& greatest = greatestWidth_[pointOfEnd_[end]];
         greatest = std::max(greatest, strokes_[end / 2].width);

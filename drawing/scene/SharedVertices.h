@@ -1,14 +1,14 @@
-// One vertex for each place of a shape.
+// Welding of the vertices of a shape.
 #pragma once
 
 #include "drawing/scene/Model.h"
 
 namespace kxcontour {
 
-/// Lets triangles share the vertices that are in one place: some importers give each its own.
+/// Replaces vertices at exactly equal positions by one: some importers give each triangle its own.
 ///
-/// The normals go: without them, vertices are nothing but places. Vertices come in the order in
-/// which their places do; an index of no vertex stays as it is. Expected linear time.
+/// Normals are dropped. Vertices come in the order in which their positions occur first; indices
+/// out of range are unchanged. Expected linear time, O(n log n) for any positions.
 void ShareVertices(Shape& shape);
 
 } // namespace kxcontour

@@ -3,6 +3,7 @@
 
 #include "drawing/common/Failure.h"
 #include "drawing/common/NearestName.h"
+#include "drawing/common/ReadNumber.h"
 #include "drawing/common/Shortened.h"
 #include "drawing/paper/PageSize.h"
 
@@ -69,16 +70,6 @@ std::optional<Rgb> ReadHexColor(std::string_view text) {
 
 bool NumberRange::holds(double value) const {
     return (lowOpen ? value > low : value >= low) && (highOpen ? value < high : value <= high);
-}
-
-std::optional<double> ReadNumber(std::string_view text) {
-    double value = 0.0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end || !std::isfinite(value)) {
-        return std::nullopt;
-    }
-    return value;
 }
 
 double

@@ -23,9 +23,6 @@ struct NumberRange {
     bool holds(double value) const;
 };
 
-/// A whole text as a finite decimal number, with or without an exponent; nothing for other text.
-std::optional<double> ReadNumber(std::string_view text);
-
 /// Reads a number in a range. Throws Failure (Usage), "WHAT 'TEXT' is not EXPECTED".
 double
 ParseNumber(std::string_view text, const char* what, const char* expected, NumberRange range);

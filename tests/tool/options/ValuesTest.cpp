@@ -2,6 +2,7 @@
 #include "options/Values.h"
 
 #include "ShapeBuilders.h"
+#include "drawing/common/ReadNumber.h"
 #include "options/StyleText.h"
 
 #include <gtest/gtest.h>
