@@ -10,10 +10,10 @@
 #include "linesets/IndexRange.h"
 #include "linesets/Progress.h"
 #include "linesets/SetConstruction.h"
-#include "visibility/Baking.h"
-#include "visibility/EdgeOcclusion.h"
-#include "visibility/IntersectionLines.h"
-#include "visibility/SilhouetteSearch.h"
+#include "visibility/baking/Baking.h"
+#include "visibility/intersections/IntersectionLines.h"
+#include "visibility/occlusion/EdgeOcclusion.h"
+#include "visibility/silhouettes/Silhouettes.h"
 
 #include <algorithm>
 #include <atomic>

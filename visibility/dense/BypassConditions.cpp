@@ -1,0 +1,97 @@
+// One pass over the triangles, one over the hierarchy.
+#include "visibility/dense/BypassConditions.h"
+
+#include "visibility/baking/BakedMesh.h"
+#include "visibility/bvh/BvhNode.h"
+#include "visibility/exact/GridArithmetic.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace ctr {
+namespace {
+
+void Extend(kx::kxBBox& box, const kx::kxBBox& other) {
+    for (int axis = 0; axis < 3; ++axis) {
+        box.min[axis] = std::min(box.min[axis], other.min[axis]);
+        box.max[axis] = std::max(box.max[axis], other.max[axis]);
+    }
+}
+
+bool BoxHolds(const kx::kxBBox& box, const kx::kxBBox& other) {
+    bool all = true;
+    for (int axis = 0; axis < 3; ++axis) {
+        all = all && box.min[axis] <= other.min[axis] && other.max[axis] <= box.max[axis];
+    }
+    return all;
+}
+
+/// Whether each slot is in one leaf below a node, and boxes hold what is below them.
+bool LeadsToAll(const BakedTriangles& baked,
+                const SlotTriangles& triangles,
+                unsigned int node,
+                std::vector<bool>& met) {
+    const HierarchyNode& here = baked.bvh.nodes[node];
+    if (!IsLeaf(here)) {
+        const unsigned int children[2] = {FirstChild(here), SecondChild(here)};
+        return std::all_of(children, children + 2, [&](unsigned int child) {
+            return BoxHolds(here.box, baked.bvh.nodes[child].box) &&
+                   LeadsToAll(baked, triangles, child, met);
+        });
+    }
+    for (std::size_t slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
+        if (met[slot] || !BoxHolds(here.box, BoxOfCorners(triangles[slot]))) {
+            return false;
+        }
+        met[slot] = true;
+    }
+    return true;
+}
+
+} // namespace
+
+kx::kxBBox BoxOfCorners(const OccluderTree::Triangle& triangle) {
+    kx::kxBBox box;
+    for (const BakedVertex& corner : triangle.corners) {
+        const std::int32_t p[3] = {corner.x, corner.y, corner.z};
+        for (int axis = 0; axis < 3; ++axis) {
+            box.min[axis] = std::min(box.min[axis], static_cast<float>(p[axis]));
+            box.max[axis] = std::max(box.max[axis], static_cast<float>(p[axis]));
+        }
+    }
+    return box;
+}
+
+bool PlaneValuesFit(const kx::kxBBox& box, double times) {
+    constexpr float kLastExact = 0x1p24F;
+    constexpr double kLargest = 0x1p63;
+    double values = 6.0 * times;
+    for (int axis = 0; axis < 3; ++axis) {
+        values *= static_cast<double>(box.max[axis]) - static_cast<double>(box.min[axis]);
+        if (box.min[axis] < -kLastExact || box.max[axis] > kLastExact) {
+            return false;
+        }
+    }
+    return values < kLargest;
+}
+
+bool MayLeaveHierarchy(const BakedTriangles& baked, const SlotTriangles& triangles) {
+    if (!HasTriangles(baked)) {
+        return false;
+    }
+    kx::kxBBox all;
+    OccluderTree::Triangle room;
+    for (std::size_t slot = 0; slot < triangles.size(); ++slot) {
+        const OccluderTree::Triangle& triangle = triangles.get(slot, room);
+        Extend(all, BoxOfCorners(triangle));
+        const GridVector normal = NormalOf(triangle.corners);
+        if (normal[2] >= 0 || normal != baked.trianglePlanes[triangle.number]) {
+            return false;
+        }
+    }
+    std::vector<bool> met(triangles.size());
+    return PlaneValuesFit(all) && LeadsToAll(baked, triangles, 0, met) &&
+           std::all_of(met.begin(), met.end(), [](bool one) { return one; });
+}
+
+} // namespace ctr

@@ -1,0 +1,186 @@
+// The union of parameter ranges: sort by start, then one sweep that compacts in place.
+//
+// Exact comparisons of many ranges are slow less for their products than for their outcomes, which
+// nothing foretells. So rounded starts are sorted first, by distribution, and only ranges whose
+// starts are too close for rounding to tell are compared.
+#include <ctr/IntervalTools.h>
+
+#include "visibility/exact/FractionOrder.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <numeric>
+
+namespace ctr {
+namespace {
+
+/// Compares by value, all negative numerators being equal and below everything else.
+/// CompareFractions() alone is no strict order among those.
+int CompareValues(const Wm4::Vector2<std::int64_t>& a, const Wm4::Vector2<std::int64_t>& b) {
+    if (a[0] < 0 || b[0] < 0) {
+        return static_cast<int>(b[0] < 0) - static_cast<int>(a[0] < 0);
+    }
+    return CompareFractions(a, b);
+}
+
+/// Orders by value, equal values by numerator.
+int CompareWithForm(const Wm4::Vector2<std::int64_t>& a, const Wm4::Vector2<std::int64_t>& b) {
+    const int order = CompareValues(a, b);
+    return order != 0 ? order : static_cast<int>(a[0] > b[0]) - static_cast<int>(a[0] < b[0]);
+}
+
+/// A total order, so the fractions that are kept never depend on the order in which ranges were
+/// found: by start, then by end, last by the denominators, which can differ where numerators are 0.
+struct IsBefore {
+    bool operator()(const RationalInterval& x, const RationalInterval& y) const {
+        if (const int order = CompareWithForm(x.start, y.start); order != 0) {
+            return order < 0;
+        }
+        if (const int order = CompareWithForm(x.end, y.end); order != 0) {
+            return order < 0;
+        }
+        return x.start[1] != y.start[1] ? x.start[1] < y.start[1] : x.end[1] < y.end[1];
+    }
+};
+
+/// More ranges would need more room than a stack should give.
+constexpr std::size_t kMostKeys = 2048;
+
+/// A rounded start, from 0 to 2^32 - 1, above the number of the range. A start that is less than
+/// another has a key that is less, or more by 1 at most: the quotient is off by less than 2^-51.
+using Key = std::uint64_t;
+using Keys = std::array<Key, kMostKeys>;
+constexpr unsigned int kNumberBits = 32;
+
+Key MakeKey(const RationalInterval& range, std::size_t number) {
+    constexpr double kUnits = 0x1p32;
+    constexpr Key kLast = 0xffffffff;
+    const double start =
+        static_cast<double>(range.start[0]) / static_cast<double>(range.start[1]) * kUnits;
+    Key rounded = kLast;
+    if (start < kUnits) {
+        rounded = start > 0.0 ? static_cast<Key>(start) : 0;
+    }
+    return rounded << kNumberBits | number;
+}
+
+std::size_t NumberOf(Key key) {
+    return static_cast<std::uint32_t>(key);
+}
+
+bool MayTie(Key less, Key greater) {
+    return (greater >> kNumberBits) - (less >> kNumberBits) <= 1;
+}
+
+/// The keys of at most kMostKeys ranges in order: dealt out to about as many bins, then sorted in
+/// each.
+void SortKeys(const std::vector<RationalInterval>& ranges, Keys& keys) {
+    const std::size_t count = ranges.size();
+    const auto binBits = static_cast<unsigned int>(std::bit_width(count - 1));
+    const auto binOf = [binBits](Key key) { return key >> (2 * kNumberBits - binBits); };
+    Keys unsorted;
+    std::array<std::uint16_t, kMostKeys + 1> binEnds;
+    const std::size_t binCount = std::size_t{1} << binBits;
+    std::fill_n(binEnds.begin(), binCount + 1, std::uint16_t{0});
+    for (std::size_t i = 0; i < count; ++i) {
+        unsorted[i] = MakeKey(ranges[i], i);
+        ++binEnds[binOf(unsorted[i]) + 1];
+    }
+    std::partial_sum(binEnds.begin(), binEnds.begin() + binCount, binEnds.begin());
+    for (std::size_t i = 0; i < count; ++i) {
+        keys[binEnds[binOf(unsorted[i])]++] = unsorted[i];
+    }
+    std::size_t begin = 0;
+    for (std::size_t bin = 0; bin < binCount; begin = binEnds[bin++]) {
+        if (binEnds[bin] - begin > 1) {
+            std::sort(keys.begin() + begin, keys.begin() + binEnds[bin]);
+        }
+    }
+}
+
+/// Brings keys into the order of their ranges where that of the rounded starts may not be it.
+void SortTies(const std::vector<RationalInterval>& ranges, Keys& keys) {
+    const auto isBefore = [&ranges](Key x, Key y) {
+        return IsBefore()(ranges[NumberOf(x)], ranges[NumberOf(y)]);
+    };
+    for (std::size_t begin = 0; begin < ranges.size();) {
+        std::size_t end = begin + 1;
+        while (end < ranges.size() && MayTie(keys[end - 1], keys[end])) {
+            ++end;
+        }
+        if (end - begin > 1) {
+            std::sort(keys.begin() + begin, keys.begin() + end, isBefore);
+        }
+        begin = end;
+    }
+}
+
+/// Moves every range to the place of its key, cycle by cycle.
+void Permute(std::vector<RationalInterval>& ranges, Keys& keys) {
+    for (std::size_t first = 0; first < ranges.size(); ++first) {
+        if (NumberOf(keys[first]) == first) {
+            continue;
+        }
+        const RationalInterval moved = ranges[first];
+        std::size_t to = first;
+        for (std::size_t from = NumberOf(keys[to]); from != first; from = NumberOf(keys[to])) {
+            ranges[to] = ranges[from];
+            keys[to] = to;
+            to = from;
+        }
+        ranges[to] = moved;
+        keys[to] = to;
+    }
+}
+
+void Sort(std::vector<RationalInterval>& ranges) {
+    constexpr std::size_t kFewRanges = 32;
+    if (ranges.size() < kFewRanges || ranges.size() > kMostKeys) {
+        std::sort(ranges.begin(), ranges.end(), IsBefore());
+        return;
+    }
+    Keys keys;
+    SortKeys(ranges, keys);
+    SortTies(ranges, keys);
+    Permute(ranges, keys);
+}
+
+} // namespace
+
+void IntervalTools::FuseOverlappingIntervals(std::vector<RationalInterval>& intervals) {
+    if (intervals.size() < 2) {
+        return;
+    }
+    Sort(intervals);
+    std::size_t current = 0;
+    for (std::size_t i = 1; i < intervals.size(); ++i) {
+        const RationalInterval& next = intervals[i];
+        if (CompareFractions(next.start, intervals[current].end) > 0) {
+            intervals[++current] = next;
+        } else if (CompareFractions(next.end, intervals[current].end) > 0) {
+            intervals[current].end = next.end;
+        }
+    }
+    intervals.resize(current + 1);
+}
+
+std::vector<RationalInterval>
+IntervalTools::Complement(const std::vector<RationalInterval>& intervals) {
+    std::vector<RationalInterval> gaps;
+    Wm4::Vector2<std::int64_t> gapStart(0, 1);
+    for (std::size_t i = 0; i < intervals.size(); ++i) {
+        if (i > 0 || intervals[i].start[0] != 0) {
+            gaps.push_back({gapStart, intervals[i].start});
+        }
+        gapStart = intervals[i].end;
+    }
+    if (gapStart[0] < gapStart[1]) {
+        gaps.push_back({gapStart, {1, 1}});
+    }
+    return gaps;
+}
+
+} // namespace ctr
