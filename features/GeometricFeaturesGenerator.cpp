@@ -107,7 +107,7 @@ bool ProjectsToPoint(const BakedVertex& b0, const BakedVertex& b1) {
 
 bool AreWholeTogether(std::vector<RationalInterval>& ranges) {
     IntervalTools::FuseOverlappingIntervals(ranges);
-    return AreWhole(ranges);
+    return AreFullSegment(ranges);
 }
 
 } // namespace
@@ -401,7 +401,7 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
         BakedVertex b0{};
         BakedVertex b1{};
         if (!clipSegment(set, segment, b0, b1)) {
-            hidden.assign(1, WholeSegment());
+            hidden.assign(1, FullSegment());
             continue;
         }
         found.clear();
@@ -410,13 +410,13 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
         scratch = hidden;
         scratch.insert(scratch.end(), found.begin(), found.end());
         IntervalTools::FuseOverlappingIntervals(scratch);
-        if (AreWhole(scratch) && AreWholeTogether(found)) {
-            scratch.front() = WholeSegment();
+        if (AreFullSegment(scratch) && AreWholeTogether(found)) {
+            scratch.front() = FullSegment();
         }
         hidden = scratch;
         try {
-            exported.considerCrowds(hidden.size(), work);
-            occluders.considerCrowds(hidden.size(), work);
+            exported.considerDenseSearch(hidden.size(), work);
+            occluders.considerDenseSearch(hidden.size(), work);
         } catch (const Cancelled&) {
             return;
         }

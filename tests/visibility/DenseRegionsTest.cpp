@@ -1,5 +1,5 @@
-// Pairs and hidden ranges in crowds, found without the hierarchy, against those found with it and
-// against a look at every triangle; and that what is looked at grows little faster than the crowd.
+// Pairs and occluded intervals of dense scenes: the dense search against the BVH and against all
+// triangles, and that the number of visits grows little faster than the scene.
 #include "visibility/dense/DenseRegions.h"
 
 #include "support/ExactIntersections.h"
@@ -28,15 +28,15 @@ namespace {
 
 using ctr::BakedTriangles;
 using ctr::BakedVertex;
-using ctr::CrowdLimits;
 using ctr::FoundIntersection;
-using ctr::ItemCounter;
-using ctr::OccluderLimits;
-using ctr::OccluderTree;
+using ctr::OcclusionLimits;
 using ctr::PairSearch;
+using ctr::PairSearchLimits;
 using ctr::RationalInterval;
-using test_support::CrowdedTriangles;
-using test_support::CrowdMaker;
+using ctr::SlotTriangle;
+using ctr::WorkCounter;
+using test_support::DenseSceneMaker;
+using test_support::DenseTriangles;
 using test_support::GridTriangle;
 using test_support::LatticeSpace;
 using test_support::OnTheGrid;
@@ -46,60 +46,60 @@ using test_support::Scaled;
 using test_support::Shuffled;
 
 constexpr std::size_t kEndless = std::size_t{1} << 40;
-constexpr CrowdLimits kNever{kEndless, 0, 16, kEndless};
-constexpr OccluderLimits kNeverAside{kEndless, 0, 0, 16};
+constexpr PairSearchLimits kNever{kEndless, 0, 16, kEndless};
+constexpr OcclusionLimits kNeverDense{kEndless, 0, 0, 16};
 
-// A crowd on the grid, its triangles as a search has them.
-struct Crowd {
-    Crowd(Random& random, unsigned int bits, const std::vector<GridTriangle>& made)
+// A dense scene on the grid, with its triangles in slot order.
+struct DenseScene {
+    DenseScene(Random& random, unsigned int bits, const std::vector<GridTriangle>& made)
         : space(LatticeSpace(bits, bits)), baked(OnTheGrid(space, made)) {
         PutInSingleLeaves(baked, Shuffled(random, made.size()));
         for (const unsigned int number : baked.bvh.primitives) {
-            triangles.push_back(OccluderTree::triangleOf(baked, number));
+            triangles.push_back(ctr::TriangleOf(baked, number));
         }
     }
-    Crowd(const Crowd&) = delete;
-    Crowd& operator=(const Crowd&) = delete;
+    DenseScene(const DenseScene&) = delete;
+    DenseScene& operator=(const DenseScene&) = delete;
 
     ctr::DiscreteProjectionSpace space;
     BakedTriangles baked;
-    std::vector<OccluderTree::Triangle> triangles;
+    std::vector<SlotTriangle> triangles;
 };
 
-Crowd RandomCrowd(std::uint64_t seed) {
+DenseScene RandomDenseScene(std::uint64_t seed) {
     Random random(seed);
     const auto bits = static_cast<unsigned int>(random.between(4, 11));
-    const auto made = CrowdedTriangles(random, (1 << bits) - 2, random.between(4, 40));
-    return Crowd(random, bits, made);
+    const auto made = DenseTriangles(random, (1 << bits) - 2, random.between(4, 40));
+    return DenseScene(random, bits, made);
 }
 
 // --- pairs ---
 
 struct Pairs {
     std::vector<FoundIntersection> found;
-    std::size_t looks;
-    bool wasCrowded;
+    std::size_t visits;
+    bool usedDenseSearch;
     std::size_t done;
 };
 
 enum class Hidden : std::uint8_t { isWanted, mayBeLeftOut };
 
-Pairs PairsOf(const Crowd& crowd,
-              const CrowdLimits& limits,
+Pairs PairsOf(const DenseScene& scene,
+              const PairSearchLimits& limits,
               std::vector<bool> leftOut = {},
               Hidden hidden = Hidden::isWanted) {
-    ItemCounter work;
+    WorkCounter work;
     std::size_t done = 0;
     PairSearch search(
-        crowd.baked, crowd.triangles, [&](std::size_t) { ++done; }, work, limits);
+        scene.baked, scene.triangles, [&](std::size_t) { ++done; }, work, limits);
     if (!leftOut.empty()) {
-        search.leaveOut(std::move(leftOut));
+        search.excludePairs(std::move(leftOut));
     }
     if (hidden == Hidden::mayBeLeftOut) {
-        search.leaveOutHidden();
+        search.allowOmittingHidden();
     }
     std::vector<FoundIntersection> found = search.run();
-    return {std::move(found), search.looks(), search.wasCrowded(), done};
+    return {std::move(found), search.visits(), search.usedDenseSearch(), done};
 }
 
 bool HaveEdgeInCommon(const GridTriangle& a, const GridTriangle& b) {
@@ -115,16 +115,16 @@ bool HaveEdgeInCommon(const GridTriangle& a, const GridTriangle& b) {
     return common >= 2;
 }
 
-// One line for each pair but, as they may be left out, for those with an edge in common.
-std::string TextOf(const Crowd& crowd, const std::vector<FoundIntersection>& found) {
+// One line per pair, except for pairs with a common edge, which may be omitted.
+std::string TextOf(const DenseScene& scene, const std::vector<FoundIntersection>& found) {
     std::string text;
     for (const FoundIntersection& pair : found) {
         const auto cornersOf = [&](unsigned int number) {
-            const OccluderTree::Triangle t = OccluderTree::triangleOf(crowd.baked, number);
+            const SlotTriangle t = ctr::TriangleOf(scene.baked, number);
             return GridTriangle{t.corners[0], t.corners[1], t.corners[2]};
         };
         if (!HaveEdgeInCommon(cornersOf(pair.first),
-                              cornersOf(crowd.baked.bvh.primitives[pair.secondSlot]))) {
+                              cornersOf(scene.baked.bvh.primitives[pair.secondSlot]))) {
             text += std::to_string(pair.first) + " " + std::to_string(pair.secondSlot) + " " +
                     std::to_string(pair.ends[0]) + std::to_string(pair.ends[1]) +
                     (pair.grazing ? " grazing\n" : "\n");
@@ -133,29 +133,29 @@ std::string TextOf(const Crowd& crowd, const std::vector<FoundIntersection>& fou
     return text;
 }
 
-TEST(CrowdedPairs, TheSameAsTheHierarchyGives) {
+TEST(DensePairs, AreThoseOfTheBvh) {
     const int scenes = Scaled(4000);
     std::size_t pairs = 0;
-    int crowds = 0;
+    int denseCount = 0;
     for (int seed = 0; seed < scenes; ++seed) {
-        Crowd crowd = RandomCrowd(static_cast<std::uint64_t>(seed));
+        DenseScene scene = RandomDenseScene(static_cast<std::uint64_t>(seed));
         Random random(static_cast<std::uint64_t>(seed));
         for (const unsigned int tolerance : {0U, 2U, 9U}) {
-            crowd.baked.setContactTolerance(tolerance);
+            scene.baked.setContactTolerance(tolerance);
             std::vector<bool> leftOut;
             if (random.percent(30)) {
-                // Equal triangles are in one place, so all of them are left out or none is.
-                for (const OccluderTree::Triangle& t : crowd.triangles) {
+                // Equal triangles are marked alike.
+                for (const SlotTriangle& t : scene.triangles) {
                     leftOut.push_back((t.corners[0].x + t.corners[1].x + t.corners[2].x) % 2 == 0);
                 }
             }
             const auto hubDegree = static_cast<std::uint32_t>(random.between(0, 4));
-            const Pairs usual = PairsOf(crowd, kNever, leftOut);
-            const Pairs crowded = PairsOf(crowd, {0, 0, hubDegree}, leftOut);
-            crowds += crowded.wasCrowded ? 1 : 0;
-            ASSERT_FALSE(usual.wasCrowded) << "seed " << seed;
-            ASSERT_EQ(TextOf(crowd, crowded.found), TextOf(crowd, usual.found)) << "seed " << seed;
-            ASSERT_EQ(crowded.done, crowd.triangles.size()) << "seed " << seed;
+            const Pairs usual = PairsOf(scene, kNever, leftOut);
+            const Pairs crowded = PairsOf(scene, {0, 0, hubDegree}, leftOut);
+            denseCount += crowded.usedDenseSearch ? 1 : 0;
+            ASSERT_FALSE(usual.usedDenseSearch) << "seed " << seed;
+            ASSERT_EQ(TextOf(scene, crowded.found), TextOf(scene, usual.found)) << "seed " << seed;
+            ASSERT_EQ(crowded.done, scene.triangles.size()) << "seed " << seed;
             if (tolerance == 0) {
                 ASSERT_EQ(crowded.found.size(), usual.found.size()) << "seed " << seed;
             }
@@ -164,30 +164,30 @@ TEST(CrowdedPairs, TheSameAsTheHierarchyGives) {
     }
     RecordProperty("pairs", static_cast<int>(pairs));
     EXPECT_GT(pairs, static_cast<std::size_t>(10 * scenes));
-    EXPECT_GT(crowds, 2 * scenes);
+    EXPECT_GT(denseCount, 2 * scenes);
 }
 
-TEST(CrowdedPairs, TheSameAsALookAtEveryPair) {
+TEST(DensePairs, AreThoseOfAllPairs) {
     const int scenes = Scaled(1500);
     int cuts = 0;
     for (int seed = 0; seed < scenes; ++seed) {
-        const Crowd crowd = RandomCrowd(static_cast<std::uint64_t>(seed));
-        std::vector<unsigned int> slotOf(crowd.triangles.size());
+        const DenseScene scene = RandomDenseScene(static_cast<std::uint64_t>(seed));
+        std::vector<unsigned int> slotOf(scene.triangles.size());
         for (unsigned int slot = 0; slot < slotOf.size(); ++slot) {
-            slotOf[crowd.baked.bvh.primitives[slot]] = slot;
+            slotOf[scene.baked.bvh.primitives[slot]] = slot;
         }
         std::vector<std::pair<unsigned int, unsigned int>> expected;
         test_support::CutCounts counts;
         for (unsigned int i = 0; i < slotOf.size(); ++i) {
             for (unsigned int j = i + 1; j < slotOf.size(); ++j) {
-                if (test_support::CutOf(crowd.baked, i, j, counts)) {
+                if (test_support::CutOf(scene.baked, i, j, counts)) {
                     expected.emplace_back(i, slotOf[j]);
                 }
             }
         }
         std::sort(expected.begin(), expected.end());
         std::vector<std::pair<unsigned int, unsigned int>> found;
-        for (const FoundIntersection& pair : PairsOf(crowd, {0, 0, 2}).found) {
+        for (const FoundIntersection& pair : PairsOf(scene, {0, 0, 2}).found) {
             found.emplace_back(pair.first, pair.secondSlot);
         }
         ASSERT_EQ(found, expected) << "seed " << seed;
@@ -196,57 +196,57 @@ TEST(CrowdedPairs, TheSameAsALookAtEveryPair) {
     EXPECT_GT(cuts, 10 * scenes);
 }
 
-// What the hierarchy leaves out, as a caller has changed it, stays left out.
-TEST(CrowdedPairs, NotWithoutAHierarchyThatACallerHasChanged) {
+// Pairs that a BVH changed by a caller excludes stay excluded.
+TEST(DensePairs, AreNotUsedForAChangedBvh) {
     Random random(1);
-    Crowd crowd(random, 8, CrowdedTriangles(random, 254, 60));
-    ASSERT_TRUE(PairsOf(crowd, {0, 0, 2}).wasCrowded);
-    for (auto& node : crowd.baked.bvh.nodes) {
+    DenseScene scene(random, 8, DenseTriangles(random, 254, 60));
+    ASSERT_TRUE(PairsOf(scene, {0, 0, 2}).usedDenseSearch);
+    for (auto& node : scene.baked.bvh.nodes) {
         const bool isLeaf = node.first >> 30U == 3;
         node.box.max[0] = isLeaf ? node.box.min[0] : node.box.max[0];
     }
-    const Pairs usual = PairsOf(crowd, kNever);
-    const Pairs changed = PairsOf(crowd, {0, 0, 2});
-    EXPECT_FALSE(changed.wasCrowded);
-    EXPECT_EQ(TextOf(crowd, changed.found), TextOf(crowd, usual.found));
+    const Pairs usual = PairsOf(scene, kNever);
+    const Pairs changed = PairsOf(scene, {0, 0, 2});
+    EXPECT_FALSE(changed.usedDenseSearch);
+    EXPECT_EQ(TextOf(scene, changed.found), TextOf(scene, usual.found));
 }
 
 // --- nearly equal triangles ---
 
-Crowd NearlyEqual(Random& random) {
+DenseScene NearlyEqual(Random& random) {
     const auto bits = static_cast<unsigned int>(random.between(5, 12));
-    CrowdMaker maker(random, (1 << bits) - 2);
+    DenseSceneMaker maker(random, (1 << bits) - 2);
     for (int kinds = random.between(1, 3); kinds > 0; --kinds) {
         maker.addNearlyEqual(random.between(2, 14), random.between(0, 3));
     }
     maker.addLoose(random.between(0, 3));
     maker.addSheets(random.between(0, 2));
-    return Crowd(random, bits, maker.triangles);
+    return DenseScene(random, bits, maker.triangles);
 }
 
-bool AreInContact(const Crowd& crowd, const FoundIntersection& pair) {
-    const auto faceOf = [&](unsigned int number, OccluderTree::Triangle& t) {
-        t = OccluderTree::triangleOf(crowd.baked, number);
+bool AreInContact(const DenseScene& scene, const FoundIntersection& pair) {
+    const auto faceOf = [&](unsigned int number, SlotTriangle& t) {
+        t = ctr::TriangleOf(scene.baked, number);
         return ctr::FaceOnGrid{t.corners, ctr::NormalOf(t.corners)};
     };
-    OccluderTree::Triangle a{};
-    OccluderTree::Triangle b{};
+    SlotTriangle a{};
+    SlotTriangle b{};
     return ctr::AreInContact(faceOf(pair.first, a),
-                             faceOf(crowd.baked.bvh.primitives[pair.secondSlot], b),
-                             ctr::ContactTolerance(crowd.baked));
+                             faceOf(scene.baked.bvh.primitives[pair.secondSlot], b),
+                             ctr::ContactTolerance(scene.baked));
 }
 
-// Only pairs in contact may be left out, of which nothing is drawn.
-TEST(NearlyEqualTriangles, AreNoPairsWhereTheyAreInContact) {
+// Only pairs in contact, which are not drawn, may be omitted.
+TEST(NearlyEqualTriangles, AreOmittedInContactOnly) {
     const int scenes = Scaled(3000);
     std::size_t leftOut = 0;
     std::size_t kept = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        Crowd crowd = NearlyEqual(random);
-        crowd.baked.setContactTolerance(static_cast<unsigned int>(random.between(0, 5)));
-        const Pairs all = PairsOf(crowd, {kEndless, 0, 16, kEndless});
-        const Pairs some = PairsOf(crowd, {kEndless, 0, 16, 0});
+        DenseScene scene = NearlyEqual(random);
+        scene.baked.setContactTolerance(static_cast<unsigned int>(random.between(0, 5)));
+        const Pairs all = PairsOf(scene, {kEndless, 0, 16, kEndless});
+        const Pairs some = PairsOf(scene, {kEndless, 0, 16, 0});
         auto next = some.found.begin();
         for (const FoundIntersection& pair : all.found) {
             if (next != some.found.end() && next->first == pair.first &&
@@ -256,11 +256,11 @@ TEST(NearlyEqualTriangles, AreNoPairsWhereTheyAreInContact) {
                 continue;
             }
             ++leftOut;
-            ASSERT_TRUE(AreInContact(crowd, pair)) << "seed " << seed;
-            ASSERT_NE(crowd.baked.contactTolerance, 0U) << "seed " << seed;
+            ASSERT_TRUE(AreInContact(scene, pair)) << "seed " << seed;
+            ASSERT_NE(scene.baked.contactTolerance, 0U) << "seed " << seed;
         }
         ASSERT_TRUE(next == some.found.end()) << "seed " << seed;
-        ASSERT_EQ(some.done, crowd.triangles.size()) << "seed " << seed;
+        ASSERT_EQ(some.done, scene.triangles.size()) << "seed " << seed;
     }
     EXPECT_GT(leftOut, static_cast<std::size_t>(scenes));
     EXPECT_GT(kept, static_cast<std::size_t>(scenes));
@@ -268,23 +268,23 @@ TEST(NearlyEqualTriangles, AreNoPairsWhereTheyAreInContact) {
 
 // --- cells ---
 
-TEST(CellsOnAxis, APointHasOneCell) {
-    const ctr::CellsOnAxis cells({5, 5}, 8);
+TEST(GridAxis, APointHasOneCell) {
+    const ctr::GridAxis cells({5, 5}, 8);
     EXPECT_EQ(cells.count(), 1);
     EXPECT_EQ(cells.around(4.0), 0);
     EXPECT_EQ(cells.around(6.0), 0);
-    EXPECT_EQ(cells.meeting({5, 5}).length(), 1U);
+    EXPECT_EQ(cells.overlapping({5, 5}).length(), 1U);
 }
 
-// --- hidden cuts ---
+// --- hidden intersections ---
 
-// Steps across in which many triangles lie over each other, some of them large.
-Crowd Soup(Random& random) {
+// Many overlapping triangles within a few steps, some of them large.
+DenseScene Soup(Random& random) {
     const bool isTiled = random.percent(50);
     const auto bits = static_cast<unsigned int>(random.between(3, isTiled ? 5 : 6));
     const int across = (1 << bits) - 2;
     const int reach = random.between(2, isTiled ? 3 : across);
-    CrowdMaker maker(random, across);
+    DenseSceneMaker maker(random, across);
     const auto count = static_cast<std::size_t>(random.between(70, isTiled ? 500 : 250));
     if (isTiled) {
         maker.addTiles(random.between(1, 3));
@@ -294,53 +294,53 @@ Crowd Soup(Random& random) {
         maker.addLoose(random.percent(10) ? 1 : 0);
         maker.addCopies(random.percent(5) ? 1 : 0);
     }
-    return Crowd(random, bits, maker.triangles);
+    return DenseScene(random, bits, maker.triangles);
 }
 
-// What others hide of the cut of two triangles, from every one of them.
-bool IsAllHidden(const Crowd& crowd, const FoundIntersection& pair) {
+// Whether the triangles together occlude the whole intersection of a pair.
+bool IsAllHidden(const DenseScene& scene, const FoundIntersection& pair) {
     test_support::CutCounts counts;
-    const auto cut = test_support::CutOf(crowd.baked, pair.first,
-                                         crowd.baked.bvh.primitives[pair.secondSlot], counts);
+    const auto cut = test_support::CutOf(scene.baked, pair.first,
+                                         scene.baked.bvh.primitives[pair.secondSlot], counts);
     std::vector<RationalInterval> ranges;
-    for (unsigned int i = 0; cut && i < crowd.triangles.size(); ++i) {
-        if (const auto part = test_support::HiddenOfCut(crowd.baked, *cut, i)) {
+    for (unsigned int i = 0; cut && i < scene.triangles.size(); ++i) {
+        if (const auto part = test_support::HiddenOfCut(scene.baked, *cut, i)) {
             ranges.push_back(*part);
         }
     }
     ctr::IntervalTools::FuseOverlappingIntervals(ranges);
-    return ctr::AreWhole(ranges);
+    return ctr::AreFullSegment(ranges);
 }
 
-TEST(PairsInSight, LeaveOutNoneThatIsVisible) {
-    const CrowdLimits inSight{kEndless, 0, 16, kEndless, 0, 1e9};
+TEST(PotentiallyVisiblePairs, IncludeAllVisibleOnes) {
+    const PairSearchLimits inSight{kEndless, 0, 16, kEndless, 0, 1e9};
     const int scenes = Scaled(250);
     std::size_t leftOut = 0;
     std::size_t kept = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        Crowd crowd = Soup(random);
-        crowd.baked.setContactTolerance(seed % 3 == 0 ? 1U : 0U);
-        const Pairs all = PairsOf(crowd, kNever);
-        const Pairs some = PairsOf(crowd, inSight, {}, Hidden::mayBeLeftOut);
-        ASSERT_EQ(some.done, crowd.triangles.size()) << "seed " << seed;
+        DenseScene scene = Soup(random);
+        scene.baked.setContactTolerance(seed % 3 == 0 ? 1U : 0U);
+        const Pairs all = PairsOf(scene, kNever);
+        const Pairs some = PairsOf(scene, inSight, {}, Hidden::mayBeLeftOut);
+        ASSERT_EQ(some.done, scene.triangles.size()) << "seed " << seed;
         std::set<std::string> known;
         for (const FoundIntersection& pair : some.found) {
-            ASSERT_TRUE(known.insert(TextOf(crowd, {pair})).second || TextOf(crowd, {pair}).empty())
-                << "seed " << seed << ": twice " << TextOf(crowd, {pair});
+            ASSERT_TRUE(known.insert(TextOf(scene, {pair})).second || TextOf(scene, {pair}).empty())
+                << "seed " << seed << ": twice " << TextOf(scene, {pair});
         }
         kept += known.size();
         known.insert("");
         for (const FoundIntersection& pair : all.found) {
-            const std::string text = TextOf(crowd, {pair});
+            const std::string text = TextOf(scene, {pair});
             if (!text.empty() && known.erase(text) == 0) {
                 ++leftOut;
-                ASSERT_TRUE(IsAllHidden(crowd, pair)) << "seed " << seed << ": " << text;
+                ASSERT_TRUE(IsAllHidden(scene, pair)) << "seed " << seed << ": " << text;
             }
         }
         known.erase("");
         ASSERT_TRUE(known.empty()) << "seed " << seed << ": not there " << *known.begin();
-        ASSERT_EQ(TextOf(crowd, PairsOf(crowd, inSight).found), TextOf(crowd, all.found));
+        ASSERT_EQ(TextOf(scene, PairsOf(scene, inSight).found), TextOf(scene, all.found));
     }
     RecordProperty("left_out", static_cast<int>(leftOut));
     RecordProperty("kept", static_cast<int>(kept));
@@ -348,11 +348,11 @@ TEST(PairsInSight, LeaveOutNoneThatIsVisible) {
     EXPECT_GT(kept, static_cast<std::size_t>(100 * scenes));
 }
 
-// --- hidden ranges ---
+// --- occluded intervals ---
 
 std::string TextOf(std::vector<RationalInterval> ranges) {
     ctr::IntervalTools::FuseOverlappingIntervals(ranges);
-    if (ctr::AreWhole(ranges)) {
+    if (ctr::AreFullSegment(ranges)) {
         return "whole";
     }
     std::string text;
@@ -365,47 +365,50 @@ std::string TextOf(std::vector<RationalInterval> ranges) {
 }
 
 std::vector<RationalInterval>
-AllRanges(const Crowd& crowd, const BakedVertex& a, const BakedVertex& b) {
-    const ctr::ContactTolerance tolerance(crowd.baked);
+AllRanges(const DenseScene& scene, const BakedVertex& a, const BakedVertex& b) {
+    const ctr::ContactTolerance tolerance(scene.baked);
     std::vector<RationalInterval> ranges;
-    for (const OccluderTree::Triangle& triangle : crowd.triangles) {
+    for (const SlotTriangle& triangle : scene.triangles) {
         const auto& [p, q, r] = triangle.corners;
-        if (const auto part = ctr::HiddenPart(p, q, r, crowd.baked.trianglePlanes[triangle.number],
-                                              tolerance, a, b)) {
+        if (const auto part = ctr::OccludedInterval(
+                p, q, r, scene.baked.trianglePlanes[triangle.number], tolerance, a, b)) {
             ranges.push_back(*part);
         }
     }
     return ranges;
 }
 
-// An occlusion that has turned to the crowd.
-ctr::EdgeOcclusion Crowded(const Crowd& crowd, std::uint32_t hubDegree) {
-    ItemCounter work;
-    ctr::EdgeOcclusion occlusion(crowd.baked, {0, 0, 0, hubDegree});
-    occlusion.announce(crowd.triangles.size(), work);
+// An occlusion that has switched to the dense search.
+ctr::EdgeOcclusion DenseSearchOf(const DenseScene& scene, std::uint32_t hubDegree) {
+    WorkCounter work;
+    ctr::EdgeOcclusion occlusion(scene.baked, {0, 0, 0, hubDegree});
+    occlusion.announce(scene.triangles.size(), work);
     std::vector<RationalInterval> ignored;
-    for (const OccluderTree::Triangle& t : crowd.triangles) {
-        for (int k = 0; k < 3 && occlusion.looks() == 0; ++k) {
+    for (const SlotTriangle& t : scene.triangles) {
+        for (int k = 0; k < 3 && occlusion.visits() == 0; ++k) {
             occlusion.append(t.corners[k], t.corners[(k + 1) % 3], ignored);
         }
     }
-    occlusion.considerCrowds(0, work);
+    occlusion.considerDenseSearch(0, work);
     return occlusion;
 }
 
 struct Ranges {
     std::size_t partly = 0;
-    std::size_t inCrowds = 0;
+    std::size_t inDenseSearch = 0;
 };
 
-// Segments between corners, in a crowd that has been given a contact tolerance.
-void ExpectAllRanges(const Crowd& crowd, Random& random, const std::string& name, Ranges& counts) {
+// Segments between corners of a scene with a contact tolerance.
+void ExpectAllRanges(const DenseScene& scene,
+                     Random& random,
+                     const std::string& name,
+                     Ranges& counts) {
     const auto hubDegree = static_cast<std::uint32_t>(random.between(0, 4));
-    ctr::EdgeOcclusion occlusion = Crowded(crowd, hubDegree);
-    counts.inCrowds += occlusion.isCrowded() ? 1U : 0U;
+    ctr::EdgeOcclusion occlusion = DenseSearchOf(scene, hubDegree);
+    counts.inDenseSearch += occlusion.usesDenseSearch() ? 1U : 0U;
     const auto anyCorner = [&] {
-        const auto& t = crowd.triangles[static_cast<std::size_t>(
-            random.below(static_cast<int>(crowd.triangles.size())))];
+        const auto& t = scene.triangles[static_cast<std::size_t>(
+            random.below(static_cast<int>(scene.triangles.size())))];
         return t.corners[random.below(3)];
     };
     for (int i = 0; i < 40; ++i) {
@@ -416,56 +419,56 @@ void ExpectAllRanges(const Crowd& crowd, Random& random, const std::string& name
         }
         std::vector<RationalInterval> found;
         occlusion.append(a, b, found);
-        const std::string expected = TextOf(AllRanges(crowd, a, b));
+        const std::string expected = TextOf(AllRanges(scene, a, b));
         ASSERT_EQ(TextOf(found), expected) << name << ", segment " << i;
         counts.partly += !expected.empty() && expected != "whole" ? 1U : 0U;
     }
 }
 
-TEST(CrowdedOccluders, TheSameRangesAsFromEveryTriangle) {
+TEST(DenseOccluders, GiveTheIntervalsOfAllTriangles) {
     const int scenes = Scaled(3000);
     Ranges counts;
     for (int seed = 0; seed < scenes; ++seed) {
-        Crowd crowd = RandomCrowd(static_cast<std::uint64_t>(seed));
+        DenseScene scene = RandomDenseScene(static_cast<std::uint64_t>(seed));
         Random random(static_cast<std::uint64_t>(seed));
-        crowd.baked.setContactTolerance(seed % 3 == 0 ? 2U : 0U);
-        ExpectAllRanges(crowd, random, "seed " + std::to_string(seed), counts);
+        scene.baked.setContactTolerance(seed % 3 == 0 ? 2U : 0U);
+        ExpectAllRanges(scene, random, "seed " + std::to_string(seed), counts);
     }
     RecordProperty("partly_hidden", static_cast<int>(counts.partly));
     EXPECT_GT(counts.partly, static_cast<std::size_t>(5 * scenes));
-    EXPECT_GT(counts.inCrowds, static_cast<std::size_t>(scenes / 2));
+    EXPECT_GT(counts.inDenseSearch, static_cast<std::size_t>(scenes / 2));
 }
 
-TEST(CrowdSurfaces, TheSameRangesAsFromEveryTriangle) {
+TEST(RegionFronts, GiveTheIntervalsOfAllTriangles) {
     const int scenes = Scaled(600);
     Ranges counts;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        Crowd crowd = Soup(random);
-        crowd.baked.setContactTolerance(seed % 3 == 0 ? 1U : 0U);
-        ExpectAllRanges(crowd, random, "seed " + std::to_string(seed), counts);
+        DenseScene scene = Soup(random);
+        scene.baked.setContactTolerance(seed % 3 == 0 ? 1U : 0U);
+        ExpectAllRanges(scene, random, "seed " + std::to_string(seed), counts);
     }
     RecordProperty("partly_hidden", static_cast<int>(counts.partly));
     EXPECT_GT(counts.partly, static_cast<std::size_t>(5 * scenes));
-    EXPECT_GT(counts.inCrowds, static_cast<std::size_t>(scenes / 2));
+    EXPECT_GT(counts.inDenseSearch, static_cast<std::size_t>(scenes / 2));
 }
 
-TEST(NearlyEqualTriangles, HideWhatEachOfThemHides) {
+TEST(NearlyEqualTriangles, OccludeAsEachOfThemDoes) {
     const int scenes = Scaled(2000);
     std::size_t hidden = 0;
     std::size_t open = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        Crowd crowd = NearlyEqual(random);
-        crowd.baked.setContactTolerance(static_cast<unsigned int>(random.between(0, 5)));
-        ctr::EdgeOcclusion occlusion = Crowded(crowd, 16);
-        for (const OccluderTree::Triangle& t : crowd.triangles) {
+        DenseScene scene = NearlyEqual(random);
+        scene.baked.setContactTolerance(static_cast<unsigned int>(random.between(0, 5)));
+        ctr::EdgeOcclusion occlusion = DenseSearchOf(scene, 16);
+        for (const SlotTriangle& t : scene.triangles) {
             for (int k = 0; k < 3; ++k) {
                 const BakedVertex a = t.corners[k];
                 const BakedVertex b = t.corners[(k + 1) % 3];
                 std::vector<RationalInterval> found;
                 occlusion.append(a, b, found);
-                const std::string expected = TextOf(AllRanges(crowd, a, b));
+                const std::string expected = TextOf(AllRanges(scene, a, b));
                 ASSERT_EQ(TextOf(found), expected) << "seed " << seed;
                 ++(expected.empty() ? open : hidden);
             }
@@ -477,46 +480,46 @@ TEST(NearlyEqualTriangles, HideWhatEachOfThemHides) {
 
 // --- growth ---
 
-using MakeCrowd = std::function<void(CrowdMaker&, int count)>;
+using MakeScene = std::function<void(DenseSceneMaker&, int count)>;
 
 struct Growth {
     double pairs;
     double occlusion;
 };
 
-struct Looks {
+struct Visits {
     std::size_t pairs;
     std::size_t occlusion;
 };
 
-Looks LooksAt(int count, const MakeCrowd& make, bool mayTurnAside, unsigned int tolerance) {
+Visits VisitsOf(int count, const MakeScene& make, bool mayUseDenseSearch, unsigned int tolerance) {
     constexpr unsigned int kBits = 18;
     Random random(7);
-    CrowdMaker maker(random, (1 << kBits) - 2);
+    DenseSceneMaker maker(random, (1 << kBits) - 2);
     make(maker, count);
-    Crowd crowd(random, kBits, maker.triangles);
-    crowd.baked.setContactTolerance(tolerance);
-    const Pairs pairs = PairsOf(crowd, mayTurnAside ? CrowdLimits{8, 8, 16, 8} : kNever);
-    ItemCounter work;
-    ctr::EdgeOcclusion occlusion(crowd.baked,
-                                 mayTurnAside ? OccluderLimits{8, 16, 16, 16} : kNeverAside);
-    occlusion.announce(3 * crowd.triangles.size(), work);
-    for (const OccluderTree::Triangle& t : crowd.triangles) {
+    DenseScene scene(random, kBits, maker.triangles);
+    scene.baked.setContactTolerance(tolerance);
+    const Pairs pairs = PairsOf(scene, mayUseDenseSearch ? PairSearchLimits{8, 8, 16, 8} : kNever);
+    WorkCounter work;
+    ctr::EdgeOcclusion occlusion(scene.baked,
+                                 mayUseDenseSearch ? OcclusionLimits{8, 16, 16, 16} : kNeverDense);
+    occlusion.announce(3 * scene.triangles.size(), work);
+    for (const SlotTriangle& t : scene.triangles) {
         for (int k = 0; k < 3; ++k) {
             std::vector<RationalInterval> hidden;
             occlusion.append(t.corners[k], t.corners[(k + 1) % 3], hidden);
             ctr::IntervalTools::FuseOverlappingIntervals(hidden);
-            occlusion.considerCrowds(hidden.size(), work);
+            occlusion.considerDenseSearch(hidden.size(), work);
         }
     }
-    return {pairs.looks, occlusion.looks()};
+    return {pairs.visits, occlusion.visits()};
 }
 
-// By what power of the count looks grow.
+// The exponents with which visits grow with the count.
 Growth
-GrowthOf(const MakeCrowd& make, bool mayTurnAside, int few, int many, unsigned int tolerance) {
-    const Looks ofFew = LooksAt(few, make, mayTurnAside, tolerance);
-    const Looks ofMany = LooksAt(many, make, mayTurnAside, tolerance);
+GrowthOf(const MakeScene& make, bool mayUseDenseSearch, int few, int many, unsigned int tolerance) {
+    const Visits ofFew = VisitsOf(few, make, mayUseDenseSearch, tolerance);
+    const Visits ofMany = VisitsOf(many, make, mayUseDenseSearch, tolerance);
     const double times = std::log2(static_cast<double>(many) / few);
     const auto power = [times](std::size_t a, std::size_t b) {
         return std::log2(static_cast<double>(b) / static_cast<double>(a)) / times;
@@ -530,24 +533,24 @@ BakedVertex OnRing(int count, int i, int height) {
             131000 + static_cast<int>(100000.0 * std::sin(angle))};
 }
 
-void ExpectLittleGrowth(const MakeCrowd& make, unsigned int tolerance = 0) {
+void ExpectLittleGrowth(const MakeScene& make, unsigned int tolerance = 0) {
     const Growth growth = GrowthOf(make, true, Scaled(500), Scaled(4000), tolerance);
     EXPECT_LE(growth.pairs, 1.3);
     EXPECT_LE(growth.occlusion, 1.3);
-    // The same crowd by the hierarchy alone: it has to be one.
+    // The same scene by the BVH alone, to show that it is dense.
     const Growth usual = GrowthOf(make, false, Scaled(250), Scaled(1000), tolerance);
     EXPECT_GE(std::max(usual.pairs, usual.occlusion), 1.7);
 }
 
-TEST(CrowdGrowth, EqualTriangles) {
-    ExpectLittleGrowth([](CrowdMaker& maker, int count) {
+TEST(DenseSceneGrowth, EqualTriangles) {
+    ExpectLittleGrowth([](DenseSceneMaker& maker, int count) {
         maker.addLoose(1);
         maker.triangles.resize(static_cast<std::size_t>(count), maker.triangles.front());
     });
 }
 
-TEST(CrowdGrowth, NeedlesFromOneCorner) {
-    ExpectLittleGrowth([](CrowdMaker& maker, int count) {
+TEST(DenseSceneGrowth, NeedlesFromOneCorner) {
+    ExpectLittleGrowth([](DenseSceneMaker& maker, int count) {
         const BakedVertex hub{131000, 131000, 131000};
         for (int i = 0; i < count; ++i) {
             const BakedVertex tip = maker.anyPoint();
@@ -556,8 +559,8 @@ TEST(CrowdGrowth, NeedlesFromOneCorner) {
     });
 }
 
-TEST(CrowdGrowth, SidesOfACone) {
-    ExpectLittleGrowth([](CrowdMaker& maker, int count) {
+TEST(DenseSceneGrowth, SidesOfACone) {
+    ExpectLittleGrowth([](DenseSceneMaker& maker, int count) {
         for (int i = 0; i < count; ++i) {
             const auto tilted = [](BakedVertex p) {
                 p.y += p.z / 2;
@@ -569,8 +572,8 @@ TEST(CrowdGrowth, SidesOfACone) {
     });
 }
 
-TEST(CrowdGrowth, PagesAtOneEdge) {
-    ExpectLittleGrowth([](CrowdMaker& maker, int count) {
+TEST(DenseSceneGrowth, PagesAtOneEdge) {
+    ExpectLittleGrowth([](DenseSceneMaker& maker, int count) {
         for (int i = 0; i < count; ++i) {
             BakedVertex tip = OnRing(count, i, 80000);
             tip.y += tip.z / 4;
@@ -579,13 +582,13 @@ TEST(CrowdGrowth, PagesAtOneEdge) {
     });
 }
 
-TEST(CrowdGrowth, NearlyEqualTriangles) {
-    const auto make = [](CrowdMaker& maker, int count) { maker.addNearlyEqual(count, 1); };
+TEST(DenseSceneGrowth, NearlyEqualTriangles) {
+    const auto make = [](DenseSceneMaker& maker, int count) { maker.addNearlyEqual(count, 1); };
     ExpectLittleGrowth(make, 2);
 }
 
-TEST(CrowdGrowth, ParallelSheets) {
-    ExpectLittleGrowth([](CrowdMaker& maker, int count) {
+TEST(DenseSceneGrowth, ParallelSheets) {
+    ExpectLittleGrowth([](DenseSceneMaker& maker, int count) {
         for (int i = 0; i < count / 2; ++i) {
             const int lift = 80000 / count * i;
             const BakedVertex corners[4] = {{20000, 30000 + lift / 3, 20000 + lift},
@@ -598,26 +601,26 @@ TEST(CrowdGrowth, ParallelSheets) {
     });
 }
 
-// Where nearly all pairs give cuts that others hide.
-TEST(CrowdGrowth, HiddenCuts) {
+// Nearly all pairs intersect, and nearly all intersections are hidden.
+TEST(DenseSceneGrowth, HiddenIntersections) {
     const auto searchIn = [](int count) {
         constexpr unsigned int kBits = 5;
         constexpr int kAcross = 19;
         Random random(3);
-        CrowdMaker maker(random, kAcross);
+        DenseSceneMaker maker(random, kAcross);
         while (static_cast<int>(maker.triangles.size()) < count) {
             maker.addNear(maker.anyPoint(), 4);
         }
-        const Crowd crowd(random, kBits, maker.triangles);
-        return PairsOf(crowd, CrowdLimits(), {}, Hidden::mayBeLeftOut);
+        const DenseScene scene(random, kBits, maker.triangles);
+        return PairsOf(scene, PairSearchLimits(), {}, Hidden::mayBeLeftOut);
     };
-    // Not scaled: fewer are no crowd.
+    // Not scaled: smaller scenes are not dense.
     const Pairs few = searchIn(2500);
     const Pairs many = searchIn(5000);
     const auto power = [](std::size_t a, std::size_t b) {
         return std::log2(static_cast<double>(b) / static_cast<double>(a));
     };
-    EXPECT_LE(power(few.looks, many.looks), 1.3);
+    EXPECT_LE(power(few.visits, many.visits), 1.3);
     EXPECT_LE(power(few.found.size(), many.found.size()), 1.3);
 }
 

@@ -1,5 +1,4 @@
-// Small scenes on the grid with crowds in them: equal triangles, many around a corner or an edge,
-// sheets.
+// Small dense scenes on the grid: equal triangles, many around a vertex or an edge, stacked sheets.
 #pragma once
 
 #include "visibility/GridTriangles.h"
@@ -10,10 +9,10 @@
 
 namespace test_support {
 
-class CrowdMaker {
+class DenseSceneMaker {
 public:
     /// Corners are from 0 up to `across` on all axes.
-    CrowdMaker(Random& random, int across) : random_(random), across_(across) {}
+    DenseSceneMaker(Random& random, int across) : random_(random), across_(across) {}
 
     ctr::BakedVertex anyPoint() {
         return {random_.between(0, across_), random_.between(0, across_),
@@ -150,8 +149,8 @@ private:
 };
 
 /// About `size` triangles of every kind.
-inline std::vector<GridTriangle> CrowdedTriangles(Random& random, int across, int size) {
-    CrowdMaker maker(random, across);
+inline std::vector<GridTriangle> DenseTriangles(Random& random, int across, int size) {
+    DenseSceneMaker maker(random, across);
     while (static_cast<int>(maker.triangles.size()) < size) {
         const int count = random.between(1, 8);
         switch (random.below(5)) {

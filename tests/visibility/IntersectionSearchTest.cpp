@@ -81,7 +81,7 @@ std::vector<SegmentBits> WorldBits(const ctr::DiscreteProjectionSpace& space,
     return bits;
 }
 
-std::vector<SegmentBits> BitsOf(const SetPointer& set) {
+std::vector<SegmentBits> LaneMaskOf(const SetPointer& set) {
     std::vector<SegmentBits> bits;
     if (set) {
         for (const auto& [p, q] : test_support::EndsOf(*set)) {
@@ -98,8 +98,8 @@ std::string CompareInOrder(const BakedTriangles& baked, CutCounts& counts) {
     SetPointer hidden;
     const SetPointer visible(ctr::TrianglesIntersection(baked).computeIntersectionEdges(&hidden));
     const ctr::DiscreteProjectionSpace& space = *baked.projectionSpace;
-    return DifferenceOf("visible pieces", BitsOf(visible), WorldBits(space, expected.visible)) +
-           DifferenceOf("hidden pieces", BitsOf(hidden), WorldBits(space, expected.hidden));
+    return DifferenceOf("visible pieces", LaneMaskOf(visible), WorldBits(space, expected.visible)) +
+           DifferenceOf("hidden pieces", LaneMaskOf(hidden), WorldBits(space, expected.hidden));
 }
 
 // --- many triangles ---
@@ -559,7 +559,7 @@ void CheckCrowd(Random& random, unsigned int tolerance, CutCounts& counts) {
     const SetPointer visible(ctr::TrianglesIntersection(baked).computeIntersectionEdges());
     SetPointer hidden;
     const SetPointer both(ctr::TrianglesIntersection(baked).computeIntersectionEdges(&hidden));
-    ASSERT_EQ(BitsOf(visible), BitsOf(both));
+    ASSERT_EQ(LaneMaskOf(visible), LaneMaskOf(both));
 }
 
 TEST(IntersectionSearch, CrowdsInFewColumnsShowWhatIsInFront) {

@@ -1,5 +1,5 @@
-// Nodes and triangles that are put together from the scene at each look, as in large scenes, beside
-// copies of them: nothing that copies lead to is left out, and what is found is the same.
+// Nodes and triangles assembled from the scene on each access, as in large scenes, against packed
+// copies: every triangle reached with copies is reached without, and results are the same.
 #include "visibility/bvh/OccluderBvh.h"
 
 #include "support/Random.h"
@@ -22,10 +22,11 @@ namespace {
 
 using ctr::BakedTriangles;
 using ctr::BakedVertex;
-using ctr::ItemCounter;
-using ctr::OccluderTree;
+using ctr::OccluderBvh;
 using ctr::RationalInterval;
+using ctr::SlotTriangle;
 using ctr::SlotTriangles;
+using ctr::WorkCounter;
 using test_support::GridTriangle;
 using test_support::LatticeSpace;
 using test_support::OnTheGrid;
@@ -39,8 +40,8 @@ BakedVertex AnyPoint(Random& random, unsigned int bits) {
     return {any(), any(), any()};
 }
 
-// Small triangles and large ones, and needles a step or two wide, which rounding lets reach much
-// farther than their boxes.
+// Small and large triangles, and needles a step or two wide, whose enlarged boxes are much larger
+// than their boxes.
 std::vector<GridTriangle> MixedTriangles(Random& random, unsigned int bits, int count) {
     std::vector<GridTriangle> triangles;
     while (static_cast<int>(triangles.size()) < count) {
@@ -65,7 +66,7 @@ std::vector<GridTriangle> MixedTriangles(Random& random, unsigned int bits, int 
     return triangles;
 }
 
-// Triangles on the grid under a hierarchy of any shape.
+// Triangles on the grid under a BVH of any shape.
 struct MixedScene {
     explicit MixedScene(std::uint64_t seed)
         : random(seed), bits(static_cast<unsigned int>(random.between(5, 16))),
@@ -84,26 +85,26 @@ struct MixedScene {
 };
 
 std::vector<std::uint32_t>
-SlotsReached(const OccluderTree& tree, const BakedVertex& a, const BakedVertex& b) {
+SlotsReached(const OccluderBvh& bvh, const BakedVertex& a, const BakedVertex& b) {
     std::vector<std::uint32_t> slots;
-    const auto visit = [&](const OccluderTree::Triangle& /*triangle*/, std::uint32_t slot) {
+    const auto visit = [&](const SlotTriangle& /*triangle*/, std::uint32_t slot) {
         slots.push_back(slot);
         return false;
     };
-    tree.walk(ctr::SegmentProbe(a, b), ctr::Coverage(), visit);
+    bvh.traverse(ctr::SegmentSlabTest(a, b), ctr::SegmentCoverage(), visit);
     std::sort(slots.begin(), slots.end());
     return slots;
 }
 
-TEST(GatheredOccluders, ReachWhateverCopiesReachAndLittleElse) {
+TEST(OccluderBvh, ReachWhateverCopiesReachAndLittleElse) {
     const int scenes = Scaled(800);
     std::size_t copied = 0;
     std::size_t gathered = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         MixedScene scene(static_cast<std::uint64_t>(seed));
-        ItemCounter work;
-        const OccluderTree copies(scene.baked, work);
-        const OccluderTree gathering(scene.baked, work, 0);
+        WorkCounter work;
+        const OccluderBvh copies(scene.baked, work);
+        const OccluderBvh gathering(scene.baked, work, 0);
         ASSERT_NE(copies.triangles().copies(), nullptr);
         ASSERT_EQ(gathering.triangles().copies(), nullptr);
         for (int i = 0; i < 20; ++i) {
@@ -122,16 +123,16 @@ TEST(GatheredOccluders, ReachWhateverCopiesReachAndLittleElse) {
     EXPECT_LT(static_cast<double>(gathered), 1.1 * static_cast<double>(copied));
 }
 
-TEST(GatheredOccluders, AreTheTrianglesThatAreCopied) {
+TEST(OccluderBvh, AreTheTrianglesThatAreCopied) {
     MixedScene scene(7);
-    ItemCounter work;
+    WorkCounter work;
     const SlotTriangles gathered(scene.baked);
     const ctr::TriangleCopies made(gathered, work);
     const SlotTriangles copies(made.all());
     ASSERT_EQ(gathered.size(), scene.baked.trianglePlanes.size());
     ASSERT_EQ(copies.size(), gathered.size());
     EXPECT_EQ(&ctr::TriangleCopies(copies, work).all(), &made.all());
-    const auto valuesOf = [](const ctr::SlotTriangle& t) {
+    const auto valuesOf = [](const SlotTriangle& t) {
         const auto& [p, q, r] = t.corners;
         return std::vector<std::int32_t>{p.x, p.y, p.z, q.x, q.y, q.z, r.x, r.y, r.z};
     };
@@ -144,7 +145,7 @@ TEST(GatheredOccluders, AreTheTrianglesThatAreCopied) {
 
 std::string TextOf(std::vector<RationalInterval> ranges) {
     ctr::IntervalTools::FuseOverlappingIntervals(ranges);
-    if (ctr::AreWhole(ranges)) {
+    if (ctr::AreFullSegment(ranges)) {
         return "whole";
     }
     std::string text;
@@ -156,10 +157,10 @@ std::string TextOf(std::vector<RationalInterval> ranges) {
     return text;
 }
 
-// What is hidden of random segments, in the open and in crowds.
-std::vector<std::string> HiddenOf(const MixedScene& scene, const ctr::OccluderLimits& limits) {
+// The occluded intervals of random segments, with the BVH and with the dense search.
+std::vector<std::string> HiddenOf(const MixedScene& scene, const ctr::OcclusionLimits& limits) {
     Random random(11);
-    ItemCounter work;
+    WorkCounter work;
     ctr::EdgeOcclusion occlusion(scene.baked, limits);
     constexpr std::size_t kMany = 1000;
     occlusion.announce(kMany, work);
@@ -170,40 +171,41 @@ std::vector<std::string> HiddenOf(const MixedScene& scene, const ctr::OccluderLi
         std::vector<RationalInterval> hidden;
         occlusion.append(a, b, hidden);
         texts.push_back(TextOf(hidden));
-        occlusion.considerCrowds(hidden.size(), work);
+        occlusion.considerDenseSearch(hidden.size(), work);
     }
     if (limits.testsPerTriangle == 0) {
-        texts.emplace_back(occlusion.isCrowded() ? "crowded" : "");
+        texts.emplace_back(occlusion.usesDenseSearch() ? "dense" : "");
     }
     return texts;
 }
 
-TEST(GatheredOccluders, HideWhatCopiesHide) {
+TEST(OccluderBvh, OccludeWhatCopiesOcclude) {
     const int scenes = Scaled(400);
     constexpr std::size_t kEndless = std::size_t{1} << 40;
     std::size_t partly = 0;
-    int crowds = 0;
+    int denseCount = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         const MixedScene scene(static_cast<std::uint64_t>(seed));
         for (const std::size_t tests : {std::size_t{0}, kEndless}) {
             const auto expected = HiddenOf(scene, {tests, 0, 0, 4});
             ASSERT_EQ(HiddenOf(scene, {tests, 0, 0, 4, 0}), expected) << "seed " << seed;
-            crowds += expected.back() == "crowded" ? 1 : 0;
+            denseCount += expected.back() == "dense" ? 1 : 0;
             partly += static_cast<std::size_t>(
                 std::count_if(expected.begin(), expected.end(), [](const std::string& text) {
-                    return !text.empty() && text != "whole" && text != "crowded";
+                    return !text.empty() && text != "whole" && text != "dense";
                 }));
         }
     }
     EXPECT_GT(partly, static_cast<std::size_t>(scenes));
-    EXPECT_GT(crowds, scenes / 4);
+    EXPECT_GT(denseCount, scenes / 4);
 }
 
 using Pair = std::tuple<std::uint32_t, std::uint32_t, int, int, bool>;
 
-std::vector<Pair>
-PairsOf(const MixedScene& scene, const SlotTriangles& triangles, const ctr::CrowdLimits& limits) {
-    ItemCounter work;
+std::vector<Pair> PairsOf(const MixedScene& scene,
+                          const SlotTriangles& triangles,
+                          const ctr::PairSearchLimits& limits) {
+    WorkCounter work;
     ctr::PairSearch search(
         scene.baked, triangles, [](std::size_t) {}, work, limits);
     std::vector<Pair> pairs;
@@ -214,15 +216,16 @@ PairsOf(const MixedScene& scene, const SlotTriangles& triangles, const ctr::Crow
     return pairs;
 }
 
-TEST(GatheredOccluders, CutEachOtherAsCopiesDo) {
+TEST(OccluderBvh, IntersectAsCopiesDo) {
     const int scenes = Scaled(400);
     std::size_t pairs = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         const MixedScene scene(static_cast<std::uint64_t>(seed));
-        ItemCounter work;
+        WorkCounter work;
         const SlotTriangles gathered(scene.baked);
         const ctr::TriangleCopies copies(gathered, work);
-        for (const ctr::CrowdLimits& limits : {ctr::CrowdLimits(), ctr::CrowdLimits{0, 0, 4}}) {
+        for (const ctr::PairSearchLimits& limits :
+             {ctr::PairSearchLimits(), ctr::PairSearchLimits{0, 0, 4}}) {
             const auto expected = PairsOf(scene, copies.all(), limits);
             ASSERT_EQ(PairsOf(scene, gathered, limits), expected) << "seed " << seed;
             pairs += expected.size();

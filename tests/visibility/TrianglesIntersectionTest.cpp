@@ -515,7 +515,7 @@ TEST(TrianglesIntersection, RandomScenesAgreeWithBruteForceOnFineGrids) {
 }
 
 // Many triangles on few points: dense with cuts, ties and needles.
-std::vector<GridTriangle> Crowd(Random& random, int side, int deep) {
+std::vector<GridTriangle> DenseScene(Random& random, int side, int deep) {
     std::vector<GridTriangle> triangles;
     for (int i = random.between(4, 14); i > 0; --i) {
         GridTriangle t{};
@@ -540,7 +540,7 @@ TEST(TrianglesIntersection, CrowdsGiveTheSameUnderEveryTree) {
         Random random(static_cast<std::uint64_t>(seed));
         const auto bits = static_cast<unsigned int>(random.between(2, 6));
         const ctr::DiscreteProjectionSpace space = LatticeSpace(bits, 6);
-        const auto triangles = Crowd(random, 1 << bits, 1 << random.between(2, 6));
+        const auto triangles = DenseScene(random, 1 << bits, 1 << random.between(2, 6));
         BakedTriangles baked = OnTheGrid(space, triangles);
         const auto expected = Expected(baked, counts);
         PutInOneLeaf(baked, Shuffled(random, triangles.size()));
@@ -592,7 +592,7 @@ TEST(TrianglesIntersection, WithoutTiesTheOrderOfTheTrianglesDoesNotMatter) {
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         const ctr::DiscreteProjectionSpace space = LatticeSpace(12, 12);
-        std::vector<GridTriangle> triangles = Crowd(random, 1 << 12, 1 << 12);
+        std::vector<GridTriangle> triangles = DenseScene(random, 1 << 12, 1 << 12);
         CutCounts counts;
         const BakedTriangles baked = OnTheGrid(space, triangles);
         VisibleCuts(baked, counts);

@@ -1,4 +1,4 @@
-// The invariants of baked triangles, checked.
+// Checks in linear time, whatever the arrays contain.
 #include "visibility/baking/BakedValidation.h"
 
 #include <ctr/BakedTriangles.h>
@@ -20,7 +20,7 @@ bool TrianglesHaveVertices(const BakedTriangles& baked) {
                        [vertices](unsigned int index) { return index < vertices; });
 }
 
-/// The first numbers of the meshes that take part ascend to the total, which ends the list.
+/// Whether the first numbers of the used meshes ascend to the total, which ends the list.
 bool AscendsTo(const BakedTriangles& baked,
                const std::vector<unsigned int>& firsts,
                std::size_t total) {
@@ -39,48 +39,48 @@ bool AscendsTo(const BakedTriangles& baked,
     return true;
 }
 
-/// Goes down the hierarchy once and notes where it has been, so that it comes to an end whatever
-/// the nodes hold.
-class HierarchyWalk {
+/// Traverses the hierarchy once and marks visited nodes, so that it terminates whatever the nodes
+/// contain.
+class BvhTraversal {
 public:
-    explicit HierarchyWalk(const BakedTriangles& baked)
-        : bvh_(baked.bvh), isKnown_(bvh_.nodes.size()), leaves_(baked.trianglePlanes.size()) {}
+    explicit BvhTraversal(const BakedTriangles& baked)
+        : bvh_(baked.bvh), isVisited_(bvh_.nodes.size()), leaves_(baked.trianglePlanes.size()) {}
 
-    /// False as soon as a node or slot is beyond the end, or a node is met again.
-    bool comesToAnEnd() {
-        if (!bvh_.nodes.empty() && !note(0)) {
+    /// False as soon as a node or slot does not exist, or a node is visited again.
+    bool terminates() {
+        if (!bvh_.nodes.empty() && !mark(0)) {
             return false;
         }
         while (!open_.empty()) {
-            const HierarchyNode& node = bvh_.nodes[open_.back()];
+            const BvhNode& node = bvh_.nodes[open_.back()];
             open_.pop_back();
-            const bool goesOn = IsLeaf(node) ? noteTriangles(node)
-                                             : note(FirstChild(node)) && note(SecondChild(node));
-            if (!goesOn) {
+            const bool isValid = IsLeaf(node) ? markTriangles(node)
+                                              : mark(FirstChild(node)) && mark(SecondChild(node));
+            if (!isValid) {
                 return false;
             }
         }
         return true;
     }
 
-    /// After such a walk.
-    bool hasMetAllOnce() const {
-        return std::find(isKnown_.begin(), isKnown_.end(), false) == isKnown_.end() &&
+    /// After terminates() has returned true.
+    bool visitedAllOnce() const {
+        return std::find(isVisited_.begin(), isVisited_.end(), false) == isVisited_.end() &&
                std::all_of(leaves_.begin(), leaves_.end(),
                            [](std::size_t count) { return count == 1; });
     }
 
 private:
-    bool note(unsigned int node) {
-        if (node >= isKnown_.size() || isKnown_[node]) {
+    bool mark(unsigned int node) {
+        if (node >= isVisited_.size() || isVisited_[node]) {
             return false;
         }
-        isKnown_[node] = true;
+        isVisited_[node] = true;
         open_.push_back(node);
         return true;
     }
 
-    bool noteTriangles(const HierarchyNode& leaf) {
+    bool markTriangles(const BvhNode& leaf) {
         const std::size_t end = std::size_t{FirstSlot(leaf)} + leaf.second;
         if (end > bvh_.primitives.size()) {
             return false;
@@ -96,12 +96,12 @@ private:
     }
 
     const kx::kxGenericBVH& bvh_;
-    std::vector<bool> isKnown_;
-    std::vector<std::size_t> leaves_; ///< How many leaves hold each triangle.
+    std::vector<bool> isVisited_;
+    std::vector<std::size_t> leaves_; ///< The number of leaves of each triangle.
     std::vector<unsigned int> open_;
 };
 
-bool Holds(const kx::kxBBox& outer, const kx::kxBBox& inner) {
+bool Contains(const kx::kxBBox& outer, const kx::kxBBox& inner) {
     for (int axis = 0; axis < 3; ++axis) {
         if (inner.min[axis] < outer.min[axis] || inner.max[axis] > outer.max[axis]) {
             return false;
@@ -110,17 +110,18 @@ bool Holds(const kx::kxBBox& outer, const kx::kxBBox& inner) {
     return true;
 }
 
-bool Holds(const kx::kxBBox& box, const BakedVertex& vertex) {
+bool Contains(const kx::kxBBox& box, const BakedVertex& vertex) {
     const float point[3] = {static_cast<float>(vertex.x), static_cast<float>(vertex.y),
                             static_cast<float>(vertex.z)};
-    return Holds(box, kx::kxBBox{{point[0], point[1], point[2]}, {point[0], point[1], point[2]}});
+    return Contains(box,
+                    kx::kxBBox{{point[0], point[1], point[2]}, {point[0], point[1], point[2]}});
 }
 
-bool LeafHoldsItsTriangles(const BakedTriangles& baked, const HierarchyNode& leaf) {
+bool LeafContainsItsTriangles(const BakedTriangles& baked, const BvhNode& leaf) {
     for (std::size_t i = 0; i < leaf.second; ++i) {
         const std::size_t triangle = baked.bvh.primitives[FirstSlot(leaf) + i];
         for (std::size_t corner = 0; corner < 3; ++corner) {
-            if (!Holds(leaf.box, baked.vertices[baked.triangleIndices[3 * triangle + corner]])) {
+            if (!Contains(leaf.box, baked.vertices[baked.triangleIndices[3 * triangle + corner]])) {
                 return false;
             }
         }
@@ -128,23 +129,23 @@ bool LeafHoldsItsTriangles(const BakedTriangles& baked, const HierarchyNode& lea
     return true;
 }
 
-/// For a hierarchy that comes to an end.
-bool BoxesHoldWhatIsBelow(const BakedTriangles& baked) {
-    const std::vector<HierarchyNode>& nodes = baked.bvh.nodes;
-    return std::all_of(nodes.begin(), nodes.end(), [&](const HierarchyNode& node) {
-        return IsLeaf(node) ? LeafHoldsItsTriangles(baked, node)
-                            : Holds(node.box, nodes[FirstChild(node)].box) &&
-                                  Holds(node.box, nodes[SecondChild(node)].box);
+/// For a hierarchy whose traversal terminates.
+bool BoxesContainChildren(const BakedTriangles& baked) {
+    const std::vector<BvhNode>& nodes = baked.bvh.nodes;
+    return std::all_of(nodes.begin(), nodes.end(), [&](const BvhNode& node) {
+        return IsLeaf(node) ? LeafContainsItsTriangles(baked, node)
+                            : Contains(node.box, nodes[FirstChild(node)].box) &&
+                                  Contains(node.box, nodes[SecondChild(node)].box);
     });
 }
 
 } // namespace
 
-bool HierarchyLeadsToTriangles(const BakedTriangles& baked) {
-    return TrianglesHaveVertices(baked) && HierarchyWalk(baked).comesToAnEnd();
+bool HasValidBvh(const BakedTriangles& baked) {
+    return TrianglesHaveVertices(baked) && BvhTraversal(baked).terminates();
 }
 
-bool MeshesLeadToTriangles(const BakedTriangles& baked) {
+bool HasValidMeshRanges(const BakedTriangles& baked) {
     if (baked.meshFirstVertex.empty() && baked.meshFirstTriangle.empty()) {
         return baked.vertices.empty() && baked.trianglePlanes.empty();
     }
@@ -154,12 +155,12 @@ bool MeshesLeadToTriangles(const BakedTriangles& baked) {
 }
 
 bool BakedTriangles::validate() const {
-    HierarchyWalk walk(*this);
-    return TrianglesHaveVertices(*this) && MeshesLeadToTriangles(*this) && walk.comesToAnEnd() &&
-           walk.hasMetAllOnce() &&
+    BvhTraversal traversal(*this);
+    return TrianglesHaveVertices(*this) && HasValidMeshRanges(*this) && traversal.terminates() &&
+           traversal.visitedAllOnce() &&
            std::all_of(trianglePlanes.begin(), trianglePlanes.end(),
                        [](const Wm4::Vector3<std::int64_t>& normal) { return normal[2] < 0; }) &&
-           BoxesHoldWhatIsBelow(*this);
+           BoxesContainChildren(*this);
 }
 
 } // namespace ctr

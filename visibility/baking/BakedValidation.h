@@ -1,15 +1,15 @@
-// What the passes over baked triangles rely on without looking.
+// Invariants of baked triangles that the passes over them assume.
 #pragma once
 
 namespace ctr {
 
 class BakedTriangles;
 
-/// Whether the corners of triangles are vertices, and the nodes and slots of the hierarchy lead to
-/// each other and to triangles without a circle. O(n).
-bool HierarchyLeadsToTriangles(const BakedTriangles& baked);
+/// Whether corners are existing vertices, and the hierarchy is a tree whose children and slots
+/// exist. O(n).
+bool HasValidBvh(const BakedTriangles& baked);
 
-/// Whether each mesh has its range of vertices and triangles. O(number of meshes).
-bool MeshesLeadToTriangles(const BakedTriangles& baked);
+/// Whether the ranges of vertices and triangles of the meshes are consistent. O(m) for m meshes.
+bool HasValidMeshRanges(const BakedTriangles& baked);
 
 } // namespace ctr

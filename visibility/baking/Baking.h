@@ -1,18 +1,24 @@
-// Baking as a part of longer work.
+// Baking: meshes become integer triangles with exact planes under a bounding volume hierarchy
+// (BVH).
+//
+// Two passes clip, quantise and orient the triangles (FirstPass, SecondPass), then the BVH is built
+// over them (BvhConstruction). Planes are computed last, because they take as much memory as the
+// builder frees. O(n log n) for n triangles.
 #pragma once
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Progress.h"
+#include "linesets/Work.h"
 
 #include <vector>
 
 namespace ctr {
 
-/// About how many items Bake() counts for these meshes; it is their cost, too.
+/// An estimate of the number of items that Bake() counts for these meshes, which is also their
+/// cost.
 double BakingCost(const std::vector<const kx::kxTriMesh*>& meshes);
 
-/// As BakedTriangles::initialize(), which leaves nothing baked when it is cancelled.
-void Bake(BakedTriangles& baked, PhasedProgress& work);
+/// As BakedTriangles::initialize(). An exception, Cancelled among them, leaves nothing baked.
+void Bake(BakedTriangles& baked, Work& work);
 
 } // namespace ctr

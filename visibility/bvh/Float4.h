@@ -1,4 +1,7 @@
-// Four numbers that are worked on together.
+// SIMD vectors of four numbers and the lane masks that comparisons of them give.
+//
+// GCC and clang vector types: arithmetic and comparisons are written as for scalars. Only minimum,
+// maximum and the conversion of a comparison to bits need intrinsics.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>
@@ -12,42 +15,45 @@
 
 namespace ctr {
 
-using Lanes = float __attribute__((vector_size(16)));
-/// Whole numbers, and what comparisons of lanes give: all bits of a lane or none.
-using IntegerLanes = std::int32_t __attribute__((vector_size(16)));
+using Float4 = float __attribute__((vector_size(16)));
+/// Integers, and results of comparisons: all bits of a lane are set, or none.
+using Int4 = std::int32_t __attribute__((vector_size(16)));
+/// Bit k stands for lane k.
+using LaneMask = unsigned int;
 
-// Lane by lane, of numbers; and bit k for a lane k that is set. The compilers know the instructions
-// for it by these names only.
 #ifdef __SSE2__
-inline Lanes Least(Lanes a, Lanes b) {
+inline Float4 Min(Float4 a, Float4 b) {
     return _mm_min_ps(a, b);
 }
-inline Lanes Most(Lanes a, Lanes b) {
+inline Float4 Max(Float4 a, Float4 b) {
     return _mm_max_ps(a, b);
 }
-inline unsigned int BitsOf(IntegerLanes comparison) {
-    return static_cast<unsigned int>(_mm_movemask_ps(reinterpret_cast<Lanes>(comparison)));
+/// The lanes in which a comparison is true.
+inline LaneMask LaneMaskOf(Int4 comparison) {
+    return static_cast<LaneMask>(_mm_movemask_ps(reinterpret_cast<Float4>(comparison)));
 }
 #else
-inline Lanes Least(Lanes a, Lanes b) {
+inline Float4 Min(Float4 a, Float4 b) {
     return a < b ? a : b;
 }
-inline Lanes Most(Lanes a, Lanes b) {
+inline Float4 Max(Float4 a, Float4 b) {
     return a > b ? a : b;
 }
-inline unsigned int BitsOf(IntegerLanes comparison) {
-    const IntegerLanes bits = comparison & IntegerLanes{1, 2, 4, 8};
-    return static_cast<unsigned int>(bits[0] | bits[1] | bits[2] | bits[3]);
+/// The lanes in which a comparison is true.
+inline LaneMask LaneMaskOf(Int4 comparison) {
+    const Int4 bits = comparison & Int4{1, 2, 4, 8};
+    return static_cast<LaneMask>(bits[0] | bits[1] | bits[2] | bits[3]);
 }
 #endif
 
-inline Lanes All(float value) {
-    return Lanes{value, value, value, value};
+/// One value in all lanes.
+inline Float4 Broadcast(float value) {
+    return Float4{value, value, value, value};
 }
 
-/// The coordinates of a corner, and after them the number that follows it in memory.
-inline IntegerLanes NumbersOf(const BakedVertex* corner) {
-    IntegerLanes numbers;
+/// The coordinates of a corner and, in the fourth lane, the number that follows it in memory.
+inline Int4 LoadCorner(const BakedVertex* corner) {
+    Int4 numbers;
     std::memcpy(&numbers, corner, sizeof numbers);
     return numbers;
 }

@@ -3,18 +3,18 @@
 
 namespace ctr {
 
-const SlotTriangle& SlotTriangles::gather(std::size_t slot, SlotTriangle& room) const {
-    room = TriangleOf(*scene_, scene_->bvh.primitives[slot]);
-    return room;
+const SlotTriangle& SlotTriangles::gather(std::size_t slot, SlotTriangle& storage) const {
+    storage = TriangleOf(*scene_, scene_->bvh.primitives[slot]);
+    return storage;
 }
 
 const SlotTriangle& RecentTriangles::gatherOnce(std::uint32_t slot) {
-    Room& room = rooms_[slot % kRooms];
-    if (room.slot != slot) {
-        room.slot = slot;
-        room.triangle = triangles_[slot];
+    Entry& entry = entries_[slot % kEntryCount];
+    if (entry.slot != slot) {
+        entry.slot = slot;
+        entry.triangle = triangles_[slot];
     }
-    return room.triangle;
+    return entry.triangle;
 }
 
 TriangleCopies::TriangleCopies(const SlotTriangles& triangles, ItemCounter& work)

@@ -1,4 +1,7 @@
-// The triangles of a baked scene by their slots in the hierarchy.
+// The triangles of a baked scene in the leaf order of its BVH.
+//
+// A slot is a position in the primitive order of the hierarchy: the triangles of a leaf are in
+// consecutive slots.
 #pragma once
 
 #include <ctr/BakedTriangles.h>
@@ -12,10 +15,10 @@
 
 namespace ctr {
 
-/// A triangle by the values of its corners.
+/// A triangle with the values of its corners.
 struct SlotTriangle {
     BakedVertex corners[3];
-    std::uint32_t number; ///< In the baked scene. Follows the corners, see TriangleSieve.
+    std::uint32_t number; ///< In the baked scene. Has to follow the corners, see GridBox.
 };
 
 inline SlotTriangle TriangleOf(const BakedTriangles& baked, std::uint32_t number) {
@@ -24,9 +27,9 @@ inline SlotTriangle TriangleOf(const BakedTriangles& baked, std::uint32_t number
             number};
 }
 
-/// Triangles in the order of baked.bvh.primitives, whose slots are theirs: contiguous
-/// copies, which are fastest to read, or gathered from the scene on each access, which takes no
-/// memory. The values are the same. Copies and scene are borrowed.
+/// Triangles by slot, in the order of baked.bvh.primitives: contiguous copies, which are fastest to
+/// read, or gathered from the scene on each access, which takes no memory. The values are the same.
+/// Copies and scene are borrowed.
 class SlotTriangles {
 public:
     SlotTriangles(const std::vector<SlotTriangle>& copies)
@@ -37,20 +40,20 @@ public:
     std::size_t size() const { return size_; }
     bool empty() const { return size_ == 0; }
 
-    /// The triangle in a slot; in `room` if it has to be gathered.
-    const SlotTriangle& get(std::size_t slot, SlotTriangle& room) const {
-        return copies_ != nullptr ? (*copies_)[slot] : gather(slot, room);
+    /// The triangle in a slot; written to `storage` if it has to be gathered.
+    const SlotTriangle& get(std::size_t slot, SlotTriangle& storage) const {
+        return copies_ != nullptr ? (*copies_)[slot] : gather(slot, storage);
     }
     SlotTriangle operator[](std::size_t slot) const {
-        SlotTriangle room;
-        return get(slot, room);
+        SlotTriangle storage;
+        return get(slot, storage);
     }
 
     /// Null where they are gathered.
     const std::vector<SlotTriangle>* copies() const { return copies_; }
 
 private:
-    const SlotTriangle& gather(std::size_t slot, SlotTriangle& room) const;
+    const SlotTriangle& gather(std::size_t slot, SlotTriangle& storage) const;
 
     const std::vector<SlotTriangle>* copies_ = nullptr;
     const BakedTriangles* scene_ = nullptr;
@@ -61,7 +64,7 @@ private:
 class RecentTriangles {
 public:
     explicit RecentTriangles(const SlotTriangles& triangles)
-        : triangles_(triangles), rooms_(triangles.copies() == nullptr ? kRooms : 0) {}
+        : triangles_(triangles), entries_(triangles.copies() == nullptr ? kEntryCount : 0) {}
 
     /// Valid until the next call.
     const SlotTriangle& get(std::uint32_t slot) {
@@ -70,8 +73,8 @@ public:
     }
 
 private:
-    static constexpr std::size_t kRooms = 8192;
-    struct Room {
+    static constexpr std::size_t kEntryCount = 8192;
+    struct Entry {
         std::size_t slot = std::numeric_limits<std::size_t>::max();
         SlotTriangle triangle{};
     };
@@ -79,7 +82,7 @@ private:
     const SlotTriangle& gatherOnce(std::uint32_t slot);
 
     SlotTriangles triangles_;
-    std::vector<Room> rooms_; ///< Each slot has its place.
+    std::vector<Entry> entries_; ///< Slot s is cached in entry s modulo the size.
 };
 
 /// Contiguous copies of triangles: existing ones are borrowed, otherwise new ones are made.

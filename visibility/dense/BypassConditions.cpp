@@ -1,4 +1,4 @@
-// One pass over the triangles, one over the hierarchy.
+// One pass over the triangles, one over the BVH.
 #include "visibility/dense/BypassConditions.h"
 
 #include "visibility/baking/BakedMesh.h"
@@ -18,7 +18,7 @@ void Extend(kx::kxBBox& box, const kx::kxBBox& other) {
     }
 }
 
-bool BoxHolds(const kx::kxBBox& box, const kx::kxBBox& other) {
+bool BoxContains(const kx::kxBBox& box, const kx::kxBBox& other) {
     bool all = true;
     for (int axis = 0; axis < 3; ++axis) {
         all = all && box.min[axis] <= other.min[axis] && other.max[axis] <= box.max[axis];
@@ -26,21 +26,21 @@ bool BoxHolds(const kx::kxBBox& box, const kx::kxBBox& other) {
     return all;
 }
 
-/// Whether each slot is in one leaf below a node, and boxes hold what is below them.
-bool LeadsToAll(const BakedTriangles& baked,
+/// Whether each slot is in at most one leaf below a node, and boxes contain what is below them.
+bool ReachesAll(const BakedTriangles& baked,
                 const SlotTriangles& triangles,
                 unsigned int node,
                 std::vector<bool>& met) {
-    const HierarchyNode& here = baked.bvh.nodes[node];
+    const BvhNode& here = baked.bvh.nodes[node];
     if (!IsLeaf(here)) {
         const unsigned int children[2] = {FirstChild(here), SecondChild(here)};
         return std::all_of(children, children + 2, [&](unsigned int child) {
-            return BoxHolds(here.box, baked.bvh.nodes[child].box) &&
-                   LeadsToAll(baked, triangles, child, met);
+            return BoxContains(here.box, baked.bvh.nodes[child].box) &&
+                   ReachesAll(baked, triangles, child, met);
         });
     }
     for (std::size_t slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
-        if (met[slot] || !BoxHolds(here.box, BoxOfCorners(triangles[slot]))) {
+        if (met[slot] || !BoxContains(here.box, BoxOfCorners(triangles[slot]))) {
             return false;
         }
         met[slot] = true;
@@ -50,7 +50,7 @@ bool LeadsToAll(const BakedTriangles& baked,
 
 } // namespace
 
-kx::kxBBox BoxOfCorners(const OccluderTree::Triangle& triangle) {
+kx::kxBBox BoxOfCorners(const SlotTriangle& triangle) {
     kx::kxBBox box;
     for (const BakedVertex& corner : triangle.corners) {
         const std::int32_t p[3] = {corner.x, corner.y, corner.z};
@@ -62,10 +62,10 @@ kx::kxBBox BoxOfCorners(const OccluderTree::Triangle& triangle) {
     return box;
 }
 
-bool PlaneValuesFit(const kx::kxBBox& box, double times) {
+bool PlaneValuesFit(const kx::kxBBox& box, double factor) {
     constexpr float kLastExact = 0x1p24F;
     constexpr double kLargest = 0x1p63;
-    double values = 6.0 * times;
+    double values = 6.0 * factor;
     for (int axis = 0; axis < 3; ++axis) {
         values *= static_cast<double>(box.max[axis]) - static_cast<double>(box.min[axis]);
         if (box.min[axis] < -kLastExact || box.max[axis] > kLastExact) {
@@ -75,14 +75,14 @@ bool PlaneValuesFit(const kx::kxBBox& box, double times) {
     return values < kLargest;
 }
 
-bool MayLeaveHierarchy(const BakedTriangles& baked, const SlotTriangles& triangles) {
+bool MayBypassBvh(const BakedTriangles& baked, const SlotTriangles& triangles) {
     if (!HasTriangles(baked)) {
         return false;
     }
     kx::kxBBox all;
-    OccluderTree::Triangle room;
+    SlotTriangle storage;
     for (std::size_t slot = 0; slot < triangles.size(); ++slot) {
-        const OccluderTree::Triangle& triangle = triangles.get(slot, room);
+        const SlotTriangle& triangle = triangles.get(slot, storage);
         Extend(all, BoxOfCorners(triangle));
         const GridVector normal = NormalOf(triangle.corners);
         if (normal[2] >= 0 || normal != baked.trianglePlanes[triangle.number]) {
@@ -90,7 +90,7 @@ bool MayLeaveHierarchy(const BakedTriangles& baked, const SlotTriangles& triangl
         }
     }
     std::vector<bool> met(triangles.size());
-    return PlaneValuesFit(all) && LeadsToAll(baked, triangles, 0, met) &&
+    return PlaneValuesFit(all) && ReachesAll(baked, triangles, 0, met) &&
            std::all_of(met.begin(), met.end(), [](bool one) { return one; });
 }
 

@@ -1,29 +1,29 @@
-// Edges are counted by sorting their ends.
+// Counts the triangles per edge by sorting the ends of edges.
 #include "visibility/dense/DenseItems.h"
 
 #include <cstddef>
 
 namespace ctr {
 
-void SetCrowdedEnds(const DistinctTriangles& triangles,
-                    std::uint32_t hub,
-                    std::uint32_t degree,
-                    std::vector<CrowdItem>& items) {
+void SetSharedHubs(const DistinctTriangles& triangles,
+                   std::uint32_t hub,
+                   std::uint32_t degree,
+                   std::vector<DenseItem>& items) {
     std::vector<std::uint32_t> ends;
-    for (const CrowdItem& item : items) {
-        for (const std::uint32_t place : triangles.places(item.number)) {
-            if (place != hub) {
-                ends.push_back(place);
+    for (const DenseItem& item : items) {
+        for (const std::uint32_t position : triangles.positions(item.number)) {
+            if (position != hub) {
+                ends.push_back(position);
             }
         }
     }
     std::sort(ends.begin(), ends.end());
-    for (CrowdItem& item : items) {
+    for (DenseItem& item : items) {
         auto next = item.hubs.begin();
-        for (const std::uint32_t place : triangles.places(item.number)) {
-            const auto [first, last] = std::equal_range(ends.begin(), ends.end(), place);
+        for (const std::uint32_t position : triangles.positions(item.number)) {
+            const auto [first, last] = std::equal_range(ends.begin(), ends.end(), position);
             if (last - first > std::ptrdiff_t{degree}) {
-                *next++ = place;
+                *next++ = position;
             }
         }
         std::sort(item.hubs.begin(), item.hubs.end());

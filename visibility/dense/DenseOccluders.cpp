@@ -1,6 +1,5 @@
-// Floats of twice the precision rule out, exact arithmetic decides. Coordinates are at most 2^24 in
-// size and unit normals are off by less than 2^-50, so distances are off by less than 2^-20 of a
-// step: margins of 2^-10 are far beyond that.
+// Doubles reject, exact arithmetic decides. Coordinates are at most 2^24 and unit normals are off
+// by less than 2^-50, so distances are off by less than 2^-20 of a step; the margins are 2^-10.
 #include "visibility/dense/DenseOccluders.h"
 
 #include "visibility/dense/BypassConditions.h"
@@ -26,7 +25,7 @@ double AlongFlat(const Flat& direction, const Coordinates& p) {
     return direction[0] * p[0] + direction[1] * p[1];
 }
 
-Coordinates PlaceOfPoint(const BakedVertex& p) {
+Coordinates CoordinatesOfPoint(const BakedVertex& p) {
     return {static_cast<double>(p.x), static_cast<double>(p.y), static_cast<double>(p.z)};
 }
 
@@ -39,32 +38,32 @@ double DistanceOf(const Flat& p, const Flat& q) {
     return std::sqrt(d[0] * d[0] + d[1] * d[1]);
 }
 
-/// No point of the box is farther from the place.
-double FarthestInBox(const Coordinates& place, const CrowdTree::Node& node) {
+/// An upper bound of the distances of a point from those of a node's box.
+double FarthestInBox(const Coordinates& position, const DenseTree::Node& node) {
     double farthest = 0.0;
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        farthest += std::max(std::abs(place[axis] - node.min[axis]),
-                             std::abs(place[axis] - node.max[axis]));
+        farthest += std::max(std::abs(position[axis] - node.min[axis]),
+                             std::abs(position[axis] - node.max[axis]));
     }
     return farthest;
 }
 
-/// Whether a place is strictly in front of all planes of a node.
-bool IsInFront(const Coordinates& place, const CrowdTree::Node& node) {
-    const CrowdTree::Bundle& planes = node.planes;
-    return Along(planes.direction, place) - planes.high >
-           planes.spread * FarthestInBox(place, node) + kStepMargin;
+/// Whether a point is strictly in front of all planes of a node.
+bool IsInFront(const Coordinates& position, const DenseTree::Node& node) {
+    const DenseTree::PlaneBounds& planes = node.planes;
+    return Along(planes.direction, position) - planes.high >
+           planes.spread * FarthestInBox(position, node) + kStepMargin;
 }
 
-bool IsBehind(const Coordinates& place, const CrowdTree::Node& node) {
-    const CrowdTree::Bundle& planes = node.planes;
-    return planes.low - Along(planes.direction, place) >
-           planes.spread * FarthestInBox(place, node) + kStepMargin;
+bool IsBehind(const Coordinates& position, const DenseTree::Node& node) {
+    const DenseTree::PlaneBounds& planes = node.planes;
+    return planes.low - Along(planes.direction, position) >
+           planes.spread * FarthestInBox(position, node) + kStepMargin;
 }
 
-/// How far a place is from the planes of a node, about.
-double GapTo(const CrowdTree::Node& node, const Coordinates& place) {
-    const double along = Along(node.planes.direction, place);
+/// The approximate distance of a point from the planes of a node.
+double DistanceToPlanes(const DenseTree::Node& node, const Coordinates& position) {
+    const double along = Along(node.planes.direction, position);
     return std::max({node.planes.low - along, along - node.planes.high, 0.0});
 }
 
@@ -72,7 +71,7 @@ std::size_t LongestSideOf(const BakedVertex* corners) {
     double longest = -1.0;
     std::size_t best = 0;
     for (std::size_t k = 0; k < 3; ++k) {
-        const Coordinates side = PlaceOf(Difference(corners[(k + 1) % 3], corners[k]));
+        const Coordinates side = CoordinatesOf(Difference(corners[(k + 1) % 3], corners[k]));
         const double length = side[0] * side[0] + side[1] * side[1];
         if (length > longest) {
             longest = length;
@@ -82,22 +81,22 @@ std::size_t LongestSideOf(const BakedVertex* corners) {
     return best;
 }
 
-/// To the right of a side, which is the outer one where corners are counter-clockwise.
+/// The unit normal to the right of an edge, which is outside of a counter-clockwise triangle.
 Flat OutwardOf(const BakedVertex& from, const BakedVertex& to) {
-    const Coordinates side = PlaceOf(Difference(to, from));
+    const Coordinates side = CoordinatesOf(Difference(to, from));
     const double length = std::sqrt(side[0] * side[0] + side[1] * side[1]);
     return {side[1] / length, -side[0] / length};
 }
 
-/// On screen.
+/// The unit vector on screen.
 Flat DirectionOf(const GridVector& v) {
-    const Coordinates p = PlaceOf(v);
+    const Coordinates p = CoordinatesOf(v);
     const double length = std::sqrt(p[0] * p[0] + p[1] * p[1]);
     return {p[0] / length, p[1] / length};
 }
 
-/// Increases with the angle of a direction, from -2 to 2 all around.
-double TurnOf(const Flat& direction) {
+/// A monotonic function of the angle of a direction, from -2 to 2.
+double PseudoAngleOf(const Flat& direction) {
     const double size = std::abs(direction[0]) + std::abs(direction[1]);
     const double sine = direction[1] / size;
     const double upper = direction[0] >= 0.0 ? sine : 2.0 - sine;
@@ -122,61 +121,62 @@ std::uint32_t PendingNodes::take() {
     return node;
 }
 
-void RangesOfCrowd::clear() {
-    *this = RangesOfCrowd();
+void PrunedIntervals::clear() {
+    *this = PrunedIntervals();
 }
 
-void RangesOfCrowd::add(const RationalInterval& range) {
-    ranges_.push_back(range);
-    isWhole_ = isWhole_ || IsWhole(range);
-    if (range.start[0] == 0) {
-        startsUnusually_ = startsUnusually_ || range.start[1] != 1;
-        leastEndFromStart_ = std::min(leastEndFromStart_, ValueOf(range.end));
+void PrunedIntervals::add(const RationalInterval& interval) {
+    intervals_.push_back(interval);
+    isWhole_ = isWhole_ || IsFullSegment(interval);
+    if (interval.start[0] == 0) {
+        startsUnusually_ = startsUnusually_ || interval.start[1] != 1;
+        leastEndFromStart_ = std::min(leastEndFromStart_, ValueOf(interval.end));
     }
-    if (range.end[0] == range.end[1]) {
-        leastStartToEnd_ = std::min(leastStartToEnd_, ValueOf(range.start));
+    if (interval.end[0] == interval.end[1]) {
+        leastStartToEnd_ = std::min(leastStartToEnd_, ValueOf(interval.start));
     }
-    unite(range);
+    unite(interval);
 }
 
-/// The ranges that the new one meets become one.
-void RangesOfCrowd::unite(const RationalInterval& range) {
+/// Merges the intervals that the new one touches.
+void PrunedIntervals::unite(const RationalInterval& interval) {
     const auto first = std::find_if(united_.begin(), united_.end(), [&](const auto& other) {
-        return CompareFractions(other.end, range.start) >= 0;
+        return CompareFractions(other.end, interval.start) >= 0;
     });
     const auto end = std::find_if(first, united_.end(), [&](const auto& other) {
-        return CompareFractions(other.start, range.end) > 0;
+        return CompareFractions(other.start, interval.end) > 0;
     });
-    RationalInterval both = range;
+    RationalInterval both = interval;
     if (first != end) {
         const RationalInterval& last = *(end - 1);
-        both.start = CompareFractions(first->start, range.start) < 0 ? first->start : range.start;
-        both.end = CompareFractions(last.end, range.end) > 0 ? last.end : range.end;
+        both.start =
+            CompareFractions(first->start, interval.start) < 0 ? first->start : interval.start;
+        both.end = CompareFractions(last.end, interval.end) > 0 ? last.end : interval.end;
     }
     united_.insert(united_.erase(first, end), both);
 }
 
-bool RangesOfCrowd::makeNeedless(double from, double to) const {
+bool PrunedIntervals::makeRedundant(double from, double to) const {
     return from > leastStartToEnd_ + kParameterMargin ||
-           std::any_of(united_.begin(), united_.end(), [&](const RationalInterval& range) {
-               return from > ValueOf(range.start) + kParameterMargin &&
-                      to < ValueOf(range.end) - kParameterMargin;
+           std::any_of(united_.begin(), united_.end(), [&](const RationalInterval& interval) {
+               return from > ValueOf(interval.start) + kParameterMargin &&
+                      to < ValueOf(interval.end) - kParameterMargin;
            });
 }
 
-bool RangesOfCrowd::makeNeedlessBeyond(double leastEnd) const {
+bool PrunedIntervals::makeRedundantBeyond(double leastEnd) const {
     return leastEnd > leastEndFromStart_ + kParameterMargin;
 }
 
-bool RangesOfCrowd::makeNeedlessUpTo(double mostEnd) const {
+bool PrunedIntervals::makeRedundantUpTo(double mostEnd) const {
     return !united_.empty() && united_.front().start[0] == 0 &&
            mostEnd < ValueOf(united_.front().end) - kParameterMargin;
 }
 
-CrowdedOccluders::CrowdedOccluders(const std::vector<Triangle>& triangles,
-                                   const ContactTolerance& tolerance,
-                                   std::uint32_t hubDegree,
-                                   ItemCounter& work)
+DenseOccluders::DenseOccluders(const std::vector<Triangle>& triangles,
+                               const ContactTolerance& tolerance,
+                               std::uint32_t hubDegree,
+                               WorkCounter& work)
     : tolerance_(tolerance), distinct_(triangles, work) {
     for (const Triangle& triangle : triangles) {
         const kx::kxBBox box = BoxOfCorners(triangle);
@@ -186,83 +186,84 @@ CrowdedOccluders::CrowdedOccluders(const std::vector<Triangle>& triangles,
         }
     }
     layOutHubs(hubDegree, work);
-    layOutAnywhere(work);
+    layOutGlobalTree(work);
 }
 
-void CrowdedOccluders::layOutHubs(std::uint32_t hubDegree, ItemCounter& work) {
+void DenseOccluders::layOutHubs(std::uint32_t hubDegree, WorkCounter& work) {
     const std::vector<std::uint32_t> degrees = distinct_.degrees();
     hubsOf_.assign(distinct_.count(), kNoHubs);
-    aroundOf_.assign(distinct_.placeCount(), kNoHub);
+    aroundOf_.assign(distinct_.positionCount(), kNoHub);
     std::vector<std::uint32_t> hubs;
-    std::vector<std::vector<CrowdItem>> items;
+    std::vector<std::vector<DenseItem>> items;
     for (std::uint32_t i = 0; i < distinct_.count(); ++i) {
         auto next = hubsOf_[i].begin();
-        for (const std::uint32_t place : distinct_.places(i)) {
-            if (degrees[place] <= hubDegree) {
+        for (const std::uint32_t position : distinct_.positions(i)) {
+            if (degrees[position] <= hubDegree) {
                 continue;
             }
-            if (aroundOf_[place] == kNoHub) {
-                aroundOf_[place] = static_cast<std::uint32_t>(items.size());
-                hubs.push_back(place);
+            if (aroundOf_[position] == kNoHub) {
+                aroundOf_[position] = static_cast<std::uint32_t>(items.size());
+                hubs.push_back(position);
                 items.emplace_back();
             }
-            items[aroundOf_[place]].push_back(directionsOf(i, place));
-            *next++ = place;
+            items[aroundOf_[position]].push_back(directionsOf(i, position));
+            *next++ = position;
         }
         std::sort(hubsOf_[i].begin(), hubsOf_[i].end());
         work.count(1);
     }
     for (std::size_t k = 0; k < items.size(); ++k) {
-        SetCrowdedEnds(distinct_, hubs[k], hubDegree, items[k]);
-        around_.push_back({CrowdTree(std::move(items[k]), work), {}, {}});
-        Around& around = around_.back();
-        for (const CrowdTree::Node& node : around.tree.nodes()) {
-            around.rays.push_back(raysOf(around.tree, node, hubs[k]));
+        SetSharedHubs(distinct_, hubs[k], hubDegree, items[k]);
+        hubTrees_.push_back({DenseTree(std::move(items[k]), work), {}, {}});
+        HubTree& around = hubTrees_.back();
+        for (const DenseTree::Node& node : around.tree.nodes()) {
+            around.hubBounds.push_back(hubBoundsOf(around.tree, node, hubs[k]));
             around.corners.push_back(cornersOf(around.tree, node));
             work.count(node.count());
         }
     }
 }
 
-void CrowdedOccluders::layOutAnywhere(ItemCounter& work) {
-    std::vector<CrowdItem> items;
+void DenseOccluders::layOutGlobalTree(WorkCounter& work) {
+    std::vector<DenseItem> items;
     items.reserve(distinct_.count());
     for (std::uint32_t i = 0; i < distinct_.count(); ++i) {
         items.push_back(itemOf(i));
     }
-    anywhere_.emplace(Anywhere{CrowdTree(std::move(items), work), {}, {}});
-    for (const CrowdTree::Node& node : anywhere_->tree.nodes()) {
-        anywhere_->outlines.push_back(outlinesOf(anywhere_->tree, node));
-        anywhere_->corners.push_back(cornersOf(anywhere_->tree, node));
+    global_.emplace(GlobalTree{DenseTree(std::move(items), work), {}, {}});
+    for (const DenseTree::Node& node : global_->tree.nodes()) {
+        global_->edgeBounds.push_back(edgeBoundsOf(global_->tree, node));
+        global_->corners.push_back(cornersOf(global_->tree, node));
         work.count(node.count());
     }
 }
 
-CrowdItem CrowdedOccluders::itemOf(std::uint32_t triangle) const {
+DenseItem DenseOccluders::itemOf(std::uint32_t triangle) const {
     const Triangle& corners = distinct_[triangle];
-    CrowdItem item = ItemOfTriangle(corners, triangle);
+    DenseItem item = ItemOfTriangle(corners, triangle);
     const std::size_t side = LongestSideOf(corners.corners);
     item.hubs = hubsOf_[triangle];
-    item.turn = TurnOf(OutwardOf(corners.corners[side], corners.corners[(side + 1) % 3]));
+    item.pseudoAngle =
+        PseudoAngleOf(OutwardOf(corners.corners[side], corners.corners[(side + 1) % 3]));
     return item;
 }
 
-/// On screen.
-CrowdItem CrowdedOccluders::directionsOf(std::uint32_t triangle, std::uint32_t hub) const {
+/// The directions on screen.
+DenseItem DenseOccluders::directionsOf(std::uint32_t triangle, std::uint32_t hub) const {
     const BakedVertex* const corners = distinct_[triangle].corners;
     const std::size_t corner = cornerAt(triangle, hub);
     const auto onScreen = [&](std::size_t other) {
-        const GridVector way = Difference(corners[(corner + other) % 3], corners[corner]);
-        return GridVector(way[0], way[1], 0);
+        const GridVector direction = Difference(corners[(corner + other) % 3], corners[corner]);
+        return GridVector(direction[0], direction[1], 0);
     };
-    CrowdItem item = ItemOfDirections(onScreen(1), onScreen(2), triangle);
+    DenseItem item = ItemOfDirections(onScreen(1), onScreen(2), triangle);
     item.normal = UnitOf(NormalOf(corners));
     return item;
 }
 
-CrowdedOccluders::Outlines CrowdedOccluders::outlinesOf(const CrowdTree& tree,
-                                                        const CrowdTree::Node& node) const {
-    Outlines outlines{};
+DenseOccluders::EdgeBounds DenseOccluders::edgeBoundsOf(const DenseTree& tree,
+                                                        const DenseTree::Node& node) const {
+    EdgeBounds edgeBounds{};
     for (std::uint32_t i = node.begin; i < node.end; ++i) {
         const BakedVertex* const corners = tree.itemAt(i).corners;
         const std::size_t longest = LongestSideOf(corners);
@@ -270,25 +271,25 @@ CrowdedOccluders::Outlines CrowdedOccluders::outlinesOf(const CrowdTree& tree,
             const BakedVertex& from = corners[(longest + k) % 3];
             const Flat outward = OutwardOf(from, corners[(longest + k + 1) % 3]);
             if (i == node.begin) {
-                outlines.outward[k] = outward;
-                outlines.nearest[k] = kInfinity;
-                outlines.farthest[k] = -kInfinity;
+                edgeBounds.outward[k] = outward;
+                edgeBounds.nearest[k] = kInfinity;
+                edgeBounds.farthest[k] = -kInfinity;
             }
-            outlines.spread[k] =
-                std::max(outlines.spread[k], DistanceOf(outward, outlines.outward[k]));
-            outlines.nearest[k] =
-                std::min(outlines.nearest[k], AlongFlat(outlines.outward[k], PlaceOfPoint(from)));
+            edgeBounds.spread[k] =
+                std::max(edgeBounds.spread[k], DistanceOf(outward, edgeBounds.outward[k]));
+            edgeBounds.nearest[k] = std::min(
+                edgeBounds.nearest[k], AlongFlat(edgeBounds.outward[k], CoordinatesOfPoint(from)));
             for (int corner = 0; corner < 3; ++corner) {
-                outlines.farthest[k] =
-                    std::max(outlines.farthest[k],
-                             AlongFlat(outlines.outward[k], PlaceOfPoint(corners[corner])));
+                edgeBounds.farthest[k] =
+                    std::max(edgeBounds.farthest[k],
+                             AlongFlat(edgeBounds.outward[k], CoordinatesOfPoint(corners[corner])));
             }
         }
     }
-    return outlines;
+    return edgeBounds;
 }
 
-CornerBoxes CrowdedOccluders::cornersOf(const CrowdTree& tree, const CrowdTree::Node& node) const {
+CornerBoxes DenseOccluders::cornersOf(const DenseTree& tree, const DenseTree::Node& node) const {
     CornerBoxes boxes;
     for (std::uint32_t i = node.begin; i < node.end; ++i) {
         boxes.extend(distinct_[tree.itemAt(i).number].corners);
@@ -296,17 +297,17 @@ CornerBoxes CrowdedOccluders::cornersOf(const CrowdTree& tree, const CrowdTree::
     return boxes;
 }
 
-/// Whether the segment is known to be in contact with all of some triangles, which hide nothing of
-/// it then.
-bool CrowdedOccluders::areInContact(const CornerBoxes& triangles, const Question& question) const {
+/// Whether the segment is known to be in contact with all triangles in the boxes, which occlude
+/// nothing of it then.
+bool DenseOccluders::areInContact(const CornerBoxes& triangles, const Query& query) const {
     return !tolerance_.isOff() &&
-           triangles.areWithin(tolerance_.steps(), *question.ends[0], *question.ends[1]);
+           triangles.areWithin(tolerance_.steps(), *query.ends[0], *query.ends[1]);
 }
 
-CrowdedOccluders::Rays CrowdedOccluders::raysOf(const CrowdTree& tree,
-                                                const CrowdTree::Node& node,
-                                                std::uint32_t hub) const {
-    Rays rays;
+DenseOccluders::HubBounds DenseOccluders::hubBoundsOf(const DenseTree& tree,
+                                                      const DenseTree::Node& node,
+                                                      std::uint32_t hub) const {
+    HubBounds hubBounds;
     for (std::uint32_t i = node.begin; i < node.end; ++i) {
         const std::uint32_t triangle = tree.itemAt(i).number;
         const BakedVertex* const corners = distinct_[triangle].corners;
@@ -314,23 +315,23 @@ CrowdedOccluders::Rays CrowdedOccluders::raysOf(const CrowdTree& tree,
         const GridVector p = Difference(corners[(corner + 1) % 3], corners[corner]);
         const GridVector q = Difference(corners[(corner + 2) % 3], corners[corner]);
         const auto area = static_cast<double>(CrossXY(p, q));
-        rays.normals.extend(UnitOf(NormalOf(corners)));
-        rays.firsts.extend(DirectionOf(p));
-        rays.seconds.extend(DirectionOf(q));
-        rays.across.extend(
+        hubBounds.normals.extend(UnitOf(NormalOf(corners)));
+        hubBounds.firsts.extend(DirectionOf(p));
+        hubBounds.seconds.extend(DirectionOf(q));
+        hubBounds.across.extend(
             {static_cast<double>(q[1] - p[1]) / area, static_cast<double>(p[0] - q[0]) / area});
     }
-    return rays;
+    return hubBounds;
 }
 
-/// Which corner of a triangle is at a place.
-std::size_t CrowdedOccluders::cornerAt(std::uint32_t triangle, std::uint32_t place) const {
-    const DistinctTriangles::Places& places = distinct_.places(triangle);
-    return static_cast<std::size_t>(std::find(places.begin(), places.end(), place) -
-                                    places.begin());
+/// The corner of a triangle at a position.
+std::size_t DenseOccluders::cornerAt(std::uint32_t triangle, std::uint32_t position) const {
+    const DistinctTriangles::Positions& positions = distinct_.positions(triangle);
+    return static_cast<std::size_t>(std::find(positions.begin(), positions.end(), position) -
+                                    positions.begin());
 }
 
-bool CrowdedOccluders::fits(const BakedVertex& a, const BakedVertex& b) const {
+bool DenseOccluders::fits(const BakedVertex& a, const BakedVertex& b) const {
     const std::int32_t p[3] = {a.x, a.y, a.z};
     const std::int32_t q[3] = {b.x, b.y, b.z};
     kx::kxBBox box = extent_;
@@ -341,184 +342,188 @@ bool CrowdedOccluders::fits(const BakedVertex& a, const BakedVertex& b) const {
     return PlaneValuesFit(box) && (a.x != b.x || a.y != b.y);
 }
 
-void CrowdedOccluders::append(const BakedVertex& a,
-                              const BakedVertex& b,
-                              const PartOf& partOf,
-                              const std::vector<RationalInterval>& known,
-                              std::vector<RationalInterval>& hidden) {
+void DenseOccluders::append(const BakedVertex& a,
+                            const BakedVertex& b,
+                            const IntervalOf& intervalOf,
+                            const std::vector<RationalInterval>& known,
+                            std::vector<RationalInterval>& occluded) {
     const auto hubAt = [this](const BakedVertex& end) {
-        const std::optional<std::uint32_t> place = distinct_.placeAt(end);
-        return place && aroundOf_[*place] != kNoHub ? *place : kNoHub;
+        const std::optional<std::uint32_t> position = distinct_.positionAt(end);
+        return position && aroundOf_[*position] != kNoHub ? *position : kNoHub;
     };
-    Question question{
-        {&a, &b}, PlaceOfPoint(a), PlaceOfPoint(b), {hubAt(a), hubAt(b)}, &partOf, &known, true,
-        false};
-    ask(question);
-    if (question.hasSkippedPlainStarts && ranges_.startsUnusually()) {
-        question.skipsPlainStarts = false;
-        ask(question);
+    Query query{{&a, &b},
+                CoordinatesOfPoint(a),
+                CoordinatesOfPoint(b),
+                {hubAt(a), hubAt(b)},
+                &intervalOf,
+                &known,
+                true,
+                false};
+    search(query);
+    if (query.hasSkippedPlainStarts && intervals_.startsUnusually()) {
+        query.skipsPlainStarts = false;
+        search(query);
     }
-    std::vector<RationalInterval> fused = ranges_.all();
+    std::vector<RationalInterval> fused = intervals_.all();
     IntervalTools::FuseOverlappingIntervals(fused);
-    if (ranges_.isWhole() || AreWhole(fused)) {
-        hidden.push_back(WholeSegment());
+    if (intervals_.isWhole() || AreFullSegment(fused)) {
+        occluded.push_back(FullSegment());
     } else {
-        hidden.insert(hidden.end(), ranges_.all().begin(), ranges_.all().end());
+        occluded.insert(occluded.end(), intervals_.all().begin(), intervals_.all().end());
     }
 }
 
-void CrowdedOccluders::ask(Question& question) {
-    ranges_.clear();
-    for (const RationalInterval& range : *question.known) {
-        ranges_.add(range);
+void DenseOccluders::search(Query& query) {
+    intervals_.clear();
+    for (const RationalInterval& interval : *query.known) {
+        intervals_.add(interval);
     }
     for (int end = 0; end < 2; ++end) {
-        if (question.hubs[end] != kNoHub) {
-            askAround(around_[aroundOf_[question.hubs[end]]], end, question);
+        if (query.hubs[end] != kNoHub) {
+            searchHub(hubTrees_[aroundOf_[query.hubs[end]]], end, query);
         }
     }
-    if (!anywhere_->tree.nodes().empty()) {
-        askAnywhere(question);
+    if (!global_->tree.nodes().empty()) {
+        searchTree(query);
     }
 }
 
-/// Nodes whose planes are nearest to the segment come first: what hides the most of it among sheets
-/// is next to it.
-void CrowdedOccluders::askAnywhere(Question& question) {
+/// Nodes whose planes are nearest to the segment come first: among stacked sheets, the nearest one
+/// occludes the most.
+void DenseOccluders::searchTree(Query& query) {
     Coordinates middle;
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        middle[axis] = 0.5 * (question.from[axis] + question.to[axis]);
+        middle[axis] = 0.5 * (query.from[axis] + query.to[axis]);
     }
-    const auto& nodes = anywhere_->tree.nodes();
-    const Hubs hubs{question.hubs[0], question.hubs[1], kNoHub};
+    const auto& nodes = global_->tree.nodes();
+    const Hubs hubs{query.hubs[0], query.hubs[1], kNoHub};
     pending_.start();
     pending_.add(0.0, 0);
-    while (!pending_.isEmpty() && !ranges_.isWhole()) {
+    while (!pending_.isEmpty() && !intervals_.isWhole()) {
         const std::uint32_t number = pending_.take();
-        const CrowdTree::Node& node = nodes[number];
-        ++looks_;
-        if (ShareHub(node.hubs, hubs) || isNeedless(number, question)) {
+        const DenseTree::Node& node = nodes[number];
+        ++visits_;
+        if (ShareHub(node.hubs, hubs) || isRedundant(number, query)) {
             continue;
         }
         if (!node.isLeaf()) {
-            pending_.add(GapTo(nodes[number + 1], middle), number + 1);
-            pending_.add(GapTo(nodes[node.secondChild], middle), node.secondChild);
+            pending_.add(DistanceToPlanes(nodes[number + 1], middle), number + 1);
+            pending_.add(DistanceToPlanes(nodes[node.secondChild], middle), node.secondChild);
             continue;
         }
         for (std::uint32_t i = node.begin; i < node.end; ++i) {
-            const CrowdItem& item = anywhere_->tree.itemAt(i);
+            const DenseItem& item = global_->tree.itemAt(i);
             if (!ShareHub(item.hubs, hubs)) {
-                askTriangle(item.number, question);
+                testTriangle(item.number, query);
             }
         }
     }
 }
 
-bool CrowdedOccluders::isNeedless(std::uint32_t number, Question& question) const {
-    const CrowdTree::Node& node = anywhere_->tree.nodes()[number];
-    const auto& [from, to] = std::tie(question.from, question.to);
+bool DenseOccluders::isRedundant(std::uint32_t number, Query& query) const {
+    const DenseTree::Node& node = global_->tree.nodes()[number];
+    const auto& [from, to] = std::tie(query.from, query.to);
     if (node.min[2] >= std::max(from[2], to[2]) || (IsInFront(from, node) && IsInFront(to, node))) {
         return true;
     }
-    if (areInContact(anywhere_->corners[number], question)) {
+    if (areInContact(global_->corners[number], query)) {
         return true;
     }
-    const Reach reach = reachOf(number, question);
-    if (reach.enter > reach.leave || ranges_.makeNeedless(reach.enter, reach.leave)) {
+    const Span span = spanOf(number, query);
+    if (span.enter > span.leave || intervals_.makeRedundant(span.enter, span.leave)) {
         return true;
     }
-    if (question.skipsPlainStarts && ranges_.makeNeedlessUpTo(reach.leave) &&
-        IsBehind(from, node) && isCore(number, from)) {
-        question.hasSkippedPlainStarts = true;
+    if (query.skipsPlainStarts && intervals_.makeRedundantUpTo(span.leave) &&
+        IsBehind(from, node) && isInsideAllTriangles(number, from)) {
+        query.hasSkippedPlainStarts = true;
         return true;
     }
     return false;
 }
 
-/// Where the segment is within the box of a node on screen, and within its outlines.
-CrowdedOccluders::Reach CrowdedOccluders::reachOf(std::uint32_t number,
-                                                  const Question& question) const {
-    const CrowdTree::Node& node = anywhere_->tree.nodes()[number];
-    const Outlines& outlines = anywhere_->outlines[number];
-    Reach reach{0.0, 1.0};
-    const auto keepUpTo = [&reach](double limit, double from, double to) {
+/// The part of the segment within the box of a node and the bounds of its edges on screen.
+DenseOccluders::Span DenseOccluders::spanOf(std::uint32_t number, const Query& query) const {
+    const DenseTree::Node& node = global_->tree.nodes()[number];
+    const EdgeBounds& edgeBounds = global_->edgeBounds[number];
+    Span span{0.0, 1.0};
+    const auto clipTo = [&span](double limit, double from, double to) {
         limit += kStepMargin;
         if (from > limit && to > limit) {
-            reach.leave = -1.0;
+            span.leave = -1.0;
         } else if (from > limit) {
-            reach.enter = std::max(reach.enter, (from - limit) / (from - to));
+            span.enter = std::max(span.enter, (from - limit) / (from - to));
         } else if (to > limit) {
-            reach.leave = std::min(reach.leave, (limit - from) / (to - from));
+            span.leave = std::min(span.leave, (limit - from) / (to - from));
         }
     };
     for (std::size_t axis = 0; axis < 2; ++axis) {
-        keepUpTo(node.max[axis], question.from[axis], question.to[axis]);
-        keepUpTo(-node.min[axis], -question.from[axis], -question.to[axis]);
+        clipTo(node.max[axis], query.from[axis], query.to[axis]);
+        clipTo(-node.min[axis], -query.from[axis], -query.to[axis]);
     }
     for (std::size_t k = 0; k < 3; ++k) {
-        keepUpTo(outlines.farthest[k], AlongFlat(outlines.outward[k], question.from),
-                 AlongFlat(outlines.outward[k], question.to));
+        clipTo(edgeBounds.farthest[k], AlongFlat(edgeBounds.outward[k], query.from),
+               AlongFlat(edgeBounds.outward[k], query.to));
     }
-    return reach;
+    return span;
 }
 
-/// Whether a place is strictly within all outlines of a node: a side is off the place by as much as
-/// the one it is taken for, but for how far it is turned from that.
-bool CrowdedOccluders::isCore(std::uint32_t number, const std::array<double, 3>& point) const {
-    const Outlines& outlines = anywhere_->outlines[number];
-    const double reach = FarthestInBox(point, anywhere_->tree.nodes()[number]);
+/// Whether a point is strictly inside all triangles of a node on screen. The distance of an edge
+/// differs from that of its bound by at most the spread of the normals times the reach.
+bool DenseOccluders::isInsideAllTriangles(std::uint32_t number,
+                                          const std::array<double, 3>& point) const {
+    const EdgeBounds& edgeBounds = global_->edgeBounds[number];
+    const double reach = FarthestInBox(point, global_->tree.nodes()[number]);
     bool isWithin = true;
     for (std::size_t k = 0; k < 3; ++k) {
-        const double inside = outlines.nearest[k] - AlongFlat(outlines.outward[k], point);
-        isWithin = isWithin && inside > outlines.spread[k] * reach + kStepMargin;
+        const double inside = edgeBounds.nearest[k] - AlongFlat(edgeBounds.outward[k], point);
+        isWithin = isWithin && inside > edgeBounds.spread[k] * reach + kStepMargin;
     }
     return isWithin;
 }
 
-/// The segment begins in a corner of the triangles: those that do not have its direction between
-/// their sides there, or that it leaves to the front, hide nothing; others from there to where it
-/// crosses the opposite side. Of these the ranges that end first and last matter, or at the end of
-/// the segment the longest.
-void CrowdedOccluders::askAround(const Around& around, int end, Question& question) {
-    askAround(around, end, question, [this, end](const Exits& exits) {
-        const bool isNeedless = end == 0 ? ranges_.makeNeedlessUpTo(exits.most)
-                                         : ranges_.makeNeedless(1.0 - exits.most, 1.0);
-        return isNeedless ? std::nullopt : std::optional(-exits.most);
+/// The segment starts at a common vertex of the triangles. A triangle occludes nothing of it if the
+/// direction of the segment is not between its edges there, or leads to its front; otherwise it
+/// occludes the segment up to the crossing with the opposite edge. Only the intervals that end
+/// first and last are needed, or the longest at the other end of the segment.
+void DenseOccluders::searchHub(const HubTree& around, int end, Query& query) {
+    searchHub(around, end, query, [this, end](const Exits& exits) {
+        const bool isRedundant = end == 0 ? intervals_.makeRedundantUpTo(exits.most)
+                                          : intervals_.makeRedundant(1.0 - exits.most, 1.0);
+        return isRedundant ? std::nullopt : std::optional(-exits.most);
     });
     if (end == 0) {
-        askAround(around, end, question, [this](const Exits& exits) {
-            return ranges_.makeNeedlessBeyond(exits.least) ? std::nullopt
-                                                           : std::optional(exits.least);
+        searchHub(around, end, query, [this](const Exits& exits) {
+            return intervals_.makeRedundantBeyond(exits.least) ? std::nullopt
+                                                               : std::optional(exits.least);
         });
     }
 }
 
-/// rankOf(exits) tells which nodes come first, none for those that are not needed.
-void CrowdedOccluders::askAround(const Around& around,
-                                 int end,
-                                 Question& question,
-                                 const std::function<std::optional<double>(const Exits&)>& rankOf) {
+/// rankOf(exits) is the rank of a node, none for a redundant one.
+void DenseOccluders::searchHub(const HubTree& around,
+                               int end,
+                               Query& query,
+                               const std::function<std::optional<double>(const Exits&)>& rankOf) {
     const auto& nodes = around.tree.nodes();
-    const Hubs otherEnd{question.hubs[1 - end], kNoHub, kNoHub};
+    const Hubs otherEnd{query.hubs[1 - end], kNoHub, kNoHub};
     pending_.start();
     const auto consider = [&](std::uint32_t number) {
-        ++looks_;
-        // A side of a triangle lies in its plane.
-        if (ShareHub(nodes[number].hubs, otherEnd) ||
-            areInContact(around.corners[number], question)) {
+        ++visits_;
+        // An edge of a triangle lies in its plane.
+        if (ShareHub(nodes[number].hubs, otherEnd) || areInContact(around.corners[number], query)) {
             return;
         }
-        if (const auto exits = exitsOf(around, number, end, question)) {
+        if (const auto exits = exitsOf(around, number, end, query)) {
             if (const auto rank = rankOf(*exits)) {
                 pending_.add(*rank, number);
             }
         }
     };
     consider(0);
-    while (!pending_.isEmpty() && !ranges_.isWhole()) {
+    while (!pending_.isEmpty() && !intervals_.isWhole()) {
         const std::uint32_t number = pending_.take();
-        const CrowdTree::Node& node = nodes[number];
-        if (!rankOf(*exitsOf(around, number, end, question))) {
+        const DenseTree::Node& node = nodes[number];
+        if (!rankOf(*exitsOf(around, number, end, query))) {
             return;
         }
         if (!node.isLeaf()) {
@@ -527,42 +532,43 @@ void CrowdedOccluders::askAround(const Around& around,
             continue;
         }
         for (std::uint32_t i = node.begin; i < node.end; ++i) {
-            const CrowdItem& item = around.tree.itemAt(i);
+            const DenseItem& item = around.tree.itemAt(i);
             if (!ShareHub(item.hubs, otherEnd)) {
-                askTriangle(item.number, question);
+                testTriangle(item.number, query);
             }
         }
     }
 }
 
-/// Where the segment may leave triangles that may hide some of it, as shares of it.
-std::optional<CrowdedOccluders::Exits> CrowdedOccluders::exitsOf(const Around& around,
-                                                                 std::uint32_t number,
-                                                                 int end,
-                                                                 const Question& question) const {
+/// Bounds of the parameters at which the segment leaves triangles that may occlude some of it; none
+/// if none of them can.
+std::optional<DenseOccluders::Exits> DenseOccluders::exitsOf(const HubTree& around,
+                                                             std::uint32_t number,
+                                                             int end,
+                                                             const Query& query) const {
     constexpr double kShare = 0x1p-40;
-    const Rays& rays = around.rays[number];
-    const Coordinates way = PlaceOf(Difference(*question.ends[1 - end], *question.ends[end]));
-    // Products with these are the sides of the way from directions: it is to the left of the first
-    // and to the right of the second.
-    const Flat turned{way[1], -way[0]};
-    if (rays.normals.leastProduct(way) > kStepMargin ||
-        rays.firsts.mostProduct(turned) < -kStepMargin ||
-        rays.seconds.leastProduct(turned) > kStepMargin) {
+    const HubBounds& hubBounds = around.hubBounds[number];
+    const Coordinates direction = CoordinatesOf(Difference(*query.ends[1 - end], *query.ends[end]));
+    // Products with the turned direction are the sides on which other directions lie: the segment
+    // is to the left of the first edge and to the right of the second.
+    const Flat turned{direction[1], -direction[0]};
+    if (hubBounds.normals.leastProduct(direction) > kStepMargin ||
+        hubBounds.firsts.mostProduct(turned) < -kStepMargin ||
+        hubBounds.seconds.leastProduct(turned) > kStepMargin) {
         return std::nullopt;
     }
-    const Flat onScreen{way[0], way[1]};
-    const double leastValue = rays.across.leastProduct(onScreen);
-    const double mostValue = rays.across.mostProduct(onScreen);
-    const double margin = kShare * rays.across.largestTerms(onScreen);
+    const Flat onScreen{direction[0], direction[1]};
+    const double leastValue = hubBounds.across.leastProduct(onScreen);
+    const double mostValue = hubBounds.across.mostProduct(onScreen);
+    const double margin = kShare * hubBounds.across.largestTerms(onScreen);
     const auto exitAt = [](double value) { return value > 0.0 ? std::min(1.0 / value, 1.0) : 1.0; };
     return Exits{exitAt(mostValue + margin), exitAt(leastValue - margin)};
 }
 
-void CrowdedOccluders::askTriangle(std::uint32_t triangle, Question& question) {
-    ++looks_;
-    if (const auto part = (*question.partOf)(distinct_[triangle])) {
-        ranges_.add(*part);
+void DenseOccluders::testTriangle(std::uint32_t triangle, Query& query) {
+    ++visits_;
+    if (const auto part = (*query.intervalOf)(distinct_[triangle])) {
+        intervals_.add(*part);
     }
 }
 

@@ -1,9 +1,11 @@
-// What hides a segment, where so many triangles lie in one place that boxes tell little of which.
+// The occluded intervals of segments where so many triangles overlap that a BVH separates few of
+// them.
 //
-// Segments from a crowded corner are held against the triangles around it by directions from there,
-// all others against a tree that knows planes and outlines. Either leaves out what surely hides
-// nothing, and what could add nothing to the ranges found before, down to which of equal fractions
-// is kept when ranges are fused.
+// Segments from a hub are tested against the triangles around it by directions from there, all
+// others against a DenseTree with bounds of planes and of edges on screen. Both skip subtrees that
+// certainly occlude nothing, and those that add nothing to the union of the intervals found before,
+// down to which of equal fractions is kept when intervals are fused. Nearest planes come first
+// (best-first search), so most segments are fully occluded after O(log n) nodes.
 #pragma once
 
 #include <ctr/IntervalTools.h>
@@ -26,40 +28,39 @@
 
 namespace ctr {
 
-/// Ranges found so far, and what further ones are not needed for it. Ranges are fused by start,
-/// equal starts by end; the ends of what is fused are those of the first range that has them.
-class RangesOfCrowd {
+/// The intervals found so far, and which further ones are redundant. Intervals are fused by start,
+/// equal starts by end; a fused interval keeps the ends of the first interval that has them.
+class PrunedIntervals {
 public:
     void clear();
-    void add(const RationalInterval& range);
+    void add(const RationalInterval& interval);
 
     bool isWhole() const { return isWhole_; }
-    const std::vector<RationalInterval>& all() const { return ranges_; }
-    /// Whether some range starts at 0 by another fraction than 0/1.
+    const std::vector<RationalInterval>& all() const { return intervals_; }
+    /// Whether some interval starts at 0 with another fraction than 0/1.
     bool startsUnusually() const { return startsUnusually_; }
 
-    /// Whether ranges between two parameters, which may be off by little, are not needed: they lie
-    /// strictly within others, or reach 1 from a start beyond that of one that does.
-    bool makeNeedless(double from, double to) const;
-    /// Ranges that start at 0 are needed for two ends of what is fused: the one that ends first is
-    /// the first of them. Whether those that end at a parameter, or later, are not needed for the
-    /// start,
-    bool makeNeedlessBeyond(double leastEnd) const;
-    /// and whether those that end there, or earlier, are not needed for the end.
-    bool makeNeedlessUpTo(double mostEnd) const;
+    /// Whether intervals between two approximate parameters are redundant: they lie strictly within
+    /// others, or start beyond the start of one that reaches 1.
+    bool makeRedundant(double from, double to) const;
+    /// Intervals that start at 0 determine two ends of a fused interval; the one that ends first
+    /// comes first. Whether those that end at or beyond a parameter are redundant for the start,
+    bool makeRedundantBeyond(double leastEnd) const;
+    /// and whether those that end at or before a parameter are redundant for the end.
+    bool makeRedundantUpTo(double mostEnd) const;
 
 private:
-    void unite(const RationalInterval& range);
+    void unite(const RationalInterval& interval);
 
-    std::vector<RationalInterval> ranges_;
+    std::vector<RationalInterval> intervals_;
     std::vector<RationalInterval> united_; ///< Disjoint, in order.
     bool isWhole_ = false;
     bool startsUnusually_ = false;
-    double leastEndFromStart_ = 2.0; ///< Of ranges that start at 0.
-    double leastStartToEnd_ = 2.0;   ///< Of ranges that end at 1.
+    double leastEndFromStart_ = 2.0; ///< Of intervals that start at 0.
+    double leastStartToEnd_ = 2.0;   ///< Of intervals that end at 1.
 };
 
-/// Of vectors.
+/// Component-wise bounds of vectors.
 template <std::size_t dimensions> struct VectorBounds {
     std::array<double, dimensions> least;
     std::array<double, dimensions> most;
@@ -74,7 +75,7 @@ template <std::size_t dimensions> struct VectorBounds {
             most[axis] = std::max(most[axis], vector[axis]);
         }
     }
-    /// The least that a product with one of them can be.
+    /// A lower bound of the scalar products with the vectors.
     double leastProduct(const std::array<double, dimensions>& factor) const {
         double sum = 0.0;
         for (std::size_t axis = 0; axis < dimensions; ++axis) {
@@ -89,7 +90,7 @@ template <std::size_t dimensions> struct VectorBounds {
         }
         return sum;
     }
-    /// The terms of no product are larger in all.
+    /// An upper bound of the sum of the absolute terms of a product.
     double largestTerms(const std::array<double, dimensions>& factor) const {
         double sum = 0.0;
         for (std::size_t axis = 0; axis < dimensions; ++axis) {
@@ -99,7 +100,7 @@ template <std::size_t dimensions> struct VectorBounds {
     }
 };
 
-/// Nodes to be looked at, those of least rank first.
+/// A priority queue of nodes to be visited, least rank first.
 class PendingNodes {
 public:
     void start();
@@ -111,116 +112,120 @@ private:
     std::vector<std::pair<double, std::uint32_t>> heap_;
 };
 
-class CrowdedOccluders {
+class DenseOccluders {
 public:
-    using Triangle = OccluderTree::Triangle;
-    /// The part of the segment that a triangle hides, exactly.
-    using PartOf = std::function<std::optional<RationalInterval>(const Triangle&)>;
+    using Triangle = SlotTriangle;
+    /// The interval of the segment that a triangle occludes, exactly.
+    using IntervalOf = std::function<std::optional<RationalInterval>(const Triangle&)>;
 
-    /// The triangles are borrowed; see MayLeaveHierarchy() for what they have to be. Corners that
-    /// more distinct triangles than `hubDegree` share are hubs.
-    CrowdedOccluders(const std::vector<Triangle>& triangles,
-                     const ContactTolerance& tolerance,
-                     std::uint32_t hubDegree,
-                     ItemCounter& work);
+    /// The triangles are borrowed and have to satisfy MayBypassBvh(). Vertices of more than
+    /// `hubDegree` distinct triangles are hubs.
+    DenseOccluders(const std::vector<Triangle>& triangles,
+                   const ContactTolerance& tolerance,
+                   std::uint32_t hubDegree,
+                   WorkCounter& work);
 
-    /// Whether the segment is one that append() takes.
+    /// Whether append() accepts the segment.
     bool fits(const BakedVertex& a, const BakedVertex& b) const;
 
-    /// Appends what partOf gives for the triangles, as far as the fused ranges need it; 0/1 .. 1/1
-    /// alone when that is all of the segment. What it gives for some of them may be known.
+    /// Appends the intervals that intervalOf gives for the triangles, as far as their union needs
+    /// them; 0/1 .. 1/1 alone for a fully occluded segment. Some of them may be known.
     void append(const BakedVertex& a,
                 const BakedVertex& b,
-                const PartOf& partOf,
+                const IntervalOf& intervalOf,
                 const std::vector<RationalInterval>& known,
-                std::vector<RationalInterval>& hidden);
+                std::vector<RationalInterval>& occluded);
 
-    /// How many nodes and triangles have been looked at for segments.
-    std::size_t looks() const { return looks_; }
+    /// The number of nodes and triangles visited for segments.
+    std::size_t visits() const { return visits_; }
 
 private:
-    /// Outlines of triangles, each from its longest side on, which is the first. A side's line is
-    /// that of outward . (x - p) = 0 with a unit normal.
-    struct Outlines {
-        std::array<double, 2> outward[3]; ///< Of one of the triangles.
-        double spread[3];                 ///< How far those of others are from these.
+    /// Bounds of the edges of triangles on screen, each triangle starting with its longest edge.
+    /// The line of an edge is outward . (x - p) = 0 with a unit normal.
+    struct EdgeBounds {
+        std::array<double, 2> outward[3]; ///< The normals of one of the triangles.
+        double spread[3];                 ///< The largest distance of other normals from these.
         double farthest[3];               ///< No corner is farther along the normal.
-        double nearest[3];                ///< No side begins nearer.
+        double nearest[3];                ///< No edge starts nearer.
     };
-    /// What is known of the triangles around a hub in a node.
-    struct Rays {
+    /// Bounds of the triangles around a hub in a node.
+    struct HubBounds {
         VectorBounds<3> normals; ///< Unit vectors.
-        VectorBounds<2> firsts;  ///< Directions of the sides there, counter-clockwise from these
+        VectorBounds<2>
+            firsts; ///< Directions of the edges at the hub, counter-clockwise from these
         VectorBounds<2> seconds; ///< to these.
-        VectorBounds<2> across; ///< The opposite sides, seen from the hub, are the lines w . x = 1.
+        VectorBounds<2>
+            across; ///< The opposite edges, relative to the hub, are the lines w . x = 1.
     };
-    struct Anywhere {
-        CrowdTree tree;
-        std::vector<Outlines> outlines;   ///< One a node.
-        std::vector<CornerBoxes> corners; ///< Likewise.
+    struct GlobalTree {
+        DenseTree tree;
+        std::vector<EdgeBounds> edgeBounds; ///< One per node.
+        std::vector<CornerBoxes> corners;   ///< One per node.
     };
-    struct Around {
-        CrowdTree tree;
-        std::vector<Rays> rays;           ///< One a node.
-        std::vector<CornerBoxes> corners; ///< Likewise.
+    struct HubTree {
+        DenseTree tree;
+        std::vector<HubBounds> hubBounds; ///< One per node.
+        std::vector<CornerBoxes> corners; ///< One per node.
     };
-    /// A segment and what is asked of it.
-    struct Question {
+    /// A segment and the state of its search.
+    struct Query {
         const BakedVertex* ends[2];
         std::array<double, 3> from;
         std::array<double, 3> to;
-        std::uint32_t hubs[2]; ///< kNoHub where an end is none.
-        const PartOf* partOf;
+        std::uint32_t hubs[2]; ///< kNoHub where an end is no hub.
+        const IntervalOf* intervalOf;
         const std::vector<RationalInterval>* known;
         bool skipsPlainStarts;
         bool hasSkippedPlainStarts;
     };
-    /// A part of the segment, empty when reversed.
-    struct Reach {
+    /// A part of the segment; empty when reversed.
+    struct Span {
         double enter;
         double leave;
     };
 
-    /// Parameters between which a segment from a hub leaves triangles.
+    /// The parameters between which a segment from a hub leaves triangles.
     struct Exits {
         double least;
         double most;
     };
 
-    void layOutAnywhere(ItemCounter& work);
-    void layOutHubs(std::uint32_t hubDegree, ItemCounter& work);
-    std::size_t cornerAt(std::uint32_t triangle, std::uint32_t place) const;
-    CrowdItem itemOf(std::uint32_t triangle) const;
-    CrowdItem directionsOf(std::uint32_t triangle, std::uint32_t hub) const;
-    Outlines outlinesOf(const CrowdTree& tree, const CrowdTree::Node& node) const;
-    CornerBoxes cornersOf(const CrowdTree& tree, const CrowdTree::Node& node) const;
-    bool areInContact(const CornerBoxes& triangles, const Question& question) const;
-    Rays raysOf(const CrowdTree& tree, const CrowdTree::Node& node, std::uint32_t hub) const;
+    void layOutGlobalTree(WorkCounter& work);
+    void layOutHubs(std::uint32_t hubDegree, WorkCounter& work);
+    std::size_t cornerAt(std::uint32_t triangle, std::uint32_t position) const;
+    DenseItem itemOf(std::uint32_t triangle) const;
+    DenseItem directionsOf(std::uint32_t triangle, std::uint32_t hub) const;
+    EdgeBounds edgeBoundsOf(const DenseTree& tree, const DenseTree::Node& node) const;
+    CornerBoxes cornersOf(const DenseTree& tree, const DenseTree::Node& node) const;
+    bool areInContact(const CornerBoxes& triangles, const Query& query) const;
+    HubBounds
+    hubBoundsOf(const DenseTree& tree, const DenseTree::Node& node, std::uint32_t hub) const;
 
-    void ask(Question& question);
-    void askAnywhere(Question& question);
-    bool isNeedless(std::uint32_t node, Question& question) const;
-    Reach reachOf(std::uint32_t node, const Question& question) const;
-    bool isCore(std::uint32_t node, const std::array<double, 3>& point) const;
-    void askAround(const Around& around, int end, Question& question);
-    void askAround(const Around& around,
+    void search(Query& query);
+    void searchTree(Query& query);
+    bool isRedundant(std::uint32_t node, Query& query) const;
+    Span spanOf(std::uint32_t node, const Query& query) const;
+    bool isInsideAllTriangles(std::uint32_t node, const std::array<double, 3>& point) const;
+    void searchHub(const HubTree& around, int end, Query& query);
+    void searchHub(const HubTree& around,
                    int end,
-                   Question& question,
+                   Query& query,
                    const std::function<std::optional<double>(const Exits&)>& rankOf);
     std::optional<Exits>
-    exitsOf(const Around& around, std::uint32_t node, int end, const Question& question) const;
-    void askTriangle(std::uint32_t triangle, Question& question);
+    exitsOf(const HubTree& around, std::uint32_t node, int end, const Query& query) const;
+    void testTriangle(std::uint32_t triangle, Query& query);
 
     ContactTolerance tolerance_;
     DistinctTriangles distinct_;
     std::vector<Hubs> hubsOf_;
-    std::vector<std::uint32_t> aroundOf_; ///< By places; kNoHub for those that are no hubs.
-    std::vector<Around> around_;
-    std::optional<Anywhere> anywhere_;
+    std::vector<std::uint32_t>
+        aroundOf_; ///< The tree of each position; kNoHub for those that are no hubs.
+    std::vector<HubTree> hubTrees_;
+    std::optional<GlobalTree> global_;
     kx::kxBBox extent_;
-    RangesOfCrowd ranges_;
+    PrunedIntervals intervals_;
     PendingNodes pending_;
-    std::size_t looks_ = 0;
+    std::size_t visits_ = 0;
 };
 
 } // namespace ctr

@@ -1,4 +1,5 @@
-// Crowds are found by the boxes of the leaves.
+// The depth complexity of a subtree is the area of its leaf boxes on screen, once per triangle,
+// divided by the area of its own box.
 #include "visibility/dense/DenseRegions.h"
 
 #include "visibility/bvh/BvhNode.h"
@@ -14,12 +15,12 @@ double ScreenAreaOf(const kx::kxBBox& box) {
            (static_cast<double>(box.max[1]) - box.min[1] + 1.0);
 }
 
-CellsOnAxis::Interval StepsOf(const SlotTriangles& triangles,
-                              const std::vector<std::uint32_t>& slots,
-                              std::int32_t BakedVertex::*axis) {
-    CellsOnAxis::Interval all = StepsOf(triangles[slots.front()], axis);
+GridAxis::Interval StepsOf(const SlotTriangles& triangles,
+                           const std::vector<std::uint32_t>& slots,
+                           std::int32_t BakedVertex::*axis) {
+    GridAxis::Interval all = StepsOf(triangles[slots.front()], axis);
     for (const std::uint32_t slot : slots) {
-        const CellsOnAxis::Interval own = StepsOf(triangles[slot], axis);
+        const GridAxis::Interval own = StepsOf(triangles[slot], axis);
         all = {std::min(all.min, own.min), std::max(all.max, own.max)};
     }
     return all;
@@ -30,29 +31,30 @@ std::int64_t CellsPerAxis(std::size_t triangles) {
     return static_cast<std::int64_t>(std::min(std::sqrt(static_cast<double>(triangles)), kMost));
 }
 
-/// Finds crowds bottom up: one takes the place of those below it.
-class CrowdFinder {
+/// Finds regions bottom up: a region replaces those below it.
+class DenseRegionFinder {
 public:
-    CrowdFinder(const BakedTriangles& baked, ItemCounter& work) : baked_(baked), work_(work) {}
+    DenseRegionFinder(const BakedTriangles& baked, WorkCounter& work)
+        : baked_(baked), work_(work) {}
 
     std::vector<unsigned int> find() {
-        look(0);
+        measure(0);
         std::sort(roots_.begin(), roots_.end());
         return std::move(roots_);
     }
 
 private:
-    /// What is below a node.
+    /// The triangles below a node.
     struct Load {
         double triangles = 0.0;
-        double area = 0.0; ///< Of the leaves' boxes on screen, once for each triangle.
+        double area = 0.0; ///< Of leaf boxes on screen, once per triangle.
     };
 
-    Load look(unsigned int node) {
+    Load measure(unsigned int node) {
         constexpr double kFewest = 64.0;
         constexpr double kLayers = 16.0;
         work_.count(1);
-        const HierarchyNode& here = baked_.bvh.nodes[node];
+        const BvhNode& here = baked_.bvh.nodes[node];
         const double area = ScreenAreaOf(here.box);
         const std::size_t before = roots_.size();
         Load load;
@@ -60,7 +62,7 @@ private:
             load = {static_cast<double>(here.second), here.second * area};
         } else {
             for (const unsigned int child : {FirstChild(here), SecondChild(here)}) {
-                const Load part = look(child);
+                const Load part = measure(child);
                 load.triangles += part.triangles;
                 load.area += part.area;
             }
@@ -73,14 +75,14 @@ private:
     }
 
     const BakedTriangles& baked_;
-    ItemCounter& work_;
+    WorkCounter& work_;
     std::vector<unsigned int> roots_;
 };
 
 void AppendSlots(const BakedTriangles& baked,
                  unsigned int node,
                  std::vector<std::uint32_t>& slots) {
-    const HierarchyNode& here = baked.bvh.nodes[node];
+    const BvhNode& here = baked.bvh.nodes[node];
     if (!IsLeaf(here)) {
         AppendSlots(baked, FirstChild(here), slots);
         AppendSlots(baked, SecondChild(here), slots);
@@ -93,18 +95,19 @@ void AppendSlots(const BakedTriangles& baked,
 
 } // namespace
 
-CellsOfCrowd::CellsOfCrowd(const SlotTriangles& triangles, const std::vector<std::uint32_t>& slots)
+RegionGrid::RegionGrid(const SlotTriangles& triangles, const std::vector<std::uint32_t>& slots)
     : columns(StepsOf(triangles, slots, &BakedVertex::x), CellsPerAxis(slots.size())),
       rows(StepsOf(triangles, slots, &BakedVertex::y), CellsPerAxis(slots.size())) {}
 
-CellsOnAxis::Interval StepsOf(const SlotTriangle& triangle, std::int32_t BakedVertex::*axis) {
+GridAxis::Interval StepsOf(const SlotTriangle& triangle, std::int32_t BakedVertex::*axis) {
     const auto& [p, q, r] = triangle.corners;
     const auto [least, most] = std::minmax({p.*axis, q.*axis, r.*axis});
     return {least, most};
 }
 
-std::vector<unsigned int> FindCrowds(const BakedTriangles& baked, ItemCounter& work) {
-    return baked.bvh.nodes.empty() ? std::vector<unsigned int>{} : CrowdFinder(baked, work).find();
+std::vector<unsigned int> FindDenseRegions(const BakedTriangles& baked, WorkCounter& work) {
+    return baked.bvh.nodes.empty() ? std::vector<unsigned int>{}
+                                   : DenseRegionFinder(baked, work).find();
 }
 
 std::vector<std::uint32_t> SlotsBelow(const BakedTriangles& baked, unsigned int node) {

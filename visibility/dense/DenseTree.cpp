@@ -1,5 +1,5 @@
-// Top-down halves: first by hubs, so that nodes have them in common, then where the items lie apart
-// the most for their size.
+// Top-down median splits: first by hubs, so that nodes have common ones, then along the key by
+// which items are spread the most relative to their size.
 #include "visibility/dense/DenseTree.h"
 
 #include <algorithm>
@@ -31,8 +31,8 @@ struct Interval {
     double doubledMiddle() const { return low + high; }
 };
 
-/// Of the corners of an item.
-Interval IntervalAlong(const Coordinates& direction, const CrowdItem& item) {
+/// The extent of the corners of an item along a direction.
+Interval IntervalAlong(const Coordinates& direction, const DenseItem& item) {
     Interval interval;
     for (int k = 0; k < 3; ++k) {
         interval.extend(AlongCorner(direction, item.corners[k]));
@@ -60,14 +60,14 @@ template <class Boxed> bool AreApart(const Boxed& a, const Boxed& b) {
 }
 
 /// Whether all items of a node are strictly on one side of each plane of the other. Let x be a
-/// point of the former and p one in a plane with the normal n, d and e the directions of either
-/// bundle, m any point, and no two of all these places farther from each other than r. Then
+/// point of the former and p a point of a plane with the normal n, d and e the axes of their plane
+/// bounds, m any point, and r an upper bound of the distances of all these points. Then
 ///     n . (x - p) >= d . (x - m) - |d - e| r - e . (p - m) - |n - e| r,
-/// and likewise from above. Places are below 2^25, so doubles are off by less than 2^-20.
-bool AreBeside(const CrowdTree::Node& beside, const CrowdTree::Node& planes) {
+/// and likewise from above. Coordinates are below 2^25, so doubles are off by less than 2^-20.
+bool AreOnOneSide(const DenseTree::Node& beside, const DenseTree::Node& planes) {
     constexpr double kRounding = 0x1p-10;
-    const CrowdTree::Bundle& d = beside.planes;
-    const CrowdTree::Bundle& e = planes.planes;
+    const DenseTree::PlaneBounds& d = beside.planes;
+    const DenseTree::PlaneBounds& e = planes.planes;
     double reach = 0.0;
     double between = 0.0;
     Coordinates middle{};
@@ -85,82 +85,82 @@ bool AreBeside(const CrowdTree::Node& beside, const CrowdTree::Node& planes) {
     return std::max(above, below) > (between + e.spread) * reach + kRounding;
 }
 
-/// The tree against itself.
-class PairWalk {
+/// Traverses pairs of nodes.
+class PairTraversal {
 public:
-    using Node = CrowdTree::Node;
+    using Node = DenseTree::Node;
 
-    PairWalk(const CrowdTree& tree,
-             const std::function<void(std::uint32_t, std::uint32_t)>& pair,
-             ItemCounter& work)
+    PairTraversal(const DenseTree& tree,
+                  const std::function<void(std::uint32_t, std::uint32_t)>& pair,
+                  WorkCounter& work)
         : tree_(tree), pair_(pair), work_(work) {}
 
-    std::size_t looks() const { return looks_; }
+    std::size_t visits() const { return visits_; }
 
-    void meetSelf(std::uint32_t number) {
+    void traverseSelf(std::uint32_t number) {
         const Node& node = tree_.nodes()[number];
         if (node.hubs[0] != kNoHub || node.isMarked) {
             return;
         }
         if (!node.isLeaf()) {
-            meetSelf(number + 1);
-            meetSelf(node.secondChild);
-            meet(number + 1, node.secondChild);
+            traverseSelf(number + 1);
+            traverseSelf(node.secondChild);
+            traversePair(number + 1, node.secondChild);
             return;
         }
         for (std::uint32_t a = node.begin; a < node.end; ++a) {
             for (std::uint32_t b = a + 1; b < node.end; ++b) {
-                meetItems(tree_.itemAt(a), tree_.itemAt(b));
+                pairItems(tree_.itemAt(a), tree_.itemAt(b));
             }
         }
     }
 
 private:
-    bool surelyNone(const Node& a, const Node& b) {
-        ++looks_;
+    bool isRejected(const Node& a, const Node& b) {
+        ++visits_;
         work_.count(1);
         return AreApart(a, b) || ShareHub(a.hubs, b.hubs) || (a.isMarked && b.isMarked) ||
-               AreBeside(a, b) || AreBeside(b, a);
+               AreOnOneSide(a, b) || AreOnOneSide(b, a);
     }
 
-    void meet(std::uint32_t a, std::uint32_t b) {
+    void traversePair(std::uint32_t a, std::uint32_t b) {
         const Node& nodeA = tree_.nodes()[a];
         const Node& nodeB = tree_.nodes()[b];
-        if (surelyNone(nodeA, nodeB)) {
+        if (isRejected(nodeA, nodeB)) {
             return;
         }
         if (!nodeA.isLeaf() && (nodeB.isLeaf() || nodeA.count() >= nodeB.count())) {
-            meet(a + 1, b);
-            meet(nodeA.secondChild, b);
+            traversePair(a + 1, b);
+            traversePair(nodeA.secondChild, b);
         } else if (!nodeB.isLeaf()) {
-            meet(a, b + 1);
-            meet(a, nodeB.secondChild);
+            traversePair(a, b + 1);
+            traversePair(a, nodeB.secondChild);
         } else {
             for (std::uint32_t i = nodeA.begin; i < nodeA.end; ++i) {
                 for (std::uint32_t j = nodeB.begin; j < nodeB.end; ++j) {
-                    meetItems(tree_.itemAt(i), tree_.itemAt(j));
+                    pairItems(tree_.itemAt(i), tree_.itemAt(j));
                 }
             }
         }
     }
 
-    void meetItems(const CrowdItem& a, const CrowdItem& b) {
-        ++looks_;
+    void pairItems(const DenseItem& a, const DenseItem& b) {
+        ++visits_;
         work_.count(1);
         if (!AreApart(a, b) && !ShareHub(a.hubs, b.hubs) && !(a.isMarked && b.isMarked)) {
             pair_(a.number, b.number);
         }
     }
 
-    const CrowdTree& tree_;
+    const DenseTree& tree_;
     const std::function<void(std::uint32_t, std::uint32_t)>& pair_;
-    ItemCounter& work_;
-    std::size_t looks_ = 0;
+    WorkCounter& work_;
+    std::size_t visits_ = 0;
 };
 
 } // namespace
 
-CrowdTree::CrowdTree(std::vector<CrowdItem> items, ItemCounter& work)
+DenseTree::DenseTree(std::vector<DenseItem> items, WorkCounter& work)
     : items_(std::move(items)), order_(items_.size()) {
     std::iota(order_.begin(), order_.end(), 0U);
     std::sort(order_.begin(), order_.end(), [&](std::uint32_t a, std::uint32_t b) {
@@ -173,7 +173,7 @@ CrowdTree::CrowdTree(std::vector<CrowdItem> items, ItemCounter& work)
     }
 }
 
-std::uint32_t CrowdTree::add(std::uint32_t begin, std::uint32_t end, ItemCounter& work) {
+std::uint32_t DenseTree::add(std::uint32_t begin, std::uint32_t end, WorkCounter& work) {
     work.count(end - begin);
     const auto number = static_cast<std::uint32_t>(nodes_.size());
     nodes_.push_back(nodeOf(begin, end));
@@ -187,11 +187,11 @@ std::uint32_t CrowdTree::add(std::uint32_t begin, std::uint32_t end, ItemCounter
     return number;
 }
 
-CrowdTree::Node CrowdTree::nodeOf(std::uint32_t begin, std::uint32_t end) const {
-    const CrowdItem& first = itemAt(begin);
-    Node node{first.min, first.max, bundleOf(begin, end), first.hubs, begin, end, 0, true};
+DenseTree::Node DenseTree::nodeOf(std::uint32_t begin, std::uint32_t end) const {
+    const DenseItem& first = itemAt(begin);
+    Node node{first.min, first.max, planeBoundsOf(begin, end), first.hubs, begin, end, 0, true};
     for (std::uint32_t i = begin; i < end; ++i) {
-        const CrowdItem& item = itemAt(i);
+        const DenseItem& item = itemAt(i);
         for (std::size_t axis = 0; axis < 3; ++axis) {
             node.min[axis] = std::min(node.min[axis], item.min[axis]);
             node.max[axis] = std::max(node.max[axis], item.max[axis]);
@@ -202,12 +202,12 @@ CrowdTree::Node CrowdTree::nodeOf(std::uint32_t begin, std::uint32_t end) const 
     return node;
 }
 
-CrowdTree::Bundle CrowdTree::bundleOf(std::uint32_t begin, std::uint32_t end) const {
-    // Says nothing: unit vectors differ by no more than that.
-    const Bundle none{{0.0, 0.0, 0.0}, 2.0, 0.0, 0.0};
+DenseTree::PlaneBounds DenseTree::planeBoundsOf(std::uint32_t begin, std::uint32_t end) const {
+    // No bound: unit vectors differ by at most 2.
+    const PlaneBounds none{{0.0, 0.0, 0.0}, 2.0, 0.0, 0.0};
     Coordinates sum{0.0, 0.0, 0.0};
     for (std::uint32_t i = begin; i < end; ++i) {
-        const CrowdItem& item = itemAt(i);
+        const DenseItem& item = itemAt(i);
         if (item.corners == nullptr) {
             return none;
         }
@@ -219,24 +219,24 @@ CrowdTree::Bundle CrowdTree::bundleOf(std::uint32_t begin, std::uint32_t end) co
     if (length == 0.0) {
         return none;
     }
-    Bundle bundle{{sum[0] / length, sum[1] / length, sum[2] / length}, 0.0, 0.0, 0.0};
+    PlaneBounds bounds{{sum[0] / length, sum[1] / length, sum[2] / length}, 0.0, 0.0, 0.0};
     Interval extent;
     for (std::uint32_t i = begin; i < end; ++i) {
-        const CrowdItem& item = itemAt(i);
-        const auto& [x, y, z] = bundle.direction;
+        const DenseItem& item = itemAt(i);
+        const auto& [x, y, z] = bounds.direction;
         const Coordinates off{item.normal[0] - x, item.normal[1] - y, item.normal[2] - z};
-        bundle.spread = std::max(bundle.spread, std::sqrt(Along(off, off)));
-        const Interval own = IntervalAlong(bundle.direction, item);
+        bounds.spread = std::max(bounds.spread, std::sqrt(Along(off, off)));
+        const Interval own = IntervalAlong(bounds.direction, item);
         extent.extend(own.low);
         extent.extend(own.high);
     }
-    bundle.low = extent.low;
-    bundle.high = extent.high;
-    return bundle;
+    bounds.low = extent.low;
+    bounds.high = extent.high;
+    return bounds;
 }
 
-/// Brings the items of a node into two parts; returns where the second one begins.
-std::uint32_t CrowdTree::split(const Node& node) {
+/// Partitions the items of a node; returns the position at which the second part begins.
+std::uint32_t DenseTree::split(const Node& node) {
     if (itemAt(node.begin).hubs != itemAt(node.end - 1).hubs) {
         return splitByHubs(node);
     }
@@ -244,8 +244,8 @@ std::uint32_t CrowdTree::split(const Node& node) {
     return node.begin + node.count() / 2;
 }
 
-/// As near to the middle as items with the same hubs stay together.
-std::uint32_t CrowdTree::splitByHubs(const Node& node) const {
+/// The position nearest to the middle that keeps items with the same hubs together.
+std::uint32_t DenseTree::splitByHubs(const Node& node) const {
     const std::uint32_t middle = node.begin + node.count() / 2;
     const Hubs& hubs = itemAt(middle).hubs;
     std::uint32_t first = middle;
@@ -260,7 +260,7 @@ std::uint32_t CrowdTree::splitByHubs(const Node& node) const {
     return atFirst ? first : end;
 }
 
-void CrowdTree::splitInSpace(const Node& node) {
+void DenseTree::splitInSpace(const Node& node) {
     const std::function<double(std::uint32_t)> keyOf = bestKey(node);
     keys_.clear();
     for (std::uint32_t i = node.begin; i < node.end; ++i) {
@@ -275,27 +275,28 @@ void CrowdTree::splitInSpace(const Node& node) {
     }
 }
 
-/// By what to part a node: along the axis on which the middles of items are spread the most for
-/// the length of items there. Where they are longer than that, boxes tell little apart: then by
-/// turns, and where all are turned alike along the direction of the planes, if that is better.
-/// Directions are parted by their normals as well, which count as if they had a length.
-std::function<double(std::uint32_t)> CrowdTree::bestKey(const Node& node) const {
+/// The key by which a node is split: the coordinate along which the centres of items are spread the
+/// most relative to the lengths of items. Where items are longer than their spread, boxes separate
+/// little: then the pseudo-angle or, for equal angles, the distance along the axis of the plane
+/// bounds if that is spread more. Directions may be split by their normals as well, which count as
+/// intervals of a fixed length.
+std::function<double(std::uint32_t)> DenseTree::bestKey(const Node& node) const {
     constexpr double kShortest = 1e-12;
     constexpr double kSpreadEnough = 2.0;
-    constexpr double kTurn = 1e-3;
+    constexpr double kAngleSpread = 1e-3;
     constexpr std::size_t kPlanes = 3;
     constexpr std::size_t kNormal = 4;
-    constexpr double kBend = 0.05;
+    constexpr double kNormalExtent = 0.05;
     const auto intervalOf = [this, direction = node.planes.direction](std::uint32_t position,
                                                                       std::size_t axis) {
-        const CrowdItem& item = itemAt(position);
+        const DenseItem& item = itemAt(position);
         if (axis == kPlanes) {
             return IntervalAlong(direction, item);
         }
         Interval interval;
         if (axis >= kNormal) {
-            interval.extend(item.normal[axis - kNormal] - kBend);
-            interval.extend(item.normal[axis - kNormal] + kBend);
+            interval.extend(item.normal[axis - kNormal] - kNormalExtent);
+            interval.extend(item.normal[axis - kNormal] + kNormalExtent);
             return interval;
         }
         interval.extend(item.min[axis]);
@@ -327,12 +328,12 @@ std::function<double(std::uint32_t)> CrowdTree::bestKey(const Node& node) const 
         consider(kNormal);
         consider(kNormal + 1);
     } else if (most < kSpreadEnough) {
-        Interval turns;
+        Interval pseudoAngles;
         for (std::uint32_t i = node.begin; i < node.end; ++i) {
-            turns.extend(itemAt(i).turn);
+            pseudoAngles.extend(itemAt(i).pseudoAngle);
         }
-        if (turns.length() > kTurn) {
-            return [this](std::uint32_t position) { return itemAt(position).turn; };
+        if (pseudoAngles.length() > kAngleSpread) {
+            return [this](std::uint32_t position) { return itemAt(position).pseudoAngle; };
         }
         consider(kPlanes);
     }
@@ -341,13 +342,13 @@ std::function<double(std::uint32_t)> CrowdTree::bestKey(const Node& node) const 
     };
 }
 
-std::size_t CrowdTree::forEachPair(const std::function<void(std::uint32_t, std::uint32_t)>& pair,
-                                   ItemCounter& work) const {
-    PairWalk walk(*this, pair, work);
+std::size_t DenseTree::forEachPair(const std::function<void(std::uint32_t, std::uint32_t)>& pair,
+                                   WorkCounter& work) const {
+    PairTraversal traversal(*this, pair, work);
     if (!nodes_.empty()) {
-        walk.meetSelf(0);
+        traversal.traverseSelf(0);
     }
-    return walk.looks();
+    return traversal.visits();
 }
 
 } // namespace ctr

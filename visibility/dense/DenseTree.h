@@ -1,8 +1,10 @@
-// Pairs among many triangles in one place, where boxes alone tell too few of them apart.
+// A bounding volume hierarchy for triangles whose boxes overlap too much to be separated by them.
 //
-// A node knows, beside its box, the planes of its triangles as far as they have one direction in
-// common, and the crowded corners that all of its triangles share. Sheets above each other are told
-// apart by the former, triangles around one corner by the latter.
+// Besides its box, a node stores bounds of the planes of its triangles, a cone of normals and an
+// interval along its axis, and the hubs that all its triangles share: vertices of many triangles.
+// The plane bounds separate stacked sheets, the hubs triangles around one vertex. (Cones of
+// normals: L. A. Shirman and S. S. Abi-Ezzi, The cone of normals technique for fast processing of
+// curved patches, Eurographics 1993.) Median splits, O(n log^2 n) for n items.
 #pragma once
 
 #include "linesets/Work.h"
@@ -17,39 +19,39 @@
 
 namespace ctr {
 
-/// Numbers of crowded corners, in increasing order and then kNoHub.
+/// Numbers of hubs in increasing order, then kNoHub.
 using Hubs = std::array<std::uint32_t, 3>;
 constexpr std::uint32_t kNoHub = 0xFFFFFFFFU;
 constexpr Hubs kNoHubs{kNoHub, kNoHub, kNoHub};
 
 using Coordinates = std::array<double, 3>;
 
-struct CrowdItem {
+struct DenseItem {
     Coordinates min;
     Coordinates max;
     Hubs hubs;
-    std::uint32_t number; ///< The caller's.
+    std::uint32_t number; ///< Assigned by the caller.
     bool isMarked;
-    const BakedVertex* corners; ///< Three, borrowed, of a triangle; null for directions.
-    Coordinates normal;         ///< A unit vector; of directions only to keep them apart by it.
-    double turn;                ///< Triangles that are turned by much are kept apart.
+    const BakedVertex* corners; ///< The three corners of a triangle, borrowed; null for directions.
+    Coordinates normal;         ///< A unit vector. For directions it only guides the splits.
+    double pseudoAngle;         ///< Of the longest edge on screen; it guides the splits.
 };
 
-class CrowdTree {
+class DenseTree {
 public:
     /// Planes whose unit normals n differ from one direction by at most `spread`, and whose
     /// triangles have all points x at low <= direction . x <= high.
-    struct Bundle {
+    struct PlaneBounds {
         Coordinates direction;
         double spread;
         double low;
         double high;
     };
-    /// An inner node's first child follows it.
+    /// The first child of an inner node is the next node.
     struct Node {
         Coordinates min;
         Coordinates max;
-        Bundle planes;
+        PlaneBounds planes;
         Hubs hubs;
         std::uint32_t begin;
         std::uint32_t end;
@@ -59,22 +61,22 @@ public:
         std::uint32_t count() const { return end - begin; }
     };
 
-    explicit CrowdTree(std::vector<CrowdItem> items, WorkCounter& work);
+    explicit DenseTree(std::vector<DenseItem> items, WorkCounter& work);
 
-    /// Calls pair(a, b) once with the numbers of any two items, but for those that
-    /// - have boxes that share no point,
-    /// - share a hub,
-    /// - are marked both, or
-    /// - have planes of which one has all of the other item strictly on one side.
-    /// Pairs of the last kind may be among them. Returns how many pairs of nodes or items it has
-    /// looked at.
+    /// Calls pair(a, b) once with the numbers of any two items, except for pairs
+    /// - whose boxes share no point,
+    /// - that share a hub,
+    /// - that are both marked, or
+    /// - of which one is strictly on one side of the plane of the other.
+    /// Some pairs of the last kind are not excluded. Returns the number of pairs of nodes or items
+    /// visited.
     std::size_t forEachPair(const std::function<void(std::uint32_t, std::uint32_t)>& pair,
                             WorkCounter& work) const;
 
-    /// The root is the first; none without items.
+    /// The root comes first; empty without items.
     const std::vector<Node>& nodes() const { return nodes_; }
-    /// Of the positions of a node.
-    const CrowdItem& itemAt(std::uint32_t position) const { return items_[order_[position]]; }
+    /// The item at a position from `begin` to `end` of a node.
+    const DenseItem& itemAt(std::uint32_t position) const { return items_[order_[position]]; }
 
 private:
     struct Keyed {
@@ -84,14 +86,14 @@ private:
 
     std::uint32_t add(std::uint32_t begin, std::uint32_t end, WorkCounter& work);
     Node nodeOf(std::uint32_t begin, std::uint32_t end) const;
-    Bundle bundleOf(std::uint32_t begin, std::uint32_t end) const;
+    PlaneBounds planeBoundsOf(std::uint32_t begin, std::uint32_t end) const;
     std::uint32_t split(const Node& node);
     std::uint32_t splitByHubs(const Node& node) const;
     void splitInSpace(const Node& node);
     std::function<double(std::uint32_t)> bestKey(const Node& node) const;
 
-    std::vector<CrowdItem> items_;
-    std::vector<std::uint32_t> order_; ///< By nodes.
+    std::vector<DenseItem> items_;
+    std::vector<std::uint32_t> order_; ///< Items, node by node.
     std::vector<Node> nodes_;
     std::vector<Keyed> keys_;
 };

@@ -1,4 +1,4 @@
-// Equal things are found by sorting.
+// Two sorts: of triangles by their corners, and of corners by their coordinates.
 #include "visibility/dense/DistinctTriangles.h"
 
 #include <algorithm>
@@ -12,20 +12,20 @@ auto CoordinatesOf(const BakedVertex& p) {
     return std::tie(p.x, p.y, p.z);
 }
 
-auto CornersOf(const OccluderTree::Triangle& triangle) {
+auto CornersOf(const SlotTriangle& triangle) {
     const auto& [p, q, r] = triangle.corners;
     return std::tuple_cat(CoordinatesOf(p), CoordinatesOf(q), CoordinatesOf(r));
 }
 
 } // namespace
 
-DistinctTriangles::DistinctTriangles(const std::vector<Triangle>& triangles, ItemCounter& work)
+DistinctTriangles::DistinctTriangles(const std::vector<Triangle>& triangles, WorkCounter& work)
     : triangles_(triangles) {
     findEqual(work);
-    findPlaces(work);
+    findPositions(work);
 }
 
-void DistinctTriangles::findEqual(ItemCounter& work) {
+void DistinctTriangles::findEqual(WorkCounter& work) {
     slots_.resize(triangles_.size());
     std::iota(slots_.begin(), slots_.end(), 0U);
     std::sort(slots_.begin(), slots_.end(), [&](std::uint32_t a, std::uint32_t b) {
@@ -40,12 +40,12 @@ void DistinctTriangles::findEqual(ItemCounter& work) {
             firsts_.push_back(i);
         }
     }
-    places_.resize(firsts_.size());
+    positions_.resize(firsts_.size());
     firsts_.push_back(static_cast<std::uint32_t>(slots_.size()));
 }
 
-void DistinctTriangles::findPlaces(ItemCounter& work) {
-    std::vector<std::uint32_t> corners(3 * places_.size());
+void DistinctTriangles::findPositions(WorkCounter& work) {
+    std::vector<std::uint32_t> corners(3 * positions_.size());
     std::iota(corners.begin(), corners.end(), 0U);
     const auto at = [this](std::uint32_t corner) {
         return CoordinatesOf((*this)[corner / 3].corners[corner % 3]);
@@ -58,11 +58,11 @@ void DistinctTriangles::findPlaces(ItemCounter& work) {
         if (i == 0 || at(corners[i - 1]) != at(corners[i])) {
             points_.push_back((*this)[corners[i] / 3].corners[corners[i] % 3]);
         }
-        places_[corners[i] / 3][corners[i] % 3] = placeCount() - 1;
+        positions_[corners[i] / 3][corners[i] % 3] = positionCount() - 1;
     }
 }
 
-std::optional<std::uint32_t> DistinctTriangles::placeAt(const BakedVertex& point) const {
+std::optional<std::uint32_t> DistinctTriangles::positionAt(const BakedVertex& point) const {
     const auto isBefore = [](const BakedVertex& p, const BakedVertex& q) {
         return CoordinatesOf(p) < CoordinatesOf(q);
     };
@@ -74,10 +74,10 @@ std::optional<std::uint32_t> DistinctTriangles::placeAt(const BakedVertex& point
 }
 
 std::vector<std::uint32_t> DistinctTriangles::degrees() const {
-    std::vector<std::uint32_t> degrees(placeCount(), 0);
-    for (const Places& places : places_) {
-        for (const std::uint32_t place : places) {
-            ++degrees[place];
+    std::vector<std::uint32_t> degrees(positionCount(), 0);
+    for (const Positions& positions : positions_) {
+        for (const std::uint32_t position : positions) {
+            ++degrees[position];
         }
     }
     return degrees;

@@ -1,8 +1,8 @@
-// Triangles that are the same, and places where triangles meet.
+// Groups equal triangles, and corners of triangles at the same grid point, by sorting. O(n log n).
 #pragma once
 
 #include "linesets/Work.h"
-#include "visibility/bvh/OccluderBvh.h"
+#include "visibility/bvh/SlotTriangles.h"
 
 #include <array>
 #include <cstddef>
@@ -12,19 +12,19 @@
 
 namespace ctr {
 
-/// Slots by the triangles that are in them: equal are those with the same corners in the same
-/// order. Corners at one point of the grid are one place. O(n log n).
+/// Distinct triangles, each with the slots of all equal ones: those with the same corners in the
+/// same order. Corners at the same grid point have the same position number.
 class DistinctTriangles {
 public:
-    using Triangle = OccluderTree::Triangle;
-    using Places = std::array<std::uint32_t, 3>;
+    using Triangle = SlotTriangle;
+    using Positions = std::array<std::uint32_t, 3>;
 
     /// The triangles are borrowed.
     DistinctTriangles(const std::vector<Triangle>& triangles, WorkCounter& work);
 
-    std::uint32_t count() const { return static_cast<std::uint32_t>(places_.size()); }
+    std::uint32_t count() const { return static_cast<std::uint32_t>(positions_.size()); }
 
-    /// The slots of equal triangles, by the numbers of these.
+    /// The slots of the triangles equal to a distinct one.
     const std::uint32_t* begin(std::uint32_t triangle) const {
         return slots_.data() + firsts_[triangle];
     }
@@ -35,24 +35,24 @@ public:
         return triangles_[*begin(triangle)];
     }
 
-    /// The numbers of the places of a triangle's corners.
-    const Places& places(std::uint32_t triangle) const { return places_[triangle]; }
-    std::uint32_t placeCount() const { return static_cast<std::uint32_t>(points_.size()); }
-    /// The number of a place, if some triangle has a corner there.
-    std::optional<std::uint32_t> placeAt(const BakedVertex& point) const;
+    /// The position numbers of the corners.
+    const Positions& positions(std::uint32_t triangle) const { return positions_[triangle]; }
+    std::uint32_t positionCount() const { return static_cast<std::uint32_t>(points_.size()); }
+    /// The position number of a point, if some triangle has a corner there.
+    std::optional<std::uint32_t> positionAt(const BakedVertex& point) const;
 
-    /// How many distinct triangles have a corner at each place.
+    /// The number of distinct triangles with a corner at each position.
     std::vector<std::uint32_t> degrees() const;
 
 private:
     void findEqual(WorkCounter& work);
-    void findPlaces(WorkCounter& work);
+    void findPositions(WorkCounter& work);
 
     const std::vector<Triangle>& triangles_;
     std::vector<std::uint32_t> slots_;
-    std::vector<std::uint32_t> firsts_; ///< One more than there are distinct triangles.
-    std::vector<Places> places_;
-    std::vector<BakedVertex> points_; ///< Of places, in order.
+    std::vector<std::uint32_t> firsts_; ///< One per distinct triangle, and the total.
+    std::vector<Positions> positions_;
+    std::vector<BakedVertex> points_; ///< By position number, sorted.
 };
 
 } // namespace ctr

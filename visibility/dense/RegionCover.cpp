@@ -1,28 +1,26 @@
-// What covers cells, and what may be seen in front of that.
+// Conservative tests of planes at the corners of cells.
 #include "visibility/dense/RegionCover.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdlib>
 
 namespace ctr {
 namespace {
 
-/// What is counted as work: a row of cells by its length, and bits by so many words at a time.
+/// The items of work that a cell counts as.
 constexpr std::size_t kWorkPerCell = 4;
-constexpr std::size_t kWordsPerWork = 64;
-constexpr std::int64_t kParts = CellsOnAxis::kParts;
+constexpr std::int64_t kSubsteps = GridAxis::kSubsteps;
 
-/// A cell on screen, its ends in parts of a step.
+/// A cell on screen, with its ends in substeps.
 struct CellOnScreen {
-    CellsOnAxis::Interval x;
-    CellsOnAxis::Interval y;
+    GridAxis::Interval x;
+    GridAxis::Interval y;
 };
 
-/// A side of a triangle on screen, negative inside. Values are multiplied by the parts of a step.
-class SideOnScreen {
+/// An edge function of a triangle on screen, negative inside. Values are in substeps.
+class ScreenEdgeFunction {
 public:
-    SideOnScreen(const BakedVertex& a, const BakedVertex& b)
+    ScreenEdgeFunction(const BakedVertex& a, const BakedVertex& b)
         : from_(a), perX_(std::int64_t{b.y} - a.y), perY_(std::int64_t{a.x} - b.x) {}
 
     std::int64_t most(const CellOnScreen& cell) const {
@@ -31,14 +29,14 @@ public:
     std::int64_t least(const CellOnScreen& cell) const {
         return valueAt(perX_ > 0 ? cell.x.min : cell.x.max, perY_ > 0 ? cell.y.min : cell.y.max);
     }
-    /// By how much it changes along so many steps on either axis at most.
+    /// The largest change within so many steps on either axis.
     std::int64_t changeWithin(std::int64_t x, std::int64_t y) const {
-        return kParts * (x * std::abs(perX_) + y * std::abs(perY_));
+        return kSubsteps * (x * std::abs(perX_) + y * std::abs(perY_));
     }
 
 private:
     std::int64_t valueAt(std::int64_t x, std::int64_t y) const {
-        return perX_ * (x - kParts * from_.x) + perY_ * (y - kParts * from_.y);
+        return perX_ * (x - kSubsteps * from_.x) + perY_ * (y - kSubsteps * from_.y);
     }
 
     const BakedVertex& from_;
@@ -46,27 +44,28 @@ private:
     std::int64_t perY_;
 };
 
-/// Up to which value of a side in a cell the triangle surely hides there; see the top of
-/// CrowdCover.h.
-std::int64_t LimitOf(const SideOnScreen& side, const CellOnScreen& crowd) {
+/// The value up to which an edge function in a cell is certainly inside; see RegionCover.h.
+std::int64_t LimitOf(const ScreenEdgeFunction& edge, const CellOnScreen& region) {
     constexpr std::int64_t kLossPerStep = 1024;
-    constexpr std::int64_t kMargin = 2; // 1 for the rounding, the rest for what doubles lose
-    return side.most(crowd) <= 0 ? 0 : -(kMargin * kParts + side.changeWithin(1, 1) / kLossPerStep);
+    constexpr std::int64_t kMargin = 2; // 1 for the rounding, the rest for the doubles.
+    return edge.most(region) <= 0 ? 0
+                                  : -(kMargin * kSubsteps + edge.changeWithin(1, 1) / kLossPerStep);
 }
 
-/// Up to which value of a side in a cell a cut on the triangle's plane may go there.
-std::int64_t ReachOf(const SideOnScreen& side) {
-    return std::max(side.changeWithin(1, 3), side.changeWithin(3, 1));
+/// The value up to which an edge function in a cell allows an intersection on the triangle's plane
+/// there.
+std::int64_t ReachOf(const ScreenEdgeFunction& edge) {
+    return std::max(edge.changeWithin(1, 3), edge.changeWithin(3, 1));
 }
 
-CellsOnAxis::Interval Widened(const CellsOnAxis::Interval& steps) {
+GridAxis::Interval Widened(const GridAxis::Interval& steps) {
     constexpr std::int64_t kReach = 3;
     return {steps.min - kReach, steps.max + kReach};
 }
 
 } // namespace
 
-struct CrowdCover::Corners {
+struct RegionCover::Corners {
     double x[2];
     double y[2];
     double z[2][2]; ///< By row and column.
@@ -75,13 +74,13 @@ struct CrowdCover::Corners {
         : x{inSteps(cell.x.min), inSteps(cell.x.max)}, y{inSteps(cell.y.min), inSteps(cell.y.max)},
           z{{depth, depth}, {depth, depth}} {}
 
-    /// Of a triangle's plane.
+    /// Points of a triangle's plane.
     Corners(const CellOnScreen& cell, const SlotTriangle& triangle, const GridVector& normal)
         : Corners(cell, 0.0) {
         const BakedVertex& p = triangle.corners[0];
-        const std::int64_t alongX[2] = {cell.x.min - kParts * p.x, cell.x.max - kParts * p.x};
-        const std::int64_t alongY[2] = {cell.y.min - kParts * p.y, cell.y.max - kParts * p.y};
-        const double scale = -1.0 / static_cast<double>(kParts * normal[2]);
+        const std::int64_t alongX[2] = {cell.x.min - kSubsteps * p.x, cell.x.max - kSubsteps * p.x};
+        const std::int64_t alongY[2] = {cell.y.min - kSubsteps * p.y, cell.y.max - kSubsteps * p.y};
+        const double scale = -1.0 / static_cast<double>(kSubsteps * normal[2]);
         for (int row = 0; row < 2; ++row) {
             for (int column = 0; column < 2; ++column) {
                 const std::int64_t change = normal[0] * alongX[column] + normal[1] * alongY[row];
@@ -100,47 +99,47 @@ struct CrowdCover::Corners {
 
 private:
     static double inSteps(std::int64_t parts) {
-        return static_cast<double>(parts) / static_cast<double>(kParts);
+        return static_cast<double>(parts) / static_cast<double>(kSubsteps);
     }
 };
 
-CrowdCover::CrowdCover(const SlotTriangles& triangles,
-                       const std::vector<std::uint32_t>& slots,
-                       const ContactTolerance& tolerance,
-                       ItemCounter& work)
+RegionCover::RegionCover(const SlotTriangles& triangles,
+                         const std::vector<std::uint32_t>& slots,
+                         const ContactTolerance& tolerance,
+                         WorkCounter& work)
     : tolerance_(tolerance), cells_(triangles, slots), covers_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
         cover(triangles[slot], work);
     }
 }
 
-void CrowdCover::cover(const SlotTriangle& triangle, ItemCounter& work) {
+void RegionCover::cover(const SlotTriangle& triangle, WorkCounter& work) {
     const auto& p = triangle.corners;
-    const SideOnScreen sides[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
-    const CellOnScreen crowd{cells_.columns.extent(), cells_.rows.extent()};
-    const std::int64_t limits[3] = {LimitOf(sides[0], crowd), LimitOf(sides[1], crowd),
-                                    LimitOf(sides[2], crowd)};
+    const ScreenEdgeFunction edges[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
+    const CellOnScreen region{cells_.columns.extent(), cells_.rows.extent()};
+    const std::int64_t limits[3] = {LimitOf(edges[0], region), LimitOf(edges[1], region),
+                                    LimitOf(edges[2], region)};
     const GridVector normal = NormalOf(p);
-    const CellsOnAxis::Run columns = cells_.columns.within(StepsOf(triangle, &BakedVertex::x));
-    const CellsOnAxis::Run rows = cells_.rows.within(StepsOf(triangle, &BakedVertex::y));
-    bool isNeeded = false;
+    const GridAxis::Run columns = cells_.columns.within(StepsOf(triangle, &BakedVertex::x));
+    const GridAxis::Run rows = cells_.rows.within(StepsOf(triangle, &BakedVertex::y));
+    bool isUsed = false;
     work.count(kWorkPerCell);
     for (std::int64_t row = rows.first; row <= rows.last; ++row) {
         work.count(columns.length());
         for (std::int64_t column = columns.first; column <= columns.last; ++column) {
             const CellOnScreen cell{cells_.columns[column], cells_.rows[row]};
-            if (sides[0].most(cell) <= limits[0] && sides[1].most(cell) <= limits[1] &&
-                sides[2].most(cell) <= limits[2]) {
-                isNeeded =
+            if (edges[0].most(cell) <= limits[0] && edges[1].most(cell) <= limits[1] &&
+                edges[2].most(cell) <= limits[2]) {
+                isUsed =
                     add(covers_[cells_.indexOf(column, row)], Corners(cell, triangle, normal)) ||
-                    isNeeded;
+                    isUsed;
             }
         }
     }
-    if (!isNeeded) {
+    if (!isUsed) {
         return;
     }
-    // Planes at places, and these, are off by 2^-20 of the size at most.
+    // Plane values, and the points at which they are taken, are off by at most 2^-20 of the size.
     constexpr double kLoss = 0x1p-16;
     const double loss = static_cast<double>(ChangePerStep(normal)) * kLoss;
     planes_.push_back(
@@ -150,8 +149,8 @@ void CrowdCover::cover(const SlotTriangle& triangle, ItemCounter& work) {
          -(2.0 + loss + static_cast<double>(tolerance_.bandOf(normal)))});
 }
 
-/// Remembers the next plane of all in a cell if it is among the nearest there.
-bool CrowdCover::add(Cell& cell, const Corners& corners) {
+/// Adds the next plane to a cell if it is among the nearest there.
+bool RegionCover::add(Cell& cell, const Corners& corners) {
     const auto depth = static_cast<float>(corners.depth());
     if (!(depth < cell.back().depth)) {
         return false;
@@ -164,13 +163,13 @@ bool CrowdCover::add(Cell& cell, const Corners& corners) {
     return true;
 }
 
-bool CrowdCover::hides(const Cell& cell, const Corners& corners) const {
+bool RegionCover::occludes(const Cell& cell, const Corners& corners) const {
     return std::any_of(cell.begin(), cell.end(), [&](const Cover& cover) {
         return cover.depth < Cover().depth && corners.areBehind(planes_[cover.plane]);
     });
 }
 
-std::size_t CrowdCover::blockOf(std::int64_t column, std::int64_t row) const {
+std::size_t RegionCover::blockOf(std::int64_t column, std::int64_t row) const {
     const auto along = [](std::int64_t cell, std::int64_t count) {
         return cell / ((count + kBlocksPerAxis - 1) / kBlocksPerAxis);
     };
@@ -178,109 +177,39 @@ std::size_t CrowdCover::blockOf(std::int64_t column, std::int64_t row) const {
                                     along(column, cells_.columns.count()));
 }
 
-CrowdCover::InSight CrowdCover::inSight(const SlotTriangle& triangle, ItemCounter& work) const {
+RegionCover::Visibility RegionCover::visibilityOf(const SlotTriangle& triangle,
+                                                  WorkCounter& work) const {
     const auto& p = triangle.corners;
-    const SideOnScreen sides[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
-    const std::int64_t reach[3] = {ReachOf(sides[0]), ReachOf(sides[1]), ReachOf(sides[2])};
+    const ScreenEdgeFunction edges[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
+    const std::int64_t reach[3] = {ReachOf(edges[0]), ReachOf(edges[1]), ReachOf(edges[2])};
     const GridVector normal = NormalOf(p);
     const double nearest = std::min({p[0].z, p[1].z, p[2].z});
-    const auto x = cells_.columns.meeting(Widened(StepsOf(triangle, &BakedVertex::x)));
-    const auto y = cells_.rows.meeting(Widened(StepsOf(triangle, &BakedVertex::y)));
-    InSight inSight;
+    const auto x = cells_.columns.overlapping(Widened(StepsOf(triangle, &BakedVertex::x)));
+    const auto y = cells_.rows.overlapping(Widened(StepsOf(triangle, &BakedVertex::y)));
+    Visibility visibility;
     for (std::int64_t row = y.first; row <= y.last; ++row) {
         work.count(kWorkPerCell * x.length());
         for (std::int64_t column = x.first; column <= x.last; ++column) {
             const std::size_t block = blockOf(column, row);
             const CellOnScreen on{cells_.columns[column], cells_.rows[row]};
-            const std::int64_t least[3] = {sides[0].least(on), sides[1].least(on),
-                                           sides[2].least(on)};
-            if (inSight.own[block] || least[0] > reach[0] || least[1] > reach[1] ||
+            const std::int64_t least[3] = {edges[0].least(on), edges[1].least(on),
+                                           edges[2].least(on)};
+            if (visibility.own[block] || least[0] > reach[0] || least[1] > reach[1] ||
                 least[2] > reach[2]) {
                 continue;
             }
             const Cell& cell = covers_[cells_.indexOf(column, row)];
-            if (hides(cell, Corners(on, triangle, normal))) {
+            if (occludes(cell, Corners(on, triangle, normal))) {
                 continue;
             }
-            inSight.around.set(block);
+            visibility.around.set(block);
             if (std::max({least[0], least[1], least[2]}) <= 0 &&
-                !hides(cell, Corners(on, nearest))) {
-                inSight.own.set(block);
+                !occludes(cell, Corners(on, nearest))) {
+                visibility.own.set(block);
             }
         }
     }
-    return inSight;
-}
-
-PairsInSight::PairsInSight(const SlotTriangles& triangles,
-                           const std::vector<std::uint32_t>& slots,
-                           const ContactTolerance& tolerance,
-                           ItemCounter& work)
-    : work_(work), around_(CrowdCover::Blocks().size()) {
-    const CrowdCover cover(triangles, slots, tolerance, work);
-    for (const std::uint32_t slot : slots) {
-        const CrowdCover::InSight inSight = cover.inSight(triangles[slot], work);
-        if (inSight.around.any()) {
-            slots_.push_back(slot);
-            inSight_.push_back(inSight);
-        }
-    }
-    partners_.resize(slots_.size() / kWordBits + 1);
-    std::fill(around_.begin(), around_.end(), partners_);
-    for (std::size_t i = 0; i < slots_.size(); ++i) {
-        work.count(around_.size() / kWordsPerWork);
-        for (std::size_t block = 0; block < around_.size(); ++block) {
-            const Word bit = inSight_[i].around[block] ? 1U : 0U;
-            around_[block][i / kWordBits] |= bit << (i % kWordBits);
-        }
-    }
-}
-
-/// Who is around where a triangle is, itself among them.
-const std::vector<PairsInSight::Word>& PairsInSight::partnersOf(std::size_t own) {
-    std::fill(partners_.begin(), partners_.end(), 0);
-    for (std::size_t block = 0; block < around_.size(); ++block) {
-        if (inSight_[own].own[block]) {
-            std::transform(partners_.begin(), partners_.end(), around_[block].begin(),
-                           partners_.begin(), std::bit_or<>());
-            work_.count(partners_.size() / kWordsPerWork + 1);
-        }
-    }
-    work_.count(partners_.size() / kWordsPerWork + 1);
-    return partners_;
-}
-
-double PairsInSight::estimate() {
-    constexpr std::size_t kSamples = 1024;
-    const std::size_t step = slots_.size() / kSamples + 1;
-    std::size_t count = 0;
-    for (std::size_t own = 0; own < slots_.size(); own += step) {
-        for (const Word word : partnersOf(own)) {
-            count += static_cast<std::size_t>(std::popcount(word));
-        }
-    }
-    return static_cast<double>(count) * static_cast<double>(step);
-}
-
-bool PairsInSight::areMetFromBoth(std::size_t own, std::size_t around) const {
-    return (inSight_[around].own & inSight_[own].around).any();
-}
-
-void PairsInSight::forEach(const std::function<void(std::uint32_t, std::uint32_t)>& visit) {
-    for (std::size_t own = 0; own < slots_.size(); ++own) {
-        std::size_t first = 0;
-        for (Word word : partnersOf(own)) {
-            work_.count(static_cast<std::size_t>(std::popcount(word)));
-            for (; word != 0; word &= word - 1) {
-                const std::size_t partner =
-                    first + static_cast<std::size_t>(std::countr_zero(word));
-                if (own < partner || (own > partner && !areMetFromBoth(own, partner))) {
-                    visit(slots_[own], slots_[partner]);
-                }
-            }
-            first += kWordBits;
-        }
-    }
+    return visibility;
 }
 
 } // namespace ctr

@@ -1,33 +1,36 @@
-// Pairs of triangles of a crowd whose cut may be visible. In a crowd nearly every pair gives a cut,
-// and nearly all cuts are hidden, each by several triangles together.
+// The occlusion of triangles of a dense region by its nearest ones. In such a region nearly every
+// pair intersects, and nearly all intersections are occluded, each by several triangles together.
 //
-// A cell remembers the nearest triangles that cover all of it. Where a triangle of the crowd is
-// surely behind one of these, throughout the cell, no cut is visible on it. (After N. Greene, M.
-// Kass and G. Miller, Hierarchical Z-buffer visibility, SIGGRAPH 1993, with planes in place of
-// depths. DepthMap does so for the whole screen, with margins of several steps: too many where a
-// crowd is only some steps wide.)
+// Each cell stores the nearest triangles that cover all of it. Where a triangle of the region is
+// certainly behind one of these throughout the cell, no intersection is visible on it there. After
+// N. Greene, M. Kass and G. Miller, Hierarchical Z-buffer visibility, SIGGRAPH 1993, with planes in
+// place of depths. (CoarseDepthBuffer does the same for the whole screen with margins of several
+// steps, which are too large where a region is only a few steps wide.) O(n + c) for n triangles and
+// c cells covered.
 //
-// Why what is hidden here is hidden by CutOcclusion. What a triangle hides of a cut follows from
-// the signs of four linear functions, its plane and its sides, at the exact ends of the cut. Where
-// the signs of one differ, values rounded by less than 1, and by what doubles lose, tell the place
-// between. So the triangle is found to hide every point of the cut at which all four are below
-// -(1 + loss), and below the contact band for the plane. What is asked for here is
-//  - that a side is below -(1 + loss) throughout the cell, or has the whole crowd on its inner
-//    side. Then it has no positive sign at any end, and nothing is rounded. A cut that runs along
-//    such a side would count as outside of it without a contact tolerance; but there is none, as
-//    the triangles that cut each other have corners strictly on both sides of their cut on screen;
-//  - that the plane is below -(1 + loss + band) at every point in question.
-// If all points of a cut are hidden so, the ranges found leave nothing of it.
+// Claim 1: an intersection edge that is occluded here is occluded by IntersectionOcclusion. The
+// interval that a triangle occludes follows from the signs of four linear functions, its plane and
+// its edge functions, at the exact ends of the edge. Where the signs of one function differ, the
+// crossing is computed from values off by less than 1 plus the error of doubles. So the triangle
+// occludes every point of the edge at which all four functions are below -(1 + error), and the
+// plane also below the contact band. The conditions here are
+//  - that an edge function is below -(1 + error) throughout the cell, or not positive in the whole
+//    region. In the latter case it is not positive at either end, and nothing is rounded. An
+//    intersection edge along such a triangle edge would count as outside without a contact
+//    tolerance, but there is none: intersecting triangles have corners strictly on both sides of
+//    their intersection on screen;
+//  - that the plane is below -(1 + error + band) at every point in question.
+// If all points of an edge are occluded in this way, the union of its intervals is the whole edge.
 //
-// Why it is enough to look where triangles are, although crossings are rounded. The ends of a cut
-// are exact; which of the four crossings become its ends is decided by rounded coordinates. Two
-// on the same side that are less than a step apart on the axis of order may be mistaken for each
-// other. So the cut may go beyond either triangle, but not beyond both: if both ends are of one
-// triangle, that has all of the cut, and spans that are apart give no cut with an end of each. What
-// goes beyond is less than a step long on the axis of order, and on the other axis less than three,
-// as that has the smaller extent in rounded steps: it is (e + 1) / (e - 1) times as far for extents
-// of e >= 2, and below 2 in all for smaller ones. Hence a visible point lies on one triangle, in
-// front of what covers its cell, and on the plane of the other at most so far beyond that.
+// Claim 2: it suffices to test points of triangles, although crossings are rounded. The ends of an
+// intersection edge are exact; which of the four crossings become its ends is decided by rounded
+// coordinates. Two on the same side that are less than a step apart on the ordering axis may be
+// confused. So the edge may extend beyond either triangle, but not beyond both: if both ends belong
+// to one triangle, the whole edge lies on it, and disjoint spans give no edge with an end of each.
+// The excess is less than one step on the ordering axis and less than three on the other one, which
+// has the smaller extent in rounded steps: for an extent of e >= 2 it is (e + 1) / (e - 1) times as
+// long, and below 2 in all for smaller ones. Hence a visible point lies on one triangle, in front
+// of the cover of its cell, and on the plane of the other at most that far beyond the triangle.
 #pragma once
 
 #include "linesets/Work.h"
@@ -38,38 +41,37 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <limits>
 #include <vector>
 
 namespace ctr {
 
-/// The nearest triangles that cover each cell of one crowd.
-class CrowdCover {
+/// The nearest triangles that cover each cell of one region.
+class RegionCover {
 public:
-    /// A set of blocks, which are cells side by side.
+    /// A set of blocks, which are groups of adjacent cells.
     using Blocks = std::bitset<256>;
 
-    /// In which blocks a triangle may be seen.
-    struct InSight {
-        Blocks own;    ///< Itself.
-        Blocks around; ///< Points of its plane in it or as little beside it as cuts may go beyond.
+    /// The blocks in which parts of a triangle may be visible.
+    struct Visibility {
+        Blocks own;    ///< Points of the triangle.
+        Blocks around; ///< Points of its plane within it, or as far beyond it as edges may extend.
     };
 
-    /// Nothing is borrowed. Triangles face the eye, and values of their planes and sides in the box
-    /// of the crowd are below 2^59. O(n) for n triangles.
-    CrowdCover(const SlotTriangles& triangles,
-               const std::vector<std::uint32_t>& slots,
-               const ContactTolerance& tolerance,
-               WorkCounter& work);
+    /// Nothing is borrowed. Triangles face the eye, and values of their planes and edge functions
+    /// in the box of the region are below 2^59.
+    RegionCover(const SlotTriangles& triangles,
+                const std::vector<std::uint32_t>& slots,
+                const ContactTolerance& tolerance,
+                WorkCounter& work);
 
-    /// Of a triangle of the crowd.
-    InSight inSight(const SlotTriangle& triangle, WorkCounter& work) const;
+    /// The visibility of a triangle of the region.
+    Visibility visibilityOf(const SlotTriangle& triangle, WorkCounter& work) const;
 
 private:
     static constexpr std::int64_t kBlocksPerAxis = 16;
 
-    /// A plane as a linear function of places, negative behind; below the limit it surely hides.
+    /// A plane as a linear function, negative behind; below the limit it certainly occludes.
     struct Plane {
         double normal[3];
         double offset[3];
@@ -80,51 +82,23 @@ private:
         }
     };
     struct Cover {
-        float depth = std::numeric_limits<float>::infinity(); ///< In the middle of the cell.
+        float depth = std::numeric_limits<float>::infinity(); ///< At the centre of the cell.
         std::uint32_t plane = 0;
     };
     /// Nearest first.
     using Cell = std::array<Cover, 8>;
-    /// Points of a plane, or places of one depth, at the corners of a cell.
+    /// Points of a plane, or of one depth, at the corners of a cell.
     struct Corners;
 
     void cover(const SlotTriangle& triangle, WorkCounter& work);
     bool add(Cell& cell, const Corners& corners);
-    bool hides(const Cell& cell, const Corners& corners) const;
+    bool occludes(const Cell& cell, const Corners& corners) const;
     std::size_t blockOf(std::int64_t column, std::int64_t row) const;
 
     ContactTolerance tolerance_;
-    CellsOfCrowd cells_;
+    RegionGrid cells_;
     std::vector<Plane> planes_;
     std::vector<Cell> covers_;
-};
-
-/// The pairs of one crowd whose cut may be visible.
-class PairsInSight {
-public:
-    /// Nothing is borrowed but the counter; see CrowdCover.
-    PairsInSight(const SlotTriangles& triangles,
-                 const std::vector<std::uint32_t>& slots,
-                 const ContactTolerance& tolerance,
-                 WorkCounter& work);
-
-    /// About how many pairs forEach() looks at, most of them twice; from samples.
-    double estimate();
-    /// Calls visit(slot, slot) for each pair once.
-    void forEach(const std::function<void(std::uint32_t, std::uint32_t)>& visit);
-
-private:
-    using Word = std::uint64_t;
-    static constexpr std::size_t kWordBits = 64;
-
-    const std::vector<Word>& partnersOf(std::size_t own);
-    bool areMetFromBoth(std::size_t own, std::size_t around) const;
-
-    WorkCounter& work_;
-    std::vector<std::uint32_t> slots_; ///< Of the triangles that are around any block.
-    std::vector<CrowdCover::InSight> inSight_;
-    std::vector<std::vector<Word>> around_; ///< Who is around a block, bit by bit.
-    std::vector<Word> partners_;
 };
 
 } // namespace ctr

@@ -1,4 +1,4 @@
-// Triangles over the middles of cells.
+// Rasterises triangles at the centres of cells.
 #include "visibility/dense/RegionFronts.h"
 
 #include "visibility/bvh/BvhNode.h"
@@ -13,21 +13,21 @@ namespace {
 
 constexpr std::size_t kWorkPerTriangle = 16;
 
-/// The middle of a cell in steps.
-double MiddleOf(const CellsOnAxis::Interval& parts) {
-    return 0.5 / CellsOnAxis::kParts * static_cast<double>(parts.min + parts.max);
+/// The centre of a cell in steps.
+double CentreOf(const GridAxis::Interval& substeps) {
+    return 0.5 / GridAxis::kSubsteps * static_cast<double>(substeps.min + substeps.max);
 }
 
-/// A triangle on screen, in doubles, as nothing depends on it.
-class RoughTriangle {
+/// A triangle on screen in doubles.
+class ApproximateTriangle {
 public:
-    explicit RoughTriangle(const SlotTriangle& triangle) : corners_(triangle.corners) {
+    explicit ApproximateTriangle(const SlotTriangle& triangle) : corners_(triangle.corners) {
         const GridVector normal = NormalOf(corners_);
         perX_ = -static_cast<double>(normal[0]) / static_cast<double>(normal[2]);
         perY_ = -static_cast<double>(normal[1]) / static_cast<double>(normal[2]);
     }
 
-    bool isOver(double x, double y) const {
+    bool covers(double x, double y) const {
         return isInside(0, x, y) && isInside(1, x, y) && isInside(2, x, y);
     }
     double depthAt(double x, double y) const {
@@ -47,21 +47,21 @@ private:
     double perY_;
 };
 
-bool HoldsPoint(const kx::kxBBox& box, const BakedVertex& p) {
-    const float place[3] = {static_cast<float>(p.x), static_cast<float>(p.y),
-                            static_cast<float>(p.z)};
-    bool holds = true;
+bool ContainsPoint(const kx::kxBBox& box, const BakedVertex& p) {
+    const float position[3] = {static_cast<float>(p.x), static_cast<float>(p.y),
+                               static_cast<float>(p.z)};
+    bool contains = true;
     for (int axis = 0; axis < 3; ++axis) {
-        holds = holds && box.min[axis] <= place[axis] && place[axis] <= box.max[axis];
+        contains = contains && box.min[axis] <= position[axis] && position[axis] <= box.max[axis];
     }
-    return holds;
+    return contains;
 }
 
 } // namespace
 
-CrowdSurface::CrowdSurface(const SlotTriangles& triangles,
-                           const std::vector<std::uint32_t>& slots,
-                           ItemCounter& work)
+RegionFront::RegionFront(const SlotTriangles& triangles,
+                         const std::vector<std::uint32_t>& slots,
+                         WorkCounter& work)
     : cells_(triangles, slots), nearest_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
         work.count(kWorkPerTriangle);
@@ -69,50 +69,50 @@ CrowdSurface::CrowdSurface(const SlotTriangles& triangles,
     }
 }
 
-void CrowdSurface::add(const SlotTriangle& triangle, std::uint32_t slot, ItemCounter& work) {
-    const RoughTriangle rough(triangle);
-    const CellsOnAxis::Run columns = cells_.columns.meeting(StepsOf(triangle, &BakedVertex::x));
-    const CellsOnAxis::Run rows = cells_.rows.meeting(StepsOf(triangle, &BakedVertex::y));
+void RegionFront::add(const SlotTriangle& triangle, std::uint32_t slot, WorkCounter& work) {
+    const ApproximateTriangle approximate(triangle);
+    const GridAxis::Run columns = cells_.columns.overlapping(StepsOf(triangle, &BakedVertex::x));
+    const GridAxis::Run rows = cells_.rows.overlapping(StepsOf(triangle, &BakedVertex::y));
     for (std::int64_t row = rows.first; row <= rows.last; ++row) {
         work.count(columns.length());
         for (std::int64_t column = columns.first; column <= columns.last; ++column) {
-            const double x = MiddleOf(cells_.columns[column]);
-            const double y = MiddleOf(cells_.rows[row]);
+            const double x = CentreOf(cells_.columns[column]);
+            const double y = CentreOf(cells_.rows[row]);
             Cell& cell = nearest_[cells_.indexOf(column, row)];
-            const auto depth = static_cast<float>(rough.depthAt(x, y));
-            if (!(depth < cell.back().depth) || !rough.isOver(x, y)) {
+            const auto depth = static_cast<float>(approximate.depthAt(x, y));
+            if (!(depth < cell.back().depth) || !approximate.covers(x, y)) {
                 continue;
             }
             const auto behind = std::upper_bound(
                 cell.begin(), cell.end(), depth,
-                [](float value, const Place& place) { return value < place.depth; });
+                [](float value, const Entry& position) { return value < position.depth; });
             std::move_backward(behind, cell.end() - 1, cell.end());
             *behind = {depth, slot};
         }
     }
 }
 
-void CrowdSurface::findNearest(double x, double y, std::vector<std::uint32_t>& slots) const {
+void RegionFront::findNearest(double x, double y, std::vector<std::uint32_t>& slots) const {
     const std::size_t index = cells_.indexOf(cells_.columns.around(x), cells_.rows.around(y));
     slots.clear();
-    for (const Place& place : nearest_[index]) {
-        if (place.depth < Place().depth) {
-            slots.push_back(place.slot);
+    for (const Entry& position : nearest_[index]) {
+        if (position.depth < Entry().depth) {
+            slots.push_back(position.slot);
         }
     }
 }
 
-CrowdSurfaces::CrowdSurfaces(const BakedTriangles& baked,
-                             const SlotTriangles& triangles,
-                             ItemCounter& work)
+RegionFronts::RegionFronts(const BakedTriangles& baked,
+                           const SlotTriangles& triangles,
+                           WorkCounter& work)
     : baked_(baked) {
-    for (const unsigned int root : FindCrowds(baked, work)) {
-        crowds_.push_back({root, CrowdSurface(triangles, SlotsBelow(baked, root), work)});
+    for (const unsigned int root : FindDenseRegions(baked, work)) {
+        denseRegions_.push_back({root, RegionFront(triangles, SlotsBelow(baked, root), work)});
     }
 }
 
-void CrowdSurfaces::turnTo(const BakedVertex& a, const BakedVertex& b) {
-    current_ = crowds_.empty() ? nullptr : crowdOf(0, a, b);
+void RegionFronts::selectSegment(const BakedVertex& a, const BakedVertex& b) {
+    current_ = denseRegions_.empty() ? nullptr : regionOf(0, a, b);
     from_[0] = a.x;
     from_[1] = a.y;
     along_[0] = static_cast<double>(b.x) - a.x;
@@ -120,31 +120,31 @@ void CrowdSurfaces::turnTo(const BakedVertex& a, const BakedVertex& b) {
     nearest_.clear();
 }
 
-const std::vector<std::uint32_t>& CrowdSurfaces::nearestAt(double t) {
+const std::vector<std::uint32_t>& RegionFronts::nearestAt(double t) {
     if (current_ != nullptr) {
-        current_->surface.findNearest(from_[0] + t * along_[0], from_[1] + t * along_[1], nearest_);
+        current_->front.findNearest(from_[0] + t * along_[0], from_[1] + t * along_[1], nearest_);
     }
     return nearest_;
 }
 
-/// A crowd below a node whose box holds both points.
-const CrowdSurfaces::Crowd*
-CrowdSurfaces::crowdOf(unsigned int node, const BakedVertex& a, const BakedVertex& b) const {
-    const HierarchyNode& here = baked_.bvh.nodes[node];
-    if (!HoldsPoint(here.box, a) || !HoldsPoint(here.box, b)) {
+/// The region below a node whose box contains both points.
+const RegionFronts::Region*
+RegionFronts::regionOf(unsigned int node, const BakedVertex& a, const BakedVertex& b) const {
+    const BvhNode& here = baked_.bvh.nodes[node];
+    if (!ContainsPoint(here.box, a) || !ContainsPoint(here.box, b)) {
         return nullptr;
     }
-    const auto crowd =
-        std::lower_bound(crowds_.begin(), crowds_.end(), node,
-                         [](const Crowd& one, unsigned int root) { return one.root < root; });
-    if (crowd != crowds_.end() && crowd->root == node) {
-        return &*crowd;
+    const auto region =
+        std::lower_bound(denseRegions_.begin(), denseRegions_.end(), node,
+                         [](const Region& one, unsigned int root) { return one.root < root; });
+    if (region != denseRegions_.end() && region->root == node) {
+        return &*region;
     }
     if (IsLeaf(here)) {
         return nullptr;
     }
-    const Crowd* const first = crowdOf(FirstChild(here), a, b);
-    return first != nullptr ? first : crowdOf(SecondChild(here), a, b);
+    const Region* const first = regionOf(FirstChild(here), a, b);
+    return first != nullptr ? first : regionOf(SecondChild(here), a, b);
 }
 
 } // namespace ctr

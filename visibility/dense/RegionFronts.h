@@ -1,8 +1,8 @@
-// The front-most triangles of a crowd. Most edges are hidden by one or two of them.
+// The front-most triangles of a dense region. Most edges are occluded by one or two of them.
 //
-// The triangles over the middle of each cell are known, the nearest first. (After N. Greene, M.
-// Kass and G. Miller, Hierarchical Z-buffer visibility, SIGGRAPH 1993; but nothing is decided here:
-// it only determines which triangles are tested first.)
+// Each cell stores the nearest triangles that cover its centre, as a z-buffer with several layers
+// does. Nothing is decided here, so doubles suffice: the result only determines which triangles are
+// tested first. O(n + c) for n triangles and c cells rasterised.
 #pragma once
 
 #include "visibility/dense/DenseRegions.h"
@@ -14,54 +14,55 @@
 
 namespace ctr {
 
-/// Of one crowd.
-class CrowdSurface {
+/// The fronts of one region.
+class RegionFront {
 public:
     /// Nothing is borrowed. O(n) for n triangles.
-    CrowdSurface(const SlotTriangles& triangles,
-                 const std::vector<std::uint32_t>& slots,
-                 ItemCounter& work);
+    RegionFront(const SlotTriangles& triangles,
+                const std::vector<std::uint32_t>& slots,
+                WorkCounter& work);
 
-    /// The slots of those over a place, nearest first, in `slots`.
+    /// The slots of the triangles that cover a point, nearest first, in `slots`.
     void findNearest(double x, double y, std::vector<std::uint32_t>& slots) const;
 
 private:
-    struct Place {
+    struct Entry {
         float depth = std::numeric_limits<float>::infinity();
         std::uint32_t slot = 0;
     };
     /// Nearest first.
-    using Cell = std::array<Place, 16>;
+    using Cell = std::array<Entry, 16>;
 
-    void add(const SlotTriangle& triangle, std::uint32_t slot, ItemCounter& work);
+    void add(const SlotTriangle& triangle, std::uint32_t slot, WorkCounter& work);
 
-    CellsOfCrowd cells_;
+    RegionGrid cells_;
     std::vector<Cell> nearest_;
 };
 
-/// Of all crowds of a hierarchy.
-class CrowdSurfaces {
+/// The fronts of all dense regions of a BVH.
+class RegionFronts {
 public:
-    /// As for FindCrowds(); the hierarchy is borrowed, the triangles are its own, slot by slot.
-    CrowdSurfaces(const BakedTriangles& baked, const SlotTriangles& triangles, ItemCounter& work);
+    /// As for FindDenseRegions(). The BVH is borrowed; the triangles are its own, slot by slot.
+    RegionFronts(const BakedTriangles& baked, const SlotTriangles& triangles, WorkCounter& work);
 
-    /// Prepares for questions about a segment.
-    void turnTo(const BakedVertex& a, const BakedVertex& b);
-    /// The slots of triangles of its crowd, if it lies in one, that are over the place at a
-    /// parameter, from a (0) to b (1): nearest first, at most 16. Valid until the next call.
+    /// Selects the segment for nearestAt().
+    void selectSegment(const BakedVertex& a, const BakedVertex& b);
+    /// The slots of triangles that cover the point of the segment at a parameter, from a (0) to b
+    /// (1), in the region that contains it, if any: nearest first, at most 16. Valid until the next
+    /// call.
     const std::vector<std::uint32_t>& nearestAt(double t);
 
 private:
-    struct Crowd {
+    struct Region {
         unsigned int root;
-        CrowdSurface surface;
+        RegionFront front;
     };
 
-    const Crowd* crowdOf(unsigned int node, const BakedVertex& a, const BakedVertex& b) const;
+    const Region* regionOf(unsigned int node, const BakedVertex& a, const BakedVertex& b) const;
 
     const BakedTriangles& baked_;
-    std::vector<Crowd> crowds_; ///< By root.
-    const Crowd* current_ = nullptr;
+    std::vector<Region> denseRegions_; ///< Sorted by root.
+    const Region* current_ = nullptr;
     double from_[2] = {};
     double along_[2] = {};
     std::vector<std::uint32_t> nearest_;

@@ -1,4 +1,5 @@
-// The distance from a face within which something touches the face rather than lies behind it.
+// The contact tolerance: the distance from a face within which a point touches the face rather than
+// lies behind it.
 //
 // Every corner is rounded to the grid separately, by less than one step per axis. A point that lies
 // in the plane of a face, and within the face on screen, therefore gets a plane value of less than
@@ -29,7 +30,7 @@ inline std::int64_t ChangePerStep(const GridVector& normal) {
 class ContactTolerance {
 public:
     ContactTolerance() = default;
-    /// Looks at the grid, if there is one, only where the tolerance is on.
+    /// Reads the grid, if there is one, only for a tolerance that is not 0.
     explicit ContactTolerance(const BakedTriangles& baked)
         : steps_(baked.contactTolerance == 0 || baked.projectionSpace == nullptr
                      ? 0
@@ -45,7 +46,7 @@ public:
         return WrapMultiply(steps_, ChangePerStep(normal));
     }
 
-    /// The same along the line of sight, in steps of depth.
+    /// The same distance along the line of sight, in steps of depth.
     double depthOf(const GridVector& normal) const {
         return static_cast<double>(steps_) * static_cast<double>(ChangePerStep(normal)) /
                std::max(std::abs(static_cast<double>(normal[2])), 1.0);

@@ -1,4 +1,4 @@
-// Triangles that are nearly one and the same, and therefore in contact.
+// A sufficient condition for the contact of many nearly equal triangles, by their corners.
 #pragma once
 
 #include <ctr/BakedTriangles.h>
@@ -11,14 +11,14 @@
 
 namespace ctr {
 
-/// Where the corners of triangles lie: all first ones in one box, all second ones in another, and
-/// all third ones.
+/// The bounding boxes of corresponding corners of a set of triangles: one of all first corners, one
+/// of all second and one of all third ones.
 ///
-/// Let no box be longer than a number of steps, along any axis. To every point of a triangle there
-/// is one of each other triangle that is off by no more than these steps per axis: that with the
-/// same weights of its corners. So plane values of the former are, for each plane of the latter
-/// with the normal n, at most steps (|nx| + |ny| + |nz|), which is contact. The same holds for a
-/// segment whose ends each lie in one of the boxes.
+/// Let no box be longer than `steps` on any axis. For every point of a triangle, the point of
+/// another triangle with the same barycentric coordinates is within these steps per axis. So the
+/// value of the plane of the latter, with the normal n, is at most steps (|nx| + |ny| + |nz|) at
+/// the former, which is contact. The same holds for a segment each of whose ends is in one of the
+/// boxes.
 class CornerBoxes {
 public:
     void extend(const BakedVertex (&corners)[3]) {
@@ -33,13 +33,13 @@ public:
         }
     }
 
-    /// Whether no box is longer than so many steps.
+    /// Whether no box is longer than `steps` on any axis.
     bool areWithin(std::int64_t steps) const {
         return std::all_of(boxes_.begin(), boxes_.end(),
                            [steps](const Box& box) { return box.isWithin(steps); });
     }
 
-    /// Whether that holds with the ends of a segment added, each to one of the boxes.
+    /// Whether that holds with each end of a segment added to one of the boxes.
     bool areWithin(std::int64_t steps, const BakedVertex& a, const BakedVertex& b) const {
         return areWithin(steps) && isNear(a, steps) && isNear(b, steps);
     }

@@ -1,4 +1,6 @@
-// The comparison of fractions where it is innermost, without a call through the library's table.
+// The comparison of fractions for inner loops, without a call through the procedure linkage table.
+//
+// a/b < c/d is decided by the sign of a d - c b in 128 bits: exact, O(1).
 #pragma once
 
 #include <ctr/RationalTools.h>
@@ -7,10 +9,10 @@
 
 namespace ctr {
 
-/// What RationalTools::GreaterThan() answers.
+/// The result of RationalTools::GreaterThan().
 inline int CompareFractions(const Fraction& a, const Fraction& b) {
     if ((a[0] | a[1] | b[0] | b[1]) < 0) {
-        // Copies, so that the compiler may keep the originals in registers all the time.
+        // Copies let the compiler keep the originals in registers.
         return RationalTools::GreaterThan(Fraction(a[0], a[1]), Fraction(b[0], b[1]));
     }
     using Wide = unsigned __int128;

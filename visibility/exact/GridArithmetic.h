@@ -1,4 +1,4 @@
-// Exact integer geometry on the grid.
+// Exact integer geometry on the grid: differences, cross products and plane values in 64 bits.
 //
 // With b bits across the screen and d in depth, coordinate differences are below 2^b and 2^d. Then
 //   side values (cross products of screen differences)          < 2^(2b + 1)
@@ -66,8 +66,8 @@ inline GridVector Cross(const GridVector& p, const GridVector& q) {
             Determinant(p[0], p[1], q[0], q[1])};
 }
 
-/// The normal of a triangle as BakedTriangles::trianglePlanes has it; often quicker made again than
-/// fetched.
+/// The normal of a triangle as in BakedTriangles::trianglePlanes; often faster to recompute than to
+/// load.
 inline GridVector NormalOf(const BakedVertex* corners) {
     return Cross(Difference(corners[2], corners[0]), Difference(corners[1], corners[0]));
 }

@@ -1,8 +1,9 @@
-// The union of parameter ranges: sort by start, then one sweep that compacts in place.
+// The union of parameter intervals: sort by start, then one sweep that compacts in place. Exact,
+// O(n log n) for n intervals.
 //
-// Exact comparisons of many ranges are slow less for their products than for their outcomes, which
-// nothing foretells. So rounded starts are sorted first, by distribution, and only ranges whose
-// starts are too close for rounding to tell are compared.
+// The cost of exact comparisons is dominated by mispredicted branches, not by the products. Rounded
+// starts are therefore sorted first, by distribution (bucket sort), and only intervals whose
+// rounded starts are within the error bound of each other are compared exactly.
 #include <ctr/IntervalTools.h>
 
 #include "visibility/exact/FractionOrder.h"
@@ -32,7 +33,7 @@ int CompareWithForm(const Wm4::Vector2<std::int64_t>& a, const Wm4::Vector2<std:
     return order != 0 ? order : static_cast<int>(a[0] > b[0]) - static_cast<int>(a[0] < b[0]);
 }
 
-/// A total order, so the fractions that are kept never depend on the order in which ranges were
+/// A total order, so the fractions that are kept do not depend on the order in which intervals were
 /// found: by start, then by end, last by the denominators, which can differ where numerators are 0.
 struct IsBefore {
     bool operator()(const RationalInterval& x, const RationalInterval& y) const {
@@ -46,20 +47,21 @@ struct IsBefore {
     }
 };
 
-/// More ranges would need more room than a stack should give.
+/// More intervals would take more stack than a function should use.
 constexpr std::size_t kMostKeys = 2048;
 
-/// A rounded start, from 0 to 2^32 - 1, above the number of the range. A start that is less than
-/// another has a key that is less, or more by 1 at most: the quotient is off by less than 2^-51.
+/// A rounded start, from 0 to 2^32 - 1, in the upper half and the number of the interval in the
+/// lower. The quotient is off by less than 2^-51, so a start that is less than another has a key
+/// whose upper half is less, or greater by 1 at most.
 using Key = std::uint64_t;
 using Keys = std::array<Key, kMostKeys>;
 constexpr unsigned int kNumberBits = 32;
 
-Key MakeKey(const RationalInterval& range, std::size_t number) {
+Key MakeKey(const RationalInterval& interval, std::size_t number) {
     constexpr double kUnits = 0x1p32;
     constexpr Key kLast = 0xffffffff;
     const double start =
-        static_cast<double>(range.start[0]) / static_cast<double>(range.start[1]) * kUnits;
+        static_cast<double>(interval.start[0]) / static_cast<double>(interval.start[1]) * kUnits;
     Key rounded = kLast;
     if (start < kUnits) {
         rounded = start > 0.0 ? static_cast<Key>(start) : 0;
@@ -75,10 +77,10 @@ bool MayTie(Key less, Key greater) {
     return (greater >> kNumberBits) - (less >> kNumberBits) <= 1;
 }
 
-/// The keys of at most kMostKeys ranges in order: dealt out to about as many bins, then sorted in
-/// each.
-void SortKeys(const std::vector<RationalInterval>& ranges, Keys& keys) {
-    const std::size_t count = ranges.size();
+/// The keys of at most kMostKeys intervals in order: distributed to about as many buckets, then
+/// sorted in each.
+void SortKeys(const std::vector<RationalInterval>& intervals, Keys& keys) {
+    const std::size_t count = intervals.size();
     const auto binBits = static_cast<unsigned int>(std::bit_width(count - 1));
     const auto binOf = [binBits](Key key) { return key >> (2 * kNumberBits - binBits); };
     Keys unsorted;
@@ -86,7 +88,7 @@ void SortKeys(const std::vector<RationalInterval>& ranges, Keys& keys) {
     const std::size_t binCount = std::size_t{1} << binBits;
     std::fill_n(binEnds.begin(), binCount + 1, std::uint16_t{0});
     for (std::size_t i = 0; i < count; ++i) {
-        unsorted[i] = MakeKey(ranges[i], i);
+        unsorted[i] = MakeKey(intervals[i], i);
         ++binEnds[binOf(unsorted[i]) + 1];
     }
     std::partial_sum(binEnds.begin(), binEnds.begin() + binCount, binEnds.begin());
@@ -101,14 +103,14 @@ void SortKeys(const std::vector<RationalInterval>& ranges, Keys& keys) {
     }
 }
 
-/// Brings keys into the order of their ranges where that of the rounded starts may not be it.
-void SortTies(const std::vector<RationalInterval>& ranges, Keys& keys) {
-    const auto isBefore = [&ranges](Key x, Key y) {
-        return IsBefore()(ranges[NumberOf(x)], ranges[NumberOf(y)]);
+/// Sorts keys by their intervals where the order of rounded starts is not certain.
+void SortTies(const std::vector<RationalInterval>& intervals, Keys& keys) {
+    const auto isBefore = [&intervals](Key x, Key y) {
+        return IsBefore()(intervals[NumberOf(x)], intervals[NumberOf(y)]);
     };
-    for (std::size_t begin = 0; begin < ranges.size();) {
+    for (std::size_t begin = 0; begin < intervals.size();) {
         std::size_t end = begin + 1;
-        while (end < ranges.size() && MayTie(keys[end - 1], keys[end])) {
+        while (end < intervals.size() && MayTie(keys[end - 1], keys[end])) {
             ++end;
         }
         if (end - begin > 1) {
@@ -118,34 +120,34 @@ void SortTies(const std::vector<RationalInterval>& ranges, Keys& keys) {
     }
 }
 
-/// Moves every range to the place of its key, cycle by cycle.
-void Permute(std::vector<RationalInterval>& ranges, Keys& keys) {
-    for (std::size_t first = 0; first < ranges.size(); ++first) {
+/// Moves every interval to the position of its key, cycle by cycle.
+void Permute(std::vector<RationalInterval>& intervals, Keys& keys) {
+    for (std::size_t first = 0; first < intervals.size(); ++first) {
         if (NumberOf(keys[first]) == first) {
             continue;
         }
-        const RationalInterval moved = ranges[first];
+        const RationalInterval moved = intervals[first];
         std::size_t to = first;
         for (std::size_t from = NumberOf(keys[to]); from != first; from = NumberOf(keys[to])) {
-            ranges[to] = ranges[from];
+            intervals[to] = intervals[from];
             keys[to] = to;
             to = from;
         }
-        ranges[to] = moved;
+        intervals[to] = moved;
         keys[to] = to;
     }
 }
 
-void Sort(std::vector<RationalInterval>& ranges) {
-    constexpr std::size_t kFewRanges = 32;
-    if (ranges.size() < kFewRanges || ranges.size() > kMostKeys) {
-        std::sort(ranges.begin(), ranges.end(), IsBefore());
+void Sort(std::vector<RationalInterval>& intervals) {
+    constexpr std::size_t kFewIntervals = 32;
+    if (intervals.size() < kFewIntervals || intervals.size() > kMostKeys) {
+        std::sort(intervals.begin(), intervals.end(), IsBefore());
         return;
     }
     Keys keys;
-    SortKeys(ranges, keys);
-    SortTies(ranges, keys);
-    Permute(ranges, keys);
+    SortKeys(intervals, keys);
+    SortTies(intervals, keys);
+    Permute(intervals, keys);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// 128-bit products and the comparison of fractions by cross-multiplication.
+// 128-bit products and the comparison of fractions by cross-multiplication. Exact, O(1).
 #include <ctr/RationalTools.h>
 
 #include <cstdint>

@@ -1,7 +1,7 @@
-// The distance between two planes along the line of sight is linear on screen, so it is largest in
-// a corner of what both triangles cover there: in a corner of one that lies within the other, or
-// where two of their sides cross. The latter are ends of a side of the flatter triangle, clipped to
-// the outline of the steeper one.
+// The distance between two planes along the line of sight is linear on screen, so its maximum over
+// the overlap of the triangles is at a vertex of the overlap: at a corner of one triangle within
+// the other, or where two of their edges cross. The crossings are the ends of the edges of the
+// flatter triangle, clipped to the steeper one.
 #include "visibility/intersections/FaceContact.h"
 
 #include "visibility/occlusion/TriangleOcclusion.h"
@@ -11,13 +11,14 @@ namespace {
 
 using Wide = __int128;
 
-Wide SizeOf(Wide value) {
+Wide AbsoluteOf(Wide value) {
     return value < 0 ? -value : value;
 }
 
-/// Whether a step along every axis changes the depth of a plane by more than that of another.
+/// Whether a step along every axis changes the depth of the first plane by more than that of the
+/// second.
 bool IsSteeper(const GridVector& p, const GridVector& q) {
-    return Wide{ChangePerStep(p)} * SizeOf(q[2]) > Wide{ChangePerStep(q)} * SizeOf(p[2]);
+    return Wide{ChangePerStep(p)} * AbsoluteOf(q[2]) > Wide{ChangePerStep(q)} * AbsoluteOf(p[2]);
 }
 
 bool IsWithin(const BakedVertex& point, const FaceOnGrid& face) {
@@ -28,27 +29,28 @@ bool IsWithin(const BakedVertex& point, const FaceOnGrid& face) {
            isLeftOf(face.corners[1], face.corners[2]) && isLeftOf(face.corners[2], face.corners[0]);
 }
 
-/// Whether a side of the flatter triangle, where it is over the steeper one, leaves the band.
-bool SideLeavesBand(const BakedVertex& from,
+/// Whether an edge of the flatter triangle leaves the tolerance band where it overlaps the steeper
+/// one.
+bool EdgeLeavesBand(const BakedVertex& from,
                     const BakedVertex& to,
                     const FaceOnGrid& steep,
                     std::int64_t band) {
     const BakedVertex* const p = steep.corners;
-    const OutlineSides sides(p[0], p[1], p[2], from, to);
-    if (sides.leaveNothing()) {
+    const EdgeFunctions edges(p[0], p[1], p[2], from, to);
+    if (edges.excludeSegment()) {
         return false;
     }
     const EndValues value{Dot(steep.normal, Difference(from, p[0])),
                           Dot(steep.normal, Difference(to, p[0]))};
     const EndValues negated{WrapNegate(value.atA), WrapNegate(value.atB)};
     const std::int64_t limit = WrapNegate(band);
-    const HiddenCandidate within = sides.within();
+    const CandidateInterval within = edges.within();
     return within.isProper() &&
            (within.reachesBelow(limit, value) || within.reachesBelow(limit, negated));
 }
 
-/// Whether a corner of the steeper triangle, over the flatter one, is farther from it than the
-/// band: both normals face the eye, so values convert by the ratio of their depth components.
+/// Whether a corner of the steeper triangle overlaps the flatter one and is outside of the band.
+/// Both normals face the eye, so plane values convert by the ratio of their depth components.
 bool CornerLeavesBand(const BakedVertex& corner,
                       const FaceOnGrid& flat,
                       const GridVector& steepNormal,
@@ -57,7 +59,7 @@ bool CornerLeavesBand(const BakedVertex& corner,
         return false;
     }
     const std::int64_t value = Dot(flat.normal, Difference(corner, flat.corners[0]));
-    return SizeOf(value) * SizeOf(steepNormal[2]) > Wide{band} * SizeOf(flat.normal[2]);
+    return AbsoluteOf(value) * AbsoluteOf(steepNormal[2]) > Wide{band} * AbsoluteOf(flat.normal[2]);
 }
 
 } // namespace
@@ -69,7 +71,7 @@ bool AreInContact(const FaceOnGrid& a, const FaceOnGrid& b, const ContactToleran
     const std::int64_t band = tolerance.bandOf(steep.normal);
     for (int k = 0; k < 3; ++k) {
         if (CornerLeavesBand(steep.corners[k], flat, steep.normal, band) ||
-            SideLeavesBand(flat.corners[k], flat.corners[(k + 1) % 3], steep, band)) {
+            EdgeLeavesBand(flat.corners[k], flat.corners[(k + 1) % 3], steep, band)) {
             return false;
         }
     }

@@ -1,21 +1,21 @@
-// Whether two triangles lie in one plane, but for the rounding to the grid.
+// Whether two triangles are coplanar but for the rounding to the grid. Exact, O(1).
 #pragma once
 
 #include "visibility/exact/ContactTolerance.h"
 
 namespace ctr {
 
-/// A triangle by its three corners, counter-clockwise on screen, and its plane.
+/// A triangle with its three corners, counter-clockwise on screen, and its plane normal.
 struct FaceOnGrid {
     const BakedVertex* corners;
     GridVector normal;
 };
 
-/// Whether the triangles are in contact wherever one lies over the other on screen: nowhere is one
-/// farther in front of the other than the tolerance allows for the steeper of the two planes.
+/// Whether two triangles are in contact wherever they overlap on screen: nowhere is one farther in
+/// front of the other than the tolerance allows for the steeper of the two planes.
 ///
-/// Only where both are is looked at: beyond it, the plane of a narrow triangle says nothing. True
-/// also for triangles that are nowhere over each other. Exact.
+/// Only the overlap is tested: beyond it, the plane of a narrow triangle is not meaningful. True
+/// for triangles that do not overlap on screen.
 bool AreInContact(const FaceOnGrid& a, const FaceOnGrid& b, const ContactTolerance& tolerance);
 
 } // namespace ctr

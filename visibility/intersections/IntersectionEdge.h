@@ -1,4 +1,4 @@
-// What is known of the line along which two triangles cut each other.
+// Records of the lines along which pairs of triangles intersect.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>
@@ -17,22 +17,19 @@ struct tPointOnEdge {
     Fraction t;        ///< The exact parameter of the crossing.
 };
 
-/// What an intersection edge can be made of again: it takes a tenth of the memory.
+/// An intersection as the search stores it: the edge can be recomputed from a tenth of its memory.
 struct FoundIntersection {
     std::uint32_t first;      ///< The triangle with the smaller number.
-    std::uint32_t secondSlot; ///< Where the other one is among the leaves.
-    /// The crossed edge at either end: 0 to 2 of the first triangle, 3 to 5 of the second.
+    std::uint32_t secondSlot; ///< The slot of the other triangle in the BVH.
+    /// The triangle edge that crosses the other plane at either end of the intersection: 0 to 2 of
+    /// the first triangle, 3 to 5 of the second.
     std::uint8_t ends[2];
-    bool grazing; ///< Of triangles in one plane, but for the rounding to the grid.
+    bool grazing; ///< Of triangles that are coplanar but for the rounding to the grid.
 };
 
 struct IntersectionEdge {
     tPointOnEdge first;
     tPointOnEdge second;
 };
-
-/// The grid point at or below p0 + (p1 - p0) t on every axis, for t in [0, 1]; which end is called
-/// first does not matter.
-BakedVertex PointAt(const BakedVertex& p0, const BakedVertex& p1, const Fraction& t);
 
 } // namespace ctr

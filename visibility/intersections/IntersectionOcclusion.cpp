@@ -1,11 +1,11 @@
-// Signs of linear functions at the ends of an intersection edge, and the range that four of them
-// leave: the plane of a triangle and its three edges.
+// Clips an intersection edge to four half-spaces by the signs of linear functions at its ends: the
+// plane of a triangle and its three edges.
 //
-// Numbers. Four grid points span |N . d| <= 2 * 2^(2b + d) with b bits across the screen and d in
-// depth, since the largest tetrahedron in a box has a third of its volume. With 2b + d = 60, the
-// constructor's grid, plane values are below 2^61 and their differences below 2^62; the terms that
-// add up to one are below 2^61 each (GridArithmetic.h). Parameters are quotients of such values;
-// their cross products take 128 bits.
+// Size of the numbers. Four grid points span |N . d| <= 2 * 2^(2b + d) with b bits across the
+// screen and d in depth, since the largest tetrahedron in a box has a third of its volume. With 2b
+// + d = 60, the constructor's grid, plane values are below 2^61 and their differences below 2^62;
+// the terms that add up to one are below 2^61 each (GridArithmetic.h). Parameters are quotients of
+// such values; their cross products take 128 bits.
 #include "visibility/intersections/IntersectionOcclusion.h"
 
 #include "visibility/bvh/BvhNode.h"
@@ -25,8 +25,8 @@ std::int64_t SaturatedToInteger(double value) {
     return static_cast<std::int64_t>(std::clamp(value, -kLimit, kLimit));
 }
 
-/// The rounded ends, and what is computed of them, are off by less than this times the size of the
-/// function: grid coordinates have at most 31 bits.
+/// The error bound of a function at the rounded ends, relative to its size |nx| + |ny| + |nz|: grid
+/// coordinates have at most 31 bits.
 constexpr double kEndError = 0x1p-18;
 
 /// A linear function along the triangle edge on which an end of an intersection edge lies.
@@ -44,11 +44,11 @@ public:
         }
         const Fraction zero = MakeFraction(atStart_, WrapSubtract(atStart_, atEnd_));
         const int side = CompareFractions(t_, zero);
-        // Beyond its zero the function has the sign of the far end, or of minus the near one.
+        // Beyond its zero the function has the sign of its change.
         return side == 0 ? 0 : side * SignOf(WrapSubtract(atEnd_, atStart_));
     }
 
-    /// The value rounded toward the one at the start of the edge.
+    /// The value, rounded toward the one at the start of the edge.
     std::int64_t rounded() const {
         if (t_[0] == t_[1]) {
             return atEnd_;
@@ -64,7 +64,7 @@ private:
     std::int64_t atEnd_;
 };
 
-std::array<double, 3> PlaceOfEnd(const tPointOnEdge& end) {
+std::array<double, 3> PointOfEnd(const tPointOnEdge& end) {
     const double t = static_cast<double>(end.t[0]) / static_cast<double>(end.t[1]);
     const auto at = [t](std::int32_t from, std::int32_t to) {
         return from + t * (static_cast<double>(to) - from);
@@ -73,28 +73,28 @@ std::array<double, 3> PlaceOfEnd(const tPointOnEdge& end) {
             at(end.edgeStart.z, end.edgeEnd.z)};
 }
 
-/// What is within a step of the box of two points on screen; there is no step beyond the largest
-/// coordinate.
-TriangleSieve SieveOf(const BakedVertex& p, const BakedVertex& q) {
-    constexpr std::int32_t kLeast = TriangleSieve::kLeast;
-    constexpr std::int32_t kMost = TriangleSieve::kMost;
+/// The box of two points on screen, enlarged by a step where that does not exceed the coordinates.
+GridBox BoxAround(const BakedVertex& p, const BakedVertex& q) {
+    constexpr std::int32_t kLowest = GridBox::kLowest;
+    constexpr std::int32_t kHighest = GridBox::kHighest;
     const auto below = [](std::int32_t a, std::int32_t b) {
-        return std::max(std::min(a, b), kLeast + 1) - 1;
+        return std::max(std::min(a, b), kLowest + 1) - 1;
     };
     const auto above = [](std::int32_t a, std::int32_t b) {
-        return std::min(std::max(a, b), kMost - 1) + 1;
+        return std::min(std::max(a, b), kHighest - 1) + 1;
     };
-    return {{below(p.x, q.x), below(p.y, q.y), kLeast}, {above(p.x, q.x), above(p.y, q.y), kMost}};
+    return {{below(p.x, q.x), below(p.y, q.y), kLowest},
+            {above(p.x, q.x), above(p.y, q.y), kHighest}};
 }
 
 } // namespace
 
-/// A plane or an edge line of a triangle as a linear function of grid points. Its values at the
+/// The plane or an edge line of a triangle as a linear function of grid points. Its values at the
 /// rounded ends are off by less than `error`.
-struct CutOcclusion::Function {
+struct IntersectionOcclusion::Function {
     BakedVertex origin;
     GridVector normal;
-    bool isClosed; ///< What runs along it counts as inside.
+    bool isClosed; ///< Edges that lie on it count as inside.
     double error;
 
     Function(const BakedVertex& p, const GridVector& n, bool closed)
@@ -103,7 +103,7 @@ struct CutOcclusion::Function {
                  std::abs(static_cast<double>(n[2]))) *
                 kEndError) {}
 
-    /// The line through an edge of a triangle, negative inside of a counter-clockwise one.
+    /// The line through an edge of a triangle, negative inside of a counter-clockwise triangle.
     static Function edge(const BakedVertex& a, const BakedVertex& b, bool closed) {
         const GridVector e = Difference(b, a);
         return {a, GridVector(e[1], -e[0], 0), closed};
@@ -120,13 +120,14 @@ struct CutOcclusion::Function {
     }
 };
 
-CutOcclusion::CutOcclusion(const IntersectionEdge& edge, const ContactTolerance& tolerance)
+IntersectionOcclusion::IntersectionOcclusion(const IntersectionEdge& edge,
+                                             const ContactTolerance& tolerance)
     : edge_(edge), tolerance_(tolerance),
-      sieve_(SieveOf(edge.first.point, edge.second.point)), ends_{PlaceOfEnd(edge.first),
-                                                                  PlaceOfEnd(edge.second)} {}
+      box_(BoxAround(edge.first.point, edge.second.point)), ends_{PointOfEnd(edge.first),
+                                                                  PointOfEnd(edge.second)} {}
 
-/// Both ends are surely outside of an edge of a triangle.
-bool CutOcclusion::isBeside(const BakedVertex& a, const BakedVertex& b) const {
+/// Whether both ends are certainly outside of an edge of a triangle.
+bool IntersectionOcclusion::isOutside(const BakedVertex& a, const BakedVertex& b) const {
     const double x = a.x;
     const double y = a.y;
     const double alongX = b.x - x;
@@ -136,48 +137,49 @@ bool CutOcclusion::isBeside(const BakedVertex& a, const BakedVertex& b) const {
            (ends_[1][0] - x) * alongY - (ends_[1][1] - y) * alongX > error;
 }
 
-CutOcclusion CutOcclusion::within(const RationalInterval& open) const {
-    CutOcclusion narrowed(*this);
-    const auto placeAt = [this](const Fraction& at) {
+IntersectionOcclusion IntersectionOcclusion::restrictedTo(const RationalInterval& remaining) const {
+    IntersectionOcclusion restricted(*this);
+    const auto pointAt = [this](const Fraction& at) {
         const double t = static_cast<double>(at[0]) / static_cast<double>(at[1]);
-        std::array<double, 3> place{};
+        std::array<double, 3> point{};
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            place[axis] = ends_[0][axis] + t * (ends_[1][axis] - ends_[0][axis]);
+            point[axis] = ends_[0][axis] + t * (ends_[1][axis] - ends_[0][axis]);
         }
-        return place;
+        return point;
     };
-    narrowed.open_ = {placeAt(open.start), placeAt(open.end)};
-    return narrowed;
+    restricted.remaining_ = {pointAt(remaining.start), pointAt(remaining.end)};
+    return restricted;
 }
 
-/// Whether a function is so large throughout the part that matters that it stays positive there
-/// when values at the ends of the edge are rounded, by less than 1, and zeros are found from these.
-bool CutOcclusion::isOpenOutside(const Function& function) const {
+/// Whether a function is certainly positive throughout the remaining part, given that its zero is
+/// computed from values at the ends of the edge that are rounded by less than 1.
+bool IntersectionOcclusion::isRemainderOutside(const Function& function) const {
     const double least = 2.0 + 4.0 * function.error;
-    return function.at((*open_)[0]) > least && function.at((*open_)[1]) > least;
+    return function.at((*remaining_)[0]) > least && function.at((*remaining_)[1]) > least;
 }
 
-bool CutOcclusion::isOpenOutside(const OccluderTree::Triangle& triangle,
-                                 const GridVector& normal) const {
+bool IntersectionOcclusion::isRemainderOutside(const SlotTriangle& triangle,
+                                               const GridVector& normal) const {
     const auto& p = triangle.corners;
-    return isOpenOutside(Function(p[0], normal, false)) ||
-           isOpenOutside(Function::edge(p[0], p[1], false)) ||
-           isOpenOutside(Function::edge(p[1], p[2], false)) ||
-           isOpenOutside(Function::edge(p[2], p[0], false));
+    return isRemainderOutside(Function(p[0], normal, false)) ||
+           isRemainderOutside(Function::edge(p[0], p[1], false)) ||
+           isRemainderOutside(Function::edge(p[1], p[2], false)) ||
+           isRemainderOutside(Function::edge(p[2], p[0], false));
 }
 
-/// Cuts the range where the function is positive; false when nothing is left of it. Most values are
-/// so far from zero that their signs are sure.
-bool CutOcclusion::narrow(const Function& function, RationalInterval& range) const {
+/// Removes the part of the interval where the function is positive; false for an empty result. The
+/// signs of most values are certain in doubles.
+bool IntersectionOcclusion::clip(const Function& function, RationalInterval& interval) const {
     const double value1 = function.at(ends_[0]);
     const double value2 = function.at(ends_[1]);
     if (std::min(value1, value2) > function.error) {
         return false;
     }
-    return std::max(value1, value2) < -function.error || narrowExactly(function, range);
+    return std::max(value1, value2) < -function.error || clipExactly(function, interval);
 }
 
-bool CutOcclusion::narrowExactly(const Function& function, RationalInterval& range) const {
+bool IntersectionOcclusion::clipExactly(const Function& function,
+                                        RationalInterval& interval) const {
     const ValueAtEnd first = function.at(edge_.first);
     const ValueAtEnd second = function.at(edge_.second);
     const int firstSign = first.sign();
@@ -192,65 +194,66 @@ bool CutOcclusion::narrowExactly(const Function& function, RationalInterval& ran
     const std::int64_t value2 = entering ? std::min(second.rounded(), -std::int64_t{1})
                                          : std::max(second.rounded(), std::int64_t{1});
     const Fraction crossing = MakeFraction(value1, WrapSubtract(value1, value2));
-    if (entering && CompareFractions(crossing, range.start) > 0) {
-        range.start = crossing;
-    } else if (!entering && CompareFractions(range.end, crossing) > 0) {
-        range.end = crossing;
+    if (entering && CompareFractions(crossing, interval.start) > 0) {
+        interval.start = crossing;
+    } else if (!entering && CompareFractions(interval.end, crossing) > 0) {
+        interval.end = crossing;
     }
     return true;
 }
 
-/// Whether some of the range lies deeper behind a plane than the tolerance.
-bool CutOcclusion::reachesDeeper(const Function& plane, const RationalInterval& range) const {
+/// Whether some of the interval lies deeper behind a plane than the tolerance.
+bool IntersectionOcclusion::reachesBeyondTolerance(const Function& plane,
+                                                   const RationalInterval& interval) const {
     const std::int64_t deepest = WrapNegate(tolerance_.bandOf(plane.normal));
     const EndValues value{plane.at(edge_.first).rounded(), plane.at(edge_.second).rounded()};
-    return value.isBelow(deepest, range.start) || value.isBelow(deepest, range.end);
+    return value.isBelow(deepest, interval.start) || value.isBelow(deepest, interval.end);
 }
 
-std::optional<RationalInterval> CutOcclusion::hiddenBy(const OccluderTree::Triangle& triangle,
-                                                       const GridVector& normal) const {
-    if (sieve_.isBeside(triangle.corners)) {
+std::optional<RationalInterval> IntersectionOcclusion::occludedBy(const SlotTriangle& triangle,
+                                                                  const GridVector& normal) const {
+    if (box_.excludes(triangle.corners)) {
         return std::nullopt;
     }
-    if (open_ && isOpenOutside(triangle, normal)) {
+    if (remaining_ && isRemainderOutside(triangle, normal)) {
         return std::nullopt;
     }
     const auto& p = triangle.corners;
-    if (isBeside(p[0], p[1]) || isBeside(p[1], p[2]) || isBeside(p[2], p[0])) {
+    if (isOutside(p[0], p[1]) || isOutside(p[1], p[2]) || isOutside(p[2], p[0])) {
         return std::nullopt;
     }
     const Function plane(p[0], normal, false);
-    // As for segments: what lies behind the edge that two faces share is hidden by both.
+    // As for segments: points behind an edge that two faces share are occluded by both.
     const bool closed = !tolerance_.isOff();
-    RationalInterval range{{0, 1}, {1, 1}};
-    if (!narrow(plane, range) || !narrow(Function::edge(p[0], p[1], closed), range) ||
-        !narrow(Function::edge(p[1], p[2], closed), range) ||
-        !narrow(Function::edge(p[2], p[0], closed), range)) {
+    RationalInterval interval{{0, 1}, {1, 1}};
+    if (!clip(plane, interval) || !clip(Function::edge(p[0], p[1], closed), interval) ||
+        !clip(Function::edge(p[1], p[2], closed), interval) ||
+        !clip(Function::edge(p[2], p[0], closed), interval)) {
         return std::nullopt;
     }
-    if (CompareFractions(range.end, range.start) <= 0 ||
-        (!tolerance_.isOff() && !reachesDeeper(plane, range))) {
+    if (CompareFractions(interval.end, interval.start) <= 0 ||
+        (!tolerance_.isOff() && !reachesBeyondTolerance(plane, interval))) {
         return std::nullopt;
     }
-    return range;
+    return interval;
 }
 
-void CutOcclusion::appendHidden(const BakedTriangles& baked,
-                                unsigned int node,
-                                std::vector<RationalInterval>& hidden) const {
-    const HierarchyNode& here = baked.bvh.nodes[node];
-    if (!sieve_.meets(here.box)) {
+void IntersectionOcclusion::appendOccluded(const BakedTriangles& baked,
+                                           unsigned int node,
+                                           std::vector<RationalInterval>& occluded) const {
+    const BvhNode& here = baked.bvh.nodes[node];
+    if (!box_.overlapsOnScreen(here.box)) {
         return;
     }
     if (!IsLeaf(here)) {
-        appendHidden(baked, FirstChild(here), hidden);
-        appendHidden(baked, SecondChild(here), hidden);
+        appendOccluded(baked, FirstChild(here), occluded);
+        appendOccluded(baked, SecondChild(here), occluded);
         return;
     }
     for (unsigned int slot = FirstSlot(here); slot < FirstSlot(here) + here.second; ++slot) {
-        const auto triangle = OccluderTree::triangleOf(baked, baked.bvh.primitives[slot]);
-        if (const auto part = hiddenBy(triangle, baked.trianglePlanes[triangle.number])) {
-            hidden.push_back(*part);
+        const auto triangle = TriangleOf(baked, baked.bvh.primitives[slot]);
+        if (const auto part = occludedBy(triangle, baked.trianglePlanes[triangle.number])) {
+            occluded.push_back(*part);
         }
     }
 }

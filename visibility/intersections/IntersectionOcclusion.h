@@ -1,9 +1,15 @@
-// Which part of an intersection edge a triangle hides.
+// The interval of an intersection edge that a triangle occludes.
+//
+// The edge is clipped as in TriangleOcclusion.h (M. Cyrus and J. Beck, 1978), but its ends are
+// rational points. Signs at the ends are exact; the parameter at which a sign changes between them
+// is computed from values rounded to integers (ErrorBounds.h). O(1) per triangle.
 #pragma once
 
 #include <ctr/IntervalTools.h>
 
-#include "visibility/bvh/OccluderBvh.h"
+#include "visibility/bvh/GridBox.h"
+#include "visibility/bvh/SegmentSlabTest.h"
+#include "visibility/bvh/SlotTriangles.h"
 #include "visibility/exact/ContactTolerance.h"
 #include "visibility/intersections/IntersectionEdge.h"
 
@@ -13,53 +19,53 @@
 
 namespace ctr {
 
-/// An intersection edge, prepared to be held against many triangles.
+/// An intersection edge, prepared for clipping against many triangles.
 ///
-/// Its ends are exact: parameters on triangle edges. On which side of a plane or an edge line they
-/// lie is decided exactly; where between them a side changes is computed from rounded values.
+/// Its ends are exact: parameters on triangle edges. The side of a plane or of an edge line on
+/// which they lie is decided exactly; the crossing between them is computed from rounded values.
 ///
-/// With a contact tolerance, a triangle hides its part of an edge only if some of that part lies
-/// deeper than the tolerance, by rounded values too; and what runs along an edge line of a triangle
-/// is within its outline, which it is not without a tolerance.
-class CutOcclusion {
+/// With a contact tolerance, a triangle occludes its part of an edge only if some of that part lies
+/// deeper than the tolerance, by rounded values as well. An edge along the edge line of a triangle
+/// counts as within the triangle with a contact tolerance only.
+class IntersectionOcclusion {
 public:
-    CutOcclusion(const IntersectionEdge& edge, const ContactTolerance& tolerance);
+    IntersectionOcclusion(const IntersectionEdge& edge, const ContactTolerance& tolerance);
 
-    SegmentProbe probe() const { return {edge_.first.point, edge_.second.point}; }
+    SegmentSlabTest slabTest() const { return {edge_.first.point, edge_.second.point}; }
 
-    /// The same edge where only a part of it matters, all else being hidden: triangles that surely
-    /// hide nothing of that part count as hiding nothing.
-    CutOcclusion within(const RationalInterval& open) const;
+    /// The same edge where all but a remaining part is known to be occluded: triangles that
+    /// certainly occlude nothing of that part give no interval.
+    IntersectionOcclusion restrictedTo(const RationalInterval& remaining) const;
 
-    /// The range that the triangle hides, from the first end (0) to the second (1), if any.
-    /// Triangles more than a step beside the edge's box are held to hide nothing: a crossing is
-    /// rounded, so a triangle beside the edge could seem to hide a bit of it.
-    std::optional<RationalInterval> hiddenBy(const OccluderTree::Triangle& triangle,
-                                             const GridVector& normal) const;
+    /// The interval that the triangle occludes, from the first end (0) to the second (1), if any.
+    /// Triangles more than a step beside the edge's box occlude nothing: crossings are rounded, so
+    /// a triangle beside the edge could seem to occlude a fraction of it.
+    std::optional<RationalInterval> occludedBy(const SlotTriangle& triangle,
+                                               const GridVector& normal) const;
 
-    /// Appends the ranges that the triangles below a node of their hierarchy hide, overlapping and
-    /// in any order: for few edges, as HiddenRanges would find them for many.
-    void appendHidden(const BakedTriangles& baked,
-                      unsigned int node,
-                      std::vector<RationalInterval>& hidden) const;
+    /// Appends the intervals that the triangles below a node of their BVH occlude, overlapping and
+    /// in any order. For few edges; OccludedIntervals finds the same for many.
+    void appendOccluded(const BakedTriangles& baked,
+                        unsigned int node,
+                        std::vector<RationalInterval>& occluded) const;
 
 private:
     struct Function;
     /// Two points in doubles.
-    using Places = std::array<std::array<double, 3>, 2>;
+    using PointPair = std::array<std::array<double, 3>, 2>;
 
-    bool isBeside(const BakedVertex& a, const BakedVertex& b) const;
-    bool isOpenOutside(const Function& function) const;
-    bool isOpenOutside(const OccluderTree::Triangle& triangle, const GridVector& normal) const;
-    bool narrow(const Function& function, RationalInterval& range) const;
-    bool narrowExactly(const Function& function, RationalInterval& range) const;
-    bool reachesDeeper(const Function& plane, const RationalInterval& range) const;
+    bool isOutside(const BakedVertex& a, const BakedVertex& b) const;
+    bool isRemainderOutside(const Function& function) const;
+    bool isRemainderOutside(const SlotTriangle& triangle, const GridVector& normal) const;
+    bool clip(const Function& function, RationalInterval& interval) const;
+    bool clipExactly(const Function& function, RationalInterval& interval) const;
+    bool reachesBeyondTolerance(const Function& plane, const RationalInterval& interval) const;
 
     const IntersectionEdge& edge_;
     ContactTolerance tolerance_;
-    TriangleSieve sieve_;
-    Places ends_;                ///< As they are, off by less than 2^-20 of a step.
-    std::optional<Places> open_; ///< The ends of the part that matters.
+    GridBox box_;
+    PointPair ends_;                     ///< Off by less than 2^-20 of a step.
+    std::optional<PointPair> remaining_; ///< The ends of the remaining part.
 };
 
 } // namespace ctr

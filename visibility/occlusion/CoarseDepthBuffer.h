@@ -1,10 +1,14 @@
-// A coarse picture of what surely hides: most segments that nobody sees are known from it at once.
+// A coarse depth buffer that accepts most occluded segments without a search.
 //
-// The screen is cut into square cells. A cell that lies wholly within a triangle is filled by it up
-// to the largest depth of the triangle's plane there; what lies wholly in filled cells, and deeper,
-// is hidden by those triangles. (The idea of N. Greene, M. Kass and G. Miller, Hierarchical
-// Z-buffer visibility, SIGGRAPH 1993, kept on the safe side throughout, so that no sample decides
-// anything.)
+// The screen is divided into square cells. A cell that lies wholly within a triangle on screen is
+// filled by it up to the largest depth of the triangle's plane there. A segment all of whose cells
+// are filled, and which is deeper than each of them, is occluded by those triangles. This is the
+// depth test of N. Greene, M. Kass and G. Miller, Hierarchical Z-buffer visibility, SIGGRAPH 1993,
+// made conservative: rounding may leave cells empty or fill them less, never more, so an accepted
+// segment is occluded in exact arithmetic too.
+//
+// Building takes O(n + c) time for n triangles and c cells rasterised, a lookup time in proportion
+// to the cells that a segment crosses. At most 512 x 512 cells.
 #pragma once
 
 #include <ctr/BakedTriangles.h>
@@ -19,26 +23,28 @@
 
 namespace ctr {
 
-class DepthMap {
+class CoarseDepthBuffer {
 public:
-    /// A triangle fills only what it would also hide if values of its sides and its plane were off
-    /// by what rounding can do: as much for cuts, and no more than what it hides of segments. What
-    /// is in contact with it lies in front of what it fills. O(n) for n triangles.
-    /// Empty where boxes of the hierarchy do not hold what is below them, and on grids beyond all
-    /// bounds, where the products here would not fit.
-    DepthMap(const BakedTriangles& baked, const OccluderTree& tree, ItemCounter& work);
+    /// A triangle fills only cells that it would also occlude if its edge functions and plane
+    /// values were off by their error bound for intersection edges. That is a subset of what it
+    /// occludes of segments. Points in contact with a triangle lie in front of the depths that it
+    /// fills.
+    ///
+    /// Empty where boxes of the BVH do not contain the triangles below them, and on grids beyond
+    /// all bounds, where the products here would not fit.
+    CoarseDepthBuffer(const BakedTriangles& baked, const OccluderBvh& bvh, WorkCounter& work);
 
-    /// Whether the segment, and what is within a step of it, is surely hidden from end to end.
-    bool hides(const BakedVertex& a, const BakedVertex& b) const {
+    /// Whether the segment and all points within a step of it are certainly occluded.
+    bool occludes(const BakedVertex& a, const BakedVertex& b) const {
         return !isNearlyEmpty_ && isFilledAlong(a, b);
     }
 
-    /// So little is filled, less than a 64th, that it is not worth asking: hides() is false then.
+    /// Whether less than a 64th of the cells is filled. Lookups would not pay: occludes() is false.
     bool isNearlyEmpty() const { return isNearlyEmpty_; }
 
-    /// Whether everything as deep as the nearest corner of a triangle, and deeper, is surely hidden
-    /// within four steps of its box on screen.
-    bool hidesAround(const BakedVertex* corners) const;
+    /// Whether all points within four steps of a triangle's box on screen that are at least as deep
+    /// as its nearest corner are certainly occluded.
+    bool occludesAround(const BakedVertex* corners) const;
 
 private:
     struct Extent {
@@ -50,22 +56,22 @@ private:
         std::int64_t columns() const { return endX - firstX; }
         std::int64_t rows() const { return endY - firstY; }
     };
-    /// Triangles whose boxes hold cells, and how many all of them do.
-    struct Choice {
+    /// Triangles whose boxes contain whole cells, and the number of cells in all of these boxes.
+    struct Selection {
         std::vector<std::uint32_t> slots;
         std::size_t cells = 0;
     };
-    static constexpr std::int32_t kNothing = std::numeric_limits<std::int32_t>::max();
+    static constexpr std::int32_t kEmptyCell = std::numeric_limits<std::int32_t>::max();
 
-    void layCells(const kx::kxBBox& box, std::size_t triangles);
+    void layOutCells(const kx::kxBBox& box, std::size_t triangles);
     void coarsen();
     std::vector<std::uint32_t>
-    chooseTriangles(const BakedTriangles& baked, const SlotTriangles& triangles, ItemCounter& work);
-    void choose(const BakedTriangles& baked,
+    selectTriangles(const BakedTriangles& baked, const SlotTriangles& triangles, WorkCounter& work);
+    void select(const BakedTriangles& baked,
                 unsigned int node,
                 const SlotTriangles& triangles,
-                Choice& choice,
-                ItemCounter& work) const;
+                Selection& selection,
+                WorkCounter& work) const;
     static Extent extentOf(const BakedVertex* corners, std::int32_t BakedVertex::*axis);
     Cells cellsWithin(Extent x, Extent y) const;
     Cells cellsWithin(const BakedVertex* corners) const;
@@ -78,28 +84,14 @@ private:
                depths_[static_cast<std::size_t>(row * columns_ + column)] < depth;
     }
 
-    int shift_ = 0; ///< A cell has 2^shift_ steps a side.
+    int shift_ = 0; ///< A cell is 2^shift_ steps long.
     std::int64_t originX_ = 0;
     std::int64_t originY_ = 0;
     std::int64_t columns_ = 0;
     std::int64_t rows_ = 0;
-    std::vector<std::int32_t> depths_; ///< The least that is filled; row by row.
+    std::vector<std::int32_t> depths_; ///< The nearest filled depth per cell, row by row.
     ContactTolerance tolerance_;
     bool isNearlyEmpty_ = true;
-};
-
-/// A tree and its map, made together.
-struct OccluderLayout {
-    OccluderLayout(const BakedTriangles& baked,
-                   ItemCounter& work,
-                   std::size_t mostCopied = OccluderTree::kMostCopied)
-        : tree(baked, work, mostCopied), map(baked, tree, work) {}
-
-    /// Whether it may stand for the hierarchy. One whose boxes cut triangles off has to be walked.
-    bool isFaithful() const { return tree.boxesHold(); }
-
-    OccluderTree tree;
-    DepthMap map;
 };
 
 } // namespace ctr

@@ -1,7 +1,8 @@
-// Chooses between the baked tree as it is and one laid out for many questions.
+// Chooses between the baked BVH, its packed layout and the search for dense scenes.
 #include "visibility/occlusion/EdgeOcclusion.h"
 
 #include "visibility/baking/BakedMesh.h"
+#include "visibility/bvh/GridBox.h"
 #include "visibility/dense/BypassConditions.h"
 #include "visibility/occlusion/TriangleOcclusion.h"
 
@@ -29,7 +30,7 @@ BakedState::BakedState(const BakedTriangles& baked)
                                ExtentOf(baked.bvh.primitives)},
       rootBox(RootBoxOf(baked)) {}
 
-void EdgeOcclusion::announce(std::size_t segments, ItemCounter& work) {
+void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
     constexpr std::size_t kTrianglesPerSegment = 256;
     const BakedState state(*baked_);
     if (stateOfLayout_ != state) {
@@ -44,75 +45,77 @@ void EdgeOcclusion::announce(std::size_t segments, ItemCounter& work) {
     }
 }
 
-void EdgeOcclusion::considerCrowds(std::size_t ranges, ItemCounter& work) {
-    hidden_ += ranges;
-    if (haveConsideredCrowds_ || !layout_ || !layout_->isFaithful() ||
+void EdgeOcclusion::considerDenseSearch(std::size_t intervals, WorkCounter& work) {
+    intervalCount_ += intervals;
+    if (haveConsideredDenseSearch_ || !layout_ || !layout_->isConservative() ||
         tested_ <= limits_.testsPerTriangle * baked_->trianglePlanes.size() +
-                       limits_.testsPerSegment * asked_ + limits_.testsPerRange * hidden_) {
+                       limits_.testsPerSegment * segments_ +
+                       limits_.testsPerInterval * intervalCount_) {
         return;
     }
-    haveConsideredCrowds_ = true;
-    const SlotTriangles triangles = layout_->tree.triangles();
-    if (MayLeaveHierarchy(*baked_, triangles)) {
-        surfaces_.emplace(*baked_, triangles, work);
+    haveConsideredDenseSearch_ = true;
+    const SlotTriangles triangles = layout_->bvh.triangles();
+    if (MayBypassBvh(*baked_, triangles)) {
+        fronts_.emplace(*baked_, triangles, work);
         copies_.emplace(triangles, work);
-        crowd_.emplace(copies_->all(), ContactTolerance(*baked_), limits_.hubDegree, work);
+        dense_.emplace(copies_->all(), ContactTolerance(*baked_), limits_.hubDegree, work);
     }
 }
 
 void EdgeOcclusion::append(const BakedVertex& a,
                            const BakedVertex& b,
-                           std::vector<RationalInterval>& hidden) {
-    if (!layout_ || !layout_->isFaithful()) {
-        baked_->computeOcclusionIntervals(a, b, hidden);
+                           std::vector<RationalInterval>& occluded) {
+    if (!layout_ || !layout_->isConservative()) {
+        baked_->computeOcclusionIntervals(a, b, occluded);
         return;
     }
-    if (layout_->map.hides(a, b)) {
-        hidden.push_back(WholeSegment());
+    if (layout_->depthBuffer.occludes(a, b)) {
+        occluded.push_back(FullSegment());
         return;
     }
-    // What begins at the farthest end of the segment, or beyond, hides nothing of it.
-    constexpr std::int32_t kLeast = TriangleSieve::kLeast;
-    const std::int32_t farthest = std::max({a.z, b.z, kLeast + 1});
-    const TriangleSieve sieve({std::min(a.x, b.x), std::min(a.y, b.y), kLeast},
-                              {std::max(a.x, b.x), std::max(a.y, b.y), farthest - 1});
+    // A triangle at or beyond the farthest end of the segment occludes nothing of it.
+    constexpr std::int32_t kLowest = GridBox::kLowest;
+    const std::int32_t farthest = std::max({a.z, b.z, kLowest + 1});
+    const GridBox box({std::min(a.x, b.x), std::min(a.y, b.y), kLowest},
+                      {std::max(a.x, b.x), std::max(a.y, b.y), farthest - 1});
     const ContactTolerance tolerance(*baked_);
-    const auto partOf = [&](const OccluderTree::Triangle& triangle) {
+    const auto intervalOf = [&](const SlotTriangle& triangle) {
         const auto& [p0, p1, p2] = triangle.corners;
         ++tested_;
-        if (sieve.isBeside(triangle.corners)) {
+        if (box.excludes(triangle.corners)) {
             return std::optional<RationalInterval>();
         }
-        return HiddenPart(p0, p1, p2, baked_->trianglePlanes[triangle.number], tolerance, a, b);
+        return OccludedInterval(p0, p1, p2, baked_->trianglePlanes[triangle.number], tolerance, a,
+                                b);
     };
-    ++asked_;
-    if (surfaces_) {
-        surfaces_->turnTo(a, b);
+    ++segments_;
+    if (fronts_) {
+        fronts_->selectSegment(a, b);
         const auto nearest = [this](double t) -> const auto& {
-            return surfaces_->nearestAt(t);
+            return fronts_->nearestAt(t);
         };
-        if (ranges_.areHiding(layout_->tree, partOf, nearest)) {
-            hidden.push_back(WholeSegment());
+        if (intervals_.isOccludedByNearest(layout_->bvh, intervalOf, nearest)) {
+            occluded.push_back(FullSegment());
             return;
         }
     }
-    if (crowd_ && crowd_->fits(a, b)) {
-        crowd_->append(a, b, partOf, ranges_.known(), hidden);
+    if (dense_ && dense_->fits(a, b)) {
+        dense_->append(a, b, intervalOf, intervals_.found(), occluded);
         return;
     }
-    const auto& found = ranges_.find(layout_->tree, SegmentProbe(a, b), partOf);
-    hidden.insert(hidden.end(), found.begin(), found.end());
+    const auto& found = intervals_.find(layout_->bvh, SegmentSlabTest(a, b), intervalOf);
+    occluded.insert(occluded.end(), found.begin(), found.end());
 }
 
 void EdgeOcclusion::release() {
-    surfaces_.reset();
-    crowd_.reset();
+    fronts_.reset();
+    dense_.reset();
     copies_.reset();
     layout_.reset();
-    haveConsideredCrowds_ = false;
-    asked_ = 0;
+    haveConsideredDenseSearch_ = false;
+    segments_ = 0;
     tested_ = 0;
-    hidden_ = 0;
+    intervalCount_ = 0;
 }
 
 } // namespace ctr

@@ -1,4 +1,10 @@
-// The hidden ranges of feature edges, for as many as a drawing has.
+// The occluded intervals of the feature edges of a drawing.
+//
+// Segments are tested, in this order, against the coarse depth buffer, recent occluders and the
+// packed BVH (OccludedIntervals). For few segments, the baked BVH is traversed as it is: packing
+// would cost more. Where so many triangles overlap that boxes separate too little, the search of
+// dense/ takes over. Which of them answers never changes the result but for intervals within
+// others.
 #pragma once
 
 #include <ctr/BakedTriangles.h>
@@ -7,8 +13,8 @@
 #include "visibility/dense/DenseOccluders.h"
 #include "visibility/dense/RegionFronts.h"
 #include "visibility/exact/ContactTolerance.h"
-#include "visibility/occlusion/CoarseDepthBuffer.h"
 #include "visibility/occlusion/OccludedIntervals.h"
+#include "visibility/occlusion/OccluderLayout.h"
 
 #include <array>
 #include <cstddef>
@@ -18,8 +24,8 @@
 
 namespace ctr {
 
-/// What a layout was made of, as far as can be told without reading all of it: the count of changes
-/// and, for changes that nobody has announced, where the arrays are and how long.
+/// Identifies the state of baked triangles without reading all of them: the count of changes and,
+/// for changes made without notice, the addresses and lengths of the arrays.
 struct BakedState {
     struct Extent {
         const void* data;
@@ -33,54 +39,55 @@ struct BakedState {
     std::uint64_t changes;
     ContactTolerance tolerance;
     std::array<Extent, 5> arrays;
-    std::array<std::uint32_t, 6> rootBox; ///< Bit by bit.
+    std::array<std::uint32_t, 6> rootBox; ///< As bits.
 };
 
-/// When the hierarchy is given up, as so much lies in one place that it tells little apart.
-struct OccluderLimits {
-    /// How many triangles are tested: so many for each triangle there is, for each segment, and for
-    /// each hidden range of these in the end.
+/// When a search leaves the BVH because too many triangles overlap for boxes to separate them.
+struct OcclusionLimits {
+    /// The number of triangle tests: so many per triangle of the scene, per segment and per
+    /// occluded interval found.
     std::size_t testsPerTriangle = 64;
     std::size_t testsPerSegment = 512;
-    std::size_t testsPerRange = 32;
-    /// How many distinct triangles meet in a corner that is not crowded yet.
+    std::size_t testsPerInterval = 32;
+    /// A vertex of more distinct triangles is a hub.
     std::uint32_t hubDegree = 16;
-    /// Of how many triangles copies are made.
-    std::size_t mostCopied = OccluderTree::kMostCopied;
+    /// The largest number of triangles that are copied.
+    std::size_t mostCopied = OccluderBvh::kMostCopied;
 };
 
-/// Answers as BakedTriangles::computeOcclusionIntervals() does, but for ranges within others. The
-/// baked triangles are borrowed and may change between one use and the next announce().
+/// Gives the intervals of BakedTriangles::computeOcclusionIntervals(), but for intervals within
+/// others. The baked triangles are borrowed and may change between one use and the next announce().
 class EdgeOcclusion {
 public:
-    explicit EdgeOcclusion(const BakedTriangles& baked, const OccluderLimits& limits = {})
+    explicit EdgeOcclusion(const BakedTriangles& baked, const OcclusionLimits& limits = {})
         : baked_(&baked), limits_(limits) {}
 
-    /// Says that so many segments will be asked for: the tree is laid out anew once there are so
-    /// many that it pays. When that is cancelled, there is no layout.
-    void announce(std::size_t segments, ItemCounter& work);
+    /// Prepares for so many more segments: the BVH is packed as soon as that pays for all announced
+    /// so far. When cancelled, there is no layout.
+    void announce(std::size_t segments, WorkCounter& work);
 
-    /// Lays out crowded triangles by themselves once so many have been tested that it pays; to be
-    /// asked between segments, with the number of hidden ranges that all of them have so far.
-    /// Throws Cancelled.
-    void considerCrowds(std::size_t ranges, ItemCounter& work);
+    /// Prepares the dense search once so many triangles have been tested that it pays; to be called
+    /// between segments, with the number of occluded intervals found for the last one. Throws
+    /// Cancelled.
+    void considerDenseSearch(std::size_t intervals, WorkCounter& work);
 
-    bool isCrowded() const { return crowd_.has_value(); }
-    /// How many triangles, and nodes of crowds, have been looked at since release().
-    std::size_t looks() const { return tested_ + (crowd_ ? crowd_->looks() : 0); }
+    bool usesDenseSearch() const { return dense_.has_value(); }
+    /// The number of triangles, and nodes of the dense search, visited since release().
+    std::size_t visits() const { return tested_ + (dense_ ? dense_->visits() : 0); }
 
-    /// Appends parts of a -> b that are hidden, overlapping and in any order; 0/1 .. 1/1 alone when
-    /// that is all of it.
-    void append(const BakedVertex& a, const BakedVertex& b, std::vector<RationalInterval>& hidden);
+    /// Appends the occluded intervals of a -> b, overlapping and in any order; 0/1 .. 1/1 alone for
+    /// a fully occluded segment.
+    void
+    append(const BakedVertex& a, const BakedVertex& b, std::vector<RationalInterval>& occluded);
 
-    /// The layout, if there is a faithful one of what is baked now; for whoever has other questions
-    /// to it. It lasts until the next call of announce() or release().
+    /// The layout of the current baked triangles, or null where there is none or it is not
+    /// conservative. Valid until the next call of announce() or release().
     const OccluderLayout* layout() const {
-        const bool isUsable = layout_ && layout_->isFaithful();
+        const bool isUsable = layout_ && layout_->isConservative();
         return isUsable && stateOfLayout_ == BakedState(*baked_) ? &*layout_ : nullptr;
     }
 
-    /// Frees the layout; it is made again when needed.
+    /// Frees the layout. It is rebuilt when needed.
     void release();
 
 private:
@@ -88,15 +95,15 @@ private:
     std::optional<BakedState> stateOfLayout_;
     std::size_t announced_ = 0;
     std::optional<OccluderLayout> layout_;
-    HiddenRanges ranges_;
-    OccluderLimits limits_;
-    std::optional<TriangleCopies> copies_; ///< For the crowd.
-    std::optional<CrowdedOccluders> crowd_;
-    std::optional<CrowdSurfaces> surfaces_; ///< There whenever crowd_ is.
-    bool haveConsideredCrowds_ = false;
-    std::size_t asked_ = 0;  ///< Segments.
-    std::size_t tested_ = 0; ///< Triangles, for all of them.
-    std::size_t hidden_ = 0; ///< Ranges of them.
+    OccludedIntervals intervals_;
+    OcclusionLimits limits_;
+    std::optional<TriangleCopies> copies_; ///< For dense_.
+    std::optional<DenseOccluders> dense_;
+    std::optional<RegionFronts> fronts_; ///< Present whenever dense_ is.
+    bool haveConsideredDenseSearch_ = false;
+    std::size_t segments_ = 0;      ///< Searched.
+    std::size_t tested_ = 0;        ///< Triangles, for all of them.
+    std::size_t intervalCount_ = 0; ///< Occluded intervals of them.
 };
 
 } // namespace ctr

@@ -1,61 +1,65 @@
-// When the ranges found so far leave nothing of a segment.
+// When the intervals found so far cover a segment.
+//
+// The union is extended from both ends of the segment with each interval. What that misses is found
+// by fusing all intervals, at counts that grow by a constant factor: O(k log k) in all for k
+// intervals.
 #include "visibility/occlusion/OccludedIntervals.h"
 
 #include "visibility/exact/FractionOrder.h"
 
 namespace ctr {
 
-void HiddenRanges::start() {
-    constexpr std::size_t kFirstLook = 16;
-    ranges_.clear();
+void OccludedIntervals::start() {
+    constexpr std::size_t kFirstCheck = 16;
+    intervals_.clear();
     coverage_.clear();
-    hiddenTo_ = Fraction(0, 1);
-    hiddenFrom_ = Fraction(1, 1);
-    nextLook_ = kFirstLook;
+    prefixEnd_ = Fraction(0, 1);
+    suffixStart_ = Fraction(1, 1);
+    nextCheck_ = kFirstCheck;
 }
 
-double HiddenRanges::middleOfOpen() const {
+double OccludedIntervals::middleOfRemaining() const {
     const auto valueOf = [](const Fraction& t) {
         return static_cast<double>(t[0]) / static_cast<double>(t[1]);
     };
-    return 0.5 * (valueOf(hiddenTo_) + valueOf(hiddenFrom_));
+    return 0.5 * (valueOf(prefixEnd_) + valueOf(suffixStart_));
 }
 
-/// True when the whole segment is known to be hidden.
-bool HiddenRanges::add(const RationalInterval& range, std::uint32_t slot) {
-    if (IsWhole(range)) {
-        lastHiders_[nextHider_++ % lastHiders_.size()] = slot;
+/// True when the whole segment is known to be occluded.
+bool OccludedIntervals::add(const RationalInterval& interval, std::uint32_t slot) {
+    if (IsFullSegment(interval)) {
+        recentOccluders_[nextRecent_++ % recentOccluders_.size()] = slot;
         return true;
     }
-    ranges_.push_back(range);
-    coverage_.add(range);
-    extendEnds(range);
-    return CompareFractions(hiddenTo_, hiddenFrom_) >= 0 ||
-           (ranges_.size() >= nextLook_ && isAllHidden());
+    intervals_.push_back(interval);
+    coverage_.add(interval);
+    extendEnds(interval);
+    return CompareFractions(prefixEnd_, suffixStart_) >= 0 ||
+           (intervals_.size() >= nextCheck_ && isFullyOccluded());
 }
 
-/// What is hidden at either end of the segment grows by a range that reaches it.
-void HiddenRanges::extendEnds(const RationalInterval& range) {
-    if (CompareFractions(range.start, hiddenTo_) <= 0 &&
-        CompareFractions(range.end, hiddenTo_) > 0) {
-        hiddenTo_ = range.end;
+/// Extends the occluded prefix and suffix of the segment by an interval that reaches them.
+void OccludedIntervals::extendEnds(const RationalInterval& interval) {
+    if (CompareFractions(interval.start, prefixEnd_) <= 0 &&
+        CompareFractions(interval.end, prefixEnd_) > 0) {
+        prefixEnd_ = interval.end;
     }
-    if (CompareFractions(range.end, hiddenFrom_) >= 0 &&
-        CompareFractions(range.start, hiddenFrom_) < 0) {
-        hiddenFrom_ = range.start;
+    if (CompareFractions(interval.end, suffixStart_) >= 0 &&
+        CompareFractions(interval.start, suffixStart_) < 0) {
+        suffixStart_ = interval.start;
     }
 }
 
-/// Joins the ranges found so far on the side: which of equal fractions are kept shall not depend on
-/// when that is done.
-bool HiddenRanges::isAllHidden() {
-    nextLook_ = 4 * ranges_.size();
-    fused_ = ranges_;
+/// Fuses a copy of the intervals: which of equal fractions the caller's union keeps must not depend
+/// on when this is done.
+bool OccludedIntervals::isFullyOccluded() {
+    nextCheck_ = 4 * intervals_.size();
+    fused_ = intervals_;
     IntervalTools::FuseOverlappingIntervals(fused_);
-    for (const RationalInterval& range : fused_) {
-        coverage_.add(range);
+    for (const RationalInterval& interval : fused_) {
+        coverage_.add(interval);
     }
-    return IsWhole(fused_.front());
+    return IsFullSegment(fused_.front());
 }
 
 } // namespace ctr

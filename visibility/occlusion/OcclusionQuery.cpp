@@ -1,5 +1,8 @@
-// Which parts of a grid segment are hidden: the walk over the hierarchy. Floats only prune it; they
-// hold grid coordinates of up to 24 bits exactly.
+// The occluded intervals of a grid segment by a traversal of the baked BVH as it is.
+//
+// Boxes prune: O(log n) plus the number of triangles in the leaves that remain. Box coordinates are
+// floats, exact for grid coordinates of up to 24 bits and monotonic beyond. Each remaining triangle
+// gives its interval exactly (TriangleOcclusion.h).
 #include <ctr/BakedTriangles.h>
 
 #include "visibility/baking/BakedMesh.h"
@@ -13,7 +16,7 @@
 namespace ctr {
 namespace {
 
-/// A node wholly beside the segment, or wholly at or beyond its farthest depth, hides nothing.
+/// Whether a node lies beside the segment, or at or beyond its farthest depth.
 bool IsPruned(const kx::kxBBox& node, const kx::kxBBox& box) {
     return node.min[0] > box.max[0] || box.min[0] > node.max[0] || node.min[1] > box.max[1] ||
            box.min[1] > node.max[1] || node.min[2] >= box.max[2];
@@ -50,7 +53,7 @@ void BakedTriangles::computeOcclusionIntervalsIter(unsigned int node,
     }
     for (;;) {
         assert(node < bvh.nodes.size());
-        const HierarchyNode& here = bvh.nodes[node];
+        const BvhNode& here = bvh.nodes[node];
         if (IsPruned(here.box, box)) {
             return;
         }
@@ -59,10 +62,10 @@ void BakedTriangles::computeOcclusionIntervalsIter(unsigned int node,
             const unsigned int* slot = bvh.primitives.data() + FirstSlot(here);
             for (const unsigned int* end = slot + here.second; slot != end; ++slot) {
                 const unsigned int* corners = triangleIndices.data() + 3 * std::size_t{*slot};
-                if (const auto part =
-                        HiddenPart(vertices[corners[0]], vertices[corners[1]], vertices[corners[2]],
-                                   trianglePlanes[*slot], tolerance, a, b)) {
-                    intervals.push_back(*part);
+                if (const auto interval = OccludedInterval(
+                        vertices[corners[0]], vertices[corners[1]], vertices[corners[2]],
+                        trianglePlanes[*slot], tolerance, a, b)) {
+                    intervals.push_back(*interval);
                 }
             }
             return;

@@ -1,14 +1,14 @@
-// The part of a grid segment that one triangle hides, exactly.
+// The interval of a grid segment that one triangle occludes. Exact, O(1).
 //
-// The segment is clipped against the triangle's outline on screen (parametric line clipping;
+// The segment is clipped against the triangle's edges on screen (parametric line clipping;
 // M. Cyrus and J. Beck, Generalized two- and three-dimensional clipping, Computers & Graphics 3,
-// 1978) and cut where it passes the triangle's plane. Side values and plane distances are integers,
-// parameters are fractions of them, and nothing is ever rounded.
+// 1978) and then to the far side of the triangle's plane. Edge functions and plane distances are
+// integers, parameters are fractions of them, and nothing is rounded.
 //
-// With a contact tolerance, a triangle hides its part of a segment only if some of that part lies
-// deeper behind the plane than the tolerance. A part that does is hidden from the plane on, as
-// without a tolerance: so a segment that starts on a face and runs behind it leaves no crumb, and
-// what is hidden with a tolerance is a subset of what is hidden without.
+// With a contact tolerance, a triangle occludes its part of a segment only if some of that part
+// lies deeper behind the plane than the tolerance. Such a part is occluded from the plane on, as
+// without a tolerance: a segment that starts on a face and runs behind it leaves no visible
+// fragment, and the parts occluded with a tolerance are a subset of those occluded without.
 #pragma once
 
 #include <ctr/IntervalTools.h>
@@ -22,34 +22,34 @@
 
 namespace ctr {
 
-/// Values of one linear function at the two ends of a segment.
+/// The values of a linear function at the two ends of a segment.
 struct EndValues {
     std::int64_t atA;
     std::int64_t atB;
 
-    /// Where the function is zero; the ends must differ.
+    /// The parameter at which the function is zero; the values must differ.
     Fraction zero() const { return MakeFraction(atA, WrapSubtract(atA, atB)); }
 
-    /// Whether the value at a parameter in [0, 1] is below a limit. It lies between those at the
-    /// ends, so three terms below 2^125 are compared.
+    /// Whether the value at a parameter in [0, 1] is below a limit. The value lies between those at
+    /// the ends, so three terms below 2^125 are compared.
     bool isBelow(std::int64_t limit, const Fraction& t) const {
         using Wide = __int128;
         return Wide{atA} * WrapSubtract(t[1], t[0]) + Wide{atB} * t[0] < Wide{limit} * t[1];
     }
 
-    /// Of sides, positive being inside: at most one point of the segment is inside, and not all of
-    /// it is on the line.
-    bool leavesNothing() const { return atA <= 0 && atB <= 0 && (atA | atB) != 0; }
+    /// For edge functions, positive inside: at most one point of the segment is inside, and the
+    /// segment does not lie on the edge line.
+    bool excludesSegment() const { return atA <= 0 && atB <= 0 && (atA | atB) != 0; }
 };
 
-/// The part of a segment that may still be hidden. On a tie the newer fraction is kept.
-struct HiddenCandidate {
+/// The part of a segment that may still be occluded. On a tie the newer fraction is kept.
+struct CandidateInterval {
     Fraction start{0, 1};
     Fraction end{1, 1};
 
     bool isProper() const { return CompareFractions(start, end) < 0; }
 
-    /// Keeps what lies inside or on an edge line, of a segment that reaches inside.
+    /// Keeps the part inside of or on an edge line, for a segment that has points inside.
     void clipToEdge(const EndValues& side) {
         if (side.atA == side.atB || (side.atA > 0 && side.atB > 0)) {
             return;
@@ -65,13 +65,13 @@ struct HiddenCandidate {
         }
     }
 
-    /// Whether some of it has a value below a limit.
+    /// Whether the function is below a limit at some point of the part.
     bool reachesBelow(std::int64_t limit, const EndValues& value) const {
         return (value.atA < limit && value.atB < limit) || value.isBelow(limit, start) ||
                value.isBelow(limit, end);
     }
 
-    /// Keeps what lies strictly behind a plane, of a segment with an end behind it.
+    /// Keeps the part strictly behind a plane, for a segment with an end behind it.
     void clipToPlane(const EndValues& distance) {
         if (distance.atA < 0 && distance.atB < 0) {
             return;
@@ -96,61 +96,64 @@ private:
     }
 };
 
-/// The sides of a segment's ends from the edge lines of a triangle on screen, positive inside.
-class OutlineSides {
+/// The edge functions of a triangle on screen at the ends of a segment, positive inside (the term
+/// of J. Pineda, A parallel algorithm for polygon rasterization, SIGGRAPH 1988).
+class EdgeFunctions {
 public:
     /// The triangle's corners are counter-clockwise on screen.
-    OutlineSides(const BakedVertex& p0,
-                 const BakedVertex& p1,
-                 const BakedVertex& p2,
-                 const BakedVertex& a,
-                 const BakedVertex& b) {
+    EdgeFunctions(const BakedVertex& p0,
+                  const BakedVertex& p1,
+                  const BakedVertex& p2,
+                  const BakedVertex& a,
+                  const BakedVertex& b) {
         const GridVector along = Difference(b, a);
-        const auto sideValues = [&](const BakedVertex& q, const BakedVertex& r) {
+        const auto valuesOf = [&](const BakedVertex& q, const BakedVertex& r) {
             const GridVector edge = Difference(r, q);
             const std::int64_t side = CrossXY(edge, Difference(a, q));
             return EndValues{side, WrapAdd(side, CrossXY(edge, along))};
         };
-        sides_[0] = sideValues(p0, p1);
-        sides_[1] = sideValues(p1, p2);
-        sides_[2] = sideValues(p2, p0);
+        values_[0] = valuesOf(p0, p1);
+        values_[1] = valuesOf(p1, p2);
+        values_[2] = valuesOf(p2, p0);
     }
 
-    bool leaveNothing() const {
-        return sides_[0].leavesNothing() || sides_[1].leavesNothing() || sides_[2].leavesNothing();
+    bool excludeSegment() const {
+        return values_[0].excludesSegment() || values_[1].excludesSegment() ||
+               values_[2].excludesSegment();
     }
 
-    /// What lies within the outline of a segment that reaches inside of every edge line.
-    HiddenCandidate within() const {
-        HiddenCandidate candidate;
-        for (const EndValues& side : sides_) {
-            candidate.clipToEdge(side);
+    /// The part of a segment within the triangle on screen, if it has points inside of every edge
+    /// line.
+    CandidateInterval within() const {
+        CandidateInterval candidate;
+        for (const EndValues& value : values_) {
+            candidate.clipToEdge(value);
         }
         return candidate;
     }
 
 private:
-    EndValues sides_[3];
+    EndValues values_[3];
 };
 
-/// What the triangle with these corners, counter-clockwise on screen, and this plane hides of
-/// a -> b; nothing when it is at most a point.
-inline std::optional<RationalInterval> HiddenPart(const BakedVertex& p0,
-                                                  const BakedVertex& p1,
-                                                  const BakedVertex& p2,
-                                                  const GridVector& normal,
-                                                  const ContactTolerance& tolerance,
-                                                  const BakedVertex& a,
-                                                  const BakedVertex& b) {
-    const OutlineSides sides(p0, p1, p2, a, b);
-    if (sides.leaveNothing()) {
+/// The interval of a -> b that the triangle with these corners, counter-clockwise on screen, and
+/// this plane normal occludes; none when it is at most a point.
+inline std::optional<RationalInterval> OccludedInterval(const BakedVertex& p0,
+                                                        const BakedVertex& p1,
+                                                        const BakedVertex& p2,
+                                                        const GridVector& normal,
+                                                        const ContactTolerance& tolerance,
+                                                        const BakedVertex& a,
+                                                        const BakedVertex& b) {
+    const EdgeFunctions edges(p0, p1, p2, a, b);
+    if (edges.excludeSegment()) {
         return std::nullopt;
     }
     const EndValues distance{Dot(normal, Difference(a, p0)), Dot(normal, Difference(b, p0))};
     if (distance.atA >= 0 && distance.atB >= 0) {
         return std::nullopt;
     }
-    HiddenCandidate candidate = sides.within();
+    CandidateInterval candidate = edges.within();
     if (!candidate.isProper()) {
         return std::nullopt;
     }

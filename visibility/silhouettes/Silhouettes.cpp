@@ -1,8 +1,8 @@
-// Silhouettes from windings alone.
+// Silhouettes from edge directions alone. Exact; edges are grouped by sorting, O(n log n).
 //
-// Every baked triangle is counter-clockwise on screen. Two triangles on the two sides of an edge
-// run along it in opposite directions; where the surface folds over, both lie on the same side and
-// run along it in the same direction:
+// Every baked triangle is counter-clockwise on screen. Two triangles on opposite sides of an edge
+// traverse it in opposite directions; where the surface folds over, both lie on the same side and
+// traverse it in the same direction:
 //
 //        c                     c   d
 //       / \                     \ / \           a -> b by both triangles: the surface folds
@@ -10,7 +10,8 @@
 //       \ /    b -> a: inside                   one triangle only.
 //        d
 //
-// So an edge all of whose triangles run one way is a silhouette: no facing test, no floats.
+// So an edge that all its triangles traverse in one direction is a silhouette. No facing test and
+// no floats are needed.
 #include "visibility/silhouettes/Silhouettes.h"
 
 #include <ctr/BakedTriangles.h>
@@ -90,29 +91,31 @@ private:
         return KeyOf(baked_.vertices[firstVertex_ + vertex]);
     }
 
-    /// Calls visit(from, to, number) for every edge, with the places of its ends.
+    /// Calls visit(from, to, number) for every edge, with the position numbers of its ends.
     template <class Visit>
-    void forEachEdge(const std::vector<std::uint32_t>& places, Visit visit) const {
+    void forEachEdge(const std::vector<std::uint32_t>& positions, Visit visit) const {
         ForEachCounted(triangleCount_, work_, [&](std::size_t j) {
             const unsigned int* corners = indices_ + 3 * j;
             const auto number = static_cast<std::uint32_t>(3 * j);
-            const std::uint32_t place[3] = {places[corners[0] - firstVertex_],
-                                            places[corners[1] - firstVertex_],
-                                            places[corners[2] - firstVertex_]};
+            const std::uint32_t place[3] = {positions[corners[0] - firstVertex_],
+                                            positions[corners[1] - firstVertex_],
+                                            positions[corners[2] - firstVertex_]};
             visit(place[2], place[0], number);
             visit(place[0], place[1], number + 1);
             visit(place[1], place[2], number + 2);
         });
     }
 
-    /// The numbers of the edges whose triangles all run one way, the lowest of each group.
-    std::vector<std::uint32_t> oneWayEdges(const std::vector<std::uint32_t>& places) const {
+    /// The numbers of the edges that all their triangles traverse in one direction, the lowest of
+    /// each group.
+    std::vector<std::uint32_t>
+    oneDirectionEdges(const std::vector<std::uint32_t>& positions) const {
         EdgeBuckets buckets(vertexCount_);
-        forEachEdge(places, [&](std::uint32_t from, std::uint32_t to, std::uint32_t) {
+        forEachEdge(positions, [&](std::uint32_t from, std::uint32_t to, std::uint32_t) {
             buckets.count(from, to);
         });
         buckets.startAdding(3 * std::size_t{triangleCount_});
-        forEachEdge(places, [&](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
+        forEachEdge(positions, [&](std::uint32_t from, std::uint32_t to, std::uint32_t number) {
             buckets.add(from, to, number);
         });
         const auto inside = [this](std::uint32_t, const BucketEdge*, const BucketEdge*) {
@@ -131,21 +134,21 @@ private:
 
     std::vector<Candidate> sortedCandidates() const {
         const auto key = [this](std::size_t vertex) { return keyOf(vertex); };
-        const std::vector<std::uint32_t> places = NumberPlaces(vertexCount_, key);
-        const std::vector<std::uint32_t> numbers = oneWayEdges(places);
+        const std::vector<std::uint32_t> positions = NumberPlaces(vertexCount_, key);
+        const std::vector<std::uint32_t> numbers = oneDirectionEdges(positions);
         PlaceRanks ranks(vertexCount_);
         for (const std::uint32_t number : numbers) {
             const auto [from, to] = endsOf(number);
-            ranks.use(places[from - firstVertex_]);
-            ranks.use(places[to - firstVertex_]);
+            ranks.use(positions[from - firstVertex_]);
+            ranks.use(positions[to - firstVertex_]);
         }
         ranks.rank(key, work_);
         std::vector<Candidate> candidates;
         candidates.reserve(numbers.size());
         for (const std::uint32_t number : numbers) {
             const auto [from, to] = endsOf(number);
-            const std::uint32_t fromRank = ranks[places[from - firstVertex_]];
-            const std::uint32_t toRank = ranks[places[to - firstVertex_]];
+            const std::uint32_t fromRank = ranks[positions[from - firstVertex_]];
+            const std::uint32_t toRank = ranks[positions[to - firstVertex_]];
             candidates.push_back({std::min(fromRank, toRank), std::max(fromRank, toRank), number,
                                   toRank < fromRank});
         }
@@ -170,7 +173,7 @@ private:
     }
 
     /// The whole edge of the source triangle on which an edge of a clipped one lies; none for an
-    /// edge that clipping made.
+    /// edge created by clipping.
     std::optional<std::pair<unsigned int, unsigned int>> sourceEdge(unsigned int origin,
                                                                     std::uint32_t k) const {
         const unsigned int code = (origin >> (kSourceTriangleBits + 2 * k)) & 3U;
@@ -193,7 +196,7 @@ private:
     unsigned int triangleCount_;
 };
 
-/// A set over the mesh's own vertices, placed like the mesh.
+/// A set over the mesh's own vertices, with the transformations of the mesh.
 LineSegmentSet* MakeSet(const kx::kxTriMesh& mesh, const std::vector<unsigned int>& segments) {
     auto set = std::make_unique<LineSegmentSet>();
     const kx::kxPointer<kx::kxIndexBuffer> lines = MakeLineBuffer(segments.size() / 2);
@@ -215,7 +218,7 @@ void FindSilhouettes(const BakedTriangles& baked,
     if (baked.trianglePlanes.empty()) {
         return;
     }
-    assert(MeshesLeadToTriangles(baked));
+    assert(HasValidMeshRanges(baked));
     // Meshes from the last to the first, each ending where the usable one after it begins.
     std::size_t nextMesh = meshes.size();
     for (std::size_t mesh = meshes.size(); mesh-- > 0;) {

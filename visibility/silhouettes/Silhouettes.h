@@ -1,4 +1,4 @@
-// Silhouettes as a part of longer work.
+// The silhouette edges of baked triangles. O(n log n) in the number of triangles.
 #pragma once
 
 #include <ctr/BakedTriangles.h>

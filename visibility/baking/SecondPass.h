@@ -1,0 +1,15 @@
+// The second pass of baking: fills the arrays of vertices and triangles, whose sizes the first pass
+// has counted. O(n) for n vertices and triangles.
+#pragma once
+
+#include <ctr/BakedTriangles.h>
+
+#include "linesets/Work.h"
+
+namespace ctr {
+
+/// Quantises the vertices of all meshes and appends their triangles in view, mesh by mesh. Frees
+/// what it has used of `data`. Throws Cancelled.
+void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, WorkCounter& work);
+
+} // namespace ctr
