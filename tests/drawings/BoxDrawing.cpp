@@ -1,13 +1,13 @@
 // The drawing goes the tool's whole way from a model in memory to a file, and is read back.
 #include "BoxDrawing.h"
 
+#include <kxDrawing/Writers.h>
+
 #include "drawing/Drawing.h"
 #include "drawing/scene/Scene.h"
 #include "tool/ModelText.h"
 #include "tool/SvgFile.h"
 #include "tool/Unwatched.h"
-
-#include <kxDrawing/Writers.h>
 
 #include <algorithm>
 #include <fstream>

@@ -29,12 +29,12 @@ namespace {
 using ctr::BakedTriangles;
 using ctr::BakedVertex;
 using ctr::FoundIntersection;
+using ctr::ItemCounter;
 using ctr::OcclusionLimits;
 using ctr::PairSearch;
 using ctr::PairSearchLimits;
 using ctr::RationalInterval;
 using ctr::SlotTriangle;
-using ctr::WorkCounter;
 using test_support::DenseSceneMaker;
 using test_support::DenseTriangles;
 using test_support::GridTriangle;
@@ -88,7 +88,7 @@ Pairs PairsOf(const DenseScene& scene,
               const PairSearchLimits& limits,
               std::vector<bool> leftOut = {},
               Hidden hidden = Hidden::isWanted) {
-    WorkCounter work;
+    ItemCounter work;
     std::size_t done = 0;
     PairSearch search(
         scene.baked, scene.triangles, [&](std::size_t) { ++done; }, work, limits);
@@ -380,7 +380,7 @@ AllRanges(const DenseScene& scene, const BakedVertex& a, const BakedVertex& b) {
 
 // An occlusion that has switched to the dense search.
 ctr::EdgeOcclusion DenseSearchOf(const DenseScene& scene, std::uint32_t hubDegree) {
-    WorkCounter work;
+    ItemCounter work;
     ctr::EdgeOcclusion occlusion(scene.baked, {0, 0, 0, hubDegree});
     occlusion.announce(scene.triangles.size(), work);
     std::vector<RationalInterval> ignored;
@@ -500,7 +500,7 @@ Visits VisitsOf(int count, const MakeScene& make, bool mayUseDenseSearch, unsign
     DenseScene scene(random, kBits, maker.triangles);
     scene.baked.setContactTolerance(tolerance);
     const Pairs pairs = PairsOf(scene, mayUseDenseSearch ? PairSearchLimits{8, 8, 16, 8} : kNever);
-    WorkCounter work;
+    ItemCounter work;
     ctr::EdgeOcclusion occlusion(scene.baked,
                                  mayUseDenseSearch ? OcclusionLimits{8, 16, 16, 16} : kNeverDense);
     occlusion.announce(3 * scene.triangles.size(), work);

@@ -22,11 +22,11 @@ namespace {
 
 using ctr::BakedTriangles;
 using ctr::BakedVertex;
+using ctr::ItemCounter;
 using ctr::OccluderBvh;
 using ctr::RationalInterval;
 using ctr::SlotTriangle;
 using ctr::SlotTriangles;
-using ctr::WorkCounter;
 using test_support::GridTriangle;
 using test_support::LatticeSpace;
 using test_support::OnTheGrid;
@@ -102,7 +102,7 @@ TEST(OccluderBvh, ReachWhateverCopiesReachAndLittleElse) {
     std::size_t gathered = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         MixedScene scene(static_cast<std::uint64_t>(seed));
-        WorkCounter work;
+        ItemCounter work;
         const OccluderBvh copies(scene.baked, work);
         const OccluderBvh gathering(scene.baked, work, 0);
         ASSERT_NE(copies.triangles().copies(), nullptr);
@@ -125,7 +125,7 @@ TEST(OccluderBvh, ReachWhateverCopiesReachAndLittleElse) {
 
 TEST(OccluderBvh, AreTheTrianglesThatAreCopied) {
     MixedScene scene(7);
-    WorkCounter work;
+    ItemCounter work;
     const SlotTriangles gathered(scene.baked);
     const ctr::TriangleCopies made(gathered, work);
     const SlotTriangles copies(made.all());
@@ -160,7 +160,7 @@ std::string TextOf(std::vector<RationalInterval> ranges) {
 // The occluded intervals of random segments, with the BVH and with the dense search.
 std::vector<std::string> HiddenOf(const MixedScene& scene, const ctr::OcclusionLimits& limits) {
     Random random(11);
-    WorkCounter work;
+    ItemCounter work;
     ctr::EdgeOcclusion occlusion(scene.baked, limits);
     constexpr std::size_t kMany = 1000;
     occlusion.announce(kMany, work);
@@ -205,7 +205,7 @@ using Pair = std::tuple<std::uint32_t, std::uint32_t, int, int, bool>;
 std::vector<Pair> PairsOf(const MixedScene& scene,
                           const SlotTriangles& triangles,
                           const ctr::PairSearchLimits& limits) {
-    WorkCounter work;
+    ItemCounter work;
     ctr::PairSearch search(
         scene.baked, triangles, [](std::size_t) {}, work, limits);
     std::vector<Pair> pairs;
@@ -221,7 +221,7 @@ TEST(OccluderBvh, IntersectAsCopiesDo) {
     std::size_t pairs = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         const MixedScene scene(static_cast<std::uint64_t>(seed));
-        WorkCounter work;
+        ItemCounter work;
         const SlotTriangles gathered(scene.baked);
         const ctr::TriangleCopies copies(gathered, work);
         for (const ctr::PairSearchLimits& limits :

@@ -48,17 +48,17 @@ void BakedTriangles::setContactTolerance(unsigned int steps) {
 }
 
 void BakedTriangles::initializeFirstPass(tFirstPassData& data) const {
-    WorkCounter unwatched;
+    ItemCounter unwatched;
     RunFirstPass(*this, data, unwatched);
 }
 
 void BakedTriangles::initialize() {
-    Work unwatched(nullptr);
+    PhasedProgress unwatched(nullptr);
     Bake(*this, unwatched);
 }
 
 bool BakedTriangles::initialize(kx::kxProgressNotifierInterface& notifier) {
-    Work work(&notifier);
+    PhasedProgress work(&notifier);
     try {
         const double cost = BakingCost(meshes);
         work.begin(cost, cost, 0.0);
@@ -73,7 +73,7 @@ bool BakedTriangles::initialize(kx::kxProgressNotifierInterface& notifier) {
 
 unsigned int BakedTriangles::computeBakedBVHBBox(unsigned int node) {
     ++bakeCount;
-    WorkCounter unwatched;
+    ItemCounter unwatched;
     return node < bvh.nodes.size() ? ComputeBoxes(*this, node, unwatched) : 0;
 }
 

@@ -32,7 +32,7 @@ private:
     BakedTriangles* baked_;
 };
 
-void MakePlanes(BakedTriangles& baked, WorkCounter& work) {
+void MakePlanes(BakedTriangles& baked, ItemCounter& work) {
     const std::size_t count = baked.triangleIndices.size() / 3;
     baked.trianglePlanes.reserve(count);
     ForEachCounted(count, work, [&baked](std::size_t triangle) {
@@ -58,7 +58,7 @@ double BakingCost(const std::vector<const kx::kxTriMesh*>& meshes) {
     return 3.0 * vertices + triangles * (5.0 + 2.0 * std::log2(1.0 + triangles / 2.0));
 }
 
-void Bake(BakedTriangles& baked, Work& work) {
+void Bake(BakedTriangles& baked, PhasedProgress& work) {
     baked.clearData();
     ClearUnlessCommitted guard(baked);
     BakedTriangles::tFirstPassData data;
@@ -68,7 +68,7 @@ void Bake(BakedTriangles& baked, Work& work) {
     if (!baked.triangleIndices.empty()) {
         BuildBvh(baked, work);
         MakePlanes(baked, work);
-        work.look();
+        work.poll();
     }
     guard.commit();
 }

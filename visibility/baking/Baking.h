@@ -8,7 +8,7 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 
 #include <vector>
 
@@ -19,6 +19,6 @@ namespace ctr {
 double BakingCost(const std::vector<const kx::kxTriMesh*>& meshes);
 
 /// As BakedTriangles::initialize(). An exception, Cancelled among them, leaves nothing baked.
-void Bake(BakedTriangles& baked, Work& work);
+void Bake(BakedTriangles& baked, PhasedProgress& work);
 
 } // namespace ctr

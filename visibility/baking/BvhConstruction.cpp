@@ -22,7 +22,7 @@ constexpr unsigned int kMaxTrianglesInLeaf = 10;
 /// The boxes of the triangles in world space, over which the hierarchy is built.
 class TrianglePrimitives : public kx::kxGenericBVHPrimitives {
 public:
-    TrianglePrimitives(const BakedTriangles& baked, WorkCounter& work)
+    TrianglePrimitives(const BakedTriangles& baked, ItemCounter& work)
         : indices_(baked.triangleIndices), positions_(baked.vertices.size()) {
         ForEachCounted(positions_.size(), work, [&](std::size_t i) {
             positions_[i] = GridToWorld(*baked.projectionSpace, baked.vertices[i]);
@@ -84,7 +84,7 @@ kx::kxBBox LeafBox(const BakedTriangles& baked, const BvhNode& leaf) {
 /// Counts the cancellation checks of the builder as its progress.
 class BuilderProgress : public kx::kxCancelInterfaceReadOnly {
 public:
-    explicit BuilderProgress(Work& work) : work_(work) {}
+    explicit BuilderProgress(PhasedProgress& work) : work_(work) {}
 
     bool isCanceled() const override {
         work_.advance(kItemsPerCheck);
@@ -94,12 +94,12 @@ public:
 private:
     static constexpr double kItemsPerCheck = 4096.0;
 
-    Work& work_;
+    PhasedProgress& work_;
 };
 
 } // namespace
 
-unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, WorkCounter& work) {
+unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, ItemCounter& work) {
     BvhNode& here = baked.bvh.nodes[node];
     if (IsLeaf(here)) {
         work.count(here.second);
@@ -114,7 +114,7 @@ unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, WorkCounter&
     return below + 1;
 }
 
-void BuildBvh(BakedTriangles& baked, Work& work) {
+void BuildBvh(BakedTriangles& baked, PhasedProgress& work) {
     const BuilderProgress progress(work);
     if (kx::kxLinearGenericBVHBuilder::build(baked.bvh, TrianglePrimitives(baked, work), &progress,
                                              kMaxTrianglesInLeaf)) {

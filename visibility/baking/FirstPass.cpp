@@ -59,7 +59,7 @@ struct ProjectedVertices {
     }
 
     void
-    project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space, WorkCounter& work) {
+    project(const kx::kxTriMesh& mesh, const DiscreteProjectionSpace& space, ItemCounter& work) {
         const VertexProjector projector(mesh, space);
         count = VertexQuantity(mesh);
         ForEachCounted(static_cast<std::size_t>(count), work, [&](std::size_t i) {
@@ -81,7 +81,7 @@ public:
     MeshClipper(const DiscreteProjectionSpace& space,
                 const kx::kxTriMesh& mesh,
                 const ProjectedVertices& projected,
-                WorkCounter& work)
+                ItemCounter& work)
         : space_(space), mesh_(mesh), projected_(projected), work_(work) {}
 
     void run(BakedTriangles::tFirstPassData& data, std::size_t meshNumber) {
@@ -168,7 +168,7 @@ private:
     const DiscreteProjectionSpace& space_;
     const kx::kxTriMesh& mesh_;
     const ProjectedVertices& projected_;
-    WorkCounter& work_;
+    ItemCounter& work_;
 };
 
 std::uint64_t VertexQuantityOf(const std::vector<const kx::kxTriMesh*>& meshes) {
@@ -183,7 +183,7 @@ std::uint64_t VertexQuantityOf(const std::vector<const kx::kxTriMesh*>& meshes) 
 
 void RunFirstPass(const BakedTriangles& baked,
                   BakedTriangles::tFirstPassData& data,
-                  WorkCounter& work) {
+                  ItemCounter& work) {
     assert(baked.projectionSpace != nullptr);
     const std::vector<const kx::kxTriMesh*>& meshes = baked.meshes;
     data.release();

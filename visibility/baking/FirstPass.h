@@ -4,7 +4,7 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 
 namespace ctr {
 
@@ -12,6 +12,6 @@ namespace ctr {
 /// triangles, and Cancelled.
 void RunFirstPass(const BakedTriangles& baked,
                   BakedTriangles::tFirstPassData& data,
-                  WorkCounter& work);
+                  ItemCounter& work);
 
 } // namespace ctr

@@ -75,7 +75,7 @@ public:
     MeshBaker(BakedTriangles& baked,
               std::size_t meshNumber,
               unsigned int firstVertex,
-              WorkCounter& work)
+              ItemCounter& work)
         : baked_(baked), mesh_(*baked.meshes[meshNumber]), meshNumber_(meshNumber),
           firstVertex_(firstVertex), work_(work) {}
 
@@ -147,7 +147,7 @@ private:
     const kx::kxTriMesh& mesh_;
     std::size_t meshNumber_;
     unsigned int firstVertex_;
-    WorkCounter& work_;
+    ItemCounter& work_;
 };
 
 std::size_t FanTriangleCount(const std::list<BakedTriangles::ClippedPolygon>& polygons) {
@@ -160,7 +160,7 @@ std::size_t FanTriangleCount(const std::list<BakedTriangles::ClippedPolygon>& po
 
 } // namespace
 
-void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, WorkCounter& work) {
+void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, ItemCounter& work) {
     const std::size_t meshCount = baked.meshes.size();
     baked.vertices.resize(data.vertexCount);
     baked.triangleIndices.reserve(3 * std::size_t{data.triangleCount});

@@ -4,12 +4,12 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 
 namespace ctr {
 
 /// Quantises the vertices of all meshes and appends their triangles in view, mesh by mesh. Frees
 /// what it has used of `data`. Throws Cancelled.
-void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, WorkCounter& work);
+void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, ItemCounter& work);
 
 } // namespace ctr

@@ -54,7 +54,7 @@ double OccluderBvh::depthErrorBound(const GridVector& normal) {
     return off / std::max(std::abs(static_cast<double>(normal[2])), 1.0);
 }
 
-OccluderBvh::OccluderBvh(const BakedTriangles& baked, WorkCounter& work, std::size_t mostCopied) {
+OccluderBvh::OccluderBvh(const BakedTriangles& baked, ItemCounter& work, std::size_t mostCopied) {
     if (!HasTriangles(baked)) {
         return;
     }
@@ -79,7 +79,7 @@ OccluderBvh::Boxes OccluderBvh::add(const BakedTriangles& baked,
                                     unsigned int node,
                                     Child& child,
                                     unsigned int depth,
-                                    WorkCounter& work) {
+                                    ItemCounter& work) {
     depth_ = std::max(depth_, depth);
     const BvhNode& here = baked.bvh.nodes[node];
     child = childOf(here);

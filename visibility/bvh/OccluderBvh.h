@@ -24,7 +24,7 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 #include "visibility/bvh/BvhNode.h"
 #include "visibility/bvh/Float4.h"
 #include "visibility/bvh/SegmentCoverage.h"
@@ -48,7 +48,7 @@ public:
 
     /// The scene is borrowed where it is not copied.
     OccluderBvh(const BakedTriangles& baked,
-                WorkCounter& work,
+                ItemCounter& work,
                 std::size_t mostCopied = kMostCopied);
 
     /// The error bound, in grid steps, of a depth on a plane whose values are rounded to integers.
@@ -118,7 +118,7 @@ private:
               unsigned int node,
               Child& child,
               unsigned int depth,
-              WorkCounter& work);
+              ItemCounter& work);
     Boxes boxesOf(Child leaf) const;
     static Node nodeAround(const Boxes (&boxes)[2], const Child (&children)[2]);
     static Margin marginOf(const Boxes& boxes);

@@ -176,7 +176,7 @@ bool PrunedIntervals::makeRedundantUpTo(double mostEnd) const {
 DenseOccluders::DenseOccluders(const std::vector<Triangle>& triangles,
                                const ContactTolerance& tolerance,
                                std::uint32_t hubDegree,
-                               WorkCounter& work)
+                               ItemCounter& work)
     : tolerance_(tolerance), distinct_(triangles, work) {
     for (const Triangle& triangle : triangles) {
         const kx::kxBBox box = BoxOfCorners(triangle);
@@ -189,7 +189,7 @@ DenseOccluders::DenseOccluders(const std::vector<Triangle>& triangles,
     layOutGlobalTree(work);
 }
 
-void DenseOccluders::layOutHubs(std::uint32_t hubDegree, WorkCounter& work) {
+void DenseOccluders::layOutHubs(std::uint32_t hubDegree, ItemCounter& work) {
     const std::vector<std::uint32_t> degrees = distinct_.degrees();
     hubsOf_.assign(distinct_.count(), kNoHubs);
     aroundOf_.assign(distinct_.positionCount(), kNoHub);
@@ -224,7 +224,7 @@ void DenseOccluders::layOutHubs(std::uint32_t hubDegree, WorkCounter& work) {
     }
 }
 
-void DenseOccluders::layOutGlobalTree(WorkCounter& work) {
+void DenseOccluders::layOutGlobalTree(ItemCounter& work) {
     std::vector<DenseItem> items;
     items.reserve(distinct_.count());
     for (std::uint32_t i = 0; i < distinct_.count(); ++i) {

@@ -123,7 +123,7 @@ public:
     DenseOccluders(const std::vector<Triangle>& triangles,
                    const ContactTolerance& tolerance,
                    std::uint32_t hubDegree,
-                   WorkCounter& work);
+                   ItemCounter& work);
 
     /// Whether append() accepts the segment.
     bool fits(const BakedVertex& a, const BakedVertex& b) const;
@@ -190,8 +190,8 @@ private:
         double most;
     };
 
-    void layOutGlobalTree(WorkCounter& work);
-    void layOutHubs(std::uint32_t hubDegree, WorkCounter& work);
+    void layOutGlobalTree(ItemCounter& work);
+    void layOutHubs(std::uint32_t hubDegree, ItemCounter& work);
     std::size_t cornerAt(std::uint32_t triangle, std::uint32_t position) const;
     DenseItem itemOf(std::uint32_t triangle) const;
     DenseItem directionsOf(std::uint32_t triangle, std::uint32_t hub) const;

@@ -34,7 +34,7 @@ DensePairs::DensePairs(const std::vector<Triangle>& triangles,
                        const std::vector<bool>& marked,
                        const PairIntersector& test,
                        std::uint32_t hubDegree,
-                       WorkCounter& work)
+                       ItemCounter& work)
     : triangles_(triangles), marked_(marked), test_(test), hubDegree_(hubDegree), work_(work),
       distinct_(triangles, work) {
     findHubs();

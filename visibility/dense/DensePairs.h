@@ -31,7 +31,7 @@ public:
                const std::vector<bool>& marked,
                const PairIntersector& test,
                std::uint32_t hubDegree,
-               WorkCounter& work);
+               ItemCounter& work);
 
     /// All intersections in any order, except for some of triangles in contact.
     std::vector<FoundIntersection> find();
@@ -62,7 +62,7 @@ private:
     const std::vector<bool>& marked_;
     const PairIntersector& test_;
     std::uint32_t hubDegree_;
-    WorkCounter& work_;
+    ItemCounter& work_;
     DistinctTriangles distinct_;
     std::vector<Hubs> hubsOf_; ///< Of distinct triangles.
     Incidence atHubs_;         ///< Triangles by their hubs.

@@ -34,7 +34,7 @@ std::int64_t CellsPerAxis(std::size_t triangles) {
 /// Finds regions bottom up: a region replaces those below it.
 class DenseRegionFinder {
 public:
-    DenseRegionFinder(const BakedTriangles& baked, WorkCounter& work)
+    DenseRegionFinder(const BakedTriangles& baked, ItemCounter& work)
         : baked_(baked), work_(work) {}
 
     std::vector<unsigned int> find() {
@@ -75,7 +75,7 @@ private:
     }
 
     const BakedTriangles& baked_;
-    WorkCounter& work_;
+    ItemCounter& work_;
     std::vector<unsigned int> roots_;
 };
 
@@ -105,7 +105,7 @@ GridAxis::Interval StepsOf(const SlotTriangle& triangle, std::int32_t BakedVerte
     return {least, most};
 }
 
-std::vector<unsigned int> FindDenseRegions(const BakedTriangles& baked, WorkCounter& work) {
+std::vector<unsigned int> FindDenseRegions(const BakedTriangles& baked, ItemCounter& work) {
     return baked.bvh.nodes.empty() ? std::vector<unsigned int>{}
                                    : DenseRegionFinder(baked, work).find();
 }

@@ -9,7 +9,7 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 #include "visibility/bvh/SlotTriangles.h"
 
 #include <algorithm>
@@ -97,7 +97,7 @@ GridAxis::Interval StepsOf(const SlotTriangle& triangle, std::int32_t BakedVerte
 
 /// The root nodes of all dense regions, in increasing order. Every box of the BVH has to contain
 /// the triangles below it. O(n) for n nodes.
-std::vector<unsigned int> FindDenseRegions(const BakedTriangles& baked, WorkCounter& work);
+std::vector<unsigned int> FindDenseRegions(const BakedTriangles& baked, ItemCounter& work);
 
 /// The slots of all triangles below a node.
 std::vector<std::uint32_t> SlotsBelow(const BakedTriangles& baked, unsigned int node);

@@ -92,7 +92,7 @@ public:
 
     PairTraversal(const DenseTree& tree,
                   const std::function<void(std::uint32_t, std::uint32_t)>& pair,
-                  WorkCounter& work)
+                  ItemCounter& work)
         : tree_(tree), pair_(pair), work_(work) {}
 
     std::size_t visits() const { return visits_; }
@@ -154,13 +154,13 @@ private:
 
     const DenseTree& tree_;
     const std::function<void(std::uint32_t, std::uint32_t)>& pair_;
-    WorkCounter& work_;
+    ItemCounter& work_;
     std::size_t visits_ = 0;
 };
 
 } // namespace
 
-DenseTree::DenseTree(std::vector<DenseItem> items, WorkCounter& work)
+DenseTree::DenseTree(std::vector<DenseItem> items, ItemCounter& work)
     : items_(std::move(items)), order_(items_.size()) {
     std::iota(order_.begin(), order_.end(), 0U);
     std::sort(order_.begin(), order_.end(), [&](std::uint32_t a, std::uint32_t b) {
@@ -173,7 +173,7 @@ DenseTree::DenseTree(std::vector<DenseItem> items, WorkCounter& work)
     }
 }
 
-std::uint32_t DenseTree::add(std::uint32_t begin, std::uint32_t end, WorkCounter& work) {
+std::uint32_t DenseTree::add(std::uint32_t begin, std::uint32_t end, ItemCounter& work) {
     work.count(end - begin);
     const auto number = static_cast<std::uint32_t>(nodes_.size());
     nodes_.push_back(nodeOf(begin, end));
@@ -343,7 +343,7 @@ std::function<double(std::uint32_t)> DenseTree::bestKey(const Node& node) const 
 }
 
 std::size_t DenseTree::forEachPair(const std::function<void(std::uint32_t, std::uint32_t)>& pair,
-                                   WorkCounter& work) const {
+                                   ItemCounter& work) const {
     PairTraversal traversal(*this, pair, work);
     if (!nodes_.empty()) {
         traversal.traverseSelf(0);

@@ -7,7 +7,7 @@
 // curved patches, Eurographics 1993.) Median splits, O(n log^2 n) for n items.
 #pragma once
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 #include "visibility/exact/GridArithmetic.h"
 
 #include <algorithm>
@@ -61,7 +61,7 @@ public:
         std::uint32_t count() const { return end - begin; }
     };
 
-    explicit DenseTree(std::vector<DenseItem> items, WorkCounter& work);
+    explicit DenseTree(std::vector<DenseItem> items, ItemCounter& work);
 
     /// Calls pair(a, b) once with the numbers of any two items, except for pairs
     /// - whose boxes share no point,
@@ -71,7 +71,7 @@ public:
     /// Some pairs of the last kind are not excluded. Returns the number of pairs of nodes or items
     /// visited.
     std::size_t forEachPair(const std::function<void(std::uint32_t, std::uint32_t)>& pair,
-                            WorkCounter& work) const;
+                            ItemCounter& work) const;
 
     /// The root comes first; empty without items.
     const std::vector<Node>& nodes() const { return nodes_; }
@@ -84,7 +84,7 @@ private:
         std::uint32_t item;
     };
 
-    std::uint32_t add(std::uint32_t begin, std::uint32_t end, WorkCounter& work);
+    std::uint32_t add(std::uint32_t begin, std::uint32_t end, ItemCounter& work);
     Node nodeOf(std::uint32_t begin, std::uint32_t end) const;
     PlaneBounds planeBoundsOf(std::uint32_t begin, std::uint32_t end) const;
     std::uint32_t split(const Node& node);

@@ -19,13 +19,13 @@ auto CornersOf(const SlotTriangle& triangle) {
 
 } // namespace
 
-DistinctTriangles::DistinctTriangles(const std::vector<Triangle>& triangles, WorkCounter& work)
+DistinctTriangles::DistinctTriangles(const std::vector<Triangle>& triangles, ItemCounter& work)
     : triangles_(triangles) {
     findEqual(work);
     findPositions(work);
 }
 
-void DistinctTriangles::findEqual(WorkCounter& work) {
+void DistinctTriangles::findEqual(ItemCounter& work) {
     slots_.resize(triangles_.size());
     std::iota(slots_.begin(), slots_.end(), 0U);
     std::sort(slots_.begin(), slots_.end(), [&](std::uint32_t a, std::uint32_t b) {
@@ -44,7 +44,7 @@ void DistinctTriangles::findEqual(WorkCounter& work) {
     firsts_.push_back(static_cast<std::uint32_t>(slots_.size()));
 }
 
-void DistinctTriangles::findPositions(WorkCounter& work) {
+void DistinctTriangles::findPositions(ItemCounter& work) {
     std::vector<std::uint32_t> corners(3 * positions_.size());
     std::iota(corners.begin(), corners.end(), 0U);
     const auto at = [this](std::uint32_t corner) {

@@ -1,7 +1,7 @@
 // Groups equal triangles, and corners of triangles at the same grid point, by sorting. O(n log n).
 #pragma once
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 #include "visibility/bvh/SlotTriangles.h"
 
 #include <array>
@@ -20,7 +20,7 @@ public:
     using Positions = std::array<std::uint32_t, 3>;
 
     /// The triangles are borrowed.
-    DistinctTriangles(const std::vector<Triangle>& triangles, WorkCounter& work);
+    DistinctTriangles(const std::vector<Triangle>& triangles, ItemCounter& work);
 
     std::uint32_t count() const { return static_cast<std::uint32_t>(positions_.size()); }
 
@@ -45,8 +45,8 @@ public:
     std::vector<std::uint32_t> degrees() const;
 
 private:
-    void findEqual(WorkCounter& work);
-    void findPositions(WorkCounter& work);
+    void findEqual(ItemCounter& work);
+    void findPositions(ItemCounter& work);
 
     const std::vector<Triangle>& triangles_;
     std::vector<std::uint32_t> slots_;

@@ -15,7 +15,7 @@ constexpr std::size_t kWordsPerWork = 64;
 PotentiallyVisiblePairs::PotentiallyVisiblePairs(const SlotTriangles& triangles,
                                                  const std::vector<std::uint32_t>& slots,
                                                  const ContactTolerance& tolerance,
-                                                 WorkCounter& work)
+                                                 ItemCounter& work)
     : work_(work), around_(RegionCover::Blocks().size()) {
     const RegionCover cover(triangles, slots, tolerance, work);
     for (const std::uint32_t slot : slots) {

@@ -22,7 +22,7 @@ public:
     PotentiallyVisiblePairs(const SlotTriangles& triangles,
                             const std::vector<std::uint32_t>& slots,
                             const ContactTolerance& tolerance,
-                            WorkCounter& work);
+                            ItemCounter& work);
 
     /// An estimate, from samples, of the number of pairs that forEach() visits, most of them twice.
     double estimate();
@@ -36,7 +36,7 @@ private:
     const std::vector<Word>& partnersOf(std::size_t own);
     bool areVisitedTwice(std::size_t own, std::size_t around) const;
 
-    WorkCounter& work_;
+    ItemCounter& work_;
     std::vector<std::uint32_t> slots_; ///< Of the triangles that are around any block.
     std::vector<RegionCover::Visibility> visibility_;
     std::vector<std::vector<Word>> around_; ///< By block: a bit per triangle around it.

@@ -106,14 +106,14 @@ private:
 RegionCover::RegionCover(const SlotTriangles& triangles,
                          const std::vector<std::uint32_t>& slots,
                          const ContactTolerance& tolerance,
-                         WorkCounter& work)
+                         ItemCounter& work)
     : tolerance_(tolerance), cells_(triangles, slots), covers_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
         cover(triangles[slot], work);
     }
 }
 
-void RegionCover::cover(const SlotTriangle& triangle, WorkCounter& work) {
+void RegionCover::cover(const SlotTriangle& triangle, ItemCounter& work) {
     const auto& p = triangle.corners;
     const ScreenEdgeFunction edges[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
     const CellOnScreen region{cells_.columns.extent(), cells_.rows.extent()};
@@ -178,7 +178,7 @@ std::size_t RegionCover::blockOf(std::int64_t column, std::int64_t row) const {
 }
 
 RegionCover::Visibility RegionCover::visibilityOf(const SlotTriangle& triangle,
-                                                  WorkCounter& work) const {
+                                                  ItemCounter& work) const {
     const auto& p = triangle.corners;
     const ScreenEdgeFunction edges[3] = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[0]}};
     const std::int64_t reach[3] = {ReachOf(edges[0]), ReachOf(edges[1]), ReachOf(edges[2])};

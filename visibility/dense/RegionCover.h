@@ -33,7 +33,7 @@
 // of the cover of its cell, and on the plane of the other at most that far beyond the triangle.
 #pragma once
 
-#include "linesets/Work.h"
+#include "linesets/Progress.h"
 #include "visibility/dense/DenseRegions.h"
 #include "visibility/exact/ContactTolerance.h"
 
@@ -63,10 +63,10 @@ public:
     RegionCover(const SlotTriangles& triangles,
                 const std::vector<std::uint32_t>& slots,
                 const ContactTolerance& tolerance,
-                WorkCounter& work);
+                ItemCounter& work);
 
     /// The visibility of a triangle of the region.
-    Visibility visibilityOf(const SlotTriangle& triangle, WorkCounter& work) const;
+    Visibility visibilityOf(const SlotTriangle& triangle, ItemCounter& work) const;
 
 private:
     static constexpr std::int64_t kBlocksPerAxis = 16;
@@ -90,7 +90,7 @@ private:
     /// Points of a plane, or of one depth, at the corners of a cell.
     struct Corners;
 
-    void cover(const SlotTriangle& triangle, WorkCounter& work);
+    void cover(const SlotTriangle& triangle, ItemCounter& work);
     bool add(Cell& cell, const Corners& corners);
     bool occludes(const Cell& cell, const Corners& corners) const;
     std::size_t blockOf(std::int64_t column, std::int64_t row) const;

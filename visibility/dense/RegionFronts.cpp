@@ -61,7 +61,7 @@ bool ContainsPoint(const kx::kxBBox& box, const BakedVertex& p) {
 
 RegionFront::RegionFront(const SlotTriangles& triangles,
                          const std::vector<std::uint32_t>& slots,
-                         WorkCounter& work)
+                         ItemCounter& work)
     : cells_(triangles, slots), nearest_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
         work.count(kWorkPerTriangle);
@@ -69,7 +69,7 @@ RegionFront::RegionFront(const SlotTriangles& triangles,
     }
 }
 
-void RegionFront::add(const SlotTriangle& triangle, std::uint32_t slot, WorkCounter& work) {
+void RegionFront::add(const SlotTriangle& triangle, std::uint32_t slot, ItemCounter& work) {
     const ApproximateTriangle approximate(triangle);
     const GridAxis::Run columns = cells_.columns.overlapping(StepsOf(triangle, &BakedVertex::x));
     const GridAxis::Run rows = cells_.rows.overlapping(StepsOf(triangle, &BakedVertex::y));
@@ -104,7 +104,7 @@ void RegionFront::findNearest(double x, double y, std::vector<std::uint32_t>& sl
 
 RegionFronts::RegionFronts(const BakedTriangles& baked,
                            const SlotTriangles& triangles,
-                           WorkCounter& work)
+                           ItemCounter& work)
     : baked_(baked) {
     for (const unsigned int root : FindDenseRegions(baked, work)) {
         denseRegions_.push_back({root, RegionFront(triangles, SlotsBelow(baked, root), work)});

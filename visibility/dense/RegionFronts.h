@@ -20,7 +20,7 @@ public:
     /// Nothing is borrowed. O(n) for n triangles.
     RegionFront(const SlotTriangles& triangles,
                 const std::vector<std::uint32_t>& slots,
-                WorkCounter& work);
+                ItemCounter& work);
 
     /// The slots of the triangles that cover a point, nearest first, in `slots`.
     void findNearest(double x, double y, std::vector<std::uint32_t>& slots) const;
@@ -33,7 +33,7 @@ private:
     /// Nearest first.
     using Cell = std::array<Entry, 16>;
 
-    void add(const SlotTriangle& triangle, std::uint32_t slot, WorkCounter& work);
+    void add(const SlotTriangle& triangle, std::uint32_t slot, ItemCounter& work);
 
     RegionGrid cells_;
     std::vector<Cell> nearest_;
@@ -43,7 +43,7 @@ private:
 class RegionFronts {
 public:
     /// As for FindDenseRegions(). The BVH is borrowed; the triangles are its own, slot by slot.
-    RegionFronts(const BakedTriangles& baked, const SlotTriangles& triangles, WorkCounter& work);
+    RegionFronts(const BakedTriangles& baked, const SlotTriangles& triangles, ItemCounter& work);
 
     /// Selects the segment for nearestAt().
     void selectSegment(const BakedVertex& a, const BakedVertex& b);

@@ -47,7 +47,7 @@ private:
 /// One set of baked triangles that occludes intersection edges.
 class IntersectionOccluder {
 public:
-    IntersectionOccluder(const LaidOutTriangles& triangles, std::size_t edges, WorkCounter& work)
+    IntersectionOccluder(const LaidOutTriangles& triangles, std::size_t edges, ItemCounter& work)
         : baked_(*triangles.baked), tolerance_(baked_), layout_(triangles.layout) {
         // Packing the BVH pays for so many edges only.
         constexpr std::size_t kTrianglesPerEdge = 64;
@@ -68,7 +68,7 @@ public:
     }
 
     /// Finds dense regions if there are so many edges that it pays.
-    void findDenseRegions(std::size_t edges, WorkCounter& work) {
+    void findDenseRegions(std::size_t edges, ItemCounter& work) {
         constexpr std::size_t kEdgesPerTriangle = 4;
         if (layout_ != nullptr && HasTriangles(baked_) &&
             edges >= kEdgesPerTriangle * baked_.trianglePlanes.size()) {
@@ -118,7 +118,7 @@ public:
     IntersectionOccluders(const LaidOutTriangles& triangles,
                           const LaidOutTriangles* occluders,
                           std::size_t edges,
-                          WorkCounter& work)
+                          ItemCounter& work)
         : own_(triangles, edges, work) {
         own_.findDenseRegions(edges, work);
         if (occluders != nullptr && HasTriangles(*occluders->baked)) {
@@ -178,7 +178,7 @@ struct Pieces {
 /// buffer. The intersection of two of them is occluded: each end lies on one triangle and, but for
 /// rounding, on the other one, so the whole edge is within four steps of either box on screen and
 /// no nearer than the nearest corner of both.
-std::vector<bool> OccludedTriangles(const OccluderLayout& layout, WorkCounter& work) {
+std::vector<bool> OccludedTriangles(const OccluderLayout& layout, ItemCounter& work) {
     std::vector<bool> occluded;
     const SlotTriangles triangles = layout.bvh.triangles();
     occluded.reserve(triangles.size());
@@ -332,7 +332,7 @@ FindIntersectionEdges(const LaidOutTriangles& triangles,
                       const std::function<void(std::size_t)>& triangleDone) {
     // For fewer, lookups in the depth buffer would not pay.
     constexpr std::size_t kManyTriangles = 4096;
-    WorkCounter work(notifier);
+    ItemCounter work(notifier);
     const auto advance = [&](std::size_t found) {
         if (notifier != nullptr) {
             notifier->advance(1.0);
@@ -379,7 +379,7 @@ LineSegmentSet* PiecesOfEdges(const std::vector<FoundIntersection>& edges,
                               const LaidOutTriangles* occluders,
                               kx::kxProgressNotifierInterface* notifier,
                               kx::kxPointer<LineSegmentSet>* hidden) {
-    WorkCounter work(notifier);
+    ItemCounter work(notifier);
     RemainingProgress run(notifier, edges.size());
     IntersectionOccluders occludersOfEdges(triangles, occluders, edges.size(), work);
     Pieces pieces{triangles.baked, hidden != nullptr, {}, {}};
@@ -392,7 +392,7 @@ LineSegmentSet* PiecesOfEdges(const std::vector<FoundIntersection>& edges,
     if (pieces.visible.empty() && pieces.hidden.empty()) {
         return nullptr;
     }
-    work.look();
+    work.poll();
     if (hidden != nullptr) {
         *hidden = MakeSet(pieces.hidden);
     }
@@ -408,7 +408,7 @@ LineSegmentSet* FindIntersectionLines(const LaidOutTriangles& triangles,
     }
     try {
         const auto edges = FindIntersectionEdges(triangles, hidden == nullptr, notifier);
-        WorkCounter(notifier).look();
+        ItemCounter(notifier).poll();
         return PiecesOfEdges(edges, triangles, occluders, notifier, hidden);
     } catch (const Cancelled&) {
         return nullptr;

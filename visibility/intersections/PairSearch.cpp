@@ -58,7 +58,7 @@ double EstimatedOverlaps(const SlotTriangles& triangles, const std::vector<std::
 PairSearch::PairSearch(const BakedTriangles& baked,
                        const SlotTriangles& triangles,
                        std::function<void(std::size_t)> triangleDone,
-                       WorkCounter& work,
+                       ItemCounter& work,
                        const PairSearchLimits& limits)
     : baked_(baked), triangles_(triangles), recent_(triangles),
       triangleDone_(std::move(triangleDone)), work_(work),

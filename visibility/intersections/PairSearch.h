@@ -53,7 +53,7 @@ public:
     PairSearch(const BakedTriangles& baked,
                const SlotTriangles& triangles,
                std::function<void(std::size_t)> triangleDone,
-               WorkCounter& work,
+               ItemCounter& work,
                const PairSearchLimits& limits = {});
 
     /// Excludes pairs of two marked triangles, slot by slot. Equal triangles are marked alike.
@@ -98,7 +98,7 @@ private:
     SlotTriangles triangles_;
     RecentTriangles recent_;
     std::function<void(std::size_t)> triangleDone_;
-    WorkCounter& work_;
+    ItemCounter& work_;
     PairIntersector intersector_;
     float rounding_[3] = {};      ///< The error bound of products with a coordinate, per axis.
     bool floatsAreExact_ = true;  ///< The floats of coordinates.

@@ -87,7 +87,7 @@ private:
 
 CoarseDepthBuffer::CoarseDepthBuffer(const BakedTriangles& baked,
                                      const OccluderBvh& bvh,
-                                     WorkCounter& work) {
+                                     ItemCounter& work) {
     const SlotTriangles triangles = bvh.triangles();
     if (triangles.empty() || !bvh.boxesAreConservative() || !FitsProducts(bvh.extent())) {
         return;
@@ -131,7 +131,7 @@ void CoarseDepthBuffer::coarsen() {
 /// would take long to rasterise: the buffer becomes coarser for them.
 std::vector<std::uint32_t> CoarseDepthBuffer::selectTriangles(const BakedTriangles& baked,
                                                               const SlotTriangles& triangles,
-                                                              WorkCounter& work) {
+                                                              ItemCounter& work) {
     constexpr std::size_t kCellsPerTriangle = 64;
     constexpr std::size_t kFreeCells = 1 << 20;
     Selection selection;
@@ -149,7 +149,7 @@ void CoarseDepthBuffer::select(const BakedTriangles& baked,
                                unsigned int node,
                                const SlotTriangles& triangles,
                                Selection& selection,
-                               WorkCounter& work) const {
+                               ItemCounter& work) const {
     const BvhNode& here = baked.bvh.nodes[node];
     const auto along = [&box = here.box](int axis) {
         return Extent{StepsOf(box.min[axis]), StepsOf(box.max[axis])};

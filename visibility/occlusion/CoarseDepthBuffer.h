@@ -32,7 +32,7 @@ public:
     ///
     /// Empty where boxes of the BVH do not contain the triangles below them, and on grids beyond
     /// all bounds, where the products here would not fit.
-    CoarseDepthBuffer(const BakedTriangles& baked, const OccluderBvh& bvh, WorkCounter& work);
+    CoarseDepthBuffer(const BakedTriangles& baked, const OccluderBvh& bvh, ItemCounter& work);
 
     /// Whether the segment and all points within a step of it are certainly occluded.
     bool occludes(const BakedVertex& a, const BakedVertex& b) const {
@@ -66,12 +66,12 @@ private:
     void layOutCells(const kx::kxBBox& box, std::size_t triangles);
     void coarsen();
     std::vector<std::uint32_t>
-    selectTriangles(const BakedTriangles& baked, const SlotTriangles& triangles, WorkCounter& work);
+    selectTriangles(const BakedTriangles& baked, const SlotTriangles& triangles, ItemCounter& work);
     void select(const BakedTriangles& baked,
                 unsigned int node,
                 const SlotTriangles& triangles,
                 Selection& selection,
-                WorkCounter& work) const;
+                ItemCounter& work) const;
     static Extent extentOf(const BakedVertex* corners, std::int32_t BakedVertex::*axis);
     Cells cellsWithin(Extent x, Extent y) const;
     Cells cellsWithin(const BakedVertex* corners) const;

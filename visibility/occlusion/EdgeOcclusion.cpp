@@ -30,7 +30,7 @@ BakedState::BakedState(const BakedTriangles& baked)
                                ExtentOf(baked.bvh.primitives)},
       rootBox(RootBoxOf(baked)) {}
 
-void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
+void EdgeOcclusion::announce(std::size_t segments, ItemCounter& work) {
     constexpr std::size_t kTrianglesPerSegment = 256;
     const BakedState state(*baked_);
     if (stateOfLayout_ != state) {
@@ -45,7 +45,7 @@ void EdgeOcclusion::announce(std::size_t segments, WorkCounter& work) {
     }
 }
 
-void EdgeOcclusion::considerDenseSearch(std::size_t intervals, WorkCounter& work) {
+void EdgeOcclusion::considerDenseSearch(std::size_t intervals, ItemCounter& work) {
     intervalCount_ += intervals;
     if (haveConsideredDenseSearch_ || !layout_ || !layout_->isConservative() ||
         tested_ <= limits_.testsPerTriangle * baked_->trianglePlanes.size() +

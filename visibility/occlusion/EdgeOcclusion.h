@@ -64,12 +64,12 @@ public:
 
     /// Prepares for so many more segments: the BVH is packed as soon as that pays for all announced
     /// so far. When cancelled, there is no layout.
-    void announce(std::size_t segments, WorkCounter& work);
+    void announce(std::size_t segments, ItemCounter& work);
 
     /// Prepares the dense search once so many triangles have been tested that it pays; to be called
     /// between segments, with the number of occluded intervals found for the last one. Throws
     /// Cancelled.
-    void considerDenseSearch(std::size_t intervals, WorkCounter& work);
+    void considerDenseSearch(std::size_t intervals, ItemCounter& work);
 
     bool usesDenseSearch() const { return dense_.has_value(); }
     /// The number of triangles, and nodes of the dense search, visited since release().

@@ -11,7 +11,7 @@ namespace ctr {
 
 struct OccluderLayout {
     OccluderLayout(const BakedTriangles& baked,
-                   WorkCounter& work,
+                   ItemCounter& work,
                    std::size_t mostCopied = OccluderBvh::kMostCopied)
         : bvh(baked, work, mostCopied), depthBuffer(baked, bvh, work) {}
 

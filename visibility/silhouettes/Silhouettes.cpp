@@ -17,9 +17,10 @@
 #include <ctr/BakedTriangles.h>
 #include <ctr/LineSegmentSet.h>
 
-#include "linesets/EdgeGroups.h"
+#include "linesets/EdgeBuckets.h"
 #include "linesets/EdgeSort.h"
 #include "linesets/SetConstruction.h"
+#include "linesets/Welding.h"
 #include "visibility/baking/BakedMesh.h"
 #include "visibility/baking/BakedValidation.h"
 
@@ -60,7 +61,7 @@ public:
     MeshSilhouette(const BakedTriangles& baked,
                    std::size_t mesh,
                    std::size_t nextMesh,
-                   WorkCounter& work)
+                   ItemCounter& work)
         : baked_(baked), work_(work), mesh_(mesh), firstVertex_(baked.meshFirstVertex[mesh]),
           vertexCount_(baked.meshFirstVertex[nextMesh] - firstVertex_),
           indices_(baked.triangleIndices.data() + 3 * std::size_t{baked.meshFirstTriangle[mesh]}),
@@ -134,9 +135,9 @@ private:
 
     std::vector<Candidate> sortedCandidates() const {
         const auto key = [this](std::size_t vertex) { return keyOf(vertex); };
-        const std::vector<std::uint32_t> positions = NumberPlaces(vertexCount_, key);
+        const std::vector<std::uint32_t> positions = WeldPositions(vertexCount_, key);
         const std::vector<std::uint32_t> numbers = oneDirectionEdges(positions);
-        PlaceRanks ranks(vertexCount_);
+        PositionRanks ranks(vertexCount_);
         for (const std::uint32_t number : numbers) {
             const auto [from, to] = endsOf(number);
             ranks.use(positions[from - firstVertex_]);
@@ -188,7 +189,7 @@ private:
     }
 
     const BakedTriangles& baked_;
-    WorkCounter& work_;
+    ItemCounter& work_;
     std::size_t mesh_;
     unsigned int firstVertex_;
     unsigned int vertexCount_;
@@ -212,7 +213,7 @@ LineSegmentSet* MakeSet(const kx::kxTriMesh& mesh, const std::vector<unsigned in
 
 void FindSilhouettes(const BakedTriangles& baked,
                      std::vector<LineSegmentSet*>& sets,
-                     WorkCounter& work) {
+                     ItemCounter& work) {
     const std::vector<const kx::kxTriMesh*>& meshes = baked.meshes;
     sets.assign(meshes.size(), nullptr);
     if (baked.trianglePlanes.empty()) {
@@ -238,7 +239,7 @@ bool BakedTriangles::computeSilhouetteEdges(std::vector<LineSegmentSet*>& sets) 
     if (!sets.empty()) {
         return false;
     }
-    WorkCounter unwatched;
+    ItemCounter unwatched;
     FindSilhouettes(*this, sets, unwatched);
     return !trianglePlanes.empty();
 }

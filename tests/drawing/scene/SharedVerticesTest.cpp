@@ -2,12 +2,11 @@
 #include "ModelText.h"
 #include "ShapeBuilders.h"
 #include "Unwatched.h"
-#include "jobs/DrawingJob.h"
 #include "drawing/scene/Cleaning.h"
 #include "drawing/scene/MeshBuilder.h"
-#include "jobs/DrawingJob.h"
 #include "import/ModelReader.h"
 #include "import/SceneModel.h"
+#include "jobs/DrawingJob.h"
 #include "options/Parsing.h"
 #include "support/Random.h"
 

@@ -2,7 +2,6 @@
 #include "common/RunPlan.h"
 
 #include "ModelText.h"
-#include "jobs/DrawingJob.h"
 #include "drawing/common/StagePlan.h"
 #include "import/SceneReader.h"
 #include "jobs/DrawingJob.h"
