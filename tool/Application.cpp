@@ -5,6 +5,7 @@
 #include "common/Messages.h"
 #include "common/Progress.h"
 #include "common/RunPlan.h"
+#include "common/Statistics.h"
 #include "common/Summary.h"
 #include "common/Timing.h"
 #include "drawing/common/Failure.h"
@@ -79,6 +80,9 @@ int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
     TellAbout(scene, options, report, messages);
     if (options.messages.timing) {
         observer.timing().report(log);
+        if (options.messages.verbose) {
+            PrintStatistics(log);
+        }
     }
     PrintSummary(report, options.messages, options.output.path == "-" ? log : out);
     return static_cast<int>(ExitCode::Drawn);

@@ -1,6 +1,7 @@
 // Builds the packed layout from a baked hierarchy, bottom up.
 #include "visibility/bvh/OccluderBvh.h"
 
+#include "visibility/ErrorBounds.h"
 #include "visibility/baking/BakedMesh.h"
 #include "visibility/bvh/BvhNode.h"
 #include "visibility/exact/GridArithmetic.h"
@@ -18,12 +19,6 @@ namespace {
 
 /// Farther than any grid point: the position of empty boxes.
 constexpr float kFar = 4.0e9F;
-
-/// Error bounds of a rounded value: an absolute one in steps, and the rounding of doubles relative
-/// to the size of the function. See IntersectionOcclusion.cpp.
-constexpr double kRoundedSteps = 2.0;
-constexpr double kGridExtent = 0x1p31;
-constexpr double kRoundedShare = 0x1p-49 * kGridExtent;
 
 Float4 ToFloat4(Int4 numbers) {
     return __builtin_convertvector(numbers, Float4);
@@ -50,7 +45,7 @@ double OccluderBvh::depthErrorBound(const GridVector& normal) {
     for (int axis = 0; axis < 3; ++axis) {
         size += std::abs(static_cast<double>(normal[axis]));
     }
-    const double off = kRoundedSteps + size * kRoundedShare;
+    const double off = error_bounds::kRoundedValueMargin + size * error_bounds::kFunctionError;
     return off / std::max(std::abs(static_cast<double>(normal[2])), 1.0);
 }
 
@@ -122,13 +117,13 @@ OccluderBvh::Node OccluderBvh::nodeAround(const Boxes (&boxes)[2], const Child (
 
 /// The margin is rounded up, and once more where its lower half is dropped. An empty box has none.
 OccluderBvh::Margin OccluderBvh::marginOf(const Boxes& boxes) {
-    constexpr float kMore = 1.0F + 0x1p-20F; // More than the differences lose.
     constexpr std::uint32_t kLowerHalf = 0xffffU;
     constexpr unsigned int kHalf = 16;
     Margin margin{};
     if (boxes.extent.min[0] <= boxes.extent.max[0]) {
-        const Float4 beyond = kMore * Max(boxes.extent.min - boxes.enlarged.min,
-                                          boxes.enlarged.max - boxes.extent.max);
+        const Float4 beyond =
+            error_bounds::kMoreThanFloats *
+            Max(boxes.extent.min - boxes.enlarged.min, boxes.enlarged.max - boxes.extent.max);
         for (std::size_t axis = 0; axis < margin.size(); ++axis) {
             const auto bits = std::bit_cast<std::uint32_t>(float{beyond[axis]});
             margin[axis] = static_cast<std::uint16_t>((bits + kLowerHalf) >> kHalf);
@@ -142,9 +137,9 @@ OccluderBvh::Margin OccluderBvh::marginOf(const Boxes& boxes) {
 /// to twice its area A, so an error of e in each scales the triangle about its centroid by at most
 /// 1 + 3 e / 2A. The plane comes nearer by e / |nz|, and |nz| = 2A.
 OccluderBvh::Boxes OccluderBvh::boxesOf(Child leaf) const {
-    constexpr float kMore = 1.0F + 0x1p-20F; // More than floats lose here.
-    constexpr auto kSteps = static_cast<float>(kRoundedSteps) * kMore;
-    constexpr auto kShare = static_cast<float>(kRoundedShare) * kMore;
+    constexpr float kMore = error_bounds::kMoreThanFloats;
+    constexpr auto kSteps = static_cast<float>(error_bounds::kRoundedValueMargin) * kMore;
+    constexpr auto kShare = static_cast<float>(error_bounds::kFunctionError) * kMore;
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     Boxes boxes{{Broadcast(kInfinity), Broadcast(-kInfinity)}, {Broadcast(kFar), Broadcast(-kFar)}};
     const SlotTriangles all = triangles();

@@ -25,6 +25,8 @@
 #include <ctr/BakedTriangles.h>
 
 #include "linesets/Progress.h"
+#include "visibility/Statistics.h"
+#include "visibility/Tuning.h"
 #include "visibility/bvh/BvhNode.h"
 #include "visibility/bvh/Float4.h"
 #include "visibility/bvh/SegmentCoverage.h"
@@ -42,14 +44,10 @@ namespace ctr {
 
 class OccluderBvh {
 public:
-    /// The largest number of triangles that are copied: with the nodes, copies take 62 bytes per
-    /// triangle, up to 260 MB. Without them, finding lines takes up to a fifth longer.
-    static constexpr std::size_t kMostCopied = std::size_t{1} << 22;
-
     /// The scene is borrowed where it is not copied.
     OccluderBvh(const BakedTriangles& baked,
                 ItemCounter& work,
-                std::size_t mostCopied = kMostCopied);
+                std::size_t mostCopied = Tuning::kMostCopied);
 
     /// The error bound, in grid steps, of a depth on a plane whose values are rounded to integers.
     static double depthErrorBound(const GridVector& normal);
@@ -201,17 +199,20 @@ void OccluderBvh::traverseLeaves(const SegmentSlabTest& slabTest,
         Child child;
         std::uint64_t bits;
     };
-    constexpr unsigned int kInlineDepth = 96;
-    std::array<Pending, kInlineDepth> inlineStack;
-    std::vector<Pending> deepStack(depth_ < kInlineDepth ? 0 : depth_ + 1);
+    std::array<Pending, Tuning::kInlineDepth> inlineStack;
+    std::vector<Pending> deepStack(depth_ < Tuning::kInlineDepth ? 0 : depth_ + 1);
     Pending* const bottom = deepStack.empty() ? inlineStack.data() : deepStack.data();
     Pending* top = bottom;
     Child here = root_;
+    Count(Counter::bvhSearches);
     for (;;) {
         while (!here.isLeaf()) {
             const Node& node = nodeOf(here);
+            Count(Counter::bvhNodes);
             const auto bits = SegmentCoverage::bitsIn(slabTest.clip(node.x, node.y, node.z));
             const bool visit[2] = {!coverage.covers(bits[0]), !coverage.covers(bits[1])};
+            Count(Counter::bvhSubtreesCovered,
+                  (bits[0] != 0 && !visit[0] ? 1 : 0) + (bits[1] != 0 && !visit[1] ? 1 : 0));
             if (visit[0] && visit[1]) {
                 const std::size_t near = node.z[1] < node.z[0] ? 1 : 0;
                 *top++ = {node.children[1 - near], bits[1 - near]};

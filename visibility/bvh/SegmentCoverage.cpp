@@ -1,6 +1,7 @@
 // Doubles locate the first and the last part; parts that an end may touch are left out.
 #include "visibility/bvh/SegmentCoverage.h"
 
+#include "visibility/ErrorBounds.h"
 #include "visibility/exact/GridArithmetic.h"
 
 #include <algorithm>
@@ -8,13 +9,12 @@
 namespace ctr {
 
 void SegmentCoverage::add(const RationalInterval& interval) {
-    constexpr double kRounding = 1.0e-9;
     const auto at = [](const Fraction& t) {
         const double bits = kBits * static_cast<double>(t[0]) / static_cast<double>(t[1]);
         return std::min(std::max(0.0, bits), double{kBits});
     };
-    const int first = static_cast<int>(at(interval.start) + kRounding) + 1;
-    const int end = static_cast<int>(at(interval.end) - kRounding);
+    const int first = static_cast<int>(at(interval.start) + error_bounds::kCoverageMargin) + 1;
+    const int end = static_cast<int>(at(interval.end) - error_bounds::kCoverageMargin);
     if (first < end) {
         covered_ |= (~std::uint64_t{0} >> (kBits - (end - first))) << first;
     }

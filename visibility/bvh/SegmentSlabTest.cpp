@@ -1,6 +1,8 @@
 // Reciprocal directions are computed once per segment.
 #include "visibility/bvh/SegmentSlabTest.h"
 
+#include "visibility/ErrorBounds.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -8,10 +10,6 @@
 namespace ctr {
 
 SegmentSlabTest::SegmentSlabTest(const BakedVertex& a, const BakedVertex& b) {
-    // Within the segment's extent, coordinates and their differences are off by less than 2^-21 of
-    // the largest of them.
-    constexpr float kMarginShare = 0x1p-20F;
-    constexpr float kMarginSteps = 3.0F;
     constexpr float kSteep = 1.0e12F;
     const std::int32_t ends[3][2] = {{a.x, b.x}, {a.y, b.y}, {a.z, b.z}};
     float from[3];
@@ -23,7 +21,7 @@ SegmentSlabTest::SegmentSlabTest(const BakedVertex& a, const BakedVertex& b) {
         per[axis] = p != q ? 1.0F / static_cast<float>(std::int64_t{q} - std::int64_t{p}) : kSteep;
         largest = std::max({largest, std::abs(from[axis]), std::abs(static_cast<float>(q))});
     }
-    const float margin = kMarginSteps + kMarginShare * largest;
+    const float margin = error_bounds::kSlabSteps + error_bounds::kSlabShare * largest;
     const auto both = [](float low, float high) { return Float4{low, low, high, high}; };
     originX_ = both(from[0] + margin, margin - from[0]);
     originY_ = both(from[1] + margin, margin - from[1]);

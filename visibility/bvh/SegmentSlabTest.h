@@ -6,7 +6,7 @@
 // the lanes of a SIMD register. O(1).
 //
 // The test is conservative: boxes count as larger by the error bound of the floats and a few grid
-// steps (SegmentSlabTest.cpp), so a part of the segment that is in a box is never missed.
+// steps (ErrorBounds.h), so a part of the segment that is in a box is never missed.
 #pragma once
 
 #include "visibility/bvh/Float4.h"

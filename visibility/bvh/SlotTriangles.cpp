@@ -9,7 +9,7 @@ const SlotTriangle& SlotTriangles::gather(std::size_t slot, SlotTriangle& storag
 }
 
 const SlotTriangle& RecentTriangles::gatherOnce(std::uint32_t slot) {
-    Entry& entry = entries_[slot % kEntryCount];
+    Entry& entry = entries_[slot % Tuning::kGatheredTriangles];
     if (entry.slot != slot) {
         entry.slot = slot;
         entry.triangle = triangles_[slot];

@@ -7,6 +7,7 @@
 #include <ctr/BakedTriangles.h>
 
 #include "linesets/Progress.h"
+#include "visibility/Tuning.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -64,7 +65,8 @@ private:
 class RecentTriangles {
 public:
     explicit RecentTriangles(const SlotTriangles& triangles)
-        : triangles_(triangles), entries_(triangles.copies() == nullptr ? kEntryCount : 0) {}
+        : triangles_(triangles),
+          entries_(triangles.copies() == nullptr ? Tuning::kGatheredTriangles : 0) {}
 
     /// Valid until the next call.
     const SlotTriangle& get(std::uint32_t slot) {
@@ -73,7 +75,6 @@ public:
     }
 
 private:
-    static constexpr std::size_t kEntryCount = 8192;
     struct Entry {
         std::size_t slot = std::numeric_limits<std::size_t>::max();
         SlotTriangle triangle{};

@@ -1,6 +1,7 @@
 // One pass over the triangles, one over the BVH.
 #include "visibility/dense/BypassConditions.h"
 
+#include "visibility/ErrorBounds.h"
 #include "visibility/baking/BakedMesh.h"
 #include "visibility/bvh/BvhNode.h"
 #include "visibility/exact/GridArithmetic.h"
@@ -26,7 +27,7 @@ bool BoxContains(const kx::kxBBox& box, const kx::kxBBox& other) {
     return all;
 }
 
-/// Whether each slot is in at most one leaf below a node, and boxes contain what is below them.
+/// Whether each slot is in at most one leaf below a node, and boxes contain the boxes below them.
 bool ReachesAll(const BakedTriangles& baked,
                 const SlotTriangles& triangles,
                 unsigned int node,
@@ -63,8 +64,7 @@ kx::kxBBox BoxOfCorners(const SlotTriangle& triangle) {
 }
 
 bool PlaneValuesFit(const kx::kxBBox& box, double factor) {
-    constexpr float kLastExact = 0x1p24F;
-    constexpr double kLargest = 0x1p63;
+    constexpr float kLastExact = error_bounds::kLastExactFloat;
     double values = 6.0 * factor;
     for (int axis = 0; axis < 3; ++axis) {
         values *= static_cast<double>(box.max[axis]) - static_cast<double>(box.min[axis]);
@@ -72,7 +72,7 @@ bool PlaneValuesFit(const kx::kxBBox& box, double factor) {
             return false;
         }
     }
-    return values < kLargest;
+    return values < error_bounds::kPlaneValueLimit;
 }
 
 bool MayBypassBvh(const BakedTriangles& baked, const SlotTriangles& triangles) {

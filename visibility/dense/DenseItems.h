@@ -1,6 +1,7 @@
 // Triangles, and sectors of directions around a vertex, as items of a DenseTree.
 #pragma once
 
+#include "visibility/ErrorBounds.h"
 #include "visibility/bvh/SlotTriangles.h"
 #include "visibility/dense/DenseTree.h"
 #include "visibility/dense/DistinctTriangles.h"
@@ -53,11 +54,10 @@ inline DenseItem ItemOfTriangle(const SlotTriangle& triangle, std::uint32_t numb
 /// hubs. No point of an arc is farther from its chord than the midpoint.
 inline DenseItem
 ItemOfDirections(const GridVector& from, const GridVector& to, std::uint32_t number) {
-    constexpr double kRounding = 0x1p-40;
     const Coordinates p = UnitOf(from);
     const Coordinates q = UnitOf(to);
     const double midpoint = 0.5 * LengthOf({p[0] + q[0], p[1] + q[1], p[2] + q[2]});
-    const double margin = 1.0 - midpoint + kRounding;
+    const double margin = 1.0 - midpoint + error_bounds::kUnitMargin;
     DenseItem item{};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         item.min[axis] = std::min(p[axis], q[axis]) - margin;

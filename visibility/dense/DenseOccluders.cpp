@@ -1,7 +1,7 @@
-// Doubles reject, exact arithmetic decides. Coordinates are at most 2^24 and unit normals are off
-// by less than 2^-50, so distances are off by less than 2^-20 of a step; the margins are 2^-10.
+// Doubles reject, by the margins of ErrorBounds.h; exact arithmetic decides.
 #include "visibility/dense/DenseOccluders.h"
 
+#include "visibility/ErrorBounds.h"
 #include "visibility/dense/BypassConditions.h"
 #include "visibility/dense/DenseItems.h"
 #include "visibility/exact/FractionOrder.h"
@@ -15,8 +15,6 @@
 namespace ctr {
 namespace {
 
-constexpr double kStepMargin = 0x1p-10;
-constexpr double kParameterMargin = 0x1p-40;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 using Flat = std::array<double, 2>;
@@ -52,13 +50,13 @@ double FarthestInBox(const Coordinates& position, const DenseTree::Node& node) {
 bool IsInFront(const Coordinates& position, const DenseTree::Node& node) {
     const DenseTree::PlaneBounds& planes = node.planes;
     return Along(planes.direction, position) - planes.high >
-           planes.spread * FarthestInBox(position, node) + kStepMargin;
+           planes.spread * FarthestInBox(position, node) + error_bounds::kDistanceMargin;
 }
 
 bool IsBehind(const Coordinates& position, const DenseTree::Node& node) {
     const DenseTree::PlaneBounds& planes = node.planes;
     return planes.low - Along(planes.direction, position) >
-           planes.spread * FarthestInBox(position, node) + kStepMargin;
+           planes.spread * FarthestInBox(position, node) + error_bounds::kDistanceMargin;
 }
 
 /// The approximate distance of a point from the planes of a node.
@@ -127,7 +125,7 @@ void PrunedIntervals::clear() {
 
 void PrunedIntervals::add(const RationalInterval& interval) {
     intervals_.push_back(interval);
-    isWhole_ = isWhole_ || IsFullSegment(interval);
+    isFull_ = isFull_ || IsFullSegment(interval);
     if (interval.start[0] == 0) {
         startsUnusually_ = startsUnusually_ || interval.start[1] != 1;
         leastEndFromStart_ = std::min(leastEndFromStart_, ValueOf(interval.end));
@@ -157,20 +155,20 @@ void PrunedIntervals::unite(const RationalInterval& interval) {
 }
 
 bool PrunedIntervals::makeRedundant(double from, double to) const {
-    return from > leastStartToEnd_ + kParameterMargin ||
+    return from > leastStartToEnd_ + error_bounds::kUnitMargin ||
            std::any_of(united_.begin(), united_.end(), [&](const RationalInterval& interval) {
-               return from > ValueOf(interval.start) + kParameterMargin &&
-                      to < ValueOf(interval.end) - kParameterMargin;
+               return from > ValueOf(interval.start) + error_bounds::kUnitMargin &&
+                      to < ValueOf(interval.end) - error_bounds::kUnitMargin;
            });
 }
 
 bool PrunedIntervals::makeRedundantBeyond(double leastEnd) const {
-    return leastEnd > leastEndFromStart_ + kParameterMargin;
+    return leastEnd > leastEndFromStart_ + error_bounds::kUnitMargin;
 }
 
 bool PrunedIntervals::makeRedundantUpTo(double mostEnd) const {
     return !united_.empty() && united_.front().start[0] == 0 &&
-           mostEnd < ValueOf(united_.front().end) - kParameterMargin;
+           mostEnd < ValueOf(united_.front().end) - error_bounds::kUnitMargin;
 }
 
 DenseOccluders::DenseOccluders(const std::vector<Triangle>& triangles,
@@ -366,7 +364,7 @@ void DenseOccluders::append(const BakedVertex& a,
     }
     std::vector<RationalInterval> fused = intervals_.all();
     IntervalTools::FuseOverlappingIntervals(fused);
-    if (intervals_.isWhole() || AreFullSegment(fused)) {
+    if (intervals_.isFull() || AreFullSegment(fused)) {
         occluded.push_back(FullSegment());
     } else {
         occluded.insert(occluded.end(), intervals_.all().begin(), intervals_.all().end());
@@ -399,7 +397,7 @@ void DenseOccluders::searchTree(Query& query) {
     const Hubs hubs{query.hubs[0], query.hubs[1], kNoHub};
     pending_.start();
     pending_.add(0.0, 0);
-    while (!pending_.isEmpty() && !intervals_.isWhole()) {
+    while (!pending_.isEmpty() && !intervals_.isFull()) {
         const std::uint32_t number = pending_.take();
         const DenseTree::Node& node = nodes[number];
         ++visits_;
@@ -447,7 +445,7 @@ DenseOccluders::Span DenseOccluders::spanOf(std::uint32_t number, const Query& q
     const EdgeBounds& edgeBounds = global_->edgeBounds[number];
     Span span{0.0, 1.0};
     const auto clipTo = [&span](double limit, double from, double to) {
-        limit += kStepMargin;
+        limit += error_bounds::kDistanceMargin;
         if (from > limit && to > limit) {
             span.leave = -1.0;
         } else if (from > limit) {
@@ -476,7 +474,8 @@ bool DenseOccluders::isInsideAllTriangles(std::uint32_t number,
     bool isWithin = true;
     for (std::size_t k = 0; k < 3; ++k) {
         const double inside = edgeBounds.nearest[k] - AlongFlat(edgeBounds.outward[k], point);
-        isWithin = isWithin && inside > edgeBounds.spread[k] * reach + kStepMargin;
+        isWithin =
+            isWithin && inside > edgeBounds.spread[k] * reach + error_bounds::kDistanceMargin;
     }
     return isWithin;
 }
@@ -520,7 +519,7 @@ void DenseOccluders::searchHub(const HubTree& around,
         }
     };
     consider(0);
-    while (!pending_.isEmpty() && !intervals_.isWhole()) {
+    while (!pending_.isEmpty() && !intervals_.isFull()) {
         const std::uint32_t number = pending_.take();
         const DenseTree::Node& node = nodes[number];
         if (!rankOf(*exitsOf(around, number, end, query))) {
@@ -546,21 +545,20 @@ std::optional<DenseOccluders::Exits> DenseOccluders::exitsOf(const HubTree& arou
                                                              std::uint32_t number,
                                                              int end,
                                                              const Query& query) const {
-    constexpr double kShare = 0x1p-40;
     const HubBounds& hubBounds = around.hubBounds[number];
     const Coordinates direction = CoordinatesOf(Difference(*query.ends[1 - end], *query.ends[end]));
     // Products with the turned direction are the sides on which other directions lie: the segment
     // is to the left of the first edge and to the right of the second.
     const Flat turned{direction[1], -direction[0]};
-    if (hubBounds.normals.leastProduct(direction) > kStepMargin ||
-        hubBounds.firsts.mostProduct(turned) < -kStepMargin ||
-        hubBounds.seconds.leastProduct(turned) > kStepMargin) {
+    if (hubBounds.normals.leastProduct(direction) > error_bounds::kDistanceMargin ||
+        hubBounds.firsts.mostProduct(turned) < -error_bounds::kDistanceMargin ||
+        hubBounds.seconds.leastProduct(turned) > error_bounds::kDistanceMargin) {
         return std::nullopt;
     }
     const Flat onScreen{direction[0], direction[1]};
     const double leastValue = hubBounds.across.leastProduct(onScreen);
     const double mostValue = hubBounds.across.mostProduct(onScreen);
-    const double margin = kShare * hubBounds.across.largestTerms(onScreen);
+    const double margin = error_bounds::kUnitMargin * hubBounds.across.largestTerms(onScreen);
     const auto exitAt = [](double value) { return value > 0.0 ? std::min(1.0 / value, 1.0) : 1.0; };
     return Exits{exitAt(mostValue + margin), exitAt(leastValue - margin)};
 }

@@ -5,7 +5,7 @@
 // others against a DenseTree with bounds of planes and of edges on screen. Both skip subtrees that
 // certainly occlude nothing, and those that add nothing to the union of the intervals found before,
 // down to which of equal fractions is kept when intervals are fused. Nearest planes come first
-// (best-first search), so most segments are fully occluded after O(log n) nodes.
+// (best-first search), so that a segment is fully occluded early. O(n) per segment at worst.
 #pragma once
 
 #include <ctr/IntervalTools.h>
@@ -35,7 +35,7 @@ public:
     void clear();
     void add(const RationalInterval& interval);
 
-    bool isWhole() const { return isWhole_; }
+    bool isFull() const { return isFull_; }
     const std::vector<RationalInterval>& all() const { return intervals_; }
     /// Whether some interval starts at 0 with another fraction than 0/1.
     bool startsUnusually() const { return startsUnusually_; }
@@ -54,7 +54,7 @@ private:
 
     std::vector<RationalInterval> intervals_;
     std::vector<RationalInterval> united_; ///< Disjoint, in order.
-    bool isWhole_ = false;
+    bool isFull_ = false;
     bool startsUnusually_ = false;
     double leastEndFromStart_ = 2.0; ///< Of intervals that start at 0.
     double leastStartToEnd_ = 2.0;   ///< Of intervals that end at 1.

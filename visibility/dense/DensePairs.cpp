@@ -7,6 +7,7 @@
 // triangle whose opposite edge is nearer than that does not treat the vertex as a hub.
 #include "visibility/dense/DensePairs.h"
 
+#include "visibility/ErrorBounds.h"
 #include "visibility/dense/DenseItems.h"
 
 #include <algorithm>
@@ -17,15 +18,14 @@
 namespace ctr {
 namespace {
 
-/// Whether a corner is far from the opposite edge on screen: two roundings move the crossings of an
-/// edge by less than a quarter of this.
+/// Whether a corner is so far from the opposite edge on screen that rounding cannot move a span of
+/// the triangle to the other side of the corner.
 bool IsFarFromOppositeEdge(const BakedVertex* corners, std::size_t corner) {
-    constexpr double kSteps = 16.0;
     const GridVector to = Difference(corners[(corner + 1) % 3], corners[corner]);
     const GridVector back = Difference(corners[(corner + 2) % 3], corners[corner]);
     const Coordinates side = CoordinatesOf(back - to);
     return std::abs(static_cast<double>(CrossXY(to, back))) >
-           kSteps * std::sqrt(side[0] * side[0] + side[1] * side[1]);
+           error_bounds::kHubDistance * std::sqrt(side[0] * side[0] + side[1] * side[1]);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // All intersecting pairs of triangles where so many overlap that a BVH separates few of them.
 //
 // Equal triangles are searched once; triangles around hubs, the vertices of many triangles, are
-// separated by their directions from there; all others by a DenseTree. O(n log^2 n + k) for n
+// separated by their directions from there; all others by a DenseTree. O(n log n + k) for n
 // triangles and k pairs found where these bounds separate the others.
 #pragma once
 

@@ -2,6 +2,7 @@
 // divided by the area of its own box.
 #include "visibility/dense/DenseRegions.h"
 
+#include "visibility/Tuning.h"
 #include "visibility/bvh/BvhNode.h"
 
 #include <algorithm>
@@ -27,8 +28,8 @@ GridAxis::Interval StepsOf(const SlotTriangles& triangles,
 }
 
 std::int64_t CellsPerAxis(std::size_t triangles) {
-    constexpr double kMost = 64.0;
-    return static_cast<std::int64_t>(std::min(std::sqrt(static_cast<double>(triangles)), kMost));
+    return static_cast<std::int64_t>(
+        std::min(std::sqrt(static_cast<double>(triangles)), Tuning::kMostRegionCells));
 }
 
 /// Finds regions bottom up: a region replaces those below it.
@@ -51,8 +52,6 @@ private:
     };
 
     Load measure(unsigned int node) {
-        constexpr double kFewest = 64.0;
-        constexpr double kLayers = 16.0;
         work_.count(1);
         const BvhNode& here = baked_.bvh.nodes[node];
         const double area = ScreenAreaOf(here.box);
@@ -67,7 +66,8 @@ private:
                 load.area += part.area;
             }
         }
-        if (load.triangles >= kFewest && load.area >= kLayers * area) {
+        if (load.triangles >= Tuning::kFewestInRegion &&
+            load.area >= Tuning::kLayersOfRegion * area) {
             roots_.resize(before);
             roots_.push_back(node);
         }

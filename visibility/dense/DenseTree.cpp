@@ -2,6 +2,9 @@
 // which items are spread the most relative to their size.
 #include "visibility/dense/DenseTree.h"
 
+#include "visibility/ErrorBounds.h"
+#include "visibility/Tuning.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -12,7 +15,6 @@
 namespace ctr {
 namespace {
 
-constexpr std::uint32_t kItemsInLeaf = 4;
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
 double AlongCorner(const Coordinates& direction, const BakedVertex& p) {
@@ -65,7 +67,6 @@ template <class Boxed> bool AreApart(const Boxed& a, const Boxed& b) {
 ///     n . (x - p) >= d . (x - m) - |d - e| r - e . (p - m) - |n - e| r,
 /// and likewise from above. Coordinates are below 2^25, so doubles are off by less than 2^-20.
 bool AreOnOneSide(const DenseTree::Node& beside, const DenseTree::Node& planes) {
-    constexpr double kRounding = 0x1p-10;
     const DenseTree::PlaneBounds& d = beside.planes;
     const DenseTree::PlaneBounds& e = planes.planes;
     double reach = 0.0;
@@ -82,7 +83,7 @@ bool AreOnOneSide(const DenseTree::Node& beside, const DenseTree::Node& planes) 
     const double ofE = Along(e.direction, middle);
     const double above = (d.low - ofD) - (e.high - ofE);
     const double below = (e.low - ofE) - (d.high - ofD);
-    return std::max(above, below) > (between + e.spread) * reach + kRounding;
+    return std::max(above, below) > (between + e.spread) * reach + error_bounds::kDistanceMargin;
 }
 
 /// Traverses pairs of nodes.
@@ -177,7 +178,7 @@ std::uint32_t DenseTree::add(std::uint32_t begin, std::uint32_t end, ItemCounter
     work.count(end - begin);
     const auto number = static_cast<std::uint32_t>(nodes_.size());
     nodes_.push_back(nodeOf(begin, end));
-    if (end - begin > kItemsInLeaf) {
+    if (end - begin > Tuning::kItemsInLeaf) {
         const Node node = nodes_[number];
         const std::uint32_t middle = split(node);
         add(begin, middle, work);
@@ -282,11 +283,8 @@ void DenseTree::splitInSpace(const Node& node) {
 /// intervals of a fixed length.
 std::function<double(std::uint32_t)> DenseTree::bestKey(const Node& node) const {
     constexpr double kShortest = 1e-12;
-    constexpr double kSpreadEnough = 2.0;
-    constexpr double kAngleSpread = 1e-3;
     constexpr std::size_t kPlanes = 3;
     constexpr std::size_t kNormal = 4;
-    constexpr double kNormalExtent = 0.05;
     const auto intervalOf = [this, direction = node.planes.direction](std::uint32_t position,
                                                                       std::size_t axis) {
         const DenseItem& item = itemAt(position);
@@ -295,8 +293,8 @@ std::function<double(std::uint32_t)> DenseTree::bestKey(const Node& node) const 
         }
         Interval interval;
         if (axis >= kNormal) {
-            interval.extend(item.normal[axis - kNormal] - kNormalExtent);
-            interval.extend(item.normal[axis - kNormal] + kNormalExtent);
+            interval.extend(item.normal[axis - kNormal] - Tuning::kHalfNormalExtent);
+            interval.extend(item.normal[axis - kNormal] + Tuning::kHalfNormalExtent);
             return interval;
         }
         interval.extend(item.min[axis]);
@@ -327,12 +325,12 @@ std::function<double(std::uint32_t)> DenseTree::bestKey(const Node& node) const 
     if (itemAt(node.begin).corners == nullptr) {
         consider(kNormal);
         consider(kNormal + 1);
-    } else if (most < kSpreadEnough) {
+    } else if (most < Tuning::kEnoughSpread) {
         Interval pseudoAngles;
         for (std::uint32_t i = node.begin; i < node.end; ++i) {
             pseudoAngles.extend(itemAt(i).pseudoAngle);
         }
-        if (pseudoAngles.length() > kAngleSpread) {
+        if (pseudoAngles.length() > Tuning::kAngleSpread) {
             return [this](std::uint32_t position) { return itemAt(position).pseudoAngle; };
         }
         consider(kPlanes);

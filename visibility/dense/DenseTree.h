@@ -4,7 +4,7 @@
 // interval along its axis, and the hubs that all its triangles share: vertices of many triangles.
 // The plane bounds separate stacked sheets, the hubs triangles around one vertex. (Cones of
 // normals: L. A. Shirman and S. S. Abi-Ezzi, The cone of normals technique for fast processing of
-// curved patches, Eurographics 1993.) Median splits, O(n log^2 n) for n items.
+// curved patches, Eurographics 1993.) Median splits, O(n log n) for n items.
 #pragma once
 
 #include "linesets/Progress.h"

@@ -1,6 +1,8 @@
 // Bit vectors of triangles per block.
 #include "visibility/dense/PotentiallyVisiblePairs.h"
 
+#include "visibility/Tuning.h"
+
 #include <algorithm>
 #include <bit>
 
@@ -52,8 +54,7 @@ PotentiallyVisiblePairs::partnersOf(std::size_t own) {
 }
 
 double PotentiallyVisiblePairs::estimate() {
-    constexpr std::size_t kSamples = 1024;
-    const std::size_t step = slots_.size() / kSamples + 1;
+    const std::size_t step = slots_.size() / Tuning::kSampledTriangles + 1;
     std::size_t count = 0;
     for (std::size_t own = 0; own < slots_.size(); own += step) {
         for (const Word word : partnersOf(own)) {

@@ -1,6 +1,8 @@
 // Conservative tests of planes at the corners of cells.
 #include "visibility/dense/RegionCover.h"
 
+#include "visibility/ErrorBounds.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -46,20 +48,22 @@ private:
 
 /// The value up to which an edge function in a cell is certainly inside; see RegionCover.h.
 std::int64_t LimitOf(const ScreenEdgeFunction& edge, const CellOnScreen& region) {
-    constexpr std::int64_t kLossPerStep = 1024;
-    constexpr std::int64_t kMargin = 2; // 1 for the rounding, the rest for the doubles.
-    return edge.most(region) <= 0 ? 0
-                                  : -(kMargin * kSubsteps + edge.changeWithin(1, 1) / kLossPerStep);
+    constexpr auto kMargin = static_cast<std::int64_t>(error_bounds::kRoundedValueMargin);
+    return edge.most(region) <= 0
+               ? 0
+               : -(kMargin * kSubsteps + edge.changeWithin(1, 1) / error_bounds::kCoverEdgeShare);
 }
 
 /// The value up to which an edge function in a cell allows an intersection on the triangle's plane
 /// there.
 std::int64_t ReachOf(const ScreenEdgeFunction& edge) {
-    return std::max(edge.changeWithin(1, 3), edge.changeWithin(3, 1));
+    constexpr std::int64_t kShort = error_bounds::kShortExcess;
+    constexpr std::int64_t kLong = error_bounds::kLongExcess;
+    return std::max(edge.changeWithin(kShort, kLong), edge.changeWithin(kLong, kShort));
 }
 
 GridAxis::Interval Widened(const GridAxis::Interval& steps) {
-    constexpr std::int64_t kReach = 3;
+    constexpr std::int64_t kReach = error_bounds::kLongExcess;
     return {steps.min - kReach, steps.max + kReach};
 }
 
@@ -139,14 +143,13 @@ void RegionCover::cover(const SlotTriangle& triangle, ItemCounter& work) {
     if (!isUsed) {
         return;
     }
-    // Plane values, and the points at which they are taken, are off by at most 2^-20 of the size.
-    constexpr double kLoss = 0x1p-16;
-    const double loss = static_cast<double>(ChangePerStep(normal)) * kLoss;
+    const double loss = static_cast<double>(ChangePerStep(normal)) * error_bounds::kCoverPlaneShare;
     planes_.push_back(
         {{static_cast<double>(normal[0]), static_cast<double>(normal[1]),
           static_cast<double>(normal[2])},
          {static_cast<double>(p[0].x), static_cast<double>(p[0].y), static_cast<double>(p[0].z)},
-         -(2.0 + loss + static_cast<double>(tolerance_.bandOf(normal)))});
+         -(error_bounds::kRoundedValueMargin + loss +
+           static_cast<double>(tolerance_.bandOf(normal)))});
 }
 
 /// Adds the next plane to a cell if it is among the nearest there.

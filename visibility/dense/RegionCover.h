@@ -34,6 +34,7 @@
 #pragma once
 
 #include "linesets/Progress.h"
+#include "visibility/Tuning.h"
 #include "visibility/dense/DenseRegions.h"
 #include "visibility/exact/ContactTolerance.h"
 
@@ -50,7 +51,7 @@ namespace ctr {
 class RegionCover {
 public:
     /// A set of blocks, which are groups of adjacent cells.
-    using Blocks = std::bitset<256>;
+    using Blocks = std::bitset<Tuning::kBlocksPerAxis * Tuning::kBlocksPerAxis>;
 
     /// The blocks in which parts of a triangle may be visible.
     struct Visibility {
@@ -69,7 +70,7 @@ public:
     Visibility visibilityOf(const SlotTriangle& triangle, ItemCounter& work) const;
 
 private:
-    static constexpr std::int64_t kBlocksPerAxis = 16;
+    static constexpr std::int64_t kBlocksPerAxis = Tuning::kBlocksPerAxis;
 
     /// A plane as a linear function, negative behind; below the limit it certainly occludes.
     struct Plane {
@@ -86,7 +87,7 @@ private:
         std::uint32_t plane = 0;
     };
     /// Nearest first.
-    using Cell = std::array<Cover, 8>;
+    using Cell = std::array<Cover, Tuning::kCoversPerCell>;
     /// Points of a plane, or of one depth, at the corners of a cell.
     struct Corners;
 

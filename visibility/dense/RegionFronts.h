@@ -5,6 +5,7 @@
 // tested first. O(n + c) for n triangles and c cells rasterised.
 #pragma once
 
+#include "visibility/Tuning.h"
 #include "visibility/dense/DenseRegions.h"
 
 #include <array>
@@ -31,7 +32,7 @@ private:
         std::uint32_t slot = 0;
     };
     /// Nearest first.
-    using Cell = std::array<Entry, 16>;
+    using Cell = std::array<Entry, Tuning::kFrontsPerCell>;
 
     void add(const SlotTriangle& triangle, std::uint32_t slot, ItemCounter& work);
 
@@ -48,7 +49,8 @@ public:
     /// Selects the segment for nearestAt().
     void selectSegment(const BakedVertex& a, const BakedVertex& b);
     /// The slots of triangles that cover the point of the segment at a parameter, from a (0) to b
-    /// (1), in the region that contains it, if any: nearest first, at most 16. Valid until the next
+    /// (1), in the region that contains it, if any: nearest first, at most
+    /// Tuning::kFrontsPerCell. Valid until the next
     /// call.
     const std::vector<std::uint32_t>& nearestAt(double t);
 

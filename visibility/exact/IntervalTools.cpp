@@ -6,6 +6,8 @@
 // rounded starts are within the error bound of each other are compared exactly.
 #include <ctr/IntervalTools.h>
 
+#include "visibility/ErrorBounds.h"
+#include "visibility/Tuning.h"
 #include "visibility/exact/FractionOrder.h"
 
 #include <algorithm>
@@ -47,23 +49,19 @@ struct IsBefore {
     }
 };
 
-/// More intervals would take more stack than a function should use.
-constexpr std::size_t kMostKeys = 2048;
-
 /// A rounded start, from 0 to 2^32 - 1, in the upper half and the number of the interval in the
-/// lower. The quotient is off by less than 2^-51, so a start that is less than another has a key
-/// whose upper half is less, or greater by 1 at most.
+/// lower. A start that is less than another has a key whose upper half is less, or greater by 1 at
+/// most (ErrorBounds.h).
 using Key = std::uint64_t;
-using Keys = std::array<Key, kMostKeys>;
+using Keys = std::array<Key, Tuning::kMostBucketSorted>;
 constexpr unsigned int kNumberBits = 32;
 
 Key MakeKey(const RationalInterval& interval, std::size_t number) {
-    constexpr double kUnits = 0x1p32;
     constexpr Key kLast = 0xffffffff;
-    const double start =
-        static_cast<double>(interval.start[0]) / static_cast<double>(interval.start[1]) * kUnits;
+    const double start = static_cast<double>(interval.start[0]) /
+                         static_cast<double>(interval.start[1]) * error_bounds::kStartUnits;
     Key rounded = kLast;
-    if (start < kUnits) {
+    if (start < error_bounds::kStartUnits) {
         rounded = start > 0.0 ? static_cast<Key>(start) : 0;
     }
     return rounded << kNumberBits | number;
@@ -77,14 +75,14 @@ bool MayTie(Key less, Key greater) {
     return (greater >> kNumberBits) - (less >> kNumberBits) <= 1;
 }
 
-/// The keys of at most kMostKeys intervals in order: distributed to about as many buckets, then
-/// sorted in each.
+/// The keys of at most Tuning::kMostBucketSorted intervals in order: distributed to about as many
+/// buckets, then sorted in each.
 void SortKeys(const std::vector<RationalInterval>& intervals, Keys& keys) {
     const std::size_t count = intervals.size();
     const auto binBits = static_cast<unsigned int>(std::bit_width(count - 1));
     const auto binOf = [binBits](Key key) { return key >> (2 * kNumberBits - binBits); };
     Keys unsorted;
-    std::array<std::uint16_t, kMostKeys + 1> binEnds;
+    std::array<std::uint16_t, Tuning::kMostBucketSorted + 1> binEnds;
     const std::size_t binCount = std::size_t{1} << binBits;
     std::fill_n(binEnds.begin(), binCount + 1, std::uint16_t{0});
     for (std::size_t i = 0; i < count; ++i) {
@@ -139,8 +137,8 @@ void Permute(std::vector<RationalInterval>& intervals, Keys& keys) {
 }
 
 void Sort(std::vector<RationalInterval>& intervals) {
-    constexpr std::size_t kFewIntervals = 32;
-    if (intervals.size() < kFewIntervals || intervals.size() > kMostKeys) {
+    if (intervals.size() < Tuning::kFewestBucketSorted ||
+        intervals.size() > Tuning::kMostBucketSorted) {
         std::sort(intervals.begin(), intervals.end(), IsBefore());
         return;
     }

@@ -2,6 +2,8 @@
 // decide.
 #include "visibility/exact/SegmentPoint.h"
 
+#include "visibility/ErrorBounds.h"
+
 #include <cstdlib>
 
 namespace ctr {
@@ -24,9 +26,6 @@ std::int64_t ExactSteps(std::int64_t delta, const Fraction& part, std::int64_t g
 } // namespace
 
 std::int32_t CoordinateAt(std::int32_t p0, std::int32_t p1, const Fraction& t, double parameter) {
-    // The double is off by less than 2^-18, so its integer part is certain unless the rest is close
-    // to 0 or 1.
-    constexpr double kUnsure = 0x1p-16;
     const std::int64_t delta = std::abs(std::int64_t{p1} - std::int64_t{p0});
     const bool rises = p1 >= p0;
     std::int64_t steps = 0;
@@ -38,7 +37,8 @@ std::int32_t CoordinateAt(std::int32_t p0, std::int32_t p1, const Fraction& t, d
         const double guess = static_cast<double>(delta) * (rises ? parameter : 1.0 - parameter);
         steps = static_cast<std::int64_t>(guess);
         const double rest = guess - static_cast<double>(steps);
-        if (rest < kUnsure || rest > 1.0 - kUnsure) {
+        constexpr double kCertain = error_bounds::kCertainFraction;
+        if (rest < kCertain || rest > 1.0 - kCertain) {
             steps = ExactSteps(delta, {rises ? t[0] : t[1] - t[0], t[1]}, steps);
         }
     }

@@ -8,6 +8,8 @@
 
 #include "linesets/SetConstruction.h"
 #include "projection/GridQuantisation.h"
+#include "visibility/Statistics.h"
+#include "visibility/Tuning.h"
 #include "visibility/baking/BakedMesh.h"
 #include "visibility/baking/BakedValidation.h"
 #include "visibility/dense/RegionFronts.h"
@@ -36,6 +38,7 @@ public:
         : baked_(baked), occlusion_(occlusion) {}
 
     std::optional<RationalInterval> operator()(const SlotTriangle& triangle) const {
+        Count(Counter::trianglesTested);
         return occlusion_.occludedBy(triangle, baked_.trianglePlanes[triangle.number]);
     }
 
@@ -49,9 +52,8 @@ class IntersectionOccluder {
 public:
     IntersectionOccluder(const LaidOutTriangles& triangles, std::size_t edges, ItemCounter& work)
         : baked_(*triangles.baked), tolerance_(baked_), layout_(triangles.layout) {
-        // Packing the BVH pays for so many edges only.
-        constexpr std::size_t kTrianglesPerEdge = 64;
-        if (layout_ == nullptr && edges * kTrianglesPerEdge >= baked_.trianglePlanes.size()) {
+        if (layout_ == nullptr &&
+            edges * Tuning::kTrianglesPerEdge >= baked_.trianglePlanes.size()) {
             own_.emplace(baked_, work);
             layout_ = own_->isConservative() ? &*own_ : nullptr;
         }
@@ -61,17 +63,21 @@ public:
 
     /// Whether an edge is known to be fully occluded without a search.
     bool occludesWithoutSearch(const IntersectionEdge& edge) const {
+        if (layout_ == nullptr) {
+            return false;
+        }
+        if (layout_->depthBuffer.occludes(edge.first.point, edge.second.point)) {
+            Count(Counter::edgesOccludedByDepthBuffer);
+            return true;
+        }
         const IntersectionOcclusion occlusion(edge, tolerance_);
-        return layout_ != nullptr &&
-               (layout_->depthBuffer.occludes(edge.first.point, edge.second.point) ||
-                intervals_.isOccludedByRecent(layout_->bvh, IntervalsOf(baked_, occlusion)));
+        return intervals_.isOccludedByRecent(layout_->bvh, IntervalsOf(baked_, occlusion));
     }
 
     /// Finds dense regions if there are so many edges that it pays.
     void findDenseRegions(std::size_t edges, ItemCounter& work) {
-        constexpr std::size_t kEdgesPerTriangle = 4;
         if (layout_ != nullptr && HasTriangles(baked_) &&
-            edges >= kEdgesPerTriangle * baked_.trianglePlanes.size()) {
+            edges >= Tuning::kEdgesPerTriangleForFronts * baked_.trianglePlanes.size()) {
             fronts_.emplace(baked_, layout_->bvh.triangles(), work);
         }
     }
@@ -97,6 +103,7 @@ private:
             return fronts_->nearestAt(t);
         };
         if (intervals_.isOccludedByNearest(layout_->bvh, IntervalsOf(baked_, occlusion), nearest)) {
+            Count(Counter::occludedByFronts);
             return intervals_.full();
         }
         const IntersectionOcclusion rest = occlusion.restrictedTo(intervals_.remaining());
@@ -176,8 +183,8 @@ struct Pieces {
 
 /// The triangles, slot by slot, whose surroundings on screen are occluded by the coarse depth
 /// buffer. The intersection of two of them is occluded: each end lies on one triangle and, but for
-/// rounding, on the other one, so the whole edge is within four steps of either box on screen and
-/// no nearer than the nearest corner of both.
+/// rounding, on the other one, so the whole edge is within kIntersectionReach of either box on
+/// screen and no nearer than the nearest corner of both.
 std::vector<bool> OccludedTriangles(const OccluderLayout& layout, ItemCounter& work) {
     std::vector<bool> occluded;
     const SlotTriangles triangles = layout.bvh.triangles();
@@ -250,7 +257,12 @@ void Pieces::append(const FoundIntersection& found, IntersectionOccluders& occlu
     const bool needsHidden = withHidden && !found.grazing;
     const IntersectionEdge edge = edgeOf(found);
     const bool isHidden = occluders.occludeWithoutSearch(edge);
-    if ((isHidden && !needsHidden) || isContact(found)) {
+    Count(Counter::edges);
+    if (isHidden && !needsHidden) {
+        return;
+    }
+    if (isContact(found)) {
+        Count(Counter::edgesInContact);
         return;
     }
     if (isHidden) {
@@ -330,8 +342,6 @@ FindIntersectionEdges(const LaidOutTriangles& triangles,
                       bool visibleOnly,
                       kx::kxProgressNotifierInterface* notifier,
                       const std::function<void(std::size_t)>& triangleDone) {
-    // For fewer, lookups in the depth buffer would not pay.
-    constexpr std::size_t kManyTriangles = 4096;
     ItemCounter work(notifier);
     const auto advance = [&](std::size_t found) {
         if (notifier != nullptr) {
@@ -351,7 +361,7 @@ FindIntersectionEdges(const LaidOutTriangles& triangles,
     assert(HasValidBvh(*baked));
     if (layout == nullptr) {
         const SlotTriangles gathered(*baked);
-        const bool isCopied = gathered.size() <= OccluderBvh::kMostCopied;
+        const bool isCopied = gathered.size() <= Tuning::kMostCopied;
         std::optional<TriangleCopies> copies;
         if (isCopied) {
             copies.emplace(gathered, work);
@@ -367,7 +377,7 @@ FindIntersectionEdges(const LaidOutTriangles& triangles,
     if (visibleOnly) {
         search.allowOmittingHidden();
     }
-    if (visibleOnly && layout->bvh.triangles().size() >= kManyTriangles &&
+    if (visibleOnly && layout->bvh.triangles().size() >= Tuning::kFewestLookedUp &&
         !layout->depthBuffer.isNearlyEmpty()) {
         search.excludePairs(OccludedTriangles(*layout, work));
     }

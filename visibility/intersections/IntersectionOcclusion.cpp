@@ -8,6 +8,7 @@
 // such values; their cross products take 128 bits.
 #include "visibility/intersections/IntersectionOcclusion.h"
 
+#include "visibility/ErrorBounds.h"
 #include "visibility/bvh/BvhNode.h"
 #include "visibility/exact/FractionOrder.h"
 #include "visibility/occlusion/TriangleOcclusion.h"
@@ -24,10 +25,6 @@ std::int64_t SaturatedToInteger(double value) {
     constexpr double kLimit = 4611686018427387904.0;
     return static_cast<std::int64_t>(std::clamp(value, -kLimit, kLimit));
 }
-
-/// The error bound of a function at the rounded ends, relative to its size |nx| + |ny| + |nz|: grid
-/// coordinates have at most 31 bits.
-constexpr double kEndError = 0x1p-18;
 
 /// A linear function along the triangle edge on which an end of an intersection edge lies.
 class ValueAtEnd {
@@ -73,15 +70,17 @@ std::array<double, 3> PointOfEnd(const tPointOnEdge& end) {
             at(end.edgeStart.z, end.edgeEnd.z)};
 }
 
-/// The box of two points on screen, enlarged by a step where that does not exceed the coordinates.
+/// The box of two points on screen, enlarged by kBesideSteps where that does not exceed the
+/// coordinates.
 GridBox BoxAround(const BakedVertex& p, const BakedVertex& q) {
+    constexpr auto kBeside = static_cast<std::int32_t>(error_bounds::kBesideSteps);
     constexpr std::int32_t kLowest = GridBox::kLowest;
     constexpr std::int32_t kHighest = GridBox::kHighest;
     const auto below = [](std::int32_t a, std::int32_t b) {
-        return std::max(std::min(a, b), kLowest + 1) - 1;
+        return std::max(std::min(a, b), kLowest + kBeside) - kBeside;
     };
     const auto above = [](std::int32_t a, std::int32_t b) {
-        return std::min(std::max(a, b), kHighest - 1) + 1;
+        return std::min(std::max(a, b), kHighest - kBeside) + kBeside;
     };
     return {{below(p.x, q.x), below(p.y, q.y), kLowest},
             {above(p.x, q.x), above(p.y, q.y), kHighest}};
@@ -101,7 +100,7 @@ struct IntersectionOcclusion::Function {
         : origin(p), normal(n), isClosed(closed),
           error((std::abs(static_cast<double>(n[0])) + std::abs(static_cast<double>(n[1])) +
                  std::abs(static_cast<double>(n[2]))) *
-                kEndError) {}
+                error_bounds::kFunctionError) {}
 
     /// The line through an edge of a triangle, negative inside of a counter-clockwise triangle.
     static Function edge(const BakedVertex& a, const BakedVertex& b, bool closed) {
@@ -132,7 +131,7 @@ bool IntersectionOcclusion::isOutside(const BakedVertex& a, const BakedVertex& b
     const double y = a.y;
     const double alongX = b.x - x;
     const double alongY = b.y - y;
-    const double error = (std::abs(alongX) + std::abs(alongY)) * kEndError;
+    const double error = (std::abs(alongX) + std::abs(alongY)) * error_bounds::kFunctionError;
     return (ends_[0][0] - x) * alongY - (ends_[0][1] - y) * alongX > error &&
            (ends_[1][0] - x) * alongY - (ends_[1][1] - y) * alongX > error;
 }
@@ -154,7 +153,8 @@ IntersectionOcclusion IntersectionOcclusion::restrictedTo(const RationalInterval
 /// Whether a function is certainly positive throughout the remaining part, given that its zero is
 /// computed from values at the ends of the edge that are rounded by less than 1.
 bool IntersectionOcclusion::isRemainderOutside(const Function& function) const {
-    const double least = 2.0 + 4.0 * function.error;
+    const double least =
+        error_bounds::kRoundedValueMargin + error_bounds::kRemainderErrors * function.error;
     return function.at((*remaining_)[0]) > least && function.at((*remaining_)[1]) > least;
 }
 

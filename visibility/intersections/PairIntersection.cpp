@@ -2,6 +2,7 @@
 // spans are far apart, which doubles decide; the others are compared by exact grid points.
 #include "visibility/intersections/PairIntersection.h"
 
+#include "visibility/ErrorBounds.h"
 #include "visibility/exact/ContactTolerance.h"
 #include "visibility/exact/SegmentPoint.h"
 
@@ -18,8 +19,7 @@ namespace {
 /// Whether all corners are within a few steps of a plane. Rounding moves a corner by one step at
 /// most, and tilts the other triangle's plane as well.
 bool AreNearPlane(const PlaneValues& values, const GridVector& n) {
-    constexpr std::int64_t kSteps = 16;
-    const std::int64_t reach = WrapMultiply(kSteps, ChangePerStep(n));
+    const std::int64_t reach = WrapMultiply(error_bounds::kGrazingSteps, ChangePerStep(n));
     const auto& at = values.at;
     return std::min({at[0], at[1], at[2]}) >= WrapNegate(reach) &&
            std::max({at[0], at[1], at[2]}) <= reach;
@@ -127,9 +127,9 @@ struct ApproximateSpan {
 
 /// Whether two spans are apart on an axis by more than their rounding can change.
 bool AreApart(Double2 a, Double2 b) {
-    constexpr double kSteps = 4.0;
-    return std::max(a[0], a[1]) + kSteps < std::min(b[0], b[1]) ||
-           std::max(b[0], b[1]) + kSteps < std::min(a[0], a[1]);
+    constexpr double kMargin = error_bounds::kSpanMargin;
+    return std::max(a[0], a[1]) + kMargin < std::min(b[0], b[1]) ||
+           std::max(b[0], b[1]) + kMargin < std::min(a[0], a[1]);
 }
 
 /// The axis of larger screen extent of the four crossings, along which they are ordered; none when

@@ -1,11 +1,15 @@
 // The BVH against itself, and the rejection of pairs before the exact test.
 #include "visibility/intersections/PairSearch.h"
 
+#include "visibility/ErrorBounds.h"
+#include "visibility/Statistics.h"
+#include "visibility/Tuning.h"
 #include "visibility/dense/BypassConditions.h"
 #include "visibility/dense/DensePairs.h"
 #include "visibility/dense/PotentiallyVisiblePairs.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -16,7 +20,6 @@ namespace ctr {
 namespace {
 
 constexpr std::uint32_t kPacketSize = TrianglePacket::kSize;
-constexpr std::uint32_t kPacketCacheSize = 512;
 
 bool Overlap(const kx::kxBBox& a, const kx::kxBBox& b) {
     return a.min[0] <= b.max[0] && b.min[0] <= a.max[0] && a.min[1] <= b.max[1] &&
@@ -40,17 +43,35 @@ Float4 FarthestOf(const SlotTriangles& triangles) {
     return farthest;
 }
 
+/// Counts the pairs of a packet and a triangle that each test rejects.
+class PairCounts {
+public:
+    explicit PairCounts(LaneMask candidates) : remaining_(candidates) {
+        Count(Counter::candidatePairs, CountOf(candidates));
+    }
+    void count(Counter rejected, LaneMask remaining) {
+        Count(rejected, CountOf(remaining_ & ~remaining));
+        remaining_ = remaining;
+    }
+
+private:
+    static std::uint64_t CountOf(LaneMask mask) {
+        return static_cast<std::uint64_t>(std::popcount(mask));
+    }
+
+    LaneMask remaining_;
+};
+
 /// An estimate of the number of pairs of triangles with overlapping boxes, from samples.
 double EstimatedOverlaps(const SlotTriangles& triangles, const std::vector<std::uint32_t>& slots) {
-    constexpr int kSamples = 1 << 16;
     std::mt19937_64 random; // Its numbers are defined by the standard.
     const auto any = [&] { return triangles[slots[random() % slots.size()]]; };
     int overlaps = 0;
-    for (int i = 0; i < kSamples; ++i) {
+    for (int i = 0; i < Tuning::kSampledPairs; ++i) {
         overlaps += BoxesOverlap(any(), any()) ? 1 : 0;
     }
     const auto count = static_cast<double>(slots.size());
-    return 0.5 * count * count * overlaps / kSamples;
+    return 0.5 * count * count * overlaps / Tuning::kSampledPairs;
 }
 
 } // namespace
@@ -64,16 +85,12 @@ PairSearch::PairSearch(const BakedTriangles& baked,
       triangleDone_(std::move(triangleDone)), work_(work),
       intersector_(baked.contactTolerance == 0 ? EdgeOnPlane::touches : EdgeOnPlane::isInFront),
       limits_(limits) {
-    // Let v bound the values of a plane in the scene, its offset included. Rounding by 2^-24 of v
-    // occurs three times in terms (coordinate, normal, product), twice in each of three sums with
-    // the offset, and once in the offset: ten times, and the bound allows sixteen. What a box adds
-    // to the terms on one side of the comparison it subtracts on the other.
-    constexpr float kRounding = 0x1p-20F;
-    constexpr float kLastExact = 0x1p24F;
+    // What a box adds to the terms of a plane value on one side of a comparison it subtracts on the
+    // other, so the bound of single points holds for boxes.
     const Float4 farthest = FarthestOf(triangles);
     for (int axis = 0; axis < 3; ++axis) {
-        rounding_[axis] = kRounding * farthest[axis];
-        floatsAreExact_ = floatsAreExact_ && farthest[axis] <= kLastExact;
+        rounding_[axis] = error_bounds::kPlaneShare * farthest[axis];
+        floatsAreExact_ = floatsAreExact_ && farthest[axis] <= error_bounds::kLastExactFloat;
     }
 }
 
@@ -102,7 +119,7 @@ bool PairSearch::markSubtree(unsigned int node) {
 std::vector<FoundIntersection> PairSearch::run() {
     marked_.resize(triangles_.size());
     allMarked_.resize(baked_.bvh.nodes.size());
-    packetCache_.resize(kPacketCacheSize);
+    packetCache_.resize(Tuning::kCachedPackets);
     traverseAll();
     if (restarts_) {
         restarts_ = false;
@@ -111,6 +128,7 @@ std::vector<FoundIntersection> PairSearch::run() {
         traverseAll();
     }
     if (usedDenseSearch_) {
+        Count(Counter::densePairSearches);
         const TriangleCopies copies(triangles_, work_);
         DensePairs pairs(copies.all(), marked_, intersector_, limits_.hubDegree, work_);
         found_ = pairs.find();
@@ -118,6 +136,7 @@ std::vector<FoundIntersection> PairSearch::run() {
     }
     // Triangles in no leaf have no pairs.
     finish(baked_.trianglePlanes.size() - done_);
+    Count(Counter::intersections, found_.size());
     std::sort(found_.begin(), found_.end(), [this](const auto& x, const auto& y) {
         work_.count(1);
         return std::tie(x.first, x.secondSlot) < std::tie(y.first, y.secondSlot);
@@ -248,6 +267,7 @@ bool PairSearch::findVisiblePairs(unsigned int node) {
         return false;
     }
     Triangle storage[2];
+    Count(Counter::denseRegionsSearched);
     pairs.forEach([&](std::uint32_t a, std::uint32_t b) {
         ++visiblePairVisits_;
         const Triangle& first = triangles_.get(a, storage[0]);
@@ -310,7 +330,7 @@ FloatPlane<float> PairSearch::floatPlaneOf(const BakedVertex& origin,
 
 /// Packets are cached: a leaf is often tested against one neighbour after another.
 void PairSearch::loadPacket(std::uint32_t firstSlot, std::uint32_t endSlot) {
-    TrianglePacket& packet = packetCache_[firstSlot / 2 % kPacketCacheSize];
+    TrianglePacket& packet = packetCache_[firstSlot / 2 % Tuning::kCachedPackets];
     if (packet.present == 0 || packet.firstSlot != firstSlot) {
         packet.firstSlot = firstSlot;
         fill(packet, endSlot);
@@ -354,15 +374,16 @@ void PairSearch::fill(TrianglePacket& packet, std::uint32_t endSlot) const {
 void PairSearch::testAgainst(unsigned int node, LaneMask mask) {
     const BvhNode& here = baked_.bvh.nodes[node];
     ++visits_;
+    Count(Counter::packetNodes);
     mask &= packet_->overlapping(here.box.min, here.box.max);
     if (allMarked_[node]) {
         mask &= ~packet_->marked;
     }
-    if (mask == 0) {
-        return;
+    if (mask != 0) {
+        mask &= packet_->planesStraddledBy(here.box);
     }
-    mask &= packet_->planesStraddledBy(here.box);
     if (mask == 0) {
+        Count(Counter::packetNodesRejected);
         return;
     }
     if (!IsLeaf(here)) {
@@ -383,19 +404,24 @@ void PairSearch::testAgainstSlot(std::uint32_t slot, LaneMask mask) {
     const Float4 p[3] = {FloatCorner(corners), FloatCorner(corners + 1), FloatCorner(corners + 2)};
     const Float4 min = Min(p[0], Min(p[1], p[2]));
     const Float4 max = Max(p[0], Max(p[1], p[2]));
+    PairCounts pairs(mask);
     mask &= packet_->overlapping(min, max);
+    pairs.count(Counter::pairsRejectedByBoxes, mask);
     if (marked_[slot]) {
         mask &= ~packet_->marked;
+        pairs.count(Counter::pairsRejectedByMarks, mask);
     }
     if (mask == 0) {
         return;
     }
     mask &= packet_->planesStraddledBy(p, floatsAreExact_);
+    pairs.count(Counter::pairsRejectedByPacketPlanes, mask);
     if (mask == 0) {
         return;
     }
     const GridVector normal = NormalOf(corners);
     mask &= packet_->straddling(floatPlaneOf(corners[0], normal));
+    pairs.count(Counter::pairsRejectedByPlane, mask);
     for (std::uint32_t lane = 0; mask >> lane != 0; ++lane) {
         if ((mask >> lane & 1U) != 0) {
             test({triangle, normal, slot}, lane);
@@ -407,6 +433,7 @@ void PairSearch::testAgainstSlot(std::uint32_t slot, LaneMask mask) {
 void PairSearch::test(const PairMember& other, std::uint32_t lane) {
     const std::uint32_t slot = packet_->firstSlot + lane;
     Triangle storage;
+    Count(Counter::pairsTested);
     if (const auto found = intersector_.find(
             other, {triangles_.get(slot, storage), packet_->normals[lane], slot})) {
         found_.push_back(*found);

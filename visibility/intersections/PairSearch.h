@@ -13,6 +13,7 @@
 
 #include <ctr/BakedTriangles.h>
 
+#include "visibility/Tuning.h"
 #include "visibility/bvh/BvhNode.h"
 #include "visibility/bvh/SlotTriangles.h"
 #include "visibility/exact/ContactTolerance.h"
@@ -27,24 +28,6 @@
 #include <vector>
 
 namespace ctr {
-
-/// When a search leaves the BVH because too many triangles overlap for boxes to separate them.
-struct PairSearchLimits {
-    /// The number of tests of a packet against a node or a triangle: so many per triangle of the
-    /// scene, and per edge found.
-    std::size_t visitsPerTriangle = 512;
-    std::size_t visitsPerEdge = 64;
-    /// A vertex of more distinct triangles is a hub.
-    std::uint32_t hubDegree = 16;
-    /// The number of edges per triangle from which nearly equal triangles are looked for. Within a
-    /// contact tolerance, none of their edges is drawn.
-    std::size_t edgesPerTriangle = 64;
-    /// The number of edges per triangle above which hidden ones are omitted, where that is allowed.
-    std::size_t hiddenPerTriangle = 4;
-    /// Unless there are more potentially visible pairs than so many times the pairs of overlapping
-    /// boxes.
-    double visiblePairsPerOverlap = 8.0;
-};
 
 class PairSearch {
 public:

@@ -1,4 +1,4 @@
-// The public class: a search without a layout made before, for triangles that hide each other.
+// The public class: a search without an existing layout, for triangles that occlude each other.
 #include <ctr/TrianglesIntersection.h>
 
 #include "visibility/intersections/IntersectionLines.h"

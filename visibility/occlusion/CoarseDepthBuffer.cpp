@@ -2,6 +2,8 @@
 // doubles, rounded up.
 #include "visibility/occlusion/CoarseDepthBuffer.h"
 
+#include "visibility/ErrorBounds.h"
+#include "visibility/Tuning.h"
 #include "visibility/bvh/BvhNode.h"
 
 #include <algorithm>
@@ -14,15 +16,15 @@ namespace {
 
 /// The largest number of cells per axis: for few triangles, clearing many would not pay.
 std::int64_t MostCells(std::size_t triangles) {
-    constexpr double kAnyway = 512.0;
     return static_cast<std::int64_t>(
-        std::min(kAnyway, 8.0 * std::sqrt(static_cast<double>(triangles))));
+        std::min(error_bounds::kMostCells,
+                 Tuning::kCellsPerRoot * std::sqrt(static_cast<double>(triangles))));
 }
 
 /// Whether a box is within 2^29 steps of the origin on screen, as on all grids within bounds:
 /// products of two differences, and sums of a few of them, fit in 64 bits.
 bool FitsProducts(const kx::kxBBox& box) {
-    constexpr float kFarthest = 0x1p29F;
+    constexpr float kFarthest = error_bounds::kFarthestProduct;
     return box.min[0] >= -kFarthest && box.min[1] >= -kFarthest && box.max[0] <= kFarthest &&
            box.max[1] <= kFarthest && box.min[0] <= box.max[0];
 }
@@ -48,14 +50,11 @@ public:
                      std::int64_t x,
                      std::int64_t y,
                      std::int64_t size) {
-        // The triangle has to extend beyond the cell, as ends of occluded intervals of intersection
-        // edges are rounded.
-        constexpr std::int64_t kRoundedSteps = 4;
         const GridVector edge = Difference(q, p);
         value_ = edge[0] * (y - p.y) - edge[1] * (x - p.x) +
                  std::min(std::int64_t{0}, edge[0] * size) +
                  std::min(std::int64_t{0}, -edge[1] * size) -
-                 kRoundedSteps * (std::abs(edge[0]) + std::abs(edge[1]));
+                 error_bounds::kCellInset * (std::abs(edge[0]) + std::abs(edge[1]));
         perRow_ = edge[0] * size;
         perColumn_ = -edge[1] * size;
         columns_ = perColumn_ != 0 ? -1.0 / static_cast<double>(perColumn_) : 0.0;
@@ -63,8 +62,7 @@ public:
 
     /// Keeps the cells of the row that are wholly inside.
     void narrow(ColumnSpan& span) const {
-        // The error bound of the crossing in cells, if it is in the buffer.
-        constexpr double kMargin = 1.0e-6;
+        constexpr double kMargin = error_bounds::kColumnMargin;
         const double crossing = static_cast<double>(value_) * columns_ + 1.0;
         if (perColumn_ > 0) {
             span.from = std::max(span.from, crossing + kMargin);
@@ -100,17 +98,16 @@ CoarseDepthBuffer::CoarseDepthBuffer(const BakedTriangles& baked,
         work.count(static_cast<std::size_t>(cellsWithin(corners).rows()));
         fill(corners);
     }
-    constexpr std::ptrdiff_t kNearlyEmpty = 64;
     const auto empty = std::count(depths_.begin(), depths_.end(), kEmptyCell);
-    isNearlyEmpty_ = (columns_ * rows_ - empty) * kNearlyEmpty < columns_ * rows_;
+    isNearlyEmpty_ = (columns_ * rows_ - empty) * Tuning::kCellsPerFilledCell < columns_ * rows_;
 }
 
 /// Chooses the finest cells allowed. Faces of the box are rounded outwards, as floats round large
 /// coordinates.
 void CoarseDepthBuffer::layOutCells(const kx::kxBBox& box, std::size_t triangles) {
-    constexpr double kShare = 0x1p-23;
     const auto below = [](double value) {
-        return static_cast<std::int64_t>(std::floor(value - std::abs(value) * kShare));
+        return static_cast<std::int64_t>(
+            std::floor(value - std::abs(value) * error_bounds::kFaceShare));
     };
     originX_ = below(box.min[0]);
     originY_ = below(box.min[1]);
@@ -132,11 +129,9 @@ void CoarseDepthBuffer::coarsen() {
 std::vector<std::uint32_t> CoarseDepthBuffer::selectTriangles(const BakedTriangles& baked,
                                                               const SlotTriangles& triangles,
                                                               ItemCounter& work) {
-    constexpr std::size_t kCellsPerTriangle = 64;
-    constexpr std::size_t kFreeCells = 1 << 20;
     Selection selection;
     select(baked, 0, triangles, selection, work);
-    while (selection.cells > kFreeCells + kCellsPerTriangle * triangles.size()) {
+    while (selection.cells > Tuning::kFreeCells + Tuning::kCellsPerTriangle * triangles.size()) {
         coarsen();
         selection.cells /= 4;
     }
@@ -213,8 +208,8 @@ void CoarseDepthBuffer::fill(const BakedVertex* corners) {
         static_cast<double>(extentOf(corners, &BakedVertex::z).max) + errorBound;
     // At the farthest corner of a cell, with the error bound of the doubles.
     const double first = corners[0].z + depthPerX * static_cast<double>(x - corners[0].x) +
-                         std::max(0.0, depthPerX * cell) + std::max(0.0, depthPerY * cell) + 2.0 +
-                         errorBound;
+                         std::max(0.0, depthPerX * cell) + std::max(0.0, depthPerY * cell) +
+                         error_bounds::kDepthError + errorBound;
     for (std::int64_t row = cells.firstY; row < cells.endY; ++row, y += size) {
         ColumnSpan span{0.0, static_cast<double>(cells.columns())};
         for (CellEdgeFunction& edge : edges) {
@@ -244,7 +239,7 @@ void CoarseDepthBuffer::fillRow(
 }
 
 bool CoarseDepthBuffer::occludesAround(const BakedVertex* corners) const {
-    constexpr std::int64_t kSteps = 4 + 2; // Two of them as in isFilledAlong().
+    constexpr std::int64_t kSteps = error_bounds::kIntersectionReach + error_bounds::kSegmentReach;
     if (isNearlyEmpty_) {
         return false;
     }
@@ -265,7 +260,7 @@ bool CoarseDepthBuffer::occludesAround(const BakedVertex* corners) const {
 }
 
 bool CoarseDepthBuffer::isFilledAlong(const BakedVertex& a, const BakedVertex& b) const {
-    constexpr std::int64_t kSteps = 2; // One for rounded ends, one for the doubles here.
+    constexpr std::int64_t kSteps = error_bounds::kSegmentReach;
     const BakedVertex& low = a.y <= b.y ? a : b;
     const BakedVertex& high = a.y <= b.y ? b : a;
     const std::int32_t depth = std::min(a.z, b.z);

@@ -1,6 +1,7 @@
 // Chooses between the baked BVH, its packed layout and the search for dense scenes.
 #include "visibility/occlusion/EdgeOcclusion.h"
 
+#include "visibility/Statistics.h"
 #include "visibility/baking/BakedMesh.h"
 #include "visibility/bvh/GridBox.h"
 #include "visibility/dense/BypassConditions.h"
@@ -31,7 +32,6 @@ BakedState::BakedState(const BakedTriangles& baked)
       rootBox(RootBoxOf(baked)) {}
 
 void EdgeOcclusion::announce(std::size_t segments, ItemCounter& work) {
-    constexpr std::size_t kTrianglesPerSegment = 256;
     const BakedState state(*baked_);
     if (stateOfLayout_ != state) {
         release();
@@ -40,7 +40,7 @@ void EdgeOcclusion::announce(std::size_t segments, ItemCounter& work) {
     }
     announced_ += segments;
     if (!layout_ && HasTriangles(*baked_) &&
-        announced_ * kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
+        announced_ * Tuning::kTrianglesPerSegment >= baked_->trianglePlanes.size()) {
         layout_.emplace(*baked_, work, limits_.mostCopied);
     }
 }
@@ -69,7 +69,9 @@ void EdgeOcclusion::append(const BakedVertex& a,
         baked_->computeOcclusionIntervals(a, b, occluded);
         return;
     }
+    Count(Counter::segments);
     if (layout_->depthBuffer.occludes(a, b)) {
+        Count(Counter::segmentsOccludedByDepthBuffer);
         occluded.push_back(FullSegment());
         return;
     }
@@ -82,7 +84,9 @@ void EdgeOcclusion::append(const BakedVertex& a,
     const auto intervalOf = [&](const SlotTriangle& triangle) {
         const auto& [p0, p1, p2] = triangle.corners;
         ++tested_;
+        Count(Counter::trianglesTested);
         if (box.excludes(triangle.corners)) {
+            Count(Counter::trianglesBesideBox);
             return std::optional<RationalInterval>();
         }
         return OccludedInterval(p0, p1, p2, baked_->trianglePlanes[triangle.number], tolerance, a,
@@ -95,11 +99,13 @@ void EdgeOcclusion::append(const BakedVertex& a,
             return fronts_->nearestAt(t);
         };
         if (intervals_.isOccludedByNearest(layout_->bvh, intervalOf, nearest)) {
+            Count(Counter::occludedByFronts);
             occluded.push_back(FullSegment());
             return;
         }
     }
     if (dense_ && dense_->fits(a, b)) {
+        Count(Counter::denseSegments);
         dense_->append(a, b, intervalOf, intervals_.found(), occluded);
         return;
     }

@@ -9,6 +9,7 @@
 
 #include <ctr/BakedTriangles.h>
 
+#include "visibility/Tuning.h"
 #include "visibility/bvh/OccluderBvh.h"
 #include "visibility/dense/DenseOccluders.h"
 #include "visibility/dense/RegionFronts.h"
@@ -40,19 +41,6 @@ struct BakedState {
     ContactTolerance tolerance;
     std::array<Extent, 5> arrays;
     std::array<std::uint32_t, 6> rootBox; ///< As bits.
-};
-
-/// When a search leaves the BVH because too many triangles overlap for boxes to separate them.
-struct OcclusionLimits {
-    /// The number of triangle tests: so many per triangle of the scene, per segment and per
-    /// occluded interval found.
-    std::size_t testsPerTriangle = 64;
-    std::size_t testsPerSegment = 512;
-    std::size_t testsPerInterval = 32;
-    /// A vertex of more distinct triangles is a hub.
-    std::uint32_t hubDegree = 16;
-    /// The largest number of triangles that are copied.
-    std::size_t mostCopied = OccluderBvh::kMostCopied;
 };
 
 /// Gives the intervals of BakedTriangles::computeOcclusionIntervals(), but for intervals within

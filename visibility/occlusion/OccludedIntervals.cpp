@@ -5,17 +5,17 @@
 // intervals.
 #include "visibility/occlusion/OccludedIntervals.h"
 
+#include "visibility/Statistics.h"
 #include "visibility/exact/FractionOrder.h"
 
 namespace ctr {
 
 void OccludedIntervals::start() {
-    constexpr std::size_t kFirstCheck = 16;
     intervals_.clear();
     coverage_.clear();
     prefixEnd_ = Fraction(0, 1);
     suffixStart_ = Fraction(1, 1);
-    nextCheck_ = kFirstCheck;
+    nextCheck_ = Tuning::kFirstCoverCheck;
 }
 
 double OccludedIntervals::middleOfRemaining() const {
@@ -27,6 +27,7 @@ double OccludedIntervals::middleOfRemaining() const {
 
 /// True when the whole segment is known to be occluded.
 bool OccludedIntervals::add(const RationalInterval& interval, std::uint32_t slot) {
+    Count(Counter::occludedIntervals);
     if (IsFullSegment(interval)) {
         recentOccluders_[nextRecent_++ % recentOccluders_.size()] = slot;
         return true;
@@ -34,8 +35,10 @@ bool OccludedIntervals::add(const RationalInterval& interval, std::uint32_t slot
     intervals_.push_back(interval);
     coverage_.add(interval);
     extendEnds(interval);
-    return CompareFractions(prefixEnd_, suffixStart_) >= 0 ||
-           (intervals_.size() >= nextCheck_ && isFullyOccluded());
+    const bool isOccluded = CompareFractions(prefixEnd_, suffixStart_) >= 0 ||
+                            (intervals_.size() >= nextCheck_ && isFullyOccluded());
+    Count(Counter::occludedByUnion, isOccluded ? 1 : 0);
+    return isOccluded;
 }
 
 /// Extends the occluded prefix and suffix of the segment by an interval that reaches them.
@@ -53,7 +56,7 @@ void OccludedIntervals::extendEnds(const RationalInterval& interval) {
 /// Fuses a copy of the intervals: which of equal fractions the caller's union keeps must not depend
 /// on when this is done.
 bool OccludedIntervals::isFullyOccluded() {
-    nextCheck_ = 4 * intervals_.size();
+    nextCheck_ = Tuning::kCoverCheckGrowth * intervals_.size();
     fused_ = intervals_;
     IntervalTools::FuseOverlappingIntervals(fused_);
     for (const RationalInterval& interval : fused_) {

@@ -10,6 +10,8 @@
 
 #include <ctr/IntervalTools.h>
 
+#include "visibility/Statistics.h"
+#include "visibility/Tuning.h"
 #include "visibility/bvh/OccluderBvh.h"
 #include "visibility/exact/GridArithmetic.h"
 
@@ -17,6 +19,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -56,12 +59,14 @@ public:
     bool isOccludedByRecent(const OccluderBvh& bvh, IntervalOf intervalOf) const {
         const SlotTriangles triangles = bvh.triangles();
         SlotTriangle storage;
-        return std::any_of(
-            recentOccluders_.begin(), recentOccluders_.end(), [&](std::uint32_t slot) {
+        const bool isOccluded =
+            std::any_of(recentOccluders_.begin(), recentOccluders_.end(), [&](std::uint32_t slot) {
                 const auto part = slot < triangles.size() ? intervalOf(triangles.get(slot, storage))
                                                           : std::nullopt;
                 return part && IsFullSegment(*part);
             });
+        Count(Counter::occludedByRecent, isOccluded ? 1 : 0);
+        return isOccluded;
     }
 
     /// The second step of find().
@@ -77,7 +82,6 @@ public:
     /// with all triangles.
     template <class IntervalOf, class Nearest>
     bool isOccludedByNearest(const OccluderBvh& bvh, IntervalOf intervalOf, Nearest nearest) {
-        constexpr int kMostAttempts = 6;
         const SlotTriangles triangles = bvh.triangles();
         SlotTriangle storage;
         const auto testAt = [&](double t) {
@@ -89,11 +93,13 @@ public:
             });
         };
         start();
-        if (testAt(0.5) || testAt(0.1) || testAt(0.9)) {
+        const auto& first = Tuning::kFrontParameters;
+        if (std::any_of(std::begin(first), std::end(first), testAt)) {
             return true;
         }
-        double last = 0.5;
-        for (int attempt = 0; attempt < kMostAttempts && middleOfRemaining() != last; ++attempt) {
+        double last = first[0];
+        for (int attempt = 0; attempt < Tuning::kMostFrontAttempts && middleOfRemaining() != last;
+             ++attempt) {
             last = middleOfRemaining();
             if (testAt(last)) {
                 return true;
@@ -135,7 +141,7 @@ private:
     void extendEnds(const RationalInterval& interval);
     bool isFullyOccluded();
 
-    std::array<std::uint32_t, 4> recentOccluders_{}; ///< Slots.
+    std::array<std::uint32_t, Tuning::kRecentOccluders> recentOccluders_{}; ///< Slots.
     std::size_t nextRecent_ = 0;
     SegmentCoverage coverage_;
     std::vector<RationalInterval> intervals_;

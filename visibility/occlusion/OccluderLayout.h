@@ -12,7 +12,7 @@ namespace ctr {
 struct OccluderLayout {
     OccluderLayout(const BakedTriangles& baked,
                    ItemCounter& work,
-                   std::size_t mostCopied = OccluderBvh::kMostCopied)
+                   std::size_t mostCopied = Tuning::kMostCopied)
         : bvh(baked, work, mostCopied), depthBuffer(baked, bvh, work) {}
 
     /// Whether queries give the results of the baked hierarchy. They do not where a caller's boxes
