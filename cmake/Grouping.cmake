@@ -1,22 +1,39 @@
-# CTR_GROUPED: the files of a room are compiled in one go, which reads the headers that they share
-# once and takes a fraction of the time. Where it is off, every file is compiled for itself and has
-# to include what it uses. CTR_GROUPED_TESTS is the same for the tests.
-option(CTR_GROUPED "Compile the files of a room in one go" OFF)
-option(CTR_GROUPED_TESTS "Compile the tests of a room in one go" ${CTR_GROUPED})
+# CTR_GROUPED: sources of one folder are compiled together, as few files, which reads the headers that
+# they share once and takes a fraction of the time. Where it is off, every file is compiled by itself
+# and has to include what it uses. CTR_GROUPED_TESTS is the same for the tests.
+option(CTR_GROUPED "Compile sources of one folder together" OFF)
+option(CTR_GROUPED_TESTS "Compile the tests of a folder together" ${CTR_GROUPED})
 
-# Groups the sources of a target by folder. What a file keeps in its unnamed namespace needs a name
-# of its own in the room.
-function(ctr_group_by_room target)
-  get_target_property(sources ${target} SOURCES)
+# Groups the sources of a target by folder. Files that have a name in their unnamed namespaces in
+# common come into different groups, so that such names are free.
+function(ctr_group_by_folder target)
+  get_target_property(files ${target} SOURCES)
   get_target_property(base ${target} SOURCE_DIR)
-  foreach(source IN LISTS sources)
-    cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${base})
-    cmake_path(GET source PARENT_PATH room)
-    cmake_path(GET room FILENAME room)
-    set_source_files_properties(${source} TARGET_DIRECTORY ${target} PROPERTIES UNITY_GROUP ${room})
+  set(sources "")
+  foreach(source IN LISTS files)
+    cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${base} NORMALIZE)
+    cmake_path(IS_PREFIX PROJECT_BINARY_DIR ${source} isGenerated)
+    if(source MATCHES "[.]cpp$" AND NOT isGenerated)
+      list(APPEND sources ${source})
+    endif()
+  endforeach()
+  execute_process(COMMAND ${CTR_PYTHON} ${PROJECT_SOURCE_DIR}/cmake/group-sources
+    ${PROJECT_SOURCE_DIR} ${sources} OUTPUT_VARIABLE groups COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX MATCHALL "[^\n]+" groups "${groups}")
+  foreach(line IN LISTS groups)
+    string(REGEX MATCH "^(.*) ([^ ]+)$" line "${line}")
+    set_source_files_properties(${CMAKE_MATCH_1} TARGET_DIRECTORY ${target} PROPERTIES
+      UNITY_GROUP ${CMAKE_MATCH_2})
   endforeach()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+  # Other names make other groups.
+  set_property(DIRECTORY ${base} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${sources})
 endfunction()
+
+if(CTR_GROUPED)
+  find_program(CTR_PYTHON python3 REQUIRED)
+  mark_as_advanced(CTR_PYTHON)
+endif()
 
 # Sets RESULT to the given test files or, where builds are grouped, to one file that includes them
 # all, each in a namespace of its own: tests may call their helpers the same. All headers come first,
