@@ -224,14 +224,21 @@ double Farthest(const std::vector<PagePoint>& from, std::vector<PagePoint> to, d
               [](const PagePoint& a, const PagePoint& b) { return a.x < b.x; });
     double farthest = 0.0;
     for (const PagePoint& p : from) {
-        const auto first =
-            std::lower_bound(to.begin(), to.end(), p.x - limit,
+        const auto middle =
+            std::lower_bound(to.begin(), to.end(), p.x,
                              [](const PagePoint& point, double x) { return point.x < x; });
         double nearest = limit;
-        for (auto q = first; q != to.end() && q->x <= p.x + limit; ++q) {
-            const double dx = q->x - p.x;
-            const double dy = q->y - p.y;
+        const auto compare = [&](const PagePoint& q) {
+            const double dx = q.x - p.x;
+            const double dy = q.y - p.y;
             nearest = std::min(nearest, std::sqrt(dx * dx + dy * dy));
+        };
+        // To both sides, until no point can be nearer.
+        for (auto q = middle; q != to.end() && q->x - p.x < nearest; ++q) {
+            compare(*q);
+        }
+        for (auto q = middle; q != to.begin() && p.x - q[-1].x < nearest; --q) {
+            compare(q[-1]);
         }
         farthest = std::max(farthest, nearest);
     }
