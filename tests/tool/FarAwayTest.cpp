@@ -12,6 +12,7 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -220,24 +221,25 @@ std::vector<PagePoint> PointsOf(const SvgFile& svg, double apart) {
 
 /// The largest distance of a point of one set from the nearest of the other, to a limit.
 double Farthest(const std::vector<PagePoint>& from, std::vector<PagePoint> to, double limit) {
-    std::sort(to.begin(), to.end(),
-              [](const PagePoint& a, const PagePoint& b) { return a.x < b.x; });
+    const auto isBefore = [](const PagePoint& a, const PagePoint& b) {
+        return std::tie(a.x, a.y) < std::tie(b.x, b.y);
+    };
+    std::sort(to.begin(), to.end(), isBefore);
     double farthest = 0.0;
     for (const PagePoint& p : from) {
-        const auto middle =
-            std::lower_bound(to.begin(), to.end(), p.x,
-                             [](const PagePoint& point, double x) { return point.x < x; });
+        const auto middle = std::lower_bound(to.begin(), to.end(), p, isBefore);
         double nearest = limit;
         const auto compare = [&](const PagePoint& q) {
             const double dx = q.x - p.x;
             const double dy = q.y - p.y;
             nearest = std::min(nearest, std::sqrt(dx * dx + dy * dy));
         };
-        // To both sides, until no point can be nearer.
-        for (auto q = middle; q != to.end() && q->x - p.x < nearest; ++q) {
+        // To both sides, until no point can be nearer, or this one is not the farthest.
+        for (auto q = middle; q != to.end() && q->x - p.x < nearest && nearest > farthest; ++q) {
             compare(*q);
         }
-        for (auto q = middle; q != to.begin() && p.x - q[-1].x < nearest; --q) {
+        for (auto q = middle; q != to.begin() && p.x - q[-1].x < nearest && nearest > farthest;
+             --q) {
             compare(q[-1]);
         }
         farthest = std::max(farthest, nearest);
