@@ -42,6 +42,8 @@ if(CTR_SANITIZE)
   target_link_options(ctr_flags INTERFACE -fsanitize=${CTR_SANITIZE})
 endif()
 if(CTR_FUZZ)
-  # Counts what is run, for the fuzzers to find inputs that run something else.
-  target_compile_options(ctr_flags INTERFACE -fsanitize=fuzzer-no-link)
+  # Counts what is run, for the fuzzers to find inputs that run something else. The test programs need
+  # no such counters, which take a third of the time of their compilation.
+  target_compile_options(ctr_flags INTERFACE
+    $<$<NOT:$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>>:-fsanitize=fuzzer-no-link>)
 endif()
