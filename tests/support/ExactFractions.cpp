@@ -185,4 +185,19 @@ std::string Text(const std::vector<ctr::RationalInterval>& intervals) {
     return text.append("}");
 }
 
+std::string TextOf(std::vector<ctr::RationalInterval> intervals) {
+    ctr::IntervalTools::FuseOverlappingIntervals(intervals);
+    if (intervals.size() == 1 && intervals[0].start[0] == 0 &&
+        intervals[0].end[0] == intervals[0].end[1]) {
+        return "whole";
+    }
+    std::string text;
+    for (const ctr::RationalInterval& interval : intervals) {
+        for (const auto& t : {interval.start, interval.end}) {
+            text += std::to_string(t[0]) + "/" + std::to_string(t[1]) + " ";
+        }
+    }
+    return text;
+}
+
 } // namespace test_support

@@ -57,4 +57,8 @@ std::string Text(const Fraction& value);
 std::string Text(const ctr::RationalInterval& interval);
 std::string Text(const std::vector<ctr::RationalInterval>& intervals);
 
+/// The ends of the union of intervals as fused by the library; "whole" if it is all of 0 to 1, in
+/// whatever fractions.
+std::string TextOf(std::vector<ctr::RationalInterval> intervals);
+
 } // namespace test_support

@@ -2,6 +2,7 @@
 // triangles, and that the number of visits grows little faster than the scene.
 #include "visibility/dense/DenseRegions.h"
 
+#include "support/ExactFractions.h"
 #include "support/ExactIntersections.h"
 #include "support/Scenes.h"
 #include "visibility/DenseScenes.h"
@@ -44,6 +45,7 @@ using test_support::PutInSingleLeaves;
 using test_support::Random;
 using test_support::Scaled;
 using test_support::Shuffled;
+using test_support::TextOf;
 
 constexpr std::size_t kEndless = std::size_t{1} << 40;
 constexpr PairSearchLimits kNever{kEndless, 0, 16, kEndless};
@@ -349,20 +351,6 @@ TEST(PotentiallyVisiblePairs, IncludeAllVisibleOnes) {
 }
 
 // --- occluded intervals ---
-
-std::string TextOf(std::vector<RationalInterval> ranges) {
-    ctr::IntervalTools::FuseOverlappingIntervals(ranges);
-    if (ctr::AreFullSegment(ranges)) {
-        return "whole";
-    }
-    std::string text;
-    for (const RationalInterval& range : ranges) {
-        for (const auto& t : {range.start, range.end}) {
-            text += std::to_string(t[0]) + "/" + std::to_string(t[1]) + " ";
-        }
-    }
-    return text;
-}
 
 std::vector<RationalInterval>
 AllRanges(const DenseScene& scene, const BakedVertex& a, const BakedVertex& b) {

@@ -2,6 +2,7 @@
 // copies: every triangle reached with copies is reached without, and results are the same.
 #include "visibility/bvh/OccluderBvh.h"
 
+#include "support/ExactFractions.h"
 #include "support/Random.h"
 #include "support/Scenes.h"
 #include "visibility/GridTriangles.h"
@@ -34,6 +35,7 @@ using test_support::PutInSingleLeaves;
 using test_support::Random;
 using test_support::Scaled;
 using test_support::Shuffled;
+using test_support::TextOf;
 
 BakedVertex AnyPoint(Random& random, unsigned int bits) {
     const auto any = [&] { return random.below(1 << bits); };
@@ -143,22 +145,8 @@ TEST(OccluderBvh, AreTheTrianglesThatAreCopied) {
     }
 }
 
-std::string TextOf(std::vector<RationalInterval> ranges) {
-    ctr::IntervalTools::FuseOverlappingIntervals(ranges);
-    if (ctr::AreFullSegment(ranges)) {
-        return "whole";
-    }
-    std::string text;
-    for (const RationalInterval& range : ranges) {
-        for (const auto& t : {range.start, range.end}) {
-            text += std::to_string(t[0]) + "/" + std::to_string(t[1]) + " ";
-        }
-    }
-    return text;
-}
-
-// The occluded intervals of random segments, with the BVH and with the dense search.
-std::vector<std::string> HiddenOf(const MixedScene& scene, const ctr::OcclusionLimits& limits) {
+// What is hidden of random segments, in the open and in crowds.
+std::vector<std::string> HiddenOf(const MixedScene& scene, const ctr::OccluderLimits& limits) {
     Random random(11);
     ItemCounter work;
     ctr::EdgeOcclusion occlusion(scene.baked, limits);
