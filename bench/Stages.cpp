@@ -21,7 +21,7 @@ using ctr::GeometricFeatures;
 using ctr::GeometricFeaturesGenerator;
 using ctr::LineSegmentSet;
 using LinePointer = kx::kxPointer<LineSegmentSet>;
-using Lines = std::vector<LinePointer>; ///< One entry a mesh, null where there are none.
+using Lines = std::vector<LinePointer>; ///< One entry per mesh, null if it has none.
 
 /// The crease angle of the library.
 constexpr float kCreaseAngleInDegrees = 5.0F;

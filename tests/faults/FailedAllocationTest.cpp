@@ -536,7 +536,7 @@ TEST(FailedAllocation, ComputingFeaturesLeavesSetsThatCanBeDrawn) {
     FailEveryAllocation<Features>();
 }
 
-// The records of a set have one entry a segment or none, also after a failure, and a second try
+// The records of a set have one entry per segment or none, also after a failure, and a second try
 // finishes what the first began.
 class Occlusion : public WithGenerator {
 public:

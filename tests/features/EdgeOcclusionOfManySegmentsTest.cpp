@@ -58,7 +58,7 @@ public:
                const BakedTriangles* occluders = nullptr)
         : space_(space), generator_(generator), occluders_(occluders) {}
 
-    /// Of segments in one set, with ranges stored before: one list a segment, or none at all.
+    /// Of segments in one set, with intervals stored before: one list per segment, or none.
     std::string ofSet(const std::vector<Ends>& segments,
                       const std::vector<Intervals>& stored = {}) {
         std::vector<Point> points;
@@ -170,7 +170,7 @@ std::vector<Intervals> RandomStored(Random& random, std::size_t count) {
     return stored;
 }
 
-// What is baked twice has to be found twice: in one set, then in sets of one.
+// Each scene is queried with one set and, baked again, with sets of one segment.
 std::string CompareScene(
     Random& random, const Scene& scene, int segmentCount, unsigned int tolerance, Met& met) {
     std::vector<const kx::kxTriMesh*> exported = scene.meshList();

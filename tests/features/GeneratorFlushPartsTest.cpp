@@ -317,7 +317,7 @@ TEST(GeneratorFlushParts, EveryFootLineIsDrawnOverItsWholeVisibleLength) {
             }
         }
     }
-    // Both kinds of pieces have to have had their share, or the test shows nothing.
+    // The test is only meaningful if both kinds of pieces occur.
     EXPECT_GT(total.bySinking, 0.1 * total.length);
     EXPECT_LT(total.bySinking, 0.9 * total.length);
     EXPECT_LT(total.twice, 0.001 * total.length);

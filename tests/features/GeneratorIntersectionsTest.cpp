@@ -310,7 +310,7 @@ TEST(GeneratorIntersections, ThereAreNoneOfAClusterOutOfRange) {
     EXPECT_EQ(GeometricFeaturesGenerator().computeIntersectionEdges(0), nullptr);
 }
 
-/// Counts the steps; stops at once when told to.
+/// Counts the steps; cancels at once if requested.
 class Steps : public kx::kxProgressNotifierInterface {
 public:
     bool isCanceled() const override { return stop; }

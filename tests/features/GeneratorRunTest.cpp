@@ -55,7 +55,7 @@ struct StoppedRun {
     GeometricFeatures out;
 };
 
-// How many questions each part of a run asks, counted from what it has to do.
+// The number of polls of each part of a run, derived from its work.
 struct Questions {
     explicit Questions(StoppedRun& run) {
         const ctr::BakedTriangles& baked = run.generator.getBakedTriangles(0);

@@ -611,8 +611,8 @@ TEST_F(ComputeOcclusion, ASetWithoutBuffersIsLeftAlone) {
 
 // ---------------------------------------------------------------------------------------------
 
-// Writes down what happens: '?' a question whether to stop, 'T' a total, '+' a step of 1, 'x' any
-// other step. Says stop from a given question on.
+// Records the calls: '?' a poll, 'T' a total, '+' a step of 1, 'x' any other step. Cancels from a
+// given poll on.
 class Recorder : public kx::kxProgressNotifierInterface {
 public:
     explicit Recorder(long stopAt = test_support::kNever) : stopAt_(stopAt) {}
@@ -738,7 +738,7 @@ std::size_t Visited(const LineSegmentSet& set) {
                       [](const LineSegmentSet::ClipRange& r) { return r.t1 == 1.0F; }));
 }
 
-// A run over one plate (4 creases, 4 silhouettes) that is stopped at a question.
+// A run over one plate (4 creases, 4 silhouettes) that is cancelled at a poll.
 struct StoppedRun {
     explicit StoppedRun(long question) : recorder(question), drawing({plate.get()}) {
         drawing.generator.setProgressNotifier(&recorder);

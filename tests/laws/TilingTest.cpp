@@ -86,7 +86,7 @@ std::vector<Stretch> PiecesOf(const Intervals& hidden, const ClipRange& clip) {
     return pieces;
 }
 
-// Visible and hidden pieces have to take turns, each beginning where the one before ends.
+// Visible and hidden pieces must alternate, each beginning where the previous one ends.
 testing::AssertionResult Tile(const std::vector<Stretch>& visible,
                               const std::vector<Stretch>& hidden,
                               float from,

@@ -243,7 +243,7 @@ TEST(BakeVisibleSegments, SegmentsBeyondTheClipRecordsCountAsUnclipped) {
 }
 
 TEST(BakeVisibleSegments, AnEmptyClipRecordIsNotLookedAt) {
-    // Whoever leaves the view empty also hides the segment; here nobody did.
+    // The generator also hides a segment that is outside the view; here it is not hidden.
     const SetPointer set = OneSegment({});
     set->clipRanges = {{1.0F, 0.0F, 1.0F, 1.0F}};
     EXPECT_EQ(PiecesAlongX(Bake(set)), (Pieces{{8.0F, 0.0F}}));

@@ -409,7 +409,7 @@ TEST(ComputeCreaseEdgeInfoCancelled, AmongTheGroupsLeavesTheGroupsBefore) {
     }
 }
 
-// The places of all edges of triangles in the order of edges, each once: one a group.
+// The positions of all triangle edges in the order of edges, each once: one per group.
 using PositionPair = std::pair<std::array<float, 3>, std::array<float, 3>>;
 
 PositionPair PositionsOf(const Surface& surface, unsigned int a, unsigned int b) {
@@ -508,7 +508,7 @@ TEST(ComputeCreaseEdgeInfoCancelled, AmongTheGroupsOfALargeMeshLeavesTheGroupsBe
     }
 }
 
-// Looks at the list that is being written whenever it is asked.
+// Inspects the list being written at each poll.
 class Onlooker : public kx::kxCancelInterfaceReadOnly {
 public:
     Onlooker(const std::vector<CreaseEdgeInfo>& edges, const std::vector<CreaseEdgeInfo>& result)

@@ -174,7 +174,7 @@ TEST(BuildChains, TheOutputIsALineList) {
     ASSERT_TRUE(output);
     EXPECT_EQ(output->GetIndexBufferType(), kx::IBT_LINES);
     EXPECT_EQ(output->GetIndexQuantity(), 6);
-    EXPECT_GE(arcs.capacity(), 3U); // one a segment, so that records never move
+    EXPECT_GE(arcs.capacity(), 3U); // one per segment, so that records never move
 }
 
 TEST(BuildChains, TagsStayWithTheirSegments) {

@@ -22,7 +22,7 @@ namespace test_support {
 constexpr std::uint32_t kArc = 1;
 constexpr std::uint32_t kStraight = 2;
 
-/// A line list with its flags and tags (one a segment, or none).
+/// A line list with its flags and tags (one per segment, or none).
 struct LineList {
     std::vector<Vec3> positions;
     std::vector<unsigned int> indices;

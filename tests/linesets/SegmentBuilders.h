@@ -27,7 +27,7 @@ using Transformation = kx::kxGenericTransformation<float>;
 /// Vertex numbers of a segment, first to second.
 using Segment = std::pair<unsigned int, unsigned int>;
 
-/// Tells apart what == does not: -0 from 0, and one NaN from another.
+/// Distinguishes -0 from 0 and NaNs from each other, unlike ==.
 inline std::uint32_t Bits(float value) {
     return std::bit_cast<std::uint32_t>(value);
 }
@@ -151,7 +151,7 @@ inline Transformation ScaleAndMove(const Vec3& scale, const Vec3& offset) {
     return transformation;
 }
 
-/// Counts how often it is asked and says yes from a given question on (the first is number 1).
+/// Counts polls and cancels from a given poll on (the first is number 1).
 class CancelAtQuestion : public kx::kxCancelInterfaceReadOnly {
 public:
     explicit CancelAtQuestion(long question) : question_(question) {}

@@ -562,7 +562,7 @@ TEST(LinearBVHQuery, AFewSenselessBoxesCostLittle) {
     EXPECT_LE(found.nodesVisited, 45 * queries);
 }
 
-// Says yes at the n-th question and, capriciously, no again afterwards.
+// Cancels at the n-th poll and withdraws it afterwards.
 class CancelAt : public kx::kxCancelInterfaceReadOnly {
 public:
     explicit CancelAt(int question) : question_(question) {}
@@ -629,7 +629,7 @@ TEST(LinearBVHBuilderCancellation, IsAskedForEveryFewThousandBoxesWhichAreReadOn
     EXPECT_LE(watched.longest(), 5000u);
 }
 
-// More than a node can number; nobody may look at a single box of them.
+// More primitives than a node can index; no box of them may be requested.
 class TooMany : public kx::kxGenericBVHPrimitives {
 public:
     unsigned int getPrimitiveQuantity() const override { return (1u << 30) + 1; }

@@ -19,7 +19,7 @@ struct ExactSilhouette {
     int edgesRestored = 0;   ///< Of a clipped triangle, given as the whole edge of its source.
 };
 
-/// One entry a mesh; without segments where nothing of it was baked.
+/// One entry per mesh; without segments if nothing of it was baked.
 std::vector<ExactSilhouette> SilhouettesExactly(const ExactBaked& baked,
                                                 const std::vector<const kx::kxTriMesh*>& meshes);
 

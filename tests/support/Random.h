@@ -35,7 +35,7 @@ public:
         return z ^ (z >> 31U);
     }
 
-    /// A whole number from 0 to n - 1; n has to be positive.
+    /// An integer from 0 to n - 1; n must be positive.
     int below(int n) {
         const auto count = static_cast<std::uint64_t>(n);
         return static_cast<int>((bytesLeft_ > 0 ? take(bytesFor(count)) : next()) % count);

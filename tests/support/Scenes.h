@@ -34,7 +34,7 @@ kx::kxPointer<kx::kxTriMesh> MakeMesh(const MeshData& data);
 kx::kxPointer<kx::kxTriMesh> MakeMesh(const std::vector<Point>& positions,
                                       const std::vector<unsigned int>& indices);
 
-/// The same with normals, one a vertex.
+/// As above with normals, one per vertex.
 kx::kxPointer<kx::kxTriMesh> MakeMesh(const std::vector<Point>& positions,
                                       const std::vector<Point>& normals,
                                       const std::vector<unsigned int>& indices);

@@ -11,7 +11,7 @@ namespace test_support {
 
 class Stopper : public kx::kxProgressNotifierInterface {
 public:
-    /// Says yes to this question, counted from 1, and to all after it.
+    /// Cancels at this poll, counted from 1, and at all later ones.
     explicit Stopper(long stopAt) : stopAt_(stopAt) {}
     bool isCanceled() const override {
         longestStep_ = std::max(longestStep_, done_ - doneAtQuestion_);

@@ -25,7 +25,7 @@ void* Counted(void* block) {
     if (block != nullptr) {
         const auto size = static_cast<long>(malloc_usable_size(block));
         const long live = liveBytes.fetch_add(size, std::memory_order_relaxed) + size;
-        // Nobody watches more than one thread.
+        // Only one thread is observed.
         if (live > mostLiveBytes.load(std::memory_order_relaxed)) {
             mostLiveBytes.store(live, std::memory_order_relaxed);
         }
