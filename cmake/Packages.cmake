@@ -98,7 +98,7 @@ if(CTR_BUILD_TOOL)
   ctr_compress(${PROJECT_BINARY_DIR}/tool/kxcontour.1 kxcontour.1.gz kxcontour_texts)
   install(FILES ${contents}/kxcontour.1.gz
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool EXCLUDE_FROM_ALL)
-  foreach(package libcli11-dev libtomlplusplus-dev nlohmann-json3-dev)
+  foreach(package libtomlplusplus-dev nlohmann-json3-dev)
     install(FILES /usr/share/doc/${package}/copyright RENAME ${package}
       DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package_tool}/notices
       COMPONENT tool EXCLUDE_FROM_ALL)

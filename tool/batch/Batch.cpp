@@ -12,6 +12,7 @@
 #include "import/SceneReader.h"
 #include "jobs/DrawingJob.h"
 #include "options/CommandFiles.h"
+#include "options/OptionReader.h"
 
 #include <algorithm>
 #include <atomic>
@@ -26,7 +27,6 @@
 #include <set>
 #include <system_error>
 #include <thread>
-#include <tuple>
 #include <unistd.h>
 
 namespace kxcontour {
@@ -97,32 +97,6 @@ private:
     double told_;
 };
 
-/// What decides about a scene.
-using SceneKey = std::tuple<std::vector<std::string>,
-                            std::vector<std::string>,
-                            int,
-                            int,
-                            int,
-                            double,
-                            double,
-                            std::string,
-                            std::uint64_t,
-                            std::chrono::milliseconds>;
-
-SceneKey KeyOf(const DrawingOptions& options) {
-    const InputOptions& input = options.input;
-    return {input.models,
-            input.occluders,
-            input.unit ? static_cast<int>(*input.unit) : -1,
-            input.up ? static_cast<int>(*input.up) : -1,
-            static_cast<int>(input.weld.mode),
-            input.weld.millimetres,
-            options.lines.creaseAngle.value_or(-1.0),
-            input.reading.sideFiles,
-            input.reading.largestInput,
-            input.reading.time};
-}
-
 /// A scene, or why there is none.
 struct LoadedScene {
     std::string inputs; ///< DoneWork::InputsOf() when it was read.
@@ -130,7 +104,8 @@ struct LoadedScene {
     std::exception_ptr failure;
 };
 
-using Scenes = std::map<SceneKey, LoadedScene>;
+/// By what they are read from, SceneSignatureOf().
+using Scenes = std::map<std::string, LoadedScene>;
 
 /// A job by its number, with what it draws.
 struct Task {
@@ -141,11 +116,11 @@ struct Task {
 /// The numbers of all jobs, those of one scene in a row, so that no scene has to be read twice.
 /// Scenes, and the jobs of one, stay in their order.
 std::vector<std::size_t> OrderByScene(const std::vector<BatchJob>& jobs) {
-    std::map<SceneKey, std::size_t> firstJobs;
+    std::map<std::string, std::size_t> firstJobs;
     std::vector<std::size_t> firstOf;
     std::vector<std::size_t> order;
     for (std::size_t i = 0; i < jobs.size(); ++i) {
-        firstOf.push_back(firstJobs.emplace(KeyOf(jobs[i].options), i).first->second);
+        firstOf.push_back(firstJobs.emplace(SceneSignatureOf(jobs[i].options), i).first->second);
         order.push_back(i);
     }
     std::stable_sort(order.begin(), order.end(),
@@ -206,7 +181,7 @@ private:
                 progress_.advance(1.0);
                 continue;
             }
-            const SceneKey key = KeyOf(job.options);
+            const std::string key = SceneSignatureOf(job.options);
             auto scene = scenes.find(key);
             if (scene == scenes.end()) {
                 if (scenes.size() >= command_.threads) {
@@ -229,9 +204,9 @@ private:
         if (!replacesOthers()) {
             return;
         }
-        std::set<SceneKey> known;
+        std::set<std::string> known;
         for (const BatchJob& job : command_.jobs) {
-            if (!isDone(job) && known.insert(KeyOf(job.options)).second) {
+            if (!isDone(job) && known.insert(SceneSignatureOf(job.options)).second) {
                 load(job.options);
             }
         }

@@ -3,8 +3,6 @@
 
 #include "drawing/common/Failure.h"
 #include "options/OptionReader.h"
-#include "options/Signature.h"
-#include "options/Values.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -14,14 +12,15 @@
 namespace kxcontour {
 namespace {
 
-constexpr unsigned int kMostThreads = 256;
-
 void RequireMark(const GivenOptions& given) {
     if (given.has("sheet")) {
         RefuseUsage("--views and --sheet cannot go together");
     }
     const GivenText* output = given.find("output");
-    if (output != nullptr && output->text.find(kViewMark) == std::string::npos) {
+    if (output == nullptr) {
+        RefuseUsage("no output given; name it with -o OUT-{view}.svg");
+    }
+    if (output->text.find(kViewMark) == std::string::npos) {
         RefuseUsage("output '" + output->text + "' has to contain {view}, one file for each view");
     }
 }
@@ -47,27 +46,19 @@ BatchJob ReadJob(const GivenOptions& given, const std::string& name) {
     return job;
 }
 
-/// The job of one view, in which nothing of the others is left.
-GivenOptions ForView(GivenOptions given, const std::string& view) {
-    given.remove("views");
-    given.add("view", view);
-    return given;
-}
-
 std::vector<BatchJob> ReadViewsOf(const GivenJob& given) {
-    std::vector<BatchJob> jobs;
-    const std::vector<std::string> views = ReadViews(given.options, "views");
+    const std::vector<View> views = ReadBatchOptions(given.options).views;
     if (views.empty()) {
-        jobs.push_back(ReadJob(given.options, given.name));
-        return jobs;
+        return {ReadJob(given.options, given.name)};
     }
     RequireMark(given.options);
-    if (!given.options.has("output")) {
-        RefuseUsage("no output given; name it with -o OUT-{view}.svg");
-    }
-    for (const std::string& view : views) {
-        const std::string name = given.name.empty() ? "" : given.name + " (" + view + ")";
-        jobs.push_back(ReadJob(ForView(given.options, view), name));
+    std::vector<BatchJob> jobs;
+    for (const View view : views) {
+        const std::string& viewName = ViewNames()[static_cast<std::size_t>(view)];
+        GivenOptions one = given.options;
+        one.remove("views");
+        one.add("view", viewName);
+        jobs.push_back(ReadJob(one, given.name.empty() ? "" : given.name + " (" + viewName + ")"));
     }
     return jobs;
 }
@@ -90,29 +81,6 @@ void Note(Writers& writers, const BatchJob& job, std::size_t number) {
     }
 }
 
-unsigned int ReadThreads(const GivenOptions& given) {
-    const GivenText* text = given.find("jobs");
-    if (text == nullptr) {
-        return std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads);
-    }
-    try {
-        return ParseCount(text->text, "number of jobs", 1, kMostThreads);
-    } catch (const Failure& failure) {
-        throw Failure(failure.code(), text->where + failure.what());
-    }
-}
-
-std::string ReadStatePath(const GivenOptions& given, const std::string& jobFile) {
-    const GivenText* text = given.find("state");
-    if (text == nullptr) {
-        return jobFile.empty() ? "" : jobFile + ".state";
-    }
-    if (text->text.empty() || text->text == "-") {
-        RefuseUsage(text->where + "--state has to name a file");
-    }
-    return text->text;
-}
-
 void RequireOwnState(const BatchCommand& batch,
                      const Writers& writers,
                      const std::string& jobFile) {
@@ -130,11 +98,15 @@ void RequireOwnState(const BatchCommand& batch,
 BatchCommand ReadBatch(const std::vector<GivenJob>& jobs,
                        const GivenOptions& batch,
                        const std::string& jobFile) {
+    const BatchOptions options = ReadBatchOptions(batch);
     BatchCommand command;
-    command.threads = ReadThreads(batch);
-    command.force = batch.isSet("force");
+    command.threads = options.threads > 0
+                          ? options.threads
+                          : std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads);
+    command.force = options.force;
     command.messages = ReadMessageOptions(batch);
-    command.statePath = ReadStatePath(batch, jobFile);
+    command.statePath =
+        options.statePath.empty() && !jobFile.empty() ? jobFile + ".state" : options.statePath;
     Writers writers;
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         try {

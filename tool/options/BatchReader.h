@@ -3,7 +3,7 @@
 
 #include "options/CommandLine.h"
 #include "options/GivenOptions.h"
-#include "options/JobFile.h"
+#include "options/OptionFiles.h"
 
 #include <string>
 #include <vector>

@@ -8,7 +8,6 @@
 #include "options/Arguments.h"
 #include "options/BatchReader.h"
 #include "options/Completions.h"
-#include "options/ConfigFile.h"
 #include "options/Help.h"
 #include "options/ManPage.h"
 #include "options/OptionReader.h"
@@ -20,14 +19,6 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-bool IsHelp(const std::string& word) {
-    return word == "--help" || word == "-h";
-}
-
-void WriteVersion(std::ostream& out) {
-    out << "kxcontour " << kxContouringLib::Version::GetDescStringMajorMinorRelease(true) << '\n';
-}
-
 /// Help, the manual and completions: words without options. False when it is something else.
 bool WroteText(const Arguments& arguments, std::ostream& out) {
     const std::string command = arguments.empty() ? "" : arguments.front();
@@ -36,7 +27,7 @@ bool WroteText(const Arguments& arguments, std::ostream& out) {
         return false;
     }
     const std::size_t most = command == "man" ? 1 : 2;
-    if (IsHelp(word)) {
+    if (word == "--help" || word == "-h") {
         out << ShortHelp();
     } else if (arguments.size() > most) {
         RefuseUsage("unexpected argument '" + arguments[most] + "' of " + command);
@@ -52,16 +43,14 @@ bool WroteText(const Arguments& arguments, std::ostream& out) {
     return true;
 }
 
-/// The options of the configuration file that is named, if any.
-GivenOptions ConfigOf(const GivenOptions& given) {
-    const GivenText* path = given.find("config");
-    return path == nullptr ? GivenOptions() : ReadConfigFile(path->text);
-}
-
 /// The configuration file that is named, if any.
 std::vector<std::string> ConfigFilesOf(const GivenOptions& given) {
     const GivenText* path = given.find("config");
     return path == nullptr ? std::vector<std::string>() : std::vector<std::string>{path->text};
+}
+
+GivenOptions ConfigOf(const GivenOptions& given) {
+    return given.has("config") ? ReadConfigFile(given.find("config")->text) : GivenOptions();
 }
 
 std::vector<GivenJob>
@@ -97,6 +86,8 @@ BatchCommand ReadBatchCommand(GivenOptions given) {
     GivenOptions config = ConfigOf(given);
     GivenOptions batch = given;
     batch.putBelow(config);
+    // Those of the configuration are for the jobs.
+    batch.remove("views");
     BatchCommand command =
         ReadBatch(TakeJobs(files.front().text, given, config), batch, files.front().text);
     command.optionFiles = ConfigFilesOf(given);
@@ -143,7 +134,8 @@ std::optional<Command> ParseCommandLine(const Arguments& arguments, std::ostream
         return std::nullopt;
     }
     if (given.has("version")) {
-        WriteVersion(out);
+        out << "kxcontour " << kxContouringLib::Version::GetDescStringMajorMinorRelease(true)
+            << '\n';
         return std::nullopt;
     }
     if (isBatch) {

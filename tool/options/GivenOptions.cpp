@@ -1,6 +1,8 @@
 // How options from one source give way to those from another.
 #include "options/GivenOptions.h"
 
+#include "options/Values.h"
+
 #include <array>
 #include <utility>
 
@@ -11,37 +13,27 @@ namespace {
 struct Displacement {
     const char* name;
     const char* text; ///< Null: any.
-    std::array<const char*, 7> dropped;
+    const char* dropped;
 };
 
 constexpr std::array<Displacement, 14> kDisplacements{
-    {{"view",
-      nullptr,
-      {"views", "sheet", "azimuth", "elevation", "camera-position", "camera-focal-point",
-       "camera-view-up"}},
-     {"views",
-      nullptr,
-      {"view", "sheet", "azimuth", "elevation", "camera-position", "camera-focal-point",
-       "camera-view-up"}},
-     {"sheet",
-      nullptr,
-      {"view", "views", "azimuth", "elevation", "camera-position", "camera-focal-point",
-       "camera-view-up"}},
-     {"azimuth",
-      nullptr,
-      {"views", "sheet", "camera-position", "camera-focal-point", "camera-view-up"}},
-     {"elevation",
-      nullptr,
-      {"views", "sheet", "camera-position", "camera-focal-point", "camera-view-up"}},
-     {"camera-position", nullptr, {"views", "sheet"}},
-     {"scale", nullptr, {"zoom", "fov"}},
-     {"zoom", nullptr, {"scale"}},
-     {"fov", nullptr, {"scale"}},
-     {"projection", "orthographic", {"fov"}},
-     {"projection", "perspective", {"scale", "sheet", "arcs", "arc-tolerance"}},
-     {"arcs", "false", {"arc-tolerance"}},
-     {"quiet", "true", {"verbose"}},
-     {"verbose", "true", {"quiet"}}}};
+    {{"view", nullptr,
+      "views sheet azimuth elevation camera-position camera-focal-point camera-view-up"},
+     {"views", nullptr,
+      "view sheet azimuth elevation camera-position camera-focal-point camera-view-up"},
+     {"sheet", nullptr,
+      "view views azimuth elevation camera-position camera-focal-point camera-view-up"},
+     {"azimuth", nullptr, "views sheet camera-position camera-focal-point camera-view-up"},
+     {"elevation", nullptr, "views sheet camera-position camera-focal-point camera-view-up"},
+     {"camera-position", nullptr, "views sheet"},
+     {"scale", nullptr, "zoom fov"},
+     {"zoom", nullptr, "scale"},
+     {"fov", nullptr, "scale"},
+     {"projection", "orthographic", "fov"},
+     {"projection", "perspective", "scale sheet arcs arc-tolerance"},
+     {"arcs", "false", "arc-tolerance"},
+     {"quiet", "true", "verbose"},
+     {"verbose", "true", "quiet"}}};
 
 void Displace(const GivenOptions& higher, GivenOptions& lower) {
     for (const Displacement& rule : kDisplacements) {
@@ -49,10 +41,8 @@ void Displace(const GivenOptions& higher, GivenOptions& lower) {
         if (given == nullptr || (rule.text != nullptr && given->text != rule.text)) {
             continue;
         }
-        for (const char* name : rule.dropped) {
-            if (name != nullptr) {
-                lower.remove(name);
-            }
+        for (const std::string& name : Split(rule.dropped, " ")) {
+            lower.remove(name);
         }
     }
 }
@@ -85,14 +75,6 @@ const GivenText* GivenOptions::find(const std::string& name) const {
 
 void GivenOptions::remove(const std::string& name) {
     texts_.erase(name);
-}
-
-std::vector<std::string> GivenOptions::names() const {
-    std::vector<std::string> list;
-    for (const auto& [name, texts] : texts_) {
-        list.push_back(name);
-    }
-    return list;
 }
 
 void GivenOptions::putBelow(GivenOptions lower) {

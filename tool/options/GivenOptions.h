@@ -3,7 +3,6 @@
 
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace kxcontour {
@@ -32,9 +31,6 @@ public:
     const GivenText* find(const std::string& name) const;
 
     void remove(const std::string& name);
-
-    /// The names of what is given, in alphabetical order.
-    std::vector<std::string> names() const;
 
     /// Puts options below these: they hold where these are silent.
     ///

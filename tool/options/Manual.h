@@ -1,10 +1,12 @@
-// What the help and the manual say beside the options: topics, examples, exit codes.
+// What the help and the manual say beside the options: topics, examples, exit codes. Paragraphs of
+// texts have an empty line between them; those that begin with two blanks are shown as they stand,
+// others are filled.
 #pragma once
 
 #include "options/OptionTable.h"
 
+#include <array>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace kxcontour {
@@ -14,11 +16,44 @@ struct TopicInfo {
     Topic topic;
     const char* name;    ///< For `kxcontour help NAME`.
     const char* heading; ///< Above its options.
-    const char* text;    ///< An introduction: paragraphs with an empty line between them.
+    const char* text;    ///< An introduction.
 };
 
 /// In the order of the help.
-const std::vector<TopicInfo>& TopicTable();
+inline constexpr std::array<TopicInfo, 7> kTopics{
+    {{Topic::Input, "input", "Input",
+      "One or more models make one drawing. A file is known by its name and contents."},
+     {Topic::Camera, "camera", "View",
+      "A named view, angles, or points say where to look from: points win over angles, angles over "
+      "the name. The drawing fills the page inside its margin unless --scale or --zoom says "
+      "otherwise."},
+     {Topic::Page, "page", "Page",
+      "Lengths are millimetres, or have mm, cm, in or pt (1/72 in) behind them."},
+     {Topic::Lines, "lines", "Lines",
+      "Every line is drawn once, and lines that meet are joined into long paths. A rim that "
+      "changes between two widths every few lines (one to five lighter ones between heavier ones, "
+      "along a curve) is drawn in the wider one."},
+     {Topic::Output, "output", "Output",
+      "The same input and options give the same bytes, on every machine and at every time."},
+     {Topic::Batch, "batch", "Batch",
+      "`kxcontour batch JOBS.json` makes many drawings, and `kxcontour MODEL --views LIST -o "
+      "NAME-{view}.svg` several of one model. Models are read once. What is there already from the "
+      "same inputs and options is left alone. A drawing that fails does not stop the others.\n\n"
+      "A job file has a list of jobs, whose keys are the long names of options, and may have "
+      "defaults for all of them. Paths in it are relative to it:\n\n"
+      "  {\n"
+      "    \"defaults\": {\"page\": \"A3\", \"hidden\": true},\n"
+      "    \"jobs\": [\n"
+      "      {\"name\": \"cover\", \"model\": \"engine.glb\", \"output\": \"cover.pdf\"},\n"
+      "      {\"model\": [\"a.stl\", \"b.stl\"], \"views\": [\"front\", \"top\"],\n"
+      "       \"output\": \"ab-{view}.svg\"}\n"
+      "    ]\n"
+      "  }\n\n"
+      "Options of drawings on the command line win over those of every job. Models, outputs and "
+      "views are the job file's."},
+     {Topic::Messages, "messages", "Messages",
+      "Results go to standard output, everything else to standard error. A progress bar is shown "
+      "on a terminal only."}}};
 
 /// What else there is to say: a topic without options.
 struct ChapterInfo {
@@ -27,7 +62,23 @@ struct ChapterInfo {
     const char* text;
 };
 
-const std::vector<ChapterInfo>& ChapterTable();
+inline constexpr ChapterInfo kConfigChapter{
+    "config", "Configuration files",
+    "`--config FILE` reads options from a TOML file (ending .toml) or a JSON file (.json). Keys "
+    "are the long names of options without dashes, values have their natural types, and paths are "
+    "relative to the file. The command line wins over the file; styles of both add up. An option "
+    "that one kind of output only has, such as dpi, does not harm the others here.\n\n"
+    "  page = \"A3\"\n"
+    "  landscape = true\n"
+    "  margin = \"15mm\"\n"
+    "  lines = [\"silhouette\", \"crease\"]\n"
+    "  occluder = [\"table.stl\"]\n\n"
+    "  [style.crease]\n"
+    "  width = \"0.25mm\"\n"
+    "  color = \"#333\""};
+
+inline constexpr ChapterInfo kExitCodeChapter{"exit-codes", "Exit codes",
+                                              "The tool ends with one of these codes:"};
 
 /// One exit code of the tool.
 struct ExitCodeInfo {
@@ -35,7 +86,14 @@ struct ExitCodeInfo {
     const char* meaning;
 };
 
-const std::vector<ExitCodeInfo>& ExitCodeTable();
+inline constexpr std::array<ExitCodeInfo, 7> kExitCodes{
+    {{0, "drawn"},
+     {1, "internal error"},
+     {2, "wrong usage"},
+     {3, "a model, configuration or job file cannot be read"},
+     {4, "nothing to draw: no triangles, or nothing visible in the view"},
+     {5, "the drawing cannot be written"},
+     {130, "cancelled by Ctrl-C"}}};
 
 /// An example: what it does, and the command.
 struct ExampleInfo {
@@ -43,12 +101,17 @@ struct ExampleInfo {
     const char* command;
 };
 
-const std::vector<ExampleInfo>& ExampleTable();
+inline constexpr std::array<ExampleInfo, 3> kExamples{
+    {{"An isometric drawing on A4", "kxcontour engine.glb -o engine.svg"},
+     {"A front view at 1:50 on A3, as PDF",
+      "kxcontour house.ifc -o front.pdf --view front --page A3 --scale 1:50"},
+     {"Three views with hidden lines, a file each",
+      "kxcontour gear.stl --views front,top,iso --hidden -o 'gear-{view}.svg'"}}};
 
 /// The first words that are not a model.
-const std::vector<std::string>& Subcommands();
+inline const std::vector<std::string> kCommands{"batch", "help", "man", "completions"};
 
 /// The shells that completions are made for.
-const std::vector<std::string>& Shells();
+inline const std::vector<std::string> kShells{"bash", "zsh", "fish"};
 
 } // namespace kxcontour

@@ -41,75 +41,32 @@ std::size_t BehindString(std::string_view text, std::size_t at) {
     return end;
 }
 
-/// Goes through a text and stops where it is too deep.
-class NestingScan {
-public:
-    NestingScan(std::string_view text, OptionSyntax syntax)
-        : text_(text), hasDottedKeys_(syntax == OptionSyntax::Toml) {}
-
-    bool findsTooDeep() {
-        while (at_ < text_.size() && !isTooDeep()) {
-            step();
-        }
-        return isTooDeep();
+/// Behind the string, the comment or the letter that begins there.
+std::size_t Behind(std::string_view text, std::size_t at) {
+    if (text[at] == '"' || text[at] == '\'') {
+        return BehindString(text, at);
     }
-
-    /// The line where it stopped, from 1 on.
-    std::size_t line() const {
-        const std::string_view before = text_.substr(0, at_);
-        return 1 + static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
-    }
-
-private:
-    bool isTooDeep() const { return depth_ > kDeepest || parts_ > kDeepest; }
-
-    void step() {
-        switch (text_[at_]) {
-        case '"':
-        case '\'':
-            at_ = BehindString(text_, at_);
-            return;
-        case '#':
-            at_ = std::min(text_.find('\n', at_), text_.size());
-            return;
-        case '[':
-        case '{':
-            ++depth_;
-            parts_ = 1;
-            break;
-        case ']':
-        case '}':
-            depth_ -= depth_ > 0 ? 1 : 0;
-            parts_ = 1;
-            break;
-        case '=':
-        case ',':
-        case '\n':
-            parts_ = 1;
-            break;
-        case '.':
-            parts_ += hasDottedKeys_ ? 1 : 0;
-            break;
-        default:
-            break;
-        }
-        ++at_;
-    }
-
-    std::string_view text_;
-    bool hasDottedKeys_;
-    std::size_t at_ = 0;
-    std::size_t depth_ = 0; ///< Of brackets.
-    std::size_t parts_ = 1; ///< Of the key at hand, or of a number.
-};
+    return text[at] == '#' ? std::min(text.find('\n', at), text.size()) : at + 1;
+}
 
 } // namespace
 
 void RequireShallow(std::string_view text, OptionSyntax syntax, const std::string& path) {
-    NestingScan scan(text, syntax);
-    if (scan.findsTooDeep()) {
-        throw Failure(ExitCode::Usage,
-                      path + ":" + std::to_string(scan.line()) + ": is nested too deeply");
+    std::size_t depth = 0; // Of brackets.
+    std::size_t parts = 1; // Of the key at hand, or of a number.
+    for (std::size_t at = 0; at < text.size(); at = Behind(text, at)) {
+        const char letter = text[at];
+        const bool isClosed = letter == ']' || letter == '}';
+        depth += letter == '[' || letter == '{' ? 1 : 0;
+        depth -= isClosed && depth > 0 ? 1 : 0;
+        if (std::string_view("[]{}=,\n").find(letter) != std::string_view::npos) {
+            parts = 1;
+        }
+        parts += letter == '.' && syntax == OptionSyntax::Toml ? 1 : 0;
+        if (depth > kDeepest || parts > kDeepest) {
+            const auto line = 1 + std::count(text.begin(), text.begin() + std::ptrdiff_t(at), '\n');
+            RefuseUsage(path + ":" + std::to_string(line) + ": is nested too deeply");
+        }
     }
 }
 

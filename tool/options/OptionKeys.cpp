@@ -5,18 +5,12 @@
 #include "drawing/common/Failure.h"
 #include "drawing/common/NearestName.h"
 #include "drawing/common/Shortened.h"
-#include "options/StyleText.h"
 #include "options/Values.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstddef>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
-#include <system_error>
+#include <optional>
 
 namespace kxcontour {
 namespace {
@@ -24,172 +18,141 @@ namespace {
 using Json = nlohmann::json;
 using Texts = std::vector<std::string>;
 
-constexpr std::size_t kLargestFile = std::size_t{16} << 20U;
-
-[[noreturn]] void Refuse(const KeySource& source, const std::string& message) {
-    throw Failure(ExitCode::Usage, source.where + message);
-}
-
-[[noreturn]] void
-RefuseType(const KeySource& source, const std::string& key, const char* wanted, const Json& value) {
-    Refuse(source, Shortened(key) + " has to be " + wanted + ", not " + TypeText(value));
-}
-
 [[noreturn]] void RefuseKey(const KeySource& source, const std::string& key, Texts known) {
     known.insert(known.end(), source.otherKeys.begin(), source.otherKeys.end());
     const std::string nearest = NearestName(key, known);
     const bool misplaced = FindOption(key) != nullptr;
-    Refuse(source, misplaced ? "'" + key + "' belongs on the command line"
-                             : "unknown key '" + Shortened(key) + "'" +
-                                   (nearest.empty() ? "; see kxcontour help config"
-                                                    : "; did you mean '" + nearest + "'?"));
+    RefuseUsage(source.where + (misplaced
+                                    ? "'" + key + "' belongs on the command line"
+                                    : "unknown key '" + Shortened(key) + "'" +
+                                          (nearest.empty() ? "; see kxcontour help config"
+                                                           : "; did you mean '" + nearest + "'?")));
 }
 
-std::string NumberOf(const Json& value) {
-    if (value.is_number_unsigned()) {
-        return std::to_string(value.get<std::uint64_t>());
-    }
-    return value.is_number_integer() ? std::to_string(value.get<std::int64_t>())
-                                     : NumberText(value.get<double>());
-}
-
-bool IsScalar(const Json& value) {
-    return value.is_string() || value.is_number();
-}
-
-std::string ScalarText(const Json& value) {
-    return value.is_string() ? value.get<std::string>() : NumberOf(value);
-}
-
-/// The members of a list with a sign between; the list has to be of one type.
-std::string
-JoinList(const Json& list, const char* between, bool (Json::*isRight)() const, bool& right) {
-    std::string text;
-    for (const Json& member : list) {
-        right = right && (member.*isRight)();
-        text += right ? (text.empty() ? "" : between) + ScalarText(member) : "";
-    }
-    return text;
-}
-
-/// A text as it is, a list with commas between.
-std::string ListText(const KeySource& source,
-                     const std::string& key,
-                     const Json& value,
-                     const char* wanted,
-                     bool (Json::*isRight)() const) {
-    if (value.is_string()) {
+/// The text of a single text or number, as the command line would have it; none for other types.
+std::optional<std::string> ScalarText(const Json& value, bool takesTexts, bool takesNumbers) {
+    if (takesTexts && value.is_string()) {
         return value.get<std::string>();
     }
-    bool right = value.is_array();
-    std::string text = right ? JoinList(value, ",", isRight, right) : "";
-    if (!right) {
-        RefuseType(source, key, wanted, value);
+    if (!takesNumbers || !value.is_number()) {
+        return std::nullopt;
     }
-    return text;
+    return value.is_number_float() ? NumberText(value.get<double>()) : value.dump();
+}
+
+/// The texts of a list of texts or of numbers; none for other types and other members.
+std::optional<Texts> ListTexts(const Json& value, bool takesTexts, bool takesNumbers) {
+    if (!value.is_array()) {
+        return std::nullopt;
+    }
+    Texts texts;
+    for (const Json& member : value) {
+        const std::optional<std::string> text = ScalarText(member, takesTexts, takesNumbers);
+        if (!text) {
+            return std::nullopt;
+        }
+        texts.push_back(*text);
+    }
+    return texts;
 }
 
 /// One text, or a list of texts.
-Texts TextOrTexts(const KeySource& source, const std::string& key, const Json& value) {
-    if (value.is_string()) {
-        return {value.get<std::string>()};
-    }
-    const bool texts =
-        value.is_array() && std::all_of(value.begin(), value.end(),
-                                        [](const Json& member) { return member.is_string(); });
-    if (!texts) {
-        RefuseType(source, key, "a text or a list of texts", value);
-    }
-    return value.get<Texts>();
+std::optional<Texts> TextOrTexts(const Json& value) {
+    return value.is_string() ? Texts{value.get<std::string>()} : ListTexts(value, true, false);
 }
 
-std::string StyleValue(const KeySource& source, const std::string& key, const Json& value) {
-    bool right = value.is_array();
-    const std::string list = right ? JoinList(value, "/", &Json::is_number, right) : "";
-    if (!IsScalar(value) && !right) {
-        RefuseType(source, key, "a text or a number", value);
-    }
-    return right ? list : ScalarText(value);
+/// The same as one text with commas.
+std::optional<Texts> OneText(const std::optional<Texts>& list) {
+    return list ? std::optional<Texts>({Joined(*list, ",")}) : std::nullopt;
 }
 
-/// The tables of families as the items of the command line.
-Texts StyleTables(const KeySource& source, const Json& value) {
+/// The tables of families as the items of the command line. Families come in alphabetical order,
+/// in which "all" is first, so that the others refine it.
+Texts StyleItems(const KeySource& source, const Json& value) {
     Texts items;
     for (const auto& [family, keys] : value.items()) {
-        const std::string name = "style." + family;
         if (!keys.is_object()) {
-            RefuseType(source, name, "a table of width, color and dash", keys);
+            RefuseType(source.where + Shortened("style." + family),
+                       "a table of width, color and dash", keys);
         }
         for (const auto& [key, entry] : keys.items()) {
-            std::string item = family;
-            item.append(".").append(key);
-            const std::string text = StyleValue(source, "style." + item, entry);
-            items.push_back(item.append("=").append(text));
+            const std::string item = Joined({family, key}, ".");
+            const std::optional<Texts> dashes = ListTexts(entry, false, true);
+            const std::optional<std::string> text =
+                dashes ? Joined(*dashes, "/") : ScalarText(entry, true, true);
+            if (!text) {
+                RefuseType(source.where + Shortened("style." + item), "a text or a number", entry);
+            }
+            items.push_back(Joined({item, *text}, "="));
         }
     }
     return items;
 }
 
-/// Families come in alphabetical order, in which "all" is first, so that the others refine it.
-Texts StyleTexts(const KeySource& source, const Json& value) {
-    return value.is_object() ? StyleTables(source, value) : TextOrTexts(source, "style", value);
-}
-
-std::string FlagText(const KeySource& source, const std::string& key, const Json& value) {
-    if (!value.is_boolean()) {
-        RefuseType(source, key, "true or false", value);
+/// A path from a file, as seen from where the tool runs. "-" and absolute paths stay.
+std::string PathBeside(const std::string& file, const std::string& path) {
+    if (path.empty() || path == "-") {
+        return path;
     }
-    return value.get<bool>() ? "true" : "false";
+    return (std::filesystem::path(file).parent_path() / path).string();
 }
 
-std::string OneText(const KeySource& source, const std::string& key, const Json& value) {
-    if (!value.is_string()) {
-        RefuseType(source, key, "a text", value);
-    }
-    return value.get<std::string>();
+/// What a value has to be, and the texts that the command line would have for it.
+struct NaturalValue {
+    const char* wanted;
+    std::optional<Texts> texts; ///< None for a value of a wrong type.
+};
+
+std::optional<Texts> AsTexts(const std::optional<std::string>& text) {
+    return text ? std::optional<Texts>({*text}) : std::nullopt;
 }
 
-Texts FileTexts(const KeySource& source, const OptionInfo& option, const Json& value) {
-    Texts paths = option.repeatable ? TextOrTexts(source, option.name, value)
-                                    : Texts{OneText(source, option.name, value)};
-    for (std::string& path : paths) {
-        path = PathBeside(source.file, path);
-    }
-    return paths;
-}
-
-Texts TextsOf(const KeySource& source, const OptionInfo& option, const Json& value) {
+NaturalValue ReadNatural(const KeySource& source, const OptionValue& option, const Json& value) {
     switch (option.kind) {
     case ValueKind::Flag:
-        return {FlagText(source, option.name, value)};
+        return {"true or false", value.is_boolean() ? AsTexts(value.dump()) : std::nullopt};
     case ValueKind::Number:
-        if (!IsScalar(value)) {
-            RefuseType(source, option.name, "a number or a text", value);
-        }
-        return {ScalarText(value)};
+        return {"a number or a text", AsTexts(ScalarText(value, true, true))};
     case ValueKind::Names:
-        return {
-            ListText(source, option.name, value, "a text or a list of texts", &Json::is_string)};
+        return {"a text or a list of texts", OneText(TextOrTexts(value))};
     case ValueKind::Point:
-        return {ListText(source, option.name, value, "a list of three numbers", &Json::is_number)};
-    case ValueKind::File:
-        return FileTexts(source, option, value);
+        return {"a list of three numbers",
+                value.is_string() ? TextOrTexts(value) : OneText(ListTexts(value, false, true))};
     case ValueKind::Style:
-        return StyleTexts(source, value);
+        return {"a text or a list of texts",
+                value.is_object() ? StyleItems(source, value) : TextOrTexts(value)};
+    case ValueKind::File:
     case ValueKind::Text:
         break;
     }
-    return {OneText(source, option.name, value)};
+    return option.repeatable ? NaturalValue{"a text or a list of texts", TextOrTexts(value)}
+                             : NaturalValue{"a text", AsTexts(ScalarText(value, true, false))};
 }
 
-std::size_t LineOf(const std::string& text, std::size_t byte) {
-    const std::size_t end = std::min(byte, text.size());
-    return 1 + static_cast<std::size_t>(
-                   std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n'));
+Texts TextsOf(const KeySource& source, const OptionInfo& option, const Json& value) {
+    const NaturalValue natural = ReadNatural(source, option.value, value);
+    if (!natural.texts) {
+        RefuseType(source.where + option.name, natural.wanted, value);
+    }
+    Texts texts = *natural.texts;
+    if (option.value.kind == ValueKind::File) {
+        for (std::string& path : texts) {
+            path = PathBeside(source.file, path);
+        }
+    }
+    return texts;
 }
 
-[[noreturn]] void FailedToRead(const std::string& path, const std::string& reason) {
-    throw Failure(ExitCode::Unreadable, path + ": " + reason);
+/// What to call the type of a value.
+std::string TypeText(const Json& value) {
+    if (value.is_boolean()) {
+        return value.dump();
+    }
+    return value.is_null()     ? "null"
+           : value.is_string() ? "a text"
+           : value.is_array()  ? "a list"
+           : value.is_object() ? "a table"
+                               : "a number";
 }
 
 } // namespace
@@ -206,7 +169,7 @@ GivenOptions ReadKeys(const Json& object, const KeySource& source) {
         }
         for (const std::string& text : TextsOf(source, *option, value)) {
             if (text.find('\0') != std::string::npos) {
-                Refuse(source, key + " has a zero character in its text");
+                RefuseUsage(source.where + key + " has a zero character in its text");
             }
             given.add(key, text, source.valueWhere);
         }
@@ -214,64 +177,8 @@ GivenOptions ReadKeys(const Json& object, const KeySource& source) {
     return given;
 }
 
-std::string TypeText(const Json& value) {
-    switch (value.type()) {
-    case Json::value_t::null:
-        return "null";
-    case Json::value_t::boolean:
-        return value.get<bool>() ? "true" : "false";
-    case Json::value_t::string:
-        return "a text";
-    case Json::value_t::array:
-        return "a list";
-    case Json::value_t::object:
-        return "a table";
-    default:
-        return "a number";
-    }
-}
-
-std::string ReadOptionFile(const std::string& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
-        FailedToRead(path, "is a directory");
-    }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        FailedToRead(path, std::generic_category().message(errno));
-    }
-    std::string text;
-    std::array<char, 65536> block{};
-    while (text.size() <= kLargestFile && file) {
-        file.read(block.data(), block.size());
-        text.append(block.data(), static_cast<std::size_t>(file.gcount()));
-    }
-    if (file.bad()) {
-        FailedToRead(path, "cannot be read");
-    }
-    if (text.size() > kLargestFile) {
-        FailedToRead(path, "is too large for a file of options");
-    }
-    return text;
-}
-
-Json ParseJson(const std::string& text, const std::string& path) {
-    try {
-        return Json::parse(text);
-    } catch (const Json::parse_error& error) {
-        const std::size_t line = LineOf(text, error.byte > 0 ? error.byte - 1 : 0);
-        FailedToRead(path + ":" + std::to_string(line), "is not correct JSON");
-    } catch (const Json::out_of_range&) {
-        FailedToRead(path, "has a number that is too large");
-    }
-}
-
-std::string PathBeside(const std::string& file, const std::string& path) {
-    if (path.empty() || path == "-") {
-        return path;
-    }
-    return (std::filesystem::path(file).parent_path() / path).string();
+void RefuseType(const std::string& what, const char* wanted, const Json& value) {
+    RefuseUsage(what + " has to be " + wanted + ", not " + TypeText(value));
 }
 
 } // namespace kxcontour

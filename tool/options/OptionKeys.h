@@ -24,16 +24,9 @@ struct KeySource {
 /// an unknown key, naming the nearest, and for a value of a wrong type.
 GivenOptions ReadKeys(const nlohmann::json& object, const KeySource& source);
 
-/// What to call the type of a value: "a text", "a number", "a list" and so on.
-std::string TypeText(const nlohmann::json& value);
-
-/// Reads a whole file of options, of up to 16 MiB. Throws Failure (Unreadable).
-std::string ReadOptionFile(const std::string& path);
-
-/// Reads JSON. Throws Failure (Unreadable) with the line of what is wrong.
-nlohmann::json ParseJson(const std::string& text, const std::string& path);
-
-/// A path from a file, as seen from where the tool runs. "-" and absolute paths stay.
-std::string PathBeside(const std::string& file, const std::string& path);
+/// Throws Failure (Usage): "WHAT has to be WANTED, not" and the type of the value, such as "a
+/// list".
+[[noreturn]] void
+RefuseType(const std::string& what, const char* wanted, const nlohmann::json& value);
 
 } // namespace kxcontour

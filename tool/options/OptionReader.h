@@ -2,10 +2,9 @@
 #pragma once
 
 #include "options/GivenOptions.h"
-#include "options/Options.h"
+#include "options/OptionTable.h"
 
 #include <string>
-#include <vector>
 
 namespace kxcontour {
 
@@ -24,8 +23,17 @@ InputOptions ReadInputOptions(const GivenOptions& given);
 /// Throws Failure (Usage) when both quiet and verbose are asked for.
 MessageOptions ReadMessageOptions(const GivenOptions& given);
 
-/// The views of an option that lists them, each once; empty when it is not given. Throws Failure
-/// (Usage) for what is no view, for one twice, and with options that look from somewhere else.
-std::vector<std::string> ReadViews(const GivenOptions& given, const char* option);
+/// Reads the options of a batch. Throws Failure (Usage), also when views are given with options
+/// that look from somewhere else.
+BatchOptions ReadBatchOptions(const GivenOptions& given);
+
+/// What a drawing is made from, defaults and the tool's version included, but not the contents of
+/// its inputs and what is said along the way: equal texts ask for the same drawing. One line of
+/// printable ASCII, "name=value" for each row of the table with a blank between.
+std::string SignatureOf(const DrawingOptions& options);
+
+/// What the scene of a drawing is read from, and what reading it may take: drawings with equal
+/// texts share a scene.
+std::string SceneSignatureOf(const DrawingOptions& options);
 
 } // namespace kxcontour

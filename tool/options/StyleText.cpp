@@ -5,43 +5,26 @@
 #include "drawing/paper/PageSize.h"
 #include "options/Values.h"
 
+#include <array>
 #include <cstddef>
 #include <optional>
 
 namespace kxcontour {
 namespace {
 
-enum StyleFamily : std::size_t { kCrease, kSilhouette, kIntersection, kHidden };
-enum StyleKey : std::size_t { kWidth, kColor, kDash };
-
 constexpr NumberRange kLengths{0.0, 100.0, true, false};
-
-std::vector<StrokeStyle*> StylesOf(std::size_t family, StyleSheet& styles) {
-    switch (family) {
-    case kCrease:
-        return {&styles.crease};
-    case kSilhouette:
-        return {&styles.silhouette};
-    case kIntersection:
-        return {&styles.intersection};
-    case kHidden:
-        return {&styles.hidden};
-    default:
-        return {&styles.crease, &styles.silhouette, &styles.intersection, &styles.hidden};
-    }
-}
 
 std::vector<double> ParseDashes(const std::string& text) {
     std::vector<double> dashes;
     if (text == "none") {
         return dashes;
     }
-    for (const std::string& part : Split(text, '/')) {
+    for (const std::string& part : Split(text, "/")) {
         const std::optional<double> length = ReadPaperLength(part);
         if (!length || !kLengths.holds(*length)) {
-            throw Failure(ExitCode::Usage, "dash '" + text +
-                                               "' is not 'none' or lengths over 0, to 100 mm, with "
-                                               "'/' between, such as 1/0.5");
+            RefuseUsage("dash '" + text +
+                        "' is not 'none' or lengths over 0, to 100 mm, with '/' "
+                        "between, such as 1/0.5");
         }
         dashes.push_back(*length);
     }
@@ -53,15 +36,12 @@ std::vector<double> ParseDashes(const std::string& text) {
     return dashes;
 }
 
-void ApplyValue(std::size_t key, const std::string& value, StrokeStyle& style) {
-    switch (key) {
-    case kWidth:
+void ApplyValue(const std::string& key, const std::string& value, StrokeStyle& style) {
+    if (key == "width") {
         style.width = ParseLength(value, "line width", "a length over 0, to 100 mm", kLengths);
-        break;
-    case kColor:
+    } else if (key == "color") {
         style.color = ParseColor(value);
-        break;
-    default:
+    } else {
         style.dashes = ParseDashes(value);
     }
 }
@@ -71,35 +51,27 @@ void ApplyItem(const std::string& item, StyleSheet& styles) {
     const std::string name = item.substr(0, equals);
     const std::size_t dot = name.find('.');
     if (equals == std::string::npos || dot == std::string::npos) {
-        throw Failure(ExitCode::Usage,
-                      "style '" + item + "' is not FAMILY.KEY=VALUE, such as crease.width=0.25mm");
+        RefuseUsage("style '" + item + "' is not FAMILY.KEY=VALUE, such as crease.width=0.25mm");
     }
-    const std::size_t family = ParseName(name.substr(0, dot), "line family", StyleFamilies());
-    const std::size_t key = ParseName(name.substr(dot + 1), "style key", StyleKeys());
-    for (StrokeStyle* style : StylesOf(family, styles)) {
-        ApplyValue(key, item.substr(equals + 1), *style);
+    const std::string key = name.substr(dot + 1);
+    const std::size_t family = ParseName(name.substr(0, dot), "line family",
+                                         {"crease", "silhouette", "intersection", "hidden", "all"});
+    ParseName(key, "style key", {"width", "color", "dash"});
+    const std::array<StrokeStyle*, 4> all{&styles.crease, &styles.silhouette, &styles.intersection,
+                                          &styles.hidden};
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (i == family || family == all.size()) {
+            ApplyValue(key, item.substr(equals + 1), *all[i]);
+        }
     }
 }
 
 } // namespace
 
 void ApplyStyles(std::string_view list, StyleSheet& styles) {
-    for (const std::string& item : Split(list, ',')) {
+    for (const std::string& item : Split(list, ",")) {
         ApplyItem(item, styles);
     }
-}
-
-const std::vector<std::string>& StyleFamilies() {
-    // In the order of the enumeration.
-    static const std::vector<std::string> names{"crease", "silhouette", "intersection", "hidden",
-                                                "all"};
-    return names;
-}
-
-const std::vector<std::string>& StyleKeys() {
-    // In the order of the enumeration.
-    static const std::vector<std::string> names{"width", "color", "dash"};
-    return names;
 }
 
 } // namespace kxcontour

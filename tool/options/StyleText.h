@@ -3,9 +3,7 @@
 
 #include "drawing/paper/Paper.h"
 
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace kxcontour {
 
@@ -16,9 +14,5 @@ namespace kxcontour {
 /// none; an odd number of them is repeated, as in SVG). Throws Failure (Usage), naming the nearest
 /// family or key for one that does not exist.
 void ApplyStyles(std::string_view list, StyleSheet& styles);
-
-/// The families and the keys that ApplyStyles() knows.
-const std::vector<std::string>& StyleFamilies();
-const std::vector<std::string>& StyleKeys();
 
 } // namespace kxcontour

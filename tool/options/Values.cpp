@@ -11,7 +11,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
-#include <limits>
+#include <fmt/format.h>
 #include <system_error>
 
 namespace kxcontour {
@@ -42,28 +42,22 @@ RefuseValue(std::string_view text, const char* what, const std::string& expected
     throw Failure(ExitCode::Usage, std::string(what) + " " + Quoted(text) + " is not " + expected);
 }
 
-std::optional<unsigned int> HexDigit(char letter) {
-    unsigned int value = 0;
-    const auto [stop, error] = std::from_chars(&letter, &letter + 1, value, 16);
-    return error == std::errc() ? std::optional<unsigned int>(value) : std::nullopt;
-}
-
 /// #rgb and #rrggbb; the short form doubles each digit.
 std::optional<Rgb> ReadHexColor(std::string_view text) {
-    if ((text.size() != 4 && text.size() != 7) || text.front() != '#') {
+    std::string digits(text.substr(text.starts_with('#') ? 1 : text.size()));
+    if (digits.size() == 3) {
+        digits = {digits[0], digits[0], digits[1], digits[1], digits[2], digits[2]};
+    }
+    std::uint32_t value = 0;
+    const char* end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, value, 16);
+    if (digits.size() != 6 || error != std::errc() || stop != end) {
         return std::nullopt;
     }
-    const std::size_t digits = text.size() == 7 ? 2 : 1;
-    Rgb color{};
-    for (std::size_t i = 0; i < 3; ++i) {
-        const std::optional<unsigned int> high = HexDigit(text[1 + i * digits]);
-        const std::optional<unsigned int> low = HexDigit(text[i * digits + digits]);
-        if (!high || !low) {
-            return std::nullopt;
-        }
-        color[i] = static_cast<std::uint8_t>(16 * *high + *low);
-    }
-    return color;
+    const auto byte = [&](unsigned int shift) {
+        return static_cast<std::uint8_t>((value >> shift) & 0xFFU);
+    };
+    return Rgb{byte(16), byte(8), byte(0)};
 }
 
 } // namespace
@@ -118,7 +112,7 @@ double ParseRatio(std::string_view text) {
 }
 
 Wm4::Vector3<double> ParsePoint(std::string_view text, const char* what) {
-    const std::vector<std::string> parts = Split(text, ',');
+    const std::vector<std::string> parts = Split(text, ",");
     Wm4::Vector3<double> point(0.0, 0.0, 0.0);
     for (std::size_t i = 0; i < parts.size(); ++i) {
         const std::optional<double> number = ReadNumber(parts[i]);
@@ -173,25 +167,29 @@ ParseName(std::string_view text, const char* what, const std::vector<std::string
                       "choose " + Enumerate(names));
 }
 
-std::vector<std::string> Split(std::string_view text, char separator) {
+std::vector<std::string> Split(std::string_view text, std::string_view separator) {
     std::vector<std::string> parts;
     std::size_t start = 0;
     for (std::size_t at = text.find(separator); at != std::string_view::npos;
          at = text.find(separator, start)) {
         parts.emplace_back(text.substr(start, at - start));
-        start = at + 1;
+        start = at + separator.size();
     }
     parts.emplace_back(text.substr(start));
     return parts;
 }
 
+std::string Joined(const std::vector<std::string>& parts, std::string_view separator) {
+    return fmt::format("{}", fmt::join(parts, separator));
+}
+
+std::string Replaced(std::string_view text, std::string_view part, std::string_view by) {
+    return Joined(Split(text, part), by);
+}
+
 std::string Enumerate(const std::vector<std::string>& names) {
-    std::string text;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        text += i == 0 ? "" : (i + 1 < names.size() ? ", " : " or ");
-        text += names[i];
-    }
-    return text;
+    const std::vector<std::string> most(names.begin(), names.end() - 1);
+    return Joined(most, ", ") + (most.empty() ? "" : " or ") + names.back();
 }
 
 std::string NumberText(double value) {
@@ -199,6 +197,17 @@ std::string NumberText(double value) {
     const std::to_chars_result result =
         std::to_chars(text.data(), text.data() + text.size(), value);
     return std::string(text.data(), result.ptr);
+}
+
+std::string QuotedWord(const std::string& text) {
+    std::string word;
+    for (const char letter : text) {
+        const auto byte = static_cast<unsigned char>(letter);
+        const bool isPlain = byte > ' ' && byte <= '~' &&
+                             std::string_view("%,'").find(letter) == std::string_view::npos;
+        word += isPlain ? std::string(1, letter) : fmt::format("%{:02X}", byte);
+    }
+    return "'" + word + "'";
 }
 
 std::string LowerCase(std::string_view text) {

@@ -56,13 +56,23 @@ std::size_t
 ParseName(std::string_view text, const char* what, const std::vector<std::string>& names);
 
 /// The parts of a text between separators; one empty part for an empty text.
-std::vector<std::string> Split(std::string_view text, char separator);
+std::vector<std::string> Split(std::string_view text, std::string_view separator);
 
-/// "a, b or c".
+/// The parts with a separator between them.
+std::string Joined(const std::vector<std::string>& parts, std::string_view separator);
+
+/// A text with another one in place of each occurrence of a part of it.
+std::string Replaced(std::string_view text, std::string_view part, std::string_view by);
+
+/// "a, b or c", of one name or more.
 std::string Enumerate(const std::vector<std::string>& names);
 
 /// The shortest text that reads as the same number; finite numbers only.
 std::string NumberText(double value);
+
+/// A text in quotes, in which all but printable ASCII, and what separates words and members of
+/// lists, is %XX.
+std::string QuotedWord(const std::string& text);
 
 /// The text in small ASCII letters.
 std::string LowerCase(std::string_view text);

@@ -1,11 +1,13 @@
 // The command line: every option's good and bad values, and what cannot go together.
-#include "options/OptionTable.h"
+#include "options/OptionReader.h"
 #include "options/Parsing.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <locale>
+#include <map>
+#include <set>
 
 namespace {
 
@@ -17,6 +19,8 @@ using kxcontour::Layering;
 using kxcontour::LengthUnit;
 using kxcontour::OutputFormat;
 using kxcontour::Projection;
+using kxcontour::SceneSignatureOf;
+using kxcontour::SignatureOf;
 using kxcontour::UpAxis;
 using kxcontour::View;
 using tool_test::Arguments;
@@ -497,49 +501,152 @@ TEST(Views, AloneHaveOptionsOfBatches) {
     EXPECT_TRUE(Holds(Refusal({"--state", "s"}), "--state is for batches"));
 }
 
-TEST(Signature, IsTheSameForTheSameDrawingOnly) {
-    const auto signature = [](const Arguments& more) {
-        Arguments arguments{"m.obj", "--views", "top", "-o", "{view}.png"};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return ParseAs<BatchCommand>(arguments).jobs.front().signature;
-    };
-    const std::string plain = signature({});
-    EXPECT_TRUE(Holds(plain, "version="));
-    EXPECT_EQ(signature({"--page", "210x297", "--margin", "1cm", "--dpi", "300"}), plain)
-        << "defaults, spelt out";
-    EXPECT_EQ(signature({"--verbose", "--timing", "--jobs", "2", "--force"}), plain);
-    EXPECT_EQ(signature({"--max-input", "1GB", "--read-limit", "9"}), plain);
-    const std::vector<Arguments> changes{{"--occluder", "b"},
-                                         {"--unit", "cm"},
-                                         {"--up", "z"},
-                                         {"--weld", "off"},
-                                         {"--weld", "0.1"},
-                                         {"--side-files", "parts"},
-                                         {"--roll", "1"},
-                                         {"--camera-focal-point", "1,2,3"},
-                                         {"--camera-view-up", "1,2,3"},
-                                         {"--projection", "perspective"},
-                                         {"--fit", "A"},
-                                         {"--zoom", "2"},
-                                         {"--scale", "1:2"},
-                                         {"--page", "A3"},
-                                         {"--landscape"},
-                                         {"--margin", "1"},
-                                         {"--title", ""},
-                                         {"--description", "x"},
-                                         {"--lines", "crease"},
-                                         {"--crease-angle", "20"},
-                                         {"--hidden"},
-                                         {"--style", "crease.width=1"},
-                                         {"--style", "hidden.dash=3/1"},
-                                         {"--style", "silhouette.color=red"},
-                                         {"--style", "intersection.width=3"},
-                                         {"--min-length", "1"},
-                                         {"--dpi", "96"}};
-    for (const Arguments& change : changes) {
-        EXPECT_NE(signature(change), plain) << change.front();
+/// The first drawing that arguments ask for.
+DrawingOptions FirstDrawing(const Arguments& arguments) {
+    std::ostringstream out;
+    const std::optional<kxcontour::Command> command = kxcontour::ParseCommandLine(arguments, out);
+    if (const auto* batch = command ? std::get_if<BatchCommand>(&*command) : nullptr) {
+        EXPECT_EQ(batch->jobs.front().signature, SignatureOf(batch->jobs.front().options));
+        return batch->jobs.front().options;
     }
+    return std::get<DrawCommand>(command.value()).options;
+}
+
+/// Arguments that differ in one option only.
+struct Change {
+    Arguments before;
+    Arguments after;
+};
+
+Change Adding(Arguments more) {
+    Arguments before{"m.obj", "-o", "o.svg"};
+    more.insert(more.begin(), before.begin(), before.end());
+    return {before, more};
+}
+
+/// Of each option at least one change.
+std::multimap<std::string, Change> ChangesOfEveryOption() {
+    const Arguments views{"m.obj", "-o", "{view}.svg", "--views", "top"};
+    const auto batch = [&](const Arguments& more) {
+        Arguments after = views;
+        after.insert(after.end(), more.begin(), more.end());
+        return Change{views, after};
+    };
+    return {{"model", {{"a.obj", "-o", "o.svg"}, {"b.obj", "-o", "o.svg"}}},
+            {"model", Adding({"n.obj"})},
+            {"occluder", Adding({"--occluder", "b"})},
+            {"format",
+             {{"-", "-o", "o.svg", "--format", "stl"}, {"-", "-o", "o.svg", "--format", "obj"}}},
+            {"unit", Adding({"--unit", "cm"})},
+            {"up", Adding({"--up", "z"})},
+            {"weld", Adding({"--weld", "off"})},
+            {"weld", Adding({"--weld", "0.1"})},
+            {"side-files", Adding({"--side-files", "parts"})},
+            {"max-input", Adding({"--max-input", "1GB"})},
+            {"read-limit", Adding({"--read-limit", "9"})},
+            {"view", Adding({"--view", "top"})},
+            {"azimuth", Adding({"--azimuth", "30"})},
+            {"elevation", Adding({"--elevation", "30"})},
+            {"roll", Adding({"--roll", "1"})},
+            {"camera-position", Adding({"--camera-position", "1,2,3"})},
+            {"camera-focal-point", Adding({"--camera-focal-point", "1,2,3"})},
+            {"camera-view-up", Adding({"--camera-view-up", "1,2,3"})},
+            {"projection", Adding({"--projection", "perspective"})},
+            {"fov",
+             {{"m.obj", "-o", "o.svg", "--projection", "perspective"},
+              {"m.obj", "-o", "o.svg", "--projection", "perspective", "--fov", "50"}}},
+            {"fit", Adding({"--fit", "A"})},
+            {"zoom", Adding({"--zoom", "2"})},
+            {"page", Adding({"--page", "A3"})},
+            {"landscape", Adding({"--landscape"})},
+            {"margin", Adding({"--margin", "1"})},
+            {"scale", Adding({"--scale", "1:2"})},
+            {"sheet", Adding({"--sheet", "front,top"})},
+            {"arrangement",
+             {{"m.obj", "-o", "o.svg", "--sheet", "front,top"},
+              {"m.obj", "-o", "o.svg", "--sheet", "front,top", "--arrangement", "third-angle"}}},
+            {"title", Adding({"--title", ""})},
+            {"description", Adding({"--description", "x"})},
+            {"lines", Adding({"--lines", "silhouette,intersection"})},
+            {"lines", Adding({"--lines", "crease,intersection"})},
+            {"lines", Adding({"--lines", "crease,silhouette"})},
+            {"crease-angle", Adding({"--crease-angle", "20"})},
+            {"hidden", Adding({"--hidden"})},
+            {"style", Adding({"--style", "crease.width=1"})},
+            {"style", Adding({"--style", "hidden.dash=3/1"})},
+            {"style", Adding({"--style", "silhouette.color=red"})},
+            {"style", Adding({"--style", "intersection.width=3"})},
+            {"min-length", Adding({"--min-length", "1"})},
+            {"output", {{"m.obj", "-o", "a.svg"}, {"m.obj", "-o", "b.svg"}}},
+            {"output-format",
+             {{"m.obj", "-o", "o", "--output-format", "pdf"},
+              {"m.obj", "-o", "o", "--output-format", "svg"}}},
+            {"layers", Adding({"--layers", "object"})},
+            {"arcs", Adding({"--arcs"})},
+            {"arc-tolerance",
+             {{"m.obj", "-o", "o.svg", "--arcs"},
+              {"m.obj", "-o", "o.svg", "--arcs", "--arc-tolerance", "0.2"}}},
+            {"dpi", {{"m.obj", "-o", "o.png"}, {"m.obj", "-o", "o.png", "--dpi", "96"}}},
+            {"views", {views, {"m.obj", "-o", "{view}.svg", "--views", "front"}}},
+            {"jobs", batch({"--jobs", "2"})},
+            {"force", batch({"--force"})},
+            {"state", batch({"--state", "s"})},
+            {"verbose", Adding({"--verbose"})},
+            {"quiet", Adding({"--quiet"})},
+            {"json", Adding({"--json"})},
+            {"timing", Adding({"--timing"})}};
+}
+
+TEST(Signature, ChangesWithEveryOptionThatDrawingsDependOn) {
+    const std::multimap<std::string, Change> changes = ChangesOfEveryOption();
+    const std::set<std::string> noDrawing{"info", "config", "help", "version"};
+    const std::set<std::string> sameDrawing{"max-input", "read-limit", "jobs", "force", "state",
+                                            "verbose",   "quiet",      "json", "timing"};
+    for (const kxcontour::OptionInfo& option : kxcontour::OptionTable()) {
+        const auto [first, last] = changes.equal_range(option.name);
+        EXPECT_EQ(first == last, noDrawing.count(option.name) > 0) << option.name;
+        for (auto change = first; change != last; ++change) {
+            const std::string before = SignatureOf(FirstDrawing(change->second.before));
+            const std::string after = SignatureOf(FirstDrawing(change->second.after));
+            EXPECT_EQ(before == after, sameDrawing.count(option.name) > 0) << option.name;
+        }
+    }
+}
+
+TEST(Signature, OfScenesChangesWithWhatIsReadOnly) {
+    const std::set<std::string> ofScenes{"model",      "occluder",    "format",     "unit",
+                                         "up",         "weld",        "side-files", "max-input",
+                                         "read-limit", "crease-angle"};
+    for (const auto& [name, change] : ChangesOfEveryOption()) {
+        const std::string before = SceneSignatureOf(FirstDrawing(change.before));
+        const std::string after = SceneSignatureOf(FirstDrawing(change.after));
+        EXPECT_EQ(before != after, ofScenes.count(name) > 0) << name;
+    }
+}
+
+TEST(Signature, IsTheSameHoweverValuesAreWritten) {
+    const Arguments start{"m.obj", "-o", "o.png"};
+    const auto signature = [&](const Arguments& more) {
+        Arguments arguments = start;
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return SignatureOf(FirstDrawing(arguments));
+    };
+    EXPECT_TRUE(Holds(signature({}), "version="));
+    EXPECT_EQ(signature({"--page", "210x297", "--margin", "1cm", "--dpi", "300", "--fit", "all"}),
+              signature({}))
+        << "defaults, spelt out";
+    EXPECT_EQ(signature({"--lines", "crease,silhouette"}),
+              signature({"--lines=silhouettes,creases"}));
+}
+
+TEST(Signature, TellsTextsApart) {
+    const auto signature = [](const Arguments& more) { return SignatureOf(Draw(more)); };
     EXPECT_NE(signature({"--occluder", "a,b"}), signature({"--occluder", "a", "--occluder", "b"}));
+    EXPECT_NE(signature({"--occluder", "a','b"}),
+              signature({"--occluder", "a", "--occluder", "b"}));
+    EXPECT_NE(signature({"--title", "none"}), signature({}));
+    EXPECT_NE(signature({"--title", "a b"}), signature({"--title", "a%20b"}));
+    EXPECT_NE(signature({"--title", "\xff"}), signature({"--title", "\xfe"}));
 }
 
 TEST(Version, IsPrinted) {

@@ -52,8 +52,7 @@ TEST(OptionTableRows, AreDistinctAndComplete) {
     for (const OptionInfo& option : OptionTable()) {
         EXPECT_TRUE(names.insert(option.name).second) << option.name;
         EXPECT_TRUE(option.letter == 0 || letters.insert(option.letter).second) << option.name;
-        EXPECT_EQ(*option.argument == '\0', option.kind == kxcontour::ValueKind::Flag)
-            << option.name;
+        EXPECT_EQ(*option.argument == '\0', option.isFlag()) << option.name;
         EXPECT_NE(std::string(option.help), "") << option.name;
         EXPECT_TRUE(std::string(option.details).ends_with(".")) << option.name;
     }

@@ -1,4 +1,4 @@
-// Job files: many drawings in one file.
+// Files of options: configuration files for --config, and job files with many drawings in each.
 #pragma once
 
 #include "options/GivenOptions.h"
@@ -7,6 +7,13 @@
 #include <vector>
 
 namespace kxcontour {
+
+/// Reads a file of options, TOML (.toml) or JSON (.json) by its ending in any case.
+///
+/// Keys are the long names of options, paths are relative to the file. Throws Failure: Unreadable
+/// for a file that is missing or damaged, with the line; Usage for another ending, unknown keys and
+/// values of wrong types.
+GivenOptions ReadConfigFile(const std::string& path);
 
 /// A job as it stands in its file, with the file's defaults below it.
 struct GivenJob {

@@ -1,0 +1,193 @@
+// TOML becomes JSON first, so that all files have one reader; the options in them are read by their
+// keys.
+#include "options/OptionFiles.h"
+
+#include "drawing/common/Failure.h"
+#include "drawing/common/NearestName.h"
+#include "drawing/common/Shortened.h"
+#include "options/Nesting.h"
+#include "options/OptionKeys.h"
+#include "options/Values.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <system_error>
+#include <toml++/toml.h>
+
+namespace kxcontour {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr std::size_t kLargestFile = std::size_t{16} << 20U;
+
+std::size_t LineOf(const std::string& text, std::size_t byte) {
+    const std::size_t end = std::min(byte, text.size());
+    return 1 + static_cast<std::size_t>(
+                   std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n'));
+}
+
+[[noreturn]] void FailedToRead(const std::string& path, const std::string& reason) {
+    throw Failure(ExitCode::Unreadable, path + ": " + reason);
+}
+
+std::string ReadOptionFile(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error)) {
+        FailedToRead(path, "is a directory");
+    }
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        FailedToRead(path, std::generic_category().message(errno));
+    }
+    std::string text;
+    std::array<char, 65536> block{};
+    while (text.size() <= kLargestFile && file) {
+        file.read(block.data(), block.size());
+        text.append(block.data(), static_cast<std::size_t>(file.gcount()));
+    }
+    if (file.bad()) {
+        FailedToRead(path, "cannot be read");
+    }
+    if (text.size() > kLargestFile) {
+        FailedToRead(path, "is too large for a file of options");
+    }
+    return text;
+}
+
+Json ParseJson(const std::string& text, const std::string& path) {
+    try {
+        return Json::parse(text);
+    } catch (const Json::parse_error& error) {
+        const std::size_t line = LineOf(text, error.byte > 0 ? error.byte - 1 : 0);
+        FailedToRead(path + ":" + std::to_string(line), "is not correct JSON");
+    } catch (const Json::out_of_range&) {
+        FailedToRead(path, "has a number that is too large");
+    }
+}
+
+/// Dates and times, which no option has, become null and are refused for their type.
+Json ToJson(const toml::node& node) {
+    return node.visit([](const auto& value) -> Json {
+        Json json;
+        if constexpr (toml::is_table<decltype(value)>) {
+            json = Json::object();
+            for (const auto& [key, member] : value) {
+                json[std::string(key.str())] = ToJson(member);
+            }
+        } else if constexpr (toml::is_array<decltype(value)>) {
+            json = Json::array();
+            for (const toml::node& member : value) {
+                json.push_back(ToJson(member));
+            }
+        } else if constexpr (!toml::is_chronological<decltype(value)>) {
+            json = value.get();
+        }
+        return json;
+    });
+}
+
+Json ParseToml(const std::string& text, const std::string& path) {
+    try {
+        return ToJson(toml::parse(std::string_view(text), std::string_view(path)));
+    } catch (const toml::parse_error& error) {
+        throw Failure(ExitCode::Unreadable,
+                      path + ":" + std::to_string(error.source().begin.line) +
+                          ": is not correct TOML: " + std::string(error.description()));
+    }
+}
+
+/// Members of no name that is known are refused by name.
+void RequireKnownMembers(const Json& root, const std::string& path) {
+    const std::vector<std::string> known{"defaults", "jobs"};
+    for (const auto& [key, value] : root.items()) {
+        if (std::count(known.begin(), known.end(), key) == 0) {
+            const std::string nearest = NearestName(key, known);
+            RefuseUsage(path + ": unknown key '" + Shortened(key) + "'; " +
+                        (nearest.empty() ? "there are 'defaults' and 'jobs'"
+                                         : "did you mean '" + nearest + "'?"));
+        }
+    }
+}
+
+void RequireFrame(const Json& root, const std::string& path) {
+    if (!root.is_object()) {
+        RefuseType(path + ":", "a table with a list 'jobs'", root);
+    }
+    RequireKnownMembers(root, path);
+    if (!root.contains("jobs")) {
+        RefuseUsage(path + ": has no list 'jobs'");
+    }
+    if (!root["jobs"].is_array()) {
+        RefuseType(path + ": 'jobs'", "a list", root["jobs"]);
+    }
+    if (root["jobs"].empty()) {
+        RefuseUsage(path + ": has no jobs");
+    }
+}
+
+GivenOptions ReadDefaults(const Json& root, const std::string& path) {
+    const Json defaults = root.value("defaults", Json::object());
+    if (!defaults.is_object()) {
+        RefuseType(path + ": 'defaults'", "a table", defaults);
+    }
+    return ReadKeys(defaults, {path, path + ": defaults: ", "defaults: ", Scope::Anywhere, {}});
+}
+
+std::string ReadName(const Json& entry, const std::string& where) {
+    const Json name = entry.value("name", Json(""));
+    if (!name.is_string()) {
+        RefuseType(where + "name", "a text", name);
+    }
+    if (name.get_ref<const std::string&>().find('\0') != std::string::npos) {
+        RefuseUsage(where + "name has a zero character in its text");
+    }
+    return name.get<std::string>();
+}
+
+GivenJob ReadJob(const Json& entry, const std::string& where, const std::string& path) {
+    if (!entry.is_object()) {
+        RefuseType(where.substr(0, where.size() - 1), "a table", entry);
+    }
+    return {where, ReadName(entry, where),
+            ReadKeys(entry, {path, where, "", Scope::Anywhere, {"name"}})};
+}
+
+} // namespace
+
+GivenOptions ReadConfigFile(const std::string& path) {
+    const std::string ending = LowerCase(std::filesystem::path(path).extension().string());
+    if (ending != ".toml" && ending != ".json") {
+        RefuseUsage("configuration file '" + path + "' has to end in .toml or .json");
+    }
+    const std::string text = ReadOptionFile(path);
+    const bool isToml = ending == ".toml";
+    RequireShallow(text, isToml ? OptionSyntax::Toml : OptionSyntax::Json, path);
+    const Json object = isToml ? ParseToml(text, path) : ParseJson(text, path);
+    if (!object.is_object()) {
+        RefuseType(path + ":", "a table of options", object);
+    }
+    return ReadKeys(object, {path, path + ": ", path + ": ", Scope::Config, {}});
+}
+
+std::vector<GivenJob> ReadJobFile(const std::string& path) {
+    const std::string text = ReadOptionFile(path);
+    RequireShallow(text, OptionSyntax::Json, path);
+    const Json root = ParseJson(text, path);
+    RequireFrame(root, path);
+    const GivenOptions defaults = ReadDefaults(root, path);
+    std::vector<GivenJob> jobs;
+    for (const Json& entry : root["jobs"]) {
+        const std::string where = path + ": job " + std::to_string(jobs.size() + 1) + ": ";
+        jobs.push_back(ReadJob(entry, where, path));
+        jobs.back().options.putBelow(defaults);
+    }
+    return jobs;
+}
+
+} // namespace kxcontour
