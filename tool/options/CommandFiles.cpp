@@ -4,20 +4,20 @@
 namespace kxcontour {
 namespace {
 
-RunFiles OptionFiles(const std::vector<std::string>& paths) {
+RunFiles ReadFiles(const std::vector<std::string>& optionFiles,
+                   const std::vector<const InputOptions*>& inputs) {
     RunFiles files;
-    for (const std::string& path : paths) {
+    for (const std::string& path : optionFiles) {
         files.readOptions(path);
     }
-    return files;
-}
-
-void AddModels(RunFiles& files, const InputOptions& input) {
-    for (const std::vector<std::string>* models : {&input.models, &input.occluders}) {
-        for (const std::string& model : *models) {
-            files.readModel(model);
+    for (const InputOptions* input : inputs) {
+        for (const std::vector<std::string>* models : {&input->models, &input->occluders}) {
+            for (const std::string& model : *models) {
+                files.readModel(model);
+            }
         }
     }
+    return files;
 }
 
 bool Prints(const MessageOptions& options) {
@@ -27,8 +27,7 @@ bool Prints(const MessageOptions& options) {
 } // namespace
 
 RunFiles FilesOf(const DrawCommand& command) {
-    RunFiles files = OptionFiles(command.optionFiles);
-    AddModels(files, command.options.input);
+    RunFiles files = ReadFiles(command.optionFiles, {&command.options.input});
     files.writeDrawing(command.options.output.path);
     // Standard output may be taken by the drawing.
     if (command.options.output.path != "-" && Prints(command.options.messages)) {
@@ -38,17 +37,17 @@ RunFiles FilesOf(const DrawCommand& command) {
 }
 
 RunFiles FilesOf(const InfoCommand& command) {
-    RunFiles files = OptionFiles(command.optionFiles);
-    AddModels(files, command.input);
+    RunFiles files = ReadFiles(command.optionFiles, {&command.input});
     files.print();
     return files;
 }
 
 RunFiles FilesOf(const BatchCommand& command) {
-    RunFiles files = OptionFiles(command.optionFiles);
+    std::vector<const InputOptions*> inputs;
     for (const BatchJob& job : command.jobs) {
-        AddModels(files, job.options.input);
+        inputs.push_back(&job.options.input);
     }
+    RunFiles files = ReadFiles(command.optionFiles, inputs);
     for (const BatchJob& job : command.jobs) {
         files.writeDrawing(job.options.output.path);
     }

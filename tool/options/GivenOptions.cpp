@@ -49,32 +49,10 @@ void Displace(const GivenOptions& higher, GivenOptions& lower) {
 
 } // namespace
 
-void GivenOptions::add(const std::string& name, const std::string& text, const std::string& where) {
-    texts_[name].push_back({text, where});
-}
-
-bool GivenOptions::has(const std::string& name) const {
-    return texts_.count(name) > 0;
-}
-
-bool GivenOptions::isSet(const std::string& name) const {
-    const GivenText* given = find(name);
-    return given != nullptr && given->text == "true";
-}
-
 const std::vector<GivenText>& GivenOptions::all(const std::string& name) const {
     static const std::vector<GivenText> none;
     const auto found = texts_.find(name);
     return found == texts_.end() ? none : found->second;
-}
-
-const GivenText* GivenOptions::find(const std::string& name) const {
-    const std::vector<GivenText>& texts = all(name);
-    return texts.empty() ? nullptr : &texts.back();
-}
-
-void GivenOptions::remove(const std::string& name) {
-    texts_.erase(name);
 }
 
 void GivenOptions::putBelow(GivenOptions lower) {

@@ -17,20 +17,24 @@ struct GivenText {
 class GivenOptions {
 public:
     /// Adds one more text of an option.
-    void add(const std::string& name, const std::string& text, const std::string& where = "");
+    void add(const std::string& name, const std::string& text, const std::string& where = "") {
+        texts_[name].push_back({text, where});
+    }
 
-    bool has(const std::string& name) const;
+    bool has(const std::string& name) const { return !all(name).empty(); }
 
     /// Whether a flag is given and true.
-    bool isSet(const std::string& name) const;
+    bool isSet(const std::string& name) const { return has(name) && find(name)->text == "true"; }
 
     /// All texts of an option in their order; empty when it is not given.
     const std::vector<GivenText>& all(const std::string& name) const;
 
     /// The last text of an option, or null.
-    const GivenText* find(const std::string& name) const;
+    const GivenText* find(const std::string& name) const {
+        return has(name) ? &all(name).back() : nullptr;
+    }
 
-    void remove(const std::string& name);
+    void remove(const std::string& name) { texts_.erase(name); }
 
     /// Puts options below these: they hold where these are silent.
     ///

@@ -39,7 +39,7 @@ std::string Quoted(std::string_view text) {
 
 [[noreturn]] void
 RefuseValue(std::string_view text, const char* what, const std::string& expected) {
-    throw Failure(ExitCode::Usage, std::string(what) + " " + Quoted(text) + " is not " + expected);
+    RefuseUsage(std::string(what) + " " + Quoted(text) + " is not " + expected);
 }
 
 /// #rgb and #rrggbb; the short form doubles each digit.
@@ -136,19 +136,16 @@ std::array<std::uint8_t, 3> ParseColor(std::string_view text) {
         return found->color;
     }
     const std::string nearest = NearestName(text, ColorNames());
-    throw Failure(ExitCode::Usage,
-                  "unknown colour " + Quoted(text) + "; " +
-                      (nearest.empty() ? "" : "did you mean " + Quoted(nearest) + "? ") +
-                      "write #rgb, #rrggbb or a basic colour name");
+    RefuseUsage("unknown colour " + Quoted(text) + "; " +
+                (nearest.empty() ? "" : "did you mean " + Quoted(nearest) + "? ") +
+                "write #rgb, #rrggbb or a basic colour name");
 }
 
 const std::vector<std::string>& ColorNames() {
     static const std::vector<std::string> names = [] {
-        std::vector<std::string> list;
-        list.reserve(kColors.size());
-        for (const NamedColor& color : kColors) {
-            list.emplace_back(color.name);
-        }
+        std::vector<std::string> list(kColors.size());
+        std::transform(kColors.begin(), kColors.end(), list.begin(),
+                       [](const NamedColor& color) { return color.name; });
         return list;
     }();
     return names;
@@ -161,10 +158,9 @@ ParseName(std::string_view text, const char* what, const std::vector<std::string
         return static_cast<std::size_t>(found - names.begin());
     }
     const std::string nearest = NearestName(text, names);
-    throw Failure(ExitCode::Usage,
-                  "unknown " + std::string(what) + " " + Quoted(text) + "; " +
-                      (nearest.empty() ? "" : "did you mean " + Quoted(nearest) + "? ") +
-                      "choose " + Enumerate(names));
+    RefuseUsage("unknown " + std::string(what) + " " + Quoted(text) + "; " +
+                (nearest.empty() ? "" : "did you mean " + Quoted(nearest) + "? ") + "choose " +
+                Enumerate(names));
 }
 
 std::vector<std::string> Split(std::string_view text, std::string_view separator) {
