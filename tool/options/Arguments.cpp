@@ -83,14 +83,17 @@ private:
     /// An option that has no value in its own argument.
     void takeNext(const OptionInfo& option) {
         if (!option.isFlag() && rest_.empty()) {
-            refuse(option.dashed() + " needs a value, " + option.dashed() + " " + option.argument);
+            refuseUnknown();
+            RefuseUsage(option.dashed() + " needs a value, " + option.dashed() + " " +
+                        option.argument);
         }
         takeValue(option, option.isFlag() ? "true" : next());
     }
 
     void takeValue(const OptionInfo& option, const std::string& value) {
         if (option.isFlag() && !value.empty() && value != "true") {
-            refuse(option.dashed() + " takes no value");
+            refuseUnknown();
+            RefuseUsage(option.dashed() + " takes no value");
         }
         given_.add(option.name, option.isFlag() ? "true" : value);
     }
@@ -105,12 +108,7 @@ private:
         unknown_ = unknown_.empty() ? argument : unknown_;
     }
 
-    /// Refuses the arguments for the first mistake in them.
-    [[noreturn]] void refuse(const std::string& problem) const {
-        refuseUnknown();
-        throw Failure(ExitCode::Usage, problem);
-    }
-
+    /// What comes first in the arguments is refused first.
     void refuseUnknown() const {
         if (unknown_.empty()) {
             return;

@@ -72,8 +72,8 @@ Texts StyleItems(const KeySource& source, const Json& value) {
     Texts items;
     for (const auto& [family, keys] : value.items()) {
         if (!keys.is_object()) {
-            RefuseType(source.where + Shortened("style." + family),
-                       "a table of width, color and dash", keys);
+            const std::string name = "style." + family;
+            RefuseType(source.where + Shortened(name), "a table of width, color and dash", keys);
         }
         for (const auto& [key, entry] : keys.items()) {
             const std::string item = Joined({family, key}, ".");
@@ -81,7 +81,8 @@ Texts StyleItems(const KeySource& source, const Json& value) {
             const std::optional<std::string> text =
                 dashes ? Joined(*dashes, "/") : ScalarText(entry, true, true);
             if (!text) {
-                RefuseType(source.where + Shortened("style." + item), "a text or a number", entry);
+                const std::string name = "style." + item;
+                RefuseType(source.where + Shortened(name), "a text or a number", entry);
             }
             items.push_back(Joined({item, *text}, "="));
         }
