@@ -22,22 +22,27 @@ template <class Group, class All> auto& GroupOf(All& all) {
                                       all.batch));
 }
 
-/// The members of a value that is not a single one.
+/// The members of a value that is not a single one. Bindings name all of them: a new member has to
+/// be added here before it compiles.
 /// @{
 inline auto MembersOf(const Wm4::Vector3<double>& point) {
     return std::tuple(point.X(), point.Y(), point.Z());
 }
 inline auto MembersOf(const PageSize& page) {
-    return std::tie(page.width, page.height);
+    const auto& [width, height] = page;
+    return std::tie(width, height);
 }
 inline auto MembersOf(const WeldRequest& weld) {
-    return std::tie(weld.mode, weld.millimetres);
+    const auto& [mode, millimetres] = weld;
+    return std::tie(mode, millimetres);
 }
 inline auto MembersOf(const StrokeStyle& style) {
-    return std::tie(style.width, style.color, style.dashes);
+    const auto& [width, color, dashes] = style;
+    return std::tie(width, color, dashes);
 }
 inline auto MembersOf(const StyleSheet& styles) {
-    return std::tie(styles.silhouette, styles.crease, styles.intersection, styles.hidden);
+    const auto& [silhouette, crease, intersection, hidden] = styles;
+    return std::tie(silhouette, crease, intersection, hidden);
 }
 /// @}
 
