@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <optional>
 
 namespace kxcontour {
 namespace {
@@ -29,46 +28,66 @@ using Texts = std::vector<std::string>;
                                                            : "; did you mean '" + nearest + "'?")));
 }
 
-/// The text of a single text or number, as the command line would have it; none for other types.
-std::optional<std::string> ScalarText(const Json& value, bool takesTexts, bool takesNumbers) {
-    if (takesTexts && value.is_string()) {
-        return value.get<std::string>();
+/// How a value may be written in a file.
+struct Form {
+    const char* wanted; ///< In messages.
+    bool text = true;
+    bool number = false;
+    bool listOfTexts = false;
+    bool listOfNumbers = false;
+    const char* between = nullptr; ///< Joins the members of a list; null: they stay apart.
+};
+
+Form FormOf(const OptionValue& option) {
+    switch (option.kind) {
+    case ValueKind::Flag:
+        return {.wanted = "true or false", .text = false};
+    case ValueKind::Number:
+        return {.wanted = "a number or a text", .number = true};
+    case ValueKind::Names:
+        return {.wanted = "a text or a list of texts", .listOfTexts = true, .between = ","};
+    case ValueKind::Point:
+        return {.wanted = "a list of three numbers", .listOfNumbers = true, .between = ","};
+    case ValueKind::Style:
+    case ValueKind::File:
+    case ValueKind::Text:
+        break;
     }
-    if (!takesNumbers || !value.is_number()) {
-        return std::nullopt;
+    return option.repeatable ? Form{.wanted = "a text or a list of texts", .listOfTexts = true}
+                             : Form{.wanted = "a text"};
+}
+
+std::string ScalarText(const Json& value) {
+    if (value.is_string()) {
+        return value.get<std::string>();
     }
     return value.is_number_float() ? NumberText(value.get<double>()) : value.dump();
 }
 
-/// The texts of a list of texts or of numbers; none for other types and other members.
-std::optional<Texts> ListTexts(const Json& value, bool takesTexts, bool takesNumbers) {
-    if (!value.is_array()) {
-        return std::nullopt;
+/// The texts that the command line would have for a value.
+Texts ReadForm(const Form& form,
+               const std::string& key,
+               const KeySource& source,
+               const Json& value) {
+    const bool texts = value.is_array() ? form.listOfTexts : form.text;
+    const bool numbers = value.is_array() ? form.listOfNumbers : form.number;
+    const Json members = value.is_array() ? value : Json::array({value});
+    const bool isRight = std::all_of(members.begin(), members.end(), [&](const Json& member) {
+        return (texts && member.is_string()) || (numbers && member.is_number());
+    });
+    if (!isRight || (!texts && !numbers)) {
+        RefuseType(source.where + Shortened(key), form.wanted, value);
     }
-    Texts texts;
-    for (const Json& member : value) {
-        const std::optional<std::string> text = ScalarText(member, takesTexts, takesNumbers);
-        if (!text) {
-            return std::nullopt;
-        }
-        texts.push_back(*text);
-    }
-    return texts;
-}
-
-/// One text, or a list of texts.
-std::optional<Texts> TextOrTexts(const Json& value) {
-    return value.is_string() ? Texts{value.get<std::string>()} : ListTexts(value, true, false);
-}
-
-/// The same as one text with commas.
-std::optional<Texts> OneText(const std::optional<Texts>& list) {
-    return list ? std::optional<Texts>({Joined(*list, ",")}) : std::nullopt;
+    Texts list(members.size());
+    std::transform(members.begin(), members.end(), list.begin(), ScalarText);
+    return form.between == nullptr ? list : Texts{Joined(list, form.between)};
 }
 
 /// The tables of families as the items of the command line. Families come in alphabetical order,
 /// in which "all" is first, so that the others refine it.
 Texts StyleItems(const KeySource& source, const Json& value) {
+    const Form form{
+        .wanted = "a text or a number", .number = true, .listOfNumbers = true, .between = "/"};
     Texts items;
     for (const auto& [family, keys] : value.items()) {
         if (!keys.is_object()) {
@@ -77,14 +96,8 @@ Texts StyleItems(const KeySource& source, const Json& value) {
         }
         for (const auto& [key, entry] : keys.items()) {
             const std::string item = Joined({family, key}, ".");
-            const std::optional<Texts> dashes = ListTexts(entry, false, true);
-            const std::optional<std::string> text =
-                dashes ? Joined(*dashes, "/") : ScalarText(entry, true, true);
-            if (!text) {
-                const std::string name = "style." + item;
-                RefuseType(source.where + Shortened(name), "a text or a number", entry);
-            }
-            items.push_back(Joined({item, *text}, "="));
+            const Texts texts = ReadForm(form, "style." + item, source, entry);
+            items.push_back(Joined({item, texts.front()}, "="));
         }
     }
     return items;
@@ -98,44 +111,14 @@ std::string PathBeside(const std::string& file, const std::string& path) {
     return (std::filesystem::path(file).parent_path() / path).string();
 }
 
-/// What a value has to be, and the texts that the command line would have for it.
-struct NaturalValue {
-    const char* wanted;
-    std::optional<Texts> texts; ///< None for a value of a wrong type.
-};
-
-std::optional<Texts> AsTexts(const std::optional<std::string>& text) {
-    return text ? std::optional<Texts>({*text}) : std::nullopt;
-}
-
-NaturalValue ReadNatural(const KeySource& source, const OptionValue& option, const Json& value) {
-    switch (option.kind) {
-    case ValueKind::Flag:
-        return {"true or false", value.is_boolean() ? AsTexts(value.dump()) : std::nullopt};
-    case ValueKind::Number:
-        return {"a number or a text", AsTexts(ScalarText(value, true, true))};
-    case ValueKind::Names:
-        return {"a text or a list of texts", OneText(TextOrTexts(value))};
-    case ValueKind::Point:
-        return {"a list of three numbers",
-                value.is_string() ? TextOrTexts(value) : OneText(ListTexts(value, false, true))};
-    case ValueKind::Style:
-        return {"a text or a list of texts",
-                value.is_object() ? StyleItems(source, value) : TextOrTexts(value)};
-    case ValueKind::File:
-    case ValueKind::Text:
-        break;
-    }
-    return option.repeatable ? NaturalValue{"a text or a list of texts", TextOrTexts(value)}
-                             : NaturalValue{"a text", AsTexts(ScalarText(value, true, false))};
-}
-
 Texts TextsOf(const KeySource& source, const OptionInfo& option, const Json& value) {
-    const NaturalValue natural = ReadNatural(source, option.value, value);
-    if (!natural.texts) {
-        RefuseType(source.where + option.name, natural.wanted, value);
+    if (option.isFlag() && value.is_boolean()) {
+        return {value.dump()};
     }
-    Texts texts = *natural.texts;
+    if (option.value.kind == ValueKind::Style && value.is_object()) {
+        return StyleItems(source, value);
+    }
+    Texts texts = ReadForm(FormOf(option.value), option.name, source, value);
     if (option.value.kind == ValueKind::File) {
         for (std::string& path : texts) {
             path = PathBeside(source.file, path);
