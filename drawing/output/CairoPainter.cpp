@@ -1,8 +1,7 @@
-// One stroke a path, with round caps and joins.
+// One stroke per path, with round caps and joins.
 #include "drawing/output/CairoPainter.h"
 
 #include "drawing/common/Angles.h"
-#include "drawing/output/PathShape.h"
 
 #include <algorithm>
 #include <new>

@@ -1,4 +1,4 @@
-// Drawings on cairo's surfaces.
+// Rendering of drawings with cairo.
 #pragma once
 
 #include "drawing/output/TextWriter.h"
@@ -16,12 +16,12 @@ namespace kxcontour {
 
 using CairoSurface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
 
-/// Draws every path in order, with y down; so many units of the surface are a millimetre.
+/// Draws every path in order, with y down and the given number of surface units per millimetre.
 ///
 /// Cairo rounds positions to 1/256 of a unit. Failures show in the status of the surface.
 void Paint(cairo_surface_t* surface, double unitsPerMillimetre, const kxdrawing::Drawing& drawing);
 
-/// Passes on what cairo writes to a stream.
+/// Passes the output of cairo on to a stream.
 class CairoSink {
 public:
     explicit CairoSink(std::ostream& out) : out_(out) {}

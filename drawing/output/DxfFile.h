@@ -1,48 +1,69 @@
-// The grammar of DXF: pairs of a group code and a value, each on a line.
+// The grammar of DXF: groups of a code and a value, each on a line of its own.
 #pragma once
 
 #include "drawing/output/TextWriter.h"
 #include "drawing/paper/Paper.h"
 
 #include <cstdint>
-#include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace kxcontour {
 
 /// The number of an object; unique in its file, 0 for none.
-using DxfHandle = std::uint64_t;
+struct DxfHandle {
+    std::uint64_t number = 0;
+};
 
-/// Writes groups and hands out handles. Operations throw WriteFailure (Writers.h).
+/// A point in space.
+struct DxfPoint {
+    Point point;
+    double z = 0.0;
+};
+
+/// Writes groups and assigns handles. Operations throw what TextWriter's do.
 class DxfFile {
 public:
-    explicit DxfFile(std::ostream& out) : file_(out) {}
+    explicit DxfFile(std::ostream& out) : out_(out) {}
 
-    /// Handles are given out upwards from here.
-    DxfHandle newHandle() { return next_++; }
+    /// Writes groups, each given by a code and a value: text, number, handle or point. A point in
+    /// the plane becomes two groups, code and code + 10; a point in space three.
+    template <class Value, class... More>
+    void write(int code, const Value& value, const More&... more) {
+        if constexpr (std::is_integral_v<Value>) {
+            put(code, static_cast<std::int64_t>(value));
+        } else {
+            put(code, value);
+        }
+        if constexpr (sizeof...(More) > 0) {
+            write(more...);
+        }
+    }
 
-    void text(int code, std::string_view value);
-    void whole(int code, std::int64_t value);
-    void real(int code, double value);
-    void handle(int code, DxfHandle handle);
+    void startSection(std::string_view name) { write(0, "SECTION", 2, name); }
+    void endSection() { write(0, "ENDSEC"); }
 
-    /// The groups 10 + offset and 20 + offset.
-    void point(Point point, int offset = 0);
-    /// The same and 30 + offset: a point in space at height z.
-    void spacePoint(Point point, int offset = 0, double z = 0.0);
-
-    void startSection(std::string_view name);
-    void endSection() { text(0, "ENDSEC"); }
-
-    /// Starts an object or an entry: its type, handle, owner.
+    /// Starts an object or an entry of a table.
     void startObject(std::string_view type, DxfHandle own, DxfHandle owner);
+
+    /// Handles increase from 1 on.
+    DxfHandle newHandle() { return {next_++}; }
 
     /// Ends the file.
     void finish();
 
 private:
-    TextWriter file_;
-    DxfHandle next_ = 1;
+    /// Text, an integer or a Number.
+    template <class Value> void put(int code, const Value& value) {
+        out_ << std::int64_t{code} << '\n' << value << '\n';
+    }
+    void put(int code, double number);
+    void put(int code, DxfHandle handle);
+    void put(int code, Point point);
+    void put(int code, const DxfPoint& point);
+
+    std::uint64_t next_ = 1;
+    TextWriter out_;
 };
 
 } // namespace kxcontour

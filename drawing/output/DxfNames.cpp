@@ -19,7 +19,8 @@ bool IsForbidden(char32_t code) {
     return code < 0x20 || code == 0x7F || kForbidden.find(code) != std::u32string_view::npos;
 }
 
-/// ASCII and what code page 1252 shares with ISO 8859-1 as a byte, all else as an escape.
+/// ASCII and the characters that code page 1252 shares with ISO 8859-1 as a byte, all others as an
+/// escape.
 std::string Encode(char32_t code) {
     if (code < 0x80 || (code >= 0xA0 && code <= 0xFF)) {
         return {static_cast<char>(code)};

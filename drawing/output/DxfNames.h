@@ -1,4 +1,4 @@
-// Names of layers as DXF has them.
+// Names of layers in DXF.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// One page through cairo's PDF surface, whose unit is a point.
+// One page on cairo's PDF surface, whose unit is a point.
 #include "drawing/common/Utf8.h"
 #include "drawing/output/CairoPainter.h"
 #include "drawing/output/Writers.h"
@@ -11,7 +11,7 @@ namespace {
 constexpr double kPointsPerMillimetre = 72.0 / 25.4;
 
 void SetMetadata(cairo_surface_t* surface, cairo_pdf_metadata_t field, const std::string& text) {
-    // A text ends where it has its first zero byte.
+    // A text ends at its first zero byte.
     const std::string valid = RepairUtf8(text);
     if (!valid.empty()) {
         cairo_pdf_surface_set_metadata(surface, field, valid.c_str());
@@ -30,7 +30,7 @@ void WritePdf(const kxdrawing::Drawing& drawing, std::ostream& out) {
     SetMetadata(surface.get(), CAIRO_PDF_METADATA_TITLE, drawing.title);
     SetMetadata(surface.get(), CAIRO_PDF_METADATA_SUBJECT, drawing.description);
     SetMetadata(surface.get(), CAIRO_PDF_METADATA_CREATOR, "kxcontour");
-    // What is no date leaves the date out, which would be that of the run.
+    // An invalid date omits it; the default would be the time of the run.
     cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_CREATE_DATE, "");
     Paint(surface.get(), kPointsPerMillimetre, drawing);
     cairo_surface_finish(surface.get());

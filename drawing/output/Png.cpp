@@ -1,5 +1,5 @@
-// A picture through cairo's image surface, with its physical size, which cairo does not write, as a
-// pHYs chunk (Portable Network Graphics, section 11.3.5.3).
+// Renders with cairo's image surface. Cairo does not write the physical size of a picture; it is
+// inserted as a pHYs chunk (Portable Network Graphics, section 11.3.5.3).
 #include "drawing/common/Failure.h"
 #include "drawing/output/CairoPainter.h"
 #include "drawing/output/Writers.h"
@@ -7,14 +7,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <string_view>
+#include <zlib.h>
 
 namespace kxcontour {
 namespace {
 
 constexpr double kMillimetresPerInch = 25.4;
 constexpr double kMillimetresPerMetre = 1000.0;
-/// What cairo's surfaces take.
+/// The limit of cairo's surfaces.
 constexpr double kMostPixels = 32767.0;
 
 /// Signature and header chunk.
@@ -28,29 +28,18 @@ std::string BigEndian(std::uint32_t number) {
     return bytes;
 }
 
-/// The cyclic redundancy check of PNG (annex D), bit by bit.
-std::uint32_t Checksum(std::string_view bytes) {
-    constexpr std::uint32_t kPolynomial = 0xEDB88320U;
-    std::uint32_t sum = 0xFFFFFFFFU;
-    for (const char byte : bytes) {
-        sum ^= static_cast<unsigned char>(byte);
-        for (int bit = 0; bit < 8; ++bit) {
-            sum = (sum & 1U) != 0 ? sum >> 1U ^ kPolynomial : sum >> 1U;
-        }
-    }
-    return ~sum;
-}
-
 std::string ResolutionChunk(double pixelsPerMillimetre) {
     const auto perMetre = static_cast<std::uint32_t>(
         std::clamp(std::round(pixelsPerMillimetre * kMillimetresPerMetre), 1.0, 2147483647.0));
     const std::string data = BigEndian(perMetre) + BigEndian(perMetre) + '\1';
     const std::string content = "pHYs" + data;
+    const auto checksum =
+        ::crc32_z(0, reinterpret_cast<const Bytef*>(content.data()), content.size());
     return BigEndian(static_cast<std::uint32_t>(data.size())) + content +
-           BigEndian(Checksum(content));
+           BigEndian(static_cast<std::uint32_t>(checksum));
 }
 
-/// The pixels along a side; at least one.
+/// The number of pixels along a side; at least one.
 int PixelsOf(double millimetres, double pixelsPerMillimetre) {
     const double pixels = std::round(millimetres * pixelsPerMillimetre);
     if (!(pixels <= kMostPixels)) {

@@ -1,5 +1,5 @@
 // Drawings as SVG 1.1.
-#include "drawing/output/PathShape.h"
+#include "drawing/common/Angles.h"
 #include "drawing/output/TextWriter.h"
 #include "drawing/output/Writers.h"
 #include "drawing/output/XmlText.h"
@@ -13,9 +13,9 @@
 namespace kxcontour {
 namespace {
 
-/// The name of a layer as an XML id: letters, digits and hyphens as they are, every other byte as
-/// an underscore and two hexadecimal digits. Different names have different ids, and a name has the
-/// same one in every drawing, whatever other layers are in it.
+/// The name of a layer as an XML id: letters, digits and hyphens unchanged, every other byte as an
+/// underscore and two hexadecimal digits. Different names have different ids, and the id of a name
+/// does not depend on other layers.
 std::string LayerId(const std::string& name) {
     constexpr std::string_view kKept =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-";
@@ -65,7 +65,7 @@ void WriteHead(TextWriter& file, const kxdrawing::Drawing& drawing, bool plain) 
     }
 }
 
-/// The numbers with commas between them.
+/// The numbers, separated by commas.
 void WriteDashes(TextWriter& file, const std::vector<double>& dashes) {
     for (std::size_t i = 0; i < dashes.size(); ++i) {
         file << (i > 0 ? "," : "") << PaperNumber(dashes[i]);
@@ -92,10 +92,20 @@ void WritePoint(TextWriter& file, const Point& point) {
     file << PaperNumber(point.x) << ',' << PaperNumber(point.y) << ' ';
 }
 
+/// The point of an arc at a parameter in degrees (arc.start is the first).
+Point PointAt(const Arc& arc, double parameter) {
+    const Turn onCircle = TurnBy(parameter);
+    const Turn axis = TurnBy(arc.rotation);
+    const double along = arc.radiusX * onCircle.cosine;
+    const double across = arc.radiusY * onCircle.sine;
+    return {arc.center.x + axis.cosine * along - axis.sine * across,
+            arc.center.y + axis.sine * along + axis.cosine * across};
+}
+
 /// An arc from the current point to the end, in parts of a quarter turn or less.
 ///
-/// A reader finds the centre from the ends of a part. Over a quarter turn their rounding moves it
-/// by no more than itself; near a half turn it would be by the root of that, a tenth of a
+/// A reader computes the centre from the ends of a part. Over a quarter turn their rounding error
+/// moves it by no more than itself; near a half turn by the square root of that, a tenth of a
 /// millimetre.
 void WriteArc(TextWriter& file, const Arc& arc, const Point& end) {
     constexpr double kLargestPart = 90.0 + 1e-9;

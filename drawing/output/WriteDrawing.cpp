@@ -3,8 +3,6 @@
 
 #include "drawing/common/Failure.h"
 #include "drawing/output/FileStream.h"
-#include "drawing/output/JsonWriter.h"
-#include "drawing/output/WriteFailure.h"
 #include "drawing/output/Writers.h"
 
 #include <system_error>

@@ -1,8 +1,10 @@
-// Keeps what XML allows (Extensible Markup Language 1.0, section 2.2).
+// Keeps the characters that XML allows (Extensible Markup Language 1.0, section 2.2).
 #include "drawing/output/XmlText.h"
 
 #include "drawing/common/Utf8.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 
 namespace kxcontour {
@@ -13,53 +15,36 @@ bool IsAllowed(char32_t code) {
                         : code == '\t' || code == '\n' || code == '\r';
 }
 
-/// What stands for a character of markup; empty for any other.
-std::string_view EscapeOf(char32_t code) {
-    switch (code) {
-    case '&':
-        return "&amp;";
-    case '<':
-        return "&lt;";
-    case '>':
-        return "&gt;";
-    default:
-        return "";
-    }
-}
+struct Escape {
+    char32_t code;
+    std::string_view text;
+    bool onlyInAttributes; ///< There a reader would turn white space into blanks (section 3.3.3).
+};
 
-/// The same in an attribute, where a reader would turn white space into blanks (section 3.3.3).
-std::string_view AttributeEscapeOf(char32_t code) {
-    switch (code) {
-    case '"':
-        return "&quot;";
-    case '\t':
-        return "&#9;";
-    case '\n':
-        return "&#10;";
-    case '\r':
-        return "&#13;";
-    default:
-        return EscapeOf(code);
-    }
-}
+constexpr std::array<Escape, 7> kEscapes{{{'&', "&amp;", false},
+                                          {'<', "&lt;", false},
+                                          {'>', "&gt;", false},
+                                          {'"', "&quot;", true},
+                                          {'\t', "&#9;", true},
+                                          {'\n', "&#10;", true},
+                                          {'\r', "&#13;", true}}};
 
-std::string Escape(std::string_view text, std::string_view (*escapeOf)(char32_t)) {
+std::string Escaped(std::string_view text, bool inAttribute) {
     std::string escaped;
     escaped.reserve(text.size());
     while (!text.empty()) {
         const Utf8Character c = DecodeUtf8(text);
+        const auto escape = std::find_if(kEscapes.begin(), kEscapes.end(), [&](const Escape& e) {
+            return e.code == c.code && (inAttribute || !e.onlyInAttributes);
+        });
         if (c.size == 0) {
             escaped += "\xEF\xBF\xBD";
-            text.remove_prefix(1);
-            continue;
-        }
-        const std::string_view escape = escapeOf(c.code);
-        if (!escape.empty()) {
-            escaped += escape;
+        } else if (escape != kEscapes.end()) {
+            escaped += escape->text;
         } else if (IsAllowed(c.code)) {
             escaped += text.substr(0, c.size);
         }
-        text.remove_prefix(c.size);
+        text.remove_prefix(std::max<std::size_t>(c.size, 1));
     }
     return escaped;
 }
@@ -67,11 +52,11 @@ std::string Escape(std::string_view text, std::string_view (*escapeOf)(char32_t)
 } // namespace
 
 std::string EscapeXml(std::string_view text) {
-    return Escape(text, EscapeOf);
+    return Escaped(text, false);
 }
 
 std::string EscapeXmlAttribute(std::string_view text) {
-    return Escape(text, AttributeEscapeOf);
+    return Escaped(text, true);
 }
 
 } // namespace kxcontour

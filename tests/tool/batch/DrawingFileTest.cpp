@@ -2,7 +2,6 @@
 #include "batch/DrawingFile.h"
 
 #include "ModelText.h"
-#include "drawing/output/JsonWriter.h"
 #include "drawing/output/PaperDrawings.h"
 
 namespace {

@@ -1,6 +1,4 @@
-// Drawings for other programs, read back.
-#include "drawing/output/JsonWriter.h"
-
+// JSON documents, read back.
 #include "ModelText.h"
 #include "drawing/output/PaperDrawings.h"
 
@@ -41,7 +39,7 @@ kxdrawing::Drawing SmallDrawing() {
     return drawing;
 }
 
-TEST(JsonWriter, HasAllThatThereIsExactly) {
+TEST(Json, HasAllThatThereIsExactly) {
     const json document = json::parse(BytesOf(SmallDrawing()));
     EXPECT_EQ(document["generator"], "kxcontour");
     EXPECT_EQ(document["page"], json({{"width", 210.0}, {"height", 297.0}, {"unit", "mm"}}));
@@ -67,13 +65,13 @@ TEST(JsonWriter, HasAllThatThereIsExactly) {
     EXPECT_EQ(segments[1]["repeated"], json::array());
 }
 
-TEST(JsonWriter, WritesAnEmptyDrawing) {
+TEST(Json, WritesAnEmptyDrawing) {
     const json document = json::parse(BytesOf(kxdrawing::Drawing()));
     EXPECT_EQ(document["objects"], json::array());
     EXPECT_EQ(document["segments"], json::array());
 }
 
-TEST(JsonWriter, WritesNoNumberThatJsonDoesNotHave) {
+TEST(Json, WritesNoNumberThatJsonDoesNotHave) {
     kxdrawing::Drawing drawing = SmallDrawing();
     drawing.lines[0].ends[0] = {std::numeric_limits<double>::quiet_NaN(),
                                 -std::numeric_limits<double>::infinity(), 1.0};
@@ -81,7 +79,7 @@ TEST(JsonWriter, WritesNoNumberThatJsonDoesNotHave) {
     EXPECT_EQ(document["segments"][0]["ends"][0], json::parse("[null, null, 1]"));
 }
 
-TEST(JsonWriter, WritesOneSegmentALine) {
+TEST(Json, WritesOneSegmentALine) {
     kxdrawing::Drawing drawing = SmallDrawing();
     drawing.lines.resize(10000, drawing.lines[0]);
     const std::string bytes = BytesOf(drawing);
@@ -89,13 +87,13 @@ TEST(JsonWriter, WritesOneSegmentALine) {
     EXPECT_EQ(json::parse(bytes)["segments"].size(), 10000U);
 }
 
-TEST(JsonWriter, WritesTheSameBytesWhateverTheLocale) {
+TEST(Json, WritesTheSameBytesWhateverTheLocale) {
     const std::string bytes = BytesOf(SmallDrawing());
     const tool_test::CommaLocale locale;
     EXPECT_EQ(BytesOf(SmallDrawing()), bytes);
 }
 
-TEST(JsonWriter, SaysWhyItFails) {
+TEST(Json, SaysWhyItFails) {
     tool_test::ExpectReasons([](std::ostream& out) { WriteJson(kxdrawing::Drawing(), out); });
 }
 

@@ -1,7 +1,7 @@
-// JSON (RFC 8259), written as it comes: a tree of a million segments would not fit beside them.
-#include "drawing/output/JsonWriter.h"
-
+// JSON (RFC 8259), written directly: a document tree of a million segments would take far more
+// memory than the segments.
 #include "drawing/output/TextWriter.h"
+#include "drawing/output/Writers.h"
 
 #include <cmath>
 #include <cstddef>
@@ -11,13 +11,13 @@
 namespace kxcontour {
 namespace {
 
-/// A string with its quotes; bytes that are no UTF-8 become U+FFFD.
+/// A string, quoted and escaped; bytes that are not UTF-8 become U+FFFD.
 std::string Quoted(const std::string& text) {
     using nlohmann::json;
     return json(text).dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-/// JSON has no number for what is not finite.
+/// JSON has no number for infinities and NaN.
 void WriteNumber(TextWriter& file, double value) {
     if (std::isfinite(value)) {
         file << Number{value};
@@ -26,9 +26,8 @@ void WriteNumber(TextWriter& file, double value) {
     }
 }
 
-/// "[item,item,...]"
 template <class Items, class WriteItem>
-void WriteList(TextWriter& file, const Items& items, const WriteItem& writeItem) {
+void WriteArray(TextWriter& file, const Items& items, const WriteItem& writeItem) {
     file << '[';
     const char* separator = "";
     for (const auto& item : items) {
@@ -39,24 +38,14 @@ void WriteList(TextWriter& file, const Items& items, const WriteItem& writeItem)
     file << ']';
 }
 
-void WritePosition(TextWriter& file, const std::array<double, 3>& position) {
-    WriteList(file, position, [&](double value) { WriteNumber(file, value); });
+template <class Numbers> void WriteNumbers(TextWriter& file, const Numbers& numbers) {
+    WriteArray(file, numbers, [&](double value) { WriteNumber(file, value); });
 }
 
-void WriteCoordinates(TextWriter& file, const Point& point) {
-    WriteList(file, std::array{point.x, point.y}, [&](double value) { WriteNumber(file, value); });
-}
-
-void WriteFraction(TextWriter& file, const kxdrawing::Fraction& fraction) {
-    file << '[' << fraction.numerator << ',' << fraction.denominator << ']';
-}
-
-void WriteRange(TextWriter& file, const kxdrawing::Interval& range) {
-    file << '[';
-    WriteFraction(file, range.from);
-    file << ',';
-    WriteFraction(file, range.to);
-    file << ']';
+void WriteInterval(TextWriter& file, const kxdrawing::Interval& interval) {
+    WriteArray(file, std::array{interval.from, interval.to}, [&](const auto& fraction) {
+        file << '[' << fraction.numerator << ',' << fraction.denominator << ']';
+    });
 }
 
 void WriteSegment(TextWriter& file, const kxdrawing::Line& segment) {
@@ -67,20 +56,19 @@ void WriteSegment(TextWriter& file, const kxdrawing::Line& segment) {
         file << segment.object;
     }
     file << ",\"ends\":";
-    WriteList(file, segment.ends, [&](const auto& end) { WritePosition(file, end); });
+    WriteArray(file, segment.ends, [&](const auto& end) { WriteNumbers(file, end); });
     file << ",\"paper\":";
     if (segment.onPage) {
-        WriteList(file, std::array{segment.onPage->a, segment.onPage->b},
-                  [&](const Point& point) { WriteCoordinates(file, point); });
+        WriteArray(file, std::array{segment.onPage->a, segment.onPage->b}, [&](const Point& point) {
+            WriteNumbers(file, std::array{point.x, point.y});
+        });
     } else {
         file << "null";
     }
     file << ",\"hidden\":";
-    WriteList(file, segment.hidden, [&](const auto& range) { WriteRange(file, range); });
+    WriteArray(file, segment.hidden, [&](const auto& range) { WriteInterval(file, range); });
     file << ",\"repeated\":";
-    WriteList(file, segment.repeated, [&](const auto& range) {
-        WriteList(file, range, [&](double value) { WriteNumber(file, value); });
-    });
+    WriteArray(file, segment.repeated, [&](const auto& range) { WriteNumbers(file, range); });
     file << '}';
 }
 
@@ -91,7 +79,7 @@ void WriteHead(TextWriter& file, const kxdrawing::Drawing& drawing) {
     WriteNumber(file, drawing.page.height);
     file << ", \"unit\": \"mm\"},\n\"title\": " << Quoted(drawing.title)
          << ",\n\"description\": " << Quoted(drawing.description) << ",\n\"objects\": ";
-    WriteList(file, drawing.objects, [&](const std::string& name) { file << Quoted(name); });
+    WriteArray(file, drawing.objects, [&](const std::string& name) { file << Quoted(name); });
     file << ",\n\"millimetresPerUnit\": ";
     WriteNumber(file, drawing.millimetresPerUnit);
     file << ",\n";
