@@ -2,8 +2,8 @@
 // follows its line to within the tolerance, so the lines of one cell decide; expected linear time.
 #include "drawing/lines/PathLines.h"
 
-#include "drawing/paper/CellGrid.h"
 #include "drawing/paper/Plane.h"
+#include "drawing/paper/SpatialGrid.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -96,7 +96,7 @@ private:
 
     const std::vector<Line>& lines_;
     double reach_;
-    CellGrid grid_;
+    SpatialGrid grid_;
     std::vector<std::uint32_t> numbers_; ///< By entry of the grid: the number of the line.
 };
 

@@ -1,18 +1,20 @@
-// Looks for the longest arcs along a path, from its start to its end.
+// Replaces runs of a polyline by circular and elliptic arcs, from its start to its end: from each
+// start the longest run that an arc fits, by doubling and bisection, with a least-squares fit
+// (Ellipse.h) and a check of every vertex per attempt. Expected O(n log n) for n points.
 //
-// How an arc is compared with a run of the polyline, exactly and without samples: every vertex V
-// has a foot E on the arc, d away. Between neighbouring feet the arc is convex and bends away from
-// its chord; as long as its tangents go along the chord, its distance from the chord is largest
-// where it is parallel to the chord, which is in the middle of the two angles (an ellipse is the
-// image of a circle under a map that keeps middles and parallels). With h that distance, arc and
-// chord stay within h of each other in both directions, the chord and the polyline's line within
-// the larger d of its ends, and the arc and the polyline within h + d.
+// The check bounds the distance between arc and polyline exactly, without samples. Every vertex V
+// has a foot E on the arc at distance d. Between successive feet the arc is convex; as long as its
+// tangents at both feet point along the chord between them, its distance from the chord is largest
+// where it is parallel to the chord, which is at the mean of the two angles (an ellipse is the
+// affine image of a circle, and affine maps keep midpoints and parallels). With h that distance,
+// arc and chord are within h of each other in both directions, the chord and the line of the
+// polyline within the larger d of its ends, and so the arc and the polyline within h + d.
 #include "drawing/paper/ArcFitting.h"
 
 #include "drawing/common/Angles.h"
-#include "drawing/paper/Bends.h"
 #include "drawing/paper/Ellipse.h"
 #include "drawing/paper/Plane.h"
+#include "drawing/paper/TurningAngles.h"
 
 #include <numbers>
 #include <optional>
@@ -25,51 +27,53 @@ using namespace plane;
 
 constexpr double kFullTurn = 2.0 * std::numbers::pi;
 
-/// No line of an arc takes up more of it: as a corner of a run, so seen on the circle.
+/// The largest angle of an arc that one line may span, as for a corner, measured on the circle that
+/// the ellipse is the image of.
 constexpr double kLargestStep = kCorner;
 
-/// No arc turns by less.
+/// The least angle that an arc turns by.
 constexpr double kLeastTurn = 10.0 * kDegree;
 
-/// Lines of an arc. An ellipse goes through any five points: it takes a sixth to speak for it.
+/// The least number of lines of an arc. Five points always define a conic, so at least six are
+/// required for an ellipse.
 constexpr std::size_t kLeastLinesOfCircle = 4;
 constexpr std::size_t kLeastLinesOfEllipse = 5;
 
-/// Millimetres; what is flatter is straight.
+/// Millimetres; flatter runs count as straight.
 constexpr double kLargestRadius = 1e4;
 
-/// How far, in tolerances, an arc leaves its chord at least.
+/// The least sagitta of an arc, in tolerances.
 constexpr double kLeastSagitta = 2.0;
 
-/// In tolerances, what may be rounding in the place of a vertex.
+/// The rounding error allowed in the position of a vertex, in tolerances.
 constexpr double kNoise = 0.2;
 
-/// Millimetres; half of what is promised about ends.
+/// Millimetres; half of the bound on ends in the header.
 constexpr double kEndError = 5e-5;
 
-/// An ellipse takes the place of a circle only when it reaches so much farther along the path:
-/// every circle that runs on into something else could be an ellipse for a bit longer.
+/// An ellipse is preferred to a circle only when it is longer by this factor: every circle that
+/// continues as another curve could be an ellipse for a little longer.
 constexpr double kEllipseGain = 1.5;
 
-/// The most points that take part in a fit; all take part in the check.
+/// The most points used in a fit; the check uses all.
 constexpr std::size_t kMostFitted = 64;
 
-/// Points in the order in which one arc runs through them.
+/// Points in order along an arc.
 struct Run {
     std::span<const Point> points;
     bool positive = true; ///< Turns from x towards y.
 };
 
-/// How far the angle moves on, in the run's sense, up to half a turn. A vertex that lies a little
-/// behind the one before, by rounding, shares its foot: any foot will do as long as none goes back.
+/// The advance of the angle in the run's direction, up to half a turn. A vertex slightly behind its
+/// predecessor, by rounding, shares the foot of that: any foot is valid as long as none goes back.
 double Advance(double from, double to, bool positive) {
     const double turn = positive ? to - from : from - to;
     const double step = turn - kFullTurn * std::floor(turn / kFullTurn);
     return step <= kFullTurn / 2.0 ? step : 0.0;
 }
 
-/// The larger distance between the arc from one angle to the other and its chord; infinite where
-/// the arc does not go along its chord.
+/// The largest distance of an arc between two angles from its chord; infinite where the tangent at
+/// an end does not point along the chord.
 double DistanceFromChord(const Ellipse& ellipse, double from, double to) {
     if (from == to) {
         return 0.0;
@@ -131,13 +135,13 @@ std::optional<Arc> ArcAlong(const Run& run, const Ellipse& ellipse, double toler
 }
 
 /// Up to kMostFitted points at even steps, with both ends.
-std::vector<Point> SomeOf(std::span<const Point> points) {
+std::vector<Point> SampleOf(std::span<const Point> points) {
     const std::size_t count = std::min(points.size(), kMostFitted);
-    std::vector<Point> some(count);
+    std::vector<Point> sample(count);
     for (std::size_t i = 0; i < count; ++i) {
-        some[i] = points[i * (points.size() - 1) / (count - 1)];
+        sample[i] = points[i * (points.size() - 1) / (count - 1)];
     }
-    return some;
+    return sample;
 }
 
 bool AreNear(const std::vector<Point>& points, const Ellipse& ellipse, double tolerance) {
@@ -146,13 +150,13 @@ bool AreNear(const std::vector<Point>& points, const Ellipse& ellipse, double to
     });
 }
 
-/// The best arc for the run, if any is good enough. A look at some points comes before the check of
-/// all, since most fits that fail do so everywhere.
+/// The best arc for the run within tolerance, if any. A sample is tested before all points: most
+/// fits that fail do so everywhere.
 std::optional<Arc> ArcFor(const Run& run, EllipseKind kind, double tolerance) {
-    const std::vector<Point> some = SomeOf(run.points);
-    const std::optional<Ellipse> ellipse = FitEllipse(some, kind);
+    const std::vector<Point> sample = SampleOf(run.points);
+    const std::optional<Ellipse> ellipse = FitEllipse(sample, kind);
     if (!ellipse || !(ellipse->radiusX <= kLargestRadius) || !(ellipse->radiusY > 0.0) ||
-        !AreNear(some, *ellipse, tolerance)) {
+        !AreNear(sample, *ellipse, tolerance)) {
         return std::nullopt;
     }
     return ArcAlong(run, *ellipse, tolerance);
@@ -166,11 +170,11 @@ double SagittaOf(std::span<const Point> points) {
     return std::sqrt(square);
 }
 
-/// Finds the arcs of one path that starts and ends somewhere.
-class Walker {
+/// Finds the arcs of a path that is not one closed ellipse.
+class ArcFinder {
 public:
-    Walker(const std::vector<Point>& points, const Bends& bends, double tolerance)
-        : points_(points), bends_(bends), tolerance_(tolerance) {}
+    ArcFinder(const std::vector<Point>& points, const TurningAngles& angles, double tolerance)
+        : points_(points), angles_(angles), tolerance_(tolerance) {}
 
     std::vector<Arc> arcs() {
         std::vector<Arc> result;
@@ -188,8 +192,8 @@ public:
     }
 
 private:
-    /// Moves turned_ on to a point up to which a run from there turns far enough. The point never
-    /// moves back while the start moves on, so all moves together are one walk.
+    /// Advances turned_ to a point up to which a run from there turns far enough. It never moves
+    /// back while the start advances, so all calls together are one pass.
     bool findTurn(std::size_t first) {
         turned_ = std::max(turned_, first + kLeastLinesOfCircle);
         while (turned_ < points_.size() && std::abs(turnOf(first, turned_)) < kLeastTurn) {
@@ -199,12 +203,12 @@ private:
     }
 
     double turnOf(std::size_t first, std::size_t last) const {
-        return bends_.heading(last - 1) - bends_.heading(first);
+        return angles_.heading(last - 1) - angles_.heading(first);
     }
 
     std::optional<Arc> arcFrom(std::size_t first) const {
         const bool positive = turnOf(first, turned_) > 0.0;
-        const std::size_t limit = bends_.limit(first, positive);
+        const std::size_t limit = angles_.limit(first, positive);
         if (turned_ > limit) {
             return std::nullopt;
         }
@@ -222,8 +226,7 @@ private:
         return arc;
     }
 
-    /// Longer and longer runs, in steps that double, then the border between those that are arcs
-    /// and those that are not by bisection.
+    /// Doubles the length of the run until no arc fits, then bisects.
     std::optional<Arc>
     longest(std::size_t first, std::size_t limit, bool positive, EllipseKind kind) const {
         const std::size_t least =
@@ -278,7 +281,7 @@ private:
     }
 
     const std::vector<Point>& points_;
-    const Bends& bends_;
+    const TurningAngles& angles_;
     double tolerance_;
     std::size_t turned_ = 0;
 };
@@ -293,10 +296,10 @@ double SignedArea(const std::vector<Point>& points) {
 
 /// The whole of a closed path as one full turn.
 std::optional<Arc>
-FullTurn(const std::vector<Point>& points, const Bends& bends, double tolerance) {
+FullTurn(const std::vector<Point>& points, const TurningAngles& angles, double tolerance) {
     const bool positive = SignedArea(points) > 0.0;
-    if (!IsSame(points.front(), points.back()) || bends.hasRepeatedPoint() ||
-        !bends.bendsToOneSide(positive)) {
+    if (!IsSame(points.front(), points.back()) || angles.hasRepeatedPoint() ||
+        !angles.turnsToOneSide(positive)) {
         return std::nullopt;
     }
     for (const EllipseKind kind : {EllipseKind::Circle, EllipseKind::Any}) {
@@ -317,12 +320,12 @@ void RecogniseArcs(Path& path, double tolerance) {
     if (path.points.size() <= kLeastLinesOfCircle) {
         return;
     }
-    const Bends bends(path.points, kNoise * tolerance);
-    if (const std::optional<Arc> arc = FullTurn(path.points, bends, tolerance)) {
+    const TurningAngles angles(path.points, kNoise * tolerance);
+    if (const std::optional<Arc> arc = FullTurn(path.points, angles, tolerance)) {
         path.arcs.push_back(*arc);
         return;
     }
-    path.arcs = Walker(path.points, bends, tolerance).arcs();
+    path.arcs = ArcFinder(path.points, angles, tolerance).arcs();
 }
 
 } // namespace kxcontour

@@ -1,4 +1,4 @@
-// Sorts lines into layers and styles, and makes paths of each.
+// Groups lines by layer and style, and makes paths of each group.
 #include "drawing/paper/Composing.h"
 
 #include "drawing/paper/ArcFitting.h"
@@ -16,7 +16,7 @@ namespace {
 constexpr const char* kSharedName = "intersections";
 constexpr const char* kNoName = "unnamed";
 
-/// From the bottom of the pile of layers and groups to its top; the layers of types in this order.
+/// The drawing order of layers by type and of groups, from bottom to top.
 constexpr int kHiddenRank = 0;
 
 int RankOf(const LineGroup& group) {
@@ -34,7 +34,7 @@ int RankOf(const LineGroup& group) {
     return kHiddenRank + 2;
 }
 
-/// Names one after the other, each made different from all before it.
+/// Makes names unique in the order in which they come.
 class UniqueNames {
 public:
     std::string take(const std::string& wanted) {
@@ -51,8 +51,8 @@ private:
     std::map<std::string, int> lastNumbers_; ///< By wanted name: the last number given to it.
 };
 
-/// Objects have their names whether or not they are seen, so that a layer is called the same in
-/// every view of a scene.
+/// Invisible objects take names as well, so that a layer has the same name in every view of a
+/// scene.
 std::vector<std::string> ObjectLayerNames(const std::vector<std::string>& objects) {
     UniqueNames names;
     std::vector<std::string> result;
@@ -88,7 +88,7 @@ std::size_t LayerOf(const LineGroup& group, const PageLines& lines, Layering lay
     return 0;
 }
 
-/// Lines of one layer that are drawn alike and become paths together.
+/// Lines of one layer and style, which are joined.
 struct Bundle {
     PathGroup group;
     std::vector<PageLine> lines;
@@ -128,24 +128,24 @@ BundlesOf(const PageLines& lines, const ComposingRules& rules, std::size_t layer
     return layers;
 }
 
-/// A path no larger than this many joints is a dot.
-constexpr double kDotJoints = 4.0;
+/// A path no larger than this many joints is omitted.
+constexpr double kLeastJoints = 4.0;
 
-/// What an edge shows beside the face it starts on is shorter than this, millimetres; a longer end
-/// is one of the model's lines, however long the paths are that are wanted.
-constexpr double kLongestSpur = 0.02;
+/// Millimetres. The part of an edge that shows beside the face it starts on is shorter; a longer
+/// dangle is a line of the model, whatever the least length of paths.
+constexpr double kLongestDangle = 0.02;
 
-/// Contracting one moves others by so much.
-constexpr double kLongestBridge = 0.01;
+/// Millimetres. Contracting an edge moves others by its length.
+constexpr double kLongestContracted = 0.01;
 
-bool IsCrumb(const Path& path, const ComposingRules& rules) {
-    return LengthOf(path) < rules.minLength || ExtentOf(path) <= kDotJoints * rules.joint;
+bool IsTooShort(const Path& path, const ComposingRules& rules) {
+    return LengthOf(path) < rules.minLength || ExtentOf(path) <= kLeastJoints * rules.joint;
 }
 
-/// Where nothing was drawn twice there are no gaps.
+/// There are gaps only where duplicates were removed.
 JoiningRules JoiningRulesFor(const ComposingRules& rules, bool hasGaps) {
-    return {rules.joint, std::min(rules.minLength, kLongestSpur),
-            std::min(rules.minLength, kLongestBridge), hasGaps ? rules.coincidence : 0.0};
+    return {rules.joint, std::min(rules.minLength, kLongestDangle),
+            std::min(rules.minLength, kLongestContracted), hasGaps ? rules.coincidence : 0.0};
 }
 
 PathGroup GroupOf(const Bundle& bundle,
@@ -155,7 +155,7 @@ PathGroup GroupOf(const Bundle& bundle,
     PathGroup group = bundle.group;
     group.paths = JoinLines(bundle.lines, joining);
     const std::size_t before = group.paths.size();
-    std::erase_if(group.paths, [&](const Path& path) { return IsCrumb(path, rules); });
+    std::erase_if(group.paths, [&](const Path& path) { return IsTooShort(path, rules); });
     report.shortPaths += before - group.paths.size();
     report.paths += group.paths.size();
     if (rules.arcTolerance) {

@@ -1,4 +1,4 @@
-// From lines to a drawing: what goes together, in which style, as which paths.
+// From lines to a finished drawing: layers, styles and paths.
 #pragma once
 
 #include "drawing/paper/Paper.h"
@@ -13,28 +13,27 @@ using kxdrawing::Layering;
 struct ComposingRules {
     Layering layering = Layering::None;
     StyleSheet styles;
-    double coincidence = 0.02;          ///< Lines this near are one line, millimetres.
-    double joint = 0.001;               ///< Ends this near are one point, millimetres.
-    double minLength = 0.02;            ///< Paths shorter than this are left out, millimetres.
+    double coincidence = 0.02;          ///< Lines within this distance coincide, millimetres.
+    double joint = 0.001;               ///< Ends within this distance are one point, millimetres.
+    double minLength = 0.02;            ///< Shorter paths are omitted, millimetres.
     std::optional<double> arcTolerance; ///< Millimetres; none: polylines only.
 };
 
-/// Removes what is drawn twice, gives a rim one weight (Weights.h), joins what meets, leaves out
-/// crumbs and finds arcs.
+/// Removes duplicates (Overlaps.h), evens out line weights (Weights.h), joins lines (Joining.h),
+/// omits short paths and recognises arcs.
 ///
-/// A path that stays within a few joints of one place is a dot, and no dot is drawn whatever
-/// minLength is: writers round coordinates to about a joint. Otherwise the length counts, of closed
-/// paths too. Spurs and bridges (Spurs.h) shorter than minLength go before joining, those under
-/// 0.02 and 0.01 mm.
+/// A path no larger than a few joints is omitted whatever minLength is: writers round coordinates
+/// to about a joint. All others, closed ones too, are omitted by their length. Dangles and short
+/// edges (GraphCleaning.h) below minLength, but at most 0.02 and 0.01 mm, are removed before
+/// joining.
 ///
-/// Lines are joined within a layer over families and objects of one style, but visible lines never
-/// with hidden ones, even if these look alike. Groups come visible ones
-/// last, so that they are drawn over hidden ones; layers of types are named "hidden", "crease",
-/// "silhouette" and "intersection", layers of objects by the object, with " (2)" and so on after
-/// a name that repeats, "unnamed" for none, and "intersections" for lines of no single object. An
-/// object's layer has the same name whichever objects are seen.
-/// Layers without a path are left out. Page, texts and objects of the result are the caller's to
-/// fill.
+/// Lines are joined within a layer across kinds and objects of one style, but visible lines
+/// never with hidden ones, even if these look alike. Visible groups come last, so that they are
+/// drawn over hidden ones. Layers by type are named "hidden", "crease", "silhouette" and
+/// "intersection"; layers by object have the object's name, with " (2)" and so on for repeated
+/// names, "unnamed" for none, and "intersections" for lines shared by objects. An object's layer
+/// has the same name whichever objects are visible. Layers without a path are omitted. The caller
+/// fills in page, texts and objects.
 kxdrawing::Drawing Compose(PageLines lines, const ComposingRules& rules, DrawingStatistics& report);
 
 } // namespace kxcontour

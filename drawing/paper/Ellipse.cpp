@@ -1,12 +1,15 @@
-// Fits conics A x^2 + B x y + C y^2 + D x + E y + F = 0 by least squares, linear in the unknowns.
+// Fits conics A x^2 + B x y + C y^2 + D x + E y + F = 0 through two given end points by linear
+// least squares. O(n) for n points, in two rounds.
 //
 // Coordinates are chosen so that the ends need no equation: the first point lies at (-h, 0) and
 // the last at (h, 0), which makes D = 0 and F = -A h^2; if they are equal they lie at the origin,
-// and F = 0. The scale of the equation is set by A + C = 1, which no ellipse fails to have and no
-// turning changes (Bookstein 1979 has another form with that property). With A = (1 + u) / 2 and
-// C = (1 - u) / 2 the unknowns are u, B, D and E, of which a circle has u = B = 0. A second round
-// divides each equation by the length of the conic's gradient, which makes its error a distance to
-// first order (Sampson 1982).
+// and F = 0. The scale of the equation is set by A + C = 1, which holds for a multiple of every
+// ellipse and is invariant under rotation (F. L. Bookstein, Fitting conic sections to scattered
+// data, Computer Graphics and Image Processing 9, 1979, has another form with that property). With
+// A = (1 + u) / 2 and C = (1 - u) / 2 the unknowns are u, B, D and E; a circle has u = B = 0. The
+// second round divides each equation by the length of the conic's gradient, so that its error is
+// the distance to first order (P. D. Sampson, Fitting conic sections to "very scattered" data,
+// Computer Graphics and Image Processing 18, 1982).
 #include "drawing/paper/Ellipse.h"
 
 #include "drawing/common/Angles.h"
@@ -22,8 +25,8 @@ using namespace plane;
 
 constexpr double kQuarterTurn = 1.5707963267948966;
 
-/// Squares of coordinates, at most 1, add up to the sum of weights at most; less than this share of
-/// it is rounding.
+/// Coordinates are at most 1, so a pivot is at most the sum of weights; below this fraction of that
+/// it is rounding error.
 constexpr double kLeastPivot = 1e-18;
 
 constexpr int kNewtonSteps = 3;
@@ -32,8 +35,8 @@ constexpr std::size_t kUnknowns = 4;
 enum Unknown : std::size_t { kU, kB, kD, kE };
 using Row = std::array<double, kUnknowns>;
 
-/// Coordinates in which the ends lie on the first axis, symmetrical to the origin, and all points
-/// within the unit circle about it.
+/// Coordinates in which the ends lie on the first axis, symmetric about the origin, and all points
+/// within the unit circle around it.
 class Frame {
 public:
     explicit Frame(std::span<const Point> points) {
@@ -93,10 +96,10 @@ struct Conic {
     }
 };
 
-/// The sums of products of an overdetermined system of linear equations.
+/// The normal equations of an overdetermined linear system.
 class LeastSquares {
 public:
-    /// Unknowns that are not used stay zero.
+    /// Unused unknowns are zero.
     explicit LeastSquares(const std::array<bool, kUnknowns>& used) : used_(used) {}
 
     void add(const Row& row, double right, double weight) {
@@ -123,7 +126,7 @@ public:
     }
 
 private:
-    /// The matrix is positive semidefinite: its diagonal serves as pivots.
+    /// Gauss-Jordan. The matrix is positive semidefinite, so pivots are taken from its diagonal.
     bool eliminate(std::size_t pivot) {
         if (!(matrix_[pivot][pivot] > kLeastPivot * weights_)) {
             return false;
@@ -167,7 +170,7 @@ FitConic(std::span<const Point> points, const Frame& frame, EllipseKind kind, tW
     return Conic{*unknowns, frame.halfChord};
 }
 
-/// Nothing for any other conic than a real ellipse.
+/// Nothing unless the conic is a real ellipse.
 std::optional<Ellipse> EllipseOf(const Conic& conic, EllipseKind kind) {
     const double determinant = 4.0 * conic.a() * conic.c() - conic.b() * conic.b();
     if (!(determinant > 0.0)) {
@@ -211,8 +214,8 @@ Point Ellipse::tangentAt(double angle) const {
     return {x * axis.x - y * axis.y, x * axis.y + y * axis.x};
 }
 
-/// Starts at the point's image on the circle and goes down to the foot of its perpendicular by
-/// Newton's method; a step that leads away is not taken.
+/// Newton's method for the foot of the perpendicular, from the point's image on the circle; ends
+/// with a step that does not reduce the distance.
 double Ellipse::angleNear(Point point) const {
     const Point p{Dot(point - center, axis), Cross(axis, point - center)};
     double angle = AngleOf(p.x / radiusX, p.y / radiusY);

@@ -1,4 +1,4 @@
-// Ellipses, and those that fit points best.
+// Ellipses, and their fit to points.
 #pragma once
 
 #include "drawing/paper/Paper.h"
@@ -8,9 +8,9 @@
 
 namespace kxcontour {
 
-/// An ellipse, run through by an angle on the circle of which it is a stretched image: 0 on the
-/// first axis, a quarter turn on the second, which is a quarter turn from x towards y from the
-/// first. Angles in radians, lengths in millimetres.
+/// An ellipse, parametrised by the angle on the circle that it is the stretched image of: 0 on the
+/// first axis, a quarter turn on the second, which is the first turned from x towards y. Angles in
+/// radians, lengths in millimetres.
 struct Ellipse {
     Point center;
     Point axis{1.0, 0.0}; ///< The first one's direction, of length 1.
@@ -19,20 +19,20 @@ struct Ellipse {
 
     Point at(double angle) const;
 
-    /// How at() moves with the angle.
+    /// The derivative of at().
     Point tangentAt(double angle) const;
 
-    /// The angle of the nearest point, from -pi to pi. For points near the ellipse; from others,
-    /// some point that is not too far.
+    /// The angle of the nearest point, from -pi to pi, for points near the ellipse; for others, of
+    /// some point that is not much farther.
     double angleNear(Point point) const;
 };
 
 enum class EllipseKind { Circle, Any };
 
-/// The ellipse that goes through the first and the last point and fits those between best.
+/// The ellipse through the first and the last point that fits those between best.
 ///
-/// The first and last point may be equal; the ellipse then goes through that one. Nothing when
-/// there is none: too few points, points on a line or on a hyperbola. O(n).
+/// The first and last point may be equal. Nothing when there is no such ellipse: for too few points
+/// and for points on a line or a hyperbola. O(n).
 std::optional<Ellipse> FitEllipse(std::span<const Point> points, EllipseKind kind);
 
 } // namespace kxcontour

@@ -1,40 +1,40 @@
-// Ends become points, lines become links between points, links become trails, trails paths.
+// Polyline chaining: lines become a graph, which is cleaned and decomposed into Euler trails.
 #include "drawing/paper/Joining.h"
 
-#include "drawing/paper/Figure.h"
-#include "drawing/paper/LooseEnds.h"
+#include "drawing/paper/EulerTrails.h"
+#include "drawing/paper/GraphCleaning.h"
+#include "drawing/paper/LineGraph.h"
 #include "drawing/paper/Plane.h"
-#include "drawing/paper/Spurs.h"
-#include "drawing/paper/Trails.h"
 
 #include <algorithm>
 
 namespace kxcontour {
 namespace {
 
-Path PathAlong(const Trail& trail, const Figure& figure) {
+Path PathAlong(const Trail& trail, const LineGraph& graph) {
     Path path;
     path.points.reserve(trail.steps.size() + 1);
+    const auto append = [&](std::uint32_t end) {
+        const GraphEdge& edge = graph.edges[end / 2];
+        path.points.push_back(graph.vertices[end % 2 == 0 ? edge.from : edge.to]);
+    };
     for (const std::uint32_t step : trail.steps) {
-        const Link& link = figure.links[step / 2];
-        path.points.push_back(figure.points[step % 2 == 0 ? link.from : link.to]);
+        append(step);
     }
-    const std::uint32_t last = trail.steps.back();
-    const Link& link = figure.links[last / 2];
-    path.points.push_back(figure.points[last % 2 == 0 ? link.to : link.from]);
+    append(trail.steps.back() ^ 1U);
     return path;
 }
 
 } // namespace
 
 std::vector<Path> JoinLines(const std::vector<PageLine>& lines, const JoiningRules& rules) {
-    Figure figure = FigureOf(lines, rules.joint);
-    CutSpurs(figure, rules.spur);
-    ContractBridges(figure, rules.bridge);
-    JoinLooseEnds(figure, rules.gap);
+    LineGraph graph = MakeLineGraph(lines, rules.joint);
+    RemoveDangles(graph, rules.dangle);
+    ContractShortEdges(graph, rules.shortEdge);
+    CloseGaps(graph, rules.gap);
     std::vector<Path> paths;
-    for (const Trail& trail : FindTrails(figure.points, figure.links)) {
-        paths.push_back(PathAlong(trail, figure));
+    for (const Trail& trail : FindEulerTrails(graph)) {
+        paths.push_back(PathAlong(trail, graph));
     }
     return paths;
 }

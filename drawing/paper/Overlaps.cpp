@@ -1,12 +1,18 @@
-// Takes lines in order of priority and cuts out of each what the remains of those before it cover.
+// Removal of coincident lines: lines are taken in order of priority, and the parts that the
+// remaining parts of earlier lines cover are cut out of each.
 //
-// A line is compared with what is left of earlier lines, not with the lines as they came: otherwise
-// a hatch finer than the tolerance would vanish step by step, every line covered by one that is
-// gone itself.
+// The remaining parts are in a spatial grid (SpatialGrid.h), so that a line is compared with its
+// neighbours only. Most lines keep everything, or are covered by one earlier part, after which the
+// search stops; others are cut, and their remainders are compared again with neighbours from an
+// interval tree. Expected O(n log n) for n lines of which few cross each other.
+//
+// A line is compared with the remaining parts of earlier lines, not with these lines themselves:
+// otherwise a hatch finer than the tolerance would vanish line by line, each covered by one that is
+// removed itself.
 #include "drawing/paper/Overlaps.h"
 
-#include "drawing/paper/CellGrid.h"
 #include "drawing/paper/Plane.h"
+#include "drawing/paper/SpatialGrid.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -18,30 +24,30 @@ namespace {
 
 using namespace plane;
 
-/// Lines no longer than the tolerance can have no longer stretch in common, but may be drawn twice
-/// all the same. Half of the shorter line is enough there, if both go the same way or the opposite
-/// one; a line that only crosses or continues another is left alone.
+/// Lines no longer than the tolerance cannot have a longer interval in common, but may be
+/// duplicates all the same. Half of the shorter line suffices there if both are nearly parallel; a
+/// line that only crosses or continues another is kept.
 constexpr double kShortShare = 0.5;
 constexpr double kShortAlignment = 0.9;
 
-/// What rounding may do to the place of a cell's border.
+/// Covers the rounding of cell borders.
 constexpr double kReachPerTolerance = 1.001;
 
-/// A part of a line, as lengths from its first point.
-struct Stretch {
+/// A part of a line, in lengths from its first point.
+struct Interval {
     double from = 0.0;
     double to = 0.0;
 
     double length() const { return to - from; }
 };
 
-/// A line of the drawing with what the comparisons need of it.
-struct Ray {
+/// A line with its direction and length.
+struct DirectedLine {
     PageLine line;
     Point direction; ///< Of length 1, or zero for a line of no length.
     double length = 0.0;
 
-    explicit Ray(const PageLine& of)
+    explicit DirectedLine(const PageLine& of)
         : line(of), direction(Direction(of.b - of.a)), length(Distance(of.a, of.b)) {}
 
     double along(Point p) const { return Dot(p - line.a, direction); }
@@ -55,7 +61,7 @@ struct Ray {
     }
 };
 
-int RankOnTop(const LineGroup& group) {
+int PriorityOf(const LineGroup& group) {
     const int hidden = group.hidden ? 3 : 0;
     switch (group.kind) {
     case LineKind::Crease:
@@ -68,66 +74,68 @@ int RankOnTop(const LineGroup& group) {
     return hidden;
 }
 
-/// The numbers of the groups, those whose lines stay whole first.
-std::vector<std::size_t> GroupsByRank(const std::vector<LineGroup>& groups) {
+/// The numbers of the groups, those of highest priority first.
+std::vector<std::size_t> GroupsByPriority(const std::vector<LineGroup>& groups) {
     std::vector<std::size_t> order(groups.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(), [&](std::size_t i, std::size_t j) {
-        return RankOnTop(groups[i]) < RankOnTop(groups[j]);
+        return PriorityOf(groups[i]) < PriorityOf(groups[j]);
     });
     return order;
 }
 
-/// All lines by priority. Those of no length come last, since any other line may hide them.
-struct Queue {
+/// All lines by priority. Those of zero length come last, since any other line may cover them.
+struct PriorityOrder {
     std::vector<PageLine> lines;
-    std::vector<std::vector<std::uint32_t>> places; ///< By group and line: the number in lines.
+    std::vector<std::vector<std::uint32_t>>
+        positions; ///< By group and line: the position in lines.
 };
 
-Queue QueueOf(const std::vector<LineGroup>& groups) {
-    Queue queue;
-    queue.places.resize(groups.size());
-    const std::vector<std::size_t> order = GroupsByRank(groups);
+PriorityOrder PriorityOrderOf(const std::vector<LineGroup>& groups) {
+    PriorityOrder order;
+    order.positions.resize(groups.size());
+    const std::vector<std::size_t> byPriority = GroupsByPriority(groups);
     for (const bool dots : {false, true}) {
-        for (const std::size_t group : order) {
+        for (const std::size_t group : byPriority) {
             const std::vector<PageLine>& lines = groups[group].lines;
-            queue.places[group].resize(lines.size());
+            order.positions[group].resize(lines.size());
             for (std::size_t i = 0; i < lines.size(); ++i) {
                 if (IsSame(lines[i].a, lines[i].b) == dots) {
-                    queue.places[group][i] = static_cast<std::uint32_t>(queue.lines.size());
-                    queue.lines.push_back(lines[i]);
+                    order.positions[group][i] = static_cast<std::uint32_t>(order.lines.size());
+                    order.lines.push_back(lines[i]);
                 }
             }
         }
     }
-    return queue;
+    return order;
 }
 
-/// What is left of an earlier line, beside the line at hand.
+/// A remaining part of an earlier line near the current line.
 struct Neighbour {
     std::uint32_t number = 0; ///< In the grid.
-    Stretch beside;           ///< Its projection onto the line at hand.
+    Interval projection;      ///< Onto the current line.
 };
 
-/// Neighbours of a line, to be asked which of them lie beside a part of it. A tree over them in the
-/// order in which they begin: the middle one of a range is its root, with the farthest end of the
-/// range (Cormen, Leiserson, Rivest: Introduction to Algorithms, interval trees).
+/// An interval tree over the neighbours of a line, sorted by start: the middle one of a range is
+/// its root and has the largest end of the range (T. H. Cormen, C. E. Leiserson, R. L. Rivest,
+/// Introduction to Algorithms, interval trees).
 class NeighbourTree {
 public:
     void build(std::vector<Neighbour>& neighbours) {
         neighbours_.swap(neighbours);
         std::sort(neighbours_.begin(), neighbours_.end(),
                   [](const Neighbour& p, const Neighbour& q) {
-                      return p.beside.from != q.beside.from ? p.beside.from < q.beside.from
-                                                            : p.number < q.number;
+                      return p.projection.from != q.projection.from
+                                 ? p.projection.from < q.projection.from
+                                 : p.number < q.number;
                   });
         farthest_.resize(neighbours_.size());
         measure(0, neighbours_.size());
     }
 
     /// Calls visit(neighbour) for all that have more than a point in common with the part.
-    /// O(log n) for each of them and for the question.
-    template <class tVisit> void visit(const Stretch& part, tVisit visit) const {
+    /// O((k + 1) log n) for k of n neighbours.
+    template <class tVisit> void visit(const Interval& part, tVisit visit) const {
         visitRange(0, neighbours_.size(), part, visit);
     }
 
@@ -137,23 +145,24 @@ private:
             return -std::numeric_limits<double>::infinity();
         }
         const std::size_t root = first + (last - first) / 2;
-        farthest_[root] =
-            std::max({neighbours_[root].beside.to, measure(first, root), measure(root + 1, last)});
+        farthest_[root] = std::max(
+            {neighbours_[root].projection.to, measure(first, root), measure(root + 1, last)});
         return farthest_[root];
     }
 
     template <class tVisit>
-    void visitRange(std::size_t first, std::size_t last, const Stretch& part, tVisit& visit) const {
+    void
+    visitRange(std::size_t first, std::size_t last, const Interval& part, tVisit& visit) const {
         while (first != last) {
             const std::size_t root = first + (last - first) / 2;
             if (farthest_[root] <= part.from) {
                 return;
             }
             visitRange(first, root, part, visit);
-            if (neighbours_[root].beside.from >= part.to) {
+            if (neighbours_[root].projection.from >= part.to) {
                 return;
             }
-            if (neighbours_[root].beside.to > part.from) {
+            if (neighbours_[root].projection.to > part.from) {
                 visit(neighbours_[root]);
             }
             first = root + 1;
@@ -161,25 +170,22 @@ private:
     }
 
     std::vector<Neighbour> neighbours_;
-    std::vector<double> farthest_; ///< By root: the farthest end of its range.
+    std::vector<double> farthest_; ///< By root: the largest end of its range.
 };
 
-/// Does the work: goes through the lines once and remembers what is left of each.
-class Sweeper {
+/// Computes the remaining parts of each line, in order of priority.
+class OverlapRemover {
 public:
-    Sweeper(const std::vector<PageLine>& lines, double tolerance)
+    OverlapRemover(const std::vector<PageLine>& lines, double tolerance)
         : lines_(lines), tolerance_(tolerance), grid_(lines, tolerance * kReachPerTolerance) {
         firstRemains_.reserve(lines.size() + 1);
         firstRemains_.push_back(0);
         remains_.reserve(lines.size());
-    }
-
-    void sweep() {
         for (const PageLine& line : lines_) {
-            const Ray later(line);
+            const DirectedLine later(line);
             const std::size_t before = remains_.size();
             if (later.length > 0.0) {
-                keepRests(later);
+                keepUncovered(later);
             } else {
                 keepDot(line.a);
             }
@@ -195,19 +201,19 @@ public:
 
     bool isAllWhole() const { return isAllWhole_; }
 
-    /// How many cells of the grid, lines in them and neighbours of rests were looked at.
-    std::size_t looks() const { return grid_.looks() + looksBeside_; }
+    /// The number of grid cells, lines in them and neighbours of remainders examined.
+    std::size_t work() const { return grid_.work() + neighboursExamined_; }
 
-    /// What is left of a line, in order along it.
+    /// Appends the remaining parts of a line, in order along it.
     void appendRemains(std::size_t i, std::vector<PageLine>& to) const {
         for (std::size_t k = firstRemains_[i]; k < firstRemains_[i + 1]; ++k) {
             to.push_back(grid_.line(static_cast<std::uint32_t>(k)));
         }
     }
 
-    /// The same as shares of the line of that number in its group; a dot is all of itself.
+    /// The same as shares of the line, which has the given number in its group; a dot is one share.
     void appendShares(std::size_t i, std::uint32_t line, std::vector<LineShare>& to) const {
-        const double length = Ray(lines_[i]).length;
+        const double length = DirectedLine(lines_[i]).length;
         for (std::size_t k = firstRemains_[i]; k < firstRemains_[i + 1]; ++k) {
             const bool isDot = length == 0.0;
             to.push_back({line, isDot ? 0.0 : remains_[k].from / length,
@@ -216,15 +222,15 @@ public:
     }
 
 private:
-    /// What is left of an earlier line may do to the one at hand, as far as a cheap look tells.
-    enum class Relation : std::uint8_t { Apart, Crossing, Beside };
+    /// Of an earlier piece to the current line, by a cheap conservative test.
+    enum class Relation : std::uint8_t { Apart, Crossing, Parallel };
 
-    /// Over the part of a piece that is beside the line the distance grows or falls evenly. Where
-    /// that stays off the piece on one side, nothing is covered. Where an end of it is off, the
-    /// piece covers nothing of the line as a whole: it can only cover a rest. Both are left open
-    /// within rounding.
-    Relation relationOf(const Ray& later, const PageLine& piece) const {
-        const Stretch common = commonStretch({0.0, later.length}, projectionOf(piece, later));
+    /// The signed distance from the piece is linear over their common interval. If it exceeds the
+    /// tolerance on one side everywhere, nothing is covered; if it does so at one end, the piece
+    /// covers no part of the whole line and can only cover a remainder. Both tests leave room for
+    /// rounding.
+    Relation relationOf(const DirectedLine& later, const PageLine& piece) const {
+        const Interval common = commonInterval({0.0, later.length}, projectionOf(piece, later));
         const Point along = piece.b - piece.a;
         const double start = Cross(along, later.line.a - piece.a);
         const double slope = Cross(along, later.direction);
@@ -235,14 +241,14 @@ private:
         const double reach = tolerance_ * kReachPerTolerance;
         const double square = reach * reach * SquaredLength(along);
         const double nearest = std::max({low, -high, 0.0});
-        // One condition, for which of the two fails is hard to predict.
+        // One branch: which of the two conditions fails is hard to predict.
         if (static_cast<int>(common.length() > 0.0) *
                 static_cast<int>(nearest * nearest <= square) ==
             0) {
             return Relation::Apart;
         }
         const double farthest = std::max(-low, high);
-        return farthest * farthest > square ? Relation::Crossing : Relation::Beside;
+        return farthest * farthest > square ? Relation::Crossing : Relation::Parallel;
     }
 
     void keepDot(Point dot) {
@@ -253,12 +259,12 @@ private:
         }
     }
 
-    /// Writes down what is left of the line. A rest is a line of its own: what is near enough to
-    /// another line along all of the rest need not have been so along more. So rests are looked at
-    /// again until nothing more is found. Every cut takes half a tolerance away, and most lines
-    /// need one round, those that are cut two.
-    void keepRests(const Ray& later) {
-        const Stretch whole{0.0, later.length};
+    /// Appends the remaining parts of the line. A remainder is a line of its own: a piece may be
+    /// near enough along all of the remainder, though it was not along the whole line. So
+    /// remainders are compared again until nothing more is covered. Every cut removes at least half
+    /// a tolerance; most lines need one round, those that are cut two.
+    void keepUncovered(const DirectedLine& later) {
+        const Interval whole{0.0, later.length};
         if (isCoveredByOne(later, whole)) {
             return;
         }
@@ -266,26 +272,26 @@ private:
             remains_.push_back(whole);
             return;
         }
-        rests_.clear();
+        remainders_.clear();
         cut(whole);
-        if (!rests_.empty()) {
-            plantTree(later);
+        if (!remainders_.empty()) {
+            buildTree(later);
         }
-        while (!rests_.empty()) {
-            const Stretch rest = rests_.back();
-            rests_.pop_back();
-            findCovers(later, rest);
+        while (!remainders_.empty()) {
+            const Interval remainder = remainders_.back();
+            remainders_.pop_back();
+            findCovers(later, remainder);
             if (covers_.empty()) {
-                remains_.push_back(rest);
+                remains_.push_back(remainder);
             } else {
-                cut(rest);
+                cut(remainder);
             }
         }
     }
 
-    /// Gathers what is near the line and what of it covers the whole line in part. Ends as soon as
-    /// one piece alone leaves no rest that is worth it: what else is near can only cover more.
-    bool isCoveredByOne(const Ray& later, const Stretch& whole) {
+    /// Collects the pieces near the line, and the parts of the line that they cover. Ends as soon
+    /// as one piece alone leaves no remainder worth keeping: others can only cover more.
+    bool isCoveredByOne(const DirectedLine& later, const Interval& whole) {
         near_.clear();
         crossing_.clear();
         covers_.clear();
@@ -295,60 +301,61 @@ private:
             if (relation == Relation::Crossing) {
                 crossing_.push_back(number);
             }
-            if (relation != Relation::Beside) {
+            if (relation != Relation::Parallel) {
                 return true;
             }
             near_.push_back({number, projectionOf(piece, later)});
             const std::size_t before = covers_.size();
             findCover(later, whole, near_.back());
-            return covers_.size() == before || isWorthIt({whole.from, covers_.back().from}) ||
-                   isWorthIt({covers_.back().to, whole.to});
+            return covers_.size() == before || isWorthKeeping({whole.from, covers_.back().from}) ||
+                   isWorthKeeping({covers_.back().to, whole.to});
         });
     }
 
-    /// Once there are rests, what crosses the line may cover one of them.
-    void plantTree(const Ray& later) {
+    /// Pieces that cross the line may cover a remainder.
+    void buildTree(const DirectedLine& later) {
         for (const std::uint32_t number : crossing_) {
             near_.push_back({number, projectionOf(grid_.line(number), later)});
         }
         tree_.build(near_);
     }
 
-    void findCovers(const Ray& later, const Stretch& rest) {
+    void findCovers(const DirectedLine& later, const Interval& remainder) {
         covers_.clear();
-        tree_.visit(rest, [&](const Neighbour& piece) {
-            ++looksBeside_;
-            findCover(later, rest, piece);
+        tree_.visit(remainder, [&](const Neighbour& piece) {
+            ++neighboursExamined_;
+            findCover(later, remainder, piece);
         });
     }
 
-    void findCover(const Ray& later, const Stretch& rest, const Neighbour& neighbour) {
+    void
+    findCover(const DirectedLine& later, const Interval& remainder, const Neighbour& neighbour) {
         const PageLine& piece = grid_.line(neighbour.number);
-        const Stretch common = commonStretch(rest, neighbour.beside);
-        if (isLongEnough(common, later, rest, piece) && isNear(later.at(common.from), piece) &&
+        const Interval common = commonInterval(remainder, neighbour.projection);
+        if (isLongEnough(common, later, remainder, piece) && isNear(later.at(common.from), piece) &&
             isNear(later.at(common.to), piece)) {
             covers_.push_back(common);
         }
     }
 
-    static Stretch projectionOf(const PageLine& piece, const Ray& later) {
+    static Interval projectionOf(const PageLine& piece, const DirectedLine& later) {
         const double p = later.along(piece.a);
         const double q = later.along(piece.b);
         return {std::min(p, q), std::max(p, q)};
     }
 
-    static Stretch commonStretch(const Stretch& rest, const Stretch& other) {
-        return {std::max(rest.from, other.from), std::min(rest.to, other.to)};
+    static Interval commonInterval(const Interval& remainder, const Interval& other) {
+        return {std::max(remainder.from, other.from), std::min(remainder.to, other.to)};
     }
 
-    bool isLongEnough(const Stretch& common,
-                      const Ray& later,
-                      const Stretch& rest,
+    bool isLongEnough(const Interval& common,
+                      const DirectedLine& later,
+                      const Interval& remainder,
                       const PageLine& earlier) const {
         if (common.length() > tolerance_) {
             return true;
         }
-        const double shorter = std::min(rest.length(), Distance(earlier.a, earlier.b));
+        const double shorter = std::min(remainder.length(), Distance(earlier.a, earlier.b));
         return shorter <= tolerance_ && common.length() > kShortShare * shorter &&
                std::abs(Dot(later.direction, Direction(earlier.b - earlier.a))) >= kShortAlignment;
     }
@@ -357,80 +364,76 @@ private:
         return SquaredDistanceToLine(p, line.a, line.b) <= tolerance_ * tolerance_;
     }
 
-    /// Puts what the covers leave on the pile of rests, so that the first one is on top.
-    void cut(const Stretch& rest) {
-        std::sort(covers_.begin(), covers_.end(), [](const Stretch& s, const Stretch& t) {
+    /// Pushes the remainders between the covers so that the first one is on top of the stack.
+    void cut(const Interval& remainder) {
+        std::sort(covers_.begin(), covers_.end(), [](const Interval& s, const Interval& t) {
             return s.from < t.from || (s.from == t.from && s.to < t.to);
         });
-        const auto bottom = static_cast<std::ptrdiff_t>(rests_.size());
-        double covered = rest.from;
-        for (const Stretch& cover : covers_) {
-            pile({covered, cover.from});
+        const auto bottom = static_cast<std::ptrdiff_t>(remainders_.size());
+        double covered = remainder.from;
+        for (const Interval& cover : covers_) {
+            push({covered, cover.from});
             covered = std::max(covered, cover.to);
         }
-        pile({covered, rest.to});
-        std::reverse(rests_.begin() + bottom, rests_.end());
+        push({covered, remainder.to});
+        std::reverse(remainders_.begin() + bottom, remainders_.end());
     }
 
-    void pile(const Stretch& rest) {
-        if (isWorthIt(rest)) {
-            rests_.push_back(rest);
+    void push(const Interval& remainder) {
+        if (isWorthKeeping(remainder)) {
+            remainders_.push_back(remainder);
         }
     }
 
-    /// A rest has to be no shorter than the tolerance.
-    bool isWorthIt(const Stretch& rest) const { return rest.length() >= tolerance_; }
+    bool isWorthKeeping(const Interval& remainder) const {
+        return remainder.length() >= tolerance_;
+    }
 
     const std::vector<PageLine>& lines_;
     double tolerance_;
-    CellGrid grid_; ///< What is left of the lines so far, numbered as in remains_.
+    SpatialGrid grid_; ///< The remaining parts of the lines so far, numbered as in remains_.
     std::vector<std::size_t> firstRemains_;
-    std::vector<Stretch> remains_; ///< Of all lines so far, one line after the other.
+    std::vector<Interval> remains_; ///< Of all lines so far, one line after the other.
     bool isAllWhole_ = true;
-    std::size_t looksBeside_ = 0;
-    // Of the line at hand:
+    std::size_t neighboursExamined_ = 0;
+    // Of the current line:
     std::vector<Neighbour> near_;
-    std::vector<std::uint32_t> crossing_; ///< Not in near_, as long as there are no rests.
+    std::vector<std::uint32_t> crossing_; ///< Not in near_ while there are no remainders.
     NeighbourTree tree_;
-    std::vector<Stretch> rests_; ///< Still to be looked at, the next one last.
-    std::vector<Stretch> covers_;
+    std::vector<Interval> remainders_; ///< A stack of those to be compared.
+    std::vector<Interval> covers_;
 };
 
 } // namespace
 
 bool RemoveOverlaps(PageLines& lines, double tolerance) {
-    const Queue queue = QueueOf(lines.groups);
-    Sweeper sweeper(queue.lines, tolerance);
-    sweeper.sweep();
+    const PriorityOrder order = PriorityOrderOf(lines.groups);
+    const OverlapRemover remover(order.lines, tolerance);
     for (std::size_t group = 0; group < lines.groups.size(); ++group) {
         std::vector<PageLine> kept;
-        kept.reserve(queue.places[group].size());
-        for (const std::uint32_t place : queue.places[group]) {
-            sweeper.appendRemains(place, kept);
+        kept.reserve(order.positions[group].size());
+        for (const std::uint32_t position : order.positions[group]) {
+            remover.appendRemains(position, kept);
         }
         lines.groups[group].lines = std::move(kept);
     }
-    return !sweeper.isAllWhole();
+    return !remover.isAllWhole();
 }
 
 std::vector<std::vector<LineShare>> SharesLeft(const PageLines& lines, double tolerance) {
-    const Queue queue = QueueOf(lines.groups);
-    Sweeper sweeper(queue.lines, tolerance);
-    sweeper.sweep();
+    const PriorityOrder order = PriorityOrderOf(lines.groups);
+    const OverlapRemover remover(order.lines, tolerance);
     std::vector<std::vector<LineShare>> shares(lines.groups.size());
     for (std::size_t group = 0; group < shares.size(); ++group) {
-        for (std::uint32_t i = 0; i < queue.places[group].size(); ++i) {
-            sweeper.appendShares(queue.places[group][i], i, shares[group]);
+        for (std::uint32_t i = 0; i < order.positions[group].size(); ++i) {
+            remover.appendShares(order.positions[group][i], i, shares[group]);
         }
     }
     return shares;
 }
 
-std::size_t LooksForOverlaps(const PageLines& lines, double tolerance) {
-    const Queue queue = QueueOf(lines.groups);
-    Sweeper sweeper(queue.lines, tolerance);
-    sweeper.sweep();
-    return sweeper.looks();
+std::size_t OverlapWork(const PageLines& lines, double tolerance) {
+    return OverlapRemover(PriorityOrderOf(lines.groups).lines, tolerance).work();
 }
 
 } // namespace kxcontour

@@ -1,4 +1,4 @@
-// No line is drawn twice.
+// Removal of coincident lines, so that each line is drawn once.
 #pragma once
 
 #include "drawing/paper/Paper.h"
@@ -9,26 +9,26 @@
 
 namespace kxcontour {
 
-/// Takes out of every line what lines before it show already.
+/// Removes from every line the parts that earlier lines show already.
 ///
-/// Two lines lie on each other when, over their common stretch (what the projection of one onto the
-/// other covers of it), neither end of the stretch is farther than tolerance from the other line,
-/// and the stretch is longer than tolerance. If one of them is no longer than tolerance itself,
-/// more than half of it is enough, should both go nearly the same way. Visible lines come before
-/// hidden ones; among these silhouettes before creases before intersections; then the order of
-/// groups and lines. Lines of no length are dropped when something else touches them. Groups keep
-/// their number and order; their lines are cut, in order along the line they come from.
+/// Two lines coincide when, over their common interval (the projection of one onto the other),
+/// neither end of the interval is farther than tolerance from the other line, and the interval is
+/// longer than tolerance. If one of them is no longer than tolerance itself, more than half of it
+/// suffices, provided that both have nearly the same direction. Visible lines come before hidden
+/// ones; among these silhouettes before creases before intersections; then the order of groups and
+/// lines. Lines of zero length are removed when another line touches them. Groups keep their number
+/// and order; the parts of a line that are left are in order along it.
 ///
-/// Lines are compared with what is left of those before them, so what goes is within tolerance of
-/// something that stays; but for rests shorter than tolerance, which go as well and may be twice as
-/// far. No two lines of the result lie on each other.
+/// Lines are compared with the remaining parts of earlier lines, so a removed part is within
+/// tolerance of something that stays, except for remainders shorter than tolerance, which are
+/// removed as well and may be twice as far. No two lines of the result coincide.
 ///
 /// tolerance in millimetres, over 0. Coordinates are finite. Expected O(n log n) for n lines of
-/// which few cross each other, however many lie on one: what one earlier line shows as a whole is
-/// looked for until the first such line is found. Lines that only many shorter ones cover together
-/// cost as much as there are of these.
+/// which few cross each other, however many coincide: the search for an earlier line that covers
+/// all of a line stops with the first. A line that only many shorter ones cover together costs as
+/// much as there are of these.
 ///
-/// Returns whether anything went.
+/// Returns whether anything was removed.
 bool RemoveOverlaps(PageLines& lines, double tolerance);
 
 /// A part of a line, from 0 at a to 1 at b.
@@ -38,11 +38,11 @@ struct LineShare {
     double to = 1.0;
 };
 
-/// What RemoveOverlaps() would leave of the lines of each group, in order along each line.
+/// The parts of the lines of each group that RemoveOverlaps() would keep, in order along each line.
 std::vector<std::vector<LineShare>> SharesLeft(const PageLines& lines, double tolerance);
 
-/// What that costs on any machine: how many cells of a grid, lines in them and parts of lines are
-/// looked at.
-std::size_t LooksForOverlaps(const PageLines& lines, double tolerance);
+/// The work of RemoveOverlaps(), independent of the machine: the number of grid cells, lines in
+/// them and parts of lines that it examines.
+std::size_t OverlapWork(const PageLines& lines, double tolerance);
 
 } // namespace kxcontour

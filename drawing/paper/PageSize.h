@@ -10,8 +10,7 @@
 
 namespace kxcontour {
 
-/// What stays white along every edge of the sheet unless another margin is asked for, in
-/// millimetres.
+/// The default margin along every edge of the sheet, in millimetres.
 constexpr double kPageMargin = 10.0;
 
 using kxdrawing::PageSize;
@@ -19,7 +18,7 @@ using kxdrawing::PageSize;
 /// Reads a plain decimal number with mm, cm, in or pt (1/72 in) behind it, or with none of them for
 /// millimetres; returns millimetres.
 ///
-/// Nothing for any other text and for what is not finite. Knows no locale.
+/// Nothing for any other text and for numbers that are not finite. Independent of locale.
 std::optional<double> ReadPaperLength(std::string_view text);
 
 /// Reads A0 to A6, letter, legal (in any case, portrait) or WIDTHxHEIGHT with one of the units of
@@ -31,7 +30,7 @@ PageSize ParsePageSize(std::string_view text);
 /// The same sheet, turned so that it is at least as wide as high.
 PageSize Landscape(PageSize page);
 
-/// "210 x 297 mm", with six significant digits, whatever the locale.
+/// "210 x 297 mm", with six significant digits, independent of locale.
 std::string Describe(PageSize page);
 
 /// The names that ParsePageSize() knows.

@@ -1,4 +1,4 @@
-// Lines on a sheet of paper: what is found in the view, and the paths that are written.
+// Lines on a sheet of paper: those found in a view, and the paths made of them.
 //
 // Lengths are millimetres. Points are measured from the sheet's upper left corner, x to the right
 // and y down.
@@ -31,13 +31,10 @@ struct LineGroup {
     std::vector<PageLine> lines;
 };
 
-/// Everything that a view shows of a scene, before it is made into paths.
+/// All lines of a view of a scene, before they are made into paths.
 struct PageLines {
     std::vector<std::string> objects; ///< Their names as the files have them; may repeat.
     std::vector<LineGroup> groups;
 };
-
-/// The number of paths of a drawing.
-std::size_t CountPaths(const kxdrawing::Drawing& drawing);
 
 } // namespace kxcontour

@@ -1,46 +1,45 @@
-// A spatial hash of grid cells, each with the list of its representatives. Nothing iterates over
-// the table, so its order reaches no result.
+// Leader clustering (J. A. Hartigan, Clustering Algorithms, 1975, the leader algorithm) on a
+// spatial hash: the cells of a uniform grid that hold representatives, each with a list of them. A
+// point is compared with the representatives of its cell and, near a border of it, of up to three
+// others.
 #include "drawing/paper/PointClusters.h"
 
+#include "drawing/paper/PairHash.h"
 #include "drawing/paper/Plane.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace kxcontour {
 namespace {
 
 using namespace plane;
 
-constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
+constexpr std::uint32_t kNone = ctr::detail::HashedIndex<int>::kNone;
 
-/// Wide enough that most points are away from all borders and need a look into one cell only.
+/// Wide enough that most points are away from all borders, so that one cell is searched.
 constexpr double kTolerancesPerCell = 8.0;
 
-/// For a tolerance of 0, where only equal points meet.
+/// For a tolerance of 0, which merges equal points only.
 constexpr double kLeastCell = 1e-3;
 
-/// A quotient near 2^53 would lose its fraction; paper is smaller. The floor without a call, which
-/// it takes on processors of the oldest kind.
-std::int64_t CellOf(double coordinate, double size) {
-    const double quotient = coordinate / size;
-    const auto cell = static_cast<std::int64_t>(quotient);
-    return cell - (static_cast<double>(cell) > quotient ? 1 : 0);
+/// Coordinates near 2^53 cells would lose their fraction; paper is smaller. Rounds down without
+/// std::floor, which is a function call on old processors.
+std::int64_t CellAt(double coordinate, double size) {
+    const double position = coordinate / size;
+    const auto cell = static_cast<std::int64_t>(position);
+    return cell - (static_cast<double>(cell) > position ? 1 : 0);
 }
 
-std::uint64_t HashOfCell(const std::pair<std::int64_t, std::int64_t>& key) {
-    std::uint64_t hash = static_cast<std::uint64_t>(key.first) * 0x9e3779b97f4a7c15U ^
-                         static_cast<std::uint64_t>(key.second) * 0xc2b2ae3d27d4eb4fU;
-    hash ^= hash >> 29U;
-    hash *= 0xbf58476d1ce4e5b9U;
-    return hash ^ hash >> 32U;
+std::uint64_t HashOf(const std::pair<std::int64_t, std::int64_t>& cell) {
+    return PairHash(static_cast<std::uint64_t>(cell.first),
+                    static_cast<std::uint64_t>(cell.second));
 }
 
 } // namespace
 
 PointClusters::PointClusters(double tolerance, std::size_t expected)
     : tolerance_(tolerance), cellSize_(std::max(kTolerancesPerCell * tolerance, kLeastCell)),
-      capacity_(std::max<std::size_t>(expected, 16)), index_(capacity_) {
+      capacity_(std::max<std::size_t>(expected, 16)), cellIndex_(capacity_) {
     points_.reserve(expected);
     older_.reserve(expected);
 }
@@ -54,24 +53,12 @@ std::uint32_t PointClusters::add(Point point) {
     return static_cast<std::uint32_t>(points_.size() - 1);
 }
 
-PointClusters::CellKey PointClusters::cellAt(double x, double y) const {
-    return {CellOf(x, cellSize_), CellOf(y, cellSize_)};
-}
-
-/// Of a cell; CellIndex::kNone if it is not in use.
-std::uint32_t PointClusters::indexOf(const CellKey& key) const {
-    return index_.find(HashOfCell(key), key,
-                       [this](std::uint32_t cell) -> const CellKey& { return cells_[cell].key; });
-}
-
 std::uint32_t PointClusters::firstIn(const CellKey& key, Point point) const {
+    const std::uint32_t cell =
+        cellIndex_.find(HashOf(key), key, [&](std::uint32_t i) { return cells_[i].key; });
     std::uint32_t first = kNone;
-    const std::uint32_t cell = indexOf(key);
-    if (cell == CellIndex::kNone) {
-        return first;
-    }
     // From the newest to the oldest: the last one that is near is the first.
-    for (std::uint32_t i = cells_[cell].newest; i != kNone; i = older_[i]) {
+    for (std::uint32_t i = cell == kNone ? kNone : cells_[cell].newest; i != kNone; i = older_[i]) {
         if (SquaredLength(points_[i] - point) <= tolerance_ * tolerance_) {
             first = i;
         }
@@ -81,10 +68,11 @@ std::uint32_t PointClusters::firstIn(const CellKey& key, Point point) const {
 
 std::uint32_t PointClusters::found(Point point) const {
     std::uint32_t first = kNone;
-    const CellKey low = cellAt(point.x - tolerance_, point.y - tolerance_);
-    const CellKey high = cellAt(point.x + tolerance_, point.y + tolerance_);
-    for (std::int64_t row = low.second; row <= high.second; ++row) {
-        for (std::int64_t column = low.first; column <= high.first; ++column) {
+    const std::int64_t lastColumn = CellAt(point.x + tolerance_, cellSize_);
+    const std::int64_t lastRow = CellAt(point.y + tolerance_, cellSize_);
+    for (std::int64_t row = CellAt(point.y - tolerance_, cellSize_); row <= lastRow; ++row) {
+        std::int64_t column = CellAt(point.x - tolerance_, cellSize_);
+        for (; column <= lastColumn; ++column) {
             first = std::min(first, firstIn({column, row}, point));
         }
     }
@@ -92,28 +80,28 @@ std::uint32_t PointClusters::found(Point point) const {
 }
 
 void PointClusters::insert(Point point) {
-    const auto representative = static_cast<std::uint32_t>(points_.size());
-    const CellKey key = cellAt(point.x, point.y);
-    std::uint32_t cell = indexOf(key);
-    if (cell == CellIndex::kNone) {
-        if (cells_.size() == capacity_) {
-            grow();
-        }
-        cell = static_cast<std::uint32_t>(cells_.size());
-        cells_.push_back({key, kNone});
-        index_.findOrAdd(HashOfCell(key), key, cell,
-                         [this](std::uint32_t i) -> const CellKey& { return cells_[i].key; });
+    if (cells_.size() == capacity_) {
+        grow();
     }
+    const CellKey key{CellAt(point.x, cellSize_), CellAt(point.y, cellSize_)};
+    const auto next = static_cast<std::uint32_t>(cells_.size());
+    const std::uint32_t cell = cellIndex_.findOrAdd(HashOf(key), key, next,
+                                                    [&](std::uint32_t i) { return cells_[i].key; });
+    if (cell == next) {
+        cells_.push_back({key, kNone});
+    }
+    older_.push_back(cells_[cell].newest);
+    cells_[cell].newest = static_cast<std::uint32_t>(points_.size());
     points_.push_back(point);
-    older_.push_back(std::exchange(cells_[cell].newest, representative));
 }
 
 void PointClusters::grow() {
     capacity_ *= 2;
-    index_ = CellIndex(capacity_);
+    cellIndex_ = ctr::detail::HashedIndex<CellKey>(capacity_);
     for (std::uint32_t cell = 0; cell < cells_.size(); ++cell) {
-        index_.findOrAdd(HashOfCell(cells_[cell].key), cells_[cell].key, cell,
-                         [this](std::uint32_t i) -> const CellKey& { return cells_[i].key; });
+        const CellKey& key = cells_[cell].key;
+        cellIndex_.findOrAdd(HashOf(key), key, cell,
+                             [&](std::uint32_t i) { return cells_[i].key; });
     }
 }
 

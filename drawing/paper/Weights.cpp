@@ -1,11 +1,16 @@
-// Ends of visible lines that share a point are looked at where a lighter one meets a heavier one:
-// from there the light line is followed, straight on, until it meets a heavier one again.
+// Computes which runs of lighter lines continue a heavier line on both sides, and gives them its
+// kind.
 //
-// An end is numbered as in Trails.cpp: 2 i at the first point of line i, 2 i + 1 at the second.
+// From every end of a light line where it meets a heavier one, the light line is followed, each
+// time to its straightest continuation, until it meets a heavier one again. Ends of visible lines
+// are sorted by the point that they share, found by hashing, so the expected time is O(n) for n
+// lines: at most kMostEnds ends are compared per point and kFewLines lines followed per end.
 #include "drawing/paper/Weights.h"
 
-#include <ctr/detail/Welding.h>
+#include <ctr/detail/HashedIndex.h>
 
+#include "drawing/paper/LineGraph.h"
+#include "drawing/paper/PairHash.h"
 #include "drawing/paper/Plane.h"
 
 #include <algorithm>
@@ -13,7 +18,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <numeric>
 #include <optional>
 #include <span>
 #include <utility>
@@ -28,23 +32,38 @@ constexpr std::uint32_t kNoStrokeEnd = static_cast<std::uint32_t>(-1);
 constexpr std::size_t kFewLines = 5;
 constexpr double kLongerThanBeside = 2.0;
 
-/// Cosines of turns: a corner from 30 degrees on, a bend from half a degree to 60.
+/// Cosines of turning angles: a corner from 30 degrees on, a bend from half a degree to 60.
 constexpr double kSmoothCosine = 0.8660254037844387;
 constexpr double kStraightCosine = 0.9999619230641713;
 constexpr double kHalfRimCosine = 0.5;
 
-/// Where more ends than this meet is no rim.
+/// No rim passes through a point where more ends meet.
 constexpr std::size_t kMostEnds = 24;
 
-using PointKey = std::pair<double, double>;
+/// Numbers different points in the order in which they come.
+class DistinctPoints {
+public:
+    explicit DistinctPoints(std::size_t capacity) : index_(capacity) { points_.reserve(capacity); }
 
-std::uint64_t HashOfPoint(const PointKey& point) {
-    // Both zeros are the same.
-    const std::uint64_t hash =
-        std::bit_cast<std::uint64_t>(point.first + 0.0) * 0x9e3779b97f4a7c15U ^
-        std::bit_cast<std::uint64_t>(point.second + 0.0) * 0xc2b2ae3d27d4eb4fU;
-    return (hash ^ hash >> 32U) * 0xbf58476d1ce4e5b9U;
-}
+    std::uint32_t add(Point point) {
+        // Adding 0 makes both zeros the same.
+        const std::uint64_t hash = PairHash(std::bit_cast<std::uint64_t>(point.x + 0.0),
+                                            std::bit_cast<std::uint64_t>(point.y + 0.0));
+        const auto next = static_cast<std::uint32_t>(points_.size());
+        const std::uint32_t number = index_.findOrAdd(hash, {point.x, point.y}, next,
+                                                      [&](std::uint32_t i) { return points_[i]; });
+        if (number == next) {
+            points_.emplace_back(point.x, point.y);
+        }
+        return number;
+    }
+
+    std::size_t count() const { return points_.size(); }
+
+private:
+    std::vector<std::pair<double, double>> points_;
+    ctr::detail::HashedIndex<std::pair<double, double>> index_;
+};
 
 /// A visible line and where it comes from.
 struct Stroke {
@@ -55,12 +74,12 @@ struct Stroke {
 
 class WeightEvener {
 public:
-    WeightEvener(PageLines& lines, const StyleSheet& styles) : lines_(lines) {
-        collectStrokes(styles);
-    }
+    WeightEvener(PageLines& lines, const StyleSheet& styles)
+        : lines_(lines), strokes_(StrokesOf(lines, styles)), ends_(EndsOf(strokes_)),
+          changes_(strokes_.size()) {}
 
     void even() {
-        collectEnds();
+        findGreatestWidths();
         for (std::uint32_t end = 0; end < 2 * strokes_.size(); ++end) {
             if (meetsHeavier(end)) {
                 follow(end);
@@ -72,10 +91,11 @@ public:
     }
 
 private:
-    void collectStrokes(const StyleSheet& styles);
-    void collectEnds();
+    static std::vector<Stroke> StrokesOf(const PageLines& lines, const StyleSheet& styles);
+    static EndsByVertex EndsOf(const std::vector<Stroke>& strokes);
+    void findGreatestWidths();
     bool meetsHeavier(std::uint32_t end) const {
-        return strokes_[end / 2].width < greatestWidth_[pointOfEnd_[end]];
+        return strokes_[end / 2].width < greatestWidth_[ends_.vertexOf(end)];
     }
     std::uint32_t nextOf(std::uint32_t end) const;
     std::uint32_t straightestFrom(std::uint32_t end) const;
@@ -84,11 +104,7 @@ private:
     bool isToBeEvened(std::uint32_t before, std::uint32_t after) const;
     void moveChanged();
     void numberGroups();
-    std::size_t groupFor(LineKind family, std::size_t object);
-
-    std::span<const std::uint32_t> endsAt(std::uint32_t point) const {
-        return {ends_.data() + firstEnd_[point], firstEnd_[point + 1] - firstEnd_[point]};
-    }
+    std::size_t groupFor(LineKind kind, std::size_t object);
 
     /// From the end into its line.
     Point vectorOf(std::uint32_t end) const {
@@ -102,68 +118,61 @@ private:
 
     double lengthOf(std::uint32_t end) const { return Length(vectorOf(end)); }
 
-    LineKind familyOf(std::uint32_t end) const {
-        return lines_.groups[strokes_[end / 2].group].kind;
-    }
+    LineKind kindOf(std::uint32_t end) const { return lines_.groups[strokes_[end / 2].group].kind; }
 
     PageLines& lines_;
     std::vector<Stroke> strokes_;
-    std::vector<std::uint32_t> pointOfEnd_;
-    std::vector<double> greatestWidth_;   ///< By point: of the lines that meet there.
-    std::vector<std::uint32_t> firstEnd_; ///< By point: its ends in ends_; one more at the end.
-    std::vector<std::uint32_t> ends_;
+    EndsByVertex ends_;
+    std::vector<double> greatestWidth_;            ///< By vertex: of the lines that meet there.
     std::vector<std::optional<LineKind>> changes_; ///< By stroke.
     bool hasChanged_ = false;
-    std::vector<std::uint32_t> run_; ///< Of the run at hand: where each stroke is entered.
-    /// By family and object: the first visible group.
+    std::vector<std::uint32_t> run_; ///< The current run: the end where each stroke is entered.
+    /// By kind and object: the first visible group.
     std::map<std::pair<LineKind, std::size_t>, std::size_t> groups_;
 };
 
-void WeightEvener::collectStrokes(const StyleSheet& styles) {
-    for (std::uint32_t group = 0; group < lines_.groups.size(); ++group) {
-        const LineGroup& all = lines_.groups[group];
+std::vector<Stroke> WeightEvener::StrokesOf(const PageLines& lines, const StyleSheet& styles) {
+    std::vector<Stroke> strokes;
+    for (std::uint32_t group = 0; group < lines.groups.size(); ++group) {
+        const LineGroup& all = lines.groups[group];
         const double width = styles.of(all.kind, false).width;
         for (const PageLine& line : all.lines) {
-            // A dot leads nowhere, but it keeps its place among the lines of the group.
+            // A dot continues nothing, but it keeps its place among the lines of the group.
             if (!all.hidden) {
-                strokes_.push_back({line, group, width});
+                strokes.push_back({line, group, width});
             }
         }
     }
-    changes_.resize(strokes_.size());
+    return strokes;
 }
 
-void WeightEvener::collectEnds() {
-    const auto keyOf = [this](std::size_t end) {
-        const PageLine& line = strokes_[end / 2].line;
-        const Point point = end % 2 == 0 ? line.a : line.b;
-        return PointKey(point.x, point.y);
-    };
-    pointOfEnd_ = ctr::detail::Weld<PointKey>(2 * strokes_.size(), keyOf, HashOfPoint);
-    const std::size_t points = ctr::detail::NumberInOrder(pointOfEnd_);
-    greatestWidth_.resize(points);
-    firstEnd_.assign(points + 2, 0);
-    for (std::uint32_t end = 0; end < pointOfEnd_.size(); ++end) {
-        double& greatest = greatestWidth_[pointOfEnd_[end]];
+EndsByVertex WeightEvener::EndsOf(const std::vector<Stroke>& strokes) {
+    DistinctPoints points(2 * strokes.size());
+    std::vector<std::uint32_t> pointOfEnd;
+    pointOfEnd.reserve(2 * strokes.size());
+    for (const Stroke& stroke : strokes) {
+        pointOfEnd.push_back(points.add(stroke.line.a));
+        pointOfEnd.push_back(points.add(stroke.line.b));
+    }
+    return {std::move(pointOfEnd), points.count()};
+}
+
+void WeightEvener::findGreatestWidths() {
+    greatestWidth_.resize(2 * strokes_.size());
+    for (std::uint32_t end = 0; end < 2 * strokes_.size(); ++end) {
+        double& greatest = greatestWidth_[ends_.vertexOf(end)];
         greatest = std::max(greatest, strokes_[end / 2].width);
-        ++firstEnd_[pointOfEnd_[end] + 2];
     }
-    std::partial_sum(firstEnd_.begin(), firstEnd_.end(), firstEnd_.begin());
-    ends_.resize(pointOfEnd_.size());
-    for (std::uint32_t end = 0; end < pointOfEnd_.size(); ++end) {
-        ends_[firstEnd_[pointOfEnd_[end] + 1]++] = end;
-    }
-    firstEnd_.pop_back();
 }
 
-/// The end that goes on from this one: each is the other's straightest.
+/// The end that continues this one: each is the straightest continuation of the other.
 std::uint32_t WeightEvener::nextOf(std::uint32_t end) const {
     const std::uint32_t other = straightestFrom(end);
     return other != kNoStrokeEnd && straightestFrom(other) == end ? other : kNoStrokeEnd;
 }
 
 std::uint32_t WeightEvener::straightestFrom(std::uint32_t end) const {
-    const std::span<const std::uint32_t> ends = endsAt(pointOfEnd_[end]);
+    const std::span<const std::uint32_t> ends = ends_.at(ends_.vertexOf(end));
     std::uint32_t straightest = kNoStrokeEnd;
     for (const std::uint32_t other : ends.size() <= kMostEnds ? ends : ends.first(0)) {
         if (isSmooth(end, other) &&
@@ -174,7 +183,7 @@ std::uint32_t WeightEvener::straightestFrom(std::uint32_t end) const {
     return straightest;
 }
 
-/// Most pairs are no candidates, and this is without a root.
+/// Rejects most pairs without a square root.
 bool WeightEvener::isSmooth(std::uint32_t end, std::uint32_t other) const {
     const Point p = vectorOf(end);
     const Point q = vectorOf(other);
@@ -183,7 +192,7 @@ bool WeightEvener::isSmooth(std::uint32_t end, std::uint32_t other) const {
            along * along > kSmoothCosine * kSmoothCosine * SquaredLength(p) * SquaredLength(q);
 }
 
-/// From an end of a light stroke, where it may go on in a heavier one, to the other end of its run.
+/// From an end of a light stroke that may continue a heavier one to the other end of its run.
 void WeightEvener::follow(std::uint32_t end) {
     const double width = strokes_[end / 2].width;
     const std::uint32_t before = nextOf(end);
@@ -206,12 +215,12 @@ void WeightEvener::follow(std::uint32_t end) {
     }
     const double widthBefore = strokes_[before / 2].width;
     const double widthAfter = strokes_[after / 2].width;
-    // Both ends of a run come here: the choice has to be the same.
+    // A run is found from both of its ends: the choice must be the same.
     const std::uint32_t like = widthBefore != widthAfter
                                    ? (widthBefore < widthAfter ? before : after)
                                    : std::min(before, after);
     for (const std::uint32_t stroke : run_) {
-        changes_[stroke / 2] = familyOf(like);
+        changes_[stroke / 2] = kindOf(like);
     }
     hasChanged_ = true;
 }
@@ -232,7 +241,7 @@ void WeightEvener::moveChanged() {
         isChanged[strokes_[i].group] = isChanged[strokes_[i].group] || changes_[i].has_value();
     }
     numberGroups();
-    // What changes goes behind what stays, so both are put aside first.
+    // Lines that change are appended to those that stay, so both are collected first.
     std::vector<std::pair<std::size_t, PageLine>> moved;
     for (std::uint32_t i = 0; i < strokes_.size(); ++i) {
         if (changes_[i]) {
@@ -260,10 +269,10 @@ void WeightEvener::numberGroups() {
     }
 }
 
-std::size_t WeightEvener::groupFor(LineKind family, std::size_t object) {
-    const auto [found, isNew] = groups_.try_emplace({family, object}, lines_.groups.size());
+std::size_t WeightEvener::groupFor(LineKind kind, std::size_t object) {
+    const auto [found, isNew] = groups_.try_emplace({kind, object}, lines_.groups.size());
     if (isNew) {
-        lines_.groups.push_back({family, false, object, {}});
+        lines_.groups.push_back({kind, false, object, {}});
     }
     return found->second;
 }

@@ -388,9 +388,9 @@ TEST_F(Lines, ShorterThanAskedAreLeftOut) {
     // Its outline is a path of 4 times 1.9 mm.
     EXPECT_EQ(count("crumb.obj --view front --min-length 7mm"), 8U);
     EXPECT_EQ(count("crumb.obj --view front --min-length 8mm"), 4U);
-    EXPECT_NE(
-        run("crumb.obj --view front --min-length 8mm -v -o a.svg").err.find("1 crumb left out\n"),
-        std::string::npos);
+    EXPECT_NE(run("crumb.obj --view front --min-length 8mm -v -o a.svg")
+                  .err.find("1 short path left out\n"),
+              std::string::npos);
 }
 
 TEST_F(Lines, OfNoLengthAreNotDrawn) {
@@ -737,7 +737,7 @@ TEST_F(Drawn, IsToldOfAsMuchAsAskedFor) {
     EXPECT_EQ(verbose.err,
               "kxcontour: cube.obj: 12 triangles in 1 part, one unit is 1 mm\n"
               "kxcontour: a.svg: 4 pieces found, 4 left when each is drawn once, 1 path after "
-              "joining, 0 crumbs left out\n"
+              "joining, 0 short paths left out\n"
               "kxcontour: a.svg: scale 5:1\n");
 }
 

@@ -65,7 +65,7 @@ void TellAbout(const Scene& scene,
         messages.note(report.output + ": " + Count(report.lines.lines, "piece") + " found, " +
                       std::to_string(report.lines.shownOnce) + " left when each is drawn once, " +
                       Count(report.lines.paths, "path") + " after joining, " +
-                      Count(report.lines.shortPaths, "crumb") + " left out");
+                      Count(report.lines.shortPaths, "short path") + " left out");
     }
     if (report.scale) {
         messages.note(report.output + ": scale " + ScaleText(*report.scale));

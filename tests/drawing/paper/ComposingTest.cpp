@@ -11,7 +11,6 @@ namespace {
 
 using kxcontour::Compose;
 using kxcontour::ComposingRules;
-using kxcontour::CountPaths;
 using kxcontour::DrawingStatistics;
 using kxcontour::kNoObject;
 using kxcontour::Layering;
@@ -48,6 +47,16 @@ std::vector<std::string> NamesOf(const kxdrawing::Drawing& drawing) {
 }
 
 using Names = std::vector<std::string>;
+
+std::size_t CountPaths(const kxdrawing::Drawing& drawing) {
+    std::size_t count = 0;
+    for (const kxdrawing::Layer& layer : drawing.layers) {
+        for (const kxdrawing::PathGroup& group : layer.groups) {
+            count += group.paths.size();
+        }
+    }
+    return count;
+}
 
 PageLines AllKinds() {
     PageLines lines;
@@ -174,7 +183,7 @@ std::size_t PathsOf(std::vector<PageLine> lines, double minLength) {
     return CountPaths(Compose(all, rules, report));
 }
 
-TEST(Compose, CrumbsAreLeftOutUnlessTold) {
+TEST(Compose, ShortPathsAreOmittedUnlessDisabled) {
     EXPECT_EQ(ComposingRules().minLength, 0.02);
     EXPECT_EQ(PathsOf({{{5, 5}, {5.019, 5}}}, 0.02), 0U);
     EXPECT_EQ(PathsOf({{{5, 5}, {5.021, 5}}}, 0.02), 1U);
@@ -193,7 +202,7 @@ TEST(Compose, DotsAreNeverDrawn) {
     EXPECT_EQ(PathsOf({{{5, 5}, {5.005, 5}}}, 0.0), 1U);
 }
 
-TEST(Compose, ASpurNeitherCutsNorBendsAPath) {
+TEST(Compose, ADangleNeitherCutsNorBendsAPath) {
     std::vector<PageLine> lines = Row(5, 2);
     lines.push_back({{1, 5}, {1.002, 5.015}});
     EXPECT_EQ(PathsOf(lines, 0.02), 1U);

@@ -1,4 +1,4 @@
-// Lines in crowds: the same answer as by comparing all with all, and hardly more work than lines.
+// Many coincident lines: the same result as by comparing all pairs, in nearly linear work.
 #include "drawing/paper/Overlaps.h"
 #include "drawing/paper/PaperShapes.h"
 #include "drawing/paper/PlainOverlaps.h"
@@ -12,7 +12,7 @@ namespace {
 
 using kxcontour::LineKind;
 using kxcontour::LineShare;
-using kxcontour::LooksForOverlaps;
+using kxcontour::OverlapWork;
 using kxcontour::PageLine;
 using kxcontour::PageLines;
 using kxcontour::Point;
@@ -120,7 +120,7 @@ std::size_t CountLinesOf(const PageLines& lines) {
     return count;
 }
 
-TEST(RemoveOverlaps, AnswersInCrowdsAsIfAllWereComparedWithAll) {
+TEST(RemoveOverlaps, EqualsTheComparisonOfAllPairs) {
     std::size_t before = 0;
     std::size_t after = 0;
     for (int trial = 0; trial < test_support::Scaled(1500); ++trial) {
@@ -263,11 +263,11 @@ TEST_P(WorkInCrowds, GrowsHardlyFasterThanTheirLines) {
     constexpr int kCount = 4000;
     constexpr double kSteepest = 1.2;
     constexpr double kMostPerLine = 500.0;
-    const auto looks = [](int count) {
-        return static_cast<double>(LooksForOverlaps(GetParam().make(count), kTolerance));
+    const auto work = [](int count) {
+        return static_cast<double>(OverlapWork(GetParam().make(count), kTolerance));
     };
-    const double few = looks(kCount);
-    const double many = looks(4 * kCount);
+    const double few = work(kCount);
+    const double many = work(4 * kCount);
     EXPECT_LE(std::log(many / few) / std::log(4.0), kSteepest) << few << " to " << many;
     EXPECT_LE(many, kMostPerLine * 4 * kCount);
 }

@@ -19,7 +19,7 @@ using kxcontour::Point;
 using test_support::Random;
 
 constexpr kxcontour::JoiningRules kRules{0.01, 0.0, 0.0, 0.0};
-constexpr kxcontour::JoiningRules kSpurs{0.01, 0.2, 0.0, 0.0};
+constexpr kxcontour::JoiningRules kDangles{0.01, 0.2, 0.0, 0.0};
 
 using Corners = std::vector<std::pair<double, double>>;
 
@@ -148,45 +148,45 @@ TEST(JoinLines, PathsComeInTheOrderOfTheirFirstLines) {
     EXPECT_EQ(CornersOf(paths[2]), (Corners{{3, 3}, {3, 4}}));
 }
 
-TEST(JoinLines, ASpurIsLeftOut) {
+TEST(JoinLines, ADangleIsRemoved) {
     const std::vector<PageLine> line{{{0, 0}, {1, 0}}, {{1, 0}, {2, 0}}};
-    std::vector<PageLine> withSpur = line;
-    withSpur.push_back({{1, 0}, {1, 0.1}});
-    withSpur.push_back({{1, 0.1}, {1.05, 0.1}});
-    const auto paths = JoinLines(withSpur, kSpurs);
+    std::vector<PageLine> withDangle = line;
+    withDangle.push_back({{1, 0}, {1, 0.1}});
+    withDangle.push_back({{1, 0.1}, {1.05, 0.1}});
+    const auto paths = JoinLines(withDangle, kDangles);
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{0, 0}, {1, 0}, {2, 0}}));
-    EXPECT_EQ(JoinLines(withSpur, kRules).size(), 2U) << "unless none is asked to go";
-    withSpur.push_back({{1.05, 0.1}, {1.1, 0.1}});
-    EXPECT_EQ(JoinLines(withSpur, kSpurs).size(), 2U) << "this one is too long";
+    EXPECT_EQ(JoinLines(withDangle, kRules).size(), 2U) << "unless none is asked to go";
+    withDangle.push_back({{1.05, 0.1}, {1.1, 0.1}});
+    EXPECT_EQ(JoinLines(withDangle, kDangles).size(), 2U) << "this one is too long";
 }
 
-TEST(JoinLines, ASpurDoesNotOpenARing) {
+TEST(JoinLines, ADangleDoesNotOpenARing) {
     std::vector<PageLine> lines = Ring({0, 0}, 10, 36);
     const std::size_t chords = lines.size();
     lines.push_back({lines[7].a, {lines[7].a.x, lines[7].a.y + 0.1}});
     ASSERT_EQ(JoinLines(lines, kRules)[0].points.size(), chords + 2);
-    const auto paths = JoinLines(lines, kSpurs);
+    const auto paths = JoinLines(lines, kDangles);
     ASSERT_EQ(paths.size(), 1U);
     ASSERT_EQ(paths[0].points.size(), chords + 1);
     EXPECT_EQ(paths[0].points.front().x, paths[0].points.back().x);
     EXPECT_EQ(paths[0].points.front().y, paths[0].points.back().y);
 }
 
-TEST(JoinLines, OnlyWhatLeadsOffFromOthersIsASpur) {
-    EXPECT_EQ(JoinLines({{{0, 0}, {0.1, 0}}}, kSpurs).size(), 1U) << "alone";
-    const auto ends = JoinLines({{{0, 0}, {1, 0}}, {{1, 0}, {1, 0.1}}}, kSpurs);
+TEST(JoinLines, OnlyWhatLeadsOffFromOthersIsADangle) {
+    EXPECT_EQ(JoinLines({{{0, 0}, {0.1, 0}}}, kDangles).size(), 1U) << "alone";
+    const auto ends = JoinLines({{{0, 0}, {1, 0}}, {{1, 0}, {1, 0.1}}}, kDangles);
     ASSERT_EQ(ends.size(), 1U);
     EXPECT_EQ(ends[0].points.size(), 3U) << "the end of a path";
-    const auto bridge = JoinLines({{{0, 0}, {1, 0}},
-                                   {{1, 0}, {2, 0}},
-                                   {{1, 0}, {1, 0.1}},
-                                   {{0, 0.1}, {1, 0.1}},
-                                   {{1, 0.1}, {2, 0.1}}},
-                                  kSpurs);
-    EXPECT_EQ(bridge.size(), 3U) << "between two lines";
+    const auto between = JoinLines({{{0, 0}, {1, 0}},
+                                    {{1, 0}, {2, 0}},
+                                    {{1, 0}, {1, 0.1}},
+                                    {{0, 0.1}, {1, 0.1}},
+                                    {{1, 0.1}, {2, 0.1}}},
+                                   kDangles);
+    EXPECT_EQ(between.size(), 3U) << "between two lines";
     EXPECT_TRUE(
-        JoinLines({{{0, 0}, {0.1, 0}}, {{0, 0}, {0, 0.1}}, {{0, 0}, {-0.1, 0}}}, kSpurs).empty())
+        JoinLines({{{0, 0}, {0.1, 0}}, {{0, 0}, {0, 0.1}}, {{0, 0}, {-0.1, 0}}}, kDangles).empty())
         << "a star of nothing else";
 }
 
@@ -194,26 +194,26 @@ TEST(JoinLines, TakesNothing) {
     EXPECT_TRUE(JoinLines({}, kRules).empty());
 }
 
-TEST(JoinLines, LinesThatCrossBesideABridgeGoStraightOn) {
-    constexpr kxcontour::JoiningRules kBridges{0.01, 0.0, 0.2, 0.0};
+TEST(JoinLines, LinesThatCrossBesideAShortEdgeGoStraightOn) {
+    constexpr kxcontour::JoiningRules kShortEdges{0.01, 0.0, 0.2, 0.0};
     const std::vector<PageLine> crossing{{{-1, 0}, {0, 0}},
                                          {{0, 0}, {0, 0.1}},
                                          {{0, 0.1}, {1, 0.1}},
                                          {{0, 0.1}, {0, 1}},
                                          {{0, 0}, {0, -1}}};
     EXPECT_EQ(JoinLines(crossing, kRules).size(), 3U);
-    const auto paths = JoinLines(crossing, kBridges);
+    const auto paths = JoinLines(crossing, kShortEdges);
     ASSERT_EQ(paths.size(), 2U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{-1, 0}, {0, 0}, {1, 0.1}}));
     EXPECT_EQ(CornersOf(paths[1]), (Corners{{0, -1}, {0, 0}, {0, 1}}));
 }
 
-TEST(JoinLines, ShortLinesOfACurveAndOfANetAreNoBridges) {
-    constexpr kxcontour::JoiningRules kBridges{0.01, 0.0, 0.2, 0.0};
-    const auto curve = JoinLines(Ring({0, 0}, 0.5, 36), kBridges);
+TEST(JoinLines, ShortLinesOfACurveAreNotContracted) {
+    constexpr kxcontour::JoiningRules kShortEdges{0.01, 0.0, 0.2, 0.0};
+    const auto curve = JoinLines(Ring({0, 0}, 0.5, 36), kShortEdges);
     ASSERT_EQ(curve.size(), 1U);
     EXPECT_EQ(curve[0].points.size(), 37U);
-    // A net as fine as bridges loses some of its points, but none goes far and it stays as large.
+    // A net as fine as the limit loses some of its points, but none goes far and it stays as large.
     std::vector<PageLine> net;
     for (int i = 0; i < 20; ++i) {
         for (int j = 0; j < 20; ++j) {
@@ -223,7 +223,7 @@ TEST(JoinLines, ShortLinesOfACurveAndOfANetAreNoBridges) {
         }
     }
     std::vector<PageLine> drawn;
-    for (const Path& path : JoinLines(net, kBridges)) {
+    for (const Path& path : JoinLines(net, kShortEdges)) {
         for (std::size_t i = 1; i < path.points.size(); ++i) {
             drawn.push_back({path.points[i - 1], path.points[i]});
         }
@@ -232,7 +232,7 @@ TEST(JoinLines, ShortLinesOfACurveAndOfANetAreNoBridges) {
     EXPECT_LT(tool_test::FarthestSample(net, drawn), 0.11);
 }
 
-TEST(JoinLines, LooseEndsWithinTheGapAreOnePoint) {
+TEST(JoinLines, FreeEndsWithinTheGapAreMerged) {
     constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.0, 0.2};
     const std::vector<PageLine> broken{{{0, 0}, {1, 0}}, {{1.15, 0.1}, {2, 0}}};
     EXPECT_EQ(JoinLines(broken, kRules).size(), 2U);
@@ -242,7 +242,7 @@ TEST(JoinLines, LooseEndsWithinTheGapAreOnePoint) {
     EXPECT_EQ(JoinLines({{{0, 0}, {1, 0}}, {{1.15, 0.2}, {2, 0}}}, kGaps).size(), 2U) << "too far";
 }
 
-TEST(JoinLines, ALooseEndJoinsOneOther) {
+TEST(JoinLines, AFreeEndIsMergedWithOneOther) {
     constexpr kxcontour::JoiningRules kGaps{0.01, 0.0, 0.0, 0.2};
     const auto paths =
         JoinLines({{{0, 0}, {1, 0}}, {{1.1, 0.1}, {2, 1}}, {{1.1, 0}, {2, 0}}}, kGaps);

@@ -1,6 +1,6 @@
-// The rule of RemoveOverlaps() as its header words it: every line against all that is left of those
-// before it, without a grid, without a look ahead. Shares with the tool the arithmetic of points
-// alone, so that results are equal to the last bit.
+// A reference implementation of RemoveOverlaps(), as its header defines it: every line is compared
+// with all that is left of earlier ones. Only the arithmetic of points is shared, so that results
+// are equal to the last bit.
 #pragma once
 
 #include "drawing/paper/Paper.h"

@@ -1,4 +1,4 @@
-// Near points are one point, without chains.
+// Near points have one representative, without chains.
 #include "drawing/paper/PointClusters.h"
 
 #include "drawing/paper/PaperShapes.h"
@@ -36,7 +36,7 @@ TEST(PointClusters, ZeroToleranceJoinsEqualPointsOnly) {
     EXPECT_EQ(clusters.add({1, 1}), 0U);
 }
 
-TEST(PointClusters, AgreesWithALookAtAllRepresentatives) {
+TEST(PointClusters, EqualsTheComparisonWithAllRepresentatives) {
     for (int trial = 0; trial < test_support::Scaled(30); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
@@ -59,7 +59,7 @@ TEST(PointClusters, AgreesWithALookAtAllRepresentatives) {
     }
 }
 
-// The middles of cells, 8 wide, that are all in one place of the hash table.
+// The middles of cells, 8 wide, that share one hash.
 std::vector<Point> CollidingPoints(std::size_t count) {
     constexpr std::uint64_t kColumnFactor = 0x9e3779b97f4a7c15U;
     constexpr std::uint64_t kRowFactor = 0xc2b2ae3d27d4eb4fU;

@@ -1,23 +1,24 @@
-// Euler trails in three steps.
+// Computes a decomposition of a graph into the fewest trails that cover each edge once.
 //
-// 1. At every point the ends of links that meet are paired, the straightest pair first. That gives
-//    as few open trails as there can be (all ends but one of an odd point are paired), and possibly
-//    closed trails besides, each of them one too many where it meets another trail.
-// 2. Where a closed trail meets another one, exchanging partners between two pairs makes them one
-//    trail. The exchanges that bend the trails least come first, as in a least spanning tree
-//    (Kruskal 1956).
+// 1. At every vertex the ends of edges are paired, the straightest pair first (greedily). At most
+//    one end of an odd vertex stays alone, so the number of open trails is minimal. There may be
+//    closed trails besides; each that shares a vertex with another trail is one too many.
+// 2. Closed trails are spliced into trails that they meet (C. Hierholzer, Ueber die Moeglichkeit,
+//    einen Linienzug ohne Wiederholung und ohne Unterbrechung zu umfahren, Mathematische Annalen 6,
+//    1873) by exchanging partners between two pairs. Splices are done in the order of the bend they
+//    add, as edges of a minimum spanning tree of trails (J. B. Kruskal, On the shortest spanning
+//    subtree of a graph, Proceedings of the AMS 7, 1956); a union-find holds the trails.
 // 3. The trails are read off.
 //
-// An end is numbered 2 i at the first point of link i, and 2 i + 1 at the second; the other end of
-// the same link differs in the last bit.
-#include "drawing/paper/Trails.h"
+// O(n log n) for n edges: all pairs are considered at vertices of up to kFewEnds ends, a constant
+// number for each end at others.
+#include "drawing/paper/EulerTrails.h"
 
 #include <ctr/detail/UnionFind.h>
 
 #include "drawing/paper/Plane.h"
 
 #include <algorithm>
-#include <numeric>
 #include <span>
 
 namespace kxcontour {
@@ -27,19 +28,20 @@ using namespace plane;
 
 constexpr std::uint32_t kNoEnd = static_cast<std::uint32_t>(-1);
 
-/// Up to so many ends at a point all pairs are compared; beyond, only those that are most opposite.
+/// Up to so many ends at a vertex all pairs are compared; beyond, only those that are most
+/// opposite.
 constexpr std::size_t kFewEnds = 24;
 constexpr std::size_t kOppositesTried = 4;
 
-/// The cosine of the turn from which on a point is a corner: 30 degrees.
+/// The cosine of 30 degrees: a vertex with a larger turning angle is a corner.
 constexpr double kCornerCosine = 0.8660254037844387;
 
 std::uint32_t OtherEnd(std::uint32_t end) {
     return end ^ 1U;
 }
 
-/// Two ends at one point that follow each other in a trail; the second is kNoEnd for an end where a
-/// trail ends.
+/// Two ends at one vertex that follow each other in a trail; the second is kNoEnd for an end where
+/// a trail ends.
 struct Pair {
     std::uint32_t a = kNoEnd;
     std::uint32_t b = kNoEnd;
@@ -72,34 +74,38 @@ double AngleOrder(Point p) {
     return p.y < 0.0 ? 4.0 + part : part;
 }
 
-class Weaver {
-public:
-    Weaver(const std::vector<Point>& points, const std::vector<Link>& links)
-        : points_(points), links_(links), partner_(2 * links.size(), kNoEnd), trails_(links.size()),
-          isOpen_(links.size()) {
-        collectEnds();
+std::vector<std::uint32_t> VerticesOfEnds(const LineGraph& graph) {
+    std::vector<std::uint32_t> vertices;
+    vertices.reserve(2 * graph.edges.size());
+    for (const auto& [from, to] : graph.edges) {
+        vertices.insert(vertices.end(), {from, to});
     }
+    return vertices;
+}
+
+class TrailFinder {
+public:
+    explicit TrailFinder(const LineGraph& graph)
+        : graph_(graph), ends_(VerticesOfEnds(graph), graph.vertices.size()),
+          partner_(2 * graph.edges.size(), kNoEnd), trails_(graph.edges.size()),
+          isOpen_(graph.edges.size()) {}
 
     void pairEnds() {
-        for (std::uint32_t point = 0; point < points_.size(); ++point) {
-            pairEndsAt(endsAt(point));
-            appendPairs(endsAt(point));
+        for (std::uint32_t vertex = 0; vertex < graph_.vertices.size(); ++vertex) {
+            pairEndsAt(ends_.at(vertex));
+            appendPairs(ends_.at(vertex));
         }
         findTrailsOfPairs();
     }
 
     void spliceClosedTrails();
-    std::vector<Trail> readOff() const;
+    std::vector<Trail> trails() const;
 
 private:
-    void collectEnds();
-    std::span<const std::uint32_t> endsAt(std::uint32_t point) const {
-        return {ends_.data() + firstEnd_[point], firstEnd_[point + 1] - firstEnd_[point]};
-    }
     void pairEndsAt(std::span<const std::uint32_t> ends);
     void addAllCandidates(std::span<const std::uint32_t> ends);
     void addOppositeCandidates(std::span<const std::uint32_t> ends);
-    void pairLeftovers(std::span<const std::uint32_t> ends);
+    void pairRemainingEnds(std::span<const std::uint32_t> ends);
     void appendPairs(std::span<const std::uint32_t> ends);
     void findTrailsOfPairs();
     std::vector<Candidate> splices() const;
@@ -109,57 +115,34 @@ private:
         partner_[b] = a;
     }
 
-    Point pointOf(std::uint32_t end) const {
-        const Link& link = links_[end / 2];
-        return points_[end % 2 == 0 ? link.from : link.to];
-    }
+    Point positionOf(std::uint32_t end) const { return graph_.vertices[ends_.vertexOf(end)]; }
 
-    std::uint32_t pointNumberOf(std::uint32_t end) const {
-        const Link& link = links_[end / 2];
-        return end % 2 == 0 ? link.from : link.to;
-    }
-
-    /// From the end's point into its link.
+    /// From the end's vertex into its edge.
     Point directionOf(std::uint32_t end) const {
-        return Direction(pointOf(OtherEnd(end)) - pointOf(end));
+        return Direction(positionOf(OtherEnd(end)) - positionOf(end));
     }
 
-    /// -1 for straight on, 1 for straight back. The end of a trail bends nothing.
+    /// The cosine between two directions: -1 for straight on, 1 for straight back. The end of a
+    /// trail counts as straight.
     double bendOf(std::uint32_t a, std::uint32_t b) const {
         return a == kNoEnd || b == kNoEnd ? -1.0 : Dot(directionOf(a), directionOf(b));
     }
 
     bool isCorner(std::uint32_t end) const { return -bendOf(end, partner_[end]) <= kCornerCosine; }
 
-    Trail trailThrough(std::uint32_t link, std::vector<bool>& taken) const;
-    void turnToStart(Trail& trail) const;
+    Trail trailThrough(std::uint32_t edge, std::vector<bool>& taken) const;
+    void rotateToStart(Trail& trail) const;
 
-    const std::vector<Point>& points_;
-    const std::vector<Link>& links_;
-    std::vector<std::size_t> firstEnd_; ///< By point: its ends in ends_; one more at the end.
-    std::vector<std::uint32_t> ends_;
+    const LineGraph& graph_;
+    EndsByVertex ends_;
     std::vector<std::uint32_t> partner_; ///< By end: the one that follows; kNoEnd: a trail ends.
-    std::vector<Pair> pairs_;            ///< Of points with several, one point after the other.
-    ctr::detail::UnionFind trails_;      ///< Of links.
-    std::vector<bool> isOpen_;           ///< By the number of a trail in trails_.
+    std::vector<Pair> pairs_;            ///< Of vertices with several, one vertex after the other.
+    ctr::detail::UnionFind trails_;      ///< Of edges.
+    std::vector<bool> isOpen_;           ///< By the root of a trail in trails_.
     std::vector<Candidate> candidates_;
 };
 
-void Weaver::collectEnds() {
-    firstEnd_.assign(points_.size() + 2, 0);
-    for (const Link& link : links_) {
-        ++firstEnd_[link.from + 2];
-        ++firstEnd_[link.to + 2];
-    }
-    std::partial_sum(firstEnd_.begin(), firstEnd_.end(), firstEnd_.begin());
-    ends_.resize(2 * links_.size());
-    for (std::uint32_t end = 0; end < ends_.size(); ++end) {
-        ends_[firstEnd_[pointNumberOf(end) + 1]++] = end;
-    }
-    firstEnd_.pop_back();
-}
-
-void Weaver::pairEndsAt(std::span<const std::uint32_t> ends) {
+void TrailFinder::pairEndsAt(std::span<const std::uint32_t> ends) {
     if (ends.size() == 2) {
         join(ends[0], ends[1]);
     }
@@ -178,10 +161,10 @@ void Weaver::pairEndsAt(std::span<const std::uint32_t> ends) {
             join(candidate.a, candidate.b);
         }
     }
-    pairLeftovers(ends);
+    pairRemainingEnds(ends);
 }
 
-void Weaver::addAllCandidates(std::span<const std::uint32_t> ends) {
+void TrailFinder::addAllCandidates(std::span<const std::uint32_t> ends) {
     for (std::size_t i = 0; i < ends.size(); ++i) {
         for (std::size_t j = i + 1; j < ends.size(); ++j) {
             candidates_.push_back({bendOf(ends[i], ends[j]), ends[i], ends[j]});
@@ -189,8 +172,8 @@ void Weaver::addAllCandidates(std::span<const std::uint32_t> ends) {
     }
 }
 
-/// Where very many lines meet, as in the tip of a cone: each with the few that lead away from it.
-void Weaver::addOppositeCandidates(std::span<const std::uint32_t> ends) {
+/// Where very many edges meet, as in the tip of a cone: each with the few most opposite ones.
+void TrailFinder::addOppositeCandidates(std::span<const std::uint32_t> ends) {
     struct Spoke {
         double angle;
         std::uint32_t end;
@@ -218,23 +201,23 @@ void Weaver::addOppositeCandidates(std::span<const std::uint32_t> ends) {
     }
 }
 
-/// At most one end of a point may stay alone, whatever candidates it had.
-void Weaver::pairLeftovers(std::span<const std::uint32_t> ends) {
-    std::uint32_t lonely = kNoEnd;
+/// At most one end of a vertex may remain, whatever candidates it had.
+void TrailFinder::pairRemainingEnds(std::span<const std::uint32_t> ends) {
+    std::uint32_t unpaired = kNoEnd;
     for (const std::uint32_t end : ends) {
         if (partner_[end] != kNoEnd) {
             continue;
         }
-        if (lonely == kNoEnd) {
-            lonely = end;
+        if (unpaired == kNoEnd) {
+            unpaired = end;
         } else {
-            join(lonely, end);
-            lonely = kNoEnd;
+            join(unpaired, end);
+            unpaired = kNoEnd;
         }
     }
 }
 
-void Weaver::appendPairs(std::span<const std::uint32_t> ends) {
+void TrailFinder::appendPairs(std::span<const std::uint32_t> ends) {
     if (ends.size() <= 2) {
         return;
     }
@@ -245,7 +228,7 @@ void Weaver::appendPairs(std::span<const std::uint32_t> ends) {
     }
 }
 
-void Weaver::findTrailsOfPairs() {
+void TrailFinder::findTrailsOfPairs() {
     for (std::uint32_t end = 0; end < partner_.size(); ++end) {
         if (partner_[end] != kNoEnd && end < partner_[end]) {
             trails_.merge(trails_.find(end / 2), trails_.find(partner_[end] / 2));
@@ -258,14 +241,14 @@ void Weaver::findTrailsOfPairs() {
     }
 }
 
-/// Neighbours in the list of a point's pairs are enough: a closed trail that meets any other trail
-/// at a point has a pair there beside one of another trail.
-std::vector<Candidate> Weaver::splices() const {
+/// Neighbours in the list of a vertex's pairs are enough: a closed trail that meets any other trail
+/// at a vertex has a pair there next to one of another trail.
+std::vector<Candidate> TrailFinder::splices() const {
     std::vector<Candidate> result;
     for (std::uint32_t i = 0; i + 1 < pairs_.size(); ++i) {
         const Pair& p = pairs_[i];
         const Pair& q = pairs_[i + 1];
-        if (pointNumberOf(p.a) != pointNumberOf(q.a)) {
+        if (ends_.vertexOf(p.a) != ends_.vertexOf(q.a)) {
             continue;
         }
         const double before = bendOf(p.a, p.b) + bendOf(q.a, q.b);
@@ -276,7 +259,7 @@ std::vector<Candidate> Weaver::splices() const {
     return result;
 }
 
-void Weaver::spliceClosedTrails() {
+void TrailFinder::spliceClosedTrails() {
     std::vector<Candidate> candidates = splices();
     std::sort(candidates.begin(), candidates.end());
     for (const Candidate& candidate : candidates) {
@@ -295,7 +278,7 @@ void Weaver::spliceClosedTrails() {
 
 /// Exchanges partners; both ways make one trail of the two, the one that bends less is taken. At
 /// most one of the four is missing, for only one of the trails may be open.
-void Weaver::splice(Pair& p, Pair& q) {
+void TrailFinder::splice(Pair& p, Pair& q) {
     if (p.b == kNoEnd) {
         std::swap(p, q);
     }
@@ -313,20 +296,20 @@ void Weaver::splice(Pair& p, Pair& q) {
     }
 }
 
-std::vector<Trail> Weaver::readOff() const {
+std::vector<Trail> TrailFinder::trails() const {
     std::vector<Trail> result;
-    std::vector<bool> taken(links_.size());
-    for (std::uint32_t link = 0; link < links_.size(); ++link) {
-        if (!taken[link]) {
-            result.push_back(trailThrough(link, taken));
+    std::vector<bool> taken(graph_.edges.size());
+    for (std::uint32_t edge = 0; edge < graph_.edges.size(); ++edge) {
+        if (!taken[edge]) {
+            result.push_back(trailThrough(edge, taken));
         }
     }
     return result;
 }
 
-/// The link goes from its first end to its second: back to where the trail starts, then forward.
-Trail Weaver::trailThrough(std::uint32_t link, std::vector<bool>& taken) const {
-    const std::uint32_t home = 2 * link;
+/// The edge runs from its first end to its second: back to the start of the trail, then forward.
+Trail TrailFinder::trailThrough(std::uint32_t edge, std::vector<bool>& taken) const {
+    const std::uint32_t home = 2 * edge;
     std::uint32_t start = home;
     Trail trail;
     while (partner_[start] != kNoEnd) {
@@ -343,17 +326,17 @@ Trail Weaver::trailThrough(std::uint32_t link, std::vector<bool>& taken) const {
         step = partner_[OtherEnd(step)];
     } while (step != kNoEnd && step != start);
     if (trail.closed) {
-        turnToStart(trail);
+        rotateToStart(trail);
     }
     return trail;
 }
 
-void Weaver::turnToStart(Trail& trail) const {
+void TrailFinder::rotateToStart(Trail& trail) const {
     auto found = std::find_if(trail.steps.begin(), trail.steps.end(),
                               [this](std::uint32_t step) { return isCorner(step); });
     if (found == trail.steps.end()) {
         found = std::find_if(trail.steps.begin(), trail.steps.end(), [this](std::uint32_t step) {
-            return endsAt(pointNumberOf(step)).size() > 2;
+            return ends_.at(ends_.vertexOf(step)).size() > 2;
         });
     }
     if (found != trail.steps.end()) {
@@ -363,11 +346,11 @@ void Weaver::turnToStart(Trail& trail) const {
 
 } // namespace
 
-std::vector<Trail> FindTrails(const std::vector<Point>& points, const std::vector<Link>& links) {
-    Weaver weaver(points, links);
-    weaver.pairEnds();
-    weaver.spliceClosedTrails();
-    return weaver.readOff();
+std::vector<Trail> FindEulerTrails(const LineGraph& graph) {
+    TrailFinder finder(graph);
+    finder.pairEnds();
+    finder.spliceClosedTrails();
+    return finder.trails();
 }
 
 } // namespace kxcontour

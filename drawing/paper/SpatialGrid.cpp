@@ -1,6 +1,8 @@
-// A cell is cut when it has become crowded, and again each time that its lines have quadrupled, so
-// that what is put anew into leaves is a third of all at most.
-#include "drawing/paper/CellGrid.h"
+// A two-level uniform grid (J. L. Bentley and J. H. Friedman, Data structures for range searching,
+// ACM Computing Surveys 11, 1979, the cell method). Insertion and search follow a line through the
+// rows of the grid. A cell is divided when it has become crowded, and again each time that its
+// lines have quadrupled, so that at most a third of all entries is moved.
+#include "drawing/paper/SpatialGrid.h"
 
 #include "drawing/paper/Plane.h"
 
@@ -12,23 +14,23 @@ namespace {
 
 using namespace plane;
 
-/// A cell with so many lines is cut so that a leaf has some one line, and again when it has some
-/// four.
+/// A cell with this many lines is divided so that a leaf has about one line, and again when it has
+/// about four.
 constexpr std::uint32_t kCrowd = 16;
-constexpr std::uint32_t kGrowthToCut = 4;
+constexpr std::uint32_t kGrowthToDivide = 4;
 constexpr double kMostParts = 1024.0;
 
-/// Lines for which a leaf makes room at first.
+/// The initial room of a leaf.
 constexpr std::uint32_t kFirstRoom = 4;
 
-/// A cell is never smaller than so many reaches, so that few lines are in a cell only because they
-/// come near it.
+/// The least size of a cell in reaches, so that few lines are in a cell only because they pass near
+/// it.
 constexpr double kLeastReaches = 4.0;
 
-/// Lines are in some four cells and their neighbours on average, and not in many more.
+/// The average number of cells that a line crosses.
 constexpr double kCellsPerLine = 4.0;
 
-/// Keeps the array of cells no larger than a few numbers per line.
+/// Bounds the memory of the array of cells.
 constexpr double kMostCellsPerLine = 4.0;
 
 struct Extent {
@@ -56,7 +58,7 @@ int CellsAlong(double length, double size) {
     return static_cast<int>(length / size) + 1;
 }
 
-CellRaster RasterOver(const std::vector<PageLine>& lines, double reach) {
+Raster RasterOver(const std::vector<PageLine>& lines, double reach) {
     if (lines.empty()) {
         return {};
     }
@@ -64,11 +66,11 @@ CellRaster RasterOver(const std::vector<PageLine>& lines, double reach) {
     const auto count = static_cast<double>(lines.size());
     const double width = extent.high.x - extent.low.x;
     const double height = extent.high.y - extent.low.y;
-    // The last term keeps a figure that is a mere line from being cut into too many cells.
+    // The last term bounds the number of cells of a figure that is nearly a line.
     const double size =
         std::max({std::sqrt(width * height / count), extent.lengths / count / kCellsPerLine,
                   kLeastReaches * reach, (width + height) / (kMostCellsPerLine * count)});
-    CellRaster raster;
+    Raster raster;
     raster.origin = extent.low;
     raster.size = size > 0.0 ? size : 1.0;
     raster.columns = CellsAlong(width, raster.size);
@@ -78,13 +80,13 @@ CellRaster RasterOver(const std::vector<PageLine>& lines, double reach) {
 
 } // namespace
 
-CellGrid::CellGrid(const std::vector<PageLine>& expected, double reach)
+SpatialGrid::SpatialGrid(const std::vector<PageLine>& expected, double reach)
     : reach_(reach), raster_(RasterOver(expected, reach)), cells_(raster_.cellCount()) {
     lines_.reserve(expected.size());
     lastVisit_.reserve(expected.size());
 }
 
-std::uint32_t CellGrid::insert(const PageLine& line) {
+std::uint32_t SpatialGrid::insert(const PageLine& line) {
     const auto number = static_cast<std::uint32_t>(lines_.size());
     lines_.push_back(line);
     lastVisit_.push_back(visits_);
@@ -95,7 +97,7 @@ std::uint32_t CellGrid::insert(const PageLine& line) {
     return number;
 }
 
-CellRaster CellGrid::partsOf(std::size_t cell) const {
+Raster SpatialGrid::partsOf(std::size_t cell) const {
     const auto columns = static_cast<std::size_t>(raster_.columns);
     const std::size_t row = cell / columns;
     const std::size_t column = cell % columns;
@@ -105,24 +107,24 @@ CellRaster CellGrid::partsOf(std::size_t cell) const {
     return {raster_.origin + corner, raster_.size / parts, parts, parts};
 }
 
-void CellGrid::insertInto(std::size_t cell, std::uint32_t number) {
+void SpatialGrid::insertInto(std::size_t cell, std::uint32_t number) {
     Cell& at = cells_[cell];
     if (at.firstLeaf == kNone) {
-        at.cutAt = kCrowd;
+        at.divideAt = kCrowd;
         addLeaves(at);
     }
     insertIntoLeaves(cell, number);
-    if (++at.size == at.cutAt) {
-        cut(cell);
+    if (++at.size == at.divideAt) {
+        divide(cell);
     }
 }
 
-void CellGrid::addLeaves(Cell& cell) {
+void SpatialGrid::addLeaves(Cell& cell) {
     cell.firstLeaf = static_cast<std::uint32_t>(leaves_.size());
     leaves_.resize(leaves_.size() + std::size_t{cell.parts} * cell.parts);
 }
 
-void CellGrid::insertIntoLeaves(std::size_t cell, std::uint32_t number) {
+void SpatialGrid::insertIntoLeaves(std::size_t cell, std::uint32_t number) {
     visitLeavesOf(cell, lines_[number], reach_, [&](std::uint32_t at) {
         Leaf& leaf = leaves_[at];
         if (leaf.size == leaf.room) {
@@ -133,7 +135,7 @@ void CellGrid::insertIntoLeaves(std::size_t cell, std::uint32_t number) {
     });
 }
 
-void CellGrid::makeRoom(Leaf& leaf) {
+void SpatialGrid::makeRoom(Leaf& leaf) {
     const std::size_t first = entries_.size();
     leaf.room = leaf.room == 0 ? kFirstRoom : 2 * leaf.room;
     entries_.resize(entries_.size() + leaf.room);
@@ -141,9 +143,9 @@ void CellGrid::makeRoom(Leaf& leaf) {
     leaf.first = first;
 }
 
-void CellGrid::cut(std::size_t cell) {
+void SpatialGrid::divide(std::size_t cell) {
     Cell& at = cells_[cell];
-    at.cutAt *= kGrowthToCut;
+    at.divideAt *= kGrowthToDivide;
     const double most = std::min(raster_.size / (kLeastReaches * reach_), kMostParts);
     const double wanted = std::sqrt(static_cast<double>(at.size));
     const auto parts = static_cast<std::uint32_t>(std::max(std::min(wanted, most), 1.0));
@@ -159,7 +161,7 @@ void CellGrid::cut(std::size_t cell) {
 }
 
 /// In increasing order.
-std::vector<std::uint32_t> CellGrid::linesOf(const Cell& cell) const {
+std::vector<std::uint32_t> SpatialGrid::linesOf(const Cell& cell) const {
     std::vector<std::uint32_t> numbers;
     for (std::uint32_t part = 0; part < cell.parts * cell.parts; ++part) {
         const Leaf& leaf = leaves_[cell.firstLeaf + part];

@@ -1,4 +1,4 @@
-// A grid over the sheet that knows which lines come near each of its cells.
+// A spatial grid of lines: finds the lines near a given line.
 #pragma once
 
 #include "drawing/paper/Paper.h"
@@ -12,8 +12,8 @@
 
 namespace kxcontour {
 
-/// A rectangle cut into equal square cells, numbered row by row.
-struct CellRaster {
+/// A rectangle divided into equal square cells, numbered row by row.
+struct Raster {
     Point origin;
     double size = 1.0; ///< Of a cell, millimetres.
     int columns = 1;
@@ -24,13 +24,13 @@ struct CellRaster {
     }
 };
 
-/// The rows or columns that a range touches; none when first > last.
+/// Rows or columns; none when first > last.
 struct CellRange {
     int first = 0;
     int last = -1;
 };
 
-/// Of count cells of that size from 0 on, those that the range from low to high touches.
+/// Those of the count cells of a size, from 0 on, that intersect the range from low to high.
 inline CellRange CellsBetween(double low, double high, double size, int count) {
     const double first = std::floor(low / size);
     const double last = std::floor(high / size);
@@ -41,11 +41,11 @@ inline CellRange CellsBetween(double low, double high, double size, int count) {
             last < count - 1 ? static_cast<int>(last) : count - 1};
 }
 
-/// Calls visit(cell number) once for every cell of the raster that comes within reach of the line
-/// (measured along the axes), and possibly for cells that come a little less near. Ends when visit
-/// returns false, and then returns false as well.
+/// Calls visit(cell number) once for every cell of the raster within reach of the line (measured
+/// along the axes), and possibly for cells slightly farther away. Stops and returns false when
+/// visit returns false.
 template <class tVisit>
-bool VisitCells(const CellRaster& raster, const PageLine& line, double reach, tVisit visit) {
+bool VisitCells(const Raster& raster, const PageLine& line, double reach, tVisit visit) {
     Point low{line.a.x - raster.origin.x, line.a.y - raster.origin.y};
     Point high{line.b.x - raster.origin.x, line.b.y - raster.origin.y};
     if (high.y < low.y) {
@@ -75,45 +75,45 @@ bool VisitCells(const CellRaster& raster, const PageLine& line, double reach, tV
     return true;
 }
 
-/// Which lines are near a place, of lines that come one after the other. Two levels: the sheet is
-/// cut into about as many cells as lines are expected, and every cell in which many lines meet is
-/// cut again as they come, so that a dense figure on a large sheet costs no more than one that
-/// fills it, and lines that are never inserted cost nothing.
-class CellGrid {
+/// A two-level uniform grid for lines that are inserted one after the other. The sheet is divided
+/// into about as many cells as lines are expected, and a cell with many lines is divided again as
+/// they come, so that a dense figure on a large sheet costs no more than one that fills it, and
+/// lines that are never inserted cost nothing.
+class SpatialGrid {
 public:
-    /// Made for lines like the expected ones, none of which is in it yet. Lines have to be finite.
-    CellGrid(const std::vector<PageLine>& expected, double reach);
+    /// An empty grid for lines like the expected ones. Lines have to be finite.
+    SpatialGrid(const std::vector<PageLine>& expected, double reach);
 
-    /// Returns the line's number; they count from 0 on. The line lies within the rectangle around
-    /// those expected.
+    /// Returns the line's number, counted from 0. The line lies within the bounding box of the
+    /// expected ones.
     std::uint32_t insert(const PageLine& line);
 
     const PageLine& line(std::uint32_t number) const { return lines_[number]; }
 
     /// Calls visit(number) once for every line that shares a cell with this one: in particular for
-    /// all lines that come within reach of it. Cells in which many lines meet are put off until as
-    /// many cells have been passed, or to the end, the fuller the later. Ends when visit returns
-    /// false, and then returns false as well.
+    /// all lines within reach of it. Crowded cells are deferred until as many cells have been
+    /// visited, or to the end, the fuller the later. Stops and returns false when visit returns
+    /// false.
     template <class tVisit> bool visit(const PageLine& line, tVisit visit);
 
-    /// How many cells, and lines in them, all visits so far looked at.
-    std::size_t looks() const { return looks_; }
+    /// The number of cells, and of lines in them, that all visits have examined.
+    std::size_t work() const { return work_; }
 
 private:
     static constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
 
-    /// Its lines follow each other in entries_. When there is no more room, they move to its end.
+    /// Its lines are contiguous in entries_. When there is no more room, they move to its end.
     struct Leaf {
         std::size_t first = 0;
         std::uint32_t size = 0;
         std::uint32_t room = 0;
     };
 
-    /// Is one leaf, or is cut into parts * parts of them.
+    /// One leaf, or parts * parts of them.
     struct Cell {
         std::uint32_t firstLeaf = kNone; ///< None as long as the cell is empty.
         std::uint32_t size = 0;          ///< Lines in it.
-        std::uint32_t cutAt = 0;         ///< The size at which it is cut anew.
+        std::uint32_t divideAt = 0;      ///< The size at which it is divided next.
         std::uint32_t parts = 1;
     };
 
@@ -126,7 +126,7 @@ private:
         }
     };
 
-    /// Calls visit(leaf) for those of all cells in use, or until it returns false.
+    /// Calls visit(leaf) for the leaves of all used cells, or until it returns false.
     template <class tVisit>
     bool visitLeaves(const PageLine& line, double reach, tVisit visit) const {
         return VisitCells(raster_, line, reach, [&](std::size_t cell) {
@@ -147,21 +147,21 @@ private:
 
     template <class tVisit> bool visitLines(std::uint32_t leaf, tVisit visit);
 
-    CellRaster partsOf(std::size_t cell) const;
+    Raster partsOf(std::size_t cell) const;
     void insertInto(std::size_t cell, std::uint32_t number);
     void insertIntoLeaves(std::size_t cell, std::uint32_t number);
     void addLeaves(Cell& cell);
     void makeRoom(Leaf& leaf);
-    void cut(std::size_t cell);
+    void divide(std::size_t cell);
     std::vector<std::uint32_t> linesOf(const Cell& cell) const;
 
-    /// A leaf with more lines than this is put off.
+    /// A leaf with more lines than this is deferred.
     static constexpr std::uint32_t kFull = 16;
 
     double reach_;
-    CellRaster raster_;
+    Raster raster_;
     std::vector<Cell> cells_;
-    // Places that are used no more are left behind: they are no more than those in use.
+    // Abandoned ranges stay allocated: they are no more than those in use.
     std::vector<Leaf> leaves_;
     std::vector<std::uint32_t> entries_;
     std::vector<PageLine> lines_;
@@ -169,16 +169,16 @@ private:
     std::vector<std::uint32_t> lastVisit_; ///< By line: the number of the last one it came in.
     std::uint32_t visits_ = 0;
     std::vector<FullLeaf> fullLeaves_;
-    std::size_t looks_ = 0;
+    std::size_t work_ = 0;
 };
 
-template <class tVisit> bool CellGrid::visit(const PageLine& line, tVisit visit) {
+template <class tVisit> bool SpatialGrid::visit(const PageLine& line, tVisit visit) {
     ++visits_;
     fullLeaves_.clear();
     std::size_t cells = 0;
     std::size_t taken = 0; // Of full leaves.
     const bool goesOn = visitLeaves(line, 0.0, [&](std::uint32_t leaf) {
-        ++looks_;
+        ++work_;
         ++cells;
         const std::uint32_t size = leaves_[leaf].size;
         if (size <= kFull) {
@@ -194,9 +194,9 @@ template <class tVisit> bool CellGrid::visit(const PageLine& line, tVisit visit)
            });
 }
 
-template <class tVisit> bool CellGrid::visitLines(std::uint32_t leaf, tVisit visit) {
+template <class tVisit> bool SpatialGrid::visitLines(std::uint32_t leaf, tVisit visit) {
     const std::uint32_t* const first = entries_.data() + leaves_[leaf].first;
-    looks_ += leaves_[leaf].size;
+    work_ += leaves_[leaf].size;
     return std::all_of(first, first + leaves_[leaf].size, [&](std::uint32_t number) {
         const bool isNew = lastVisit_[number] != visits_;
         lastVisit_[number] = visits_;

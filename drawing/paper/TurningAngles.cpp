@@ -1,5 +1,5 @@
-// One walk for the turns, one back for the limits.
-#include "drawing/paper/Bends.h"
+// A forward pass computes the angles, a backward pass the limits of runs. O(n).
+#include "drawing/paper/TurningAngles.h"
 
 #include "drawing/common/Angles.h"
 #include "drawing/paper/Plane.h"
@@ -8,7 +8,8 @@ namespace kxcontour {
 
 using namespace plane;
 
-Bends::Bends(const std::vector<Point>& points, double noise) : limits_(points.size()) {
+TurningAngles::TurningAngles(const std::vector<Point>& points, double noise)
+    : limits_(points.size()) {
     const std::size_t last = points.size() - 1;
     std::vector<Turn> turns(points.size());
     headings_.assign(last, 0.0);
@@ -26,8 +27,8 @@ Bends::Bends(const std::vector<Point>& points, double noise) : limits_(points.si
     findLimits(points, turns);
 }
 
-/// Backwards, so that each point has the limits of the next, unless something is in the way there.
-void Bends::findLimits(const std::vector<Point>& points, const std::vector<Turn>& turns) {
+/// A point has the limits of the next one unless the run must end there.
+void TurningAngles::findLimits(const std::vector<Point>& points, const std::vector<Turn>& turns) {
     const std::size_t last = points.size() - 1;
     limits_[last] = {last, last};
     for (std::size_t i = last; i-- > 0;) {
@@ -47,7 +48,7 @@ void Bends::findLimits(const std::vector<Point>& points, const std::vector<Turn>
     }
 }
 
-Bends::Turn Bends::TurnAt(Point before, Point at, Point after, double noise) {
+TurningAngles::Turn TurningAngles::TurnAt(Point before, Point at, Point after, double noise) {
     const Point arriving = at - before;
     const Point leaving = after - at;
     const double cross = Cross(arriving, leaving);
@@ -55,7 +56,7 @@ Bends::Turn Bends::TurnAt(Point before, Point at, Point after, double noise) {
     return {AngleOf(Dot(arriving, leaving), cross), std::abs(cross) <= height};
 }
 
-void Bends::count(const Turn& turn) {
+void TurningAngles::count(const Turn& turn) {
     hasPositive_ = hasPositive_ || (turn.angle > 0.0 && !turn.isNoise);
     hasNegative_ = hasNegative_ || (turn.angle < 0.0 && !turn.isNoise);
 }

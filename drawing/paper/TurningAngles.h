@@ -1,4 +1,4 @@
-// How polylines turn.
+// Turning angles of polylines.
 #pragma once
 
 #include "drawing/paper/Paper.h"
@@ -9,32 +9,33 @@
 
 namespace kxcontour {
 
-/// Radians. A vertex that turns by more is a corner that is meant.
+/// Radians. A vertex with a larger turning angle is a corner.
 constexpr double kCorner = std::numbers::pi / 6.0;
 
-/// The turns of a polyline at its vertices, and how far runs reach that bend to one side.
+/// The turning angles of a polyline at its vertices, and the longest runs without inflection or
+/// corner.
 ///
-/// A turn is positive from x towards y. Turns at vertices that are not farther than the noise
-/// beside the line between their neighbours count as turns to either side.
-class Bends {
+/// An angle is positive from x towards y. Angles at vertices within the noise of the line between
+/// their neighbours count as turns to either side.
+class TurningAngles {
 public:
     /// points: two or more; closed if the last equals the first. noise in millimetres. O(n).
-    Bends(const std::vector<Point>& points, double noise);
+    TurningAngles(const std::vector<Point>& points, double noise);
 
-    /// The direction of the line that starts at the point, relative to that of the first one, with
-    /// all turns between counted. Radians.
+    /// The direction of the line that starts at the point relative to that of the first one: the
+    /// sum of the turning angles between. Radians.
     double heading(std::size_t line) const { return headings_[line]; }
 
-    /// The last point that a run can reach from the first without a corner, a line of no length or
-    /// a turn to the wrong side.
+    /// The last point of the longest run from the first point without a corner, a line of zero
+    /// length or a turn to the other side.
     std::size_t limit(std::size_t first, bool positive) const {
         return positive ? limits_[first].positive : limits_[first].negative;
     }
 
-    /// Corners count here as any other turn; so does that at the start of a closed polyline.
-    bool bendsToOneSide(bool positive) const { return positive ? !hasNegative_ : !hasPositive_; }
+    /// Corners count as any other turn; so does the start of a closed polyline.
+    bool turnsToOneSide(bool positive) const { return positive ? !hasNegative_ : !hasPositive_; }
 
-    /// Whether neighbouring points are equal somewhere.
+    /// Whether any two successive points are equal.
     bool hasRepeatedPoint() const { return hasRepeatedPoint_; }
 
 private:
