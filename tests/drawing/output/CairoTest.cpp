@@ -23,7 +23,6 @@ using tool_test::MakePath;
 using tool_test::NewFile;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
-using tool_test::kxdrawing::Drawing;
 
 /// A picture of 32-bit pixels.
 class Picture {

@@ -23,7 +23,6 @@ using tool_test::Path;
 using tool_test::PathGroup;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
-using tool_test::kxdrawing::Drawing;
 
 /// Reads a file with ezdxf, audits it and prints what the code after that asks for. The file is
 /// `doc`, its model space `msp`, numbers are printed by `n`.
