@@ -2,11 +2,12 @@
 // of it is a drawing that can be read, or a refusal. The importer runs in a child process, of which
 // the fuzzer sees nothing; so that it can look for more, some inputs are what an importer hands
 // over instead, bad indices, coordinates and normals included, and go on from there.
-#include "drawing/Drawing.h"
 #include "drawing/common/Failure.h"
 #include "drawing/scene/Placing.h"
 #include "drawing/scene/Scene.h"
 #include "fuzz/FuzzBytes.h"
+#include "import/SceneReader.h"
+#include "jobs/DrawingJob.h"
 #include "tool/ModelText.h"
 #include "tool/SvgFile.h"
 #include "tool/Unwatched.h"
@@ -217,10 +218,10 @@ void CheckFailure(const Failure& failure) {
 
 void Draw(const Scene& scene, const DrawingOptions& options) {
     tool_test::Unwatched observer;
-    DrawScene(scene, options, observer);
+    DrawToFile(scene, options, observer);
     CheckDrawing(options);
     const std::string once = tool_test::ReadBytes(options.output.path);
-    DrawScene(scene, options, observer);
+    DrawToFile(scene, options, observer);
     Require(once == tool_test::ReadBytes(options.output.path), "another drawing the second time");
 }
 
