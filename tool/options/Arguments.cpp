@@ -1,5 +1,5 @@
-// One pass over the arguments. It only collects: values are read elsewhere, the same way as those
-// from files.
+// One pass over the arguments that collects texts; values are checked later, by the same readers as
+// those from files.
 #include "options/Arguments.h"
 
 #include "drawing/common/Failure.h"
@@ -22,7 +22,7 @@ public:
         while (!rest_.empty()) {
             take(next());
         }
-        // Help and the version are shown, whatever else is wrong.
+        // Help and the version are shown in spite of other mistakes.
         if (!given_.has("help") && !given_.has("version")) {
             refuseUnknown();
             refuseRepeated();
@@ -62,7 +62,7 @@ private:
         }
     }
 
-    /// Flags, -vq, and at most one value behind them, -o VALUE or -oVALUE.
+    /// Flags (-vq), the last of which may be an option with a value: -o VALUE or -oVALUE.
     void takeShort(const std::string& argument) {
         for (std::size_t at = 1; at < argument.size(); ++at) {
             const OptionInfo* option =
@@ -108,7 +108,7 @@ private:
         unknown_ = unknown_.empty() ? argument : unknown_;
     }
 
-    /// What comes first in the arguments is refused first.
+    /// Called before any other refusal, so that the first mistake is the one that is reported.
     void refuseUnknown() const {
         if (unknown_.empty()) {
             return;

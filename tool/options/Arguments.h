@@ -1,4 +1,4 @@
-// Arguments to options, by the option table and nothing else.
+// Parses the command-line arguments by the option table.
 #pragma once
 
 #include "options/GivenOptions.h"
@@ -8,12 +8,12 @@
 
 namespace kxcontour {
 
-/// Takes arguments apart into the texts of options; what is no option is a "model".
+/// Splits arguments into the texts of options. An argument that is no option is a "model".
 ///
-/// Values may follow as the next argument or behind a sign (--page=A3); after "--" everything is a
-/// model. Throws Failure (Usage) for an option that does not exist, naming the nearest, for one
-/// without its value, for a flag with one, and for one that is given twice and is not repeatable.
-/// An option that asks for help or the version comes back before anything else is found wrong.
+/// A value is the next argument or follows an equals sign (--page=A3); after "--" every argument is
+/// a model. Throws Failure (Usage) for an unknown option, naming the nearest, for an option without
+/// its value, for a flag with a value, and for a repeated option that is not repeatable. Arguments
+/// with help or version are not checked for unknown and repeated options.
 GivenOptions ReadArguments(const std::vector<std::string>& arguments);
 
 } // namespace kxcontour

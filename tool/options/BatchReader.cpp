@@ -1,4 +1,4 @@
-// Jobs are expanded and checked one after the other, then against each other.
+// Jobs are expanded and checked one by one, then against each other.
 #include "options/BatchReader.h"
 
 #include "drawing/common/Failure.h"
@@ -63,12 +63,12 @@ std::vector<BatchJob> ReadViewsOf(const GivenJob& given) {
     return jobs;
 }
 
-/// The same text for two names of one file, as far as that shows without looking at files.
+/// Equal for two names of one file, as far as the names alone tell.
 std::string FileKey(const std::string& path) {
     return std::filesystem::absolute(path).lexically_normal().string();
 }
 
-/// Which job writes a file.
+/// The number of the job that writes each file.
 using Writers = std::map<std::string, std::size_t>;
 
 void Note(Writers& writers, const BatchJob& job, std::size_t number) {

@@ -1,4 +1,4 @@
-// From given jobs to the jobs of a batch.
+// Reads the jobs of a batch.
 #pragma once
 
 #include "options/CommandLine.h"
@@ -10,11 +10,11 @@
 
 namespace kxcontour {
 
-/// Reads the options of every job and makes one job of each of its views.
+/// Reads the options of every job and expands it into one job per view.
 ///
 /// batch holds the options of the whole batch: jobs, force, state and messages; jobFile is the file
-/// that the jobs are from, or empty. Throws Failure (Usage), beginning with where the job stands,
-/// for anything wrong with a job, for standard streams, and for two jobs that write the same file.
+/// that the jobs come from, or empty. Throws Failure (Usage), with the position of the job first,
+/// for a mistake in a job, for standard streams, and for two jobs that write the same file.
 BatchCommand
 ReadBatch(const std::vector<GivenJob>& jobs, const GivenOptions& batch, const std::string& jobFile);
 

@@ -1,4 +1,4 @@
-// What is read first, then what is written.
+// Inputs are added before outputs, so that a conflict is reported for the output.
 #include "options/CommandFiles.h"
 
 namespace kxcontour {
@@ -29,7 +29,7 @@ bool Prints(const MessageOptions& options) {
 RunFiles FilesOf(const DrawCommand& command) {
     RunFiles files = ReadFiles(command.optionFiles, {&command.options.input});
     files.writeDrawing(command.options.output.path);
-    // Standard output may be taken by the drawing.
+    // The drawing may occupy standard output.
     if (command.options.output.path != "-" && Prints(command.options.messages)) {
         files.print();
     }

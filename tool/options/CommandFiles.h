@@ -6,8 +6,8 @@
 
 namespace kxcontour {
 
-/// All files of a command that are known before a model is read. Throws Failure (Usage) where it
-/// would write what it reads, or one file twice.
+/// All files of a command that are known before a model is read. Throws Failure (Usage) if the
+/// command would overwrite an input or write one file twice.
 /// @{
 RunFiles FilesOf(const DrawCommand& command);
 RunFiles FilesOf(const InfoCommand& command);

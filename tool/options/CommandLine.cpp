@@ -1,5 +1,5 @@
-// Tells the commands apart by the first word, and puts options from everywhere together: the
-// command line above jobs, jobs above their defaults, and all of them above the configuration file.
+// The first word selects the command. Options are merged by precedence: the command line over jobs,
+// jobs over their defaults, and all of these over the configuration file.
 #include "options/CommandLine.h"
 
 #include <ctr/Version.h>
@@ -19,7 +19,7 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-/// Help, the manual and completions: words without options. False when it is something else.
+/// Writes help, the manual page or completions if the first word asks for one of them.
 bool WroteText(const Arguments& arguments, std::ostream& out) {
     const std::string command = arguments.empty() ? "" : arguments.front();
     const std::string word = arguments.size() > 1 ? arguments[1] : "";
@@ -86,7 +86,7 @@ BatchCommand ReadBatchCommand(GivenOptions given) {
     GivenOptions config = ConfigOf(given);
     GivenOptions batch = given;
     batch.putBelow(config);
-    // Those of the configuration are for the jobs.
+    // The views of a configuration file apply to each job.
     batch.remove("views");
     BatchCommand command =
         ReadBatch(TakeJobs(files.front().text, given, config), batch, files.front().text);
@@ -95,7 +95,7 @@ BatchCommand ReadBatchCommand(GivenOptions given) {
     return command;
 }
 
-/// Options of batches say nothing about one drawing; in a configuration file they may wait.
+/// Options of batches do not apply to a single drawing; a configuration file may hold them.
 void RefuseBatchOptions(const GivenOptions& given) {
     for (const char* name : {"jobs", "force", "state"}) {
         const GivenText* text = given.find(name);

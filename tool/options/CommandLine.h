@@ -1,4 +1,4 @@
-// The command line: from arguments to what is to be done.
+// The command line: turns arguments into a command.
 #pragma once
 
 #include "options/Options.h"
@@ -14,10 +14,10 @@ namespace kxcontour {
 /// kxcontour MODEL... -o OUT: one drawing.
 struct DrawCommand {
     DrawingOptions options;
-    std::vector<std::string> optionFiles; ///< What options were read from.
+    std::vector<std::string> optionFiles; ///< The configuration, if any.
 };
 
-/// kxcontour MODEL... --info: what is in the models, nothing drawn.
+/// kxcontour MODEL... --info: lists the contents of models without drawing.
 struct InfoCommand {
     InputOptions input;
     MessageOptions messages;
@@ -28,7 +28,7 @@ struct InfoCommand {
 struct BatchJob {
     std::string name; ///< For messages: the job's own name, else its output.
     DrawingOptions options;
-    /// The job's options in one canonical text: equal texts ask for the same drawing.
+    /// The options in canonical form, see SignatureOf().
     std::string signature;
 };
 
@@ -37,7 +37,7 @@ struct BatchCommand {
     std::vector<BatchJob> jobs;
     unsigned int threads = 1;
     bool force = false;                   ///< Draw again what is up to date.
-    std::string statePath;                ///< Where finished work is noted; empty: nowhere.
+    std::string statePath;                ///< The file of finished work; empty: none.
     MessageOptions messages;              ///< Of the whole batch.
     std::vector<std::string> optionFiles; ///< The job file and the configuration.
 };
@@ -46,8 +46,8 @@ using Command = std::variant<DrawCommand, InfoCommand, BatchCommand>;
 
 /// Reads the arguments (without the program's name).
 ///
-/// Nothing is returned when the arguments ask for help, the version, the manual page or
-/// completions, which are then written to out. Throws Failure: Usage, naming the nearest option for
+/// Returns nothing for help, the version, the manual page and completions, which are written to
+/// out. Throws Failure: Usage, naming the nearest option for
 /// one that does not exist; Unreadable for a configuration or job file that cannot be read.
 std::optional<Command> ParseCommandLine(const std::vector<std::string>& arguments,
                                         std::ostream& out);

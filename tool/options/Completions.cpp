@@ -1,5 +1,5 @@
-// A script for each shell, a template that is filled from the option table. Values of options are
-// completed where the table has choices for them or says that they are files.
+// One template per shell, filled in from the option table. Values are completed if the table lists
+// choices for them or if they are files.
 #include "options/Completions.h"
 
 #include "options/Help.h"
@@ -9,7 +9,7 @@
 namespace kxcontour {
 namespace {
 
-/// Puts a backslash before some letters.
+/// The text with a backslash before each of some letters.
 std::string Escaped(std::string text, std::string_view letters) {
     for (const char letter : letters) {
         text = Replaced(text, std::string(1, letter), std::string("\\") + letter);
@@ -17,7 +17,7 @@ std::string Escaped(std::string text, std::string_view letters) {
     return text;
 }
 
-/// Puts in the words that all shells complete, and the options.
+/// Fills in the words that all shells complete, and the options.
 std::string Filled(std::string script, const std::string& options) {
     script = Replaced(script, "@COMMANDS@", Joined(kCommands, " "));
     script = Replaced(script, "@TOPICS@", Joined(HelpTopics(), " "));
@@ -138,7 +138,7 @@ std::string ZshAction(const OptionValue& value) {
 
 std::string ZshOption(const OptionInfo& option) {
     const std::string longName = option.dashed() + (option.isFlag() ? "" : "=");
-    // A quote ends the quoted text, which begins again behind it.
+    // A quote inside ends the quoted text, which is reopened after it.
     const std::string help = Replaced(Escaped(option.help, "\\[]"), "'", "'\\''");
     const std::string rest =
         "[" + help + "]" +

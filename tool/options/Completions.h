@@ -1,4 +1,4 @@
-// Completions for shells.
+// Completion scripts for shells.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace kxcontour {
 
-/// The script that makes a shell of Shells() complete options, their values and files. Throws
+/// The script that makes a shell of kShells complete options, their values and files. Throws
 /// Failure (Usage) for another shell, naming the nearest.
 std::string Completions(std::string_view shell);
 

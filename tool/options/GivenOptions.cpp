@@ -1,4 +1,4 @@
-// How options from one source give way to those from another.
+// The precedence of options from different sources.
 #include "options/GivenOptions.h"
 
 #include "options/Values.h"
@@ -9,7 +9,7 @@
 namespace kxcontour {
 namespace {
 
-/// An option (with a certain text, or any) and what it puts out of force below.
+/// An option (with a certain text, or any) and the options of lower precedence that it drops.
 struct Displacement {
     const char* name;
     const char* text; ///< Null: any.

@@ -1,4 +1,4 @@
-// Options as they were given, still text, from whatever they were read.
+// Options as given, as text, with their source.
 #pragma once
 
 #include <map>
@@ -36,10 +36,10 @@ public:
 
     void remove(const std::string& name) { texts_.erase(name); }
 
-    /// Puts options below these: they hold where these are silent.
+    /// Merges options of lower precedence, which apply where these are not given.
     ///
-    /// Styles add up, with those from below first. What cannot go together with an option of these
-    /// is dropped from below: a view there when an angle is here, and so on.
+    /// Styles accumulate, those of lower precedence first. Lower options that conflict with an
+    /// option of these are dropped, such as a view where these have an angle.
     void putBelow(GivenOptions lower);
 
 private:

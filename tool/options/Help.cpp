@@ -1,4 +1,4 @@
-// Plain text on 80 columns, from the tables.
+// Plain text on 80 columns, made from the tables.
 #include "options/Help.h"
 
 #include "options/Manual.h"
@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kColumns = 80;
 constexpr std::size_t kHelpColumn = 26;
 
-/// "  -o, --output OUT", with the long names below each other.
+/// "  -o, --output OUT", with the long names aligned.
 std::string HeadOf(const OptionInfo& option) {
     if (&option == &OptionTable().front()) {
         return fmt::format("  {}...", option.argument);
@@ -22,7 +22,7 @@ std::string HeadOf(const OptionInfo& option) {
            (option.isFlag() ? "" : " ") + option.argument;
 }
 
-/// The words of a paragraph in lines of at most kColumns characters, each indented.
+/// A paragraph wrapped to kColumns, each line indented.
 std::string Fill(const std::string& paragraph, std::size_t indent) {
     std::string text;
     std::string line;

@@ -1,4 +1,4 @@
-// The help: a short one of everything, and a long one for each topic.
+// The help: a summary of all options, and a longer text per topic.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace kxcontour {
 
-/// Everything on 80 columns: examples, every option in a line or two, exit codes.
+/// A summary on 80 columns: examples, one or two lines per option, exit codes.
 std::string ShortHelp();
 
-/// All about one topic of HelpTopics(), or "view" for "camera". Throws Failure (Usage) for another,
-/// naming the nearest.
+/// The text on one topic of HelpTopics(), or "view" for "camera". Throws Failure (Usage) for
+/// another, naming the nearest.
 std::string TopicHelp(std::string_view topic);
 
 /// The names of the topics.

@@ -16,7 +16,7 @@ namespace {
 
 using kxContouringLib::Version;
 
-/// One line in which nothing is taken for a command of the language.
+/// One line with the special characters of the language escaped.
 std::string Plain(std::string line) {
     constexpr std::array<std::pair<const char*, const char*>, 5> kEscapes{
         {{"\\", "\\e"}, {"-", "\\-"}, {"\"", "\\(dq"}, {"'", "\\(aq"}, {"`", "\\(ga"}}};
@@ -34,7 +34,7 @@ std::string PlainLines(const std::string& text) {
     return lines;
 }
 
-/// A paragraph with each sentence on a line of its own, as the language wants it.
+/// A paragraph with one sentence per line, as the language requires.
 std::string Sentences(const std::string& paragraph) {
     return PlainLines(Replaced(paragraph, ". ", ".\n"));
 }
@@ -90,7 +90,7 @@ std::string Examples() {
     return ".Sh EXAMPLES\n" + Joined(texts, ".Pp\n");
 }
 
-/// The month of the release. The language wants a day, so it is the first.
+/// The month of the release. The language requires a day, so it is the first.
 std::string Date() {
     std::tm month{};
     month.tm_mon = std::clamp(Version::GetMonth(), 1, 12) - 1;

@@ -1,6 +1,5 @@
-// What the help and the manual say beside the options: topics, examples, exit codes. Paragraphs of
-// texts have an empty line between them; those that begin with two blanks are shown as they stand,
-// others are filled.
+// The prose of the help and the manual page: topics, examples, exit codes. Paragraphs are separated
+// by empty lines; those that begin with two blanks are shown verbatim, others are wrapped.
 #pragma once
 
 #include "options/OptionTable.h"
@@ -11,7 +10,7 @@
 
 namespace kxcontour {
 
-/// A topic as the help has it.
+/// A topic of the help.
 struct TopicInfo {
     Topic topic;
     const char* name;    ///< For `kxcontour help NAME`.
@@ -55,7 +54,7 @@ inline constexpr std::array<TopicInfo, 7> kTopics{
       "Results go to standard output, everything else to standard error. A progress bar is shown "
       "on a terminal only."}}};
 
-/// What else there is to say: a topic without options.
+/// A topic without options.
 struct ChapterInfo {
     const char* name;
     const char* heading;
@@ -95,7 +94,7 @@ inline constexpr std::array<ExitCodeInfo, 7> kExitCodes{
      {5, "the drawing cannot be written"},
      {130, "cancelled by Ctrl-C"}}};
 
-/// An example: what it does, and the command.
+/// An example with its purpose.
 struct ExampleInfo {
     const char* purpose;
     const char* command;
@@ -108,10 +107,10 @@ inline constexpr std::array<ExampleInfo, 3> kExamples{
      {"Three views with hidden lines, a file each",
       "kxcontour gear.stl --views front,top,iso --hidden -o 'gear-{view}.svg'"}}};
 
-/// The first words that are not a model.
+/// First words that are commands, not models.
 inline const std::vector<std::string> kCommands{"batch", "help", "man", "completions"};
 
-/// The shells that completions are made for.
+/// The shells that have completions.
 inline const std::vector<std::string> kShells{"bash", "zsh", "fish"};
 
 } // namespace kxcontour

@@ -1,5 +1,5 @@
-// Counts brackets and dots outside of strings and comments. The strings of JSON are among those of
-// TOML, and what else TOML has no JSON text may hold, so both are read alike.
+// Counts brackets and dots outside strings and comments. One scanner serves both languages: JSON
+// strings are TOML strings, and comments and literal strings do not occur in JSON.
 #include "options/Nesting.h"
 
 #include "drawing/common/Failure.h"
@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::size_t kDeepest = 64;
 
-/// Behind a string that is open at that place, of one quote or of three; strings of double quotes
-/// have escapes.
+/// The position after a string whose contents begin at a position. It is closed by one quote or
+/// three; strings in double quotes have escapes.
 std::size_t EndOfString(std::string_view text, std::size_t at, const std::string& quotes) {
     while (at < text.size()) {
         if (text.compare(at, quotes.size(), quotes) == 0) {
@@ -27,7 +27,8 @@ std::size_t EndOfString(std::string_view text, std::size_t at, const std::string
     return text.size();
 }
 
-/// Behind the string that begins there. A long one may have two quotes more just before its end.
+/// The position after the string that begins at a position. The contents of a multi-line string may
+/// end with up to two quotes.
 std::size_t BehindString(std::string_view text, std::size_t at) {
     const char quote = text[at];
     const std::string three(3, quote);
@@ -41,7 +42,7 @@ std::size_t BehindString(std::string_view text, std::size_t at) {
     return end;
 }
 
-/// Behind the string, the comment or the letter that begins there.
+/// The position after the string, comment or character that begins at a position.
 std::size_t Behind(std::string_view text, std::size_t at) {
     if (text[at] == '"' || text[at] == '\'') {
         return BehindString(text, at);

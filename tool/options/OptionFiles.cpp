@@ -1,5 +1,4 @@
-// TOML becomes JSON first, so that all files have one reader; the options in them are read by their
-// keys.
+// TOML is converted to JSON, so that both have one reader of keys.
 #include "options/OptionFiles.h"
 
 #include "drawing/common/Failure.h"
@@ -71,7 +70,7 @@ Json ParseJson(const std::string& text, const std::string& path) {
     }
 }
 
-/// Dates and times, which no option has, become null and are refused for their type.
+/// Dates and times, which no option accepts, become null and are refused by type.
 Json ToJson(const toml::node& node) {
     return node.visit([](const auto& value) -> Json {
         Json json;
@@ -102,7 +101,7 @@ Json ParseToml(const std::string& text, const std::string& path) {
     }
 }
 
-/// Members of no name that is known are refused by name.
+/// Refuses unknown members, naming the nearest.
 void RequireKnownMembers(const Json& root, const std::string& path) {
     const std::vector<std::string> known{"defaults", "jobs"};
     for (const auto& [key, value] : root.items()) {

@@ -1,6 +1,6 @@
-// The forms of values that rows of the option table are made from. A form is given the place of the
-// value, as a member of a group of options, and knows from it how to store a text and how to write
-// the value for signatures.
+// Forms of values, from which the rows of the option table are built. A form takes the member of a
+// group of options that holds the value, and derives from it how a text is stored and how the value
+// is written in signatures.
 #pragma once
 
 #include "options/OptionTable.h"
@@ -13,7 +13,7 @@
 
 namespace kxcontour {
 
-/// The group of options of a type.
+/// The group of options that has a type.
 template <class Group, class All> auto& GroupOf(All& all) {
     using Wanted = std::conditional_t<std::is_const_v<All>, const Group, Group>;
     auto& drawing = all.drawing;
@@ -77,7 +77,7 @@ inline constexpr NumberRange kZeroOrMore{0.0, kInfinity, false, true};
 
 namespace form {
 
-/// A value that a function makes from a text and what is there already.
+/// A value that a function updates from a text.
 template <class Group, class Member, class Apply>
 OptionValue
 Applied(ValueKind kind, Member Group::*member, Apply apply, std::vector<std::string> choices = {}) {
@@ -106,7 +106,8 @@ Stored(ValueKind kind, Member Group::*member, Parse parse, std::vector<std::stri
         std::move(choices));
 }
 
-/// An option on which the command line acts itself, or other options.
+/// An option without a value of its own: the command line or the reader of another option acts on
+/// it.
 inline OptionValue Unstored(ValueKind kind = ValueKind::Flag) {
     return {kind};
 }

@@ -1,5 +1,5 @@
-// Values of natural types become the texts that the command line would have had, so that there is
-// one reader for all of them.
+// Values of natural types are converted to the text that the command line would have, so that all
+// sources share the readers of the table.
 #include "options/OptionKeys.h"
 
 #include "drawing/common/Failure.h"
@@ -64,7 +64,7 @@ std::string ScalarText(const Json& value) {
     return value.is_number_float() ? NumberText(value.get<double>()) : value.dump();
 }
 
-/// The texts that the command line would have for a value.
+/// A value as the texts that the command line would have.
 Texts ReadForm(const Form& form,
                const std::string& key,
                const KeySource& source,
@@ -83,8 +83,8 @@ Texts ReadForm(const Form& form,
     return form.between == nullptr ? list : Texts{Joined(list, form.between)};
 }
 
-/// The tables of families as the items of the command line. Families come in alphabetical order,
-/// in which "all" is first, so that the others refine it.
+/// Tables of families as the items of the command line. Families come in alphabetical order, in
+/// which "all" is first, so that the others refine it.
 Texts StyleItems(const KeySource& source, const Json& value) {
     const Form form{
         .wanted = "a text or a number", .number = true, .listOfNumbers = true, .between = "/"};
@@ -103,7 +103,7 @@ Texts StyleItems(const KeySource& source, const Json& value) {
     return items;
 }
 
-/// A path from a file, as seen from where the tool runs. "-" and absolute paths stay.
+/// A path in a file, relative to the working directory. "-" and absolute paths stay.
 std::string PathBeside(const std::string& file, const std::string& path) {
     if (path.empty() || path == "-") {
         return path;
@@ -127,7 +127,7 @@ Texts TextsOf(const KeySource& source, const OptionInfo& option, const Json& val
     return texts;
 }
 
-/// What to call the type of a value.
+/// The type of a value in messages.
 std::string TypeText(const Json& value) {
     if (value.is_boolean()) {
         return value.dump();

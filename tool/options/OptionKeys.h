@@ -10,7 +10,7 @@
 
 namespace kxcontour {
 
-/// Where keys stand.
+/// The source of keys.
 struct KeySource {
     std::string file;  ///< Paths are relative to its folder.
     std::string where; ///< Begins the messages about the keys: "jobs.json: job 3: ".
@@ -20,7 +20,7 @@ struct KeySource {
     std::vector<std::string> otherKeys; ///< Allowed, and left to the caller.
 };
 
-/// Reads the members of an object as options, each of its natural type. Throws Failure (Usage) for
+/// Reads the members of an object as options, each in its natural type. Throws Failure (Usage) for
 /// an unknown key, naming the nearest, and for a value of a wrong type.
 GivenOptions ReadKeys(const nlohmann::json& object, const KeySource& source);
 

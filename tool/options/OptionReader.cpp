@@ -1,5 +1,5 @@
-// The values of a group of options are read by the rows of the table, then checked against each
-// other and completed where one follows from another.
+// Each topic is read by the rows of the table. Then its values are checked against each other, and
+// values that follow from others are filled in.
 #include "options/OptionReader.h"
 
 #include <ctr/Version.h>
@@ -16,10 +16,10 @@ namespace {
 
 constexpr double kArcTolerance = 0.01;
 
-/// Of CAD drawings, where a circle should be one though its model is made of chords.
+/// For CAD drawings, in which a circle modelled by chords should be a circle.
 constexpr double kCadArcTolerance = 0.05;
 
-/// Stores the values of a topic; a message about one begins with where it is from.
+/// Stores the values of a topic; a message about a value begins with its source.
 void ReadTopic(Topic topic, const GivenOptions& given, AllOptions& all) {
     for (const OptionInfo& option : OptionTable()) {
         if (option.topic != topic || !option.value.store) {
@@ -35,7 +35,7 @@ void ReadTopic(Topic topic, const GivenOptions& given, AllOptions& all) {
     }
 }
 
-/// Refuses an option, if it is given, for a reason that may hold.
+/// Refuses a given option if a condition holds.
 void Forbid(const GivenOptions& given, const char* name, bool holds, const std::string& message) {
     const GivenText* text = given.find(name);
     if (text != nullptr && holds) {
@@ -43,7 +43,7 @@ void Forbid(const GivenOptions& given, const char* name, bool holds, const std::
     }
 }
 
-/// The same on the command line only: files may have options that other runs need.
+/// The same on the command line only: a file may hold options for other runs.
 void ForbidHere(const GivenOptions& given,
                 const char* name,
                 bool holds,
@@ -52,7 +52,7 @@ void ForbidHere(const GivenOptions& given,
     Forbid(given, name, holds && text != nullptr && text->where.empty(), message);
 }
 
-/// Views that are listed are not looked from anywhere else.
+/// A list of views excludes other directions.
 void CheckViews(const GivenOptions& given, const std::string& option) {
     for (const std::string other : {"view", "azimuth", "elevation", "camera-position"}) {
         Forbid(given, option.c_str(), given.has(other),
@@ -108,7 +108,7 @@ void CheckPage(const GivenOptions& given, PageOptions& page, bool perspective) {
     }
 }
 
-/// The format that an ending stands for, if any.
+/// The format of a file name ending, if any.
 std::optional<OutputFormat> FormatOfEnding(const std::string& path) {
     const std::string ending = LowerCase(std::filesystem::path(path).extension().string());
     const std::vector<std::string>& names = FindOption("output-format")->value.choices;
@@ -117,7 +117,7 @@ std::optional<OutputFormat> FormatOfEnding(const std::string& path) {
                                : std::optional(static_cast<OutputFormat>(name - names.begin()));
 }
 
-/// The format is that of the ending unless it is given.
+/// Takes the format from the ending unless it is given.
 void CompleteFormat(const GivenOptions& given, OutputOptions& output) {
     const std::optional<OutputFormat> byName = FormatOfEnding(output.path);
     const GivenText* format = given.find("output-format");
@@ -131,7 +131,7 @@ void CompleteFormat(const GivenOptions& given, OutputOptions& output) {
     output.format = byName.value_or(output.format);
 }
 
-/// DXF has arcs whenever the view can have them; the others when they are asked for.
+/// DXF has arcs in every orthographic view, SVG and PDF on request.
 void CompleteArcs(const GivenOptions& given, OutputOptions& output, bool perspective) {
     const bool isAsked = given.isSet("arcs");
     const bool isDxf = output.format == OutputFormat::Dxf;
@@ -182,7 +182,7 @@ void RequireOwnOutput(const InputOptions& input, const std::string& output) {
     }
 }
 
-/// The values of some rows of the table.
+/// The values of the rows that have a wanted effect.
 template <class Wanted> std::string WordsOf(const DrawingOptions& options, Wanted isWanted) {
     const AllOptions all{options, {}};
     std::string words;

@@ -1,4 +1,4 @@
-// From the texts of options to what a drawing is asked to be.
+// Turns the texts of options into the options of drawings and batches.
 #pragma once
 
 #include "options/GivenOptions.h"
@@ -8,32 +8,32 @@
 
 namespace kxcontour {
 
-/// Stands in the name of an output for the view that is asked for by name.
+/// The placeholder of the view's name in the name of an output.
 inline constexpr const char* kViewMark = "{view}";
 
 /// Reads every option of a drawing and checks what can be checked without looking at files.
 ///
-/// Throws Failure (Usage): a model or the output is missing, a value is not what it has to be, or
-/// options cannot go together.
+/// Throws Failure (Usage) if a model or the output is missing, a value is invalid, or options
+/// exclude each other.
 DrawingOptions ReadDrawingOptions(const GivenOptions& given);
 
 /// The same without an output, which may be missing.
 InputOptions ReadInputOptions(const GivenOptions& given);
 
-/// Throws Failure (Usage) when both quiet and verbose are asked for.
+/// Throws Failure (Usage) if both quiet and verbose are given.
 MessageOptions ReadMessageOptions(const GivenOptions& given);
 
-/// Reads the options of a batch. Throws Failure (Usage), also when views are given with options
-/// that look from somewhere else.
+/// Reads the options of a batch. Throws Failure (Usage), also if views are given together with
+/// another direction.
 BatchOptions ReadBatchOptions(const GivenOptions& given);
 
-/// What a drawing is made from, defaults and the tool's version included, but not the contents of
-/// its inputs and what is said along the way: equal texts ask for the same drawing. One line of
-/// printable ASCII, "name=value" for each row of the table with a blank between.
+/// The options that a drawing depends on, defaults and the version of the tool included, in
+/// canonical form: with the same inputs, equal texts give the same drawing. One line of printable
+/// ASCII, "name=value" per row of the table, separated by blanks.
 std::string SignatureOf(const DrawingOptions& options);
 
-/// What the scene of a drawing is read from, and what reading it may take: drawings with equal
-/// texts share a scene.
+/// The options that the scene of a drawing depends on, and the limits of reading it: drawings with
+/// equal texts share a scene.
 std::string SceneSignatureOf(const DrawingOptions& options);
 
 } // namespace kxcontour

@@ -1,4 +1,4 @@
-// The readers of options that no form fits, then the rows of the table in the order of the help.
+// Readers of single options that no form covers, then the rows in the order of the help.
 #include "options/OptionTable.h"
 
 #include "drawing/common/Failure.h"
@@ -32,7 +32,7 @@ OptionValue Families() {
     value.store = [names = value.choices](const std::string& text, AllOptions& all) {
         std::array<bool, 3> isDrawn{};
         for (const std::string& item : Split(text, ",")) {
-            // In one or many.
+            // Plurals are accepted.
             const std::string one = item.substr(0, item.size() - (item.ends_with('s') ? 1 : 0));
             const bool isKnown = std::count(names.begin(), names.end(), one) > 0;
             isDrawn[ParseName(isKnown ? one : item, "line family", names)] = true;
@@ -98,7 +98,7 @@ std::uint64_t ParseInputSize(const std::string& text) {
 std::chrono::milliseconds ParseReadLimit(const std::string& text) {
     const double seconds =
         ParseNumber(text, "read limit", "a number of seconds from 0 to 1000000", {0.0, 1e6});
-    // Rounded up: a limit over 0 does not become 0, which is none.
+    // Rounded up: 0 means no limit, so a small limit must not become 0.
     return std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(1000.0 * seconds)));
 }
 

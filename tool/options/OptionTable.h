@@ -18,33 +18,33 @@ namespace kxcontour {
 /// What an option is about, in the order of the help.
 enum class Topic : std::uint8_t { Input, Camera, Page, Lines, Output, Batch, Messages };
 
-/// How a value is written: on the command line always as text, in files also as it is natural.
+/// How a value is written in files; on the command line it is text.
 enum class ValueKind : std::uint8_t {
     Flag,   ///< true or false.
-    Text,   ///< A text.
-    Number, ///< A text or a number.
-    Names,  ///< A text with commas, or a list of texts.
-    Point,  ///< A text with commas, or a list of three numbers.
-    File,   ///< A text; relative to the file that it stands in. A list where repeatable.
-    Style,  ///< A text, a list of texts, or a table of families with a table of keys each.
+    Text,   ///< A string.
+    Number, ///< A string or a number.
+    Names,  ///< A string with commas, or an array of strings.
+    Point,  ///< A string with commas, or an array of three numbers.
+    File,   ///< A string, relative to the file that it is in; an array if repeatable.
+    Style,  ///< A string, an array of strings, or a table of families with a table of keys each.
 };
 
-/// Where an option may stand.
+/// The sources in which an option is allowed.
 enum class Scope : std::uint8_t {
-    CommandLine, ///< There only.
-    Config,      ///< In configuration files, too.
-    Anywhere,    ///< In job files, too.
+    CommandLine, ///< The command line only.
+    Config,      ///< Configuration files, too.
+    Anywhere,    ///< Job files, too.
 };
 
-/// What the value of an option decides.
+/// What depends on the value of an option.
 enum class Effect : std::uint8_t {
-    Run,     ///< How the tool runs and reports; no drawing depends on it.
-    Limit,   ///< Whether a model is read, but nothing about what is read.
-    Scene,   ///< What is read, and so the drawing.
-    Drawing, ///< The drawing.
+    Run,     ///< The run and its messages, but no drawing.
+    Limit,   ///< Whether a model is read, but not its contents.
+    Scene,   ///< The scene, and so the drawing.
+    Drawing, ///< The drawing only.
 };
 
-/// How many drawings are made at the same time at most.
+/// The maximum number of drawings made at the same time.
 inline constexpr unsigned int kMostThreads = 256;
 
 /// The options of a whole batch.
@@ -52,10 +52,10 @@ struct BatchOptions {
     std::vector<View> views;  ///< One drawing each; empty: the camera's view.
     unsigned int threads = 0; ///< 0: one per processor.
     bool force = false;       ///< Draw again what is up to date.
-    std::string statePath;    ///< Where finished work is noted; empty: not given.
+    std::string statePath;    ///< The file of finished work; empty: not given.
 };
 
-/// Where the table puts values.
+/// The structs in which the rows store values.
 struct AllOptions {
     DrawingOptions drawing;
     BatchOptions batch;
@@ -78,7 +78,7 @@ struct OptionInfo {
     const char* name;     ///< Long, without dashes; also the key in files.
     char letter;          ///< Short name, or 0.
     const char* argument; ///< What the help calls the value; empty for a flag.
-    const char* standard; ///< What holds when it is not given, for the help; may be empty.
+    const char* standard; ///< The default in the help; may be empty.
     Topic topic;
     Effect effect;
     OptionValue value;
@@ -100,14 +100,14 @@ struct OptionInfo {
 /// All options, by topic. The first is the positional one, "model".
 const std::vector<OptionInfo>& OptionTable();
 
-/// The options that are given by their names: all but the first.
+/// The options given by name: all but the first.
 std::span<const OptionInfo> NamedOptions();
 
 /// The option of a long name, or null.
 const OptionInfo* FindOption(std::string_view name);
 
-/// The long names of the options that may stand in a place: of named ones on the command line, of
-/// all in files.
+/// The long names of the options allowed in a source: of the named ones on the command line, of all
+/// in files.
 std::vector<std::string> OptionNames(Scope place);
 
 } // namespace kxcontour

@@ -1,4 +1,4 @@
-// What one drawing is asked to be, checked as far as that goes without looking at files.
+// The options of one drawing.
 #pragma once
 
 #include <kxDrawing/Writers.h>
@@ -36,7 +36,7 @@ struct OutputOptions {
     std::optional<std::string> description;
 };
 
-/// What is said along the way.
+/// The verbosity of a run.
 struct MessageOptions {
     bool verbose = false;
     bool quiet = false;

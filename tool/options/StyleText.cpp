@@ -1,4 +1,4 @@
-// Each item of a list is cut into family, key and value; the key says how the value is read.
+// Each item of a list is split into family, key and value; the key selects the reader of the value.
 #include "options/StyleText.h"
 
 #include "drawing/common/Failure.h"
@@ -28,7 +28,8 @@ std::vector<double> ParseDashes(const std::string& text) {
         }
         dashes.push_back(*length);
     }
-    // Lengths are on and off in turn, so an odd number of them takes two rounds to come to its end.
+    // Lengths alternate between on and off, so the period of an odd number of them is twice as
+    // long.
     if (dashes.size() % 2 == 1) {
         dashes.reserve(2 * dashes.size());
         dashes.insert(dashes.end(), dashes.begin(), dashes.end());

@@ -7,10 +7,10 @@
 
 namespace kxcontour {
 
-/// Changes styles by a list of FAMILY.KEY=VALUE with commas between; later ones win.
+/// Changes styles by a comma-separated list of FAMILY.KEY=VALUE; later items win.
 ///
 /// Families are crease, silhouette, intersection, hidden and all (these four); keys are width (a
-/// length over 0, to 100 mm), color, and dash (lengths over 0, to 100 mm, with '/' between, or
+/// length over 0, to 100 mm), color, and dash (lengths over 0, to 100 mm, separated by '/', or
 /// none; an odd number of them is repeated, as in SVG). Throws Failure (Usage), naming the nearest
 /// family or key for one that does not exist.
 void ApplyStyles(std::string_view list, StyleSheet& styles);

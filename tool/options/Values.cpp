@@ -1,4 +1,5 @@
-// Numbers go through from_chars and to_chars, which have no locale and take no blanks.
+// Numbers are read and written by from_chars and to_chars, which ignore the locale and accept no
+// blanks.
 #include "options/Values.h"
 
 #include "drawing/common/Failure.h"
@@ -102,7 +103,7 @@ double ParseRatio(std::string_view text) {
     const std::optional<double> paper = ReadNumber(text.substr(0, colon));
     const std::optional<double> real =
         hasColon ? ReadNumber(text.substr(colon + 1)) : std::optional<double>(1.0);
-    // Both signs are looked at: -1:-2 is no scale.
+    // Both signs are checked: -1:-2 is no scale.
     const bool positive = paper && real && *paper > 0.0 && *real > 0.0;
     const double ratio = positive ? *paper / *real : 0.0;
     if (!(ratio > 0.0 && std::isfinite(ratio))) {

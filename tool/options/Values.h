@@ -1,4 +1,4 @@
-// The values of options, from text: one function for each kind, none of which knows a locale.
+// Readers of values from text, one per kind. All are independent of the locale.
 #pragma once
 
 #include <Wm4Foundation.h>
@@ -12,14 +12,14 @@
 
 namespace kxcontour {
 
-/// What a number has to be. Ends belong to the range unless they are open.
+/// A range of numbers. Ends belong to it unless they are open.
 struct NumberRange {
     double low = 0.0;
     double high = 0.0;
     bool lowOpen = false;
     bool highOpen = false;
 
-    /// False for what is not a number.
+    /// False for NaN.
     bool holds(double value) const;
 };
 
@@ -28,7 +28,7 @@ double
 ParseNumber(std::string_view text, const char* what, const char* expected, NumberRange range);
 
 /// Reads a length on paper, see ReadPaperLength(); millimetres. Throws as ParseNumber() does, with
-/// the ways to write a length behind the message.
+/// the accepted spellings of a length after the message.
 double
 ParseLength(std::string_view text, const char* what, const char* expected, NumberRange range);
 
@@ -61,7 +61,7 @@ std::vector<std::string> Split(std::string_view text, std::string_view separator
 /// The parts with a separator between them.
 std::string Joined(const std::vector<std::string>& parts, std::string_view separator);
 
-/// A text with another one in place of each occurrence of a part of it.
+/// A text with each occurrence of a part replaced.
 std::string Replaced(std::string_view text, std::string_view part, std::string_view by);
 
 /// "a, b or c", of one name or more.
@@ -70,11 +70,11 @@ std::string Enumerate(const std::vector<std::string>& names);
 /// The shortest text that reads as the same number; finite numbers only.
 std::string NumberText(double value);
 
-/// A text in quotes, in which all but printable ASCII, and what separates words and members of
-/// lists, is %XX.
+/// A text in quotes, in which bytes other than printable ASCII, and separators of words and list
+/// members, are written as %XX.
 std::string QuotedWord(const std::string& text);
 
-/// The text in small ASCII letters.
+/// The text with ASCII letters in lower case.
 std::string LowerCase(std::string_view text);
 
 } // namespace kxcontour

@@ -1,4 +1,4 @@
-// The command line: every option's good and bad values, and what cannot go together.
+// The command line: valid and invalid values of every option, and options that exclude each other.
 #include "options/OptionReader.h"
 #include "options/Parsing.h"
 
@@ -501,7 +501,7 @@ TEST(Views, AloneHaveOptionsOfBatches) {
     EXPECT_TRUE(Holds(Refusal({"--state", "s"}), "--state is for batches"));
 }
 
-/// The first drawing that arguments ask for.
+/// The first drawing of a command line.
 DrawingOptions FirstDrawing(const Arguments& arguments) {
     std::ostringstream out;
     const std::optional<kxcontour::Command> command = kxcontour::ParseCommandLine(arguments, out);
@@ -524,7 +524,7 @@ Change Adding(Arguments more) {
     return {before, more};
 }
 
-/// Of each option at least one change.
+/// At least one change per option.
 std::multimap<std::string, Change> ChangesOfEveryOption() {
     const Arguments views{"m.obj", "-o", "{view}.svg", "--views", "top"};
     const auto batch = [&](const Arguments& more) {

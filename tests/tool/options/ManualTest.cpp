@@ -1,5 +1,5 @@
-// What is made from the option table: help, manual page, completions. The programs that read them
-// are asked whether they can.
+// Texts derived from the option table: help, manual page, completions. They are checked by the
+// programs that read them.
 #include "ToolRun.h"
 #include "options/Help.h"
 #include "options/OptionTable.h"
