@@ -2,8 +2,8 @@
 #pragma once
 
 #include "drawing/scene/Box.h"
-#include "import/PolygonCutting.h"
 
+#include <array>
 #include <cmath>
 #include <cstddef>
 
@@ -17,19 +17,19 @@ bool UsesStep(double value, double step);
 
 /// What rounding to single precision has done to coordinates, in steps by axis.
 struct FloatSteps {
-    FilePoint all{0.0, 0.0, 0.0};  ///< Between neighbouring floats at the largest coordinate.
-    FilePoint lost{0.0, 0.0, 0.0}; ///< The same where digits may have been lost by it; else 0.
+    std::array<double, 3> all{};  ///< Between neighbouring floats at the largest coordinate.
+    std::array<double, 3> lost{}; ///< The same where digits may have been lost by it; else 0.
 };
 
 /// Measures coordinates that were rounded to single precision.
 ///
 /// No digits are lost to coordinates that are all equal, whose rounding moves everything alike, nor
-/// to such as are all multiples of more than a step. pointAt(i) is a FilePoint of floats; those
-/// that are not finite do not count. Linear time.
+/// to such as are all multiples of more than a step. pointAt(i) holds three floats as doubles;
+/// those that are not finite do not count. Linear time.
 template <class PointAt> FloatSteps MeasureSteps(std::size_t count, const PointAt& pointAt) {
     Box box;
     for (std::size_t i = 0; i < count; ++i) {
-        const FilePoint p = pointAt(i);
+        const std::array<double, 3> p = pointAt(i);
         if (std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2])) {
             box.add({p[0], p[1], p[2]});
         }

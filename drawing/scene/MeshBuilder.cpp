@@ -80,11 +80,21 @@ bool KeepsAngles(const Matrix& world) {
            std::abs(dot(0, 2)) <= tolerance && std::abs(dot(1, 2)) <= tolerance;
 }
 
+/// Whether creases of the shape follow from its vertex normals, which are repaired for that.
+bool ShowsCreasesByNormals(Shape& shape, const MeshRules& rules) {
+    return !shape.creases && !shape.creaseAngle && !rules.creaseAngle &&
+           shape.vertices->GetAttributes().GetNormalChannels() == 3 &&
+           RepairNormals(*shape.vertices, *shape.triangles);
+}
+
 /// Builds the meshes of one shape.
 class ShapeBuilder {
 public:
-    ShapeBuilder(const Shape& shape, const MeshRules& rules, std::optional<ctr::Surface> surface)
-        : shape_(shape), rules_(rules), box_(BoxOf(shape)), withOutline_(needsOutline()),
+    ShapeBuilder(const Shape& shape,
+                 const MeshRules& rules,
+                 bool withOutline,
+                 std::optional<ctr::Surface> surface)
+        : shape_(shape), rules_(rules), box_(BoxOf(shape)), withOutline_(withOutline),
           surface_(std::move(surface)) {}
 
     /// The mesh of one placement; null when no triangle is left.
@@ -110,18 +120,6 @@ public:
     }
 
 private:
-    bool needsOutline() const {
-        if (!rules_.drawn) {
-            return false;
-        }
-        if (shape_.creases || shape_.creaseAngle) {
-            return true;
-        }
-        const bool hasNormals = shape_.vertices->GetAttributes().GetNormalChannels() == 3;
-        return rules_.creaseAngle.has_value() || !hasNormals ||
-               !RepairNormals(*shape_.vertices, *shape_.triangles);
-    }
-
     /// Placements that keep angles, of the same triangles, share one outline.
     kx::kxPointer<kx::kxMetadata> outline(const kx::kxPointer<kx::kxIndexBuffer>& triangles,
                                           const Matrix& world) {
@@ -166,12 +164,14 @@ private:
 
 } // namespace
 
-BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules, SurfacesOfShapes surfaces) {
+BuiltMeshes BuildMeshes(Model& model, const MeshRules& rules, SurfacesOfShapes surfaces) {
     surfaces.resize(model.shapes.size());
     std::vector<ShapeBuilder> builders;
     builders.reserve(model.shapes.size());
     for (std::size_t i = 0; i < model.shapes.size(); ++i) {
-        builders.emplace_back(model.shapes[i], rules, std::move(surfaces[i]));
+        Shape& shape = model.shapes[i];
+        const bool withOutline = rules.drawn && !ShowsCreasesByNormals(shape, rules);
+        builders.emplace_back(shape, rules, withOutline, std::move(surfaces[i]));
     }
     BuiltMeshes built;
     for (const Placement& placement : model.placements) {

@@ -47,10 +47,10 @@ struct BuiltMeshes {
 ///
 /// Meshes of one shape share its buffers. A mesh whose creases follow from its vertex normals has
 /// normals of unit length and no outline; every other drawn mesh has its outline as metadata, which
-/// may be empty. The model must be clean; its buffers become the meshes', and its normals are
-/// repaired in place.
+/// may be empty. The model must be clean; its buffers become the meshes', and its vertex normals
+/// are scaled and completed there, see RepairNormals().
 ///
 /// surfaces: those of the shapes, as far as they are known; they are used up.
-BuiltMeshes BuildMeshes(const Model& model, const MeshRules& rules, SurfacesOfShapes surfaces = {});
+BuiltMeshes BuildMeshes(Model& model, const MeshRules& rules, SurfacesOfShapes surfaces = {});
 
 } // namespace kxcontour

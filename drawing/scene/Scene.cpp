@@ -19,10 +19,8 @@
 namespace kxcontour {
 namespace {
 
-BuiltMeshes Build(const Model& model,
-                  const MeshRules& rules,
-                  SurfacesOfShapes surfaces,
-                  const std::string& name) {
+BuiltMeshes
+Build(Model& model, const MeshRules& rules, SurfacesOfShapes surfaces, const std::string& name) {
     BuiltMeshes built = BuildMeshes(model, rules, std::move(surfaces));
     if (built.meshes.empty()) {
         throw Failure(ExitCode::NothingToDraw,

@@ -1,6 +1,7 @@
 // How far apart the rims of a crack may be that is to be closed.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 
 namespace kxcontour {
@@ -14,6 +15,8 @@ struct WeldRequest {
 
     Mode mode = Mode::Auto;
     double millimetres = 0.0; ///< Of the model; over 0 where the mode is Length.
+
+    auto operator<=>(const WeldRequest&) const = default;
 };
 
 } // namespace kxcontour

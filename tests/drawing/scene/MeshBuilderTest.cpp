@@ -45,10 +45,14 @@ int LineCount(const kx::kxTriMesh& mesh) {
     return outline == nullptr ? -1 : outline->getIBuffer()->GetIndexQuantity() / 2;
 }
 
+BuiltMeshes Build(Model model, const kxcontour::MeshRules& rules) {
+    return BuildMeshes(model, rules);
+}
+
 TEST(BuildMeshes, MakesOneMeshForEachPlacementInOrder) {
     Model model = MakeModel({MakeShape(Cube()), MakeShape(Cube())});
     model.placements.push_back({0, 0, ScaleAndMove(2, 3, 4, 5, 6, 7)});
-    const BuiltMeshes built = BuildMeshes(model, {});
+    const BuiltMeshes built = Build(model, {});
     ASSERT_EQ(built.meshes.size(), 3U);
     EXPECT_EQ(built.meshes[0]->GetVertexBuffer(), model.shapes[0].vertices.get());
     EXPECT_EQ(built.meshes[1]->GetVertexBuffer(), model.shapes[1].vertices.get());
@@ -60,7 +64,7 @@ TEST(BuildMeshes, MakesOneMeshForEachPlacementInOrder) {
 TEST(BuildMeshes, TellsTheObjectOfEveryMesh) {
     Model model = MakeModel({MakeShape(Cube()), MakeShape({}), MakeShape(Cube())});
     model.placements.push_back({0, 1, ScaleAndMove(1, 1, 1, 9, 0, 0)});
-    const BuiltMeshes built = BuildMeshes(model, {});
+    const BuiltMeshes built = Build(model, {});
     ASSERT_EQ(built.meshes.size(), 3U);
     EXPECT_EQ(built.objects, (std::vector<std::size_t>{0, 2, 1})) << "no mesh of the empty shape";
 }
@@ -71,7 +75,7 @@ TEST(BuildMeshes, ScalesAboutTheModelsOwnOriginBeforeItIsMoved) {
     MeshRules rules;
     rules.scale = 25.4;
     rules.origin = {25400000.0, 0.0, 0.0};
-    const kx::kxPointer<kx::kxTriMesh> mesh = BuildMeshes(model, rules).meshes.at(0);
+    const kx::kxPointer<kx::kxTriMesh> mesh = Build(model, rules).meshes.at(0);
     EXPECT_EQ(mesh->GetWorldTransformation().ApplyForward({0, 0, 0}, true), Point(0, 50.8F, 76.2F));
     EXPECT_EQ(mesh->GetWorldTransformation().ApplyForward({1, 0, 0}, true),
               Point(25.4F, 50.8F, 76.2F));
@@ -80,7 +84,7 @@ TEST(BuildMeshes, ScalesAboutTheModelsOwnOriginBeforeItIsMoved) {
 TEST(BuildMeshes, KeepsPlacesOnTheMeshesNotInTheVertices) {
     Model model = MakeModel({MakeShape(Cube())});
     model.placements[0].world = ScaleAndMove(2, 3, 4, 5, 6, 7);
-    const BuiltMeshes built = BuildMeshes(model, {});
+    const BuiltMeshes built = Build(model, {});
     const kx::kxTriMesh& mesh = *built.meshes[0];
     EXPECT_EQ(mesh.GetVertexBuffer()->Position3(0), Cube().positions[0]);
     EXPECT_EQ(mesh.GetWorldTransformation().ApplyForward({1, 1, 1}, true), Point(7, 9, 11));
@@ -88,7 +92,7 @@ TEST(BuildMeshes, KeepsPlacesOnTheMeshesNotInTheVertices) {
 }
 
 TEST(BuildMeshes, LeavesTheIdentityTheIdentity) {
-    const BuiltMeshes built = BuildMeshes(MakeModel({MakeShape(Cube())}), {});
+    const BuiltMeshes built = Build(MakeModel({MakeShape(Cube())}), {});
     EXPECT_TRUE(built.meshes[0]->GetWorldTransformation().IsIdentity());
 }
 
@@ -98,47 +102,47 @@ TEST(BuildMeshes, MovesTheOriginBeforeRounding) {
     model.placements[0].world = ScaleAndMove(1, 1, 1, 30000000.25, -50000000.25, 0);
     MeshRules rules;
     rules.origin = {30000000.0, -50000000.0, 0.0};
-    const BuiltMeshes built = BuildMeshes(model, rules);
+    const BuiltMeshes built = Build(model, rules);
     EXPECT_EQ(built.meshes[0]->GetWorldTransformation().ApplyForward({0, 0, 0}, true),
               Point(0.25F, -0.25F, 0));
 }
 
 TEST(BuildMeshes, GivesMeshesWithoutNormalsAnOutline) {
-    const BuiltMeshes built = BuildMeshes(MakeModel({MakeShape(Cube())}), {});
+    const BuiltMeshes built = Build(MakeModel({MakeShape(Cube())}), {});
     EXPECT_EQ(LineCount(*built.meshes[0]), 12);
 }
 
 TEST(BuildMeshes, GivesASmoothPartAnEmptyOutlineNotNone) {
     const MeshData sphere = test_support::Sphere({0, 0, 0}, 1.0F, 48, 24);
-    const BuiltMeshes built = BuildMeshes(MakeModel({MakeShape(sphere)}), {});
+    const BuiltMeshes built = Build(MakeModel({MakeShape(sphere)}), {});
     EXPECT_EQ(LineCount(*built.meshes[0]), 0);
 }
 
 TEST(BuildMeshes, LetsNormalsDecideWhereThereAreSome) {
     const Model model = MakeModel({MakeShape(Cube(), NormalsUp(Cube()))});
-    EXPECT_EQ(OutlineOf(*BuildMeshes(model, {}).meshes[0]), nullptr);
+    EXPECT_EQ(OutlineOf(*Build(model, {}).meshes[0]), nullptr);
 }
 
 TEST(BuildMeshes, LetsAGivenAngleDecideInAnyCase) {
     const Model model = MakeModel({MakeShape(Cube(), NormalsUp(Cube())), MakeShape(Cube())});
     MeshRules rules;
     rules.creaseAngle = 89.0;
-    const BuiltMeshes sharp = BuildMeshes(model, rules);
+    const BuiltMeshes sharp = Build(model, rules);
     EXPECT_EQ(LineCount(*sharp.meshes[0]), 12);
     EXPECT_EQ(LineCount(*sharp.meshes[1]), 12);
     rules.creaseAngle = 91.0;
-    EXPECT_EQ(LineCount(*BuildMeshes(model, rules).meshes[0]), 0);
+    EXPECT_EQ(LineCount(*Build(model, rules).meshes[0]), 0);
 }
 
 TEST(BuildMeshes, TakesNormalsWithoutAnyDirectionForNone) {
     const std::vector<Point> zeros(Cube().positions.size(), Point(0, 0, 0));
-    const BuiltMeshes built = BuildMeshes(MakeModel({MakeShape(Cube(), zeros)}), {});
+    const BuiltMeshes built = Build(MakeModel({MakeShape(Cube(), zeros)}), {});
     EXPECT_EQ(LineCount(*built.meshes[0]), 12);
 }
 
 TEST(BuildMeshes, BringsNormalsToUnitLength) {
     std::vector<Point> normals(Cube().positions.size(), Point(0, 0, 5));
-    const BuiltMeshes built = BuildMeshes(MakeModel({MakeShape(Cube(), normals)}), {});
+    const BuiltMeshes built = Build(MakeModel({MakeShape(Cube(), normals)}), {});
     EXPECT_EQ(built.meshes[0]->GetVertexBuffer()->Normal3(3), Point(0, 0, 1));
 }
 
@@ -146,7 +150,7 @@ TEST(BuildMeshes, GivesOccludersNoOutline) {
     MeshRules rules;
     rules.drawn = false;
     rules.creaseAngle = 10.0;
-    const BuiltMeshes built = BuildMeshes(MakeModel({MakeShape(Cube())}), rules);
+    const BuiltMeshes built = Build(MakeModel({MakeShape(Cube())}), rules);
     EXPECT_EQ(built.meshes[0]->GetMetadataQuantity(), 0);
 }
 
@@ -156,7 +160,7 @@ TEST(BuildMeshes, SharesTheOutlineAmongPlacementsThatKeepAngles) {
     model.placements.push_back(
         {0, 0, tool_test::Matrix(0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 9, 9, 9, 1)});
     model.placements.push_back({0, 0, ScaleAndMove(1, 1, 0.01, 0, 0, 0)});
-    const BuiltMeshes built = BuildMeshes(model, {});
+    const BuiltMeshes built = Build(model, {});
     EXPECT_EQ(OutlineOf(*built.meshes[0]), OutlineOf(*built.meshes[1]));
     EXPECT_NE(OutlineOf(*built.meshes[0]), OutlineOf(*built.meshes[2]));
 }
@@ -167,7 +171,7 @@ TEST(BuildMeshes, MeasuresBendsAsPlaced) {
     roof.append(test_support::Quad({1, 0, 1}, {2, 0, 0}, {2, 1, 0}, {1, 1, 1}));
     Model model = MakeModel({MakeShape(roof)});
     model.placements.push_back({0, 0, ScaleAndMove(1, 1, 0.1, 0, 0, 0)});
-    const BuiltMeshes built = BuildMeshes(model, {});
+    const BuiltMeshes built = Build(model, {});
     EXPECT_EQ(LineCount(*built.meshes[0]), 7) << "ridge and border";
     EXPECT_EQ(LineCount(*built.meshes[1]), 6) << "border";
 }
@@ -177,7 +181,7 @@ TEST(BuildMeshes, DropsTrianglesThatOverflowWhereTheyArePlaced) {
     data.addTriangle(Point(0, 0, 0), Point(1e20F, 0, 0), Point(0, 1e20F, 0));
     Model model = MakeModel({MakeShape(data)});
     model.placements.push_back({0, 0, ScaleAndMove(1e20, 1, 1, 0, 0, 0)});
-    const BuiltMeshes built = BuildMeshes(model, {});
+    const BuiltMeshes built = Build(model, {});
     ASSERT_EQ(built.meshes.size(), 2U);
     EXPECT_EQ(built.meshes[0]->GetTriangleQuantity(), 2);
     EXPECT_EQ(built.meshes[1]->GetTriangleQuantity(), 1);
@@ -189,15 +193,15 @@ TEST(BuildMeshes, MakesNoMeshOfAPlacementThatIsNotFinite) {
     for (const double bad : {static_cast<double>(NAN), static_cast<double>(INFINITY), 1e39}) {
         Model model = MakeModel({MakeShape(Cube())});
         model.placements[0].world = ScaleAndMove(1, 1, 1, bad, 0, 0);
-        const BuiltMeshes built = BuildMeshes(model, {});
+        const BuiltMeshes built = Build(model, {});
         EXPECT_TRUE(built.meshes.empty());
         EXPECT_EQ(built.dropped.notFinite, 12U);
     }
 }
 
 TEST(BuildMeshes, MakesNoMeshOfAShapeWithoutTriangles) {
-    EXPECT_TRUE(BuildMeshes(MakeModel({MakeShape({})}), {}).meshes.empty());
-    EXPECT_TRUE(BuildMeshes(Model(), {}).meshes.empty());
+    EXPECT_TRUE(Build(MakeModel({MakeShape({})}), {}).meshes.empty());
+    EXPECT_TRUE(Build(Model(), {}).meshes.empty());
 }
 
 } // namespace
