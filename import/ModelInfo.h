@@ -1,4 +1,4 @@
-// Facts about a model that is not drawn.
+// Measures a model without drawing it.
 #pragma once
 
 #include <Wm4Foundation.h>
@@ -6,7 +6,7 @@
 #include "drawing/scene/Cleaning.h"
 #include "drawing/scene/Model.h"
 #include "drawing/scene/SurfaceRepair.h"
-#include "import/ModelRequest.h"
+#include "import/files/ModelRequest.h"
 
 #include <cstddef>
 #include <string>
@@ -40,9 +40,8 @@ struct ModelInfo {
     DroppedTriangles dropped;
 };
 
-/// Gathers what there is to say about a model, drops its bad triangles as CleanShapes() does and
-/// its flat normals as DropFlatNormals() does, and then makes its surfaces whole as
-/// RepairSurfaces() does.
+/// Measures a model after CleanShapes() and DropFlatNormals(), and its surfaces after
+/// RepairSurfaces(), all of which it applies to the model.
 ///
 /// Sizes are those of the exact boxes of all corners of triangles where they are placed; corners
 /// that are not finite there do not count. Linear in the number of placed triangles.

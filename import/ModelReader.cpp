@@ -1,14 +1,16 @@
-// Reads a file or bytes in memory: simple formats itself, all others by the importer.
+// OBJ, PLY and STL are read here, all other formats by the importer.
 #include "import/ModelReader.h"
 
 #include "drawing/common/Failure.h"
-#include "import/Completeness.h"
-#include "import/FileModel.h"
-#include "import/ImporterFiles.h"
-#include "import/ObjReader.h"
-#include "import/PlyReader.h"
-#include "import/SceneModel.h"
-#include "import/StlReader.h"
+#include "import/files/LetterCase.h"
+#include "import/formats/Completeness.h"
+#include "import/formats/FileModel.h"
+#include "import/formats/ObjReader.h"
+#include "import/formats/PlyReader.h"
+#include "import/formats/StlReader.h"
+#include "import/importer/ImporterFiles.h"
+#include "import/importer/SceneConversion.h"
+#include "import/process/ImportProcess.h"
 
 #include <assimp/Importer.hpp>
 #include <assimp/MemoryIOWrapper.h>
@@ -34,18 +36,18 @@ bool IsStandardInput(const ModelRequest& request) {
 void Configure(Assimp::Importer& importer) {
     // A skeleton without a mesh would be shown as a mesh of bones.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
-    // Rooms of a building are no bodies; pictures, lights and movements draw no lines.
+    // Rooms of a building are no solids; textures, lights and animations draw no lines.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_IFC_SKIP_SPACE_REPRESENTATIONS, true);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_TEXTURES, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_CAMERAS, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_LIGHTS, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_ANIMATIONS, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_MD5_NO_ANIM_AUTOLOAD, true);
-    // The names that people gave, not the identifiers that programs did.
+    // Names given by people, not identifiers of programs.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
 }
 
-/// What the importer calls bytes in memory.
+/// The name by which the importer refers to bytes in memory.
 std::string MemoryName(const ModelRequest& request) {
     return AI_MEMORYIO_MAGIC_FILENAME "." + request.format.value_or("");
 }
@@ -57,7 +59,7 @@ void Replace(std::string& text, const std::string& from, const std::string& to) 
     }
 }
 
-/// The importer's own words, in one line, unless it was kept from a file that it may have needed.
+/// The importer's message on one line, or why a file that it may have needed was refused.
 std::string
 Reason(const Assimp::Importer& importer, const ModelRequest& request, const ModelFiles& files) {
     if (!files.refusal().empty()) {
@@ -102,20 +104,18 @@ ReadScene(Assimp::Importer& importer, const ModelRequest& request, ModelFiles& f
                : importer.ReadFile(request.path, 0);
 }
 
-/// The ending of the file's name, or what the user says it would be, in small letters.
+/// The extension of the file's name, or the given format of standard input, in lower case.
 std::string EndingOf(const ModelRequest& request) {
     std::string ending = request.format.value_or("");
     const std::size_t dot = request.path.find_last_of("./");
     if (!IsStandardInput(request) && dot != std::string::npos && request.path[dot] == '.') {
         ending = request.path.substr(dot + 1);
     }
-    for (char& letter : ending) {
-        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    }
+    std::transform(ending.begin(), ending.end(), ending.begin(), LowerCase);
     return ending;
 }
 
-/// What the readers of our own make of a file; none for all other formats.
+/// The contents of an OBJ, PLY or STL file; none for other formats.
 std::optional<FileModel> ReadFile(const ModelRequest& request, std::string_view bytes) {
     const std::string ending = EndingOf(request);
     if (ending == "obj") {
@@ -126,7 +126,7 @@ std::optional<FileModel> ReadFile(const ModelRequest& request, std::string_view 
 
 /// The importer keeps the scene.
 Model Import(Assimp::Importer& importer, const ModelRequest& request, ModelFiles& files) {
-    // Kept while the importer works: some files say more than it passes on.
+    // The conversion needs them, too: files state more than the importer passes on.
     const std::string_view bytes = files.bytes();
     RequireComplete(bytes, NameOf(request));
     if (const std::optional<FileModel> file = ReadFile(request, bytes)) {
@@ -134,7 +134,7 @@ Model Import(Assimp::Importer& importer, const ModelRequest& request, ModelFiles
     }
     const aiScene* scene = ReadScene(importer, request, files);
     const std::size_t polygons = scene == nullptr ? 0 : CountPolygons(*scene);
-    // Faces are told apart by their size later, so nothing has to sort them into meshes of a kind.
+    // Points and lines stay in their meshes: the conversion skips them.
     scene = scene == nullptr ? nullptr : importer.ApplyPostProcessing(aiProcess_Triangulate);
     if (scene == nullptr) {
         throw Failure(ExitCode::Unreadable, NameOf(request) + ": cannot read the model: " +
@@ -158,12 +158,7 @@ void RequireKnownFormat(const ModelRequest& request) {
     }
 }
 
-std::size_t LargestInput(const ModelRequest& request) {
-    return request.rules.largestInput;
-}
-
-} // namespace
-
+/// All of standard input where the model comes from there, else nothing.
 std::string ReadStandardInput(const ModelRequest& request) {
     std::string bytes;
     if (!IsStandardInput(request)) {
@@ -172,14 +167,14 @@ std::string ReadStandardInput(const ModelRequest& request) {
     RequireKnownFormat(request);
     for (std::size_t size = 0;;) {
         // One byte beyond the limit shows that there is more.
-        bytes.resize(std::min(size + std::max(kBlock, size), LargestInput(request) + 1));
+        bytes.resize(std::min(size + std::max(kBlock, size), request.rules.largestInput + 1));
         const ssize_t got = ::read(STDIN_FILENO, bytes.data() + size, bytes.size() - size);
         if (got < 0 && errno != EINTR) {
             throw Failure(ExitCode::Unreadable,
                           NameOf(request) + ": " + std::generic_category().message(errno));
         }
         size += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
-        if (size > LargestInput(request)) {
+        if (size > request.rules.largestInput) {
             RefuseInputSize(request);
         }
         if (got == 0) {
@@ -189,6 +184,15 @@ std::string ReadStandardInput(const ModelRequest& request) {
     }
 }
 
+/// For a process that ends soon: the memory of the importer is left to the system, which takes it
+/// back faster than one block after another.
+Model ReadModelOnce(const ModelRequest& request, ModelFiles& files) {
+    static auto* const importer = new Assimp::Importer; // Never deleted.
+    return Import(*importer, request, files);
+}
+
+} // namespace
+
 Model ReadModel(const ModelRequest& request) {
     const std::string standardInput = ReadStandardInput(request);
     ModelFiles files(request, standardInput);
@@ -196,9 +200,9 @@ Model ReadModel(const ModelRequest& request) {
     return Import(importer, request, files);
 }
 
-Model ReadModelOnce(const ModelRequest& request, ModelFiles& files) {
-    static auto* const importer = new Assimp::Importer; // Never deleted.
-    return Import(*importer, request, files);
+Model ImportModel(const ModelRequest& request) {
+    const std::string standardInput = ReadStandardInput(request);
+    return ImportModelBy(ReadModelOnce, request, standardInput);
 }
 
 } // namespace kxcontour

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "drawing/scene/Model.h"
-#include "import/ModelFiles.h"
-#include "import/ModelRequest.h"
+#include "import/files/ModelFiles.h"
+#include "import/files/ModelRequest.h"
 
 #include <string>
 
@@ -19,13 +19,10 @@ namespace kxcontour {
 /// says.
 Model ReadModel(const ModelRequest& request);
 
-/// The same of files that are open, and in a process that ends soon: what the importer holds is
-/// left to the system, which takes it back sooner than piece by piece.
-Model ReadModelOnce(const ModelRequest& request, ModelFiles& files);
-
-/// All of standard input, if the model is to come from there, else nothing. Throws Failure as
-/// ReadModel() does, for a format before it waits for the first byte, and for more than
-/// ReadRules::largestInput as soon as it has come.
-std::string ReadStandardInput(const ModelRequest& request);
+/// ReadModel() in a confined child process, see ImportModelBy(). Call it before any thread is
+/// started. Throws Failure as ReadModel() does: a format of standard input is checked before the
+/// first byte is waited for, and more than ReadRules::largestInput is refused as soon as it has
+/// come.
+Model ImportModel(const ModelRequest& request);
 
 } // namespace kxcontour

@@ -2,7 +2,7 @@
 #include "import/SceneReader.h"
 
 #include "drawing/common/Failure.h"
-#include "import/ImportProcess.h"
+#include "import/ModelReader.h"
 
 namespace kxcontour {
 namespace {

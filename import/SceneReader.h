@@ -2,8 +2,9 @@
 #pragma once
 
 #include "drawing/scene/Scene.h"
-#include "import/ModelRequest.h"
+#include "import/files/ModelRequest.h"
 
+#include <compare>
 #include <functional>
 #include <optional>
 #include <string>
@@ -11,7 +12,7 @@
 
 namespace kxcontour {
 
-/// What is read; see the model reader for what each of these replaces.
+/// The models of a scene and how they are read.
 struct InputOptions {
     std::vector<std::string> models;    ///< Drawn together; "-" is standard input, at most once.
     std::vector<std::string> occluders; ///< Hide lines and are not drawn.
@@ -20,6 +21,8 @@ struct InputOptions {
     std::optional<UpAxis> up;           ///< None: the format's own.
     WeldRequest weld;
     ReadRules reading;
+
+    auto operator<=>(const InputOptions&) const = default;
 };
 
 /// The request for one of the models.

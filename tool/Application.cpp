@@ -10,7 +10,7 @@
 #include "common/Timing.h"
 #include "drawing/common/Failure.h"
 #include "drawing/files/OutputFile.h"
-#include "import/ImportProcess.h"
+#include "import/ModelReader.h"
 #include "import/SceneReader.h"
 #include "info/ModelReport.h"
 #include "jobs/DrawingJob.h"

@@ -1,7 +1,7 @@
 // Batches from end to end: the same drawings as single runs make, only what is needed on a second
 // run, and what is left when something fails or is cancelled.
 #include "DrawingRuns.h"
-#include "import/SanitizedBuild.h"
+#include "import/process/SanitizedBuild.h"
 #include "support/Scenes.h"
 
 #include <gtest/gtest.h>

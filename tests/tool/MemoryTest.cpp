@@ -1,7 +1,7 @@
 // The tool ends with a message where memory does, before the system ends it.
 #include "ModelText.h"
 #include "ToolRun.h"
-#include "import/SanitizedBuild.h"
+#include "import/process/SanitizedBuild.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Model files for tests, as text or bytes, and folders to put them in.
 #pragma once
 
-#include "import/ModelRequest.h"
+#include "import/files/ModelRequest.h"
 #include "support/Scenes.h"
 
 #include <filesystem>

@@ -3,7 +3,7 @@
 // used, which for large arrays is nearly the same.
 #include "common/MemoryLimit.h"
 
-#include "import/SanitizedBuild.h"
+#include "import/process/SanitizedBuild.h"
 
 #include <algorithm>
 #include <fstream>

@@ -2,7 +2,7 @@
 #include "options/OptionTable.h"
 
 #include "drawing/common/Failure.h"
-#include "import/ByteSize.h"
+#include "import/files/ByteSize.h"
 #include "options/OptionForms.h"
 #include "options/StyleText.h"
 

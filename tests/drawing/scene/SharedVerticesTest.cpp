@@ -5,7 +5,7 @@
 #include "drawing/scene/Cleaning.h"
 #include "drawing/scene/MeshBuilder.h"
 #include "import/ModelReader.h"
-#include "import/SceneModel.h"
+#include "import/importer/SceneConversion.h"
 #include "jobs/DrawingJob.h"
 #include "options/Parsing.h"
 #include "support/Random.h"

@@ -1,7 +1,7 @@
 // How much memory there is, from the system's own words, and that no more is used.
 #include "common/MemoryLimit.h"
 
-#include "import/SanitizedBuild.h"
+#include "import/process/SanitizedBuild.h"
 
 #include <gtest/gtest.h>
 
