@@ -4,7 +4,6 @@
 #include "drawing/scene/Scene.h"
 #include "import/files/ModelRequest.h"
 
-#include <compare>
 #include <functional>
 #include <optional>
 #include <string>
@@ -21,8 +20,6 @@ struct InputOptions {
     std::optional<UpAxis> up;           ///< None: the format's own.
     WeldRequest weld;
     ReadRules reading;
-
-    auto operator<=>(const InputOptions&) const = default;
 };
 
 /// The request for one of the models.

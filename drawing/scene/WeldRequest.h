@@ -1,7 +1,6 @@
 // How far apart the rims of a crack may be that is to be closed.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 
 namespace kxcontour {
@@ -15,8 +14,6 @@ struct WeldRequest {
 
     Mode mode = Mode::Auto;
     double millimetres = 0.0; ///< Of the model; over 0 where the mode is Length.
-
-    auto operator<=>(const WeldRequest&) const = default;
 };
 
 } // namespace kxcontour

@@ -6,7 +6,6 @@
 #include "drawing/common/LengthUnit.h"
 
 #include <chrono>
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -24,8 +23,6 @@ struct ReadRules {
     std::uint64_t largestInput = 2'000'000'000;
     /// The time for reading, to which each megabyte of input adds a second; 0: no limit.
     std::chrono::milliseconds time{60'000};
-
-    auto operator<=>(const ReadRules&) const = default;
 };
 
 struct ModelRequest {

@@ -1,11 +1,11 @@
-// Waves of jobs, those of one scene in a row: the models of a wave are read first, since importers
-// run in child processes that must be started before any thread; then all jobs of the wave are
-// drawn by a pool of threads.
+// Jobs run in waves of as many scenes as there are threads. The models of a wave are read first,
+// since importers run in child processes, which must be started before any thread; then all jobs of
+// the wave are drawn by a pool of threads.
 #include "batch/Batch.h"
 
 #include "batch/BatchTable.h"
-#include "batch/DoneWork.h"
 #include "batch/DrawingFile.h"
+#include "batch/FinishedJobs.h"
 #include "common/Progress.h"
 #include "common/Summary.h"
 #include "drawing/common/Failure.h"
@@ -19,20 +19,20 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <exception>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <new>
-#include <set>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace kxcontour {
 namespace {
 
-/// The bar over all jobs; any thread may move it on.
+/// The progress bar over all jobs. Thread-safe.
 class SharedProgress {
 public:
     SharedProgress(std::ostream& log, bool shown, std::size_t jobs) : bar_(log, shown) {
@@ -55,21 +55,22 @@ private:
     Progress bar_;
 };
 
-/// Turns the steps of one job into its share of the bar. One thread at a time.
+/// Converts the progress of one job to its share of the bar. For one thread at a time.
 class JobObserver : public DrawingObserver {
 public:
-    /// told: what the bar has been told of the job before.
-    JobObserver(SharedProgress& progress, double told) : progress_(progress), told_(told) {}
+    /// reported: the share of the job that the bar has counted already.
+    JobObserver(SharedProgress& progress, double reported)
+        : progress_(progress), reported_(reported) {}
 
-    /// Whatever was not told of in steps.
-    ~JobObserver() override { progress_.advance(1.0 - told_); }
+    /// Reports the rest of the job.
+    ~JobObserver() override { progress_.advance(1.0 - reported_); }
     JobObserver(const JobObserver&) = delete;
     JobObserver& operator=(const JobObserver&) = delete;
 
     void expect(std::vector<PlannedStage> stages) override { plan_.expect(std::move(stages)); }
     void enter(const char* stage) override {
         plan_.enter(stage);
-        tell();
+        report();
     }
     bool isCanceled() const override { return false; }
     void setTotal(double steps) override { plan_.setTotal(steps); }
@@ -79,33 +80,30 @@ public:
     }
     void advance(double steps) override {
         plan_.advance(steps);
-        tell();
+        report();
     }
 
 private:
-    /// A hundred messages per job.
-    void tell() {
+    /// At most a hundred times per job.
+    void report() {
         const double share = plan_.share();
-        if (share - told_ >= 0.01) {
-            progress_.advance(share - told_);
-            told_ = share;
+        if (share - reported_ >= 0.01) {
+            progress_.advance(share - reported_);
+            reported_ = share;
         }
     }
 
     SharedProgress& progress_;
     StagePlan plan_;
-    double told_;
+    double reported_;
 };
 
-/// A scene, or why there is none.
+/// A scene, or the failure to read it.
 struct LoadedScene {
-    std::string inputs; ///< DoneWork::InputsOf() when it was read.
+    std::string inputs; ///< FinishedJobs::InputsOf() before it was read.
     Scene scene;
     std::exception_ptr failure;
 };
-
-/// By what they are read from, SceneSignatureOf().
-using Scenes = std::map<std::string, LoadedScene>;
 
 /// A job by its number, with what it draws.
 struct Task {
@@ -113,19 +111,23 @@ struct Task {
     const LoadedScene* scene;
 };
 
-/// The numbers of all jobs, those of one scene in a row, so that no scene has to be read twice.
-/// Scenes, and the jobs of one, stay in their order.
-std::vector<std::size_t> OrderByScene(const std::vector<BatchJob>& jobs) {
-    std::map<std::string, std::size_t> firstJobs;
-    std::vector<std::size_t> firstOf;
-    std::vector<std::size_t> order;
+/// Jobs by their numbers, in order.
+using JobNumbers = std::vector<std::size_t>;
+
+/// The jobs of each scene, so that no scene has to be read twice; scenes in the order of their
+/// first jobs.
+std::vector<JobNumbers> GroupByScene(const std::vector<BatchJob>& jobs) {
+    std::map<std::string, std::size_t> sceneOf;
+    std::vector<JobNumbers> groups;
     for (std::size_t i = 0; i < jobs.size(); ++i) {
-        firstOf.push_back(firstJobs.emplace(SceneSignatureOf(jobs[i].options), i).first->second);
-        order.push_back(i);
+        const auto [scene, isNew] =
+            sceneOf.try_emplace(SceneSignatureOf(jobs[i].options), groups.size());
+        if (isNew) {
+            groups.emplace_back();
+        }
+        groups[scene->second].push_back(i);
     }
-    std::stable_sort(order.begin(), order.end(),
-                     [&](std::size_t a, std::size_t b) { return firstOf[a] < firstOf[b]; });
-    return order;
+    return groups;
 }
 
 /// Runs the jobs of one batch.
@@ -136,23 +138,22 @@ public:
           done_(command.statePath),
           progress_(
               log, !command.messages.quiet && ::isatty(STDERR_FILENO) == 1, command.jobs.size()),
-          order_(OrderByScene(command.jobs)), results_(command.jobs.size()),
-          starved_(command.jobs.size()) {}
+          groups_(GroupByScene(command.jobs)), results_(command.jobs.size()) {}
 
     std::vector<JobResult> run() {
         learnSideFiles();
-        for (std::size_t first = 0; first < order_.size();) {
-            first = runWave(first);
+        for (std::size_t group = 0; group < groups_.size();) {
+            group = runWave(group);
         }
         progress_.finish();
         return std::move(results_);
     }
 
-    /// Whether finished work could be noted.
+    /// Whether all finished jobs could be noted.
     bool areNotesKept() const { return notesKept_; }
 
 private:
-    /// A drawing that is made stays, whether or not the note on it can be written.
+    /// A drawing is kept whether or not the note on it can be written.
     void note(const BatchJob& job, const std::string& inputs) {
         if (!notesKept_) {
             return;
@@ -167,52 +168,58 @@ private:
         }
     }
 
-    /// Runs jobs from a place in the order on, until more scenes than threads are needed; returns
-    /// the next place.
-    std::size_t runWave(std::size_t first) {
-        Scenes scenes;
+    /// Reads as many scenes as there are threads, and draws them; returns the number of the group
+    /// behind theirs.
+    std::size_t runWave(std::size_t group) {
+        std::deque<LoadedScene> scenes;
         std::vector<Task> wave;
-        std::size_t next = first;
-        for (; next < order_.size(); ++next) {
-            const std::size_t number = order_[next];
-            const BatchJob& job = command_.jobs[number];
-            if (isDone(job)) {
-                results_[number].state = JobState::UpToDate;
-                progress_.advance(1.0);
-                continue;
+        for (; group < groups_.size() && scenes.size() < command_.threads; ++group) {
+            const JobNumbers jobs = passOverDone(groups_[group]);
+            if (!jobs.empty()) {
+                scenes.push_back(load(command_.jobs[jobs.front()].options));
             }
-            const std::string key = SceneSignatureOf(job.options);
-            auto scene = scenes.find(key);
-            if (scene == scenes.end()) {
-                if (scenes.size() >= command_.threads) {
-                    break;
-                }
-                scene = scenes.emplace(key, load(job.options)).first;
+            for (const std::size_t number : jobs) {
+                wave.push_back({number, &scenes.back()});
             }
-            wave.push_back({number, &scene->second});
         }
         draw(wave);
-        return next;
+        return group;
+    }
+
+    /// Returns the jobs that have to be drawn; the results of all others are noted.
+    JobNumbers passOverDone(const JobNumbers& jobs) {
+        JobNumbers left;
+        for (const std::size_t number : jobs) {
+            if (isDone(command_.jobs[number])) {
+                results_[number].state = JobState::UpToDate;
+                progress_.advance(1.0);
+            } else {
+                left.push_back(number);
+            }
+        }
+        return left;
     }
 
     bool isDone(const BatchJob& job) const { return !command_.force && done_.covers(job); }
 
-    /// The files that a model refers to are known when it has been read, which may be after a
-    /// drawing of another one took the place of such a file. So where there is something that might
-    /// be one, all models are read once before.
+    /// The files that a model refers to are known only when it has been read, which may be after a
+    /// drawing of another model replaced such a file. So where the batch could replace one, all
+    /// models are read once before.
     void learnSideFiles() {
         if (!replacesOthers()) {
             return;
         }
-        std::set<std::string> known;
-        for (const BatchJob& job : command_.jobs) {
-            if (!isDone(job) && known.insert(SceneSignatureOf(job.options)).second) {
-                load(job.options);
+        for (const JobNumbers& group : groups_) {
+            const auto job = std::find_if(group.begin(), group.end(), [&](std::size_t number) {
+                return !isDone(command_.jobs[number]);
+            });
+            if (job != group.end()) {
+                load(command_.jobs[*job].options);
             }
         }
     }
 
-    /// Whether the batch would replace a file that is neither a drawing nor holds notes.
+    /// Whether the batch would replace a file that is neither a drawing nor a state file.
     bool replacesOthers() const {
         const auto exists = [](const std::string& path) {
             return ::access(path.c_str(), F_OK) == 0;
@@ -226,7 +233,7 @@ private:
 
     LoadedScene load(const DrawingOptions& options) {
         LoadedScene loaded;
-        loaded.inputs = DoneWork::InputsOf(options.input);
+        loaded.inputs = FinishedJobs::InputsOf(options.input);
         try {
             loaded.scene = LoadScene(options.input, options.lines.creaseAngle);
         } catch (...) {
@@ -236,27 +243,24 @@ private:
         return loaded;
     }
 
+    /// Jobs that find no memory beside others are tried again alone.
     void draw(const std::vector<Task>& wave) {
+        std::vector<std::uint8_t> starved(wave.size());
         std::atomic<std::size_t> next = 0;
         const auto work = [&] {
             for (std::size_t i = next++; i < wave.size(); i = next++) {
-                drawBesideOthers(wave[i]);
+                starved[i] = drawJob(wave[i], 0.0) ? 0 : 1;
             }
         };
-        const std::size_t threads = workTogether(work, wave.size());
-        for (const Task& task : wave) {
-            if (starved_[task.number] == 0) {
-                continue;
-            }
-            if (threads > 1) {
-                drawAlone(task);
-            } else {
-                failForMemory(task.number);
+        const bool alone = workTogether(work, wave.size()) == 1;
+        for (std::size_t i = 0; i < wave.size(); ++i) {
+            if (starved[i] != 0 && (alone || !drawJob(wave[i], 1.0))) {
+                fail(wave[i].number, ExitCode::Internal, "internal error: out of memory");
             }
         }
     }
 
-    /// Does work of so many jobs on many threads, and returns on how many.
+    /// Does work of this many jobs on several threads, and returns on how many.
     template <class Work> std::size_t workTogether(const Work& work, std::size_t jobs) {
         const std::size_t count = std::min<std::size_t>(command_.threads, jobs);
         const std::vector<std::jthread> others = startOthers(count, work);
@@ -264,7 +268,7 @@ private:
         return others.size() + 1;
     }
 
-    /// Threads for the work, so many with this one or as many as the system lets start.
+    /// Starts threads for the work: count including this one, or as many as the system allows.
     template <class Work>
     std::vector<std::jthread> startOthers(std::size_t count, const Work& work) {
         std::vector<std::jthread> others;
@@ -272,51 +276,36 @@ private:
             while (others.size() + 1 < count) {
                 others.emplace_back(work);
             }
-        } catch (const std::system_error&) {
-            tellOfThreads(others.size() + 1, count);
-        } catch (const std::bad_alloc&) {
-            tellOfThreads(others.size() + 1, count);
+        } catch (const std::exception&) { // Of the system, or bad_alloc.
+            warnOfThreads(others.size() + 1, count);
         }
         return others;
     }
 
-    /// Once: each wave would find the same.
-    void tellOfThreads(std::size_t started, std::size_t wanted) {
-        if (toldOfThreads_) {
+    /// Once per batch, as each wave meets the same limit.
+    void warnOfThreads(std::size_t started, std::size_t wanted) {
+        if (std::exchange(warnedOfThreads_, true)) {
             return;
         }
-        toldOfThreads_ = true;
         const std::lock_guard lock(speaking_);
         messages_.warn("only " + std::to_string(started) + " of " + std::to_string(wanted) +
                        " threads could be started; the batch goes on with these");
     }
 
-    /// A job that finds no memory is left for later. Nothing here allocates but the job itself.
-    void drawBesideOthers(const Task& task) {
+    /// False where the job finds no memory. Nothing here allocates but the job itself.
+    bool drawJob(const Task& task, double reported) {
         try {
-            drawJob(task, 0.0);
+            drawOrFail(task, reported);
+            return true;
         } catch (const std::bad_alloc&) {
-            starved_[task.number] = 1;
+            return false;
         }
     }
 
-    /// Tries a job again that found no memory beside the others.
-    void drawAlone(const Task& task) {
-        try {
-            drawJob(task, 1.0);
-        } catch (const std::bad_alloc&) {
-            failForMemory(task.number);
-        }
-    }
-
-    void failForMemory(std::size_t number) {
-        fail(number, ExitCode::Internal, "internal error: out of memory");
-    }
-
-    /// Throws bad_alloc; any other failure is told of.
-    void drawJob(const Task& task, double told) {
+    /// Throws bad_alloc; any other failure is reported.
+    void drawOrFail(const Task& task, double reported) {
         const auto started = std::chrono::steady_clock::now();
-        JobObserver observer(progress_, told);
+        JobObserver observer(progress_, reported);
         try {
             drawTo(task, observer);
         } catch (const Failure& failure) {
@@ -359,13 +348,12 @@ private:
     const BatchCommand& command_;
     const Messages& messages_;
     RunFiles files_; ///< Changes only while no thread draws.
-    DoneWork done_;
+    FinishedJobs done_;
     SharedProgress progress_;
-    std::vector<std::size_t> order_;
-    std::vector<JobResult> results_;    ///< Each is written by the thread that has the job.
-    std::vector<std::uint8_t> starved_; ///< Whether a job found no memory; written as results are.
+    std::vector<JobNumbers> groups_; ///< Of one scene each.
+    std::vector<JobResult> results_; ///< Each is written by the thread that has the job.
     std::atomic<bool> notesKept_ = true;
-    bool toldOfThreads_ = false;
+    bool warnedOfThreads_ = false;
     std::mutex speaking_;
 };
 

@@ -1,4 +1,4 @@
-// Many drawings in one run.
+// Draws many drawings in one run.
 #pragma once
 
 #include "common/Messages.h"
@@ -8,15 +8,14 @@
 
 namespace kxcontour {
 
-/// Draws the jobs of a batch over its threads, and returns the exit code of the first job, in their
-/// order, that failed; that of a failure to write when only the notes on finished work could not be
-/// kept; or else 0. Throws Failure (CannotWrite) before anything is drawn when the notes have no
-/// folder to be in.
+/// Draws the jobs of a batch on its threads. Returns the exit code of the first failed job in their
+/// order; CannotWrite where only the state file could not be written; otherwise 0. Throws Failure
+/// (CannotWrite) before anything is drawn where the folder of the state file does not exist.
 ///
-/// Jobs with the same models share what is read of them. Every thread has a generator of its own,
-/// so drawings are the same, byte for byte, however many threads there are. A job that fails is
-/// told of at once, the others go on. A job whose drawing is there, and whose options and models
-/// are those it was made from, is skipped, see DoneWork. A table of all jobs goes to out.
+/// Jobs with the same models share one scene. Every thread has a generator of its own, so drawings
+/// are byte-identical for any number of threads. A failed job is reported at once, and the others
+/// continue. A job whose drawing exists and was made with its options and models is skipped, see
+/// FinishedJobs. A table of all jobs is printed to out.
 int RunBatch(const BatchCommand& command,
              const Messages& messages,
              std::ostream& out,

@@ -1,4 +1,4 @@
-// What became of the jobs of a batch, as a table.
+// The results of a batch as a table.
 #pragma once
 
 #include "drawing/common/Failure.h"
@@ -22,7 +22,7 @@ struct JobResult {
     double seconds = 0.0;
 };
 
-/// One line a job and one with the counts; JSON with --json, nothing with --quiet.
+/// One line per job and one with the counts; JSON with --json, nothing with --quiet.
 void PrintTable(const BatchCommand& command,
                 const std::vector<JobResult>& results,
                 std::ostream& out);

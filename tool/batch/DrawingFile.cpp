@@ -1,4 +1,4 @@
-// Every format has a start of its own.
+// Compares the first bytes of a file with those of each output format.
 #include "batch/DrawingFile.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// Notes are texts that are compared as a whole: the stamps of the files, then the options.
-#include "batch/DoneWork.h"
+// Each note is a text that is compared as a whole: the stamps of the files, then the options.
+#include "batch/FinishedJobs.h"
 
 #include "drawing/common/Failure.h"
 #include "drawing/files/OutputFile.h"
@@ -20,7 +20,7 @@
 namespace kxcontour {
 namespace {
 
-/// Size and time of the last change; nothing for a file that is not there.
+/// Size and time of the last change; none for a file that does not exist.
 std::optional<std::string> StampOf(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) {
@@ -30,21 +30,21 @@ std::optional<std::string> StampOf(const std::string& path) {
            std::to_string(status.st_mtim.tv_nsec);
 }
 
-/// Nothing when the drawing is missing.
+/// None where the drawing is missing.
 std::optional<std::string> NoteFor(const BatchJob& job, const std::string& inputs) {
     const std::optional<std::string> output = StampOf(job.options.output.path);
     return output ? std::optional<std::string>(inputs + *output + "\n" + job.signature)
                   : std::nullopt;
 }
 
-/// One line of the file: an object with the one note.
+/// A line of the file: an object with one note.
 std::string LineOf(const std::string& output, const std::string& note) {
     return nlohmann::json{{output, note}}.dump(-1, ' ', false,
                                                nlohmann::json::error_handler_t::replace) +
            "\n";
 }
 
-/// All bytes, or those of before: what is left of a line that did not fit is taken off again.
+/// Appends all bytes or none: a line that did not fit is truncated again.
 void Append(int file, std::string_view bytes) {
     const off_t end = ::lseek(file, 0, SEEK_END);
     while (!bytes.empty()) {
@@ -61,16 +61,16 @@ void Append(int file, std::string_view bytes) {
 
 } // namespace
 
-DoneWork::DoneWork(std::string path) : path_(std::move(path)) {
+FinishedJobs::FinishedJobs(std::string path) : path_(std::move(path)) {
     if (!path_.empty()) {
         const OutputFile writable(path_);
         read();
     }
 }
 
-/// Objects of notes, one after the other. What follows one that is cut short is left out: nothing
-/// is ever written behind it.
-void DoneWork::read() {
+/// The file is a sequence of objects with notes. Reading ends at one that is cut short: nothing is
+/// ever written behind it.
+void FinishedJobs::read() {
     std::ifstream file(path_);
     nlohmann::json notes;
     try {
@@ -90,12 +90,12 @@ void DoneWork::read() {
     }
 }
 
-bool DoneWork::isEmpty() const {
+bool FinishedJobs::isEmpty() const {
     const std::lock_guard lock(mutex_);
     return notes_.empty();
 }
 
-std::string DoneWork::InputsOf(const InputOptions& input) {
+std::string FinishedJobs::InputsOf(const InputOptions& input) {
     std::string stamps;
     for (const std::vector<std::string>* files : {&input.models, &input.occluders}) {
         for (const std::string& file : *files) {
@@ -105,14 +105,14 @@ std::string DoneWork::InputsOf(const InputOptions& input) {
     return stamps;
 }
 
-bool DoneWork::covers(const BatchJob& job) const {
+bool FinishedJobs::covers(const BatchJob& job) const {
     const std::optional<std::string> now = NoteFor(job, InputsOf(job.options.input));
     const std::lock_guard lock(mutex_);
     const auto found = notes_.find(job.options.output.path);
     return now && found != notes_.end() && found->second == *now;
 }
 
-void DoneWork::note(const BatchJob& job, const std::string& inputs) {
+void FinishedJobs::note(const BatchJob& job, const std::string& inputs) {
     const std::optional<std::string> now = NoteFor(job, inputs);
     const std::lock_guard lock(mutex_);
     if (!now || path_.empty()) {
@@ -132,13 +132,13 @@ void DoneWork::note(const BatchJob& job, const std::string& inputs) {
     }
 }
 
-void DoneWork::replaceFile() {
+void FinishedJobs::replaceFile() {
     std::string lines;
     for (const auto& [output, note] : notes_) {
         lines += LineOf(output, note);
     }
     OutputFile output(path_);
-    // One more descriptor: that of the output ends with its commit.
+    // A second descriptor: commit() closes that of the output.
     Descriptor file(::fcntl(output.create(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     if (!file) {
         throw WriteFailure(errno);

@@ -1,5 +1,5 @@
 // Notes on finished drawings, and what is left of them whenever a run ends.
-#include "batch/DoneWork.h"
+#include "batch/FinishedJobs.h"
 
 #include "ModelText.h"
 #include "drawing/common/Failure.h"
@@ -18,8 +18,8 @@
 namespace {
 
 using kxcontour::BatchJob;
-using kxcontour::DoneWork;
 using kxcontour::Failure;
+using kxcontour::FinishedJobs;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
 
@@ -38,11 +38,11 @@ protected:
         return job;
     }
 
-    static void note(DoneWork& done, const BatchJob& job) {
-        done.note(job, DoneWork::InputsOf(job.options.input));
+    static void note(FinishedJobs& done, const BatchJob& job) {
+        done.note(job, FinishedJobs::InputsOf(job.options.input));
     }
 
-    bool isNoted(const BatchJob& job) const { return DoneWork(notes_).covers(job); }
+    bool isNoted(const BatchJob& job) const { return FinishedJobs(notes_).covers(job); }
 
     TemporaryFolder folder_;
     std::string notes_ = folder_.path("notes");
@@ -51,7 +51,7 @@ protected:
 TEST_F(DoneWorkTest, IsNotedAtOnce) {
     const BatchJob a = drawn("a.svg");
     const BatchJob b = drawn("b.svg");
-    DoneWork done(notes_);
+    FinishedJobs done(notes_);
     EXPECT_FALSE(std::filesystem::exists(notes_)) << "nothing to note yet";
     note(done, a);
     EXPECT_TRUE(isNoted(a));
@@ -64,17 +64,17 @@ TEST_F(DoneWorkTest, KeepsTheNotesOfRunsBefore) {
     const BatchJob a = drawn("a.svg");
     const BatchJob b = drawn("b.svg");
     {
-        DoneWork first(notes_);
+        FinishedJobs first(notes_);
         note(first, a);
     }
     {
-        DoneWork second(notes_);
+        FinishedJobs second(notes_);
         note(second, b);
     }
     EXPECT_TRUE(isNoted(a) && isNoted(b));
     const std::string before = ReadBytes(notes_);
     for (int run = 0; run < 3; ++run) {
-        DoneWork again(notes_);
+        FinishedJobs again(notes_);
         note(again, b);
         note(again, a);
     }
@@ -88,7 +88,7 @@ TEST_F(DoneWorkTest, ReadsWhatIsBeforeALineThatWasCutShort) {
     const BatchJob b = drawn("b.svg");
     const BatchJob c = drawn("c.svg");
     {
-        DoneWork done(notes_);
+        FinishedJobs done(notes_);
         note(done, a);
         note(done, b);
     }
@@ -99,7 +99,7 @@ TEST_F(DoneWorkTest, ReadsWhatIsBeforeALineThatWasCutShort) {
         EXPECT_FALSE(isNoted(b)) << size;
     }
     {
-        DoneWork done(notes_);
+        FinishedJobs done(notes_);
         note(done, c);
     }
     EXPECT_TRUE(isNoted(a) && isNoted(c)) << ReadBytes(notes_);
@@ -109,7 +109,7 @@ TEST_F(DoneWorkTest, ReadsOneObjectOfAllNotesToo) {
     const BatchJob a = drawn("a.svg");
     const BatchJob b = drawn("b.svg");
     {
-        DoneWork done(notes_);
+        FinishedJobs done(notes_);
         note(done, a);
         note(done, b);
     }
@@ -134,7 +134,7 @@ TEST_F(DoneWorkTest, IsAsBeforeWhenANoteDoesNotFit) {
     const pid_t child = ::fork();
     if (child == 0) {
         std::signal(SIGXFSZ, SIG_IGN);
-        DoneWork done(notes_);
+        FinishedJobs done(notes_);
         note(done, a);
         const auto size = static_cast<rlim_t>(ReadBytes(notes_).size());
         const rlimit most{size + 10, size + 10};
@@ -157,7 +157,7 @@ TEST_F(DoneWorkTest, IsAsBeforeWhenANoteDoesNotFit) {
 
 TEST_F(DoneWorkTest, IsNotedInNoFileWithoutAPath) {
     const BatchJob a = drawn("a.svg");
-    DoneWork done("");
+    FinishedJobs done("");
     note(done, a);
     EXPECT_FALSE(done.covers(a));
     EXPECT_EQ(folder_.entryCount(), 2U);
