@@ -33,7 +33,7 @@ fs::path FolderPart(const fs::path& path) {
 }
 
 [[noreturn]] void RefuseFolder(const std::string& path, const fs::path& folder) {
-    const std::string quoted = "'" + folder.string() + "'";
+    const std::string quoted = std::string("'").append(folder.string()).append("'");
     if (errno == ENOENT) {
         RefusePlace(path, "there is no folder " + quoted);
     }
@@ -77,7 +77,7 @@ fs::path ReadLink(const std::string& path, const Descriptor& link) {
 void RequireFollowable(const std::string& path, const FilePlace& place) {
     const struct stat folder = StatusOf(path, place.folder.descriptor);
     if (!MayFollowLink(*place.status, folder, ::geteuid())) {
-        RefusePlace(path, "'" + (place.folder.path / place.name).string() +
+        RefusePlace(path, std::string("'").append((place.folder.path / place.name).string()) +
                               "' is a link of another user in a folder that all may write");
     }
 }

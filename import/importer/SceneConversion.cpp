@@ -341,8 +341,8 @@ private:
             {CopyVertices(mesh, withNormals), CopyTriangles(mesh, triangleCount)});
         steps_.push_back(MeasureSteps(mesh.mNumVertices, [&](std::size_t i) {
             const aiVector3D& p = mesh.mVertices[i];
-            return FilePoint{static_cast<double>(p.x), static_cast<double>(p.y),
-                             static_cast<double>(p.z)};
+            return std::array<double, 3>{static_cast<double>(p.x), static_cast<double>(p.y),
+                                         static_cast<double>(p.z)};
         }));
         // A closed mesh has half as many vertices as triangles.
         if (!withNormals && mesh.mNumVertices > triangleCount) {
