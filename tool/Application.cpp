@@ -4,9 +4,7 @@
 #include "batch/Batch.h"
 #include "common/Messages.h"
 #include "common/Progress.h"
-#include "common/RunPlan.h"
 #include "common/Statistics.h"
-#include "common/Summary.h"
 #include "common/Timing.h"
 #include "drawing/common/Failure.h"
 #include "drawing/files/OutputFile.h"
@@ -14,6 +12,8 @@
 #include "import/SceneReader.h"
 #include "info/ModelReport.h"
 #include "jobs/DrawingJob.h"
+#include "jobs/RunPlan.h"
+#include "jobs/Summary.h"
 #include "options/CommandFiles.h"
 
 #include <unistd.h>

@@ -2,10 +2,10 @@
 //
 // KXCONTOUR_MODELS=FILE:FILE... takes other models.
 #include "ModelText.h"
-#include "common/RunPlan.h"
 #include "drawing/common/StagePlan.h"
 #include "drawing/scene/Scene.h"
 #include "jobs/DrawingJob.h"
+#include "jobs/RunPlan.h"
 #include "options/Parsing.h"
 
 #include <gtest/gtest.h>

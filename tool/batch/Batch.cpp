@@ -7,10 +7,10 @@
 #include "batch/DrawingFile.h"
 #include "batch/FinishedJobs.h"
 #include "common/Progress.h"
-#include "common/Summary.h"
 #include "drawing/common/Failure.h"
 #include "import/SceneReader.h"
 #include "jobs/DrawingJob.h"
+#include "jobs/Summary.h"
 #include "options/CommandFiles.h"
 #include "options/OptionReader.h"
 

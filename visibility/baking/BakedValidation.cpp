@@ -4,7 +4,7 @@
 #include <ctr/BakedTriangles.h>
 
 #include "visibility/baking/BakedMesh.h"
-#include "visibility/bvh/BvhNode.h"
+#include "visibility/baking/BvhNode.h"
 
 #include <algorithm>
 #include <cstddef>

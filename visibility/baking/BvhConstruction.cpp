@@ -7,7 +7,7 @@
 #include <kxCommonAddOns/kxLinearGenericBVHBuilder.h>
 
 #include "projection/GridQuantisation.h"
-#include "visibility/bvh/BvhNode.h"
+#include "visibility/baking/BvhNode.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -27,7 +27,7 @@
 #include "linesets/Progress.h"
 #include "visibility/Statistics.h"
 #include "visibility/Tuning.h"
-#include "visibility/bvh/BvhNode.h"
+#include "visibility/baking/BvhNode.h"
 #include "visibility/bvh/Float4.h"
 #include "visibility/bvh/SegmentCoverage.h"
 #include "visibility/bvh/SegmentSlabTest.h"

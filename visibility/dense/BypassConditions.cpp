@@ -3,7 +3,7 @@
 
 #include "visibility/ErrorBounds.h"
 #include "visibility/baking/BakedMesh.h"
-#include "visibility/bvh/BvhNode.h"
+#include "visibility/baking/BvhNode.h"
 #include "visibility/exact/GridArithmetic.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 #include "visibility/dense/DenseRegions.h"
 
 #include "visibility/Tuning.h"
-#include "visibility/bvh/BvhNode.h"
+#include "visibility/baking/BvhNode.h"
 
 #include <algorithm>
 #include <cmath>

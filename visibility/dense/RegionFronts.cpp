@@ -1,7 +1,7 @@
 // Rasterises triangles at the centres of cells.
 #include "visibility/dense/RegionFronts.h"
 
-#include "visibility/bvh/BvhNode.h"
+#include "visibility/baking/BvhNode.h"
 #include "visibility/exact/GridArithmetic.h"
 
 #include <algorithm>

@@ -9,7 +9,7 @@
 #include "visibility/intersections/IntersectionOcclusion.h"
 
 #include "visibility/ErrorBounds.h"
-#include "visibility/bvh/BvhNode.h"
+#include "visibility/baking/BvhNode.h"
 #include "visibility/exact/FractionOrder.h"
 #include "visibility/occlusion/TriangleOcclusion.h"
 

@@ -5,8 +5,8 @@
 #include "visibility/Statistics.h"
 #include "visibility/Tuning.h"
 #include "visibility/dense/BypassConditions.h"
-#include "visibility/dense/DensePairs.h"
 #include "visibility/dense/PotentiallyVisiblePairs.h"
+#include "visibility/intersections/DensePairs.h"
 
 #include <algorithm>
 #include <bit>

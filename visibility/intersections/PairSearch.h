@@ -14,7 +14,7 @@
 #include <ctr/BakedTriangles.h>
 
 #include "visibility/Tuning.h"
-#include "visibility/bvh/BvhNode.h"
+#include "visibility/baking/BvhNode.h"
 #include "visibility/bvh/SlotTriangles.h"
 #include "visibility/exact/ContactTolerance.h"
 #include "visibility/exact/CornerBoxes.h"

@@ -4,7 +4,7 @@
 
 #include "visibility/ErrorBounds.h"
 #include "visibility/Tuning.h"
-#include "visibility/bvh/BvhNode.h"
+#include "visibility/baking/BvhNode.h"
 
 #include <algorithm>
 #include <cmath>

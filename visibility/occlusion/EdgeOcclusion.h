@@ -11,9 +11,9 @@
 
 #include "visibility/Tuning.h"
 #include "visibility/bvh/OccluderBvh.h"
-#include "visibility/dense/DenseOccluders.h"
 #include "visibility/dense/RegionFronts.h"
 #include "visibility/exact/ContactTolerance.h"
+#include "visibility/occlusion/DenseOccluders.h"
 #include "visibility/occlusion/OccludedIntervals.h"
 #include "visibility/occlusion/OccluderLayout.h"
 

@@ -6,7 +6,7 @@
 #include <ctr/BakedTriangles.h>
 
 #include "visibility/baking/BakedMesh.h"
-#include "visibility/bvh/BvhNode.h"
+#include "visibility/baking/BvhNode.h"
 #include "visibility/occlusion/TriangleOcclusion.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // What the stages of a drawing are expected to cost.
-#include "common/RunPlan.h"
+#include "jobs/RunPlan.h"
 
 #include "ModelText.h"
 #include "drawing/common/StagePlan.h"

@@ -5,7 +5,7 @@
 // The opposite edge is so far away on screen that the spans, rounded to the grid, still extend from
 // the vertex to either side on the ordering axis, and spans that touch are no intersection. A
 // triangle whose opposite edge is nearer than that does not treat the vertex as a hub.
-#include "visibility/dense/DensePairs.h"
+#include "visibility/intersections/DensePairs.h"
 
 #include "visibility/ErrorBounds.h"
 #include "visibility/dense/DenseItems.h"

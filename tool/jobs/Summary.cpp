@@ -1,5 +1,5 @@
 // Turns reports into lines of text or JSON.
-#include "common/Summary.h"
+#include "jobs/Summary.h"
 
 #include "common/PlainText.h"
 

@@ -1,5 +1,5 @@
 // Doubles reject, by the margins of ErrorBounds.h; exact arithmetic decides.
-#include "visibility/dense/DenseOccluders.h"
+#include "visibility/occlusion/DenseOccluders.h"
 
 #include "visibility/ErrorBounds.h"
 #include "visibility/dense/BypassConditions.h"
