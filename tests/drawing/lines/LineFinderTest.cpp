@@ -35,7 +35,7 @@ ctr::DiscreteProjectionSpace Camera(View view = View::Front) {
 /// A box with its twelve edges as outline, as the tool makes it.
 kx::kxPointer<kx::kxTriMesh> BoxMesh(const test_support::Point& lowest,
                                      const test_support::Point& highest) {
-    const kxcontour::Model model =
+    kxcontour::Model model =
         tool_test::MakeModel({tool_test::MakeShape(test_support::Box(lowest, highest))});
     return kxcontour::BuildMeshes(model, {}).meshes.front();
 }

@@ -3,12 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <vector>
 
 namespace {
 
-using kxcontour::FilePoint;
+using FilePoint = std::array<double, 3>;
 
 kxcontour::FloatSteps Measure(const std::vector<FilePoint>& points) {
     return kxcontour::MeasureSteps(points.size(), [&](std::size_t i) { return points[i]; });

@@ -74,7 +74,7 @@ bool KeepsNormals(const Model& model, std::size_t shape = 0) {
 }
 
 /// The lines of the outline of the only mesh; -1 where normals decide.
-int LineCount(const Model& model) {
+int LineCount(Model model) {
     const kxcontour::BuiltMeshes built = BuildMeshes(model, {});
     const kx::kxTriMesh& mesh = *built.meshes.at(0);
     if (mesh.GetMetadataQuantity() == 0) {
