@@ -146,7 +146,7 @@ TEST(OccluderBvh, AreTheTrianglesThatAreCopied) {
 }
 
 // What is hidden of random segments, in the open and in crowds.
-std::vector<std::string> HiddenOf(const MixedScene& scene, const ctr::OccluderLimits& limits) {
+std::vector<std::string> HiddenOf(const MixedScene& scene, const ctr::OcclusionLimits& limits) {
     Random random(11);
     ItemCounter work;
     ctr::EdgeOcclusion occlusion(scene.baked, limits);
