@@ -51,6 +51,17 @@ int Succeed(voidpf, voidpf) {
     return 0;
 }
 
+/// Whether the comment at the end of the archive is there: one that was cut short is damaged.
+bool IsComplete(unzFile archive) {
+    unz_global_info64 info{};
+    if (unzGetGlobalInfo64(archive, &info) != UNZ_OK) {
+        return false;
+    }
+    std::string comment(info.size_comment, '\0');
+    return unzGetGlobalComment(archive, comment.data(), info.size_comment) ==
+           static_cast<int>(info.size_comment);
+}
+
 std::string NameOfCurrent(unzFile archive) {
     std::array<char, 1024> name{};
     const int status = unzGetCurrentFileInfo64(archive, nullptr, name.data(), name.size() - 1,
@@ -74,7 +85,7 @@ std::string ReadZipEntry(std::string_view archive, std::string_view ending, std:
     MemoryFile file{archive};
     zlib_filefunc64_def functions{&Open, &Read, nullptr, &Tell, &Seek, &Succeed, &Succeed, &file};
     const std::unique_ptr<void, decltype(&unzClose)> zip(unzOpen2_64("", &functions), &unzClose);
-    int status = zip ? unzGoToFirstFile(zip.get()) : UNZ_ERRNO;
+    int status = zip && IsComplete(zip.get()) ? unzGoToFirstFile(zip.get()) : UNZ_ERRNO;
     for (; status == UNZ_OK; status = unzGoToNextFile(zip.get())) {
         if (NameOfCurrent(zip.get()).ends_with(ending)) {
             return ReadCurrent(zip.get(), limit);
