@@ -94,12 +94,6 @@ CameraRequest ForView(const CameraRequest& request, View view) {
     return single;
 }
 
-/// A camera of a matrix over the coordinates of the first model's file.
-ctr::DiscreteProjectionSpace CameraOf(const Wm4::Matrix4<double>& fileToClip, const Scene& scene) {
-    const Wm4::Matrix4<double> worldToClip = WorldToFile(scene) * fileToClip;
-    return MakeCamera(worldToClip, worldToClip.Inverse());
-}
-
 SheetLayout LayOut(const Scene& scene, const DrawingRequest& request) {
     std::vector<SheetView> views;
     for (const View view : request.page.views) {
@@ -220,7 +214,8 @@ private:
 
     AimedCamera aim() {
         if (request_.fileToClip) {
-            return {CameraOf(*request_.fileToClip, scene_), std::nullopt, std::nullopt};
+            return {MakeCamera(WorldToFile(scene_) * *request_.fileToClip), std::nullopt,
+                    std::nullopt};
         }
         AimedCamera camera = Aim(scene_, request_);
         if (camera.unitsPerMillimetre) {

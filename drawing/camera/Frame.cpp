@@ -220,13 +220,20 @@ ctr::DiscreteProjectionSpace MakeCamera(const Pyramid& pyramid, const ViewAxes& 
     return MakeSpace(WorldToClip(pyramid, axes), ClipToWorld(pyramid, axes));
 }
 
-ctr::DiscreteProjectionSpace MakeCamera(const Wm4::Matrix4<double>& worldToClip,
-                                        const Wm4::Matrix4<double>& clipToWorld) {
-    for (int i = 0; i < 16; ++i) {
-        if (!std::isfinite(static_cast<float>(worldToClip[i / 4][i % 4])) ||
-            !std::isfinite(static_cast<float>(clipToWorld[i / 4][i % 4]))) {
-            throw Failure(ExitCode::Usage, "the matrix of the view is singular or not finite");
+ctr::DiscreteProjectionSpace MakeCamera(const Wm4::Matrix4<double>& worldToClip) {
+    const Wm4::Matrix4<double> clipToWorld = worldToClip.Inverse();
+    const auto isFinite = [](const Wm4::Matrix4<double>& matrix) {
+        for (int i = 0; i < 16; ++i) {
+            if (!std::isfinite(static_cast<float>(matrix[i / 4][i % 4]))) {
+                return false;
+            }
         }
+        return true;
+    };
+    // The inverse of a singular matrix is given as zero.
+    if (!isFinite(worldToClip) || !isFinite(clipToWorld) ||
+        clipToWorld == Wm4::Matrix4<double>(true)) {
+        throw Failure(ExitCode::Usage, "the matrix of the view is singular or not finite");
     }
     return MakeSpace(worldToClip, clipToWorld);
 }

@@ -61,10 +61,9 @@ struct Pyramid {
 /// precision cannot hold.
 ctr::DiscreteProjectionSpace MakeCamera(const Pyramid& pyramid, const ViewAxes& axes);
 
-/// A camera of matrices of the caller's own, each the inverse of the other, for row vectors. Throws
-/// Failure (Usage) for entries that single precision cannot hold.
-ctr::DiscreteProjectionSpace MakeCamera(const Wm4::Matrix4<double>& worldToClip,
-                                        const Wm4::Matrix4<double>& clipToWorld);
+/// A camera of a matrix of the caller's own, for row vectors. Throws Failure (Usage) for one that
+/// is singular or that single precision cannot hold.
+ctr::DiscreteProjectionSpace MakeCamera(const Wm4::Matrix4<double>& worldToClip);
 
 /// Finds where an eye of a given direction and angle has to be for points to fill a rectangle.
 ///

@@ -49,12 +49,23 @@ Format FormatOf(const std::filesystem::path& path) {
     throw InvalidArgument("'" + ending + "' is no ending of a drawing: svg, pdf, png, dxf or json");
 }
 
+void write(const Drawing& drawing, std::ostream& out, Format format, const WriteOptions& options) {
+    Check(drawing, format, options);
+    WithPublicErrors([&] {
+        try {
+            kxcontour::WriteTo(out, drawing, format, options);
+        } catch (const kxcontour::WriteFailure&) {
+            throw CannotWrite("the stream takes no more of the drawing");
+        }
+    });
+}
+
 void write(const Drawing& drawing, const std::filesystem::path& path, const WriteOptions& options) {
     const Format format = FormatOf(path);
     Check(drawing, format, options);
     WithPublicErrors([&] {
         kxcontour::OutputFile file(FileName(path));
-        WriteDrawing(drawing, format, options, file, path.string());
+        kxcontour::WriteDrawing(drawing, format, options, file, path.string());
     });
 }
 
