@@ -221,21 +221,7 @@ ctr::DiscreteProjectionSpace MakeCamera(const Pyramid& pyramid, const ViewAxes& 
 }
 
 ctr::DiscreteProjectionSpace MakeCamera(const Wm4::Matrix4<double>& worldToClip) {
-    const Wm4::Matrix4<double> clipToWorld = worldToClip.Inverse();
-    const auto isFinite = [](const Wm4::Matrix4<double>& matrix) {
-        for (int i = 0; i < 16; ++i) {
-            if (!std::isfinite(static_cast<float>(matrix[i / 4][i % 4]))) {
-                return false;
-            }
-        }
-        return true;
-    };
-    // The inverse of a singular matrix is given as zero.
-    if (!isFinite(worldToClip) || !isFinite(clipToWorld) ||
-        clipToWorld == Wm4::Matrix4<double>(true)) {
-        throw Failure(ExitCode::Usage, "the matrix of the view is singular or not finite");
-    }
-    return MakeSpace(worldToClip, clipToWorld);
+    return MakeSpace(worldToClip, worldToClip.Inverse());
 }
 
 void EyeFinder::add(const Vector& point) {

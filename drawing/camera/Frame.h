@@ -61,8 +61,7 @@ struct Pyramid {
 /// precision cannot hold.
 ctr::DiscreteProjectionSpace MakeCamera(const Pyramid& pyramid, const ViewAxes& axes);
 
-/// A camera of a matrix of the caller's own, for row vectors. Throws Failure (Usage) for one that
-/// is singular or that single precision cannot hold.
+/// A camera of a matrix of the caller's own, for row vectors; it has an inverse.
 ctr::DiscreteProjectionSpace MakeCamera(const Wm4::Matrix4<double>& worldToClip);
 
 /// Finds where an eye of a given direction and angle has to be for points to fill a rectangle.

@@ -85,7 +85,22 @@ void Require(bool holds, const char* message) {
     }
 }
 
+/// In single precision, as cameras are.
+bool HasInverse(const Matrix& matrix) {
+    const Wm4::Matrix4<double> inverse = RowVectorMatrix(matrix).Inverse();
+    for (int i = 0; i < 16; ++i) {
+        if (!std::isfinite(static_cast<float>(matrix[static_cast<std::size_t>(i)])) ||
+            !std::isfinite(static_cast<float>(inverse[i / 4][i % 4]))) {
+            return false;
+        }
+    }
+    // The inverse of a singular matrix is given as zero.
+    return inverse != Wm4::Matrix4<double>(true);
+}
+
 void Check(const View& view) {
+    Require(!view.matrix || HasInverse(*view.matrix),
+            "the matrix of the view is singular or not finite");
     RequireFinite(view.eye, "the eye");
     RequireFinite(view.target, "the target");
     RequireFinite(view.up, "the up direction");
