@@ -28,7 +28,7 @@ std::vector<std::uint32_t> Welded(const std::vector<int>& keys) {
 }
 
 TEST(Weld, GivesTheFirstOfEqualKeys) {
-    for (const std::size_t count : {0, 1, 63, 64, 65, 5000}) {
+    for (const std::size_t count : {0U, 1U, 63U, 64U, 65U, 5000U}) {
         const std::vector<int> keys = RandomKeys(count, 1000);
         const std::vector<std::uint32_t> welded = Welded(keys);
         ASSERT_EQ(welded.size(), count);
