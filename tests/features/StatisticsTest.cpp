@@ -82,7 +82,7 @@ TEST(Statistics, AddUpInAScene) {
     const auto second = test_support::MakeMesh(test_support::Box({0, 0, 0}, {2, 2, 2}));
     ctr::GeometricFeaturesGenerator generator;
     generator.setProjectionSpace(test_support::SlantedSpace(12, 12, 20.0F));
-    generator.setSingleExportCluster({first.get(), second.get()});
+    generator.setSingleExportCluster({first.get(), second.get()}, nullptr);
     ctr::FeaturesByMesh features;
     const Counts counts =
         CountsOf([&] { ASSERT_TRUE(generator.computeFeaturesByMesh(features, 0, {})); });
