@@ -421,6 +421,7 @@ TEST(ImportModel, RefusesModelsThatAreCutShort) {
                                 if (::write(PipeToParent(), half.data(), half.size()) < 0) {
                                     ::_exit(9);
                                 }
+                                std::signal(SIGSEGV, SIG_DFL);
                                 ::raise(SIGSEGV);
                             }),
               "the importer crashed; the file may be damaged or cut short");
