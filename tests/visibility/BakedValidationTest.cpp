@@ -147,7 +147,7 @@ TEST_F(BakedAssertions, HierarchiesThatLeadNowhere) {
     for (const auto& [name, change] : ChangesOfHierarchy()) {
         BakedTriangles changed = baked_;
         change(changed);
-        EXPECT_DEATH(ctr::TrianglesIntersection(changed).computeIntersectionEdges(), "LeadsTo")
+        EXPECT_DEATH(ctr::TrianglesIntersection(changed).computeIntersectionEdges(), "HasValidBvh")
             << name;
     }
 }
@@ -157,7 +157,7 @@ TEST_F(BakedAssertions, MeshesThatLeadNowhere) {
         BakedTriangles changed = baked_;
         change(changed);
         std::vector<ctr::LineSegmentSet*> sets;
-        EXPECT_DEATH(changed.computeSilhouetteEdges(sets), "LeadTo") << name;
+        EXPECT_DEATH(changed.computeSilhouetteEdges(sets), "HasValidMeshRanges") << name;
     }
 }
 
