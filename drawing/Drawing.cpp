@@ -1,10 +1,11 @@
 // The stages of a drawing in order: camera, baking, lines, paper; and its way into a file.
 #include "drawing/Drawing.h"
 
+#include <kxDrawing/Errors.h>
+
 #include "drawing/StageCosts.h"
 #include "drawing/camera/Camera.h"
 #include "drawing/camera/Frame.h"
-#include "drawing/common/Failure.h"
 #include "drawing/lines/LineFinder.h"
 #include "drawing/lines/PaperMapping.h"
 #include "drawing/lines/PathLines.h"
@@ -136,11 +137,11 @@ ComposingRules RulesFor(const DrawingRequest& request) {
                                  const DrawingRequest& request) {
     const bool isTooSmall = drawing.statistics.lines > 0;
     const std::string overflow = DescribeOverflow(drawing, request);
-    throw Failure(ExitCode::NothingToDraw,
-                  name +
-                      (isTooSmall ? ": nothing to draw: all its lines are shorter than --min-length"
-                                  : ": nothing to draw: no line of it is visible") +
-                      (overflow.empty() ? "" : "; " + overflow));
+    throw kxdrawing::NothingToDraw(
+        name +
+        (isTooSmall ? ": nothing to draw: all its lines are shorter than --min-length"
+                    : ": nothing to draw: no line of it is visible") +
+        (overflow.empty() ? "" : "; " + overflow));
 }
 
 void MoveBy(LineGroup& group, Point offset) {

@@ -11,7 +11,7 @@
 
 namespace kxcontour {
 
-/// Draws a scene. Any number of threads may draw one scene at once. Throws Failure: Usage for a
+/// Draws a scene. Any number of threads may draw one scene at once. Throws InvalidArgument for a
 /// camera that cannot be, NothingToDraw where no line is visible.
 kxdrawing::Drawing
 DrawScene(const Scene& scene, const DrawingRequest& request, DrawingObserver& observer);

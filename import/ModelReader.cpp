@@ -1,7 +1,8 @@
 // OBJ, PLY and STL are read here, all other formats by the importer.
 #include "import/ModelReader.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "import/files/LetterCase.h"
 #include "import/formats/Completeness.h"
 #include "import/formats/FileModel.h"
@@ -137,8 +138,8 @@ Model Import(Assimp::Importer& importer, const ModelRequest& request, ModelFiles
     // Points and lines stay in their meshes: the conversion skips them.
     scene = scene == nullptr ? nullptr : importer.ApplyPostProcessing(aiProcess_Triangulate);
     if (scene == nullptr) {
-        throw Failure(ExitCode::Unreadable, NameOf(request) + ": cannot read the model: " +
-                                                Reason(importer, request, files));
+        throw kxdrawing::CannotRead(NameOf(request) +
+                                    ": cannot read the model: " + Reason(importer, request, files));
     }
     Model model = ModelFromScene(*scene, request, bytes);
     model.cutPolygons = polygons;
@@ -149,12 +150,12 @@ Model Import(Assimp::Importer& importer, const ModelRequest& request, ModelFiles
 
 void RequireKnownFormat(const ModelRequest& request) {
     if (!request.format || request.format->empty()) {
-        throw Failure(ExitCode::Usage,
-                      "standard input: needs --format, an ending of file names such as stl");
+        throw kxdrawing::InvalidArgument(
+            "standard input: needs --format, an ending of file names such as stl");
     }
     if (!Assimp::Importer().IsExtensionSupported(*request.format)) {
-        throw Failure(ExitCode::Usage, "standard input: --format " + *request.format +
-                                           " is not a format that can be read");
+        throw kxdrawing::InvalidArgument("standard input: --format " + *request.format +
+                                         " is not a format that can be read");
     }
 }
 
@@ -170,8 +171,8 @@ std::string ReadStandardInput(const ModelRequest& request) {
         bytes.resize(std::min(size + std::max(kBlock, size), request.rules.largestInput + 1));
         const ssize_t got = ::read(STDIN_FILENO, bytes.data() + size, bytes.size() - size);
         if (got < 0 && errno != EINTR) {
-            throw Failure(ExitCode::Unreadable,
-                          NameOf(request) + ": " + std::generic_category().message(errno));
+            throw kxdrawing::CannotRead(NameOf(request) + ": " +
+                                        std::generic_category().message(errno));
         }
         size += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
         if (size > request.rules.largestInput) {

@@ -1,7 +1,8 @@
 // Reads the models of a scene one after another.
 #include "import/SceneReader.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "import/ModelReader.h"
 
 namespace kxcontour {
@@ -10,8 +11,7 @@ namespace {
 Model Import(const ModelRequest& request) {
     Model model = ImportModel(request);
     if (model.placements.empty()) {
-        throw Failure(ExitCode::NothingToDraw,
-                      NameOf(request) + ": nothing to draw: it has no triangles");
+        throw kxdrawing::NothingToDraw(NameOf(request) + ": nothing to draw: it has no triangles");
     }
     return model;
 }

@@ -30,7 +30,7 @@ using StageObserver = std::function<void(const char*)>;
 
 /// Reads all models of a drawing and builds their meshes. Call it before any thread is started.
 ///
-/// Throws Failure: Unreadable for a model that cannot be read, NothingToDraw for one without
+/// Throws CannotRead for a model that cannot be read, NothingToDraw for one without
 /// triangles.
 Scene LoadScene(const InputOptions& input,
                 std::optional<double> creaseAngle,

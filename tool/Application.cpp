@@ -2,11 +2,11 @@
 #include "Application.h"
 
 #include "batch/Batch.h"
+#include "common/Failure.h"
 #include "common/Messages.h"
 #include "common/Progress.h"
 #include "common/Statistics.h"
 #include "common/Timing.h"
-#include "drawing/common/Failure.h"
 #include "drawing/files/OutputFile.h"
 #include "import/ModelReader.h"
 #include "import/SceneReader.h"

@@ -1,8 +1,8 @@
 // kxcontour: draws a model file as an SVG line drawing. Here failures become exit codes.
 #include "Application.h"
+#include "common/Failure.h"
 #include "common/MemoryLimit.h"
 #include "common/Messages.h"
-#include "drawing/common/Failure.h"
 #include "drawing/files/Interrupt.h"
 #include "drawing/files/StandardStreams.h"
 #include "options/CommandLine.h"
@@ -10,7 +10,6 @@
 #include <csignal>
 #include <exception>
 #include <iostream>
-#include <new>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -24,8 +23,9 @@ namespace {
 
 using kxcontour::ExitCode;
 
-int Fail(ExitCode code, const std::string& message) {
+int Fail(const std::exception& error) {
     const bool coloured = kxcontour::WantsColour();
+    const auto [code, message] = kxcontour::FailureOf(error);
     kxcontour::Messages(std::cerr, kxcontour::Messages::Loudness::Normal, coloured).error(message);
     return static_cast<int>(code);
 }
@@ -36,8 +36,8 @@ int Print(const std::string& results, int code) {
     try {
         kxcontour::WriteToStandardOutput(results);
         return code;
-    } catch (const kxcontour::Failure& failure) {
-        const int lost = Fail(failure.code(), failure.what());
+    } catch (const kxdrawing::CannotWrite& failure) {
+        const int lost = Fail(failure);
         return code == static_cast<int>(ExitCode::Drawn) ? lost : code;
     }
 }
@@ -74,11 +74,7 @@ int main(int argc, char** argv) {
     kxcontour::HandleInterrupts();
     try {
         return Run(std::vector<std::string>(argv + 1, argv + argc));
-    } catch (const kxcontour::Failure& failure) {
-        return Fail(failure.code(), failure.what());
-    } catch (const std::bad_alloc&) {
-        return Fail(ExitCode::Internal, "internal error: out of memory");
     } catch (const std::exception& error) {
-        return Fail(ExitCode::Internal, std::string("internal error: ") + error.what());
+        return Fail(error);
     }
 }

@@ -1,9 +1,10 @@
 // Measures meshes in a view and chooses the frame or pyramid that shows them.
 #include "drawing/camera/Camera.h"
 
+#include <kxDrawing/Errors.h>
+
 #include "drawing/camera/Frame.h"
 #include "drawing/common/Angles.h"
-#include "drawing/common/Failure.h"
 
 #include <algorithm>
 #include <limits>
@@ -179,7 +180,7 @@ void ChooseDepths(Pyramid& pyramid, const CameraSubjects& subjects, const ViewAx
                       [&](const Vector& point) { nearest = std::min(nearest, distance(point)); });
     }
     if (!(farthest > 0.0)) {
-        throw Failure(ExitCode::NothingToDraw, "nothing to draw: the model is behind the camera");
+        throw kxdrawing::NothingToDraw("nothing to draw: the model is behind the camera");
     }
     pyramid.far = farthest * (1.0 + kPyramidPadding);
     pyramid.near = std::max(nearest * (1.0 - kPyramidPadding), pyramid.far * kNearestShare);

@@ -42,7 +42,7 @@ struct AimedCamera {
 /// The request's points are in the world's axes and units, its scale in millimetres of paper per
 /// world unit. A perspective camera without a position goes where everything fits; with one it
 /// stays there. In parallel projection a position only gives a direction, and a focal point the
-/// middle of the page. Throws Failure (Usage) for a camera that cannot be, NothingToDraw for sizes
+/// middle of the page. Throws InvalidArgument for a camera that cannot be, NothingToDraw for sizes
 /// that single precision cannot hold or for a model wholly behind the eye.
 AimedCamera
 AimCamera(const CameraRequest& request, const CameraSubjects& subjects, const Sheet& sheet);

@@ -1,7 +1,7 @@
 // Fits frames to pages and makes the matrices of cameras, there and back.
 #include "drawing/camera/Frame.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
 
 #include <algorithm>
 #include <cmath>
@@ -174,8 +174,8 @@ Wm4::Matrix4<double> ClipToWorld(const Pyramid& pyramid, const ViewAxes& axes) {
 }
 
 [[noreturn]] void RefuseSize() {
-    throw Failure(ExitCode::NothingToDraw,
-                  "nothing to draw: the model is too large or too small for its coordinates");
+    throw kxdrawing::NothingToDraw(
+        "nothing to draw: the model is too large or too small for its coordinates");
 }
 
 ctr::DiscreteProjectionSpace MakeSpace(const Wm4::Matrix4<double>& worldToClip,

@@ -45,7 +45,7 @@ double UnitsPerMillimetre(const Frame& frame, PageSize page);
 /// The camera of a frame, with the finest grid that the library accepts.
 ///
 /// Matrices are computed in doubles and rounded once. -1 in depth is nearest to the eye. Throws
-/// Failure (NothingToDraw) where the frame is too large or too small for single precision.
+/// NothingToDraw where the frame is too large or too small for single precision.
 ctr::DiscreteProjectionSpace MakeCamera(const Frame& frame, const ViewAxes& axes);
 
 /// What a perspective camera shows: a pyramid cut off in front and behind.
@@ -57,7 +57,7 @@ struct Pyramid {
     double far = 0.0;         ///< Beyond near.
 };
 
-/// The camera of a pyramid; see the other. Throws Failure (NothingToDraw) for sizes that single
+/// The camera of a pyramid; see the other. Throws NothingToDraw for sizes that single
 /// precision cannot hold.
 ctr::DiscreteProjectionSpace MakeCamera(const Pyramid& pyramid, const ViewAxes& axes);
 

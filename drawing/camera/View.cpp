@@ -1,8 +1,9 @@
 // The axes of the named views, and their names.
 #include "drawing/camera/View.h"
 
+#include <kxDrawing/Errors.h>
+
 #include "drawing/common/Angles.h"
-#include "drawing/common/Failure.h"
 #include "drawing/common/NearestName.h"
 #include "drawing/common/Shortened.h"
 
@@ -36,15 +37,15 @@ ViewAxes AxesOf(double azimuth, double elevation) {
 
 ViewAxes AxesLooking(const Wm4::Vector3<double>& back, const Wm4::Vector3<double>& viewUp) {
     if (back == Wm4::Vector3<double>(0, 0, 0)) {
-        throw Failure(ExitCode::Usage, "the camera is at its own focal point");
+        throw kxdrawing::InvalidArgument("the camera is at its own focal point");
     }
     const Wm4::Vector3<double> toEye = Normalised(back);
     const Wm4::Vector3<double> right = Normalised(viewUp).Cross(toEye);
     constexpr double kParallel = 1e-9;
     // Written so that NaN is refused too.
     if (!(right.Dot(right) > kParallel * kParallel)) {
-        throw Failure(ExitCode::Usage,
-                      "the camera looks along its own up direction; give another --camera-view-up");
+        throw kxdrawing::InvalidArgument(
+            "the camera looks along its own up direction; give another --camera-view-up");
     }
     const Wm4::Vector3<double> unitRight = Normalised(right);
     return {unitRight, toEye.Cross(unitRight), toEye};
@@ -89,9 +90,9 @@ View ParseView(std::string_view text) {
         }
     }
     const std::string nearest = NearestName(text, names);
-    throw Failure(ExitCode::Usage, "unknown view '" + Shortened(text) + "'; " +
-                                       (nearest.empty() ? "" : "did you mean '" + nearest + "'? ") +
-                                       "choose front, back, left, right, top, bottom or iso");
+    throw kxdrawing::InvalidArgument("unknown view '" + Shortened(text) + "'; " +
+                                     (nearest.empty() ? "" : "did you mean '" + nearest + "'? ") +
+                                     "choose front, back, left, right, top, bottom or iso");
 }
 
 const std::vector<std::string>& ViewNames() {

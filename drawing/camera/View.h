@@ -29,13 +29,13 @@ ViewAxes AxesOf(View view);
 ViewAxes AxesOf(double azimuth, double elevation);
 
 /// The axes of an eye in the direction back from the model, with viewUp as upright on the page as
-/// can be. Throws Failure (Usage) when back is zero or parallel to viewUp.
+/// can be. Throws InvalidArgument when back is zero or parallel to viewUp.
 ViewAxes AxesLooking(const Wm4::Vector3<double>& back, const Wm4::Vector3<double>& viewUp);
 
 /// The same view with the drawing turned counter-clockwise on the page, in degrees.
 ViewAxes Rolled(const ViewAxes& axes, double degrees);
 
-/// Reads front, back, left, right, top, bottom or iso. Throws Failure (Usage) for any other text.
+/// Reads front, back, left, right, top, bottom or iso. Throws InvalidArgument for any other text.
 View ParseView(std::string_view text);
 
 /// The names that ParseView() knows.

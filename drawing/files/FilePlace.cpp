@@ -2,7 +2,7 @@
 // that nothing can be swapped in between.
 #include "drawing/files/FilePlace.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
 
 #include <array>
 #include <cerrno>
@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 constexpr int kMostLinks = 40;
 
 [[noreturn]] void RefusePlace(const std::string& path, const std::string& why) {
-    throw Failure(ExitCode::CannotWrite, path + ": cannot write: " + why);
+    throw kxdrawing::CannotWrite(path + ": cannot write: " + why);
 }
 
 [[noreturn]] void RefuseForSystem(const std::string& path) {

@@ -25,7 +25,7 @@ struct FilePlace {
 
 /// The place that a path names, with the links at its end followed; the file need not exist.
 ///
-/// A link that MayFollowLink() rules out is not followed. Throws Failure (CannotWrite) for that,
+/// A link that MayFollowLink() rules out is not followed. Throws CannotWrite for that,
 /// for a path in a folder that does not exist, for one that names a directory by a slash at its
 /// end, and where the system refuses to look.
 FilePlace FindPlace(const std::string& path);

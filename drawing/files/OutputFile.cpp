@@ -2,7 +2,8 @@
 // is a single step. Standard output has no folder and cannot be renamed over; it gets a copy.
 #include "drawing/files/OutputFile.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/files/StandardStreams.h"
 
 #include <array>
@@ -20,7 +21,7 @@ constexpr mode_t kAnyNewFile = 0666;
 constexpr mode_t kPrivateFile = 0600;
 
 [[noreturn]] void Refuse(const std::string& path, const std::string& why) {
-    throw Failure(ExitCode::CannotWrite, path + ": cannot write: " + why);
+    throw kxdrawing::CannotWrite(path + ": cannot write: " + why);
 }
 
 std::string Reason(int error) {

@@ -22,7 +22,7 @@ class OutputFile {
 public:
     /// Looks whether the path can be written, and leaves no trace.
     ///
-    /// Throws Failure (CannotWrite) for a path in a folder that does not exist or is not writable,
+    /// Throws CannotWrite for a path in a folder that does not exist or is not writable,
     /// for one behind a link that must not be followed, and for one that names a directory, a
     /// device, a pipe or a write-protected file; for "-" when standard output is closed.
     explicit OutputFile(const std::string& path);
@@ -33,10 +33,10 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     /// Creates the empty file and returns the descriptor to write it through, which stays with the
-    /// OutputFile. Call it once. Throws Failure (CannotWrite).
+    /// OutputFile. Call it once. Throws CannotWrite.
     int create();
 
-    /// Puts the file in the target's place. Throws Failure (CannotWrite); the target then is as it
+    /// Puts the file in the target's place. Throws CannotWrite; the target then is as it
     /// was, while standard output may have got a part.
     void commit();
 

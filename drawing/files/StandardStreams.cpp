@@ -1,7 +1,8 @@
 // A closed stream becomes /dev/null, open for the wrong direction only.
 #include "drawing/files/StandardStreams.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/files/Descriptor.h"
 
 #include <cerrno>
@@ -28,8 +29,8 @@ bool IsStandardOutputOpen() {
 // Straight to the descriptor: a stream would keep the failure and forget the reason.
 void WriteToStandardOutput(std::string_view text) {
     if (!WriteAll(STDOUT_FILENO, text)) {
-        throw Failure(ExitCode::CannotWrite,
-                      "standard output: cannot write: " + std::generic_category().message(errno));
+        throw kxdrawing::CannotWrite("standard output: cannot write: " +
+                                     std::generic_category().message(errno));
     }
 }
 

@@ -13,7 +13,7 @@ void OccupyClosedStreams();
 /// Whether there is anything that standard output can be written to.
 bool IsStandardOutputOpen();
 
-/// Writes all of a text to standard output, or throws Failure (CannotWrite). An empty text is never
+/// Writes all of a text to standard output, or throws CannotWrite. An empty text is never
 /// lost.
 void WriteToStandardOutput(std::string_view text);
 

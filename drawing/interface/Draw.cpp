@@ -1,9 +1,9 @@
 // The public operations that draw: arguments are checked and put into the terms of the stages.
 #include <kxDrawing/Drawing.h>
+#include <kxDrawing/Errors.h>
 
 #include "drawing/Drawing.h"
 #include "drawing/common/StagePlan.h"
-#include "drawing/interface/Boundary.h"
 #include "drawing/interface/SceneAccess.h"
 
 #include <cmath>
@@ -180,20 +180,18 @@ Drawing draw(const Scene& scene,
     Check(view);
     Check(page);
     Check(options);
-    return WithPublicErrors([&] {
-        kxcontour::DrawingRequest request;
-        request.camera = CameraOf(view);
-        if (view.matrix) {
-            request.fileToClip = RowVectorMatrix(*view.matrix);
-        }
-        request.page.size = page.size;
-        request.page.margin = page.margin;
-        request.lines = options;
-        ProgressObserver observer(progress);
-        Drawing drawing = DrawScene(SceneAccess::prepared(scene), request, observer);
-        observer.finish();
-        return drawing;
-    });
+    kxcontour::DrawingRequest request;
+    request.camera = CameraOf(view);
+    if (view.matrix) {
+        request.fileToClip = RowVectorMatrix(*view.matrix);
+    }
+    request.page.size = page.size;
+    request.page.margin = page.margin;
+    request.lines = options;
+    ProgressObserver observer(progress);
+    Drawing drawing = DrawScene(SceneAccess::prepared(scene), request, observer);
+    observer.finish();
+    return drawing;
 }
 
 bool Path::isClosed() const {

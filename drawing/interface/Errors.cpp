@@ -5,6 +5,7 @@ namespace kxdrawing {
 
 Error::~Error() = default;
 InvalidArgument::~InvalidArgument() = default;
+CannotRead::~CannotRead() = default;
 NothingToDraw::~NothingToDraw() = default;
 CannotWrite::~CannotWrite() = default;
 

@@ -1,5 +1,6 @@
 // Meshes of callers as models in memory, built when they are first drawn.
-#include "drawing/interface/Boundary.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/interface/SceneAccess.h"
 #include "drawing/scene/Axes.h"
 #include "drawing/scene/Placing.h"

@@ -1,7 +1,7 @@
 // The public operations that write.
+#include <kxDrawing/Errors.h>
 #include <kxDrawing/Writers.h>
 
-#include "drawing/interface/Boundary.h"
 #include "drawing/output/WriteDrawing.h"
 #include "drawing/output/WriteFailure.h"
 
@@ -51,22 +51,18 @@ Format FormatOf(const std::filesystem::path& path) {
 
 void write(const Drawing& drawing, std::ostream& out, Format format, const WriteOptions& options) {
     Check(drawing, format, options);
-    WithPublicErrors([&] {
-        try {
-            kxcontour::WriteTo(out, drawing, format, options);
-        } catch (const kxcontour::WriteFailure&) {
-            throw CannotWrite("the stream takes no more of the drawing");
-        }
-    });
+    try {
+        kxcontour::WriteTo(out, drawing, format, options);
+    } catch (const kxcontour::WriteFailure&) {
+        throw CannotWrite("the stream takes no more of the drawing");
+    }
 }
 
 void write(const Drawing& drawing, const std::filesystem::path& path, const WriteOptions& options) {
     const Format format = FormatOf(path);
     Check(drawing, format, options);
-    WithPublicErrors([&] {
-        kxcontour::OutputFile file(FileName(path));
-        kxcontour::WriteDrawing(drawing, format, options, file, path.string());
-    });
+    kxcontour::OutputFile file(FileName(path));
+    kxcontour::WriteDrawing(drawing, format, options, file, path.string());
 }
 
 } // namespace kxdrawing

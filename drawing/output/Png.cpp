@@ -1,6 +1,7 @@
 // Renders with cairo's image surface. Cairo does not write the physical size of a picture; it is
 // inserted as a pHYs chunk (Portable Network Graphics, section 11.3.5.3).
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/output/CairoPainter.h"
 #include "drawing/output/Writers.h"
 
@@ -43,8 +44,9 @@ std::string ResolutionChunk(double pixelsPerMillimetre) {
 int PixelsOf(double millimetres, double pixelsPerMillimetre) {
     const double pixels = std::round(millimetres * pixelsPerMillimetre);
     if (!(pixels <= kMostPixels)) {
-        throw Failure(ExitCode::Usage, "the picture would have more than 32767 pixels a side; ask "
-                                       "for fewer dots per inch or a smaller page");
+        throw kxdrawing::InvalidArgument(
+            "the picture would have more than 32767 pixels a side; ask "
+            "for fewer dots per inch or a smaller page");
     }
     return std::max(1, static_cast<int>(pixels));
 }

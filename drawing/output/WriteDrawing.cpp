@@ -1,7 +1,8 @@
 // Chooses the writer of a format.
 #include "drawing/output/WriteDrawing.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/output/FileStream.h"
 #include "drawing/output/Writers.h"
 
@@ -11,10 +12,10 @@ namespace kxcontour {
 namespace {
 
 [[noreturn]] void FailedToWrite(const std::string& path, const WriteFailure& failure) {
-    throw Failure(ExitCode::CannotWrite,
-                  path + ": cannot write: " +
-                      (failure.reason() != 0 ? std::generic_category().message(failure.reason())
-                                             : failure.what()));
+    throw kxdrawing::CannotWrite(path + ": cannot write: " +
+                                 (failure.reason() != 0
+                                      ? std::generic_category().message(failure.reason())
+                                      : failure.what()));
 }
 
 } // namespace

@@ -16,7 +16,7 @@ void WriteTo(std::ostream& out,
              kxdrawing::Format format,
              const kxdrawing::WriteOptions& options);
 
-/// Writes a drawing through a file and puts that in place. Throws Failure (CannotWrite), which
+/// Writes a drawing through a file and puts that in place. Throws CannotWrite, which
 /// calls the file by the name.
 void WriteDrawing(const kxdrawing::Drawing& drawing,
                   kxdrawing::Format format,

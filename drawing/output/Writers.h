@@ -22,7 +22,7 @@ void WriteSvg(const kxdrawing::Drawing& drawing, std::ostream& out);
 void WritePdf(const kxdrawing::Drawing& drawing, std::ostream& out);
 
 /// A picture on a white sheet, with its resolution; dotsPerInch over 0, and the picture at most
-/// 32767 pixels a side: throws Failure (Usage), before anything is written, beyond. Throws
+/// 32767 pixels a side: throws InvalidArgument, before anything is written, beyond. Throws
 /// std::bad_alloc when the pixels (4 bytes each) do not fit into memory.
 void WritePng(const kxdrawing::Drawing& drawing, double dotsPerInch, std::ostream& out);
 

@@ -1,7 +1,8 @@
 // Sheets by name (ISO 216 and North American) or by their measures.
 #include "drawing/paper/PageSize.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/common/NearestName.h"
 #include "drawing/common/ReadNumber.h"
 #include "drawing/common/Shortened.h"
@@ -91,10 +92,9 @@ std::optional<PageSize> ParseMeasures(std::string_view text) {
 
 [[noreturn]] void RefuseUnknown(std::string_view text) {
     const std::string nearest = NearestName(text, PageNames());
-    throw Failure(ExitCode::Usage,
-                  "unknown page '" + Shortened(text) + "'; " +
-                      (nearest.empty() ? "" : "did you mean '" + nearest + "'? ") +
-                      "choose A0 to A6, letter, legal or WIDTHxHEIGHT[mm|cm|in|pt]");
+    throw kxdrawing::InvalidArgument("unknown page '" + Shortened(text) + "'; " +
+                                     (nearest.empty() ? "" : "did you mean '" + nearest + "'? ") +
+                                     "choose A0 to A6, letter, legal or WIDTHxHEIGHT[mm|cm|in|pt]");
 }
 
 } // namespace
@@ -117,12 +117,12 @@ PageSize ParsePageSize(std::string_view text) {
         RefuseUnknown(text);
     }
     if (std::min(page->width, page->height) < kShortestSide) {
-        throw Failure(ExitCode::Usage,
-                      "page '" + std::string(text) + "' is too small; 1 mm is the limit");
+        throw kxdrawing::InvalidArgument("page '" + std::string(text) +
+                                         "' is too small; 1 mm is the limit");
     }
     if (std::max(page->width, page->height) > kLongestSide) {
-        throw Failure(ExitCode::Usage,
-                      "page '" + std::string(text) + "' is too large; 100000 mm is the limit");
+        throw kxdrawing::InvalidArgument("page '" + std::string(text) +
+                                         "' is too large; 100000 mm is the limit");
     }
     return *page;
 }

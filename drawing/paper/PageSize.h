@@ -24,7 +24,7 @@ std::optional<double> ReadPaperLength(std::string_view text);
 /// Reads A0 to A6, letter, legal (in any case, portrait) or WIDTHxHEIGHT with one of the units of
 /// ReadPaperLength() behind it.
 ///
-/// Throws Failure (Usage) for any other text and for sheets with a side under 1 mm or over 100 m.
+/// Throws InvalidArgument for any other text and for sheets with a side under 1 mm or over 100 m.
 PageSize ParsePageSize(std::string_view text);
 
 /// The same sheet, turned so that it is at least as wide as high.

@@ -3,7 +3,8 @@
 
 #include <ctr/BakedTriangles.h>
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/common/LengthUnit.h"
 #include "drawing/common/NearestName.h"
 #include "drawing/scene/CoordinateSteps.h"
@@ -23,9 +24,9 @@ BuiltMeshes
 Build(Model& model, const MeshRules& rules, SurfacesOfShapes surfaces, const std::string& name) {
     BuiltMeshes built = BuildMeshes(model, rules, std::move(surfaces));
     if (built.meshes.empty()) {
-        throw Failure(ExitCode::NothingToDraw,
-                      name + ": nothing to draw: every triangle is degenerate, not finite or has "
-                             "an index out of range");
+        throw kxdrawing::NothingToDraw(
+            name + ": nothing to draw: every triangle is degenerate, not finite or has "
+                   "an index out of range");
     }
     return built;
 }
@@ -122,10 +123,9 @@ void SceneBuilder::count(const Model& model, const std::string& name) {
     }
     if (vertices_ > ctr::BakedTriangles::kMaxVertices ||
         triangles_ > ctr::BakedTriangles::kMaxTriangles) {
-        throw Failure(ExitCode::Unreadable,
-                      name + ": too large to draw: " + std::to_string(triangles_) +
-                          " triangles with " + std::to_string(vertices_) +
-                          " vertices, counted as often as they are placed");
+        throw kxdrawing::CannotRead(name + ": too large to draw: " + std::to_string(triangles_) +
+                                    " triangles with " + std::to_string(vertices_) +
+                                    " vertices, counted as often as they are placed");
     }
 }
 
@@ -136,10 +136,9 @@ void SceneBuilder::clean(Model& model, const std::string& name) {
     const double step = CoarseStep(model, HasCollapsed(dropped, triangles));
     const std::string length = DescribeLength(step, model.millimetresPerUnit);
     if (step > 0.0 && dropped.total() == triangles) {
-        throw Failure(ExitCode::NothingToDraw,
-                      name + ": nothing to draw: coordinates are multiples of " + length +
-                          ", and none of " + std::to_string(triangles) +
-                          " triangles has an area left");
+        throw kxdrawing::NothingToDraw(name + ": nothing to draw: coordinates are multiples of " +
+                                       length + ", and none of " + std::to_string(triangles) +
+                                       " triangles has an area left");
     }
     if (step > 0.0) {
         scene_.coarse.push_back(name + ": " + DescribeLoss(length, dropped, triangles));
@@ -190,9 +189,9 @@ MeshList MeshesOf(const Scene& scene, const std::string& object) {
     }
     if (meshes.empty()) {
         const std::string nearest = NearestName(object, scene.objects);
-        throw Failure(ExitCode::Usage, "there is no object '" + object + "' to fit" +
-                                           (nearest.empty() ? "; --info lists the objects"
-                                                            : "; did you mean '" + nearest + "'?"));
+        throw kxdrawing::InvalidArgument(
+            "there is no object '" + object + "' to fit" +
+            (nearest.empty() ? "; --info lists the objects" : "; did you mean '" + nearest + "'?"));
     }
     return meshes;
 }

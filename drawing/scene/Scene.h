@@ -54,7 +54,7 @@ public:
     /// Adds a model that is drawn; messages call it by the name. The first model added decides
     /// about unit, axes and origin.
     ///
-    /// Throws Failure: NothingToDraw for a model without a triangle that can be drawn, Unreadable
+    /// Throws NothingToDraw for a model without a triangle that can be drawn, Unreadable
     /// for more vertices or triangles than can be numbered.
     void addDrawn(Model model, const std::string& name);
 
@@ -82,7 +82,7 @@ private:
 /// A scene of one model that is drawn. Throws as SceneBuilder::addDrawn() does.
 Scene MakeScene(Model model, const SurfaceRules& rules = {});
 
-/// The meshes of the objects of a name. Throws Failure (Usage), naming the nearest, where there is
+/// The meshes of the objects of a name. Throws InvalidArgument, naming the nearest, where there is
 /// none.
 MeshList MeshesOf(const Scene& scene, const std::string& object);
 

@@ -1,7 +1,8 @@
 // mmap(), with a message for each way in which a path can be wrong.
 #include "import/files/MappedFile.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/files/Descriptor.h"
 
 #include <cerrno>
@@ -14,7 +15,7 @@ namespace kxcontour {
 namespace {
 
 [[noreturn]] void Refuse(const std::string& path, const std::string& why) {
-    throw Failure(ExitCode::Unreadable, path + ": " + why);
+    throw kxdrawing::CannotRead(path + ": " + why);
 }
 
 /// The text of errno, in the C locale.

@@ -9,7 +9,7 @@ namespace kxcontour {
 /// Maps a whole file into memory, read-only.
 class MappedFile {
 public:
-    /// Throws Failure (Unreadable) for a path that cannot be opened or is no regular file.
+    /// Throws CannotRead for a path that cannot be opened or is no regular file.
     explicit MappedFile(const std::string& path);
 
     /// Maps an open file and closes the descriptor. Throws as the other constructor does, for a

@@ -2,7 +2,8 @@
 // without following links again: a path that changes in between leads nowhere else.
 #include "import/files/ModelFiles.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "import/files/ByteSize.h"
 
 #include <algorithm>
@@ -66,8 +67,7 @@ ModelFiles::ModelFiles(const ModelRequest& request, std::string_view standardInp
     }
     const std::string& widened = request.rules.sideFiles;
     if (isFile && !widened.empty() && !addFolder(widened)) {
-        throw Failure(ExitCode::Unreadable,
-                      widened + ": " + std::generic_category().message(errno));
+        throw kxdrawing::CannotRead(widened + ": " + std::generic_category().message(errno));
     }
 }
 
@@ -106,7 +106,7 @@ std::optional<std::string_view> ModelFiles::open(const std::string& path) {
     }
     try {
         return openSideFile(path);
-    } catch (const Failure&) {
+    } catch (const kxdrawing::Error&) {
         return std::nullopt;
     }
 }
@@ -160,9 +160,9 @@ void ModelFiles::refuse(const std::string& path, const std::string& why) {
 }
 
 void RefuseInputSize(const ModelRequest& request) {
-    throw Failure(ExitCode::Unreadable, NameOf(request) + ": is larger than " +
-                                            ByteSizeText(request.rules.largestInput) +
-                                            "; --max-input SIZE allows more");
+    throw kxdrawing::CannotRead(NameOf(request) + ": is larger than " +
+                                ByteSizeText(request.rules.largestInput) +
+                                "; --max-input SIZE allows more");
 }
 
 } // namespace kxcontour

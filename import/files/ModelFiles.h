@@ -26,7 +26,7 @@ namespace kxcontour {
 class ModelFiles {
 public:
     /// Opens the model and the folders; standardInput are the bytes of a model from there, and have
-    /// to outlive this. Throws Failure (Unreadable) for a model that cannot be opened or is too
+    /// to outlive this. Throws CannotRead for a model that cannot be opened or is too
     /// large, and for a folder of side files that cannot be opened.
     ModelFiles(const ModelRequest& request, std::string_view standardInput);
     ModelFiles(const ModelFiles&) = delete;
@@ -72,7 +72,7 @@ private:
     std::function<void(std::uint64_t)> onOpen_;
 };
 
-/// Throws Failure (Unreadable): a model is larger than it may be.
+/// Throws CannotRead: a model is larger than it may be.
 [[noreturn]] void RefuseInputSize(const ModelRequest& request);
 
 } // namespace kxcontour

@@ -1,7 +1,8 @@
 // Checks the first and last bytes of a file.
 #include "import/formats/Completeness.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "import/formats/StlReader.h"
 
 #include <algorithm>
@@ -50,10 +51,10 @@ bool IsComplete(std::string_view bytes) {
 
 void RequireComplete(std::string_view bytes, const std::string& name) {
     if (bytes.empty()) {
-        throw Failure(ExitCode::Unreadable, name + ": is empty");
+        throw kxdrawing::CannotRead(name + ": is empty");
     }
     if (!IsComplete(bytes)) {
-        throw Failure(ExitCode::Unreadable, name + ": is cut short or damaged: its end is missing");
+        throw kxdrawing::CannotRead(name + ": is cut short or damaged: its end is missing");
     }
 }
 

@@ -6,7 +6,7 @@
 
 namespace kxcontour {
 
-/// Throws Failure (Unreadable) for an empty model and for one without the end that its format
+/// Throws CannotRead for an empty model and for one without the end that its format
 /// requires; messages call it by the name.
 ///
 /// Checks the formats of which a part could be mistaken for the whole or crash the importer: STL

@@ -1,7 +1,8 @@
 // Renumbers the vertices of each object and subtracts an origin from their positions.
 #include "import/formats/FileModel.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/scene/Axes.h"
 #include "drawing/scene/Box.h"
 #include "drawing/scene/CoordinateSteps.h"
@@ -217,7 +218,7 @@ Model ModelFromFile(const FileModel& file, const ModelRequest& request) {
 }
 
 void RefuseModel(const ModelRequest& request, const std::string& why) {
-    throw Failure(ExitCode::Unreadable, NameOf(request) + ": cannot read the model: " + why);
+    throw kxdrawing::CannotRead(NameOf(request) + ": cannot read the model: " + why);
 }
 
 void RefuseWord(const ModelRequest& request, TextScanner scanner, const std::string& wanted) {
@@ -228,8 +229,7 @@ void RefuseWord(const ModelRequest& request, TextScanner scanner, const std::str
 }
 
 void RefuseCutModel(const ModelRequest& request) {
-    throw Failure(ExitCode::Unreadable,
-                  NameOf(request) + ": is cut short or damaged: its end is missing");
+    throw kxdrawing::CannotRead(NameOf(request) + ": is cut short or damaged: its end is missing");
 }
 
 } // namespace kxcontour

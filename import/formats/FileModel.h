@@ -55,17 +55,17 @@ void Triangulate(FileFaces faces, FileModel& model, FileObject& object);
 /// Where the model lies far from its origin for its size, its shapes are stored relative to a point
 /// near it, which the placements add again in doubles: single precision then suffices.
 /// Vertices of an object with equal positions are merged; those with normals only where they are
-/// the same vertex and normal of the file. Throws Failure (Unreadable) as ModelFromScene() does.
+/// the same vertex and normal of the file. Throws CannotRead as ModelFromScene() does.
 Model ModelFromFile(const FileModel& file, const ModelRequest& request);
 
-/// Throws Failure (Unreadable): the contents of a file are wrong.
+/// Throws CannotRead: the contents of a file are wrong.
 [[noreturn]] void RefuseModel(const ModelRequest& request, const std::string& why);
 
-/// Throws Failure (Unreadable): the next word of a text is not what is wanted there.
+/// Throws CannotRead: the next word of a text is not what is wanted there.
 [[noreturn]] void
 RefuseWord(const ModelRequest& request, TextScanner scanner, const std::string& wanted);
 
-/// Throws Failure (Unreadable): a file ends too early.
+/// Throws CannotRead: a file ends too early.
 [[noreturn]] void RefuseCutModel(const ModelRequest& request);
 
 } // namespace kxcontour

@@ -13,7 +13,7 @@ namespace kxcontour {
 /// Reads v (with an optional weight), vn, f, o and g, counts lines and points, and skips everything
 /// else: texture coordinates, materials, smoothing groups, free-form curves and surfaces. An "o"
 /// continues the object of its name, a "g" of another name than the last one starts an object.
-/// Materials do not divide objects. Faces may precede their vertices. Throws Failure (Unreadable),
+/// Materials do not divide objects. Faces may precede their vertices. Throws CannotRead,
 /// naming the line, for a coordinate that is no number, a malformed face and an index out of range.
 /// Linear time and memory.
 std::optional<FileModel> ReadObj(std::string_view bytes, const ModelRequest& request);

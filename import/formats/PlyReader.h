@@ -13,7 +13,7 @@ namespace kxcontour {
 /// Reads the elements vertex (x, y, z and, where there are three, nx, ny, nz), face and tristrips
 /// (vertex_indices or vertex_index), and skips all other elements and properties. Coordinates are
 /// read in doubles, in text whatever their type. Indices of no vertex are kept; CleanShapes()
-/// counts them. Throws Failure (Unreadable) for a malformed header, for a word that is no number,
+/// counts them. Throws CannotRead for a malformed header, for a word that is no number,
 /// and for a file that contains less than its header states; in text, a cut in its last word is not
 /// detected. Linear time and memory in the size of the file, whatever its header states.
 std::optional<FileModel> ReadPly(std::string_view bytes, const ModelRequest& request);

@@ -16,7 +16,7 @@ bool IsStlText(std::string_view bytes);
 ///
 /// In text, coordinates are read in doubles, each solid with facets is an object, and the first
 /// word behind "solid" is its name. Loops of more than three vertices are polygons. Normals are not
-/// read, as those of facets do not show smoothness. Throws Failure (Unreadable) for a vertex that
+/// read, as those of facets do not show smoothness. Throws CannotRead for a vertex that
 /// is not three numbers. Linear time and memory.
 std::optional<FileModel> ReadStl(std::string_view bytes, const ModelRequest& request);
 

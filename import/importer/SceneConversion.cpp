@@ -1,7 +1,8 @@
 // Copies meshes into plain buffers and multiplies transformations down the node tree.
 #include "import/importer/SceneConversion.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/scene/Axes.h"
 #include "drawing/scene/CoordinateSteps.h"
 #include "drawing/scene/SharedVertices.h"
@@ -332,9 +333,9 @@ private:
         }
         const std::size_t limit = std::numeric_limits<int>::max();
         if (triangleCount > limit / 3 || mesh.mNumVertices > limit) {
-            throw Failure(ExitCode::Unreadable, NameOf(request_) +
-                                                    ": cannot read the model: one of its meshes "
-                                                    "has too many triangles");
+            throw kxdrawing::CannotRead(NameOf(request_) +
+                                        ": cannot read the model: one of its meshes "
+                                        "has too many triangles");
         }
         const bool withNormals = mesh.HasNormals() && rules_.normalsShowCreases;
         model_.shapes.push_back(

@@ -3,7 +3,8 @@
 // model.
 #include "import/process/ImportProcess.h"
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/files/Descriptor.h"
 #include "import/process/Confinement.h"
 #include "import/process/ModelMessage.h"
@@ -36,6 +37,7 @@
 namespace kxcontour {
 namespace {
 
+using kxdrawing::CannotRead;
 using std::chrono::milliseconds;
 
 /// Limit on the memory of an importer: enough for any reasonable file, and far below what a damaged
@@ -63,8 +65,8 @@ struct Task {
     const ModelWork& work;
 };
 
-Failure UnreadableModel(const ModelRequest& request, const std::string& why) {
-    return {ExitCode::Unreadable, NameOf(request) + ": cannot read the model: " + why};
+CannotRead UnreadableModel(const ModelRequest& request, const std::string& why) {
+    return CannotRead(NameOf(request) + ": cannot read the model: " + why);
 }
 
 /// @name The child
@@ -146,12 +148,12 @@ Model ReadConfined(const Task& task, int pipe) {
 /// The message with the model, or with the reason why there is none.
 std::string ReadAndPack(const Task& task, int pipe) {
     const auto failed = [&](const std::string& why) {
-        return PackFailure(UnreadableModel(task.request, why));
+        return PackFailure(UnreadableModel(task.request, why).what());
     };
     try {
         return PackModel(ReadConfined(task, pipe));
-    } catch (const Failure& failure) {
-        return PackFailure(failure);
+    } catch (const CannotRead& failure) {
+        return PackFailure(failure.what());
     } catch (const std::bad_alloc&) {
         return failed("it asks for more memory than there is");
     } catch (const std::exception& error) {
@@ -221,7 +223,7 @@ private:
 
 /// @name Failures
 /// @{
-Failure TookLonger(const ModelRequest& request, std::chrono::duration<double> limit) {
+CannotRead TookLonger(const ModelRequest& request, std::chrono::duration<double> limit) {
     std::ostringstream text;
     text.imbue(std::locale::classic());
     text << "the importer took longer than " << limit.count()
@@ -229,13 +231,13 @@ Failure TookLonger(const ModelRequest& request, std::chrono::duration<double> li
     return UnreadableModel(request, text.str());
 }
 
-Failure SentNoModel(const ModelRequest& request) {
+CannotRead SentNoModel(const ModelRequest& request) {
     return UnreadableModel(request, "the importer sent something that is no model; the file may be "
                                     "made to do harm");
 }
 
 /// The failure of a child that ended with this status before its message was complete.
-Failure EndedEarly(const ModelRequest& request, int status) {
+CannotRead EndedEarly(const ModelRequest& request, int status) {
     if (status == 0) {
         return SentNoModel(request);
     }

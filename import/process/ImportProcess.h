@@ -16,7 +16,7 @@ using ModelWork = std::function<Model(const ModelRequest&, ModelFiles&)>;
 /// Does the work in a child process and returns the model.
 ///
 /// Importers are large and files come from anywhere: one that crashes, exceeds a limit or attempts
-/// a forbidden system call ends in the same Failure (Unreadable) as any other bad file, and its
+/// a forbidden system call ends in the same CannotRead as any other bad file, and its
 /// output is discarded. The child has no descriptors of this process, and is confined before it
 /// reads the first byte, see Confine(). ReadRules limit its time; its memory is limited to 4 GiB
 /// plus 64 times the size of the input, or less where this process itself has less. What it sends

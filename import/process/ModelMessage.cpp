@@ -1,6 +1,8 @@
 // Values as they lie in memory: both ends are one program on one machine.
 #include "import/process/ModelMessage.h"
 
+#include <kxDrawing/Errors.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -236,14 +238,6 @@ void RequireSound(const Model& model) {
     }
 }
 
-Failure ReadFailure(MessageReader& reader) {
-    const auto code = reader.value<ExitCode>();
-    Require(code == ExitCode::Unreadable || code == ExitCode::Usage);
-    std::string text;
-    reader.text(text, kLongestMessage);
-    return {code, text};
-}
-
 } // namespace
 
 std::string PackOpened(std::uint64_t size) {
@@ -263,10 +257,9 @@ std::string PackModel(const Model& model) {
     return writer.take();
 }
 
-std::string PackFailure(const Failure& failure) {
+std::string PackFailure(const std::string& message) {
     MessageWriter writer(Outcome::Failed);
-    writer.value(failure.code());
-    writer.text(std::string(failure.what()).substr(0, kLongestMessage), kLongestMessage);
+    writer.text(message.substr(0, kLongestMessage), kLongestMessage);
     return writer.take();
 }
 
@@ -285,7 +278,10 @@ Model UnpackModel(std::string_view message) {
     MessageReader reader(message);
     const auto outcome = reader.value<std::uint8_t>();
     if (outcome == static_cast<std::uint8_t>(Outcome::Failed)) {
-        throw ReadFailure(reader);
+        std::string text;
+        reader.text(text, kLongestMessage);
+        Require(!text.empty());
+        throw kxdrawing::CannotRead(text);
     }
     Require(outcome == static_cast<std::uint8_t>(Outcome::Read));
     Model model;

@@ -1,7 +1,6 @@
 // The bytes that an importing process sends to its parent.
 #pragma once
 
-#include "drawing/common/Failure.h"
 #include "drawing/scene/Model.h"
 
 #include <cstdint>
@@ -23,7 +22,7 @@ public:
 /// @{
 std::string PackOpened(std::uint64_t size);
 std::string PackModel(const Model& model);
-std::string PackFailure(const Failure& failure);
+std::string PackFailure(const std::string& message);
 /// @}
 
 /// Takes one size off the start of the bytes received so far; none where they do not begin with a

@@ -139,7 +139,8 @@ struct Drawing {
 /// sheets larger than A4). The same arguments give the same drawing on every machine.
 ///
 /// Throws InvalidArgument for a view or a page that cannot exist, NothingToDraw for a scene without
-/// triangles or a view that shows no line; see Errors.h. Any number of threads may draw one scene
+/// triangles or a view that shows no line, CannotRead for more triangles than can be numbered; see
+/// Errors.h. Any number of threads may draw one scene
 /// at once. About O(n log n) in the number of triangles, plus the lines found.
 CTR_EXPORT Drawing draw(const Scene& scene,
                         const View& view,

@@ -24,6 +24,13 @@ public:
     ~InvalidArgument() override;
 };
 
+/// A model that is missing, damaged or larger than can be drawn.
+class CTR_EXPORT CannotRead : public Error {
+public:
+    using Error::Error;
+    ~CannotRead() override;
+};
+
 /// The scene has no triangle that can be drawn, or the view shows no line of it.
 class CTR_EXPORT NothingToDraw : public Error {
 public:

@@ -2,7 +2,8 @@
 // of it is a drawing that can be read, or a refusal. The importer runs in a child process, of which
 // the fuzzer sees nothing; so that it can look for more, some inputs are what an importer hands
 // over instead, bad indices, coordinates and normals included, and go on from there.
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/scene/Placing.h"
 #include "drawing/scene/Scene.h"
 #include "fuzz/FuzzBytes.h"
@@ -31,8 +32,6 @@ namespace {
 using fuzz::FuzzBytes;
 using fuzz::Require;
 using kxcontour::DrawingOptions;
-using kxcontour::ExitCode;
-using kxcontour::Failure;
 using kxcontour::Model;
 using kxcontour::Scene;
 
@@ -182,7 +181,7 @@ Scene BuildScene(FuzzBytes& bytes, const DrawingOptions& options) {
     rules.creaseAngle = options.lines.creaseAngle;
     kxcontour::BuiltMeshes built = BuildMeshes(model, rules);
     if (built.meshes.empty()) {
-        throw Failure(ExitCode::NothingToDraw, "nothing to draw");
+        throw kxdrawing::NothingToDraw("nothing to draw");
     }
     scene.meshes = built.meshes;
     scene.objectOf = built.objects;
@@ -209,11 +208,9 @@ void CheckDrawing(const DrawingOptions& options) {
     }
 }
 
-void CheckFailure(const Failure& failure) {
+void CheckFailure(const kxdrawing::Error& failure) {
     const std::string message = failure.what();
     Require(!message.empty() && message.find('\n') == std::string::npos, "no line of text");
-    Require(failure.code() == ExitCode::Unreadable || failure.code() == ExitCode::NothingToDraw,
-            ("a refusal of another kind: " + message).c_str());
 }
 
 void Draw(const Scene& scene, const DrawingOptions& options) {
@@ -245,7 +242,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Draw(choice < kEndings.size() ? ImportScene(bytes, choice, options)
                                       : BuildScene(bytes, options),
              options);
-    } catch (const Failure& failure) {
+    } catch (const kxdrawing::CannotRead& failure) {
+        CheckFailure(failure);
+    } catch (const kxdrawing::NothingToDraw& failure) {
         CheckFailure(failure);
     } catch (const std::exception& error) {
         fuzz::Fail(std::string("an exception that is no refusal: ") + error.what());

@@ -1,8 +1,8 @@
 // A command line, a configuration file or a job file from the input, read by the tool: what comes
 // back is options within their bounds, the same the second time, or a refusal in one line of
 // printable text. Nothing is drawn, and files are read in a folder of the run's own only.
+#include "common/Failure.h"
 #include "common/PlainText.h"
-#include "drawing/common/Failure.h"
 #include "fuzz/FuzzBytes.h"
 #include "options/CommandLine.h"
 #include "tool/ModelText.h"
@@ -27,7 +27,6 @@ using kxcontour::BatchCommand;
 using kxcontour::BatchJob;
 using kxcontour::DrawCommand;
 using kxcontour::DrawingOptions;
-using kxcontour::Failure;
 using kxcontour::InfoCommand;
 using Arguments = std::vector<std::string>;
 
@@ -134,11 +133,11 @@ std::string Read(const Arguments& arguments) {
         Require(command.has_value() != !out.str().empty(), "neither a command nor a text, or both");
         return command ? std::visit([](const auto& what) { return CheckCommand(what); }, *command)
                        : out.str();
-    } catch (const Failure& failure) {
+    } catch (const kxdrawing::Error& failure) {
         std::string message = kxcontour::PlainText(failure.what());
         Require(!message.empty() && IsPrintable(message), "a message that is no line of text");
-        Require(failure.code() == kxcontour::ExitCode::Usage ||
-                    failure.code() == kxcontour::ExitCode::Unreadable,
+        const kxcontour::ExitCode code = kxcontour::FailureOf(failure).code;
+        Require(code == kxcontour::ExitCode::Usage || code == kxcontour::ExitCode::Unreadable,
                 "a refusal of another kind");
         Require(out.str().empty(), "a text and a refusal");
         return message;

@@ -10,7 +10,6 @@
 
 namespace {
 
-using kxcontour::ExitCode;
 using kxcontour::Model;
 using tool_test::FailureOf;
 using tool_test::Holds;
@@ -152,7 +151,7 @@ TEST(ReadModel, GivesAnEmptyModelWhereThereAreNoTriangles) {
 TEST(ReadModel, RefusesWhatIsNoModel) {
     const TemporaryFolder folder;
     const auto refusal = [](const std::string& path) {
-        return FailureOf(ExitCode::Unreadable, [&] { ReadModel(path); });
+        return FailureOf<kxdrawing::CannotRead>([&] { ReadModel(path); });
     };
     EXPECT_TRUE(Holds(refusal(folder.write("a.txt", "Dear reader\n")), "a.txt: cannot read"));
     EXPECT_TRUE(Holds(refusal(folder.write("a.glb", "glTF")), "a.glb: cannot read"));

@@ -1,7 +1,8 @@
 // Shapes, models and failures for the tests of the tool's parts.
 #pragma once
 
-#include "drawing/common/Failure.h"
+#include <kxDrawing/Errors.h>
+
 #include "drawing/scene/Model.h"
 #include "support/Scenes.h"
 
@@ -54,15 +55,16 @@ inline kxcontour::Model MakeModel(const std::vector<kxcontour::Shape>& shapes) {
     return model;
 }
 
-/// Runs something that has to fail with the code; returns its message.
-template <class Action> std::string FailureOf(kxcontour::ExitCode code, const Action& action) {
+/// Runs something that has to throw an exception of a kind; returns its message.
+template <class Kind, class Action> std::string FailureOf(const Action& action) {
     try {
         action();
-    } catch (const kxcontour::Failure& failure) {
-        EXPECT_EQ(failure.code(), code) << failure.what();
+        ADD_FAILURE() << "did not fail";
+    } catch (const Kind& failure) {
         return failure.what();
+    } catch (const kxdrawing::Error& failure) {
+        ADD_FAILURE() << "another kind: " << failure.what();
     }
-    ADD_FAILURE() << "did not fail";
     return "";
 }
 

@@ -7,7 +7,6 @@
 #include "batch/DrawingFile.h"
 #include "batch/FinishedJobs.h"
 #include "common/Progress.h"
-#include "drawing/common/Failure.h"
 #include "import/SceneReader.h"
 #include "jobs/DrawingJob.h"
 #include "jobs/Summary.h"
@@ -160,7 +159,7 @@ private:
         }
         try {
             done_.note(job, inputs);
-        } catch (const Failure& failure) {
+        } catch (const kxdrawing::CannotWrite& failure) {
             if (notesKept_.exchange(false)) {
                 const std::lock_guard lock(speaking_);
                 messages_.error(failure.what());
@@ -255,7 +254,7 @@ private:
         const bool alone = workTogether(work, wave.size()) == 1;
         for (std::size_t i = 0; i < wave.size(); ++i) {
             if (starved[i] != 0 && (alone || !drawJob(wave[i], 1.0))) {
-                fail(wave[i].number, ExitCode::Internal, "internal error: out of memory");
+                fail(wave[i].number, std::bad_alloc());
             }
         }
     }
@@ -308,12 +307,10 @@ private:
         JobObserver observer(progress_, reported);
         try {
             drawTo(task, observer);
-        } catch (const Failure& failure) {
-            fail(task.number, failure.code(), failure.what());
         } catch (const std::bad_alloc&) {
             throw;
         } catch (const std::exception& error) {
-            fail(task.number, ExitCode::Internal, std::string("internal error: ") + error.what());
+            fail(task.number, error);
         }
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - started;
         results_[task.number].seconds = took.count();
@@ -334,7 +331,8 @@ private:
         TellAbout(loaded.scene, job.options, result.report, messages_);
     }
 
-    void fail(std::size_t number, ExitCode code, const std::string& what) {
+    void fail(std::size_t number, const std::exception& error) {
+        const auto [code, what] = FailureOf(error);
         JobResult& result = results_[number];
         result.state = JobState::Failed;
         result.code = code;

@@ -1,7 +1,7 @@
 // The results of a batch as a table.
 #pragma once
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "jobs/DrawingJob.h"
 #include "options/CommandLine.h"
 

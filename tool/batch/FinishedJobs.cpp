@@ -1,7 +1,7 @@
 // Each note is a text that is compared as a whole: the stamps of the files, then the options.
 #include "batch/FinishedJobs.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "drawing/files/OutputFile.h"
 #include "drawing/output/Writers.h"
 
@@ -127,8 +127,8 @@ void FinishedJobs::note(const BatchJob& job, const std::string& inputs) {
             Append(file_.number(), LineOf(output, *now));
         }
     } catch (const WriteFailure& failure) {
-        throw Failure(ExitCode::CannotWrite, path_ + ": cannot write: " +
-                                                 std::generic_category().message(failure.reason()));
+        throw kxdrawing::CannotWrite(
+            path_ + ": cannot write: " + std::generic_category().message(failure.reason()));
     }
 }
 

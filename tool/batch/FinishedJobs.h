@@ -19,8 +19,8 @@ namespace kxcontour {
 /// progress.
 class FinishedJobs {
 public:
-    /// Reads the notes. A missing or malformed file holds none. Throws Failure
-    /// (CannotWrite) when they could not be written to the path.
+    /// Reads the notes. A missing or malformed file holds none. Throws CannotWrite when they could
+    /// not be written to the path.
     explicit FinishedJobs(std::string path);
     FinishedJobs(const FinishedJobs&) = delete;
     FinishedJobs& operator=(const FinishedJobs&) = delete;
@@ -36,7 +36,7 @@ public:
     bool covers(const BatchJob& job) const;
 
     /// Notes that a job is finished, with the InputsOf() from before its models were read. Does
-    /// nothing where the drawing no longer exists. Throws Failure (CannotWrite); the file then
+    /// nothing where the drawing no longer exists. Throws CannotWrite; the file then
     /// holds the notes of before.
     void note(const BatchJob& job, const std::string& inputs);
 

@@ -1,7 +1,7 @@
 // Device and inode, of the file or of the folder that it will be in.
 #include "common/FileIdentity.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "drawing/files/FilePlace.h"
 
 #include <sys/stat.h>
@@ -17,7 +17,7 @@ std::optional<FileIdentity> IdentityOfNewFile(const std::string& path) {
         if (::fstat(place.folder.descriptor.number(), &folder) == 0) {
             return FileIdentity{folder.st_dev, folder.st_ino, place.name};
         }
-    } catch (const Failure&) {
+    } catch (const kxdrawing::Error&) {
         // It cannot be written, which whoever tries to will say.
         return std::nullopt;
     }

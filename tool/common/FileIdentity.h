@@ -23,7 +23,8 @@ struct FileIdentity {
     }
 };
 
-/// The identity of the file at the end of a path; none where no file can be. Never throws Failure.
+/// The identity of the file at the end of a path; none where no file can be. Never throws
+/// kxdrawing::Error.
 std::optional<FileIdentity> IdentityOfPath(const std::string& path);
 
 /// The identity of what a descriptor is open for; none unless it is a regular file.

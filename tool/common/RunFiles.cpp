@@ -1,7 +1,7 @@
 // A table of all files by their identity.
 #include "common/RunFiles.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 
 #include <unistd.h>
 

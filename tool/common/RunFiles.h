@@ -14,7 +14,7 @@ namespace kxcontour {
 /// Sees to it that a run writes no file twice and none that it reads, whatever they are called.
 ///
 /// Add what is read first. "-" is standard input or output, which may be files. Operations throw
-/// Failure (Usage) for a file that has another use already.
+/// InvalidArgument for a file that has another use already.
 class RunFiles {
 public:
     /// A model or an occluder.

@@ -21,7 +21,7 @@ struct DrawingReport {
 };
 
 /// Draws a scene and puts the file in place, whole or not at all. Any number of threads may draw
-/// one scene at once. Throws Failure.
+/// one scene at once. Throws kxdrawing::Error.
 DrawingReport
 DrawToFile(const Scene& scene, const DrawingOptions& options, DrawingObserver& observer);
 

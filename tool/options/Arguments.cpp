@@ -2,7 +2,7 @@
 // those from files.
 #include "options/Arguments.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "drawing/common/NearestName.h"
 #include "options/OptionTable.h"
 
@@ -32,7 +32,7 @@ public:
 
 private:
     std::string next() {
-        const std::string argument = rest_.front();
+        std::string argument = rest_.front();
         rest_ = rest_.subspan(1);
         return argument;
     }

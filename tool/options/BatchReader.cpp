@@ -1,7 +1,7 @@
 // Jobs are expanded and checked one by one, then against each other.
 #include "options/BatchReader.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "options/OptionReader.h"
 
 #include <algorithm>
@@ -114,8 +114,8 @@ BatchCommand ReadBatch(const std::vector<GivenJob>& jobs,
                 Note(writers, job, i + 1);
                 command.jobs.push_back(std::move(job));
             }
-        } catch (const Failure& failure) {
-            throw Failure(failure.code(), jobs[i].where + failure.what());
+        } catch (const kxdrawing::InvalidArgument& refusal) {
+            RefuseUsage(jobs[i].where + refusal.what());
         }
     }
     RequireOwnState(command, writers, jobFile);

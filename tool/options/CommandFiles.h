@@ -6,7 +6,7 @@
 
 namespace kxcontour {
 
-/// All files of a command that are known before a model is read. Throws Failure (Usage) if the
+/// All files of a command that are known before a model is read. Throws InvalidArgument if the
 /// command would overwrite an input or write one file twice.
 /// @{
 RunFiles FilesOf(const DrawCommand& command);

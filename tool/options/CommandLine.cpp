@@ -4,7 +4,7 @@
 
 #include <ctr/Version.h>
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "options/Arguments.h"
 #include "options/BatchReader.h"
 #include "options/Completions.h"

@@ -47,7 +47,7 @@ using Command = std::variant<DrawCommand, InfoCommand, BatchCommand>;
 /// Reads the arguments (without the program's name).
 ///
 /// Returns nothing for help, the version, the manual page and completions, which are written to
-/// out. Throws Failure: Usage, naming the nearest option for
+/// out. Throws InvalidArgument, naming the nearest option for
 /// one that does not exist; Unreadable for a configuration or job file that cannot be read.
 std::optional<Command> ParseCommandLine(const std::vector<std::string>& arguments,
                                         std::ostream& out);

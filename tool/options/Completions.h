@@ -7,7 +7,7 @@
 namespace kxcontour {
 
 /// The script that makes a shell of kShells complete options, their values and files. Throws
-/// Failure (Usage) for another shell, naming the nearest.
+/// InvalidArgument for another shell, naming the nearest.
 std::string Completions(std::string_view shell);
 
 } // namespace kxcontour

@@ -4,6 +4,7 @@
 #include "options/Manual.h"
 #include "options/Values.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <fmt/format.h>
 
@@ -39,7 +40,11 @@ std::string Fill(const std::string& paragraph, std::size_t indent) {
 std::string FillAll(const std::string& text) {
     std::vector<std::string> paragraphs = Split(text, "\n\n");
     for (std::string& paragraph : paragraphs) {
-        paragraph = paragraph.starts_with(' ') ? paragraph + "\n" : Fill(paragraph, 0);
+        if (paragraph.starts_with(' ')) {
+            paragraph += '\n';
+        } else {
+            paragraph = Fill(paragraph, 0);
+        }
     }
     return Joined(paragraphs, "\n");
 }
@@ -111,10 +116,9 @@ std::string TopicHelp(std::string_view topic) {
 }
 
 std::vector<std::string> HelpTopics() {
-    std::vector<std::string> names;
-    for (const TopicInfo& topic : kTopics) {
-        names.emplace_back(topic.name);
-    }
+    std::vector<std::string> names(kTopics.size());
+    std::transform(kTopics.begin(), kTopics.end(), names.begin(),
+                   [](const TopicInfo& topic) { return topic.name; });
     names.insert(names.end(), {kConfigChapter.name, kExitCodeChapter.name});
     return names;
 }

@@ -10,7 +10,7 @@ namespace kxcontour {
 /// A summary on 80 columns: examples, one or two lines per option, exit codes.
 std::string ShortHelp();
 
-/// The text on one topic of HelpTopics(), or "view" for "camera". Throws Failure (Usage) for
+/// The text on one topic of HelpTopics(), or "view" for "camera". Throws InvalidArgument for
 /// another, naming the nearest.
 std::string TopicHelp(std::string_view topic);
 

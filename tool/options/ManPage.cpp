@@ -82,11 +82,12 @@ std::string ExitStatus() {
 }
 
 std::string Examples() {
-    std::vector<std::string> texts;
-    for (const ExampleInfo& example : kExamples) {
-        texts.push_back(
-            fmt::format("{}:\n.Pp\n.Dl {}\n", Plain(example.purpose), Plain(example.command)));
-    }
+    std::vector<std::string> texts(kExamples.size());
+    std::transform(kExamples.begin(), kExamples.end(), texts.begin(),
+                   [](const ExampleInfo& example) {
+                       return fmt::format("{}:\n.Pp\n.Dl {}\n", Plain(example.purpose),
+                                          Plain(example.command));
+                   });
     return ".Sh EXAMPLES\n" + Joined(texts, ".Pp\n");
 }
 

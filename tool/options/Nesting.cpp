@@ -2,7 +2,7 @@
 // strings are TOML strings, and comments and literal strings do not occur in JSON.
 #include "options/Nesting.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 
 #include <algorithm>
 #include <cstddef>

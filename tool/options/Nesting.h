@@ -8,7 +8,7 @@ namespace kxcontour {
 
 enum class OptionSyntax { Toml, Json };
 
-/// Throws Failure (Usage) if arrays and tables are nested deeper than 64 levels, or a dotted key of
+/// Throws InvalidArgument if arrays and tables are nested deeper than 64 levels, or a dotted key of
 /// TOML has more than 64 parts: far more than options need, and far fewer than overflow the stack
 /// of a recursive parser or destructor. path begins the message. Linear time.
 ///

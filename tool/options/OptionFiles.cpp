@@ -1,7 +1,7 @@
 // TOML is converted to JSON, so that both have one reader of keys.
 #include "options/OptionFiles.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "drawing/common/NearestName.h"
 #include "drawing/common/Shortened.h"
 #include "options/Nesting.h"
@@ -31,7 +31,7 @@ std::size_t LineOf(const std::string& text, std::size_t byte) {
 }
 
 [[noreturn]] void FailedToRead(const std::string& path, const std::string& reason) {
-    throw Failure(ExitCode::Unreadable, path + ": " + reason);
+    throw kxdrawing::CannotRead(path + ": " + reason);
 }
 
 std::string ReadOptionFile(const std::string& path) {
@@ -95,9 +95,8 @@ Json ParseToml(const std::string& text, const std::string& path) {
     try {
         return ToJson(toml::parse(std::string_view(text), std::string_view(path)));
     } catch (const toml::parse_error& error) {
-        throw Failure(ExitCode::Unreadable,
-                      path + ":" + std::to_string(error.source().begin.line) +
-                          ": is not correct TOML: " + std::string(error.description()));
+        throw kxdrawing::CannotRead(path + ":" + std::to_string(error.source().begin.line) +
+                                    ": is not correct TOML: " + std::string(error.description()));
     }
 }
 

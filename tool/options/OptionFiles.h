@@ -10,7 +10,7 @@ namespace kxcontour {
 
 /// Reads a file of options, TOML (.toml) or JSON (.json) by its ending, in upper or lower case.
 ///
-/// Keys are the long names of options, paths are relative to the file. Throws Failure: Unreadable
+/// Keys are the long names of options, paths are relative to the file. Throws CannotRead
 /// for a file that is missing or damaged, with the line; Usage for another ending, unknown keys and
 /// values of wrong types.
 GivenOptions ReadConfigFile(const std::string& path);
@@ -24,7 +24,7 @@ struct GivenJob {
 
 /// Reads {"defaults": {...}, "jobs": [{"name": ..., "model": ..., "output": ...}, ...]}.
 ///
-/// Keys are the long names of options, paths are relative to the file. Throws Failure: Unreadable
+/// Keys are the long names of options, paths are relative to the file. Throws CannotRead
 /// for a file that is missing or not JSON, with the line; Usage for unknown keys, wrong types and a
 /// file without jobs. Returns at least one job.
 std::vector<GivenJob> ReadJobFile(const std::string& path);

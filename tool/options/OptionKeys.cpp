@@ -2,7 +2,7 @@
 // sources share the readers of the table.
 #include "options/OptionKeys.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "drawing/common/NearestName.h"
 #include "drawing/common/Shortened.h"
 #include "options/Values.h"

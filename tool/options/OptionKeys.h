@@ -20,11 +20,11 @@ struct KeySource {
     std::vector<std::string> otherKeys; ///< Allowed, and left to the caller.
 };
 
-/// Reads the members of an object as options, each in its natural type. Throws Failure (Usage) for
+/// Reads the members of an object as options, each in its natural type. Throws InvalidArgument for
 /// an unknown key, naming the nearest, and for a value of a wrong type.
 GivenOptions ReadKeys(const nlohmann::json& object, const KeySource& source);
 
-/// Throws Failure (Usage): "WHAT has to be WANTED, not" and the type of the value, such as "a
+/// Throws InvalidArgument: "WHAT has to be WANTED, not" and the type of the value, such as "a
 /// list".
 [[noreturn]] void
 RefuseType(const std::string& what, const char* wanted, const nlohmann::json& value);

@@ -4,7 +4,7 @@
 
 #include <ctr/Version.h>
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "options/Values.h"
 
 #include <algorithm>
@@ -28,8 +28,8 @@ void ReadTopic(Topic topic, const GivenOptions& given, AllOptions& all) {
         for (const GivenText& text : given.all(option.name)) {
             try {
                 option.value.store(text.text, all);
-            } catch (const Failure& failure) {
-                throw Failure(failure.code(), text.where + failure.what());
+            } catch (const kxdrawing::InvalidArgument& refusal) {
+                RefuseUsage(text.where + refusal.what());
             }
         }
     }
@@ -52,11 +52,17 @@ void ForbidHere(const GivenOptions& given,
     Forbid(given, name, holds && text != nullptr && text->where.empty(), message);
 }
 
+void ForbidTogether(const GivenOptions& given,
+                    const std::string& option,
+                    const std::string& other) {
+    Forbid(given, option.c_str(), given.has(other),
+           "--" + option + " and --" + other + " cannot go together");
+}
+
 /// A list of views excludes other directions.
 void CheckViews(const GivenOptions& given, const std::string& option) {
-    for (const std::string other : {"view", "azimuth", "elevation", "camera-position"}) {
-        Forbid(given, option.c_str(), given.has(other),
-               "--" + option + " and --" + other + " cannot go together");
+    for (const char* other : {"view", "azimuth", "elevation", "camera-position"}) {
+        ForbidTogether(given, option, other);
     }
 }
 

@@ -13,17 +13,17 @@ inline constexpr const char* kViewMark = "{view}";
 
 /// Reads every option of a drawing and checks what can be checked without looking at files.
 ///
-/// Throws Failure (Usage) if a model or the output is missing, a value is invalid, or options
+/// Throws InvalidArgument if a model or the output is missing, a value is invalid, or options
 /// exclude each other.
 DrawingOptions ReadDrawingOptions(const GivenOptions& given);
 
 /// The same without an output, which may be missing.
 InputOptions ReadInputOptions(const GivenOptions& given);
 
-/// Throws Failure (Usage) if both quiet and verbose are given.
+/// Throws InvalidArgument if both quiet and verbose are given.
 MessageOptions ReadMessageOptions(const GivenOptions& given);
 
-/// Reads the options of a batch. Throws Failure (Usage), also if views are given together with
+/// Reads the options of a batch. Throws InvalidArgument, also if views are given together with
 /// another direction.
 BatchOptions ReadBatchOptions(const GivenOptions& given);
 

@@ -1,7 +1,7 @@
 // Readers of single options that no form covers, then the rows in the order of the help.
 #include "options/OptionTable.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "import/files/ByteSize.h"
 #include "options/OptionForms.h"
 #include "options/StyleText.h"

@@ -66,7 +66,7 @@ struct OptionValue {
     ValueKind kind = ValueKind::Flag;
     std::vector<std::string> choices{}; ///< All values, or the usual ones for completion.
     bool repeatable = false;
-    /// Checks a text and stores its value. Throws Failure (Usage). Empty where the command line
+    /// Checks a text and stores its value. Throws InvalidArgument. Empty where the command line
     /// itself acts on the option.
     std::function<void(const std::string& text, AllOptions& all)> store{};
     /// The stored value as one word of printable ASCII, different for different values; empty where

@@ -1,7 +1,7 @@
 // Each item of a list is split into family, key and value; the key selects the reader of the value.
 #include "options/StyleText.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "drawing/paper/PageSize.h"
 #include "options/Values.h"
 

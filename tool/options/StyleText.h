@@ -11,7 +11,7 @@ namespace kxcontour {
 ///
 /// Families are crease, silhouette, intersection, hidden and all (these four); keys are width (a
 /// length over 0, to 100 mm), color, and dash (lengths over 0, to 100 mm, separated by '/', or
-/// none; an odd number of them is repeated, as in SVG). Throws Failure (Usage), naming the nearest
+/// none; an odd number of them is repeated, as in SVG). Throws InvalidArgument, naming the nearest
 /// family or key for one that does not exist.
 void ApplyStyles(std::string_view list, StyleSheet& styles);
 

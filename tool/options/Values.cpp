@@ -2,7 +2,7 @@
 // blanks.
 #include "options/Values.h"
 
-#include "drawing/common/Failure.h"
+#include "common/Failure.h"
 #include "drawing/common/NearestName.h"
 #include "drawing/common/ReadNumber.h"
 #include "drawing/common/Shortened.h"

@@ -23,7 +23,7 @@ struct NumberRange {
     bool holds(double value) const;
 };
 
-/// Reads a number in a range. Throws Failure (Usage), "WHAT 'TEXT' is not EXPECTED".
+/// Reads a number in a range. Throws InvalidArgument, "WHAT 'TEXT' is not EXPECTED".
 double
 ParseNumber(std::string_view text, const char* what, const char* expected, NumberRange range);
 
@@ -32,25 +32,25 @@ ParseNumber(std::string_view text, const char* what, const char* expected, Numbe
 double
 ParseLength(std::string_view text, const char* what, const char* expected, NumberRange range);
 
-/// Reads a whole number from low to high. Throws Failure (Usage).
+/// Reads a whole number from low to high. Throws InvalidArgument.
 unsigned int
 ParseCount(std::string_view text, const char* what, unsigned int low, unsigned int high);
 
-/// Reads a scale, 1:2, 2:1 or 0.5: length on paper over real length. Throws Failure (Usage) unless
+/// Reads a scale, 1:2, 2:1 or 0.5: length on paper over real length. Throws InvalidArgument unless
 /// it is over 0 and finite.
 double ParseRatio(std::string_view text);
 
-/// Reads X,Y,Z. Throws Failure (Usage), naming what it is for.
+/// Reads X,Y,Z. Throws InvalidArgument, naming what it is for.
 Wm4::Vector3<double> ParsePoint(std::string_view text, const char* what);
 
-/// Reads #rgb, #rrggbb or one of ColorNames(), in any case: red, green, blue. Throws Failure
-/// (Usage), naming the nearest colour.
+/// Reads #rgb, #rrggbb or one of ColorNames(), in any case: red, green, blue. Throws
+/// InvalidArgument, naming the nearest colour.
 std::array<std::uint8_t, 3> ParseColor(std::string_view text);
 
 /// The basic colour names of CSS.
 const std::vector<std::string>& ColorNames();
 
-/// Finds a name in a list; returns its index. Throws Failure (Usage) with the nearest name and the
+/// Finds a name in a list; returns its index. Throws InvalidArgument with the nearest name and the
 /// whole list: "unknown WHAT 'TEXT'; did you mean 'a'? choose a, b or c".
 std::size_t
 ParseName(std::string_view text, const char* what, const std::vector<std::string>& names);

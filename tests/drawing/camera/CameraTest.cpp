@@ -17,7 +17,6 @@ using kxcontour::AimedCamera;
 using kxcontour::AxesOf;
 using kxcontour::Box;
 using kxcontour::CameraRequest;
-using kxcontour::ExitCode;
 using kxcontour::MeshList;
 using kxcontour::PageSize;
 using kxcontour::Projection;
@@ -84,13 +83,13 @@ TEST(AimCamera, LooksStraightDownWithTheBackUpOnThePage) {
     points.position = Vector(0, 9, 0);
     EXPECT_EQ(Aim(points, Cube()).space.worldToClip, Aim(named, Cube()).space.worldToClip);
     points.viewUp = Vector(0, 1, 0);
-    FailureOf(ExitCode::Usage, [&] { Aim(points, Cube()); });
+    FailureOf<kxdrawing::InvalidArgument>([&] { Aim(points, Cube()); });
 }
 
 TEST(AimCamera, RefusesAPositionInItsFocalPoint) {
     CameraRequest request;
     request.position = Vector(0, 0, 0);
-    FailureOf(ExitCode::Usage, [&] { Aim(request, Cube()); });
+    FailureOf<kxdrawing::InvalidArgument>([&] { Aim(request, Cube()); });
 }
 
 TEST(AimCamera, RollsTheDrawingCounterClockwise) {
@@ -189,7 +188,7 @@ TEST(PerspectiveViews, OfSomethingBehindTheEyeAreRefused) {
     CameraRequest request = InPerspective(View::Front);
     request.position = Vector(0, 0, -5);
     request.focalPoint = Vector(0, 0, -6);
-    FailureOf(ExitCode::NothingToDraw, [&] { Aim(request, Cube()); });
+    FailureOf<kxdrawing::NothingToDraw>([&] { Aim(request, Cube()); });
 }
 
 // As a part that its place in the model scales to nothing.
@@ -197,7 +196,7 @@ TEST(PerspectiveViews, OfASinglePointAreRefused) {
     const Point point(-21.875F, -21.875F, -21.875F);
     const MeshList meshes{test_support::MakeMesh({point, point, point}, {0, 1, 2})};
     for (const View view : {View::Back, View::Front, View::Top, View::Iso}) {
-        FailureOf(ExitCode::NothingToDraw, [&] { Aim(InPerspective(view), meshes); });
+        FailureOf<kxdrawing::NothingToDraw>([&] { Aim(InPerspective(view), meshes); });
     }
 }
 

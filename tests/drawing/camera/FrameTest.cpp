@@ -17,7 +17,6 @@ namespace {
 
 using kxcontour::AxesOf;
 using kxcontour::Box;
-using kxcontour::ExitCode;
 using kxcontour::Frame;
 using kxcontour::MakeCamera;
 using kxcontour::PageSize;
@@ -186,9 +185,9 @@ TEST(MakeCamera, UsesTheFinestGridWithRatiosOfThePage) {
 
 TEST(MakeCamera, RefusesSizesBeyondSinglePrecision) {
     const ViewAxes axes = AxesOf(View::Front);
-    FailureOf(ExitCode::NothingToDraw, [&] { MakeCamera({{0, 0, 0}, {1e30, 1, 1}}, axes); });
-    FailureOf(ExitCode::NothingToDraw, [&] { MakeCamera({{0, 0, 0}, {1, 1e-30, 1}}, axes); });
-    FailureOf(ExitCode::NothingToDraw, [&] { MakeCamera({{NAN, 0, 0}, {1, 1, 1}}, axes); });
+    FailureOf<kxdrawing::NothingToDraw>([&] { MakeCamera({{0, 0, 0}, {1e30, 1, 1}}, axes); });
+    FailureOf<kxdrawing::NothingToDraw>([&] { MakeCamera({{0, 0, 0}, {1, 1e-30, 1}}, axes); });
+    FailureOf<kxdrawing::NothingToDraw>([&] { MakeCamera({{NAN, 0, 0}, {1, 1, 1}}, axes); });
 }
 
 TEST(FitToPage, LeavesTheMarginThatIsAskedFor) {

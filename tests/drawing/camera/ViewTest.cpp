@@ -8,7 +8,6 @@
 namespace {
 
 using kxcontour::AxesOf;
-using kxcontour::ExitCode;
 using kxcontour::ParseView;
 using kxcontour::View;
 using kxcontour::ViewAxes;
@@ -60,11 +59,12 @@ TEST(Views, AreReadByName) {
 }
 
 TEST(Views, OfUnknownNamesAreRefusedWithTheNearest) {
-    const std::string message = FailureOf(ExitCode::Usage, [] { ParseView("botom"); });
+    const std::string message = FailureOf<kxdrawing::InvalidArgument>([] { ParseView("botom"); });
     EXPECT_TRUE(Holds(message, "'botom'")) << message;
     EXPECT_TRUE(Holds(message, "did you mean 'bottom'?")) << message;
-    EXPECT_FALSE(Holds(FailureOf(ExitCode::Usage, [] { ParseView("perspective"); }), "mean"));
-    FailureOf(ExitCode::Usage, [] { ParseView(""); });
+    EXPECT_FALSE(
+        Holds(FailureOf<kxdrawing::InvalidArgument>([] { ParseView("perspective"); }), "mean"));
+    FailureOf<kxdrawing::InvalidArgument>([] { ParseView(""); });
 }
 
 TEST(ViewsByAngles, AreTheNamedOnesAtRightAngles) {
@@ -107,9 +107,9 @@ TEST(ViewsByPoints, KeepWhatIsUpUpright) {
 }
 
 TEST(ViewsByPoints, NeedADirectionAndAnotherUp) {
-    FailureOf(ExitCode::Usage, [] { kxcontour::AxesLooking({0, 0, 0}, {0, 1, 0}); });
-    FailureOf(ExitCode::Usage, [] { kxcontour::AxesLooking({0, 2, 0}, {0, -5, 0}); });
-    FailureOf(ExitCode::Usage, [] { kxcontour::AxesLooking({0, 2, 0}, {0, 0, 0}); });
+    FailureOf<kxdrawing::InvalidArgument>([] { kxcontour::AxesLooking({0, 0, 0}, {0, 1, 0}); });
+    FailureOf<kxdrawing::InvalidArgument>([] { kxcontour::AxesLooking({0, 2, 0}, {0, -5, 0}); });
+    FailureOf<kxdrawing::InvalidArgument>([] { kxcontour::AxesLooking({0, 2, 0}, {0, 0, 0}); });
 }
 
 TEST(RolledViews, TurnOnThePageAlone) {

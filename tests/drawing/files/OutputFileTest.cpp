@@ -21,7 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using kxcontour::ExitCode;
 using kxcontour::OutputFile;
 using tool_test::FailureOf;
 using tool_test::Holds;
@@ -168,7 +167,7 @@ TEST(OutputFile, WritesIntoTheCurrentFolder) {
 }
 
 std::string Refusal(const std::string& path) {
-    std::string message = FailureOf(ExitCode::CannotWrite, [&] { const OutputFile output(path); });
+    std::string message = FailureOf<kxdrawing::CannotWrite>([&] { const OutputFile output(path); });
     EXPECT_TRUE(Holds(message, path + ": cannot write: ")) << message;
     return message;
 }
@@ -202,7 +201,7 @@ TEST(OutputFile, GivesUpOnLinksThatGoRound) {
 
 TEST(OutputFile, FailsWhereNoFileCanBeCreated) {
     // Looks like any folder, and for root is a writable one.
-    const std::string message = FailureOf(ExitCode::CannotWrite, [] {
+    const std::string message = FailureOf<kxdrawing::CannotWrite>([] {
         OutputFile output("/proc/kxcontour.svg");
         output.create();
     });
@@ -214,7 +213,7 @@ TEST(OutputFile, FailsWhereTheTargetCannotBeReplacedAnyMore) {
     OutputFile output(folder.path("a.svg"));
     Write(output, "new");
     fs::create_directory(folder.path("a.svg"));
-    FailureOf(ExitCode::CannotWrite, [&] { output.commit(); });
+    FailureOf<kxdrawing::CannotWrite>([&] { output.commit(); });
     EXPECT_TRUE(fs::is_directory(folder.path("a.svg")));
 }
 
@@ -331,7 +330,7 @@ std::string RefusalOf(int descriptor) {
     std::string message;
     {
         const StandardOutput redirected(descriptor);
-        message = FailureOf(ExitCode::CannotWrite, [] {
+        message = FailureOf<kxdrawing::CannotWrite>([] {
             OutputFile output("-");
             Write(output, std::string(300000, 'x'));
             output.commit();
@@ -358,7 +357,7 @@ TEST(OutputFile, SaysWhyStandardOutputCannotBeWritten) {
 TEST(OutputFile, SaysThatThereIsNoPlaceForATemporary) {
     const TemporaryFolder folder;
     const TemporariesIn nowhere(folder.path("none"));
-    const std::string message = FailureOf(ExitCode::CannotWrite, [] { OutputFile("-").create(); });
+    const std::string message = FailureOf<kxdrawing::CannotWrite>([] { OutputFile("-").create(); });
     EXPECT_EQ(message, "standard output: cannot write: no temporary file in '" +
                            folder.path("none") + "': No such file or directory");
 }

@@ -93,10 +93,10 @@ TEST(Draw, LinksEveryEdgeOfAPathToItsLineInSpace) {
         for (const kxdrawing::Path* path : PathsOf(drawing)) {
             ASSERT_EQ(path->lines.size() + 1, path->points.size());
             EXPECT_EQ(path->object, 0U);
-            for (std::size_t i = 0; i < path->lines.size(); ++i) {
-                ASSERT_LT(path->lines[i], drawing.lines.size());
-                const kxdrawing::Line& line = drawing.lines[path->lines[i]];
-                shown.insert(path->lines[i]);
+            for (const std::uint32_t number : path->lines) {
+                ASSERT_LT(number, drawing.lines.size());
+                const kxdrawing::Line& line = drawing.lines[number];
+                shown.insert(number);
                 for (int end = 0; end < 2; ++end) {
                     // An end of an edge of the cube is a corner of it.
                     const kxdrawing::Vector corner = line.at(end);

@@ -208,11 +208,11 @@ TEST(Png, KnowsItsTrueSize) {
 TEST(Png, RefusesPicturesThatAreTooLarge) {
     const TemporaryFolder folder;
     const std::string path = folder.path("a.png");
-    const std::string message = tool_test::FailureOf(
-        kxcontour::ExitCode::Usage, [&] { WritePng(BoldDrawing(), 1e5, NewFile(path)); });
+    const std::string message = tool_test::FailureOf<kxdrawing::InvalidArgument>(
+        [&] { WritePng(BoldDrawing(), 1e5, NewFile(path)); });
     EXPECT_TRUE(Holds(message, "32767 pixels")) << message;
-    tool_test::FailureOf(kxcontour::ExitCode::Usage,
-                         [&] { WritePng(BoldDrawing(), INFINITY, NewFile(path)); });
+    tool_test::FailureOf<kxdrawing::InvalidArgument>(
+        [&] { WritePng(BoldDrawing(), INFINITY, NewFile(path)); });
     EXPECT_EQ(ReadBytes(path), "") << "nothing is written before";
     WritePng(BoldDrawing(), 0.001, NewFile(path));
     EXPECT_EQ(Picture(path).width(), 1) << "never without a pixel";

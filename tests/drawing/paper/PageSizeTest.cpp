@@ -10,7 +10,6 @@
 namespace {
 
 using kxcontour::Describe;
-using kxcontour::ExitCode;
 using kxcontour::Landscape;
 using kxcontour::PageSize;
 using kxcontour::ParsePageSize;
@@ -55,13 +54,15 @@ TEST(ParsePageSize, RefusesWhatIsNoSheet) {
           "100",      "100x200x300", "1e3x1e3", "-100x200",   "100x-200",  "nanx100", "infx100",
           "100 x200", "100x200km",   "0x0",     "+100x200",   "100,5x200", "A4 ",     "mm",
           "xmm",      "100mm",       "100xmm",  "100x200 mm", "1inx2in"}) {
-        const std::string message = FailureOf(ExitCode::Usage, [&] { ParsePageSize(text); });
+        const std::string message =
+            FailureOf<kxdrawing::InvalidArgument>([&] { ParsePageSize(text); });
         EXPECT_TRUE(Holds(message, "'" + std::string(text) + "'")) << message;
     }
 }
 
 TEST(ParsePageSize, NamesTheNearestSheet) {
-    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [] { ParsePageSize("leter"); }), "'letter'?"));
+    EXPECT_TRUE(
+        Holds(FailureOf<kxdrawing::InvalidArgument>([] { ParsePageSize("leter"); }), "'letter'?"));
 }
 
 TEST(ParsePageSize, ReadsMeasuresWithOneUnitForBoth) {
@@ -74,8 +75,10 @@ TEST(ParsePageSize, ReadsMeasuresWithOneUnitForBoth) {
 }
 
 TEST(ParsePageSize, RefusesSheetsOfUnder1Millimetre) {
-    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [] { ParsePageSize("0.9x100"); }), "too small"));
-    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [] { ParsePageSize("100x-5"); }), "too small"));
+    EXPECT_TRUE(Holds(FailureOf<kxdrawing::InvalidArgument>([] { ParsePageSize("0.9x100"); }),
+                      "too small"));
+    EXPECT_TRUE(
+        Holds(FailureOf<kxdrawing::InvalidArgument>([] { ParsePageSize("100x-5"); }), "too small"));
     ExpectPage("1x1", 1, 1);
 }
 
@@ -91,7 +94,8 @@ TEST(ReadPaperLength, KnowsTheUnitsOfPaper) {
 }
 
 TEST(ParsePageSize, RefusesSheetsOfOver100Metres) {
-    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [] { ParsePageSize("100001x50"); }), "too large"));
+    EXPECT_TRUE(Holds(FailureOf<kxdrawing::InvalidArgument>([] { ParsePageSize("100001x50"); }),
+                      "too large"));
 }
 
 TEST(Landscape, IsAtLeastAsWideAsHigh) {

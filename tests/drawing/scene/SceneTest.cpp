@@ -1,8 +1,9 @@
 // What no scene can hold.
 #include "drawing/scene/Scene.h"
 
+#include <kxDrawing/Errors.h>
+
 #include "ShapeBuilders.h"
-#include "drawing/common/Failure.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +13,6 @@
 
 namespace {
 
-using kxcontour::ExitCode;
-using kxcontour::Failure;
 using kxcontour::Model;
 using kxcontour::Shape;
 
@@ -39,8 +38,7 @@ TEST(Scene, OfMoreVerticesThanCanBeNumberedIsRefused) {
         try {
             kxcontour::MakeScene(ManyPlacements(count));
             ADD_FAILURE() << count << " placements were taken";
-        } catch (const Failure& failure) {
-            EXPECT_EQ(failure.code(), ExitCode::Unreadable);
+        } catch (const kxdrawing::CannotRead& failure) {
             EXPECT_EQ(failure.what(), "model: too large to draw: " + std::to_string(count) +
                                           " triangles with " + std::to_string(count << 20U) +
                                           " vertices, counted as often as they are placed");

@@ -20,7 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using kxcontour::ExitCode;
 using kxcontour::ModelFiles;
 using kxcontour::ModelRequest;
 using tool_test::FailureOf;
@@ -114,7 +113,7 @@ TEST_F(SideFiles, MayLieInOneFolderMore) {
     EXPECT_EQ(open("others/other.bin"), "other");
     EXPECT_EQ(open("models/own.bin"), "own");
     request_.rules.sideFiles = folder_.path("none");
-    EXPECT_EQ(FailureOf(ExitCode::Unreadable, [&] { open("models/own.bin"); }),
+    EXPECT_EQ(FailureOf<kxdrawing::CannotRead>([&] { open("models/own.bin"); }),
               folder_.path("none") + ": No such file or directory");
 }
 
@@ -136,7 +135,7 @@ TEST_F(SideFiles, CountAmongTheInput) {
     EXPECT_TRUE(files.open(folder_.path("models/own.bin")).has_value());
     EXPECT_TRUE(files.open(folder_.path("models/own.bin")).has_value()) << "counts once";
     request_.rules.largestInput = 4;
-    EXPECT_EQ(FailureOf(ExitCode::Unreadable, [&] { open("models/own.bin"); }),
+    EXPECT_EQ(FailureOf<kxdrawing::CannotRead>([&] { open("models/own.bin"); }),
               request_.path + ": is larger than 4 B; --max-input SIZE allows more");
 }
 
@@ -208,7 +207,7 @@ TEST_F(SideFiles, OfModelsAreReadByImportersWhereTheyMayBe) {
     fs::create_symlink("../others/far.bin", folder_.path("models/link.bin"));
     const auto refusal = [&](const std::string& address) {
         request_ = FileRequest(folder_.write("models/box.gltf", BoxWithBuffer(address)));
-        return FailureOf(ExitCode::Unreadable, [&] { ImportModel(request_); });
+        return FailureOf<kxdrawing::CannotRead>([&] { ImportModel(request_); });
     };
     request_ = FileRequest(folder_.write("models/box.gltf", BoxWithBuffer("box.bin")));
     EXPECT_EQ(ImportModel(request_).placements.size(), 1U);

@@ -12,7 +12,6 @@
 
 namespace {
 
-using kxcontour::ExitCode;
 using tool_test::FailureOf;
 using tool_test::Holds;
 using tool_test::MeshData;
@@ -32,7 +31,7 @@ void ExpectComplete(const TemporaryFolder& folder, const std::string& bytes) {
 
 std::string Refusal(const TemporaryFolder& folder, const std::string& bytes) {
     const std::string path = folder.write("model", bytes);
-    return FailureOf(ExitCode::Unreadable, [&] { RequireCompleteFile(path); });
+    return FailureOf<kxdrawing::CannotRead>([&] { RequireCompleteFile(path); });
 }
 
 TEST(RequireComplete, WantsTheEndOfStlText) {
@@ -70,7 +69,7 @@ TEST(RequireComplete, LetsOtherFormatsPass) {
 TEST(RequireComplete, SaysWhatIsWrongWithAPath) {
     const TemporaryFolder folder;
     const auto refusal = [](const std::string& path) {
-        std::string message = FailureOf(ExitCode::Unreadable, [&] { RequireCompleteFile(path); });
+        std::string message = FailureOf<kxdrawing::CannotRead>([&] { RequireCompleteFile(path); });
         EXPECT_TRUE(Holds(message, path + ": ")) << message;
         return message;
     };

@@ -12,7 +12,6 @@
 
 namespace {
 
-using kxcontour::ExitCode;
 using kxcontour::FileModel;
 using kxcontour::FilePoint;
 using kxcontour::kNoIndex;
@@ -26,7 +25,7 @@ FileModel Read(const std::string& text) {
 }
 
 std::string Refusal(const std::string& text) {
-    return FailureOf(ExitCode::Unreadable, [&] { Read(text); });
+    return FailureOf<kxdrawing::CannotRead>([&] { Read(text); });
 }
 
 const std::string kSquare = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\n";

@@ -11,7 +11,6 @@
 
 namespace {
 
-using kxcontour::ExitCode;
 using kxcontour::FileModel;
 using kxcontour::FilePoint;
 using kxcontour::kNoIndex;
@@ -30,7 +29,7 @@ FileModel Read(const std::string& bytes) {
 }
 
 std::string Refusal(const std::string& bytes) {
-    return FailureOf(ExitCode::Unreadable, [&] { Read(bytes); });
+    return FailureOf<kxdrawing::CannotRead>([&] { Read(bytes); });
 }
 
 const std::string kVertices = "element vertex 4\nproperty float x\nproperty double y\n"

@@ -10,7 +10,6 @@
 
 namespace {
 
-using kxcontour::ExitCode;
 using kxcontour::FileModel;
 using kxcontour::FilePoint;
 using tool_test::FailureOf;
@@ -79,7 +78,7 @@ TEST(ReadStl, CutsLongerLoopsAndLeavesOutShorterOnes) {
 
 TEST(ReadStl, NamesTheLineOfABadVertex) {
     const std::string text = "solid\n" + Loop("vertex 0 0 0\nvertex 1 O 0\nvertex 0 1 0\n");
-    EXPECT_EQ(FailureOf(ExitCode::Unreadable, [&] { Read(text); }),
+    EXPECT_EQ(FailureOf<kxdrawing::CannotRead>([&] { Read(text); }),
               "a.stl: cannot read the model: line 5: 'O' is not a coordinate");
 }
 

@@ -26,7 +26,6 @@
 
 namespace {
 
-using kxcontour::ExitCode;
 using kxcontour::ImportModel;
 using kxcontour::Model;
 using tool_test::FailureOf;
@@ -88,8 +87,8 @@ TEST(ImportModel, GivesTheFailureThatReadingGives) {
     for (const std::string& path :
          {folder.path("none.obj"), folder.write("a.glb", "glTF"), folder.write("empty.ply", "")}) {
         const std::string read =
-            FailureOf(ExitCode::Unreadable, [&] { kxcontour::ReadModel(FileRequest(path)); });
-        EXPECT_EQ(FailureOf(ExitCode::Unreadable, [&] { ImportModel(FileRequest(path)); }), read);
+            FailureOf<kxdrawing::CannotRead>([&] { kxcontour::ReadModel(FileRequest(path)); });
+        EXPECT_EQ(FailureOf<kxdrawing::CannotRead>([&] { ImportModel(FileRequest(path)); }), read);
     }
 }
 
@@ -98,8 +97,7 @@ TEST(ImportModel, SurvivesImportersThatCrash) {
     const std::string path = ASSIMP_MODELS "/RAW/WithColor.raw";
     try {
         EXPECT_FALSE(ImportModel(FileRequest(path)).placements.empty());
-    } catch (const kxcontour::Failure& failure) {
-        EXPECT_EQ(failure.code(), ExitCode::Unreadable);
+    } catch (const kxdrawing::CannotRead& failure) {
         EXPECT_TRUE(Holds(failure.what(), path + ": cannot read the model: ")) << failure.what();
     }
 }
@@ -117,7 +115,7 @@ std::string RefusalOfWork(const kxcontour::ModelRequest& request,
         return Model();
     };
     const std::string message =
-        FailureOf(ExitCode::Unreadable, [&] { kxcontour::ImportModelBy(other, request); });
+        FailureOf<kxdrawing::CannotRead>([&] { kxcontour::ImportModelBy(other, request); });
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "no child is left";
     const std::string start = request.path + ": cannot read the model: ";
     EXPECT_EQ(message.rfind(start, 0), 0U) << message;
@@ -141,7 +139,7 @@ TEST(ImportModel, EndsImportersThatWorkTooLong) {
     const std::string text = tool_test::CombObj(100000);
     kxcontour::ModelRequest request = FileRequest(folder.write("long", text));
     request.rules.time = std::chrono::milliseconds(100);
-    const std::string message = FailureOf(ExitCode::Unreadable, [&] { ImportModel(request); });
+    const std::string message = FailureOf<kxdrawing::CannotRead>([&] { ImportModel(request); });
     const std::size_t milliseconds = 100 + text.size() / 1000;
     std::ostringstream limit;
     limit << static_cast<double>(milliseconds) / 1000.0;
@@ -341,23 +339,26 @@ TEST(ImportModel, ReadsStandardInputAsItWouldReadTheFile) {
 TEST(ImportModel, SaysWhatIsWrongWithStandardInput) {
     const TemporaryFolder folder;
     const std::string ball = tool_test::StlText(test_support::Sphere({0, 0, 0}, 1.0F, 9, 9));
-    const auto refusal = [&](ExitCode code, const std::string& bytes, const std::string& format) {
+    const auto import = [&](const std::string& bytes, const std::string& format) {
         const StandardInput input(folder.write("input", bytes));
-        return FailureOf(code, [&] { ImportModel(InputRequest(format)); });
+        ImportModel(InputRequest(format));
     };
-    const ExitCode bad = ExitCode::Unreadable;
-    EXPECT_EQ(refusal(bad, "", "stl"), "standard input: is empty");
-    EXPECT_EQ(refusal(bad, ball.substr(0, ball.size() / 2), "stl"),
+    const auto bad = [&](const std::string& bytes, const std::string& format) {
+        return FailureOf<kxdrawing::CannotRead>([&] { import(bytes, format); });
+    };
+    const auto unknown = [&](const std::string& format) {
+        return FailureOf<kxdrawing::InvalidArgument>([&] { import(ball, format); });
+    };
+    EXPECT_EQ(bad("", "stl"), "standard input: is empty");
+    EXPECT_EQ(bad(ball.substr(0, ball.size() / 2), "stl"),
               "standard input: is cut short or damaged: its end is missing");
-    EXPECT_TRUE(Holds(refusal(bad, "glTF", "glb"), "standard input: cannot read the model: "));
-    const std::string misread = refusal(bad, "<?xml version=\"1.0\"?><x>", "irrmesh");
+    EXPECT_TRUE(Holds(bad("glTF", "glb"), "standard input: cannot read the model: "));
+    const std::string misread = bad("<?xml version=\"1.0\"?><x>", "irrmesh");
     EXPECT_FALSE(Holds(misread, "$$$")) << misread;
-    EXPECT_EQ(refusal(ExitCode::Usage, ball, "docx"),
-              "standard input: --format docx is not a format that can be read");
-    EXPECT_EQ(refusal(ExitCode::Usage, ball, ""),
-              "standard input: needs --format, an ending of file names such as stl");
+    EXPECT_EQ(unknown("docx"), "standard input: --format docx is not a format that can be read");
+    EXPECT_EQ(unknown(""), "standard input: needs --format, an ending of file names such as stl");
     const StandardInput input(folder.path(""));
-    EXPECT_EQ(FailureOf(bad, [&] { ImportModel(InputRequest("stl")); }),
+    EXPECT_EQ(FailureOf<kxdrawing::CannotRead>([&] { ImportModel(InputRequest("stl")); }),
               "standard input: Is a directory");
 }
 
@@ -365,7 +366,7 @@ TEST(ImportModel, ReadsNoMoreOfStandardInputThanItMay) {
     const StandardInput input("/dev/zero");
     kxcontour::ModelRequest request = InputRequest("stl");
     request.rules.largestInput = 1000000;
-    EXPECT_EQ(FailureOf(ExitCode::Unreadable, [&] { ImportModel(request); }),
+    EXPECT_EQ(FailureOf<kxdrawing::CannotRead>([&] { ImportModel(request); }),
               "standard input: is larger than 1 MB; --max-input SIZE allows more");
 }
 
@@ -379,7 +380,7 @@ TEST(ImportModel, ReadsStandardInputUpToItsLimit) {
         if (less == 0) {
             EXPECT_EQ(ImportModel(request).placements.size(), 1U);
         } else {
-            FailureOf(ExitCode::Unreadable, [&] { ImportModel(request); });
+            FailureOf<kxdrawing::CannotRead>([&] { ImportModel(request); });
         }
     }
 }
@@ -389,7 +390,7 @@ TEST(ImportModel, LeavesNoChildBehind) {
     const std::string path =
         folder.write("a.stl", tool_test::StlBytes(test_support::Box({0, 0, 0}, {1, 1, 1})));
     ImportModel(FileRequest(path));
-    FailureOf(ExitCode::Unreadable, [&] { ImportModel(FileRequest(folder.path("none.obj"))); });
+    FailureOf<kxdrawing::CannotRead>([&] { ImportModel(FileRequest(folder.path("none.obj"))); });
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
 }
 

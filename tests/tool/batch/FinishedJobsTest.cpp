@@ -1,8 +1,9 @@
 // Notes on finished drawings, and what is left of them whenever a run ends.
 #include "batch/FinishedJobs.h"
 
+#include <kxDrawing/Errors.h>
+
 #include "ModelText.h"
-#include "drawing/common/Failure.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +19,6 @@
 namespace {
 
 using kxcontour::BatchJob;
-using kxcontour::Failure;
 using kxcontour::FinishedJobs;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
@@ -141,7 +141,7 @@ TEST_F(DoneWorkTest, IsAsBeforeWhenANoteDoesNotFit) {
         ::setrlimit(RLIMIT_FSIZE, &most);
         try {
             note(done, b);
-        } catch (const Failure& failure) {
+        } catch (const kxdrawing::CannotWrite& failure) {
             const std::string said = failure.what();
             ::_exit(said.find("notes: cannot write: File too large") != std::string::npos ? 0 : 2);
         }

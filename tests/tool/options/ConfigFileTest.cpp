@@ -10,7 +10,6 @@ namespace {
 using kxcontour::BatchCommand;
 using kxcontour::DrawCommand;
 using kxcontour::DrawingOptions;
-using kxcontour::ExitCode;
 using kxcontour::InfoCommand;
 using kxcontour::OutputFormat;
 using kxcontour::Projection;
@@ -36,7 +35,7 @@ protected:
     }
 
     std::string unreadable(const std::string& name) const {
-        return RefusalOf({"m.obj", "-o", "o.svg", "--config", path(name)}, ExitCode::Unreadable);
+        return RefusalOf<kxdrawing::CannotRead>({"m.obj", "-o", "o.svg", "--config", path(name)});
     }
 };
 

@@ -6,7 +6,6 @@
 namespace {
 
 using kxcontour::BatchCommand;
-using kxcontour::ExitCode;
 using kxcontour::View;
 using tool_test::Arguments;
 using tool_test::Holds;
@@ -177,10 +176,10 @@ TEST_F(JobFile, RefusesTwoJobsThatWriteOneFile) {
 }
 
 TEST_F(JobFile, IsRefusedWhereItIsDamaged) {
-    EXPECT_TRUE(Holds(RefusalOf({"batch", path("none.json")}, ExitCode::Unreadable),
+    EXPECT_TRUE(Holds(RefusalOf<kxdrawing::CannotRead>({"batch", path("none.json")}),
                       "none.json: No such file or directory"));
     EXPECT_TRUE(
-        Holds(RefusalOf({"batch", write("a.json", "{\n\n\"jobs\" [")}, ExitCode::Unreadable),
+        Holds(RefusalOf<kxdrawing::CannotRead>({"batch", write("a.json", "{\n\n\"jobs\" [")}),
               "a.json:3: is not correct JSON"));
 }
 

@@ -36,10 +36,10 @@ inline kxcontour::DrawingOptions Draw(Arguments arguments) {
 }
 
 /// The message with which arguments are refused.
-inline std::string RefusalOf(const Arguments& arguments,
-                             kxcontour::ExitCode code = kxcontour::ExitCode::Usage) {
+template <class Kind = kxdrawing::InvalidArgument>
+std::string RefusalOf(const Arguments& arguments) {
     std::ostringstream out;
-    std::string message = FailureOf(code, [&] { kxcontour::ParseCommandLine(arguments, out); });
+    std::string message = FailureOf<Kind>([&] { kxcontour::ParseCommandLine(arguments, out); });
     EXPECT_EQ(out.str(), "");
     return message;
 }

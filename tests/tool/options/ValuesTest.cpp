@@ -10,7 +10,6 @@
 namespace {
 
 using kxcontour::ApplyStyles;
-using kxcontour::ExitCode;
 using kxcontour::ParseColor;
 using kxcontour::StyleSheet;
 using tool_test::FailureOf;
@@ -32,10 +31,11 @@ TEST(ParseColor, ReadsDigitsAndNames) {
 TEST(ParseColor, RefusesOtherTexts) {
     for (const char* text : {"", "#", "#12", "#1234", "#12345", "#1234567", "#ggg", "123456",
                              "#-12", "#+1+2+3", "rgb(0,0,0)"}) {
-        const std::string message = FailureOf(ExitCode::Usage, [&] { ParseColor(text); });
+        const std::string message =
+            FailureOf<kxdrawing::InvalidArgument>([&] { ParseColor(text); });
         EXPECT_TRUE(Holds(message, "'" + std::string(text) + "'")) << message;
     }
-    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [] { ParseColor("nvy"); }), "'navy'?"));
+    EXPECT_TRUE(Holds(FailureOf<kxdrawing::InvalidArgument>([] { ParseColor("nvy"); }), "'navy'?"));
 }
 
 TEST(NumberText, ReadsAsTheSameNumber) {
@@ -98,16 +98,19 @@ TEST(ApplyStyles, RefusesWhatIsNoStyle) {
                              "crease.width=1,,crease.width=1",
                              ".width=1",
                              "crease.=1"}) {
-        EXPECT_NE(FailureOf(ExitCode::Usage, [&] { ApplyStyles(text, styles); }), "") << text;
+        EXPECT_NE(FailureOf<kxdrawing::InvalidArgument>([&] { ApplyStyles(text, styles); }), "")
+            << text;
     }
 }
 
 TEST(ApplyStyles, NamesTheNearestFamilyAndKey) {
     StyleSheet styles;
-    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [&] { ApplyStyles("hiden.width=1", styles); }),
-                      "did you mean 'hidden'?"));
-    EXPECT_TRUE(Holds(FailureOf(ExitCode::Usage, [&] { ApplyStyles("crease.colour=red", styles); }),
-                      "did you mean 'color'?"));
+    EXPECT_TRUE(
+        Holds(FailureOf<kxdrawing::InvalidArgument>([&] { ApplyStyles("hiden.width=1", styles); }),
+              "did you mean 'hidden'?"));
+    EXPECT_TRUE(Holds(
+        FailureOf<kxdrawing::InvalidArgument>([&] { ApplyStyles("crease.colour=red", styles); }),
+        "did you mean 'color'?"));
 }
 
 } // namespace

@@ -1,7 +1,9 @@
-// How the tool fails: one line for the user and an exit code.
+// How a run or a job fails: one line for the user and an exit code.
 #pragma once
 
-#include <stdexcept>
+#include <kxDrawing/Errors.h>
+
+#include <exception>
 #include <string>
 
 namespace kxcontour {
@@ -16,21 +18,16 @@ enum class ExitCode {
     CannotWrite = 5,   ///< The drawing cannot be written where it was asked for.
 };
 
-/// Ends the run. what() says in one line what is wrong with which file; names
-/// are quoted as they are, and escaped where the line is printed (Messages.h).
-class Failure : public std::runtime_error {
-public:
-    Failure(ExitCode code, const std::string& message) : std::runtime_error(message), code_(code) {}
-
-    ExitCode code() const { return code_; }
-
-private:
-    ExitCode code_;
+struct Failure {
+    ExitCode code = ExitCode::Internal;
+    std::string message; ///< Names are quoted as they are; Messages.h escapes them.
 };
+
+Failure FailureOf(const std::exception& error);
 
 /// Ends the run because of what was asked for.
 [[noreturn]] inline void RefuseUsage(const std::string& message) {
-    throw Failure(ExitCode::Usage, message);
+    throw kxdrawing::InvalidArgument(message);
 }
 
 } // namespace kxcontour
