@@ -1,7 +1,7 @@
 # What `cmake --install` lays down under one prefix: the library, the seam it is written against,
 # their headers, the tool, and the two descriptions by which others find them (CMake package,
 # pkg-config). The prefix may be moved as a whole afterwards. The components library, development
-# and tool are what a package of each kind holds (cmake/Packages.cmake).
+# and tool are what a package of each kind holds (cmake/Packages.cmake); the drawing library has two of its own.
 include(CMakePackageConfigHelpers)
 
 # Libraries lie side by side; the tool finds them from where it lies itself.
@@ -27,6 +27,16 @@ if(CTR_BUILD_TOOL)
 endif()
 
 set(ctr_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kxContouringLib)
+# A static one would ask its users for all that it is built on.
+if(CTR_BUILD_DRAWING AND CTR_LIBRARY_TYPE STREQUAL "SHARED")
+  set_target_properties(kxDrawing PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS kxDrawing EXPORT kxDrawingTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      COMPONENT drawing NAMELINK_COMPONENT drawing_development
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT drawing_development)
+  install(EXPORT kxDrawingTargets NAMESPACE kxContouringLib::
+    DESTINATION ${ctr_package_dir} COMPONENT drawing_development)
+endif()
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/kxContouringLibConfig.cmake.in
   ${PROJECT_BINARY_DIR}/kxContouringLibConfig.cmake
   INSTALL_DESTINATION ${ctr_package_dir})
@@ -44,6 +54,12 @@ file(RELATIVE_PATH ctr_prefix_from_pc
 string(REGEX REPLACE "/$" "" ctr_prefix_from_pc ${ctr_prefix_from_pc})
 file(RELATIVE_PATH ctr_include_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
 file(RELATIVE_PATH ctr_lib_from_prefix ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
-configure_file(${PROJECT_SOURCE_DIR}/cmake/kxContouringLib.pc.in ${PROJECT_BINARY_DIR}/kxContouringLib.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/kxContouringLib.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+function(ctr_install_pkg_config name component)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${component})
+endfunction()
+ctr_install_pkg_config(kxContouringLib development)
+if(CTR_BUILD_DRAWING AND CTR_LIBRARY_TYPE STREQUAL "SHARED")
+  ctr_install_pkg_config(kxDrawing drawing_development)
+endif()

@@ -2,16 +2,23 @@
 # the build as it is:
 #   library      libkxcontouringlib1      what programs built with the library need to run
 #   development  libkxcontouringlib-dev   headers, links and descriptions to build them
+#   drawing      libkxdrawing1            the same two of the drawing library
+#   drawing_development  libkxdrawing-dev
 #   tool         kxcontour                the program, its manual page and completions
 # The files lie under /usr, libraries in /usr/lib: programs find them there, whatever prefix the
 # build was configured for. Only for the project itself, not where it is part of another.
 set(package_library libkxcontouringlib${PROJECT_VERSION_MAJOR})
 set(package_development libkxcontouringlib-dev)
+set(package_drawing libkxdrawing${PROJECT_VERSION_MAJOR})
+set(package_drawing_development libkxdrawing-dev)
 set(package_tool kxcontour)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL library development)
+if(CTR_BUILD_DRAWING)
+  list(APPEND CPACK_COMPONENTS_ALL drawing drawing_development)
+endif()
 if(CTR_BUILD_TOOL)
   list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
@@ -33,22 +40,37 @@ set(CPACK_DEBIAN_PACKAGE_MAINTAINER "kxContouringLib developers <kxcontour@local
 set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS library)
+set(CPACK_COMPONENT_DRAWING_DEPENDS library)
+# Its headers include one of the library's.
+set(CPACK_COMPONENT_DRAWING_DEVELOPMENT_DEPENDS drawing development)
 set(CPACK_COMPONENT_TOOL_DEPENDS library)
 # The headers include those of Wild Magic.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS libwildmagic-dev)
 # What the libraries need, cmake/packages/BeforePacking.cmake finds out: where cpack does, it has
 # scripts call ldconfig, for which there is a trigger.
-foreach(target kxContouringLib kxPlatform)
-  get_target_property(folder ${target} BINARY_DIR)
-  list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${folder})
-  list(APPEND CPACK_CTR_LIBRARIES ${folder}/lib${target}.so.${PROJECT_VERSION})
-endforeach()
 # The version of the packages, and what depends on it, are made there, too.
 set(contents ${PROJECT_BINARY_DIR}/package-contents)
 set(CPACK_CTR_CONTENTS ${contents})
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA
-  ${contents}/shlibs
-  ${PROJECT_SOURCE_DIR}/cmake/packages/triggers)
+function(ctr_package_libraries component)
+  string(TOUPPER ${component} upper)
+  set(libraries "")
+  foreach(target IN LISTS ARGN)
+    get_target_property(folder ${target} BINARY_DIR)
+    list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${folder})
+    list(APPEND libraries ${folder}/lib${target}.so.${PROJECT_VERSION})
+  endforeach()
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+    ${CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS} PARENT_SCOPE)
+  set(CPACK_CTR_LIBRARIES_${upper} ${libraries} PARENT_SCOPE)
+  set(CPACK_CTR_LIBRARY_COMPONENTS ${CPACK_CTR_LIBRARY_COMPONENTS} ${component} PARENT_SCOPE)
+  set(CPACK_CTR_PACKAGE_${upper} ${package_${component}} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${upper}_PACKAGE_CONTROL_EXTRA
+    ${contents}/${component}/shlibs ${PROJECT_SOURCE_DIR}/cmake/packages/triggers PARENT_SCOPE)
+endfunction()
+ctr_package_libraries(library kxContouringLib kxPlatform)
+if(CTR_BUILD_DRAWING)
+  ctr_package_libraries(drawing kxDrawing)
+endif()
 
 set(subject "Finds creases, silhouettes and intersection lines of triangle meshes seen
 through a camera, decides exactly which parts of them are hidden, and writes
@@ -66,6 +88,20 @@ ${subject}
 This package holds the headers of the library and of the framework that it is
 written against, what CMake and pkg-config need to find them, the examples,
 and a page on how to use the library.")
+set(subject "Draws triangle meshes as lines on a page of a given size, with hidden lines
+removed or shown apart: as SVG, PDF, PNG, DXF or JSON, or as paths in
+millimetres for a program of one's own.")
+set(CPACK_DEBIAN_DRAWING_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_DRAWING_DESCRIPTION "line drawings of 3D meshes on paper (shared library)
+${subject}
+
+This package holds what programs that use the library need to run.")
+set(CPACK_DEBIAN_DRAWING_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DRAWING_DEVELOPMENT_DESCRIPTION "line drawings of 3D meshes on paper (development files)
+${subject}
+
+This package holds the headers of the library, and what CMake and pkg-config
+need to find them.")
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_TOOL_DESCRIPTION "vector line drawings of 3D models (command-line tool)
 Draws models in glTF, OBJ, STL, PLY, 3MF, FBX, IFC and other formats as lines
@@ -120,5 +156,8 @@ install(DIRECTORY examples
 # All that has to be built before cpack is called.
 add_custom_target(package_contents ALL DEPENDS ${compressed})
 add_dependencies(package_contents kxContouringLib)
+if(CTR_BUILD_DRAWING)
+  add_dependencies(package_contents kxDrawing)
+endif()
 
 include(CPack)
