@@ -6,7 +6,7 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
-# Sources are grouped by folder or not at all (cmake/Grouping.cmake).
+# Sources are grouped by our own rules or not at all (cmake/Grouping.cmake).
 set(CMAKE_UNITY_BUILD OFF)
 if(PROJECT_IS_TOP_LEVEL)
   set(CMAKE_EXPORT_COMPILE_COMMANDS ON)

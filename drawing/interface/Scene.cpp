@@ -14,9 +14,7 @@
 
 namespace kxdrawing {
 
-namespace {
-
-/// What has been added to a scene.
+/// The meshes that have been added to a scene.
 struct Meshes {
     SceneOptions options;
     kxcontour::Model drawn;
@@ -24,8 +22,6 @@ struct Meshes {
     LeftOutTriangles leftOut;
     std::size_t triangles = 0;
 };
-
-} // namespace
 
 /// Shared by copies of a scene until one of them changes.
 struct Scene::Content {
