@@ -139,8 +139,8 @@ ComposingRules RulesFor(const DrawingRequest& request) {
     const std::string overflow = DescribeOverflow(drawing, request);
     throw kxdrawing::NothingToDraw(
         name +
-        (isTooSmall ? ": nothing to draw: all its lines are shorter than --min-length"
-                    : ": nothing to draw: no line of it is visible") +
+        (isTooSmall ? ": nothing to draw: all lines are shorter than --min-length"
+                    : ": nothing to draw: no line is visible") +
         (overflow.empty() ? "" : "; " + overflow));
 }
 
@@ -291,7 +291,7 @@ std::string DescribeOverflow(const kxdrawing::Drawing& drawing, const DrawingReq
         return "";
     }
     return "at this scale the drawing measures " + Millimetres(drawn->width, drawn->height) +
-           " and does not fit on the page of " + Describe(page) + " inside its margin";
+           " and does not fit the page of " + Describe(page) + " inside its margin";
 }
 
 } // namespace kxcontour

@@ -71,7 +71,7 @@ Reason(const Assimp::Importer& importer, const ModelRequest& request, const Mode
         return "it is not a model of a known format";
     }
     if (reason.find("bad_alloc") != std::string::npos) {
-        return "it asks for more memory than there is";
+        return "it needs more memory than is available";
     }
     for (char& letter : reason) {
         letter = static_cast<unsigned char>(letter) < ' ' ? ' ' : letter;
@@ -151,11 +151,11 @@ Model Import(Assimp::Importer& importer, const ModelRequest& request, ModelFiles
 void RequireKnownFormat(const ModelRequest& request) {
     if (!request.format || request.format->empty()) {
         throw kxdrawing::InvalidArgument(
-            "standard input: needs --format, an ending of file names such as stl");
+            "standard input: needs --format, a file name ending such as stl");
     }
     if (!Assimp::Importer().IsExtensionSupported(*request.format)) {
         throw kxdrawing::InvalidArgument("standard input: --format " + *request.format +
-                                         " is not a format that can be read");
+                                         " is not a readable format");
     }
 }
 

@@ -175,7 +175,7 @@ Wm4::Matrix4<double> ClipToWorld(const Pyramid& pyramid, const ViewAxes& axes) {
 
 [[noreturn]] void RefuseSize() {
     throw kxdrawing::NothingToDraw(
-        "nothing to draw: the model is too large or too small for its coordinates");
+        "nothing to draw: the model is too large or too small for single precision");
 }
 
 ctr::DiscreteProjectionSpace MakeSpace(const Wm4::Matrix4<double>& worldToClip,

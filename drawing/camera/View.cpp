@@ -37,7 +37,7 @@ ViewAxes AxesOf(double azimuth, double elevation) {
 
 ViewAxes AxesLooking(const Wm4::Vector3<double>& back, const Wm4::Vector3<double>& viewUp) {
     if (back == Wm4::Vector3<double>(0, 0, 0)) {
-        throw kxdrawing::InvalidArgument("the camera is at its own focal point");
+        throw kxdrawing::InvalidArgument("the camera position is the focal point");
     }
     const Wm4::Vector3<double> toEye = Normalised(back);
     const Wm4::Vector3<double> right = Normalised(viewUp).Cross(toEye);
@@ -45,7 +45,7 @@ ViewAxes AxesLooking(const Wm4::Vector3<double>& back, const Wm4::Vector3<double
     // Written so that NaN is refused too.
     if (!(right.Dot(right) > kParallel * kParallel)) {
         throw kxdrawing::InvalidArgument(
-            "the camera looks along its own up direction; give another --camera-view-up");
+            "the camera looks along its up direction; choose another --camera-view-up");
     }
     const Wm4::Vector3<double> unitRight = Normalised(right);
     return {unitRight, toEye.Cross(unitRight), toEye};

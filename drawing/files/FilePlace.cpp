@@ -78,7 +78,7 @@ void RequireFollowable(const std::string& path, const FilePlace& place) {
     const struct stat folder = StatusOf(path, place.folder.descriptor);
     if (!MayFollowLink(*place.status, folder, ::geteuid())) {
         RefusePlace(path, std::string("'").append((place.folder.path / place.name).string()) +
-                              "' is a link of another user in a folder that all may write");
+                              "' is another user's link in a folder that everyone may write");
     }
 }
 

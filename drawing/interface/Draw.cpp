@@ -107,11 +107,11 @@ void Check(const View& view) {
     Require(std::isfinite(view.azimuth.value_or(0.0)), "the azimuth is not finite");
     Require(std::isfinite(view.elevation.value_or(0.0)), "the elevation is not finite");
     Require(std::isfinite(view.roll), "the roll is not finite");
-    Require(std::isfinite(view.zoom) && view.zoom > 0.0, "the zoom is not over 0");
+    Require(std::isfinite(view.zoom) && view.zoom > 0.0, "the zoom is not positive");
     Require(view.fieldOfView > 0.0 && view.fieldOfView < 180.0,
             "the field of view is not between 0 and 180 degrees");
     if (view.scale) {
-        Require(std::isfinite(*view.scale) && *view.scale > 0.0, "the scale is not over 0");
+        Require(std::isfinite(*view.scale) && *view.scale > 0.0, "the scale is not positive");
         Require(view.projection == Projection::Orthographic,
                 "a scale needs an orthographic projection");
     }
@@ -128,9 +128,9 @@ void Check(const Page& page) {
 }
 
 void Check(const StrokeStyle& style) {
-    Require(std::isfinite(style.width) && style.width > 0.0, "a line width is not over 0");
+    Require(std::isfinite(style.width) && style.width > 0.0, "a line width is not positive");
     for (const double dash : style.dashes) {
-        Require(std::isfinite(dash) && dash > 0.0, "a dash is not over 0");
+        Require(std::isfinite(dash) && dash > 0.0, "a dash is not positive");
     }
 }
 
@@ -143,8 +143,8 @@ void Check(const LineOptions& options) {
             "the least length is negative or not finite");
     Require(!options.arcTolerance ||
                 (std::isfinite(*options.arcTolerance) && *options.arcTolerance > 0.0),
-            "the arc tolerance is not over 0");
-    Require(options.paths || options.lines, "neither paths nor lines are asked for");
+            "the arc tolerance is not positive");
+    Require(options.paths || options.lines, "neither paths nor lines are requested");
 }
 
 std::optional<Wm4::Vector3<double>> Internal(const std::optional<Vector>& vector) {

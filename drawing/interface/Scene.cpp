@@ -44,8 +44,8 @@ void Require(bool holds, const char* message) {
 
 void Check(const Mesh& mesh) {
     constexpr std::size_t kMost = std::numeric_limits<int>::max();
-    Require(mesh.positions.size() % 3 == 0, "the number of coordinates is no multiple of three");
-    Require(mesh.triangles.size() % 3 == 0, "the number of corners is no multiple of three");
+    Require(mesh.positions.size() % 3 == 0, "the number of coordinates is not a multiple of three");
+    Require(mesh.triangles.size() % 3 == 0, "the number of corners is not a multiple of three");
     Require(mesh.positions.size() / 3 <= kMost && mesh.triangles.size() <= kMost,
             "the mesh has too many vertices or triangles");
     Require(std::all_of(mesh.placement.begin(), mesh.placement.end(),
@@ -61,7 +61,7 @@ void Check(const Mesh& mesh) {
         Require(mesh.featureEdges->size() <= kMost / 2, "the mesh has too many feature edges");
         Require(std::all_of(mesh.featureEdges->begin(), mesh.featureEdges->end(),
                             [&](const auto& edge) { return edge[0] < count && edge[1] < count; }),
-                "a feature edge names a vertex that does not exist");
+                "a feature edge has a vertex number out of range");
     }
 }
 
@@ -164,7 +164,7 @@ const kxcontour::Scene& SceneAccess::prepared(const Scene& scene) {
 
 Scene::Scene(const SceneOptions& options) : content_(std::make_shared<Content>()) {
     Require(std::isfinite(options.millimetresPerUnit) && options.millimetresPerUnit > 0.0,
-            "the millimetres per unit are not over 0");
+            "the millimetres per unit are not positive");
     content_->meshes = {options, EmptyModel(options), EmptyModel(options), {}, 0};
 }
 

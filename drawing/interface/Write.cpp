@@ -23,10 +23,10 @@ constexpr std::array<std::pair<std::string_view, Format>, 5> kEndings{{{".svg", 
 
 void Check(const Drawing& drawing, Format format, const WriteOptions& options) {
     if (format == Format::Json && drawing.lines.empty()) {
-        throw InvalidArgument("JSON lists the lines of a drawing, which this one was made without");
+        throw InvalidArgument("JSON needs the lines of the drawing, which was made without them");
     }
     if (format == Format::Png && !(options.dotsPerInch > 0.0)) {
-        throw InvalidArgument("the resolution is not over 0");
+        throw InvalidArgument("the resolution is not positive");
     }
 }
 
@@ -46,7 +46,8 @@ Format FormatOf(const std::filesystem::path& path) {
             return format;
         }
     }
-    throw InvalidArgument("'" + ending + "' is no ending of a drawing: svg, pdf, png, dxf or json");
+    throw InvalidArgument("'" + ending +
+                          "' is not a file name ending of drawings: svg, pdf, png, dxf or json");
 }
 
 void write(const Drawing& drawing, std::ostream& out, Format format, const WriteOptions& options) {
@@ -54,7 +55,7 @@ void write(const Drawing& drawing, std::ostream& out, Format format, const Write
     try {
         kxcontour::WriteTo(out, drawing, format, options);
     } catch (const kxcontour::WriteFailure&) {
-        throw CannotWrite("the stream takes no more of the drawing");
+        throw CannotWrite("the stream failed");
     }
 }
 

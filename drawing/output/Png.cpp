@@ -44,9 +44,8 @@ std::string ResolutionChunk(double pixelsPerMillimetre) {
 int PixelsOf(double millimetres, double pixelsPerMillimetre) {
     const double pixels = std::round(millimetres * pixelsPerMillimetre);
     if (!(pixels <= kMostPixels)) {
-        throw kxdrawing::InvalidArgument(
-            "the picture would have more than 32767 pixels a side; ask "
-            "for fewer dots per inch or a smaller page");
+        throw kxdrawing::InvalidArgument("the picture would have more than 32767 pixels per side; "
+                                         "choose fewer dots per inch or a smaller page");
     }
     return std::max(1, static_cast<int>(pixels));
 }

@@ -10,7 +10,7 @@ class WriteFailure : public std::exception {
 public:
     explicit WriteFailure(int reason) : reason_(reason) {}
 
-    const char* what() const noexcept override { return "the drawing did not come out whole"; }
+    const char* what() const noexcept override { return "the drawing was not written completely"; }
     /// An errno value, or 0 when the reason is unknown, as it is for most streams.
     int reason() const { return reason_; }
 

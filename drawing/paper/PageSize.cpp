@@ -118,11 +118,11 @@ PageSize ParsePageSize(std::string_view text) {
     }
     if (std::min(page->width, page->height) < kShortestSide) {
         throw kxdrawing::InvalidArgument("page '" + std::string(text) +
-                                         "' is too small; 1 mm is the limit");
+                                         "' is too small; the minimum is 1 mm");
     }
     if (std::max(page->width, page->height) > kLongestSide) {
         throw kxdrawing::InvalidArgument("page '" + std::string(text) +
-                                         "' is too large; 100000 mm is the limit");
+                                         "' is too large; the maximum is 100000 mm");
     }
     return *page;
 }

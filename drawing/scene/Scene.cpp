@@ -125,7 +125,7 @@ void SceneBuilder::count(const Model& model, const std::string& name) {
         triangles_ > ctr::BakedTriangles::kMaxTriangles) {
         throw kxdrawing::CannotRead(name + ": too large to draw: " + std::to_string(triangles_) +
                                     " triangles with " + std::to_string(vertices_) +
-                                    " vertices, counted as often as they are placed");
+                                    " vertices, counted once per placement");
     }
 }
 

@@ -62,10 +62,10 @@ bool IsCracked(const SurfaceReport& report) {
 }
 
 std::string DescribeCracks(const SurfaceReport& report) {
-    return "cracks stay open: " + std::to_string(report.nearEdges) + " of " +
-           std::to_string(report.edges) + " edges lie up to " +
+    return "cracks remain open: " + std::to_string(report.nearEdges) + " of " +
+           std::to_string(report.edges) + " edges are up to " +
            fmt::format("{:.2g}", report.widestNear) +
-           " mm beside another one; --weld LENGTH closes them";
+           " mm from another edge; --weld LENGTH closes them";
 }
 
 RepairedSurfaces RepairSurfaces(Model& model, const WeldRequest& request) {

@@ -123,10 +123,11 @@ std::optional<std::string_view> ModelFiles::openSideFile(const std::string& path
     }
     const Folder* folder = folderOf(resolved);
     if (folder == nullptr || !fs::is_regular_file(resolved, unknown)) {
-        refuse(path, folder != nullptr   ? "it is not a regular file"
-                     : model_ == nullptr ? "a model from standard input is read alone"
-                                         : "it lies outside of the model's folder; --side-files "
-                                           "FOLDER allows another one");
+        refuse(path,
+               folder != nullptr ? "it is not a regular file"
+               : model_ == nullptr
+                   ? "a model from standard input cannot refer to files"
+                   : "it is outside the model's folder; --side-files FOLDER allows another folder");
         return std::nullopt;
     }
     auto file = std::make_unique<MappedFile>(

@@ -54,7 +54,7 @@ void RequireComplete(std::string_view bytes, const std::string& name) {
         throw kxdrawing::CannotRead(name + ": is empty");
     }
     if (!IsComplete(bytes)) {
-        throw kxdrawing::CannotRead(name + ": is cut short or damaged: its end is missing");
+        throw kxdrawing::CannotRead(name + ": is truncated or damaged: its end is missing");
     }
 }
 

@@ -229,7 +229,7 @@ void RefuseWord(const ModelRequest& request, TextScanner scanner, const std::str
 }
 
 void RefuseCutModel(const ModelRequest& request) {
-    throw kxdrawing::CannotRead(NameOf(request) + ": is cut short or damaged: its end is missing");
+    throw kxdrawing::CannotRead(NameOf(request) + ": is truncated or damaged: its end is missing");
 }
 
 } // namespace kxcontour

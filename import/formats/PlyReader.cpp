@@ -92,7 +92,7 @@ public:
             const bool known = readLine(keyword);
             requireLineEnd();
             if (!known) {
-                RefuseModel(request_, scanner_.place() + " of its header is not understood");
+                RefuseModel(request_, scanner_.place() + " of its header is invalid");
             }
             scanner_.skipLine();
         }

@@ -155,7 +155,7 @@ std::string ReadAndPack(const Task& task, int pipe) {
     } catch (const CannotRead& failure) {
         return PackFailure(failure.what());
     } catch (const std::bad_alloc&) {
-        return failed("it asks for more memory than there is");
+        return failed("it needs more memory than is available");
     } catch (const std::exception& error) {
         return failed(error.what());
     }
@@ -232,8 +232,8 @@ CannotRead TookLonger(const ModelRequest& request, std::chrono::duration<double>
 }
 
 CannotRead SentNoModel(const ModelRequest& request) {
-    return UnreadableModel(request, "the importer sent something that is no model; the file may be "
-                                    "made to do harm");
+    return UnreadableModel(request,
+                           "the importer sent an invalid message; the file may be malicious");
 }
 
 /// The failure of a child that ended with this status before its message was complete.
@@ -242,16 +242,16 @@ CannotRead EndedEarly(const ModelRequest& request, int status) {
         return SentNoModel(request);
     }
     if (!WIFSIGNALED(status)) {
-        return UnreadableModel(request, "the importer gave up");
+        return UnreadableModel(request, "the importer ended without a message");
     }
     if (WTERMSIG(status) == SIGSYS) {
-        return UnreadableModel(request, "the importer was stopped, as it tried what reading a "
-                                        "model does not need; the file may be made to do harm");
+        return UnreadableModel(request, "the importer was stopped because it tried a forbidden "
+                                        "operation; the file may be malicious");
     }
     if (WTERMSIG(status) == SIGKILL) {
-        return UnreadableModel(request, "the importer was killed, perhaps for want of memory");
+        return UnreadableModel(request, "the importer was killed, perhaps because memory ran out");
     }
-    return UnreadableModel(request, "the importer crashed; the file may be damaged or cut short");
+    return UnreadableModel(request, "the importer crashed; the file may be damaged or truncated");
 }
 /// @}
 
@@ -345,7 +345,7 @@ Model Receive(const ModelRequest& request, Child& child, int pipe) {
             throw EndedEarly(request, child.join());
         }
     } catch (const std::bad_alloc&) {
-        throw UnreadableModel(request, "it asks for more memory than there is");
+        throw UnreadableModel(request, "it needs more memory than is available");
     }
 }
 /// @}

@@ -371,9 +371,8 @@ TEST_F(ManyViews, AreDrawnByTheThreadsThatCouldBeStarted) {
     auto expected = tool_test::FilesIn(folder_);
     const RunResult alone = RunWithStacks(folder_, "4000000", "3000000", "8");
     EXPECT_EQ(alone.exitCode, 0);
-    EXPECT_EQ(alone.err,
-              "kxcontour: warning: only 1 of 8 threads could be started; the batch goes on "
-              "with these\n");
+    EXPECT_EQ(alone.err, "kxcontour: warning: only 1 of 8 threads could be started; the batch "
+                         "continues with these\n");
     auto found = tool_test::FilesIn(folder_);
     found["jobs.json.state"] = expected["jobs.json.state"];
     EXPECT_EQ(found, expected) << "the same drawings, and no file beside them";

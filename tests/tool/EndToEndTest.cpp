@@ -475,9 +475,8 @@ TEST(Models, OfAnySizeAreDrawnAlikeOrRefused) {
         for (const int exponent : {-100, 66, 100}) {
             const RunResult run = draw(exponent);
             EXPECT_EQ(run.exitCode, 4) << projection << ' ' << exponent;
-            EXPECT_EQ(run.err,
-                      "kxcontour: nothing to draw: the model is too large or too small for "
-                      "its coordinates\n");
+            EXPECT_EQ(run.err, "kxcontour: nothing to draw: the model is too large or too small "
+                               "for single precision\n");
             EXPECT_EQ(ReadBytes(folder.path("a.svg")), usual) << "nothing is lost";
         }
     }

@@ -145,7 +145,7 @@ TEST_F(Scale, SaysWhenTheModelDoesNotFit) {
     const RunResult run = this->run("cube.obj --view front --unit mm --scale 120:1 -o a.svg");
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.err, "kxcontour: warning: a.svg: at this scale the drawing measures 240 x 240 mm "
-                       "and does not fit on the page of 210 x 297 mm inside its margin\n");
+                       "and does not fit the page of 210 x 297 mm inside its margin\n");
     EXPECT_EQ(this->run("cube.obj --view front --unit mm --scale 95:1 -o a.svg").err, "")
         << "it just fits";
 }
@@ -735,10 +735,9 @@ TEST_F(Drawn, IsToldOfAsMuchAsAskedFor) {
     const RunResult verbose = run("cube.obj -v -o a.svg --view front --scale 5:1 --unit mm");
     EXPECT_EQ(verbose.out, "a.svg: 210 x 297 mm, 1 line\n");
     EXPECT_EQ(verbose.err,
-              "kxcontour: cube.obj: 12 triangles in 1 part, one unit is 1 mm\n"
-              "kxcontour: a.svg: 4 pieces found, 4 left when each is drawn once, 1 path after "
-              "joining, 0 short paths left out\n"
-              "kxcontour: a.svg: scale 5:1\n");
+              "kxcontour: cube.obj: 12 triangles in 1 part, one unit is 1 mm\nkxcontour: a.svg: 4 "
+              "pieces found, 4 after removing duplicates, 1 path after joining, 0 short paths left "
+              "out\nkxcontour: a.svg: scale 5:1\n");
 }
 
 TEST_F(Drawn, IsSummedUpAsJson) {

@@ -69,23 +69,22 @@ protected:
 
 TEST_F(OwnFiles, ADrawingDoesNotTakeThePlaceOfTheConfiguration) {
     expectRefusal("cube.obj --config good.toml -o good.toml --output-format svg",
-                  "good.toml: is read for its options; the drawing would overwrite it");
+                  "good.toml: is a file of options; the drawing would overwrite it");
     hardLink("good.toml", "twin.svg");
     expectRefusal("cube.obj --config good.toml -o twin.svg",
-                  "twin.svg: is read for its options; the drawing would overwrite it");
+                  "twin.svg: is a file of options; the drawing would overwrite it");
     link("good.toml", "front.svg");
     expectRefusal("cube.obj --config good.toml --views front -o {view}.svg",
-                  "front.svg: is read for its options; the drawing would overwrite it");
+                  "front.svg: is a file of options; the drawing would overwrite it");
 }
 
 TEST_F(OwnFiles, ADrawingDoesNotTakeThePlaceOfTheJobs) {
     writeJobs("a.svg", "list");
     fs::rename(folder_.path("jobs.json"), folder_.path("list"));
-    expectRefusal("batch list", "list: is read for its options; the drawing would overwrite it");
+    expectRefusal("batch list", "list: is a file of options; the drawing would overwrite it");
     writeJobs("a.svg", "b.svg");
     link("jobs.json", "b.svg");
-    expectRefusal("batch jobs.json",
-                  "b.svg: is read for its options; the drawing would overwrite it");
+    expectRefusal("batch jobs.json", "b.svg: is a file of options; the drawing would overwrite it");
 }
 
 TEST_F(OwnFiles, ADrawingDoesNotTakeThePlaceOfTheModelOfAnotherJob) {
@@ -123,7 +122,7 @@ TEST_F(OwnFiles, NotesDoNotTakeThePlaceOfAnything) {
     folder_.write("b.svg", "old");
     const auto expect = [&](const std::string& state) {
         expectRefusal("batch jobs.json --config good.toml --state " + state,
-                      "state '" + state + "' is a file of the batch already");
+                      "state '" + state + "' is already a file of the batch");
     };
     expect("cube.obj");
     expect("good.toml");
@@ -132,7 +131,7 @@ TEST_F(OwnFiles, NotesDoNotTakeThePlaceOfAnything) {
     hardLink("b.svg", "twin");
     expect("twin");
     expectRefusal("cube.obj --views front -o {view}.svg --state cube.obj",
-                  "state 'cube.obj' is a file of the batch already");
+                  "state 'cube.obj' is already a file of the batch");
 }
 
 TEST_F(OwnFiles, StandardInputMayBeAFile) {
@@ -145,7 +144,8 @@ TEST_F(OwnFiles, StandardInputMayBeAFile) {
 TEST_F(OwnFiles, StandardOutputMayBeAFile) {
     expectRefusal("cube.obj -o -", "standard output: is an input; the drawing would overwrite it",
                   outputTo("cube.obj"));
-    const std::string message = "standard output goes to cube.obj, which is a file of this run";
+    const std::string message =
+        "standard output is redirected to cube.obj, which is a file of this run";
     expectRefusal("cube.obj --info", message, outputTo("cube.obj"));
     expectRefusal("cube.obj --info --json", message, outputTo("cube.obj"));
     expectRefusal("cube.obj -o new.svg", message, outputTo("cube.obj"));
@@ -153,7 +153,7 @@ TEST_F(OwnFiles, StandardOutputMayBeAFile) {
     writeJobs("a.svg", "b.svg");
     expectRefusal("batch jobs.json", message, outputTo("cube.obj"));
     expectRefusal("batch jobs.json --json",
-                  "standard output goes to jobs.json, which is a file of this run",
+                  "standard output is redirected to jobs.json, which is a file of this run",
                   outputTo("jobs.json"));
 }
 
@@ -205,7 +205,7 @@ TEST_F(SideFiles, AreNotReplacedByADrawingOfTheirModel) {
 }
 
 TEST_F(SideFiles, DoNotGetWhatIsPrinted) {
-    const std::string message = "standard output: belongs to a model, which would be overwritten";
+    const std::string message = "standard output: belongs to a model and would be overwritten";
     expectRefusal("model.gltf --info", message, outputTo("buffer.bin"));
     expectRefusal("model.gltf -o new.svg", message, outputTo("buffer.bin"));
 }
@@ -231,7 +231,7 @@ TEST_F(SideFiles, AreNotReplacedByNotes) {
     folder_.write("jobs.json", R"({"jobs": [{"model": "cube.obj", "output": "a.svg"},
         {"model": "model.gltf", "output": "b.svg"}]})");
     expectRefusal("batch jobs.json --jobs 1 --state buffer.bin",
-                  "buffer.bin: belongs to a model, which would be overwritten");
+                  "buffer.bin: belongs to a model and would be overwritten");
 }
 
 } // namespace

@@ -121,8 +121,8 @@ TEST(SharedFolder, LinksOfOthersAreNotFollowed) {
     ASSERT_EQ(::lchown(folder.path("shared/a.svg").c_str(), 65534, 65534), 0);
     const RunResult run = RunIn(folder, "cube.obj -o shared/a.svg");
     EXPECT_EQ(run.exitCode, 5);
-    EXPECT_EQ(run.err, "kxcontour: shared/a.svg: cannot write: 'shared/a.svg' is a link of another "
-                       "user in a folder that all may write\n");
+    EXPECT_EQ(run.err, "kxcontour: shared/a.svg: cannot write: 'shared/a.svg' is another user's "
+                       "link in a folder that everyone may write\n");
     EXPECT_EQ(ReadBytes(precious), "kept");
 }
 

@@ -288,7 +288,7 @@ private:
         }
         const std::lock_guard lock(speaking_);
         messages_.warn("only " + std::to_string(started) + " of " + std::to_string(wanted) +
-                       " threads could be started; the batch goes on with these");
+                       " threads could be started; the batch continues with these");
     }
 
     /// False where the job finds no memory. Nothing here allocates but the job itself.

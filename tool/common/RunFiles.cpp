@@ -38,7 +38,7 @@ void RunFiles::writeDrawing(const std::string& path) {
         case Use::Model:
             RefuseUsage(name + ": is an input; the drawing would overwrite it");
         case Use::Options:
-            RefuseUsage(name + ": is read for its options; the drawing would overwrite it");
+            RefuseUsage(name + ": is a file of options; the drawing would overwrite it");
         default:
             RefuseUsage(name + ": is the same file as " + other->path +
                         "; one would overwrite the other");
@@ -50,7 +50,7 @@ void RunFiles::writeDrawing(const std::string& path) {
 void RunFiles::writeState(const std::string& path) {
     const std::optional<FileIdentity> file = IdentityOfPath(path);
     if (find(file) != nullptr) {
-        RefuseUsage("state '" + path + "' is a file of the batch already");
+        RefuseUsage("state '" + path + "' is already a file of the batch");
     }
     add(file, {path, Use::State});
 }
@@ -58,7 +58,8 @@ void RunFiles::writeState(const std::string& path) {
 void RunFiles::print() {
     const std::optional<FileIdentity> file = IdentityOfDescriptor(STDOUT_FILENO);
     if (const Entry* other = find(file)) {
-        RefuseUsage("standard output goes to " + other->path + ", which is a file of this run");
+        RefuseUsage("standard output is redirected to " + other->path +
+                    ", which is a file of this run");
     }
     add(file, {"standard output", Use::Results});
 }
@@ -68,7 +69,7 @@ void RunFiles::readSideFiles(const std::vector<std::string>& paths) {
         const std::optional<FileIdentity> file = IdentityOfPath(path);
         const Entry* other = find(file);
         if (other != nullptr && (other->use == Use::State || other->use == Use::Results)) {
-            RefuseUsage(other->path + ": belongs to a model, which would be overwritten");
+            RefuseUsage(other->path + ": belongs to a model and would be overwritten");
         }
         if (file) {
             sideFiles_.insert(*file);

@@ -69,9 +69,9 @@ std::string DescribeName(const std::string& name) {
 
 std::string DescribeNormals(const ModelInfo& info) {
     if (info.meshesWithNormals == 0) {
-        return "not used: the angle between faces tells which edges are creases";
+        return "not used: creases are found by the angle between faces";
     }
-    const std::string used = "used: they tell which edges are creases";
+    const std::string used = "used to find creases";
     return info.meshesWithNormals == info.meshes
                ? used
                : fmt::format("{} of {} meshes {}", info.meshesWithNormals, info.meshes, used);
@@ -108,14 +108,14 @@ std::string DescribeSurface(const SurfaceReport& surface) {
         text += count > 0 ? ", " + Count(count, one, many) : "";
     };
     add(surface.openEdges, "open edge", "open edges");
-    add(surface.crowdedEdges, "edge of more than two triangles",
-        "edges of more than two triangles");
+    add(surface.crowdedEdges, "edge with more than two triangles",
+        "edges with more than two triangles");
     add(surface.joinedEdges, "edge", "edges");
     if (surface.joinedEdges > 0) {
-        text += fmt::format(" joined over up to {:.2g} mm", surface.widestGap);
+        text += fmt::format(" joined across gaps of up to {:.2g} mm", surface.widestGap);
     }
     add(surface.splitEdges, "edge split", "edges split");
-    add(surface.doubledFaces, "triangle given twice", "triangles given twice");
+    add(surface.doubledFaces, "duplicate triangle", "duplicate triangles");
     return text;
 }
 

@@ -63,7 +63,7 @@ void TellAbout(const Scene& scene,
                   (scene.unitStated ? "" : " (assumed)"));
     if (options.output.format != OutputFormat::Json) {
         messages.note(report.output + ": " + Count(report.lines.lines, "piece") + " found, " +
-                      std::to_string(report.lines.shownOnce) + " left when each is drawn once, " +
+                      std::to_string(report.lines.shownOnce) + " after removing duplicates, " +
                       Count(report.lines.paths, "path") + " after joining, " +
                       Count(report.lines.shortPaths, "short path") + " left out");
     }

@@ -84,7 +84,7 @@ private:
     void takeNext(const OptionInfo& option) {
         if (!option.isFlag() && rest_.empty()) {
             refuseUnknown();
-            RefuseUsage(option.dashed() + " needs a value, " + option.dashed() + " " +
+            RefuseUsage(option.dashed() + " needs a value: " + option.dashed() + " " +
                         option.argument);
         }
         takeValue(option, option.isFlag() ? "true" : next());

@@ -14,14 +14,14 @@ namespace {
 
 void RequireMark(const GivenOptions& given) {
     if (given.has("sheet")) {
-        RefuseUsage("--views and --sheet cannot go together");
+        RefuseUsage("--views and --sheet cannot be combined");
     }
     const GivenText* output = given.find("output");
     if (output == nullptr) {
-        RefuseUsage("no output given; name it with -o OUT-{view}.svg");
+        RefuseUsage("no output given; use -o OUT-{view}.svg");
     }
     if (output->text.find(kViewMark) == std::string::npos) {
-        RefuseUsage("output '" + output->text + "' has to contain {view}, one file for each view");
+        RefuseUsage("output '" + output->text + "' must contain {view}, for one file per view");
     }
 }
 
@@ -30,10 +30,10 @@ void RefuseStreams(const DrawingOptions& options) {
     const InputOptions& input = options.input;
     if (std::any_of(input.models.begin(), input.models.end(), isStream) ||
         std::any_of(input.occluders.begin(), input.occluders.end(), isStream)) {
-        RefuseUsage("a batch reads files; '-' is not one");
+        RefuseUsage("a batch cannot read standard input");
     }
     if (isStream(options.output.path)) {
-        RefuseUsage("a batch writes files; '-' is not one");
+        RefuseUsage("a batch cannot write to standard output");
     }
 }
 
@@ -77,7 +77,7 @@ void Note(Writers& writers, const BatchJob& job, std::size_t number) {
         const std::string path = "output '" + job.options.output.path + "'";
         RefuseUsage(other->second == number
                         ? path + " is written twice"
-                        : path + " is written by job " + std::to_string(other->second) + ", too");
+                        : path + " is also written by job " + std::to_string(other->second));
     }
 }
 
@@ -89,7 +89,7 @@ void RequireOwnState(const BatchCommand& batch,
     }
     const std::string key = FileKey(batch.statePath);
     if (writers.count(key) > 0 || (!jobFile.empty() && key == FileKey(jobFile))) {
-        RefuseUsage("state '" + batch.statePath + "' is a file of the batch already");
+        RefuseUsage("state '" + batch.statePath + "' is already a file of the batch");
     }
 }
 

@@ -36,7 +36,7 @@ bool WroteText(const Arguments& arguments, std::ostream& out) {
     } else if (command == "help") {
         out << (arguments.size() > 1 ? TopicHelp(word) : ShortHelp());
     } else if (word.empty()) {
-        RefuseUsage("completions are for a shell; choose bash, zsh or fish");
+        RefuseUsage("completions need a shell: bash, zsh or fish");
     } else {
         out << Completions(word);
     }
@@ -69,17 +69,18 @@ TakeJobs(const std::string& jobFile, const GivenOptions& given, const GivenOptio
 BatchCommand ReadBatchCommand(GivenOptions given) {
     const std::vector<GivenText> files = given.all("model");
     if (files.empty() || files.front().text.empty()) {
-        RefuseUsage("no job file given; kxcontour batch JOBS.json");
+        RefuseUsage("no job file given; use kxcontour batch JOBS.json");
     }
     if (files.size() > 1) {
         RefuseUsage("unexpected argument '" + files[1].text + "'; a batch has one job file");
     }
     if (files.front().text == "-") {
-        RefuseUsage("a batch reads its jobs from a file; '-' is not one");
+        RefuseUsage("a batch cannot read its jobs from standard input");
     }
     for (const char* name : {"output", "views", "info"}) {
         if (given.has(name)) {
-            RefuseUsage(std::string("--") + name + " is not for 'batch'; see kxcontour help batch");
+            RefuseUsage(std::string("--") + name +
+                        " cannot be used with 'batch'; see kxcontour help batch");
         }
     }
     given.remove("model");
@@ -100,7 +101,8 @@ void RefuseBatchOptions(const GivenOptions& given) {
     for (const char* name : {"jobs", "force", "state"}) {
         const GivenText* text = given.find(name);
         if (text != nullptr && text->where.empty()) {
-            RefuseUsage(std::string("--") + name + " is for batches; see kxcontour help batch");
+            RefuseUsage(std::string("--") + name +
+                        " is for batches only; see kxcontour help batch");
         }
     }
 }

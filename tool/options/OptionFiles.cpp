@@ -54,7 +54,7 @@ std::string ReadOptionFile(const std::string& path) {
         FailedToRead(path, "cannot be read");
     }
     if (text.size() > kLargestFile) {
-        FailedToRead(path, "is too large for a file of options");
+        FailedToRead(path, "is too large for a configuration or job file");
     }
     return text;
 }
@@ -64,7 +64,7 @@ Json ParseJson(const std::string& text, const std::string& path) {
         return Json::parse(text);
     } catch (const Json::parse_error& error) {
         const std::size_t line = LineOf(text, error.byte > 0 ? error.byte - 1 : 0);
-        FailedToRead(path + ":" + std::to_string(line), "is not correct JSON");
+        FailedToRead(path + ":" + std::to_string(line), "is not valid JSON");
     } catch (const Json::out_of_range&) {
         FailedToRead(path, "has a number that is too large");
     }
@@ -96,7 +96,7 @@ Json ParseToml(const std::string& text, const std::string& path) {
         return ToJson(toml::parse(std::string_view(text), std::string_view(path)));
     } catch (const toml::parse_error& error) {
         throw kxdrawing::CannotRead(path + ":" + std::to_string(error.source().begin.line) +
-                                    ": is not correct TOML: " + std::string(error.description()));
+                                    ": is not valid TOML: " + std::string(error.description()));
     }
 }
 
@@ -115,14 +115,14 @@ void RequireKnownMembers(const Json& root, const std::string& path) {
 
 void RequireFrame(const Json& root, const std::string& path) {
     if (!root.is_object()) {
-        RefuseType(path + ":", "a table with a list 'jobs'", root);
+        RefuseType(path + ":", "an object with an array 'jobs'", root);
     }
     RequireKnownMembers(root, path);
     if (!root.contains("jobs")) {
-        RefuseUsage(path + ": has no list 'jobs'");
+        RefuseUsage(path + ": has no array 'jobs'");
     }
     if (!root["jobs"].is_array()) {
-        RefuseType(path + ": 'jobs'", "a list", root["jobs"]);
+        RefuseType(path + ": 'jobs'", "an array", root["jobs"]);
     }
     if (root["jobs"].empty()) {
         RefuseUsage(path + ": has no jobs");
@@ -132,7 +132,7 @@ void RequireFrame(const Json& root, const std::string& path) {
 GivenOptions ReadDefaults(const Json& root, const std::string& path) {
     const Json defaults = root.value("defaults", Json::object());
     if (!defaults.is_object()) {
-        RefuseType(path + ": 'defaults'", "a table", defaults);
+        RefuseType(path + ": 'defaults'", "an object", defaults);
     }
     return ReadKeys(defaults, {path, path + ": defaults: ", "defaults: ", Scope::Anywhere, {}});
 }
@@ -140,17 +140,17 @@ GivenOptions ReadDefaults(const Json& root, const std::string& path) {
 std::string ReadName(const Json& entry, const std::string& where) {
     const Json name = entry.value("name", Json(""));
     if (!name.is_string()) {
-        RefuseType(where + "name", "a text", name);
+        RefuseType(where + "name", "a string", name);
     }
     if (name.get_ref<const std::string&>().find('\0') != std::string::npos) {
-        RefuseUsage(where + "name has a zero character in its text");
+        RefuseUsage(where + "name contains a zero character");
     }
     return name.get<std::string>();
 }
 
 GivenJob ReadJob(const Json& entry, const std::string& where, const std::string& path) {
     if (!entry.is_object()) {
-        RefuseType(where.substr(0, where.size() - 1), "a table", entry);
+        RefuseType(where.substr(0, where.size() - 1), "an object", entry);
     }
     return {where, ReadName(entry, where),
             ReadKeys(entry, {path, where, "", Scope::Anywhere, {"name"}})};
@@ -161,14 +161,14 @@ GivenJob ReadJob(const Json& entry, const std::string& where, const std::string&
 GivenOptions ReadConfigFile(const std::string& path) {
     const std::string ending = LowerCase(std::filesystem::path(path).extension().string());
     if (ending != ".toml" && ending != ".json") {
-        RefuseUsage("configuration file '" + path + "' has to end in .toml or .json");
+        RefuseUsage("configuration file '" + path + "' must end in .toml or .json");
     }
     const std::string text = ReadOptionFile(path);
     const bool isToml = ending == ".toml";
     RequireShallow(text, isToml ? OptionSyntax::Toml : OptionSyntax::Json, path);
     const Json object = isToml ? ParseToml(text, path) : ParseJson(text, path);
     if (!object.is_object()) {
-        RefuseType(path + ":", "a table of options", object);
+        RefuseType(path + ":", "an object of options", object);
     }
     return ReadKeys(object, {path, path + ": ", path + ": ", Scope::Config, {}});
 }

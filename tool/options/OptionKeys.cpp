@@ -22,7 +22,7 @@ using Texts = std::vector<std::string>;
     const std::string nearest = NearestName(key, known);
     const bool misplaced = FindOption(key) != nullptr;
     RefuseUsage(source.where + (misplaced
-                                    ? "'" + key + "' belongs on the command line"
+                                    ? "'" + key + "' is for the command line only"
                                     : "unknown key '" + Shortened(key) + "'" +
                                           (nearest.empty() ? "; see kxcontour help config"
                                                            : "; did you mean '" + nearest + "'?")));
@@ -43,18 +43,19 @@ Form FormOf(const OptionValue& option) {
     case ValueKind::Flag:
         return {.wanted = "true or false", .text = false};
     case ValueKind::Number:
-        return {.wanted = "a number or a text", .number = true};
+        return {.wanted = "a number or a string", .number = true};
     case ValueKind::Names:
-        return {.wanted = "a text or a list of texts", .listOfTexts = true, .between = ","};
+        return {.wanted = "a string or an array of strings", .listOfTexts = true, .between = ","};
     case ValueKind::Point:
-        return {.wanted = "a list of three numbers", .listOfNumbers = true, .between = ","};
+        return {.wanted = "an array of three numbers", .listOfNumbers = true, .between = ","};
     case ValueKind::Style:
     case ValueKind::File:
     case ValueKind::Text:
         break;
     }
-    return option.repeatable ? Form{.wanted = "a text or a list of texts", .listOfTexts = true}
-                             : Form{.wanted = "a text"};
+    return option.repeatable
+               ? Form{.wanted = "a string or an array of strings", .listOfTexts = true}
+               : Form{.wanted = "a string"};
 }
 
 std::string ScalarText(const Json& value) {
@@ -87,12 +88,13 @@ Texts ReadForm(const Form& form,
 /// which "all" is first, so that the others refine it.
 Texts StyleItems(const KeySource& source, const Json& value) {
     const Form form{
-        .wanted = "a text or a number", .number = true, .listOfNumbers = true, .between = "/"};
+        .wanted = "a string or a number", .number = true, .listOfNumbers = true, .between = "/"};
     Texts items;
     for (const auto& [family, keys] : value.items()) {
         if (!keys.is_object()) {
             const std::string name = "style." + family;
-            RefuseType(source.where + Shortened(name), "a table of width, color and dash", keys);
+            RefuseType(source.where + Shortened(name), "an object with width, color and dash",
+                       keys);
         }
         for (const auto& [key, entry] : keys.items()) {
             const std::string item = Joined({family, key}, ".");
@@ -133,9 +135,9 @@ std::string TypeText(const Json& value) {
         return value.dump();
     }
     return value.is_null()     ? "null"
-           : value.is_string() ? "a text"
-           : value.is_array()  ? "a list"
-           : value.is_object() ? "a table"
+           : value.is_string() ? "a string"
+           : value.is_array()  ? "an array"
+           : value.is_object() ? "an object"
                                : "a number";
 }
 
@@ -153,7 +155,7 @@ GivenOptions ReadKeys(const Json& object, const KeySource& source) {
         }
         for (const std::string& text : TextsOf(source, *option, value)) {
             if (text.find('\0') != std::string::npos) {
-                RefuseUsage(source.where + key + " has a zero character in its text");
+                RefuseUsage(source.where + key + " contains a zero character");
             }
             given.add(key, text, source.valueWhere);
         }
@@ -162,7 +164,7 @@ GivenOptions ReadKeys(const Json& object, const KeySource& source) {
 }
 
 void RefuseType(const std::string& what, const char* wanted, const Json& value) {
-    RefuseUsage(what + " has to be " + wanted + ", not " + TypeText(value));
+    RefuseUsage(what + " must be " + wanted + ", not " + TypeText(value));
 }
 
 } // namespace kxcontour

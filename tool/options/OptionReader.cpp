@@ -56,7 +56,7 @@ void ForbidTogether(const GivenOptions& given,
                     const std::string& option,
                     const std::string& other) {
     Forbid(given, option.c_str(), given.has(other),
-           "--" + option + " and --" + other + " cannot go together");
+           "--" + option + " and --" + other + " cannot be combined");
 }
 
 /// A list of views excludes other directions.
@@ -72,7 +72,7 @@ void RequireModel(const GivenOptions& given) {
                                         [](const GivenText& model) { return model.text.empty(); });
     if (nameless > 0 || models.empty()) {
         RefuseUsage(nameless == std::ssize(models) ? "no model given; see --help"
-                                                   : "a model is given an empty file name");
+                                                   : "a model has an empty file name");
     }
 }
 
@@ -86,7 +86,7 @@ void CheckStandardInput(const GivenOptions& given, const InputOptions& input) {
         RefuseUsage("'-' is standard input and needs --format, such as --format stl");
     }
     ForbidHere(given, "format", streams == 0,
-               "--format is for standard input; give '-' as the model, or leave it out");
+               "--format is for standard input only; use '-' as the model, or omit --format");
 }
 
 void CheckCamera(const GivenOptions& given, const CameraRequest& camera) {
@@ -94,10 +94,9 @@ void CheckCamera(const GivenOptions& given, const CameraRequest& camera) {
     Forbid(given, "camera-position", camera.focalPoint && camera.position == camera.focalPoint,
            "--camera-position and --camera-focal-point are the same point");
     Forbid(given, "fov", !camera.scale && !perspective, "--fov needs --projection perspective");
-    Forbid(given, "scale", given.has("zoom"), "--scale and --zoom cannot go together");
-    Forbid(given, "scale", given.has("fov"), "--scale and --fov cannot go together");
-    Forbid(given, "scale", perspective,
-           "--scale needs an orthographic view; a perspective has none");
+    Forbid(given, "scale", given.has("zoom"), "--scale and --zoom cannot be combined");
+    Forbid(given, "scale", given.has("fov"), "--scale and --fov cannot be combined");
+    Forbid(given, "scale", perspective, "--scale needs an orthographic view");
 }
 
 void CheckPage(const GivenOptions& given, PageOptions& page, bool perspective) {
@@ -106,7 +105,7 @@ void CheckPage(const GivenOptions& given, PageOptions& page, bool perspective) {
            std::min(page.size.width, page.size.height) <= 2.0 * page.margin,
            "page '" + (sheet == nullptr ? "A4" : sheet->text) +
                "' leaves no room inside its margin of " + NumberText(page.margin) +
-               " mm; each side has to be over " + NumberText(2.0 * page.margin) + " mm");
+               " mm; each side must exceed " + NumberText(2.0 * page.margin) + " mm");
     Forbid(given, "sheet", perspective, "--sheet needs orthographic views");
     ForbidHere(given, "arrangement", page.views.empty(), "--arrangement needs --sheet");
     if (page.views.empty()) {
@@ -132,7 +131,7 @@ void CompleteFormat(const GivenOptions& given, OutputOptions& output) {
                " contradict each other");
     Forbid(given, "output", format == nullptr && !byName && output.path != "-",
            "output '" + output.path +
-               "' does not end in .svg, .pdf, .png, .dxf or .json; name the format with "
+               "' does not end in .svg, .pdf, .png, .dxf or .json; choose the format with "
                "--output-format");
     output.format = byName.value_or(output.format);
 }
@@ -172,7 +171,7 @@ void CompleteOutput(const GivenOptions& given, OutputOptions& output, bool persp
 void RequireOutput(const GivenOptions& given) {
     const GivenText* path = given.find("output");
     if (path == nullptr || path->text.empty()) {
-        RefuseUsage("no output given; name it with -o OUT.svg");
+        RefuseUsage("no output given; use -o OUT.svg");
     }
 }
 
@@ -215,7 +214,7 @@ MessageOptions ReadMessageOptions(const GivenOptions& given) {
     AllOptions all;
     ReadTopic(Topic::Messages, given, all);
     Forbid(given, "quiet", given.isSet("quiet") && given.isSet("verbose"),
-           "--quiet and --verbose cannot go together");
+           "--quiet and --verbose cannot be combined");
     return all.drawing.messages;
 }
 
@@ -234,7 +233,7 @@ DrawingOptions ReadDrawingOptions(const GivenOptions& given) {
     ReadTopic(Topic::Output, given, all);
     CompleteOutput(given, options.output, perspective);
     Forbid(given, "sheet", options.output.format == OutputFormat::Json,
-           "--sheet is for drawings; JSON holds the lines of one view");
+           "--sheet has no JSON output, which lists the lines of one view");
     options.messages = ReadMessageOptions(given);
     RequireOwnOutput(options.input, options.output.path);
     if (options.messages.json && options.output.path == "-") {

@@ -53,7 +53,7 @@ void AddModel(const std::string& text, std::vector<std::string>& models) {
 }
 
 void AddOccluder(const std::string& text, std::vector<std::string>& occluders) {
-    occluders.push_back(RequireName(text, "--occluder is given an empty file name"));
+    occluders.push_back(RequireName(text, "--occluder has an empty file name"));
 }
 
 void TurnPage(const std::string& text, PageSize& page) {
@@ -78,19 +78,19 @@ WeldRequest ParseWeld(const std::string& text) {
     }
     constexpr double kMost = 1e6;
     return {Mode::Length,
-            ParseLength(text, "weld distance", "auto, off or a length over 0, to 1000 m",
+            ParseLength(text, "weld distance", "auto, off or a positive length up to 1000 m",
                         {0.0, kMost, true, false})};
 }
 
 std::string ParseFolder(const std::string& text) {
-    return RequireName(text, "--side-files is given an empty folder name");
+    return RequireName(text, "--side-files has an empty folder name");
 }
 
 std::uint64_t ParseInputSize(const std::string& text) {
     const std::optional<std::uint64_t> size = ReadByteSize(text);
     if (!size) {
         RefuseUsage("input size '" + text +
-                    "' is not a number of bytes over 0, such as 500MB or 2GB");
+                    "' is not a positive number of bytes, such as 500MB or 2GB");
     }
     return *size;
 }
@@ -103,7 +103,7 @@ std::chrono::milliseconds ParseReadLimit(const std::string& text) {
 }
 
 std::optional<std::string> ParseFit(const std::string& text) {
-    RequireName(text, "--fit is given an empty name; name an object, or all");
+    RequireName(text, "--fit has an empty name; choose an object, or all");
     return text == "all" ? std::nullopt : std::optional<std::string>(text);
 }
 
@@ -120,7 +120,7 @@ std::vector<View> ParseViews(const std::string& text) {
     for (const std::string& name : Split(text, ",")) {
         const View view = ParseView(name);
         if (std::count(views.begin(), views.end(), view) > 0) {
-            RefuseUsage("view '" + name + "' is asked for twice");
+            RefuseUsage("view '" + name + "' is listed twice");
         }
         views.push_back(view);
     }
@@ -136,7 +136,7 @@ unsigned int ParseThreads(const std::string& text) {
 }
 
 std::string ParseStatePath(const std::string& text) {
-    return RequireName(text == "-" ? "" : text, "--state has to name a file");
+    return RequireName(text == "-" ? "" : text, "--state must name a file");
 }
 
 } // namespace
@@ -185,7 +185,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "A model may consist of several files, such as a glTF file and its buffers. They are read "
          "if they lie in the model's own folder, in folders below it, or in FOLDER and those "
          "below. Links that lead out of these folders are not followed, and a model from standard "
-         "input is read alone."},
+         "input cannot refer to files."},
         {"max-input", 0, "SIZE", "2GB", Topic::Input, Effect::Limit,
          Stored(ValueKind::Number, &ReadRules::largestInput, ParseInputSize,
                 {"500MB", "2GB", "10GB"}),
@@ -243,7 +243,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "the farther away they are."},
         {"fov", 0, "DEG", "30", Topic::Camera, Effect::Drawing,
          Number(&CameraRequest::fieldOfView, "field of view",
-                "a number of degrees over 0 and under 170", {0.0, 170.0, true, true}),
+                "a number of degrees above 0 and below 170", {0.0, 170.0, true, true}),
          "Vertical field of view of a perspective",
          "The vertical field of view of a perspective drawing inside its margin, over 0 and under "
          "170 degrees. Needs --projection perspective."},
@@ -253,7 +253,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "What fills the page: everything that is drawn (all), or one object by its name in the "
          "file, with the others around it as far as they are in sight."},
         {"zoom", 0, "FACTOR", "1", Topic::Camera, Effect::Drawing,
-         Number(&CameraRequest::zoom, "zoom", "a number over 0", kOverZero),
+         Number(&CameraRequest::zoom, "zoom", "a positive number", kOverZero),
          "Draw FACTOR times as large as fits the page",
          "Draws everything FACTOR times as large as would fit the page. Over 0."},
         {"page", 0, "PAGE", "A4", Topic::Page, Effect::Drawing,
@@ -301,7 +301,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "(where objects cut each other)."},
         {"crease-angle", 0, "DEG", "", Topic::Lines, Effect::Scene,
          Number(&LineOptions::creaseAngle, "crease angle",
-                "a number of degrees over 0 and under 180", {0.0, 180.0, true, true}),
+                "a number of degrees above 0 and below 180", {0.0, 180.0, true, true}),
          "Draw edges that bend by more than DEG degrees",
          "Draws as creases the edges that bend by more than DEG degrees, over 0 and under 180. "
          "Without it the normals of the file decide, and 30 where it has none. Normals that are "
@@ -316,9 +316,9 @@ const std::vector<OptionInfo>& OptionTable() {
          Repeated(ValueKind::Style, &LineOptions::styles, ApplyStyles),
          "Looks: crease.width=0.25mm,hidden.dash=1/0.5",
          "How lines look: FAMILY.KEY=VALUE with commas between; later ones win. Families are "
-         "crease, silhouette, intersection, hidden and all. Keys are width (a length over 0, to "
-         "100 mm), color (#rgb, #rrggbb or a basic colour name) and dash (lengths with / between, "
-         "or none)."},
+         "crease, silhouette, intersection, hidden and all. Keys are width (a positive length up "
+         "to 100 mm), color (#rgb, #rrggbb or a basic colour name) and dash (lengths with / "
+         "between, or none)."},
         {"min-length", 0, "LENGTH", "0.02mm", Topic::Lines, Effect::Drawing,
          Length(&LineOptions::minLength, "minimal length", "a length of 0 or more", kZeroOrMore),
          "Leave out paths that are shorter on paper",
@@ -347,7 +347,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "Writes round lines as true arcs, for orthographic views in SVG and PDF. DXF has them "
          "always."},
         {"arc-tolerance", 0, "LENGTH", "0.01mm", Topic::Output, Effect::Drawing,
-         Length(&OutputOptions::arcTolerance, "arc tolerance", "a length over 0, to 10 mm",
+         Length(&OutputOptions::arcTolerance, "arc tolerance", "a positive length up to 10 mm",
                 {0.0, 10.0, true, false}),
          "How far an arc may be from its lines",
          "How far an arc may be anywhere from the lines that it takes the place of, on paper: over "

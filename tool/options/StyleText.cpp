@@ -22,9 +22,9 @@ std::vector<double> ParseDashes(const std::string& text) {
     for (const std::string& part : Split(text, "/")) {
         const std::optional<double> length = ReadPaperLength(part);
         if (!length || !kLengths.holds(*length)) {
-            RefuseUsage("dash '" + text +
-                        "' is not 'none' or lengths over 0, to 100 mm, with '/' "
-                        "between, such as 1/0.5");
+            RefuseUsage(
+                "dash '" + text +
+                "' is not 'none' or positive lengths up to 100 mm separated by '/', such as 1/0.5");
         }
         dashes.push_back(*length);
     }
@@ -39,7 +39,7 @@ std::vector<double> ParseDashes(const std::string& text) {
 
 void ApplyValue(const std::string& key, const std::string& value, StrokeStyle& style) {
     if (key == "width") {
-        style.width = ParseLength(value, "line width", "a length over 0, to 100 mm", kLengths);
+        style.width = ParseLength(value, "line width", "a positive length up to 100 mm", kLengths);
     } else if (key == "color") {
         style.color = ParseColor(value);
     } else {

@@ -41,7 +41,7 @@ TEST(Scene, OfMoreVerticesThanCanBeNumberedIsRefused) {
         } catch (const kxdrawing::CannotRead& failure) {
             EXPECT_EQ(failure.what(), "model: too large to draw: " + std::to_string(count) +
                                           " triangles with " + std::to_string(count << 20U) +
-                                          " vertices, counted as often as they are placed");
+                                          " vertices, counted once per placement");
         }
     }
     EXPECT_FALSE(kxcontour::MakeScene(ManyPlacements(2)).meshes.empty());

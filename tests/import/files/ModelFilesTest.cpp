@@ -27,8 +27,8 @@ using tool_test::FileRequest;
 using tool_test::Holds;
 using tool_test::TemporaryFolder;
 
-const char* const kOutside = "it lies outside of the model's folder; --side-files FOLDER allows "
-                             "another one";
+const char* const kOutside =
+    "it is outside the model's folder; --side-files FOLDER allows another folder";
 
 /// A folder models/ with a model and some side files, beside a folder others/.
 class SideFiles : public testing::Test {
@@ -145,9 +145,9 @@ TEST_F(SideFiles, OfStandardInputAreRefused) {
     ModelFiles files(request_, "bytes");
     EXPECT_EQ(files.bytes(), "bytes");
     EXPECT_FALSE(files.open(path).has_value());
-    EXPECT_EQ(files.refusal(), "it refers to '" + path +
-                                   "', which is not read: a model from standard input is read "
-                                   "alone");
+    EXPECT_EQ(files.refusal(),
+              "it refers to '" + path +
+                  "', which is not read: a model from standard input cannot refer to files");
 }
 
 TEST_F(SideFiles, AreForReading) {

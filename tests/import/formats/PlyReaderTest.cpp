@@ -70,7 +70,7 @@ TEST(ReadPly, SeesEveryCutInABinaryFile) {
         EXPECT_NO_THROW(Read(bytes + "more"));
         for (std::size_t size = 4; size < bytes.size(); ++size) {
             ASSERT_EQ(Refusal(bytes.substr(0, size)),
-                      "a.ply: is cut short or damaged: its end is missing")
+                      "a.ply: is truncated or damaged: its end is missing")
                 << size << " of " << bytes.size();
         }
     }
@@ -125,7 +125,7 @@ TEST(ReadPly, IsNotFooledByHugeCounts) {
 
 TEST(ReadPly, NamesTheLineOfAHeaderThatItDoesNotKnow) {
     EXPECT_EQ(Refusal("ply\nformat ascii 1.0\nelement vertex many\nend_header\n"),
-              "a.ply: cannot read the model: line 3 of its header is not understood");
+              "a.ply: cannot read the model: line 3 of its header is invalid");
     EXPECT_TRUE(Holds(Refusal("ply\nformat ascii 1.0\nelement v 9\nproperty quad x\nend_header\n"),
                       "line 4"));
     EXPECT_TRUE(Holds(Refusal("ply\nformat ascii 1.0\nproperty float x\nend_header\n"), "line 3"));

@@ -175,11 +175,11 @@ TEST(ImportModel, StopsImportersThatTryWhatTheyMayNot) {
     const TemporaryFolder folder;
     const kxcontour::ModelRequest request = FileRequest(SmallFile(folder));
     if (RefusalOfWork(request, [] { ::_exit(::open("/", O_PATH | O_TMPFILE | O_RDWR)); }) !=
-        "the importer gave up") {
+        "the importer ended without a message") {
         GTEST_SKIP() << "no filters of system calls here";
     }
-    const std::string stopped = "the importer was stopped, as it tried what reading a model does "
-                                "not need; the file may be made to do harm";
+    const std::string stopped = "the importer was stopped because it tried a forbidden operation; "
+                                "the file may be malicious";
     EXPECT_EQ(RefusalOfWork(request, [] { ::socket(AF_INET, SOCK_STREAM, 0); }), stopped);
     EXPECT_EQ(RefusalOfWork(request, [] { ::kill(::getppid(), SIGTERM); }), stopped);
     EXPECT_EQ(RefusalOfWork(request, [] { ::unlink("none"); }), stopped);
@@ -226,7 +226,7 @@ TEST(ImportModel, RefusesWhatIsNoModel) {
         }
     };
     EXPECT_EQ(RefusalOfWork(request, spoil),
-              "the importer sent something that is no model; the file may be made to do harm");
+              "the importer sent an invalid message; the file may be malicious");
 }
 
 TEST(ImportModel, EndsImportersThatSendNothingAndStay) {
@@ -239,7 +239,7 @@ TEST(ImportModel, EndsImportersThatSendNothingAndStay) {
         ::raise(SIGSTOP);
     };
     EXPECT_EQ(RefusalOfWork(request, closeAndStay),
-              "the importer was killed, perhaps for want of memory");
+              "the importer was killed, perhaps because memory ran out");
 }
 
 TEST(ImportModel, DoesNotCountWhatTheParentHasMapped) {
@@ -267,7 +267,7 @@ TEST(ImportModel, LimitsTheMemoryOfImporters) {
                                 const std::vector<char> much(std::size_t{5} << 30U);
                                 ::_exit(much[much.size() / 2]);
                             }),
-              "it asks for more memory than there is");
+              "it needs more memory than is available");
 }
 
 TEST(ImportModel, ReadsWhereStandardDescriptorsAreClosed) {
@@ -351,12 +351,12 @@ TEST(ImportModel, SaysWhatIsWrongWithStandardInput) {
     };
     EXPECT_EQ(bad("", "stl"), "standard input: is empty");
     EXPECT_EQ(bad(ball.substr(0, ball.size() / 2), "stl"),
-              "standard input: is cut short or damaged: its end is missing");
+              "standard input: is truncated or damaged: its end is missing");
     EXPECT_TRUE(Holds(bad("glTF", "glb"), "standard input: cannot read the model: "));
     const std::string misread = bad("<?xml version=\"1.0\"?><x>", "irrmesh");
     EXPECT_FALSE(Holds(misread, "$$$")) << misread;
-    EXPECT_EQ(unknown("docx"), "standard input: --format docx is not a format that can be read");
-    EXPECT_EQ(unknown(""), "standard input: needs --format, an ending of file names such as stl");
+    EXPECT_EQ(unknown("docx"), "standard input: --format docx is not a readable format");
+    EXPECT_EQ(unknown(""), "standard input: needs --format, a file name ending such as stl");
     const StandardInput input(folder.path(""));
     EXPECT_EQ(FailureOf<kxdrawing::CannotRead>([&] { ImportModel(InputRequest("stl")); }),
               "standard input: Is a directory");
@@ -414,9 +414,9 @@ TEST(ImportModel, RefusesModelsThatAreCutShort) {
             ::_exit(::write(PipeToParent(), half.data(), half.size()) < 0 ? 9 : status);
         };
     };
-    EXPECT_EQ(RefusalOfWork(request, sendHalf(1)), "the importer gave up");
+    EXPECT_EQ(RefusalOfWork(request, sendHalf(1)), "the importer ended without a message");
     EXPECT_EQ(RefusalOfWork(request, sendHalf(0)),
-              "the importer sent something that is no model; the file may be made to do harm");
+              "the importer sent an invalid message; the file may be malicious");
     EXPECT_EQ(RefusalOfWork(request,
                             [&] {
                                 if (::write(PipeToParent(), half.data(), half.size()) < 0) {
@@ -425,7 +425,7 @@ TEST(ImportModel, RefusesModelsThatAreCutShort) {
                                 std::signal(SIGSEGV, SIG_DFL);
                                 ::raise(SIGSEGV);
                             }),
-              "the importer crashed; the file may be damaged or cut short");
+              "the importer crashed; the file may be damaged or truncated");
 }
 
 TEST(ImportModel, RefusesSizesThatNoInputHas) {
@@ -439,7 +439,7 @@ TEST(ImportModel, RefusesSizesThatNoInputHas) {
                                     ::raise(SIGSTOP);
                                 }
                             }),
-              "the importer sent something that is no model; the file may be made to do harm");
+              "the importer sent an invalid message; the file may be malicious");
 }
 
 TEST(ImportModel, ReceivesLargeModelsInOrder) {

@@ -108,8 +108,8 @@ TEST(Inspect, SaysWhatWasDoneToSurfaces) {
     EXPECT_EQ(plate.openEdges, 6U);
     EXPECT_NEAR(plate.widestGap, 0.0254, 1e-5);
     EXPECT_EQ(info.objects[1].surface.openEdges, 0U);
-    EXPECT_TRUE(Holds(TextOf(info), "10 x 8 x 0 in, 6 open edges, 1 edge joined over up to 0.025 "
-                                    "mm, 1 triangle given twice\n"))
+    EXPECT_TRUE(Holds(TextOf(info), "10 x 8 x 0 in, 6 open edges, 1 edge joined across gaps of up "
+                                    "to 0.025 mm, 1 duplicate triangle\n"))
         << TextOf(info);
     EXPECT_TRUE(Holds(TextOf(info), "1 x 1 x 1 in\n"));
     const nlohmann::json surface = JsonOf({info})["models"][0]["objects"][0]["surface"];
@@ -129,20 +129,12 @@ TEST(WriteText, SaysItAll) {
     info.leftOutPolygons = 1;
     info.dropped.degenerate = 2;
     EXPECT_EQ(TextOf(info),
-              "boxes.stl\n"
-              "  format     Test\n"
-              "  unit       inch\n"
-              "  up         z\n"
-              "  size       110.5 x 20 x 30 in = 2806.7 x 508 x 762 mm\n"
-              "  triangles  24\n"
-              "  vertices   16\n"
-              "  normals    not used: the angle between faces tells which edges are creases\n"
-              "  changed    cut 6 polygons into triangles\n"
-              "             left out 1 point or line\n"
-              "             left out 2 triangles: 2 degenerate\n"
-              "  objects    2\n"
-              "    lid: 12 triangles, 10 x 20 x 30 in\n"
-              "    (without a name): 12 triangles, 10 x 20 x 30 in\n");
+              "boxes.stl\n  format     Test\n  unit       inch\n  up         z\n  size       110.5 "
+              "x 20 x 30 in = 2806.7 x 508 x 762 mm\n  triangles  24\n  vertices   16\n  normals   "
+              " not used: creases are found by the angle between faces\n  changed    cut 6 "
+              "polygons into triangles\n             left out 1 point or line\n             left "
+              "out 2 triangles: 2 degenerate\n  objects    2\n    lid: 12 triangles, 10 x 20 x 30 "
+              "in\n    (without a name): 12 triangles, 10 x 20 x 30 in\n");
 }
 
 TEST(WriteText, SaysWhatIsAssumed) {

@@ -115,7 +115,7 @@ TEST(ParseCommandLine, ReadsWhatReadingMayTake) {
     EXPECT_EQ(Draw({"--read-limit", "0"}).input.reading.time, std::chrono::seconds(0));
     EXPECT_EQ(Draw({"--read-limit", "1.5"}).input.reading.time, std::chrono::milliseconds(1500));
     EXPECT_EQ(Draw({"--read-limit", "1e-9"}).input.reading.time, std::chrono::milliseconds(1));
-    EXPECT_TRUE(Holds(Refusal({"--side-files", ""}), "--side-files is given an empty folder name"));
+    EXPECT_TRUE(Holds(Refusal({"--side-files", ""}), "--side-files has an empty folder name"));
     ExpectRefused("--max-input", {"", "0", "-1", "much", "2GiB", "1e30"});
     ExpectRefused("--read-limit", {"", "-1", "nan", "inf", "1e7", "60s"});
 }
@@ -244,19 +244,19 @@ TEST(ParseCommandLine, ReadsSheetsOfSeveralViews) {
     EXPECT_TRUE(Holds(Refusal({"--sheet", "top", "--azimuth", "1"}), "--sheet and --azimuth"));
     EXPECT_TRUE(Holds(Refusal({"--sheet", "top", "--projection", "perspective"}), "orthographic"));
     EXPECT_TRUE(Holds(RefusalOf({"m", "-o", "{view}.svg", "--views", "top", "--sheet", "top"}),
-                      "--views and --sheet cannot go together"));
+                      "--views and --sheet cannot be combined"));
     EXPECT_EQ(Refusal({"--arrangement", "third-angle"}), "--arrangement needs --sheet");
     EXPECT_TRUE(Holds(RefusalOf({"m", "-o", "o.json", "--sheet", "top"}), "JSON holds"));
     ExpectRefused("--arrangement", {"", "third"});
 }
 
 TEST(ParseCommandLine, RefusesPagesWithoutRoomInsideTheMargin) {
-    EXPECT_EQ(Refusal({"--page", "20x100"}),
-              "page '20x100' leaves no room inside its margin of 10 mm; each side has to be over "
-              "20 mm");
-    EXPECT_EQ(Refusal({"--margin", "105"}),
-              "page 'A4' leaves no room inside its margin of 105 mm; each side has to be over "
-              "210 mm");
+    EXPECT_EQ(
+        Refusal({"--page", "20x100"}),
+        "page '20x100' leaves no room inside its margin of 10 mm; each side must be over 20 mm");
+    EXPECT_EQ(
+        Refusal({"--margin", "105"}),
+        "page 'A4' leaves no room inside its margin of 105 mm; each side must be over 210 mm");
     EXPECT_EQ(Draw({"--page", "20.5x100"}).page.size.width, 20.5);
     EXPECT_EQ(Draw({"--page", "5x5", "--margin", "2.4"}).page.margin, 2.4);
 }
@@ -379,7 +379,7 @@ TEST(ParseCommandLine, ReadsWhatIsSaid) {
     EXPECT_TRUE(some.verbose && some.json && some.timing);
     EXPECT_TRUE(Draw({"-q"}).messages.quiet);
     EXPECT_TRUE(Draw({"--quiet"}).messages.quiet);
-    EXPECT_EQ(Refusal({"-q", "--verbose"}), "--quiet and --verbose cannot go together");
+    EXPECT_EQ(Refusal({"-q", "--verbose"}), "--quiet and --verbose cannot be combined");
     EXPECT_TRUE(Holds(RefusalOf({"m.obj", "-o", "-", "--json"}), "standard output"));
 }
 
@@ -416,8 +416,8 @@ TEST(ParseCommandLine, NamesTheNearestOption) {
 }
 
 TEST(ParseCommandLine, RefusesOptionsWithoutOrWithTooManyValues) {
-    EXPECT_EQ(RefusalOf({"m.obj", "-o"}), "--output needs a value, --output OUT");
-    EXPECT_EQ(Refusal({"--view"}), "--view needs a value, --view NAME");
+    EXPECT_EQ(RefusalOf({"m.obj", "-o"}), "--output needs a value: --output OUT");
+    EXPECT_EQ(Refusal({"--view"}), "--view needs a value: --view NAME");
     EXPECT_EQ(Refusal({"-o", "b.svg"}), "--output is given more than once");
     EXPECT_EQ(Refusal({"--view", "top", "--view", "top"}), "--view is given more than once");
     EXPECT_EQ(Refusal({"--landscape=yes"}), "--landscape takes no value");

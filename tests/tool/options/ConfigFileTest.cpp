@@ -174,20 +174,20 @@ TEST_F(ConfigFile, NamesTheNearestKey) {
 
 TEST_F(ConfigFile, RefusesWrongTypes) {
     const std::vector<std::pair<const char*, const char*>> cases{
-        {"page = 3", "page has to be a text, not a number"},
-        {"view = ['top']", "view has to be a text, not a list"},
-        {"hidden = 'yes'", "hidden has to be true or false, not a text"},
-        {"hidden = 1", "hidden has to be true or false, not a number"},
-        {"zoom = true", "zoom has to be a number or a text, not true"},
-        {"lines = [1]", "lines has to be a text or a list of texts, not a list"},
-        {"lines = true", "lines has to be a text or a list of texts, not true"},
-        {"camera-position = ['a']", "camera-position has to be a list of three numbers"},
-        {"occluder = 3", "occluder has to be a text or a list of texts"},
-        {"output = ['a.svg']", "output has to be a text, not a list"},
-        {"style = 3", "style has to be a text or a list of texts"},
-        {"[style]\ncrease = 3", "style.crease has to be a table"},
-        {"[style.crease]\nwidth = true", "style.crease.width has to be a text or a number"},
-        {"title = 1979-05-27", "title has to be a text"}};
+        {"page = 3", "page must be a string, not a number"},
+        {"view = ['top']", "view must be a string, not an array"},
+        {"hidden = 'yes'", "hidden must be true or false, not a string"},
+        {"hidden = 1", "hidden must be true or false, not a number"},
+        {"zoom = true", "zoom must be a number or a string, not true"},
+        {"lines = [1]", "lines must be a string or an array of strings, not an array"},
+        {"lines = true", "lines must be a string or an array of strings, not true"},
+        {"camera-position = ['a']", "camera-position must be an array of three numbers"},
+        {"occluder = 3", "occluder must be a string or an array of strings"},
+        {"output = ['a.svg']", "output must be a string, not an array"},
+        {"style = 3", "style must be a string or an array of strings"},
+        {"[style]\ncrease = 3", "style.crease must be an object"},
+        {"[style.crease]\nwidth = true", "style.crease.width must be a string or a number"},
+        {"title = 1979-05-27", "title must be a string"}};
     for (const auto& [text, part] : cases) {
         const std::string message = refusal(text);
         EXPECT_TRUE(Holds(message, "c.toml: " + std::string(part))) << message;
@@ -214,12 +214,12 @@ TEST_F(ConfigFile, IsRefusedWithTheLineWhereItIsDamaged) {
     write("huge.json", "{\"zoom\": 1e999}");
     write("bytes.toml", "page = '\xff\xfe'");
     std::filesystem::create_directory(path("dir.toml"));
-    EXPECT_TRUE(Holds(unreadable("a.toml"), "a.toml:3: is not correct TOML"));
-    EXPECT_TRUE(Holds(unreadable("a.json"), "a.json:3: is not correct JSON"));
-    EXPECT_TRUE(Holds(unreadable("cut.json"), "cut.json:1: is not correct JSON"));
-    EXPECT_TRUE(Holds(unreadable("empty.json"), "empty.json:1: is not correct JSON"));
+    EXPECT_TRUE(Holds(unreadable("a.toml"), "a.toml:3: is not valid TOML"));
+    EXPECT_TRUE(Holds(unreadable("a.json"), "a.json:3: is not valid JSON"));
+    EXPECT_TRUE(Holds(unreadable("cut.json"), "cut.json:1: is not valid JSON"));
+    EXPECT_TRUE(Holds(unreadable("empty.json"), "empty.json:1: is not valid JSON"));
     EXPECT_TRUE(Holds(unreadable("huge.json"), "too large"));
-    EXPECT_TRUE(Holds(unreadable("bytes.toml"), "bytes.toml:1: is not correct TOML"));
+    EXPECT_TRUE(Holds(unreadable("bytes.toml"), "bytes.toml:1: is not valid TOML"));
     EXPECT_TRUE(Holds(unreadable("dir.toml"), "is a directory"));
     EXPECT_TRUE(Holds(unreadable("none.toml"), "none.toml: No such file or directory"));
 }
@@ -252,7 +252,7 @@ TEST_F(ConfigFile, MayHoldDotsAndBracketsInTextsAndComments) {
     EXPECT_EQ(draw("title = '" + many + "' # " + many + "\npage = 'A3'\n").output.title, many);
     EXPECT_EQ(draw("title = \"\"\"" + many + "\"\"\"\"\"\n").output.title, many + "\"\"");
     EXPECT_TRUE(Holds(refusal("page = [" + Times(100, "0.5, ") + "1]"),
-                      "page has to be a text, not a list"));
+                      "page must be a string, not an array"));
 }
 
 TEST_F(ConfigFile, ShortensWhatItDoesNotKnow) {
@@ -269,7 +269,7 @@ TEST_F(ConfigFile, HasToBeTomlOrJson) {
     EXPECT_TRUE(Holds(Refusal({"--config", write("c.yaml", "")}), "has to end in .toml or .json"));
     EXPECT_TRUE(Holds(Refusal({"--config", ""}), "has to end in"));
     EXPECT_TRUE(Holds(Refusal({"--config", write("c.json", "[1]")}),
-                      "has to be a table of options, not a list"));
+                      "has to be an object of options, not an array"));
     EXPECT_EQ(draw("").camera.view, View::Iso) << "an empty TOML file is fine";
 }
 

@@ -116,18 +116,18 @@ TEST_F(JobFile, KeepsItsStateWhereItIsTold) {
 }
 
 TEST_F(JobFile, IsRefusedWithoutItsFrame) {
-    EXPECT_EQ(refusal("[]"), "has to be a table with a list 'jobs', not a list");
+    EXPECT_EQ(refusal("[]"), "has to be an object with an array 'jobs', not an array");
     EXPECT_EQ(refusal("{}"), "has no list 'jobs'");
     EXPECT_EQ(refusal(R"({"jobs": []})"), "has no jobs");
-    EXPECT_EQ(refusal(R"({"jobs": {}})"), "'jobs' has to be a list, not a table");
-    EXPECT_EQ(refusal(R"({"jobs": [3]})"), "job 1: has to be a table, not a number");
+    EXPECT_EQ(refusal(R"({"jobs": {}})"), "'jobs' must be an array, not an object");
+    EXPECT_EQ(refusal(R"({"jobs": [3]})"), "job 1: must be an object, not a number");
     EXPECT_EQ(refusal(R"({"job": []})"), "unknown key 'job'; did you mean 'jobs'?");
     EXPECT_EQ(refusal(R"({"x": 1, "jobs": [{}]})"),
               "unknown key 'x'; there are 'defaults' and 'jobs'");
     EXPECT_EQ(refusal("{\"" + std::string(8'000'000, 'x') + "\": 1}"),
               "unknown key '" + std::string(60, 'x') + "...'; there are 'defaults' and 'jobs'");
     EXPECT_EQ(refusal(R"({"defaults": [], "jobs": [{}]})"),
-              "'defaults' has to be a table, not a list");
+              "'defaults' must be an object, not an array");
 }
 
 TEST_F(JobFile, SaysWhichJobIsWrong) {
@@ -140,21 +140,21 @@ TEST_F(JobFile, SaysWhichJobIsWrong) {
               "job 2: unknown key 'pgae'; did you mean 'page'?");
     EXPECT_TRUE(Holds(second(R"("model": "m", "output": "b.svg", "nmae": "A3")"), "'name'?"));
     EXPECT_EQ(second(R"("model": "m", "output": "b.svg", "hidden": "yes")"),
-              "job 2: hidden has to be true or false, not a text");
+              "job 2: hidden must be true or false, not a string");
     EXPECT_EQ(second(R"("model": "m", "output": "b.svg", "name": 3)"),
-              "job 2: name has to be a text, not a number");
+              "job 2: name must be a string, not a number");
     EXPECT_TRUE(Holds(second(R"("model": "m", "output": "b.svg", "view": "frnt")"),
                       "job 2: unknown view 'frnt'; did you mean 'front'?"));
     EXPECT_EQ(second(R"("model": "m", "output": "b.svg", "zoom": 2, "scale": "1:2")"),
-              "job 2: --scale and --zoom cannot go together");
+              "job 2: --scale and --zoom cannot be combined");
     EXPECT_EQ(second(R"("model": "m", "output": "b.svg", "jobs": 2)"),
-              "job 2: 'jobs' belongs on the command line");
+              "job 2: 'jobs' is for the command line only");
     EXPECT_TRUE(Holds(second(R"("model": "m", "output": "b.svg", "views": ["top"])"),
                       "job 2: output '" + path("b.svg") + "' has to contain {view}"));
     EXPECT_EQ(second(R"("model": "-", "format": "stl", "output": "b.svg")"),
-              "job 2: a batch reads files; '-' is not one");
+              "job 2: a batch cannot read standard input");
     EXPECT_EQ(second(R"("model": "m", "output": "-")"),
-              "job 2: a batch writes files; '-' is not one");
+              "job 2: a batch cannot write to standard output");
 }
 
 TEST_F(JobFile, SaysOfDefaultsWhatIsWrong) {
@@ -168,7 +168,7 @@ TEST_F(JobFile, SaysOfDefaultsWhatIsWrong) {
 TEST_F(JobFile, RefusesTwoJobsThatWriteOneFile) {
     EXPECT_EQ(refusal(R"({"jobs": [{"model": "m", "output": "a.svg"},
                                    {"model": "m", "output": "x/../a.svg"}]})"),
-              "job 2: output '" + path("x/../a.svg") + "' is written by job 1, too");
+              "job 2: output '" + path("x/../a.svg") + "' is also written by job 1");
     EXPECT_TRUE(Holds(refusal(R"({"jobs": [{"model": "m", "output": "a-{view}.svg",
                                             "views": ["top", "front"]},
                                            {"model": "m", "output": "a-front.svg"}]})"),
@@ -180,7 +180,7 @@ TEST_F(JobFile, IsRefusedWhereItIsDamaged) {
                       "none.json: No such file or directory"));
     EXPECT_TRUE(
         Holds(RefusalOf<kxdrawing::CannotRead>({"batch", write("a.json", "{\n\n\"jobs\" [")}),
-              "a.json:3: is not correct JSON"));
+              "a.json:3: is not valid JSON"));
 }
 
 TEST_F(JobFile, IsRefusedWhereItIsNestedTooDeeply) {
