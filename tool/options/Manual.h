@@ -21,25 +21,27 @@ struct TopicInfo {
 /// In the order of the help.
 inline constexpr std::array<TopicInfo, 7> kTopics{
     {{Topic::Input, "input", "Input",
-      "One or more models make one drawing. A file is known by its name and contents."},
+      "One or more models make one drawing. The format of a file follows from its name and "
+      "contents."},
      {Topic::Camera, "camera", "View",
-      "A named view, angles, or points say where to look from: points win over angles, angles over "
-      "the name. The drawing fills the page inside its margin unless --scale or --zoom says "
-      "otherwise."},
+      "A named view, angles, or points determine the direction of view; points override angles, "
+      "and angles override the name. The drawing fills the page inside its margin unless --scale "
+      "or --zoom is given."},
      {Topic::Page, "page", "Page",
-      "Lengths are millimetres, or have mm, cm, in or pt (1/72 in) behind them."},
+      "Lengths are in millimetres, or followed by mm, cm, in or pt (1/72 in)."},
      {Topic::Lines, "lines", "Lines",
-      "Every line is drawn once, and lines that meet are joined into long paths. A rim that "
-      "changes between two widths every few lines (one to five lighter ones between heavier ones, "
-      "along a curve) is drawn in the wider one."},
+      "Each line is drawn once, and lines that meet are joined into long paths. A rim that "
+      "alternates between two widths every few lines (one to five lighter lines between heavier "
+      "ones, along a curve) is drawn in the larger width."},
      {Topic::Output, "output", "Output",
-      "The same input and options give the same bytes, on every machine and at every time."},
+      "The same input and options give the same bytes on every machine."},
      {Topic::Batch, "batch", "Batch",
       "`kxcontour batch JOBS.json` makes many drawings, and `kxcontour MODEL --views LIST -o "
-      "NAME-{view}.svg` several of one model. Models are read once. What is there already from the "
-      "same inputs and options is left alone. A drawing that fails does not stop the others.\n\n"
-      "A job file has a list of jobs, whose keys are the long names of options, and may have "
-      "defaults for all of them. Paths in it are relative to it:\n\n"
+      "NAME-{view}.svg` makes several of one model. Models are read once. Drawings that are up to "
+      "date are skipped. A failed drawing does not stop the others.\n\n"
+      "A job file contains an array of jobs, whose keys are the long names of options, and "
+      "optional "
+      "defaults for all jobs. Paths are relative to the job file:\n\n"
       "  {\n"
       "    \"defaults\": {\"page\": \"A3\", \"hidden\": true},\n"
       "    \"jobs\": [\n"
@@ -48,11 +50,12 @@ inline constexpr std::array<TopicInfo, 7> kTopics{
       "       \"output\": \"ab-{view}.svg\"}\n"
       "    ]\n"
       "  }\n\n"
-      "Options of drawings on the command line win over those of every job. Models, outputs and "
-      "views are the job file's."},
+      "Options on the command line override those of every job; models, outputs and views are "
+      "given "
+      "in the job file only."},
      {Topic::Messages, "messages", "Messages",
-      "Results go to standard output, everything else to standard error. A progress bar is shown "
-      "on a terminal only."}}};
+      "Results are printed on standard output, everything else on standard error. The progress bar "
+      "appears on a terminal only."}}};
 
 /// A topic without options.
 struct ChapterInfo {
@@ -65,8 +68,8 @@ inline constexpr ChapterInfo kConfigChapter{
     "config", "Configuration files",
     "`--config FILE` reads options from a TOML file (ending .toml) or a JSON file (.json). Keys "
     "are the long names of options without dashes, values have their natural types, and paths are "
-    "relative to the file. The command line wins over the file; styles of both add up. An option "
-    "that one kind of output only has, such as dpi, does not harm the others here.\n\n"
+    "relative to the file. The command line overrides the file; styles of both are combined. An "
+    "option for one output format only, such as dpi, is ignored for others here.\n\n"
     "  page = \"A3\"\n"
     "  landscape = true\n"
     "  margin = \"15mm\"\n"
@@ -104,7 +107,7 @@ inline constexpr std::array<ExampleInfo, 3> kExamples{
     {{"An isometric drawing on A4", "kxcontour engine.glb -o engine.svg"},
      {"A front view at 1:50 on A3, as PDF",
       "kxcontour house.ifc -o front.pdf --view front --page A3 --scale 1:50"},
-     {"Three views with hidden lines, a file each",
+     {"Three views with hidden lines, one file per view",
       "kxcontour gear.stl --views front,top,iso --hidden -o 'gear-{view}.svg'"}}};
 
 /// First words that are commands, not models.

@@ -35,7 +35,7 @@ OptionValue Families() {
             // Plurals are accepted.
             const std::string one = item.substr(0, item.size() - (item.ends_with('s') ? 1 : 0));
             const bool isKnown = std::count(names.begin(), names.end(), one) > 0;
-            isDrawn[ParseName(isKnown ? one : item, "line family", names)] = true;
+            isDrawn[ParseName(isKnown ? one : item, "line type", names)] = true;
         }
         LineOptions& lines = all.drawing.lines;
         std::tie(lines.creases, lines.silhouettes, lines.intersections) =
@@ -146,78 +146,76 @@ const std::vector<OptionInfo>& OptionTable() {
         {"model", 0, "MODEL", "", Topic::Input, Effect::Scene,
          Repeated(ValueKind::File, &InputOptions::models, AddModel),
          "Models: glTF, OBJ, STL, PLY, 3MF, FBX, IFC and more",
-         "A model file. Several models are drawn together, each where its own coordinates put it. "
-         "\"-\" is standard input, once, and needs --format."},
+         "A model file. Several models are drawn together in their own coordinates. \"-\" is "
+         "standard input, once, and needs --format."},
         {"occluder", 0, "FILE", "", Topic::Input, Effect::Scene,
          Repeated(ValueKind::File, &InputOptions::occluders, AddOccluder),
          "A model that hides lines and is not drawn (repeatable)",
-         "A model that hides what is behind it and of which nothing is drawn. Give the option once "
-         "for each of them."},
+         "A model that hides lines behind it and is not drawn. Repeat the option for several "
+         "models."},
         {"format", 0, "EXT", "", Topic::Input, Effect::Scene,
          Stored(ValueKind::Text, &InputOptions::format, ParseEnding,
                 {"glb", "gltf", "obj", "stl", "ply", "3mf", "fbx", "dae", "ifc"}),
-         "What standard input is, as a file name ending",
-         "The format of a model from standard input, as the ending that its file would have: stl, "
-         "obj, glb and so on. Models from files are known by their names and contents."},
+         "Format of standard input, as a file name ending",
+         "The format of a model from standard input, as a file name ending: stl, obj, glb and so "
+         "on. The format of files follows from their names and contents."},
         {"unit", 0, "UNIT", "the file's", Topic::Input, Effect::Scene,
          Name<LengthUnit>(&InputOptions::unit, "unit", {"mm", "cm", "m", "in"}),
          "The unit of the models: mm, cm, m or in",
-         "The unit of the coordinates in the models, in place of the one that a file states or its "
-         "format has."},
+         "The unit of the coordinates in the models. Replaces the unit that a file states or its "
+         "format defines."},
         {"up", 0, "AXIS", "the file's", Topic::Input, Effect::Scene,
          Name<UpAxis>(&InputOptions::up, "axis", {"x", "y", "z"}),
          "The axis that points up: x, y or z",
-         "The axis of the models' coordinates that points up, in place of the one that a file "
-         "states or its format has."},
+         "The axis that points up in the coordinates of the models. Replaces the axis that a file "
+         "states or its format defines."},
         {"weld", 0, "LENGTH", "auto", Topic::Input, Effect::Scene,
          Stored(ValueKind::Number, &InputOptions::weld, ParseWeld, {"auto", "off"}),
-         "Close cracks up to LENGTH wide in surfaces, auto or off",
-         "The surface of each object is made whole before lines are looked for: open edges that "
-         "run along each other within LENGTH become one edge, and open edges are split where "
-         "corners of others lie on them within LENGTH. LENGTH is one of the model, such as 0.05mm; "
-         "where an object is shown larger than it is in the file, along any axis, it counts there. "
-         "auto finds a distance for each object: gaps far below its size and the lengths of its "
-         "edges are cracks. Fronts and backs of thin parts are never joined. off leaves surfaces "
-         "as they are. Faces given twice count once in any case."},
+         "Close cracks in surfaces up to LENGTH wide, auto or off",
+         "Repairs the surface of each object before lines are computed: open edges that run along "
+         "each other within LENGTH become one edge, and open edges are split where corners of "
+         "others lie on them within LENGTH (T-junctions). LENGTH is a length of the model, such as "
+         "0.05mm, measured where the object is placed. auto finds a distance per object: gaps far "
+         "below its size and the lengths of its edges are cracks. Front and back of thin parts are "
+         "never joined. off leaves surfaces unchanged. Duplicate faces count once in any case."},
         {"side-files", 0, "FOLDER", "", Topic::Input, Effect::Scene,
          Stored(ValueKind::File, &ReadRules::sideFiles, ParseFolder),
-         "Another folder whose files models may refer to",
+         "Additional folder for files that models refer to",
          "A model may consist of several files, such as a glTF file and its buffers. They are read "
-         "if they lie in the model's own folder, in folders below it, or in FOLDER and those "
-         "below. Links that lead out of these folders are not followed, and a model from standard "
-         "input cannot refer to files."},
+         "from the model's folder and FOLDER, and from folders below these. Links that lead out of "
+         "these folders are not followed, and a model from standard input cannot refer to files."},
         {"max-input", 0, "SIZE", "2GB", Topic::Input, Effect::Limit,
          Stored(ValueKind::Number, &ReadRules::largestInput, ParseInputSize,
                 {"500MB", "2GB", "10GB"}),
-         "Refuse models larger than SIZE: 500MB, 4GB",
-         "The size up to which a model is read, with the files that it refers to: a number with B, "
-         "kB, MB, GB or TB, each a thousand times the one before. Standard input is read to the "
-         "end or to one byte more."},
+         "Reject models larger than SIZE: 500MB, 4GB",
+         "The maximum size of a model with the files that it refers to: a number with B, kB, MB, "
+         "GB or TB (powers of 1000). Standard input is read to its end, or to one byte more than "
+         "SIZE."},
         {"read-limit", 0, "SECONDS", "60", Topic::Input, Effect::Limit,
          Stored(ValueKind::Number, &ReadRules::time, ParseReadLimit),
-         "Give up reading a model after SECONDS; 0 never",
-         "How long reading a model may take: SECONDS, and one more for each megabyte of it and of "
-         "the files that it refers to. 0 sets no limit."},
+         "Stop reading a model after SECONDS; 0: no limit",
+         "The time limit for reading a model: SECONDS, plus one per megabyte of the model and the "
+         "files that it refers to. 0 sets no limit."},
         {"info", 0, "", "", Topic::Input, Effect::Run, Unstored(),
-         "Say what is in the models and draw nothing",
-         "Prints the objects of the models, the number of their triangles, their size in real "
-         "units and what reading them has changed. Nothing is drawn.",
+         "Describe the models and draw nothing",
+         "Prints the objects of the models with their triangles, sizes in real units, and changes "
+         "made while reading. Nothing is drawn.",
          Scope::CommandLine},
         {"view", 0, "NAME", "iso", Topic::Camera, Effect::Drawing,
          Stored(ValueKind::Text, &CameraRequest::view, ParseView, ViewNames()),
          "front, back, left, right, top, bottom or iso",
-         "The direction to look from. iso is isometric, from the front, the right and above."},
+         "The direction of view. iso is isometric, from the front, the right and above."},
         {"azimuth", 0, "DEG", "", Topic::Camera, Effect::Drawing,
          Number(&CameraRequest::azimuth, "azimuth", "a number of degrees", kAnyNumber),
          "Look from DEG degrees around: 0 front, 90 right",
-         "The direction to look from, in degrees around the up axis: 0 is the front and 90 the "
-         "right. Wins over --view."},
+         "The direction of view in degrees around the up axis: 0 is the front, 90 the right. "
+         "Overrides --view."},
         {"elevation", 0, "DEG", "", Topic::Camera, Effect::Drawing,
          Number(&CameraRequest::elevation, "elevation", "a number of degrees from -90 to 90",
                 {-90.0, 90.0}),
          "Look from DEG degrees above the horizon",
-         "The direction to look from, in degrees above the horizon: from -90 (from below) to 90 "
-         "(from above). Wins over --view."},
+         "The direction of view in degrees above the horizon, from -90 (from below) to 90 (from "
+         "above). Overrides --view."},
         {"roll", 0, "DEG", "0", Topic::Camera, Effect::Drawing,
          Number(&CameraRequest::roll, "roll", "a number of degrees", kAnyNumber),
          "Turn the drawing counter-clockwise by DEG degrees",
@@ -225,7 +223,7 @@ const std::vector<OptionInfo>& OptionTable() {
         {"camera-position", 0, "X,Y,Z", "", Topic::Camera, Effect::Drawing,
          Coordinates(&CameraRequest::position, "camera position"),
          "Look from a point in the first model's coordinates",
-         "The point to look from, in the axes and the unit of the first model's file. Wins over "
+         "The point to look from, in the axes and the unit of the first model's file. Overrides "
          "--view and the angles."},
         {"camera-focal-point", 0, "X,Y,Z", "the middle", Topic::Camera, Effect::Drawing,
          Coordinates(&CameraRequest::focalPoint, "camera focal point"),
@@ -239,119 +237,116 @@ const std::vector<OptionInfo>& OptionTable() {
          Name<Projection>(&CameraRequest::projection, "projection",
                           {"orthographic", "perspective"}),
          "orthographic or perspective",
-         "Orthographic keeps parallels parallel and has a scale; perspective shows things smaller "
-         "the farther away they are."},
+         "Orthographic views keep parallels parallel and have a scale; perspective shows distant "
+         "objects smaller."},
         {"fov", 0, "DEG", "30", Topic::Camera, Effect::Drawing,
          Number(&CameraRequest::fieldOfView, "field of view",
                 "a number of degrees above 0 and below 170", {0.0, 170.0, true, true}),
          "Vertical field of view of a perspective",
-         "The vertical field of view of a perspective drawing inside its margin, over 0 and under "
+         "The vertical field of view of a perspective drawing inside its margin, above 0 and below "
          "170 degrees. Needs --projection perspective."},
         {"fit", 0, "OBJECT", "all", Topic::Camera, Effect::Drawing,
          Stored(ValueKind::Text, &CameraRequest::fitObject, ParseFit, {"all"}),
          "The object that fills the page, or all",
-         "What fills the page: everything that is drawn (all), or one object by its name in the "
-         "file, with the others around it as far as they are in sight."},
+         "The object that fills the page, by its name in the file, with the visible parts of "
+         "others around it; all fits everything."},
         {"zoom", 0, "FACTOR", "1", Topic::Camera, Effect::Drawing,
          Number(&CameraRequest::zoom, "zoom", "a positive number", kOverZero),
          "Draw FACTOR times as large as fits the page",
-         "Draws everything FACTOR times as large as would fit the page. Over 0."},
+         "Draws everything FACTOR times as large as would fit the page. FACTOR is positive."},
         {"page", 0, "PAGE", "A4", Topic::Page, Effect::Drawing,
          Stored(ValueKind::Text, &PageOptions::size, ParsePageSize, PageNames()),
          "A0 to A6, letter, legal or WxH[mm|cm|in|pt]",
-         "The sheet: A0 to A6, letter or legal, upright, or WIDTHxHEIGHT with mm, cm, in or pt "
-         "behind it; without a unit the measures are millimetres."},
+         "The page: A0 to A6, letter or legal in portrait format, or WIDTHxHEIGHT followed by mm, "
+         "cm, in or pt; millimetres by default."},
         {"landscape", 0, "", "", Topic::Page, Effect::Drawing,
-         Applied(ValueKind::Flag, &PageOptions::size, TurnPage),
-         "Turn the page so that it is wider than high",
-         "Turns the page so that it is at least as wide as it is high."},
+         Applied(ValueKind::Flag, &PageOptions::size, TurnPage), "Use the page in landscape format",
+         "Turns the page so that it is at least as wide as high."},
         {"margin", 0, "LENGTH", "10mm", Topic::Page, Effect::Drawing,
          Length(&PageOptions::margin, "margin", "a length of 0 or more", kZeroOrMore),
-         "What stays white along the edges of the page",
-         "What stays white along every edge of the page, such as 5, 5mm, 0.5cm, 0.2in or 14pt."},
+         "Blank margin along the edges of the page",
+         "The blank margin along every edge of the page, such as 5, 5mm, 0.5cm, 0.2in or 14pt."},
         {"scale", 0, "RATIO", "", Topic::Page, Effect::Drawing,
          Stored(ValueKind::Number, &CameraRequest::scale, ParseRatio,
                 {"1:1", "1:2", "1:5", "1:10", "1:20", "1:50", "1:100", "2:1", "5:1", "10:1"}),
          "Draw at true scale: 1:2, 2:1, 0.5",
-         "Draws at a true scale, the length on paper to the real one: at 1:2 an edge of 100 mm "
-         "that is parallel to the page is 50 mm long on paper. Orthographic views only; takes the "
-         "place of --zoom."},
+         "Draws at a true scale, the ratio of length on paper to real length: at 1:2, an edge of "
+         "100 mm parallel to the page is 50 mm long on paper. Orthographic views only; excludes "
+         "--zoom."},
         {"sheet", 0, "LIST", "", Topic::Page, Effect::Drawing,
          Stored(ValueKind::Names, &PageOptions::views, ParseViews, ViewNames()),
          "Several views on one sheet: front,top,iso",
-         "Puts several named views on one sheet, at one scale and in line with the front view. "
+         "Draws several named views on one sheet, at one scale and aligned with the front view. "
          "Orthographic views only."},
         {"arrangement", 0, "KIND", "first-angle", Topic::Page, Effect::Drawing,
          Name<Arrangement>(&PageOptions::arrangement, "arrangement",
                            {"first-angle", "third-angle"}),
          "Of --sheet: first-angle or third-angle",
-         "Where the views of --sheet stand around the front view: in first-angle the one from "
-         "above is below it and the one from the right on its left, in third-angle the other way "
-         "round."},
+         "The positions of the views of --sheet around the front view: in first-angle, the view "
+         "from above is below it and the view from the right is on its left; in third-angle, the "
+         "reverse."},
         {"title", 0, "TEXT", "", Topic::Page, Effect::Drawing, Text(&OutputOptions::title),
-         "The title in the drawing's file",
-         "The title that the drawing's file carries. It is not drawn."},
+         "Title in the metadata of the output",
+         "The title in the metadata of the output. It is not drawn."},
         {"description", 0, "TEXT", "", Topic::Page, Effect::Drawing,
-         Text(&OutputOptions::description), "The description in the drawing's file",
-         "The description that the drawing's file carries. It is not drawn."},
+         Text(&OutputOptions::description), "Description in the metadata of the output",
+         "The description in the metadata of the output. It is not drawn."},
         {"lines", 0, "LIST", "all", Topic::Lines, Effect::Drawing, Families(),
-         "Families to draw: crease,silhouette,intersection",
-         "The families of lines to draw, with commas between: silhouette (where a surface turns "
-         "away from the eye, and where it ends), crease (where it bends sharply) and intersection "
-         "(where objects cut each other)."},
+         "Types to draw: crease,silhouette,intersection",
+         "The types of lines to draw, separated by commas: silhouette (where a surface turns away "
+         "from the eye, or ends), crease (where it bends sharply) and intersection (where objects "
+         "intersect)."},
         {"crease-angle", 0, "DEG", "", Topic::Lines, Effect::Scene,
          Number(&LineOptions::creaseAngle, "crease angle",
                 "a number of degrees above 0 and below 180", {0.0, 180.0, true, true}),
          "Draw edges that bend by more than DEG degrees",
-         "Draws as creases the edges that bend by more than DEG degrees, over 0 and under 180. "
-         "Without it the normals of the file decide, and 30 where it has none. Normals that are "
-         "those of the triangles themselves say nothing about smoothness, and 30 decides there, "
-         "too: where the three corners of every triangle of an object have one normal, within 0.5 "
-         "degrees of the triangle's."},
+         "Draws edges that bend by more than DEG degrees (above 0, below 180) as creases. By "
+         "default, the normals in the file determine creases, and 30 degrees where there are none. "
+         "Normals that equal those of the triangles within 0.5 degrees, at all corners of an "
+         "object, do not describe smoothness and are ignored."},
         {"hidden", 0, "", "", Topic::Lines, Effect::Drawing, Flag(&LineOptions::hidden),
-         "Draw hidden parts too, in their own style",
-         "Draws the parts of lines that are hidden, too, below the others and in the style named "
-         "hidden: dashed, unless told otherwise."},
+         "Draw hidden parts too, in a separate style",
+         "Draws hidden parts of lines as well, below the others and in the style named hidden, "
+         "which is dashed by default."},
         {"style", 0, "LIST", "", Topic::Lines, Effect::Drawing,
          Repeated(ValueKind::Style, &LineOptions::styles, ApplyStyles),
-         "Looks: crease.width=0.25mm,hidden.dash=1/0.5",
-         "How lines look: FAMILY.KEY=VALUE with commas between; later ones win. Families are "
-         "crease, silhouette, intersection, hidden and all. Keys are width (a positive length up "
-         "to 100 mm), color (#rgb, #rrggbb or a basic colour name) and dash (lengths with / "
-         "between, or none)."},
+         "Styles: crease.width=0.25mm,hidden.dash=1/0.5",
+         "The styles of lines: TYPE.KEY=VALUE, separated by commas; later items override earlier "
+         "ones. Types are crease, silhouette, intersection, hidden and all. Keys are width (a "
+         "positive length up to 100 mm), color (#rgb, #rrggbb or a basic colour name) and dash "
+         "(lengths separated by /, or none)."},
         {"min-length", 0, "LENGTH", "0.02mm", Topic::Lines, Effect::Drawing,
          Length(&LineOptions::minLength, "minimal length", "a length of 0 or more", kZeroOrMore),
-         "Leave out paths that are shorter on paper",
-         "Leaves out paths that are shorter than LENGTH on paper, after joining; a closed one "
-         "counts by its whole length. Dots are left out even with 0. JSON tells every range, "
-         "however short."},
+         "Omit paths that are shorter on paper",
+         "Omits paths shorter than LENGTH on paper, after joining; a closed path counts with its "
+         "whole length. Dots are omitted even with 0. JSON lists every interval, however short."},
         {"output", 'o', "OUT", "", Topic::Output, Effect::Drawing,
          Text(&OutputOptions::path, ValueKind::File),
          "The drawing to write: .svg .pdf .png .dxf .json",
-         "The file to write; its ending says the format. \"-\" is standard output, as SVG unless "
-         "--output-format says otherwise. The file appears only when it is whole. {view} in the "
-         "name becomes the name of the view."},
+         "The file to write; its ending selects the format. \"-\" is standard output, SVG unless "
+         "--output-format is given. The file appears only when complete. {view} is replaced by the "
+         "name of the view."},
         {"output-format", 0, "FORMAT", "by the ending", Topic::Output, Effect::Drawing,
          Name<OutputFormat>(&OutputOptions::format, "output format",
                             {"svg", "pdf", "png", "dxf", "json"}),
          "svg, pdf, png, dxf or json",
-         "The format of the drawing where the name of the output does not say it."},
+         "The format of the drawing if the name of the output does not determine it."},
         {"layers", 0, "KIND", "none", Topic::Output, Effect::Drawing,
          Stored(ValueKind::Text, &OutputOptions::layering, ParseLayering,
                 {"type", "object", "none"}),
          "Layers by type of line or by object (svg, dxf)",
-         "Puts every family of lines (type) or every object (object) on a layer of its own. SVG "
-         "and DXF only."},
+         "Puts every type of line (type) or every object (object) on a separate layer. SVG and DXF "
+         "only."},
         {"arcs", 0, "", "", Topic::Output, Effect::Drawing, Unstored(),
-         "Write round lines as arcs (svg, pdf)",
-         "Writes round lines as true arcs, for orthographic views in SVG and PDF. DXF has them "
-         "always."},
+         "Write curved lines as arcs (svg, pdf)",
+         "Writes curved lines as true arcs, for orthographic views in SVG and PDF. DXF always "
+         "contains arcs."},
         {"arc-tolerance", 0, "LENGTH", "0.01mm", Topic::Output, Effect::Drawing,
          Length(&OutputOptions::arcTolerance, "arc tolerance", "a positive length up to 10 mm",
                 {0.0, 10.0, true, false}),
-         "How far an arc may be from its lines",
-         "How far an arc may be anywhere from the lines that it takes the place of, on paper: over "
-         "0, to 10 mm. 0.05mm for DXF unless given."},
+         "Largest distance of an arc from its lines",
+         "The largest distance between an arc and the lines that it replaces, on paper, up to 10 "
+         "mm. For DXF, 0.05mm by default."},
         {"dpi", 0, "N", "300", Topic::Output, Effect::Drawing,
          Number(&OutputOptions::dotsPerInch, "resolution",
                 "a number of dots per inch from 1 to 9600", {1.0, 9600.0}),
@@ -359,41 +354,40 @@ const std::vector<OptionInfo>& OptionTable() {
         {"views", 0, "LIST", "", Topic::Batch, Effect::Run,
          Stored(ValueKind::Names, &BatchOptions::views, ParseViews, ViewNames()),
          "Draw several views: front,top,iso",
-         "Draws several named views of the models, which are read once. The output has to contain "
-         "{view}, which becomes the name of the view."},
+         "Draws several named views of the models, which are read once. The output must contain "
+         "{view}, which is replaced by the name of the view."},
         {"jobs", 0, "N", "processors", Topic::Batch, Effect::Run,
          Stored(ValueKind::Number, &BatchOptions::threads, ParseThreads),
          "Drawings made at the same time",
-         "How many drawings are made at the same time, from 1 to 256. The files are the same for "
-         "any number.",
+         "The number of drawings made at the same time, from 1 to 256. It does not affect the "
+         "files.",
          Scope::Config},
         {"force", 0, "", "", Topic::Batch, Effect::Run, Flag(&BatchOptions::force),
-         "Draw again what is up to date",
-         "Draws everything again, also what is there already from the same inputs and options.",
-         Scope::Config},
+         "Draw everything again, even if up to date",
+         "Draws everything again, including drawings that are up to date.", Scope::Config},
         {"state", 0, "FILE", "JOBS.json.state", Topic::Batch, Effect::Run,
          Stored(ValueKind::File, &BatchOptions::statePath, ParseStatePath),
-         "Where finished work is noted",
-         "The file in which finished work is noted, so that a second run can leave it out. With "
-         "--views there is none unless it is named.",
+         "File that records finished work",
+         "The file that records finished work, which the next run skips. With --views, work is "
+         "recorded only if the file is given.",
          Scope::Config},
         {"verbose", 'v', "", "", Topic::Messages, Effect::Run, Flag(&MessageOptions::verbose),
-         "Say more along the way", "Says more on standard error about what is read and drawn.",
-         Scope::Config},
+         "Print more information",
+         "Prints more information about reading and drawing on standard error.", Scope::Config},
         {"quiet", 'q', "", "", Topic::Messages, Effect::Run, Flag(&MessageOptions::quiet),
-         "Say nothing but errors", "Says nothing but what went wrong.", Scope::Config},
+         "Print errors only", "Prints errors only.", Scope::Config},
         {"json", 0, "", "", Topic::Messages, Effect::Run, Flag(&MessageOptions::json),
-         "The summary as JSON on standard output",
-         "Writes the summary on standard output as JSON, for other programs.", Scope::Config},
+         "Print the summary as JSON on standard output",
+         "Prints the summary as JSON on standard output, for other programs.", Scope::Config},
         {"timing", 0, "", "", Topic::Messages, Effect::Run, Flag(&MessageOptions::timing),
-         "Say how long each stage took on standard error",
-         "Says on standard error how long each stage took.", Scope::Config},
+         "Print the time of each stage on standard error",
+         "Prints the time of each stage on standard error.", Scope::Config},
         {"config", 0, "FILE", "", Topic::Messages, Effect::Run, Unstored(ValueKind::File),
          "A TOML or JSON file of options; see help config",
-         "A file of options, TOML or JSON by its ending. The command line wins over it.",
+         "A file of options, TOML or JSON by its ending. The command line overrides it.",
          Scope::CommandLine},
         {"help", 'h', "", "", Topic::Messages, Effect::Run, Unstored(), "Print this help",
-         "Prints a help that fits on a page or two.", Scope::CommandLine},
+         "Prints a short help.", Scope::CommandLine},
         {"version", 0, "", "", Topic::Messages, Effect::Run, Unstored(), "Print the version",
          "Prints the version.", Scope::CommandLine}};
     return table;

@@ -52,10 +52,10 @@ void ApplyItem(const std::string& item, StyleSheet& styles) {
     const std::string name = item.substr(0, equals);
     const std::size_t dot = name.find('.');
     if (equals == std::string::npos || dot == std::string::npos) {
-        RefuseUsage("style '" + item + "' is not FAMILY.KEY=VALUE, such as crease.width=0.25mm");
+        RefuseUsage("style '" + item + "' is not TYPE.KEY=VALUE, such as crease.width=0.25mm");
     }
     const std::string key = name.substr(dot + 1);
-    const std::size_t family = ParseName(name.substr(0, dot), "line family",
+    const std::size_t family = ParseName(name.substr(0, dot), "line type",
                                          {"crease", "silhouette", "intersection", "hidden", "all"});
     ParseName(key, "style key", {"width", "color", "dash"});
     const std::array<StrokeStyle*, 4> all{&styles.crease, &styles.silhouette, &styles.intersection,

@@ -163,8 +163,7 @@ TEST_F(ConfigFile, NamesTheNearestKey) {
     EXPECT_EQ(refusal("veiw = 'top'"),
               path("c.toml") + ": unknown key 'veiw'; did you mean 'view'?");
     EXPECT_TRUE(Holds(refusal("crease_angle = 3"), "'crease-angle'?"));
-    EXPECT_TRUE(
-        Holds(refusal("[style.creese]\nwidth = 1"), "c.toml: unknown line family 'creese'"));
+    EXPECT_TRUE(Holds(refusal("[style.creese]\nwidth = 1"), "c.toml: unknown line type 'creese'"));
     EXPECT_TRUE(Holds(refusal("[style.crease]\nwidht = 1"), "did you mean 'width'?"));
     EXPECT_TRUE(Holds(refusal("wireframe = 1"), "see kxcontour help config"));
     for (const char* key : {"info", "config", "help", "version"}) {
