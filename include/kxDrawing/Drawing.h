@@ -24,30 +24,30 @@ constexpr std::size_t kNoObject = static_cast<std::size_t>(-1);
 /// The line of an edge that shows none of Drawing::lines.
 constexpr std::uint32_t kNoLine = static_cast<std::uint32_t>(-1);
 
-/// An exact fraction; the denominator is over 0.
+/// An exact fraction.
 struct Fraction {
-    std::int64_t numerator = 0;
-    std::int64_t denominator = 1;
+    std::int64_t numerator = 0;   ///< Not reduced.
+    std::int64_t denominator = 1; ///< Over 0.
 };
 
 /// A part of a line on the page, from 0 at its start to 1 at its end.
 struct Interval {
-    Fraction from;
-    Fraction to;
+    Fraction from; ///< Its start.
+    Fraction to;   ///< Its end.
 };
 
 /// A straight line on the page.
 struct PageLine {
-    Point a;
-    Point b;
+    Point a; ///< The start.
+    Point b; ///< The end.
 };
 
 /// A line of the scene with its occluded intervals. Lines of the model are listed once each, those
 /// of intersections as pieces.
 struct Line {
-    LineKind kind = LineKind::Silhouette;
-    std::size_t object = kNoObject; ///< Index into Drawing::objects, or kNoObject.
-    std::array<Vector, 2> ends{};   ///< In the coordinates of the scene.
+    LineKind kind = LineKind::Silhouette; ///< Why the line is drawn.
+    std::size_t object = kNoObject;       ///< Index into Drawing::objects, or kNoObject.
+    std::array<Vector, 2> ends{};         ///< In the coordinates of the scene.
     /// The part of the line that lies inside the view; none where nothing does.
     std::optional<PageLine> onPage;
     /// Where onPage starts and ends in space.
@@ -67,9 +67,9 @@ struct Line {
 
 /// An elliptic arc that replaces the points from first to last (first < last) of a path.
 struct Arc {
-    std::size_t first = 0;
-    std::size_t last = 0;
-    Point center;
+    std::size_t first = 0; ///< Index into Path::points.
+    std::size_t last = 0;  ///< Index into Path::points.
+    Point center;          ///< Of the ellipse.
     double radiusX = 0.0;  ///< Along the first axis; over 0.
     double radiusY = 0.0;  ///< Along the second axis; equal to radiusX for a circle.
     double rotation = 0.0; ///< Of the first axis from x towards y, in degrees.
@@ -96,15 +96,15 @@ struct Path {
 /// Paths that are drawn alike.
 struct PathGroup {
     LineKind kind = LineKind::Silhouette; ///< Of the first lines in it; others have its style.
-    bool hidden = false;
-    StrokeStyle style;
-    std::vector<Path> paths;
+    bool hidden = false;                  ///< Whether the paths show hidden parts of lines.
+    StrokeStyle style;                    ///< Of all paths.
+    std::vector<Path> paths;              ///< In drawing order.
 };
 
 /// A layer of the drawing; the name is empty in a drawing without layers.
 struct Layer {
-    std::string name; ///< Unique in the drawing.
-    std::vector<PathGroup> groups;
+    std::string name;              ///< Unique in the drawing.
+    std::vector<PathGroup> groups; ///< In drawing order, later ones on top.
 };
 
 /// How many lines and paths there are.
@@ -117,7 +117,7 @@ struct DrawingStatistics {
 
 /// A finished drawing: a value that depends on nothing else. Writers.h writes it.
 struct Drawing {
-    PageSize page;
+    PageSize page;                      ///< The sheet.
     std::string title = "Illustration"; ///< Plain text; empty: none.
     std::string description;            ///< Plain text; empty: none.
     std::vector<std::string> objects;   ///< Names of the objects of the scene; may repeat.
@@ -129,7 +129,7 @@ struct Drawing {
     /// Size of the drawing on paper, known where scale is: what exceeds the page inside its margin
     /// is drawn beyond it, or left out beyond the page.
     std::optional<PageSize> drawnSize;
-    DrawingStatistics statistics;
+    DrawingStatistics statistics; ///< Counts of lines and paths.
 };
 
 /// Draws a scene.

@@ -16,8 +16,8 @@ constexpr Matrix kIdentity{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
 /// A point on the page: millimetres from the upper left corner, x to the right and y down.
 struct Point {
-    double x = 0.0;
-    double y = 0.0;
+    double x = 0.0; ///< To the right.
+    double y = 0.0; ///< Downwards.
 };
 
 } // namespace kxdrawing

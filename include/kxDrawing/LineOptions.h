@@ -23,16 +23,18 @@ struct StrokeStyle {
     std::array<std::uint8_t, 3> color{0, 0, 0}; ///< Red, green, blue.
     std::vector<double> dashes; ///< Lengths on and off in turn, millimetres; empty: solid.
 
+    /// Equal in all members.
     bool operator==(const StrokeStyle& other) const = default;
 };
 
 /// The styles of a drawing; hidden lines of all kinds look alike.
 struct StyleSheet {
-    StrokeStyle silhouette{0.2, {0, 0, 0}, {}};
-    StrokeStyle crease{0.133333, {0, 0, 0}, {}};
-    StrokeStyle intersection{0.2, {0, 0, 0}, {}};
-    StrokeStyle hidden{0.1, {0, 0, 0}, {1.0, 0.6}};
+    StrokeStyle silhouette{0.2, {0, 0, 0}, {}};     ///< Of visible silhouettes.
+    StrokeStyle crease{0.133333, {0, 0, 0}, {}};    ///< Of visible creases.
+    StrokeStyle intersection{0.2, {0, 0, 0}, {}};   ///< Of visible intersections.
+    StrokeStyle hidden{0.1, {0, 0, 0}, {1.0, 0.6}}; ///< Of all hidden lines.
 
+    /// The style of visible or hidden lines of a kind.
     CTR_EXPORT const StrokeStyle& of(LineKind kind, bool isHidden) const;
 };
 
@@ -41,13 +43,13 @@ enum class Layering : std::uint8_t { None, Type, Object };
 
 /// Which lines are drawn, and what is made of them.
 struct LineOptions {
-    bool silhouettes = true;
-    bool creases = true;
-    bool intersections = true;
-    bool hidden = false; ///< Draw hidden lines as well, in their own style.
-    StyleSheet styles;
-    Layering layering = Layering::None;
-    double minLength = 0.02; ///< Shorter paths are left out. Millimetres, 0 or more.
+    bool silhouettes = true;            ///< Draw silhouettes.
+    bool creases = true;                ///< Draw creases.
+    bool intersections = true;          ///< Draw intersections.
+    bool hidden = false;                ///< Draw hidden lines as well, in their own style.
+    StyleSheet styles;                  ///< How lines look.
+    Layering layering = Layering::None; ///< Whether lines are sorted into layers.
+    double minLength = 0.02;            ///< Shorter paths are left out. Millimetres, 0 or more.
     std::optional<double>
         arcTolerance;  ///< Recognise arcs within so many millimetres; none: do not.
     bool paths = true; ///< Fill Drawing::layers.

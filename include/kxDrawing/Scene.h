@@ -42,8 +42,8 @@ enum class Weld : std::uint8_t {
 /// Properties of all meshes of a scene.
 struct SceneOptions {
     double millimetresPerUnit = 1.0; ///< Of positions; over 0. Matters for drawings to scale.
-    UpAxis up = UpAxis::Z;
-    Weld weld = Weld::Automatic;
+    UpAxis up = UpAxis::Z;           ///< Of all meshes.
+    Weld weld = Weld::Automatic;     ///< Of all surfaces.
 };
 
 /// Triangles that no line can be drawn from, by reason.
@@ -59,12 +59,13 @@ struct LeftOutTriangles {
 /// adding needs the scene for itself.
 class CTR_EXPORT Scene {
 public:
+    /// A scene without meshes. Throws InvalidArgument for options out of range.
     explicit Scene(const SceneOptions& options = {});
     ~Scene();
-    Scene(const Scene& other);
-    Scene& operator=(const Scene& other);
-    Scene(Scene&& other) noexcept;
-    Scene& operator=(Scene&& other) noexcept;
+    Scene(const Scene& other);            ///< Shares the content until either scene changes.
+    Scene& operator=(const Scene& other); ///< As the copy constructor.
+    Scene(Scene&& other) noexcept;        ///< The other scene may only be assigned or destroyed.
+    Scene& operator=(Scene&& other) noexcept; ///< As the move constructor.
 
     /// Adds a mesh and returns the number of its object, counted over drawn meshes. Triangles that
     /// cannot be drawn are left out. Throws InvalidArgument where the length of an array is no

@@ -11,6 +11,7 @@ namespace kxdrawing {
 /// The named directions of view.
 enum class Direction : std::uint8_t { Front, Back, Left, Right, Top, Bottom, Iso };
 
+/// The kinds of projection.
 enum class Projection : std::uint8_t { Orthographic, Perspective };
 
 /// A direction of view, its projection and its size on the page.
@@ -27,7 +28,7 @@ struct View {
     std::optional<Vector> eye;
     std::optional<Vector> target; ///< In the middle of the page; none: the middle of the scene.
     std::optional<Vector> up;     ///< Points up on the page; none: the up axis of the scene.
-    Projection projection = Projection::Orthographic;
+    Projection projection = Projection::Orthographic; ///< Parallel by default.
     double fieldOfView = 30.0; ///< Vertical, of the page inside its margin; perspective only.
     double zoom = 1.0;         ///< Over 0; 2 draws everything twice as large.
     /// Length on paper over real length, such as 0.5 for 1:2; orthographic only. None: fit the
@@ -37,6 +38,7 @@ struct View {
     /// (near) to 1 (far), after division by w. Replaces all of the above.
     std::optional<Matrix> matrix;
 
+    /// A named direction of view.
     static View named(Direction direction) {
         View view;
         view.direction = direction;

@@ -21,6 +21,7 @@ enum class Format : std::uint8_t { Svg, Pdf, Png, Dxf, Json };
 /// ending.
 CTR_EXPORT Format FormatOf(const std::filesystem::path& path);
 
+/// Properties of single formats.
 struct WriteOptions {
     double dotsPerInch = 300.0; ///< Of PNG; over 0, and the picture at most 32767 pixels a side.
 };
