@@ -42,7 +42,7 @@ constexpr double kPi = 3.141592653589793;
 struct LineList {
     std::vector<Point> positions;
     std::vector<unsigned int> indices;
-    std::vector<bool> flags; ///< One a segment: search for straight runs.
+    std::vector<bool> flags; ///< One per segment: search for straight runs.
 
     unsigned int vertexAt(const Point& p) {
         const auto [place, isNew] =

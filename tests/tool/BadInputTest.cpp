@@ -210,12 +210,12 @@ const std::vector<WrongRun> kWrongOptions{
     {"PageWithoutRoom",
      "cube.obj -o new.svg --page 15x15",
      kUsage,
-     "page '15x15' leaves no room inside its margin of 10 mm; each side must be over 20 mm",
+     "page '15x15' leaves no room inside its margin of 10 mm; each side must exceed 20 mm",
      {}},
     {"MarginWithoutRoom",
      "cube.obj -o new.svg --margin 110",
      kUsage,
-     "page 'A4' leaves no room inside its margin of 110 mm; each side must be over 220 mm",
+     "page 'A4' leaves no room inside its margin of 110 mm; each side must exceed 220 mm",
      {}},
     {"NegativeMargin",
      "cube.obj -o new.svg --margin -1",
@@ -230,7 +230,7 @@ const std::vector<WrongRun> kWrongOptions{
     {"ScaleOfAPerspective",
      "cube.obj -o new.svg --scale 1:2 --projection perspective",
      kUsage,
-     "--scale needs an orthographic view; a perspective has none",
+     "--scale needs an orthographic view",
      {}},
     {"ScaleAndZoom",
      "cube.obj -o new.svg --scale 1:2 --zoom 2",
@@ -570,7 +570,7 @@ const std::vector<WrongRun> kWrongFilesOfOptions{
     {"WrongValueInASecondJob",
      "batch a.json",
      kUsage,
-     "a.json: job 2: zoom 'big' is not a number*",
+     "a.json: job 2: zoom 'big' is not a positive number*",
      {{"a.json", R"({"jobs": [{"model": "cube.obj", "output": "new.svg"},
                               {"model": "cube.obj", "output": "b.svg", "zoom": "big"}]})"}}},
     {"TwoJobsForOneFile",
@@ -752,7 +752,7 @@ TEST_F(BadInput, FileThatAsksForMoreMemoryThanThereIs) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     EXPECT_TRUE(fs::exists(path)) << "importers have no limit under sanitizers";
 #else
-    expectFailure(kUnreadable, path + ": cannot read the model: it asks for more memory", {path});
+    expectFailure(kUnreadable, path + ": cannot read the model: it needs more memory", {path});
 #endif
 }
 

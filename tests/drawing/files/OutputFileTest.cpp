@@ -280,10 +280,10 @@ TEST(OutputFile, RefusesLinksOfOthersInFoldersThatAllMayWrite) {
     for (const std::string& target : {precious, folder.path("new")}) {
         fs::create_symlink(target, link);
         ASSERT_EQ(::lchown(link.c_str(), 65534, 65534), 0);
-        EXPECT_TRUE(Holds(Refusal(link), "is a link of another user")) << target;
+        EXPECT_TRUE(Holds(Refusal(link), "is another user's link")) << target;
         // The link may also be met on the way.
         fs::create_symlink("shared/a.svg", folder.path("first"));
-        EXPECT_TRUE(Holds(Refusal(folder.path("first")), "is a link of another user")) << target;
+        EXPECT_TRUE(Holds(Refusal(folder.path("first")), "is another user's link")) << target;
         fs::remove(link);
         fs::remove(folder.path("first"));
     }

@@ -41,7 +41,7 @@ TEST(RequireComplete, WantsTheEndOfStlText) {
     ExpectComplete(folder, bytes + "\r\n  \n");
     const std::size_t lastLine = bytes.rfind("endsolid");
     for (std::size_t size = 5; size < lastLine; size += 7) {
-        EXPECT_TRUE(Holds(Refusal(folder, bytes.substr(0, size)), "cut short")) << size;
+        EXPECT_TRUE(Holds(Refusal(folder, bytes.substr(0, size)), "truncated")) << size;
     }
 }
 
@@ -55,8 +55,8 @@ TEST(RequireComplete, TakesNoBinaryStlForText) {
 TEST(RequireComplete, WantsTheEndOfStepFiles) {
     const TemporaryFolder folder;
     ExpectComplete(folder, "ISO-10303-21;\nHEADER;\nENDSEC;\nEND-ISO-10303-21;\r\n");
-    EXPECT_TRUE(Holds(Refusal(folder, "ISO-10303-21;\nHEADER;\nENDSEC;\n"), "cut short"));
-    EXPECT_TRUE(Holds(Refusal(folder, "ISO-10303-21;\nEND-ISO-10303-21"), "cut short"));
+    EXPECT_TRUE(Holds(Refusal(folder, "ISO-10303-21;\nHEADER;\nENDSEC;\n"), "truncated"));
+    EXPECT_TRUE(Holds(Refusal(folder, "ISO-10303-21;\nEND-ISO-10303-21"), "truncated"));
 }
 
 TEST(RequireComplete, LetsOtherFormatsPass) {

@@ -83,7 +83,7 @@ TEST(ReadPly, SeesEveryCutBeforeTheLastWordOfATextFile) {
     for (std::size_t size = body; size <= lastWord; ++size) {
         // A cut behind "-" leaves a word that is no number.
         const std::string refusal = Refusal(bytes.substr(0, size));
-        ASSERT_TRUE(refusal.find("cut short") != std::string::npos ||
+        ASSERT_TRUE(refusal.find("truncated") != std::string::npos ||
                     refusal.find("'-' is not a number") != std::string::npos)
             << size << " of " << bytes.size() << ": " << refusal;
     }
@@ -108,19 +108,19 @@ TEST(ReadPly, PassesOverWhatItDoesNotNeed) {
     const std::string row = std::string("a") + std::string("\2\0", 2) + std::string(16, 'b') + "cc";
     const std::string vertex = "r\x09\xFF\2mm\x07";
     EXPECT_EQ(Read(header + row + row + vertex).positions.at(0), (FilePoint{9, -1, 7}));
-    EXPECT_TRUE(Holds(Refusal(header + row + row.substr(1)), "cut short"));
+    EXPECT_TRUE(Holds(Refusal(header + row + row.substr(1)), "truncated"));
 }
 
 TEST(ReadPly, IsNotFooledByHugeCounts) {
     const std::string start = "ply\nformat binary_little_endian 1.0\nelement vertex ";
     const std::string end = "\nproperty double x\nproperty double y\nend_header\n0123456789abcdef";
     EXPECT_NO_THROW(Read(start + "1" + end));
-    EXPECT_TRUE(Holds(Refusal(start + "1152921504606846976" + end), "cut short"));
-    EXPECT_TRUE(Holds(Refusal(start + "18446744073709551615" + end), "cut short"));
+    EXPECT_TRUE(Holds(Refusal(start + "1152921504606846976" + end), "truncated"));
+    EXPECT_TRUE(Holds(Refusal(start + "18446744073709551615" + end), "truncated"));
     EXPECT_TRUE(Holds(Refusal("ply\nformat ascii 1.0\nelement vertex 18446744073709551615\n"
                               "property float x\nend_header\n1 2 3\n"),
-                      "cut short"));
-    EXPECT_TRUE(Holds(Refusal(Text(kVertices + kFaces, kPlaces + "1e30 0 1 2\n")), "cut short"));
+                      "truncated"));
+    EXPECT_TRUE(Holds(Refusal(Text(kVertices + kFaces, kPlaces + "1e30 0 1 2\n")), "truncated"));
 }
 
 TEST(ReadPly, NamesTheLineOfAHeaderThatItDoesNotKnow) {

@@ -175,7 +175,7 @@ TEST(WriteText, CountsMeshesWithNormals) {
     ModelInfo info;
     info.meshes = 3;
     info.meshesWithNormals = 3;
-    EXPECT_TRUE(Holds(TextOf(info), "normals    used: they tell")) << TextOf(info);
+    EXPECT_TRUE(Holds(TextOf(info), "normals    used to find")) << TextOf(info);
     info.meshesWithNormals = 1;
     EXPECT_TRUE(Holds(TextOf(info), "normals    1 of 3 meshes used")) << TextOf(info);
 }

@@ -145,12 +145,12 @@ TEST(ParseCommandLine, TakesFilesWithOddNames) {
 
 TEST(ParseCommandLine, SaysWhichFileIsMissing) {
     EXPECT_TRUE(Holds(RefusalOf({}), "no model given"));
-    EXPECT_TRUE(Holds(RefusalOf({"m.obj"}), "no output given; name it with -o"));
+    EXPECT_TRUE(Holds(RefusalOf({"m.obj"}), "no output given; use -o"));
     EXPECT_TRUE(Holds(RefusalOf({"-o", "o.svg"}), "no model given"));
     EXPECT_TRUE(Holds(RefusalOf({"", "-o", "o.svg"}), "no model given"));
-    EXPECT_TRUE(Holds(RefusalOf({"a.stl", "", "-o", "o.svg"}), "a model is given an empty"));
+    EXPECT_TRUE(Holds(RefusalOf({"a.stl", "", "-o", "o.svg"}), "a model has an empty"));
     EXPECT_TRUE(Holds(RefusalOf({"m.obj", "-o", ""}), "no output given"));
-    EXPECT_TRUE(Holds(Refusal({"--occluder", ""}), "--occluder is given an empty"));
+    EXPECT_TRUE(Holds(Refusal({"--occluder", ""}), "--occluder has an empty"));
 }
 
 TEST(ParseCommandLine, ReadsDirections) {
@@ -198,7 +198,7 @@ TEST(ParseCommandLine, ReadsTheLens) {
         EXPECT_TRUE(Holds(Refusal({"--projection", "perspective", "--fov", value}), value));
     }
     EXPECT_TRUE(Holds(Refusal({"--fov", "40"}), "--fov needs --projection perspective"));
-    EXPECT_TRUE(Holds(Refusal({"--fit", ""}), "--fit is given an empty name"));
+    EXPECT_TRUE(Holds(Refusal({"--fit", ""}), "--fit has an empty name"));
 }
 
 TEST(ParseCommandLine, ReadsScales) {
@@ -246,17 +246,16 @@ TEST(ParseCommandLine, ReadsSheetsOfSeveralViews) {
     EXPECT_TRUE(Holds(RefusalOf({"m", "-o", "{view}.svg", "--views", "top", "--sheet", "top"}),
                       "--views and --sheet cannot be combined"));
     EXPECT_EQ(Refusal({"--arrangement", "third-angle"}), "--arrangement needs --sheet");
-    EXPECT_TRUE(Holds(RefusalOf({"m", "-o", "o.json", "--sheet", "top"}), "JSON holds"));
+    EXPECT_TRUE(Holds(RefusalOf({"m", "-o", "o.json", "--sheet", "top"}), "has no JSON output"));
     ExpectRefused("--arrangement", {"", "third"});
 }
 
 TEST(ParseCommandLine, RefusesPagesWithoutRoomInsideTheMargin) {
     EXPECT_EQ(
         Refusal({"--page", "20x100"}),
-        "page '20x100' leaves no room inside its margin of 10 mm; each side must be over 20 mm");
-    EXPECT_EQ(
-        Refusal({"--margin", "105"}),
-        "page 'A4' leaves no room inside its margin of 105 mm; each side must be over 210 mm");
+        "page '20x100' leaves no room inside its margin of 10 mm; each side must exceed 20 mm");
+    EXPECT_EQ(Refusal({"--margin", "105"}),
+              "page 'A4' leaves no room inside its margin of 105 mm; each side must exceed 210 mm");
     EXPECT_EQ(Draw({"--page", "20.5x100"}).page.size.width, 20.5);
     EXPECT_EQ(Draw({"--page", "5x5", "--margin", "2.4"}).page.margin, 2.4);
 }
@@ -473,7 +472,7 @@ TEST(Views, HaveDefaultsOfTheBatch) {
 }
 
 TEST(Views, AreChecked) {
-    EXPECT_TRUE(Holds(Refusal({"--views", "front"}), "has to contain {view}"));
+    EXPECT_TRUE(Holds(Refusal({"--views", "front"}), "must contain {view}"));
     const Arguments start{"m.obj", "-o", "{view}.svg", "--views"};
     const auto refusal = [&](const Arguments& more) {
         Arguments arguments = start;
@@ -485,13 +484,13 @@ TEST(Views, AreChecked) {
     EXPECT_TRUE(Holds(refusal({""}), "unknown view ''"));
     EXPECT_TRUE(Holds(refusal({"front", "--view", "top"}), "--views and --view"));
     EXPECT_TRUE(Holds(refusal({"front", "--azimuth", "3"}), "--views and --azimuth"));
-    EXPECT_TRUE(Holds(refusal({"front", "--camera-position", "1,2,3"}), "cannot go together"));
+    EXPECT_TRUE(Holds(refusal({"front", "--camera-position", "1,2,3"}), "cannot be combined"));
     for (const char* value : {"0", "257", "-1", "1.5", "", "many"}) {
         EXPECT_TRUE(Holds(refusal({"front", "--jobs", value}), "from 1 to 256")) << value;
     }
     EXPECT_TRUE(Holds(refusal({"front", "--state", "front.svg"}), "state 'front.svg'"));
     EXPECT_TRUE(Holds(RefusalOf({"-", "--format", "stl", "--views", "top", "-o", "{view}.svg"}),
-                      "a batch reads files"));
+                      "a batch cannot read standard input"));
     EXPECT_TRUE(Holds(RefusalOf({"m.obj", "--views", "top"}), "no output given"));
 }
 

@@ -167,7 +167,7 @@ TEST_F(ConfigFile, NamesTheNearestKey) {
     EXPECT_TRUE(Holds(refusal("[style.crease]\nwidht = 1"), "did you mean 'width'?"));
     EXPECT_TRUE(Holds(refusal("wireframe = 1"), "see kxcontour help config"));
     for (const char* key : {"info", "config", "help", "version"}) {
-        EXPECT_TRUE(Holds(refusal(std::string(key) + " = true"), "belongs on the command line"));
+        EXPECT_TRUE(Holds(refusal(std::string(key) + " = true"), "is for the command line only"));
     }
 }
 
@@ -265,10 +265,10 @@ TEST_F(ConfigFile, ShortensWhatItDoesNotKnow) {
 }
 
 TEST_F(ConfigFile, HasToBeTomlOrJson) {
-    EXPECT_TRUE(Holds(Refusal({"--config", write("c.yaml", "")}), "has to end in .toml or .json"));
-    EXPECT_TRUE(Holds(Refusal({"--config", ""}), "has to end in"));
+    EXPECT_TRUE(Holds(Refusal({"--config", write("c.yaml", "")}), "must end in .toml or .json"));
+    EXPECT_TRUE(Holds(Refusal({"--config", ""}), "must end in"));
     EXPECT_TRUE(Holds(Refusal({"--config", write("c.json", "[1]")}),
-                      "has to be an object of options, not an array"));
+                      "must be an object of options, not an array"));
     EXPECT_EQ(draw("").camera.view, View::Iso) << "an empty TOML file is fine";
 }
 

@@ -109,15 +109,15 @@ TEST_F(JobFile, TellsSheetsApart) {
 TEST_F(JobFile, KeepsItsStateWhereItIsTold) {
     EXPECT_EQ(batch(kTwoJobs, {"--state", "s"}).statePath, "s");
     EXPECT_TRUE(Holds(RefusalOf({"batch", write("j.json", kTwoJobs), "--state", path("a.svg")}),
-                      "is a file of the batch already"));
+                      "is already a file of the batch"));
     EXPECT_TRUE(Holds(RefusalOf({"batch", path("j.json"), "--state", path("j.json")}),
-                      "is a file of the batch already"));
-    EXPECT_TRUE(Holds(RefusalOf({"batch", path("j.json"), "--state", ""}), "--state has to name"));
+                      "is already a file of the batch"));
+    EXPECT_TRUE(Holds(RefusalOf({"batch", path("j.json"), "--state", ""}), "--state must name"));
 }
 
 TEST_F(JobFile, IsRefusedWithoutItsFrame) {
-    EXPECT_EQ(refusal("[]"), "has to be an object with an array 'jobs', not an array");
-    EXPECT_EQ(refusal("{}"), "has no list 'jobs'");
+    EXPECT_EQ(refusal("[]"), "must be an object with an array 'jobs', not an array");
+    EXPECT_EQ(refusal("{}"), "has no array 'jobs'");
     EXPECT_EQ(refusal(R"({"jobs": []})"), "has no jobs");
     EXPECT_EQ(refusal(R"({"jobs": {}})"), "'jobs' must be an array, not an object");
     EXPECT_EQ(refusal(R"({"jobs": [3]})"), "job 1: must be an object, not a number");
@@ -150,7 +150,7 @@ TEST_F(JobFile, SaysWhichJobIsWrong) {
     EXPECT_EQ(second(R"("model": "m", "output": "b.svg", "jobs": 2)"),
               "job 2: 'jobs' is for the command line only");
     EXPECT_TRUE(Holds(second(R"("model": "m", "output": "b.svg", "views": ["top"])"),
-                      "job 2: output '" + path("b.svg") + "' has to contain {view}"));
+                      "job 2: output '" + path("b.svg") + "' must contain {view}"));
     EXPECT_EQ(second(R"("model": "-", "format": "stl", "output": "b.svg")"),
               "job 2: a batch cannot read standard input");
     EXPECT_EQ(second(R"("model": "m", "output": "-")"),
@@ -172,7 +172,7 @@ TEST_F(JobFile, RefusesTwoJobsThatWriteOneFile) {
     EXPECT_TRUE(Holds(refusal(R"({"jobs": [{"model": "m", "output": "a-{view}.svg",
                                             "views": ["top", "front"]},
                                            {"model": "m", "output": "a-front.svg"}]})"),
-                      "is written by job 1, too"));
+                      "is also written by job 1"));
 }
 
 TEST_F(JobFile, IsRefusedWhereItIsDamaged) {
@@ -203,11 +203,12 @@ TEST_F(JobFile, IsRefusedWhereItIsNestedTooDeeply) {
 TEST_F(JobFile, StandsAloneOnTheCommandLine) {
     EXPECT_TRUE(Holds(RefusalOf({"batch"}), "no job file given"));
     EXPECT_TRUE(Holds(RefusalOf({"batch", "a.json", "b.json"}), "unexpected argument 'b.json'"));
-    EXPECT_TRUE(Holds(RefusalOf({"batch", "-"}), "'-' is not one"));
+    EXPECT_TRUE(Holds(RefusalOf({"batch", "-"}), "cannot read its jobs"));
+    EXPECT_TRUE(Holds(RefusalOf({"batch", "a.json", "-o", "o.svg"}),
+                      "--output cannot be used with 'batch'"));
     EXPECT_TRUE(
-        Holds(RefusalOf({"batch", "a.json", "-o", "o.svg"}), "--output is not for 'batch'"));
-    EXPECT_TRUE(Holds(RefusalOf({"batch", "a.json", "--views", "top"}), "--views is not for"));
-    EXPECT_TRUE(Holds(RefusalOf({"batch", "a.json", "--info"}), "--info is not for"));
+        Holds(RefusalOf({"batch", "a.json", "--views", "top"}), "--views cannot be used with"));
+    EXPECT_TRUE(Holds(RefusalOf({"batch", "a.json", "--info"}), "--info cannot be used with"));
     EXPECT_TRUE(Holds(RefusalOf({"batch", "a.json", "--froce"}), "'--force'?"));
 }
 
