@@ -171,7 +171,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "states or its format defines."},
         {"weld", 0, "LENGTH", "auto", Topic::Input, Effect::Scene,
          Stored(ValueKind::Number, &InputOptions::weld, ParseWeld, {"auto", "off"}),
-         "Close cracks in surfaces up to LENGTH wide, auto or off",
+         "Close cracks up to LENGTH wide, auto or off",
          "Repairs the surface of each object before lines are computed: open edges that run along "
          "each other within LENGTH become one edge, and open edges are split where corners of "
          "others lie on them within LENGTH (T-junctions). LENGTH is a length of the model, such as "
