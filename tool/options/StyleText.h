@@ -7,9 +7,9 @@
 
 namespace kxcontour {
 
-/// Changes styles by a comma-separated list of FAMILY.KEY=VALUE; later items win.
+/// Changes styles by a comma-separated list of TYPE.KEY=VALUE; later items win.
 ///
-/// Families are crease, silhouette, intersection, hidden and all (these four); keys are width (a
+/// Types are crease, silhouette, intersection, hidden and all (these four); keys are width (a
 /// length over 0, to 100 mm), color, and dash (lengths over 0, to 100 mm, separated by '/', or
 /// none; an odd number of them is repeated, as in SVG). Throws InvalidArgument, naming the nearest
 /// family or key for one that does not exist.
