@@ -1,16 +1,16 @@
-// One pass over the edges, which HalfEdges has grouped; only boundary edges are measured.
+// One pass over the edges, which HalfEdges has grouped: linear while few faces meet at an edge.
+// Classes are exact, since only indices of points are compared. Boundary edges alone are measured,
+// in doubles.
 #include "features/BoundaryEdges.h"
 
 #include "features/Bounds.h"
+#include "features/Tolerances.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace ctr {
 namespace {
-
-/// The cosine of 10 degrees: the faces of a sharper wedge count as the two sides of a thin part.
-constexpr double kFoldedCosine = 0.984807753012208;
 
 class EdgeClassifier {
 public:
@@ -118,7 +118,7 @@ std::vector<BoundaryEdge> MeasureBoundaryEdges(const EdgeClasses& classes,
 }
 
 bool FoldsBack(const BoundaryEdge& a, const BoundaryEdge& b) {
-    return a.inward.Dot(b.inward) > kFoldedCosine;
+    return a.inward.Dot(b.inward) > surface_tolerances::kFoldedCosine;
 }
 
 } // namespace ctr

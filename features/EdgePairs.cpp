@@ -1,9 +1,15 @@
-// A spatial hash of edge midpoints (M. Teschner et al., Optimized Spatial Hashing for Collision
-// Detection of Deformable Objects, VMV 2003), one grid per power of two of edge length, so that the
-// many short edges beside a long one are never compared with it. The cells of a grid are at least
-// twice as large as the gaps allowed at its lengths, so a query visits at most eight cells. Buckets
-// are filled by a counting sort. Expected linear time.
+// Mutually nearest boundary edges by a spatial hash of edge midpoints (M. Teschner et al.,
+// Optimized Spatial Hashing for Collision Detection of Deformable Objects, VMV 2003).
+//
+// There is one grid per power of two of edge length, so that the many short edges beside a long one
+// are never compared with it. The cells of a grid are at least twice as large as the gaps allowed
+// at its lengths, so a query visits at most eight cells. Buckets are filled by a counting sort.
+// Expected linear time. In doubles; midpoints are compared with a margin for rounding
+// (visibility/ErrorBounds.h).
 #include "features/EdgePairs.h"
+
+#include "features/Tuning.h"
+#include "visibility/ErrorBounds.h"
 
 #include <algorithm>
 #include <array>
@@ -16,10 +22,6 @@ namespace ctr {
 namespace {
 
 constexpr std::uint32_t kNoEdge = std::numeric_limits<std::uint32_t>::max();
-
-/// A query reads at most this many edges of a bucket, so that edges repeated thousands of times
-/// take linear time.
-constexpr std::uint32_t kMostPerBucket = 64;
 
 /// The distance of two edges, for the better of the two ways to match their ends.
 struct Match {
@@ -84,7 +86,8 @@ private:
     /// than eight.
     double cellOf(int order) const {
         const double reach = reachOf(order);
-        return std::max(2.0 * reach, std::min(16.0 * reach, std::ldexp(1.0, order)));
+        return std::max(SurfaceTuning::kLeastCellOfGap * reach,
+                        std::min(SurfaceTuning::kMostCellOfGap * reach, std::ldexp(1.0, order)));
     }
 
     static Wm4::Vector3<double> midpointOf(const BoundaryEdge& edge) {
@@ -94,7 +97,7 @@ private:
     /// The index of a cell along an axis, clamped where the quotient exceeds the integers of a
     /// double.
     static std::int64_t cellAt(double coordinate, double cell) {
-        constexpr double kMost = 9e15;
+        constexpr double kMost = error_bounds::kMostCellNumber;
         return static_cast<std::int64_t>(std::floor(std::clamp(coordinate / cell, -kMost, kMost)));
     }
 
@@ -162,15 +165,15 @@ private:
         }
     }
 
-    /// Midpoints of edges are no farther apart than their ends; the tolerance covers the rounding
-    /// of the squares.
+    /// Midpoints of edges are no farther apart than their ends.
     void searchBucket(std::size_t bucket, std::uint32_t number, double reach) {
         const Wm4::Vector3<double> midpoint = midpointOf(edges_[number]);
         const std::uint32_t first = bucket == 0 ? 0 : bucketEnd_[bucket - 1];
-        const std::uint32_t end = std::min(bucketEnd_[bucket], first + kMostPerBucket);
+        const std::uint32_t end =
+            std::min(bucketEnd_[bucket], first + SurfaceTuning::kMostPerBucket);
         for (std::uint32_t i = first; i < end; ++i) {
             const Wm4::Vector3<double> apart = members_[i].midpoint - midpoint;
-            if (apart.Dot(apart) <= reach * reach * (1.0 + 1e-9)) {
+            if (apart.Dot(apart) <= reach * reach * (1.0 + error_bounds::kSquareMargin)) {
                 consider(number, members_[i].edge);
             }
         }

@@ -1,10 +1,15 @@
 // The driver: bakes a cluster of meshes, extracts its feature lines (creases or given feature
 // edges, silhouettes, intersections) and computes their occluded intervals.
+//
+// About O((n + k) log n) for n triangles and k lines at low depth complexity. Intervals are exact
+// for the grid points of a segment; the segment is rounded to the grid by less than one step per
+// axis.
 #include <ctr/GeometricFeaturesGenerator.h>
 
 #include <kxSceneGraph/kxOutlineMetadata.h>
 #include <kxSystem/kxCancelInterfaceReadOnly.h>
 
+#include "features/Tuning.h"
 #include "linesets/CommonSegments.h"
 #include "linesets/FuseSets.h"
 #include "linesets/IndexRange.h"
@@ -90,24 +95,13 @@ kx::kxPointer<LineSegmentSet> Without(const kx::kxPointer<LineSegmentSet>& creas
     return some ? creases : nullptr;
 }
 
-/// Costs of the phases, in nanoseconds on one processor of 2022; estimates for progress only, since
-/// models differ by factors of three and more.
-namespace cost {
-constexpr double kExtractionPerTriangle = 60.0;
-constexpr double kHidingPerSegment = 2500.0;
-constexpr double kPairsPerTriangle = 1000.0;
-constexpr double kPiecesPerEdge = 4000.0;
-constexpr double kEdgesPerTriangle = 0.2;
-constexpr double kSegmentsPerTriangle = 0.1;
-} // namespace cost
-
 bool ProjectsToPoint(const BakedVertex& b0, const BakedVertex& b1) {
     return b0.x == b1.x && b0.y == b1.y;
 }
 
-bool AreWholeTogether(std::vector<RationalInterval>& ranges) {
-    IntervalTools::FuseOverlappingIntervals(ranges);
-    return AreFullSegment(ranges);
+bool CoverSegment(std::vector<RationalInterval>& intervals) {
+    IntervalTools::FuseOverlappingIntervals(intervals);
+    return AreFullSegment(intervals);
 }
 
 } // namespace
@@ -119,8 +113,8 @@ struct GeometricFeaturesGenerator::tInternal {
     LineSegmentSet* computeCreaseEdges(unsigned int cluster) const;
     LineSegmentSet* computeSilhouetteEdges(unsigned int cluster, ItemCounter& work) const;
     LineSegmentSet* computeIntersectionEdges(unsigned int cluster);
-    LineSegmentSet* computeIntersectionsBehindAll(unsigned int cluster,
-                                                  kx::kxPointer<LineSegmentSet>* hidden);
+    LineSegmentSet* computeIntersectionsOccludedByAll(unsigned int cluster,
+                                                      kx::kxPointer<LineSegmentSet>* hidden);
     void releaseLayouts(unsigned int cluster);
     FeaturesByMesh
     computeFeaturesByMesh(unsigned int cluster, const FeatureChoice& choice, PhasedProgress& work);
@@ -246,7 +240,7 @@ GeometricFeaturesGenerator::tInternal::computeIntersectionEdges(unsigned int clu
     return lines;
 }
 
-LineSegmentSet* GeometricFeaturesGenerator::tInternal::computeIntersectionsBehindAll(
+LineSegmentSet* GeometricFeaturesGenerator::tInternal::computeIntersectionsOccludedByAll(
     unsigned int cluster, kx::kxPointer<LineSegmentSet>* hidden) {
     if (cluster >= exportBaked.size()) {
         if (hidden != nullptr) {
@@ -264,19 +258,22 @@ LineSegmentSet* GeometricFeaturesGenerator::tInternal::computeIntersectionsBehin
 
 FeaturesByMesh GeometricFeaturesGenerator::tInternal::computeFeaturesByMesh(
     unsigned int cluster, const FeatureChoice& choice, PhasedProgress& work) {
-    constexpr double kCountsPerTriangle = 4.0;
     const auto triangles = static_cast<double>(exportBaked[cluster].trianglePlanes.size());
-    const double perPair = choice.intersections ? cost::kPairsPerTriangle : 0.0;
-    const double perPiece =
-        choice.intersections ? cost::kEdgesPerTriangle * cost::kPiecesPerEdge : 0.0;
-    const double perHiding = cost::kSegmentsPerTriangle * cost::kHidingPerSegment;
+    const double perPair = choice.intersections ? ProgressCosts::kPairsPerTriangle : 0.0;
+    const double perPiece = choice.intersections
+                                ? ProgressCosts::kEdgesPerTriangle * ProgressCosts::kPiecesPerEdge
+                                : 0.0;
+    const double perOcclusion =
+        ProgressCosts::kSegmentsPerTriangle * ProgressCosts::kOcclusionPerSegment;
     FeaturesByMesh features;
-    work.begin(kCountsPerTriangle * triangles, cost::kExtractionPerTriangle * triangles,
-               (perHiding + perPair + perPiece) * triangles);
+    work.begin(ProgressCosts::kCountsPerTriangle * triangles,
+               ProgressCosts::kExtractionPerTriangle * triangles,
+               (perOcclusion + perPair + perPiece) * triangles);
     findEdges(features.meshes, cluster, choice, work);
 
     const auto segments = static_cast<double>(SegmentCountOf(features.meshes));
-    work.begin(segments, cost::kHidingPerSegment * segments, (perPair + perPiece) * triangles);
+    work.begin(segments, ProgressCosts::kOcclusionPerSegment * segments,
+               (perPair + perPiece) * triangles);
     occludeEdges(features.meshes, cluster, work);
 
     if (choice.intersections) {
@@ -334,15 +331,14 @@ void GeometricFeaturesGenerator::tInternal::findIntersections(FeaturesByMesh& fe
     const LaidOutTriangles triangles{&exportBaked[cluster], exportOcclusion[cluster].layout()};
     const LaidOutTriangles occluders{&occluderBaked[cluster], occluderOcclusion[cluster].layout()};
     // The number of edges is extrapolated from those found among the triangles done so far.
-    constexpr std::size_t kTrianglesPerEstimate = 1024;
     const auto all = static_cast<double>(exportBaked[cluster].trianglePlanes.size());
     std::size_t count = 0;
     const auto estimate = [&](std::size_t found) {
-        if (++count % kTrianglesPerEstimate == 0) {
+        if (++count % ProgressCosts::kTrianglesPerEstimate == 0) {
             const auto done = static_cast<double>(count);
             const double edges = static_cast<double>(found) * all / done;
-            work.correct(all - done, cost::kPairsPerTriangle * (all - done),
-                         cost::kPiecesPerEdge * edges);
+            work.correct(all - done, ProgressCosts::kPairsPerTriangle * (all - done),
+                         ProgressCosts::kPiecesPerEdge * edges);
         }
     };
     const std::vector<FoundIntersection> edges =
@@ -397,26 +393,26 @@ void GeometricFeaturesGenerator::tInternal::occlude(LineSegmentSet& set,
             }
             notifier->advance(1.0);
         }
-        std::vector<RationalInterval>& hidden = set.occlusionIntervals[segment];
+        std::vector<RationalInterval>& occluded = set.occlusionIntervals[segment];
         BakedVertex b0{};
         BakedVertex b1{};
         if (!clipSegment(set, segment, b0, b1)) {
-            hidden.assign(1, FullSegment());
+            occluded.assign(1, FullSegment());
             continue;
         }
         found.clear();
         exported.append(b0, b1, found);
         occluders.append(b0, b1, found);
-        scratch = hidden;
+        scratch = occluded;
         scratch.insert(scratch.end(), found.begin(), found.end());
         IntervalTools::FuseOverlappingIntervals(scratch);
-        if (AreFullSegment(scratch) && AreWholeTogether(found)) {
+        if (AreFullSegment(scratch) && CoverSegment(found)) {
             scratch.front() = FullSegment();
         }
-        hidden = scratch;
+        occluded = scratch;
         try {
-            exported.considerDenseSearch(hidden.size(), work);
-            occluders.considerDenseSearch(hidden.size(), work);
+            exported.considerDenseSearch(occluded.size(), work);
+            occluders.considerDenseSearch(occluded.size(), work);
         } catch (const Cancelled&) {
             return;
         }
@@ -526,7 +522,7 @@ void GeometricFeaturesGenerator::computeGeometricFeatures(GeometricFeatures& out
 LineSegmentSet*
 GeometricFeaturesGenerator::computeIntersectionEdges(unsigned int cluster,
                                                      kx::kxPointer<LineSegmentSet>* hidden) {
-    return internal_->computeIntersectionsBehindAll(cluster, hidden);
+    return internal_->computeIntersectionsOccludedByAll(cluster, hidden);
 }
 
 bool GeometricFeaturesGenerator::computeFeaturesByMesh(FeaturesByMesh& out,

@@ -1,6 +1,6 @@
 // A counting sort of half-edges by the smaller point of their ends (prefix sums), then a sort by
 // the larger one within each point, so that the half-edges of an edge are consecutive. Linear while
-// few half-edges meet at a point.
+// few half-edges meet at a point. Exact: points are welded positions, compared by index.
 #include "features/HalfEdges.h"
 
 #include "linesets/PositionOrder.h"

@@ -1,6 +1,12 @@
-// Queries traverse the tree with a stack. A box is rejected by a slab test of the segment against
-// the box enlarged by the distance, which is conservative.
+// Builds the tree by median splits, O(n log n), and traverses it with a stack: O(log n + m) per
+// query for m points near the segment where these are few.
+//
+// A box is rejected by a slab test of the segment against the box enlarged by the distance, with
+// the margin kParameterMargin (visibility/ErrorBounds.h).
 #include "features/PointTree.h"
+
+#include "features/Tuning.h"
+#include "visibility/ErrorBounds.h"
 
 #include <algorithm>
 #include <array>
@@ -9,8 +15,6 @@
 
 namespace ctr {
 namespace {
-
-constexpr std::uint32_t kPointsPerLeaf = 8;
 
 /// Slab test: whether a segment meets a box that is enlarged by a distance.
 bool MayReach(const Bounds& box,
@@ -34,8 +38,7 @@ bool MayReach(const Bounds& box,
         enter = std::max(enter, std::min(a, b));
         leave = std::min(leave, std::max(a, b));
     }
-    // The tolerance covers the rounding of the quotients, so that the test stays conservative.
-    return enter <= leave + 1e-9;
+    return enter <= leave + error_bounds::kParameterMargin;
 }
 
 int LongestAxis(const Wm4::Vector3<double>& size) {
@@ -62,7 +65,7 @@ std::uint32_t PointTree::build(std::uint32_t first, std::uint32_t end) {
         box.add(points_[order_[i]]);
     }
     nodes_[number].box = box;
-    if (end - first <= kPointsPerLeaf) {
+    if (end - first <= SurfaceTuning::kPointsPerLeaf) {
         return number;
     }
     const int axis = LongestAxis(box.size());

@@ -1,4 +1,5 @@
-// A kd-tree over points for queries around segments.
+// A kd-tree over points for queries around segments (J. L. Bentley, Multidimensional binary search
+// trees used for associative searching, Communications of the ACM 18(9), 1975).
 #pragma once
 
 #include <Wm4Foundation.h>

@@ -1,7 +1,9 @@
 // Feature edges by dihedral angle: one pass over the edges that HalfEdges has grouped, then a sort
-// of the edges found. Angles are compared by their cosines, without trigonometric functions.
+// of the edges found, O(n log n). Angles are compared by their cosines in doubles, without
+// trigonometric functions, within the tolerances of Tolerances.h.
 #include "features/SharpEdges.h"
 
+#include "features/Tolerances.h"
 #include "fitting/Angles.h"
 #include "linesets/EdgeBuckets.h"
 #include "linesets/EdgeSort.h"
@@ -17,17 +19,10 @@
 namespace ctr {
 namespace {
 
-/// The positions of a file are rounded, so dihedral angles that were meant to be exactly the limit
-/// (a prism of twelve sides, at 30 degrees) are a little more or less. All of them count as less.
-constexpr double kAngleTolerance = 0.01;
-
-/// The sine of the angle up to which faces on the same side of an edge are one sheet: 0.1 degrees,
-/// which covers the rounding of the positions of narrow faces.
-constexpr double kSheetSine = 1.7e-3;
-
 /// The cosine of the angle above which an edge is sharp.
 double LimitFor(double angleInDegrees) {
-    const double limit = std::clamp(angleInDegrees, 0.0, 180.0) + kAngleTolerance;
+    const double limit =
+        std::clamp(angleInDegrees, 0.0, 180.0) + surface_tolerances::kAngleInDegrees;
     return CosineOfDegrees(std::min(limit, 180.0));
 }
 
@@ -160,8 +155,8 @@ private:
         const Vector& p = normals_[a.corner / 3].vector;
         const Vector& q = normals_[b.corner / 3].vector;
         const Vector cross = p.Cross(q);
-        const double limit =
-            kSheetSine * normals_[a.corner / 3].length * normals_[b.corner / 3].length;
+        const double limit = surface_tolerances::kSheetSine * normals_[a.corner / 3].length *
+                             normals_[b.corner / 3].length;
         const bool isFlipped =
             (p.Dot(q) < 0.0) != (halfEdges_.isForward(a) != halfEdges_.isForward(b));
         return !isFlipped && cross.Dot(cross) <= limit * limit;

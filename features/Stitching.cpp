@@ -1,10 +1,13 @@
-// Clusters of merged points in a union-find structure. Of two clusters, the one with fewer
-// triangles around it moves (union by weight), so that each triangle is checked O(log n) times.
+// Clusters of merged points in a union-find structure (ctr/detail/UnionFind.h). Of two clusters,
+// the one with fewer triangles around it moves (union by weight), so that each triangle is checked
+// O(log n) times. In doubles; a gap of exactly the distance is admitted (visibility/ErrorBounds.h).
+// Merged points get the position of one of them, so no position is rounded.
 #include "features/Stitching.h"
 
 #include <ctr/detail/UnionFind.h>
 
 #include "features/Bounds.h"
+#include "visibility/ErrorBounds.h"
 
 #include <algorithm>
 #include <array>
@@ -15,9 +18,6 @@ namespace ctr {
 namespace {
 
 constexpr std::uint32_t kNoCluster = std::numeric_limits<std::uint32_t>::max();
-
-/// Admits a gap of exactly the distance, whose square is rounded.
-constexpr double kRounding = 1.0 + 1e-12;
 
 Wm4::Vector3<double> NormalOf(const std::array<Wm4::Vector3<double>, 3>& corners) {
     return (corners[1] - corners[0]).Cross(corners[2] - corners[0]);
@@ -145,7 +145,8 @@ private:
         Bounds box = clusters_[stays].box;
         box.add(clusters_[moves].box);
         const Wm4::Vector3<double> size = box.size();
-        if (size.Dot(size) > kRounding * distance_ * distance_ || !mayMove(moves, stays)) {
+        constexpr double kMore = 1.0 + error_bounds::kExactGapMargin;
+        if (size.Dot(size) > kMore * distance_ * distance_ || !mayMove(moves, stays)) {
             return false;
         }
         clusters_[stays].box = box;

@@ -33,7 +33,7 @@ struct Stitches {
 /// Merged points move to the position of one of them, which was on a boundary edge as all of them
 /// were. Points are not merged if any two of them were farther apart than the distance before the
 /// repair, if two corners of one triangle would coincide, or if the normal of a triangle would turn
-/// by 90 degrees or more from what it was before the repair. O(n log n) in the number of paired
+/// by 90 degrees or more from its direction before the repair. O(n log n) in the number of paired
 /// points and the triangles around them.
 Stitches StitchPairs(const std::vector<EdgePair>& pairs,
                      const std::vector<BoundaryEdge>& edges,

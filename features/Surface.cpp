@@ -1,4 +1,5 @@
-// The public face of surface repair and feature edges.
+// The public class over surface repair and feature edges. Buffers are cleaned when a surface is
+// made; linear time.
 #include <ctr/Surface.h>
 
 #include "features/SharpEdges.h"

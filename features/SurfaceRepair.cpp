@@ -1,6 +1,7 @@
 // Repairs in rounds: each round classifies all edges and fixes one kind of fault (duplicate faces,
 // then cracks between paired boundary edges, then T-junctions), until no round changes anything.
-// O(n log n) per round.
+// O(n log n) per round, at most SurfaceTuning::kMostRounds rounds. Tolerances are in Tolerances.h,
+// related work is named in ctr/Surface.h.
 #include "features/SurfaceRepair.h"
 
 #include "features/BoundaryEdges.h"
@@ -8,6 +9,8 @@
 #include "features/EdgePairs.h"
 #include "features/Stitching.h"
 #include "features/TJunctions.h"
+#include "features/Tolerances.h"
+#include "features/Tuning.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,36 +21,7 @@
 namespace ctr {
 namespace {
 
-/// Cracks that a round opens or cannot close are left to the next one. This exceeds the number of
-/// rounds that changed anything in any model seen.
-constexpr int kMostRounds = 32;
-
-/// Limit of splits per corner. A surface of pieces that meet in T-junctions needs fewer; many edges
-/// on top of each other could produce a quadratic number.
-constexpr std::size_t kSplitsPerCorner = 2;
-
-/// The widest crack on any surface, relative to the diagonal of its bounding box. Noise of 1e-5 of
-/// the size in each coordinate separates corners by up to 3.5e-5 of it; a sheet of 0.1 mm of 100 mm
-/// is 7e-4 thick.
-constexpr double kCrackOfSize = 2e-4;
-
-/// The same for cracked surfaces, most of whose boundary edges run along another one at a distance
-/// far below their lengths.
-constexpr double kWideCrackOfSize = 5e-4;
-constexpr std::size_t kCrackedPairs = 8; ///< Fewer pairs do not make a surface a cracked one.
-
-/// Limits of a gap relative to the length of an edge and the height of its triangle. If the caller
-/// states the distance, only edges that would nearly vanish are too short.
-constexpr double kAutoShareOfLength = 0.125;
-constexpr double kAutoShareOfHeight = 0.25;
-constexpr double kStatedShare = 0.4;
-
-/// Limits for reporting edges as near each other: relative to the diagonal, and to their lengths.
-constexpr double kNearOfSize = 5e-3;
-constexpr double kNearShare = 0.25;
-
-/// Relative to the largest coordinate: files usually store six significant digits.
-constexpr double kRoundingOfCoordinates = 4e-6;
+namespace tolerances = surface_tolerances;
 
 bool ClosesNothing(const Welding& welding) {
     return welding.mode == Welding::Mode::Off ||
@@ -83,7 +57,7 @@ public:
         : surface_(surface), welding_(welding) {}
 
     SurfaceReport run() {
-        for (int round = 0; round < kMostRounds && repairOnce(); ++round) {
+        for (int round = 0; round < SurfaceTuning::kMostRounds && repairOnce(); ++round) {
         }
         return report_;
     }
@@ -102,7 +76,7 @@ private:
         }
         report_.edges = classes.edges;
         report_.openEdges = classes.boundary.size();
-        report_.crowdedEdges = classes.nonManifold;
+        report_.nonManifoldEdges = classes.nonManifold;
         if (classes.boundary.empty() || ClosesNothing(welding_)) {
             return false;
         }
@@ -111,14 +85,15 @@ private:
         const bool isFirst = origins_.empty();
         if (isFirst) {
             storeOrigins();
-            splitsLeft_ = kSplitsPerCorner * halfEdges.cornerCount();
+            splitsLeft_ = SurfaceTuning::kSplitsPerCorner * halfEdges.cornerCount();
             findBounds();
             chooseRule();
         }
         std::vector<EdgePair> pairs = FindEdgePairs(edges, rule_);
-        // If nearly all boundary edges have a partner, the distance is not widened.
         if (isFirst && welding_.mode == Welding::Mode::Automatic &&
-            20 * pairs.size() < 9 * edges.size() && widen(edges)) {
+            tolerances::kEdgesOfStitched * pairs.size() <
+                tolerances::kPairsOfStitched * edges.size() &&
+            widen(edges)) {
             pairs = FindEdgePairs(edges, rule_);
         }
         if (stitch(pairs, edges, halfEdges) || splitAtTJunctions(edges, halfEdges)) {
@@ -144,17 +119,17 @@ private:
 
     void chooseRule() {
         if (welding_.mode == Welding::Mode::Distance) {
-            rule_ = {welding_.distance, kStatedShare, kStatedShare};
+            rule_ = {welding_.distance, tolerances::kStatedShare, tolerances::kStatedShare};
         } else {
-            rule_ = {
-                std::max(kCrackOfSize * diagonal(), kRoundingOfCoordinates * largestCoordinate()),
-                kAutoShareOfLength, kAutoShareOfHeight};
+            rule_ = {std::max(tolerances::kCrackOfSize * diagonal(),
+                              tolerances::kRoundingOfCoordinates * largestCoordinate()),
+                     tolerances::kAutoShareOfLength, tolerances::kAutoShareOfHeight};
         }
     }
 
     /// Widens the distance if the surface is a cracked one; whether it did.
     bool widen(const std::vector<BoundaryEdge>& edges) {
-        const double wide = wideCrack(edges, kWideCrackOfSize * diagonal());
+        const double wide = wideCrack(edges, tolerances::kWideCrackOfSize * diagonal());
         if (wide <= rule_.distance) {
             return false;
         }
@@ -175,13 +150,14 @@ private:
         return largest;
     }
 
-    /// The distance that closes the wide cracks of a cracked surface; 0 for any other. Corners at
-    /// which several cracks meet may be twice as far apart as the widest gap.
+    /// The distance that closes the wide cracks of a cracked surface; 0 for any other.
     static double wideCrack(const std::vector<BoundaryEdge>& edges, double widest) {
-        const std::vector<EdgePair> pairs =
-            FindEdgePairs(edges, {widest, 0.5 * kAutoShareOfLength, 0.5 * kAutoShareOfHeight});
-        const bool isCracked = pairs.size() >= kCrackedPairs && 4 * pairs.size() >= edges.size();
-        return isCracked ? std::min(widest, 2.0 * pairs.back().gap) : 0.0;
+        const std::vector<EdgePair> pairs = FindEdgePairs(
+            edges, {widest, tolerances::kCrackedShare * tolerances::kAutoShareOfLength,
+                    tolerances::kCrackedShare * tolerances::kAutoShareOfHeight});
+        const bool isCracked = pairs.size() >= tolerances::kCrackedPairs &&
+                               tolerances::kEdgesPerCrackedPair * pairs.size() >= edges.size();
+        return isCracked ? std::min(widest, tolerances::kCornerOfGap * pairs.back().gap) : 0.0;
     }
 
     void dropTriangles(const std::vector<std::uint32_t>& dropped) {
@@ -230,7 +206,8 @@ private:
 
     void countNear(const std::vector<BoundaryEdge>& edges) {
         const std::vector<EdgePair> pairs =
-            FindEdgePairs(edges, {kNearOfSize * diagonal(), kNearShare, kNearShare});
+            FindEdgePairs(edges, {tolerances::kNearOfSize * diagonal(), tolerances::kNearShare,
+                                  tolerances::kNearShare});
         report_.nearEdges = 2 * pairs.size();
         report_.widestNear = pairs.empty() ? 0.0 : pairs.back().gap;
     }

@@ -1,9 +1,13 @@
-// The ends of boundary edges are stored in a kd-tree. Each boundary edge queries it for the points
-// beside it; a point is a T-junction if one of the edges that end there runs along the edge.
+// T-junctions by a kd-tree over the ends of boundary edges (PointTree). Each boundary edge queries
+// it for the points beside it; a point is a T-junction if one of the edges that end there runs
+// along the edge. O(n log n), with a limit of the points visited. In doubles; a triangle is split
+// only if no part faces the other way.
 #include "features/TJunctions.h"
 
 #include "features/Bounds.h"
 #include "features/PointTree.h"
+#include "features/Tolerances.h"
+#include "features/Tuning.h"
 
 #include <algorithm>
 #include <array>
@@ -11,10 +15,6 @@
 
 namespace ctr {
 namespace {
-
-/// Limit of the points visited: per boundary edge on average, plus a budget for small models.
-constexpr std::size_t kVisitsPerEdge = 64;
-constexpr std::size_t kFreeVisits = 65536;
 
 Wm4::Vector3<double> PositionAt(const HalfEdges& halfEdges, std::uint32_t point) {
     return InDoubles(halfEdges.position(point));
@@ -57,7 +57,7 @@ bool RunsAlong(const EdgeAxis& axis,
     const double to = axis.along(end);
     const double low = std::max(0.0, std::min(from, to));
     const double high = std::min(axis.length(), std::max(from, to));
-    if (!(high - low > 4.0 * distance)) {
+    if (!(high - low > surface_tolerances::kOverlapOfDistance * distance)) {
         return false;
     }
     const auto pointAt = [&](double at) {
@@ -72,7 +72,8 @@ public:
                     const SurfaceView& surface,
                     double distance)
         : edges_(edges), halfEdges_(surface.halfEdges), distance_(distance), ends_(endsOf(edges)),
-          tree_(pointsOf(ends_)), visitsLeft_(kFreeVisits + kVisitsPerEdge * edges.size()) {}
+          tree_(pointsOf(ends_)),
+          visitsLeft_(SurfaceTuning::kFreeVisits + SurfaceTuning::kVisitsPerEdge * edges.size()) {}
 
     std::vector<TJunction> run() {
         for (const BoundaryEdge& edge : edges_) {

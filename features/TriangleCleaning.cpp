@@ -1,4 +1,8 @@
 // Checks triangles one by one, and compacts the index buffer. Linear time.
+//
+// Zero area is decided in doubles. A triangle without area is always recognised if the differences
+// of its coordinates are exact, as they are unless coordinates differ by a factor of 2^29; a
+// triangle whose cross product is 0 only after rounding counts as well.
 #include "features/TriangleCleaning.h"
 
 #include <ctr/Surface.h>

@@ -1,3 +1,6 @@
+// Cosines and arc cosines by reduction of the argument and Taylor series, in constant time; error
+// bounds are stated in the header.
+//
 // Angles are reduced to within pi / 4 of a multiple of a right angle, where Taylor series converge
 // fast. Radians are reduced by multiplication with the relevant bits of 2 / pi (M. Payne and R.
 // Hanek, Radian Reduction for Trigonometric Functions, SIGNUM Newsletter 18, 1983). Tangents are

@@ -3,13 +3,15 @@
 // Let M be the sum of u u^T over the unit directions u. The mean direction is the dominant
 // eigenvector of M, and the spread of the directions about it is the sum of sin^2. The normal of
 // the plane of the directions is the eigenvector of the smallest eigenvalue. Both are computed by
-// power iteration with repeated squaring (G. Golub and C. Van Loan, Matrix Computations, section on
-// the power method), the second on the adjugate, which reverses the order of the eigenvalues. The
-// centre of a circle solves the normal equations of the bisector planes u . C = h. Only sums are
-// stored, not the segments: constant time per segment and per fit.
+// power iteration with repeated squaring (G. Golub and C. Van Loan, Matrix Computations, 1983,
+// section on the power method), the second on the adjugate, which reverses the order of the
+// eigenvalues. The centre of a circle solves the normal equations of the bisector planes u . C = h.
+// Only sums are stored, not the segments: constant time per segment and per fit. In doubles; fits
+// hold within the tolerances of Tolerances.h.
 #include <ctr/FittingSystem.h>
 
 #include "fitting/Angles.h"
+#include "fitting/Tolerances.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,17 +23,13 @@ using Vector = Wm4::Vector3<double>;
 /// A symmetric matrix as xx, xy, xz, yy, yz, zz.
 using Symmetric = std::array<double, 6>;
 
-/// The square of a tenth of a degree.
-constexpr double kAngleToleranceSquared = 3.04617e-6;
-/// The square of 1 % of the radius.
-constexpr double kRadiusToleranceSquared = 0.0001;
-/// Limits of the ratio of the area of the triangle fan to that of the circular sector. The ratio
-/// for steps of up to 22.5 degrees exceeds the first; the second is the float 1.005.
-constexpr double kSmallestAreaRatio = 0.825263276564015;
-constexpr double kLargestAreaRatio = 1.0049999952316284;
-/// Segment lengths must be within a factor of 3 of the first chord.
-constexpr double kLengthRatioSquared = 9.0;
-constexpr double kInverseLengthRatioSquared = 0.1111111111111111;
+using fit_tolerances::kAngleToleranceSquared;
+using fit_tolerances::kInverseLengthRatioSquared;
+using fit_tolerances::kLargestAreaRatio;
+using fit_tolerances::kLengthRatioSquared;
+using fit_tolerances::kRadiusToleranceSquared;
+using fit_tolerances::kSmallestAreaRatio;
+
 constexpr double kFullCircle = 6.283185307179586;
 constexpr double kNoCircle = -1.0;
 

@@ -1,6 +1,6 @@
-// Removes from one set the segments that another set has too. Segments are equal if their ends have
-// exactly equal positions, in either direction; they are found in a hash table. Expected linear
-// time.
+// Removes from one set the segments that another set has too, by a hash table of their ends.
+// Segments are equal if their ends have exactly equal positions, in either direction; there is no
+// tolerance. Expected linear time, O(n log n) for any input (ctr/detail/HashedIndex.h).
 #include "linesets/CommonSegments.h"
 
 #include <ctr/LineSegmentSet.h>
@@ -9,6 +9,7 @@
 #include "linesets/IndexRange.h"
 #include "linesets/PositionOrder.h"
 #include "linesets/SetConstruction.h"
+#include "linesets/Tuning.h"
 
 #include <algorithm>
 #include <bit>
@@ -46,7 +47,7 @@ std::size_t SegmentCountOf(const LineSegmentSet& set) {
 /// Calls visit(segment, key) for all segments that exist, in order. Vertices are prefetched some
 /// segments ahead, since they lie in no order.
 template <class Visit> void ForEachKey(const LineSegmentSet& set, ItemCounter& work, Visit visit) {
-    constexpr std::size_t kAhead = 16;
+    constexpr std::size_t kAhead = LineTuning::kPrefetchedSegments;
     const std::size_t count = SegmentCountOf(set);
     const unsigned int positions = PositionCount(set.GetVertexBuffer());
     const auto exists = [&](std::size_t segment) {

@@ -1,7 +1,10 @@
 // Crease edges: triangle edges are grouped by the exact positions of their ends (Welding,
 // EdgeBuckets), and a group is a crease where the vertex normals at either end differ by more than
-// an angle. An edge without a partner is a boundary edge and always a crease. Expected linear time,
-// plus sorting what is found.
+// an angle. An edge without a partner is a boundary edge and always a crease.
+//
+// Expected linear time, plus sorting the edges found. Normals are compared by products in single
+// precision in a fixed order, without tolerance: cosines within a few 2^-24 of the limit may count
+// as either.
 #include <ctr/CreaseEdgeInfo.h>
 #include <ctr/LineSegmentSet.h>
 
@@ -110,13 +113,14 @@ void AppendGroup(std::vector<CreaseEdgeInfo>& edges,
         edges.push_back(WithFlag(first, flagWith(first)));
         return;
     }
-    const auto bends = [&](std::uint32_t v, std::uint32_t w) {
+    const auto exceedsAngle = [&](std::uint32_t v, std::uint32_t w) {
         return Dot(vertices.Normal3(static_cast<int>(v)), vertices.Normal3(static_cast<int>(w))) <
                cosLimit;
     };
     bool firstWritten = false;
     for (const CreaseEdgeInfo* edge = begin + 1; edge != end; ++edge) {
-        if (!bends(first.vertexA, edge->vertexA) && !bends(first.vertexB, edge->vertexB)) {
+        if (!exceedsAngle(first.vertexA, edge->vertexA) &&
+            !exceedsAngle(first.vertexB, edge->vertexB)) {
             continue;
         }
         const bool flag = flagWith(*edge);

@@ -1,15 +1,17 @@
-// The tree is built by median splits along the longest side of the bounding box.
+// The tree is built by median splits along the longest side of the bounding box, in O(n log n) for
+// n directions. Nodes are rejected with the margin kCosineRounding (fitting/Tolerances.h), so the
+// search visits every direction within its bounds. Sources are in the header.
 #include "linesets/DirectionTree.h"
+
+#include "fitting/Tolerances.h"
+#include "linesets/Tuning.h"
 
 namespace ctr {
 namespace {
 
 using Vector = Wm4::Vector3<float>;
 
-constexpr std::uint32_t kLeafSize = 8;
-
-/// Exceeds the rounding error of a product of two unit vectors.
-constexpr float kCosineRounding = 1e-6F;
+using fit_tolerances::kCosineRounding;
 
 } // namespace
 
@@ -40,7 +42,7 @@ void DirectionTree::build(std::uint32_t node) {
             built.high[axis] = std::max(built.high[axis], entry->direction[axis]);
         }
     }
-    if (built.end - built.begin <= kLeafSize) {
+    if (built.end - built.begin <= LineTuning::kDirectionsPerLeaf) {
         return;
     }
     const Vector size = built.high - built.low;
@@ -98,14 +100,14 @@ void DirectionTree::setJoined(std::uint32_t number) {
 
 void DirectionTree::push(Items& items,
                          std::uint32_t node,
-                         const Vector& sought,
+                         const Vector& query,
                          const DirectionBounds& bounds) const {
     const Node& pushed = nodes_[node];
     float most = 0.0F;
     float least = 0.0F;
     for (int axis = 0; axis < 3; ++axis) {
         const auto [low, high] =
-            std::minmax({sought[axis] * pushed.low[axis], sought[axis] * pushed.high[axis]});
+            std::minmax({query[axis] * pushed.low[axis], query[axis] * pushed.high[axis]});
         least += low;
         most += high;
     }
@@ -117,17 +119,17 @@ void DirectionTree::push(Items& items,
 
 void DirectionTree::expand(Items& items,
                            std::uint32_t node,
-                           const Vector& sought,
+                           const Vector& query,
                            const DirectionBounds& bounds) const {
     const Node& expanded = nodes_[node];
     if (expanded.child != 0) {
-        push(items, expanded.child, sought, bounds);
-        push(items, expanded.child + 1, sought, bounds);
+        push(items, expanded.child, query, bounds);
+        push(items, expanded.child + 1, query, bounds);
         return;
     }
     for (std::uint32_t i = expanded.begin; i < expanded.end; ++i) {
         const Entry& entry = entries_[i];
-        const float cosine = sought.Dot(entry.direction);
+        const float cosine = query.Dot(entry.direction);
         if (!isRemoved_[i] && cosine >= bounds.leastCosine &&
             (!entry.alone || cosine <= bounds.mostCosineAlone)) {
             items.push({-cosine, false, entry.number});

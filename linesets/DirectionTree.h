@@ -46,11 +46,11 @@ public:
     /// returns true; returns whether it did.
     template <class Visit>
     bool
-    search(const Wm4::Vector3<float>& sought, const DirectionBounds& bounds, Visit visit) const {
+    search(const Wm4::Vector3<float>& query, const DirectionBounds& bounds, Visit visit) const {
         // A node is queued by a lower bound for its entries, an entry by its own distance, which is
         // the negative cosine.
         std::priority_queue<Item, std::vector<Item>, FarFirst> items;
-        push(items, 0, sought, bounds);
+        push(items, 0, query, bounds);
         while (!items.empty()) {
             const Item item = items.top();
             items.pop();
@@ -60,7 +60,7 @@ public:
                 }
                 continue;
             }
-            expand(items, item.number, sought, bounds);
+            expand(items, item.number, query, bounds);
         }
         return false;
     }
@@ -105,11 +105,11 @@ private:
     void forEachOf(std::uint32_t number, VisitEntry visitEntry, VisitNode visitNode);
     void push(Items& items,
               std::uint32_t node,
-              const Wm4::Vector3<float>& sought,
+              const Wm4::Vector3<float>& query,
               const DirectionBounds& bounds) const;
     void expand(Items& items,
                 std::uint32_t node,
-                const Wm4::Vector3<float>& sought,
+                const Wm4::Vector3<float>& query,
                 const DirectionBounds& bounds) const;
 
     std::vector<Entry> entries_;

@@ -1,9 +1,10 @@
-// Triangle edges grouped by their end points, without sorting them all.
+// Groups triangle edges by their end points, without sorting all of them.
 //
-// What matters is which edges join the same two points, not the order of the points. A counting
-// pass puts every edge into the bucket of its smaller point, and the few edges of a bucket are told
-// apart by the other one. Buckets that contain only matched pairs, which are nearly all, are
-// skipped. Expected linear time for meshes, whose points have few edges each.
+// The order of the groups does not matter, so a counting pass (counting sort; D. E. Knuth, The Art
+// of Computer Programming 3, 1973) puts every edge into the bucket of its smaller point, and the
+// few edges of a bucket are distinguished by the other one. Buckets that contain only matched pairs
+// (nearly all) are skipped. Expected linear time for meshes, whose points have few edges each.
+// Exact: points are compared by index.
 #pragma once
 
 #include <algorithm>
@@ -37,25 +38,25 @@ private:
 ///
 /// True of nearly all buckets, so no branch depends on the keys. Reads 4 kVectors edges.
 template <std::size_t kVectors> bool ArePairs(const BucketEdge* edges, std::size_t count) {
-    using Lanes = std::uint32_t __attribute__((vector_size(16)));
+    using Uint4 = std::uint32_t __attribute__((vector_size(16)));
     constexpr std::size_t kSize = 4 * kVectors;
     constexpr std::uint32_t kPadding = 0xffffff00U; // Pairs of their own, above all points.
     std::uint32_t keys[kSize];
     for (std::uint32_t i = 0; i < kSize; ++i) {
         keys[i] = i < count ? edges[i].key() : kPadding + i;
     }
-    Lanes lanes[kVectors];
-    std::memcpy(lanes, keys, sizeof lanes);
-    Lanes partners[kVectors] = {};
+    Uint4 packed[kVectors];
+    std::memcpy(packed, keys, sizeof packed);
+    Uint4 partners[kVectors] = {};
     for (const std::uint32_t key : keys) {
         const std::uint32_t reversed = key ^ 1U;
-        const Lanes partner = {reversed, reversed, reversed, reversed};
+        const Uint4 partner = {reversed, reversed, reversed, reversed};
         for (std::size_t v = 0; v < kVectors; ++v) {
-            partners[v] -= reinterpret_cast<Lanes>(lanes[v] == partner);
+            partners[v] -= reinterpret_cast<Uint4>(packed[v] == partner);
         }
     }
-    Lanes wrong = {};
-    for (const Lanes& number : partners) {
+    Uint4 wrong = {};
+    for (const Uint4& number : partners) {
         wrong |= number ^ 1U;
     }
     return (wrong[0] | wrong[1] | wrong[2] | wrong[3]) == 0;

@@ -1,5 +1,5 @@
 // Reduces a vertex buffer to the distinct positions that a line list uses, in the order of
-// positions. O(n log n).
+// positions. Exact: positions are compared bit by bit, apart from the sign of zero. O(n log n).
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/IndexRange.h"

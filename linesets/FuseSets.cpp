@@ -1,5 +1,5 @@
 // Gathers several sets into one, in world space: vertices and segments are concatenated. Linear
-// time.
+// time. Positions are rounded once, by the transformation to world space in single precision.
 #include "linesets/FuseSets.h"
 
 #include <ctr/LineSegmentSet.h>

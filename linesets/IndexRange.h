@@ -1,6 +1,7 @@
 // Index range checks. A segment or triangle exists if all of its indices are in range.
 //
-// Hosts pass on the contents of files unchecked. All operations skip what does not exist.
+// Hosts pass on the contents of files unchecked. All operations skip segments and triangles that do
+// not exist. Exact; constant time per element.
 #pragma once
 
 #include <kxSceneGraph/kxIndexBuffer.h>

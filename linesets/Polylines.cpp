@@ -1,6 +1,7 @@
 // Turns unordered segments into polylines, so that each can be drawn as one stroke, in three steps:
 // polyline chaining (Chains), detection of straight runs and arcs (RunFitting), and joining of runs
-// that continue each other (RunJoining). O(n log n) for n segments.
+// that continue each other (RunJoining). O(n log n) for n segments. Vertices do not move; only fits
+// have tolerances (fitting/Tolerances.h).
 #include <ctr/LineSegmentSet.h>
 
 #include "linesets/Chains.h"

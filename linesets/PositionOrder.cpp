@@ -1,4 +1,5 @@
-// Ranks of positions: vertices are sorted once, so that later comparisons are of integers.
+// Ranks of positions: vertices are sorted once, so that later comparisons are of integers. Exact,
+// O(n log n).
 #include "linesets/PositionOrder.h"
 
 #include <algorithm>

@@ -3,6 +3,8 @@
 
 #include <kxSystem/kxProgressNotifierInterface.h>
 
+#include "linesets/Tuning.h"
+
 #include <algorithm>
 #include <cstddef>
 
@@ -23,7 +25,7 @@ public:
     /// Counts items, each of which should take some tens of nanoseconds; throws Cancelled.
     void count(std::size_t items) {
         counted_ += items;
-        if (counted_ >= kItemsPerPoll) {
+        if (counted_ >= LineTuning::kItemsPerPoll) {
             poll();
         }
     }
@@ -31,7 +33,7 @@ public:
     virtual void poll();
 
 protected:
-    /// Final once true, even if the interface changes its mind.
+    /// Final once true, even if the interface returns false later.
     bool isGivenUp() const {
         givenUp_ = givenUp_ || (cancel_ != nullptr && cancel_->isCanceled());
         return givenUp_;
@@ -40,8 +42,6 @@ protected:
     virtual void report(double items);
 
 private:
-    static constexpr std::size_t kItemsPerPoll = 16384;
-
     const kx::kxCancelInterfaceReadOnly* cancel_;
     std::size_t counted_ = 0;
     mutable bool givenUp_ = false;
@@ -49,7 +49,7 @@ private:
 
 /// Calls body(i) for i from 0 to count - 1. Counts in blocks, at no measurable cost.
 template <class Body> void ForEachCounted(std::size_t count, ItemCounter& work, Body body) {
-    constexpr std::size_t kBlock = 1024;
+    constexpr std::size_t kBlock = LineTuning::kItemsPerCount;
     for (std::size_t begin = 0; begin < count; begin += kBlock) {
         const std::size_t end = std::min(begin + kBlock, count);
         for (std::size_t i = begin; i < end; ++i) {
@@ -72,7 +72,7 @@ public:
     /// Ends the current phase and begins one of the given number of items. Costs may be in any
     /// unit.
     void begin(double items, double cost, double costAfterwards);
-    /// Replaces the estimates for what is left of the current phase.
+    /// Replaces the estimates for the rest of the current phase.
     void correct(double itemsLeft, double cost, double costAfterwards);
     /// Ends the last phase, and the run exactly at its total.
     void finish();

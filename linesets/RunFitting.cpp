@@ -1,6 +1,6 @@
 // Greedy growth of runs: a run starts where two segments fit and grows while the fit holds; then
-// the rest of the chain is searched. Fits are least-squares fits over running sums, constant time
-// per segment (see FittingSystem).
+// the rest of the chain is searched. Fits are least-squares fits over running sums, in constant
+// time per segment, within the tolerances of FittingSystem. Linear in the number of segments.
 #include "linesets/RunFitting.h"
 
 #include <ctr/FittingSystem.h>
@@ -88,8 +88,8 @@ private:
         return true;
     }
 
-    /// Makes a record for the run [first, end) of index positions and one for what follows it;
-    /// what precedes it remains in the given record.
+    /// Makes a record for the run [first, end) of index positions and one for the segments after
+    /// it; the segments before it remain in the given record.
     void accept(Record& record, std::uint32_t first, std::uint32_t end) {
         const std::uint32_t kind = straight_ ? kStraightKind : kArcKind;
         if (end < record.end) {

@@ -3,12 +3,13 @@
 
 #include <ctr/LineSegmentSet.h>
 
+#include "fitting/Tolerances.h"
+
 #include <vector>
 
 namespace ctr {
 
-/// The smallest angle that an arc may sweep: pi / 8, or 22.5 degrees.
-constexpr float kLeastArcAngle = 0.3926991F;
+using fit_tolerances::kLeastArcAngle;
 
 constexpr std::uint32_t kArcKind = 1;
 constexpr std::uint32_t kStraightKind = 2;

@@ -4,19 +4,22 @@
 // at what was its front. The sums of its least-squares fit are carried from join to join, so a line
 // of n short pieces takes n steps. The candidates at a vertex are the chains whose head record ends
 // there. They are tried in the order of how straight they continue the chain, and joined only if
-// the fit holds after each of their segments, so that no chain bends to become longer. A closed
-// chain has no free end and is not joined.
+// the fit holds after each of their segments, so that no chain is deflected in order to become
+// longer. A closed chain has no free end and is not joined.
 //
-// At a vertex where many records end, candidates come from a tree of directions; those that turn
-// too far to fit are skipped (boundsOf()), and at most kMostTrials of the others are tried.
-// Together with a union-find over the records, that bounds n records to O(n log n) trials.
+// At a vertex where many records end, candidates come from a tree of directions (DirectionTree);
+// those that turn too far to fit are skipped by the bounds of fitting/Tolerances.h, and at most
+// LineTuning::kMostTrials of the others are tried. Together with a union-find over the records,
+// that bounds n records to O(n log n) trials.
 #include "linesets/RunJoining.h"
 
 #include <ctr/FittingSystem.h>
 #include <ctr/detail/UnionFind.h>
 
+#include "fitting/Tolerances.h"
 #include "linesets/DirectionTree.h"
 #include "linesets/RunFitting.h"
+#include "linesets/Tuning.h"
 
 #include <algorithm>
 #include <cmath>
@@ -31,13 +34,6 @@ namespace {
 
 using Record = LineSegmentSet::ArcFeature;
 using Point = Wm4::Vector3<float>;
-
-/// At a vertex where more records end, they are looked up by direction.
-constexpr std::size_t kFewEnds = 64;
-
-/// The limit of candidates tried for one end of a chain at such a vertex: if n records end there,
-/// all joins take O(n log n).
-constexpr int kMostTrials = 256;
 
 /// Records linked from head to tail.
 struct Chain {
@@ -168,8 +164,8 @@ private:
             join(number, other, vertex, atFront);
             return true;
         };
-        return ends_.count(vertex) <= kFewEnds ? tryFew(number, vertex, tryJoin)
-                                               : tryMany(number, vertex, tryJoin);
+        return ends_.count(vertex) <= LineTuning::kFewEnds ? tryFew(number, vertex, tryJoin)
+                                                           : tryMany(number, vertex, tryJoin);
     }
 
     /// Tries the chains that may continue a chain beyond a vertex, the straightest first, until one
@@ -199,12 +195,12 @@ private:
         const auto visit = [&](std::size_t record) {
             const std::size_t other = ownerOf(record);
             isJoined = isHead(record) && isCandidate(number, other, vertex) && tryJoin(other);
-            return isJoined || ++trials == kMostTrials;
+            return isJoined || ++trials == LineTuning::kMostTrials;
         };
         const Hub& hub = hubAt(vertex);
         const Point outward = outwardDirection(chains_[number], vertex);
-        const Point sought = IsFinite(outward) ? outward * -1.0F : Point(0.0F, 0.0F, 0.0F);
-        return (hub.directions.search(sought, boundsOf(chains_[number]), visit) ||
+        const Point query = IsFinite(outward) ? outward * -1.0F : Point(0.0F, 0.0F, 0.0F);
+        return (hub.directions.search(query, boundsOf(chains_[number]), visit) ||
                 std::any_of(hub.undirected.begin(), hub.undirected.end(), visit)) &&
                isJoined;
     }
@@ -219,15 +215,14 @@ private:
     /// for turns of more than 61 degrees. Two single segments sweep s + t, at least 22.5 degrees.
     DirectionBounds boundsOf(const Chain& chain) const {
         constexpr float kAnyCosine = 2.0F;
-        constexpr float kStraightSpread = 3.1e-6F; // Of FittingSystem::fitLine(), rounded up.
-        constexpr float kLargeSpread = 0.1F;
-        constexpr float kCosineOf62Degrees = 0.469F;
-        constexpr float kCosineOf11Degrees = 0.9817F;
         if (straight_) {
-            const float spread = kStraightSpread * static_cast<float>(chain.segmentCount + 1);
-            return {spread < kLargeSpread ? 1.0F - spread - 1e-6F : -kAnyCosine, kAnyCosine};
+            const float spread =
+                fit_tolerances::kStraightSpread * static_cast<float>(chain.segmentCount + 1);
+            const float cosine = 1.0F - spread - fit_tolerances::kCosineRounding;
+            return {spread < fit_tolerances::kLargeSpread ? cosine : -kAnyCosine, kAnyCosine};
         }
-        return chain.segmentCount == 1 ? DirectionBounds{kCosineOf62Degrees, kCosineOf11Degrees}
+        return chain.segmentCount == 1 ? DirectionBounds{fit_tolerances::kCosineOf62Degrees,
+                                                         fit_tolerances::kCosineOf11Degrees}
                                        : DirectionBounds{-kAnyCosine, kAnyCosine};
     }
 

@@ -1,9 +1,10 @@
 // The visible pieces of a set as geometry: the complement of the occluded intervals, mapped from
 // screen parameters back to space. Linear in the number of segments and intervals.
 //
-// A point at parameter s between two projected ends with clip-space weights wa and wb lies at
-// t = wa s / ((wa - wb) s + wb) between them in space (perspective-correct interpolation; J. Blinn,
-// Hyperbolic interpolation, IEEE CG&A 12(4), 1992).
+// A point at parameter s between two projected ends with clip-space weights wa and wb lies at t =
+// wa s / ((wa - wb) s + wb) between them in space (perspective-correct interpolation; J. Blinn,
+// Hyperbolic interpolation, IEEE CG&A 12(4), 1992). Complements are exact; points are rounded in
+// single precision, in a fixed order, and unclipped ends keep their vertex.
 #include <ctr/IntervalTools.h>
 #include <ctr/LineSegmentSet.h>
 
@@ -76,21 +77,21 @@ private:
 /// Appends the ends of the visible pieces of one segment, two per piece.
 void AppendPieces(std::vector<PieceEnd>& ends,
                   const ClippedSegment& segment,
-                  const std::vector<RationalInterval>& hidden) {
-    if (hidden.empty()) {
+                  const std::vector<RationalInterval>& occluded) {
+    if (occluded.empty()) {
         ends.insert(ends.end(), {segment.first, segment.last});
         return;
     }
     const std::size_t begin = ends.size();
-    for (const RationalInterval& gap : IntervalTools::Complement(hidden)) {
+    for (const RationalInterval& gap : IntervalTools::Complement(occluded)) {
         ends.insert(ends.end(), {segment.at(gap.start), segment.at(gap.end)});
     }
     // Where a gap reaches an end of the segment, the piece keeps that end as it is.
-    if (hidden.front().start[0] != 0) {
+    if (occluded.front().start[0] != 0) {
         ends[begin] = segment.first;
     }
-    const Wm4::Vector2<std::int64_t>& lastHidden = hidden.back().end;
-    if (lastHidden[0] < lastHidden[1]) {
+    const Wm4::Vector2<std::int64_t>& lastOccluded = occluded.back().end;
+    if (lastOccluded[0] < lastOccluded[1]) {
         ends.back() = segment.last;
     }
 }

@@ -1,7 +1,8 @@
 // Welding of equal positions: which vertices are at the same point.
 //
 // A point is a position at which there are vertices; its index is that of the first of them. Only
-// exactly equal positions are welded; there is no tolerance.
+// exactly equal positions are welded; there is no tolerance. Expected linear time by a spatial hash
+// (ctr/detail/Welding.h).
 #pragma once
 
 #include <ctr/detail/Welding.h>

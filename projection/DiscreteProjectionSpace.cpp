@@ -4,6 +4,9 @@
 // the homogeneous planes of J. Blinn and M. Newell, Clipping using homogeneous coordinates,
 // SIGGRAPH 1978. Intersections are computed from the midpoint of a segment, so that the result does
 // not depend on the order of its ends. Constant time and no allocation per segment or triangle.
+//
+// All arithmetic is in single precision, in a fixed order. No bound to the exact projection is
+// needed: the grid points that result are the exact input of everything that follows.
 #include <ctr/DiscreteProjectionSpace.h>
 
 #include "projection/GridQuantisation.h"

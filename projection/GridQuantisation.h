@@ -1,4 +1,7 @@
 // Quantisation of normalised device coordinates to the integer grid, and back to world space.
+//
+// A coordinate in the view is rounded down, by less than one step; beyond it, coordinates saturate.
+// Constant time, in single precision.
 #pragma once
 
 #include <ctr/DiscreteProjectionSpace.h>

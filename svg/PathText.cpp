@@ -1,5 +1,6 @@
-// Numbers of magnitude 1e-3 to 1e5 are converted with one exact 64-bit product: six digits and the
-// remainder that decides rounding fit. All other numbers use std::to_chars.
+// Numbers with six significant digits. Those of magnitude 1e-3 to 1e5 are converted with one 64-bit
+// product, into which the digits and the remainder that decides rounding fit: the result is
+// correctly rounded, ties to even. All other numbers use std::to_chars. Constant time per number.
 #include "svg/PathText.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 // Writes line sets as SVG groups: visible pieces, chained into polylines, mapped to the page. All
-// arithmetic is in floats, in a fixed order. O(n log n) for n segments.
+// arithmetic is in floats, in a fixed order, and numbers have six significant digits. O(n log n)
+// for n segments.
 #include <ctr/SVGExporter.h>
 #include <ctr/detail/PageMap.h>
 

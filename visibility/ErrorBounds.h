@@ -1,4 +1,4 @@
-// All margins on which the correctness of visibility/ rests, derived in one chain.
+// All margins on which the correctness of visibility/ and features/ rests, derived in one chain.
 //
 // Decisions are made by exact integer arithmetic (exact/GridArithmetic.h). Floats and doubles only
 // reject or accept early, by margins that exceed their rounding error. The ends of occluded
@@ -68,6 +68,11 @@ static_assert(kRoundedValueMargin >= 2.0 * kRoundedValueError);
 constexpr double kRemainderErrors = 4.0;
 static_assert(kRemainderErrors >= 2.0 * (1.0 + 1.0));
 
+/// Differences of function values are saturated to this size, which they reach only on grids beyond
+/// the documented bounds: values are below 2^61 otherwise (IntersectionOcclusion.cpp).
+constexpr double kSaturatedDifference = 0x1p62;
+static_assert(2.0 * 0x1p61 <= kSaturatedDifference && kSaturatedDifference < kPlaneValueLimit);
+
 // 4. Boxes of the packed BVH.
 
 /// Factors for sums of at most 16 roundings of floats.
@@ -82,6 +87,14 @@ static_assert((3.0 + 2.0 + 3.0 * 2.0) * kFloatRounding <= kSlabShare);
 /// Slab tests of intersection edges use rounded ends and have to find triangles beside them.
 constexpr float kSlabSteps = 3.0F;
 static_assert(kSlabSteps > kRoundedPointError + kBesideSteps);
+/// The reciprocal of a direction that is parallel to a slab: so large that the parameters at both
+/// faces are outside of 0 to 1, on different sides if the segment is inside, and finite.
+constexpr float kParallelReciprocal = 1.0e12F;
+static_assert((kSlabSteps - kRoundedPointError - kBesideSteps) * kParallelReciprocal >= 1.0F);
+static_assert(8.0 * kGridExtent * kParallelReciprocal < 0x1p127);
+/// The bounds of an empty box, beyond all coordinates.
+constexpr float kBeyondGrid = 4.0e9F;
+static_assert(kBeyondGrid > kGridExtent);
 
 /// Parts of a segment in units of 1/64 (SegmentCoverage): a quotient takes three roundings.
 constexpr double kCoverageMargin = 1.0e-9;
@@ -167,5 +180,23 @@ static_assert(kHubDistance >= 4.0 * kSpanMargin);
 /// ordered starts are ordered up to a difference of 1.
 constexpr double kStartUnits = 0x1p32;
 static_assert(4.0 * kDoubleRounding * kStartUnits < 1.0);
+
+// 9. Surface repair (features/). Positions are floats, whose differences are exact in doubles
+// unless they differ by a factor of 2^29.
+
+/// Squares of distances, relative: three products, two sums and two products of the limit.
+constexpr double kSquareMargin = 1e-9;
+static_assert(7.0 * kDoubleRounding <= kSquareMargin);
+/// The same where a gap of exactly the distance must be admitted and little more.
+constexpr double kExactGapMargin = 1e-12;
+static_assert(7.0 * kDoubleRounding <= kExactGapMargin && kExactGapMargin <= kSquareMargin);
+/// Parameters of a segment at the faces of a box: a difference and a quotient each. The sum of a
+/// coordinate and the distance is rounded, too, which changes the distance by less than
+/// kDoubleRounding of the coordinate.
+constexpr double kParameterMargin = 1e-9;
+static_assert(2.0 * 2.0 * kDoubleRounding <= kParameterMargin);
+/// Numbers of cells are clamped to this, below which doubles represent all integers.
+constexpr double kMostCellNumber = 9e15;
+static_assert(kMostCellNumber < 0x1p53);
 
 } // namespace ctr::error_bounds

@@ -1,6 +1,6 @@
 // All tuning numbers of visibility/: limits, ratios and sizes that choose how a result is computed.
-// None of them changes the result, but for what OcclusionLimits and PairSearchLimits say about
-// intervals within others and edges that are not drawn.
+// None of them changes what is drawn. OcclusionLimits may change which intervals within others are
+// found, PairSearchLimits which edges that are not drawn.
 //
 // A value without a measurement here is an order of magnitude: it separates cases whose costs
 // differ by much more than a factor of two.
@@ -18,6 +18,14 @@ struct Tuning {
     static constexpr std::size_t kFewestBucketSorted = 32;
     /// Up to here: the keys take 32 kB of the stack.
     static constexpr std::size_t kMostBucketSorted = 2048;
+
+    // The baked BVH (baking/BvhConstruction.cpp).
+
+    /// The largest leaf. The builder makes leaves of about three triangles on closed meshes; larger
+    /// ones only where no split pays.
+    static constexpr unsigned int kTrianglesInLeaf = 10;
+    /// Items of progress between two polls of the builder.
+    static constexpr double kItemsPerBuilderPoll = 4096.0;
 
     // The packed BVH (bvh/).
 
@@ -74,8 +82,9 @@ struct Tuning {
     /// A dense region has at least so many triangles, and on average so many layers of leaf boxes.
     static constexpr double kFewestInRegion = 64.0;
     static constexpr double kLayersOfRegion = 16.0;
-    /// Cells of a region per axis.
+    /// Cells of a region per axis, whose ends are multiples of 1/kSubsteps of a step.
     static constexpr double kMostRegionCells = 64.0;
+    static constexpr std::int64_t kSubsteps = 4;
     /// The nearest triangles stored per cell: those that cover it, and those over its centre.
     static constexpr std::size_t kCoversPerCell = 8;
     static constexpr std::size_t kFrontsPerCell = 16;
@@ -91,8 +100,17 @@ struct Tuning {
     static constexpr double kEnoughSpread = 2.0;
     static constexpr double kAngleSpread = 1e-3;
     static constexpr double kHalfNormalExtent = 0.05;
+    /// Added to the length of all items, which may be 0.
+    static constexpr double kShortestItems = 1e-12;
     /// A vertex of more distinct triangles is a hub.
     static constexpr std::uint32_t kHubDegree = 16;
+
+    // Items of work for progress: per cell covered and per triangle of a front, and the words of a
+    // bit vector that count as one.
+
+    static constexpr std::size_t kWorkPerCell = 4;
+    static constexpr std::size_t kWorkPerFrontTriangle = 16;
+    static constexpr std::size_t kWordsPerWork = 64;
 };
 
 /// When the occlusion of segments leaves the BVH because too many triangles overlap for its boxes
@@ -114,8 +132,8 @@ struct PairSearchLimits {
     std::size_t visitsPerTriangle = 512;
     std::size_t visitsPerEdge = 64;
     std::uint32_t hubDegree = Tuning::kHubDegree;
-    /// The number of edges per triangle from which nearly equal triangles are looked for. Within a
-    /// contact tolerance, none of their edges is drawn.
+    /// The number of edges per triangle from which nearly equal triangles are searched for. Within
+    /// a contact tolerance, none of their edges is drawn.
     std::size_t edgesPerTriangle = 64;
     /// The number of edges per triangle above which hidden ones are omitted, where that is allowed.
     std::size_t hiddenPerTriangle = 4;

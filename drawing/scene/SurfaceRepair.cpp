@@ -47,7 +47,7 @@ SurfaceReport Repair(ctr::Surface& surface, const WeldRequest& request, double m
 void Add(SurfaceReport& sum, const SurfaceReport& other) {
     sum.edges += other.edges;
     sum.openEdges += other.openEdges;
-    sum.crowdedEdges += other.crowdedEdges;
+    sum.nonManifoldEdges += other.nonManifoldEdges;
     sum.nearEdges += other.nearEdges;
     sum.joinedEdges += other.joinedEdges;
     sum.splitEdges += other.splitEdges;

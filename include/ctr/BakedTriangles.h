@@ -91,7 +91,8 @@ public:
     /// The limit of the number of triangles in view, including those made by clipping.
     static constexpr std::uint64_t kMaxTriangles = std::uint64_t{1} << 30;
 
-    /// Null entries, and geometry other than triangle meshes, are allowed and skipped.
+    /// Copies the list; the meshes are borrowed. Null entries, and geometry other than triangle
+    /// meshes, are allowed and skipped.
     void setMeshes(const std::vector<const kx::kxTriMesh*>& newMeshes);
     /// The camera and grid to bake with; borrowed.
     void setProjectionSpace(const DiscreteProjectionSpace* space);
@@ -119,11 +120,12 @@ public:
     /// Steps take about equal time. Polls for cancellation about once per millisecond.
     bool initialize(kx::kxProgressNotifierInterface& notifier);
 
-    /// The counting and clipping pass of initialize().
+    /// The counting and clipping pass of initialize(), into a record of the caller. Throws
+    /// std::length_error as initialize() does. Linear time.
     void initializeFirstPass(tFirstPassData& data) const;
 
     /// Recomputes the boxes of the subtree of a node in grid coordinates; returns the number of its
-    /// nodes, 0 for a node that does not exist.
+    /// nodes, 0 for a node that does not exist. Linear in the number of triangles below.
     unsigned int computeBakedBVHBBox(unsigned int node);
 
     /// Empties the results of initialize(), except clippedTriangleOrigins, and keeps the memory.
@@ -140,7 +142,8 @@ public:
     bool validate() const;
 
     /// A mesh in world space with one vertex per baked vertex and one triangle per baked triangle,
-    /// for inspection. The caller owns it.
+    /// for inspection. The caller owns it. Throws std::length_error if the number of vertices or
+    /// indices exceeds an int. Linear time.
     kx::kxTriMesh* computeBakedMesh() const;
 
     /// Appends the occluded intervals of the grid segment a -> b: one range per occluding triangle,
@@ -150,8 +153,9 @@ public:
     /// A part is occluded if it is strictly behind a triangle's plane and inside its outline over
     /// more than a point, so no triangle occludes lines that it contains. With a contact tolerance
     /// of k, such a part is occluded only if some of it has a plane value below
-    /// -k (|nx| + |ny| + |nz|), where n is the triangle's normal. Exact. Any number of threads may
-    /// call this at once.
+    /// -k (|nx| + |ny| + |nz|), where n is the triangle's normal. Exact. O(log n + m) for m
+    /// triangles in the leaves that the segment's box overlaps. Any number of threads may call this
+    /// at once.
     void computeOcclusionIntervals(const BakedVertex& a,
                                    const BakedVertex& b,
                                    std::vector<RationalInterval>& intervals) const;

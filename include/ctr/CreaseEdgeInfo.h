@@ -45,6 +45,7 @@ CTR_EXPORT bool ComputeCreaseEdgeInfo(std::vector<CreaseEdgeInfo>& edges,
 /// edge.
 ///
 /// Returns false, with a null buffer and no flags, for no edges or more than 0x3fffffff edges.
+/// Linear time.
 CTR_EXPORT bool MakeBuffersFromEdgeInfo(const std::vector<CreaseEdgeInfo>& edges,
                                         kx::kxPointer<kx::kxIndexBuffer>& lines,
                                         std::vector<bool>* flags);

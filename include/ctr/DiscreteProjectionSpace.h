@@ -24,8 +24,8 @@ struct BakedVertex {
 /// coordinates (NDC, here [-1, 1] on every axis).
 ///
 /// Points are row vectors: (x, y, z, 1) * M, divided by the fourth component. All arithmetic is
-/// single precision in the documented order, so results are the same everywhere. A value type;
-/// concurrent reads are safe.
+/// single precision in the documented order, so results are the same everywhere. All operations
+/// take constant time and throw nothing. A value type; concurrent reads are safe.
 class CTR_EXPORT DiscreteProjectionSpace {
 public:
     /// Identity matrices, 20 bits across the screen and 20 in depth, ratios up to date.
@@ -53,7 +53,8 @@ public:
     /// not rounded and at least one, so that cells are square in world units.
     void updateRatios();
 
-    /// World length of one NDC unit along x and along y, measured at NDC depth 0.
+    /// World length of one NDC unit along x and along y, measured at NDC depth 0. Not finite where
+    /// clipToWorld maps one of the points to w = 0.
     Wm4::Vector2<float> computeFrustumSizeXY() const;
 
     /// Clips the world segment p0 -> p1 to the view volume and quantises the part inside.
@@ -76,7 +77,7 @@ public:
     /// vertices. Bits 2i and 2i + 1 of edgeCodes give the edge of the triangle on which the edge
     /// that ends at vertex i lies: 1 = from vertex 2 to 0, 2 = from 0 to 1, 3 = from 1 to 2, 0 = on
     /// the boundary of the view. Returns false if nothing is left; count and edgeCodes are then
-    /// unspecified.
+    /// unspecified. Both buffers stay the caller's.
     bool clipTriangle(Wm4::Vector4<float>*& poly,
                       Wm4::Vector4<float>*& scratch,
                       unsigned int& count,

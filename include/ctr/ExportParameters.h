@@ -13,7 +13,8 @@ namespace ctr {
 /// A projection space together with a page in millimetres and the affine map from NDC onto it.
 ///
 /// Page coordinates start at a corner of the sheet, X to the right and Y with NDC y. A value type:
-/// later changes of the projection space it was made from do not reach it.
+/// later changes of the projection space it was made from do not affect it. All operations take
+/// constant time and throw nothing.
 class CTR_EXPORT ExportParameters : public DiscreteProjectionSpace {
 public:
     /// Copies the projection space and fits the view onto an A4 sheet in portrait.

@@ -84,7 +84,8 @@ public:
                                 const std::vector<const kx::kxTriMesh*>* occluders,
                                 kx::kxProgressNotifierInterface& notifier);
 
-    /// The baked triangles of the exported meshes. The index is not checked; 0 is the only cluster.
+    /// The baked triangles of the exported meshes, owned by the generator and valid until the next
+    /// call of setSingleExportCluster(). The index is not checked; 0 is the only cluster.
     BakedTriangles& getBakedTriangles(unsigned int cluster);
 
     /// Fills the record for one cluster.
@@ -96,7 +97,9 @@ public:
     /// and before each segment. A cancelled run keeps the fields computed so far; fields that it
     /// did not reach are unchanged, so a record that is reused keeps earlier lines there. Without a
     /// notifier, an index out of range makes all fields null. Triangles and outline segments with
-    /// an index out of range are left out.
+    /// an index out of range are left out. Throws std::length_error if the lines have more vertices
+    /// or indices than an int. About O((n + k) log n) for n triangles and k lines at low depth
+    /// complexity.
     void computeGeometricFeatures(GeometricFeatures& out,
                                   unsigned int cluster,
                                   bool removeCommonSegments);
@@ -106,7 +109,8 @@ public:
     /// The lines are those of computeGeometricFeatures(), except that occluders occlude
     /// intersections, too. Makes one run of the notifier with weighted steps: at half of the total,
     /// about half of the time has passed. Cancellation is polled about once per millisecond.
-    /// Returns false, with `out` unchanged, if cancelled or for an index out of range.
+    /// Returns false, with `out` unchanged, if cancelled or for an index out of range. Errors and
+    /// cost are those of computeGeometricFeatures().
     bool
     computeFeaturesByMesh(FeaturesByMesh& out, unsigned int cluster, const FeatureChoice& choice);
 
@@ -116,7 +120,8 @@ public:
     /// Intervals already in the set are kept and fused with the new ones, as
     /// IntervalTools::FuseOverlappingIntervals() does. A segment that is entirely occluded, outside
     /// the view, projected to a point, or has an index out of range gets the single interval
-    /// 0/1 .. 1/1. Does nothing for a cluster out of range or a set without buffers.
+    /// 0/1 .. 1/1. Does nothing for a cluster out of range or a set without buffers. Intervals are
+    /// exact for the ends on the grid. O(log n) per segment at low depth complexity.
     void computeOcclusion(LineSegmentSet& set, unsigned int cluster);
 
     /// Computes the lines along which the exported meshes of a cluster intersect: their visible
@@ -126,7 +131,8 @@ public:
     /// Exported meshes and occluders both occlude these lines, exactly; occluders have no
     /// intersection lines of their own. (In computeGeometricFeatures() and TrianglesIntersection,
     /// whose rules otherwise apply, only exported meshes occlude intersections.) The caller owns
-    /// the result. Both sets are null for an index out of range.
+    /// the result. Both sets are null for an index out of range. For cost, see
+    /// TrianglesIntersection::computeIntersectionEdges().
     ///
     /// Call this last: it reuses and then releases the acceleration structure built by
     /// computeOcclusion().

@@ -33,7 +33,7 @@ public:
     /// The complement in 0 to 1 of disjoint intervals in increasing order, in order.
     ///
     /// It starts at 0/1 and ends at 1/1 unless the intervals cover these ends; all other ends keep
-    /// their fractions. Linear.
+    /// their fractions. Exact; linear time.
     static std::vector<RationalInterval> Complement(const std::vector<RationalInterval>& intervals);
 };
 

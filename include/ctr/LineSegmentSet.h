@@ -1,4 +1,4 @@
-// The container for all kinds of lines, and the operations on whole sets.
+// The container for all kinds of lines, and the operations on sets.
 #pragma once
 
 #include <ctr/Export.h>
@@ -38,6 +38,7 @@ public:
     /// One run of consecutive segments in an index buffer, linked into chains.
     struct CTR_EXPORT ArcFeature {
         /// Clears the flags of all segments of this record and the following ones in the chain.
+        /// Linear in the number of segments, as is the next operation.
         void removeStraightLineFlags(std::vector<bool>& straightLineFlags) const;
 
         /// Reverses this record and the following ones in the chain, each in place: the order of
@@ -61,7 +62,8 @@ public:
     /// Copies this set into target, or into a new set if target is null.
     ///
     /// Buffers are shared. A clone never has segmentFlags, not even a set cloned onto itself.
-    /// Returns false, writing nothing, if target is of another class.
+    /// Returns false, writing nothing, if target is of another class. Linear in the number of
+    /// records.
     bool Clone(kx::kxRttiInterface*& target) const override;
 
     /// Whether the set satisfies the invariants of sets made by the library: for hosts that fill
@@ -77,6 +79,7 @@ public:
 
     /// @name Sets from meshes
     /// Each returns a new set that the caller owns, sharing the mesh's vertex buffer, or null.
+    /// Wrapping an outline takes constant time; for creases, see ComputeCreaseEdgeInfo().
     /// @{
 
     /// Wraps a line list over a mesh's vertices. Null if either buffer is null.
@@ -123,7 +126,7 @@ public:
     /// records and flags stay with their segments; empty flags stay empty. If nothing is left, a
     /// ends without an index buffer. An index buffer that a shares with others, such as a mesh's
     /// outline, is not modified: a gets a copy first. Does nothing if a or b is null, or if b has
-    /// no segments but a has. O((n + m) log m).
+    /// no segments but a has. Expected linear time, O((n + m) log m) for any input.
     static void RemoveCommonSegments(LineSegmentSet* a, const LineSegmentSet* b);
 
     /// A new set of the visible pieces of a set's segments; the caller owns it.
@@ -132,7 +135,8 @@ public:
     /// ends are parameters on the projected segment and are mapped back to space with perspective.
     /// Piece ends that are unclipped segment ends still share their vertex; every other end gets a
     /// new vertex. Null without a buffer or a visible piece. For a set without occlusionIntervals,
-    /// the result is a new set over the same buffers.
+    /// the result is a new set over the same buffers. Linear in the number of segments and
+    /// intervals.
     static LineSegmentSet* BakeVisibleSegments(const LineSegmentSet* source);
 
     /// Chains the segments of a set into polylines; the caller owns the new set.
@@ -142,8 +146,7 @@ public:
     /// receives the runs. With compactVertices, the set gets its own vertex buffer in which equal
     /// positions are one vertex; otherwise it shares that of the source. segmentFlags marks the
     /// segments of straight runs. Null, with arcs unchanged, for a set without segments or with an
-    /// index out of range. Linear in the number of segments, plus sorting the vertices when
-    /// compacting.
+    /// index out of range. O(n log n) in the number of segments, plus the number of vertices.
     static LineSegmentSet* BuildPolylines(const LineSegmentSet& source,
                                           std::vector<ArcFeature>& arcs,
                                           bool compactVertices);

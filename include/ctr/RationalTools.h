@@ -11,7 +11,7 @@ namespace ctr {
 
 /// Arithmetic on fractions (numerator, denominator) with positive denominators, not reduced.
 ///
-/// Stateless; safe to call from any number of threads.
+/// Stateless; safe to call from any number of threads. Constant time; nothing is thrown.
 class CTR_EXPORT RationalTools {
 public:
     /// Three-way comparison: 1 if a > b, -1 if a < b, 0 if both are the same number.

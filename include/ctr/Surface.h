@@ -50,11 +50,12 @@ struct Welding {
     double distance = 0.0;
 };
 
-/// What was found on a surface and repaired. An open edge (boundary edge) belongs to one face.
+/// The faults found on a surface and repaired. An open edge (boundary edge) belongs to one face.
 struct SurfaceReport {
-    std::size_t edges = 0;        ///< Edges after the repair.
-    std::size_t openEdges = 0;    ///< Boundary edges (of one face) after the repair.
-    std::size_t crowdedEdges = 0; ///< Non-manifold edges (of more than two faces) after the repair.
+    std::size_t edges = 0;     ///< Edges after the repair.
+    std::size_t openEdges = 0; ///< Boundary edges (of one face) after the repair.
+    std::size_t nonManifoldEdges =
+        0; ///< Non-manifold edges (of more than two faces) after the repair.
     /// Open edges beside another open edge that were not joined: the two are mutually nearest, at a
     /// distance far below their lengths, like the rims of a crack that is wider than the welding
     /// distance. Intended boundaries have nothing beside them. 0 without welding.

@@ -63,20 +63,23 @@ constexpr double kLongestSide = 2.0 * std::numeric_limits<float>::max();
 constexpr double kNodeCost = 2.0;
 constexpr double kPrimitiveCost = 1.0;
 
-// Up to this number of items, their areas are summed to avoid searching for a split; and a sum far
-// above underflow.
+// Up to this number of items, their areas are summed in floats to avoid searching for a split; a
+// sum far above underflow; and a factor beyond the rounding: for each of three areas, a side takes
+// one, a product one, and the sum over items and axes one per term.
 constexpr unsigned int kMaxSummed = 6;
+constexpr double kSumMargin = 1.0001;
+static_assert(1.0 + (3 + kMaxSummed + 2) * 0x1p-24 < kSumMargin);
 constexpr float kSmallestArea = 1e-30f;
 
 constexpr double kNoCost = std::numeric_limits<double>::infinity();
 
 // x, y, z and one spare lane, processed in one instruction. Arithmetic on lanes is the same IEEE
 // arithmetic as on floats; a comparison gives a lane mask.
-using Lanes = float __attribute__((vector_size(16)));
-using IntegerLanes = int __attribute__((vector_size(16)));
+using Float4 = float __attribute__((vector_size(16)));
+using Int4 = int __attribute__((vector_size(16)));
 
-Lanes All(float value) {
-    return Lanes{value, value, value, value};
+Float4 All(float value) {
+    return Float4{value, value, value, value};
 }
 
 // Two numbers in double precision.
@@ -85,10 +88,10 @@ using Pair = double __attribute__((vector_size(16)));
 // All return `b` where `a` is NaN, so a NaN never enters a box `b`. The compilers provide the
 // instructions only under these names.
 #ifdef __SSE2__
-Lanes Min(Lanes a, Lanes b) {
+Float4 Min(Float4 a, Float4 b) {
     return _mm_min_ps(a, b);
 }
-Lanes Max(Lanes a, Lanes b) {
+Float4 Max(Float4 a, Float4 b) {
     return _mm_max_ps(a, b);
 }
 Pair Min(Pair a, Pair b) {
@@ -97,7 +100,7 @@ Pair Min(Pair a, Pair b) {
 Pair Max(Pair a, Pair b) {
     return _mm_max_pd(a, b);
 }
-Pair FirstTwo(Lanes lanes) {
+Pair FirstTwo(Float4 lanes) {
     return _mm_cvtps_pd(lanes);
 }
 #else
@@ -107,24 +110,24 @@ template <class Vector> Vector Min(Vector a, Vector b) {
 template <class Vector> Vector Max(Vector a, Vector b) {
     return a > b ? a : b;
 }
-Pair FirstTwo(Lanes lanes) {
+Pair FirstTwo(Float4 lanes) {
     return {lanes[0], lanes[1]};
 }
 #endif
 
-Pair LastTwo(Lanes lanes) {
+Pair LastTwo(Float4 lanes) {
     return FirstTwo(__builtin_shufflevector(lanes, lanes, 2, 3, 2, 3));
 }
 
 struct Box {
-    Lanes min;
-    Lanes max;
+    Float4 min;
+    Float4 max;
 
     void Extend(const Box& other) {
         min = Min(other.min, min);
         max = Max(other.max, max);
     }
-    void Extend(Lanes point) {
+    void Extend(Float4 point) {
         min = Min(point, min);
         max = Max(point, max);
     }
@@ -142,8 +145,8 @@ using Item = Box;
 Item MakeItem(const kxBBox& box, unsigned int number) {
     const auto upper = static_cast<float>(number >> 15);
     const auto lower = static_cast<float>(number & 0x7FFFu);
-    return {Lanes{box.min[0], box.min[1], box.min[2], upper},
-            Lanes{box.max[0], box.max[1], box.max[2], lower}};
+    return {Float4{box.min[0], box.min[1], box.min[2], upper},
+            Float4{box.max[0], box.max[1], box.max[2], lower}};
 }
 
 unsigned int NumberOf(const Item& item) {
@@ -156,8 +159,8 @@ kxBBox ToBBox(const Box& box) {
 
 // Halved before the sum, so that it cannot overflow. The centre of a NaN, infinite or empty box is
 // clamped to one of the farthest centroids.
-Lanes Centroid(const Box& box) {
-    const Lanes middle = 0.5f * box.min + 0.5f * box.max;
+Float4 Centroid(const Box& box) {
+    const Float4 middle = 0.5f * box.min + 0.5f * box.max;
     return Min(Max(middle, All(-kFarthest)), All(kFarthest));
 }
 
@@ -209,10 +212,10 @@ Pair Sides(Pair min, Pair max) {
 
 // HalfArea of two boxes at once.
 Pair HalfAreas(const Box& a, const Box& b) {
-    const Lanes minXY = __builtin_shufflevector(a.min, b.min, 0, 4, 1, 5);
-    const Lanes maxXY = __builtin_shufflevector(a.max, b.max, 0, 4, 1, 5);
-    const Lanes minZ = __builtin_shufflevector(a.min, b.min, 2, 6, 3, 7);
-    const Lanes maxZ = __builtin_shufflevector(a.max, b.max, 2, 6, 3, 7);
+    const Float4 minXY = __builtin_shufflevector(a.min, b.min, 0, 4, 1, 5);
+    const Float4 maxXY = __builtin_shufflevector(a.max, b.max, 0, 4, 1, 5);
+    const Float4 minZ = __builtin_shufflevector(a.min, b.min, 2, 6, 3, 7);
+    const Float4 maxZ = __builtin_shufflevector(a.max, b.max, 2, 6, 3, 7);
     const Pair x = Sides(FirstTwo(minXY), FirstTwo(maxXY));
     const Pair y = Sides(LastTwo(minXY), LastTwo(maxXY));
     const Pair z = Sides(FirstTwo(minZ), FirstTwo(maxZ));
@@ -231,10 +234,10 @@ public:
     Binning(const Box& centroids, unsigned int count)
         : bins_(std::min(kMaxBins, kMinBins + count / 8)),
           last_(All(static_cast<float>(bins_ - 1))), low_(centroids.min) {
-        const Lanes extent = centroids.max - centroids.min;
-        const Lanes scale = All(static_cast<float>(bins_)) / extent;
-        const IntegerLanes usable = (extent > Lanes{}) & (scale < All(kInfinity)) & kAxes;
-        scale_ = usable ? scale : Lanes{};
+        const Float4 extent = centroids.max - centroids.min;
+        const Float4 scale = All(static_cast<float>(bins_)) / extent;
+        const Int4 usable = (extent > Float4{}) & (scale < All(kInfinity)) & kAxes;
+        scale_ = usable ? scale : Float4{};
     }
 
     unsigned int Bins() const { return bins_; }
@@ -244,18 +247,18 @@ public:
 
     // The position of a centroid in bins: from 0 for the lowest, limited to the last bin. So a
     // usable axis has at least two bins in use; on an unusable axis all positions are 0.
-    Lanes Position(Lanes centroid) const { return Min(Unlimited(centroid), last_); }
+    Float4 Position(Float4 centroid) const { return Min(Unlimited(centroid), last_); }
 
     // As above, but not limited to the last bin, which makes no difference below it.
-    Lanes Unlimited(Lanes centroid) const { return (centroid - low_) * scale_; }
+    Float4 Unlimited(Float4 centroid) const { return (centroid - low_) * scale_; }
 
 private:
-    static constexpr IntegerLanes kAxes{-1, -1, -1, 0};
+    static constexpr Int4 kAxes{-1, -1, -1, 0};
 
     unsigned int bins_;
-    Lanes last_;
-    Lanes low_;
-    Lanes scale_;
+    Float4 last_;
+    Float4 low_;
+    Float4 scale_;
 };
 
 // The items in each bin of an axis. They are counted in the spare lane of a box's minimum, as an
@@ -264,22 +267,22 @@ class AxisBins {
 public:
     void Clear(unsigned int bins) {
         for (unsigned int bin = 0; bin < bins; ++bin) {
-            boxes_[bin] = {Lanes{kInfinity, kInfinity, kInfinity, std::bit_cast<float>(kNoItems)},
+            boxes_[bin] = {Float4{kInfinity, kInfinity, kInfinity, std::bit_cast<float>(kNoItems)},
                            All(-kInfinity)};
         }
     }
 
     // The item with NaN for its index, which does not change the count.
     static Item Countable(const Item& item) {
-        constexpr IntegerLanes kSpare{0, 0, 0, -1};
-        return {std::bit_cast<Lanes>(std::bit_cast<IntegerLanes>(item.min) | kSpare), item.max};
+        constexpr Int4 kSpare{0, 0, 0, -1};
+        return {std::bit_cast<Float4>(std::bit_cast<Int4>(item.min) | kSpare), item.max};
     }
     void Add(int number, const Item& countable) {
-        constexpr IntegerLanes kOneItem{0, 0, 0, 1};
+        constexpr Int4 kOneItem{0, 0, 0, 1};
         Box& box = boxes_[static_cast<unsigned int>(number)];
-        const auto min = std::bit_cast<IntegerLanes>(Min(countable.min, box.min));
+        const auto min = std::bit_cast<Int4>(Min(countable.min, box.min));
         box.max = Max(countable.max, box.max);
-        box.min = std::bit_cast<Lanes>(min + kOneItem);
+        box.min = std::bit_cast<Float4>(min + kOneItem);
     }
 
     const Box& BoxOf(unsigned int bin) const { return boxes_[bin]; }
@@ -404,12 +407,12 @@ private:
     template <class IsFirst> bool Partition(Range range, const IsFirst& isFirst, Halves& halves);
 
     template <class Visit> bool ForEachItem(Range range, const Visit& visit);
-    bool MayGoOn(unsigned int handled);
+    bool ShouldContinue(unsigned int handled);
 
     kxGenericBVH& tree_;
     const kxCancelInterfaceReadOnly* cancel_;
     const unsigned int leafSize_;
-    unsigned int handledSincePoll_ = kPollInterval; // the first primitive brings the first look
+    unsigned int handledSincePoll_ = kPollInterval; // so that the first primitive causes a poll
     bool cancelled_ = false;
     std::unique_ptr<Item[]> items_;
     std::vector<Task> pending_; // the second children on the way to the root: at most kMaxDepth + 1
@@ -450,7 +453,7 @@ bool Builder::Load(const kxGenericBVHPrimitives& primitives, Bounds& bounds) {
     items_ = std::make_unique_for_overwrite<Item[]>(count);
     Bounds all;
     for (unsigned int i = 0; i < count; ++i) {
-        if (!MayGoOn(1)) {
+        if (!ShouldContinue(1)) {
             return false;
         }
         const Item item = MakeItem(primitives.getPrimitiveBox(i), i);
@@ -474,14 +477,14 @@ bool Builder::Make(const Task& task) {
     if (IsSurelyLeaf(task)) {
         // As many polls of the cancel interface as with a search for a split.
         MakeLeaf(tree_.nodes.back(), task.range);
-        const unsigned int sought = task.range.Count() == 1 ? 0 : task.range.Count();
-        return MayGoOn(sought) && MayGoOn(task.range.Count());
+        const unsigned int binned = task.range.Count() == 1 ? 0 : task.range.Count();
+        return ShouldContinue(binned) && ShouldContinue(task.range.Count());
     }
     const Binning binning(task.bounds.centroids, task.range.Count());
     const Split split = FindSplit(task, binning);
     if (IsLeafCheaper(task, split)) {
         MakeLeaf(tree_.nodes.back(), task.range);
-        return MayGoOn(task.range.Count());
+        return ShouldContinue(task.range.Count());
     }
     Halves halves;
     if (!Divide(task, split, binning, halves)) {
@@ -515,14 +518,14 @@ bool Builder::IsSurelyLeaf(const Task& task) const {
     if (count <= kNodeCost / kPrimitiveCost) {
         return true;
     }
-    Lanes areas{};
+    Float4 areas{};
     for (unsigned int i = task.range.begin; i < task.range.end; ++i) {
-        const Lanes sides = Max(items_[i].max - items_[i].min, Lanes{});
+        const Float4 sides = Max(items_[i].max - items_[i].min, Float4{});
         areas += sides * __builtin_shufflevector(sides, sides, 1, 2, 0, 3);
     }
     const float sum = areas[0] + areas[1] + areas[2];
     const double needed = (kPrimitiveCost * count - kNodeCost) * HalfArea(task.bounds.box);
-    return sum < kInfinity && sum > kSmallestArea && kPrimitiveCost * sum > 1.0001 * needed;
+    return sum < kInfinity && sum > kSmallestArea && kPrimitiveCost * sum > kSumMargin * needed;
 }
 
 // Without a split the cost is infinite, so a node that fits a leaf becomes one.
@@ -563,12 +566,12 @@ template <class Number> bool Builder::FillBins(Range range, const Binning& binni
     for (AxisBins& axisBins : bins_) {
         axisBins.Clear(bins);
     }
-    return ForEachItem(range, [&, binning](const Item& place) {
-        const auto bin = __builtin_convertvector(binning.Position(Centroid(place)), IntegerLanes);
-        const Item item = AxisBins::Countable(place);
-        bins_[0].Add(bin[0], item);
-        bins_[1].Add(bin[1], item);
-        bins_[2].Add(bin[2], item);
+    return ForEachItem(range, [&, binning](const Item& item) {
+        const auto bin = __builtin_convertvector(binning.Position(Centroid(item)), Int4);
+        const Item countable = AxisBins::Countable(item);
+        bins_[0].Add(bin[0], countable);
+        bins_[1].Add(bin[1], countable);
+        bins_[2].Add(bin[2], countable);
     });
 }
 
@@ -592,11 +595,11 @@ bool Builder::Divide(const Task& task, const Split& split, const Binning& binnin
 // An item is in a lower bin if its position, rounded down, is below the integer.
 template <int Axis>
 bool Builder::DivideAt(Range range, const Binning& binning, unsigned int plane, Halves& halves) {
-    const Lanes limit = All(static_cast<float>(plane));
+    const Float4 limit = All(static_cast<float>(plane));
     return Partition(
         range,
-        [binning, limit](const Item&, Lanes centroid) {
-            const IntegerLanes below = binning.Unlimited(centroid) < limit;
+        [binning, limit](const Item&, Float4 centroid) {
+            const Int4 below = binning.Unlimited(centroid) < limit;
             return __builtin_shufflevector(below, below, Axis, Axis, Axis, Axis);
         },
         halves);
@@ -614,11 +617,11 @@ bool Builder::DivideByCount(Range range, const Box& centroids, Halves& halves) {
     }
     return Partition(
         range,
-        [&](const Item& item, Lanes) {
+        [&](const Item& item, Float4) {
             const bool isFirst = OrderKey(item, axis) < median;
             halves.bounds[isFirst ? 0 : 1].box.Extend(item);
             const int mask = isFirst ? -1 : 0;
-            return IntegerLanes{mask, mask, mask, mask};
+            return Int4{mask, mask, mask, mask};
         },
         halves);
 }
@@ -668,28 +671,28 @@ bool Builder::Partition(Range range, const IsFirst& isFirst, Halves& halves) {
     Box lower = EmptyBox();
     Box upper = EmptyBox();
     Item* const items = items_.get();
-    const bool whole = ForEachItem(range, [&](Item& place) {
-        const Item item = place;
-        const Lanes centroid = Centroid(item);
-        const IntegerLanes first = isFirst(item, centroid);
-        const auto bits = std::bit_cast<IntegerLanes>(centroid);
-        lower.Extend(std::bit_cast<Lanes>(bits | ~first));
-        upper.Extend(std::bit_cast<Lanes>(bits | first));
-        place = items[middle];
+    const bool isComplete = ForEachItem(range, [&](Item& current) {
+        const Item item = current;
+        const Float4 centroid = Centroid(item);
+        const Int4 first = isFirst(item, centroid);
+        const auto bits = std::bit_cast<Int4>(centroid);
+        lower.Extend(std::bit_cast<Float4>(bits | ~first));
+        upper.Extend(std::bit_cast<Float4>(bits | first));
+        current = items[middle];
         items[middle] = item;
         middle -= static_cast<unsigned int>(first[0]);
     });
     halves.middle = middle;
     halves.bounds[0].centroids = lower;
     halves.bounds[1].centroids = upper;
-    return whole;
+    return isComplete;
 }
 
 // Visits a range in order; false if cancelled.
 template <class Visit> bool Builder::ForEachItem(Range range, const Visit& visit) {
     for (unsigned int begin = range.begin; begin < range.end;) {
         const unsigned int end = begin + std::min(kPollInterval, range.end - begin);
-        if (!MayGoOn(end - begin)) {
+        if (!ShouldContinue(end - begin)) {
             return false;
         }
         for (unsigned int i = begin; i < end; ++i) {
@@ -700,8 +703,8 @@ template <class Visit> bool Builder::ForEachItem(Range range, const Visit& visit
     return true;
 }
 
-// Cancellation is final, even if the interface changes its mind.
-bool Builder::MayGoOn(unsigned int handled) {
+// Cancellation is final, even if the interface returns false later.
+bool Builder::ShouldContinue(unsigned int handled) {
     handledSincePoll_ += handled;
     if (handledSincePoll_ >= kPollInterval) {
         handledSincePoll_ = 0;

@@ -39,7 +39,7 @@ public:
     /// As above, for the indices.
     void SetIndexBuffer(kxIndexBuffer* indices);
 
-    /// Updates what is derived from the vertices in model space.
+    /// Updates the data derived from the vertices in model space.
     ///
     /// `recomputeBound` recomputes the model bound, in O(vertices). Normals are never derived here,
     /// and there are no controllers, so `recomputeNormals` and `controller` have no effect.

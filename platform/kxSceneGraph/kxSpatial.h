@@ -12,10 +12,10 @@ namespace kx {
 
 /// An object with a local transformation (to its parent) and a world transformation (to the scene).
 ///
-/// Two flag words record what a later update of the scene must process: the first for the object
-/// itself, the second for its descendants. A parent collects the flags of its children in both.
-/// Nothing here runs that update, and neither transformation is derived from the other: the host
-/// sets both.
+/// Two flag words record the parts that a later update of the scene must process: the first for the
+/// object itself, the second for its descendants. A parent collects the flags of its children in
+/// both. Nothing here runs that update, and neither transformation is derived from the other: the
+/// host sets both.
 class KX_EXPORT kxSpatial : public kxObject {
 public:
     static const kxRtti TYPE; ///< The record of this class.

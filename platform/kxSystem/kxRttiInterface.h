@@ -7,7 +7,7 @@
 
 namespace kx {
 
-/// An object that knows its type record.
+/// An object with a type record.
 class KX_EXPORT kxRttiInterface {
 public:
     virtual ~kxRttiInterface();

@@ -157,7 +157,7 @@ TEST(SurfaceRepair, ClosesCracksOfNoise) {
                 Surface surface = SurfaceOf(cracked);
                 const SurfaceReport report = surface.repair(kAuto);
                 EXPECT_EQ(report.openEdges, 0U);
-                EXPECT_EQ(report.crowdedEdges, 0U);
+                EXPECT_EQ(report.nonManifoldEdges, 0U);
                 EXPECT_EQ(EdgesByUse(surface), EdgesByUse(SurfaceOf(sound.data)));
                 EXPECT_EQ(PointsOf(surface).size(), sound.data.positions.size());
                 EXPECT_FALSE(LooksCracked(report));
@@ -196,7 +196,7 @@ TEST(SurfaceRepair, CountsFacesGivenTwiceOnce) {
                 Surface surface = SurfaceOf(doubled);
                 const SurfaceReport report = surface.repair(request);
                 EXPECT_EQ(report.doubledFaces, once.indices.size() / 3);
-                EXPECT_EQ(report.crowdedEdges, 0U);
+                EXPECT_EQ(report.nonManifoldEdges, 0U);
                 EXPECT_EQ(ContentsOf(surface).indices, once.indices) << "the first of each";
             }
         }

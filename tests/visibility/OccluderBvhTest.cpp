@@ -93,7 +93,7 @@ SlotsReached(const OccluderBvh& bvh, const BakedVertex& a, const BakedVertex& b)
         slots.push_back(slot);
         return false;
     };
-    bvh.traverse(ctr::SegmentSlabTest(a, b), ctr::SegmentCoverage(), visit);
+    bvh.traverse(ctr::SegmentSlabClipper(a, b), ctr::SegmentCoverage(), visit);
     std::sort(slots.begin(), slots.end());
     return slots;
 }

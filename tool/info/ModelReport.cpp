@@ -108,7 +108,7 @@ std::string DescribeSurface(const SurfaceReport& surface) {
         text += count > 0 ? ", " + Count(count, one, many) : "";
     };
     add(surface.openEdges, "open edge", "open edges");
-    add(surface.crowdedEdges, "edge with more than two triangles",
+    add(surface.nonManifoldEdges, "edge with more than two triangles",
         "edges with more than two triangles");
     add(surface.joinedEdges, "edge", "edges");
     if (surface.joinedEdges > 0) {
@@ -150,7 +150,7 @@ Json JsonOf(const Vector& size, double factor) {
 Json JsonOf(const SurfaceReport& surface) {
     return {{"edges", surface.edges},
             {"open", surface.openEdges},
-            {"ofMoreThanTwoTriangles", surface.crowdedEdges},
+            {"ofMoreThanTwoTriangles", surface.nonManifoldEdges},
             {"joined", surface.joinedEdges},
             {"joinedOverMillimetres", Rounded(surface.widestGap)},
             {"split", surface.splitEdges},

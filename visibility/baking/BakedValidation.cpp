@@ -1,4 +1,7 @@
-// Checks in linear time, whatever the arrays contain.
+// Validation of baked triangles: index ranges, the BVH, and whether boxes contain their contents.
+//
+// The BVH is traversed with a mark per node, so that the traversal terminates for any contents.
+// Linear time and memory. Exact: only integers and stored floats are compared.
 #include "visibility/baking/BakedValidation.h"
 
 #include <ctr/BakedTriangles.h>
@@ -39,8 +42,7 @@ bool AscendsTo(const BakedTriangles& baked,
     return true;
 }
 
-/// Traverses the hierarchy once and marks visited nodes, so that it terminates whatever the nodes
-/// contain.
+/// Traverses the hierarchy once and marks visited nodes, so that it terminates for any nodes.
 class BvhTraversal {
 public:
     explicit BvhTraversal(const BakedTriangles& baked)

@@ -1,4 +1,6 @@
-// The passes in order, under a guard that clears incomplete results.
+// Runs the passes of baking in order, under a guard that clears incomplete results. Planes are
+// computed here: cross products of grid differences, exact in 64 bits (exact/GridArithmetic.h). O(n
+// log n) for n triangles, most of it for the BVH.
 #include "visibility/baking/Baking.h"
 
 #include "visibility/baking/BakedMesh.h"

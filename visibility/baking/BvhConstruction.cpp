@@ -1,12 +1,17 @@
+// The BVH over the baked triangles.
+//
 // Top-down binned surface-area splits (I. Wald, On fast construction of SAH-based bounding volume
-// hierarchies, IEEE Symposium on Interactive Ray Tracing 2007), by the builder of the framework.
-// Boxes are then recomputed bottom up in grid coordinates, in which queries compare.
+// hierarchies, IEEE Symposium on Interactive Ray Tracing 2007), by the builder of the framework,
+// over boxes in world space. Boxes are then recomputed bottom up in grid coordinates, in which
+// queries compare. O(n log n) for n triangles. Grid boxes are exact up to 24 bits; beyond,
+// conversion to float is monotonic, so each box contains its contents.
 #include "visibility/baking/BvhConstruction.h"
 
 #include <kxCommonAddOns/kxGenericBVHPrimitives.h>
 #include <kxCommonAddOns/kxLinearGenericBVHBuilder.h>
 
 #include "projection/GridQuantisation.h"
+#include "visibility/Tuning.h"
 #include "visibility/baking/BvhNode.h"
 
 #include <algorithm>
@@ -16,8 +21,6 @@
 
 namespace ctr {
 namespace {
-
-constexpr unsigned int kMaxTrianglesInLeaf = 10;
 
 /// The boxes of the triangles in world space, over which the hierarchy is built.
 class TrianglePrimitives : public kx::kxGenericBVHPrimitives {
@@ -87,13 +90,11 @@ public:
     explicit BuilderProgress(PhasedProgress& work) : work_(work) {}
 
     bool isCanceled() const override {
-        work_.advance(kItemsPerCheck);
+        work_.advance(Tuning::kItemsPerBuilderPoll);
         return work_.isCanceled();
     }
 
 private:
-    static constexpr double kItemsPerCheck = 4096.0;
-
     PhasedProgress& work_;
 };
 
@@ -117,7 +118,7 @@ unsigned int ComputeBoxes(BakedTriangles& baked, unsigned int node, ItemCounter&
 void BuildBvh(BakedTriangles& baked, PhasedProgress& work) {
     const BuilderProgress progress(work);
     if (kx::kxLinearGenericBVHBuilder::build(baked.bvh, TrianglePrimitives(baked, work), &progress,
-                                             kMaxTrianglesInLeaf)) {
+                                             Tuning::kTrianglesInLeaf)) {
         ComputeBoxes(baked, 0, work);
     }
 }

@@ -1,4 +1,10 @@
-// Outcodes classify triangles; those that cross a plane of the frustum are clipped.
+// The first pass of baking: the part of each triangle that is inside the view.
+//
+// Vertices are projected once and classified by outcodes, a bit for each plane of the frustum (D.
+// Cohen and I. Sutherland, in W. Newman and R. Sproull, Principles of Interactive Computer
+// Graphics, 1979). Outcodes accept or reject most triangles; those that cross a plane are clipped
+// by DiscreteProjectionSpace::clipTriangle(). O(n) for n vertices and triangles. Outcodes make the
+// same comparisons in single precision as the clipper, so the two agree on every vertex.
 #include "visibility/baking/FirstPass.h"
 
 #include "visibility/baking/BakedMesh.h"

@@ -1,4 +1,9 @@
-// Whole triangles first, then the fans of clipped polygons.
+// The second pass of baking: quantises vertices and appends triangles, first those entirely inside
+// the view, then the fans of clipped polygons.
+//
+// Vertices are rounded down to the grid, by less than one step. Each triangle is stored
+// counter-clockwise on screen; edge-on ones are dropped. The orientation is the sign of the area on
+// the grid, which is exact. O(n) for n vertices and triangles.
 #include "visibility/baking/SecondPass.h"
 
 #include "projection/GridQuantisation.h"

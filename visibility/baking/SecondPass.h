@@ -9,7 +9,7 @@
 namespace ctr {
 
 /// Quantises the vertices of all meshes and appends their triangles in view, mesh by mesh. Frees
-/// what it has used of `data`. Throws Cancelled.
+/// the parts of `data` that it has used. Throws Cancelled.
 void RunSecondPass(BakedTriangles& baked, BakedTriangles::tFirstPassData& data, ItemCounter& work);
 
 } // namespace ctr

@@ -1,4 +1,4 @@
-// A box of grid points against which triangles are tested in SIMD registers.
+// A box of grid points against which triangles are tested in SIMD registers. Exact, O(1).
 #pragma once
 
 #include <kxSystem/kxBBox.h>

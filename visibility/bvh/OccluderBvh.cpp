@@ -1,4 +1,7 @@
-// Builds the packed layout from a baked hierarchy, bottom up.
+// Builds the packed layout from a baked hierarchy, bottom up, in O(n) for n triangles.
+//
+// The box of a leaf is enlarged by the error bound of occluded intervals (ErrorBounds.h, sections 3
+// and 4); all roundings here are outwards.
 #include "visibility/bvh/OccluderBvh.h"
 
 #include "visibility/ErrorBounds.h"
@@ -16,9 +19,6 @@
 
 namespace ctr {
 namespace {
-
-/// Farther than any grid point: the position of empty boxes.
-constexpr float kFar = 4.0e9F;
 
 Float4 ToFloat4(Int4 numbers) {
     return __builtin_convertvector(numbers, Float4);
@@ -106,13 +106,13 @@ OccluderBvh::Boxes OccluderBvh::add(const BakedTriangles& baked,
 }
 
 OccluderBvh::Node OccluderBvh::nodeAround(const Boxes (&boxes)[2], const Child (&children)[2]) {
-    const auto lanes = [&boxes](int axis) {
+    const auto bounds = [&boxes](int axis) {
         return Float4{boxes[0].enlarged.min[axis], boxes[1].enlarged.min[axis],
                       -boxes[0].enlarged.max[axis], -boxes[1].enlarged.max[axis]};
     };
     const Float4 z{boxes[0].enlarged.min[2], boxes[1].enlarged.min[2], boxes[0].enlarged.min[2],
                    boxes[1].enlarged.min[2]};
-    return {lanes(0), lanes(1), z, {children[0], children[1]}};
+    return {bounds(0), bounds(1), z, {children[0], children[1]}};
 }
 
 /// The margin is rounded up, and once more where its lower half is dropped. An empty box has none.
@@ -141,6 +141,7 @@ OccluderBvh::Boxes OccluderBvh::boxesOf(Child leaf) const {
     constexpr auto kSteps = static_cast<float>(error_bounds::kRoundedValueMargin) * kMore;
     constexpr auto kShare = static_cast<float>(error_bounds::kFunctionError) * kMore;
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    constexpr float kFar = error_bounds::kBeyondGrid;
     Boxes boxes{{Broadcast(kInfinity), Broadcast(-kInfinity)}, {Broadcast(kFar), Broadcast(-kFar)}};
     const SlotTriangles all = triangles();
     SlotTriangle storage;

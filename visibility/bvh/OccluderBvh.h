@@ -1,8 +1,8 @@
-// The triangles of a baked scene in a bounding volume hierarchy (BVH) packed for occlusion queries:
-// which triangles can occlude a given segment?
+// The triangles of a baked scene in a bounding volume hierarchy (BVH) packed for occlusion queries.
+// A query visits the triangles that can occlude a given segment.
 //
 // The hierarchy is the baked one. A node holds the boxes of both its children, which are tested
-// together (SegmentSlabTest), and triangles are stored in leaf order, so a query reads memory
+// together (SegmentSlabClipper), and triangles are stored in leaf order, so a query reads memory
 // mostly in sequence. Children are visited front to back; subtrees whose part of the segment is
 // known to be occluded are skipped (SegmentCoverage). Boxes only reject; exact arithmetic decides
 // about the triangles that remain. Building takes O(n) time, a query O(log n) plus the number of
@@ -13,8 +13,8 @@
 // stored.
 //
 // Boxes are computed from the triangles. A caller may have put other boxes into the baked
-// hierarchy, which then exclude triangles from queries; boxesAreConservative() tells whether this
-// layout is equivalent to the hierarchy.
+// hierarchy, which then exclude triangles from queries; boxesAreConservative() is false where this
+// layout is not equivalent to the hierarchy.
 //
 // One layout serves segments and intersection edges. Boxes are enlarged by the error bound of
 // occluded intervals whose ends are computed from values rounded to integers, as those of
@@ -30,7 +30,7 @@
 #include "visibility/baking/BvhNode.h"
 #include "visibility/bvh/Float4.h"
 #include "visibility/bvh/SegmentCoverage.h"
-#include "visibility/bvh/SegmentSlabTest.h"
+#include "visibility/bvh/SegmentSlabClipper.h"
 #include "visibility/bvh/SlotTriangles.h"
 #include "visibility/exact/GridArithmetic.h"
 
@@ -69,7 +69,7 @@ public:
     /// `coverage` may grow meanwhile.
     template <class Visit>
     void
-    traverse(const SegmentSlabTest& slabTest, const SegmentCoverage& coverage, Visit visit) const;
+    traverse(const SegmentSlabClipper& clipper, const SegmentCoverage& coverage, Visit visit) const;
 
 private:
     struct Box {
@@ -126,7 +126,7 @@ private:
     }
     Node assembleNode(Child parent) const;
     template <class NodeOf, class Leaf>
-    void traverseLeaves(const SegmentSlabTest& slabTest,
+    void traverseLeaves(const SegmentSlabClipper& clipper,
                         const SegmentCoverage& coverage,
                         NodeOf nodeOf,
                         Leaf leaf) const;
@@ -163,7 +163,7 @@ inline OccluderBvh::Node OccluderBvh::assembleNode(Child parent) const {
 }
 
 template <class Visit>
-void OccluderBvh::traverse(const SegmentSlabTest& slabTest,
+void OccluderBvh::traverse(const SegmentSlabClipper& clipper,
                            const SegmentCoverage& coverage,
                            Visit visit) const {
     const auto visitLeaf = [&visit](std::uint32_t slot, std::uint32_t end, auto triangleAt) {
@@ -177,21 +177,21 @@ void OccluderBvh::traverse(const SegmentSlabTest& slabTest,
         const auto triangleAt = [this](std::uint32_t slot) -> const SlotTriangle& {
             return triangles_[slot];
         };
-        traverseLeaves(slabTest, coverage, nodeOf, [&](std::uint32_t slot, std::uint32_t end) {
+        traverseLeaves(clipper, coverage, nodeOf, [&](std::uint32_t slot, std::uint32_t end) {
             return visitLeaf(slot, end, triangleAt);
         });
     } else {
         const auto nodeOf = [this](Child parent) { return assembleNode(parent); };
         const SlotTriangles gathered(*scene_);
         const auto triangleAt = [&gathered](std::uint32_t slot) { return gathered[slot]; };
-        traverseLeaves(slabTest, coverage, nodeOf, [&](std::uint32_t slot, std::uint32_t end) {
+        traverseLeaves(clipper, coverage, nodeOf, [&](std::uint32_t slot, std::uint32_t end) {
             return visitLeaf(slot, end, triangleAt);
         });
     }
 }
 
 template <class NodeOf, class Leaf>
-void OccluderBvh::traverseLeaves(const SegmentSlabTest& slabTest,
+void OccluderBvh::traverseLeaves(const SegmentSlabClipper& clipper,
                                  const SegmentCoverage& coverage,
                                  NodeOf nodeOf,
                                  Leaf leaf) const {
@@ -209,7 +209,7 @@ void OccluderBvh::traverseLeaves(const SegmentSlabTest& slabTest,
         while (!here.isLeaf()) {
             const Node& node = nodeOf(here);
             Count(Counter::bvhNodes);
-            const auto bits = SegmentCoverage::bitsIn(slabTest.clip(node.x, node.y, node.z));
+            const auto bits = SegmentCoverage::bitsIn(clipper.clip(node.x, node.y, node.z));
             const bool visit[2] = {!coverage.covers(bits[0]), !coverage.covers(bits[1])};
             Count(Counter::bvhSubtreesCovered,
                   (bits[0] != 0 && !visit[0] ? 1 : 0) + (bits[1] != 0 && !visit[1] ? 1 : 0));

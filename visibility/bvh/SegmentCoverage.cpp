@@ -1,4 +1,5 @@
-// Doubles locate the first and the last part; parts that an end may touch are left out.
+// Sets the bits of an occluded interval. Doubles locate its first and last part; parts that an end
+// may touch, by the margin of ErrorBounds.h, stay unset. O(1).
 #include "visibility/bvh/SegmentCoverage.h"
 
 #include "visibility/ErrorBounds.h"

@@ -7,7 +7,7 @@
 
 #include <ctr/IntervalTools.h>
 
-#include "visibility/bvh/SegmentSlabTest.h"
+#include "visibility/bvh/SegmentSlabClipper.h"
 
 #include <array>
 #include <cstdint>
@@ -17,7 +17,7 @@ namespace ctr {
 class SegmentCoverage {
 public:
     /// The bits of the parts in which the segment is in either child's box; 0 where it is not.
-    static std::array<std::uint64_t, 2> bitsIn(const SegmentSlabTest::Range& range) {
+    static std::array<std::uint64_t, 2> bitsIn(const SegmentSlabClipper::Range& range) {
         const Int4 first = bitAt(range.enter);
         const Int4 last = bitAt(range.leave);
         const Int4 isIn = range.enter <= range.leave;

@@ -1,4 +1,5 @@
-// Gathering is kept out of line, so that access to copies stays short enough to be inlined.
+// Access to triangles that are not copied. Gathering is kept out of line, so that access to copies
+// stays short enough to be inlined. O(1) per triangle.
 #include "visibility/bvh/SlotTriangles.h"
 
 namespace ctr {

@@ -1,4 +1,6 @@
-// One pass over the triangles, one over the BVH.
+// Checks that a search over all triangles gives the result of a traversal of the BVH: one pass over
+// the triangles, one over the BVH. O(n). Boxes are compared as floats, which are exact for the
+// coordinates that pass; sizes of plane values are estimated in doubles.
 #include "visibility/dense/BypassConditions.h"
 
 #include "visibility/ErrorBounds.h"

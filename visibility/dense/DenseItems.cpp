@@ -1,4 +1,5 @@
-// Counts the triangles per edge by sorting the ends of edges.
+// Counts the triangles at each edge of a hub by sorting the other ends of edges. Exact, O(n log n)
+// for n triangles at the hub.
 #include "visibility/dense/DenseItems.h"
 
 #include <cstddef>

@@ -1,5 +1,8 @@
+// Finds dense regions bottom up, in O(n) for n nodes of the BVH.
+//
 // The depth complexity of a subtree is the area of its leaf boxes on screen, once per triangle,
-// divided by the area of its own box.
+// divided by the area of its own box. It is an estimate that only selects the search, so doubles
+// suffice.
 #include "visibility/dense/DenseRegions.h"
 
 #include "visibility/Tuning.h"

@@ -10,6 +10,7 @@
 #include <ctr/BakedTriangles.h>
 
 #include "linesets/Progress.h"
+#include "visibility/Tuning.h"
 #include "visibility/bvh/SlotTriangles.h"
 
 #include <algorithm>
@@ -23,7 +24,7 @@ namespace ctr {
 /// only a few steps wide.
 class GridAxis {
 public:
-    static constexpr std::int64_t kSubsteps = 4;
+    static constexpr std::int64_t kSubsteps = Tuning::kSubsteps;
 
     struct Interval {
         std::int64_t min;

@@ -1,5 +1,8 @@
 // Top-down median splits: first by hubs, so that nodes have common ones, then along the key by
-// which items are spread the most relative to their size.
+// which items are spread the most relative to their size. O(n log n) for n items.
+//
+// Pairs of nodes are rejected by boxes, by shared hubs, and by planes with the margin
+// kDistanceMargin (ErrorBounds.h, section 7), so no pair is lost by rounding.
 #include "visibility/dense/DenseTree.h"
 
 #include "visibility/ErrorBounds.h"
@@ -282,7 +285,6 @@ void DenseTree::splitInSpace(const Node& node) {
 /// bounds if that is spread more. Directions may be split by their normals as well, which count as
 /// intervals of a fixed length.
 std::function<double(std::uint32_t)> DenseTree::bestKey(const Node& node) const {
-    constexpr double kShortest = 1e-12;
     constexpr std::size_t kPlanes = 3;
     constexpr std::size_t kNormal = 4;
     const auto intervalOf = [this, direction = node.planes.direction](std::uint32_t position,
@@ -303,7 +305,7 @@ std::function<double(std::uint32_t)> DenseTree::bestKey(const Node& node) const 
     };
     const auto spreadAlong = [&](std::size_t axis) {
         Interval middles;
-        double lengths = kShortest;
+        double lengths = Tuning::kShortestItems;
         for (std::uint32_t i = node.begin; i < node.end; ++i) {
             const Interval interval = intervalOf(i, axis);
             middles.extend(0.5 * interval.doubledMiddle());

@@ -1,4 +1,5 @@
-// Bit vectors of triangles per block.
+// Sets of triangles per block as bit vectors, united block by block. O(n^2 / 64) for n triangles,
+// plus the pairs. Conservative: RegionCover decides about visibility by margins.
 #include "visibility/dense/PotentiallyVisiblePairs.h"
 
 #include "visibility/Tuning.h"
@@ -7,12 +8,6 @@
 #include <bit>
 
 namespace ctr {
-namespace {
-
-/// The number of words that count as one item of work.
-constexpr std::size_t kWordsPerWork = 64;
-
-} // namespace
 
 PotentiallyVisiblePairs::PotentiallyVisiblePairs(const SlotTriangles& triangles,
                                                  const std::vector<std::uint32_t>& slots,
@@ -30,7 +25,7 @@ PotentiallyVisiblePairs::PotentiallyVisiblePairs(const SlotTriangles& triangles,
     partners_.resize(slots_.size() / kWordBits + 1);
     std::fill(around_.begin(), around_.end(), partners_);
     for (std::size_t i = 0; i < slots_.size(); ++i) {
-        work.count(around_.size() / kWordsPerWork);
+        work.count(around_.size() / Tuning::kWordsPerWork);
         for (std::size_t block = 0; block < around_.size(); ++block) {
             const Word bit = visibility_[i].around[block] ? 1U : 0U;
             around_[block][i / kWordBits] |= bit << (i % kWordBits);
@@ -46,10 +41,10 @@ PotentiallyVisiblePairs::partnersOf(std::size_t own) {
         if (visibility_[own].own[block]) {
             std::transform(partners_.begin(), partners_.end(), around_[block].begin(),
                            partners_.begin(), std::bit_or<>());
-            work_.count(partners_.size() / kWordsPerWork + 1);
+            work_.count(partners_.size() / Tuning::kWordsPerWork + 1);
         }
     }
-    work_.count(partners_.size() / kWordsPerWork + 1);
+    work_.count(partners_.size() / Tuning::kWordsPerWork + 1);
     return partners_;
 }
 

@@ -1,4 +1,8 @@
-// Conservative tests of planes at the corners of cells.
+// Rasterises the triangles of a region into the cells that they cover, and tests the others against
+// the nearest covers of each cell: linear functions at the corners of cells.
+//
+// Edge functions are integers; planes are in doubles, with the margins of ErrorBounds.h, section 7.
+// O(c) per triangle for the c cells of its box.
 #include "visibility/dense/RegionCover.h"
 
 #include "visibility/ErrorBounds.h"
@@ -9,8 +13,6 @@
 namespace ctr {
 namespace {
 
-/// The items of work that a cell counts as.
-constexpr std::size_t kWorkPerCell = 4;
 constexpr std::int64_t kSubsteps = GridAxis::kSubsteps;
 
 /// A cell on screen, with its ends in substeps.
@@ -127,7 +129,7 @@ void RegionCover::cover(const SlotTriangle& triangle, ItemCounter& work) {
     const GridAxis::Run columns = cells_.columns.within(StepsOf(triangle, &BakedVertex::x));
     const GridAxis::Run rows = cells_.rows.within(StepsOf(triangle, &BakedVertex::y));
     bool isUsed = false;
-    work.count(kWorkPerCell);
+    work.count(Tuning::kWorkPerCell);
     for (std::int64_t row = rows.first; row <= rows.last; ++row) {
         work.count(columns.length());
         for (std::int64_t column = columns.first; column <= columns.last; ++column) {
@@ -191,7 +193,7 @@ RegionCover::Visibility RegionCover::visibilityOf(const SlotTriangle& triangle,
     const auto y = cells_.rows.overlapping(Widened(StepsOf(triangle, &BakedVertex::y)));
     Visibility visibility;
     for (std::int64_t row = y.first; row <= y.last; ++row) {
-        work.count(kWorkPerCell * x.length());
+        work.count(Tuning::kWorkPerCell * x.length());
         for (std::int64_t column = x.first; column <= x.last; ++column) {
             const std::size_t block = blockOf(column, row);
             const CellOnScreen on{cells_.columns[column], cells_.rows[row]};

@@ -1,4 +1,5 @@
-// Rasterises triangles at the centres of cells.
+// Rasterises the triangles of a region at the centres of cells into a z-buffer of several layers.
+// In doubles: the result only determines the order of tests. O(n + c) for n triangles and c cells.
 #include "visibility/dense/RegionFronts.h"
 
 #include "visibility/baking/BvhNode.h"
@@ -10,8 +11,6 @@
 
 namespace ctr {
 namespace {
-
-constexpr std::size_t kWorkPerTriangle = 16;
 
 /// The centre of a cell in steps.
 double CentreOf(const GridAxis::Interval& substeps) {
@@ -64,7 +63,7 @@ RegionFront::RegionFront(const SlotTriangles& triangles,
                          ItemCounter& work)
     : cells_(triangles, slots), nearest_(cells_.count()) {
     for (const std::uint32_t slot : slots) {
-        work.count(kWorkPerTriangle);
+        work.count(Tuning::kWorkPerFrontTriangle);
         add(triangles[slot], slot, work);
     }
 }

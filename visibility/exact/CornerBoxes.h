@@ -1,4 +1,5 @@
-// A sufficient condition for the contact of many nearly equal triangles, by their corners.
+// A sufficient condition for the contact of many nearly equal triangles, by their corners. Exact:
+// integers are compared; O(1) per triangle.
 #pragma once
 
 #include <ctr/BakedTriangles.h>

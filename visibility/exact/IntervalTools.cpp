@@ -2,8 +2,9 @@
 // O(n log n) for n intervals.
 //
 // The cost of exact comparisons is dominated by mispredicted branches, not by the products. Rounded
-// starts are therefore sorted first, by distribution (bucket sort), and only intervals whose
-// rounded starts are within the error bound of each other are compared exactly.
+// starts are therefore sorted first, by distribution (bucket sort; E. J. Isaac and R. C. Singleton,
+// Sorting by address calculation, Journal of the ACM 3(3), 1956), and only intervals whose rounded
+// starts are within the error bound of each other (ErrorBounds.h, section 8) are compared exactly.
 #include <ctr/IntervalTools.h>
 
 #include "visibility/ErrorBounds.h"

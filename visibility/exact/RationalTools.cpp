@@ -1,4 +1,5 @@
-// 128-bit products and the comparison of fractions by cross-multiplication. Exact, O(1).
+// 128-bit products and the comparison of fractions by cross-multiplication. Exact for factors below
+// 2^63, since the products fit in 128 bits; O(1).
 #include <ctr/RationalTools.h>
 
 #include <cstdint>

@@ -1,5 +1,6 @@
-// A double gives the integer part unless the value is close to an integer; then 128-bit products
-// decide.
+// Points of a segment at a rational parameter, rounded down to the grid. A double gives the integer
+// part unless the value is within kCertainFraction (ErrorBounds.h) of an integer; then 128-bit
+// products decide. Exact, O(1).
 #include "visibility/exact/SegmentPoint.h"
 
 #include "visibility/ErrorBounds.h"

@@ -1,10 +1,13 @@
-// Why directions separate triangles that share exactly one vertex. Let two of them straddle each
+// Hubs and pairs of distinct triangles; the exact test decides about each pair that remains.
+//
+// Why directions separate triangles that share exactly one vertex: let two of them straddle each
 // other's planes. The common line of the planes passes through the vertex, and the span of each
 // triangle begins there and ends on its opposite edge, in a direction between those to its two
 // other corners. If no direction is in both sectors, the spans lie on opposite sides of the vertex.
-// The opposite edge is so far away on screen that the spans, rounded to the grid, still extend from
-// the vertex to either side on the ordering axis, and spans that touch are no intersection. A
-// triangle whose opposite edge is nearer than that does not treat the vertex as a hub.
+// The opposite edge is so far away on screen (ErrorBounds.h, section 7) that the spans, rounded to
+// the grid, still extend from the vertex to either side on the ordering axis, and spans that touch
+// are no intersection. A triangle whose opposite edge is nearer than that does not treat the vertex
+// as a hub.
 #include "visibility/intersections/DensePairs.h"
 
 #include "visibility/ErrorBounds.h"

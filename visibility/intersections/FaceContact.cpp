@@ -1,3 +1,6 @@
+// Whether two triangles are in contact: the largest distance between their planes over their
+// overlap on screen, compared with the tolerance. Exact, in 128-bit integers; O(1).
+//
 // The distance between two planes along the line of sight is linear on screen, so its maximum over
 // the overlap of the triangles is at a vertex of the overlap: at a corner of one triangle within
 // the other, or where two of their edges cross. The crossings are the ends of the edges of the

@@ -1,7 +1,8 @@
 // Clips an intersection edge to four half-spaces by the signs of linear functions at its ends: the
-// plane of a triangle and its three edges.
+// plane of a triangle and its three edges. O(1) per triangle. Signs are exact; most are certain in
+// doubles by the margins of ErrorBounds.h, section 3.
 //
-// Size of the numbers. Four grid points span |N . d| <= 2 * 2^(2b + d) with b bits across the
+// Size of the numbers: four grid points span |N . d| <= 2 * 2^(2b + d) with b bits across the
 // screen and d in depth, since the largest tetrahedron in a box has a third of its volume. With 2b
 // + d = 60, the constructor's grid, plane values are below 2^61 and their differences below 2^62;
 // the terms that add up to one are below 2^61 each (GridArithmetic.h). Parameters are quotients of
@@ -22,7 +23,7 @@ namespace {
 
 /// Truncation toward zero, saturated: only grids beyond the documented bounds reach the limits.
 std::int64_t SaturatedToInteger(double value) {
-    constexpr double kLimit = 4611686018427387904.0;
+    constexpr double kLimit = error_bounds::kSaturatedDifference;
     return static_cast<std::int64_t>(std::clamp(value, -kLimit, kLimit));
 }
 

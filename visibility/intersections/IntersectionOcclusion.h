@@ -8,7 +8,7 @@
 #include <ctr/IntervalTools.h>
 
 #include "visibility/bvh/GridBox.h"
-#include "visibility/bvh/SegmentSlabTest.h"
+#include "visibility/bvh/SegmentSlabClipper.h"
 #include "visibility/bvh/SlotTriangles.h"
 #include "visibility/exact/ContactTolerance.h"
 #include "visibility/intersections/IntersectionEdge.h"
@@ -31,7 +31,7 @@ class IntersectionOcclusion {
 public:
     IntersectionOcclusion(const IntersectionEdge& edge, const ContactTolerance& tolerance);
 
-    SegmentSlabTest slabTest() const { return {edge_.first.point, edge_.second.point}; }
+    SegmentSlabClipper clipper() const { return {edge_.first.point, edge_.second.point}; }
 
     /// The same edge where all but a remaining part is known to be occluded: triangles that
     /// certainly occlude nothing of that part give no interval.

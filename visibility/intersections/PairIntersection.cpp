@@ -1,5 +1,9 @@
-// The overlap of the spans of two triangles along the line that their planes have in common. Most
-// spans are far apart, which doubles decide; the others are compared by exact grid points.
+// The overlap of the spans of two triangles along the line that their planes have in common (the
+// interval test of T. Moeller, 1997; see the header). O(1).
+//
+// Most spans are far apart, which doubles decide by kSpanMargin (ErrorBounds.h, section 6). The
+// others are compared by the exact crossings rounded down to the grid, so the result is a function
+// of the triangles alone.
 #include "visibility/intersections/PairIntersection.h"
 
 #include "visibility/ErrorBounds.h"

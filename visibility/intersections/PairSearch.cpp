@@ -1,4 +1,9 @@
-// The BVH against itself, and the rejection of pairs before the exact test.
+// Traverses the BVH against itself and rejects pairs in packets before the exact test.
+//
+// Subtrees are opened from the larger box, and the triangles of a leaf are tested in packets of
+// four against the other subtree. Rejection in floats is conservative: boxes by monotonic rounding,
+// planes by kPlaneShare (ErrorBounds.h, section 6). The remaining pairs are decided exactly. About
+// O((n + k) log n) for n triangles and k overlapping pairs.
 #include "visibility/intersections/PairSearch.h"
 
 #include "visibility/ErrorBounds.h"
@@ -85,8 +90,8 @@ PairSearch::PairSearch(const BakedTriangles& baked,
       triangleDone_(std::move(triangleDone)), work_(work),
       intersector_(baked.contactTolerance == 0 ? EdgeOnPlane::touches : EdgeOnPlane::isInFront),
       limits_(limits) {
-    // What a box adds to the terms of a plane value on one side of a comparison it subtracts on the
-    // other, so the bound of single points holds for boxes.
+    // A box adds to the terms of a plane value on one side of a comparison as much as it subtracts
+    // on the other, so the bound of single points holds for boxes.
     const Float4 farthest = FarthestOf(triangles);
     for (int axis = 0; axis < 3; ++axis) {
         rounding_[axis] = error_bounds::kPlaneShare * farthest[axis];

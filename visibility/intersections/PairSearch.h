@@ -2,8 +2,8 @@
 //
 // The BVH is traversed against itself: pairs of subtrees whose boxes overlap are opened until one
 // is a leaf, whose triangles are tested in packets of four against the subtree of the other
-// (TrianglePacket). Every pair is visited once; what remains is decided exactly (PairIntersector).
-// About O((n + k) log n) for n triangles and k overlapping pairs.
+// (TrianglePacket). Every pair is visited once; those not rejected are decided exactly
+// (PairIntersector). About O((n + k) log n) for n triangles and k overlapping pairs.
 //
 // Boxes separate little where many triangles overlap in space. A search that visits far more pairs
 // than its triangles and edges explain is replaced by DensePairs; one that finds far more edges

@@ -1,4 +1,5 @@
-// The public class: a search without an existing layout, for triangles that occlude each other.
+// The public class over IntersectionLines, for triangles without an existing layout that occlude
+// each other.
 #include <ctr/TrianglesIntersection.h>
 
 #include "visibility/intersections/IntersectionLines.h"

@@ -1,5 +1,9 @@
-// Conservative rasterisation of triangles and lookups. Edge functions are integers; depths are
-// doubles, rounded up.
+// Conservative rasterisation of triangles into the buffer, and lookups of segments.
+//
+// Edge functions are integers, stepped from row to row (J. Pineda, A parallel algorithm for polygon
+// rasterization, SIGGRAPH 1988), and have to exceed kCellInset; depths are doubles, rounded up by
+// kDepthError (ErrorBounds.h, section 5). O(c) for c cells rasterised; a lookup visits the cells
+// that the segment crosses.
 #include "visibility/occlusion/CoarseDepthBuffer.h"
 
 #include "visibility/ErrorBounds.h"
@@ -31,7 +35,7 @@ bool FitsProducts(const kx::kxBBox& box) {
 
 /// A face of a box in steps. A caller's box may extend beyond the grid.
 std::int64_t StepsOf(float bound) {
-    constexpr float kFar = 0x1p31F;
+    constexpr auto kFar = static_cast<float>(error_bounds::kGridExtent);
     return static_cast<std::int64_t>(std::clamp(bound, -kFar, kFar));
 }
 

@@ -26,8 +26,8 @@ namespace ctr {
 class CoarseDepthBuffer {
 public:
     /// A triangle fills only cells that it would also occlude if its edge functions and plane
-    /// values were off by their error bound for intersection edges. That is a subset of what it
-    /// occludes of segments. Points in contact with a triangle lie in front of the depths that it
+    /// values were off by their error bound for intersection edges. Those are cells in which it
+    /// occludes segments, too. Points in contact with a triangle lie in front of the depths that it
     /// fills.
     ///
     /// Empty where boxes of the BVH do not contain the triangles below them, and on grids beyond

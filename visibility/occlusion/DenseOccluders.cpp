@@ -1,4 +1,8 @@
-// Doubles reject, by the margins of ErrorBounds.h; exact arithmetic decides.
+// Best-first searches of the tree of all triangles and of the trees around hubs.
+//
+// Doubles reject subtrees by the margins of ErrorBounds.h, section 7; the exact interval of each
+// triangle that remains decides. O(n) per segment at worst for n triangles, few nodes where planes
+// or directions separate them.
 #include "visibility/occlusion/DenseOccluders.h"
 
 #include "visibility/ErrorBounds.h"

@@ -43,10 +43,11 @@ public:
     /// Whether intervals between two approximate parameters are redundant: they lie strictly within
     /// others, or start beyond the start of one that reaches 1.
     bool makeRedundant(double from, double to) const;
-    /// Intervals that start at 0 determine two ends of a fused interval; the one that ends first
-    /// comes first. Whether those that end at or beyond a parameter are redundant for the start,
+    /// Intervals that start at 0 determine both ends of a fused interval: of these, the interval
+    /// that ends first determines its start. Whether intervals that end at or beyond a parameter
+    /// are redundant for the start.
     bool makeRedundantBeyond(double leastEnd) const;
-    /// and whether those that end at or before a parameter are redundant for the end.
+    /// Whether intervals that end at or before a parameter are redundant for the end.
     bool makeRedundantUpTo(double mostEnd) const;
 
 private:
@@ -151,11 +152,11 @@ private:
     /// Bounds of the triangles around a hub in a node.
     struct HubBounds {
         VectorBounds<3> normals; ///< Unit vectors.
-        VectorBounds<2>
-            firsts; ///< Directions of the edges at the hub, counter-clockwise from these
-        VectorBounds<2> seconds; ///< to these.
-        VectorBounds<2>
-            across; ///< The opposite edges, relative to the hub, are the lines w . x = 1.
+        /// Directions of the two edges at the hub; triangles lie counter-clockwise from the first.
+        VectorBounds<2> firsts;
+        VectorBounds<2> seconds;
+        /// The opposite edges, relative to the hub, are the lines w . x = 1.
+        VectorBounds<2> across;
     };
     struct GlobalTree {
         DenseTree tree;
@@ -218,8 +219,8 @@ private:
     ContactTolerance tolerance_;
     DistinctTriangles distinct_;
     std::vector<Hubs> hubsOf_;
-    std::vector<std::uint32_t>
-        aroundOf_; ///< The tree of each position; kNoHub for those that are no hubs.
+    /// The tree of each position; kNoHub for those that are no hubs.
+    std::vector<std::uint32_t> aroundOf_;
     std::vector<HubTree> hubTrees_;
     std::optional<GlobalTree> global_;
     kx::kxBBox extent_;

@@ -1,8 +1,8 @@
 // When the intervals found so far cover a segment.
 //
-// The union is extended from both ends of the segment with each interval. What that misses is found
-// by fusing all intervals, at counts that grow by a constant factor: O(k log k) in all for k
-// intervals.
+// The union is extended from both ends of the segment with each interval. Coverage that this misses
+// is found by fusing all intervals, at counts that grow by a constant factor: O(k log k) in all for
+// k intervals. Exact: fractions are compared by cross-multiplication.
 #include "visibility/occlusion/OccludedIntervals.h"
 
 #include "visibility/Statistics.h"

@@ -49,8 +49,8 @@ public:
     /// not called for some triangles whose interval lies strictly within intervals found before.
     template <class IntervalOf>
     const std::vector<RationalInterval>&
-    find(const OccluderBvh& bvh, const SegmentSlabTest& slabTest, IntervalOf intervalOf) {
-        return isOccludedByRecent(bvh, intervalOf) ? full() : search(bvh, slabTest, intervalOf);
+    find(const OccluderBvh& bvh, const SegmentSlabClipper& clipper, IntervalOf intervalOf) {
+        return isOccludedByRecent(bvh, intervalOf) ? full() : search(bvh, clipper, intervalOf);
     }
 
     /// Whether a recent occluder of a whole segment occludes this one, too: the first step of
@@ -72,9 +72,9 @@ public:
     /// The second step of find().
     template <class IntervalOf>
     const std::vector<RationalInterval>&
-    search(const OccluderBvh& bvh, const SegmentSlabTest& slabTest, IntervalOf intervalOf) {
+    search(const OccluderBvh& bvh, const SegmentSlabClipper& clipper, IntervalOf intervalOf) {
         start();
-        return searchRest(bvh, slabTest, intervalOf);
+        return searchRest(bvh, clipper, intervalOf);
     }
 
     /// Whether the triangles nearest to the eye occlude the whole segment: nearest(t) gives the
@@ -117,14 +117,14 @@ public:
     /// The intervals that isOccludedByNearest() has found, and those of other triangles.
     template <class IntervalOf>
     const std::vector<RationalInterval>&
-    searchRest(const OccluderBvh& bvh, const SegmentSlabTest& slabTest, IntervalOf intervalOf) {
+    searchRest(const OccluderBvh& bvh, const SegmentSlabClipper& clipper, IntervalOf intervalOf) {
         bool isOccluded = false;
         const auto visit = [&](const SlotTriangle& triangle, std::uint32_t slot) {
             const std::optional<RationalInterval> part = intervalOf(triangle);
             isOccluded = part && add(*part, slot);
             return isOccluded;
         };
-        bvh.traverse(slabTest, coverage_, visit);
+        bvh.traverse(clipper, coverage_, visit);
         return isOccluded ? full() : intervals_;
     }
 

@@ -1,8 +1,10 @@
 // Silhouettes from edge directions alone. Exact; edges are grouped by sorting, O(n log n).
 //
-// Every baked triangle is counter-clockwise on screen. Two triangles on opposite sides of an edge
-// traverse it in opposite directions; where the surface folds over, both lie on the same side and
-// traverse it in the same direction:
+// A silhouette is usually found as an edge between a front face and a back face (A. Appel, The
+// notion of quantitative invisibility and the machine rendering of solids, ACM National Conference
+// 1967). Here, every baked triangle is counter-clockwise on screen. Two triangles on opposite sides
+// of an edge traverse it in opposite directions; where the surface folds over, both lie on the same
+// side and traverse it in the same direction:
 //
 //        c                     c   d
 //       / \                     \ / \           a -> b by both triangles: the surface folds
@@ -20,6 +22,7 @@
 #include "linesets/EdgeBuckets.h"
 #include "linesets/EdgeSort.h"
 #include "linesets/SetConstruction.h"
+#include "linesets/Tuning.h"
 #include "linesets/Welding.h"
 #include "visibility/baking/BakedMesh.h"
 #include "visibility/baking/BakedValidation.h"
@@ -85,7 +88,7 @@ private:
     }
 
     PositionKey keyOf(std::size_t vertex) const {
-        constexpr std::size_t kBlock = 1024;
+        constexpr std::size_t kBlock = LineTuning::kItemsPerCount;
         if (vertex % kBlock == kBlock - 1) {
             work_.count(kBlock);
         }
@@ -98,12 +101,12 @@ private:
         ForEachCounted(triangleCount_, work_, [&](std::size_t j) {
             const unsigned int* corners = indices_ + 3 * j;
             const auto number = static_cast<std::uint32_t>(3 * j);
-            const std::uint32_t place[3] = {positions[corners[0] - firstVertex_],
-                                            positions[corners[1] - firstVertex_],
-                                            positions[corners[2] - firstVertex_]};
-            visit(place[2], place[0], number);
-            visit(place[0], place[1], number + 1);
-            visit(place[1], place[2], number + 2);
+            const std::uint32_t ends[3] = {positions[corners[0] - firstVertex_],
+                                           positions[corners[1] - firstVertex_],
+                                           positions[corners[2] - firstVertex_]};
+            visit(ends[2], ends[0], number);
+            visit(ends[0], ends[1], number + 1);
+            visit(ends[1], ends[2], number + 2);
         });
     }
 

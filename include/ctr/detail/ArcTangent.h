@@ -1,5 +1,6 @@
 // The arc tangent from sums, products and quotients only, which IEEE 754 rounds identically
-// everywhere.
+// everywhere: reduction by the addition theorem, then a Taylor series. Constant time. Error
+// bounds of the angles computed from it are in fitting/Angles.h.
 #pragma once
 
 #include <array>

@@ -1,4 +1,5 @@
 // A hash table from keys to indices. It stores indices only; keys stay where the caller has them.
+// Open addressing with linear probing (D. E. Knuth, The Art of Computer Programming 3, 1973).
 #pragma once
 
 #include <bit>
@@ -11,14 +12,14 @@ namespace ctr::detail {
 
 /// Finds the index of a key among the indices 0 to capacity - 1. Keys have an order and equality.
 ///
-/// Open addressing with linear probing that ends after kLongestProbe slots. A key that finds all of
-/// them taken goes into a balanced tree: ordinary keys hardly ever get there, but a file can hold
-/// keys that were chosen to collide. Expected constant time per operation, O(log n) for any keys.
-/// No slot is ever freed, so a key is found where it was put. Nothing iterates over the table, so
-/// its order reaches no result.
+/// Probing ends after kLongestProbe slots. A key for which all of them are taken is stored in a
+/// balanced tree, which hardly ever happens to ordinary keys, but a file may contain keys that were
+/// chosen to collide. Expected constant time per operation, O(log n) for any keys. No slot is ever
+/// freed, so a key stays in its slot. Nothing iterates over the table, so its order affects no
+/// result.
 ///
 /// The high bits of a slot, which the index does not need, hold bits of the hash, so that different
-/// keys are mostly told apart without reading either of them.
+/// keys are mostly distinguished without reading either of them.
 template <class Key> class HashedIndex {
 public:
     static constexpr std::uint32_t kNone = 0xffffffffU;
@@ -66,7 +67,7 @@ private:
     }
 
     /// The slot of the key, or the free one where it belongs; kNoSlot if other keys have taken all
-    /// of them. No index has all bits below the tag set, so none looks like a free slot.
+    /// of them. No index has all bits below the tag set, so none equals the mark of a free slot.
     template <class KeyOf>
     std::size_t slotOf(std::uint64_t hash, const Key& key, const KeyOf& keyOf) const {
         const std::uint32_t tag = tagOf(hash);

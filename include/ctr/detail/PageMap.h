@@ -1,4 +1,4 @@
-// From world space to the page.
+// From world space to the page. Constant time; rounded in the type of the computation.
 #pragma once
 
 #include <ctr/ExportParameters.h>
@@ -11,8 +11,8 @@ namespace ctr::detail {
 
 /// The page coordinates of a point of the world in millimetres, y pointing down, computed in Real.
 ///
-/// The clip coordinates are summed row by row, as everywhere; a point with w = 0 has no place on
-/// the page and gives coordinates that are not finite.
+/// The clip coordinates are summed row by row, as everywhere; a point with w = 0 is not on the page
+/// and gives coordinates that are not finite.
 template <class Real>
 Wm4::Vector2<Real> ToPage(const ExportParameters& parameters, const Wm4::Vector3<float>& world) {
     const Real point[3] = {static_cast<Real>(world[0]), static_cast<Real>(world[1]),

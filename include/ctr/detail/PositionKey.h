@@ -11,7 +11,7 @@
 namespace ctr::detail {
 
 /// An integer with the order of a float. -0 equals 0; NaNs come at either end, so that the order is
-/// total and sorting is safe whatever a file contains.
+/// total and sorting is safe for the contents of any file.
 inline std::uint32_t OrderedBits(float value) {
     constexpr std::uint32_t kSign = 0x80000000U;
     const auto bits = std::bit_cast<std::uint32_t>(value == 0.0F ? 0.0F : value);

@@ -1,5 +1,5 @@
-// Welding: which of many items are equal. Only exactly equal keys are welded; there is no
-// tolerance.
+// Welding: which of many items are equal, by a hash table. Only exactly equal keys are welded;
+// there is no tolerance. Expected linear time.
 #pragma once
 
 #include <ctr/detail/HashedIndex.h>

@@ -62,7 +62,7 @@ TEST(SurfaceReport, AddsUp) {
     kxcontour::Add(sum, {10, 20, 30, 40, 50, 60, 70, 0.75, 8.0});
     EXPECT_EQ(sum.edges, 11U);
     EXPECT_EQ(sum.openEdges, 22U);
-    EXPECT_EQ(sum.crowdedEdges, 33U);
+    EXPECT_EQ(sum.nonManifoldEdges, 33U);
     EXPECT_EQ(sum.nearEdges, 44U);
     EXPECT_EQ(sum.joinedEdges, 55U);
     EXPECT_EQ(sum.splitEdges, 66U);

@@ -1,5 +1,6 @@
-// Reciprocal directions are computed once per segment.
-#include "visibility/bvh/SegmentSlabTest.h"
+// Prepares a segment for slab tests: reciprocals of its direction, and its start, moved outwards by
+// the margins of ErrorBounds.h, section 4. O(1) per segment.
+#include "visibility/bvh/SegmentSlabClipper.h"
 
 #include "visibility/ErrorBounds.h"
 
@@ -9,8 +10,8 @@
 
 namespace ctr {
 
-SegmentSlabTest::SegmentSlabTest(const BakedVertex& a, const BakedVertex& b) {
-    constexpr float kSteep = 1.0e12F;
+SegmentSlabClipper::SegmentSlabClipper(const BakedVertex& a, const BakedVertex& b) {
+    constexpr float kParallel = error_bounds::kParallelReciprocal;
     const std::int32_t ends[3][2] = {{a.x, b.x}, {a.y, b.y}, {a.z, b.z}};
     float from[3];
     float per[3];
@@ -18,7 +19,8 @@ SegmentSlabTest::SegmentSlabTest(const BakedVertex& a, const BakedVertex& b) {
     for (int axis = 0; axis < 3; ++axis) {
         const auto [p, q] = ends[axis];
         from[axis] = static_cast<float>(p);
-        per[axis] = p != q ? 1.0F / static_cast<float>(std::int64_t{q} - std::int64_t{p}) : kSteep;
+        per[axis] =
+            p != q ? 1.0F / static_cast<float>(std::int64_t{q} - std::int64_t{p}) : kParallel;
         largest = std::max({largest, std::abs(from[axis]), std::abs(static_cast<float>(q))});
     }
     const float margin = error_bounds::kSlabSteps + error_bounds::kSlabShare * largest;

@@ -1,4 +1,4 @@
-// Segment-box slab test: where a segment can be occluded by the triangles in a box.
+// Clips a segment to boxes (segment-box slab test): where it can be occluded by their triangles.
 //
 // A segment is clipped to the slabs of a box in x and y, and in z to everything that is not in
 // front of the box: the slab method of T. L. Kay and J. T. Kajiya, Ray tracing complex scenes,
@@ -13,9 +13,9 @@
 
 namespace ctr {
 
-class SegmentSlabTest {
+class SegmentSlabClipper {
 public:
-    SegmentSlabTest(const BakedVertex& a, const BakedVertex& b);
+    SegmentSlabClipper(const BakedVertex& a, const BakedVertex& b);
 
     /// Parameters between which the segment is in the box of either child, 0 at a and 1 at b:
     /// from enter[k] to leave[k] for child k, empty where that is reversed.
