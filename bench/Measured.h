@@ -7,8 +7,8 @@
 namespace bench {
 
 struct Cost {
-    double seconds;        ///< Of the processor, so that others on the machine count little.
-    std::size_t peakBytes; ///< The most that operator new had given out beyond what it had before.
+    double seconds;        ///< Processor time, on which other processes have little influence.
+    std::size_t peakBytes; ///< The largest number of bytes allocated on top of those before.
 };
 
 /// Runs the operation once. Programs that link this file get an operator new that counts bytes; for

@@ -19,7 +19,7 @@ template <class Number> void Append(std::string& text, Number number) {
     text.append(digits.data(), end);
 }
 
-/// Vertices are numbered from 1 through the whole file.
+/// Vertices are numbered from 1 throughout the file.
 std::string TextOf(const Part& part, std::uint32_t firstVertex) {
     std::string text = "o " + part.name + "\n";
     for (const Point& p : part.positions) {
@@ -65,12 +65,13 @@ bool AddLine(std::string_view line, Scene& scene, std::uint32_t& firstVertex) {
         return Take(line, p[0]) && Take(line, p[1]) && Take(line, p[2]) && line.empty();
     }
     Triangle& t = scene.back().triangles.emplace_back();
-    const bool whole = kind == "f " && Take(line, t[0]) && Take(line, t[1]) && Take(line, t[2]);
+    const bool isComplete =
+        kind == "f " && Take(line, t[0]) && Take(line, t[1]) && Take(line, t[2]);
     for (std::uint32_t& corner : t) {
         corner -= firstVertex;
     }
     const std::size_t count = scene.back().positions.size();
-    return whole && line.empty() && t[0] < count && t[1] < count && t[2] < count;
+    return isComplete && line.empty() && t[0] < count && t[1] < count && t[2] < count;
 }
 
 } // namespace

@@ -75,7 +75,7 @@ void SetUp(GeometricFeaturesGenerator& generator, const Subject& subject) {
 }
 
 /// The same lines as a new set without occluded intervals.
-LinePointer Unhidden(const LinePointer& set) {
+LinePointer WithoutIntervals(const LinePointer& set) {
     return set ? LinePointer(LineSegmentSet::GetOutlineEdgesFromMesh(
                      set->GetVertexBuffer(), set->GetIndexBuffer(), set->GetWorldTransformation()))
                : set;
@@ -221,7 +221,8 @@ Run Stages::commonLines() {
 
 Run Stages::occlusion() {
     const GeometricFeatures& features = internal_->allFeatures();
-    const Lines lines{Unhidden(features.creaseEdges), Unhidden(features.silhouetteEdges)};
+    const Lines lines{WithoutIntervals(features.creaseEdges),
+                      WithoutIntervals(features.silhouetteEdges)};
     const Cost cost = Measured([&] {
         for (const LinePointer& set : lines) {
             if (set) {
@@ -233,9 +234,9 @@ Run Stages::occlusion() {
 }
 
 Run Stages::intersections() {
-    const ctr::TrianglesIntersection cuts(internal_->bakedTriangles());
+    const ctr::TrianglesIntersection search(internal_->bakedTriangles());
     LinePointer lines;
-    const Cost cost = Measured([&] { lines = LinePointer(cuts.computeIntersectionEdges()); });
+    const Cost cost = Measured([&] { lines = LinePointer(search.computeIntersectionEdges()); });
     return {cost, {{"pieces", SegmentCount(lines)}}};
 }
 

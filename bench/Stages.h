@@ -44,7 +44,7 @@ public:
     Run intersections(); ///< Intersections and their occluded intervals.
     Run chaining();      ///< Visible pieces of all lines, chained into polylines.
     Run svg();           ///< Writes everything to a file, chaining included.
-    Run everything();    ///< A whole drawing, as a host draws it.
+    Run everything();    ///< A complete drawing, as made by a host.
 
 private:
     struct tInternal;

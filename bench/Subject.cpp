@@ -1,4 +1,5 @@
-// Vertices are split where the surface bends, as modelling programs do.
+// Meshes with normals for measurements. Vertices are split along sharp edges, as in the files of
+// modelling programs. Expected linear time; O(n^2) where n triangles meet at a vertex.
 #include "bench/Subject.h"
 
 #include <kxSceneGraph/kxAttributes.h>
@@ -17,7 +18,7 @@ using Vector = Wm4::Vector3<double>;
 
 constexpr double kCosineOf30Degrees = 0.8660254037844386;
 
-// What the tool draws with.
+// The resolution of the tool.
 constexpr unsigned int kScreenBits = 20;
 constexpr unsigned int kDepthBits = 19;
 
@@ -158,9 +159,9 @@ Sphere SphereAround(const Scene& scene) {
     return {0.5 * (low + high), 0.5 * std::sqrt(size.Dot(size))};
 }
 
-/// Turns an orthographic camera on a box of -1 to 1 into one in perspective, whose eye is at a
-/// depth of -3: w grows from 2 at the near side to 4 at the far one, and the view becomes wider by
-/// a half of that, so that the sphere in the box stays in it.
+/// Turns an orthographic camera on a box of -1 to 1 into a perspective one with its eye at a depth
+/// of -3: w grows from 2 at the near side to 4 at the far side, and the view is widened by half of
+/// that, so that the sphere in the box stays in view.
 void PutEyeInFront(Wm4::Matrix4<float>& toClip, Wm4::Matrix4<float>& toWorld) {
     constexpr float kEye = 3.0F;
     constexpr float kZoom = 2.7F;

@@ -16,7 +16,7 @@
 namespace bench {
 
 enum class View : std::uint8_t {
-    Turned,     ///< From (1, -1.3, 0.8): what everything is measured with.
+    Turned,     ///< From (1, -1.3, 0.8), the view of most measurements.
     Aligned,    ///< From above: planks cross at right angles, the walls of gears are seen edge-on.
     Perspective ///< As Turned, from three times the radius of the sphere.
 };

@@ -1,4 +1,4 @@
-// Prints each line as soon as it is measured.
+// The table of the worst scenes; each line is printed as soon as it is measured.
 #include "bench/Worst.h"
 
 #include "bench/Stages.h"

@@ -5,11 +5,11 @@
 
 namespace bench {
 
-/// A quarter of it is still a scene.
+/// The smallest size of which a quarter is still a scene.
 constexpr unsigned int kLeastWorstSize = 16;
 
 /// Measures everything for WorstScenes(), or for the comma-separated names, each at a quarter, a
-/// half and the whole of a size (0: the scene's own). Prints one line per measurement. Throws
+/// half and all of a size (0: the scene's own). Prints one line per measurement. Throws
 /// std::invalid_argument for an unknown name.
 void PrintWorst(const std::string& names, unsigned int largest);
 

@@ -26,15 +26,16 @@ double SecondsSince(Clock::time_point start) {
 
 /// All parts as one mesh.
 Part Joined(const Scene& scene) {
-    Part whole;
+    Part joined;
     for (const Part& part : scene) {
-        const auto first = static_cast<std::uint32_t>(whole.positions.size());
-        whole.positions.insert(whole.positions.end(), part.positions.begin(), part.positions.end());
+        const auto first = static_cast<std::uint32_t>(joined.positions.size());
+        joined.positions.insert(joined.positions.end(), part.positions.begin(),
+                                part.positions.end());
         for (const Triangle& t : part.triangles) {
-            whole.triangles.push_back({first + t[0], first + t[1], first + t[2]});
+            joined.triangles.push_back({first + t[0], first + t[1], first + t[2]});
         }
     }
-    return whole;
+    return joined;
 }
 
 template <class Element>
@@ -50,11 +51,11 @@ void Fill(RTCGeometry geometry,
     std::copy(elements.begin(), elements.end(), static_cast<Element*>(buffer));
 }
 
-double SecondsOfTree(const Part& whole) {
+double SecondsOfTree(const Part& joined) {
     RTCDevice device = rtcNewDevice("threads=1");
     RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
-    Fill<Point>(geometry, RTC_BUFFER_TYPE_VERTEX, RTC_FORMAT_FLOAT3, whole.positions);
-    Fill<Triangle>(geometry, RTC_BUFFER_TYPE_INDEX, RTC_FORMAT_UINT3, whole.triangles);
+    Fill<Point>(geometry, RTC_BUFFER_TYPE_VERTEX, RTC_FORMAT_FLOAT3, joined.positions);
+    Fill<Triangle>(geometry, RTC_BUFFER_TYPE_INDEX, RTC_FORMAT_UINT3, joined.triangles);
     rtcCommitGeometry(geometry);
     RTCScene scene = rtcNewScene(device);
     rtcAttachGeometry(scene, geometry);
@@ -104,8 +105,8 @@ void SortByDigit(Keys& keys, Keys& scratch, unsigned int shift) {
     keys.swap(scratch);
 }
 
-double SecondsOfSort(const Part& whole) {
-    Keys keys = EdgeKeys(whole.triangles);
+double SecondsOfSort(const Part& joined) {
+    Keys keys = EdgeKeys(joined.triangles);
     Keys scratch(keys.size());
     const Clock::time_point start = Clock::now();
     for (unsigned int shift = 0; shift < 64; shift += 8) {
@@ -119,9 +120,9 @@ double SecondsOfSort(const Part& whole) {
 }
 
 int Run(const std::string& path) {
-    const Part whole = Joined(bench::ReadObj(path));
-    const double tree = SecondsOfTree(whole);
-    const double sort = SecondsOfSort(whole);
+    const Part joined = Joined(bench::ReadObj(path));
+    const double tree = SecondsOfTree(joined);
+    const double sort = SecondsOfSort(joined);
     std::cout << std::fixed << std::setprecision(6) << "BENCH tree " << tree << "\nBENCH sort "
               << sort << "\nBENCH seconds " << tree + sort << "\n";
     return 0;

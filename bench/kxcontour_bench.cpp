@@ -10,8 +10,8 @@
 // peak_bytes_per_triangle is the peak memory of the library, without the meshes and the results of
 // earlier stages.
 //
-// --worst prints a table of scenes whose triangles are all in one place, each at a quarter, a half
-// and the whole of its largest size or of N triangles: the time of everything, and the power of the
+// --worst prints a table of scenes whose triangles are all at one position, each at a quarter, a
+// half and all of its largest size or of N triangles: the time of everything, and the power of the
 // size by which it grows from line to line. NAMES are those of the table.
 #include "bench/Stages.h"
 #include "bench/Worst.h"
@@ -144,7 +144,7 @@ void RegisterGrowth(const std::string& range) {
     RegisterGrowth(first, last);
 }
 
-/// Removes the argument; whether it was there.
+/// Removes the argument; returns whether it was present.
 bool TakeFlag(std::vector<char*>& arguments, const std::string& flag) {
     const auto found = std::find(arguments.begin(), arguments.end(), flag);
     const bool isThere = found != arguments.end();

@@ -3,8 +3,8 @@
 //     bench_make_model boxes1000 boxes1000.obj
 //     bench_make_model --convert house.ifc house.obj [x|y|z]
 //
-// A model file is read as by the tool; the last argument is its up axis if the format does not
-// define one. Triangles without area are left out, since some peers fail on them.
+// Model files are read by the importer of the tool; the last argument is the up axis where the
+// format defines none. Triangles without area are dropped, since some peers fail on them.
 #include "bench/ObjFile.h"
 #include "drawing/scene/Cleaning.h"
 #include "drawing/scene/Placing.h"
@@ -46,23 +46,23 @@ bench::Point Placed(const Wm4::Vector3<float>& p,
 /// Welds equal positions, which peers require of connected triangles, and drops unused ones. The
 /// positions are sorted.
 void Weld(bench::Part& part) {
-    std::vector<bench::Point> places;
-    places.reserve(3 * part.triangles.size());
+    std::vector<bench::Point> positions;
+    positions.reserve(3 * part.triangles.size());
     for (const bench::Triangle& triangle : part.triangles) {
         for (const std::uint32_t corner : triangle) {
-            places.push_back(part.positions[corner]);
+            positions.push_back(part.positions[corner]);
         }
     }
-    std::sort(places.begin(), places.end());
-    places.erase(std::unique(places.begin(), places.end()), places.end());
+    std::sort(positions.begin(), positions.end());
+    positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
     for (bench::Triangle& triangle : part.triangles) {
         for (std::uint32_t& corner : triangle) {
-            const auto place =
-                std::lower_bound(places.begin(), places.end(), part.positions[corner]);
-            corner = static_cast<std::uint32_t>(place - places.begin());
+            const auto position =
+                std::lower_bound(positions.begin(), positions.end(), part.positions[corner]);
+            corner = static_cast<std::uint32_t>(position - positions.begin());
         }
     }
-    part.positions = std::move(places);
+    part.positions = std::move(positions);
 }
 
 bench::Part PartOf(const kxcontour::Shape& shape,

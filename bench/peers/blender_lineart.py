@@ -3,8 +3,8 @@
 #     blender --background --factory-startup --threads 1 --python-exit-code 1 \
 #         --python blender_lineart.py -- MODEL.obj
 #
-# Prints the seconds in which the modifier is evaluated, which is all that it does: its lines are
-# strokes in memory. Lines are as kxcontour draws them: contours, creases, borders, intersections,
+# Prints the seconds of evaluating the modifier, which includes everything: its lines are strokes in
+# memory. Line types are those of kxcontour: contours, creases, borders, intersections,
 # visible ones only.
 import os
 import sys

@@ -1,4 +1,4 @@
-# What both of Blender's line renderers are given: the model, and the camera of all measurements.
+# The input of both of Blender's line renderers: the model, and the camera of all measurements.
 import math
 import sys
 import time

@@ -2,10 +2,10 @@
 //
 //     bench_occt_hlr MODEL.obj
 //
-// It works on faces with edges in common, so each triangle becomes a plane face; edges that bend by
-// less than 30 degrees are marked as smooth, since it knows no angle of its own. Prints the seconds
-// from loading these shapes into the algorithm to its lines; making the shapes takes longer, and is
-// not counted. It draws no intersections.
+// It works on faces with edges in common, so each triangle becomes a plane face; edges with a
+// dihedral angle below 30 degrees are marked as smooth, since it has no limit of its own. Prints
+// the seconds from loading these shapes into the algorithm to its lines; making the shapes takes
+// longer, and is not counted. It draws no intersections.
 #include "bench/ObjFile.h"
 
 #include <BRepBuilderAPI_MakeEdge.hxx>
@@ -98,14 +98,14 @@ private:
 
     Edge& edgeOf(const Triangle& t, std::size_t corner) {
         const auto [low, high] = std::minmax(t[corner], t[(corner + 1) % 3]);
-        const auto [place, isNew] = edges_.try_emplace({low, high});
+        const auto [entry, isNew] = edges_.try_emplace({low, high});
         if (isNew) {
             BRepBuilderAPI_MakeEdge maker(vertices_[low], vertices_[high]);
             if (maker.IsDone()) {
-                place->second.shape = maker.Edge();
+                entry->second.shape = maker.Edge();
             }
         }
-        return place->second;
+        return entry->second;
     }
 
     void markSmooth(Edge& edge, const TopoDS_Face& face, const gp_Dir& normal) {
@@ -136,10 +136,10 @@ int EdgeCount(const TopoDS_Shape& shape) {
 
 int Run(const std::string& path) {
     BRep_Builder builder;
-    TopoDS_Compound whole;
-    builder.MakeCompound(whole);
+    TopoDS_Compound all;
+    builder.MakeCompound(all);
     for (const Part& part : bench::ReadObj(path)) {
-        builder.Add(whole, ShapeMaker(part).make());
+        builder.Add(all, ShapeMaker(part).make());
     }
     // The view's own middle does not matter: nothing is drawn to scale here.
     const gp_Dir back(1.0, -1.3, 0.8);
@@ -147,7 +147,7 @@ int Run(const std::string& path) {
     const auto start = std::chrono::steady_clock::now();
     const Handle(HLRBRep_PolyAlgo) algorithm = new HLRBRep_PolyAlgo();
     algorithm->Projector(HLRAlgo_Projector(axes));
-    algorithm->Load(whole);
+    algorithm->Load(all);
     algorithm->Update();
     HLRBRep_PolyHLRToShape lines;
     lines.Update(algorithm);

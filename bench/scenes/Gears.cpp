@@ -95,16 +95,16 @@ struct Gear {
     double pitchRadius() const { return kModule * teeth / 2.0; }
 };
 
-/// The outline of a tooth with straight flanks; place runs from 0 to 1 from gap to gap.
-double ToothRadius(const Gear& gear, double place) {
+/// The outline of a tooth with straight flanks; phase runs from 0 to 1 from gap to gap.
+double ToothRadius(const Gear& gear, double phase) {
     const double root = gear.pitchRadius() - 1.25 * kModule;
     const double tip = gear.pitchRadius() + kModule;
     const double rise =
-        std::abs(place - 0.5) < 0.125 ? 1.0 : (0.375 - std::abs(place - 0.5)) / 0.25;
+        std::abs(phase - 0.5) < 0.125 ? 1.0 : (0.375 - std::abs(phase - 0.5)) / 0.25;
     return root + (tip - root) * std::max(0.0, rise);
 }
 
-/// One row a step along the outline, its points around the ring's section: out along the lower
+/// One row per step along the outline, its points around the ring's section: out along the lower
 /// face, up the teeth, in along the upper face, down the bore.
 Part MakeGear(const std::string& name, const Gear& gear, unsigned int fineness) {
     const unsigned int perTooth = 16 * fineness;
@@ -159,7 +159,8 @@ Part MakeSpring(const std::string& name, const Spring& spring, unsigned int fine
         const double angle = kTurn * kCoils * row / rows;
         const Vector center = middle(row);
         for (unsigned int column = 0; column < columns; ++column) {
-            // The wire's section spans the way out and the way square to it and to the coil.
+            // The wire's section spans the outward direction and the one perpendicular to it and to
+            // the coil.
             const double turn = kTurn * column / columns;
             const double out = spring.wire * std::cos(turn);
             const double up = spring.wire * std::sin(turn);
@@ -186,9 +187,9 @@ double HexagonRadius(double angle) {
     return 1.0 / std::cos(std::fmod(angle, sixth) - sixth / 2.0);
 }
 
-/// The depth of the thread, from 0 to 1 and back once a pitch; place counts pitches.
-double ThreadDepth(double place) {
-    return 2.0 * std::abs(place - std::floor(place) - 0.5);
+/// The depth of the thread, from 0 to 1 and back once per pitch; pitches are counted by phase.
+double ThreadDepth(double phase) {
+    return 2.0 * std::abs(phase - std::floor(phase) - 0.5);
 }
 
 /// Makes the rows from the top of the head downwards.
@@ -249,8 +250,8 @@ private:
             const double along = static_cast<double>(i) / rows;
             const double depth = 0.1 * bolt_.shank * std::min(1.0, 8.0 * along);
             for (unsigned int column = 0; column < columns_; ++column) {
-                const double place = kPitches * along + static_cast<double>(column) / columns_;
-                const double radius = bolt_.shank - depth * ThreadDepth(place);
+                const double phase = kPitches * along + static_cast<double>(column) / columns_;
+                const double radius = bolt_.shank - depth * ThreadDepth(phase);
                 lattice_.add(Around(bolt_.seat, radius, angleOf(column),
                                     -bolt_.plain - bolt_.threaded * along));
             }
@@ -265,9 +266,9 @@ private:
 
 // The machine.
 
-/// A train in zigzag: neighbours are as far apart as their pitch radii, so that teeth meet, and as
-/// their phases are what they are, some cut a little into each other. Every other one is a little
-/// higher, so that no two faces lie in one plane.
+/// A train in zigzag: the distance of neighbours is the sum of their pitch radii, so that teeth
+/// meet. Phases are not matched, so some teeth intersect slightly. Every other gear is slightly
+/// higher, so that no two faces are coplanar.
 std::vector<Gear> GearTrain() {
     constexpr std::array<unsigned int, 9> kTeeth{36, 24, 30, 18, 42, 20, 28, 32, 24};
     std::vector<Gear> gears;
@@ -284,14 +285,14 @@ std::vector<Gear> GearTrain() {
     return gears;
 }
 
-/// A spring stands a little in the gear's face, and the bolt's head a little in the spring.
+/// A spring is sunk slightly into the gear's face, and the bolt's head into the spring.
 Spring SpringOn(const Gear& gear) {
     const double wire = 0.2 * gear.bore;
     return {Around(gear.middle, 0.0, 0.0, kThickness + 0.9 * wire), 1.5 * gear.bore, wire,
             3.2 * wire * kCoils};
 }
 
-/// Its shank has a little play in the bore; without a spring the head is sunk in a little.
+/// The shank has some play in the bore; without a spring the head is slightly sunk.
 Bolt BoltIn(const Gear& gear, const Spring* spring) {
     const double shank = 0.95 * gear.bore;
     const double seat =
@@ -308,7 +309,7 @@ Scene MakeGears(unsigned int fineness) {
         const std::string number = std::to_string(i);
         scene.push_back(MakeGear("gear" + number, gears[i], fineness));
         if (i + 1 == gears.size()) {
-            break; // The last runs free.
+            break; // The last one has no bolt.
         }
         const Spring spring = SpringOn(gears[i]);
         const bool sprung = i % 2 == 0;

@@ -1,4 +1,4 @@
-// Names of scenes.
+// Scenes by name.
 #include "bench/scenes/Scene.h"
 
 #include <charconv>
@@ -18,8 +18,8 @@ NumberAfter(std::string_view prefix, std::string_view name, unsigned int limit) 
     unsigned int number = 0;
     const char* end = name.data() + name.size();
     const auto [stop, error] = std::from_chars(name.data() + prefix.size(), end, number);
-    const bool whole = error == std::errc() && stop == end && number <= limit;
-    return whole ? std::optional(number) : std::nullopt;
+    const bool isComplete = error == std::errc() && stop == end && number <= limit;
+    return isComplete ? std::optional(number) : std::nullopt;
 }
 
 } // namespace

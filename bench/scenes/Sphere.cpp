@@ -36,11 +36,11 @@ Ball Icosahedron() {
     return ball;
 }
 
-/// One edge of one triangle: its ends, the lower first, and where it is listed.
+/// One edge of one triangle: its ends, the lower first, and its position in the list.
 struct Edge {
     std::uint32_t low;
     std::uint32_t high;
-    std::size_t place; ///< Three times the triangle, plus the corner that the edge starts at.
+    std::size_t number; ///< Three times the triangle, plus the corner that the edge starts at.
 
     bool operator<(const Edge& other) const {
         return std::pair(low, high) < std::pair(other.low, other.high);
@@ -71,7 +71,7 @@ std::vector<std::uint32_t> AddMiddles(Ball& ball) {
             const Vector& b = ball.points[edges[i].high];
             ball.points.push_back(OnSphere({a[0] + b[0], a[1] + b[1], a[2] + b[2]}));
         }
-        middles[edges[i].place] = static_cast<std::uint32_t>(ball.points.size() - 1);
+        middles[edges[i].number] = static_cast<std::uint32_t>(ball.points.size() - 1);
     }
     return middles;
 }

@@ -1,4 +1,4 @@
-// A new kind is a function here and a line in the table at the end.
+// Worst scenes. A new kind takes a function here and a line in the table at the end.
 #include "bench/scenes/Worst.h"
 
 #include "bench/scenes/Random.h"
@@ -50,7 +50,7 @@ Scene MakeCoincident(unsigned int size) {
     return {part};
 }
 
-/// Needles from one vertex into all directions; few cut each other.
+/// Needles from one vertex in all directions; few intersect.
 Scene MakeNeedles(unsigned int size) {
     Random random(size);
     Part part{"needles", {{0.0F, 0.0F, 0.0F}}, {}};
@@ -75,7 +75,7 @@ Scene MakeCone(unsigned int size) {
     return {part};
 }
 
-/// The pages of a book opened all around: all triangles share an edge.
+/// Pages of a book opened by 360 degrees: all triangles share an edge.
 Scene MakePages(unsigned int size) {
     Part part{"pages", {{0.0F, 0.0F, -1.0F}, {0.0F, 0.0F, 1.0F}}, {}};
     for (unsigned int i = 0; i < size; ++i) {
@@ -117,8 +117,8 @@ Scene MakeNearly(unsigned int size) {
     return {part};
 }
 
-/// Triangles in a ball of so many half steps of the grid, their corners at most so many from a
-/// point, and one of size 1 far from them.
+/// Triangles with centres in a ball, given in half steps of the grid, and corners within a distance
+/// of the centres, likewise; and one of size 1 far from them.
 Scene MakeBall(const char* name, unsigned int size, double ball, double reach) {
     Random random(size);
     Part part{name, {}, {}};
@@ -137,8 +137,8 @@ Scene MakeSoup(unsigned int size) {
     return MakeBall("soup", size, 21.0, 12.0);
 }
 
-Scene MakeCrumbs(unsigned int size) {
-    return MakeBall("crumbs", size, 20.0, 8.0);
+Scene MakeGrains(unsigned int size) {
+    return MakeBall("grains", size, 20.0, 8.0);
 }
 
 Scene MakeHeap(unsigned int size) {
@@ -156,7 +156,7 @@ const std::vector<WorstScene>& WorstScenes() {
         {"sheets", "above each other, tilted", MakeSheets, 40'000, 0},
         {"nearly", "one triangle, again and again, a little off", MakeNearly, 12'800, 2},
         {"soup", "within twenty steps of the grid", MakeSoup, 20'000, 0},
-        {"crumbs", "the same of triangles of a few steps", MakeCrumbs, 20'000, 0},
+        {"grains", "the same of triangles of a few steps", MakeGrains, 20'000, 0},
         {"heap", "of larger triangles, as many steps across as all of them", MakeHeap, 20'000, 0},
     };
     return scenes;

@@ -1,4 +1,5 @@
-// Scenes that cost most for their size: most of their triangles are in one place, with few lines.
+// Scenes with the highest cost for their size: most of their triangles are at one position, with
+// few lines.
 #pragma once
 
 #include "bench/scenes/Scene.h"
@@ -13,7 +14,7 @@ struct WorstScene {
     const char* what;                 ///< In a few words.
     Scene (*make)(unsigned int size); ///< Of about so many triangles, at least 2.
     unsigned int largest;             ///< The largest size at which it is measured.
-    unsigned int contactTolerance;    ///< That it is drawn with, in steps of the grid.
+    unsigned int contactTolerance;    ///< In steps of the grid.
 };
 
 /// All kinds, in the order of measurement. Use MakePlainSubject() for them.

@@ -1,7 +1,7 @@
-// Prints a fingerprint of all results of the library, to check that two versions give the same
-// results; bench/same-answers compares with an earlier commit.
+// Prints a fingerprint of all results of the library, to verify that two versions give the same
+// ones; bench/same-results compares with an earlier commit.
 //
-//     bench_answers MODEL...
+//     bench_results MODEL...
 //
 // A model is a name of bench_make_model or an OBJ file written by it. Prints one line per view, of
 // three: the 64-bit hash (FNV-1a of G. Fowler, L. C. Noll and K.-P. Vo) of all line sets, bit for
@@ -86,7 +86,7 @@ void AddDocument(const ctr::GeometricFeatures& features,
                  const ctr::DiscreteProjectionSpace& camera,
                  Fingerprint& fingerprint) {
     const std::string path = (std::filesystem::temp_directory_path() /
-                              ("bench-answers-" + std::to_string(getpid()) + ".svg"))
+                              ("bench-results-" + std::to_string(getpid()) + ".svg"))
                                  .string();
     ctr::SVGExporter exporter;
     exporter.setExportParameters(ctr::ExportParameters(camera));
@@ -148,7 +148,7 @@ int main(int argc, char** argv) {
         }
         return 0;
     } catch (const std::exception& error) {
-        std::cerr << "bench_answers: " << error.what() << "\n";
+        std::cerr << "bench_results: " << error.what() << "\n";
         return 1;
     }
 }
