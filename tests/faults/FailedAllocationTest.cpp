@@ -243,7 +243,7 @@ public:
         baked_.setMeshes(MeshList(scene_.meshes));
     }
     void run() override { baked_.initialize(); }
-    // What does not know all triangles is nothing: no lines, nothing hidden.
+    // Results without all triangles are discarded: no lines, nothing hidden.
     void afterFailure() override {
         OwnedSets silhouettes;
         EXPECT_FALSE(baked_.computeSilhouetteEdges(silhouettes.sets));

@@ -83,7 +83,7 @@ bool AreFinite(const std::vector<const kx::kxTriMesh*>& meshes) {
     return true;
 }
 
-/// Draws, checks the records, and writes the file, which is only looked at for numbers.
+/// Draws, checks the records, and writes the file, which is only examined for numbers.
 void ExpectDrawing(const std::vector<const kx::kxTriMesh*>& meshes,
                    const DiscreteProjectionSpace& space) {
     GeometricFeaturesGenerator generator;
@@ -145,8 +145,8 @@ TEST_P(DrawingBitSizes, DrawTheSmallSceneWithoutHarm) {
                   WithBits(test_support::PerspectiveSpace(8, 8, 1.5F, 0.5F, 30.0F), GetParam()));
 }
 
-TEST_P(DrawingBitSizes, CutAsThe128BitReferenceDoes) {
-    test_support::CutCounts counts;
+TEST_P(DrawingBitSizes, IntersectionAsThe128BitReferenceDoes) {
+    test_support::IntersectionCounts counts;
     for (int seed = 0; seed < Scaled(200); ++seed) {
         const test_support::Scene scene =
             test_support::RandomScene(static_cast<std::uint64_t>(seed));
@@ -163,8 +163,8 @@ TEST_P(DrawingBitSizes, CutAsThe128BitReferenceDoes) {
             }
         }
         std::sort(lines.begin(), lines.end());
-        ASSERT_EQ(lines,
-                  test_support::SortedWorldBits(space, test_support::VisibleCuts(baked, counts)))
+        ASSERT_EQ(lines, test_support::SortedWorldBits(
+                             space, test_support::VisibleIntersections(baked, counts)))
             << test_support::Describe(scene);
     }
     EXPECT_GT(counts.pairs, 0);
@@ -231,10 +231,10 @@ std::string LinesOf(const test_support::Scene& scene,
     return text;
 }
 
-void AskForSegments(const test_support::Scene& scene,
-                    const DiscreteProjectionSpace& space,
-                    unsigned int tolerance,
-                    test_support::Random& random) {
+void RequestSegments(const test_support::Scene& scene,
+                     const DiscreteProjectionSpace& space,
+                     unsigned int tolerance,
+                     test_support::Random& random) {
     constexpr std::int32_t kMost = 0x7fffffff;
     ctr::BakedTriangles baked = test_support::Bake(space, scene.meshList());
     baked.setContactTolerance(tolerance);
@@ -255,7 +255,7 @@ void AskForSegments(const test_support::Scene& scene,
 
 void DrawWithoutHarm(int seed, const Bits2& bits) {
     test_support::Random random(static_cast<std::uint64_t>(seed));
-    const test_support::Scene scene = test_support::CrowdedScene(random, random.below(4));
+    const test_support::Scene scene = test_support::OverlappingScene(random, random.below(4));
     constexpr unsigned int kTolerances[] = {0U, 2U, 1000U, 0xffffffffU};
     const unsigned int tolerance = kTolerances[random.below(4)];
     const DiscreteProjectionSpace space = WithBits(scene.space, bits);
@@ -263,7 +263,7 @@ void DrawWithoutHarm(int seed, const Bits2& bits) {
                  " bits, tolerance " + std::to_string(tolerance) + ", seed " +
                  std::to_string(seed));
     EXPECT_TRUE(LinesOf(scene, space, tolerance) == LinesOf(scene, space, tolerance));
-    AskForSegments(scene, space, tolerance, random);
+    RequestSegments(scene, space, tolerance, random);
 }
 
 class DrawingWrappingBitSizes : public testing::TestWithParam<Bits2> {};
@@ -423,8 +423,9 @@ SmallScene SceneAt(const Point& centre) {
     return scene;
 }
 
-// Whole coordinates are floats up to 2^24, so a place near a million loses nothing of them. The cut
-// lines are left out: their ends are no whole numbers, and are rounded to the floats there.
+// Whole coordinates are floats up to 2^24, so a place near a million loses nothing of them. The
+// intersection lines are left out: their ends are no whole numbers, and are rounded to the floats
+// there.
 TEST(DrawingFarFromTheOrigin, WholeCoordinatesAreHiddenAsAtTheOrigin) {
     const auto hidden = [](const SmallScene& scene) {
         GeometricFeaturesGenerator generator;

@@ -112,7 +112,7 @@ inline kx::kxPointer<kx::kxTriMesh> OutlinedPlate() {
     return plate;
 }
 
-/// Meshes that pierce, hide and share lines, a null among them, all but the first partly outside
+/// Meshes that intersect, hide and share lines, a null among them, all but the first partly outside
 /// the view; a mesh that only hides; and the view.
 struct SmallScene {
     SmallScene() {

@@ -59,7 +59,7 @@ TEST(LibraryThreads, QueriesOnOneBakedSceneGiveWhatOneThreadGets) {
     baked.setProjectionSpace(&scene.space);
     baked.setMeshes(MeshList(scene.meshes));
     baked.initialize();
-    const auto ask = [&baked](std::size_t) {
+    const auto query = [&baked](std::size_t) {
         test_support::Random random(5);
         std::string text;
         for (int i = 0; i < 300; ++i) {
@@ -73,10 +73,10 @@ TEST(LibraryThreads, QueriesOnOneBakedSceneGiveWhatOneThreadGets) {
         }
         return text;
     };
-    const std::string alone = ask(0);
+    const std::string alone = query(0);
     EXPECT_NE(alone.find('/'), std::string::npos);
-    for (const std::string& answers : AtOnce(ask)) {
-        EXPECT_TRUE(answers == alone);
+    for (const std::string& result : AtOnce(query)) {
+        EXPECT_TRUE(result == alone);
     }
 }
 

@@ -18,7 +18,7 @@ using test_support::MeshList;
 using test_support::SetPointer;
 using test_support::Vec3;
 
-TEST(GeneratorSets, AreValid) {
+TEST(GeneratorAssertions, SetsAreValid) {
     for (std::uint64_t seed = 1; seed <= 200; ++seed) {
         const test_support::Scene scene = test_support::RandomScene(seed);
         ctr::GeometricFeaturesGenerator generator;

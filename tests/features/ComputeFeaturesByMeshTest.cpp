@@ -68,7 +68,7 @@ SetPointer InWorld(const SetPointer& set) {
     return set ? SetPointer(LineSegmentSet::FuseLineSegmentSets({set.get()})) : SetPointer();
 }
 
-/// Two boxes that pierce each other, a null entry, a box with an outline, and a wall before some of
+/// Two boxes that intersect, a null entry, a box with an outline, and a wall before some of
 /// it that only hides.
 struct ByMeshScene {
     ByMeshScene() {
@@ -175,16 +175,16 @@ TEST(ComputeFeaturesByMesh, StayAsTheyWereWhenCancelledAtAnyQuestion) {
     Stopper free(kNever);
     scene.generator.setProgressNotifier(&free);
     ASSERT_TRUE(scene.generator.computeFeaturesByMesh(whole, 0, kAll));
-    ASSERT_GT(free.asked(), 100);
+    ASSERT_GT(free.polls(), 100);
     const std::string text = TextOf(whole);
-    for (long n = 1; n <= free.asked(); ++n) {
+    for (long n = 1; n <= free.polls(); ++n) {
         SCOPED_TRACE(n);
         FeaturesByMesh out;
         out.meshes.resize(7);
         Stopper stopper(n);
         scene.generator.setProgressNotifier(&stopper);
         EXPECT_FALSE(scene.generator.computeFeaturesByMesh(out, 0, kAll));
-        EXPECT_EQ(stopper.asked(), n);
+        EXPECT_EQ(stopper.polls(), n);
         EXPECT_EQ(out.meshes.size(), 7U);
     }
     scene.generator.setProgressNotifier(nullptr);
@@ -234,7 +234,7 @@ TEST(SetSingleExportCluster, CancelledLeavesNone) {
     ByMeshScene scene;
     Stopper free(kNever);
     ASSERT_TRUE(scene.generator.setSingleExportCluster(scene.meshes, nullptr, free));
-    for (long n = 1; n <= free.asked(); ++n) {
+    for (long n = 1; n <= free.polls(); ++n) {
         Stopper stopper(n);
         EXPECT_FALSE(scene.generator.setSingleExportCluster(scene.meshes, nullptr, stopper));
         FeaturesByMesh features;

@@ -43,7 +43,7 @@ using test_support::Text;
 using Intervals = std::vector<ctr::RationalInterval>;
 using Ends = std::array<Point, 2>;
 
-// What the comparisons have met, to know that they have met enough.
+// The cases that the comparisons have covered, to verify that they have covered enough.
 struct Met {
     int visible = 0;
     int partly = 0;
@@ -203,7 +203,7 @@ void CheckScenes(int scenes, int others, int segmentCount, unsigned int toleranc
     Met met;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        Scene scene = test_support::CrowdedScene(random, random.below(others + 1));
+        Scene scene = test_support::OverlappingScene(random, random.below(others + 1));
         if (random.percent(30)) {
             ASSERT_TRUE(scene.space.setVoxelBitSize(20, 19));
         }

@@ -40,13 +40,13 @@ Ends EndsOfPieces(const SetPointer& set) {
     return ends;
 }
 
-/// What is hidden of each segment, and where triangles cut each other.
-struct Answers {
+/// What is hidden of each segment, and where triangles intersect.
+struct Results {
     Ranges hidden;
-    Ends visibleCuts;
-    Ends hiddenCuts;
+    Ends visibleIntersections;
+    Ends hiddenIntersections;
 
-    bool operator==(const Answers&) const = default;
+    bool operator==(const Results&) const = default;
 };
 
 // Rows of segments behind everything.
@@ -83,7 +83,7 @@ protected:
         generator.setSingleExportCluster({}, nullptr);
         baked() = BakePlates(space, {0, 0, 0}, meshes);
         // So many segments that the generator lays the triangles out.
-        before = ask();
+        before = compute();
         ASSERT_EQ(before, expected());
     }
 
@@ -93,24 +93,24 @@ protected:
         return otherBaked;
     }
 
-    Answers ask() {
+    Results compute() {
         const SetPointer probes = Probes();
         generator.computeOcclusion(*probes, 0);
-        Answers answers;
+        Results results;
         for (const auto& ranges : probes->occlusionIntervals) {
-            answers.hidden.push_back(test_support::NumbersOf(ranges));
+            results.hidden.push_back(test_support::NumbersOf(ranges));
         }
-        SetPointer hiddenCuts;
-        answers.visibleCuts =
-            EndsOfPieces(SetPointer(generator.computeIntersectionEdges(0, &hiddenCuts)));
-        answers.hiddenCuts = EndsOfPieces(hiddenCuts);
+        SetPointer hiddenIntersections;
+        results.visibleIntersections =
+            EndsOfPieces(SetPointer(generator.computeIntersectionEdges(0, &hiddenIntersections)));
+        results.hiddenIntersections = EndsOfPieces(hiddenIntersections);
         generator.computeOcclusion(*Probes(), 0); // for a layout at the next change
-        return answers;
+        return results;
     }
 
     // By the triangles as they are, one segment at a time.
-    Answers expected() {
-        Answers answers;
+    Results expected() {
+        Results results;
         const SetPointer probes = Probes();
         for (const auto& [p, q] : test_support::EndsOf(*probes)) {
             BakedVertex a{};
@@ -120,26 +120,26 @@ protected:
             std::vector<ctr::RationalInterval> ranges;
             baked().computeOcclusionIntervals(a, b, ranges);
             ctr::IntervalTools::FuseOverlappingIntervals(ranges);
-            answers.hidden.push_back(test_support::NumbersOf(ranges));
+            results.hidden.push_back(test_support::NumbersOf(ranges));
         }
-        SetPointer hiddenCuts;
-        answers.visibleCuts = EndsOfPieces(
-            SetPointer(ctr::TrianglesIntersection(baked()).computeIntersectionEdges(&hiddenCuts)));
-        answers.hiddenCuts = EndsOfPieces(hiddenCuts);
-        return answers;
+        SetPointer hiddenIntersections;
+        results.visibleIntersections = EndsOfPieces(SetPointer(
+            ctr::TrianglesIntersection(baked()).computeIntersectionEdges(&hiddenIntersections)));
+        results.hiddenIntersections = EndsOfPieces(hiddenIntersections);
+        return results;
     }
 
     void expectFreshAnswers() {
-        const Answers now = expected();
+        const Results now = expected();
         EXPECT_FALSE(now == before);
-        EXPECT_EQ(ask(), now);
+        EXPECT_EQ(compute(), now);
     }
 
     void expectNothing() {
-        const Answers answers = ask();
-        EXPECT_EQ(answers.hidden, Ranges(40));
-        EXPECT_TRUE(answers.visibleCuts.empty());
-        EXPECT_TRUE(answers.hiddenCuts.empty());
+        const Results results = compute();
+        EXPECT_EQ(results.hidden, Ranges(40));
+        EXPECT_TRUE(results.visibleIntersections.empty());
+        EXPECT_TRUE(results.hiddenIntersections.empty());
     }
 
     ctr::DiscreteProjectionSpace space = LatticeSpace(9, 9);
@@ -147,14 +147,14 @@ protected:
     std::vector<MeshPointer> otherMeshes;
     BakedTriangles otherBaked;
     GeometricFeaturesGenerator generator;
-    Answers before;
+    Results before;
 };
 
 TEST_F(GeneratorChangedOccluders, HideNothingOnceTheyAreCleared) {
     baked().clearData();
     expectNothing();
     baked().initialize();
-    EXPECT_EQ(ask(), expected());
+    EXPECT_EQ(compute(), expected());
 }
 
 TEST_F(GeneratorChangedOccluders, GiveNoFeaturesOnceTheyAreCleared) {
@@ -169,7 +169,7 @@ TEST_F(GeneratorChangedOccluders, MayBeAssigned) {
     baked() = other();
     expectFreshAnswers();
     baked() = BakedTriangles(other());
-    EXPECT_EQ(ask(), expected());
+    EXPECT_EQ(compute(), expected());
     baked() = BakedTriangles();
     expectNothing();
 }
@@ -185,7 +185,7 @@ TEST_F(GeneratorChangedOccluders, MayBeSwapped) {
     std::swap(baked(), replacement);
     expectFreshAnswers();
     std::swap(baked(), replacement);
-    EXPECT_EQ(ask(), before);
+    EXPECT_EQ(compute(), before);
 }
 
 TEST_F(GeneratorChangedOccluders, MayMoveInPlace) {
@@ -238,7 +238,7 @@ TEST_F(GeneratorChangedOccluders, KeepTheToleranceThatIsSetNow) {
     baked().setContactTolerance(100);
     expectFreshAnswers();
     baked().contactTolerance = 0;
-    EXPECT_EQ(ask(), before);
+    EXPECT_EQ(compute(), before);
 }
 
 // --- boxes of the hierarchy that do not hold what is below them ---
@@ -268,20 +268,20 @@ TEST_F(GeneratorChangedOccluders, MayHaveAnyRootBox) {
     const std::vector<kx::kxBBox> boxes = StrangeBoxes();
     for (std::size_t i = 0; i < boxes.size(); ++i) {
         baked().bvh.nodes[0].box = boxes[i];
-        EXPECT_EQ(ask(), expected()) << "box " << i;
+        EXPECT_EQ(compute(), expected()) << "box " << i;
         baked().setContactTolerance(0); // for a layout of another count
-        EXPECT_EQ(ask(), expected()) << "box " << i;
+        EXPECT_EQ(compute(), expected()) << "box " << i;
     }
     baked().computeBakedBVHBBox(0);
-    EXPECT_EQ(ask(), before);
+    EXPECT_EQ(compute(), before);
 }
 
-TEST_F(GeneratorChangedOccluders, AreCutOffByABoxThatLeavesThemOut) {
+TEST_F(GeneratorChangedOccluders, AreIntersectionOffByABoxThatLeavesThemOut) {
     baked().bvh.nodes[0].box = {{1000, 1000, 1000}, {1200, 1200, 1200}};
-    const Answers answers = ask();
-    EXPECT_EQ(answers.hidden, Ranges(40));
-    EXPECT_FALSE(answers.visibleCuts.empty());
-    EXPECT_TRUE(answers.hiddenCuts.empty());
+    const Results results = compute();
+    EXPECT_EQ(results.hidden, Ranges(40));
+    EXPECT_FALSE(results.visibleIntersections.empty());
+    EXPECT_TRUE(results.hiddenIntersections.empty());
 }
 
 TEST_F(GeneratorChangedOccluders, MayHaveAnyBoxes) {
@@ -297,7 +297,7 @@ TEST_F(GeneratorChangedOccluders, MayHaveAnyBoxes) {
             }
         }
         baked().setContactTolerance(static_cast<unsigned int>(random.below(3)));
-        ASSERT_EQ(ask(), expected()) << "number " << i;
+        ASSERT_EQ(compute(), expected()) << "number " << i;
     }
 }
 

@@ -291,7 +291,7 @@ TEST(GeneratorFlushParts, EveryFootLineIsDrawnOverItsWholeVisibleLength) {
         generator.computeGeometricFeatures(features, 0, true);
         std::vector<Piece> pieces;
         AppendPieces(pieces, features.intersectionEdges.get(), view);
-        const std::vector<Piece> cuts = pieces;
+        const std::vector<Piece> intersections = pieces;
         AppendPieces(pieces, features.creaseEdges.get(), view);
         AppendPieces(pieces, features.silhouetteEdges.get(), view);
 
@@ -312,7 +312,7 @@ TEST(GeneratorFlushParts, EveryFootLineIsDrawnOverItsWholeVisibleLength) {
                     total.length += tally.length;
                     total.twice += tally.twice;
                     total.bySinking +=
-                        LengthWithin(Covered(cuts, a, b), from * length, to * length);
+                        LengthWithin(Covered(intersections, a, b), from * length, to * length);
                 }
             }
         }

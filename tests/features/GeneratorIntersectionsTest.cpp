@@ -43,20 +43,20 @@ Pieces PiecesOf(const SetPointer& set) {
     return pieces;
 }
 
-struct Cuts {
+struct Intersections {
     Pieces visible;
     Pieces hidden;
 
-    bool operator==(const Cuts&) const = default;
+    bool operator==(const Intersections&) const = default;
 };
 
-Cuts AskedOfTheGenerator(GeometricFeaturesGenerator& generator) {
+Intersections AskedOfTheGenerator(GeometricFeaturesGenerator& generator) {
     SetPointer hidden;
     const SetPointer visible(generator.computeIntersectionEdges(0, &hidden));
     return {PiecesOf(visible), PiecesOf(hidden)};
 }
 
-Cuts AskedOfTheTriangles(const BakedTriangles& baked) {
+Intersections AskedOfTheTriangles(const BakedTriangles& baked) {
     SetPointer hidden;
     const SetPointer visible(ctr::TrianglesIntersection(baked).computeIntersectionEdges(&hidden));
     return {PiecesOf(visible), PiecesOf(hidden)};
@@ -87,8 +87,8 @@ void CheckScenes(int scenes, int others, unsigned int tolerance = 0) {
     std::size_t hidden = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        Scene scene = test_support::CrowdedScene(random, random.below(others + 1));
-        if (random.percent(60)) { // where cuts are not grazing
+        Scene scene = test_support::OverlappingScene(random, random.below(others + 1));
+        if (random.percent(60)) { // where intersections are not grazing
             ASSERT_TRUE(scene.space.setVoxelBitSize(20, 19));
         }
         GeometricFeaturesGenerator generator;
@@ -98,7 +98,7 @@ void CheckScenes(int scenes, int others, unsigned int tolerance = 0) {
         if (random.percent(50)) {
             SwapChildren(generator.getBakedTriangles(0));
         }
-        const Cuts expected = AskedOfTheTriangles(generator.getBakedTriangles(0));
+        const Intersections expected = AskedOfTheTriangles(generator.getBakedTriangles(0));
         ASSERT_EQ(AskedOfTheGenerator(generator), expected) << "at once, seed " << seed;
         HideManySegments(generator);
         ASSERT_EQ(AskedOfTheGenerator(generator), expected) << "after segments, seed " << seed;
@@ -131,9 +131,9 @@ MeshPointer Quad(const Point& a, const Point& b, const Point& c, const Point& d)
     return test_support::MakeMesh(test_support::Quad(a, b, c, d));
 }
 
-/// A plate and another one that cuts through it, under a third that hides some of that.
-struct CutPlates {
-    CutPlates() {
+/// A plate and another one that passes through it, under a third that hides some of that.
+struct IntersectionPlates {
+    IntersectionPlates() {
         generator.setProjectionSpace(LatticeSpace(9, 9));
         generator.setSingleExportCluster({level.get(), steep.get(), cover.get()}, nullptr);
     }
@@ -145,12 +145,12 @@ struct CutPlates {
 };
 
 TEST(GeneratorIntersections, AreOfWhatIsBakedNow) {
-    CutPlates plates;
+    IntersectionPlates plates;
     HideManySegments(plates.generator);
-    const Cuts before = AskedOfTheTriangles(plates.generator.getBakedTriangles(0));
+    const Intersections before = AskedOfTheTriangles(plates.generator.getBakedTriangles(0));
     plates.cover->SetWorldTransformation(test_support::ScaleAndMove({1, 1, 1}, {96, 0, 0}));
     plates.generator.getBakedTriangles(0).initialize();
-    const Cuts expected = AskedOfTheTriangles(plates.generator.getBakedTriangles(0));
+    const Intersections expected = AskedOfTheTriangles(plates.generator.getBakedTriangles(0));
     ASSERT_FALSE(expected == before);
     EXPECT_FALSE(expected.hidden.empty());
     EXPECT_EQ(AskedOfTheGenerator(plates.generator), expected);
@@ -158,14 +158,14 @@ TEST(GeneratorIntersections, AreOfWhatIsBakedNow) {
 
 using SortedPieces = std::vector<test_support::SegmentBits>;
 
-struct SortedCuts {
+struct SortedIntersections {
     SortedPieces visible;
     SortedPieces hidden;
 
-    bool operator==(const SortedCuts&) const = default;
+    bool operator==(const SortedIntersections&) const = default;
 };
 
-SortedCuts SortedCutsOf(GeometricFeaturesGenerator& generator) {
+SortedIntersections SortedIntersectionsOf(GeometricFeaturesGenerator& generator) {
     SetPointer hidden;
     const SetPointer visible(generator.computeIntersectionEdges(0, &hidden));
     return {test_support::SortedBits(visible), test_support::SortedBits(hidden)};
@@ -180,16 +180,16 @@ MeshPointer LeaningBox(const Point& lowest, const Point& highest) {
     return test_support::MakeMesh(box);
 }
 
-/// Two boxes that cut each other, and a wall before all of that.
+/// Two boxes that intersect, and a wall before all of that.
 struct BoxesBehindWall {
     BoxesBehindWall() { generator.setProjectionSpace(LatticeSpace(9, 9)); }
 
-    SortedCuts behindWallAs(bool exported) {
+    SortedIntersections behindWallAs(bool exported) {
         std::vector<const kx::kxTriMesh*> drawn = {left.get(), right.get()};
         std::vector<const kx::kxTriMesh*> hiding;
         (exported ? drawn : hiding).push_back(wall.get());
         generator.setSingleExportCluster(drawn, &hiding);
-        return SortedCutsOf(generator);
+        return SortedIntersectionsOf(generator);
     }
 
     MeshPointer left = LeaningBox({64, 64, 64}, {256, 256, 256});
@@ -201,12 +201,12 @@ struct BoxesBehindWall {
 // A wall given as an occluder used to hide nothing of them.
 TEST(GeneratorIntersections, AreHiddenByOccluders) {
     BoxesBehindWall boxes;
-    const SortedCuts behindDrawnWall = boxes.behindWallAs(true);
+    const SortedIntersections behindDrawnWall = boxes.behindWallAs(true);
     EXPECT_TRUE(behindDrawnWall.visible.empty());
     EXPECT_FALSE(behindDrawnWall.hidden.empty());
     EXPECT_EQ(boxes.behindWallAs(false), behindDrawnWall);
     boxes.wall = Quad({8, 8, 8}, {152, 8, 8}, {152, 480, 8}, {8, 480, 8});
-    const SortedCuts behindHalfAWall = boxes.behindWallAs(true);
+    const SortedIntersections behindHalfAWall = boxes.behindWallAs(true);
     EXPECT_FALSE(behindHalfAWall.visible.empty());
     EXPECT_EQ(boxes.behindWallAs(false), behindHalfAWall);
 }
@@ -227,15 +227,16 @@ TEST(GeneratorIntersections, AreNotThoseOfOccluders) {
     BoxesBehindWall boxes;
     boxes.wall = Quad({8, 8, 128}, {400, 8, 128}, {400, 400, 128}, {8, 400, 128});
     boxes.generator.setSingleExportCluster({boxes.left.get()}, nullptr);
-    EXPECT_TRUE(AskedOfTheGenerator(boxes.generator) == Cuts());
+    EXPECT_TRUE(AskedOfTheGenerator(boxes.generator) == Intersections());
     const std::vector<const kx::kxTriMesh*> hiding = {boxes.wall.get(), boxes.right.get()};
     boxes.generator.setSingleExportCluster({boxes.left.get()}, &hiding);
-    EXPECT_TRUE(AskedOfTheGenerator(boxes.generator) == Cuts());
+    EXPECT_TRUE(AskedOfTheGenerator(boxes.generator) == Intersections());
 }
 
 /// A scene of which some meshes are drawn and the others only hide.
 struct PartedScene {
-    PartedScene(Random& random, int others) : scene(test_support::CrowdedScene(random, others)) {
+    PartedScene(Random& random, int others)
+        : scene(test_support::OverlappingScene(random, others)) {
         for (const MeshPointer& mesh : scene.meshes) {
             (random.percent(60) ? drawn : hiding).push_back(mesh.get());
         }
@@ -246,8 +247,8 @@ struct PartedScene {
     std::vector<const kx::kxTriMesh*> hiding;
 };
 
-/// Every pair of drawn triangles, and every triangle as what may hide where it cuts.
-SortedCuts CutsByBruteForce(const PartedScene& parts, unsigned int tolerance) {
+/// Every pair of drawn triangles, and every triangle as a possible occluder of the intersection.
+SortedIntersections IntersectionsByBruteForce(const PartedScene& parts, unsigned int tolerance) {
     const auto bake = [&](const std::vector<const kx::kxTriMesh*>& meshes) {
         BakedTriangles baked = test_support::Bake(parts.scene.space, meshes);
         baked.setContactTolerance(tolerance);
@@ -256,8 +257,8 @@ SortedCuts CutsByBruteForce(const PartedScene& parts, unsigned int tolerance) {
     const BakedTriangles drawn = bake(parts.drawn);
     const BakedTriangles hiding = bake(parts.hiding);
     const auto allDrawn = test_support::EveryTriangle(drawn);
-    test_support::CutCounts counts;
-    const test_support::CutPieces pieces = test_support::PiecesOfCuts(
+    test_support::IntersectionCounts counts;
+    const test_support::IntersectionPieces pieces = test_support::PiecesOfIntersections(
         drawn, allDrawn, {{&drawn, allDrawn}, {&hiding, test_support::EveryTriangle(hiding)}},
         counts);
     return {test_support::SortedWorldBits(parts.scene.space, pieces.visible),
@@ -276,15 +277,15 @@ void CheckOccludedScenes(int scenes, int others, unsigned int tolerance) {
         generator.setProjectionSpace(parts.scene.space);
         generator.setContactTolerance(tolerance);
         generator.setSingleExportCluster(parts.drawn, &parts.hiding);
-        const SortedCuts expected = CutsByBruteForce(parts, tolerance);
-        ASSERT_EQ(SortedCutsOf(generator), expected) << "at once, seed " << seed;
+        const SortedIntersections expected = IntersectionsByBruteForce(parts, tolerance);
+        ASSERT_EQ(SortedIntersectionsOf(generator), expected) << "at once, seed " << seed;
         HideManySegments(generator);
-        ASSERT_EQ(SortedCutsOf(generator), expected) << "after segments, seed " << seed;
+        ASSERT_EQ(SortedIntersectionsOf(generator), expected) << "after segments, seed " << seed;
         HideManySegments(generator);
         const SetPointer visibleOnly(generator.computeIntersectionEdges(0));
         ASSERT_EQ(test_support::SortedBits(visibleOnly), expected.visible) << "seed " << seed;
         generator.setSingleExportCluster(parts.drawn, nullptr);
-        changed += SortedCutsOf(generator) == expected ? 0 : 1;
+        changed += SortedIntersectionsOf(generator) == expected ? 0 : 1;
     }
     EXPECT_GT(changed * 24, static_cast<std::size_t>(scenes));
 }
@@ -302,7 +303,7 @@ TEST(GeneratorIntersections, AreHiddenByOccludersWithinAnyTolerance) {
 }
 
 TEST(GeneratorIntersections, ThereAreNoneOfAClusterOutOfRange) {
-    CutPlates plates;
+    IntersectionPlates plates;
     SetPointer hidden(plates.generator.computeIntersectionEdges(0));
     ASSERT_TRUE(hidden);
     EXPECT_EQ(plates.generator.computeIntersectionEdges(1, &hidden), nullptr);
@@ -327,7 +328,7 @@ public:
 };
 
 TEST(GeneratorIntersections, TellTheGeneratorsNotifier) {
-    CutPlates plates;
+    IntersectionPlates plates;
     Steps steps;
     steps.total = 12.0; // two for each of six triangles
     plates.generator.setProgressNotifier(&steps);

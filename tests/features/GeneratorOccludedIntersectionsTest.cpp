@@ -49,8 +49,8 @@ GridTriangle RandomTriangle(Random& random, const Grid& grid, int reach, int nea
     return triangle;
 }
 
-// A crowd behind some large triangles, which cut each other as well.
-std::vector<GridTriangle> RandomCrowd(Random& random, const Grid& grid, std::size_t count) {
+// A cluster behind some large triangles, which intersect as well.
+std::vector<GridTriangle> RandomCluster(Random& random, const Grid& grid, std::size_t count) {
     const int front = grid.deep() / 3;
     std::vector<GridTriangle> triangles;
     for (int i = random.between(2, 6); i > 0; --i) {
@@ -79,7 +79,7 @@ std::vector<std::array<std::uint32_t, 3>> PiecesOf(const SetPointer& set) {
 }
 
 // So many that the generator lays the triangles out.
-void AskWhatIsHidden(ctr::GeometricFeaturesGenerator& generator) {
+void ComputeAllOcclusion(ctr::GeometricFeaturesGenerator& generator) {
     const std::vector<Point> ends(2, Point(1, 1, 1));
     std::vector<unsigned int> indices(200);
     std::iota(indices.begin(), indices.end(), 0U);
@@ -88,11 +88,11 @@ void AskWhatIsHidden(ctr::GeometricFeaturesGenerator& generator) {
     generator.computeOcclusion(*test_support::MakeSet(ends, indices), 0);
 }
 
-/// A generator with a crowd on a grid.
-struct Crowd {
-    Crowd(Random& random, const Grid& grid)
+/// A generator with a cluster on a grid.
+struct Cluster {
+    Cluster(Random& random, const Grid& grid)
         : space(test_support::LatticeSpace(grid.xyBits, grid.zBits)) {
-        const std::vector<GridTriangle> triangles = RandomCrowd(random, grid, 4400);
+        const std::vector<GridTriangle> triangles = RandomCluster(random, grid, 4400);
         generator.setProjectionSpace(space);
         generator.setSingleExportCluster({}, nullptr);
         test_support::PutOnGrid(baked(), triangles);
@@ -118,26 +118,26 @@ public:
     long steps = 0;
 };
 
-void CheckCrowds(int crowds, unsigned int tolerance, std::size_t leastPieces) {
+void CheckClusters(int clusters, unsigned int tolerance, std::size_t leastPieces) {
     long tried = 0;
     long looked = 0;
     std::size_t pieces = 0;
-    for (int seed = 0; seed < crowds; ++seed) {
+    for (int seed = 0; seed < clusters; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         constexpr std::array<Grid, 4> kGrids = {{{7, 9}, {9, 7}, {12, 12}, {19, 20}}};
-        Crowd crowd(random, kGrids[static_cast<std::size_t>(random.below(4))]);
-        crowd.baked().setContactTolerance(tolerance);
+        Cluster cluster(random, kGrids[static_cast<std::size_t>(random.below(4))]);
+        cluster.baked().setContactTolerance(tolerance);
         Asked everywhere;
-        ctr::TrianglesIntersection all(crowd.baked());
+        ctr::TrianglesIntersection all(cluster.baked());
         all.setProgressNotifier(&everywhere);
         const SetPointer expected(all.computeIntersectionEdges());
-        AskWhatIsHidden(crowd.generator);
+        ComputeAllOcclusion(cluster.generator);
         Asked whereSeen;
-        crowd.generator.setProgressNotifier(&whereSeen);
-        const SetPointer found(crowd.generator.computeIntersectionEdges(0));
+        cluster.generator.setProgressNotifier(&whereSeen);
+        const SetPointer found(cluster.generator.computeIntersectionEdges(0));
 
         ASSERT_EQ(PiecesOf(found), PiecesOf(expected)) << "seed " << seed;
-        const auto triangles = static_cast<long>(crowd.baked().trianglePlanes.size());
+        const auto triangles = static_cast<long>(cluster.baked().trianglePlanes.size());
         tried += everywhere.steps - triangles;
         looked += whereSeen.steps - triangles;
         pieces += PiecesOf(found).size() / 2;
@@ -146,24 +146,24 @@ void CheckCrowds(int crowds, unsigned int tolerance, std::size_t leastPieces) {
     EXPECT_LT(looked, tried * 9 / 10);
 }
 
-TEST(GeneratorUnseenIntersections, AreLeftOutAndNothingElse) {
-    CheckCrowds(std::max(3, Scaled(12)), 0, 500);
+TEST(GeneratorOccludedIntersections, AreLeftOutAndNothingElse) {
+    CheckClusters(std::max(3, Scaled(12)), 0, 500);
 }
 
-TEST(GeneratorUnseenIntersections, AreLeftOutAndNothingElseWithinAnyTolerance) {
-    CheckCrowds(std::max(3, Scaled(6)), 2, 200);
-    CheckCrowds(std::max(3, Scaled(6)), 9, 100);
+TEST(GeneratorOccludedIntersections, AreLeftOutAndNothingElseWithinAnyTolerance) {
+    CheckClusters(std::max(3, Scaled(6)), 2, 200);
+    CheckClusters(std::max(3, Scaled(6)), 9, 100);
 }
 
-TEST(GeneratorUnseenIntersections, AreFoundWhenTheyAreWanted) {
+TEST(GeneratorOccludedIntersections, AreFoundWhenTheyAreWanted) {
     Random random(1);
-    Crowd crowd(random, {12, 12});
+    Cluster cluster(random, {12, 12});
     SetPointer expectedHidden;
     const SetPointer expected(
-        ctr::TrianglesIntersection(crowd.baked()).computeIntersectionEdges(&expectedHidden));
-    AskWhatIsHidden(crowd.generator);
+        ctr::TrianglesIntersection(cluster.baked()).computeIntersectionEdges(&expectedHidden));
+    ComputeAllOcclusion(cluster.generator);
     SetPointer hidden;
-    const SetPointer found(crowd.generator.computeIntersectionEdges(0, &hidden));
+    const SetPointer found(cluster.generator.computeIntersectionEdges(0, &hidden));
     EXPECT_EQ(PiecesOf(found), PiecesOf(expected));
     EXPECT_EQ(PiecesOf(hidden), PiecesOf(expectedHidden));
     EXPECT_GT(PiecesOf(hidden).size(), 100U);

@@ -35,7 +35,7 @@ long Visited(const SetPointer& set) {
                          [](const LineSegmentSet::ClipRange& r) { return r.t1 == 1.0F; });
 }
 
-// Two boxes that pierce each other, and the sets of an earlier run in the record.
+// Two boxes that intersect, and the sets of an earlier run in the record.
 struct StoppedRun {
     explicit StoppedRun(long stopAt) : stopper(stopAt) {
         generator.setProjectionSpace(test_support::SlantedSpace(8, 8, 20.0F));
@@ -59,28 +59,28 @@ struct StoppedRun {
 struct Questions {
     explicit Questions(StoppedRun& run) {
         const ctr::BakedTriangles& baked = run.generator.getBakedTriangles(0);
-        test_support::CutCounts counts;
-        test_support::VisibleCuts(baked, counts);
+        test_support::IntersectionCounts counts;
+        test_support::VisibleIntersections(baked, counts);
         creases = SegmentsOf(run.out.creaseEdges);
         silhouettes = SegmentsOf(run.out.silhouetteEdges);
         triangles = static_cast<long>(baked.trianglePlanes.size());
-        cuts = counts.cuts;
+        intersections = counts.intersections;
     }
     long beforeSilhouettes() const { return 2 + creases + 1; }
     long beforeIntersections() const { return beforeSilhouettes() + silhouettes + 1; }
-    long all() const { return beforeIntersections() + triangles + 1 + cuts + 1; }
+    long all() const { return beforeIntersections() + triangles + 1 + intersections + 1; }
 
     long creases = 0;
     long silhouettes = 0;
     long triangles = 0;
-    long cuts = 0;
+    long intersections = 0;
 };
 
 TEST(GeneratorRun, AsksAndAdvancesOnceForEveryPieceOfWork) {
     StoppedRun run(kNever);
     const Questions questions(run);
-    ASSERT_GT(questions.cuts, 0);
-    EXPECT_EQ(run.stopper.asked(), questions.all());
+    ASSERT_GT(questions.intersections, 0);
+    EXPECT_EQ(run.stopper.polls(), questions.all());
     EXPECT_EQ(run.stopper.total(), static_cast<double>(2 * questions.triangles + questions.creases +
                                                        questions.silhouettes));
     EXPECT_EQ(run.stopper.done(), run.stopper.total());
@@ -169,7 +169,7 @@ void ExpectPartOf(const SetPointer& whole, const SetPointer& stopped) {
 
 TEST(GeneratorRun, StoppedLeavesTheRecordsOfTheSegmentsVisited) {
     StoppedRun free(kNever);
-    const long all = free.stopper.asked();
+    const long all = free.stopper.polls();
     for (long n = 2; n <= all; ++n) {
         SCOPED_TRACE(n);
         const StoppedRun run(n);
@@ -181,7 +181,7 @@ TEST(GeneratorRun, StoppedLeavesTheRecordsOfTheSegmentsVisited) {
 TEST(GeneratorRun, StoppedAtAnyQuestionCanBeRepeated) {
     StoppedRun free(kNever);
     const std::string expected = RecordText(free.out);
-    const long all = free.stopper.asked();
+    const long all = free.stopper.polls();
     for (long n = 1; n <= all; ++n) {
         StoppedRun run(n);
         run.generator.setProgressNotifier(nullptr);
@@ -196,18 +196,18 @@ TEST(GeneratorRun, StoppedWithCommonSegmentsRemovedCanBeRepeated) {
     plain.generator.setProgressNotifier(nullptr);
     GeometricFeatures expected;
     plain.generator.computeGeometricFeatures(expected, 0, true);
-    long asked = 0;
-    for (long n = 1; n - 1 <= asked; ++n) {
+    long polls = 0;
+    for (long n = 1; n - 1 <= polls; ++n) {
         Stopper stopper(n);
         GeometricFeatures out;
         plain.generator.setProgressNotifier(&stopper);
         plain.generator.computeGeometricFeatures(out, 0, true);
-        asked = stopper.asked();
+        polls = stopper.polls();
         plain.generator.setProgressNotifier(nullptr);
         plain.generator.computeGeometricFeatures(out, 0, true);
         ASSERT_TRUE(RecordText(out) == RecordText(expected)) << "question " << n;
     }
-    EXPECT_GT(asked, SegmentsOf(expected.creaseEdges) + SegmentsOf(expected.silhouetteEdges));
+    EXPECT_GT(polls, SegmentsOf(expected.creaseEdges) + SegmentsOf(expected.silhouetteEdges));
 }
 
 TEST(GeneratorRun, ASetHiddenHalfwayIsFinishedByASecondTry) {

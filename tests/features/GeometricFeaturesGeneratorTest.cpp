@@ -619,7 +619,7 @@ public:
 
     bool isCanceled() const override {
         events_ += '?';
-        return ++asked_ >= stopAt_;
+        return ++polls_ >= stopAt_;
     }
     void setTotal(double steps) override {
         events_ += 'T';
@@ -637,11 +637,11 @@ public:
 
     const std::string& events() const { return events_; }
     double total() const { return total_; }
-    long asked() const { return asked_; }
+    long polls() const { return polls_; }
 
 private:
     long stopAt_;
-    mutable long asked_ = 0;
+    mutable long polls_ = 0;
     mutable std::string events_;
     double total_ = 0.0;
     double done_ = 0.0;
@@ -786,7 +786,7 @@ TEST(GeneratorCancellation, BetweenThePassesLeavesTheSilhouettesUnoccluded) {
     const StoppedRun run(7);
     EXPECT_EQ(Visited(*run.record.out.creaseEdges), 4U);
     EXPECT_EQ(Visited(*run.record.out.silhouetteEdges), 0U);
-    EXPECT_EQ(run.recorder.asked(), 7);
+    EXPECT_EQ(run.recorder.polls(), 7);
 }
 
 TEST(GeneratorCancellation, StopsBetweenTwoSegmentsOfTheSilhouettes) {
@@ -802,7 +802,7 @@ TEST(GeneratorCancellation, BeforeTheIntersectionsKeepsThePreviousOnes) {
     const StoppedRun run(12);
     EXPECT_EQ(Visited(*run.record.out.silhouetteEdges), 4U);
     EXPECT_TRUE(run.record.out.intersectionEdges == run.record.old.get());
-    EXPECT_EQ(run.recorder.asked(), 12);
+    EXPECT_EQ(run.recorder.polls(), 12);
 }
 
 TEST(GeneratorCancellation, ComesAfterTheRemovalOfCommonSegments) {

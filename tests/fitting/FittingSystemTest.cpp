@@ -481,7 +481,7 @@ TEST(FitCircle, AStraightStartThatBendsLaterIsConnectedToItsFirstSegmentOnly) {
 
 TEST(FitCircle, AnArcThatStartsAtTheOriginIsNotRecognised) {
     // Before tracking has started the distance of the first point from the origin stands for the
-    // radius, and nothing can be told with none.
+    // radius, and nothing can be decided with none.
     Circle circle;
     circle.centre = Vector(-2.0, 0.0, 0.0);
     const Points atOrigin = circle.arc(0.0, 2.0, 9);

@@ -122,7 +122,7 @@ public:
     bool collinear = false;
     bool started = false;
     bool clockwise = false;
-    mutable bool unsure = false; ///< An answer hung on a difference that rounding could make.
+    mutable bool unsure = false; ///< A result depended on a difference that rounding could make.
 
 private:
     static constexpr Real kTenthOfADegreeSquared = 3.04617e-6L;

@@ -1,5 +1,5 @@
 // Segments from the input, taken through everything that finishes a drawing: the fit, chaining with
-// runs and arcs, welding, removing, fusing, visible pieces. Each result is held against the laws
+// runs and arcs, welding, removing, fusing, visible pieces. Each result is compared with the laws
 // of its operation, or against the operation done again in the plainest way.
 #include <ctr/FittingSystem.h>
 #include <ctr/LineSegmentSet.h>
@@ -93,7 +93,7 @@ private:
 constexpr double kLineSpread = 3.04617e-6 + 1.0e-9;
 
 /// Every question, which must have one answer and change nothing.
-void AskFit(const FittingSystem& fit) {
+void QueryFit(const FittingSystem& fit) {
     constexpr float kFullTurn = 6.2831855F;
     const FittingSystem before = fit;
     Require(fit.couldFitCircle() == (fit.count >= 2.0), "a circle of one segment");
@@ -143,7 +143,7 @@ void CheckFit(FuzzBytes& bytes) {
         Require(added || SameFit(before, fit), "a segment of no length leaves something");
         Require(before.count == 0.0 || before.collinear || !fit.collinear, "a line again");
         Require(!(before.area < 0.0) || fit.area < 0.0, "an arc again");
-        AskFit(fit);
+        QueryFit(fit);
         if (added) {
             directions.add(from, to);
         }

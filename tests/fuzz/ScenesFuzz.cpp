@@ -105,18 +105,18 @@ void CheckScene(Random& random) {
     const bool isCoarse = ChooseGrid(random, scene);
     BakedScene test(std::move(scene));
     test_support::SilhouetteCounts silhouettes;
-    test_support::CutCounts cuts;
+    test_support::IntersectionCounts intersections;
     std::string text = CompareBaking(test.exact, test.baked);
     text += CompareSilhouettes(test, silhouettes);
-    text += CompareIntersections(test.baked, cuts);
-    if (cuts.atOwnTriangle > 0) {
+    text += CompareIntersections(test.baked, intersections);
+    if (intersections.atOwnTriangle > 0) {
         text += "a triangle hides its own cut\n";
     }
     StopAt(text, Describe(test.scene));
     CheckEdges(random, test, isCoarse);
     CheckMeshLines(random, test);
     test.baked.setContactTolerance(1U + static_cast<unsigned int>(random.below(5)));
-    StopAt(CompareIntersections(test.baked, cuts), Describe(test.scene));
+    StopAt(CompareIntersections(test.baked, intersections), Describe(test.scene));
     CheckEdges(random, test, isCoarse);
 }
 

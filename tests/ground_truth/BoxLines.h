@@ -30,7 +30,7 @@ namespace drawings {
 
 using Vector = Wm4::Vector3<double>;
 
-/// Where a scene is looked at from.
+/// The position from which a scene is viewed.
 struct Eye {
     bool parallel = true;
     Vector place; ///< The direction to the eye in a parallel view, otherwise the eye.

@@ -1,4 +1,4 @@
-// What drawings of boxes are held against: known scenes, and the closed form against single rays.
+// The references for drawings of boxes: known scenes, and the closed form against single rays.
 #include "BoxLines.h"
 
 #include "LineComparison.h"

@@ -33,11 +33,11 @@ bool OverlapsAny(const Cuboid& box, const Boxes& boxes, int gap) {
                        [&](const Cuboid& other) { return Overlap(box, other, gap); });
 }
 
-Cuboid RandomBox(Random& random, int room, int largest) {
+Cuboid RandomBox(Random& random, int extent, int largest) {
     Cuboid box{};
     for (std::size_t i = 0; i < 3; ++i) {
         const int size = random.between(1, largest);
-        box.low[i] = random.between(0, room - size);
+        box.low[i] = random.between(0, extent - size);
         box.high[i] = box.low[i] + size;
     }
     return box;
@@ -134,9 +134,9 @@ Boxes Nested(Random& random) {
     while (static_cast<int>(boxes.size()) < count) {
         Cuboid box = boxes.back();
         for (std::size_t i = 0; i < 3; ++i) {
-            const int room = box.high[i] - box.low[i];
-            box.low[i] += random.percent(50) ? 0 : random.between(0, (room - 1) / 2);
-            box.high[i] -= random.percent(50) ? 0 : random.between(0, (room - 1) / 2);
+            const int extent = box.high[i] - box.low[i];
+            box.low[i] += random.percent(50) ? 0 : random.between(0, (extent - 1) / 2);
+            box.high[i] -= random.percent(50) ? 0 : random.between(0, (extent - 1) / 2);
             // Some reach out of the box around them.
             box.high[i] += random.percent(10) ? 1 : 0;
         }
@@ -294,41 +294,42 @@ public:
     explicit ObjectBuilder(Random& random) : random_(random) {}
 
     void add(const Cuboid& box) {
-        std::array<std::vector<float>, 3> cuts;
+        std::array<std::vector<float>, 3> divisions;
         for (std::size_t i = 0; i < 3; ++i) {
-            cuts[i] = {static_cast<float>(box.low[i])};
+            divisions[i] = {static_cast<float>(box.low[i])};
             if (random_.percent(15)) {
                 const int size = box.high[i] - box.low[i];
-                cuts[i].push_back(static_cast<float>(box.low[i]) +
-                                  static_cast<float>(random_.between(1, 4 * size - 1)) / 4.0F);
+                divisions[i].push_back(static_cast<float>(box.low[i]) +
+                                       static_cast<float>(random_.between(1, 4 * size - 1)) / 4.0F);
             }
-            cuts[i].push_back(static_cast<float>(box.high[i]));
+            divisions[i].push_back(static_cast<float>(box.high[i]));
         }
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            addFace(cuts, axis, false);
-            addFace(cuts, axis, true);
+            addFace(divisions, axis, false);
+            addFace(divisions, axis, true);
         }
     }
 
     MeshData take() { return std::move(data_); }
 
 private:
-    void addFace(const std::array<std::vector<float>, 3>& cuts, std::size_t axis, bool upper) {
+    void addFace(const std::array<std::vector<float>, 3>& divisions, std::size_t axis, bool upper) {
         const std::size_t j = (axis + 1) % 3;
         const std::size_t k = (axis + 2) % 3;
-        for (std::size_t column = 1; column < cuts[j].size(); ++column) {
-            for (std::size_t row = 1; row < cuts[k].size(); ++row) {
+        for (std::size_t column = 1; column < divisions[j].size(); ++column) {
+            for (std::size_t row = 1; row < divisions[k].size(); ++row) {
                 const auto at = [&](float along, float across) {
                     Point p;
-                    p[static_cast<int>(axis)] = upper ? cuts[axis].back() : cuts[axis].front();
+                    p[static_cast<int>(axis)] =
+                        upper ? divisions[axis].back() : divisions[axis].front();
                     p[static_cast<int>(j)] = along;
                     p[static_cast<int>(k)] = across;
                     return p;
                 };
-                const float left = cuts[j][column - 1];
-                const float right = cuts[j][column];
-                const float low = cuts[k][row - 1];
-                const float high = cuts[k][row];
+                const float left = divisions[j][column - 1];
+                const float right = divisions[j][column];
+                const float low = divisions[k][row - 1];
+                const float high = divisions[k][row];
                 std::array<Point, 4> corners{at(left, low), at(right, low), at(right, high),
                                              at(left, high)};
                 if (!upper) {

@@ -1,6 +1,6 @@
 // Drawings of boxes, compared with what they have to show by definition; see BoxLines.h for it.
 //
-//   build/release/tests/drawings/drawings_tests --gtest_filter='*Boxes*'
+//   build/release/tests/ground_truth/ground_truth_tests --gtest_filter='*Boxes*'
 //     prints a table for each kind of scene, and the worst scenes with what is wrong where;
 //     CTR_TEST_SCALE=20 tries twenty times as many.
 //

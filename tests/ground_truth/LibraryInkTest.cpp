@@ -182,7 +182,7 @@ void AddFeatureEdges(const std::vector<MeshPointer>& meshes) {
     }
 }
 
-/// The same meshes made whole, for silhouettes and cuts as well.
+/// The same meshes made whole, for silhouettes and intersections as well.
 std::vector<MeshPointer> Repaired(const std::vector<MeshPointer>& meshes) {
     std::vector<MeshPointer> repaired;
     for (const MeshPointer& mesh : meshes) {
@@ -209,7 +209,7 @@ std::string FileOf(const Solid& solid, Normals normals) {
     }
 }
 
-/// Smooth normals would hide edges from the tool unless it is told the angle.
+/// Smooth normals would hide edges from the tool unless the angle is given.
 std::string OptionsFor(Normals normals) {
     return normals == Normals::Smooth ? "--crease-angle 30" : "";
 }

@@ -1,4 +1,4 @@
-// Cameras of test drawings, and where points are on an A4 page, worked out anew.
+// Cameras of test drawings, and where points are on an A4 page, computed independently.
 #pragma once
 
 #include "BoxLines.h"

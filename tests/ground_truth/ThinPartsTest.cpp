@@ -2,7 +2,7 @@
 // apart. What is right is the drawing of the sound part without any mending, once it has both of
 // its outlines.
 //
-//   build/release/tests/drawings/drawings_tests --gtest_filter='*ThinParts*'
+//   build/release/tests/ground_truth/ground_truth_tests --gtest_filter='*ThinParts*'
 //     prints a row for each; CTR_KEEP_DRAWINGS=FOLDER keeps files and drawings.
 #include "FileDrawing.h"
 #include "WornModel.h"
@@ -29,7 +29,7 @@ constexpr double kScale = 20.0;
 constexpr double kMiddle = 148.5; ///< Of the page's height.
 constexpr double kRipples = 0.1;  ///< Twice what cracks move a point on paper, and more.
 
-/// A hundred units wide, of cells that are all cut the same way.
+/// A hundred units wide, of cells that are all divided the same way.
 Solid Sheet(double height, bool facesUp) {
     constexpr std::size_t kCells = 10;
     constexpr double kSide = 10.0;

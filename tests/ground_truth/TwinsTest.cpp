@@ -1,6 +1,6 @@
 // Worn models beside their sound twins: files as people have them are drawn as the shape is.
 //
-//   build/release/tests/drawings/drawings_tests --gtest_filter='*Twins*'
+//   build/release/tests/ground_truth/ground_truth_tests --gtest_filter='*Twins*'
 //     prints for each pair how many paths both have, and over what length either draws what the
 //     other does not. CTR_KEEP_DRAWINGS=FOLDER keeps files, and drawings of the last view.
 #include "FileDrawing.h"

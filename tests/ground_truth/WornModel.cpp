@@ -53,7 +53,7 @@ double Cross(const std::array<double, 2>& a,
     return (b[0] - a[0]) * (c[1] - a[1]) - (b[1] - a[1]) * (c[0] - a[0]);
 }
 
-/// Cuts ears off a polygon (Meisters 1975); returns corners of triangles.
+/// Ear clipping (Meisters 1975); returns corners of triangles.
 std::vector<std::array<std::size_t, 3>> Triangulated(const Polygon& polygon) {
     std::vector<std::size_t> rest(polygon.size());
     std::iota(rest.begin(), rest.end(), std::size_t{0});
@@ -295,10 +295,10 @@ Solid Cracked(const Solid& solid, double part, std::uint64_t seed) {
 
 Solid WithTJunctions(const Solid& solid, std::uint64_t seed) {
     Random random(seed);
-    Solid cut{solid.vertices, {}};
+    Solid divided{solid.vertices, {}};
     for (const auto& triangle : solid.triangles) {
         if (!random.percent(30)) {
-            cut.triangles.push_back(triangle);
+            divided.triangles.push_back(triangle);
             continue;
         }
         const auto from = static_cast<std::size_t>(random.below(3));
@@ -306,12 +306,12 @@ Solid WithTJunctions(const Solid& solid, std::uint64_t seed) {
         const std::size_t b = triangle[(from + 1) % 3];
         const std::size_t c = triangle[(from + 2) % 3];
         const double share = random.between(3, 7) / 10.0;
-        const std::size_t middle = cut.vertices.size();
-        cut.vertices.push_back((1.0 - share) * solid.vertices[a] + share * solid.vertices[b]);
-        cut.triangles.push_back({a, middle, c});
-        cut.triangles.push_back({middle, b, c});
+        const std::size_t middle = divided.vertices.size();
+        divided.vertices.push_back((1.0 - share) * solid.vertices[a] + share * solid.vertices[b]);
+        divided.triangles.push_back({a, middle, c});
+        divided.triangles.push_back({middle, b, c});
     }
-    return cut;
+    return divided;
 }
 
 Solid Doubled(const Solid& solid, bool turnedOver) {

@@ -53,7 +53,7 @@ Solid Make(Shape shape);
 /// Every corner of every triangle is off by up to a part of the size, each in its own way.
 Solid Cracked(const Solid& solid, double part, std::uint64_t seed);
 
-/// Triangles are cut in two from the middle of an edge, which the neighbour keeps.
+/// Triangles are divided in two from the middle of an edge, which the neighbour keeps.
 Solid WithTJunctions(const Solid& solid, std::uint64_t seed);
 
 /// All triangles twice, the second time as they are or turned over.

@@ -1,10 +1,10 @@
 // Writes one scene of boxes for somebody to look at:
 //
-//     build/release/tests/drawings/show_boxes 'rafters/perspective axis/17'
+//     build/release/tests/ground_truth/show_boxes 'rafters/perspective axis/17'
 //
 // makes boxes.obj in the current folder, and boxes.svg with its lines: grey ones are right, red
 // ones missing, blue ones invented. Prints the options that draw it. Scenes are named by the tables
-// and reports of drawings_tests.
+// and reports of ground_truth_tests.
 #include "BoxDrawing.h"
 
 #include <exception>

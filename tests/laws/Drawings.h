@@ -214,11 +214,11 @@ private:
 struct Drawing {
     Lines creases;
     Lines silhouettes;
-    Lines cuts; ///< Visible pieces, without ranges.
+    Lines intersections; ///< Visible pieces, without ranges.
 };
 
 inline testing::AssertionResult Same(const Drawing& expected, const Drawing& drawing) {
-    for (const auto& lines : {&Drawing::creases, &Drawing::silhouettes, &Drawing::cuts}) {
+    for (const auto& lines : {&Drawing::creases, &Drawing::silhouettes, &Drawing::intersections}) {
         if (testing::AssertionResult result = Same(expected.*lines, drawing.*lines); !result) {
             return result;
         }
@@ -298,8 +298,8 @@ inline MeshPointers Together(MeshPointers meshes, const MeshPointers& more) {
     return meshes;
 }
 
-/// Segments between vertices of the scene and points near them: lines that pierce, graze and pass
-/// behind, as the edges of meshes seldom do. Never null.
+/// Segments between vertices of the scene and points near them: lines that intersect, graze and
+/// pass behind, as the edges of meshes seldom do. Never null.
 inline test_support::SetPointer
 RandomChords(test_support::Random& random, const MeshPointers& meshes, int count) {
     std::vector<Point> places;
@@ -321,7 +321,7 @@ RandomChords(test_support::Random& random, const MeshPointers& meshes, int count
     return test_support::MakeSet(ends, indices);
 }
 
-/// Small and large triangles, 3 to 8, on a square lattice of 4 to 8 bits: they pierce each other,
+/// Small and large triangles, 3 to 8, on a square lattice of 4 to 8 bits: they intersect,
 /// and many of the large ones hide whole lines.
 inline test_support::Scene CrossedTriangles(std::uint64_t seed) {
     test_support::Random random(seed);

@@ -125,7 +125,7 @@ struct FrontCounts {
     int covered = 0;
     int seenBefore = 0;
     int inTheNearestLayer = 0;
-    int cutsBefore = 0;
+    int intersectionsBefore = 0;
 };
 
 void CheckCovered(const Scene& scene, const ctr::LineSegmentSet* set, FrontCounts& counts) {
@@ -146,10 +146,11 @@ void CheckCovered(const Scene& scene, const ctr::LineSegmentSet* set, FrontCount
 
 // No intersection line is seen but those on the view's border or in the nearest layer: a line on
 // the outline of a triangle is not behind it.
-void CheckCuts(const Scene& scene, const ctr::LineSegmentSet* cuts) {
+void CheckIntersections(const Scene& scene, const ctr::LineSegmentSet* intersections) {
     for (const auto& [p, q] :
-         cuts != nullptr ? test_support::EndsOf(*cuts)
-                         : std::vector<std::pair<test_support::Vec3, test_support::Vec3>>()) {
+         intersections != nullptr
+             ? test_support::EndsOf(*intersections)
+             : std::vector<std::pair<test_support::Vec3, test_support::Vec3>>()) {
         const std::array<Point, 2> ends = {p, q};
         std::array<bool, 5> everywhere = {true, true, true, true, true};
         for (const Point& end : ends) {
@@ -191,15 +192,15 @@ TEST(DrawingOccluders, OneInFrontOfEverythingHidesEverything) {
         }
         const ctr::GeometricFeatures drawn =
             Stage(scene.space, Together(scene.meshes, {screen})).draw();
-        ASSERT_NO_FATAL_FAILURE(CheckCuts(scene, drawn.intersectionEdges.get()));
+        ASSERT_NO_FATAL_FAILURE(CheckIntersections(scene, drawn.intersectionEdges.get()));
         counts.seenBefore +=
             static_cast<int>(std::count_if(before.creases.begin(), before.creases.end(),
                                            [](const Line& line) { return line.hidden.empty(); }));
-        counts.cutsBefore += static_cast<int>(before.cuts.size());
+        counts.intersectionsBefore += static_cast<int>(before.intersections.size());
     }
     EXPECT_GT(counts.covered, Scaled(20000));
     EXPECT_GT(counts.seenBefore, Scaled(5000));
-    EXPECT_GT(counts.cutsBefore, Scaled(1000));
+    EXPECT_GT(counts.intersectionsBefore, Scaled(1000));
     EXPECT_LT(counts.inTheNearestLayer, counts.covered / 10);
 }
 
@@ -361,7 +362,7 @@ TEST(DrawingOccluders, AMeshOutOfSightChangesNothing) {
 
         const Drawing with = Draw(scene.space, Together({mesh}, cast.drawn), cast.occluders);
         ASSERT_TRUE(Same(drawing.silhouettes, with.silhouettes)) << Describe(scene);
-        ASSERT_TRUE(Same(drawing.cuts, with.cuts)) << Describe(scene);
+        ASSERT_TRUE(Same(drawing.intersections, with.intersections)) << Describe(scene);
         ASSERT_TRUE(laws::Surplus(drawing.creases, with.creases).empty()) << Describe(scene);
         for (const Line& line : laws::Surplus(with.creases, drawing.creases)) {
             ASSERT_EQ(line.hidden, laws::WholeLine()) << Describe(scene);

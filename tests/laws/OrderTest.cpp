@@ -1,4 +1,4 @@
-// The order in which triangles and meshes are given, and how occluders are cut up into meshes,
+// The order in which triangles and meshes are given, and how occluders are divided into meshes,
 // never reaches the drawing, but for two ties that the rules settle by order:
 // - Sides of different triangles of a mesh that fall on the same two grid points are one
 //   silhouette edge, drawn as the side that comes first.
@@ -214,8 +214,8 @@ std::vector<std::pair<GridBox, GridBox>> TiedPairs(const BakedTriangles& baked) 
     const auto count = static_cast<unsigned int>(baked.trianglePlanes.size());
     for (unsigned int i = 0; i < count; ++i) {
         for (unsigned int j = i + 1; j < count; ++j) {
-            test_support::CutCounts counts;
-            test_support::CutOf(baked, i, j, counts);
+            test_support::IntersectionCounts counts;
+            test_support::IntersectionOf(baked, i, j, counts);
             if (counts.ties > 0) {
                 tied.emplace_back(BoxOf(baked, i), BoxOf(baked, j));
             }
@@ -280,8 +280,8 @@ void CheckShuffled(const Scene& scene, OrderCounts& counts) {
     const Lines silhouettes = Without(drawing.silhouettes, tied, counts.tiedSilhouettes);
     ASSERT_TRUE(Same(silhouettes, Without(shuffled.silhouettes, tied, ignored))) << Describe(scene);
 
-    const Lines lost = Surplus(drawing.cuts, shuffled.cuts);
-    const Lines gained = Surplus(shuffled.cuts, drawing.cuts);
+    const Lines lost = Surplus(drawing.intersections, shuffled.intersections);
+    const Lines gained = Surplus(shuffled.intersections, drawing.intersections);
     const auto pairs = TiedPairs(given.generator.getBakedTriangles(0));
     ASSERT_TRUE(ComeFromTies(scene.space, lost, pairs)) << Describe(scene);
     ASSERT_TRUE(ComeFromTies(scene.space, gained, pairs)) << Describe(scene);
@@ -289,7 +289,7 @@ void CheckShuffled(const Scene& scene, OrderCounts& counts) {
     counts.lines += static_cast<int>(drawing.creases.size());
     counts.partlyHidden += laws::CountPartlyHidden(drawing.creases);
     counts.silhouettes += static_cast<int>(silhouettes.size());
-    counts.pieces += static_cast<int>(drawing.cuts.size());
+    counts.pieces += static_cast<int>(drawing.intersections.size());
     counts.tiedPieces += static_cast<int>(lost.size());
 }
 
@@ -309,7 +309,7 @@ TEST(DrawingOrder, TrianglesAndMeshesMayComeInAnyOrder) {
     EXPECT_LT(counts.tiedPieces, counts.pieces / 10);
 }
 
-TEST(DrawingOrder, AnOccluderMayBeCutInTwo) {
+TEST(DrawingOrder, AnOccluderMayBeIntersectionInTwo) {
     int hiddenByOccluders = 0;
     int partlyHidden = 0;
     for (int trial = 0; trial < Scaled(1500); ++trial) {
@@ -321,7 +321,7 @@ TEST(DrawingOrder, AnOccluderMayBeCutInTwo) {
         const Drawing halved = Draw(scene.space, drawn, Halved(random, occluders));
         ASSERT_TRUE(Same(drawing.creases, halved.creases)) << Describe(scene);
         ASSERT_TRUE(Same(drawing.silhouettes, halved.silhouettes)) << Describe(scene);
-        ASSERT_TRUE(Same(drawing.cuts, halved.cuts)) << Describe(scene);
+        ASSERT_TRUE(Same(drawing.intersections, halved.intersections)) << Describe(scene);
         hiddenByOccluders += drawing.creases != Draw(scene.space, drawn).creases ? 1 : 0;
         partlyHidden += laws::CountPartlyHidden(drawing.creases);
     }

@@ -26,9 +26,9 @@ using laws::Intervals;
 using laws::MeshPointers;
 using laws::Stage;
 using test_support::Crossing;
-using test_support::Cut;
 using test_support::Describe;
 using test_support::Fraction;
+using test_support::Intersection;
 using test_support::Random;
 using test_support::RandomScene;
 using test_support::Scaled;
@@ -75,7 +75,7 @@ std::array<Wide, 3> WeightsAt(const Corners& t, const ExactPoint& p) {
     return {area(t[1], t[2]), area(t[2], t[0]), area(t[0], t[1])};
 }
 
-// Outlines belong to triangles as occluders of lines, and do not where they cut each other.
+// Outlines belong to triangles as occluders of lines, and do not where they intersect.
 enum class Outline { belongs, doesNot };
 
 bool IsBefore(const Corners& t, const ExactPoint& p, Outline outline) {
@@ -165,7 +165,7 @@ TEST(DrawingPointVisibility, SampledPointsOfLinesAreSeenJustWhereTheyAreVisible)
 
 // --- intersection lines ---
 //
-// Where a triangle's outline passes an intersection line is rounded, so only lines are looked at of
+// Where a triangle's outline passes an intersection line is rounded, so only lines are examined of
 // which every triangle hides all or nothing: those are decided exactly, from end to end.
 
 ExactPoint ToExact(const Crossing& c) {
@@ -211,7 +211,7 @@ std::vector<SegmentBits> BitsOf(const ctr::LineSegmentSet* set) {
     return segments;
 }
 
-struct CutCounts {
+struct IntersectionCounts {
     int visible = 0;
     int hidden = 0;
     int hiddenGiven = 0;
@@ -224,22 +224,25 @@ bool IsBetween(std::int32_t a, std::int32_t value, std::int32_t b) {
     return std::min(a, b) <= value && value <= std::max(a, b);
 }
 
-// Whether a point of the grid lies in the box of a cut.
-bool BoxHolds(const Cut& cut, const BakedVertex& p) {
-    const BakedVertex& from = cut.first.point;
-    const BakedVertex& to = cut.second.point;
+// Whether a point of the grid lies in the box of an intersection.
+bool BoxHolds(const Intersection& intersection, const BakedVertex& p) {
+    const BakedVertex& from = intersection.first.point;
+    const BakedVertex& to = intersection.second.point;
     return IsBetween(from.x, p.x, to.x) && IsBetween(from.y, p.y, to.y) &&
            IsBetween(from.z, p.z, to.z);
 }
 
-// Pieces bear no name: another cut may give the one that this cut would give.
-bool MayBeOfAnother(const Cut& cut, const std::vector<Cut>& cuts) {
-    return std::count_if(cuts.begin(), cuts.end(), [&](const Cut& other) {
-               return BoxHolds(other, cut.first.point) && BoxHolds(other, cut.second.point);
-           }) > 1;
+// Pieces bear no name: another intersection may give the one that this intersection would give.
+bool MayBeOfAnother(const Intersection& intersection,
+                    const std::vector<Intersection>& intersections) {
+    return std::count_if(intersections.begin(), intersections.end(),
+                         [&](const Intersection& other) {
+                             return BoxHolds(other, intersection.first.point) &&
+                                    BoxHolds(other, intersection.second.point);
+                         }) > 1;
 }
 
-struct CutSets {
+struct IntersectionSets {
     std::vector<SegmentBits> visible;
     std::vector<SegmentBits> hidden;
 };
@@ -248,21 +251,21 @@ bool Holds(const std::vector<SegmentBits>& segments, const SegmentBits& segment)
     return std::binary_search(segments.begin(), segments.end(), segment);
 }
 
-void CheckCut(const Scene& scene,
-              const std::vector<Corners>& triangles,
-              const Cut& cut,
-              const std::vector<Cut>& cuts,
-              const CutSets& drawn,
-              CutCounts& counts) {
-    const ExactPoint p = ToExact(cut.first);
-    const ExactPoint q = ToExact(cut.second);
-    const BakedVertex& from = cut.first.point;
-    const BakedVertex& to = cut.second.point;
+void CheckIntersection(const Scene& scene,
+                       const std::vector<Corners>& triangles,
+                       const Intersection& intersection,
+                       const std::vector<Intersection>& intersections,
+                       const IntersectionSets& drawn,
+                       IntersectionCounts& counts) {
+    const ExactPoint p = ToExact(intersection.first);
+    const ExactPoint q = ToExact(intersection.second);
+    const BakedVertex& from = intersection.first.point;
+    const BakedVertex& to = intersection.second.point;
     if (from.x == to.x && from.y == to.y) {
         ++counts.inOneColumn;
         return;
     }
-    if (IsUndecided(triangles, p, q) || MayBeOfAnother(cut, cuts)) {
+    if (IsUndecided(triangles, p, q) || MayBeOfAnother(intersection, intersections)) {
         ++(IsUndecided(triangles, p, q) ? counts.undecided : counts.beside);
         return;
     }
@@ -278,37 +281,38 @@ void CheckCut(const Scene& scene,
     }
 }
 
-std::vector<Cut> CutsOf(const BakedTriangles& baked) {
-    std::vector<Cut> cuts;
+std::vector<Intersection> IntersectionsOf(const BakedTriangles& baked) {
+    std::vector<Intersection> intersections;
     const auto count = static_cast<unsigned int>(baked.trianglePlanes.size());
     for (unsigned int i = 0; i < count; ++i) {
         for (unsigned int j = i + 1; j < count; ++j) {
-            test_support::CutCounts ignored;
-            if (const auto cut = test_support::CutOf(baked, i, j, ignored)) {
-                cuts.push_back(*cut);
+            test_support::IntersectionCounts ignored;
+            if (const auto intersection = test_support::IntersectionOf(baked, i, j, ignored)) {
+                intersections.push_back(*intersection);
             }
         }
     }
-    return cuts;
+    return intersections;
 }
 
-void CheckCuts(const Scene& scene, CutCounts& counts) {
+void CheckIntersections(const Scene& scene, IntersectionCounts& counts) {
     const BakedTriangles baked = test_support::Bake(scene.space, scene.meshList());
     const std::vector<Corners> triangles = TrianglesOf(scene.space, scene.meshes);
     SetPointer hidden;
     const SetPointer visible(ctr::TrianglesIntersection(baked).computeIntersectionEdges(&hidden));
-    const CutSets drawn{BitsOf(visible.get()), BitsOf(hidden.get())};
-    const std::vector<Cut> cuts = CutsOf(baked);
-    for (const Cut& cut : cuts) {
-        ASSERT_NO_FATAL_FAILURE(CheckCut(scene, triangles, cut, cuts, drawn, counts));
+    const IntersectionSets drawn{BitsOf(visible.get()), BitsOf(hidden.get())};
+    const std::vector<Intersection> intersections = IntersectionsOf(baked);
+    for (const Intersection& intersection : intersections) {
+        ASSERT_NO_FATAL_FAILURE(
+            CheckIntersection(scene, triangles, intersection, intersections, drawn, counts));
     }
 }
 
 TEST(DrawingPointVisibility, IntersectionLinesHiddenAsAWholeOrNotAtAllAreDrawnAccordingly) {
-    CutCounts counts;
+    IntersectionCounts counts;
     for (int trial = 0; trial < Scaled(20000); ++trial) {
         ASSERT_NO_FATAL_FAILURE(
-            CheckCuts(laws::CrossedTriangles(static_cast<std::uint64_t>(trial)), counts));
+            CheckIntersections(laws::CrossedTriangles(static_cast<std::uint64_t>(trial)), counts));
     }
     RecordProperty("visible", counts.visible);
     RecordProperty("hidden", counts.hidden);

@@ -109,7 +109,7 @@ struct Counts {
     int scenes = 0;
     int lines = 0;
     int partlyHidden = 0;
-    int cuts = 0;
+    int intersections = 0;
 };
 
 void CheckTurn(const Scene& scene, const Turn& turn, Counts& counts) {
@@ -132,7 +132,7 @@ void CheckTurn(const Scene& scene, const Turn& turn, Counts& counts) {
     ++counts.scenes;
     counts.lines += static_cast<int>(drawing.creases.size() + drawing.silhouettes.size());
     counts.partlyHidden += laws::CountPartlyHidden(drawing.creases);
-    counts.cuts += static_cast<int>(drawing.cuts.size());
+    counts.intersections += static_cast<int>(drawing.intersections.size());
 }
 
 TEST(DrawingSymmetry, TurnedAndMirroredScenesGiveTurnedAndMirroredLines) {
@@ -209,10 +209,12 @@ void CheckShift(const Scene& scene, Counts& counts) {
     const auto moveOnGrid = [&](const GridPoint& p) {
         return GridPoint{p[0] + shift[0], p[1] + shift[1], p[2] + shift[2]};
     };
-    ASSERT_EQ(OnTheGrid(drawing.cuts, moveOnGrid), OnTheGrid(shifted.cuts)) << Describe(scene);
+    ASSERT_EQ(OnTheGrid(drawing.intersections, moveOnGrid), OnTheGrid(shifted.intersections))
+        << Describe(scene);
     counts.scenes += shift != GridPoint{} ? 1 : 0;
     counts.partlyHidden += laws::CountPartlyHidden(drawing.creases);
-    counts.cuts += shift != GridPoint{} ? static_cast<int>(drawing.cuts.size()) : 0;
+    counts.intersections +=
+        shift != GridPoint{} ? static_cast<int>(drawing.intersections.size()) : 0;
 }
 
 TEST(DrawingSymmetry, AShiftByWholeStepsShiftsTheDrawing) {
@@ -225,7 +227,7 @@ TEST(DrawingSymmetry, AShiftByWholeStepsShiftsTheDrawing) {
     }
     EXPECT_GT(counts.scenes, Scaled(500));
     EXPECT_GT(counts.partlyHidden, Scaled(1000));
-    EXPECT_GT(counts.cuts, Scaled(500));
+    EXPECT_GT(counts.intersections, Scaled(500));
 }
 
 // --- intersection lines, pair by pair ---
@@ -253,21 +255,21 @@ Scene RandomPair(std::uint64_t seed) {
     return scene;
 }
 
-Lines CutsOf(const Space& space, const MeshPointers& meshes) {
-    return Draw(space, meshes).cuts;
+Lines IntersectionsOf(const Space& space, const MeshPointers& meshes) {
+    return Draw(space, meshes).intersections;
 }
 
 bool HasTie(const Space& space, const MeshPointers& meshes) {
     const ctr::BakedTriangles baked = test_support::Bake(space, test_support::MeshList(meshes));
-    test_support::CutCounts counts;
+    test_support::IntersectionCounts counts;
     if (baked.trianglePlanes.size() == 2) {
-        test_support::CutOf(baked, 0, 1, counts);
+        test_support::IntersectionOf(baked, 0, 1, counts);
     }
     return counts.ties > 0;
 }
 
 TEST(DrawingSymmetry, ExchangingXAndYExchangesIntersectionLines) {
-    int cuts = 0;
+    int intersections = 0;
     int tied = 0;
     for (int trial = 0; trial < Scaled(20000); ++trial) {
         const Scene scene = RandomPair(static_cast<std::uint64_t>(trial));
@@ -277,11 +279,11 @@ TEST(DrawingSymmetry, ExchangingXAndYExchangesIntersectionLines) {
             ++tied;
             continue;
         }
-        const GridPieces pieces = OnTheGrid(CutsOf(scene.space, scene.meshes), exchange);
-        ASSERT_EQ(pieces, OnTheGrid(CutsOf(scene.space, image))) << Describe(scene);
-        cuts += static_cast<int>(pieces.size());
+        const GridPieces pieces = OnTheGrid(IntersectionsOf(scene.space, scene.meshes), exchange);
+        ASSERT_EQ(pieces, OnTheGrid(IntersectionsOf(scene.space, image))) << Describe(scene);
+        intersections += static_cast<int>(pieces.size());
     }
-    EXPECT_GT(cuts, Scaled(2000));
+    EXPECT_GT(intersections, Scaled(2000));
     EXPECT_LT(tied, Scaled(20000) / 4);
 }
 
@@ -298,12 +300,13 @@ bool AreNear(const GridPoint& p, const GridPoint& q) {
 }
 
 TEST(DrawingSymmetry, TurnsAndMirrorImagesMoveIntersectionLinesByAtMostTwoSteps) {
-    int cuts = 0;
+    int intersections = 0;
     for (int trial = 0; trial < Scaled(20000); ++trial) {
         const Scene scene = RandomPair(static_cast<std::uint64_t>(trial));
         const Turn turn = TurnOf(1 + trial % 7, scene.space);
-        const GridPieces image = OnTheGrid(CutsOf(scene.space, scene.meshes), turn);
-        const GridPieces turned = OnTheGrid(CutsOf(scene.space, Moved(scene.meshes, turn)));
+        const GridPieces image = OnTheGrid(IntersectionsOf(scene.space, scene.meshes), turn);
+        const GridPieces turned =
+            OnTheGrid(IntersectionsOf(scene.space, Moved(scene.meshes, turn)));
         if (std::min(image.size(), turned.size()) == 0) { // rounded away, perhaps in one of them
             ASSERT_LE(std::max(Longest(image), Longest(turned)), 2) << Describe(scene);
             continue;
@@ -315,9 +318,9 @@ TEST(DrawingSymmetry, TurnsAndMirrorImagesMoveIntersectionLinesByAtMostTwoSteps)
         ASSERT_TRUE((AreNear(p, r) && AreNear(q, s)) || (AreNear(p, s) && AreNear(q, r)))
             << testing::PrintToString(image) << ' ' << testing::PrintToString(turned) << '\n'
             << Describe(scene);
-        ++cuts;
+        ++intersections;
     }
-    EXPECT_GT(cuts, Scaled(2000));
+    EXPECT_GT(intersections, Scaled(2000));
 }
 
 // --- ends turned round ---

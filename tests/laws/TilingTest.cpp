@@ -214,19 +214,19 @@ std::vector<GridStretch> StretchesOf(const ctr::LineSegmentSet* set) {
     return stretches;
 }
 
-// The cut of a scene with just one.
-std::optional<test_support::Cut> OnlyCut(const Scene& scene) {
+// The intersection of a scene with just one.
+std::optional<test_support::Intersection> OnlyIntersection(const Scene& scene) {
     const ctr::BakedTriangles baked = test_support::Bake(scene.space, scene.meshList());
     const auto count = static_cast<unsigned int>(baked.trianglePlanes.size());
-    std::optional<test_support::Cut> only;
+    std::optional<test_support::Intersection> only;
     for (unsigned int i = 0; i < count; ++i) {
         for (unsigned int j = i + 1; j < count; ++j) {
-            test_support::CutCounts ignored;
-            const auto cut = test_support::CutOf(baked, i, j, ignored);
-            if (cut && only) {
+            test_support::IntersectionCounts ignored;
+            const auto intersection = test_support::IntersectionOf(baked, i, j, ignored);
+            if (intersection && only) {
                 return std::nullopt;
             }
-            only = cut ? cut : only;
+            only = intersection ? intersection : only;
         }
     }
     return only;
@@ -257,16 +257,16 @@ TEST(DrawingTiling, VisibleAndHiddenPiecesTileAnIntersectionLine) {
     int mixed = 0;
     for (int trial = 0; trial < Scaled(30000); ++trial) {
         const Scene scene = laws::CrossedTriangles(static_cast<std::uint64_t>(trial));
-        const std::optional<test_support::Cut> cut = OnlyCut(scene);
-        if (!cut) {
+        const std::optional<test_support::Intersection> intersection = OnlyIntersection(scene);
+        if (!intersection) {
             continue;
         }
         const ctr::BakedTriangles baked = test_support::Bake(scene.space, scene.meshList());
         SetPointer hidden;
         const SetPointer visible(
             ctr::TrianglesIntersection(baked).computeIntersectionEdges(&hidden));
-        const ctr::BakedVertex& from = cut->first.point;
-        const ctr::BakedVertex& to = cut->second.point;
+        const ctr::BakedVertex& from = intersection->first.point;
+        const ctr::BakedVertex& to = intersection->second.point;
         std::vector<GridStretch> pieces = StretchesOf(visible.get());
         const std::vector<GridStretch> more = StretchesOf(hidden.get());
         pieces.insert(pieces.end(), more.begin(), more.end());

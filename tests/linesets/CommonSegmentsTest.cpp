@@ -198,7 +198,7 @@ TEST(RemoveCommonSegments, RecordsAreExchangedOnlyForSegmentsThatHaveOne) {
     EXPECT_EQ(RecordNamesOf(*a), (std::vector<long>{1, 0}));
 }
 
-TEST(RemoveCommonSegments, SurplusRecordsAreCutOff) {
+TEST(RemoveCommonSegments, SurplusRecordsAreIntersectionOff) {
     const SetPointer a = MakeSet(kPoints, {0, 1, 1, 2});
     MarkSegments(*a, 5, 6);
     const SetPointer b = MakeSet(kPoints, {4, 5});

@@ -381,7 +381,7 @@ TEST(ComputeCreaseEdgeInfoCancelled, IsAskedOnceABlockOnceAGroupAndOnceAtTheEnd)
         std::vector<CreaseEdgeInfo> edges;
         const CancelAtQuestion never(kNever);
         EXPECT_TRUE(Compute(surface, never, edges));
-        EXPECT_EQ(never.asked(), blocks + 3L * triangles + 1) << triangles;
+        EXPECT_EQ(never.polls(), blocks + 3L * triangles + 1) << triangles;
         EXPECT_EQ(edges.size(), 3U * static_cast<unsigned int>(triangles));
     }
 }
@@ -393,7 +393,7 @@ TEST(ComputeCreaseEdgeInfoCancelled, AmongTheTrianglesLeavesNothing) {
         const CancelAtQuestion cancel(question);
         EXPECT_FALSE(Compute(surface, cancel, edges));
         EXPECT_TRUE(edges.empty());
-        EXPECT_EQ(cancel.asked(), question); // nobody asks again
+        EXPECT_EQ(cancel.polls(), question); // no further poll
     }
 }
 
@@ -430,7 +430,7 @@ std::vector<PositionPair> GroupsOf(const Surface& surface) {
 }
 
 TEST(ComputeCreaseEdgeInfoCancelled, AmongTheGroupsOfAnyMeshLeavesTheGroupsBefore) {
-    std::size_t cut = 0;
+    std::size_t intersection = 0;
     const int trials = Scaled(1000);
     for (int trial = 0; trial < trials; ++trial) {
         Random random(static_cast<std::uint64_t>(trial));
@@ -439,7 +439,7 @@ TEST(ComputeCreaseEdgeInfoCancelled, AmongTheGroupsOfAnyMeshLeavesTheGroupsBefor
         std::vector<CreaseEdgeInfo> all;
         const CancelAtQuestion never(kNever);
         ASSERT_TRUE(Compute(surface, never, all));
-        ASSERT_EQ(never.asked(), 1 + static_cast<long>(groups.size()) + 1) << "seed " << trial;
+        ASSERT_EQ(never.polls(), 1 + static_cast<long>(groups.size()) + 1) << "seed " << trial;
         const auto next = static_cast<std::size_t>(random.below(static_cast<int>(groups.size())));
         std::vector<CreaseEdgeInfo> before;
         std::copy_if(
@@ -450,9 +450,9 @@ TEST(ComputeCreaseEdgeInfoCancelled, AmongTheGroupsOfAnyMeshLeavesTheGroupsBefor
         const CancelAtQuestion cancel(2 + static_cast<long>(next));
         EXPECT_FALSE(Compute(surface, cancel, edges));
         ASSERT_EQ(Plain(edges), Plain(before)) << "seed " << trial;
-        cut += all.size() - before.size();
+        intersection += all.size() - before.size();
     }
-    EXPECT_GT(cut, static_cast<std::size_t>(trials));
+    EXPECT_GT(intersection, static_cast<std::size_t>(trials));
 }
 
 // A sphere of rows x rows pairs of triangles, with normals of length 1, or of none.
@@ -486,7 +486,7 @@ TEST(ComputeCreaseEdgeInfoCancelled, AmongTheGroupsOfALargeMeshLeavesTheGroupsBe
         const CancelAtQuestion never(kNever);
         ASSERT_TRUE(Compute(surface, never, all));
         const long blocks = 29;
-        ASSERT_EQ(never.asked(), blocks + static_cast<long>(groups.size()) + 1);
+        ASSERT_EQ(never.polls(), blocks + static_cast<long>(groups.size()) + 1);
         std::vector<std::size_t> counts;
         for (std::size_t count = 0; count < 16; ++count) {
             counts.push_back(count);
@@ -503,7 +503,7 @@ TEST(ComputeCreaseEdgeInfoCancelled, AmongTheGroupsOfALargeMeshLeavesTheGroupsBe
             const CancelAtQuestion cancel(blocks + 1 + static_cast<long>(count));
             EXPECT_FALSE(Compute(surface, cancel, edges));
             ASSERT_EQ(Plain(edges), Plain({all.begin(), end})) << count;
-            ASSERT_EQ(cancel.asked(), blocks + 1 + static_cast<long>(count) + 1);
+            ASSERT_EQ(cancel.polls(), blocks + 1 + static_cast<long>(count) + 1);
         }
     }
 }
@@ -570,10 +570,10 @@ TEST(ComputeCreaseEdgeInfoCancelled, AmongGroupsWithOneFirstPointLeavesTheGroups
 TEST(ComputeCreaseEdgeInfoCancelled, ThatIsTakenBackStaysOne) {
     class Once : public kx::kxCancelInterfaceReadOnly {
     public:
-        bool isCanceled() const override { return ++asked_ == 3; }
+        bool isCanceled() const override { return ++polls_ == 3; }
 
     private:
-        mutable int asked_ = 0;
+        mutable int polls_ = 0;
     };
     const Surface surface = LooseTriangles(4);
     std::vector<CreaseEdgeInfo> edges;
@@ -595,7 +595,7 @@ TEST(ComputeCreaseEdgeInfoCancelled, OfASetIsAskedOnceMore) {
     const SetPointer set(LineSegmentSet::GetCreaseEdgesFromMesh(
         surface.vertices.get(), surface.triangles.get(), never, kDegrees, false));
     EXPECT_TRUE(set);
-    EXPECT_EQ(never.asked(), 6);
+    EXPECT_EQ(never.polls(), 6);
     for (long question = 1; question <= 6; ++question) {
         const CancelAtQuestion cancel(question);
         EXPECT_EQ(LineSegmentSet::GetCreaseEdgesFromMesh(
@@ -819,7 +819,7 @@ TEST(ComputeCreaseEdgeInfo, AgreeWithAPlainMapWhereAnyNumberOfEdgesMeet) {
         std::vector<CreaseEdgeInfo> edges;
         const CancelAtQuestion never(kNever);
         EXPECT_TRUE(Compute(Wheel(spokes, 2, normals), never, edges));
-        EXPECT_EQ(never.asked(), 1 + 2L * spokes + 1);
+        EXPECT_EQ(never.polls(), 1 + 2L * spokes + 1);
         normals[spokes / 2] = Vec3(0, 0, 0);
         const Surface oneShort = Wheel(spokes, 1, normals);
         EXPECT_EQ(CreasesOf(oneShort, kDegrees).size(), spokes + 1);

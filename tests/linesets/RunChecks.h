@@ -192,7 +192,7 @@ inline void CheckConnected(const Polylines& lines) {
 }
 
 /// Runs are straight, arcs or neither; a chain of several is one of the first two throughout; flags
-/// tell the straight ones.
+/// mark the straight ones.
 inline void CheckKinds(const Polylines& lines) {
     ASSERT_EQ(lines.straight.size(), lines.indices.size() / 2);
     for (const Record& run : lines.runs) {
@@ -245,12 +245,13 @@ inline void CheckEnds(const LineList& list, const Polylines& lines) {
             ++plainEnds[lines.indices[run.end - 1]];
         }
     }
-    std::vector<int> cuts(valence.size(), 0);
+    std::vector<int> intersections(valence.size(), 0);
     for (std::size_t v = 0; v < valence.size(); ++v) {
-        cuts[component[v]] += valence[v] == 2 && plainEnds[v] == 2 ? 1 : 0;
+        intersections[component[v]] += valence[v] == 2 && plainEnds[v] == 2 ? 1 : 0;
     }
     for (std::size_t v = 0; v < valence.size(); ++v) {
-        ASSERT_LE(cuts[v], isLoop[v] ? 1 : 0) << "chains were cut in the component of " << v;
+        ASSERT_LE(intersections[v], isLoop[v] ? 1 : 0)
+            << "chains were interrupted in the component of " << v;
     }
 }
 

@@ -156,12 +156,12 @@ class CancelAtQuestion : public kx::kxCancelInterfaceReadOnly {
 public:
     explicit CancelAtQuestion(long question) : question_(question) {}
 
-    bool isCanceled() const override { return ++asked_ >= question_; }
-    long asked() const { return asked_; }
+    bool isCanceled() const override { return ++polls_ >= question_; }
+    long polls() const { return polls_; }
 
 private:
     long question_;
-    mutable long asked_ = 0;
+    mutable long polls_ = 0;
 };
 
 constexpr long kNever = 1L << 60;

@@ -124,12 +124,12 @@ struct OnGrid {
 
 // --- points of lines ---
 
-/// What has been looked at.
+/// The numbers of cases examined.
 struct Counts {
     int visible = 0;
     int hidden = 0;
-    int endOn = 0; ///< Lines seen as a point: hidden as a whole, by rule.
-    int cuts = 0;  ///< Pieces of intersection lines.
+    int endOn = 0;         ///< Lines seen as a point: hidden as a whole, by rule.
+    int intersections = 0; ///< Pieces of intersection lines.
 };
 
 /// Parameters of points are multiples of 1 over this prime: hardly any is the end of a range or a
@@ -277,11 +277,12 @@ Bits BitsOf(const kx::kxPointer<LineSegmentSet>& set) {
     return bits;
 }
 
-/// Finds all cuts of triangles that are near each other on the screen, and what hides them.
-void FindCutsAgain(const OnGrid& grid,
-                   const kxcontour::Scene& scene,
-                   const ctr::FeaturesByMesh& lines,
-                   Counts& counts) {
+/// Finds all intersections of triangles that are near each other on the screen, and what hides
+/// them.
+void FindIntersectionsAgain(const OnGrid& grid,
+                            const kxcontour::Scene& scene,
+                            const ctr::FeaturesByMesh& lines,
+                            Counts& counts) {
     const std::vector<const kx::kxTriMesh*> meshes = test_support::MeshList(scene.meshes);
     ctr::BakedTriangles baked = test_support::Bake(grid.space, meshes);
     baked.setContactTolerance(kxcontour::kContactTolerance);
@@ -289,11 +290,12 @@ void FindCutsAgain(const OnGrid& grid,
     const auto near = [&](const test_support::ScreenBox& box) {
         return grid.bins.trianglesNear(box);
     };
-    test_support::CutCounts cutCounts;
-    const test_support::CutPieces pieces = PiecesOfCuts(baked, near, cutCounts);
+    test_support::IntersectionCounts intersectionCounts;
+    const test_support::IntersectionPieces pieces =
+        PiecesOfIntersections(baked, near, intersectionCounts);
     EXPECT_EQ(BitsOf(lines.intersectionEdges), SortedWorldBits(grid.space, pieces.visible));
     EXPECT_EQ(BitsOf(lines.hiddenIntersectionEdges), SortedWorldBits(grid.space, pieces.hidden));
-    counts.cuts += static_cast<int>(pieces.visible.size() + pieces.hidden.size());
+    counts.intersections += static_cast<int>(pieces.visible.size() + pieces.hidden.size());
 }
 
 // --- all together ---
@@ -311,15 +313,16 @@ TEST_P(RealModels, AreDrawnExactlyFromAllSides) {
         const OnGrid grid(scene, Aim(scene, d));
         const ctr::FeaturesByMesh lines = FindLines(scene, grid.space);
         LookAtPoints(grid, lines, ++seed, counts);
-        FindCutsAgain(grid, scene, lines, counts);
+        FindIntersectionsAgain(grid, scene, lines, counts);
         ASSERT_FALSE(HasFailure()) << "seen from " << d.x << ' ' << d.y << ' ' << d.z;
     }
     RecordProperty("visible_points", counts.visible);
     RecordProperty("hidden_points", counts.hidden);
     RecordProperty("lines_seen_end_on", counts.endOn);
-    RecordProperty("pieces_of_cuts", counts.cuts);
-    std::printf("%d visible points, %d hidden points, %d lines end-on, %d pieces of cuts\n",
-                counts.visible, counts.hidden, counts.endOn, counts.cuts);
+    RecordProperty("pieces_of_cuts", counts.intersections);
+    std::printf(
+        "%d visible points, %d hidden points, %d lines end-on, %d pieces of intersections\n",
+        counts.visible, counts.hidden, counts.endOn, counts.intersections);
 }
 
 INSTANTIATE_TEST_SUITE_P(, RealModels, testing::ValuesIn(kModels), [](const auto& info) {

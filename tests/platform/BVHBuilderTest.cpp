@@ -388,7 +388,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds,
                          [](const auto& info) { return std::string(info.param.name); });
 
 // Needles from the origin along all three axes, each twice as long as the one before. The longest
-// of an axis is always the cheapest to cut off, one at a time: left alone, splits by surface area
+// of an axis is always the cheapest to separate, one at a time: left alone, splits by surface area
 // make a tree of these that is some 150 levels deep.
 std::vector<kxBBox> Needles() {
     constexpr int kThinnest = -116;
@@ -405,7 +405,7 @@ std::vector<kxBBox> Needles() {
     return boxes;
 }
 
-TEST(LinearBVHBuilderDepth, IsBoundedWhereEverySplitCutsOffOne) {
+TEST(LinearBVHBuilderDepth, IsBoundedWhereEverySplitSeparatesOne) {
     const Boxes boxes(Needles());
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, boxes, 1));
@@ -415,7 +415,7 @@ TEST(LinearBVHBuilderDepth, IsBoundedWhereEverySplitCutsOffOne) {
     EXPECT_GT(check.depth(), kDepthBound - 5);
 }
 
-TEST(LinearBVHBuilderDepth, IsBoundedForACrowdWhereTheNeedlesMeet) {
+TEST(LinearBVHBuilderDepth, IsBoundedWhereNeedlesMeet) {
     std::vector<kxBBox> boxes = Needles();
     const float thin = boxes[0].max[0];
     Random random(3);
@@ -439,7 +439,7 @@ TEST(LinearBVHBuilderDepth, IsLogarithmicForEqualBoxes) {
     EXPECT_EQ(check.depth(), 12u);
 }
 
-// A point on a line has no area, so only the counts can tell a good split from a bad one.
+// A point on a line has no area, so only the counts can distinguish a good split from a bad one.
 TEST(LinearBVHBuilderDepth, IsNearlyLogarithmicForPointsOnALine) {
     const Boxes boxes(Make(PointOnALine, 1 << 12, 9));
     kxGenericBVH tree;
@@ -498,7 +498,7 @@ std::vector<unsigned int> FoundOneByOne(const std::vector<kxBBox>& boxes, const 
     return found;
 }
 
-TEST(LinearBVHQuery, FindsWhatALookAtEveryBoxFinds) {
+TEST(LinearBVHQuery, FindsTheResultOfATestOfEveryBox) {
     Random random(11);
     const std::vector<kxBBox> boxes = Make(GridBox, 3000, 4);
     kxGenericBVH tree;
@@ -530,7 +530,7 @@ std::vector<kxBBox> SphereBoxes(unsigned int count) {
 
 // With 20,000 boxes a tree without sense would look at thousands of nodes; the bounds leave a
 // margin of about a half over what the surface-area heuristic needs.
-TEST(LinearBVHQuery, LooksAtFewNodesAndPrimitives) {
+TEST(LinearBVHQuery, VisitsFewNodesAndPrimitives) {
     const std::vector<kxBBox> boxes = SphereBoxes(20000);
     kxGenericBVH tree;
     ASSERT_TRUE(Build(tree, Boxes(boxes), 10));
@@ -566,21 +566,21 @@ TEST(LinearBVHQuery, AFewSenselessBoxesCostLittle) {
 class CancelAt : public kx::kxCancelInterfaceReadOnly {
 public:
     explicit CancelAt(int question) : question_(question) {}
-    bool isCanceled() const override { return asked_++ == question_; }
-    int asked() const { return asked_; }
+    bool isCanceled() const override { return polls_++ == question_; }
+    int polls() const { return polls_; }
 
 private:
     int question_;
-    mutable int asked_ = 0;
+    mutable int polls_ = 0;
 };
 
-TEST(LinearBVHBuilderCancellation, AStopAtAnyQuestionLeavesNothing) {
+TEST(LinearBVHBuilderCancellation, AStopAtAnyPollLeavesNothing) {
     const Boxes boxes(Make(MostlySoundBox, 9000, 8));
     const CancelAt never(-1);
     kxGenericBVH whole;
     ASSERT_TRUE(kx::kxLinearGenericBVHBuilder::build(whole, boxes, &never, 10));
-    ASSERT_GT(never.asked(), 20);
-    for (int question = 0; question < never.asked(); ++question) {
+    ASSERT_GT(never.polls(), 20);
+    for (int question = 0; question < never.polls(); ++question) {
         const CancelAt cancel(question);
         kxGenericBVH tree = whole;
         EXPECT_FALSE(kx::kxLinearGenericBVHBuilder::build(tree, boxes, &cancel, 10)) << question;
@@ -601,7 +601,7 @@ class Watched : public kx::kxGenericBVHPrimitives, public kx::kxCancelInterfaceR
 public:
     unsigned int getPrimitiveQuantity() const override { return 50000; }
     kxBBox getPrimitiveBox(unsigned int i) const override {
-        EXPECT_EQ(i, handedOut_) << "boxes are asked for once, in order";
+        EXPECT_EQ(i, handedOut_) << "boxes are requested once, in order";
         ++handedOut_;
         ++sinceQuestion_;
         longest_ = std::max(longest_, sinceQuestion_);
@@ -621,7 +621,7 @@ private:
     mutable unsigned int longest_ = 0;
 };
 
-TEST(LinearBVHBuilderCancellation, IsAskedForEveryFewThousandBoxesWhichAreReadOnce) {
+TEST(LinearBVHBuilderCancellation, IsPolledForEveryFewThousandBoxesWhichAreReadOnce) {
     const Watched watched;
     kxGenericBVH tree;
     ASSERT_TRUE(kx::kxLinearGenericBVHBuilder::build(tree, watched, &watched, 10));
@@ -634,7 +634,7 @@ class TooMany : public kx::kxGenericBVHPrimitives {
 public:
     unsigned int getPrimitiveQuantity() const override { return (1u << 30) + 1; }
     kxBBox getPrimitiveBox(unsigned int) const override {
-        ADD_FAILURE() << "a box was asked for";
+        ADD_FAILURE() << "a box was requested";
         return {};
     }
 };

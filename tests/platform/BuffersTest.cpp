@@ -92,7 +92,7 @@ TEST(IndexBuffer, GrowingKeepsTheOldAndZeroesTheNew) {
     EXPECT_EQ(Indices(buffer), (std::vector<unsigned int>{7, 8, 0, 0}));
 }
 
-TEST(IndexBuffer, WhatWasCutOffComesBackAsZero) {
+TEST(IndexBuffer, WhatWasIntersectionOffComesBackAsZero) {
     kxIndexBuffer buffer(3, kx::IBT_TRIANGLES);
     for (unsigned int i = 0; i < 3; ++i) {
         buffer.GetData()[i] = i + 1;

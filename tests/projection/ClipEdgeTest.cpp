@@ -27,7 +27,7 @@ TEST(ClipEdgeWorld, ASegmentInsideIsKeptWhole) {
     EXPECT_EQ(r.t0, 0.0F);
     EXPECT_EQ(r.t1, 1.0F);
     EXPECT_EQ(Grid(r.b0), (std::array<int, 3>{1, 0, 1}));
-    EXPECT_EQ(Grid(r.b1), (std::array<int, 3>{1, 2, 1})); // 1.95 is cut off, not rounded
+    EXPECT_EQ(Grid(r.b1), (std::array<int, 3>{1, 2, 1})); // 1.95 is truncated, not rounded
     EXPECT_EQ(r.w0, 1.0F);
     EXPECT_EQ(r.w1, 1.0F);
 }
@@ -141,13 +141,13 @@ TEST(ClipEdgeWorld, FollowsItsStepsBitForBit) {
         const Vec3 p1 = RandomPoint(random);
         ASSERT_EQ(CompareClippedEdge(space, p0, p1, counts), "") << "seed " << trial;
     }
-    EXPECT_GT(counts.cut, trials / 10);
+    EXPECT_GT(counts.clipped, trials / 10);
     EXPECT_GT(counts.dropped, trials / 10);
 }
 
 TEST(ClipEdgeWorld, DoesNotDependOnWhichEndComesFirst) {
     Random random(22);
-    int cut = 0;
+    int clipped = 0;
     const int trials = Scaled(20000);
     for (int trial = 0; trial < trials; ++trial) {
         const DiscreteProjectionSpace space = RandomView(random);
@@ -162,10 +162,10 @@ TEST(ClipEdgeWorld, DoesNotDependOnWhichEndComesFirst) {
         if (r.w0 != kUntouchedW) {
             ASSERT_NEAR(r.t0, 1.0F - turned.t1, 2e-6F) << "trial " << trial;
             ASSERT_NEAR(r.t1, 1.0F - turned.t0, 2e-6F) << "trial " << trial;
-            cut += r.t0 > 0.0F && r.t1 < 1.0F ? 1 : 0;
+            clipped += r.t0 > 0.0F && r.t1 < 1.0F ? 1 : 0;
         }
     }
-    EXPECT_GT(cut, trials / 50);
+    EXPECT_GT(clipped, trials / 50);
 }
 
 // The exact part of the segment on the inner side of all planes moved inwards by `margin`.

@@ -102,13 +102,13 @@ inline std::array<double, 4> Widened(const Clip& c) {
     return {c[0], c[1], c[2], c[3]};
 }
 
-struct Cut {
+struct Clipped {
     Clip point;
     float s;
 };
 
-inline Cut
-CutBetween(const DiscreteProjectionSpace& space, int plane, const Clip& c0, const Clip& c1) {
+inline Clipped
+ClippedBetween(const DiscreteProjectionSpace& space, int plane, const Clip& c0, const Clip& c1) {
     const float k = BoundOf(space, plane);
     const std::size_t axis = AxisOf(plane);
     Clip m{};
@@ -210,9 +210,9 @@ ExpectedEdge(const DiscreteProjectionSpace& space, const Vec3& p0, const Vec3& p
         if (!out0 && !out1) {
             continue;
         }
-        const Cut cut = CutBetween(space, plane, e.c0, e.c1);
-        const float t = e.t0 + (cut.s + 0.5F) * (e.t1 - e.t0);
-        (out0 ? e.c0 : e.c1) = cut.point;
+        const Clipped clipped = ClippedBetween(space, plane, e.c0, e.c1);
+        const float t = e.t0 + (clipped.s + 0.5F) * (e.t1 - e.t0);
+        (out0 ? e.c0 : e.c1) = clipped.point;
         (out0 ? e.t0 : e.t1) = t;
     }
     return e;
@@ -224,7 +224,7 @@ inline bool IsFinite(const Clip& c) {
 
 /// What comparisons have met.
 struct EdgeCounts {
-    int cut = 0;
+    int clipped = 0;
     int dropped = 0;
 };
 
@@ -249,7 +249,7 @@ inline std::string CompareClippedEdge(const DiscreteProjectionSpace& space,
                    ? ""
                    : "an edge outside the view wrote its ends\n";
     }
-    counts.cut += expected.t0 > 0.0F || expected.t1 < 1.0F ? 1 : 0;
+    counts.clipped += expected.t0 > 0.0F || expected.t1 < 1.0F ? 1 : 0;
     if (Bits(r.w0) != Bits(expected.c0[3]) || Bits(r.w1) != Bits(expected.c1[3])) {
         return "the clipped edge has another w\n";
     }
@@ -259,7 +259,7 @@ inline std::string CompareClippedEdge(const DiscreteProjectionSpace& space,
                : "the clipped edge has other grid points\n";
 }
 
-/// What the callers of clipTriangle() have room for. A sliver along two planes can, by rounding,
+/// What the callers of clipTriangle() have space for. A sliver along two planes can, by rounding,
 /// cross one of them four times and would become longer; it ends there.
 constexpr std::size_t kBufferSize = 9;
 
@@ -325,7 +325,7 @@ inline Polygon ExpectedPolygon(const DiscreteProjectionSpace& space, const ClipC
         for (std::size_t i = 0; i < polygon.size(); ++i) {
             const std::size_t previous = i == 0 ? polygon.size() - 1 : i - 1;
             if (out[previous] != out[i]) {
-                next.push_back(CutBetween(space, plane, polygon[previous], polygon[i]).point);
+                next.push_back(ClippedBetween(space, plane, polygon[previous], polygon[i]).point);
                 nextCodes.push_back(out[i] ? codes[i] : 0U);
             }
             if (!out[i]) {
@@ -371,7 +371,7 @@ inline std::string CompareClippedTriangle(const DiscreteProjectionSpace& space,
     if (!p.kept || !expected.kept) {
         return p.kept == expected.kept ? "" : "the clipped triangle is kept, or not\n";
     }
-    counts.cut += p.codes != 57U ? 1 : 0;
+    counts.clipped += p.codes != 57U ? 1 : 0;
     if (p.codes != expected.codes || p.exchanged != expected.exchanged ||
         p.vertices.size() != expected.vertices.size()) {
         return "the clipped triangle has other codes or vertices\n";

@@ -59,7 +59,7 @@ TEST(ClipTriangle, ATriangleBeyondOnePlaneIsGone) {
 }
 
 TEST(ClipTriangle, OneCornerOutsideGivesFourVerticesAndOneNewEdge) {
-    // Vertex 0 lies beyond x = 1: the edges 2 -> 0 and 0 -> 1 are cut half way.
+    // Vertex 0 lies beyond x = 1: the edges 2 -> 0 and 0 -> 1 are clipped half way.
     const Polygon p =
         ClipCorners3(DiscreteProjectionSpace(),
                      {AtW1(2.0F, 0.0F, 0.0F), AtW1(0.0F, 0.5F, 0.0F), AtW1(0.0F, -0.5F, 0.0F)});
@@ -101,19 +101,19 @@ TEST(ClipTriangle, TwoCornersOutsideLeaveATriangleWithOneNewEdge) {
 }
 
 TEST(ClipTriangle, ThePolygonIsWhereThePointerPoints) {
-    // Cut by x <= 1 and then by y <= 1: back in the first buffer.
+    // Clipped by x <= 1 and then by y <= 1: back in the first buffer.
     const Polygon p =
         ClipCorners3(DiscreteProjectionSpace(),
                      {AtW1(2.0F, 0.0F, 0.0F), AtW1(0.0F, 2.0F, 0.0F), AtW1(0.0F, 0.0F, 0.0F)});
     ASSERT_TRUE(p.kept);
     EXPECT_FALSE(p.exchanged);
-    ASSERT_EQ(p.vertices.size(), 5U); // the corner of the view is met by both cuts
+    ASSERT_EQ(p.vertices.size(), 5U); // the corner of the view is met by both clips
     EXPECT_EQ(p.vertices[0], AtW1(1.0F, 0.0F, 0.0F));
 }
 
-TEST(ClipTriangle, ThreeCutCornersOfAHexagonGiveNineVertices) {
-    // The plane x + y + z = 0 meets the cube in a regular hexagon; each side of this triangle cuts
-    // off every second corner of it.
+TEST(ClipTriangle, ThreeClippedCornersOfAHexagonGiveNineVertices) {
+    // The plane x + y + z = 0 meets the cube in a regular hexagon; each side of this triangle
+    // intersects off every second corner of it.
     const Polygon p =
         ClipCorners3(DiscreteProjectionSpace(),
                      {AtW1(-1.8F, 1.8F, 0.0F), AtW1(0.0F, -1.8F, 1.8F), AtW1(1.8F, 0.0F, -1.8F)});
@@ -136,7 +136,7 @@ TEST(ClipTriangle, FollowsItsStepsBitForBit) {
         ASSERT_EQ(CompareClippedTriangle(space, RandomCorners(random), counts), "")
             << "seed " << trial;
     }
-    EXPECT_GT(counts.cut, trials / 4);
+    EXPECT_GT(counts.clipped, trials / 4);
     EXPECT_GT(counts.dropped, trials / 10);
 }
 
@@ -191,7 +191,7 @@ TEST(ClipTriangle, HostileNumbersNeverOverrunTheBuffers) {
 }
 
 TEST(ClipTriangle, APolygonThatRoundingBendsStaysInItsBuffers) {
-    // Coordinates so large that the cuts of some planes no longer give a convex polygon: planes
+    // Coordinates so large that clips by some planes no longer give a convex polygon: planes
     // then add more than one vertex each, ten or eleven in all.
     constexpr float kHuge = 0x1.ff933cp+127F;
     ExpectWithinBuffers({Clip{kHuge, -0x1.4a2afp-1F, 0x1.2bbdbp+0F, -kHuge},
@@ -202,9 +202,9 @@ TEST(ClipTriangle, APolygonThatRoundingBendsStaysInItsBuffers) {
                          Clip{1.0F, 0x1.325a94p+1F, -0x1.d38f3ep+0F, -0x1.1171b8p+0F}});
 }
 
-TEST(ClipTriangle, NeighboursCutTheirCommonEdgeAtTheSamePoints) {
+TEST(ClipTriangle, NeighboursClippedTheirCommonEdgeAtTheSamePoints) {
     Random random(32);
-    int cut = 0;
+    int clipped = 0;
     const int trials = Scaled(15000);
     for (int trial = 0; trial < trials; ++trial) {
         const DiscreteProjectionSpace space = RandomView(random);
@@ -218,16 +218,16 @@ TEST(ClipTriangle, NeighboursCutTheirCommonEdgeAtTheSamePoints) {
                 if (b.codeOf(j) == 3U) {
                     ASSERT_EQ(Bits(a.vertices[i]), Bits(b.before(j))) << "trial " << trial;
                     ASSERT_EQ(Bits(a.before(i)), Bits(b.vertices[j])) << "trial " << trial;
-                    cut += a.vertices[i] != left[1] || a.before(i) != left[0] ? 1 : 0;
+                    clipped += a.vertices[i] != left[1] || a.before(i) != left[0] ? 1 : 0;
                 }
             }
         }
     }
-    EXPECT_GT(cut, trials / 20);
+    EXPECT_GT(clipped, trials / 20);
 }
 
-// Rounding of a few cuts among coordinates up to 2.5; a cut of an edge that is almost parallel to
-// the plane moves along that edge, and so off planes that cut it before.
+// Rounding of a few intersections among coordinates up to 2.5; a clip of an edge that is almost
+// parallel to the plane moves along that edge, and so off planes that clipped it before.
 constexpr double kTolerance = 1e-3;
 
 double TripleNorm(const std::array<double, 3>& v) {

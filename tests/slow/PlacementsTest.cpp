@@ -39,7 +39,7 @@ MeshPointer Sheet(int level, std::size_t trianglesPerHole) {
     return test_support::MakeMesh(sheet);
 }
 
-// A sheet with holes, one below it, and a triangle that pierces both.
+// A sheet with holes, one below it, and a triangle that intersects both.
 std::vector<MeshPointer> Part() {
     return {Sheet(300, 211), Sheet(900, 307),
             test_support::MakeMesh(test_support::Triangle(

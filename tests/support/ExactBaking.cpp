@@ -15,7 +15,7 @@ using ClipPoint = Wm4::Vector4<float>;
 
 constexpr std::int32_t kOutsideMarker = 1 << 28;
 
-// What the callers of clipTriangle() have room for: the corners and one more for each bound. A
+// What the callers of clipTriangle() have space for: the corners and one more for each bound. A
 // sliver that runs along two bounds can, by rounding, cross one of them four times and would become
 // longer; it ends there.
 constexpr std::size_t kMostVertices = 9;
@@ -58,7 +58,7 @@ ClipPoint CrossPlane(const ClipPlane& plane, const ClipPoint& from, const ClipPo
     return crossing;
 }
 
-ExactPolygon CutByPlane(const ClipPlane& plane, const ExactPolygon& polygon) {
+ExactPolygon ClippedByPlane(const ClipPlane& plane, const ExactPolygon& polygon) {
     const std::size_t count = polygon.vertices.size();
     ExactPolygon result;
     for (std::size_t i = 0; i < count; ++i) {
@@ -77,7 +77,7 @@ ExactPolygon CutByPlane(const ClipPlane& plane, const ExactPolygon& polygon) {
     }
     result.vertices.resize(std::min(result.vertices.size(), kMostVertices));
     result.edges.resize(result.vertices.size());
-    result.cut = true;
+    result.clipped = true;
     return result;
 }
 
@@ -169,7 +169,7 @@ private:
         for (const ClipPoint& position : positions) {
             baked_.vertices.push_back(QuantiseOwnVertex(space_, position));
         }
-        std::vector<std::pair<unsigned int, ExactPolygon>> cutPolygons;
+        std::vector<std::pair<unsigned int, ExactPolygon>> clippedPolygons;
         for (int i = 0; i < mesh.GetTriangleQuantity(); ++i) {
             const auto corners = triangleCorners(mesh, i, positions.size());
             if (!corners) {
@@ -177,10 +177,10 @@ private:
                 continue;
             }
             bakeTriangle(static_cast<unsigned int>(i), *corners, positions, firstVertex,
-                         cutPolygons);
+                         clippedPolygons);
         }
-        for (const auto& [source, polygon] : cutPolygons) {
-            addCutPolygon(source, polygon);
+        for (const auto& [source, polygon] : clippedPolygons) {
+            addClippedPolygon(source, polygon);
         }
     }
 
@@ -213,7 +213,7 @@ private:
                       const std::array<unsigned int, 3>& corners,
                       const std::vector<ClipPoint>& positions,
                       unsigned int firstVertex,
-                      std::vector<std::pair<unsigned int, ExactPolygon>>& cutPolygons) {
+                      std::vector<std::pair<unsigned int, ExactPolygon>>& clippedPolygons) {
         const std::array<ClipPoint, 3> triangle = {positions[corners[0]], positions[corners[1]],
                                                    positions[corners[2]]};
         if (!std::all_of(triangle.begin(), triangle.end(), IsFinite)) {
@@ -223,9 +223,9 @@ private:
         const ExactPolygon polygon = ClipTriangleExactly(space_, triangle);
         if (polygon.vertices.empty()) {
             ++baked_.trianglesOutside;
-        } else if (polygon.cut) {
+        } else if (polygon.clipped) {
             ++baked_.trianglesClipped;
-            cutPolygons.emplace_back(source, polygon);
+            clippedPolygons.emplace_back(source, polygon);
         } else {
             addTriangle(firstVertex + corners[0], firstVertex + corners[1],
                         firstVertex + corners[2]);
@@ -245,7 +245,7 @@ private:
         return true;
     }
 
-    void addCutPolygon(unsigned int source, const ExactPolygon& polygon) {
+    void addClippedPolygon(unsigned int source, const ExactPolygon& polygon) {
         NumberedPolygon numbered{{}, polygon.edges, source};
         for (const ClipPoint& vertex : polygon.vertices) {
             numbered.vertices.push_back(vertexCount());
@@ -317,7 +317,7 @@ ExactPolygon ClipTriangleExactly(const ctr::DiscreteProjectionSpace& space,
             return {};
         }
         if (outside > 0) {
-            polygon = CutByPlane(plane, polygon);
+            polygon = ClippedByPlane(plane, polygon);
         }
     }
     return polygon;

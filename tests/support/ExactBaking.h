@@ -30,7 +30,7 @@ struct ExactBaked {
     std::vector<std::vector<unsigned int>> origins;
 
     int trianglesOutside = 0;  ///< Of the meshes, wholly outside the view.
-    int trianglesClipped = 0;  ///< Of the meshes, cut by the view's bounds.
+    int trianglesClipped = 0;  ///< Of the meshes, clipped by the view's bounds.
     int trianglesEdgeOn = 0;   ///< Of the meshes or of clipped ones, without area on the screen.
     int trianglesUnusable = 0; ///< Of the meshes, not finite or without vertices.
 
@@ -42,7 +42,7 @@ struct ExactPolygon {
     std::vector<Wm4::Vector4<float>> vertices;
     /// One a vertex: the edge of the triangle that ends there (1, 2 or 3), or 0.
     std::vector<unsigned int> edges;
-    bool cut = false; ///< Some bound had vertices beyond it.
+    bool clipped = false; ///< Some bound had vertices beyond it.
 };
 
 /// The clip-space position of a vertex: x row0 + y row1 + z row2 + row3, left to right.

@@ -77,7 +77,7 @@ Fraction Between(const Fraction& a, const Fraction& b) {
             kWeightA * a.denominator + kWeightB * b.denominator};
 }
 
-// Digits from the last to the first; streams know no 128-bit numbers.
+// Digits from the last to the first; streams do not support 128-bit numbers.
 std::string Digits(Wide value) {
     std::string text;
     for (Wide rest = value < 0 ? -value : value; rest > 0 || text.empty(); rest /= 10) {

@@ -64,7 +64,7 @@ Fraction WithPositiveDenominator(Wide numerator, Wide denominator) {
     return denominator < 0 ? Fraction{-numerator, -denominator} : Fraction{numerator, denominator};
 }
 
-// --- where a pair of triangles cuts ---
+// --- the intersection of a pair of triangles ---
 
 using Distances = std::array<Wide, 3>;
 
@@ -135,7 +135,7 @@ bool HasTie(const Span& a, const Span& b) {
            a.low.place == b.high.place || b.low.place == a.high.place;
 }
 
-std::optional<Cut> CommonPart(const Span& a, const Span& b) {
+std::optional<Intersection> CommonPart(const Span& a, const Span& b) {
     const int ownerOfLowest = b.low.place < a.low.place ? 1 : 0;
     End low = a.low.place > b.low.place ? a.low : b.low;
     End high = b.high.place < a.high.place ? b.high : a.high;
@@ -145,7 +145,7 @@ std::optional<Cut> CommonPart(const Span& a, const Span& b) {
     if (low.owner == ownerOfLowest) {
         return std::nullopt;
     }
-    return Cut{low.crossing, high.crossing};
+    return Intersection{low.crossing, high.crossing};
 }
 
 std::int32_t Extent(const std::array<std::int32_t, 4>& values) {
@@ -153,8 +153,9 @@ std::int32_t Extent(const std::array<std::int32_t, 4>& values) {
     return *most - *least;
 }
 
-std::optional<Cut>
-CutOfSpans(const std::array<Crossing, 2>& a, const std::array<Crossing, 2>& b, CutCounts& counts) {
+std::optional<Intersection> IntersectionOfSpans(const std::array<Crossing, 2>& a,
+                                                const std::array<Crossing, 2>& b,
+                                                IntersectionCounts& counts) {
     const std::int32_t acrossX = Extent({a[0].point.x, a[1].point.x, b[0].point.x, b[1].point.x});
     const std::int32_t acrossY = Extent({a[0].point.y, a[1].point.y, b[0].point.y, b[1].point.y});
     if (acrossX == 0 && acrossY == 0) {
@@ -165,16 +166,16 @@ CutOfSpans(const std::array<Crossing, 2>& a, const std::array<Crossing, 2>& b, C
     const Span spanA = SpanOf(a, alongX, 0);
     const Span spanB = SpanOf(b, alongX, 1);
     counts.ties += HasTie(spanA, spanB) ? 1 : 0;
-    std::optional<Cut> cut = CommonPart(spanA, spanB);
-    counts.apart += cut ? 0 : 1;
-    return cut;
+    std::optional<Intersection> intersection = CommonPart(spanA, spanB);
+    counts.apart += intersection ? 0 : 1;
+    return intersection;
 }
 
 bool EndsInCorner(const Crossing& c) {
     return c.t.numerator == c.t.denominator;
 }
 
-// --- what hides a cut ---
+// --- the occluders of an intersection ---
 
 // A function that is linear over the grid, at the two ends of the side that a crossing lies on.
 struct Values {
@@ -230,9 +231,13 @@ bool Narrow(Window& window,
 }
 
 template <typename Function>
-bool NarrowBy(Window& window, const Cut& cut, const Function& f, bool isClosed = false) {
-    return Narrow(window, {f(cut.first.from), f(cut.first.to)}, cut.first.t,
-                  {f(cut.second.from), f(cut.second.to)}, cut.second.t, isClosed);
+bool NarrowBy(Window& window,
+              const Intersection& intersection,
+              const Function& f,
+              bool isClosed = false) {
+    return Narrow(window, {f(intersection.first.from), f(intersection.first.to)},
+                  intersection.first.t, {f(intersection.second.from), f(intersection.second.to)},
+                  intersection.second.t, isClosed);
 }
 
 Wm4::Vector2<std::int64_t> Narrowed(const Fraction& f) {
@@ -243,8 +248,8 @@ ScreenBox BoxOfTriangle(const BakedTriangles& baked, unsigned int triangle) {
     return BoxOf(CornersOf(baked, triangle));
 }
 
-ScreenBox BoxAround(const Cut& cut) {
-    return BoxOf(cut.first.point, cut.second.point).grownBy(1);
+ScreenBox BoxAround(const Intersection& intersection) {
+    return BoxOf(intersection.first.point, intersection.second.point).grownBy(1);
 }
 
 // --- what remains visible ---
@@ -265,16 +270,17 @@ std::vector<ctr::RationalInterval> Complement(const std::vector<ctr::RationalInt
     return visible;
 }
 
-// The crossings of a triangle's sides are rounded, so a triangle well beside a cut may seem to hide
-// some of it. Only those are asked whose box comes within a step of the cut's, on the screen.
+// The crossings of a triangle's sides are rounded, so a triangle well beside an intersection may
+// seem to hide some of it. Only those are tested whose box comes within a step of that of the
+// intersection, on the screen.
 std::vector<ctr::RationalInterval> HiddenByAny(const BakedTriangles& baked,
-                                               const Cut& cut,
+                                               const Intersection& intersection,
                                                const TrianglesNear& near,
-                                               CutCounts& counts) {
+                                               IntersectionCounts& counts) {
     std::vector<ctr::RationalInterval> ranges;
-    const ScreenBox box = BoxAround(cut);
+    const ScreenBox box = BoxAround(intersection);
     for (const unsigned int k : near(box)) {
-        const auto range = HiddenOfCut(baked, cut, k);
+        const auto range = HiddenOfIntersection(baked, intersection, k);
         const bool isNear = BoxOfTriangle(baked, k).meets(box);
         if (range && isNear) {
             ranges.push_back(*range);
@@ -285,14 +291,16 @@ std::vector<ctr::RationalInterval> HiddenByAny(const BakedTriangles& baked,
     return ranges;
 }
 
-/// The pieces of a cut in some ranges; returns how many are left out, as in one column.
-int AppendPieces(const Cut& cut,
+/// The pieces of an intersection in some ranges; returns how many are left out, as in one column.
+int AppendPieces(const Intersection& intersection,
                  const std::vector<ctr::RationalInterval>& ranges,
                  std::vector<GridPiece>& pieces) {
     int dropped = 0;
     for (const ctr::RationalInterval& range : ranges) {
-        const BakedVertex p = PointAt(cut.first.point, cut.second.point, ToFraction(range.start));
-        const BakedVertex q = PointAt(cut.first.point, cut.second.point, ToFraction(range.end));
+        const BakedVertex p =
+            PointAt(intersection.first.point, intersection.second.point, ToFraction(range.start));
+        const BakedVertex q =
+            PointAt(intersection.first.point, intersection.second.point, ToFraction(range.end));
         if (p.x == q.x && p.y == q.y) {
             ++dropped;
         } else {
@@ -365,7 +373,7 @@ bool AreSeveral(const std::vector<Fraction>& places) {
                        [&](const Fraction& place) { return Compare(place, places.front()) != 0; });
 }
 
-// Whether no corner of what both triangles cover on the screen tells their planes apart by more
+// Whether no corner of the overlap of both triangles on screen separates their planes by more
 // than the tolerance, measured across the one that is steeper.
 bool AreInContact(const BakedTriangles& baked, unsigned int i, unsigned int j) {
     const auto size = [](Wide v) { return v < 0 ? -v : v; };
@@ -398,22 +406,22 @@ bool AreInContact(const BakedTriangles& baked, unsigned int i, unsigned int j) {
     return true;
 }
 
-void AppendCut(const std::vector<CutHiders>& hiders,
-               const Cut& cut,
-               bool grazing,
-               CutPieces& pieces,
-               CutCounts& counts) {
+void AppendIntersection(const std::vector<IntersectionHiders>& hiders,
+                        const Intersection& intersection,
+                        bool grazing,
+                        IntersectionPieces& pieces,
+                        IntersectionCounts& counts) {
     std::vector<ctr::RationalInterval> ranges;
     for (const auto& [baked, near] : hiders) {
-        const auto some = HiddenByAny(*baked, cut, near, counts);
+        const auto some = HiddenByAny(*baked, intersection, near, counts);
         ranges.insert(ranges.end(), some.begin(), some.end());
     }
     const auto hidden = ExactUnion(ranges);
     const auto visible = Complement(hidden);
     counts.partlyHidden += !hidden.empty() && !visible.empty() ? 1 : 0;
-    counts.piecesDropped += AppendPieces(cut, visible, pieces.visible);
+    counts.piecesDropped += AppendPieces(intersection, visible, pieces.visible);
     if (!grazing) {
-        AppendPieces(cut, hidden, pieces.hidden);
+        AppendPieces(intersection, hidden, pieces.hidden);
     }
 }
 
@@ -427,8 +435,10 @@ BakedVertex PointAt(const BakedVertex& p0, const BakedVertex& p1, const Fraction
     return {at(p0.x, p1.x), at(p0.y, p1.y), at(p0.z, p1.z)};
 }
 
-std::optional<Cut>
-CutOf(const BakedTriangles& baked, unsigned int i, unsigned int j, CutCounts& counts) {
+std::optional<Intersection> IntersectionOf(const BakedTriangles& baked,
+                                           unsigned int i,
+                                           unsigned int j,
+                                           IntersectionCounts& counts) {
     ++counts.pairs;
     const Normal normalA = NormalOf(baked, i);
     const Normal normalB = NormalOf(baked, j);
@@ -451,22 +461,25 @@ CutOf(const BakedTriangles& baked, unsigned int i, unsigned int j, CutCounts& co
         return std::nullopt;
     }
     ++counts.straddling;
-    std::optional<Cut> cut =
-        CutOfSpans(CrossingsOf(a, ofA, sidesOfA), CrossingsOf(b, ofB, sidesOfB), counts);
-    counts.alongEdges += cut && !(Straddles(ofA) && Straddles(ofB)) ? 1 : 0;
-    if (cut) {
-        ++counts.cuts;
-        counts.throughCorners += EndsInCorner(cut->first) || EndsInCorner(cut->second) ? 1 : 0;
+    std::optional<Intersection> intersection =
+        IntersectionOfSpans(CrossingsOf(a, ofA, sidesOfA), CrossingsOf(b, ofB, sidesOfB), counts);
+    counts.alongEdges += intersection && !(Straddles(ofA) && Straddles(ofB)) ? 1 : 0;
+    if (intersection) {
+        ++counts.intersections;
+        counts.throughCorners +=
+            EndsInCorner(intersection->first) || EndsInCorner(intersection->second) ? 1 : 0;
     }
-    return cut;
+    return intersection;
 }
 
-std::optional<ctr::RationalInterval>
-HiddenOfCut(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) {
+std::optional<ctr::RationalInterval> HiddenOfIntersection(const BakedTriangles& baked,
+                                                          const Intersection& intersection,
+                                                          unsigned int triangle) {
     const Corners t = CornersOf(baked, triangle);
     const Normal n = NormalOf(baked, triangle);
     Window window;
-    if (!NarrowBy(window, cut, [&](const BakedVertex& p) { return AlongNormal(p, t[0], n); })) {
+    if (!NarrowBy(window, intersection,
+                  [&](const BakedVertex& p) { return AlongNormal(p, t[0], n); })) {
         return std::nullopt;
     }
     for (std::size_t k = 0; k < 3; ++k) {
@@ -475,7 +488,7 @@ HiddenOfCut(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) 
         const auto side = [&](const BakedVertex& p) {
             return (Wide{p.x} - a.x) * (Wide{b.y} - a.y) - (Wide{p.y} - a.y) * (Wide{b.x} - a.x);
         };
-        if (!NarrowBy(window, cut, side, baked.contactTolerance > 0)) {
+        if (!NarrowBy(window, intersection, side, baked.contactTolerance > 0)) {
             return std::nullopt;
         }
     }
@@ -483,7 +496,8 @@ HiddenOfCut(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) 
         return RoundedValue({AlongNormal(end.from, t[0], n), AlongNormal(end.to, t[0], n)}, end.t);
     };
     const auto isDeep = [&](const Fraction& at) {
-        return At(at, depth(cut.first), depth(cut.second)) < -BandOf(baked, n) * at.denominator;
+        return At(at, depth(intersection.first), depth(intersection.second)) <
+               -BandOf(baked, n) * at.denominator;
     };
     if (Compare(window.start, window.end) >= 0 ||
         (baked.contactTolerance > 0 && !isDeep(window.start) && !isDeep(window.end))) {
@@ -492,25 +506,28 @@ HiddenOfCut(const BakedTriangles& baked, const Cut& cut, unsigned int triangle) 
     return ctr::RationalInterval{Narrowed(window.start), Narrowed(window.end)};
 }
 
-CutPieces PiecesOfCuts(const BakedTriangles& baked, const TrianglesNear& near, CutCounts& counts) {
-    return PiecesOfCuts(baked, near, {{&baked, near}}, counts);
+IntersectionPieces PiecesOfIntersections(const BakedTriangles& baked,
+                                         const TrianglesNear& near,
+                                         IntersectionCounts& counts) {
+    return PiecesOfIntersections(baked, near, {{&baked, near}}, counts);
 }
 
-CutPieces PiecesOfCuts(const BakedTriangles& baked,
-                       const TrianglesNear& near,
-                       const std::vector<CutHiders>& hiders,
-                       CutCounts& counts) {
-    CutPieces pieces;
+IntersectionPieces PiecesOfIntersections(const BakedTriangles& baked,
+                                         const TrianglesNear& near,
+                                         const std::vector<IntersectionHiders>& hiders,
+                                         IntersectionCounts& counts) {
+    IntersectionPieces pieces;
     const auto triangles = static_cast<unsigned int>(baked.trianglePlanes.size());
     for (unsigned int i = 0; i < triangles; ++i) {
         for (const unsigned int j : near(BoxOfTriangle(baked, i))) {
-            const auto cut = j > i ? CutOf(baked, i, j, counts) : std::nullopt;
-            const bool inContact = cut && baked.contactTolerance > 0 && AreInContact(baked, i, j);
+            const auto intersection = j > i ? IntersectionOf(baked, i, j, counts) : std::nullopt;
+            const bool inContact =
+                intersection && baked.contactTolerance > 0 && AreInContact(baked, i, j);
             counts.inContact += inContact ? 1 : 0;
-            if (cut && !inContact) {
-                counts.atOwnTriangle += HiddenOfCut(baked, *cut, i) ? 1 : 0;
-                counts.atOwnTriangle += HiddenOfCut(baked, *cut, j) ? 1 : 0;
-                AppendCut(hiders, *cut, IsGrazing(baked, i, j), pieces, counts);
+            if (intersection && !inContact) {
+                counts.atOwnTriangle += HiddenOfIntersection(baked, *intersection, i) ? 1 : 0;
+                counts.atOwnTriangle += HiddenOfIntersection(baked, *intersection, j) ? 1 : 0;
+                AppendIntersection(hiders, *intersection, IsGrazing(baked, i, j), pieces, counts);
             }
         }
     }
@@ -518,8 +535,8 @@ CutPieces PiecesOfCuts(const BakedTriangles& baked,
     return pieces;
 }
 
-CutPieces PiecesOfCuts(const BakedTriangles& baked, CutCounts& counts) {
-    return PiecesOfCuts(baked, EveryTriangle(baked), counts);
+IntersectionPieces PiecesOfIntersections(const BakedTriangles& baked, IntersectionCounts& counts) {
+    return PiecesOfIntersections(baked, EveryTriangle(baked), counts);
 }
 
 TrianglesNear EveryTriangle(const BakedTriangles& baked) {
@@ -528,8 +545,9 @@ TrianglesNear EveryTriangle(const BakedTriangles& baked) {
     return [all](const ScreenBox&) { return all; };
 }
 
-std::vector<GridPiece> VisibleCuts(const BakedTriangles& baked, CutCounts& counts) {
-    return PiecesOfCuts(baked, counts).visible;
+std::vector<GridPiece> VisibleIntersections(const BakedTriangles& baked,
+                                            IntersectionCounts& counts) {
+    return PiecesOfIntersections(baked, counts).visible;
 }
 
 Wm4::Vector3<float> ToWorld(const ctr::DiscreteProjectionSpace& space, const BakedVertex& p) {

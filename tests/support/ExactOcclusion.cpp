@@ -129,7 +129,7 @@ Encounter Meet(const GridTriangle& triangle,
     const bool overlaps = bounds.fillMoreThanAPoint();
     encounter.alongSide = encounter.alongSide && overlaps;
     encounter.inPlane = overlaps && behind.atStart == 0 && behind.atEnd == 0;
-    encounter.pierces = overlaps && !behind.isConstant() &&
+    encounter.crosses = overlaps && !behind.isConstant() &&
                         Compare(bounds.start, behind.zero()) < 0 &&
                         Compare(behind.zero(), bounds.end) < 0;
     bounds.narrow(behind);

@@ -18,7 +18,7 @@ struct Encounter {
     bool touches = false;   ///< The edge meets the outline on screen, in a single point only.
     bool alongSide = false; ///< The edge runs on the line of one of the triangle's sides.
     bool inPlane = false;   ///< The edge lies in the triangle's plane and over the triangle.
-    bool pierces = false;   ///< The edge changes sides of the plane within the outline.
+    bool crosses = false;   ///< The edge changes sides of the plane within the outline.
 };
 
 /// The parameters of a -> b at which the closed triangle, counter-clockwise on screen, lies

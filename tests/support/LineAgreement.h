@@ -32,7 +32,7 @@ struct CommonSegmentCounts {
     int kept = 0;
 };
 
-/// Removes the segments of b from a, which gets records that tell its segments apart first, and
+/// Removes the segments of b from a, which gets records that distinguish its segments first, and
 /// compares what is left with what a plain set of pairs of places does not hold. Positions are
 /// numbers.
 std::string CompareCommonSegments(ctr::LineSegmentSet& a,

@@ -54,7 +54,7 @@ public:
     bool percent(int share) { return below(100) < share; }
 
 private:
-    // How many bytes tell the numbers below count apart.
+    // How many bytes distinguish the numbers below count.
     static int bytesFor(std::uint64_t count) {
         int bytes = 0;
         while (bytes < 8 && (count - 1) >> (8 * bytes) != 0) {

@@ -18,7 +18,7 @@ Wm4::Vector2<std::int64_t> AnyEnd(Random& random) {
     return {random.between(0, static_cast<int>(denominator)) * factor, denominator * factor};
 }
 
-// Values that no 64-bit product can tell apart.
+// Values that no 64-bit product can distinguish.
 Wm4::Vector2<std::int64_t> AnyLargeEnd(Random& random) {
     const long denominator = (1L << 62U) - random.between(0, 3);
     return {(1L << 61U) + random.between(-3, 3), denominator};

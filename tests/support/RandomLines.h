@@ -13,7 +13,7 @@ namespace test_support {
 /// A range between 0 and 1 out of few values in many forms, so that equal ends are the rule.
 ctr::RationalInterval RandomRange(Random& random);
 
-/// 1 to 8 ranges: such ones, or some whose ends no 64-bit product can tell apart.
+/// 1 to 8 ranges: such ones, or some whose ends no 64-bit product can distinguish.
 std::vector<ctr::RationalInterval> RandomRanges(Random& random);
 
 void Shuffle(Random& random, std::vector<ctr::RationalInterval>& ranges);

@@ -17,7 +17,7 @@ namespace {
 using Lattice = std::array<int, 3>;
 
 // Where the points of a scene may lie.
-struct Room {
+struct LatticeBox {
     Lattice lowest;
     Lattice highest;
 };
@@ -26,10 +26,10 @@ Point ToPoint(const Lattice& p) {
     return {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2])};
 }
 
-Lattice AnyPoint(Random& random, const Room& room) {
+Lattice AnyPoint(Random& random, const LatticeBox& box) {
     Lattice p{};
     for (std::size_t i = 0; i < 3; ++i) {
-        p[i] = random.between(room.lowest[i], room.highest[i]);
+        p[i] = random.between(box.lowest[i], box.highest[i]);
     }
     return p;
 }
@@ -44,22 +44,22 @@ Lattice SmallStep(Random& random) {
 
 // --- ingredients ---
 
-MeshData Soup(Random& random, const Room& room) {
+MeshData Soup(Random& random, const LatticeBox& box) {
     MeshData data;
     for (int i = random.between(1, 6); i > 0; --i) {
-        const Point a = ToPoint(AnyPoint(random, room));
-        const Point b = ToPoint(AnyPoint(random, room));
-        data.addTriangle(a, b, ToPoint(AnyPoint(random, room)));
+        const Point a = ToPoint(AnyPoint(random, box));
+        const Point b = ToPoint(AnyPoint(random, box));
+        data.addTriangle(a, b, ToPoint(AnyPoint(random, box)));
     }
     return data;
 }
 
 // Few vertices, shared by number between many triangles; a number may come up twice in one.
-MeshData SharedVertices(Random& random, const Room& room) {
+MeshData SharedVertices(Random& random, const LatticeBox& box) {
     MeshData data;
     const int points = random.between(4, 6);
     for (int i = 0; i < points; ++i) {
-        data.addVertex(ToPoint(AnyPoint(random, room)));
+        data.addVertex(ToPoint(AnyPoint(random, box)));
     }
     const auto any = [&] { return static_cast<unsigned int>(random.below(points)); };
     for (int i = random.between(3, 8); i > 0; --i) {
@@ -71,10 +71,10 @@ MeshData SharedVertices(Random& random, const Room& room) {
 }
 
 // One triangle, and others a single lattice step beside it.
-MeshData NearlyShared(Random& random, const Room& room) {
-    const Lattice a = AnyPoint(random, room);
-    const Lattice b = AnyPoint(random, room);
-    const Lattice c = AnyPoint(random, room);
+MeshData NearlyShared(Random& random, const LatticeBox& box) {
+    const Lattice a = AnyPoint(random, box);
+    const Lattice b = AnyPoint(random, box);
+    const Lattice c = AnyPoint(random, box);
     MeshData data = Triangle(ToPoint(a), ToPoint(b), ToPoint(c));
     for (int i = random.between(1, 3); i > 0; --i) {
         const Point p = ToPoint(Moved(a, SmallStep(random), 1));
@@ -84,10 +84,10 @@ MeshData NearlyShared(Random& random, const Room& room) {
     return data;
 }
 
-MeshData Duplicates(Random& random, const Room& room) {
-    const Point a = ToPoint(AnyPoint(random, room));
-    const Point b = ToPoint(AnyPoint(random, room));
-    MeshData data = Triangle(a, b, ToPoint(AnyPoint(random, room)));
+MeshData Duplicates(Random& random, const LatticeBox& box) {
+    const Point a = ToPoint(AnyPoint(random, box));
+    const Point b = ToPoint(AnyPoint(random, box));
+    MeshData data = Triangle(a, b, ToPoint(AnyPoint(random, box)));
     const MeshData once = data;
     for (int i = random.between(1, 3); i > 0; --i) {
         data.append(random.percent(50) ? once : Flipped(once));
@@ -96,13 +96,13 @@ MeshData Duplicates(Random& random, const Room& room) {
 }
 
 // Overlapping triangles in one plane: level, or one that falls by whole steps.
-MeshData Coplanar(Random& random, const Room& room) {
+MeshData Coplanar(Random& random, const LatticeBox& box) {
     const int fallX = random.between(-1, 1);
     const int fallY = random.between(-1, 1);
-    const int level = random.between(room.lowest[2], room.highest[2]);
+    const int level = random.between(box.lowest[2], box.highest[2]);
     const auto any = [&] {
-        Lattice p = AnyPoint(random, room);
-        p[2] = level + fallX * (p[0] - room.lowest[0]) + fallY * (p[1] - room.lowest[1]);
+        Lattice p = AnyPoint(random, box);
+        p[2] = level + fallX * (p[0] - box.lowest[0]) + fallY * (p[1] - box.lowest[1]);
         return ToPoint(p);
     };
     MeshData data;
@@ -115,51 +115,51 @@ MeshData Coplanar(Random& random, const Room& room) {
 }
 
 // Triangles with a side each on one common line, sides that overlap, touch or lie apart.
-MeshData EdgesOnEdges(Random& random, const Room& room) {
-    const Lattice from = AnyPoint(random, room);
+MeshData EdgesOnEdges(Random& random, const LatticeBox& box) {
+    const Lattice from = AnyPoint(random, box);
     const Lattice along = SmallStep(random);
     MeshData data;
     for (int i = random.between(2, 5); i > 0; --i) {
         const Point a = ToPoint(Moved(from, along, random.between(0, 5)));
         const Point b = ToPoint(Moved(from, along, random.between(0, 5)));
-        data.addTriangle(a, b, ToPoint(AnyPoint(random, room)));
+        data.addTriangle(a, b, ToPoint(AnyPoint(random, box)));
     }
     return data;
 }
 
-MeshData Needles(Random& random, const Room& room) {
+MeshData Needles(Random& random, const LatticeBox& box) {
     MeshData data;
     for (int i = random.between(1, 4); i > 0; --i) {
-        const Lattice a = AnyPoint(random, room);
-        const Point far = ToPoint(AnyPoint(random, room));
+        const Lattice a = AnyPoint(random, box);
+        const Point far = ToPoint(AnyPoint(random, box));
         data.addTriangle(ToPoint(a), ToPoint(Moved(a, SmallStep(random), 1)), far);
     }
     return data;
 }
 
-MeshData FanOnEdge(Random& random, const Room& room) {
-    const Point a = ToPoint(AnyPoint(random, room));
-    const Point b = ToPoint(AnyPoint(random, room));
+MeshData FanOnEdge(Random& random, const LatticeBox& box) {
+    const Point a = ToPoint(AnyPoint(random, box));
+    const Point b = ToPoint(AnyPoint(random, box));
     std::vector<Point> tips;
     for (int i = random.between(2, 6); i > 0; --i) {
-        tips.push_back(ToPoint(AnyPoint(random, room)));
+        tips.push_back(ToPoint(AnyPoint(random, box)));
     }
     return Fan(a, b, tips);
 }
 
-MeshData ClosedBody(Random& random, const Room& room) {
-    const Lattice a = AnyPoint(random, room);
-    const Lattice b = AnyPoint(random, room);
+MeshData ClosedBody(Random& random, const LatticeBox& box) {
+    const Lattice a = AnyPoint(random, box);
+    const Lattice b = AnyPoint(random, box);
     return Box(ToPoint({std::min(a[0], b[0]), std::min(a[1], b[1]), std::min(a[2], b[2])}),
                ToPoint({std::max(a[0], b[0]), std::max(a[1], b[1]), std::max(a[2], b[2])}));
 }
 
-MeshData Terrain(Random& random, const Room& room) {
+MeshData Terrain(Random& random, const LatticeBox& box) {
     const int columns = random.between(1, 3);
     const int rows = random.between(1, 2);
-    const Lattice corner = AnyPoint(random, room);
+    const Lattice corner = AnyPoint(random, box);
     MeshData data = GridOfQuads(columns, rows, [&](int, int) {
-        return static_cast<float>(random.between(room.lowest[2], room.highest[2]));
+        return static_cast<float>(random.between(box.lowest[2], box.highest[2]));
     });
     for (Point& p : data.positions) {
         p += Point(static_cast<float>(corner[0]), static_cast<float>(corner[1]), 0.0F);
@@ -180,8 +180,8 @@ void FlipSome(Random& random, MeshData& data) {
     }
 }
 
-void Flatten(Random& random, const Room& room, MeshData& data) {
-    const auto level = static_cast<float>(random.between(room.lowest[2], room.highest[2]));
+void Flatten(Random& random, const LatticeBox& box, MeshData& data) {
+    const auto level = static_cast<float>(random.between(box.lowest[2], box.highest[2]));
     for (Point& p : data.positions) {
         p.Z() = level;
     }
@@ -216,18 +216,18 @@ kx::kxPointer<kx::kxTriMesh> TurnedMesh(Random& random, MeshData data) {
     return mesh;
 }
 
-kx::kxPointer<kx::kxTriMesh> AnyMesh(Random& random, const Room& room) {
+kx::kxPointer<kx::kxTriMesh> AnyMesh(Random& random, const LatticeBox& box) {
     MeshData data =
-        kIngredients[static_cast<std::size_t>(random.below(kIngredients.size()))](random, room);
+        kIngredients[static_cast<std::size_t>(random.below(kIngredients.size()))](random, box);
     if (random.percent(30)) {
-        data.append(kIngredients[static_cast<std::size_t>(random.below(kIngredients.size()))](
-            random, room));
+        data.append(
+            kIngredients[static_cast<std::size_t>(random.below(kIngredients.size()))](random, box));
     }
     if (random.percent(40)) {
         FlipSome(random, data);
     }
     if (random.percent(10)) {
-        Flatten(random, room, data);
+        Flatten(random, box, data);
     }
     if (random.percent(20)) {
         data = Unwelded(data);
@@ -242,7 +242,7 @@ kx::kxPointer<kx::kxTriMesh> AnyMesh(Random& random, const Room& room) {
 
 struct View {
     ctr::DiscreteProjectionSpace space;
-    Room room;
+    LatticeBox box;
 };
 
 // Points up to the view's last lattice planes, or some steps beyond all its bounds.
@@ -256,13 +256,13 @@ View LatticeView(Random& random, unsigned int xyBits, unsigned int zBits, int be
 }
 
 // A corner of a lattice view, so that few points are there to choose from.
-Room Narrowed(Random& random, const Room& room) {
-    Room narrowed = room;
+LatticeBox Narrowed(Random& random, const LatticeBox& box) {
+    LatticeBox narrowed = box;
     for (std::size_t i = 0; i < 3; ++i) {
         const int side = random.between(2, 6);
         narrowed.lowest[i] =
-            random.between(room.lowest[i], std::max(room.lowest[i], room.highest[i] - side));
-        narrowed.highest[i] = std::min(room.highest[i], narrowed.lowest[i] + side);
+            random.between(box.lowest[i], std::max(box.lowest[i], box.highest[i] - side));
+        narrowed.highest[i] = std::min(box.highest[i], narrowed.lowest[i] + side);
     }
     return narrowed;
 }
@@ -274,7 +274,7 @@ View AnyView(Random& random) {
     if (kind < 50) {
         View view = LatticeView(random, xyBits, zBits, 0);
         if (kind < 30) {
-            view.room = Narrowed(random, view.room);
+            view.box = Narrowed(random, view.box);
         }
         return view;
     }
@@ -326,12 +326,12 @@ Scene RandomScene(Random& random) {
         if (random.percent(12)) {
             scene.meshes.emplace_back(nullptr);
         }
-        scene.meshes.push_back(AnyMesh(random, view.room));
+        scene.meshes.push_back(AnyMesh(random, view.box));
     }
     return scene;
 }
 
-Scene CrowdedScene(Random& random, int others) {
+Scene OverlappingScene(Random& random, int others) {
     Scene scene = RandomScene(random);
     for (int i = 0; i < others; ++i) {
         const Scene other = RandomScene(random);

@@ -32,7 +32,7 @@ Scene RandomScene(std::uint64_t seed);
 Scene RandomScene(Random& random);
 
 /// The view of a random scene, filled with the meshes of so many others.
-Scene CrowdedScene(Random& random, int others);
+Scene OverlappingScene(Random& random, int others);
 
 /// A vertex of a triangle of the scene, half of the time, or else any point of the grid.
 ctr::BakedVertex RandomGridPoint(Random& random, const Scene& scene, const ExactBaked& baked);

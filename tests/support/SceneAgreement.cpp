@@ -312,9 +312,9 @@ std::vector<SegmentBits> SortedBits(const SetPointer& set) {
     return segments;
 }
 
-std::string CompareIntersections(const BakedTriangles& baked, CutCounts& counts) {
+std::string CompareIntersections(const BakedTriangles& baked, IntersectionCounts& counts) {
     const ctr::DiscreteProjectionSpace& space = *baked.projectionSpace;
-    const CutPieces expected = PiecesOfCuts(baked, counts);
+    const IntersectionPieces expected = PiecesOfIntersections(baked, counts);
     const auto visible = SortedWorldBits(space, expected.visible);
     const ctr::TrianglesIntersection intersection(baked);
     SetPointer hidden;

@@ -38,7 +38,7 @@ std::string CompareOcclusion(const BakedScene& test, const GridEdge& edge);
 /// stretch over which membership cannot change. For grids of up to 6 bits on each axis.
 std::string CompareHiddenPoints(const BakedScene& test, const GridEdge& edge);
 
-/// What a comparison of silhouettes has met, to know that it has met enough.
+/// The cases that a comparison of silhouettes has covered, to verify that it has covered enough.
 struct SilhouetteCounts {
     int segments = 0;
     int inside = 0;
@@ -53,8 +53,8 @@ std::string CompareSilhouettes(const BakedScene& test, SilhouetteCounts& counts)
 /// The segments of a set in world space, sorted, to the bit; none for a null set.
 std::vector<SegmentBits> SortedBits(const kx::kxPointer<ctr::LineSegmentSet>& set);
 
-/// Visible and hidden pieces of the lines along which triangles pierce each other, and that asking
+/// Visible and hidden pieces of the lines along which triangles intersect, and that asking
 /// for the hidden ones changes nothing about the visible ones.
-std::string CompareIntersections(const ctr::BakedTriangles& baked, CutCounts& counts);
+std::string CompareIntersections(const ctr::BakedTriangles& baked, IntersectionCounts& counts);
 
 } // namespace test_support

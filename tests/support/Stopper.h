@@ -16,7 +16,7 @@ public:
     bool isCanceled() const override {
         longestStep_ = std::max(longestStep_, done_ - doneAtQuestion_);
         doneAtQuestion_ = done_;
-        return ++asked_ >= stopAt_;
+        return ++polls_ >= stopAt_;
     }
     void setTotal(double steps) override {
         total_ = steps;
@@ -32,7 +32,7 @@ public:
         done_ += steps;
         EXPECT_LE(done_, total_);
     }
-    long asked() const { return asked_; }
+    long polls() const { return polls_; }
     double total() const { return total_; }
     double done() const { return done_; }
     /// The most steps between two questions.
@@ -40,7 +40,7 @@ public:
 
 private:
     long stopAt_;
-    mutable long asked_ = 0;
+    mutable long polls_ = 0;
     double total_ = 0.0;
     double done_ = 0.0;
     mutable double doneAtQuestion_ = 0.0;

@@ -276,15 +276,15 @@ TEST_F(SVGExporterFile, SettingsPersistFromFileToFile) {
 /// Takes so many characters and no more.
 class FullBuffer : public std::streambuf {
 public:
-    explicit FullBuffer(std::size_t room) : room_(room) {}
+    explicit FullBuffer(std::size_t space) : space_(space) {}
 
 protected:
     int_type overflow(int_type letter) override {
-        return room_ > 0 && room_-- > 0 ? traits_type::not_eof(letter) : traits_type::eof();
+        return space_ > 0 && space_-- > 0 ? traits_type::not_eof(letter) : traits_type::eof();
     }
 
 private:
-    std::size_t room_;
+    std::size_t space_;
 };
 
 TEST_F(SVGExporterFile, MayBeABufferOfTheCallers) {
@@ -362,7 +362,7 @@ TEST_F(SVGExporterFile, AnUnknownStyleWritesNothingAndFails) {
     EXPECT_EQ(body(), kSilhouetteGroup + kBendPath + kGroupEnd);
 }
 
-TEST_F(SVGExporterFile, ChannelsAreCutOffToWholeNumbers) {
+TEST_F(SVGExporterFile, ChannelsAreTruncatedToIntegers) {
     exporter_.setLineStyle("mine", {Wm4::ColorRGB(1.0F, 0.5F, 0.999F), 0.35F});
     EXPECT_EQ(bodyOf(*Bend(), "mine"), Group("255,127,254", "0.35") + kBendPath + kGroupEnd);
     exporter_.setLineStyle("mine", {Wm4::ColorRGB(-1.0F, 2.0F, 1e30F), 0.35F});

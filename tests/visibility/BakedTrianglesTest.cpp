@@ -139,7 +139,7 @@ TEST(BakedTriangles, ATriangleWithinOneCellIsDropped) {
 }
 
 TEST(BakedTriangles, ClippedPolygonsBecomeFansThatKnowTheirSource) {
-    // The view cuts off B: A, the way out on AB, the way in on BC, C.
+    // The view clips B: A, the way out on AB, the way in on BC, C.
     const BakedMeshes scene({Triangle(kA, kBeyondRight, kC)});
     EXPECT_EQ(AllCoordinates(scene.baked.vertices),
               (std::vector<Coordinates>{{2, 2, 5},
@@ -240,7 +240,7 @@ TEST(BakedTriangles, ASliverAlongTwoBoundsNeverOutgrowsTheClippingBuffers) {
               AllCoordinates(BakeExactly(space, MeshList(scene.meshes)).vertices));
 }
 
-// --- the upper bound of depth, which vertices are held against y for ---
+// --- the upper bound of depth, the bound of y that is used ---
 
 TEST(BakedTriangles, DepthBeyondTheUpperBoundOfYIsMarkedThoughInTheView) {
     ctr::DiscreteProjectionSpace space;
@@ -493,20 +493,20 @@ TEST(BakedTriangles, AfterClearingNothingHidesUntilBakedAgain) {
     EXPECT_EQ(scene.baked.clippedTriangleOrigins.size(), 1U);
 }
 
-// Throws when it is asked for a triangle the given number of times.
+// Throws when a triangle is requested the given number of times.
 class ThrowingMesh : public kx::kxTriMesh {
 public:
     using kx::kxTriMesh::kxTriMesh;
 
     bool GetTriangle(int i, int& a, int& b, int& c) const override {
-        if (asked++ == patience) {
+        if (requests++ == patience) {
             throw std::runtime_error("no more triangles");
         }
         return kx::kxTriMesh::GetTriangle(i, a, b, c);
     }
 
     int patience = 0;
-    mutable int asked = 0;
+    mutable int requests = 0;
 };
 
 // That nothing leaks is for the address sanitizer to say.
@@ -521,7 +521,7 @@ TEST(BakedTriangles, AnExceptionOfTheMeshPassesThroughAndDoesNoHarm) {
     BakedTriangles baked;
     baked.setProjectionSpace(&scene.space);
     baked.setMeshes({scene.meshes[0].get(), mesh.get()});
-    for (; mesh->patience < 4; ++mesh->patience, mesh->asked = 0) {
+    for (; mesh->patience < 4; ++mesh->patience, mesh->requests = 0) {
         EXPECT_THROW(baked.initialize(), std::runtime_error) << mesh->patience;
     }
     mesh->patience = -1;

@@ -133,7 +133,7 @@ TEST_F(ValidateBaked, FindsBoxesThatAreTooSmall) {
             EXPECT_FALSE(changed.validate()) << node;
             changed = baked_;
             changed.bvh.nodes[0].box.max[axis] += 1.0F;
-            EXPECT_TRUE(changed.validate()) << "more room in the root";
+            EXPECT_TRUE(changed.validate()) << "a larger box in the root";
         }
     }
 }

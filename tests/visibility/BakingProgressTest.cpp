@@ -77,19 +77,19 @@ TEST(BakingProgress, StoppedAtAnyQuestionLeavesNothingBaked) {
     BakingScene scene;
     Stopper free(kNever);
     ASSERT_TRUE(scene.baked.initialize(free));
-    ASSERT_GT(free.asked(), 20);
-    for (long n = 1; n <= free.asked(); ++n) {
+    ASSERT_GT(free.polls(), 20);
+    for (long n = 1; n <= free.polls(); ++n) {
         SCOPED_TRACE(n);
         Stopper stopper(n);
         EXPECT_FALSE(scene.baked.initialize(stopper));
-        EXPECT_LE(stopper.asked(), n + 1);
+        EXPECT_LE(stopper.polls(), n + 1);
         EXPECT_TRUE(scene.baked.trianglePlanes.empty());
         EXPECT_TRUE(scene.baked.vertices.empty());
         EXPECT_TRUE(scene.baked.bvh.nodes.empty());
     }
     Stopper again(kNever);
     EXPECT_TRUE(scene.baked.initialize(again));
-    EXPECT_EQ(again.asked(), free.asked());
+    EXPECT_EQ(again.polls(), free.polls());
 }
 
 } // namespace

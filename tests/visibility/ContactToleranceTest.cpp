@@ -21,9 +21,9 @@ namespace {
 using ctr::BakedTriangles;
 using ctr::BakedVertex;
 using test_support::BakedScene;
-using test_support::CutCounts;
 using test_support::GridEdge;
 using test_support::GridTriangle;
+using test_support::IntersectionCounts;
 using test_support::LatticeSpace;
 using test_support::OnTheGrid;
 using test_support::Random;
@@ -57,7 +57,7 @@ Intervals Query(const BakedTriangles& baked, const BakedVertex& a, const BakedVe
     return intervals;
 }
 
-SetPointer CutsOf(const BakedTriangles& baked) {
+SetPointer IntersectionsOf(const BakedTriangles& baked) {
     return SetPointer(ctr::TrianglesIntersection(baked).computeIntersectionEdges());
 }
 
@@ -66,7 +66,7 @@ SetPointer CutsOf(const BakedTriangles& baked) {
 // Level, at depth 5: plane values are 64 per step of depth, and the band is 64 per step.
 const GridTriangle kLevel = {{{2, 2, 5}, {10, 2, 5}, {2, 10, 5}}};
 
-TEST(Contact, WhatLiesWithinTheToleranceBehindAFaceIsVisible) {
+TEST(ContactTolerance, WhatLiesWithinTheToleranceBehindAFaceIsVisible) {
     for (unsigned int steps = 0; steps <= 3; ++steps) {
         const BakedTriangles baked = WithTolerance(kLevel, steps);
         const auto z = static_cast<std::int32_t>(5 + steps);
@@ -75,7 +75,7 @@ TEST(Contact, WhatLiesWithinTheToleranceBehindAFaceIsVisible) {
     }
 }
 
-TEST(Contact, TheBandIsMeasuredAlongEveryAxis) {
+TEST(ContactTolerance, TheBandIsMeasuredAlongEveryAxis) {
     // Rises by one step of depth per column: the band is twice as deep as of a level face.
     const GridTriangle ramp = {{{2, 2, 2}, {18, 2, 18}, {2, 18, 2}}};
     const BakedTriangles baked = WithTolerance(ramp, 2);
@@ -83,14 +83,14 @@ TEST(Contact, TheBandIsMeasuredAlongEveryAxis) {
     EXPECT_EQ(Query(baked, {4, 3, 9}, {4, 9, 9}).size(), 1U);
 }
 
-TEST(Contact, AnEdgeThatRunsBehindTheFaceItStartsOnIsHiddenFromThereOn) {
+TEST(ContactTolerance, AnEdgeThatRunsBehindTheFaceItStartsOnIsHiddenFromThereOn) {
     const BakedTriangles baked = WithTolerance(kLevel, 2);
     const Intervals hidden = Query(baked, {3, 3, 5}, {5, 3, 8});
     ASSERT_EQ(hidden.size(), 1U);
     EXPECT_TRUE(SameForm(hidden[0], Range(0, 192, 1, 1)));
 }
 
-TEST(Contact, AnEdgeThatPiercesIsHiddenFromThePlaneOn) {
+TEST(ContactTolerance, AnEdgeThroughThePlaneIsOccludedFromThePlaneOn) {
     const BakedTriangles baked = WithTolerance(kLevel, 1);
     const Intervals hidden = Query(baked, {3, 3, 3}, {5, 3, 7});
     ASSERT_EQ(hidden.size(), 1U);
@@ -98,24 +98,24 @@ TEST(Contact, AnEdgeThatPiercesIsHiddenFromThePlaneOn) {
     EXPECT_TRUE(Query(baked, {3, 3, 3}, {5, 3, 6}).empty());
 }
 
-TEST(Contact, OnlyWhatLiesOverTheFaceCounts) {
+TEST(ContactTolerance, OnlyWhatLiesOverTheFaceCounts) {
     // Far behind the plane beyond the outline, but within the tolerance over the face.
     const BakedTriangles baked = WithTolerance(kLevel, 2);
     EXPECT_TRUE(Query(baked, {2, 3, 5}, {26, 3, 11}).empty());
     EXPECT_EQ(Query(baked, {2, 3, 5}, {26, 3, 16}).size(), 1U);
 }
 
-TEST(Contact, AQuarterOfTheGridIsTheMostThatCounts) {
+TEST(ContactTolerance, AQuarterOfTheGridIsTheMostThatCounts) {
     const BakedTriangles baked = WithTolerance(kLevel, 4000000000U, kShallow);
     EXPECT_TRUE(Query(baked, {3, 3, 9}, {5, 4, 9}).empty());
     EXPECT_EQ(Query(baked, {3, 3, 10}, {5, 4, 10}).size(), 1U);
 }
 
-TEST(Contact, IsOffByDefault) {
+TEST(ContactTolerance, IsOffByDefault) {
     EXPECT_EQ(BakedTriangles().contactTolerance, 0U);
 }
 
-TEST(Contact, WithoutAToleranceTheGridIsNotLookedAt) {
+TEST(ContactTolerance, WithoutAToleranceTheGridIsNotRead) {
     BakedTriangles baked = WithTolerance(kLevel, 0);
     baked.setProjectionSpace(nullptr);
     EXPECT_EQ(Query(baked, {3, 3, 9}, {5, 4, 9}).size(), 1U);
@@ -130,34 +130,34 @@ BakedTriangles Pair(GridTriangle a, GridTriangle b, unsigned int steps) {
     return baked;
 }
 
-TEST(Contact, FacesOnEachOtherGiveNoLine) {
+TEST(ContactTolerance, FacesOnEachOtherGiveNoLine) {
     // Two steps apart at the most, on either side.
     const GridTriangle a = {{{10, 10, 100}, {210, 10, 100}, {10, 210, 100}}};
     const GridTriangle b = {{{20, 20, 98}, {180, 20, 102}, {20, 180, 98}}};
-    EXPECT_TRUE(CutsOf(Pair(a, b, 0)));
-    EXPECT_TRUE(CutsOf(Pair(a, b, 1)));
-    EXPECT_FALSE(CutsOf(Pair(a, b, 2)));
+    EXPECT_TRUE(IntersectionsOf(Pair(a, b, 0)));
+    EXPECT_TRUE(IntersectionsOf(Pair(a, b, 1)));
+    EXPECT_FALSE(IntersectionsOf(Pair(a, b, 2)));
 }
 
-TEST(Contact, NarrowFacesThatCrossInOnePlaneGiveNoLine) {
+TEST(ContactTolerance, NarrowFacesThatCrossInOnePlaneGiveNoLine) {
     // The corners of each are far from the other's plane, which is tilted across by rounding; where
     // one lies over the other they are a step apart.
     const GridTriangle a = {{{10, 200, 99}, {410, 201, 99}, {10, 220, 102}}};
     const GridTriangle b = {{{200, 10, 100}, {201, 410, 100}, {220, 10, 102}}};
-    EXPECT_TRUE(CutsOf(Pair(a, b, 0)));
-    EXPECT_FALSE(CutsOf(Pair(a, b, 2)));
+    EXPECT_TRUE(IntersectionsOf(Pair(a, b, 0)));
+    EXPECT_FALSE(IntersectionsOf(Pair(a, b, 2)));
 }
 
-TEST(Contact, FacesThatCrossForCertainGiveTheirLine) {
+TEST(ContactTolerance, FacesThatCrossForCertainGiveTheirLine) {
     const GridTriangle a = {{{10, 10, 100}, {210, 10, 100}, {10, 210, 100}}};
     const GridTriangle b = {{{20, 20, 60}, {180, 20, 140}, {20, 180, 60}}};
-    const SetPointer without = CutsOf(Pair(a, b, 0));
-    const SetPointer with = CutsOf(Pair(a, b, 2));
+    const SetPointer without = IntersectionsOf(Pair(a, b, 0));
+    const SetPointer with = IntersectionsOf(Pair(a, b, 2));
     ASSERT_TRUE(without && with);
     EXPECT_EQ(test_support::SortedBits(with), test_support::SortedBits(without));
 }
 
-TEST(Contact, ALineInAThirdFaceIsNotHiddenByIt) {
+TEST(ContactTolerance, ALineInAThirdFaceIsNotHiddenByIt) {
     const GridTriangle a = {{{10, 10, 100}, {210, 10, 100}, {10, 210, 100}}};
     const GridTriangle b = {{{20, 20, 60}, {180, 20, 140}, {20, 180, 60}}};
     // Over all of the line, a step in front of it.
@@ -169,8 +169,8 @@ TEST(Contact, ALineInAThirdFaceIsNotHiddenByIt) {
     const auto lengthBeside = [&](unsigned int steps) {
         baked.setContactTolerance(steps);
         double longest = 0.0;
-        if (const SetPointer cuts = CutsOf(baked)) {
-            for (const auto& [p, q] : test_support::EndsOf(*cuts)) {
+        if (const SetPointer intersections = IntersectionsOf(baked)) {
+            for (const auto& [p, q] : test_support::EndsOf(*intersections)) {
                 longest = std::max(longest, std::abs(static_cast<double>(p.Y() - q.Y())));
             }
         }
@@ -179,7 +179,7 @@ TEST(Contact, ALineInAThirdFaceIsNotHiddenByIt) {
     EXPECT_GT(lengthBeside(2), 50.0);
 }
 
-TEST(Contact, ALineBehindTheEdgeThatTwoFacesShareIsHiddenByThem) {
+TEST(ContactTolerance, ALineBehindTheEdgeThatTwoFacesShareIsHiddenByThem) {
     GridTriangle a = {{{100, 10, 300}, {100, 210, 300}, {300, 110, 300}}};
     GridTriangle b = {{{100, 110, 200}, {260, 30, 360}, {260, 190, 360}}};
     // In front of it, two triangles side by side along the column of the line, x = 200.
@@ -189,13 +189,13 @@ TEST(Contact, ALineBehindTheEdgeThatTwoFacesShareIsHiddenByThem) {
         ASSERT_TRUE(TurnCounterClockwise(*t));
     }
     BakedTriangles baked = OnTheGrid(kFine, {a, b, left, right});
-    EXPECT_TRUE(CutsOf(baked));
+    EXPECT_TRUE(IntersectionsOf(baked));
     baked.setContactTolerance(1);
-    EXPECT_FALSE(CutsOf(baked));
+    EXPECT_FALSE(IntersectionsOf(baked));
 }
 
 // A wall of two triangles, one above the other, and a floor that passes between them.
-TEST(Contact, ASurfaceThatPassesThroughAPlaneAlongItsOwnEdgeGivesThatEdge) {
+TEST(ContactTolerance, ASurfaceThatPassesThroughAPlaneAlongItsOwnEdgeGivesThatEdge) {
     GridTriangle floor = {{{0, 0, 300}, {400, 0, 300}, {0, 400, 100}}};
     // Both corners of the edge lie in the plane of the floor: z = 300 - y / 2.
     const BakedVertex left{40, 100, 250};
@@ -206,22 +206,22 @@ TEST(Contact, ASurfaceThatPassesThroughAPlaneAlongItsOwnEdgeGivesThatEdge) {
         ASSERT_TRUE(TurnCounterClockwise(*t));
     }
     BakedTriangles baked = OnTheGrid(kFine, {floor, above, below});
-    EXPECT_FALSE(CutsOf(baked));
+    EXPECT_FALSE(IntersectionsOf(baked));
     baked.setContactTolerance(2);
-    const SetPointer cuts = CutsOf(baked);
-    ASSERT_TRUE(cuts);
-    const auto ends = test_support::EndsOf(*cuts);
+    const SetPointer intersections = IntersectionsOf(baked);
+    ASSERT_TRUE(intersections);
+    const auto ends = test_support::EndsOf(*intersections);
     ASSERT_EQ(ends.size(), 1U);
     EXPECT_NEAR(std::abs(static_cast<double>(ends[0].first.X() - ends[0].second.X())), 200.0, 1.0);
 }
 
-TEST(Contact, NeighboursGiveNoLineAlongTheEdgeTheyShare) {
+TEST(ContactTolerance, NeighboursGiveNoLineAlongTheEdgeTheyShare) {
     const BakedVertex p{40, 100, 250};
     const BakedVertex q{240, 100, 250};
     for (const std::int32_t depth : {100, 400}) {
         GridTriangle a = {{p, q, {140, 200, depth}}};
         GridTriangle b = {{p, q, {140, 20, depth}}};
-        EXPECT_FALSE(CutsOf(Pair(a, b, 2)));
+        EXPECT_FALSE(IntersectionsOf(Pair(a, b, 2)));
     }
 }
 
@@ -248,7 +248,7 @@ void CheckRandomEdges(BakedScene& test, unsigned int tolerance, bool points, int
 
 void CheckRandomScenes(int scenes, const std::vector<std::array<unsigned int, 2>>& fineGrids) {
     int changed = 0;
-    CutCounts cuts;
+    IntersectionCounts intersections;
     for (int seed = 0; seed < scenes; ++seed) {
         Scene scene = test_support::RandomScene(static_cast<std::uint64_t>(seed));
         const auto number = static_cast<std::size_t>(seed);
@@ -258,28 +258,28 @@ void CheckRandomScenes(int scenes, const std::vector<std::array<unsigned int, 2>
         }
         BakedScene test(std::move(scene));
         CheckRandomEdges(test, kTolerances.at(number % 4), fineGrids.empty(), changed);
-        ASSERT_EQ(test_support::CompareIntersections(test.baked, cuts), "")
+        ASSERT_EQ(test_support::CompareIntersections(test.baked, intersections), "")
             << test_support::Describe(test.scene);
         if (testing::Test::HasFatalFailure()) {
             return;
         }
     }
     testing::Test::RecordProperty("edges_changed", changed);
-    testing::Test::RecordProperty("in_contact", cuts.inContact);
-    testing::Test::RecordProperty("along_edges", cuts.alongEdges);
-    testing::Test::RecordProperty("cuts", cuts.cuts);
+    testing::Test::RecordProperty("in_contact", intersections.inContact);
+    testing::Test::RecordProperty("along_edges", intersections.alongEdges);
+    testing::Test::RecordProperty("intersections", intersections.intersections);
     EXPECT_GT(changed, fineGrids.empty() ? scenes / 2 : 0);
-    EXPECT_GT(cuts.inContact, fineGrids.empty() ? scenes / 10 : 0);
-    EXPECT_GT(cuts.alongEdges, fineGrids.empty() ? scenes / 10 : 0);
-    EXPECT_GT(cuts.cuts, cuts.inContact);
-    EXPECT_EQ(cuts.atOwnTriangle, 0);
+    EXPECT_GT(intersections.inContact, fineGrids.empty() ? scenes / 10 : 0);
+    EXPECT_GT(intersections.alongEdges, fineGrids.empty() ? scenes / 10 : 0);
+    EXPECT_GT(intersections.intersections, intersections.inContact);
+    EXPECT_EQ(intersections.atOwnTriangle, 0);
 }
 
-TEST(Contact, RandomScenesAgreeWithBruteForce) {
+TEST(ContactTolerance, RandomScenesAgreeWithBruteForce) {
     CheckRandomScenes(Scaled(20000), {});
 }
 
-TEST(Contact, RandomScenesAgreeWithBruteForceOnFineGrids) {
+TEST(ContactTolerance, RandomScenesAgreeWithBruteForceOnFineGrids) {
     CheckRandomScenes(Scaled(10000), {{20, 19}, {10, 10}, {24, 11}, {15, 29}, {6, 7}});
 }
 
@@ -307,16 +307,16 @@ std::vector<GridTriangle> InOnePlane(Random& random, int count) {
     return triangles;
 }
 
-TEST(Contact, FacesInOnePlaneNeitherHideNorCutEachOtherWithinOneStep) {
+TEST(ContactTolerance, FacesInOnePlaneNeitherOccludeNorIntersectEachOtherWithinOneStep) {
     int hiddenWithout = 0;
-    int cutWithout = 0;
+    int intersectionWithout = 0;
     for (int seed = 0; seed < Scaled(300); ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         const auto triangles = InOnePlane(random, 8);
         BakedTriangles baked = OnTheGrid(kFinest, triangles);
         for (const unsigned int tolerance : {0U, 1U}) {
             baked.setContactTolerance(tolerance);
-            const bool cut = static_cast<bool>(CutsOf(baked));
+            const bool intersection = static_cast<bool>(IntersectionsOf(baked));
             int hidden = 0;
             for (const GridTriangle& t : triangles) {
                 for (std::size_t k = 0; k < 3; ++k) {
@@ -325,15 +325,15 @@ TEST(Contact, FacesInOnePlaneNeitherHideNorCutEachOtherWithinOneStep) {
             }
             if (tolerance == 0) {
                 hiddenWithout += hidden > 0 ? 1 : 0;
-                cutWithout += cut ? 1 : 0;
+                intersectionWithout += intersection ? 1 : 0;
             } else {
                 ASSERT_EQ(hidden, 0) << "seed " << seed;
-                ASSERT_FALSE(cut) << "seed " << seed;
+                ASSERT_FALSE(intersection) << "seed " << seed;
             }
         }
     }
     EXPECT_GT(hiddenWithout, Scaled(250));
-    EXPECT_GT(cutWithout, Scaled(200));
+    EXPECT_GT(intersectionWithout, Scaled(200));
 }
 
 } // namespace

@@ -153,13 +153,14 @@ TEST(DensePairs, AreThoseOfTheBvh) {
             }
             const auto hubDegree = static_cast<std::uint32_t>(random.between(0, 4));
             const Pairs usual = PairsOf(scene, kNever, leftOut);
-            const Pairs crowded = PairsOf(scene, {0, 0, hubDegree}, leftOut);
-            denseCount += crowded.usedDenseSearch ? 1 : 0;
+            const Pairs clustered = PairsOf(scene, {0, 0, hubDegree}, leftOut);
+            denseCount += clustered.usedDenseSearch ? 1 : 0;
             ASSERT_FALSE(usual.usedDenseSearch) << "seed " << seed;
-            ASSERT_EQ(TextOf(scene, crowded.found), TextOf(scene, usual.found)) << "seed " << seed;
-            ASSERT_EQ(crowded.done, scene.triangles.size()) << "seed " << seed;
+            ASSERT_EQ(TextOf(scene, clustered.found), TextOf(scene, usual.found))
+                << "seed " << seed;
+            ASSERT_EQ(clustered.done, scene.triangles.size()) << "seed " << seed;
             if (tolerance == 0) {
-                ASSERT_EQ(crowded.found.size(), usual.found.size()) << "seed " << seed;
+                ASSERT_EQ(clustered.found.size(), usual.found.size()) << "seed " << seed;
             }
             pairs += usual.found.size();
         }
@@ -171,7 +172,7 @@ TEST(DensePairs, AreThoseOfTheBvh) {
 
 TEST(DensePairs, AreThoseOfAllPairs) {
     const int scenes = Scaled(1500);
-    int cuts = 0;
+    int intersections = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         const DenseScene scene = RandomDenseScene(static_cast<std::uint64_t>(seed));
         std::vector<unsigned int> slotOf(scene.triangles.size());
@@ -179,10 +180,10 @@ TEST(DensePairs, AreThoseOfAllPairs) {
             slotOf[scene.baked.bvh.primitives[slot]] = slot;
         }
         std::vector<std::pair<unsigned int, unsigned int>> expected;
-        test_support::CutCounts counts;
+        test_support::IntersectionCounts counts;
         for (unsigned int i = 0; i < slotOf.size(); ++i) {
             for (unsigned int j = i + 1; j < slotOf.size(); ++j) {
-                if (test_support::CutOf(scene.baked, i, j, counts)) {
+                if (test_support::IntersectionOf(scene.baked, i, j, counts)) {
                     expected.emplace_back(i, slotOf[j]);
                 }
             }
@@ -193,9 +194,9 @@ TEST(DensePairs, AreThoseOfAllPairs) {
             found.emplace_back(pair.first, pair.secondSlot);
         }
         ASSERT_EQ(found, expected) << "seed " << seed;
-        cuts += static_cast<int>(expected.size());
+        intersections += static_cast<int>(expected.size());
     }
-    EXPECT_GT(cuts, 10 * scenes);
+    EXPECT_GT(intersections, 10 * scenes);
 }
 
 // Pairs that a BVH changed by a caller excludes stay excluded.
@@ -301,12 +302,12 @@ DenseScene Soup(Random& random) {
 
 // Whether the triangles together occlude the whole intersection of a pair.
 bool IsAllHidden(const DenseScene& scene, const FoundIntersection& pair) {
-    test_support::CutCounts counts;
-    const auto cut = test_support::CutOf(scene.baked, pair.first,
-                                         scene.baked.bvh.primitives[pair.secondSlot], counts);
+    test_support::IntersectionCounts counts;
+    const auto intersection = test_support::IntersectionOf(
+        scene.baked, pair.first, scene.baked.bvh.primitives[pair.secondSlot], counts);
     std::vector<RationalInterval> ranges;
-    for (unsigned int i = 0; cut && i < scene.triangles.size(); ++i) {
-        if (const auto part = test_support::HiddenOfCut(scene.baked, *cut, i)) {
+    for (unsigned int i = 0; intersection && i < scene.triangles.size(); ++i) {
+        if (const auto part = test_support::HiddenOfIntersection(scene.baked, *intersection, i)) {
             ranges.push_back(*part);
         }
     }

@@ -145,7 +145,7 @@ TEST(OccluderBvh, AreTheTrianglesThatAreCopied) {
     }
 }
 
-// What is hidden of random segments, in the open and in crowds.
+// What is hidden of random segments, in the open and in clusters.
 std::vector<std::string> HiddenOf(const MixedScene& scene, const ctr::OcclusionLimits& limits) {
     Random random(11);
     ItemCounter work;

@@ -138,7 +138,7 @@ TEST(OcclusionQuery, EndingOnTheOutlineFromOutsideHidesNothing) {
     EXPECT_TRUE(Hides(scene.baked, {2, 5, 9}, {0, 5, 9}, {}));
 }
 
-TEST(OcclusionQuery, AnEdgeThatPiercesIsHiddenFromThePiercingPointOn) {
+TEST(OcclusionQuery, AnEdgeThroughThePlaneIsOccludedFromTheCrossingOn) {
     const BakedMeshes scene({LevelTriangle()});
     // Depths 3 and 7 about the plane at 5, distances of 64 * 2.
     EXPECT_TRUE(Hides(scene.baked, {3, 3, 3}, {5, 3, 7}, {Range(128, 256, 1, 1)}));
@@ -203,7 +203,7 @@ TEST(OcclusionQuery, TrianglesThatShareAnEdgeNeverHideIt) {
     EXPECT_TRUE(Hides(scene.baked, {3, 3, 6}, {11, 9, 2}, {}));
 }
 
-TEST(OcclusionQuery, EveryHidingTriangleGivesARangeOfItsOwn) {
+TEST(OcclusionQuery, EveryOccludingTriangleGivesItsOwnInterval) {
     MeshData twice = LevelTriangle();
     twice.append(test_support::Flipped(LevelTriangle()));
     const BakedMeshes scene({twice, LevelTriangle()});
@@ -297,7 +297,7 @@ TEST(OcclusionHierarchy, TheStepUsesTheBoxItIsGiven) {
     EXPECT_EQ(intervals.size(), 1U);
 }
 
-// Triangles at 4 places along an edge, so that ranges tell which was tested when: triangle i hides
+// Triangles at 4 places along an edge, so that intervals show the order of tests: triangle i hides
 // [i/4, (i + 1)/4] of the edge from (0, 6) to (12, 6).
 constexpr int kPlaces = 4;
 const BakedVertex kRowStart = {0, 6, 9};
@@ -399,7 +399,7 @@ TEST(OcclusionHierarchy, TheBuiltTreeFindsWhatOneLeafOfAllFinds) {
 
 // --- concurrency ---
 
-TEST(OcclusionQuery, ThreadsGetTheSameAnswers) {
+TEST(OcclusionQuery, ThreadsGetTheSameIntervals) {
     const auto height = [](int x, int y) { return static_cast<float>((x * 5 + y * 3) % 11); };
     const BakedMeshes scene({test_support::GridOfQuads(14, 14, height), LevelTriangle()});
     std::vector<std::pair<BakedVertex, BakedVertex>> edges;
@@ -408,23 +408,23 @@ TEST(OcclusionQuery, ThreadsGetTheSameAnswers) {
         const BakedVertex from = {random.below(15), random.below(15), random.below(15)};
         edges.push_back({from, {random.below(15), random.below(15), random.below(15)}});
     }
-    const auto askAll = [&](std::vector<Intervals>& answers) {
+    const auto queryAll = [&](std::vector<Intervals>& results) {
         for (const auto& [a, b] : edges) {
-            answers.push_back(Query(scene.baked, a, b));
+            results.push_back(Query(scene.baked, a, b));
         }
     };
-    std::vector<std::vector<Intervals>> answers(5);
+    std::vector<std::vector<Intervals>> results(5);
     std::vector<std::thread> threads;
-    for (std::size_t i = 1; i < answers.size(); ++i) {
-        threads.emplace_back(askAll, std::ref(answers[i]));
+    for (std::size_t i = 1; i < results.size(); ++i) {
+        threads.emplace_back(queryAll, std::ref(results[i]));
     }
-    askAll(answers[0]);
+    queryAll(results[0]);
     for (std::thread& thread : threads) {
         thread.join();
     }
-    for (const auto& perThread : answers) {
-        ASSERT_TRUE(std::equal(perThread.begin(), perThread.end(), answers[0].begin(),
-                               answers[0].end(),
+    for (const auto& perThread : results) {
+        ASSERT_TRUE(std::equal(perThread.begin(), perThread.end(), results[0].begin(),
+                               results[0].end(),
                                [](const auto& x, const auto& y) { return SameForm(x, y); }));
     }
 }
@@ -440,7 +440,7 @@ struct OcclusionCounts {
     int touches = 0;
     int alongSides = 0;
     int inPlanes = 0;
-    int pierced = 0;
+    int crossed = 0;
     int ofClipped = 0; // scenes with clipped triangles that hide something
 };
 
@@ -455,7 +455,7 @@ void Count(OcclusionCounts& counts,
         counts.touches += met.touches ? 1 : 0;
         counts.alongSides += met.alongSide ? 1 : 0;
         counts.inPlanes += met.inPlane ? 1 : 0;
-        counts.pierced += met.pierces ? 1 : 0;
+        counts.crossed += met.crosses ? 1 : 0;
     }
     ++counts.edges;
     counts.hiddenRanges += ranges;
@@ -512,7 +512,7 @@ void Record(const OcclusionCounts& counts) {
     testing::Test::RecordProperty("touches_in_a_point", counts.touches);
     testing::Test::RecordProperty("edges_along_sides", counts.alongSides);
     testing::Test::RecordProperty("edges_in_planes", counts.inPlanes);
-    testing::Test::RecordProperty("planes_pierced", counts.pierced);
+    testing::Test::RecordProperty("planes_crossed", counts.crossed);
     testing::Test::RecordProperty("hidden_by_clipped", counts.ofClipped);
 }
 
@@ -535,7 +535,7 @@ TEST(OcclusionQuery, RandomScenesAgreeWithBruteForce) {
     EXPECT_GT(counts.touches, scenes * 4);
     EXPECT_GT(counts.alongSides, scenes * 4);
     EXPECT_GT(counts.inPlanes, scenes * 4);
-    EXPECT_GT(counts.pierced, scenes / 2);
+    EXPECT_GT(counts.crossed, scenes / 2);
     EXPECT_GT(counts.ofClipped, scenes / 2);
 }
 
@@ -554,7 +554,7 @@ TEST(OcclusionQuery, RandomScenesAgreeWithBruteForceOnFineGrids) {
     }
     Record(counts);
     EXPECT_GT(counts.hiddenRanges, scenes * 4);
-    EXPECT_GT(counts.pierced, scenes / 2);
+    EXPECT_GT(counts.crossed, scenes / 2);
     EXPECT_GT(counts.inPlanes, scenes * 4);
 }
 

@@ -1,7 +1,7 @@
-// Where the search for intersections and for what hides them takes short cuts, against brute force:
-// many triangles and few cuts, many cuts, slivers that rounding makes longer, spans that end side
-// by side. Pieces are compared in their order: by the first triangle, then by the leaf slot of the
-// second.
+// Where the search for intersections and for what hides them takes shortcuts, against brute force:
+// many triangles and few intersections, many intersections, slivers that rounding makes longer,
+// spans that end side by side. Pieces are compared in their order: by the first triangle, then by
+// the leaf slot of the second.
 #include <ctr/TrianglesIntersection.h>
 
 #include "linesets/SegmentBuilders.h"
@@ -28,12 +28,12 @@ namespace {
 using ctr::BakedTriangles;
 using ctr::BakedVertex;
 using test_support::BakedMeshes;
-using test_support::Cut;
-using test_support::CutCounts;
-using test_support::CutPieces;
 using test_support::DifferenceOf;
 using test_support::GridPiece;
 using test_support::GridTriangle;
+using test_support::Intersection;
+using test_support::IntersectionCounts;
+using test_support::IntersectionPieces;
 using test_support::LatticeSpace;
 using test_support::MeshData;
 using test_support::OnTheGrid;
@@ -56,7 +56,7 @@ std::vector<GridTriangle> TrianglesOf(const BakedTriangles& baked) {
 }
 
 // A plain double loop over all pairs that are near each other, the second by its slot.
-CutPieces PiecesInOrder(const BakedTriangles& baked, CutCounts& counts) {
+IntersectionPieces PiecesInOrder(const BakedTriangles& baked, IntersectionCounts& counts) {
     const test_support::ScreenBins bins(TrianglesOf(baked), baked.projectionSpace->xyBits);
     std::vector<unsigned int> slotOf(baked.trianglePlanes.size());
     for (unsigned int slot = 0; slot < slotOf.size(); ++slot) {
@@ -68,7 +68,7 @@ CutPieces PiecesInOrder(const BakedTriangles& baked, CutCounts& counts) {
                   [&](unsigned int a, unsigned int b) { return slotOf[a] < slotOf[b]; });
         return found;
     };
-    return PiecesOfCuts(baked, near, counts);
+    return PiecesOfIntersections(baked, near, counts);
 }
 
 std::vector<SegmentBits> WorldBits(const ctr::DiscreteProjectionSpace& space,
@@ -93,8 +93,8 @@ std::vector<SegmentBits> LaneMaskOf(const SetPointer& set) {
     return bits;
 }
 
-std::string CompareInOrder(const BakedTriangles& baked, CutCounts& counts) {
-    const CutPieces expected = PiecesInOrder(baked, counts);
+std::string CompareInOrder(const BakedTriangles& baked, IntersectionCounts& counts) {
+    const IntersectionPieces expected = PiecesInOrder(baked, counts);
     SetPointer hidden;
     const SetPointer visible(ctr::TrianglesIntersection(baked).computeIntersectionEdges(&hidden));
     const ctr::DiscreteProjectionSpace& space = *baked.projectionSpace;
@@ -147,7 +147,7 @@ MeshData Spike(Random& random, int across, int reach, int deep) {
     return test_support::Triangle(a, b, corner(x, y));
 }
 
-void CheckSheets(int scenes, int reach, CutCounts& counts) {
+void CheckSheets(int scenes, int reach, IntersectionCounts& counts) {
     constexpr int kCells = 12;
     constexpr int kSide = 16;
     for (int seed = 0; seed < scenes; ++seed) {
@@ -164,26 +164,26 @@ void CheckSheets(int scenes, int reach, CutCounts& counts) {
     EXPECT_EQ(counts.atOwnTriangle, 0);
 }
 
-// Two triangles that cut each other, each in a leaf of its own, either first.
+// Two triangles that intersect, each in a leaf of its own, either first.
 void CheckThePair(const ctr::DiscreteProjectionSpace& space, GridTriangle a, GridTriangle b) {
     ASSERT_TRUE(TurnCounterClockwise(a) && TurnCounterClockwise(b));
     for (const std::vector<unsigned int>& order :
          {std::vector<unsigned int>{0, 1}, std::vector<unsigned int>{1, 0}}) {
         BakedTriangles baked = OnTheGrid(space, {a, b});
         PutInSingleLeaves(baked, order);
-        CutCounts counts;
+        IntersectionCounts counts;
         EXPECT_EQ(CompareInOrder(baked, counts), "") << "first " << order[0];
-        EXPECT_EQ(counts.cuts, 1);
+        EXPECT_EQ(counts.intersections, 1);
     }
 }
 
-TEST(IntersectionSearch, APlaneThatReachesOneStepIntoABoxIsHeldAgainstIt) {
+TEST(PairSearch, APlaneThatReachesOneStepIntoABoxIsTestedAgainstIt) {
     CheckThePair(LatticeSpace(5, 5), {{{10, 10, 1}, {11, 10, 1}, {10, 11, 1}}},
                  {{{4, 4, 0}, {22, 14, 2}, {10, 20, 2}}});
 }
 
 // Floats have every 64th number here: the boxes of the leaves are rounded away from each other.
-TEST(IntersectionSearch, BoxesThatFloatsPartAreHeldAgainstEachOther) {
+TEST(PairSearch, BoxesThatFloatsSeparateAreTestedAgainstEachOther) {
     constexpr std::int32_t kFar = 1 << 29;
     CheckThePair(LatticeSpace(14, 30),
                  {{{100, 100, kFar + 10}, {1100, 100, kFar + 31}, {100, 1100, kFar + 31}}},
@@ -191,32 +191,32 @@ TEST(IntersectionSearch, BoxesThatFloatsPartAreHeldAgainstEachOther) {
 }
 
 // The first corners are one step apart, and one number in floats.
-TEST(IntersectionSearch, CornersThatFloatsTakeForOneAreToldApart) {
+TEST(PairSearch, CornersThatAreEqualAsFloatsAreDistinguished) {
     constexpr std::int32_t kFar = 1 << 29;
     CheckThePair(LatticeSpace(14, 30), {{{100, 100, kFar}, {1100, 100, kFar}, {100, 1100, kFar}}},
                  {{{100, 100, kFar + 1}, {16000, 8000, kFar - 2000}, {8000, 16000, kFar - 2000}}});
 }
 
-TEST(IntersectionSearch, FewCutsThroughSheetsOfManyTriangles) {
+TEST(PairSearch, FewIntersectionsOfSheetsOfManyTriangles) {
     const int scenes = Scaled(50);
-    CutCounts counts;
+    IntersectionCounts counts;
     CheckSheets(scenes, 10, counts);
-    EXPECT_GT(counts.cuts, scenes);
-    EXPECT_LT(counts.cuts, 8 * scenes); // a few in a thousand triangles
+    EXPECT_GT(counts.intersections, scenes);
+    EXPECT_LT(counts.intersections, 8 * scenes); // a few in a thousand triangles
     EXPECT_GE(counts.partlyHidden, scenes / 15);
 }
 
-TEST(IntersectionSearch, ManyCutsThroughSheetsOfManyTriangles) {
+TEST(PairSearch, ManyIntersectionsOfSheetsOfManyTriangles) {
     const int scenes = Scaled(40);
-    CutCounts counts;
+    IntersectionCounts counts;
     CheckSheets(scenes, 150, counts);
-    EXPECT_GT(counts.cuts, 10 * scenes);
+    EXPECT_GT(counts.intersections, 10 * scenes);
     EXPECT_GT(counts.partlyHidden, scenes / 4);
 }
 
-TEST(IntersectionSearch, CrowdsUnderShuffledTrees) {
+TEST(PairSearch, OverlappingTrianglesUnderShuffledTrees) {
     const int scenes = Scaled(20);
-    CutCounts counts;
+    IntersectionCounts counts;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         const auto bits = static_cast<unsigned int>(random.between(4, 10));
@@ -236,7 +236,7 @@ TEST(IntersectionSearch, CrowdsUnderShuffledTrees) {
         PutInSingleLeaves(baked, Shuffled(random, triangles.size()));
         ASSERT_EQ(CompareInOrder(baked, counts), "") << "seed " << seed;
     }
-    EXPECT_GT(counts.cuts, 100 * scenes);
+    EXPECT_GT(counts.intersections, 100 * scenes);
     EXPECT_GT(counts.partlyHidden, 20 * scenes);
     EXPECT_EQ(counts.atOwnTriangle, 0);
 }
@@ -248,8 +248,8 @@ struct Line {
     BakedVertex to;
 };
 
-// Two triangles that cut each other along a line of the grid at depth z, level along it.
-void AddCutAlong(const Line& line, std::vector<GridTriangle>& triangles) {
+// Two triangles that intersect along a line of the grid at depth z, level along it.
+void AddIntersectionAlong(const Line& line, std::vector<GridTriangle>& triangles) {
     for (const int lift : {-3, 3}) {
         const BakedVertex& a = line.from;
         const BakedVertex& b = line.to;
@@ -322,38 +322,40 @@ bool PassesBy(const BakedVertex& a, const BakedVertex& b, const GridTriangle& t,
     return enter > leave;
 }
 
-// How many triangles seem to hide some of the cut of the first two though they are well beside it.
+// How many triangles seem to hide some of the intersection of the first two though they are well
+// beside it.
 int HidersBeside(const BakedTriangles& baked) {
-    CutCounts counts;
-    const auto cut = test_support::CutOf(baked, 0, 1, counts);
-    if (!cut) {
+    IntersectionCounts counts;
+    const auto intersection = test_support::IntersectionOf(baked, 0, 1, counts);
+    if (!intersection) {
         return 0;
     }
-    const BakedVertex& a = cut->first.point;
-    const BakedVertex& b = cut->second.point;
+    const BakedVertex& a = intersection->first.point;
+    const BakedVertex& b = intersection->second.point;
     const ScreenBox near = test_support::BoxOf(a, b).grownBy(1);
     const std::vector<GridTriangle> triangles = TrianglesOf(baked);
     int found = 0;
     for (unsigned int i = 2; i < triangles.size(); ++i) {
         found += test_support::BoxOf(triangles[i]).meets(near) &&
-                         PassesBy(a, b, triangles[i], 6.0) && HiddenOfCut(baked, *cut, i)
+                         PassesBy(a, b, triangles[i], 6.0) &&
+                         HiddenOfIntersection(baked, *intersection, i)
                      ? 1
                      : 0;
     }
     return found;
 }
 
-TEST(IntersectionSearch, SliversThatRoundingMakesLongerHideWhatTheySeemTo) {
+TEST(PairSearch, SliversThatRoundingMakesLongerHideWhatTheySeemTo) {
     const int scenes = Scaled(150);
     const ctr::DiscreteProjectionSpace space = LatticeSpace(12, 10);
-    CutCounts counts;
+    IntersectionCounts counts;
     int beside = 0;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         std::vector<GridTriangle> triangles;
         const auto any = [&] { return random.between(300, 3700); };
         const Line line{{any(), any(), 500}, {any(), any(), 500}};
-        AddCutAlong(line, triangles);
+        AddIntersectionAlong(line, triangles);
         for (int i = 0; triangles.size() < 40 && i < 200; ++i) {
             AddSliver(random, line, triangles);
         }
@@ -364,7 +366,7 @@ TEST(IntersectionSearch, SliversThatRoundingMakesLongerHideWhatTheySeemTo) {
     }
     RecordProperty("hiders_beside", beside);
     EXPECT_GT(beside, scenes / 10);
-    EXPECT_GT(counts.cuts, scenes);
+    EXPECT_GT(counts.intersections, scenes);
     EXPECT_GT(counts.hiddenRanges, scenes);
 }
 
@@ -397,16 +399,17 @@ std::vector<GridTriangle> SpansSideBySide(Random& random, int across) {
     const std::array<int, 3> level{upTo(far), upTo(far), 0};
     const BakedVertex middle{across / 2 + upTo(far), across / 2 + upTo(far), across / 2};
     const BakedVertex beside{middle.x + upTo(6), middle.y + upTo(6), middle.z};
-    GridTriangle cutting{Moved(middle, steep, random.between(1, 3)),
-                         Moved(Moved(middle, steep, -random.between(1, 3)), along, upTo(3)),
-                         Moved(Moved(middle, along, random.between(1, far / 8)), steep, upTo(1))};
-    GridTriangle cut{Moved(beside, level, random.between(1, 3)),
-                     Moved(Moved(beside, level, -random.between(1, 3)), along, upTo(3)),
-                     Moved(beside, along, -random.between(1, far / 8))};
+    GridTriangle intersecting{
+        Moved(middle, steep, random.between(1, 3)),
+        Moved(Moved(middle, steep, -random.between(1, 3)), along, upTo(3)),
+        Moved(Moved(middle, along, random.between(1, far / 8)), steep, upTo(1))};
+    GridTriangle intersection{Moved(beside, level, random.between(1, 3)),
+                              Moved(Moved(beside, level, -random.between(1, 3)), along, upTo(3)),
+                              Moved(beside, along, -random.between(1, far / 8))};
     const int tiltX = upTo(1);
     const int tiltY = upTo(1);
     std::vector<GridTriangle> triangles;
-    for (GridTriangle& t : {std::ref(cutting), std::ref(cut)}) {
+    for (GridTriangle& t : {std::ref(intersecting), std::ref(intersection)}) {
         for (BakedVertex& v : t) {
             v.z += tiltX * (v.x - middle.x) + tiltY * (v.y - middle.y);
         }
@@ -417,9 +420,9 @@ std::vector<GridTriangle> SpansSideBySide(Random& random, int across) {
     return triangles;
 }
 
-TEST(IntersectionSearch, SpansThatEndSideBySideOnOneLine) {
+TEST(PairSearch, SpansThatEndSideBySideOnOneLine) {
     const int pairs = Scaled(8000);
-    CutCounts counts;
+    IntersectionCounts counts;
     for (int seed = 0; seed < pairs; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         const unsigned int bits = seed % 2 == 0 ? 10 : 19;
@@ -429,25 +432,25 @@ TEST(IntersectionSearch, SpansThatEndSideBySideOnOneLine) {
             continue;
         }
         const BakedTriangles baked = OnTheGrid(space, triangles);
-        CutCounts ofPair;
-        const auto cut = test_support::CutOf(baked, 0, 1, ofPair);
-        counts.cuts += cut ? 1 : 0;
+        IntersectionCounts ofPair;
+        const auto intersection = test_support::IntersectionOf(baked, 0, 1, ofPair);
+        counts.intersections += intersection ? 1 : 0;
         counts.apart += ofPair.apart;
         counts.ties += ofPair.ties;
         ASSERT_EQ(CompareIntersections(baked, ofPair), "") << "seed " << seed;
     }
-    RecordProperty("cuts", counts.cuts);
+    RecordProperty("intersections", counts.intersections);
     RecordProperty("apart", counts.apart);
     RecordProperty("ties", counts.ties);
-    EXPECT_GT(counts.cuts, pairs / 8);
+    EXPECT_GT(counts.intersections, pairs / 8);
     EXPECT_GT(counts.apart, pairs / 8);
     EXPECT_GT(counts.ties, pairs / 10);
 }
 
-// --- crowds ---
+// --- clusters ---
 
-// A box of some steps across that all triangles of a crowd are in.
-struct CrowdBox {
+// A box of some steps across that all triangles of a cluster are in.
+struct ClusterBox {
     int left;
     int bottom;
     int nearest;
@@ -467,7 +470,7 @@ struct CrowdBox {
 using AnyTriangle = std::function<GridTriangle()>;
 
 // Corners anywhere, many of them on the border.
-AnyTriangle Soup(Random& random, const CrowdBox& box, int percentOnBorder) {
+AnyTriangle Soup(Random& random, const ClusterBox& box, int percentOnBorder) {
     return [&random, box, percentOnBorder] {
         GridTriangle t{};
         for (BakedVertex& p : t) {
@@ -483,7 +486,7 @@ AnyTriangle Soup(Random& random, const CrowdBox& box, int percentOnBorder) {
 }
 
 // One triangle again and again, each corner moved by some steps.
-AnyTriangle NearlyOne(Random& random, const CrowdBox& box, int steps) {
+AnyTriangle NearlyOne(Random& random, const ClusterBox& box, int steps) {
     const GridTriangle one{box.any(random), box.any(random), box.any(random)};
     return [&random, box, one, steps] {
         GridTriangle t = one;
@@ -496,7 +499,7 @@ AnyTriangle NearlyOne(Random& random, const CrowdBox& box, int steps) {
 }
 
 // Nearly in one plane, which may be inclined.
-AnyTriangle Stack(Random& random, const CrowdBox& box) {
+AnyTriangle Stack(Random& random, const ClusterBox& box) {
     const int perX = random.between(-1, 1);
     const int perY = random.between(-1, 1);
     return [&random, box, perX, perY] {
@@ -511,7 +514,7 @@ AnyTriangle Stack(Random& random, const CrowdBox& box) {
     };
 }
 
-AnyTriangle AnyCrowd(Random& random, const CrowdBox& box) {
+AnyTriangle AnyCluster(Random& random, const ClusterBox& box) {
     switch (random.below(6)) {
     case 0:
         return NearlyOne(random, box, random.below(4));
@@ -524,7 +527,7 @@ AnyTriangle AnyCrowd(Random& random, const CrowdBox& box) {
     }
 }
 
-CrowdBox AnyCrowdBox(Random& random, const ctr::DiscreteProjectionSpace& space) {
+ClusterBox AnyClusterBox(Random& random, const ctr::DiscreteProjectionSpace& space) {
     const int across = random.between(3, 20);
     const int lastColumn = (1 << space.xyBits) - 1;
     const int lastStep = (1 << space.zBits) - 1;
@@ -533,12 +536,12 @@ CrowdBox AnyCrowdBox(Random& random, const ctr::DiscreteProjectionSpace& space) 
             random.below(lastStep - deep + 1), across, deep};
 }
 
-// A crowd, at times with a triangle behind it that makes the scene large, or in one leaf.
-void CheckCrowd(Random& random, unsigned int tolerance, CutCounts& counts) {
+// A cluster, at times with a triangle behind it that makes the scene large, or in one leaf.
+void CheckCluster(Random& random, unsigned int tolerance, IntersectionCounts& counts) {
     const auto bits = static_cast<unsigned int>(random.percent(70) ? 6 : 14);
     const ctr::DiscreteProjectionSpace space = LatticeSpace(bits, 10);
-    const CrowdBox box = AnyCrowdBox(random, space);
-    const AnyTriangle any = AnyCrowd(random, box);
+    const ClusterBox box = AnyClusterBox(random, space);
+    const AnyTriangle any = AnyCluster(random, box);
     const int last = (1 << bits) - 1;
     std::vector<GridTriangle> triangles;
     for (int i = random.between(70, 90); i > 0; --i) {
@@ -562,34 +565,35 @@ void CheckCrowd(Random& random, unsigned int tolerance, CutCounts& counts) {
     ASSERT_EQ(LaneMaskOf(visible), LaneMaskOf(both));
 }
 
-TEST(IntersectionSearch, CrowdsInFewColumnsShowWhatIsInFront) {
+TEST(PairSearch, ManyTrianglesInFewColumnsShowTheNearest) {
     const int scenes = Scaled(60);
-    CutCounts counts;
+    IntersectionCounts counts;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        CheckCrowd(random, 0, counts);
+        CheckCluster(random, 0, counts);
         ASSERT_FALSE(HasFatalFailure()) << "seed " << seed;
     }
-    EXPECT_GT(counts.cuts, 200 * scenes);
+    EXPECT_GT(counts.intersections, 200 * scenes);
     EXPECT_GT(counts.partlyHidden, 5 * scenes);
 }
 
-TEST(IntersectionSearch, CrowdsInFewColumnsShowWhatIsInFrontWithinAnyTolerance) {
+TEST(PairSearch, ManyTrianglesInFewColumnsShowTheNearestWithinAnyTolerance) {
     const int scenes = Scaled(40);
-    CutCounts counts;
+    IntersectionCounts counts;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
-        CheckCrowd(random, static_cast<unsigned int>(1 + seed % 9), counts);
+        CheckCluster(random, static_cast<unsigned int>(1 + seed % 9), counts);
         ASSERT_FALSE(HasFatalFailure()) << "seed " << seed;
     }
-    EXPECT_GT(counts.cuts, 200 * scenes);
+    EXPECT_GT(counts.intersections, 200 * scenes);
 }
 
-// Seconds for triangles that are nearly one, all in contact: nothing of their cuts is drawn.
+// Seconds for triangles that are nearly one, all in contact: nothing of their intersections is
+// drawn.
 double SecondsInContact(int count) {
     Random random(1);
     const ctr::DiscreteProjectionSpace space = LatticeSpace(19, 20);
-    const CrowdBox box{100000, 100000, 200000, 300000, 200000};
+    const ClusterBox box{100000, 100000, 200000, 300000, 200000};
     const AnyTriangle any = NearlyOne(random, box, 1);
     std::vector<GridTriangle> triangles;
     for (int i = 0; i < count; ++i) {
@@ -603,9 +607,9 @@ double SecondsInContact(int count) {
         [&] { EXPECT_EQ(ctr::TrianglesIntersection(baked).computeIntersectionEdges(), nullptr); });
 }
 
-// What hides a cut is not sought among all of them. With the search, twice as many take eight times
-// as long, without it four times.
-TEST(IntersectionSearch, TrianglesInContactTakeTimeByTheirPairs) {
+// What hides an intersection is not searched for among all of them. With the search, twice as many
+// take eight times as long, without it four times.
+TEST(PairSearch, TrianglesInContactTakeTimeByTheirPairs) {
     EXPECT_LT(SecondsInContact(600), 6.0 * SecondsInContact(300));
 }
 
@@ -629,10 +633,10 @@ double SecondsOfSoup(int triangles) {
     });
 }
 
-// Few triangles hide all of a cut where columns are few, and margins of some steps leave nothing.
-// With each pair looked at, and each cut held against all that is near, twice as many take five
-// times as long.
-TEST(IntersectionSearch, ACrowdInFewColumnsTakesTimeByWhatIsInSight) {
+// Few triangles hide all of an intersection where columns are few, and margins of some steps leave
+// nothing. With each pair examined, and each intersection tested against all triangles near it,
+// twice as many take five times as long.
+TEST(PairSearch, ManyTrianglesInFewColumnsTakeTimeByTheVisibleOnes) {
     EXPECT_LT(SecondsOfSoup(3000), 4.0 * SecondsOfSoup(1500));
 }
 

@@ -231,7 +231,7 @@ TEST(Silhouettes, AClosedMeshGivesTheEdgesBetweenFrontAndBack) {
 // --- clipped triangles ---
 
 TEST(Silhouettes, ClippedTrianglesGiveTheirSourceEdgesWholeAndNoneOfTheClipping) {
-    // The view cuts off the vertex number 1. On the grid the edges are 0-1 and 0-2 from (2, 2),
+    // The view clips the vertex number 1. On the grid the edges are 0-1 and 0-2 from (2, 2),
     // then 1-2 from (2, 8); each as the clipped triangle's code names it.
     const MeshData data = Triangle(Point(2, 2, 5), Point(20, 2, 5), Point(2, 8, 5));
     EXPECT_EQ(SilhouetteOf(data), (Segments{{0, 2}, {1, 0}, {2, 1}}));

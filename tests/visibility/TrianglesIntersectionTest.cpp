@@ -1,4 +1,4 @@
-// The lines along which triangles pierce each other: by hand on small grids, at the corners of the
+// The lines along which triangles intersect: by hand on small grids, at the corners of the
 // finest grid, under other trees and orders, and against brute force on random scenes.
 #include <ctr/TrianglesIntersection.h>
 
@@ -27,11 +27,11 @@ using ctr::BakedVertex;
 using ctr::TrianglesIntersection;
 using test_support::Bake;
 using test_support::BakedMeshes;
-using test_support::CutCounts;
 using test_support::EndsOf;
 using test_support::GridPiece;
 using test_support::GridTriangle;
 using test_support::InOrder;
+using test_support::IntersectionCounts;
 using test_support::LatticeSpace;
 using test_support::MeshData;
 using test_support::OnTheGrid;
@@ -48,18 +48,18 @@ using test_support::SortedBits;
 using test_support::SortedWorldBits;
 using test_support::Triangle;
 using test_support::TurnCounterClockwise;
-using test_support::VisibleCuts;
+using test_support::VisibleIntersections;
 
 SetPointer IntersectionsOf(const BakedTriangles& baked) {
     return SetPointer(TrianglesIntersection(baked).computeIntersectionEdges());
 }
 
-std::vector<SegmentBits> Expected(const BakedTriangles& baked, CutCounts& counts) {
-    return SortedWorldBits(*baked.projectionSpace, VisibleCuts(baked, counts));
+std::vector<SegmentBits> Expected(const BakedTriangles& baked, IntersectionCounts& counts) {
+    return SortedWorldBits(*baked.projectionSpace, VisibleIntersections(baked, counts));
 }
 
 std::vector<SegmentBits> Expected(const BakedTriangles& baked) {
-    CutCounts counts;
+    IntersectionCounts counts;
     return Expected(baked, counts);
 }
 
@@ -70,7 +70,7 @@ MeshData Level() {
     return Triangle(Point(0, 0, 4), Point(14, 0, 4), Point(0, 14, 4));
 }
 
-// Falls with x from z = 0 to z = 8 and so cuts the level one along x = 4.
+// Falls with x from z = 0 to z = 8 and so intersects the level one along x = 4.
 MeshData Slope() {
     return Triangle(Point(0, 1, 0), Point(8, 1, 8), Point(0, 5, 0));
 }
@@ -116,7 +116,7 @@ TEST(TrianglesIntersection, WithoutATreeGivesNull) {
     EXPECT_FALSE(IntersectionsOf(scene.baked));
 }
 
-TEST(TrianglesIntersection, NoPairThatPiercesGivesNull) {
+TEST(TrianglesIntersection, NoIntersectingPairGivesNull) {
     const BakedMeshes scene({Level(), Triangle({0, 0, 6}, {8, 0, 10}, {0, 8, 6})});
     EXPECT_FALSE(IntersectionsOf(scene.baked));
 }
@@ -152,7 +152,7 @@ TEST(TrianglesIntersection, TouchingWithACornerOrASideGivesNone) {
 // The spans end at the same point of the common line: (4, 3, 4).
 TEST(TrianglesIntersection, SpansThatOnlyTouchGiveNone) {
     const BakedMeshes scene({Slope(), Triangle({4, 3, 4}, {12, 3, 4}, {4, 11, 4})});
-    CutCounts counts;
+    IntersectionCounts counts;
     EXPECT_TRUE(Expected(scene.baked, counts).empty());
     EXPECT_EQ(counts.straddling, 0);
     EXPECT_FALSE(IntersectionsOf(scene.baked));
@@ -161,9 +161,9 @@ TEST(TrianglesIntersection, SpansThatOnlyTouchGiveNone) {
 // The corner (2, 2, 4) lies in the level plane, the two others on its two sides.
 TEST(TrianglesIntersection, ACornerInThePlaneIsOneEndOfThePiece) {
     const BakedMeshes scene({Level(), Triangle({2, 2, 4}, {6, 2, 2}, {6, 4, 6})});
-    CutCounts counts;
+    IntersectionCounts counts;
     const auto expected = Expected(scene.baked, counts);
-    EXPECT_EQ(counts.cuts, 1);
+    EXPECT_EQ(counts.intersections, 1);
     EXPECT_EQ(counts.throughCorners, 1);
     EXPECT_EQ(SortedBits(IntersectionsOf(scene.baked)), expected);
     const GridPiece along{{2, 2, 4}, {6, 3, 4}};
@@ -190,27 +190,27 @@ TEST(TrianglesIntersection, APieceInOneColumnIsDroppedWhateverItsDepth) {
             continue;
         }
         const BakedTriangles baked = OnTheGrid(space, triangles);
-        CutCounts counts;
-        const auto cut = test_support::CutOf(baked, 0, 1, counts);
-        if (!cut || cut->first.point.x != cut->second.point.x ||
-            cut->first.point.y != cut->second.point.y) {
+        IntersectionCounts counts;
+        const auto intersection = test_support::IntersectionOf(baked, 0, 1, counts);
+        if (!intersection || intersection->first.point.x != intersection->second.point.x ||
+            intersection->first.point.y != intersection->second.point.y) {
             continue;
         }
         ++dropped;
-        deep += cut->first.point.z != cut->second.point.z ? 1 : 0;
+        deep += intersection->first.point.z != intersection->second.point.z ? 1 : 0;
         ASSERT_FALSE(IntersectionsOf(baked)) << "trial " << trial;
     }
     EXPECT_GT(dropped, 100);
     EXPECT_GT(deep, 50);
 }
 
-TEST(TrianglesIntersection, WhatAnotherTriangleCoversIsCutOut) {
+TEST(TrianglesIntersection, PartsBehindAnotherTriangleAreRemoved) {
     const BakedMeshes scene({Triangle({0, 0, 8}, {14, 0, 8}, {0, 14, 8}),
                              Triangle({0, 2, 2}, {12, 2, 14}, {0, 10, 2}),
                              Triangle({5, 3, 1}, {9, 3, 1}, {5, 4, 1})});
-    CutCounts counts;
+    IntersectionCounts counts;
     const auto expected = Expected(scene.baked, counts);
-    EXPECT_EQ(counts.cuts, 1);
+    EXPECT_EQ(counts.intersections, 1);
     EXPECT_EQ(counts.hiddenRanges, 1);
     EXPECT_EQ(expected.size(), 2U);
     EXPECT_EQ(SortedBits(IntersectionsOf(scene.baked)), expected);
@@ -220,9 +220,9 @@ TEST(TrianglesIntersection, WhollyCoveredGivesNull) {
     const BakedMeshes scene({Triangle({0, 0, 8}, {8, 0, 8}, {0, 8, 8}),
                              Triangle({0, 1, 4}, {6, 1, 12}, {0, 4, 4}),
                              Triangle({0, 0, 1}, {14, 0, 1}, {0, 14, 1})});
-    CutCounts counts;
+    IntersectionCounts counts;
     EXPECT_TRUE(Expected(scene.baked, counts).empty());
-    EXPECT_EQ(counts.cuts, 1);
+    EXPECT_EQ(counts.intersections, 1);
     EXPECT_FALSE(IntersectionsOf(scene.baked));
 }
 
@@ -262,8 +262,8 @@ TEST(TrianglesIntersection, GivesHiddenPiecesOnlyToWhoAsksForThem) {
     EXPECT_FALSE(hidden) << "what was there before is gone";
 }
 
-TEST(TrianglesIntersection, LeavesOutHiddenCutsOfFacesThatLieOnEachOther) {
-    const auto hiddenCuts = [](float step) {
+TEST(TrianglesIntersection, OmitsOccludedIntersectionsOfCoplanarFaces) {
+    const auto hiddenIntersections = [](float step) {
         const BakedMeshes scene(
             {Triangle({0, 0, 800}, {800, 0, 800}, {0, 800, 800}),
              Triangle({0, 100, 800 - step}, {600, 100, 800 + step}, {0, 400, 800}),
@@ -275,8 +275,8 @@ TEST(TrianglesIntersection, LeavesOutHiddenCutsOfFacesThatLieOnEachOther) {
         EXPECT_FALSE(visible);
         return SortedBits(hidden).size();
     };
-    EXPECT_EQ(hiddenCuts(16), 0U);
-    EXPECT_EQ(hiddenCuts(100), 1U);
+    EXPECT_EQ(hiddenIntersections(16), 0U);
+    EXPECT_EQ(hiddenIntersections(100), 1U);
 }
 
 TEST(TrianglesIntersection, ComputesTheSameAgain) {
@@ -295,8 +295,8 @@ public:
     Recorder(double total, long stopAt, bool once = false)
         : stopAt_(stopAt), once_(once), total_(total) {}
     bool isCanceled() const override {
-        ++asked_;
-        return once_ ? asked_ == stopAt_ : asked_ >= stopAt_;
+        ++polls_;
+        return once_ ? polls_ == stopAt_ : polls_ >= stopAt_;
     }
     void setTotal(double steps) override { total_ = steps; }
     void getRange(double& start, double& end) const override {
@@ -308,20 +308,20 @@ public:
         done_ += steps;
         most_ = std::max(most_, done_ / total_);
     }
-    long asked() const { return asked_; }
+    long polls() const { return polls_; }
     double done() const { return done_; }
     double most() const { return most_; }
 
 private:
     long stopAt_;
     bool once_;
-    mutable long asked_ = 0;
+    mutable long polls_ = 0;
     double total_;
     double done_ = 0.0;
     double most_ = 0.0;
 };
 
-// Slopes that pierce a level plate: some cuts, all visible.
+// Slopes that intersect a level plate: some intersections, all visible.
 struct Comb {
     Comb() {
         std::vector<MeshData> data{Triangle({0, 0, 8}, {30, 0, 8}, {0, 30, 8})};
@@ -330,13 +330,13 @@ struct Comb {
             data.push_back(Triangle({x, 2, 4}, {x + 4, 2, 14}, {x, 9, 4}));
         }
         scene = std::make_unique<BakedMeshes>(data, LatticeSpace(5, 5));
-        VisibleCuts(scene->baked, counts);
+        VisibleIntersections(scene->baked, counts);
     }
     long triangles() const { return static_cast<long>(scene->baked.trianglePlanes.size()); }
-    long cuts() const { return counts.cuts; }
+    long intersections() const { return counts.intersections; }
 
     std::unique_ptr<BakedMeshes> scene;
-    CutCounts counts;
+    IntersectionCounts counts;
 };
 
 SetPointer Watched(const Comb& comb, Recorder& recorder) {
@@ -347,10 +347,10 @@ SetPointer Watched(const Comb& comb, Recorder& recorder) {
 
 TEST(IntersectionProgress, AsksOnceATriangleOnceAnEdgeAndOnceAfterEachPart) {
     const Comb comb;
-    ASSERT_GE(comb.cuts(), 4);
+    ASSERT_GE(comb.intersections(), 4);
     Recorder recorder(100.0, test_support::kNever);
     EXPECT_TRUE(Watched(comb, recorder));
-    EXPECT_EQ(recorder.asked(), comb.triangles() + 1 + comb.cuts() + 1);
+    EXPECT_EQ(recorder.polls(), comb.triangles() + 1 + comb.intersections() + 1);
 }
 
 TEST(IntersectionProgress, EndsExactlyAtTheTotalAndNeverPassesIt) {
@@ -370,17 +370,17 @@ TEST(IntersectionProgress, WithoutEdgesEndsExactlyAtTheTotal) {
     intersection.setProgressNotifier(&recorder);
     EXPECT_EQ(intersection.computeIntersectionEdges(), nullptr);
     EXPECT_EQ(recorder.done(), 100.0);
-    EXPECT_EQ(recorder.asked(), 2 + 1);
+    EXPECT_EQ(recorder.polls(), 2 + 1);
 }
 
 TEST(IntersectionCancellation, AtEveryQuestionGivesNullAndStopsThere) {
     const Comb comb;
-    const long last = comb.triangles() + 1 + comb.cuts() + 1;
+    const long last = comb.triangles() + 1 + comb.intersections() + 1;
     for (long n = 1; n <= last; ++n) {
         Recorder recorder(100.0, n);
         EXPECT_FALSE(Watched(comb, recorder)) << "question " << n;
-        // The check after the part that was stopped asks once more.
-        EXPECT_LE(recorder.asked(), n + 1) << "question " << n;
+        // The check after the part that was stopped polls once more.
+        EXPECT_LE(recorder.polls(), n + 1) << "question " << n;
     }
     Recorder late(100.0, last + 1);
     EXPECT_TRUE(Watched(comb, late));
@@ -391,8 +391,8 @@ TEST(IntersectionCancellation, TakenBackGivesThePiecesOfTheEdgesVisitedBefore) {
     const Comb comb;
     Recorder free(100.0, test_support::kNever);
     const auto all = SortedBits(Watched(comb, free));
-    ASSERT_EQ(all.size(), static_cast<std::size_t>(comb.cuts())); // one piece an edge
-    for (long edge = 0; edge < comb.cuts(); ++edge) {
+    ASSERT_EQ(all.size(), static_cast<std::size_t>(comb.intersections())); // one piece an edge
+    for (long edge = 0; edge < comb.intersections(); ++edge) {
         Recorder recorder(100.0, comb.triangles() + 1 + edge + 1, true);
         const auto some = SortedBits(Watched(comb, recorder));
         EXPECT_EQ(some.size(), static_cast<std::size_t>(edge));
@@ -407,7 +407,7 @@ TEST(IntersectionCancellation, ANullNotifierSwitchesItOff) {
     intersection.setProgressNotifier(&recorder);
     intersection.setProgressNotifier(nullptr);
     EXPECT_TRUE(SetPointer(intersection.computeIntersectionEdges()));
-    EXPECT_EQ(recorder.asked(), 0);
+    EXPECT_EQ(recorder.polls(), 0);
 }
 
 // --- corners of the finest grids ---
@@ -431,7 +431,7 @@ GridTriangle CornerTriangle(Random& random, std::int32_t across, std::int32_t de
 void CheckCorners(const ctr::DiscreteProjectionSpace& space, int scenes) {
     const std::int32_t across = (1 << space.xyBits) - 1;
     const std::int32_t deep = (1 << space.zBits) - 1;
-    CutCounts counts;
+    IntersectionCounts counts;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         std::vector<GridTriangle> triangles;
@@ -441,7 +441,7 @@ void CheckCorners(const ctr::DiscreteProjectionSpace& space, int scenes) {
         const BakedTriangles baked = OnTheGrid(space, triangles);
         ASSERT_EQ(CompareIntersections(baked, counts), "") << "seed " << seed;
     }
-    EXPECT_GT(counts.cuts, scenes / 4);
+    EXPECT_GT(counts.intersections, scenes / 4);
     EXPECT_GT(counts.hiddenRanges, scenes / 4);
     EXPECT_EQ(counts.atOwnTriangle, 0);
 }
@@ -461,7 +461,7 @@ TEST(TrianglesIntersection, TrianglesFromCornerToCornerOfTheDefaultGrid) {
 
 // --- random scenes ---
 
-void Record(const CutCounts& counts) {
+void Record(const IntersectionCounts& counts) {
     testing::Test::RecordProperty("pairs", counts.pairs);
     testing::Test::RecordProperty("parallel", counts.parallel);
     testing::Test::RecordProperty("touching", counts.touching);
@@ -470,7 +470,7 @@ void Record(const CutCounts& counts) {
     testing::Test::RecordProperty("in_one_column", counts.inOneColumn);
     testing::Test::RecordProperty("apart", counts.apart);
     testing::Test::RecordProperty("ties", counts.ties);
-    testing::Test::RecordProperty("cuts", counts.cuts);
+    testing::Test::RecordProperty("intersections", counts.intersections);
     testing::Test::RecordProperty("hidden_ranges", counts.hiddenRanges);
     testing::Test::RecordProperty("partly_hidden", counts.partlyHidden);
     testing::Test::RecordProperty("pieces_dropped", counts.piecesDropped);
@@ -479,14 +479,14 @@ void Record(const CutCounts& counts) {
 
 TEST(TrianglesIntersection, RandomScenesAgreeWithBruteForce) {
     const int scenes = Scaled(20000);
-    CutCounts counts;
+    IntersectionCounts counts;
     for (int seed = 0; seed < scenes; ++seed) {
         const Scene scene = test_support::RandomScene(static_cast<std::uint64_t>(seed));
         const BakedTriangles baked = Bake(scene.space, scene.meshList());
         ASSERT_EQ(CompareIntersections(baked, counts), "") << test_support::Describe(scene);
     }
     Record(counts);
-    EXPECT_GT(counts.cuts, scenes);
+    EXPECT_GT(counts.intersections, scenes);
     EXPECT_GT(counts.ties, scenes / 2);
     EXPECT_GT(counts.hiddenRanges, scenes / 2);
     EXPECT_GT(counts.partlyHidden, scenes / 20);
@@ -501,7 +501,7 @@ TEST(TrianglesIntersection, RandomScenesAgreeWithBruteForce) {
 TEST(TrianglesIntersection, RandomScenesAgreeWithBruteForceOnFineGrids) {
     constexpr unsigned int kBits[][2] = {{20, 19}, {10, 10}, {28, 3}, {15, 29}};
     const int scenes = Scaled(6000);
-    CutCounts counts;
+    IntersectionCounts counts;
     for (int seed = 0; seed < scenes; ++seed) {
         Scene scene = test_support::RandomScene(static_cast<std::uint64_t>(seed));
         ASSERT_TRUE(scene.space.setVoxelBitSize(kBits[seed % 4][0], kBits[seed % 4][1]));
@@ -509,12 +509,12 @@ TEST(TrianglesIntersection, RandomScenesAgreeWithBruteForceOnFineGrids) {
         ASSERT_EQ(CompareIntersections(baked, counts), "") << test_support::Describe(scene);
     }
     Record(counts);
-    EXPECT_GT(counts.cuts, scenes / 2);
+    EXPECT_GT(counts.intersections, scenes / 2);
     EXPECT_GT(counts.hiddenRanges, scenes / 2);
     EXPECT_EQ(counts.atOwnTriangle, 0);
 }
 
-// Many triangles on few points: dense with cuts, ties and needles.
+// Many triangles on few points: dense with intersections, ties and needles.
 std::vector<GridTriangle> DenseScene(Random& random, int side, int deep) {
     std::vector<GridTriangle> triangles;
     for (int i = random.between(4, 14); i > 0; --i) {
@@ -533,9 +533,9 @@ std::vector<GridTriangle> DenseScene(Random& random, int side, int deep) {
     return triangles;
 }
 
-TEST(TrianglesIntersection, CrowdsGiveTheSameUnderEveryTree) {
+TEST(TrianglesIntersection, OverlappingTrianglesGiveTheSameUnderEveryTree) {
     const int scenes = Scaled(6000);
-    CutCounts counts;
+    IntersectionCounts counts;
     for (int seed = 0; seed < scenes; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
         const auto bits = static_cast<unsigned int>(random.between(2, 6));
@@ -549,7 +549,7 @@ TEST(TrianglesIntersection, CrowdsGiveTheSameUnderEveryTree) {
         ASSERT_EQ(SortedBits(IntersectionsOf(baked)), expected) << "single leaves, seed " << seed;
     }
     Record(counts);
-    EXPECT_GT(counts.cuts, scenes * 5);
+    EXPECT_GT(counts.intersections, scenes * 5);
     EXPECT_GT(counts.ties, scenes * 5);
     EXPECT_GT(counts.hiddenRanges, scenes * 5);
     EXPECT_GT(counts.piecesDropped, scenes / 2);
@@ -558,11 +558,11 @@ TEST(TrianglesIntersection, CrowdsGiveTheSameUnderEveryTree) {
 }
 
 // In this scene rounding lets a triangle two columns away seem to hide some of a line: whether it
-// is asked must not depend on what else is in its leaf.
+// is tested must not depend on the other triangles of its leaf.
 TEST(TrianglesIntersection, AHiderBesideTheLineIsLeftOutUnderEveryTree) {
     const Scene scene = test_support::RandomScene(12004);
     BakedTriangles baked = Bake(scene.space, scene.meshList());
-    CutCounts counts;
+    IntersectionCounts counts;
     const auto expected = Expected(baked, counts);
     ASSERT_GT(counts.hiddenFromAfar, 0);
     PutInOneLeaf(baked, InOrder(baked.trianglePlanes.size()));
@@ -593,10 +593,10 @@ TEST(TrianglesIntersection, WithoutTiesTheOrderOfTheTrianglesDoesNotMatter) {
         Random random(static_cast<std::uint64_t>(seed));
         const ctr::DiscreteProjectionSpace space = LatticeSpace(12, 12);
         std::vector<GridTriangle> triangles = DenseScene(random, 1 << 12, 1 << 12);
-        CutCounts counts;
+        IntersectionCounts counts;
         const BakedTriangles baked = OnTheGrid(space, triangles);
-        VisibleCuts(baked, counts);
-        if (counts.ties > 0 || counts.cuts == 0) {
+        VisibleIntersections(baked, counts);
+        if (counts.ties > 0 || counts.intersections == 0) {
             continue;
         }
         std::reverse(triangles.begin(), triangles.end());
