@@ -2,8 +2,9 @@
 // None of them changes what is drawn. OcclusionLimits may change which intervals within others are
 // found, PairSearchLimits which edges that are not drawn.
 //
-// A value without a measurement here is an order of magnitude: it separates cases whose costs
-// differ by much more than a factor of two.
+// Scenes named here are those of bench/scenes; the worst scenes are listed by kxcontour_bench
+// --worst. A value without a measurement or a scene is an order of magnitude: it separates cases
+// whose costs differ by much more than a factor of two.
 #pragma once
 
 #include <cstddef>
@@ -102,7 +103,8 @@ struct Tuning {
     static constexpr double kHalfNormalExtent = 0.05;
     /// Added to the length of all items, which may be 0.
     static constexpr double kShortestItems = 1e-12;
-    /// A vertex of more distinct triangles is a hub.
+    /// A vertex of more distinct triangles is a hub, as in the worst scenes needles, cone and
+    /// pages; vertices of ordinary meshes are none.
     static constexpr std::uint32_t kHubDegree = 16;
 
     // Items of work for progress: per cell covered and per triangle of a front, and the words of a
@@ -117,7 +119,8 @@ struct Tuning {
 /// to separate them. Intervals that lie within others may differ then; their union does not.
 struct OcclusionLimits {
     /// The number of triangle tests: so many per triangle of the scene, per segment and per
-    /// occluded interval found.
+    /// occluded interval found. The worst scenes needles, cone and sheets exceed it. Crossed planks
+    /// do not: they take a thousand tests per segment, but occlude it in hundreds of intervals.
     std::size_t testsPerTriangle = 64;
     std::size_t testsPerSegment = 512;
     std::size_t testsPerInterval = 32;
@@ -128,14 +131,16 @@ struct OcclusionLimits {
 /// When the search for intersecting pairs leaves the BVH.
 struct PairSearchLimits {
     /// The number of tests of a packet against a node or a triangle: so many per triangle of the
-    /// scene, and per edge found.
+    /// scene, and per edge found. The worst scenes coincident, needles, cone, pages and sheets
+    /// exceed it.
     std::size_t visitsPerTriangle = 512;
     std::size_t visitsPerEdge = 64;
     std::uint32_t hubDegree = Tuning::kHubDegree;
     /// The number of edges per triangle from which nearly equal triangles are searched for. Within
     /// a contact tolerance, none of their edges is drawn.
     std::size_t edgesPerTriangle = 64;
-    /// The number of edges per triangle above which hidden ones are omitted, where that is allowed.
+    /// The number of edges per triangle above which hidden ones are omitted, where that is allowed
+    /// (the worst scenes soup, grains and heap).
     std::size_t hiddenPerTriangle = 4;
     /// Unless there are more potentially visible pairs than so many times the pairs of overlapping
     /// boxes: in sparse scenes the BVH separates most of them.

@@ -16,8 +16,8 @@ namespace ctr {
 /// One edge. The position of vertexA is not greater than that of vertexB (x, then y, then z).
 struct CreaseEdgeInfo {
     std::uint32_t vertexA; ///< The vertex that comes first by position.
-    /// Bits 0 to 30: the second vertex. Bit 31: every vertex normal that was examined for this edge
-    /// is perpendicular to it.
+    /// Bits 0 to 30: the second vertex. Bit 31: every vertex normal n that was examined for this
+    /// edge d is perpendicular to it, up to |n . d| < |d| / 1024.
     std::uint32_t vertexB;
 };
 

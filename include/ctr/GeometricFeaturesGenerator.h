@@ -19,7 +19,7 @@ namespace ctr {
 /// The lines of one drawing. A field is null if there are no such lines or the run was cancelled.
 struct GeometricFeatures {
     kx::kxPointer<LineSegmentSet>
-        creaseEdges; ///< Creases or given outlines, with occluded intervals.
+        creaseEdges; ///< Creases or given feature edges, with occluded intervals.
     kx::kxPointer<LineSegmentSet> silhouetteEdges;   ///< With occluded intervals.
     kx::kxPointer<LineSegmentSet> intersectionEdges; ///< Pieces that no exported mesh occludes.
 };
