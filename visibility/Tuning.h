@@ -137,7 +137,7 @@ struct PairSearchLimits {
     std::size_t visitsPerEdge = 64;
     std::uint32_t hubDegree = Tuning::kHubDegree;
     /// The number of edges per triangle from which nearly equal triangles are searched for. Within
-    /// a contact tolerance, none of their edges is drawn.
+    /// a contact tolerance, none of their edges is drawn (the worst scene nearly).
     std::size_t edgesPerTriangle = 64;
     /// The number of edges per triangle above which hidden ones are omitted, where that is allowed
     /// (the worst scenes soup, grains and heap).
