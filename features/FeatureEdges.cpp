@@ -1,6 +1,6 @@
 // The feature edges of a mesh are those of its repaired surface. Their indices are valid for the
 // mesh itself: repair adds vertices only at positions of existing ones, after them, and lines refer
-// to the first vertex at each position.
+// to the first vertex at each position. O(n log n), within the tolerances of Tolerances.h.
 #include <ctr/FeatureEdges.h>
 
 #include <Wm4Foundation.h>
