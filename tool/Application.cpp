@@ -1,20 +1,20 @@
 // One function for each command.
-#include "Application.h"
+#include "tool/Application.h"
 
-#include "batch/Batch.h"
-#include "common/Failure.h"
-#include "common/Messages.h"
-#include "common/Progress.h"
-#include "common/Statistics.h"
-#include "common/Timing.h"
 #include "drawing/files/OutputFile.h"
 #include "import/ModelReader.h"
 #include "import/SceneReader.h"
-#include "info/ModelReport.h"
-#include "jobs/DrawingJob.h"
-#include "jobs/RunPlan.h"
-#include "jobs/Summary.h"
-#include "options/CommandFiles.h"
+#include "tool/batch/Batch.h"
+#include "tool/common/Failure.h"
+#include "tool/common/Messages.h"
+#include "tool/common/Progress.h"
+#include "tool/common/Statistics.h"
+#include "tool/common/Timing.h"
+#include "tool/info/ModelReport.h"
+#include "tool/jobs/DrawingJob.h"
+#include "tool/jobs/RunPlan.h"
+#include "tool/jobs/Summary.h"
+#include "tool/options/CommandFiles.h"
 
 #include <unistd.h>
 #include <utility>

@@ -1,7 +1,7 @@
 // What the program does with a command line that makes sense.
 #pragma once
 
-#include "options/CommandLine.h"
+#include "tool/options/CommandLine.h"
 
 #include <ostream>
 

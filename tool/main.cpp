@@ -1,11 +1,11 @@
 // kxcontour: draws a model file as an SVG line drawing. Here failures become exit codes.
-#include "Application.h"
-#include "common/Failure.h"
-#include "common/MemoryLimit.h"
-#include "common/Messages.h"
 #include "drawing/files/Interrupt.h"
 #include "drawing/files/StandardStreams.h"
-#include "options/CommandLine.h"
+#include "tool/Application.h"
+#include "tool/common/Failure.h"
+#include "tool/common/MemoryLimit.h"
+#include "tool/common/Messages.h"
+#include "tool/options/CommandLine.h"
 
 #include <csignal>
 #include <exception>

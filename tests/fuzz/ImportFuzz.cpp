@@ -8,10 +8,10 @@
 #include "drawing/scene/Scene.h"
 #include "fuzz/FuzzBytes.h"
 #include "import/SceneReader.h"
-#include "jobs/DrawingJob.h"
 #include "tool/ModelText.h"
 #include "tool/SvgFile.h"
 #include "tool/Unwatched.h"
+#include "tool/jobs/DrawingJob.h"
 
 #include <array>
 #include <csignal>

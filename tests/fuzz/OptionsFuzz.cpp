@@ -1,11 +1,11 @@
 // A command line, a configuration file or a job file from the input, read by the tool: what comes
 // back is options within their bounds, the same the second time, or a refusal in one line of
 // printable text. Nothing is drawn, and files are read in a folder of the run's own only.
-#include "common/Failure.h"
-#include "common/PlainText.h"
 #include "fuzz/FuzzBytes.h"
-#include "options/CommandLine.h"
 #include "tool/ModelText.h"
+#include "tool/common/Failure.h"
+#include "tool/common/PlainText.h"
+#include "tool/options/CommandLine.h"
 
 #include <algorithm>
 #include <cmath>

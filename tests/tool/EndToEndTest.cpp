@@ -1,10 +1,10 @@
 // Whole runs: real models drawn in several views, and small ones whose drawings are known.
-#include "Application.h"
 #include "DrawingRuns.h"
 #include "ModelText.h"
 #include "SvgFile.h"
 #include "ToolRun.h"
 #include "support/Scenes.h"
+#include "tool/Application.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // What options do to drawings, on models whose drawings are known.
-#include "Application.h"
 #include "DrawingRuns.h"
 #include "RecipeTools.h"
-#include "options/CommandLine.h"
 #include "support/Scenes.h"
+#include "tool/Application.h"
+#include "tool/options/CommandLine.h"
 
 #include <gtest/gtest.h>
 

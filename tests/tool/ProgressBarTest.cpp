@@ -4,9 +4,9 @@
 #include "ModelText.h"
 #include "drawing/common/StagePlan.h"
 #include "drawing/scene/Scene.h"
-#include "jobs/DrawingJob.h"
-#include "jobs/RunPlan.h"
 #include "options/Parsing.h"
+#include "tool/jobs/DrawingJob.h"
+#include "tool/jobs/RunPlan.h"
 
 #include <gtest/gtest.h>
 

@@ -1,17 +1,17 @@
 // Jobs run in waves of as many scenes as there are threads. The models of a wave are read first,
 // since importers run in child processes, which must be started before any thread; then all jobs of
 // the wave are drawn by a pool of threads.
-#include "batch/Batch.h"
+#include "tool/batch/Batch.h"
 
-#include "batch/BatchTable.h"
-#include "batch/DrawingFile.h"
-#include "batch/FinishedJobs.h"
-#include "common/Progress.h"
 #include "import/SceneReader.h"
-#include "jobs/DrawingJob.h"
-#include "jobs/Summary.h"
-#include "options/CommandFiles.h"
-#include "options/OptionReader.h"
+#include "tool/batch/BatchTable.h"
+#include "tool/batch/DrawingFile.h"
+#include "tool/batch/FinishedJobs.h"
+#include "tool/common/Progress.h"
+#include "tool/jobs/DrawingJob.h"
+#include "tool/jobs/Summary.h"
+#include "tool/options/CommandFiles.h"
+#include "tool/options/OptionReader.h"
 
 #include <algorithm>
 #include <atomic>

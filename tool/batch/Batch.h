@@ -1,8 +1,8 @@
 // Draws many drawings in one run.
 #pragma once
 
-#include "common/Messages.h"
-#include "options/CommandLine.h"
+#include "tool/common/Messages.h"
+#include "tool/options/CommandLine.h"
 
 #include <ostream>
 

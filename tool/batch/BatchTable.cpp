@@ -1,7 +1,7 @@
 // Columns: name, result, lines, seconds.
-#include "batch/BatchTable.h"
+#include "tool/batch/BatchTable.h"
 
-#include "common/PlainText.h"
+#include "tool/common/PlainText.h"
 
 #include <algorithm>
 #include <fmt/format.h>

@@ -1,9 +1,9 @@
 // The results of a batch as a table.
 #pragma once
 
-#include "common/Failure.h"
-#include "jobs/DrawingJob.h"
-#include "options/CommandLine.h"
+#include "tool/common/Failure.h"
+#include "tool/jobs/DrawingJob.h"
+#include "tool/options/CommandLine.h"
 
 #include <cstdint>
 #include <ostream>

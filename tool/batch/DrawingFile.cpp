@@ -1,5 +1,5 @@
 // Compares the first bytes of a file with those of each output format.
-#include "batch/DrawingFile.h"
+#include "tool/batch/DrawingFile.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 // Each note is a text that is compared as a whole: the stamps of the files, then the options.
-#include "batch/FinishedJobs.h"
+#include "tool/batch/FinishedJobs.h"
 
-#include "common/Failure.h"
 #include "drawing/files/OutputFile.h"
 #include "drawing/output/Writers.h"
+#include "tool/common/Failure.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "drawing/files/Descriptor.h"
-#include "options/CommandLine.h"
+#include "tool/options/CommandLine.h"
 
 #include <map>
 #include <mutex>

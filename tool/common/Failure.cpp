@@ -1,5 +1,5 @@
 // The exit code and the message of each kind of exception.
-#include "common/Failure.h"
+#include "tool/common/Failure.h"
 
 #include <new>
 

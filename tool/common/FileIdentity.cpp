@@ -1,8 +1,8 @@
 // Device and inode, of the file or of the folder that it will be in.
-#include "common/FileIdentity.h"
+#include "tool/common/FileIdentity.h"
 
-#include "common/Failure.h"
 #include "drawing/files/FilePlace.h"
+#include "tool/common/Failure.h"
 
 #include <sys/stat.h>
 

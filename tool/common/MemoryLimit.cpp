@@ -1,7 +1,7 @@
 // Reads what the kernel says in /proc and in the control groups (versions 1 and 2), and has it
 // count the private pages of the process. Pages count when they are asked for, not when they are
 // used, which for large arrays is nearly the same.
-#include "common/MemoryLimit.h"
+#include "tool/common/MemoryLimit.h"
 
 #include "import/process/SanitizedBuild.h"
 

@@ -1,7 +1,7 @@
 // One message is one write, so that those of several threads and processes do not mix.
-#include "common/Messages.h"
+#include "tool/common/Messages.h"
 
-#include "common/PlainText.h"
+#include "tool/common/PlainText.h"
 
 #include <cstdlib>
 #include <string_view>

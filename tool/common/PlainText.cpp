@@ -1,6 +1,6 @@
 // Character by character; see Unicode 15.0, section 23.2 (layout controls), and UAX #9 for the
 // marks of direction.
-#include "common/PlainText.h"
+#include "tool/common/PlainText.h"
 
 #include "drawing/common/Utf8.h"
 

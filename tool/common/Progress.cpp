@@ -1,5 +1,5 @@
 // Redraws at most ten times a second, so that drawing costs nothing next to the work.
-#include "common/Progress.h"
+#include "tool/common/Progress.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // A table of all files by their identity.
-#include "common/RunFiles.h"
+#include "tool/common/RunFiles.h"
 
-#include "common/Failure.h"
+#include "tool/common/Failure.h"
 
 #include <unistd.h>
 

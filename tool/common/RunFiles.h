@@ -1,7 +1,7 @@
 // What one run reads and writes.
 #pragma once
 
-#include "common/FileIdentity.h"
+#include "tool/common/FileIdentity.h"
 
 #include <map>
 #include <optional>

@@ -1,5 +1,5 @@
 // One counter per line: the count, then its name.
-#include "common/Statistics.h"
+#include "tool/common/Statistics.h"
 
 #include <ctr/detail/Statistics.h>
 

@@ -1,5 +1,5 @@
 // A list of stages with their seconds.
-#include "common/Timing.h"
+#include "tool/common/Timing.h"
 
 #include <algorithm>
 #include <iomanip>

@@ -1,8 +1,8 @@
 // Facts about models in words and as JSON.
-#include "info/ModelReport.h"
+#include "tool/info/ModelReport.h"
 
-#include "common/PlainText.h"
 #include "drawing/common/LengthUnit.h"
+#include "tool/common/PlainText.h"
 
 #include <algorithm>
 #include <charconv>

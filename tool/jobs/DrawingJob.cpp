@@ -1,5 +1,5 @@
 // Puts the options into the terms of the drawing engine.
-#include "jobs/DrawingJob.h"
+#include "tool/jobs/DrawingJob.h"
 
 #include "drawing/output/WriteDrawing.h"
 

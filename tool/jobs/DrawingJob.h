@@ -4,7 +4,7 @@
 #include <kxDrawing/Drawing.h>
 
 #include "drawing/Drawing.h"
-#include "options/Options.h"
+#include "tool/options/Options.h"
 
 #include <optional>
 #include <string>

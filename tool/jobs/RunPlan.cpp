@@ -1,5 +1,5 @@
 // Costs are fitted as those of the stages of a drawing are, on files of seven formats.
-#include "jobs/RunPlan.h"
+#include "tool/jobs/RunPlan.h"
 
 #include "drawing/StageCosts.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "drawing/common/StagePlan.h"
-#include "options/Options.h"
+#include "tool/options/Options.h"
 
 #include <vector>
 

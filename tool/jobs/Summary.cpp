@@ -1,7 +1,7 @@
 // Turns reports into lines of text or JSON.
-#include "jobs/Summary.h"
+#include "tool/jobs/Summary.h"
 
-#include "common/PlainText.h"
+#include "tool/common/PlainText.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>

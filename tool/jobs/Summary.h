@@ -1,8 +1,8 @@
 // What the user is told about a drawing that was made.
 #pragma once
 
-#include "common/Messages.h"
-#include "jobs/DrawingJob.h"
+#include "tool/common/Messages.h"
+#include "tool/jobs/DrawingJob.h"
 
 #include <ostream>
 #include <string>

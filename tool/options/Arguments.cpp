@@ -1,10 +1,10 @@
 // One pass over the arguments that collects texts; values are checked later, by the same readers as
 // those from files.
-#include "options/Arguments.h"
+#include "tool/options/Arguments.h"
 
-#include "common/Failure.h"
 #include "drawing/common/NearestName.h"
-#include "options/OptionTable.h"
+#include "tool/common/Failure.h"
+#include "tool/options/OptionTable.h"
 
 #include <algorithm>
 #include <span>

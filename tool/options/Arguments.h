@@ -1,7 +1,7 @@
 // Parses the command-line arguments by the option table.
 #pragma once
 
-#include "options/GivenOptions.h"
+#include "tool/options/GivenOptions.h"
 
 #include <string>
 #include <vector>

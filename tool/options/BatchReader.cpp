@@ -1,8 +1,8 @@
 // Jobs are expanded and checked one by one, then against each other.
-#include "options/BatchReader.h"
+#include "tool/options/BatchReader.h"
 
-#include "common/Failure.h"
-#include "options/OptionReader.h"
+#include "tool/common/Failure.h"
+#include "tool/options/OptionReader.h"
 
 #include <algorithm>
 #include <filesystem>

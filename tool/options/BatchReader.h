@@ -1,9 +1,9 @@
 // Reads the jobs of a batch.
 #pragma once
 
-#include "options/CommandLine.h"
-#include "options/GivenOptions.h"
-#include "options/OptionFiles.h"
+#include "tool/options/CommandLine.h"
+#include "tool/options/GivenOptions.h"
+#include "tool/options/OptionFiles.h"
 
 #include <string>
 #include <vector>

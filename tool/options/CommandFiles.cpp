@@ -1,5 +1,5 @@
 // Inputs are added before outputs, so that a conflict is reported for the output.
-#include "options/CommandFiles.h"
+#include "tool/options/CommandFiles.h"
 
 namespace kxcontour {
 namespace {

@@ -1,8 +1,8 @@
 // The files that a command reads and writes.
 #pragma once
 
-#include "common/RunFiles.h"
-#include "options/CommandLine.h"
+#include "tool/common/RunFiles.h"
+#include "tool/options/CommandLine.h"
 
 namespace kxcontour {
 

@@ -1,16 +1,16 @@
 // The first word selects the command. Options are merged by precedence: the command line over jobs,
 // jobs over their defaults, and all of these over the configuration file.
-#include "options/CommandLine.h"
+#include "tool/options/CommandLine.h"
 
 #include <ctr/Version.h>
 
-#include "common/Failure.h"
-#include "options/Arguments.h"
-#include "options/BatchReader.h"
-#include "options/Completions.h"
-#include "options/Help.h"
-#include "options/ManPage.h"
-#include "options/OptionReader.h"
+#include "tool/common/Failure.h"
+#include "tool/options/Arguments.h"
+#include "tool/options/BatchReader.h"
+#include "tool/options/Completions.h"
+#include "tool/options/Help.h"
+#include "tool/options/ManPage.h"
+#include "tool/options/OptionReader.h"
 
 #include <utility>
 

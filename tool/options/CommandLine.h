@@ -1,7 +1,7 @@
 // The command line: turns arguments into a command.
 #pragma once
 
-#include "options/Options.h"
+#include "tool/options/Options.h"
 
 #include <optional>
 #include <ostream>

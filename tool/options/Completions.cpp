@@ -1,10 +1,10 @@
 // One template per shell, filled in from the option table. Values are completed if the table lists
 // choices for them or if they are files.
-#include "options/Completions.h"
+#include "tool/options/Completions.h"
 
-#include "options/Help.h"
-#include "options/Manual.h"
-#include "options/Values.h"
+#include "tool/options/Help.h"
+#include "tool/options/Manual.h"
+#include "tool/options/Values.h"
 
 namespace kxcontour {
 namespace {

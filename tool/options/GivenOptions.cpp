@@ -1,7 +1,7 @@
 // The precedence of options from different sources.
-#include "options/GivenOptions.h"
+#include "tool/options/GivenOptions.h"
 
-#include "options/Values.h"
+#include "tool/options/Values.h"
 
 #include <array>
 #include <utility>

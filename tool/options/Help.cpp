@@ -1,8 +1,8 @@
 // Plain text on 80 columns, made from the tables.
-#include "options/Help.h"
+#include "tool/options/Help.h"
 
-#include "options/Manual.h"
-#include "options/Values.h"
+#include "tool/options/Manual.h"
+#include "tool/options/Values.h"
 
 #include <algorithm>
 #include <cstddef>

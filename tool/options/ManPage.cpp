@@ -1,10 +1,10 @@
 // The manual page in the mdoc language (mdoc(7)), from the same tables as the help.
-#include "options/ManPage.h"
+#include "tool/options/ManPage.h"
 
 #include <ctr/Version.h>
 
-#include "options/Manual.h"
-#include "options/Values.h"
+#include "tool/options/Manual.h"
+#include "tool/options/Values.h"
 
 #include <algorithm>
 #include <ctime>

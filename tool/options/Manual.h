@@ -2,7 +2,7 @@
 // by empty lines; those that begin with two blanks are shown verbatim, others are wrapped.
 #pragma once
 
-#include "options/OptionTable.h"
+#include "tool/options/OptionTable.h"
 
 #include <array>
 #include <string>

@@ -1,8 +1,8 @@
 // Counts brackets and dots outside strings and comments. One scanner serves both languages: JSON
 // strings are TOML strings, and comments and literal strings do not occur in JSON.
-#include "options/Nesting.h"
+#include "tool/options/Nesting.h"
 
-#include "common/Failure.h"
+#include "tool/common/Failure.h"
 
 #include <algorithm>
 #include <cstddef>

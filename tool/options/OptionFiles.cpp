@@ -1,12 +1,12 @@
 // TOML is converted to JSON, so that both have one reader of keys.
-#include "options/OptionFiles.h"
+#include "tool/options/OptionFiles.h"
 
-#include "common/Failure.h"
 #include "drawing/common/NearestName.h"
 #include "drawing/common/Shortened.h"
-#include "options/Nesting.h"
-#include "options/OptionKeys.h"
-#include "options/Values.h"
+#include "tool/common/Failure.h"
+#include "tool/options/Nesting.h"
+#include "tool/options/OptionKeys.h"
+#include "tool/options/Values.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Files of options: configuration files for --config, and job files with many drawings in each.
 #pragma once
 
-#include "options/GivenOptions.h"
+#include "tool/options/GivenOptions.h"
 
 #include <string>
 #include <vector>

@@ -3,8 +3,8 @@
 // is written in signatures.
 #pragma once
 
-#include "options/OptionTable.h"
-#include "options/Values.h"
+#include "tool/options/OptionTable.h"
+#include "tool/options/Values.h"
 
 #include <limits>
 #include <tuple>

@@ -1,11 +1,11 @@
 // Values of natural types are converted to the text that the command line would have, so that all
 // sources share the readers of the table.
-#include "options/OptionKeys.h"
+#include "tool/options/OptionKeys.h"
 
-#include "common/Failure.h"
 #include "drawing/common/NearestName.h"
 #include "drawing/common/Shortened.h"
-#include "options/Values.h"
+#include "tool/common/Failure.h"
+#include "tool/options/Values.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,8 +1,8 @@
 // Options from the keys of a configuration or job file.
 #pragma once
 
-#include "options/GivenOptions.h"
-#include "options/OptionTable.h"
+#include "tool/options/GivenOptions.h"
+#include "tool/options/OptionTable.h"
 
 #include <nlohmann/json_fwd.hpp>
 #include <string>

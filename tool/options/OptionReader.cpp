@@ -1,11 +1,11 @@
 // Each topic is read by the rows of the table. Then its values are checked against each other, and
 // values that follow from others are filled in.
-#include "options/OptionReader.h"
+#include "tool/options/OptionReader.h"
 
 #include <ctr/Version.h>
 
-#include "common/Failure.h"
-#include "options/Values.h"
+#include "tool/common/Failure.h"
+#include "tool/options/Values.h"
 
 #include <algorithm>
 #include <filesystem>

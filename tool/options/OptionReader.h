@@ -1,8 +1,8 @@
 // Turns the texts of options into the options of drawings and batches.
 #pragma once
 
-#include "options/GivenOptions.h"
-#include "options/OptionTable.h"
+#include "tool/options/GivenOptions.h"
+#include "tool/options/OptionTable.h"
 
 #include <string>
 

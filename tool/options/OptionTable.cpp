@@ -1,10 +1,10 @@
 // Readers of single options that no form covers, then the rows in the order of the help.
-#include "options/OptionTable.h"
+#include "tool/options/OptionTable.h"
 
-#include "common/Failure.h"
 #include "import/files/ByteSize.h"
-#include "options/OptionForms.h"
-#include "options/StyleText.h"
+#include "tool/common/Failure.h"
+#include "tool/options/OptionForms.h"
+#include "tool/options/StyleText.h"
 
 #include <algorithm>
 #include <array>

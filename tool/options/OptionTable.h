@@ -4,7 +4,7 @@
 // misspelt names are all derived from it.
 #pragma once
 
-#include "options/Options.h"
+#include "tool/options/Options.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,9 +1,9 @@
 // Each item of a list is split into family, key and value; the key selects the reader of the value.
-#include "options/StyleText.h"
+#include "tool/options/StyleText.h"
 
-#include "common/Failure.h"
 #include "drawing/paper/PageSize.h"
-#include "options/Values.h"
+#include "tool/common/Failure.h"
+#include "tool/options/Values.h"
 
 #include <array>
 #include <cstddef>

@@ -1,12 +1,12 @@
 // Numbers are read and written by from_chars and to_chars, which ignore the locale and accept no
 // blanks.
-#include "options/Values.h"
+#include "tool/options/Values.h"
 
-#include "common/Failure.h"
 #include "drawing/common/NearestName.h"
 #include "drawing/common/ReadNumber.h"
 #include "drawing/common/Shortened.h"
 #include "drawing/paper/PageSize.h"
+#include "tool/common/Failure.h"
 
 #include <algorithm>
 #include <charconv>

@@ -6,9 +6,9 @@
 #include "drawing/scene/MeshBuilder.h"
 #include "import/ModelReader.h"
 #include "import/importer/SceneConversion.h"
-#include "jobs/DrawingJob.h"
 #include "options/Parsing.h"
 #include "support/Random.h"
+#include "tool/jobs/DrawingJob.h"
 
 #include <assimp/scene.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // A batch over several threads, in one process so that the thread sanitizer sees all of it.
 #include "ModelText.h"
-#include "batch/Batch.h"
 #include "support/Scenes.h"
+#include "tool/batch/Batch.h"
 
 #include <gtest/gtest.h>
 

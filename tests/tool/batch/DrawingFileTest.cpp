@@ -1,5 +1,5 @@
 // Files that begin as drawings do.
-#include "batch/DrawingFile.h"
+#include "tool/batch/DrawingFile.h"
 
 #include "ModelText.h"
 #include "drawing/output/PaperDrawings.h"

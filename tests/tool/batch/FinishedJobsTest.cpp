@@ -1,5 +1,5 @@
 // Notes on finished drawings, and what is left of them whenever a run ends.
-#include "batch/FinishedJobs.h"
+#include "tool/batch/FinishedJobs.h"
 
 #include <kxDrawing/Errors.h>
 

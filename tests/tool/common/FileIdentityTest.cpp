@@ -1,5 +1,5 @@
 // Which paths lead to one file.
-#include "common/FileIdentity.h"
+#include "tool/common/FileIdentity.h"
 
 #include "ModelText.h"
 

@@ -1,5 +1,5 @@
 // How much memory there is, from the system's own words, and that no more is used.
-#include "common/MemoryLimit.h"
+#include "tool/common/MemoryLimit.h"
 
 #include "import/process/SanitizedBuild.h"
 

@@ -1,5 +1,5 @@
 // Lines on standard error.
-#include "common/Messages.h"
+#include "tool/common/Messages.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // What is shown of names that want to be more than names.
-#include "common/PlainText.h"
+#include "tool/common/PlainText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // What the progress bar writes.
-#include "common/Progress.h"
+#include "tool/common/Progress.h"
 
 #include <gtest/gtest.h>
 

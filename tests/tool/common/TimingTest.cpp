@@ -1,5 +1,5 @@
 // What --timing prints.
-#include "common/Timing.h"
+#include "tool/common/Timing.h"
 
 #include "ModelText.h"
 

@@ -2,7 +2,7 @@
 #include "ModelText.h"
 #include "ShapeBuilders.h"
 #include "import/ModelReader.h"
-#include "info/ModelReport.h"
+#include "tool/info/ModelReport.h"
 
 #include <gtest/gtest.h>
 

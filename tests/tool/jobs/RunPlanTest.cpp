@@ -1,11 +1,11 @@
 // What the stages of a drawing are expected to cost.
-#include "jobs/RunPlan.h"
+#include "tool/jobs/RunPlan.h"
 
 #include "ModelText.h"
 #include "drawing/common/StagePlan.h"
 #include "import/SceneReader.h"
-#include "jobs/DrawingJob.h"
 #include "options/Parsing.h"
+#include "tool/jobs/DrawingJob.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The command line: valid and invalid values of every option, and options that exclude each other.
-#include "options/OptionReader.h"
 #include "options/Parsing.h"
+#include "tool/options/OptionReader.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // Texts derived from the option table: help, manual page, completions. They are checked by the
 // programs that read them.
 #include "ToolRun.h"
-#include "options/Help.h"
-#include "options/OptionTable.h"
 #include "options/Parsing.h"
+#include "tool/options/Help.h"
+#include "tool/options/OptionTable.h"
 
 #include <gtest/gtest.h>
 

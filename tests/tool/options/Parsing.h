@@ -3,7 +3,7 @@
 
 #include "ModelText.h"
 #include "ShapeBuilders.h"
-#include "options/CommandLine.h"
+#include "tool/options/CommandLine.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // Values of options: colours and styles; the others are tested by their options.
-#include "options/Values.h"
+#include "tool/options/Values.h"
 
 #include "ShapeBuilders.h"
 #include "drawing/common/ReadNumber.h"
-#include "options/StyleText.h"
+#include "tool/options/StyleText.h"
 
 #include <gtest/gtest.h>
 
