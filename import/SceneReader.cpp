@@ -18,14 +18,18 @@ Model Import(const ModelRequest& request) {
 
 } // namespace
 
+std::vector<std::string> InputOptions::files() const {
+    std::vector<std::string> all = models;
+    all.insert(all.end(), occluders.begin(), occluders.end());
+    return all;
+}
+
 ModelRequest RequestFor(const InputOptions& input, const std::string& path) {
     return {path, path == "-" ? input.format : std::nullopt, input.unit, input.up, input.reading};
 }
 
-Scene LoadScene(const InputOptions& input,
-                std::optional<double> creaseAngle,
-                const StageObserver& observer) {
-    SceneBuilder builder({input.weld, creaseAngle});
+Scene LoadScene(const InputOptions& input, const StageObserver& observer) {
+    SceneBuilder builder(input.surface);
     const auto enter = [&](const char* stage) {
         if (observer) {
             observer(stage);

@@ -18,8 +18,11 @@ struct InputOptions {
     std::optional<std::string> format;  ///< Of standard input: a file name ending such as "stl".
     std::optional<LengthUnit> unit;     ///< None: the file's own.
     std::optional<UpAxis> up;           ///< None: the format's own.
-    WeldRequest weld;
+    SurfaceRules surface;
     ReadRules reading;
+
+    /// The models, then the occluders.
+    std::vector<std::string> files() const;
 };
 
 /// The request for one of the models.
@@ -32,8 +35,6 @@ using StageObserver = std::function<void(const char*)>;
 ///
 /// Throws CannotRead for a model that cannot be read, NothingToDraw for one without
 /// triangles.
-Scene LoadScene(const InputOptions& input,
-                std::optional<double> creaseAngle,
-                const StageObserver& observer = {});
+Scene LoadScene(const InputOptions& input, const StageObserver& observer = {});
 
 } // namespace kxcontour

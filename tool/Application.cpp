@@ -1,6 +1,8 @@
 // One function for each command.
 #include "tool/Application.h"
 
+#include <ctr/detail/Statistics.h>
+
 #include "drawing/files/OutputFile.h"
 #include "import/ModelReader.h"
 #include "import/SceneReader.h"
@@ -8,16 +10,16 @@
 #include "tool/common/Failure.h"
 #include "tool/common/Messages.h"
 #include "tool/common/Progress.h"
-#include "tool/common/Statistics.h"
+#include "tool/common/RunFiles.h"
 #include "tool/common/Timing.h"
 #include "tool/info/ModelReport.h"
 #include "tool/jobs/DrawingJob.h"
 #include "tool/jobs/RunPlan.h"
 #include "tool/jobs/Summary.h"
-#include "tool/options/CommandFiles.h"
 
+#include <fmt/format.h>
+#include <string>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace kxcontour {
@@ -39,39 +41,47 @@ void RequireWritable(const std::string& output) {
     const OutputFile writable(output);
 }
 
-/// Passes stages on to the stop watch and the progress bar.
-class Observer : public DrawingObserver {
+/// A progress bar that times its stages.
+class TimedProgress : public Progress {
 public:
-    Observer(std::ostream& log, bool shown) : progress_(log, shown) {}
+    using Progress::Progress;
 
-    void expect(std::vector<PlannedStage> stages) override { progress_.expect(std::move(stages)); }
     void enter(const char* stage) override {
         timing_.enter(stage);
-        progress_.enter(stage);
+        Progress::enter(stage);
     }
-    bool isCanceled() const override { return false; }
-    void setTotal(double steps) override { progress_.setTotal(steps); }
-    void getRange(double& start, double& end) const override { progress_.getRange(start, end); }
-    void advance(double steps) override { progress_.advance(steps); }
 
-    void finish() { progress_.finish(); }
     Timing& timing() { return timing_; }
 
 private:
     Timing timing_;
-    Progress progress_;
 };
+
+/// The library's counters that are not 0, one per line; none where they are not built in
+/// (CTR_STATS).
+std::string StatisticsText() {
+    std::string text;
+    for (const ctr::detail::StatisticsEntry& entry : ctr::detail::ReadStatistics()) {
+        text += entry.count == 0 ? "" : fmt::format("{:>12} {}\n", entry.count, entry.name);
+    }
+    return text;
+}
 
 int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
     const DrawingOptions& options = command.options;
     const Messages messages = MessagesFor(options.messages, log);
-    RunFiles files = FilesOf(command);
+    RunFiles files(command.optionFiles);
+    files.read(options.input);
+    files.writeDrawing(options.output.path);
+    // The drawing may occupy standard output.
+    if (options.output.path != "-" && options.messages.printsResults()) {
+        files.print();
+    }
     RequireWritable(options.output.path);
 
-    Observer observer(log, ShowsProgress(options.messages));
+    TimedProgress observer(log, ShowsProgress(options.messages));
     observer.expect(PlanOfRun(options));
-    const Scene scene = LoadScene(options.input, options.lines.creaseAngle,
-                                  [&](const char* stage) { observer.enter(stage); });
+    const Scene scene = LoadScene(options.input, [&](const char* stage) { observer.enter(stage); });
     files.readSideFiles(scene.sideFiles);
     files.requireNoSideFile(options.output.path);
     const DrawingReport report = DrawToFile(scene, options, observer);
@@ -81,7 +91,7 @@ int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
     if (options.messages.timing) {
         observer.timing().report(log);
         if (options.messages.verbose) {
-            PrintStatistics(log);
+            log << StatisticsText() << std::flush;
         }
     }
     PrintSummary(report, options.messages, options.output.path == "-" ? log : out);
@@ -89,7 +99,9 @@ int Run(const DrawCommand& command, std::ostream& out, std::ostream& log) {
 }
 
 int Run(const InfoCommand& command, std::ostream& out, std::ostream& log) {
-    RunFiles files = FilesOf(command);
+    RunFiles files(command.optionFiles);
+    files.read(command.input);
+    files.print();
     std::vector<ModelInfo> infos;
     for (const std::string& path : command.input.models) {
         const ModelRequest request = RequestFor(command.input, path);
@@ -98,7 +110,7 @@ int Run(const InfoCommand& command, std::ostream& out, std::ostream& log) {
         if (!model.refusedFile.empty()) {
             MessagesFor(command.messages, log).warn(NameOf(request) + ": " + model.refusedFile);
         }
-        infos.push_back(Inspect(NameOf(request), model, command.input.weld));
+        infos.push_back(Inspect(NameOf(request), model, command.input.surface.weld));
     }
     if (command.messages.json) {
         WriteJson(infos, out);

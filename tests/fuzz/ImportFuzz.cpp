@@ -89,11 +89,11 @@ DrawingOptions TakeOptions(FuzzBytes& bytes, const std::string& model) {
     options.output.dotsPerInch = 20.0;
     const unsigned int flags = bytes.byte();
     options.lines.hidden = (flags & 1U) != 0;
-    options.output.layering = (flags & 2U) != 0   ? kxcontour::Layering::Type
-                              : (flags & 4U) != 0 ? kxcontour::Layering::Object
-                                                  : kxcontour::Layering::None;
+    options.lines.layering = (flags & 2U) != 0   ? kxcontour::Layering::Type
+                             : (flags & 4U) != 0 ? kxcontour::Layering::Object
+                                                 : kxcontour::Layering::None;
     if ((flags & 8U) != 0) {
-        options.output.arcTolerance = 0.05;
+        options.lines.arcTolerance = 0.05;
     }
     if ((flags & 16U) != 0) {
         options.page.views = {kxcontour::View::Front, kxcontour::View::Top};
@@ -101,7 +101,7 @@ DrawingOptions TakeOptions(FuzzBytes& bytes, const std::string& model) {
         options.camera.projection = kxcontour::Projection::Perspective;
     }
     if ((flags & 64U) != 0) {
-        options.lines.creaseAngle = 20.0;
+        options.input.surface.creaseAngle = 20.0;
     }
     options.camera.view = static_cast<kxcontour::View>((flags >> 5U) % 7U);
     return options;
@@ -114,7 +114,7 @@ Scene ImportScene(FuzzBytes& bytes, std::size_t ending, DrawingOptions& options)
     const std::string path =
         Folder().write(std::string("m.") + kEndings[ending], std::string(bytes.rest()));
     options.input.models = {path};
-    return kxcontour::LoadScene(options.input, options.lines.creaseAngle);
+    return kxcontour::LoadScene(options.input);
 }
 
 kxcontour::Shape TakeShape(FuzzBytes& bytes) {
@@ -178,7 +178,7 @@ Scene BuildScene(FuzzBytes& bytes, const DrawingOptions& options) {
     scene.millimetresPerUnit = model.millimetresPerUnit;
     kxcontour::MeshRules rules;
     rules.origin = scene.origin;
-    rules.creaseAngle = options.lines.creaseAngle;
+    rules.creaseAngle = options.input.surface.creaseAngle;
     kxcontour::BuiltMeshes built = BuildMeshes(model, rules);
     if (built.meshes.empty()) {
         throw kxdrawing::NothingToDraw("nothing to draw");
@@ -203,7 +203,7 @@ void CheckDrawing(const DrawingOptions& options) {
                                            nullptr, XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
     Require(document != nullptr, "a drawing that is not well-formed");
     xmlFreeDoc(document);
-    if (!options.output.arcTolerance) {
+    if (!options.lines.arcTolerance) {
         Require(tool_test::ReadSvg(options.output.path).pathCount() > 0, "a drawing of nothing");
     }
 }

@@ -72,9 +72,9 @@ void CheckDrawing(const DrawingOptions& options) {
     Require(IsOver(0.0, page.size.width) && IsOver(0.0, page.size.height), "a page without size");
     Require(page.margin >= 0.0 && 2.0 * page.margin < std::min(page.size.width, page.size.height),
             "a margin that leaves nothing");
+    const std::optional<double> angle = options.input.surface.creaseAngle;
+    Require(!angle || (IsOver(0.0, *angle) && *angle < 180.0), "an angle out of bounds");
     const kxcontour::LineOptions& lines = options.lines;
-    Require(!lines.creaseAngle || (IsOver(0.0, *lines.creaseAngle) && *lines.creaseAngle < 180.0),
-            "an angle out of bounds");
     Require(lines.minLength >= 0.0 && std::isfinite(lines.minLength), "a length below zero");
     CheckStyle(lines.styles.crease);
     CheckStyle(lines.styles.silhouette);
@@ -83,7 +83,7 @@ void CheckDrawing(const DrawingOptions& options) {
     const kxcontour::OutputOptions& output = options.output;
     Require(IsPath(output.path), "an output without a name");
     Require(IsOver(0.0, output.dotsPerInch), "a resolution out of bounds");
-    Require(!output.arcTolerance || IsOver(0.0, *output.arcTolerance), "a tolerance of nothing");
+    Require(!lines.arcTolerance || IsOver(0.0, *lines.arcTolerance), "a tolerance of nothing");
     const kxcontour::CameraRequest& camera = options.camera;
     Require(IsFinite(camera.position) && IsFinite(camera.focalPoint) && IsFinite(camera.viewUp),
             "a camera nowhere");

@@ -306,7 +306,7 @@ class RealModels : public testing::TestWithParam<RealModel> {};
 TEST_P(RealModels, AreDrawnExactlyFromAllSides) {
     kxcontour::InputOptions input;
     input.models = {GetParam().path};
-    const kxcontour::Scene scene = LoadScene(input, std::nullopt);
+    const kxcontour::Scene scene = LoadScene(input);
     Counts counts;
     std::uint64_t seed = 0;
     for (const Direction& d : Directions(test_support::Scaled(3))) {

@@ -87,8 +87,8 @@ Recorder Watch(const std::string& model) {
     const kxcontour::DrawingOptions& options = command.options;
     Recorder recorder;
     recorder.expect(PlanOfRun(options));
-    const kxcontour::Scene scene = LoadScene(options.input, options.lines.creaseAngle,
-                                             [&](const char* stage) { recorder.enter(stage); });
+    const kxcontour::Scene scene =
+        LoadScene(options.input, [&](const char* stage) { recorder.enter(stage); });
     DrawToFile(scene, options, recorder);
     recorder.finish();
     return recorder;

@@ -8,9 +8,9 @@
 #include "tool/batch/DrawingFile.h"
 #include "tool/batch/FinishedJobs.h"
 #include "tool/common/Progress.h"
+#include "tool/common/RunFiles.h"
 #include "tool/jobs/DrawingJob.h"
 #include "tool/jobs/Summary.h"
-#include "tool/options/CommandFiles.h"
 #include "tool/options/OptionReader.h"
 
 #include <algorithm>
@@ -37,7 +37,7 @@ public:
     SharedProgress(std::ostream& log, bool shown, std::size_t jobs) : bar_(log, shown) {
         const std::string name = "batch of " + std::to_string(jobs);
         bar_.expect({{name, 1.0}});
-        bar_.enter(name);
+        bar_.enter(name.c_str());
         bar_.setTotal(static_cast<double>(jobs));
     }
 
@@ -55,7 +55,7 @@ private:
 };
 
 /// Converts the progress of one job to its share of the bar. For one thread at a time.
-class JobObserver : public DrawingObserver {
+class JobObserver : public StageFollower {
 public:
     /// reported: the share of the job that the bar has counted already.
     JobObserver(SharedProgress& progress, double reported)
@@ -66,34 +66,25 @@ public:
     JobObserver(const JobObserver&) = delete;
     JobObserver& operator=(const JobObserver&) = delete;
 
-    void expect(std::vector<PlannedStage> stages) override { plan_.expect(std::move(stages)); }
     void enter(const char* stage) override {
-        plan_.enter(stage);
+        StageFollower::enter(stage);
         report();
     }
-    bool isCanceled() const override { return false; }
-    void setTotal(double steps) override { plan_.setTotal(steps); }
-    void getRange(double& start, double& end) const override {
-        start = plan_.done();
-        end = plan_.total();
-    }
     void advance(double steps) override {
-        plan_.advance(steps);
+        StageFollower::advance(steps);
         report();
     }
 
 private:
     /// At most a hundred times per job.
     void report() {
-        const double share = plan_.share();
-        if (share - reported_ >= 0.01) {
-            progress_.advance(share - reported_);
-            reported_ = share;
+        if (share() - reported_ >= 0.01) {
+            progress_.advance(share() - reported_);
+            reported_ = share();
         }
     }
 
     SharedProgress& progress_;
-    StagePlan plan_;
     double reported_;
 };
 
@@ -129,6 +120,23 @@ std::vector<JobNumbers> GroupByScene(const std::vector<BatchJob>& jobs) {
     return groups;
 }
 
+RunFiles FilesOf(const BatchCommand& command) {
+    RunFiles files(command.optionFiles);
+    for (const BatchJob& job : command.jobs) {
+        files.read(job.options.input);
+    }
+    for (const BatchJob& job : command.jobs) {
+        files.writeDrawing(job.options.output.path);
+    }
+    if (!command.statePath.empty()) {
+        files.writeState(command.statePath);
+    }
+    if (command.messages.printsResults()) {
+        files.print();
+    }
+    return files;
+}
+
 /// Runs the jobs of one batch.
 class BatchRun {
 public:
@@ -154,16 +162,13 @@ public:
 private:
     /// A drawing is kept whether or not the note on it can be written.
     void note(const BatchJob& job, const std::string& inputs) {
-        if (!notesKept_) {
-            return;
-        }
         try {
-            done_.note(job, inputs);
-        } catch (const kxdrawing::CannotWrite& failure) {
-            if (notesKept_.exchange(false)) {
-                const std::lock_guard lock(speaking_);
-                messages_.error(failure.what());
+            if (notesKept_) {
+                done_.note(job, inputs);
             }
+        } catch (const kxdrawing::CannotWrite& failure) {
+            notesKept_ = false;
+            messages_.error(failure.what());
         }
     }
 
@@ -234,7 +239,7 @@ private:
         LoadedScene loaded;
         loaded.inputs = FinishedJobs::InputsOf(options.input);
         try {
-            loaded.scene = LoadScene(options.input, options.lines.creaseAngle);
+            loaded.scene = LoadScene(options.input);
         } catch (...) {
             loaded.failure = std::current_exception();
         }
@@ -259,17 +264,10 @@ private:
         }
     }
 
-    /// Does work of this many jobs on several threads, and returns on how many.
+    /// Does work of this many jobs on several threads, this one included, or on as many as the
+    /// system allows; returns their number.
     template <class Work> std::size_t workTogether(const Work& work, std::size_t jobs) {
         const std::size_t count = std::min<std::size_t>(command_.threads, jobs);
-        const std::vector<std::jthread> others = startOthers(count, work);
-        work();
-        return others.size() + 1;
-    }
-
-    /// Starts threads for the work: count including this one, or as many as the system allows.
-    template <class Work>
-    std::vector<std::jthread> startOthers(std::size_t count, const Work& work) {
         std::vector<std::jthread> others;
         try {
             while (others.size() + 1 < count) {
@@ -278,7 +276,8 @@ private:
         } catch (const std::exception&) { // Of the system, or bad_alloc.
             warnOfThreads(others.size() + 1, count);
         }
-        return others;
+        work();
+        return others.size() + 1;
     }
 
     /// Once per batch, as each wave meets the same limit.
@@ -326,8 +325,8 @@ private:
         JobResult& result = results_[task.number];
         result.report = DrawToFile(loaded.scene, job.options, observer);
         result.state = JobState::Drawn;
-        note(job, loaded.inputs);
         const std::lock_guard lock(speaking_);
+        note(job, loaded.inputs);
         TellAbout(loaded.scene, job.options, result.report, messages_);
     }
 
@@ -350,9 +349,9 @@ private:
     SharedProgress progress_;
     std::vector<JobNumbers> groups_; ///< Of one scene each.
     std::vector<JobResult> results_; ///< Each is written by the thread that has the job.
-    std::atomic<bool> notesKept_ = true;
+    bool notesKept_ = true;
     bool warnedOfThreads_ = false;
-    std::mutex speaking_;
+    std::mutex speaking_; ///< Guards messages and notes while threads draw.
 };
 
 } // namespace

@@ -47,15 +47,10 @@ std::string LineOf(const std::string& output, const std::string& note) {
 /// Appends all bytes or none: a line that did not fit is truncated again.
 void Append(int file, std::string_view bytes) {
     const off_t end = ::lseek(file, 0, SEEK_END);
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(file, bytes.data(), bytes.size());
-        if (written >= 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
-            const int reason = errno;
-            [[maybe_unused]] const int truncated = ::ftruncate(file, end);
-            throw WriteFailure(reason);
-        }
+    if (!WriteAll(file, bytes)) {
+        const int reason = errno;
+        [[maybe_unused]] const int truncated = ::ftruncate(file, end);
+        throw WriteFailure(reason);
     }
 }
 
@@ -90,31 +85,22 @@ void FinishedJobs::read() {
     }
 }
 
-bool FinishedJobs::isEmpty() const {
-    const std::lock_guard lock(mutex_);
-    return notes_.empty();
-}
-
 std::string FinishedJobs::InputsOf(const InputOptions& input) {
     std::string stamps;
-    for (const std::vector<std::string>* files : {&input.models, &input.occluders}) {
-        for (const std::string& file : *files) {
-            stamps += StampOf(file).value_or("missing") + "\n";
-        }
+    for (const std::string& file : input.files()) {
+        stamps += StampOf(file).value_or("missing") + "\n";
     }
     return stamps;
 }
 
 bool FinishedJobs::covers(const BatchJob& job) const {
     const std::optional<std::string> now = NoteFor(job, InputsOf(job.options.input));
-    const std::lock_guard lock(mutex_);
     const auto found = notes_.find(job.options.output.path);
     return now && found != notes_.end() && found->second == *now;
 }
 
 void FinishedJobs::note(const BatchJob& job, const std::string& inputs) {
     const std::optional<std::string> now = NoteFor(job, inputs);
-    const std::lock_guard lock(mutex_);
     if (!now || path_.empty()) {
         return;
     }

@@ -5,14 +5,13 @@
 #include "tool/options/CommandLine.h"
 
 #include <map>
-#include <mutex>
 #include <string>
 
 namespace kxcontour {
 
 /// A file of notes, one per drawing: the options that it was made with, and the sizes and times of
 /// its models and of itself. Of a model that consists of several files, only the named one counts.
-/// Without a path, no job ever counts as finished. Thread-safe.
+/// Without a path, no job ever counts as finished.
 ///
 /// The first note of a run replaces the file by a new one with all notes; further notes are
 /// appended to it, one write each. A run that is killed loses only the notes on the drawings in
@@ -26,7 +25,7 @@ public:
     FinishedJobs& operator=(const FinishedJobs&) = delete;
 
     /// Whether there are no notes.
-    bool isEmpty() const;
+    bool isEmpty() const { return notes_.empty(); }
 
     /// The sizes and times of all models as text. Taken before the models are read, so that a
     /// change while they are drawn is noticed by the next run.
@@ -45,7 +44,6 @@ private:
     void replaceFile();
 
     std::string path_;
-    mutable std::mutex mutex_;
     std::map<std::string, std::string> notes_; ///< By output.
     Descriptor file_; ///< For appending; none before the first note of this run.
 };

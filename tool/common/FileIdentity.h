@@ -1,10 +1,10 @@
 // Which file it is, whatever it is called.
 #pragma once
 
+#include <compare>
 #include <optional>
 #include <string>
 #include <sys/types.h>
-#include <tuple>
 
 namespace kxcontour {
 
@@ -15,12 +15,7 @@ struct FileIdentity {
     /// Of a file that does not exist yet, its name in the folder of that number; else empty.
     std::string name;
 
-    friend bool operator==(const FileIdentity& a, const FileIdentity& b) {
-        return std::tie(a.device, a.number, a.name) == std::tie(b.device, b.number, b.name);
-    }
-    friend bool operator<(const FileIdentity& a, const FileIdentity& b) {
-        return std::tie(a.device, a.number, a.name) < std::tie(b.device, b.number, b.name);
-    }
+    auto operator<=>(const FileIdentity& other) const = default;
 };
 
 /// The identity of the file at the end of a path; none where no file can be. Never throws

@@ -4,7 +4,8 @@
 
 #include "drawing/common/Utf8.h"
 
-#include <cstddef>
+#include <cstdint>
+#include <fmt/format.h>
 
 namespace kxcontour {
 namespace {
@@ -22,15 +23,6 @@ bool EndsLine(char32_t code) {
     return code == 0x2028 || code == 0x2029;
 }
 
-/// The prefix and so many hexadecimal digits.
-std::string Escape(std::string_view prefix, char32_t value, int digits) {
-    std::string text(prefix);
-    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) {
-        text += "0123456789abcdef"[value >> static_cast<unsigned>(shift) & 0xFU];
-    }
-    return text;
-}
-
 std::string EscapeByte(char byte) {
     switch (byte) {
     case '\n':
@@ -40,7 +32,7 @@ std::string EscapeByte(char byte) {
     case '\t':
         return "\\t";
     default:
-        return Escape("\\x", static_cast<unsigned char>(byte), 2);
+        return fmt::format("\\x{:02x}", static_cast<unsigned char>(byte));
     }
 }
 
@@ -55,7 +47,7 @@ std::string PlainText(std::string_view text) {
         if (c.size == 0 || c.code == 0x7F || c.code < 0x20) {
             plain += EscapeByte(text.front());
         } else if (IsControl(c.code) || IsDirectionMark(c.code) || EndsLine(c.code)) {
-            plain += Escape("\\u", c.code, 4);
+            plain += fmt::format("\\u{:04x}", static_cast<std::uint32_t>(c.code));
         } else {
             plain += text.substr(0, size);
         }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace kxcontour {
 namespace {
@@ -24,20 +23,17 @@ std::string SecondsLeft(double elapsed, double share) {
 
 } // namespace
 
-Progress::Progress(std::ostream& out, bool shown) : out_(out), shown_(shown) {}
-
-Progress::~Progress() {
-    endLine();
-}
-
-void Progress::expect(std::vector<PlannedStage> stages) {
-    plan_.expect(std::move(stages));
-}
-
-void Progress::enter(const std::string& stage) {
+void Progress::enter(const char* stage) {
     stage_ = stage;
-    plan_.enter(stage);
-    draw(plan_.share());
+    StageFollower::enter(stage);
+    draw(share());
+}
+
+void Progress::advance(double steps) {
+    StageFollower::advance(steps);
+    if (shown_ && Clock::now() - drawn_ >= kRedrawInterval) {
+        draw(share());
+    }
 }
 
 void Progress::finish() {
@@ -50,26 +46,6 @@ void Progress::endLine() {
         out_ << "\n" << std::flush;
     }
     stage_.clear();
-}
-
-bool Progress::isCanceled() const {
-    return false;
-}
-
-void Progress::setTotal(double steps) {
-    plan_.setTotal(steps);
-}
-
-void Progress::getRange(double& start, double& end) const {
-    start = plan_.done();
-    end = plan_.total();
-}
-
-void Progress::advance(double steps) {
-    plan_.advance(steps);
-    if (shown_ && Clock::now() - drawn_ >= kRedrawInterval) {
-        draw(plan_.share());
-    }
 }
 
 void Progress::draw(double share) {

@@ -8,12 +8,9 @@
 namespace kxcontour {
 namespace {
 
-std::optional<FileIdentity> IdentityOfInput(const std::string& path) {
-    return path == "-" ? IdentityOfDescriptor(STDIN_FILENO) : IdentityOfPath(path);
-}
-
-std::optional<FileIdentity> IdentityOfOutput(const std::string& path) {
-    return path == "-" ? IdentityOfDescriptor(STDOUT_FILENO) : IdentityOfPath(path);
+/// Of a path, or of the stream that "-" stands for.
+std::optional<FileIdentity> IdentityOf(const std::string& path, int stream) {
+    return path == "-" ? IdentityOfDescriptor(stream) : IdentityOfPath(path);
 }
 
 std::string OutputName(const std::string& path) {
@@ -22,16 +19,20 @@ std::string OutputName(const std::string& path) {
 
 } // namespace
 
-void RunFiles::readModel(const std::string& path) {
-    add(IdentityOfInput(path), {path, Use::Model});
+RunFiles::RunFiles(const std::vector<std::string>& optionFiles) {
+    for (const std::string& path : optionFiles) {
+        add(IdentityOfPath(path), {path, Use::Options});
+    }
 }
 
-void RunFiles::readOptions(const std::string& path) {
-    add(IdentityOfPath(path), {path, Use::Options});
+void RunFiles::read(const InputOptions& input) {
+    for (const std::string& path : input.files()) {
+        add(IdentityOf(path, STDIN_FILENO), {path, Use::Model});
+    }
 }
 
 void RunFiles::writeDrawing(const std::string& path) {
-    const std::optional<FileIdentity> file = IdentityOfOutput(path);
+    const std::optional<FileIdentity> file = IdentityOf(path, STDOUT_FILENO);
     const std::string name = OutputName(path);
     if (const Entry* other = find(file)) {
         switch (other->use) {
@@ -78,7 +79,7 @@ void RunFiles::readSideFiles(const std::vector<std::string>& paths) {
 }
 
 void RunFiles::requireNoSideFile(const std::string& drawing) const {
-    const std::optional<FileIdentity> file = IdentityOfOutput(drawing);
+    const std::optional<FileIdentity> file = IdentityOf(drawing, STDOUT_FILENO);
     if (file && sideFiles_.count(*file) > 0) {
         RefuseUsage(OutputName(drawing) + ": belongs to a model; the drawing would overwrite it");
     }

@@ -1,6 +1,7 @@
 // What one run reads and writes.
 #pragma once
 
+#include "import/SceneReader.h"
 #include "tool/common/FileIdentity.h"
 
 #include <map>
@@ -13,14 +14,16 @@ namespace kxcontour {
 
 /// Sees to it that a run writes no file twice and none that it reads, whatever they are called.
 ///
-/// Add what is read first. "-" is standard input or output, which may be files. Operations throw
-/// InvalidArgument for a file that has another use already.
+/// Add what is read first, so that a conflict is reported for the output. "-" is standard input or
+/// output, which may be files. Operations throw InvalidArgument for a file that has another use
+/// already.
 class RunFiles {
 public:
-    /// A model or an occluder.
-    void readModel(const std::string& path);
-    /// A configuration or a job file.
-    void readOptions(const std::string& path);
+    /// optionFiles: configurations and a job file.
+    explicit RunFiles(const std::vector<std::string>& optionFiles);
+
+    /// Models and occluders.
+    void read(const InputOptions& input);
 
     void writeDrawing(const std::string& path);
     /// The notes of a batch, which are read as well.

@@ -1,48 +1,45 @@
-// A list of stages with their seconds.
+// A list of stages with their times.
 #include "tool/common/Timing.h"
 
 #include <algorithm>
-#include <iomanip>
-#include <locale>
-#include <sstream>
+#include <fmt/format.h>
+#include <utility>
 
 namespace kxcontour {
 
 void Timing::enter(const std::string& stage) {
     leave();
-    const auto found = std::find_if(stages_.begin(), stages_.end(),
-                                    [&](const Stage& known) { return known.name == stage; });
-    current_ = static_cast<std::size_t>(found - stages_.begin());
-    if (found == stages_.end()) {
-        stages_.push_back({stage, 0.0});
-    }
-    started_ = Clock::now();
-    running_ = true;
+    current_ = stage;
+    started_ = std::chrono::steady_clock::now();
 }
 
 void Timing::leave() {
-    if (running_) {
-        stages_[current_].seconds += std::chrono::duration<double>(Clock::now() - started_).count();
-        running_ = false;
+    const std::string stage = std::exchange(current_, {});
+    if (stage.empty()) {
+        return;
+    }
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - started_;
+    const auto found = std::find_if(stages_.begin(), stages_.end(),
+                                    [&](const Stage& known) { return known.name == stage; });
+    if (found == stages_.end()) {
+        stages_.push_back({stage, time});
+    } else {
+        found->time += time;
     }
 }
 
 void Timing::report(std::ostream& out) {
     leave();
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << std::fixed << std::setprecision(3);
-    double sum = 0.0;
-    const auto line = [&text](const std::string& name, double seconds) {
-        text << std::left << std::setw(9) << name << std::right << std::setw(9) << seconds
-             << " s\n";
-    };
+    Stage sum{"total", {}};
     for (const Stage& stage : stages_) {
-        line(stage.name, stage.seconds);
-        sum += stage.seconds;
+        sum.time += stage.time;
     }
-    line("total", sum);
-    out << text.str() << std::flush;
+    stages_.push_back(sum);
+    std::string text;
+    for (const Stage& stage : stages_) {
+        text += fmt::format("{:<9}{:>9.3f} s\n", stage.name, stage.time.count());
+    }
+    out << text << std::flush;
 }
 
 } // namespace kxcontour

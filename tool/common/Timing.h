@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -15,23 +14,21 @@ public:
     /// Ends the stage before and starts the next, or goes on with one of before.
     void enter(const std::string& stage);
 
-    /// Ends the last stage and writes one line a stage and one for the sum, in seconds.
+    /// Ends the last stage and writes one line per stage and one for the sum, in seconds.
     void report(std::ostream& out);
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     struct Stage {
         std::string name;
-        double seconds;
+        std::chrono::duration<double> time;
     };
 
+    /// Adds the time since the stage was entered, if there is one.
     void leave();
 
     std::vector<Stage> stages_;
-    std::size_t current_ = 0;
-    Clock::time_point started_;
-    bool running_ = false;
+    std::string current_; ///< Empty: none.
+    std::chrono::steady_clock::time_point started_;
 };
 
 } // namespace kxcontour

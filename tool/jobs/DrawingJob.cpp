@@ -6,23 +6,15 @@
 namespace kxcontour {
 namespace {
 
-kxdrawing::LineOptions LinesFor(const DrawingOptions& options) {
-    kxdrawing::LineOptions lines;
-    lines.silhouettes = options.lines.silhouettes;
-    lines.creases = options.lines.creases;
-    lines.intersections = options.lines.intersections;
-    lines.hidden = options.lines.hidden;
-    lines.styles = options.lines.styles;
-    lines.layering = options.output.layering;
-    lines.minLength = options.lines.minLength;
-    lines.arcTolerance = options.output.arcTolerance;
+DrawingRequest RequestOf(const DrawingOptions& options) {
+    DrawingRequest request = options;
     // Every kind of line is a layer of a CAD drawing.
-    if (options.output.format == OutputFormat::Dxf && lines.layering == Layering::None) {
-        lines.layering = Layering::Type;
+    if (options.output.format == OutputFormat::Dxf && request.lines.layering == Layering::None) {
+        request.lines.layering = Layering::Type;
     }
-    lines.lines = options.output.format == OutputFormat::Json;
-    lines.paths = !lines.lines;
-    return lines;
+    request.lines.lines = options.output.format == OutputFormat::Json;
+    request.lines.paths = !request.lines.lines;
+    return request;
 }
 
 } // namespace
@@ -30,7 +22,7 @@ kxdrawing::LineOptions LinesFor(const DrawingOptions& options) {
 DrawingReport
 DrawToFile(const Scene& scene, const DrawingOptions& options, DrawingObserver& observer) {
     OutputFile file(options.output.path);
-    const DrawingRequest request{options.camera, {}, options.page, LinesFor(options)};
+    const DrawingRequest request = RequestOf(options);
     kxdrawing::Drawing drawing = DrawScene(scene, request, observer);
     drawing.title = options.output.title.value_or(drawing.title);
     drawing.description = options.output.description.value_or("");

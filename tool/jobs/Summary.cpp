@@ -26,8 +26,7 @@ nlohmann::ordered_json ToJson(const DrawingReport& report) {
 
 /// Whether a wrong unit shows: in a drawing to scale, and beside models that have one.
 bool UnitsMatter(const Scene& scene, const DrawingOptions& options) {
-    const std::size_t models = options.input.models.size() + options.input.occluders.size();
-    return options.camera.scale || scene.withoutUnit.size() < models;
+    return options.camera.scale || scene.withoutUnit.size() < options.input.files().size();
 }
 
 } // namespace
@@ -43,7 +42,7 @@ void TellAbout(const Scene& scene,
     if (scene.dropped.total() > 0) {
         messages.warn(model + ": " + DescribeDropped(scene.dropped));
     }
-    if (IsCracked(scene.surface) && options.input.weld.mode != WeldRequest::Mode::Off) {
+    if (IsCracked(scene.surface) && options.input.surface.weld.mode != WeldRequest::Mode::Off) {
         messages.warn(model + ": " + DescribeCracks(scene.surface));
     }
     for (const std::string& loss : scene.coarse) {

@@ -4,7 +4,6 @@
 #include "drawing/common/NearestName.h"
 #include "drawing/common/Shortened.h"
 #include "tool/common/Failure.h"
-#include "tool/options/Nesting.h"
 #include "tool/options/OptionKeys.h"
 #include "tool/options/Values.h"
 
@@ -24,10 +23,8 @@ using Json = nlohmann::json;
 
 constexpr std::size_t kLargestFile = std::size_t{16} << 20U;
 
-std::size_t LineOf(const std::string& text, std::size_t byte) {
-    const std::size_t end = std::min(byte, text.size());
-    return 1 + static_cast<std::size_t>(
-                   std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n'));
+auto LineOf(std::string_view text, std::size_t byte) {
+    return 1 + std::ranges::count(text.substr(0, byte), '\n');
 }
 
 [[noreturn]] void FailedToRead(const std::string& path, const std::string& reason) {
@@ -58,6 +55,75 @@ std::string ReadOptionFile(const std::string& path) {
     }
     return text;
 }
+
+/// @name Nesting
+/// @{
+
+constexpr std::size_t kDeepest = 64;
+
+/// The position after a string whose contents begin at a position. It is closed by one quote or
+/// three; strings in double quotes have escapes.
+std::size_t EndOfString(std::string_view text, std::size_t at, const std::string& quotes) {
+    while (at < text.size()) {
+        if (text.compare(at, quotes.size(), quotes) == 0) {
+            return at + quotes.size();
+        }
+        if (text[at] == '\n' && quotes.size() == 1) {
+            return at;
+        }
+        at += text[at] == '\\' && quotes.front() == '"' ? 2 : 1;
+    }
+    return text.size();
+}
+
+/// The position after the string that begins at a position. The contents of a multi-line string may
+/// end with up to two quotes.
+std::size_t BehindString(std::string_view text, std::size_t at) {
+    const char quote = text[at];
+    const std::string three(3, quote);
+    if (text.compare(at, 3, three) != 0) {
+        return EndOfString(text, at + 1, three.substr(2));
+    }
+    std::size_t end = EndOfString(text, at + 3, three);
+    for (int more = 0; more < 2 && end < text.size() && text[end] == quote; ++more) {
+        ++end;
+    }
+    return end;
+}
+
+/// The position after the string, comment or character that begins at a position.
+std::size_t Behind(std::string_view text, std::size_t at) {
+    if (text[at] == '"' || text[at] == '\'') {
+        return BehindString(text, at);
+    }
+    return text[at] == '#' ? std::min(text.find('\n', at), text.size()) : at + 1;
+}
+
+/// Throws InvalidArgument if arrays and tables are nested deeper than 64 levels, or a dotted key of
+/// TOML has more than 64 parts: far more than options need, and far fewer than overflow the stack
+/// of a recursive parser or destructor. Linear time.
+///
+/// Takes any text; up to the first syntax error it is tokenised as the parser would. One scanner
+/// serves both languages: JSON strings are TOML strings, and comments and literal strings do not
+/// occur in JSON.
+void RequireShallow(std::string_view text, bool isToml, const std::string& path) {
+    std::size_t depth = 0; // Of brackets.
+    std::size_t parts = 1; // Of the key at hand, or of a number.
+    for (std::size_t at = 0; at < text.size(); at = Behind(text, at)) {
+        const char letter = text[at];
+        const bool isClosed = letter == ']' || letter == '}';
+        depth += letter == '[' || letter == '{' ? 1 : 0;
+        depth -= isClosed && depth > 0 ? 1 : 0;
+        if (std::string_view("[]{}=,\n").find(letter) != std::string_view::npos) {
+            parts = 1;
+        }
+        parts += letter == '.' && isToml ? 1 : 0;
+        if (depth > kDeepest || parts > kDeepest) {
+            RefuseUsage(path + ":" + std::to_string(LineOf(text, at)) + ": is nested too deeply");
+        }
+    }
+}
+/// @}
 
 Json ParseJson(const std::string& text, const std::string& path) {
     try {
@@ -165,7 +231,7 @@ GivenOptions ReadConfigFile(const std::string& path) {
     }
     const std::string text = ReadOptionFile(path);
     const bool isToml = ending == ".toml";
-    RequireShallow(text, isToml ? OptionSyntax::Toml : OptionSyntax::Json, path);
+    RequireShallow(text, isToml, path);
     const Json object = isToml ? ParseToml(text, path) : ParseJson(text, path);
     if (!object.is_object()) {
         RefuseType(path + ":", "an object of options", object);
@@ -175,7 +241,7 @@ GivenOptions ReadConfigFile(const std::string& path) {
 
 std::vector<GivenJob> ReadJobFile(const std::string& path) {
     const std::string text = ReadOptionFile(path);
-    RequireShallow(text, OptionSyntax::Json, path);
+    RequireShallow(text, false, path);
     const Json root = ParseJson(text, path);
     RequireFrame(root, path);
     const GivenOptions defaults = ReadDefaults(root, path);

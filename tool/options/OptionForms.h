@@ -17,9 +17,9 @@ namespace kxcontour {
 template <class Group, class All> auto& GroupOf(All& all) {
     using Wanted = std::conditional_t<std::is_const_v<All>, const Group, Group>;
     auto& drawing = all.drawing;
-    return std::get<Wanted&>(std::tie(drawing.input, drawing.input.reading, drawing.camera,
-                                      drawing.page, drawing.lines, drawing.output, drawing.messages,
-                                      all.batch));
+    return std::get<Wanted&>(std::tie(drawing.input, drawing.input.surface, drawing.input.reading,
+                                      drawing.camera, drawing.page, drawing.lines, drawing.output,
+                                      drawing.messages, all.batch));
 }
 
 /// The members of a value that is not a single one. Bindings name all of them: a new member has to

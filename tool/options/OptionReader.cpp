@@ -77,8 +77,7 @@ void RequireModel(const GivenOptions& given) {
 }
 
 void CheckStandardInput(const GivenOptions& given, const InputOptions& input) {
-    const auto streams = std::count(input.models.begin(), input.models.end(), "-") +
-                         std::count(input.occluders.begin(), input.occluders.end(), "-");
+    const auto streams = std::ranges::count(input.files(), "-");
     if (streams > 1) {
         RefuseUsage("'-' is given more than once; standard input can be read only once");
     }
@@ -137,31 +136,34 @@ void CompleteFormat(const GivenOptions& given, OutputOptions& output) {
 }
 
 /// DXF has arcs in every orthographic view, SVG and PDF on request.
-void CompleteArcs(const GivenOptions& given, OutputOptions& output, bool perspective) {
+void CompleteArcs(const GivenOptions& given,
+                  OutputFormat format,
+                  bool perspective,
+                  LineOptions& lines) {
     const bool isAsked = given.isSet("arcs");
-    const bool isDxf = output.format == OutputFormat::Dxf;
-    const bool can =
-        isDxf || output.format == OutputFormat::Svg || output.format == OutputFormat::Pdf;
+    const bool isDxf = format == OutputFormat::Dxf;
+    const bool can = isDxf || format == OutputFormat::Svg || format == OutputFormat::Pdf;
     Forbid(given, "arcs", isAsked && !can, "--arcs is for SVG, PDF and DXF only");
     Forbid(given, "arcs", isAsked && perspective, "--arcs needs an orthographic view");
     const bool hasArcs = (isAsked || isDxf) && !perspective;
     ForbidHere(given, "arc-tolerance", !hasArcs,
                perspective ? "--arc-tolerance needs an orthographic view"
                            : "--arc-tolerance needs --arcs");
-    const double tolerance = output.arcTolerance.value_or(isDxf ? kCadArcTolerance : kArcTolerance);
-    output.arcTolerance = hasArcs ? std::optional<double>(tolerance) : std::nullopt;
+    const double tolerance = lines.arcTolerance.value_or(isDxf ? kCadArcTolerance : kArcTolerance);
+    lines.arcTolerance = hasArcs ? std::optional<double>(tolerance) : std::nullopt;
 }
 
-void CompleteOutput(const GivenOptions& given, OutputOptions& output, bool perspective) {
+void CompleteOutput(const GivenOptions& given, DrawingOptions& options, bool perspective) {
+    OutputOptions& output = options.output;
     if (const GivenText* view = given.find("view")) {
         output.path = Replaced(output.path, kViewMark, view->text);
     }
     CompleteFormat(given, output);
     Forbid(given, "layers",
-           output.layering != Layering::None && output.format != OutputFormat::Svg &&
+           options.lines.layering != Layering::None && output.format != OutputFormat::Svg &&
                output.format != OutputFormat::Dxf,
            "--layers is for SVG and DXF only");
-    CompleteArcs(given, output, perspective);
+    CompleteArcs(given, output.format, perspective, options.lines);
     ForbidHere(given, "dpi", output.format != OutputFormat::Png, "--dpi is for PNG only");
     if (output.format != OutputFormat::Png) {
         output.dotsPerInch = OutputOptions().dotsPerInch;
@@ -177,12 +179,10 @@ void RequireOutput(const GivenOptions& given) {
 
 void RequireOwnOutput(const InputOptions& input, const std::string& output) {
     namespace fs = std::filesystem;
-    for (const std::vector<std::string>* files : {&input.models, &input.occluders}) {
-        for (const std::string& path : *files) {
-            if (path != "-" &&
-                fs::path(path).lexically_normal() == fs::path(output).lexically_normal()) {
-                RefuseUsage(output + ": is an input; the drawing would overwrite it");
-            }
+    for (const std::string& path : input.files()) {
+        if (path != "-" &&
+            fs::path(path).lexically_normal() == fs::path(output).lexically_normal()) {
+            RefuseUsage(output + ": is an input; the drawing would overwrite it");
         }
     }
 }
@@ -231,7 +231,7 @@ DrawingOptions ReadDrawingOptions(const GivenOptions& given) {
     CheckPage(given, options.page, perspective);
     ReadTopic(Topic::Lines, given, all);
     ReadTopic(Topic::Output, given, all);
-    CompleteOutput(given, options.output, perspective);
+    CompleteOutput(given, options, perspective);
     Forbid(given, "sheet", options.output.format == OutputFormat::Json,
            "--sheet has no JSON output, which lists the lines of one view");
     options.messages = ReadMessageOptions(given);

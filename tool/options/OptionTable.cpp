@@ -4,7 +4,6 @@
 #include "import/files/ByteSize.h"
 #include "tool/common/Failure.h"
 #include "tool/options/OptionForms.h"
-#include "tool/options/StyleText.h"
 
 #include <algorithm>
 #include <array>
@@ -170,7 +169,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "The axis that points up in the coordinates of the models. Replaces the axis that a file "
          "states or its format defines."},
         {"weld", 0, "LENGTH", "auto", Topic::Input, Effect::Scene,
-         Stored(ValueKind::Number, &InputOptions::weld, ParseWeld, {"auto", "off"}),
+         Stored(ValueKind::Number, &SurfaceRules::weld, ParseWeld, {"auto", "off"}),
          "Close cracks up to LENGTH wide, auto or off",
          "Repairs the surface of each object before lines are computed: open edges that run along "
          "each other within LENGTH become one edge, and open edges are split where corners of "
@@ -297,7 +296,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "from the eye, or ends), crease (where it bends sharply) and intersection (where objects "
          "intersect)."},
         {"crease-angle", 0, "DEG", "", Topic::Lines, Effect::Scene,
-         Number(&LineOptions::creaseAngle, "crease angle",
+         Number(&SurfaceRules::creaseAngle, "crease angle",
                 "a number of degrees above 0 and below 180", {0.0, 180.0, true, true}),
          "Draw edges that bend by more than DEG degrees",
          "Draws edges that bend by more than DEG degrees (above 0, below 180) as creases. By "
@@ -332,8 +331,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "svg, pdf, png, dxf or json",
          "The format of the drawing if the name of the output does not determine it."},
         {"layers", 0, "KIND", "none", Topic::Output, Effect::Drawing,
-         Stored(ValueKind::Text, &OutputOptions::layering, ParseLayering,
-                {"type", "object", "none"}),
+         Stored(ValueKind::Text, &LineOptions::layering, ParseLayering, {"type", "object", "none"}),
          "Layers by type of line or by object (svg, dxf)",
          "Puts every type of line (type) or every object (object) on a separate layer. SVG and DXF "
          "only."},
@@ -342,7 +340,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "Writes curved lines as true arcs, for orthographic views in SVG and PDF. DXF always "
          "contains arcs."},
         {"arc-tolerance", 0, "LENGTH", "0.01mm", Topic::Output, Effect::Drawing,
-         Length(&OutputOptions::arcTolerance, "arc tolerance", "a positive length up to 10 mm",
+         Length(&LineOptions::arcTolerance, "arc tolerance", "a positive length up to 10 mm",
                 {0.0, 10.0, true, false}),
          "Largest distance of an arc from its lines",
          "The largest distance between an arc and the lines that it replaces, on paper, up to 10 "

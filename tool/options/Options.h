@@ -12,26 +12,15 @@
 namespace kxcontour {
 
 using kxdrawing::Layering;
+using kxdrawing::LineOptions;
 using OutputFormat = kxdrawing::Format;
 using kxdrawing::StrokeStyle;
 using kxdrawing::StyleSheet;
 
-struct LineOptions {
-    bool silhouettes = true;
-    bool creases = true;
-    bool intersections = true;
-    bool hidden = false;
-    std::optional<double> creaseAngle; ///< Degrees, over 0 and under 180; none: not given.
-    StyleSheet styles;
-    double minLength = 0.02; ///< Millimetres of paper.
-};
-
 struct OutputOptions {
     std::string path; ///< "-" is standard output.
     OutputFormat format = OutputFormat::Svg;
-    Layering layering = Layering::None;
-    std::optional<double> arcTolerance; ///< Millimetres; none: no arcs.
-    double dotsPerInch = 300.0;         ///< Of PNG.
+    double dotsPerInch = 300.0; ///< Of PNG.
     std::optional<std::string> title;
     std::optional<std::string> description;
 };
@@ -42,14 +31,14 @@ struct MessageOptions {
     bool quiet = false;
     bool json = false; ///< The summary on standard output as JSON.
     bool timing = false;
+
+    /// Whether results go to standard output.
+    bool printsResults() const { return json || !quiet; }
 };
 
-/// One drawing.
-struct DrawingOptions {
+/// One drawing: what it is made of, how it is drawn, and where it goes.
+struct DrawingOptions : DrawingRequest {
     InputOptions input;
-    CameraRequest camera;
-    PageOptions page;
-    LineOptions lines;
     OutputOptions output;
     MessageOptions messages;
 };

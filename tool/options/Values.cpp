@@ -61,6 +61,61 @@ std::optional<Rgb> ReadHexColor(std::string_view text) {
     return Rgb{byte(16), byte(8), byte(0)};
 }
 
+constexpr NumberRange kStyleLengths{0.0, 100.0, true, false};
+
+std::vector<double> ParseDashes(const std::string& text) {
+    std::vector<double> dashes;
+    if (text == "none") {
+        return dashes;
+    }
+    for (const std::string& part : Split(text, "/")) {
+        const std::optional<double> length = ReadPaperLength(part);
+        if (!length || !kStyleLengths.holds(*length)) {
+            RefuseUsage(
+                "dash '" + text +
+                "' is not 'none' or positive lengths up to 100 mm separated by '/', such as 1/0.5");
+        }
+        dashes.push_back(*length);
+    }
+    // Lengths alternate between on and off, so the period of an odd number of them is twice as
+    // long.
+    if (dashes.size() % 2 == 1) {
+        dashes.reserve(2 * dashes.size());
+        dashes.insert(dashes.end(), dashes.begin(), dashes.end());
+    }
+    return dashes;
+}
+
+void ApplyValue(const std::string& key, const std::string& value, StrokeStyle& style) {
+    if (key == "width") {
+        style.width = ParseLength(value, "line width", "a positive length up to 100 mm", kStyleLengths);
+    } else if (key == "color") {
+        style.color = ParseColor(value);
+    } else {
+        style.dashes = ParseDashes(value);
+    }
+}
+
+void ApplyItem(const std::string& item, StyleSheet& styles) {
+    const std::size_t equals = item.find('=');
+    const std::string name = item.substr(0, equals);
+    const std::size_t dot = name.find('.');
+    if (equals == std::string::npos || dot == std::string::npos) {
+        RefuseUsage("style '" + item + "' is not TYPE.KEY=VALUE, such as crease.width=0.25mm");
+    }
+    const std::string key = name.substr(dot + 1);
+    const std::size_t family = ParseName(name.substr(0, dot), "line type",
+                                         {"crease", "silhouette", "intersection", "hidden", "all"});
+    ParseName(key, "style key", {"width", "color", "dash"});
+    const std::array<StrokeStyle*, 4> all{&styles.crease, &styles.silhouette, &styles.intersection,
+                                          &styles.hidden};
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (i == family || family == all.size()) {
+            ApplyValue(key, item.substr(equals + 1), *all[i]);
+        }
+    }
+}
+
 } // namespace
 
 bool NumberRange::holds(double value) const {
@@ -150,6 +205,12 @@ const std::vector<std::string>& ColorNames() {
         return list;
     }();
     return names;
+}
+
+void ApplyStyles(std::string_view list, StyleSheet& styles) {
+    for (const std::string& item : Split(list, ",")) {
+        ApplyItem(item, styles);
+    }
 }
 
 std::size_t

@@ -3,6 +3,8 @@
 
 #include <Wm4Foundation.h>
 
+#include "drawing/paper/Paper.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -49,6 +51,14 @@ std::array<std::uint8_t, 3> ParseColor(std::string_view text);
 
 /// The basic colour names of CSS.
 const std::vector<std::string>& ColorNames();
+
+/// Changes styles by a comma-separated list of TYPE.KEY=VALUE; later items win.
+///
+/// Types are crease, silhouette, intersection, hidden and all (these four); keys are width (a
+/// length over 0, to 100 mm), color, and dash (lengths over 0, to 100 mm, separated by '/', or
+/// none; an odd number of them is repeated, as in SVG). Throws InvalidArgument, naming the nearest
+/// family or key for one that does not exist.
+void ApplyStyles(std::string_view list, StyleSheet& styles);
 
 /// Finds a name in a list; returns its index. Throws InvalidArgument with the nearest name and the
 /// whole list: "unknown WHAT 'TEXT'; did you mean 'a'? choose a, b or c".

@@ -64,8 +64,7 @@ TEST(RunPlan, PlanTheStagesThatARunHas) {
     Listener listener;
     listener.expect(plan);
     const kxcontour::Scene scene =
-        LoadScene(command.options.input, command.options.lines.creaseAngle,
-                  [&](const char* stage) { listener.enter(stage); });
+        LoadScene(command.options.input, [&](const char* stage) { listener.enter(stage); });
     DrawToFile(scene, command.options, listener);
     EXPECT_EQ(listener.entered, NamesOf(plan));
     EXPECT_TRUE(std::is_sorted(listener.shares.begin(), listener.shares.end()));

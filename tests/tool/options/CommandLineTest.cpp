@@ -60,12 +60,12 @@ TEST(ParseCommandLine, NeedsTwoFilesAndHasDefaultsForTheRest) {
     EXPECT_EQ(options.page.size.height, 297.0);
     EXPECT_EQ(options.page.margin, 10.0);
     EXPECT_TRUE(options.lines.silhouettes && options.lines.creases && options.lines.intersections);
-    EXPECT_FALSE(options.lines.hidden || options.lines.creaseAngle);
+    EXPECT_FALSE(options.lines.hidden || options.input.surface.creaseAngle);
     EXPECT_EQ(options.lines.minLength, 0.02);
     EXPECT_EQ(options.output.path, "o.svg");
     EXPECT_EQ(options.output.format, OutputFormat::Svg);
-    EXPECT_EQ(options.output.layering, Layering::None);
-    EXPECT_FALSE(options.output.arcTolerance.has_value());
+    EXPECT_EQ(options.lines.layering, Layering::None);
+    EXPECT_FALSE(options.lines.arcTolerance.has_value());
     EXPECT_EQ(options.output.dotsPerInch, 300.0);
     EXPECT_FALSE(options.output.title || options.output.description);
     EXPECT_FALSE(options.messages.verbose || options.messages.quiet);
@@ -95,12 +95,12 @@ TEST(ParseCommandLine, ReadsEveryUnitAndAxis) {
 
 TEST(ParseCommandLine, ReadsHowFarSurfacesAreWelded) {
     using Mode = kxcontour::WeldRequest::Mode;
-    EXPECT_EQ(Draw({}).input.weld.mode, Mode::Auto);
-    EXPECT_EQ(Draw({"--weld", "auto"}).input.weld.mode, Mode::Auto);
-    EXPECT_EQ(Draw({"--weld", "off"}).input.weld.mode, Mode::Off);
-    EXPECT_EQ(Draw({"--weld", "0.05"}).input.weld.mode, Mode::Length);
-    EXPECT_EQ(Draw({"--weld", "0.05"}).input.weld.millimetres, 0.05);
-    EXPECT_EQ(Draw({"--weld", "2cm"}).input.weld.millimetres, 20.0);
+    EXPECT_EQ(Draw({}).input.surface.weld.mode, Mode::Auto);
+    EXPECT_EQ(Draw({"--weld", "auto"}).input.surface.weld.mode, Mode::Auto);
+    EXPECT_EQ(Draw({"--weld", "off"}).input.surface.weld.mode, Mode::Off);
+    EXPECT_EQ(Draw({"--weld", "0.05"}).input.surface.weld.mode, Mode::Length);
+    EXPECT_EQ(Draw({"--weld", "0.05"}).input.surface.weld.millimetres, 0.05);
+    EXPECT_EQ(Draw({"--weld", "2cm"}).input.surface.weld.millimetres, 20.0);
     ExpectRefused("--weld", {"0", "-1", "", "on", "Auto", "nan", "1e7"});
 }
 
@@ -273,11 +273,11 @@ TEST(ParseCommandLine, ReadsFamilies) {
 }
 
 TEST(ParseCommandLine, ReadsLines) {
-    const kxcontour::LineOptions lines =
+    const kxcontour::DrawingOptions options =
         Draw({"--crease-angle", "179.99", "--hidden", "--min-length", "0.5mm", "--style",
-              "crease.width=1,hidden.dash=2/1", "--style", "crease.width=0.3mm"})
-            .lines;
-    EXPECT_EQ(lines.creaseAngle, 179.99);
+              "crease.width=1,hidden.dash=2/1", "--style", "crease.width=0.3mm"});
+    const kxcontour::LineOptions& lines = options.lines;
+    EXPECT_EQ(options.input.surface.creaseAngle, 179.99);
     EXPECT_TRUE(lines.hidden);
     EXPECT_EQ(lines.minLength, 0.5);
     EXPECT_EQ(lines.styles.crease.width, 0.3) << "the later one";
@@ -323,24 +323,24 @@ TEST(ParseCommandLine, PutsTheViewIntoTheNameOfTheOutput) {
 }
 
 TEST(ParseCommandLine, ReadsLayers) {
-    EXPECT_EQ(Draw({"--layers", "type"}).output.layering, Layering::Type);
-    EXPECT_EQ(Draw({"--layers", "object"}).output.layering, Layering::Object);
-    EXPECT_EQ(Draw({"--layers", "none"}).output.layering, Layering::None);
+    EXPECT_EQ(Draw({"--layers", "type"}).lines.layering, Layering::Type);
+    EXPECT_EQ(Draw({"--layers", "object"}).lines.layering, Layering::Object);
+    EXPECT_EQ(Draw({"--layers", "none"}).lines.layering, Layering::None);
     EXPECT_TRUE(Holds(Refusal({"--layers", "objct"}), "'object'?"));
     for (const char* output : {"o.pdf", "o.png", "o.json"}) {
         EXPECT_EQ(RefusalOf({"m.obj", "-o", output, "--layers", "type"}),
                   "--layers is for SVG and DXF only");
     }
-    EXPECT_EQ(ParseAs<DrawCommand>({"m.obj", "-o", "o.dxf", "--layers", "object"})
-                  .options.output.layering,
-              Layering::Object);
+    EXPECT_EQ(
+        ParseAs<DrawCommand>({"m.obj", "-o", "o.dxf", "--layers", "object"}).options.lines.layering,
+        Layering::Object);
 }
 
 TEST(ParseCommandLine, ReadsArcs) {
     const auto tolerance = [](const Arguments& more) {
         Arguments arguments{"m.obj"};
         arguments.insert(arguments.end(), more.begin(), more.end());
-        return ParseAs<DrawCommand>(arguments).options.output.arcTolerance;
+        return ParseAs<DrawCommand>(arguments).options.lines.arcTolerance;
     };
     EXPECT_EQ(tolerance({"-o", "o.svg", "--arcs"}), 0.01);
     EXPECT_EQ(tolerance({"-o", "o.pdf", "--arcs", "--arc-tolerance", "0.1mm"}), 0.1);
@@ -391,7 +391,7 @@ TEST(ParseCommandLine, RefusesAnOutputThatIsAnInput) {
 TEST(ParseCommandLine, AsksForInformation) {
     const InfoCommand info =
         ParseAs<InfoCommand>({"a.stl", "b.stl", "--info", "--unit", "cm", "--weld", "3mm"});
-    EXPECT_EQ(info.input.weld.millimetres, 3.0);
+    EXPECT_EQ(info.input.surface.weld.millimetres, 3.0);
     EXPECT_EQ(info.input.models, (Arguments{"a.stl", "b.stl"}));
     EXPECT_EQ(info.input.unit, LengthUnit::Centimetre);
     EXPECT_TRUE(ParseAs<InfoCommand>({"a.stl", "--info", "--json"}).messages.json);

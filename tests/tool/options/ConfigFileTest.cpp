@@ -125,7 +125,7 @@ TEST_F(ConfigFile, GivesWayWhereOptionsCannotGoTogether) {
                   .camera.projection,
               Projection::Orthographic);
     EXPECT_EQ(
-        draw("scale = '1:2'\narcs = true", {"--projection", "perspective"}).output.arcTolerance,
+        draw("scale = '1:2'\narcs = true", {"--projection", "perspective"}).lines.arcTolerance,
         std::nullopt);
     EXPECT_EQ(draw("camera-position = [1, 2, 3]", {"--azimuth", "30"}).camera.position,
               std::nullopt);
@@ -137,7 +137,7 @@ TEST_F(ConfigFile, KeepsOptionsForOtherOutputsAndBatches) {
     const DrawingOptions options =
         draw("dpi = 600\narc-tolerance = 0.1\nformat = 'stl'\njobs = 4\nforce = true");
     EXPECT_EQ(options.output.format, OutputFormat::Svg);
-    EXPECT_EQ(options.output.arcTolerance, std::nullopt);
+    EXPECT_EQ(options.lines.arcTolerance, std::nullopt);
 }
 
 TEST_F(ConfigFile, MayNameModelsAndOutput) {

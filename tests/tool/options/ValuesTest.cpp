@@ -3,7 +3,7 @@
 
 #include "ShapeBuilders.h"
 #include "drawing/common/ReadNumber.h"
-#include "tool/options/StyleText.h"
+#include "tool/options/Values.h"
 
 #include <gtest/gtest.h>
 
