@@ -22,6 +22,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <optional>
+#include <span>
 #include <system_error>
 #include <unistd.h>
 
@@ -73,21 +74,19 @@ Reason(const Assimp::Importer& importer, const ModelRequest& request, const Mode
     if (reason.find("bad_alloc") != std::string::npos) {
         return "it needs more memory than is available";
     }
-    for (char& letter : reason) {
-        letter = static_cast<unsigned char>(letter) < ' ' ? ' ' : letter;
-    }
+    std::ranges::replace_if(
+        reason, [](unsigned char letter) { return letter < ' '; }, ' ');
     Replace(reason, MemoryName(request), NameOf(request));
     // Some of its messages begin with the path, as ours do.
     const std::string prefix = NameOf(request) + ": ";
-    return reason.compare(0, prefix.size(), prefix) == 0 ? reason.substr(prefix.size()) : reason;
+    return reason.starts_with(prefix) ? reason.substr(prefix.size()) : reason;
 }
 
 std::size_t CountPolygons(const aiScene& scene) {
     std::size_t count = 0;
-    for (unsigned int i = 0; i < scene.mNumMeshes; ++i) {
-        const aiMesh& mesh = *scene.mMeshes[i];
-        for (unsigned int k = 0; k < mesh.mNumFaces; ++k) {
-            count += mesh.mFaces[k].mNumIndices > 3 ? 1 : 0;
+    for (const aiMesh* mesh : std::span(scene.mMeshes, scene.mNumMeshes)) {
+        for (const aiFace& face : std::span(mesh->mFaces, mesh->mNumFaces)) {
+            count += face.mNumIndices > 3 ? 1 : 0;
         }
     }
     return count;
@@ -112,8 +111,7 @@ std::string EndingOf(const ModelRequest& request) {
     if (!IsStandardInput(request) && dot != std::string::npos && request.path[dot] == '.') {
         ending = request.path.substr(dot + 1);
     }
-    std::transform(ending.begin(), ending.end(), ending.begin(), LowerCase);
-    return ending;
+    return LowerCase(ending);
 }
 
 /// The contents of an OBJ, PLY or STL file; none for other formats.
@@ -138,8 +136,7 @@ Model Import(Assimp::Importer& importer, const ModelRequest& request, ModelFiles
     // Points and lines stay in their meshes: the conversion skips them.
     scene = scene == nullptr ? nullptr : importer.ApplyPostProcessing(aiProcess_Triangulate);
     if (scene == nullptr) {
-        throw kxdrawing::CannotRead(NameOf(request) +
-                                    ": cannot read the model: " + Reason(importer, request, files));
+        RefuseModel(request, Reason(importer, request, files));
     }
     Model model = ModelFromScene(*scene, request, bytes);
     model.cutPolygons = polygons;

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <fmt/format.h>
 #include <system_error>
 
 namespace kxcontour {
@@ -16,7 +17,7 @@ constexpr std::array<std::string_view, 5> kByteUnits{"B", "kB", "MB", "GB", "TB"
 
 /// The bytes per unit; one blank may precede it.
 std::optional<double> BytesOfUnit(std::string_view unit) {
-    unit.remove_prefix(unit.rfind(' ', 0) == 0 ? 1 : 0);
+    unit.remove_prefix(unit.starts_with(' ') ? 1 : 0);
     if (unit.empty()) {
         return 1.0;
     }
@@ -54,9 +55,7 @@ std::string ByteSizeText(std::uint64_t bytes) {
         number /= 1000.0;
         ++unit;
     }
-    std::array<char, 32> digits{};
-    const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), number);
-    return std::string(digits.data(), end) + " " + std::string(kByteUnits[unit]);
+    return fmt::format("{} {}", number, kByteUnits[unit]);
 }
 
 } // namespace kxcontour

@@ -147,7 +147,7 @@ std::optional<std::string_view> ModelFiles::openSideFile(const std::string& path
 }
 
 /// The folder that a file lies beneath, or null.
-const ModelFiles::Folder* ModelFiles::folderOf(const fs::path& file) const {
+const Folder* ModelFiles::folderOf(const fs::path& file) const {
     const auto found = std::find_if(folders_.begin(), folders_.end(), [&](const Folder& folder) {
         return !RestBeneath(folder.path, file).empty();
     });

@@ -1,7 +1,7 @@
 // The file of a model, and the files that it refers to.
 #pragma once
 
-#include "drawing/files/Descriptor.h"
+#include "drawing/files/FilePlace.h"
 #include "import/files/MappedFile.h"
 #include "import/files/ModelRequest.h"
 
@@ -52,11 +52,6 @@ public:
     void onOpen(std::function<void(std::uint64_t)> call) { onOpen_ = std::move(call); }
 
 private:
-    struct Folder {
-        std::filesystem::path path; ///< Absolute, without links.
-        Descriptor descriptor;
-    };
-
     bool addFolder(const std::filesystem::path& path);
     const Folder* folderOf(const std::filesystem::path& file) const;
     std::optional<std::string_view> openSideFile(const std::string& path);
@@ -64,9 +59,9 @@ private:
 
     const ModelRequest& request_;
     std::string_view bytes_;
-    std::unique_ptr<MappedFile> model_; ///< None for standard input.
-    std::uint64_t size_;                ///< Of all that is open.
-    std::vector<Folder> folders_;
+    std::unique_ptr<MappedFile> model_;                            ///< None for standard input.
+    std::uint64_t size_;                                           ///< Of all that is open.
+    std::vector<Folder> folders_;                                  ///< Absolute, without links.
     std::map<std::string, std::unique_ptr<MappedFile>> sideFiles_; ///< By resolved path.
     std::string refusal_;
     std::function<void(std::uint64_t)> onOpen_;

@@ -1,6 +1,7 @@
 // Which model is read, the limits on reading it, and what replaces statements of the file.
 #pragma once
 
+#include <kxDrawing/Errors.h>
 #include <kxDrawing/Scene.h>
 
 #include "drawing/common/LengthUnit.h"
@@ -36,6 +37,10 @@ struct ModelRequest {
 /// What messages call the model: its path, or "standard input".
 inline std::string NameOf(const ModelRequest& request) {
     return request.path == "-" ? "standard input" : request.path;
+}
+
+inline kxdrawing::CannotRead UnreadableModel(const ModelRequest& request, const std::string& why) {
+    return kxdrawing::CannotRead(NameOf(request) + ": cannot read the model: " + why);
 }
 
 } // namespace kxcontour

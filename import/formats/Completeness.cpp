@@ -11,40 +11,27 @@
 namespace kxcontour {
 namespace {
 
-bool StartsWith(std::string_view bytes, std::string_view start) {
-    return bytes.substr(0, start.size()) == start;
-}
-
-/// The last bytes, without blanks at the end.
-std::string_view Tail(std::string_view bytes, std::size_t size) {
-    const std::size_t last = bytes.find_last_not_of(" \t\r\n\0\x1A");
-    bytes = last == std::string_view::npos ? std::string_view() : bytes.substr(0, last + 1);
-    return bytes.size() > size ? bytes.substr(bytes.size() - size) : bytes;
+/// The bytes without blanks at the end.
+std::string_view WithoutBlanks(std::string_view bytes) {
+    return bytes.substr(0, bytes.find_last_not_of(" \t\r\n\0\x1A") + 1);
 }
 
 /// A name may follow the last keyword, so the search covers the whole last line.
 bool EndsStlText(std::string_view bytes) {
-    const std::string_view tail = Tail(bytes, 4096);
-    const std::size_t lineEnd = tail.find_last_of("\r\n");
-    std::string_view line = lineEnd == std::string_view::npos ? tail : tail.substr(lineEnd + 1);
+    constexpr std::size_t kLongestLine = 4096;
+    std::string_view line = WithoutBlanks(bytes);
+    line.remove_prefix(line.size() - std::min(line.size(), kLongestLine));
+    line.remove_prefix(line.find_last_of("\r\n") + 1);
     line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
-    return StartsWith(line, "endsolid") || StartsWith(line, "end solid");
-}
-
-bool IsStep(std::string_view bytes) {
-    return StartsWith(bytes, "ISO-10303-21;");
-}
-
-bool EndsStep(std::string_view bytes) {
-    const std::string_view end = "END-ISO-10303-21;";
-    return Tail(bytes, end.size()) == end;
+    return line.starts_with("endsolid") || line.starts_with("end solid");
 }
 
 bool IsComplete(std::string_view bytes) {
     if (IsStlText(bytes)) {
         return EndsStlText(bytes);
     }
-    return !IsStep(bytes) || EndsStep(bytes);
+    return !bytes.starts_with("ISO-10303-21;") ||
+           WithoutBlanks(bytes).ends_with("END-ISO-10303-21;");
 }
 
 } // namespace

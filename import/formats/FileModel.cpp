@@ -218,7 +218,7 @@ Model ModelFromFile(const FileModel& file, const ModelRequest& request) {
 }
 
 void RefuseModel(const ModelRequest& request, const std::string& why) {
-    throw kxdrawing::CannotRead(NameOf(request) + ": cannot read the model: " + why);
+    throw UnreadableModel(request, why);
 }
 
 void RefuseWord(const ModelRequest& request, TextScanner scanner, const std::string& wanted) {

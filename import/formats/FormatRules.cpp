@@ -50,7 +50,7 @@ constexpr std::array<Entry, 23> kExceptions{{
 
 FormatRules RulesOf(std::string_view importer) {
     for (const Entry& entry : kExceptions) {
-        if (importer.substr(0, entry.importer.size()) == entry.importer) {
+        if (importer.starts_with(entry.importer)) {
             return entry.rules;
         }
     }

@@ -49,29 +49,12 @@ struct PlyHeader {
 struct BodyEnded {};
 
 PlyType TypeOf(std::string_view name) {
-    struct Name {
-        std::string_view name;
-        PlyType type;
-    };
-    constexpr std::array<Name, 16> kNames{{{"char", PlyType::Int8},
-                                           {"int8", PlyType::Int8},
-                                           {"uchar", PlyType::UInt8},
-                                           {"uint8", PlyType::UInt8},
-                                           {"short", PlyType::Int16},
-                                           {"int16", PlyType::Int16},
-                                           {"ushort", PlyType::UInt16},
-                                           {"uint16", PlyType::UInt16},
-                                           {"int", PlyType::Int32},
-                                           {"int32", PlyType::Int32},
-                                           {"uint", PlyType::UInt32},
-                                           {"uint32", PlyType::UInt32},
-                                           {"float", PlyType::Float},
-                                           {"float32", PlyType::Float},
-                                           {"double", PlyType::Double},
-                                           {"float64", PlyType::Double}}};
-    const auto* found = std::find_if(kNames.begin(), kNames.end(),
-                                     [&](const Name& known) { return known.name == name; });
-    return found == kNames.end() ? PlyType::None : found->type;
+    // Two for each type, in the order of the enumeration.
+    constexpr std::array<std::string_view, 16> kNames{
+        "char", "int8",  "uchar", "uint8",  "short", "int16",   "ushort", "uint16",
+        "int",  "int32", "uint",  "uint32", "float", "float32", "double", "float64"};
+    const auto at = std::find(kNames.begin(), kNames.end(), name) - kNames.begin();
+    return at == std::ssize(kNames) ? PlyType::None : static_cast<PlyType>(1 + at / 2);
 }
 
 /// Reads the header and stops behind it.

@@ -14,14 +14,14 @@ bool IsNumber(std::string_view text) {
 
 /// "nodes[7]", or "nodes_7" where brackets are not allowed.
 bool IsNumbered(std::string_view name, std::string_view word) {
-    if (name.substr(0, word.size()) != word) {
+    if (!name.starts_with(word)) {
         return false;
     }
     name.remove_prefix(word.size());
-    if (name.size() > 1 && name.front() == '[' && name.back() == ']') {
+    if (name.size() > 1 && name.starts_with('[') && name.ends_with(']')) {
         return IsNumber(name.substr(1, name.size() - 2));
     }
-    return !name.empty() && name.front() == '_' && IsNumber(name.substr(1));
+    return name.starts_with('_') && IsNumber(name.substr(1));
 }
 
 bool IsMadeUp(std::string_view name) {
@@ -29,8 +29,8 @@ bool IsMadeUp(std::string_view name) {
                                                         "Pivot-Layer", "3DSMesh", "IQMMesh"};
     constexpr std::array<std::string_view, 5> kFixed{"ROOT", "RootNode", "WORLD", "terrain_root",
                                                      "IfcMappedItem"};
-    return (!name.empty() && name.front() == '$') ||
-           (name.size() > 1 && name.front() == '<' && name.back() == '>') ||
+    return name.starts_with('$') ||
+           (name.size() > 1 && name.starts_with('<') && name.ends_with('>')) ||
            std::find(kFixed.begin(), kFixed.end(), name) != kFixed.end() ||
            std::any_of(kNumbered.begin(), kNumbered.end(),
                        [&](std::string_view word) { return IsNumbered(name, word); });

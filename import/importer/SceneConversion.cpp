@@ -1,11 +1,10 @@
 // Copies meshes into plain buffers and multiplies transformations down the node tree.
 #include "import/importer/SceneConversion.h"
 
-#include <kxDrawing/Errors.h>
-
 #include "drawing/scene/Axes.h"
 #include "drawing/scene/CoordinateSteps.h"
 #include "drawing/scene/SharedVertices.h"
+#include "import/formats/FileModel.h"
 #include "import/formats/FormatRules.h"
 #include "import/importer/ObjectName.h"
 #include "import/importer/StatedUnit.h"
@@ -20,6 +19,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -161,17 +161,14 @@ StatedUnit(const aiScene& scene, SceneUnit unit, double metresPerUnit, std::stri
 }
 
 std::size_t TriangleCount(const aiMesh& mesh) {
-    std::size_t count = 0;
-    for (unsigned int i = 0; i < mesh.mNumFaces; ++i) {
-        count += mesh.mFaces[i].mNumIndices == 3 ? 1 : 0;
-    }
-    return count;
+    return static_cast<std::size_t>(
+        std::ranges::count(std::span(mesh.mFaces, mesh.mNumFaces), 3U, &aiFace::mNumIndices));
 }
 
 std::size_t LeftOutPolygons(const aiScene& scene) {
     std::size_t count = 0;
-    for (unsigned int i = 0; i < scene.mNumMeshes; ++i) {
-        count += scene.mMeshes[i]->mNumFaces - TriangleCount(*scene.mMeshes[i]);
+    for (const aiMesh* mesh : std::span(scene.mMeshes, scene.mNumMeshes)) {
+        count += mesh->mNumFaces - TriangleCount(*mesh);
     }
     return count;
 }
@@ -199,12 +196,9 @@ kx::kxPointer<kx::kxIndexBuffer> CopyTriangles(const aiMesh& mesh, std::size_t t
     kx::kxPointer<kx::kxIndexBuffer> triangles(
         new kx::kxIndexBuffer(static_cast<int>(3 * triangleCount), kx::IBT_TRIANGLES));
     unsigned int* next = triangles->GetData();
-    for (unsigned int i = 0; i < mesh.mNumFaces; ++i) {
-        const aiFace& face = mesh.mFaces[i];
+    for (const aiFace& face : std::span(mesh.mFaces, mesh.mNumFaces)) {
         if (face.mNumIndices == 3) {
-            *next++ = face.mIndices[0];
-            *next++ = face.mIndices[1];
-            *next++ = face.mIndices[2];
+            next = std::copy_n(face.mIndices, 3, next);
         }
     }
     return triangles;
@@ -333,9 +327,7 @@ private:
         }
         const std::size_t limit = std::numeric_limits<int>::max();
         if (triangleCount > limit / 3 || mesh.mNumVertices > limit) {
-            throw kxdrawing::CannotRead(NameOf(request_) +
-                                        ": cannot read the model: one of its meshes "
-                                        "has too many triangles");
+            RefuseModel(request_, "one of its meshes has too many triangles");
         }
         const bool withNormals = mesh.HasNormals() && rules_.normalsShowCreases;
         model_.shapes.push_back(

@@ -43,7 +43,7 @@ std::optional<std::string_view> TakeTag(std::string_view& markup, std::string_vi
     for (std::size_t at = markup.find('<'); at != std::string_view::npos;
          at = markup.find('<', at + 1)) {
         const std::string_view rest = markup.substr(at + 1);
-        if (rest.substr(0, name.size()) != name) {
+        if (!rest.starts_with(name)) {
             continue;
         }
         const char behind = rest.size() > name.size() ? rest[name.size()] : '>';
@@ -86,12 +86,9 @@ std::optional<double> NamedUnit(std::string_view name) {
         {"feet", 304.8},
         {"meter", 1000.0},
     }};
-    for (const auto& [word, millimetres] : kUnits) {
-        if (word == name) {
-            return millimetres;
-        }
-    }
-    return std::nullopt;
+    const auto* const unit =
+        std::ranges::find(kUnits, name, &std::pair<std::string_view, double>::first);
+    return unit == kUnits.end() ? std::nullopt : std::optional(unit->second);
 }
 
 /// The unit attribute of the first element; millimetres when it is left out.
@@ -137,26 +134,11 @@ std::optional<double> UnitOfOpenGex(std::string_view text) {
 
 /// The codes of a DXF header's $INSUNITS; 0 means that none is stated.
 std::optional<double> DxfUnit(std::string_view code) {
-    constexpr std::array<std::pair<std::string_view, double>, 15> kUnits{{
-        {"1", 25.4},
-        {"2", 304.8},
-        {"3", 1609344.0},
-        {"4", 1.0},
-        {"5", 10.0},
-        {"6", 1000.0},
-        {"7", 1e6},
-        {"8", 25.4e-6},
-        {"9", 25.4e-3},
-        {"10", 914.4},
-        {"11", 1e-7},
-        {"12", 1e-6},
-        {"13", 1e-3},
-        {"14", 100.0},
-        {"15", 1e4},
-    }};
-    for (const auto& [number, millimetres] : kUnits) {
-        if (number == code) {
-            return millimetres;
+    constexpr std::array kFromOne{25.4,    304.8, 1609344.0, 1.0,  10.0, 1000.0, 1e6, 25.4e-6,
+                                  25.4e-3, 914.4, 1e-7,      1e-6, 1e-3, 100.0,  1e4};
+    for (std::size_t i = 0; i < kFromOne.size(); ++i) {
+        if (code == std::to_string(i + 1)) {
+            return kFromOne[i];
         }
     }
     return std::nullopt;
@@ -178,26 +160,22 @@ std::optional<double> UnitOfDxf(std::string_view text) {
     return DxfUnit(Trimmed(rest.substr(0, rest.find('\n'))));
 }
 
-bool IsFrom(std::string_view importer, std::string_view name) {
-    return importer.substr(0, name.size()) == name;
-}
-
 } // namespace
 
 std::optional<double> StatedMillimetresPerUnit(std::string_view importer, std::string_view bytes) {
-    if (IsFrom(importer, "3mf")) {
+    if (importer.starts_with("3mf")) {
         return UnitOf3mf(bytes);
     }
-    if (IsFrom(importer, "Additive manufacturing")) {
+    if (importer.starts_with("Additive manufacturing")) {
         return UnitOfRoot(bytes, "amf");
     }
-    if (IsFrom(importer, "Extensible 3D")) {
+    if (importer.starts_with("Extensible 3D")) {
         return UnitOfX3d(bytes);
     }
-    if (IsFrom(importer, "Open Game Engine Exchange")) {
+    if (importer.starts_with("Open Game Engine Exchange")) {
         return UnitOfOpenGex(bytes);
     }
-    return IsFrom(importer, "Drawing Interchange Format") ? UnitOfDxf(bytes) : std::nullopt;
+    return importer.starts_with("Drawing Interchange Format") ? UnitOfDxf(bytes) : std::nullopt;
 }
 
 } // namespace kxcontour

@@ -1,4 +1,4 @@
-// minizip, reading from memory.
+// minizip, reading from memory as from a file.
 #include "import/importer/ZipEntry.h"
 
 #include <algorithm>
@@ -10,45 +10,10 @@
 namespace kxcontour {
 namespace {
 
-/// An archive with the position that minizip reads from.
-struct MemoryFile {
-    std::string_view bytes;
-    std::size_t at = 0; ///< At most the size.
-};
-
-MemoryFile& FileOf(voidpf stream) {
-    return *static_cast<MemoryFile*>(stream);
-}
-
-voidpf Open(voidpf file, const void*, int) {
-    return file;
-}
-
-uLong Read(voidpf, voidpf stream, void* buffer, uLong size) {
-    MemoryFile& file = FileOf(stream);
-    const std::size_t count = file.bytes.copy(static_cast<char*>(buffer), size, file.at);
-    file.at += count;
-    return count;
-}
-
-ZPOS64_T Tell(voidpf, voidpf stream) {
-    return FileOf(stream).at;
-}
-
-long Seek(voidpf, voidpf stream, ZPOS64_T offset, int origin) {
-    MemoryFile& file = FileOf(stream);
-    const std::size_t from = origin == SEEK_SET   ? 0
-                             : origin == SEEK_CUR ? file.at
-                                                  : file.bytes.size();
-    if (offset > file.bytes.size() - from) {
-        return -1;
-    }
-    file.at = from + offset;
-    return 0;
-}
-
-int Succeed(voidpf, voidpf) {
-    return 0;
+/// A stream over the bytes of an archive, which is only read.
+voidpf OpenBytes(voidpf archive, const void*, int) {
+    const std::string_view& bytes = *static_cast<std::string_view*>(archive);
+    return ::fmemopen(const_cast<char*>(bytes.data()), bytes.size(), "rb");
 }
 
 /// Whether the comment at the end of the archive is there: one that was cut short is damaged.
@@ -82,8 +47,10 @@ std::string ReadCurrent(unzFile archive, std::size_t limit) {
 } // namespace
 
 std::string ReadZipEntry(std::string_view archive, std::string_view ending, std::size_t limit) {
-    MemoryFile file{archive};
-    zlib_filefunc64_def functions{&Open, &Read, nullptr, &Tell, &Seek, &Succeed, &Succeed, &file};
+    zlib_filefunc64_def functions{};
+    fill_fopen64_filefunc(&functions);
+    functions.zopen64_file = &OpenBytes;
+    functions.opaque = &archive;
     const std::unique_ptr<void, decltype(&unzClose)> zip(unzOpen2_64("", &functions), &unzClose);
     int status = zip && IsComplete(zip.get()) ? unzGoToFirstFile(zip.get()) : UNZ_ERRNO;
     for (; status == UNZ_OK; status = unzGoToNextFile(zip.get())) {

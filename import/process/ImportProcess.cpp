@@ -15,16 +15,15 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
-#include <cstdio>
 #include <exception>
 #include <fcntl.h>
+#include <fmt/format.h>
+#include <fstream>
 #include <limits>
-#include <locale>
 #include <memory>
 #include <new>
 #include <optional>
 #include <poll.h>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <sys/prctl.h>
@@ -65,10 +64,6 @@ struct Task {
     const ModelWork& work;
 };
 
-CannotRead UnreadableModel(const ModelRequest& request, const std::string& why) {
-    return CannotRead(NameOf(request) + ": cannot read the model: " + why);
-}
-
 /// @name The child
 /// @{
 
@@ -83,11 +78,9 @@ void Limit(decltype(RLIMIT_AS) resource, rlim_t most) {
 /// The size of the address space. It includes what the parent had mapped, which with many threads
 /// is a multiple of what an importer needs.
 rlim_t AddressSpace() {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen("/proc/self/statm", "re"),
-                                                               &std::fclose);
-    unsigned long pages = 0;
-    const bool known = file != nullptr && std::fscanf(file.get(), "%lu", &pages) == 1;
-    return known ? rlim_t{pages} * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE)) : 0;
+    rlim_t pages = 0; // Where the file cannot be read, it stays 0.
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
 }
 
 /// Limits the address space; the limit grows with each file that is opened.
@@ -224,11 +217,10 @@ private:
 /// @name Failures
 /// @{
 CannotRead TookLonger(const ModelRequest& request, std::chrono::duration<double> limit) {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << "the importer took longer than " << limit.count()
-         << (limit.count() == 1.0 ? " second" : " seconds") << "; --read-limit SECONDS allows more";
-    return UnreadableModel(request, text.str());
+    return UnreadableModel(request, "the importer took longer than " +
+                                        fmt::format("{:g}", limit.count()) +
+                                        (limit.count() == 1.0 ? " second" : " seconds") +
+                                        "; --read-limit SECONDS allows more");
 }
 
 CannotRead SentNoModel(const ModelRequest& request) {
@@ -264,8 +256,8 @@ public:
     ChildOutput(const ModelRequest& request, int pipe)
         : request_(request), rules_(request.rules), pipe_(pipe), timeLeft_(request.rules.time) {}
 
-    /// All bytes behind the sizes of opened files; good while this lives.
-    std::string_view receive() {
+    /// All bytes behind the sizes of opened files.
+    std::string receive() {
         constexpr std::size_t kBlock = std::size_t{1} << 18U;
         const auto block = std::make_unique_for_overwrite<char[]>(kBlock);
         while (true) {
@@ -274,7 +266,7 @@ public:
             if (size > 0) {
                 add({block.get(), static_cast<std::size_t>(size)});
             } else if (size == 0 || errno != EINTR) {
-                return rest();
+                return std::move(bytes_);
             }
         }
     }
@@ -306,11 +298,11 @@ private:
             throw SentNoModel(request_);
         }
         bytes_ += bytes;
-        std::string_view left = rest();
+        std::string_view left = bytes_;
         while (const std::optional<std::uint64_t> size = TakeOpened(left)) {
             addInput(*size);
         }
-        taken_ = bytes_.size() - left.size();
+        bytes_.erase(0, bytes_.size() - left.size());
     }
 
     void addInput(std::uint64_t size) {
@@ -321,22 +313,18 @@ private:
         timeLeft_ += TimeFor(size);
     }
 
-    std::string_view rest() const { return std::string_view(bytes_).substr(taken_); }
-
     const ModelRequest& request_;
     const ReadRules& rules_;
     int pipe_;
     Clock::duration timeLeft_;
     std::uint64_t input_ = 0;
     std::string bytes_;
-    std::size_t taken_ = 0; ///< Bytes of sizes.
 };
 
 /// The model that a child sends; the child has ended when this returns.
 Model Receive(const ModelRequest& request, Child& child, int pipe) {
     try {
-        ChildOutput output(request, pipe);
-        const std::string_view message = output.receive();
+        const std::string message = ChildOutput(request, pipe).receive();
         try {
             Model model = UnpackModel(message);
             child.join();

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <cstring>
 #include <limits>
 #include <numeric>
 #include <type_traits>
@@ -21,7 +20,6 @@ enum class Outcome : std::uint8_t { Failed, Read, Opened };
 /// Upper bound on the length of the text of a failure.
 constexpr std::size_t kLongestMessage = 1U << 16U;
 
-constexpr std::size_t kAnyLength = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t kPointSize = 3 * sizeof(float);
 
 void Require(bool holds) {
@@ -30,193 +28,161 @@ void Require(bool holds) {
     }
 }
 
-/// Appends values to a message.
-class MessageWriter {
+/// A message that is written or read: an operation appends a value to it, or takes one off its
+/// start, so that one list of fields serves both ends. Reading throws BadMessage where the message
+/// is too short, before memory is taken for a value, and for values that no importer sends.
+class Message {
 public:
-    explicit MessageWriter(Outcome outcome) { value(outcome); }
+    /// To be written.
+    explicit Message(Outcome outcome) { value(outcome); }
+    /// To be read.
+    explicit Message(std::string_view received) : rest_(received), isRead_(true) {}
 
-    void bytes(const void* data, std::size_t size) {
-        message_.append(static_cast<const char*>(data), size);
-    }
+    bool isRead() const { return isRead_; }
 
-    template <class T> void value(const T& value) {
-        static_assert(std::is_trivially_copyable_v<T>);
-        bytes(&value, sizeof value);
-    }
+    /// For what has to hold of a value that was read.
+    void require(bool holds) const { Require(!isRead_ || holds); }
+    void requireLeft(std::size_t size) const { require(size <= rest_.size()); }
 
-    void flag(bool flag) { value(flag); }
-
-    void text(const std::string& text, std::size_t) {
-        value(text.size());
-        message_ += text;
-    }
-
-    /// Calls put for each element.
-    template <class T, class Put> void list(const std::vector<T>& list, const Put& put) {
-        value(list.size());
-        for (const T& element : list) {
-            put(*this, element);
+    void bytes(void* data, std::size_t size) {
+        if (!isRead_) {
+            written_.append(static_cast<const char*>(data), size);
+            return;
         }
-    }
-
-    void reserve(std::size_t size) { message_.reserve(size); }
-    std::string take() { return std::move(message_); }
-
-private:
-    std::string message_;
-};
-
-/// Takes values off the start of a message. Throws BadMessage where it is too short for one.
-class MessageReader {
-public:
-    explicit MessageReader(std::string_view message) : rest_(message) {}
-
-    std::string_view take(std::size_t size) {
-        Require(size <= rest_.size());
-        const std::string_view taken = rest_.substr(0, size);
+        requireLeft(size);
+        rest_.copy(static_cast<char*>(data), size);
         rest_.remove_prefix(size);
-        return taken;
     }
 
     template <class T> void value(T& value) {
         static_assert(std::is_trivially_copyable_v<T>);
-        std::memcpy(&value, take(sizeof value).data(), sizeof value);
-    }
-
-    template <class T> T value() {
-        T result{};
-        value(result);
-        return result;
+        bytes(&value, sizeof value);
     }
 
     /// Of the values of a byte, only 0 and 1 are a bool.
     void flag(bool& flag) {
-        const auto byte = value<unsigned char>();
-        Require(byte <= 1);
+        unsigned char byte = flag ? 1 : 0;
+        value(byte);
+        require(byte <= 1);
         flag = byte == 1;
     }
 
     void text(std::string& text, std::size_t longest) {
-        const auto size = value<std::size_t>();
-        Require(size <= longest);
-        text = take(size);
+        std::size_t size = text.size();
+        value(size);
+        require(size <= longest);
+        requireLeft(size);
+        text.resize(size);
+        bytes(text.data(), size);
     }
 
-    /// Calls get for each element. The list grows only as elements come.
-    template <class T, class Get> void list(std::vector<T>& list, const Get& get) {
-        for (auto left = value<std::size_t>(); left > 0; --left) {
-            get(*this, list.emplace_back());
+    /// Passes each element to the function. A list that is read grows only as elements come.
+    template <class T> void list(std::vector<T>& list, void (*fields)(Message&, T&)) {
+        std::size_t size = list.size();
+        value(size);
+        for (std::size_t i = 0; i < size; ++i) {
+            fields(*this, isRead_ ? list.emplace_back() : list[i]);
         }
     }
+
+    void reserve(std::size_t size) { written_.reserve(size); }
+    std::string take() { return std::move(written_); }
 
 private:
+    std::string written_;
     std::string_view rest_;
+    bool isRead_ = false;
 };
 
-/// @name Fields in their order, for writing and reading
+/// @name Fields in their order
 /// @{
-constexpr auto kTextFields = [](auto& stream, auto& text) { stream.text(text, kAnyLength); };
+void NameFields(Message& message, std::string& name) {
+    message.text(name, std::numeric_limits<std::size_t>::max());
+}
 
-template <class Stream, class SomeMatrix> void MatrixFields(Stream& stream, SomeMatrix& matrix) {
-    for (int row = 0; row < 4; ++row) {
-        for (int column = 0; column < 4; ++column) {
-            stream.value(matrix[row][column]);
-        }
+void MatrixFields(Message& message, Wm4::Matrix4<double>& matrix) {
+    message.bytes(&matrix[0][0], 16 * sizeof(double));
+}
+
+void PlacementFields(Message& message, Placement& placement) {
+    message.value(placement.shape);
+    message.value(placement.object);
+    MatrixFields(message, placement.world);
+}
+
+std::size_t PointBytes(int count, bool withNormals) {
+    return kPointSize * static_cast<std::size_t>(count) * (withNormals ? 2 : 1);
+}
+
+std::size_t IndexBytes(int count) {
+    return sizeof(unsigned int) * static_cast<std::size_t>(count);
+}
+
+bool HasNormals(const kx::kxVertexBuffer& vertices) {
+    return vertices.GetAttributes().GetNormalChannels() == 3;
+}
+
+void VertexFields(Message& message, kx::kxPointer<kx::kxVertexBuffer>& vertices) {
+    int count = message.isRead() ? 0 : vertices->GetVertexQuantity();
+    bool withNormals = !message.isRead() && HasNormals(*vertices);
+    message.value(count);
+    message.flag(withNormals);
+    if (message.isRead()) {
+        Require(count >= 0);
+        message.requireLeft(PointBytes(count, withNormals));
+        kx::kxAttributes attributes;
+        attributes.SetPositionChannels(3);
+        attributes.SetNormalChannels(withNormals ? 3 : 0);
+        vertices = new kx::kxVertexBuffer(attributes, count);
+    }
+    for (int i = 0; i < count; ++i) {
+        message.bytes(&vertices->Position3(i)[0], kPointSize);
+    }
+    for (int i = 0; withNormals && i < count; ++i) {
+        message.bytes(&vertices->Normal3(i)[0], kPointSize);
     }
 }
 
-constexpr auto kPlacementFields = [](auto& stream, auto& placement) {
-    stream.value(placement.shape);
-    stream.value(placement.object);
-    MatrixFields(stream, placement.world);
-};
+void TriangleFields(Message& message, kx::kxPointer<kx::kxIndexBuffer>& triangles) {
+    int count = message.isRead() ? 0 : triangles->GetIndexQuantity();
+    message.value(count);
+    if (message.isRead()) {
+        Require(count >= 0 && count % 3 == 0);
+        message.requireLeft(IndexBytes(count));
+        triangles = new kx::kxIndexBuffer(count, kx::IBT_TRIANGLES);
+    }
+    if (count > 0) { // Without any, there may be no data.
+        message.bytes(triangles->GetData(), IndexBytes(count));
+    }
+}
 
-template <class Stream, class SomeModel> void FactFields(Stream& stream, SomeModel& model) {
-    stream.list(model.objects, kTextFields);
-    stream.text(model.format, kLongestMessage);
-    stream.value(model.millimetresPerUnit);
-    stream.flag(model.unitStated);
-    MatrixFields(stream, model.fileToWorld);
-    stream.value(model.floatStep);
-    stream.value(model.coordinateStep);
-    stream.value(model.cutPolygons);
-    stream.value(model.leftOutPolygons);
-    stream.text(model.refusedFile, kLongestMessage);
-    stream.list(model.sideFiles, kTextFields);
+void ShapeFields(Message& message, Shape& shape) {
+    VertexFields(message, shape.vertices);
+    TriangleFields(message, shape.triangles);
+}
+
+void ModelFields(Message& message, Model& model) {
+    message.list(model.shapes, ShapeFields);
+    message.list(model.placements, PlacementFields);
+    message.list(model.objects, NameFields);
+    message.text(model.format, kLongestMessage);
+    message.value(model.millimetresPerUnit);
+    message.flag(model.unitStated);
+    MatrixFields(message, model.fileToWorld);
+    message.value(model.floatStep);
+    message.value(model.coordinateStep);
+    message.value(model.cutPolygons);
+    message.value(model.leftOutPolygons);
+    message.text(model.refusedFile, kLongestMessage);
+    message.list(model.sideFiles, NameFields);
 }
 /// @}
 
-/// @name Shapes
-/// @{
+/// The size of the buffers of a shape in a message.
 std::size_t SizeOf(const Shape& shape) {
-    return 2 * kPointSize * static_cast<std::size_t>(shape.vertices->GetVertexQuantity()) +
-           sizeof(unsigned int) * static_cast<std::size_t>(shape.triangles->GetIndexQuantity());
+    return PointBytes(shape.vertices->GetVertexQuantity(), HasNormals(*shape.vertices)) +
+           IndexBytes(shape.triangles->GetIndexQuantity());
 }
-
-void WriteShape(MessageWriter& writer, const Shape& shape) {
-    const kx::kxVertexBuffer& vertices = *shape.vertices;
-    const int count = vertices.GetVertexQuantity();
-    const bool withNormals = vertices.GetAttributes().GetNormalChannels() == 3;
-    writer.value(count);
-    writer.flag(withNormals);
-    for (int i = 0; i < count; ++i) {
-        writer.bytes(&vertices.Position3(i)[0], kPointSize);
-    }
-    for (int i = 0; withNormals && i < count; ++i) {
-        writer.bytes(&vertices.Normal3(i)[0], kPointSize);
-    }
-    const int corners = shape.triangles->GetIndexQuantity();
-    writer.value(corners);
-    if (corners > 0) { // Without any, there may be no data.
-        writer.bytes(shape.triangles->GetData(),
-                     sizeof(unsigned int) * static_cast<std::size_t>(corners));
-    }
-}
-
-Wm4::Vector3<float> PointAt(std::string_view points, int i) {
-    Wm4::Vector3<float> point;
-    std::memcpy(&point[0], points.data() + kPointSize * static_cast<std::size_t>(i), kPointSize);
-    return point;
-}
-
-kx::kxPointer<kx::kxVertexBuffer> ReadVertices(MessageReader& reader) {
-    const int count = reader.value<int>();
-    bool withNormals = false;
-    reader.flag(withNormals);
-    Require(count >= 0);
-    const std::size_t size = kPointSize * static_cast<std::size_t>(count);
-    const std::string_view positions = reader.take(size);
-    const std::string_view normals = reader.take(withNormals ? size : 0);
-    kx::kxAttributes attributes;
-    attributes.SetPositionChannels(3);
-    attributes.SetNormalChannels(withNormals ? 3 : 0);
-    kx::kxPointer<kx::kxVertexBuffer> vertices(new kx::kxVertexBuffer(attributes, count));
-    for (int i = 0; i < count; ++i) {
-        vertices->Position3(i) = PointAt(positions, i);
-    }
-    for (int i = 0; withNormals && i < count; ++i) {
-        vertices->Normal3(i) = PointAt(normals, i);
-    }
-    return vertices;
-}
-
-kx::kxPointer<kx::kxIndexBuffer> ReadTriangles(MessageReader& reader) {
-    const int count = reader.value<int>();
-    Require(count >= 0 && count % 3 == 0);
-    const std::string_view indices =
-        reader.take(sizeof(unsigned int) * static_cast<std::size_t>(count));
-    kx::kxPointer<kx::kxIndexBuffer> triangles(new kx::kxIndexBuffer(count, kx::IBT_TRIANGLES));
-    if (count > 0) {
-        std::memcpy(triangles->GetData(), indices.data(), indices.size());
-    }
-    return triangles;
-}
-
-void ReadShape(MessageReader& reader, Shape& shape) {
-    shape.vertices = ReadVertices(reader);
-    shape.triangles = ReadTriangles(reader);
-}
-/// @}
 
 bool IsFinite(const Wm4::Matrix4<double>& matrix) {
     const double* const entries = &matrix[0][0];
@@ -241,53 +207,56 @@ void RequireSound(const Model& model) {
 } // namespace
 
 std::string PackOpened(std::uint64_t size) {
-    MessageWriter writer(Outcome::Opened);
-    writer.value(size);
-    return writer.take();
+    Message message(Outcome::Opened);
+    message.value(size);
+    return message.take();
 }
 
-std::string PackModel(const Model& model) {
-    MessageWriter writer(Outcome::Read);
-    writer.reserve(
+std::string PackModel(Model model) {
+    Message message(Outcome::Read);
+    message.reserve(
         std::accumulate(model.shapes.begin(), model.shapes.end(), std::size_t{1} << 16U,
                         [](std::size_t sum, const Shape& shape) { return sum + SizeOf(shape); }));
-    writer.list(model.shapes, WriteShape);
-    writer.list(model.placements, kPlacementFields);
-    FactFields(writer, model);
-    return writer.take();
+    ModelFields(message, model);
+    return message.take();
 }
 
-std::string PackFailure(const std::string& message) {
-    MessageWriter writer(Outcome::Failed);
-    writer.text(message.substr(0, kLongestMessage), kLongestMessage);
-    return writer.take();
+std::string PackFailure(const std::string& failure) {
+    Message message(Outcome::Failed);
+    std::string text = failure.substr(0, kLongestMessage);
+    message.text(text, kLongestMessage);
+    return message.take();
 }
 
 std::optional<std::uint64_t> TakeOpened(std::string_view& message) {
-    constexpr std::size_t kSize = sizeof(Outcome) + sizeof(std::uint64_t);
-    if (message.size() < kSize || message.front() != static_cast<char>(Outcome::Opened)) {
+    Outcome outcome{};
+    std::uint64_t size = 0;
+    if (message.size() < sizeof outcome + sizeof size) {
         return std::nullopt;
     }
-    std::uint64_t size = 0;
-    std::memcpy(&size, message.data() + sizeof(Outcome), sizeof size);
-    message.remove_prefix(kSize);
+    Message reader(message);
+    reader.value(outcome);
+    reader.value(size);
+    if (outcome != Outcome::Opened) {
+        return std::nullopt;
+    }
+    message.remove_prefix(sizeof outcome + sizeof size);
     return size;
 }
 
-Model UnpackModel(std::string_view message) {
-    MessageReader reader(message);
-    const auto outcome = reader.value<std::uint8_t>();
-    if (outcome == static_cast<std::uint8_t>(Outcome::Failed)) {
+Model UnpackModel(std::string_view received) {
+    Message message(received);
+    Outcome outcome{};
+    message.value(outcome);
+    if (outcome == Outcome::Failed) {
         std::string text;
-        reader.text(text, kLongestMessage);
+        message.text(text, kLongestMessage);
         Require(!text.empty());
         throw kxdrawing::CannotRead(text);
     }
-    Require(outcome == static_cast<std::uint8_t>(Outcome::Read));
+    Require(outcome == Outcome::Read);
     Model model;
-    reader.list(model.shapes, ReadShape);
-    reader.list(model.placements, kPlacementFields);
-    FactFields(reader, model);
+    ModelFields(message, model);
     RequireSound(model);
     return model;
 }

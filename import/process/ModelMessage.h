@@ -21,8 +21,8 @@ public:
 /// The size of each file that it opens, and then either a model or a failure.
 /// @{
 std::string PackOpened(std::uint64_t size);
-std::string PackModel(const Model& model);
-std::string PackFailure(const std::string& message);
+std::string PackModel(Model model);
+std::string PackFailure(const std::string& failure);
 /// @}
 
 /// Takes one size off the start of the bytes received so far; none where they do not begin with a
@@ -35,6 +35,6 @@ std::optional<std::uint64_t> TakeOpened(std::string_view& message);
 /// is used: throws BadMessage for bytes that no importer sends, also where they end too early. A
 /// model that is returned is one as Model says, with the indices of vertices and the coordinates of
 /// shapes and placements as unchecked as there. Memory is taken only for bytes that are there.
-Model UnpackModel(std::string_view message);
+Model UnpackModel(std::string_view received);
 
 } // namespace kxcontour
