@@ -17,6 +17,7 @@
 #include "tool/jobs/RunPlan.h"
 #include "tool/jobs/Summary.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <string>
 #include <unistd.h>
@@ -114,10 +115,8 @@ int Run(const InfoCommand& command, std::ostream& out, std::ostream& log) {
     }
     if (command.messages.json) {
         WriteJson(infos, out);
-        return static_cast<int>(ExitCode::Drawn);
-    }
-    for (const ModelInfo& info : infos) {
-        WriteText(info, out);
+    } else {
+        std::ranges::for_each(infos, [&](const ModelInfo& info) { WriteText(info, out); });
     }
     return static_cast<int>(ExitCode::Drawn);
 }

@@ -331,15 +331,14 @@ private:
     }
 
     void fail(std::size_t number, const std::exception& error) {
-        const auto [code, what] = FailureOf(error);
         JobResult& result = results_[number];
         result.state = JobState::Failed;
-        result.code = code;
-        result.failure = what;
+        result.failure = FailureOf(error);
+        const std::string& what = result.failure.message;
         // Jobs without a name are named after their output, which many messages begin with.
         const std::string name = command_.jobs[number].name + ": ";
         const std::lock_guard lock(speaking_);
-        messages_.error((what.rfind(name, 0) == 0 ? "" : name) + what);
+        messages_.error((what.starts_with(name) ? "" : name) + what);
     }
 
     const BatchCommand& command_;
@@ -367,7 +366,7 @@ int RunBatch(const BatchCommand& command,
         return result.state == JobState::Failed;
     });
     if (failed != results.end()) {
-        return static_cast<int>(failed->code);
+        return static_cast<int>(failed->failure.code);
     }
     return static_cast<int>(run.areNotesKept() ? ExitCode::Drawn : ExitCode::CannotWrite);
 }

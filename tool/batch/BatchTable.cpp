@@ -63,8 +63,8 @@ std::string JsonTable(const BatchCommand& command, const std::vector<JobResult>&
             row["paths"] = result.report.lines.paths;
             row["seconds"] = result.seconds;
         } else if (result.state == JobState::Failed) {
-            row["code"] = static_cast<int>(result.code);
-            row["failure"] = result.failure;
+            row["code"] = static_cast<int>(result.failure.code);
+            row["failure"] = result.failure.message;
         }
         table.push_back(row);
     }

@@ -16,9 +16,8 @@ enum class JobState : std::uint8_t { Failed, Drawn, UpToDate };
 
 struct JobResult {
     JobState state = JobState::Failed;
-    DrawingReport report;               ///< Of a job that was drawn.
-    ExitCode code = ExitCode::Internal; ///< Of a job that failed.
-    std::string failure;                ///< One line.
+    DrawingReport report; ///< Of a job that was drawn.
+    Failure failure;      ///< Of a job that failed.
     double seconds = 0.0;
 };
 

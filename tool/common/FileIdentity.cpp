@@ -7,31 +7,22 @@
 #include <sys/stat.h>
 
 namespace kxcontour {
-namespace {
-
-/// A file that does not exist yet, perhaps behind a link.
-std::optional<FileIdentity> IdentityOfNewFile(const std::string& path) {
-    try {
-        const FilePlace place = FindPlace(path);
-        struct stat folder {};
-        if (::fstat(place.folder.descriptor.number(), &folder) == 0) {
-            return FileIdentity{folder.st_dev, folder.st_ino, place.name};
-        }
-    } catch (const kxdrawing::Error&) {
-        // It cannot be written, which whoever tries to will say.
-        return std::nullopt;
-    }
-    return std::nullopt;
-}
-
-} // namespace
 
 std::optional<FileIdentity> IdentityOfPath(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) == 0) {
         return FileIdentity{status.st_dev, status.st_ino, ""};
     }
-    return IdentityOfNewFile(path);
+    try {
+        // A file that does not exist yet, perhaps behind a link.
+        const FilePlace place = FindPlace(path);
+        if (::fstat(place.folder.descriptor.number(), &status) == 0) {
+            return FileIdentity{status.st_dev, status.st_ino, place.name};
+        }
+    } catch (const kxdrawing::Error&) { // It cannot be written, which whoever tries to will say.
+        return std::nullopt;
+    }
+    return std::nullopt;
 }
 
 std::optional<FileIdentity> IdentityOfDescriptor(int descriptor) {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <sys/resource.h>
 
 namespace kxcontour {
@@ -27,19 +28,23 @@ Bytes NumberIn(const Path& path) {
     return file >> number ? Bytes(number) : std::nullopt;
 }
 
-Bytes LeftOnMachine(const Path& root) {
-    std::ifstream file(root / "proc/meminfo");
-    std::uint64_t sum = 0;
-    bool known = false;
+/// The sum of the numbers behind two names, in a file of one per line; none without the first.
+Bytes SumIn(const Path& path, std::string_view first, std::string_view second) {
+    std::ifstream file(path);
+    Bytes sum;
+    std::uint64_t others = 0;
     std::string name;
-    std::uint64_t kibibytes = 0;
-    for (std::string rest; file >> name >> kibibytes; std::getline(file, rest)) {
-        if (name == "MemAvailable:" || name == "SwapFree:") {
-            known = known || name == "MemAvailable:";
-            sum += kibibytes * 1024;
-        }
+    std::uint64_t number = 0;
+    for (std::string rest; file >> name >> number; std::getline(file, rest)) {
+        sum = name == first ? number : sum;
+        others += name == second ? number : 0;
     }
-    return known ? Bytes(sum) : std::nullopt;
+    return sum ? Bytes(*sum + others) : std::nullopt;
+}
+
+Bytes LeftOnMachine(const Path& root) {
+    const Bytes kibibytes = SumIn(root / "proc/meminfo", "MemAvailable:", "SwapFree:");
+    return kibibytes ? Bytes(*kibibytes * 1024) : std::nullopt;
 }
 
 /// The files of a group of processes that hold its limit and its use.
@@ -47,17 +52,6 @@ struct GroupFiles {
     const char* limit;
     const char* use;
 };
-
-/// Files that were read count as a group's memory until something else needs it.
-std::uint64_t CachedFiles(const Path& folder) {
-    std::ifstream file(folder / "memory.stat");
-    std::uint64_t sum = 0;
-    std::string name;
-    for (std::uint64_t bytes = 0; file >> name >> bytes;) {
-        sum += name == "inactive_file" || name == "active_file" ? bytes : 0;
-    }
-    return sum;
-}
 
 /// What a group and those that it is in have left.
 Bytes LeftInGroups(const Path& hierarchy, Path group, const GroupFiles& files) {
@@ -67,7 +61,9 @@ Bytes LeftInGroups(const Path& hierarchy, Path group, const GroupFiles& files) {
         const Bytes limit = NumberIn(folder / files.limit);
         const Bytes use = NumberIn(folder / files.use);
         if (limit && use) {
-            const std::uint64_t kept = *use - std::min(*use, CachedFiles(folder));
+            // Files that were read count as a group's memory until something else needs it.
+            const Bytes cached = SumIn(folder / "memory.stat", "inactive_file", "active_file");
+            const std::uint64_t kept = *use - std::min(*use, cached.value_or(0));
             least = Least(least, *limit - std::min(*limit, kept));
         }
         if (!group.has_relative_path()) {

@@ -2,10 +2,10 @@
 #include "tool/info/ModelReport.h"
 
 #include "drawing/common/LengthUnit.h"
+#include "drawing/common/ReadNumber.h"
 #include "tool/common/PlainText.h"
 
 #include <algorithm>
-#include <charconv>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -136,10 +136,7 @@ void WriteObjects(const ModelInfo& info, std::ostream& out) {
 
 /// A number of the file: single precision has no more than seven digits to say.
 double Rounded(double value) {
-    const std::string text = fmt::format("{:.7g}", value);
-    double rounded = value;
-    std::from_chars(text.data(), text.data() + text.size(), rounded);
-    return rounded;
+    return ReadNumber(fmt::format("{:.7g}", value)).value_or(value);
 }
 
 Json JsonOf(const Vector& size, double factor) {

@@ -2,10 +2,10 @@
 #include "tool/jobs/RunPlan.h"
 
 #include "drawing/StageCosts.h"
+#include "tool/options/Values.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <filesystem>
 #include <iterator>
 #include <string_view>
@@ -32,12 +32,8 @@ constexpr std::array<FormatCost, 6> kFormats{{{"obj", 37.0, 4.0},
                                               {"", 100.0, 10.0}}};
 
 FormatCost CostOf(const std::string& path) {
-    std::string ending = std::filesystem::path(path).extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return *std::find_if(kFormats.begin(), kFormats.end() - 1, [&](const FormatCost& format) {
-        return ending.size() == format.ending.size() + 1 && ending.ends_with(format.ending);
-    });
+    return *std::ranges::find(kFormats.begin(), kFormats.end() - 1, EndingOf(path),
+                              &FormatCost::ending);
 }
 
 /// Of standard input nothing is known.
@@ -48,10 +44,12 @@ double SizeOf(const std::string& path) {
     return error ? kUnknown : static_cast<double>(bytes);
 }
 
-/// Returns how many triangles may be in the models.
-double AddReading(const std::vector<std::string>& paths, std::vector<PlannedStage>& plan) {
+} // namespace
+
+std::vector<PlannedStage> PlanOfRun(const DrawingOptions& options) {
+    std::vector<PlannedStage> plan;
     double all = 0.0;
-    for (const std::string& path : paths) {
+    for (const std::string& path : options.input.files()) {
         const FormatCost format = CostOf(path);
         const double bytes = SizeOf(path);
         const double triangles = bytes / format.bytesPerTriangle;
@@ -59,17 +57,7 @@ double AddReading(const std::vector<std::string>& paths, std::vector<PlannedStag
         plan.push_back({"prepare", triangles * kPreparingPerTriangle});
         all += triangles;
     }
-    return all;
-}
-
-} // namespace
-
-std::vector<PlannedStage> PlanOfRun(const DrawingOptions& options) {
-    std::vector<PlannedStage> plan;
-    const double drawn = AddReading(options.input.models, plan);
-    const double hiding = AddReading(options.input.occluders, plan);
-    std::vector<PlannedStage> drawing = PlanOfDrawing(drawn + hiding, options.page.views.size());
-    std::move(drawing.begin(), drawing.end(), std::back_inserter(plan));
+    std::ranges::move(PlanOfDrawing(all, options.page.views.size()), std::back_inserter(plan));
     return plan;
 }
 

@@ -24,6 +24,11 @@ nlohmann::ordered_json ToJson(const DrawingReport& report) {
     return json;
 }
 
+/// "1:2", "2:1", "1:3.274".
+std::string ScaleText(double scale) {
+    return scale < 1.0 ? fmt::format("1:{:.4g}", 1.0 / scale) : fmt::format("{:.4g}:1", scale);
+}
+
 /// Whether a wrong unit shows: in a drawing to scale, and beside models that have one.
 bool UnitsMatter(const Scene& scene, const DrawingOptions& options) {
     return options.camera.scale || scene.withoutUnit.size() < options.input.files().size();
@@ -82,10 +87,6 @@ void PrintSummary(const DrawingReport& report, const MessageOptions& options, st
         out << name + ": " + Describe(report.page) + ", " + Count(report.lines.paths, "line") + "\n"
             << std::flush;
     }
-}
-
-std::string ScaleText(double scale) {
-    return scale < 1.0 ? fmt::format("1:{:.4g}", 1.0 / scale) : fmt::format("{:.4g}:1", scale);
 }
 
 } // namespace kxcontour

@@ -5,7 +5,6 @@
 #include "tool/jobs/DrawingJob.h"
 
 #include <ostream>
-#include <string>
 
 namespace kxcontour {
 
@@ -18,8 +17,5 @@ void TellAbout(const Scene& scene,
 
 /// One line such as "gear.svg: 210 x 297 mm, 120 lines", a JSON object, or nothing when quiet.
 void PrintSummary(const DrawingReport& report, const MessageOptions& options, std::ostream& out);
-
-/// "1:2", "2:1", "1:3.274".
-std::string ScaleText(double scale);
 
 } // namespace kxcontour

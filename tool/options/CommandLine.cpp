@@ -164,8 +164,8 @@ BatchCommand ReadBatch(const std::vector<GivenJob>& jobs,
 
 /// The configuration file that is named, if any.
 std::vector<std::string> ConfigFilesOf(const GivenOptions& given) {
-    const GivenText* path = given.find("config");
-    return path == nullptr ? std::vector<std::string>() : std::vector<std::string>{path->text};
+    return given.has("config") ? std::vector{given.find("config")->text}
+                               : std::vector<std::string>();
 }
 
 GivenOptions ConfigOf(const GivenOptions& given) {

@@ -65,7 +65,7 @@ std::string LongEntry(const OptionInfo& option) {
 }
 
 /// The entries of a topic's options.
-std::string Entries(Topic topic, std::string (*entryOf)(const OptionInfo&)) {
+std::string Entries(std::optional<Topic> topic, std::string (*entryOf)(const OptionInfo&)) {
     std::string text;
     for (const OptionInfo& option : OptionTable()) {
         text += option.topic == topic ? entryOf(option) : "";
@@ -81,10 +81,6 @@ std::string ExitCodes() {
     return text;
 }
 
-std::string ChapterHelp(const ChapterInfo& chapter) {
-    return chapter.heading + std::string("\n\n") + FillAll(chapter.text);
-}
-
 } // namespace
 
 std::string ShortHelp() {
@@ -98,7 +94,8 @@ std::string ShortHelp() {
         text += fmt::format("  {}\n", example.command);
     }
     for (const TopicInfo& topic : kTopics) {
-        text += fmt::format("\n{}:\n", topic.heading) + Entries(topic.topic, ShortEntry);
+        const std::string entries = Entries(topic.topic, ShortEntry);
+        text += entries.empty() ? "" : fmt::format("\n{}:\n{}", topic.heading, entries);
     }
     text += "\n" + Fill("More: kxcontour help TOPIC, about " + Enumerate(HelpTopics()) + ".", 0);
     return text + "\nExit codes:\n" + ExitCodes();
@@ -107,19 +104,19 @@ std::string ShortHelp() {
 std::string TopicHelp(std::string_view topic) {
     const std::size_t number =
         ParseName(topic == "view" ? "camera" : topic, "help topic", HelpTopics());
-    if (number < kTopics.size()) {
-        const TopicInfo& info = kTopics[number];
-        return ChapterHelp({info.name, info.heading, info.text}) + Entries(info.topic, LongEntry);
+    if (number == kTopics.size()) {
+        return "Exit codes\n\nThe tool ends with one of these codes:\n\n" + ExitCodes();
     }
-    return number == kTopics.size() ? ChapterHelp(kConfigChapter)
-                                    : ChapterHelp(kExitCodeChapter) + "\n" + ExitCodes();
+    const TopicInfo& info = kTopics[number];
+    return fmt::format("{}\n\n{}", info.heading, FillAll(info.text)) +
+           Entries(info.topic, LongEntry);
 }
 
 std::vector<std::string> HelpTopics() {
     std::vector<std::string> names(kTopics.size());
     std::transform(kTopics.begin(), kTopics.end(), names.begin(),
                    [](const TopicInfo& topic) { return topic.name; });
-    names.insert(names.end(), {kConfigChapter.name, kExitCodeChapter.name});
+    names.emplace_back("exit-codes");
     return names;
 }
 

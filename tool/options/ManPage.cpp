@@ -65,12 +65,12 @@ std::string Item(const OptionInfo& option) {
 }
 
 std::string Options(const TopicInfo& topic) {
-    std::string text =
-        fmt::format(".Ss {}\n{}.Bl -tag -width Ds\n", topic.heading, Prose(topic.text));
+    std::string items;
     for (const OptionInfo& option : OptionTable()) {
-        text += option.topic == topic.topic ? Item(option) : "";
+        items += option.topic == topic.topic ? Item(option) : "";
     }
-    return text + ".El\n";
+    return fmt::format(".Ss {}\n{}", topic.heading, Prose(topic.text)) +
+           (items.empty() ? "" : ".Bl -tag -width Ds\n" + items + ".El\n");
 }
 
 std::string ExitStatus() {
@@ -135,7 +135,6 @@ std::string ManPage() {
     for (const TopicInfo& topic : kTopics) {
         text += Options(topic);
     }
-    text += fmt::format(".Ss {}\n{}", kConfigChapter.heading, Prose(kConfigChapter.text));
     return text + ExitStatus() + Examples();
 }
 

@@ -5,6 +5,7 @@
 #include "tool/options/OptionTable.h"
 
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,14 +13,14 @@ namespace kxcontour {
 
 /// A topic of the help.
 struct TopicInfo {
-    Topic topic;
-    const char* name;    ///< For `kxcontour help NAME`.
-    const char* heading; ///< Above its options.
-    const char* text;    ///< An introduction.
+    std::optional<Topic> topic; ///< Of the options that belong to it; none: it has none.
+    const char* name;           ///< For `kxcontour help NAME`.
+    const char* heading;        ///< Above its options.
+    const char* text;           ///< An introduction.
 };
 
 /// In the order of the help.
-inline constexpr std::array<TopicInfo, 7> kTopics{
+inline constexpr std::array<TopicInfo, 8> kTopics{
     {{Topic::Input, "input", "Input",
       "One or more models make one drawing. The format of a file follows from its name and "
       "contents."},
@@ -55,32 +56,20 @@ inline constexpr std::array<TopicInfo, 7> kTopics{
       "in the job file only."},
      {Topic::Messages, "messages", "Messages",
       "Results are printed on standard output, everything else on standard error. The progress bar "
-      "appears on a terminal only."}}};
-
-/// A topic without options.
-struct ChapterInfo {
-    const char* name;
-    const char* heading;
-    const char* text;
-};
-
-inline constexpr ChapterInfo kConfigChapter{
-    "config", "Configuration files",
-    "`--config FILE` reads options from a TOML file (ending .toml) or a JSON file (.json). Keys "
-    "are the long names of options without dashes, values have their natural types, and paths are "
-    "relative to the file. The command line overrides the file; styles of both are combined. An "
-    "option for one output format only, such as dpi, is ignored for others here.\n\n"
-    "  page = \"A3\"\n"
-    "  landscape = true\n"
-    "  margin = \"15mm\"\n"
-    "  lines = [\"silhouette\", \"crease\"]\n"
-    "  occluder = [\"table.stl\"]\n\n"
-    "  [style.crease]\n"
-    "  width = \"0.25mm\"\n"
-    "  color = \"#333\""};
-
-inline constexpr ChapterInfo kExitCodeChapter{"exit-codes", "Exit codes",
-                                              "The tool ends with one of these codes:"};
+      "appears on a terminal only."},
+     {std::nullopt, "config", "Configuration files",
+      "`--config FILE` reads options from a TOML file (ending .toml) or a JSON file (.json). Keys "
+      "are the long names of options without dashes, values have their natural types, and paths "
+      "are relative to the file. The command line overrides the file; styles of both are combined. "
+      "An option for one output format only, such as dpi, is ignored for others here.\n\n"
+      "  page = \"A3\"\n"
+      "  landscape = true\n"
+      "  margin = \"15mm\"\n"
+      "  lines = [\"silhouette\", \"crease\"]\n"
+      "  occluder = [\"table.stl\"]\n\n"
+      "  [style.crease]\n"
+      "  width = \"0.25mm\"\n"
+      "  color = \"#333\""}}};
 
 /// One exit code of the tool.
 struct ExitCodeInfo {

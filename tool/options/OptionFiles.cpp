@@ -225,12 +225,11 @@ GivenJob ReadJob(const Json& entry, const std::string& where, const std::string&
 } // namespace
 
 GivenOptions ReadConfigFile(const std::string& path) {
-    const std::string ending = LowerCase(std::filesystem::path(path).extension().string());
-    if (ending != ".toml" && ending != ".json") {
+    const bool isToml = EndingOf(path) == "toml";
+    if (!isToml && EndingOf(path) != "json") {
         RefuseUsage("configuration file '" + path + "' must end in .toml or .json");
     }
     const std::string text = ReadOptionFile(path);
-    const bool isToml = ending == ".toml";
     RequireShallow(text, isToml, path);
     const Json object = isToml ? ParseToml(text, path) : ParseJson(text, path);
     if (!object.is_object()) {

@@ -114,9 +114,8 @@ void CheckPage(const GivenOptions& given, PageOptions& page, bool perspective) {
 
 /// The format of a file name ending, if any.
 std::optional<OutputFormat> FormatOfEnding(const std::string& path) {
-    const std::string ending = LowerCase(std::filesystem::path(path).extension().string());
     const std::vector<std::string>& names = FindOption("output-format")->value.choices;
-    const auto name = std::find(names.begin(), names.end(), ending.substr(ending.empty() ? 0 : 1));
+    const auto name = std::find(names.begin(), names.end(), EndingOf(path));
     return name == names.end() ? std::nullopt
                                : std::optional(static_cast<OutputFormat>(name - names.begin()));
 }

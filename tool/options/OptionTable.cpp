@@ -2,6 +2,7 @@
 #include "tool/options/OptionTable.h"
 
 #include "import/files/ByteSize.h"
+#include "import/files/LetterCase.h"
 #include "tool/common/Failure.h"
 #include "tool/options/OptionForms.h"
 

@@ -6,12 +6,14 @@
 #include "drawing/common/ReadNumber.h"
 #include "drawing/common/Shortened.h"
 #include "drawing/paper/PageSize.h"
+#include "import/files/LetterCase.h"
 #include "tool/common/Failure.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <filesystem>
 #include <fmt/format.h>
 #include <system_error>
 
@@ -88,7 +90,8 @@ std::vector<double> ParseDashes(const std::string& text) {
 
 void ApplyValue(const std::string& key, const std::string& value, StrokeStyle& style) {
     if (key == "width") {
-        style.width = ParseLength(value, "line width", "a positive length up to 100 mm", kStyleLengths);
+        style.width =
+            ParseLength(value, "line width", "a positive length up to 100 mm", kStyleLengths);
     } else if (key == "color") {
         style.color = ParseColor(value);
     } else {
@@ -268,12 +271,9 @@ std::string QuotedWord(const std::string& text) {
     return "'" + word + "'";
 }
 
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    });
-    return lower;
+std::string EndingOf(const std::string& path) {
+    const std::string dotted = std::filesystem::path(path).extension().string();
+    return LowerCase(dotted.substr(dotted.empty() ? 0 : 1));
 }
 
 } // namespace kxcontour

@@ -84,7 +84,7 @@ std::string NumberText(double value);
 /// members, are written as %XX.
 std::string QuotedWord(const std::string& text);
 
-/// The text with ASCII letters in lower case.
-std::string LowerCase(std::string_view text);
+/// The ending of a file name in lower case, without its dot; empty where there is none.
+std::string EndingOf(const std::string& path);
 
 } // namespace kxcontour
