@@ -23,7 +23,7 @@ using Json = nlohmann::json;
 
 constexpr std::size_t kLargestFile = std::size_t{16} << 20U;
 
-auto LineOf(std::string_view text, std::size_t byte) {
+std::ptrdiff_t LineOf(std::string_view text, std::size_t byte) {
     return 1 + std::ranges::count(text.substr(0, byte), '\n');
 }
 
@@ -129,7 +129,7 @@ Json ParseJson(const std::string& text, const std::string& path) {
     try {
         return Json::parse(text);
     } catch (const Json::parse_error& error) {
-        const std::size_t line = LineOf(text, error.byte > 0 ? error.byte - 1 : 0);
+        const auto line = LineOf(text, error.byte > 0 ? error.byte - 1 : 0);
         FailedToRead(path + ":" + std::to_string(line), "is not valid JSON");
     } catch (const Json::out_of_range&) {
         FailedToRead(path, "has a number that is too large");
