@@ -1,10 +1,10 @@
 // Which file it is, whatever it is called.
 #pragma once
 
-#include <compare>
 #include <optional>
 #include <string>
 #include <sys/types.h>
+#include <tuple>
 
 namespace kxcontour {
 
@@ -15,7 +15,10 @@ struct FileIdentity {
     /// Of a file that does not exist yet, its name in the folder of that number; else empty.
     std::string name;
 
-    auto operator<=>(const FileIdentity& other) const = default;
+    bool operator==(const FileIdentity& other) const = default;
+    bool operator<(const FileIdentity& other) const {
+        return std::tie(device, number, name) < std::tie(other.device, other.number, other.name);
+    }
 };
 
 /// The identity of the file at the end of a path; none where no file can be. Never throws
