@@ -15,24 +15,23 @@ std::vector<const kx::kxTriMesh*> Borrowed(const MeshList& meshes) {
 
 } // namespace
 
-LineFinder::LineFinder(const ctr::DiscreteProjectionSpace& camera) {
-    generator_.setProjectionSpace(camera);
-    generator_.setContactTolerance(kContactTolerance);
-}
-
-void LineFinder::bake(const MeshList& meshes,
-                      const MeshList& occluders,
-                      kx::kxProgressNotifierInterface& progress) {
+ctr::FeaturesByMesh FindLines(const ctr::DiscreteProjectionSpace& camera,
+                              const MeshList& meshes,
+                              const MeshList& occluders,
+                              const ctr::FeatureChoice& choice,
+                              DrawingObserver& observer) {
+    observer.enter("bake");
+    ctr::GeometricFeaturesGenerator generator;
+    generator.setProjectionSpace(camera);
+    generator.setContactTolerance(kContactTolerance);
     const std::vector<const kx::kxTriMesh*> hiding = Borrowed(occluders);
-    generator_.setSingleExportCluster(Borrowed(meshes), &hiding, progress);
-}
-
-ctr::FeaturesByMesh LineFinder::find(const ctr::FeatureChoice& choice,
-                                     kx::kxProgressNotifierInterface& progress) {
+    generator.setSingleExportCluster(Borrowed(meshes), &hiding, observer);
+    observer.rethrow();
+    observer.enter("features");
     ctr::FeaturesByMesh lines;
-    generator_.setProgressNotifier(&progress);
-    generator_.computeFeaturesByMesh(lines, 0, choice);
-    generator_.setProgressNotifier(nullptr);
+    generator.setProgressNotifier(&observer);
+    generator.computeFeaturesByMesh(lines, 0, choice);
+    observer.rethrow();
     return lines;
 }
 

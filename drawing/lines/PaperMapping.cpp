@@ -14,7 +14,6 @@ namespace {
 
 using ctr::LineSegmentSet;
 using ctr::RationalInterval;
-using Fraction = Wm4::Vector2<std::int64_t>;
 using Position = Wm4::Vector3<float>;
 using LineSetPointer = kx::kxPointer<LineSegmentSet>;
 
@@ -72,11 +71,6 @@ std::vector<PageLine> VisiblePieces(const LineSegmentSet& set, const PageMap& to
     return lines;
 }
 
-const RationalInterval& Whole() {
-    static const RationalInterval whole{Fraction(0, 1), Fraction(1, 1)};
-    return whole;
-}
-
 bool IsInView(const LineSegmentSet& set, std::size_t segment) {
     return segment >= set.clipRanges.size() ||
            set.clipRanges[segment].t0 < set.clipRanges[segment].t1;
@@ -89,46 +83,11 @@ LineSetPointer Inverted(const LineSegmentSet& set) {
     LineSetPointer inverted(static_cast<LineSegmentSet*>(clone));
     for (std::size_t i = 0; i < inverted->occlusionIntervals.size(); ++i) {
         std::vector<RationalInterval>& ranges = inverted->occlusionIntervals[i];
-        ranges = IsInView(set, i) ? ctr::IntervalTools::Complement(ranges) : std::vector{Whole()};
+        ranges = IsInView(set, i) ? ctr::IntervalTools::Complement(ranges)
+                                  : std::vector{RationalInterval{{0, 1}, {1, 1}}};
     }
     return inverted;
 }
-
-/// Gathers the groups of a picture.
-class Gathering {
-public:
-    Gathering(const PaperPlace& place, bool withHidden) : toPage_(place), withHidden_(withHidden) {}
-
-    void add(const LineSetPointer& set, LineKind kind, std::size_t object) {
-        if (!set) {
-            return;
-        }
-        addGroup(VisiblePieces(*set, toPage_), {kind, false, object, {}});
-        if (withHidden_ && !set->occlusionIntervals.empty()) {
-            addGroup(VisiblePieces(*Inverted(*set), toPage_), {kind, true, object, {}});
-        }
-    }
-
-    void addHidden(const LineSetPointer& set, LineKind kind, std::size_t object) {
-        if (set && withHidden_) {
-            addGroup(VisiblePieces(*set, toPage_), {kind, true, object, {}});
-        }
-    }
-
-    PageLines take() { return std::move(lines_); }
-
-private:
-    void addGroup(std::vector<PageLine> pieces, LineGroup group) {
-        if (!pieces.empty()) {
-            group.lines = std::move(pieces);
-            lines_.groups.push_back(std::move(group));
-        }
-    }
-
-    PageMap toPage_;
-    bool withHidden_;
-    PageLines lines_;
-};
 
 std::vector<kxdrawing::Interval> Intervals(const std::vector<RationalInterval>& ranges) {
     std::vector<kxdrawing::Interval> intervals;
@@ -139,84 +98,94 @@ std::vector<kxdrawing::Interval> Intervals(const std::vector<RationalInterval>& 
     return intervals;
 }
 
-/// Makes records of the segments of sets.
-class Recording {
-public:
-    explicit Recording(const PaperPlace& place) : toPage_(place), toFile_(place.worldToFile) {}
-
-    void add(const LineSetPointer& set, LineKind kind, std::size_t object, bool hidden) {
-        for (std::size_t i = 0; set && i < SegmentCount(*set); ++i) {
-            records_.push_back(record(*set, i, hidden));
-            records_.back().kind = kind;
-            records_.back().object = object;
+std::array<double, 3> InFile(const Position& p, const Wm4::Matrix4<double>& toFile) {
+    std::array<double, 3> point{};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const auto column = static_cast<int>(axis);
+        point[axis] = toFile[3][column];
+        for (int i = 0; i < 3; ++i) {
+            point[axis] += static_cast<double>(p[i]) * toFile[i][column];
         }
     }
+    return point;
+}
 
-    std::vector<kxdrawing::Line> take() { return std::move(records_); }
-
-private:
-    kxdrawing::Line record(const LineSegmentSet& set, std::size_t segment, bool hidden) const {
-        const auto [a, b] = EndsOf(set, segment);
-        kxdrawing::Line record;
-        record.ends = {inFile(a), inFile(b)};
-        if (!IsInView(set, segment)) {
-            return record;
-        }
-        const auto clip = segment < set.clipRanges.size()
-                              ? set.clipRanges[segment]
-                              : LineSegmentSet::ClipRange{0.0F, 1.0F, 1.0F, 1.0F};
-        const auto at = [&a = a, &b = b](float t) { return Position((1.0F - t) * a + t * b); };
-        record.onPage = PageLine{toPage_(at(clip.t0)), toPage_(at(clip.t1))};
-        record.endsOnPage = {inFile(at(clip.t0)), inFile(at(clip.t1))};
-        record.depthRatio = toPage_.depthOf(at(clip.t1)) / toPage_.depthOf(at(clip.t0));
-        if (hidden) {
-            record.hidden.push_back({{0, 1}, {1, 1}});
-        } else if (segment < set.occlusionIntervals.size()) {
-            record.hidden = Intervals(set.occlusionIntervals[segment]);
-        }
-        return record;
+/// One segment of a set, but for its kind and object.
+kxdrawing::Line LineOf(const LineSegmentSet& set,
+                       std::size_t segment,
+                       const PageMap& toPage,
+                       const Wm4::Matrix4<double>& toFile) {
+    const auto [a, b] = EndsOf(set, segment);
+    kxdrawing::Line line;
+    line.ends = {InFile(a, toFile), InFile(b, toFile)};
+    if (!IsInView(set, segment)) {
+        return line;
     }
-
-    std::array<double, 3> inFile(const Position& p) const {
-        std::array<double, 3> point{};
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const auto column = static_cast<int>(axis);
-            point[axis] = toFile_[3][column];
-            for (int i = 0; i < 3; ++i) {
-                point[axis] += static_cast<double>(p[i]) * toFile_[i][column];
-            }
-        }
-        return point;
+    const auto clip = segment < set.clipRanges.size()
+                          ? set.clipRanges[segment]
+                          : LineSegmentSet::ClipRange{0.0F, 1.0F, 1.0F, 1.0F};
+    const auto at = [&a = a, &b = b](float t) { return Position((1.0F - t) * a + t * b); };
+    line.onPage = PageLine{toPage(at(clip.t0)), toPage(at(clip.t1))};
+    line.endsOnPage = {InFile(at(clip.t0), toFile), InFile(at(clip.t1), toFile)};
+    line.depthRatio = toPage.depthOf(at(clip.t1)) / toPage.depthOf(at(clip.t0));
+    if (segment < set.occlusionIntervals.size()) {
+        line.hidden = Intervals(set.occlusionIntervals[segment]);
     }
+    return line;
+}
 
-    PageMap toPage_;
-    Wm4::Matrix4<double> toFile_;
-    std::vector<kxdrawing::Line> records_;
-};
+/// Calls visit(set, kind, object, whether it is hidden as a whole) for all sets of lines.
+template <class Visit>
+void ForEachSet(const ctr::FeaturesByMesh& lines, const PaperPlace& place, const Visit& visit) {
+    const auto visitAny = [&](const LineSetPointer& set, auto... which) {
+        if (set) {
+            visit(*set, which...);
+        }
+    };
+    for (std::size_t i = 0; i < lines.meshes.size(); ++i) {
+        visitAny(lines.meshes[i].silhouetteEdges, LineKind::Silhouette, place.objects[i], false);
+        visitAny(lines.meshes[i].creaseEdges, LineKind::Crease, place.objects[i], false);
+    }
+    visitAny(lines.intersectionEdges, LineKind::Intersection, kNoObject, false);
+    visitAny(lines.hiddenIntersectionEdges, LineKind::Intersection, kNoObject, true);
+}
 
 } // namespace
 
 PageLines MapToPaper(const ctr::FeaturesByMesh& lines, const PaperPlace& place, bool withHidden) {
-    Gathering gathering(place, withHidden);
-    for (std::size_t i = 0; i < lines.meshes.size(); ++i) {
-        gathering.add(lines.meshes[i].silhouetteEdges, LineKind::Silhouette, place.objects[i]);
-        gathering.add(lines.meshes[i].creaseEdges, LineKind::Crease, place.objects[i]);
-    }
-    gathering.add(lines.intersectionEdges, LineKind::Intersection, kNoObject);
-    gathering.addHidden(lines.hiddenIntersectionEdges, LineKind::Intersection, kNoObject);
-    return gathering.take();
+    const PageMap toPage(place);
+    PageLines onPage;
+    const auto add = [&](const LineSegmentSet& set, LineKind kind, bool hidden, auto object) {
+        std::vector<PageLine> pieces = VisiblePieces(set, toPage);
+        if (!pieces.empty()) {
+            onPage.groups.push_back({kind, hidden, object, std::move(pieces)});
+        }
+    };
+    ForEachSet(lines, place, [&](const LineSegmentSet& set, auto kind, auto object, bool hidden) {
+        if (!hidden || withHidden) {
+            add(set, kind, hidden, object);
+        }
+        if (!hidden && withHidden && !set.occlusionIntervals.empty()) {
+            add(*Inverted(set), kind, true, object);
+        }
+    });
+    return onPage;
 }
 
 std::vector<kxdrawing::Line> LinesOf(const ctr::FeaturesByMesh& lines, const PaperPlace& place) {
-    Recording recording(place);
-    for (std::size_t i = 0; i < lines.meshes.size(); ++i) {
-        recording.add(lines.meshes[i].silhouetteEdges, LineKind::Silhouette, place.objects[i],
-                      false);
-        recording.add(lines.meshes[i].creaseEdges, LineKind::Crease, place.objects[i], false);
-    }
-    recording.add(lines.intersectionEdges, LineKind::Intersection, kNoObject, false);
-    recording.add(lines.hiddenIntersectionEdges, LineKind::Intersection, kNoObject, true);
-    return recording.take();
+    const PageMap toPage(place);
+    std::vector<kxdrawing::Line> all;
+    ForEachSet(lines, place, [&](const LineSegmentSet& set, auto kind, auto object, bool hidden) {
+        for (std::size_t i = 0; i < SegmentCount(set); ++i) {
+            all.push_back(LineOf(set, i, toPage, place.worldToFile));
+            all.back().kind = kind;
+            all.back().object = object;
+            if (hidden && all.back().onPage) {
+                all.back().hidden = {{{0, 1}, {1, 1}}};
+            }
+        }
+    });
+    return all;
 }
 
 } // namespace kxcontour

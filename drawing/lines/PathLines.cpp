@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 namespace kxcontour {
@@ -17,10 +18,6 @@ namespace {
 using namespace plane;
 using kxdrawing::kNoLine;
 using kxdrawing::Line;
-
-double ValueAt(const kxdrawing::Fraction& fraction) {
-    return static_cast<double>(fraction.numerator) / static_cast<double>(fraction.denominator);
-}
 
 /// Where the foot of a point on a line lies, from 0 to 1.
 double ShareOf(const PageLine& line, const Point& point) {
@@ -31,7 +28,7 @@ double ShareOf(const PageLine& line, const Point& point) {
 
 bool IsHiddenAt(const Line& line, double share) {
     return std::any_of(line.hidden.begin(), line.hidden.end(), [&](const auto& interval) {
-        return ValueAt(interval.from) <= share && share <= ValueAt(interval.to);
+        return ValueOf(interval.from) <= share && share <= ValueOf(interval.to);
     });
 }
 
@@ -56,27 +53,19 @@ public:
 
     /// The line that an edge with this midpoint shows, or kNoLine.
     std::uint32_t find(const Point& midpoint, bool hidden) {
-        std::uint32_t best = kNoLine;
-        bool bestIsShown = false;
-        double least = reach_ * reach_;
+        // Those shown as the edge is come first, then the nearest, then the first.
+        std::tuple best(true, reach_ * reach_, kNoLine);
         grid_.visit({midpoint, midpoint}, [&](std::uint32_t entry) {
             const PageLine& onPage = grid_.line(entry);
             const std::uint32_t number = numbers_[entry];
             const double distance = SquaredDistanceToLine(midpoint, onPage.a, onPage.b);
-            if (distance > reach_ * reach_) {
-                return true;
-            }
-            const bool shown = isShown(lines_[number], ShareOf(onPage, midpoint), hidden);
-            if ((shown && !bestIsShown) ||
-                (shown == bestIsShown &&
-                 (distance < least || (distance == least && number < best)))) {
-                best = number;
-                bestIsShown = shown;
-                least = distance;
+            if (distance <= reach_ * reach_) {
+                const bool shown = isShown(lines_[number], ShareOf(onPage, midpoint), hidden);
+                best = std::min(best, std::tuple(!shown, distance, number));
             }
             return true;
         });
-        return best;
+        return std::get<2>(best);
     }
 
 private:

@@ -5,7 +5,6 @@
 #include "drawing/paper/Plane.h"
 
 #include <cstddef>
-#include <cstdint>
 
 namespace kxcontour {
 namespace {
@@ -21,58 +20,46 @@ struct VisibleRange {
     double at(double share) const { return from + share * (to - from); }
 };
 
-double ValueOf(const kxdrawing::Fraction& fraction) {
-    return static_cast<double>(fraction.numerator) / static_cast<double>(fraction.denominator);
-}
-
-/// The pieces as groups of lines, and where each of these comes from.
-struct VisiblePaper {
+/// The visible parts as groups of lines, and where each of these comes from.
+struct VisibleParts {
     PageLines lines;
     std::vector<std::vector<VisibleRange>> ranges; ///< By group and line.
 };
 
-class PieceCollector {
-public:
-    explicit PieceCollector(const std::vector<kxdrawing::Line>& records) : records_(records) {}
-
-    VisiblePaper collect() {
-        for (std::size_t i = 0; i < records_.size(); ++i) {
-            if (i == 0 || records_[i].kind != records_[i - 1].kind ||
-                records_[i].object != records_[i - 1].object) {
-                paper_.lines.groups.push_back({records_[i].kind, false, records_[i].object, {}});
-                paper_.ranges.emplace_back();
-            }
-            if (records_[i].onPage) {
-                addGaps(i);
-            }
+/// What the hidden ranges leave of a record.
+void AddVisible(const std::vector<kxdrawing::Line>& records,
+                std::size_t record,
+                VisibleParts& parts) {
+    const PageLine& line = *records[record].onPage;
+    const Point along = line.b - line.a;
+    const auto add = [&](double from, double to) {
+        if (from < to) {
+            parts.lines.groups.back().lines.push_back({line.a + along * from, line.a + along * to});
+            parts.ranges.back().push_back({record, from, to});
         }
-        return std::move(paper_);
+    };
+    double from = 0.0;
+    for (const kxdrawing::Interval& hidden : records[record].hidden) {
+        add(from, ValueOf(hidden.from));
+        from = ValueOf(hidden.to);
     }
+    add(from, 1.0);
+}
 
-private:
-    /// What the hidden ranges leave.
-    void addGaps(std::size_t record) {
-        double from = 0.0;
-        for (const kxdrawing::Interval& hidden : records_[record].hidden) {
-            add({record, from, ValueOf(hidden.from)});
-            from = ValueOf(hidden.to);
+VisibleParts VisiblePartsOf(const std::vector<kxdrawing::Line>& records) {
+    VisibleParts parts;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (i == 0 || records[i].kind != records[i - 1].kind ||
+            records[i].object != records[i - 1].object) {
+            parts.lines.groups.push_back({records[i].kind, false, records[i].object, {}});
+            parts.ranges.emplace_back();
         }
-        add({record, from, 1.0});
-    }
-
-    void add(const VisibleRange& range) {
-        if (range.from < range.to) {
-            const PageLine& line = *records_[range.record].onPage;
-            const Point along = line.b - line.a;
-            paper_.lines.groups.back().lines.push_back(
-                {line.a + along * range.from, line.a + along * range.to});
-            paper_.ranges.back().push_back(range);
+        if (records[i].onPage) {
+            AddVisible(records, i, parts);
         }
     }
-
-    const std::vector<kxdrawing::Line>& records_;
-    VisiblePaper paper_;
-};
+    return parts;
+}
 
 /// Writes down what the shares leave of the ranges. Both are in the order of lines.
 void MarkOutside(const std::vector<LineShare>& shares,
@@ -103,11 +90,11 @@ void MarkRepeated(std::vector<kxdrawing::Line>& records, const PaperTolerances& 
             record.onPage.reset();
         }
     }
-    const VisiblePaper paper = PieceCollector(records).collect();
+    const VisibleParts parts = VisiblePartsOf(records);
     const std::vector<std::vector<LineShare>> shares =
-        SharesLeft(paper.lines, tolerances.coincidence);
+        SharesLeft(parts.lines, tolerances.coincidence);
     for (std::size_t group = 0; group < shares.size(); ++group) {
-        MarkOutside(shares[group], paper.ranges[group], records);
+        MarkOutside(shares[group], parts.ranges[group], records);
     }
 }
 

@@ -7,12 +7,6 @@
 
 namespace kxcontour {
 
-/// Lines this near are one line, ends this near one point. Millimetres.
-struct PaperTolerances {
-    double coincidence = 0.02;
-    double joint = 0.001;
-};
-
 /// Fills in which visible ranges of the records lie on what another record shows, by the rules of
 /// RemoveOverlaps(): of any place on paper one record is left that shows it. Records that begin and
 /// end within a joint lose their place on paper. Records of one family and object

@@ -14,7 +14,6 @@
 #include "drawing/common/Angles.h"
 #include "drawing/paper/Ellipse.h"
 #include "drawing/paper/Plane.h"
-#include "drawing/paper/TurningAngles.h"
 
 #include <numbers>
 #include <optional>
@@ -24,6 +23,102 @@ namespace kxcontour {
 namespace {
 
 using namespace plane;
+
+/// Radians. A vertex with a larger turning angle is a corner.
+constexpr double kCorner = std::numbers::pi / 6.0;
+
+/// The turning angles of a polyline at its vertices, and the longest runs without inflection or
+/// corner.
+///
+/// An angle is positive from x towards y. Angles at vertices within the noise of the line between
+/// their neighbours count as turns to either side.
+class TurningAngles {
+public:
+    /// points: two or more; closed if the last equals the first. noise in millimetres. O(n).
+    TurningAngles(const std::vector<Point>& points, double noise) : limits_(points.size()) {
+        const std::size_t last = points.size() - 1;
+        std::vector<Turn> turns(points.size());
+        headings_.assign(last, 0.0);
+        for (std::size_t i = 0; i < last; ++i) {
+            hasRepeatedPoint_ = hasRepeatedPoint_ || IsSame(points[i], points[i + 1]);
+            if (i > 0) {
+                turns[i] = TurnAt(points[i - 1], points[i], points[i + 1], noise);
+                headings_[i] = headings_[i - 1] + turns[i].angle;
+                count(turns[i]);
+            }
+        }
+        if (IsSame(points.front(), points.back())) {
+            count(TurnAt(points[last - 1], points[0], points[1], noise));
+        }
+        findLimits(points, turns);
+    }
+
+    /// The direction of the line that starts at the point relative to that of the first one: the
+    /// sum of the turning angles between. Radians.
+    double heading(std::size_t line) const { return headings_[line]; }
+
+    /// The last point of the longest run from the first point without a corner, a line of zero
+    /// length or a turn to the other side.
+    std::size_t limit(std::size_t first, bool positive) const {
+        return positive ? limits_[first].positive : limits_[first].negative;
+    }
+
+    /// Corners count as any other turn; so does the start of a closed polyline.
+    bool turnsToOneSide(bool positive) const { return positive ? !hasNegative_ : !hasPositive_; }
+
+    /// Whether any two successive points are equal.
+    bool hasRepeatedPoint() const { return hasRepeatedPoint_; }
+
+private:
+    struct Limits {
+        std::size_t positive = 0;
+        std::size_t negative = 0;
+    };
+    struct Turn {
+        double angle = 0.0;
+        bool isNoise = false;
+    };
+
+    static Turn TurnAt(Point before, Point at, Point after, double noise) {
+        const Point arriving = at - before;
+        const Point leaving = after - at;
+        const double cross = Cross(arriving, leaving);
+        const double height = noise * Distance(before, after);
+        return {AngleOf(Dot(arriving, leaving), cross), std::abs(cross) <= height};
+    }
+
+    void count(const Turn& turn) {
+        hasPositive_ = hasPositive_ || (turn.angle > 0.0 && !turn.isNoise);
+        hasNegative_ = hasNegative_ || (turn.angle < 0.0 && !turn.isNoise);
+    }
+
+    /// A point has the limits of the next one unless the run must end there.
+    void findLimits(const std::vector<Point>& points, const std::vector<Turn>& turns) {
+        const std::size_t last = points.size() - 1;
+        limits_[last] = {last, last};
+        for (std::size_t i = last; i-- > 0;) {
+            if (IsSame(points[i], points[i + 1])) {
+                limits_[i] = {i, i};
+                continue;
+            }
+            limits_[i] = limits_[i + 1];
+            const Turn& turn = turns[i + 1];
+            const bool isCorner = std::abs(turn.angle) > kCorner;
+            if (isCorner || (turn.angle < 0.0 && !turn.isNoise)) {
+                limits_[i].positive = i + 1;
+            }
+            if (isCorner || (turn.angle > 0.0 && !turn.isNoise)) {
+                limits_[i].negative = i + 1;
+            }
+        }
+    }
+
+    std::vector<double> headings_;
+    std::vector<Limits> limits_;
+    bool hasPositive_ = false;
+    bool hasNegative_ = false;
+    bool hasRepeatedPoint_ = false;
+};
 
 constexpr double kFullTurn = 2.0 * std::numbers::pi;
 
@@ -88,10 +183,6 @@ double DistanceFromChord(const Ellipse& ellipse, double from, double to) {
     return std::abs(Cross(Direction(chord), ellipse.at((from + to) / 2.0) - start));
 }
 
-double DegreesOf(double radians) {
-    return radians / kDegree;
-}
-
 /// The arc of the ellipse in place of the run, if it stays within tolerance of it everywhere.
 /// first and last are left for the caller to fill.
 std::optional<Arc> ArcAlong(const Run& run, const Ellipse& ellipse, double tolerance) {
@@ -125,9 +216,9 @@ std::optional<Arc> ArcAlong(const Run& run, const Ellipse& ellipse, double toler
     arc.center = ellipse.center;
     arc.radiusX = ellipse.radiusX;
     arc.radiusY = ellipse.radiusY;
-    arc.rotation = DegreesOf(AngleOf(ellipse.axis.x, ellipse.axis.y));
-    arc.start = DegreesOf(start);
-    arc.sweep = closed ? 360.0 : DegreesOf(sweep);
+    arc.rotation = AngleOf(ellipse.axis.x, ellipse.axis.y) / kDegree;
+    arc.start = start / kDegree;
+    arc.sweep = closed ? 360.0 : sweep / kDegree;
     if (!run.positive) {
         arc.sweep = -arc.sweep;
     }
@@ -272,13 +363,7 @@ private:
         return {points_.data() + first, last - first + 1};
     }
 
-    double lengthOf(const Arc& arc) const {
-        double length = 0.0;
-        for (std::size_t i = arc.first; i < arc.last; ++i) {
-            length += Distance(points_[i], points_[i + 1]);
-        }
-        return length;
-    }
+    double lengthOf(const Arc& arc) const { return LengthOf(spanOf(arc.first, arc.last)); }
 
     const std::vector<Point>& points_;
     const TurningAngles& angles_;

@@ -4,10 +4,14 @@
 #include "drawing/paper/ArcFitting.h"
 #include "drawing/paper/Joining.h"
 #include "drawing/paper/Overlaps.h"
+#include "drawing/paper/Plane.h"
 #include "drawing/paper/Weights.h"
 
 #include <algorithm>
+#include <array>
+#include <functional>
 #include <map>
+#include <numeric>
 #include <set>
 
 namespace kxcontour {
@@ -17,21 +21,9 @@ constexpr const char* kSharedName = "intersections";
 constexpr const char* kNoName = "unnamed";
 
 /// The drawing order of layers by type and of groups, from bottom to top.
-constexpr int kHiddenRank = 0;
-
-int RankOf(const LineGroup& group) {
-    if (group.hidden) {
-        return kHiddenRank;
-    }
-    switch (group.kind) {
-    case LineKind::Crease:
-        return kHiddenRank + 1;
-    case LineKind::Intersection:
-        return kHiddenRank + 3;
-    case LineKind::Silhouette:
-        break;
-    }
-    return kHiddenRank + 2;
+std::size_t RankOf(const LineGroup& group) {
+    constexpr std::array<std::size_t, 3> kRanks{2, 1, 3}; // By kind.
+    return group.hidden ? 0 : kRanks[static_cast<std::size_t>(group.kind)];
 }
 
 /// Makes names unique in the order in which they come.
@@ -65,27 +57,18 @@ std::vector<std::string> ObjectLayerNames(const std::vector<std::string>& object
 }
 
 std::vector<std::string> LayerNames(const PageLines& lines, Layering layering) {
-    switch (layering) {
-    case Layering::Type:
+    if (layering == Layering::Type) {
         return {"hidden", "crease", "silhouette", "intersection"};
-    case Layering::Object:
-        return ObjectLayerNames(lines.objects);
-    case Layering::None:
-        break;
     }
-    return {""};
+    return layering == Layering::Object ? ObjectLayerNames(lines.objects)
+                                        : std::vector<std::string>{""};
 }
 
 std::size_t LayerOf(const LineGroup& group, const PageLines& lines, Layering layering) {
-    switch (layering) {
-    case Layering::Type:
-        return static_cast<std::size_t>(RankOf(group));
-    case Layering::Object:
-        return std::min(group.object, lines.objects.size());
-    case Layering::None:
-        break;
+    if (layering == Layering::Type) {
+        return RankOf(group);
     }
-    return 0;
+    return layering == Layering::Object ? std::min(group.object, lines.objects.size()) : 0;
 }
 
 /// Lines of one layer and style, which are joined.
@@ -108,7 +91,7 @@ Bundle& BundleFor(const LineGroup& group, const StyleSheet& styles, std::vector<
 
 /// By layer; in each, hidden ones first, then in the order of RankOf().
 std::vector<std::vector<Bundle>>
-BundlesOf(const PageLines& lines, const ComposingRules& rules, std::size_t layerCount) {
+BundlesOf(const PageLines& lines, const LineOptions& options, std::size_t layerCount) {
     std::vector<const LineGroup*> groups;
     groups.reserve(lines.groups.size());
     for (const LineGroup& group : lines.groups) {
@@ -120,8 +103,8 @@ BundlesOf(const PageLines& lines, const ComposingRules& rules, std::size_t layer
     std::vector<std::vector<Bundle>> layers(layerCount);
     for (const LineGroup* group : groups) {
         if (!group->lines.empty()) {
-            std::vector<Bundle>& layer = layers[LayerOf(*group, lines, rules.layering)];
-            Bundle& bundle = BundleFor(*group, rules.styles, layer);
+            std::vector<Bundle>& layer = layers[LayerOf(*group, lines, options.layering)];
+            Bundle& bundle = BundleFor(*group, options.styles, layer);
             bundle.lines.insert(bundle.lines.end(), group->lines.begin(), group->lines.end());
         }
     }
@@ -138,60 +121,62 @@ constexpr double kLongestDangle = 0.02;
 /// Millimetres. Contracting an edge moves others by its length.
 constexpr double kLongestContracted = 0.01;
 
-bool IsTooShort(const Path& path, const ComposingRules& rules) {
-    return LengthOf(path) < rules.minLength || ExtentOf(path) <= kLeastJoints * rules.joint;
+bool IsTooShort(const Path& path, double minLength, double joint) {
+    plane::Bounds bounds;
+    for (const Point& point : path.points) {
+        bounds.add(point);
+    }
+    return plane::LengthOf(path.points) < minLength ||
+           std::max(bounds.size().x, bounds.size().y) <= kLeastJoints * joint;
 }
 
 /// There are gaps only where duplicates were removed.
-JoiningRules JoiningRulesFor(const ComposingRules& rules, bool hasGaps) {
-    return {rules.joint, std::min(rules.minLength, kLongestDangle),
-            std::min(rules.minLength, kLongestContracted), hasGaps ? rules.coincidence : 0.0};
+JoiningRules JoiningRulesFor(double minLength, const PaperTolerances& tolerances, bool hasGaps) {
+    return {tolerances.joint, std::min(minLength, kLongestDangle),
+            std::min(minLength, kLongestContracted), hasGaps ? tolerances.coincidence : 0.0};
 }
 
 PathGroup GroupOf(const Bundle& bundle,
-                  const ComposingRules& rules,
+                  const LineOptions& options,
                   const JoiningRules& joining,
                   DrawingStatistics& report) {
     PathGroup group = bundle.group;
     group.paths = JoinLines(bundle.lines, joining);
-    const std::size_t before = group.paths.size();
-    std::erase_if(group.paths, [&](const Path& path) { return IsTooShort(path, rules); });
-    report.shortPaths += before - group.paths.size();
+    report.shortPaths += std::erase_if(group.paths, [&](const Path& path) {
+        return IsTooShort(path, options.minLength, joining.joint);
+    });
     report.paths += group.paths.size();
-    if (rules.arcTolerance) {
+    if (options.arcTolerance) {
         for (Path& path : group.paths) {
-            RecogniseArcs(path, *rules.arcTolerance);
+            RecogniseArcs(path, *options.arcTolerance);
         }
     }
     return group;
 }
 
 std::size_t CountLines(const PageLines& lines) {
-    std::size_t count = 0;
-    for (const LineGroup& group : lines.groups) {
-        count += group.lines.size();
-    }
-    return count;
+    return std::transform_reduce(lines.groups.begin(), lines.groups.end(), std::size_t{0},
+                                 std::plus<>(),
+                                 [](const LineGroup& group) { return group.lines.size(); });
 }
 
 } // namespace
 
 kxdrawing::Drawing
-Compose(PageLines lines, const ComposingRules& rules, DrawingStatistics& report) {
-    report = {};
-    report.lines = CountLines(lines);
-    const bool hasGaps = RemoveOverlaps(lines, rules.coincidence);
-    report.shownOnce = CountLines(lines);
-    EvenOutWeights(lines, rules.styles);
-    const std::vector<std::string> names = LayerNames(lines, rules.layering);
-    const std::vector<std::vector<Bundle>> bundles = BundlesOf(lines, rules, names.size());
-    const JoiningRules joining = JoiningRulesFor(rules, hasGaps);
+Compose(PageLines lines, const LineOptions& options, const PaperTolerances& tolerances) {
     kxdrawing::Drawing drawing;
+    drawing.statistics.lines = CountLines(lines);
+    const bool hasGaps = RemoveOverlaps(lines, tolerances.coincidence);
+    drawing.statistics.shownOnce = CountLines(lines);
+    EvenOutWeights(lines, options.styles);
+    const std::vector<std::string> names = LayerNames(lines, options.layering);
+    const std::vector<std::vector<Bundle>> bundles = BundlesOf(lines, options, names.size());
+    const JoiningRules joining = JoiningRulesFor(options.minLength, tolerances, hasGaps);
     for (std::size_t i = 0; i < names.size(); ++i) {
         kxdrawing::Layer layer;
         layer.name = names[i];
         for (const Bundle& bundle : bundles[i]) {
-            PathGroup group = GroupOf(bundle, rules, joining, report);
+            PathGroup group = GroupOf(bundle, options, joining, drawing.statistics);
             if (!group.paths.empty()) {
                 layer.groups.push_back(std::move(group));
             }

@@ -3,21 +3,7 @@
 
 #include "drawing/paper/Paper.h"
 
-#include <optional>
-
 namespace kxcontour {
-
-using kxdrawing::DrawingStatistics;
-using kxdrawing::Layering;
-
-struct ComposingRules {
-    Layering layering = Layering::None;
-    StyleSheet styles;
-    double coincidence = 0.02;          ///< Lines within this distance coincide, millimetres.
-    double joint = 0.001;               ///< Ends within this distance are one point, millimetres.
-    double minLength = 0.02;            ///< Shorter paths are omitted, millimetres.
-    std::optional<double> arcTolerance; ///< Millimetres; none: polylines only.
-};
 
 /// Removes duplicates (Overlaps.h), evens out line weights (Weights.h), joins lines (Joining.h),
 /// omits short paths and recognises arcs.
@@ -32,8 +18,9 @@ struct ComposingRules {
 /// drawn over hidden ones. Layers by type are named "hidden", "crease", "silhouette" and
 /// "intersection"; layers by object have the object's name, with " (2)" and so on for repeated
 /// names, "unnamed" for none, and "intersections" for lines shared by objects. An object's layer
-/// has the same name whichever objects are visible. Layers without a path are omitted. The caller
-/// fills in page, texts and objects.
-kxdrawing::Drawing Compose(PageLines lines, const ComposingRules& rules, DrawingStatistics& report);
+/// has the same name whichever objects are visible. Layers without a path are omitted. The result
+/// has layers and statistics only.
+kxdrawing::Drawing
+Compose(PageLines lines, const LineOptions& options, const PaperTolerances& tolerances = {});
 
 } // namespace kxcontour

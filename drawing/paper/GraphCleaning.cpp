@@ -13,82 +13,41 @@ namespace {
 
 using plane::operator-;
 
-class DangleRemover {
-public:
-    DangleRemover(LineGraph& graph, double length)
-        : graph_(graph), length_(length), degrees_(DegreesOf(graph)),
-          edgeXor_(graph.vertices.size()), isDangle_(graph.edges.size()) {
-        for (std::uint32_t i = 0; i < graph.edges.size(); ++i) {
-            edgeXor_[graph.edges[i].from] ^= i;
-            edgeXor_[graph.edges[i].to] ^= i;
-        }
-    }
-
-    void remove() {
-        for (std::uint32_t vertex = 0; vertex < graph_.vertices.size(); ++vertex) {
-            if (degrees_[vertex] == 1) {
-                markFrom(vertex);
-            }
-        }
-        std::size_t kept = 0;
-        for (std::size_t i = 0; i < graph_.edges.size(); ++i) {
-            if (!isDangle_[i]) {
-                graph_.edges[kept++] = graph_.edges[i];
-            }
-        }
-        graph_.edges.resize(kept);
-    }
-
-private:
-    /// Follows the chain from a free end to a vertex of another degree than 2.
-    void markFrom(std::uint32_t vertex) {
-        std::uint32_t edge = edgeXor_[vertex];
-        double length = 0.0;
-        chain_.clear();
-        do {
-            const auto& [from, to] = graph_.edges[edge];
-            chain_.push_back(edge);
-            length += plane::Distance(graph_.vertices[from], graph_.vertices[to]);
-            vertex = from ^ to ^ vertex;
-            edge ^= edgeXor_[vertex];
-        } while (degrees_[vertex] == 2 && length < length_);
-        if (degrees_[vertex] > 2 && length < length_) {
-            for (const std::uint32_t dangling : chain_) {
-                isDangle_[dangling] = true;
-            }
-        }
-    }
-
-    LineGraph& graph_;
-    double length_;
-    std::vector<std::uint32_t> degrees_;
-    std::vector<std::uint32_t> edgeXor_; ///< By vertex.
-    std::vector<bool> isDangle_;         ///< By edge.
-    std::vector<std::uint32_t> chain_;   ///< Edges from the current free end.
-};
+/// The edges from a free end to a vertex of degree 3 or more; none where they are no shorter than
+/// length or end elsewhere.
+std::vector<std::uint32_t> DangleFrom(std::uint32_t vertex,
+                                      const LineGraph& graph,
+                                      const std::vector<std::uint32_t>& degrees,
+                                      const std::vector<std::uint32_t>& edgeXor,
+                                      double length) {
+    std::vector<std::uint32_t> chain;
+    std::uint32_t edge = edgeXor[vertex];
+    double measured = 0.0;
+    do {
+        const auto& [from, to] = graph.edges[edge];
+        chain.push_back(edge);
+        measured += plane::Distance(graph.vertices[from], graph.vertices[to]);
+        vertex = from ^ to ^ vertex;
+        edge ^= edgeXor[vertex];
+    } while (degrees[vertex] == 2 && measured < length);
+    return degrees[vertex] > 2 && measured < length ? chain : std::vector<std::uint32_t>();
+}
 
 /// False for nearly all drawings, so that this is worth a test of its own.
 bool HasEdgeUnder(const LineGraph& graph, double length) {
     return std::any_of(graph.edges.begin(), graph.edges.end(), [&](const GraphEdge& edge) {
-        return plane::SquaredLength(graph.vertices[edge.to] - graph.vertices[edge.from]) <
+        return plane::SquaredLength(graph.vertices[edge[1]] - graph.vertices[edge[0]]) <
                length * length;
     });
 }
 
-/// An end of an edge at a vertex of degree 1.
-struct FreeEnd {
-    std::uint32_t edge = 0;
-    std::uint32_t GraphEdge::*vertex = &GraphEdge::from;
-};
-
-std::vector<FreeEnd> FreeEndsOf(const LineGraph& graph) {
+/// Ends of edges at vertices of degree 1.
+std::vector<std::uint32_t> FreeEndsOf(const LineGraph& graph) {
     const std::vector<std::uint32_t> degrees = DegreesOf(graph);
-    std::vector<FreeEnd> ends;
-    for (std::uint32_t i = 0; i < graph.edges.size(); ++i) {
-        for (const auto vertex : {&GraphEdge::from, &GraphEdge::to}) {
-            if (degrees[graph.edges[i].*vertex] == 1) {
-                ends.push_back({i, vertex});
-            }
+    std::vector<std::uint32_t> ends;
+    for (std::uint32_t end = 0; end < 2 * graph.edges.size(); ++end) {
+        if (degrees[graph.vertexAt(end)] == 1) {
+            ends.push_back(end);
         }
     }
     return ends;
@@ -97,9 +56,29 @@ std::vector<FreeEnd> FreeEndsOf(const LineGraph& graph) {
 } // namespace
 
 void RemoveDangles(LineGraph& graph, double length) {
-    if (HasEdgeUnder(graph, length)) {
-        DangleRemover(graph, length).remove();
+    if (!HasEdgeUnder(graph, length)) {
+        return;
     }
+    const std::vector<std::uint32_t> degrees = DegreesOf(graph);
+    std::vector<std::uint32_t> edgeXor(graph.vertices.size());
+    for (std::uint32_t end = 0; end < 2 * graph.edges.size(); ++end) {
+        edgeXor[graph.vertexAt(end)] ^= end / 2;
+    }
+    std::vector<bool> isDangle(graph.edges.size());
+    for (std::uint32_t vertex = 0; vertex < graph.vertices.size(); ++vertex) {
+        if (degrees[vertex] == 1) {
+            for (const std::uint32_t edge : DangleFrom(vertex, graph, degrees, edgeXor, length)) {
+                isDangle[edge] = true;
+            }
+        }
+    }
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < graph.edges.size(); ++i) {
+        if (!isDangle[i]) {
+            graph.edges[kept++] = graph.edges[i];
+        }
+    }
+    graph.edges.resize(kept);
 }
 
 void ContractShortEdges(LineGraph& graph, double length) {
@@ -119,9 +98,9 @@ void ContractShortEdges(LineGraph& graph, double length) {
         }
     }
     for (GraphEdge& edge : graph.edges) {
-        edge = {mergedInto[edge.from], mergedInto[edge.to]};
+        edge = {mergedInto[edge[0]], mergedInto[edge[1]]};
     }
-    std::erase_if(graph.edges, [](const GraphEdge& edge) { return edge.from == edge.to; });
+    std::erase_if(graph.edges, [](const GraphEdge& edge) { return edge[0] == edge[1]; });
 }
 
 void CloseGaps(LineGraph& graph, double gap) {
@@ -129,21 +108,18 @@ void CloseGaps(LineGraph& graph, double gap) {
         return;
     }
     constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
-    const std::vector<FreeEnd> ends = FreeEndsOf(graph);
-    const auto vertexAt = [&](const FreeEnd& end) -> std::uint32_t& {
-        return graph.edges[end.edge].*end.vertex;
-    };
+    const std::vector<std::uint32_t> ends = FreeEndsOf(graph);
     PointClusters clusters(gap, ends.size());
     std::vector<std::uint32_t> unmerged; // By cluster: its unmerged end, if any.
-    for (std::uint32_t i = 0; i < ends.size(); ++i) {
-        const std::uint32_t cluster = clusters.add(graph.vertices[vertexAt(ends[i])]);
+    for (const std::uint32_t end : ends) {
+        const std::uint32_t cluster = clusters.add(graph.vertices[graph.vertexAt(end)]);
         if (cluster == unmerged.size()) {
-            unmerged.push_back(i);
+            unmerged.push_back(end);
             continue;
         }
         const std::uint32_t other = unmerged[cluster];
-        if (other != kNone && ends[other].edge != ends[i].edge) {
-            vertexAt(ends[i]) = vertexAt(ends[other]);
+        if (other != kNone && other / 2 != end / 2) {
+            graph.vertexAt(end) = graph.vertexAt(other);
             unmerged[cluster] = kNone;
         }
     }

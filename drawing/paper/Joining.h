@@ -24,10 +24,4 @@ struct JoiningRules {
 /// Points on a straight path stay. O(n log n) for n lines.
 std::vector<Path> JoinLines(const std::vector<PageLine>& lines, const JoiningRules& rules);
 
-/// The length of a polyline.
-double LengthOf(const Path& path);
-
-/// The longer side of the bounding box of a polyline.
-double ExtentOf(const Path& path);
-
 } // namespace kxcontour

@@ -10,7 +10,7 @@ namespace kxcontour {
 
 LineGraph MakeLineGraph(const std::vector<PageLine>& lines, double tolerance) {
     LineGraph graph;
-    PointClusters clusters(tolerance, lines.size());
+    PointClusters clusters(tolerance, 2 * lines.size());
     graph.edges.reserve(lines.size());
     for (const PageLine& line : lines) {
         const std::uint32_t from = clusters.add(line.a);
@@ -26,8 +26,8 @@ LineGraph MakeLineGraph(const std::vector<PageLine>& lines, double tolerance) {
 std::vector<std::uint32_t> DegreesOf(const LineGraph& graph) {
     std::vector<std::uint32_t> degrees(graph.vertices.size());
     for (const GraphEdge& edge : graph.edges) {
-        ++degrees[edge.from];
-        ++degrees[edge.to];
+        ++degrees[edge[0]];
+        ++degrees[edge[1]];
     }
     return degrees;
 }

@@ -3,6 +3,7 @@
 
 #include "drawing/paper/Paper.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -10,16 +11,17 @@
 
 namespace kxcontour {
 
-/// A line between two different vertices, given by their numbers.
-struct GraphEdge {
-    std::uint32_t from = 0;
-    std::uint32_t to = 0;
-};
+/// A line between two different vertices, given by their numbers. Its ends are numbered, too: end
+/// 2 i is the first of edge i, end 2 i + 1 the second.
+using GraphEdge = std::array<std::uint32_t, 2>;
 
 /// May have vertices without edges.
 struct LineGraph {
     std::vector<Point> vertices;
     std::vector<GraphEdge> edges; ///< In the order of the lines.
+
+    std::uint32_t& vertexAt(std::uint32_t end) { return edges[end / 2][end % 2]; }
+    std::uint32_t vertexAt(std::uint32_t end) const { return edges[end / 2][end % 2]; }
 };
 
 /// Merges an end with an earlier one within tolerance of it (PointClusters.h). A line whose ends
@@ -29,8 +31,7 @@ LineGraph MakeLineGraph(const std::vector<PageLine>& lines, double tolerance);
 /// The number of edge ends at each vertex.
 std::vector<std::uint32_t> DegreesOf(const LineGraph& graph);
 
-/// The ends of lines by the vertex that they lie at. End 2 i is the first of line i, end 2 i + 1
-/// the second.
+/// The ends of lines by the vertex that they lie at.
 class EndsByVertex {
 public:
     EndsByVertex(std::vector<std::uint32_t> vertexOfEnd, std::size_t vertexCount);

@@ -15,6 +15,7 @@
 #include "drawing/paper/SpatialGrid.h"
 
 #include <algorithm>
+#include <compare>
 #include <cstddef>
 #include <limits>
 #include <numeric>
@@ -39,6 +40,7 @@ struct Interval {
     double to = 0.0;
 
     double length() const { return to - from; }
+    auto operator<=>(const Interval& other) const = default;
 };
 
 /// A line with its direction and length.
@@ -61,17 +63,9 @@ struct DirectedLine {
     }
 };
 
+/// Kinds are declared in this order.
 int PriorityOf(const LineGroup& group) {
-    const int hidden = group.hidden ? 3 : 0;
-    switch (group.kind) {
-    case LineKind::Crease:
-        return hidden + 1;
-    case LineKind::Intersection:
-        return hidden + 2;
-    case LineKind::Silhouette:
-        break;
-    }
-    return hidden;
+    return static_cast<int>(group.kind) + (group.hidden ? 3 : 0);
 }
 
 /// The numbers of the groups, those of highest priority first.
@@ -112,8 +106,10 @@ PriorityOrder PriorityOrderOf(const std::vector<LineGroup>& groups) {
 
 /// A remaining part of an earlier line near the current line.
 struct Neighbour {
-    std::uint32_t number = 0; ///< In the grid.
     Interval projection;      ///< Onto the current line.
+    std::uint32_t number = 0; ///< In the grid.
+
+    auto operator<=>(const Neighbour& other) const = default;
 };
 
 /// An interval tree over the neighbours of a line, sorted by start: the middle one of a range is
@@ -123,12 +119,7 @@ class NeighbourTree {
 public:
     void build(std::vector<Neighbour>& neighbours) {
         neighbours_.swap(neighbours);
-        std::sort(neighbours_.begin(), neighbours_.end(),
-                  [](const Neighbour& p, const Neighbour& q) {
-                      return p.projection.from != q.projection.from
-                                 ? p.projection.from < q.projection.from
-                                 : p.number < q.number;
-                  });
+        std::sort(neighbours_.begin(), neighbours_.end());
         farthest_.resize(neighbours_.size());
         measure(0, neighbours_.size());
     }
@@ -215,9 +206,9 @@ public:
     void appendShares(std::size_t i, std::uint32_t line, std::vector<LineShare>& to) const {
         const double length = DirectedLine(lines_[i]).length;
         for (std::size_t k = firstRemains_[i]; k < firstRemains_[i + 1]; ++k) {
-            const bool isDot = length == 0.0;
-            to.push_back({line, isDot ? 0.0 : remains_[k].from / length,
-                          isDot ? 1.0 : remains_[k].to / length});
+            to.push_back(length == 0.0
+                             ? LineShare{line, 0.0, 1.0}
+                             : LineShare{line, remains_[k].from / length, remains_[k].to / length});
         }
     }
 
@@ -304,7 +295,7 @@ private:
             if (relation != Relation::Parallel) {
                 return true;
             }
-            near_.push_back({number, projectionOf(piece, later)});
+            near_.push_back({projectionOf(piece, later), number});
             const std::size_t before = covers_.size();
             findCover(later, whole, near_.back());
             return covers_.size() == before || isWorthKeeping({whole.from, covers_.back().from}) ||
@@ -315,7 +306,7 @@ private:
     /// Pieces that cross the line may cover a remainder.
     void buildTree(const DirectedLine& later) {
         for (const std::uint32_t number : crossing_) {
-            near_.push_back({number, projectionOf(grid_.line(number), later)});
+            near_.push_back({projectionOf(grid_.line(number), later), number});
         }
         tree_.build(near_);
     }
@@ -366,9 +357,7 @@ private:
 
     /// Pushes the remainders between the covers so that the first one is on top of the stack.
     void cut(const Interval& remainder) {
-        std::sort(covers_.begin(), covers_.end(), [](const Interval& s, const Interval& t) {
-            return s.from < t.from || (s.from == t.from && s.to < t.to);
-        });
+        std::sort(covers_.begin(), covers_.end());
         const auto bottom = static_cast<std::ptrdiff_t>(remainders_.size());
         double covered = remainder.from;
         for (const Interval& cover : covers_) {

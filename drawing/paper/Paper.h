@@ -13,8 +13,11 @@
 namespace kxcontour {
 
 using kxdrawing::Arc;
+using kxdrawing::DrawingStatistics;
 using kxdrawing::kNoObject;
+using kxdrawing::Layering;
 using kxdrawing::LineKind;
+using kxdrawing::LineOptions;
 using kxdrawing::PageLine;
 using kxdrawing::PageSize;
 using kxdrawing::Path;
@@ -23,6 +26,12 @@ using kxdrawing::Point;
 using kxdrawing::StrokeStyle;
 using kxdrawing::StyleSheet;
 
+/// Lines this near are one line, ends this near one point. Millimetres.
+struct PaperTolerances {
+    double coincidence = 0.02;
+    double joint = 0.001;
+};
+
 /// Lines of one kind and one object, all visible or all hidden.
 struct LineGroup {
     LineKind kind = LineKind::Silhouette;
@@ -30,6 +39,10 @@ struct LineGroup {
     std::size_t object = kNoObject; ///< Index into PageLines::objects, or kNoObject.
     std::vector<PageLine> lines;
 };
+
+inline double ValueOf(const kxdrawing::Fraction& fraction) {
+    return static_cast<double>(fraction.numerator) / static_cast<double>(fraction.denominator);
+}
 
 /// All lines of a view of a scene, before they are made into paths.
 struct PageLines {

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <span>
 
 namespace kxcontour::plane {
 
@@ -60,5 +62,28 @@ inline double SquaredDistanceToLine(Point p, Point a, Point b) {
     const double at = square > 0.0 ? std::clamp(Dot(p - a, along) / square, 0.0, 1.0) : 0.0;
     return SquaredLength(a + along * at - p);
 }
+
+inline double LengthOf(std::span<const Point> polyline) {
+    double length = 0.0;
+    for (std::size_t i = 1; i < polyline.size(); ++i) {
+        length += Distance(polyline[i - 1], polyline[i]);
+    }
+    return length;
+}
+
+/// The bounding box of the points that were added.
+struct Bounds {
+    static constexpr double kFar = std::numeric_limits<double>::infinity();
+
+    Point low{kFar, kFar};
+    Point high{-kFar, -kFar};
+
+    Point size() const { return high - low; }
+
+    void add(Point p) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+    }
+};
 
 } // namespace kxcontour::plane

@@ -4,7 +4,6 @@
 // others.
 #include "drawing/paper/PointClusters.h"
 
-#include "drawing/paper/PairHash.h"
 #include "drawing/paper/Plane.h"
 
 #include <algorithm>
@@ -37,12 +36,9 @@ std::uint64_t HashOf(const std::pair<std::int64_t, std::int64_t>& cell) {
 
 } // namespace
 
-PointClusters::PointClusters(double tolerance, std::size_t expected)
+PointClusters::PointClusters(double tolerance, std::size_t most)
     : tolerance_(tolerance), cellSize_(std::max(kTolerancesPerCell * tolerance, kLeastCell)),
-      capacity_(std::max<std::size_t>(expected, 16)), cellIndex_(capacity_) {
-    points_.reserve(expected);
-    older_.reserve(expected);
-}
+      cellIndex_(most) {}
 
 std::uint32_t PointClusters::add(Point point) {
     const std::uint32_t known = found(point);
@@ -80,9 +76,6 @@ std::uint32_t PointClusters::found(Point point) const {
 }
 
 void PointClusters::insert(Point point) {
-    if (cells_.size() == capacity_) {
-        grow();
-    }
     const CellKey key{CellAt(point.x, cellSize_), CellAt(point.y, cellSize_)};
     const auto next = static_cast<std::uint32_t>(cells_.size());
     const std::uint32_t cell = cellIndex_.findOrAdd(HashOf(key), key, next,
@@ -93,16 +86,6 @@ void PointClusters::insert(Point point) {
     older_.push_back(cells_[cell].newest);
     cells_[cell].newest = static_cast<std::uint32_t>(points_.size());
     points_.push_back(point);
-}
-
-void PointClusters::grow() {
-    capacity_ *= 2;
-    cellIndex_ = ctr::detail::HashedIndex<CellKey>(capacity_);
-    for (std::uint32_t cell = 0; cell < cells_.size(); ++cell) {
-        const CellKey& key = cells_[cell].key;
-        cellIndex_.findOrAdd(HashOf(key), key, cell,
-                             [&](std::uint32_t i) { return cells_[i].key; });
-    }
 }
 
 } // namespace kxcontour

@@ -7,7 +7,6 @@
 #include "drawing/paper/Plane.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace kxcontour {
 namespace {
@@ -33,27 +32,6 @@ constexpr double kCellsPerLine = 4.0;
 /// Bounds the memory of the array of cells.
 constexpr double kMostCellsPerLine = 4.0;
 
-struct Extent {
-    Point low{std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
-    Point high{-std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
-    double lengths = 0.0;
-
-    void add(Point p) {
-        low = {std::min(low.x, p.x), std::min(low.y, p.y)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y)};
-    }
-};
-
-Extent ExtentOf(const std::vector<PageLine>& lines) {
-    Extent extent;
-    for (const PageLine& line : lines) {
-        extent.add(line.a);
-        extent.add(line.b);
-        extent.lengths += Distance(line.a, line.b);
-    }
-    return extent;
-}
-
 int CellsAlong(double length, double size) {
     return static_cast<int>(length / size) + 1;
 }
@@ -62,16 +40,21 @@ Raster RasterOver(const std::vector<PageLine>& lines, double reach) {
     if (lines.empty()) {
         return {};
     }
-    const Extent extent = ExtentOf(lines);
+    Bounds bounds;
+    double lengths = 0.0;
+    for (const PageLine& line : lines) {
+        bounds.add(line.a);
+        bounds.add(line.b);
+        lengths += Distance(line.a, line.b);
+    }
     const auto count = static_cast<double>(lines.size());
-    const double width = extent.high.x - extent.low.x;
-    const double height = extent.high.y - extent.low.y;
+    const auto [width, height] = bounds.size();
     // The last term bounds the number of cells of a figure that is nearly a line.
     const double size =
-        std::max({std::sqrt(width * height / count), extent.lengths / count / kCellsPerLine,
+        std::max({std::sqrt(width * height / count), lengths / count / kCellsPerLine,
                   kLeastReaches * reach, (width + height) / (kMostCellsPerLine * count)});
     Raster raster;
-    raster.origin = extent.low;
+    raster.origin = bounds.low;
     raster.size = size > 0.0 ? size : 1.0;
     raster.columns = CellsAlong(width, raster.size);
     raster.rows = CellsAlong(height, raster.size);

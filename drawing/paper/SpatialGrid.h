@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -121,9 +122,7 @@ private:
         std::uint32_t size = 0;
         std::uint32_t leaf = 0;
 
-        bool operator<(const FullLeaf& other) const {
-            return size != other.size ? size < other.size : leaf < other.leaf;
-        }
+        auto operator<=>(const FullLeaf& other) const = default;
     };
 
     /// Calls visit(leaf) for the leaves of all used cells, or until it returns false.

@@ -77,29 +77,18 @@ double Degrees(double radians) {
 
 /// Shows the whole model: in perspective from the corners of the cube, else in parallel projection.
 DiscreteProjectionSpace Aim(const kxcontour::Scene& scene, const Direction& d) {
-    kxcontour::CameraRequest request;
+    kxdrawing::View request;
     request.azimuth = Degrees(std::atan2(d.x, d.z));
     request.elevation = Degrees(std::atan2(d.y, std::hypot(d.x, d.z)));
-    request.projection = d.x * d.y * d.z != 0 ? kxcontour::Projection::Perspective
-                                              : kxcontour::Projection::Orthographic;
-    return AimCamera(request, {scene.meshes, scene.meshes, scene.occluders}, {}).space;
+    request.projection = d.x * d.y * d.z != 0 ? kxdrawing::Projection::Perspective
+                                              : kxdrawing::Projection::Orthographic;
+    return kxcontour::AimCamera(request, {scene.meshes, scene.meshes, scene.occluders}, {}).space;
 }
 
-class NoProgress : public kx::kxProgressNotifierInterface {
-public:
-    bool isCanceled() const override { return false; }
-    void setTotal(double) override {}
-    void getRange(double& start, double& end) const override { start = end = 0.0; }
-    void advance(double) override {}
-};
-
 ctr::FeaturesByMesh FindLines(const kxcontour::Scene& scene, const DiscreteProjectionSpace& space) {
-    kxcontour::LineFinder finder(space);
-    NoProgress progress;
-    finder.bake(scene.meshes, scene.occluders, progress);
-    ctr::FeatureChoice choice;
-    choice.hiddenIntersections = true;
-    return finder.find(choice, progress);
+    kxcontour::DrawingObserver nobody;
+    return kxcontour::FindLines(space, scene.meshes, scene.occluders, {.hiddenIntersections = true},
+                                nobody);
 }
 
 std::vector<GridTriangle> TrianglesOf(const ExactBaked& baked) {

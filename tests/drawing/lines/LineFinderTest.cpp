@@ -16,19 +16,18 @@ namespace {
 
 using ctr::FeatureChoice;
 using kxcontour::AxesOf;
-using kxcontour::LineFinder;
 using kxcontour::LineGroup;
 using kxcontour::LineKind;
 using kxcontour::MeshList;
 using kxcontour::PageLine;
 using kxcontour::PageLines;
 using kxcontour::PageSize;
-using kxcontour::View;
+using kxdrawing::Direction;
 
 /// A hundred millimetres square, ten millimetres a unit, the origin in the middle.
 const PageSize kPage{100.0, 100.0};
 
-ctr::DiscreteProjectionSpace Camera(View view = View::Front) {
+ctr::DiscreteProjectionSpace Camera(Direction view = Direction::Front) {
     return MakeCamera(kxcontour::Frame{{0, 0, 0}, {5, 5, 10}}, AxesOf(view));
 }
 
@@ -40,14 +39,10 @@ kx::kxPointer<kx::kxTriMesh> BoxMesh(const test_support::Point& lowest,
     return kxcontour::BuildMeshes(model, {}).meshes.front();
 }
 
-class Steps : public kx::kxProgressNotifierInterface {
+class Steps : public kxcontour::DrawingObserver {
 public:
-    bool isCanceled() const override { return false; }
+    void enter(const char*) override { EXPECT_EQ(done, total) << "of the stage before"; }
     void setTotal(double steps) override { done = 0.0, total = steps; }
-    void getRange(double& start, double& end) const override {
-        start = done;
-        end = total;
-    }
     void advance(double steps) override { done += steps; }
 
     double total = 0.0;
@@ -62,16 +57,13 @@ struct Found {
 Found Find(const MeshList& meshes,
            const MeshList& occluders = {},
            const FeatureChoice& choice = {},
-           View view = View::Front) {
+           Direction view = Direction::Front) {
     Found found;
-    LineFinder finder(Camera(view));
-    finder.bake(meshes, occluders, found.steps);
-    EXPECT_EQ(found.steps.done, found.steps.total);
-    found.lines = finder.find(choice, found.steps);
+    found.lines = kxcontour::FindLines(Camera(view), meshes, occluders, choice, found.steps);
     return found;
 }
 
-PageLines OnPaper(const Found& found, bool withHidden, View view = View::Front) {
+PageLines OnPaper(const Found& found, bool withHidden, Direction view = Direction::Front) {
     const ctr::DiscreteProjectionSpace camera = Camera(view);
     std::vector<std::size_t> objects(found.lines.meshes.size());
     for (std::size_t i = 0; i < objects.size(); ++i) {
@@ -139,7 +131,8 @@ TEST(HiddenLines, AreWhatVisibleOnesLeaveOut) {
     // A small box behind a plate that covers its left half.
     const kx::kxPointer<kx::kxTriMesh> box = BoxMesh({-1, -1, -3}, {1, 1, -2});
     const kx::kxPointer<kx::kxTriMesh> plate = BoxMesh({-4, -4, 1}, {0, 4, 1.5F});
-    const double alone = VisibleLength(OnPaper(Find({box}, {}, {}, View::Iso), false, View::Iso));
+    const double alone =
+        VisibleLength(OnPaper(Find({box}, {}, {}, Direction::Iso), false, Direction::Iso));
     const PageLines both = OnPaper(Find({box}, {plate}), true);
     const double front = VisibleLength(OnPaper(Find({box}), false));
     EXPECT_NEAR(VisibleLength(both), 40.0, 1e-3) << "the right half of a square of 20 mm";
@@ -149,18 +142,18 @@ TEST(HiddenLines, AreWhatVisibleOnesLeaveOut) {
 }
 
 TEST(HiddenLines, OfABoxAreItsThreeFarEdges) {
-    const Found found = Find({BoxMesh({-1, -1, -1}, {1, 1, 1})}, {}, {}, View::Iso);
-    const PageLines lines = OnPaper(found, true, View::Iso);
+    const Found found = Find({BoxMesh({-1, -1, -1}, {1, 1, 1})}, {}, {}, Direction::Iso);
+    const PageLines lines = OnPaper(found, true, Direction::Iso);
     // Edges of an isometric cube are all as long on paper: sqrt(2/3) of their length.
     const double edge = 20.0 * std::sqrt(2.0 / 3.0);
     EXPECT_NEAR(VisibleLength(lines), 9 * edge, 1e-3);
     EXPECT_NEAR(HiddenLength(lines), 3 * edge, 1e-3);
-    EXPECT_EQ(HiddenLength(OnPaper(found, false, View::Iso)), 0.0) << "only when asked for";
+    EXPECT_EQ(HiddenLength(OnPaper(found, false, Direction::Iso)), 0.0) << "only when asked for";
 }
 
 TEST(HiddenLines, LeaveOutWhatIsOutsideTheView) {
     // Half of it is beyond the right edge of the sheet.
-    const Found found = Find({BoxMesh({4, -1, -1}, {6, 1, 1})}, {}, {}, View::Front);
+    const Found found = Find({BoxMesh({4, -1, -1}, {6, 1, 1})}, {}, {}, Direction::Front);
     const PageLines lines = OnPaper(found, true);
     for (const LineGroup& group : lines.groups) {
         for (const PageLine& line : group.lines) {
@@ -179,8 +172,8 @@ TEST(HiddenLines, OfCutsAreFoundWhenAskedFor) {
     };
     FeatureChoice choice;
     choice.hiddenIntersections = true;
-    const PageLines all = OnPaper(Find(meshes, {}, choice, View::Iso), true, View::Iso);
-    const PageLines plain = OnPaper(Find(meshes, {}, {}, View::Iso), false, View::Iso);
+    const PageLines all = OnPaper(Find(meshes, {}, choice, Direction::Iso), true, Direction::Iso);
+    const PageLines plain = OnPaper(Find(meshes, {}, {}, Direction::Iso), false, Direction::Iso);
     const double square = 4.0 * 20.0 * std::sqrt(2.0 / 3.0);
     EXPECT_NEAR(cuts(all, false) + cuts(all, true), 2.0 * square, 1e-2);
     EXPECT_GT(cuts(all, true), square - 1e-2);
@@ -199,9 +192,10 @@ TEST(Cuts, AreHiddenByOccludersToo) {
     };
     FeatureChoice choice;
     choice.hiddenIntersections = true;
-    const PageLines open = OnPaper(Find(meshes, {}, choice, View::Iso), true, View::Iso);
-    const PageLines covered = OnPaper(Find(meshes, plate, choice, View::Iso), true, View::Iso);
-    const PageLines plain = OnPaper(Find(meshes, plate, {}, View::Iso), false, View::Iso);
+    const PageLines open = OnPaper(Find(meshes, {}, choice, Direction::Iso), true, Direction::Iso);
+    const PageLines covered =
+        OnPaper(Find(meshes, plate, choice, Direction::Iso), true, Direction::Iso);
+    const PageLines plain = OnPaper(Find(meshes, plate, {}, Direction::Iso), false, Direction::Iso);
     EXPECT_GT(cuts(open, false), 1.0);
     EXPECT_LT(cuts(covered, false), 0.5 * cuts(open, false));
     EXPECT_NEAR(cuts(covered, false) + cuts(covered, true), cuts(open, false) + cuts(open, true),
@@ -212,7 +206,8 @@ TEST(Cuts, AreHiddenByOccludersToo) {
 TEST(LineChoices, LeaveOutWholeFamilies) {
     const MeshList meshes{BoxMesh({-2, -2, -2}, {2, 2, 2}), BoxMesh({-1, -1, -4}, {1, 1, 4})};
     const auto has = [&](const FeatureChoice& choice, LineKind family) {
-        const PageLines lines = OnPaper(Find(meshes, {}, choice, View::Iso), false, View::Iso);
+        const PageLines lines =
+            OnPaper(Find(meshes, {}, choice, Direction::Iso), false, Direction::Iso);
         return std::any_of(lines.groups.begin(), lines.groups.end(),
                            [family](const LineGroup& group) { return group.kind == family; });
     };
@@ -227,21 +222,21 @@ TEST(LineChoices, LeaveOutWholeFamilies) {
 
 TEST(LineChoices, KeepCreasesThatAreSilhouettesWhenThoseAreNotDrawn) {
     const MeshList meshes{BoxMesh({-1, -1, -1}, {1, 1, 1})};
-    const PageLines lines =
-        OnPaper(Find(meshes, {}, {false, true, false, false}, View::Iso), false, View::Iso);
+    const PageLines lines = OnPaper(Find(meshes, {}, {false, true, false, false}, Direction::Iso),
+                                    false, Direction::Iso);
     EXPECT_NEAR(VisibleLength(lines), 9 * 20.0 * std::sqrt(2.0 / 3.0), 1e-3);
 }
 
 TEST(FindingLines, EndsExactlyAtItsTotal) {
     const MeshList meshes{BoxMesh({-2, -2, -2}, {2, 2, 2}), BoxMesh({-1, -1, -4}, {1, 1, 4})};
-    const Found found = Find(meshes, {}, {}, View::Iso);
+    const Found found = Find(meshes, {}, {}, Direction::Iso);
     EXPECT_GT(found.steps.total, 0.0);
     EXPECT_EQ(found.steps.done, found.steps.total);
 }
 
 TEST(Records, HoldEveryLineOnceWithItsHiddenRanges) {
-    const Found found = Find({BoxMesh({-1, -1, -1}, {1, 1, 1})}, {}, {}, View::Iso);
-    const ctr::DiscreteProjectionSpace camera = Camera(View::Iso);
+    const Found found = Find({BoxMesh({-1, -1, -1}, {1, 1, 1})}, {}, {}, Direction::Iso);
+    const ctr::DiscreteProjectionSpace camera = Camera(Direction::Iso);
     Wm4::Matrix4<double> toFile(false);
     toFile[3][0] = 100.0;
     const auto records = kxcontour::LinesOf(found.lines, {camera, kPage, {7}, toFile});

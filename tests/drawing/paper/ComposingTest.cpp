@@ -10,16 +10,15 @@
 namespace {
 
 using kxcontour::Compose;
-using kxcontour::ComposingRules;
-using kxcontour::DrawingStatistics;
 using kxcontour::kNoObject;
-using kxcontour::Layering;
 using kxcontour::LineKind;
 using kxcontour::PageLine;
 using kxcontour::PageLines;
 using kxcontour::StrokeStyle;
 using kxdrawing::Drawing;
 using kxdrawing::Layer;
+using kxdrawing::Layering;
+using kxdrawing::LineOptions;
 
 /// A row of lines at a height of its own, that meets no other.
 std::vector<PageLine> Row(double y, int count = 3) {
@@ -32,10 +31,9 @@ std::vector<PageLine> Row(double y, int count = 3) {
 }
 
 kxdrawing::Drawing ComposeLayers(const PageLines& lines, Layering layering) {
-    ComposingRules rules;
-    rules.layering = layering;
-    DrawingStatistics report;
-    return Compose(lines, rules, report);
+    LineOptions options;
+    options.layering = layering;
+    return Compose(lines, options);
 }
 
 std::vector<std::string> NamesOf(const kxdrawing::Drawing& drawing) {
@@ -138,10 +136,9 @@ TEST(Compose, HiddenAndVisibleLinesStayApartEvenIfTheyLookAlike) {
     PageLines lines;
     lines.groups = {{LineKind::Crease, false, kNoObject, {{{0, 0}, {1, 0}}}},
                     {LineKind::Crease, true, kNoObject, {{{1, 0}, {2, 0}}}}};
-    ComposingRules rules;
-    rules.styles.hidden = rules.styles.crease;
-    DrawingStatistics report;
-    const kxdrawing::Drawing drawing = Compose(lines, rules, report);
+    LineOptions options;
+    options.styles.hidden = options.styles.crease;
+    const kxdrawing::Drawing drawing = Compose(lines, options);
     ASSERT_EQ(drawing.layers.size(), 1U);
     ASSERT_EQ(drawing.layers[0].groups.size(), 2U);
     EXPECT_TRUE(drawing.layers[0].groups[0].hidden);
@@ -154,15 +151,13 @@ TEST(Compose, ReportsWhatCameInWhatWasShownTwiceAndWhatWasTooShort) {
                     {LineKind::Crease, false, kNoObject, Row(0, 4)},
                     {LineKind::Crease, false, kNoObject, {{{0, 5}, {0.4, 5}}}},
                     {LineKind::Crease, false, kNoObject, {{{0, 6}, {0.5, 6}}}}};
-    ComposingRules rules;
-    rules.minLength = 0.5;
-    DrawingStatistics report;
-    report.shortPaths = 7;
-    const kxdrawing::Drawing drawing = Compose(lines, rules, report);
-    EXPECT_EQ(report.lines, 10U);
-    EXPECT_EQ(report.shownOnce, 6U);
-    EXPECT_EQ(report.paths, 2U);
-    EXPECT_EQ(report.shortPaths, 1U);
+    LineOptions options;
+    options.minLength = 0.5;
+    const kxdrawing::Drawing drawing = Compose(lines, options);
+    EXPECT_EQ(drawing.statistics.lines, 10U);
+    EXPECT_EQ(drawing.statistics.shownOnce, 6U);
+    EXPECT_EQ(drawing.statistics.paths, 2U);
+    EXPECT_EQ(drawing.statistics.shortPaths, 1U);
     EXPECT_EQ(CountPaths(drawing), 2U);
 }
 
@@ -177,14 +172,13 @@ std::vector<PageLine> Square(double side) {
 std::size_t PathsOf(std::vector<PageLine> lines, double minLength) {
     PageLines all;
     all.groups.push_back({LineKind::Crease, false, kNoObject, std::move(lines)});
-    ComposingRules rules;
-    rules.minLength = minLength;
-    DrawingStatistics report;
-    return CountPaths(Compose(all, rules, report));
+    LineOptions options;
+    options.minLength = minLength;
+    return CountPaths(Compose(all, options));
 }
 
 TEST(Compose, ShortPathsAreOmittedUnlessDisabled) {
-    EXPECT_EQ(ComposingRules().minLength, 0.02);
+    EXPECT_EQ(LineOptions().minLength, 0.02);
     EXPECT_EQ(PathsOf({{{5, 5}, {5.019, 5}}}, 0.02), 0U);
     EXPECT_EQ(PathsOf({{{5, 5}, {5.021, 5}}}, 0.02), 1U);
     EXPECT_EQ(PathsOf({{{5, 5}, {5.019, 5}}}, 0.0), 1U);
@@ -215,14 +209,12 @@ TEST(Compose, ADangleNeitherCutsNorBendsAPath) {
 TEST(Compose, LayersWithoutAPathAreLeftOut) {
     PageLines lines = AllKinds();
     lines.groups[3].lines = {{{0, 4}, {0.1, 4}}};
-    ComposingRules rules;
-    rules.layering = Layering::Type;
-    rules.minLength = 0.5;
-    DrawingStatistics report;
-    EXPECT_EQ(NamesOf(Compose(lines, rules, report)),
-              (Names{"hidden", "silhouette", "intersection"}));
-    EXPECT_TRUE(Compose({}, rules, report).layers.empty());
-    EXPECT_EQ(report.lines + report.shownOnce + report.paths + report.shortPaths, 0U);
+    LineOptions options;
+    options.layering = Layering::Type;
+    options.minLength = 0.5;
+    EXPECT_EQ(NamesOf(Compose(lines, options)), (Names{"hidden", "silhouette", "intersection"}));
+    EXPECT_TRUE(Compose({}, options).layers.empty());
+    EXPECT_EQ(Compose({}, options).statistics.lines, 0U);
 }
 
 TEST(Compose, ArcsAreFoundOnlyWhereAskedFor) {
@@ -236,11 +228,10 @@ TEST(Compose, ArcsAreFoundOnlyWhereAskedFor) {
         };
         lines.groups[0].lines.push_back({at(i), at(i + 1)});
     }
-    ComposingRules rules;
-    DrawingStatistics report;
-    EXPECT_TRUE(Compose(lines, rules, report).layers[0].groups[0].paths[0].arcs.empty());
-    rules.arcTolerance = 0.01;
-    const kxdrawing::Drawing drawing = Compose(lines, rules, report);
+    LineOptions options;
+    EXPECT_TRUE(Compose(lines, options).layers[0].groups[0].paths[0].arcs.empty());
+    options.arcTolerance = 0.01;
+    const kxdrawing::Drawing drawing = Compose(lines, options);
     ASSERT_EQ(drawing.layers[0].groups[0].paths[0].arcs.size(), 1U);
     EXPECT_NEAR(drawing.layers[0].groups[0].paths[0].arcs[0].radiusX, 20.0, 0.01);
 }

@@ -12,7 +12,6 @@
 namespace {
 
 using kxcontour::JoinLines;
-using kxcontour::LengthOf;
 using kxcontour::PageLine;
 using kxcontour::Path;
 using kxcontour::Point;
@@ -36,7 +35,7 @@ TEST(JoinLines, LinesEndToEndBecomeOnePathWithAllItsPoints) {
     ASSERT_EQ(paths.size(), 1U);
     EXPECT_EQ(CornersOf(paths[0]), (Corners{{2, 1}, {2, 0}, {1, 0}, {0, 0}}));
     EXPECT_TRUE(paths[0].arcs.empty());
-    EXPECT_DOUBLE_EQ(LengthOf(paths[0]), 3.0);
+    EXPECT_DOUBLE_EQ(kxcontour::plane::LengthOf(paths[0].points), 3.0);
 }
 
 TEST(JoinLines, EndsWithinToleranceAreOnePoint) {

