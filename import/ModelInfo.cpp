@@ -3,7 +3,7 @@
 
 #include "drawing/scene/Box.h"
 #include "drawing/scene/CoordinateSteps.h"
-#include "drawing/scene/FlatNormals.h"
+#include "drawing/scene/Normals.h"
 
 #include <cmath>
 
@@ -66,7 +66,7 @@ void Measure(const Model& model, ModelInfo& info) {
 
 } // namespace
 
-ModelInfo Inspect(const std::string& name, Model& model, const WeldRequest& weld) {
+ModelInfo Inspect(const std::string& name, Model& model, const ctr::Welding& weld) {
     ModelInfo info;
     info.name = name;
     info.format = model.format;

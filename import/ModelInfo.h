@@ -45,6 +45,6 @@ struct ModelInfo {
 ///
 /// Sizes are those of the exact boxes of all corners of triangles where they are placed; corners
 /// that are not finite there do not count. Linear in the number of placed triangles.
-ModelInfo Inspect(const std::string& name, Model& model, const WeldRequest& weld = {});
+ModelInfo Inspect(const std::string& name, Model& model, const ctr::Welding& weld = {});
 
 } // namespace kxcontour

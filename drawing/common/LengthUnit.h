@@ -1,6 +1,8 @@
 // Units of length.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -11,17 +13,8 @@ namespace kxcontour {
 enum class LengthUnit : std::uint8_t { Millimetre, Centimetre, Metre, Inch };
 
 constexpr double InMillimetres(LengthUnit unit) {
-    switch (unit) {
-    case LengthUnit::Centimetre:
-        return 10.0;
-    case LengthUnit::Metre:
-        return 1000.0;
-    case LengthUnit::Inch:
-        return 25.4;
-    case LengthUnit::Millimetre:
-        break;
-    }
-    return 1.0;
+    constexpr std::array kMillimetres{1.0, 10.0, 1000.0, 25.4};
+    return kMillimetres[static_cast<std::size_t>(unit)];
 }
 
 struct UnitName {

@@ -1,12 +1,36 @@
-// Axis-parallel boxes in doubles.
+// Vectors, matrices and axis-parallel boxes in doubles.
 #pragma once
 
 #include <Wm4Foundation.h>
+#include <kxDrawing/Geometry.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <limits>
 
 namespace kxcontour {
+
+inline Wm4::Vector3<double> ToVector(const kxdrawing::Vector& v) {
+    return {v[0], v[1], v[2]};
+}
+
+/// The matrix for row vectors.
+inline Wm4::Matrix4<double> RowVectorMatrix(const kxdrawing::Matrix& matrix) {
+    Wm4::Matrix4<double> transposed(false);
+    for (int i = 0; i < 16; ++i) {
+        transposed[i % 4][i / 4] = matrix[static_cast<std::size_t>(i)];
+    }
+    return transposed;
+}
+
+inline Wm4::Vector3<double> ToDouble(const Wm4::Vector3<float>& v) {
+    return {static_cast<double>(v[0]), static_cast<double>(v[1]), static_cast<double>(v[2])};
+}
+
+inline bool IsFinite(const Wm4::Vector3<double>& v) {
+    return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]);
+}
 
 /// A closed box; by default the empty one, whose minimum is above its maximum.
 struct Box {

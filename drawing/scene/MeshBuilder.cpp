@@ -3,8 +3,8 @@
 
 #include <kxSceneGraph/kxOutlineMetadata.h>
 
+#include "drawing/scene/Normals.h"
 #include "drawing/scene/Placing.h"
-#include "drawing/scene/VertexNormals.h"
 
 #include <algorithm>
 #include <cmath>
@@ -51,9 +51,8 @@ bool StaysFinite(const Box& box, const kx::kxGenericTransformation<float>& trans
 kx::kxPointer<kx::kxIndexBuffer>
 FiniteTriangles(const Shape& shape, const kx::kxGenericTransformation<float>& transformation) {
     const auto isFinite = [&](unsigned int vertex) {
-        const Wm4::Vector3<float> p =
-            transformation.ApplyForward(shape.vertices->Position3(static_cast<int>(vertex)), true);
-        return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
+        return IsFinite(ToDouble(transformation.ApplyForward(
+            shape.vertices->Position3(static_cast<int>(vertex)), true)));
     };
     const int indexCount = shape.triangles->GetIndexQuantity();
     kx::kxPointer<kx::kxIndexBuffer> kept(new kx::kxIndexBuffer(indexCount, kx::IBT_TRIANGLES));
@@ -82,8 +81,7 @@ bool KeepsAngles(const Matrix& world) {
 
 /// Whether creases of the shape follow from its vertex normals, which are repaired for that.
 bool ShowsCreasesByNormals(Shape& shape, const MeshRules& rules) {
-    return !shape.creases && !shape.creaseAngle && !rules.creaseAngle &&
-           shape.vertices->GetAttributes().GetNormalChannels() == 3 &&
+    return !shape.creases && !shape.creaseAngle && !rules.creaseAngle && shape.hasNormals() &&
            RepairNormals(*shape.vertices, *shape.triangles);
 }
 

@@ -23,6 +23,8 @@ struct Shape {
     /// shape is not repaired.
     kx::kxPointer<kx::kxIndexBuffer> creases{};
     std::optional<double> creaseAngle{}; ///< In degrees; none: MeshRules decide.
+
+    bool hasNormals() const { return vertices->GetAttributes().GetNormalChannels() == 3; }
 };
 
 /// One appearance of a shape in the scene.

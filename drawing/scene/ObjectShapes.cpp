@@ -11,10 +11,6 @@ namespace {
 
 using ShapeList = std::vector<std::size_t>;
 
-bool HasNormals(const Shape& shape) {
-    return shape.vertices->GetAttributes().GetNormalChannels() == 3;
-}
-
 class ShapeJoiner {
 public:
     explicit ShapeJoiner(Model& model) : model_(model) {}
@@ -46,7 +42,7 @@ private:
                        bool normals) const {
         ShapeList list;
         for (std::size_t i = first; i < end; ++i) {
-            if (HasNormals(model_.shapes[placements[i].shape]) == normals) {
+            if (model_.shapes[placements[i].shape].hasNormals() == normals) {
                 list.push_back(placements[i].shape);
             }
         }

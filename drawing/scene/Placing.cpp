@@ -1,4 +1,4 @@
-// Boxes of shapes and of the whole scene.
+// Turns by right angles, and boxes of shapes and of the whole scene.
 #include "drawing/scene/Placing.h"
 
 #include <algorithm>
@@ -20,14 +20,6 @@ Wm4::Vector3<double> Apply(const Wm4::Matrix4<double>& m, const Wm4::Vector3<dou
         return p[0] * m[0][axis] + p[1] * m[1][axis] + p[2] * m[2][axis] + m[3][axis];
     };
     return {along(0), along(1), along(2)};
-}
-
-bool IsFinite(const Wm4::Vector3<double>& p) {
-    return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
-}
-
-Wm4::Vector3<double> ToDoubles(const Wm4::Vector3<float>& p) {
-    return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
 }
 
 /// A box around everything: that of the turned boxes of the shapes.
@@ -56,11 +48,24 @@ double Largest(const Wm4::Vector3<double>& v) {
 
 } // namespace
 
+Wm4::Matrix4<double> StandUp(UpAxis up) {
+    using Matrix = Wm4::Matrix4<double>;
+    switch (up) {
+    case UpAxis::X:
+        return Matrix(0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+    case UpAxis::Z:
+        return Matrix(1, 0, 0, 0, 0, 0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1);
+    case UpAxis::Y:
+        break;
+    }
+    return Matrix(false);
+}
+
 Box BoxOf(const Shape& shape) {
     Box box;
     const unsigned int* indices = shape.triangles->GetData();
     for (int i = 0; i < shape.triangles->GetIndexQuantity(); ++i) {
-        box.add(ToDoubles(shape.vertices->Position3(static_cast<int>(indices[i]))));
+        box.add(ToDouble(shape.vertices->Position3(static_cast<int>(indices[i]))));
     }
     return box;
 }
@@ -69,7 +74,7 @@ Box VertexBox(const Model& model) {
     return PlacedBox(model, [](const Shape& shape) {
         Box box;
         for (int i = 0; i < shape.vertices->GetVertexQuantity(); ++i) {
-            const Wm4::Vector3<double> p = ToDoubles(shape.vertices->Position3(i));
+            const Wm4::Vector3<double> p = ToDouble(shape.vertices->Position3(i));
             if (IsFinite(p)) {
                 box.add(p);
             }

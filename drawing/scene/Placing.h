@@ -2,11 +2,18 @@
 #pragma once
 
 #include <Wm4Foundation.h>
+#include <kxDrawing/Scene.h>
 
 #include "drawing/scene/Box.h"
 #include "drawing/scene/Model.h"
 
 namespace kxcontour {
+
+using kxdrawing::UpAxis;
+
+/// Takes the axis that points up to y and keeps the frame right-handed. With x up, z points to the
+/// front; with y up, z; with z up, -y. For row vectors.
+Wm4::Matrix4<double> StandUp(UpAxis up);
 
 /// The box of the corners of a shape's triangles, in its own coordinates. The shape must be clean.
 Box BoxOf(const Shape& shape);

@@ -8,7 +8,7 @@
 #include "drawing/common/LengthUnit.h"
 #include "drawing/common/NearestName.h"
 #include "drawing/scene/CoordinateSteps.h"
-#include "drawing/scene/FlatNormals.h"
+#include "drawing/scene/Normals.h"
 #include "drawing/scene/Placing.h"
 #include "drawing/scene/SurfaceRepair.h"
 
@@ -19,17 +19,6 @@
 
 namespace kxcontour {
 namespace {
-
-BuiltMeshes
-Build(Model& model, const MeshRules& rules, SurfacesOfShapes surfaces, const std::string& name) {
-    BuiltMeshes built = BuildMeshes(model, rules, std::move(surfaces));
-    if (built.meshes.empty()) {
-        throw kxdrawing::NothingToDraw(
-            name + ": nothing to draw: every triangle is degenerate, not finite or has "
-                   "an index out of range");
-    }
-    return built;
-}
 
 std::size_t TriangleCountOf(const Model& model) {
     std::size_t count = 0;
@@ -76,28 +65,22 @@ SceneBuilder::SceneBuilder(const SurfaceRules& rules) : weld_(rules.weld) {
 }
 
 void SceneBuilder::addDrawn(Model model, const std::string& name) {
-    prepare(model, name);
-    rules_.drawn = true;
-    BuiltMeshes built = build(model, name);
-    for (const std::size_t object : built.objects) {
+    for (const std::size_t object : add(model, name, true, scene_.meshes)) {
         scene_.objectOf.push_back(scene_.objects.size() + object);
     }
     std::move(model.objects.begin(), model.objects.end(), std::back_inserter(scene_.objects));
-    take(scene_.meshes, built);
 }
 
 void SceneBuilder::addOccluder(Model model, const std::string& name) {
-    prepare(model, name);
-    rules_.drawn = false;
-    BuiltMeshes built = build(model, name);
-    take(scene_.occluders, built);
+    add(model, name, false, scene_.occluders);
 }
 
 Scene SceneBuilder::finish() {
     return std::move(scene_);
 }
 
-void SceneBuilder::prepare(Model& model, const std::string& name) {
+std::vector<std::size_t>
+SceneBuilder::add(Model& model, const std::string& name, bool drawn, MeshList& meshes) {
     count(model, name);
     clean(model, name);
     if (!model.unitStated) {
@@ -107,10 +90,12 @@ void SceneBuilder::prepare(Model& model, const std::string& name) {
         scene_.refusedFiles.push_back(name + ": " + model.refusedFile);
     }
     scene_.sideFiles.insert(scene_.sideFiles.end(), model.sideFiles.begin(), model.sideFiles.end());
-    if (!started_) {
+    if (!std::exchange(started_, true)) {
         start(model, name);
     }
     rules_.scale = model.millimetresPerUnit / scene_.millimetresPerUnit;
+    rules_.drawn = drawn;
+    return build(model, name, meshes);
 }
 
 /// Placements share buffers, but each is baked for itself: a small file can ask for more than can
@@ -148,7 +133,6 @@ void SceneBuilder::clean(Model& model, const std::string& name) {
 }
 
 void SceneBuilder::start(const Model& model, const std::string& name) {
-    started_ = true;
     scene_.name = name;
     scene_.millimetresPerUnit = model.millimetresPerUnit;
     scene_.unitStated = model.unitStated;
@@ -157,27 +141,25 @@ void SceneBuilder::start(const Model& model, const std::string& name) {
     rules_.origin = scene_.origin;
 }
 
-BuiltMeshes SceneBuilder::build(Model& model, const std::string& name) {
+std::vector<std::size_t>
+SceneBuilder::build(Model& model, const std::string& name, MeshList& meshes) {
     RepairedSurfaces repaired = RepairSurfaces(model, weld_);
     for (const Placement& placement : model.placements) {
         Add(scene_.surface, repaired.reports[placement.shape]);
     }
-    return Build(model, rules_, std::move(repaired.surfaces), name);
-}
-
-void SceneBuilder::take(MeshList& meshes, BuiltMeshes& built) {
+    BuiltMeshes built = BuildMeshes(model, rules_, std::move(repaired.surfaces));
+    if (built.meshes.empty()) {
+        throw kxdrawing::NothingToDraw(
+            name + ": nothing to draw: every triangle is degenerate, not finite or has "
+                   "an index out of range");
+    }
     Add(scene_.dropped, built.dropped);
     for (kx::kxPointer<kx::kxTriMesh>& mesh : built.meshes) {
         scene_.triangles +=
             static_cast<std::size_t>(mesh->GetIndexBuffer()->GetIndexQuantity()) / 3;
         meshes.push_back(std::move(mesh));
     }
-}
-
-Scene MakeScene(Model model, const SurfaceRules& rules) {
-    SceneBuilder builder(rules);
-    builder.addDrawn(std::move(model), "model");
-    return builder.finish();
+    return std::move(built.objects);
 }
 
 MeshList MeshesOf(const Scene& scene, const std::string& object) {

@@ -7,7 +7,6 @@
 #include "drawing/scene/MeshBuilder.h"
 #include "drawing/scene/Model.h"
 #include "drawing/scene/SurfaceRepair.h"
-#include "drawing/scene/WeldRequest.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -41,7 +40,7 @@ struct Scene {
 
 /// How the surfaces of a scene are treated.
 struct SurfaceRules {
-    WeldRequest weld;
+    ctr::Welding weld; ///< Its distance in millimetres.
     /// Degrees; none: see MeshRules.
     std::optional<double> creaseAngle;
 };
@@ -64,23 +63,21 @@ public:
     Scene finish();
 
 private:
-    void prepare(Model& model, const std::string& name);
+    /// Each returns the object of each mesh, by the model's numbers.
+    std::vector<std::size_t>
+    add(Model& model, const std::string& name, bool drawn, MeshList& meshes);
+    std::vector<std::size_t> build(Model& model, const std::string& name, MeshList& meshes);
     void count(const Model& model, const std::string& name);
     void clean(Model& model, const std::string& name);
     void start(const Model& model, const std::string& name);
-    BuiltMeshes build(Model& model, const std::string& name);
-    void take(MeshList& meshes, BuiltMeshes& built);
 
-    WeldRequest weld_;
+    ctr::Welding weld_;
     MeshRules rules_;
     Scene scene_;
     std::uint64_t vertices_ = 0;  ///< Of all placements, before any triangle is dropped.
     std::uint64_t triangles_ = 0; ///< Likewise.
     bool started_ = false;
 };
-
-/// A scene of one model that is drawn. Throws as SceneBuilder::addDrawn() does.
-Scene MakeScene(Model model, const SurfaceRules& rules = {});
 
 /// The meshes of the objects of a name. Throws InvalidArgument, naming the nearest, where there is
 /// none.

@@ -23,20 +23,10 @@ double LargestStretch(const Wm4::Matrix4<double>& world) {
     return std::sqrt(squared);
 }
 
-ctr::Welding WeldingFor(const WeldRequest& request, double millimetresPerUnit) {
-    switch (request.mode) {
-    case WeldRequest::Mode::Off:
-        return {ctr::Welding::Mode::Off, 0.0};
-    case WeldRequest::Mode::Length:
-        return {ctr::Welding::Mode::Distance, request.millimetres / millimetresPerUnit};
-    default:
-        return {};
-    }
-}
-
 /// Lengths of the request and of the report are those of the shape where it is shown.
-SurfaceReport Repair(ctr::Surface& surface, const WeldRequest& request, double millimetresPerUnit) {
-    SurfaceReport report = surface.repair(WeldingFor(request, millimetresPerUnit));
+SurfaceReport Repair(ctr::Surface& surface, ctr::Welding welding, double millimetresPerUnit) {
+    welding.distance /= millimetresPerUnit;
+    SurfaceReport report = surface.repair(welding);
     report.widestGap *= millimetresPerUnit;
     report.widestNear *= millimetresPerUnit;
     return report;
@@ -68,7 +58,7 @@ std::string DescribeCracks(const SurfaceReport& report) {
            " mm from another edge; --weld LENGTH closes them";
 }
 
-RepairedSurfaces RepairSurfaces(Model& model, const WeldRequest& request) {
+RepairedSurfaces RepairSurfaces(Model& model, const ctr::Welding& welding) {
     JoinShapesOfObjects(model);
     std::vector<double> stretches(model.shapes.size(), 0.0);
     for (const Placement& placement : model.placements) {
@@ -86,10 +76,10 @@ RepairedSurfaces RepairSurfaces(Model& model, const WeldRequest& request) {
         const double length = model.millimetresPerUnit * stretches[i];
         std::optional<ctr::Surface> surface(std::in_place, shape.vertices, shape.triangles);
         repaired.reports.push_back(
-            Repair(*surface, request, length > 0.0 && std::isfinite(length) ? length : 1.0));
+            Repair(*surface, welding, length > 0.0 && std::isfinite(length) ? length : 1.0));
         shape.vertices = surface->vertices();
         shape.triangles = surface->triangles();
-        if (shape.vertices->GetAttributes().GetNormalChannels() == 3) {
+        if (shape.hasNormals()) {
             surface.reset();
         }
         repaired.surfaces.push_back(std::move(surface));

@@ -5,7 +5,6 @@
 
 #include "drawing/scene/MeshBuilder.h"
 #include "drawing/scene/Model.h"
-#include "drawing/scene/WeldRequest.h"
 
 #include <string>
 #include <vector>
@@ -32,8 +31,8 @@ std::string DescribeCracks(const SurfaceReport& report);
 /// Joins the shapes of each object and repairs the result, each shape once; its buffers may be
 /// replaced by others. The model must be clean and stays so.
 ///
-/// A length is taken for the placement that shows a shape largest, along the axis that is stretched
-/// most: nothing moves farther than it anywhere.
-RepairedSurfaces RepairSurfaces(Model& model, const WeldRequest& request);
+/// The distance of the welding is in millimetres, for the placement that shows a shape largest,
+/// along the axis that is stretched most: nothing moves farther than it anywhere.
+RepairedSurfaces RepairSurfaces(Model& model, const ctr::Welding& welding);
 
 } // namespace kxcontour

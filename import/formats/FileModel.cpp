@@ -3,7 +3,6 @@
 
 #include <kxDrawing/Errors.h>
 
-#include "drawing/scene/Axes.h"
 #include "drawing/scene/Box.h"
 #include "drawing/scene/CoordinateSteps.h"
 #include "drawing/scene/Placing.h"

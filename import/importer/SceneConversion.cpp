@@ -1,8 +1,8 @@
 // Copies meshes into plain buffers and multiplies transformations down the node tree.
 #include "import/importer/SceneConversion.h"
 
-#include "drawing/scene/Axes.h"
 #include "drawing/scene/CoordinateSteps.h"
+#include "drawing/scene/Placing.h"
 #include "drawing/scene/SharedVertices.h"
 #include "import/formats/FileModel.h"
 #include "import/formats/FormatRules.h"

@@ -55,7 +55,7 @@ void CheckModel(const Model& model) {
 void UseModel(Model model) {
     Model inspected = model;
     try {
-        kxcontour::MakeScene(std::move(model));
+        kxcontour::SceneBuilder({}).addDrawn(std::move(model), "model");
     } catch (const kxdrawing::NothingToDraw&) {
     }
     kxcontour::Inspect("model", inspected);

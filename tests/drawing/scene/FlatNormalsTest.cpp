@@ -1,10 +1,9 @@
 // Which normals tell where a surface is smooth.
-#include "drawing/scene/FlatNormals.h"
-
 #include <kxSceneGraph/kxOutlineMetadata.h>
 
 #include "ShapeBuilders.h"
 #include "drawing/scene/MeshBuilder.h"
+#include "drawing/scene/Normals.h"
 
 #include <gtest/gtest.h>
 

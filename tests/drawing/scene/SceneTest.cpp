@@ -36,7 +36,7 @@ Model ManyPlacements(std::size_t count) {
 TEST(Scene, OfMoreVerticesThanCanBeNumberedIsRefused) {
     for (const std::size_t count : {2048U, 4097U}) {
         try {
-            kxcontour::MakeScene(ManyPlacements(count));
+            kxcontour::SceneBuilder({}).addDrawn(ManyPlacements(count), "model");
             ADD_FAILURE() << count << " placements were taken";
         } catch (const kxdrawing::CannotRead& failure) {
             EXPECT_EQ(failure.what(), "model: too large to draw: " + std::to_string(count) +
@@ -44,7 +44,9 @@ TEST(Scene, OfMoreVerticesThanCanBeNumberedIsRefused) {
                                           " vertices, counted once per placement");
         }
     }
-    EXPECT_FALSE(kxcontour::MakeScene(ManyPlacements(2)).meshes.empty());
+    kxcontour::SceneBuilder builder({});
+    builder.addDrawn(ManyPlacements(2), "model");
+    EXPECT_FALSE(builder.finish().meshes.empty());
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 // Vertices without normals in one place become one, and nothing of a drawing changes by that.
 #include "ModelText.h"
 #include "ShapeBuilders.h"
-#include "Unwatched.h"
 #include "drawing/scene/Cleaning.h"
 #include "drawing/scene/MeshBuilder.h"
 #include "import/ModelReader.h"
@@ -28,7 +27,6 @@ using tool_test::FileRequest;
 using tool_test::MeshData;
 using tool_test::Point;
 using tool_test::TemporaryFolder;
-using tool_test::Unwatched;
 
 struct Drawn {
     std::string bytes;
@@ -48,7 +46,7 @@ Drawn Draw(Model model) {
     const std::string path = folder.path("o.svg");
     const auto command =
         tool_test::ParseAs<kxcontour::DrawCommand>({"m.obj", "-o", path, "--view", "iso"});
-    Unwatched observer;
+    kxcontour::DrawingObserver observer;
     DrawToFile(scene, command.options, observer);
     drawn.bytes = tool_test::ReadBytes(path);
     return drawn;

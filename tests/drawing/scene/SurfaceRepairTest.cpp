@@ -10,14 +10,13 @@ namespace {
 using kxcontour::DescribeCracks;
 using kxcontour::IsCracked;
 using kxcontour::SurfaceReport;
-using kxcontour::WeldRequest;
 using test_support::Quad;
 using tool_test::MakeShape;
 using tool_test::MeshData;
 using tool_test::Point;
 
-WeldRequest Within(double millimetres) {
-    return {WeldRequest::Mode::Length, millimetres};
+ctr::Welding Within(double millimetres) {
+    return {ctr::Welding::Mode::Distance, millimetres};
 }
 
 /// Two sheets side by side, one unit apart.
@@ -52,7 +51,8 @@ TEST(RepairSurfaces, ReplacesTheBuffersOfAShapeAndKeepsItsSurface) {
 
 TEST(RepairSurfaces, OffClosesNothing) {
     kxcontour::Model model = tool_test::MakeModel({MakeShape(Halves())});
-    const SurfaceReport report = RepairSurfaces(model, {WeldRequest::Mode::Off, 0.0}).reports.at(0);
+    const SurfaceReport report =
+        RepairSurfaces(model, {ctr::Welding::Mode::Off, 0.0}).reports.at(0);
     EXPECT_EQ(report.openEdges, 8U);
     EXPECT_EQ(report.joinedEdges, 0U);
 }

@@ -1,7 +1,6 @@
 // Normals as files have them: long, short, missing.
-#include "drawing/scene/VertexNormals.h"
-
 #include "ShapeBuilders.h"
+#include "drawing/scene/Normals.h"
 
 #include <gtest/gtest.h>
 

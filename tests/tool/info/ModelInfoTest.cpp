@@ -117,7 +117,7 @@ TEST(Inspect, SaysWhatWasDoneToSurfaces) {
     EXPECT_EQ(surface["joined"], 1);
     EXPECT_EQ(surface["ofMoreThanTwoTriangles"], 0);
     Model asItIs = Plate();
-    const ModelInfo off = Inspect("plate", asItIs, {kxcontour::WeldRequest::Mode::Off, 0.0});
+    const ModelInfo off = Inspect("plate", asItIs, {ctr::Welding::Mode::Off, 0.0});
     EXPECT_EQ(off.objects[0].surface.openEdges, 8U);
     EXPECT_EQ(off.objects[0].surface.joinedEdges, 0U);
 }

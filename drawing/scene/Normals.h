@@ -1,4 +1,5 @@
-// Drops vertex normals that say nothing about smoothness.
+// Vertex normals: dropped where they say nothing about smoothness, else brought into the form that
+// the crease test needs.
 #pragma once
 
 #include "drawing/scene/Model.h"
@@ -20,5 +21,13 @@ constexpr double kFlatNormalTolerance = 0.5;
 /// normals if one of them does. Vertices in one place are shared where normals go. The model must
 /// be clean. Expected linear time.
 void DropFlatNormals(Model& model);
+
+/// Scales the normals to unit length, in place.
+///
+/// A normal that is zero or not finite becomes the mean of the unit normals of its triangles, which
+/// keeps it from looking like a crease on all sides. Returns false, having changed nothing that
+/// matters, when no vertex of a triangle has a usable normal: the mesh is then one without normals.
+/// All indices must be in range. Linear time.
+bool RepairNormals(kx::kxVertexBuffer& vertices, const kx::kxIndexBuffer& triangles);
 
 } // namespace kxcontour
