@@ -3,7 +3,6 @@
 
 #include <ctr/detail/Statistics.h>
 
-#include "drawing/files/OutputFile.h"
 #include "import/ModelReader.h"
 #include "import/SceneReader.h"
 #include "tool/batch/Batch.h"
@@ -39,7 +38,7 @@ bool ShowsProgress(const MessageOptions& options) {
 
 /// Keeps no folder open: the process that reads the model would have it, too.
 void RequireWritable(const std::string& output) {
-    const OutputFile writable(output);
+    const DrawingTarget writable(output);
 }
 
 /// A progress bar that times its stages.

@@ -1,10 +1,10 @@
 // kxcontour: draws a model file as an SVG line drawing. Here failures become exit codes.
-#include "drawing/files/Interrupt.h"
-#include "drawing/files/StandardStreams.h"
 #include "tool/Application.h"
 #include "tool/common/Failure.h"
+#include "tool/common/Interrupt.h"
 #include "tool/common/MemoryLimit.h"
 #include "tool/common/Messages.h"
+#include "tool/common/StandardStreams.h"
 #include "tool/options/CommandLine.h"
 
 #include <csignal>

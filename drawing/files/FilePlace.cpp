@@ -20,14 +20,6 @@ namespace fs = std::filesystem;
 /// As many links as the kernel follows.
 constexpr int kMostLinks = 40;
 
-[[noreturn]] void RefusePlace(const std::string& path, const std::string& why) {
-    throw kxdrawing::CannotWrite(path + ": cannot write: " + why);
-}
-
-[[noreturn]] void RefuseForSystem(const std::string& path) {
-    RefusePlace(path, std::generic_category().message(errno));
-}
-
 fs::path FolderPart(const fs::path& path) {
     return path.has_parent_path() ? path.parent_path() : fs::path(".");
 }
@@ -35,12 +27,12 @@ fs::path FolderPart(const fs::path& path) {
 [[noreturn]] void RefuseFolder(const std::string& path, const fs::path& folder) {
     const std::string quoted = std::string("'").append(folder.string()).append("'");
     if (errno == ENOENT) {
-        RefusePlace(path, "there is no folder " + quoted);
+        RefuseToWrite(path, "there is no folder " + quoted);
     }
     if (errno == ENOTDIR) {
-        RefusePlace(path, quoted + " is not a folder");
+        RefuseToWrite(path, quoted + " is not a folder");
     }
-    RefusePlace(path, "the folder " + quoted + ": " + std::generic_category().message(errno));
+    RefuseToWrite(path, "the folder " + quoted + ": " + std::generic_category().message(errno));
 }
 
 /// The folder of a path that starts from another folder, or from the current one.
@@ -59,7 +51,7 @@ Folder OpenFolderOf(const std::string& path, const fs::path& step, const Folder&
 struct stat StatusOf(const std::string& path, const Descriptor& file) {
     struct stat status {};
     if (::fstat(file.number(), &status) != 0) {
-        RefuseForSystem(path);
+        RefuseToWrite(path, errno);
     }
     return status;
 }
@@ -69,7 +61,7 @@ fs::path ReadLink(const std::string& path, const Descriptor& link) {
     std::array<char, PATH_MAX> text;
     const ssize_t size = ::readlinkat(link.number(), "", text.data(), text.size());
     if (size < 0) {
-        RefuseForSystem(path);
+        RefuseToWrite(path, errno);
     }
     return std::string(text.data(), static_cast<std::size_t>(size));
 }
@@ -77,19 +69,27 @@ fs::path ReadLink(const std::string& path, const Descriptor& link) {
 void RequireFollowable(const std::string& path, const FilePlace& place) {
     const struct stat folder = StatusOf(path, place.folder.descriptor);
     if (!MayFollowLink(*place.status, folder, ::geteuid())) {
-        RefusePlace(path, std::string("'").append((place.folder.path / place.name).string()) +
-                              "' is another user's link in a folder that everyone may write");
+        RefuseToWrite(path, std::string("'").append((place.folder.path / place.name).string()) +
+                                "' is another user's link in a folder that everyone may write");
     }
 }
 
 } // namespace
+
+void RefuseToWrite(const std::string& path, const std::string& why) {
+    throw kxdrawing::CannotWrite(path + ": cannot write: " + why);
+}
+
+void RefuseToWrite(const std::string& path, int error) {
+    RefuseToWrite(path, std::generic_category().message(error));
+}
 
 FilePlace FindPlace(const std::string& path) {
     FilePlace place;
     fs::path step = path;
     for (int links = 0;; ++links) {
         if (!step.has_filename()) {
-            RefusePlace(path, "it is a directory");
+            RefuseToWrite(path, "it is a directory");
         }
         place.folder = OpenFolderOf(path, step, place.folder);
         place.name = step.filename().string();
@@ -104,7 +104,7 @@ FilePlace FindPlace(const std::string& path) {
             return place;
         }
         if (links == kMostLinks) {
-            RefusePlace(path, std::generic_category().message(ELOOP));
+            RefuseToWrite(path, ELOOP);
         }
         RequireFollowable(path, place);
         step = ReadLink(path, file);

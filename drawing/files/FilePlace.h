@@ -23,6 +23,12 @@ struct FilePlace {
     std::optional<struct stat> status; ///< Of the file; none where there is none yet. Never a link.
 };
 
+/// Throws CannotWrite: "PATH: cannot write: WHY".
+[[noreturn]] void RefuseToWrite(const std::string& path, const std::string& why);
+
+/// The same with the system's own words for an errno value.
+[[noreturn]] void RefuseToWrite(const std::string& path, int error);
+
 /// The place that a path names, with the links at its end followed; the file need not exist.
 ///
 /// A link that MayFollowLink() rules out is not followed. Throws CannotWrite for that,

@@ -4,7 +4,9 @@
 #include "drawing/files/FilePlace.h"
 #include "drawing/files/TemporaryFile.h"
 
+#include <functional>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <sys/stat.h>
 
@@ -15,16 +17,13 @@ namespace kxcontour {
 /// Links are followed as FindPlace() does it: the file that a link names is replaced, not the link.
 /// A replaced file of the user's own keeps its permissions (KeptPermissions()); every other file
 /// gets those of any new file. Any number of threads may write files, one thread each.
-///
-/// The path "-" is standard output. It gets a copy of a file in $TMPDIR, or in /tmp, so that
-/// nothing is written to it before the whole is there.
 class OutputFile {
 public:
     /// Looks whether the path can be written, and leaves no trace.
     ///
     /// Throws CannotWrite for a path in a folder that does not exist or is not writable,
     /// for one behind a link that must not be followed, and for one that names a directory, a
-    /// device, a pipe or a write-protected file; for "-" when standard output is closed.
+    /// device, a pipe or a write-protected file.
     explicit OutputFile(const std::string& path);
 
     /// Removes what was not committed.
@@ -36,17 +35,15 @@ public:
     /// OutputFile. Call it once. Throws CannotWrite.
     int create();
 
-    /// Puts the file in the target's place. Throws CannotWrite; the target then is as it
-    /// was, while standard output may have got a part.
+    /// Puts the file in the target's place. Throws CannotWrite; the target then is as it was.
     void commit();
 
-private:
-    void createForStandardOutput();
-    void createBesideTarget();
+    /// Creates the file, has it written and commits it. Throws CannotWrite, and what writer throws.
+    void write(const std::function<void(std::ostream&)>& writer);
 
-    std::string path_;               ///< As messages call it.
-    std::optional<FilePlace> place_; ///< Of the target; none for standard output.
-    Folder temporaries_;             ///< Of the copy for standard output.
+private:
+    std::string path_;
+    FilePlace place_;
     std::optional<TemporaryFile> file_;
 };
 

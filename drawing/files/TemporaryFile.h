@@ -3,7 +3,7 @@
 
 #include "drawing/files/Descriptor.h"
 #include "drawing/files/FilePlace.h"
-#include "drawing/files/Interrupt.h"
+#include "drawing/files/UnfinishedFile.h"
 
 #include <optional>
 #include <string>

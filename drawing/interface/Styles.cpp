@@ -1,33 +1,18 @@
 // Styles and names of lines.
 #include <kxDrawing/LineOptions.h>
 
+#include <cstddef>
+
 namespace kxdrawing {
 
 const StrokeStyle& StyleSheet::of(LineKind kind, bool isHidden) const {
-    if (isHidden) {
-        return hidden;
-    }
-    switch (kind) {
-    case LineKind::Crease:
-        return crease;
-    case LineKind::Intersection:
-        return intersection;
-    case LineKind::Silhouette:
-        break;
-    }
-    return silhouette;
+    const std::array kinds{&silhouette, &crease, &intersection};
+    return isHidden ? hidden : *kinds[static_cast<std::size_t>(kind)];
 }
 
 const char* NameOf(LineKind kind) {
-    switch (kind) {
-    case LineKind::Crease:
-        return "crease";
-    case LineKind::Intersection:
-        return "intersection";
-    case LineKind::Silhouette:
-        break;
-    }
-    return "silhouette";
+    constexpr std::array kNames{"silhouette", "crease", "intersection"};
+    return kNames[static_cast<std::size_t>(kind)];
 }
 
 } // namespace kxdrawing

@@ -2,8 +2,8 @@
 #include <kxDrawing/Errors.h>
 #include <kxDrawing/Writers.h>
 
-#include "drawing/output/WriteDrawing.h"
-#include "drawing/output/WriteFailure.h"
+#include "drawing/files/OutputFile.h"
+#include "drawing/output/Writers.h"
 
 #include <algorithm>
 #include <array>
@@ -30,11 +30,6 @@ void Check(const Drawing& drawing, Format format, const WriteOptions& options) {
     }
 }
 
-/// "-" is a file like any other here.
-std::string FileName(const std::filesystem::path& path) {
-    return path == "-" ? "./-" : path.string();
-}
-
 } // namespace
 
 Format FormatOf(const std::filesystem::path& path) {
@@ -52,18 +47,27 @@ Format FormatOf(const std::filesystem::path& path) {
 
 void write(const Drawing& drawing, std::ostream& out, Format format, const WriteOptions& options) {
     Check(drawing, format, options);
-    try {
-        kxcontour::WriteTo(out, drawing, format, options);
-    } catch (const kxcontour::WriteFailure&) {
-        throw CannotWrite("the stream failed");
+    switch (format) {
+    case Format::Pdf:
+        return kxcontour::WritePdf(drawing, out);
+    case Format::Png:
+        return kxcontour::WritePng(drawing, options.dotsPerInch, out);
+    case Format::Dxf:
+        return kxcontour::WriteDxf(drawing, out);
+    case Format::Json:
+        return kxcontour::WriteJson(drawing, out);
+    case Format::Svg:
+        break;
     }
+    return kxcontour::WriteSvg(drawing, out);
 }
 
 void write(const Drawing& drawing, const std::filesystem::path& path, const WriteOptions& options) {
     const Format format = FormatOf(path);
     Check(drawing, format, options);
-    kxcontour::OutputFile file(FileName(path));
-    kxcontour::WriteDrawing(drawing, format, options, file, path.string());
+    kxcontour::OutputFile(path.string()).write([&](std::ostream& out) {
+        write(drawing, out, format, options);
+    });
 }
 
 } // namespace kxdrawing

@@ -7,11 +7,12 @@
 #include "drawing/output/DxfFrame.h"
 #include "drawing/output/DxfNames.h"
 #include "drawing/output/Writers.h"
+#include "drawing/paper/Plane.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 #include <map>
 #include <utility>
 
@@ -32,34 +33,8 @@ struct DxfDrawing {
 };
 
 const char* LayerNameOf(const PathGroup& group) {
-    if (group.hidden) {
-        return "HIDDEN";
-    }
-    switch (group.kind) {
-    case LineKind::Crease:
-        return "CREASE";
-    case LineKind::Intersection:
-        return "INTERSECTION";
-    case LineKind::Silhouette:
-        break;
-    }
-    return "SILHOUETTE";
-}
-
-/// Splits a path into its arcs and the runs of lines between them, in order.
-template <class OnRun, class OnArc>
-void ForEachPiece(const Path& path, const OnRun& onRun, const OnArc& onArc) {
-    std::size_t next = 0;
-    for (const Arc& arc : path.arcs) {
-        if (arc.first > next) {
-            onRun(next, arc.first);
-        }
-        onArc(arc);
-        next = arc.last;
-    }
-    if (next + 1 < path.points.size()) {
-        onRun(next, path.points.size() - 1);
-    }
+    constexpr std::array kNames{"SILHOUETTE", "CREASE", "INTERSECTION"}; // By kind.
+    return group.hidden ? "HIDDEN" : kNames[static_cast<std::size_t>(group.kind)];
 }
 
 std::size_t CountPieces(const PathGroup& group) {
@@ -77,20 +52,18 @@ Point Mirrored(const Point& point, PageSize page) {
 
 /// The box around all points, y up; the page where there are none.
 PageLine ExtentsOf(const kxdrawing::Drawing& drawing) {
-    constexpr double kFar = std::numeric_limits<double>::infinity();
-    PageLine box{{kFar, kFar}, {-kFar, -kFar}};
+    plane::Bounds box;
     for (const kxdrawing::Layer& layer : drawing.layers) {
         for (const PathGroup& group : layer.groups) {
             for (const Path& path : group.paths) {
                 for (const Point& point : path.points) {
-                    const Point p = Mirrored(point, drawing.page);
-                    box.a = {std::min(box.a.x, p.x), std::min(box.a.y, p.y)};
-                    box.b = {std::max(box.b.x, p.x), std::max(box.b.y, p.y)};
+                    box.add(Mirrored(point, drawing.page));
                 }
             }
         }
     }
-    return box.a.x <= box.b.x ? box : PageLine{{}, {drawing.page.width, drawing.page.height}};
+    return box.low.x <= box.high.x ? PageLine{box.low, box.high}
+                                   : PageLine{{}, {drawing.page.width, drawing.page.height}};
 }
 
 /// Collects layers in the order of the drawing.

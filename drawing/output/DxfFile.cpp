@@ -1,8 +1,7 @@
 // Numbers are written with twelve digits: exact to less than a nanometre on any page.
 #include "drawing/output/DxfFile.h"
 
-#include <cstddef>
-#include <cstdio>
+#include <fmt/format.h>
 
 namespace kxcontour {
 
@@ -12,10 +11,7 @@ void DxfFile::put(int code, double number) {
 }
 
 void DxfFile::put(int code, DxfHandle handle) {
-    char text[sizeof "FFFFFFFFFFFFFFFF"];
-    const int size =
-        std::snprintf(text, sizeof text, "%llX", static_cast<unsigned long long>(handle.number));
-    put(code, std::string_view(text, static_cast<std::size_t>(size)));
+    put(code, fmt::format("{:X}", handle.number));
 }
 
 void DxfFile::put(int code, Point point) {

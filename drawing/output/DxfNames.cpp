@@ -5,7 +5,8 @@
 #include "drawing/common/Utf8.h"
 
 #include <cstddef>
-#include <cstdio>
+#include <cstdint>
+#include <fmt/format.h>
 #include <string_view>
 
 namespace kxcontour {
@@ -25,9 +26,7 @@ std::string Encode(char32_t code) {
     if (code < 0x80 || (code >= 0xA0 && code <= 0xFF)) {
         return {static_cast<char>(code)};
     }
-    char text[sizeof "\\U+FFFF"];
-    std::snprintf(text, sizeof text, "\\U+%04X", static_cast<unsigned int>(code & 0xFFFFU));
-    return text;
+    return fmt::format("\\U+{:04X}", static_cast<std::uint32_t>(code));
 }
 
 /// Four hexadecimal digits are all that an escape has.

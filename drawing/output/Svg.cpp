@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <fmt/format.h>
 #include <string>
 #include <string_view>
 
@@ -19,16 +20,12 @@ namespace {
 std::string LayerId(const std::string& name) {
     constexpr std::string_view kKept =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-";
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
     std::string id = "layer-";
     for (const char letter : name) {
         if (kKept.find(letter) != std::string_view::npos) {
             id += letter;
         } else {
-            const auto byte = static_cast<unsigned char>(letter);
-            id += '_';
-            id += kDigits[byte / 16U];
-            id += kDigits[byte % 16U];
+            id += fmt::format("_{:02X}", static_cast<unsigned char>(letter));
         }
     }
     return id;
@@ -120,16 +117,15 @@ void WriteArc(TextWriter& file, const Arc& arc, const Point& end) {
 void WritePath(TextWriter& file, const Path& path) {
     file << "  <path d=\"M";
     WritePoint(file, path.points.front());
-    auto arc = path.arcs.begin();
-    for (std::size_t i = 1; i < path.points.size(); ++i) {
-        if (arc != path.arcs.end() && arc->first == i - 1) {
-            i = arc->last;
-            WriteArc(file, *arc++, path.points[i]);
-        } else {
-            file << 'L';
-            WritePoint(file, path.points[i]);
-        }
-    }
+    ForEachPiece(
+        path,
+        [&](std::size_t first, std::size_t last) {
+            for (std::size_t i = first + 1; i <= last; ++i) {
+                file << 'L';
+                WritePoint(file, path.points[i]);
+            }
+        },
+        [&](const Arc& arc) { WriteArc(file, arc, path.points[arc.last]); });
     file << "\"/>\n";
 }
 

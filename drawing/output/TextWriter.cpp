@@ -1,7 +1,7 @@
 // Numbers are formatted by std::to_chars: a stream would consult its locale for each of them.
 #include "drawing/output/TextWriter.h"
 
-#include "drawing/output/WriteFailure.h"
+#include <kxDrawing/Errors.h>
 
 #include <array>
 #include <charconv>
@@ -64,16 +64,18 @@ TextWriter& TextWriter::operator<<(std::size_t number) {
 
 void TextWriter::flush() {
     writeBuffer();
-    if (!out_.flush()) {
-        throw WriteFailure(0);
-    }
+    require(!out_.flush().fail());
 }
 
 void TextWriter::writeBuffer() {
-    if (!out_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()))) {
-        throw WriteFailure(0);
-    }
+    require(!out_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size())).fail());
     buffer_.clear();
+}
+
+void TextWriter::require(bool isWritten) {
+    if (!isWritten) {
+        throw kxdrawing::CannotWrite("the stream failed");
+    }
 }
 
 } // namespace kxcontour

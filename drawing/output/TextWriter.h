@@ -20,7 +20,7 @@ Number PaperNumber(double value);
 
 /// Formats into a buffer and writes that to the stream in large pieces.
 ///
-/// Operations throw WriteFailure when the stream fails, and pass on what the stream throws.
+/// Operations throw CannotWrite when the stream fails, and pass on what the stream throws.
 class TextWriter {
 public:
     explicit TextWriter(std::ostream& out);
@@ -38,6 +38,7 @@ public:
 
 private:
     void writeBuffer();
+    static void require(bool isWritten);
 
     std::ostream& out_;
     std::string buffer_;

@@ -1,16 +1,32 @@
 // The writers of a finished drawing, one function per format.
 //
-// A writer throws WriteFailure when the stream fails, and passes on what the stream throws. The
-// same drawing gives the same bytes, independent of locale, clock and machine. A FileStream keeps
-// the reason of a failed write.
+// A writer throws CannotWrite when the stream fails, and passes on what the stream throws. The same
+// drawing gives the same bytes, independent of locale, clock and machine.
 #pragma once
 
-#include "drawing/output/WriteFailure.h"
 #include "drawing/paper/Paper.h"
 
+#include <cstddef>
 #include <ostream>
 
 namespace kxcontour {
+
+/// Splits a path into its arcs, onArc(arc), and the runs of lines between them, onRun(first point,
+/// last point), in order.
+template <class OnRun, class OnArc>
+void ForEachPiece(const Path& path, const OnRun& onRun, const OnArc& onArc) {
+    std::size_t next = 0;
+    for (const Arc& arc : path.arcs) {
+        if (arc.first > next) {
+            onRun(next, arc.first);
+        }
+        onArc(arc);
+        next = arc.last;
+    }
+    if (next + 1 < path.points.size()) {
+        onRun(next, path.points.size() - 1);
+    }
+}
 
 /// SVG 1.1 in millimetres: one group per PathGroup, one path element per path, arcs as elliptic arc
 /// commands of a quarter turn or less. A drawing with named layers, dashes or arcs has layers as

@@ -2,7 +2,6 @@
 #include "tool/batch/FinishedJobs.h"
 
 #include "drawing/files/OutputFile.h"
-#include "drawing/output/Writers.h"
 #include "tool/common/Failure.h"
 
 #include <cerrno>
@@ -50,7 +49,7 @@ void Append(int file, std::string_view bytes) {
     if (!WriteAll(file, bytes)) {
         const int reason = errno;
         [[maybe_unused]] const int truncated = ::ftruncate(file, end);
-        throw WriteFailure(reason);
+        throw std::system_error(reason, std::generic_category());
     }
 }
 
@@ -112,9 +111,8 @@ void FinishedJobs::note(const BatchJob& job, const std::string& inputs) {
         } else {
             Append(file_.number(), LineOf(output, *now));
         }
-    } catch (const WriteFailure& failure) {
-        throw kxdrawing::CannotWrite(
-            path_ + ": cannot write: " + std::generic_category().message(failure.reason()));
+    } catch (const std::system_error& error) {
+        RefuseToWrite(path_, error.code().value());
     }
 }
 
@@ -127,7 +125,7 @@ void FinishedJobs::replaceFile() {
     // A second descriptor: commit() closes that of the output.
     Descriptor file(::fcntl(output.create(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     if (!file) {
-        throw WriteFailure(errno);
+        throw std::system_error(errno, std::generic_category());
     }
     Append(file.number(), lines);
     output.commit();

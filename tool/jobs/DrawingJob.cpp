@@ -1,7 +1,11 @@
 // Puts the options into the terms of the drawing engine.
 #include "tool/jobs/DrawingJob.h"
 
-#include "drawing/output/WriteDrawing.h"
+#include <kxDrawing/Writers.h>
+
+#include "tool/common/StandardStreams.h"
+
+#include <sstream>
 
 namespace kxcontour {
 namespace {
@@ -19,15 +23,34 @@ DrawingRequest RequestOf(const DrawingOptions& options) {
 
 } // namespace
 
+DrawingTarget::DrawingTarget(const std::string& path) {
+    if (path == "-") {
+        RequireStandardOutput();
+    } else {
+        file_.emplace(path);
+    }
+}
+
+void DrawingTarget::write(const std::function<void(std::ostream&)>& writer) {
+    if (file_) {
+        file_->write(writer);
+        return;
+    }
+    std::ostringstream whole;
+    writer(whole);
+    WriteToStandardOutput(whole.str());
+}
+
 DrawingReport
 DrawToFile(const Scene& scene, const DrawingOptions& options, DrawingObserver& observer) {
-    OutputFile file(options.output.path);
+    DrawingTarget target(options.output.path);
     const DrawingRequest request = RequestOf(options);
     kxdrawing::Drawing drawing = DrawScene(scene, request, observer);
     drawing.title = options.output.title.value_or(drawing.title);
     drawing.description = options.output.description.value_or("");
-    WriteDrawing(drawing, options.output.format, {options.output.dotsPerInch}, file,
-                 options.output.path);
+    target.write([&](std::ostream& out) {
+        kxdrawing::write(drawing, out, options.output.format, {options.output.dotsPerInch});
+    });
     return {options.output.path, drawing.page, drawing.statistics, drawing.scale,
             DescribeOverflow(drawing, request)};
 }

@@ -1,7 +1,7 @@
 // Costs are fitted as those of the stages of a drawing are, on files of seven formats.
 #include "tool/jobs/RunPlan.h"
 
-#include "drawing/StageCosts.h"
+#include "drawing/Drawing.h"
 #include "tool/options/Values.h"
 
 #include <algorithm>

@@ -47,7 +47,7 @@ void TellAbout(const Scene& scene,
     if (scene.dropped.total() > 0) {
         messages.warn(model + ": " + DescribeDropped(scene.dropped));
     }
-    if (IsCracked(scene.surface) && options.input.surface.weld.mode != WeldRequest::Mode::Off) {
+    if (IsCracked(scene.surface) && options.input.surface.weld.mode != ctr::Welding::Mode::Off) {
         messages.warn(model + ": " + DescribeCracks(scene.surface));
     }
     for (const std::string& loss : scene.coarse) {

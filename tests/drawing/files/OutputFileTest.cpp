@@ -217,55 +217,6 @@ TEST(OutputFile, FailsWhereTheTargetCannotBeReplacedAnyMore) {
     EXPECT_TRUE(fs::is_directory(folder.path("a.svg")));
 }
 
-/// Sends standard output to a descriptor, or closes it for -1, while this lives.
-class StandardOutput {
-public:
-    explicit StandardOutput(int descriptor) : before_(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 10)) {
-        ::fflush(stdout);
-        if (descriptor < 0) {
-            ::close(STDOUT_FILENO);
-        } else {
-            ::dup2(descriptor, STDOUT_FILENO);
-        }
-    }
-    ~StandardOutput() {
-        ::dup2(before_, STDOUT_FILENO);
-        ::close(before_);
-    }
-    StandardOutput(const StandardOutput&) = delete;
-    StandardOutput& operator=(const StandardOutput&) = delete;
-
-private:
-    int before_;
-};
-
-/// Puts temporary files into a folder while this lives.
-class TemporariesIn {
-public:
-    explicit TemporariesIn(const std::string& folder) {
-        const char* before = std::getenv("TMPDIR");
-        before_ = before != nullptr ? before : "/tmp";
-        ::setenv("TMPDIR", folder.c_str(), 1);
-    }
-    ~TemporariesIn() { ::setenv("TMPDIR", before_.c_str(), 1); }
-    TemporariesIn(const TemporariesIn&) = delete;
-    TemporariesIn& operator=(const TemporariesIn&) = delete;
-
-private:
-    std::string before_;
-};
-
-/// Runs something with standard output in a file and returns what got there.
-std::string OutputOf(const std::string& file, const std::function<void()>& action) {
-    const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    {
-        const StandardOutput redirected(descriptor);
-        action();
-    }
-    ::close(descriptor);
-    return ReadBytes(file);
-}
-
 /// In /tmp, links of others are traps.
 TEST(OutputFile, RefusesLinksOfOthersInFoldersThatAllMayWrite) {
     if (::geteuid() != 0) {
@@ -292,74 +243,6 @@ TEST(OutputFile, RefusesLinksOfOthersInFoldersThatAllMayWrite) {
     Write(output, "new");
     output.commit();
     EXPECT_EQ(ReadBytes(precious), "new") << "a link of one's own";
-}
-
-TEST(OutputFile, CopiesToStandardOutputWithItsCommit) {
-    const TemporaryFolder folder;
-    const TemporaryFolder temporaries;
-    const TemporariesIn there(temporaries.path(""));
-    const std::string text = std::string(300000, 'x') + std::string("\0end", 4);
-    const std::string written = OutputOf(folder.path("out"), [&] {
-        OutputFile output("-");
-        EXPECT_EQ(temporaries.entryCount(), 0U);
-        Write(output, text);
-        EXPECT_EQ(ReadBytes(folder.path("out")), "") << "nothing before the whole is there";
-        output.commit();
-        EXPECT_EQ(temporaries.entryCount(), 0U);
-    });
-    EXPECT_EQ(written, text);
-    EXPECT_FALSE(fs::exists("-"));
-}
-
-TEST(OutputFile, WritesNothingToStandardOutputWithoutACommit) {
-    const TemporaryFolder folder;
-    const TemporaryFolder temporaries;
-    const TemporariesIn there(temporaries.path(""));
-    const std::string written = OutputOf(folder.path("out"), [] {
-        OutputFile output("-");
-        Write(output, "new");
-    });
-    EXPECT_EQ(written, "");
-    EXPECT_EQ(temporaries.entryCount(), 0U);
-}
-
-/// The message when standard output, which is the descriptor, cannot take a large drawing.
-std::string RefusalOf(int descriptor) {
-    const TemporaryFolder temporaries;
-    const TemporariesIn there(temporaries.path(""));
-    std::string message;
-    {
-        const StandardOutput redirected(descriptor);
-        message = FailureOf<kxdrawing::CannotWrite>([] {
-            OutputFile output("-");
-            Write(output, std::string(300000, 'x'));
-            output.commit();
-        });
-    }
-    EXPECT_EQ(temporaries.entryCount(), 0U);
-    return message;
-}
-
-TEST(OutputFile, SaysWhyStandardOutputCannotBeWritten) {
-    const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
-    EXPECT_EQ(RefusalOf(full), "standard output: cannot write: No space left on device");
-    ::close(full);
-    EXPECT_EQ(RefusalOf(-1), "standard output: cannot write: Bad file descriptor");
-    int ends[2];
-    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    ::close(ends[0]);
-    const auto before = std::signal(SIGPIPE, SIG_IGN);
-    EXPECT_EQ(RefusalOf(ends[1]), "standard output: cannot write: Broken pipe");
-    std::signal(SIGPIPE, before);
-    ::close(ends[1]);
-}
-
-TEST(OutputFile, SaysThatThereIsNoPlaceForATemporary) {
-    const TemporaryFolder folder;
-    const TemporariesIn nowhere(folder.path("none"));
-    const std::string message = FailureOf<kxdrawing::CannotWrite>([] { OutputFile("-").create(); });
-    EXPECT_EQ(message, "standard output: cannot write: no temporary file in '" +
-                           folder.path("none") + "': No such file or directory");
 }
 
 TEST(OutputFile, IsWrittenByManyThreadsAtOnce) {

@@ -2,6 +2,7 @@
 #include "drawing/files/TemporaryFile.h"
 
 #include "ModelText.h"
+#include "tool/common/Interrupt.h"
 
 #include <gtest/gtest.h>
 

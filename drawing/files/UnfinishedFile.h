@@ -1,4 +1,4 @@
-// What Ctrl-C does.
+// Files that go when the process is ended before they are finished.
 #pragma once
 
 #include <csignal>
@@ -7,13 +7,8 @@
 
 namespace kxcontour {
 
-/// Makes SIGINT, SIGHUP, SIGQUIT, SIGTERM and SIGXCPU end the process at once, with a word on
-/// stderr and 128 plus the signal as exit code (130 for Ctrl-C), whatever it is doing and on
-/// however many threads. One that is ignored already stays so. An abort removes the unfinished
-/// files, too.
-void HandleInterrupts();
-
-/// Holds interrupts back while it lives, for the moment in which a file exists unannounced. Nests.
+/// Blocks the signals of this thread while it lives, for the moment in which a file exists
+/// unannounced. Nests.
 ///
 /// An interrupt that another thread takes meanwhile waits for the end of it. Keep it short: no
 /// waiting for other threads inside.
@@ -43,5 +38,11 @@ public:
 private:
     std::size_t slot_;
 };
+
+/// Both are for signal handlers. The first removes the files that are announced; the second does so
+/// when no other thread holds interrupts, or after a fifth of a second, and keeps all others from
+/// holding any again.
+void RemoveUnfinishedFiles();
+void EndUnfinishedFiles();
 
 } // namespace kxcontour

@@ -10,8 +10,8 @@ namespace kxcontour {
 /// fails with EBADF. Call it before anything is opened.
 void OccupyClosedStreams();
 
-/// Whether there is anything that standard output can be written to.
-bool IsStandardOutputOpen();
+/// Throws CannotWrite where there is nothing that standard output can be written to.
+void RequireStandardOutput();
 
 /// Writes all of a text to standard output, or throws CannotWrite. An empty text is never
 /// lost.

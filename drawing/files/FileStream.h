@@ -8,7 +8,7 @@ namespace kxcontour {
 
 /// Passes everything on at once, without a buffer of its own.
 ///
-/// A failed write throws WriteFailure with its errno value, which std::ofstream would lose.
+/// A failed write throws std::system_error with its errno value, which std::ofstream would lose.
 class FileStream : public std::ostream {
 public:
     /// Writes from the descriptor's position on; the descriptor stays the caller's and open.

@@ -1,16 +1,19 @@
 // A closed stream becomes /dev/null, open for the wrong direction only.
-#include "drawing/files/StandardStreams.h"
-
-#include <kxDrawing/Errors.h>
+#include "tool/common/StandardStreams.h"
 
 #include "drawing/files/Descriptor.h"
+#include "drawing/files/FilePlace.h"
 
 #include <cerrno>
 #include <fcntl.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace kxcontour {
+namespace {
+
+constexpr const char* kStandardOutput = "standard output";
+
+} // namespace
 
 void OccupyClosedStreams() {
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
@@ -21,16 +24,17 @@ void OccupyClosedStreams() {
     }
 }
 
-bool IsStandardOutputOpen() {
+void RequireStandardOutput() {
     const int flags = ::fcntl(STDOUT_FILENO, F_GETFL);
-    return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
+    if (flags < 0 || (flags & O_ACCMODE) == O_RDONLY) {
+        RefuseToWrite(kStandardOutput, EBADF);
+    }
 }
 
 // Straight to the descriptor: a stream would keep the failure and forget the reason.
 void WriteToStandardOutput(std::string_view text) {
     if (!WriteAll(STDOUT_FILENO, text)) {
-        throw kxdrawing::CannotWrite("standard output: cannot write: " +
-                                     std::generic_category().message(errno));
+        RefuseToWrite(kStandardOutput, errno);
     }
 }
 

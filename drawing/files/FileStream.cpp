@@ -1,11 +1,11 @@
 // With badbit among its exceptions, a stream rethrows what its buffer throws.
-#include "drawing/output/FileStream.h"
+#include "drawing/files/FileStream.h"
 
 #include "drawing/files/Descriptor.h"
-#include "drawing/output/WriteFailure.h"
 
 #include <cerrno>
 #include <string_view>
+#include <system_error>
 
 namespace kxcontour {
 
@@ -16,7 +16,7 @@ FileStream::FileStream(int descriptor) : std::ostream(nullptr), buffer_(descript
 
 std::streamsize FileStream::Buffer::xsputn(const char* text, std::streamsize count) {
     if (!WriteAll(descriptor_, std::string_view(text, static_cast<std::size_t>(count)))) {
-        throw WriteFailure(errno);
+        throw std::system_error(errno, std::generic_category());
     }
     return count;
 }

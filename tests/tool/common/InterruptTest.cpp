@@ -1,6 +1,8 @@
 // What an interrupt removes, on one thread and on many.
+#include "tool/common/Interrupt.h"
+
 #include "ModelText.h"
-#include "drawing/files/Interrupt.h"
+#include "drawing/files/UnfinishedFile.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // Streams over descriptors.
-#include "drawing/output/FileStream.h"
+#include "drawing/files/FileStream.h"
 
 #include "ModelText.h"
 #include "drawing/output/PaperDrawings.h"
