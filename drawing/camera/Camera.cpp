@@ -38,11 +38,11 @@ struct ToView {
         }
     }
 
-    Vector operator()(const Wm4::Vector3<float>& p) const {
-        const double x = static_cast<double>(p[0]);
-        const double y = static_cast<double>(p[1]);
-        const double z = static_cast<double>(p[2]);
-        const auto along = [&](const double* f) { return x * f[0] + y * f[1] + z * f[2] + f[3]; };
+    Vector operator()(const Wm4::Vector3<float>& point) const {
+        const Vector p = ToDouble(point);
+        const auto along = [&](const double* f) {
+            return p[0] * f[0] + p[1] * f[1] + p[2] * f[2] + f[3];
+        };
         return {along(factor[0]), along(factor[1]), along(factor[2])};
     }
 };
@@ -81,84 +81,76 @@ Vector InView(const Vector& point, const ViewAxes& axes) {
     return {point.Dot(axes.right), point.Dot(axes.up), point.Dot(axes.back)};
 }
 
-Vector InWorld(const Vector& point, const ViewAxes& axes) {
-    return point[0] * axes.right + point[1] * axes.up + point[2] * axes.back;
-}
-
-/// The middle of what is fitted, in the world.
+/// The middle of what is fitted, in the world, whose axes are those of the front view.
 Vector MiddleOf(const MeshList& meshes) {
-    const ViewAxes front = AxesOf(View::Front);
-    return InWorld(Around(Measure(meshes, front)).center(), front);
+    return Around(Measure(meshes, AxesOf(kxdrawing::Direction::Front))).center();
 }
 
 /// Upright on the page, unless a user says otherwise: the world's up, or for an eye straight above
 /// or below what the top and bottom views have up.
-Vector UpFor(const CameraRequest& request, const Vector& back) {
-    if (request.viewUp) {
-        return *request.viewUp;
+Vector UpFor(const View& view, const Vector& back) {
+    if (view.up) {
+        return ToVector(*view.up);
     }
     const bool vertical = back[0] == 0.0 && back[2] == 0.0;
-    return vertical ? AxesOf(back[1] > 0.0 ? View::Top : View::Bottom).up : Vector(0, 1, 0);
+    return vertical
+               ? AxesOf(back[1] > 0.0 ? kxdrawing::Direction::Top : kxdrawing::Direction::Bottom).up
+               : Vector(0, 1, 0);
 }
 
-ViewAxes ChooseAxes(const CameraRequest& request, const MeshList& fitted) {
-    if (request.position) {
-        const Vector focus = request.focalPoint ? *request.focalPoint : MiddleOf(fitted);
-        const Vector back = *request.position - focus;
-        return AxesLooking(back, UpFor(request, back));
+ViewAxes ChooseAxes(const View& view, const MeshList& fitted) {
+    if (view.eye) {
+        const Vector focus = view.target ? ToVector(*view.target) : MiddleOf(fitted);
+        const Vector back = ToVector(*view.eye) - focus;
+        return AxesLooking(back, UpFor(view, back));
     }
-    const ViewAxes axes =
-        request.azimuth || request.elevation
-            ? AxesOf(request.azimuth.value_or(0.0), request.elevation.value_or(0.0))
-            : AxesOf(request.view);
-    return request.viewUp ? AxesLooking(axes.back, *request.viewUp) : axes;
+    const ViewAxes axes = view.azimuth || view.elevation
+                              ? AxesOf(view.azimuth.value_or(0.0), view.elevation.value_or(0.0))
+                              : AxesOf(view.direction);
+    return view.up ? AxesLooking(axes.back, ToVector(*view.up)) : axes;
 }
 
-AimedCamera AimParallel(const CameraRequest& request,
+AimedCamera AimParallel(const View& view,
                         const CameraSubjects& subjects,
-                        const Sheet& sheet,
+                        const Page& page,
                         const ViewAxes& axes) {
     const std::vector<Box> drawn = Measure(subjects.drawn, axes);
     FitRules rules;
-    rules.page = sheet.page;
-    rules.margin = sheet.margin;
-    rules.zoom = request.zoom;
-    if (request.scale) {
-        rules.unitsPerMillimetre = 1.0 / *request.scale;
+    rules.page = page;
+    rules.zoom = view.zoom;
+    if (view.scale) {
+        rules.unitsPerMillimetre = 1.0 / *view.scale;
     }
-    if (request.focalPoint) {
-        rules.middle = InView(*request.focalPoint, axes);
+    if (view.target) {
+        rules.middle = InView(ToVector(*view.target), axes);
     }
     const Box all = Around(drawn);
     const Box fitted =
         subjects.fitted == subjects.drawn ? all : Around(Measure(subjects.fitted, axes));
     const Frame frame = FitToPage(fitted, drawn, Measure(subjects.occluders, axes), rules);
-    const double units = UnitsPerMillimetre(frame, sheet.page);
+    const double units = UnitsPerMillimetre(frame, page.size);
     const Vector size = all.size() / units;
     return {MakeCamera(frame, axes), units, PageSize{size[0], size[1]}};
 }
 
 /// The half angles of the whole sheet, of which the field of view is what is inside the margin.
-Pyramid OpenPyramid(const CameraRequest& request, const Sheet& sheet) {
-    const Turn half = TurnBy(0.5 * request.fieldOfView);
-    const double inner = half.sine / half.cosine / request.zoom;
+Pyramid OpenPyramid(const View& view, const Page& page) {
+    const Turn half = TurnBy(0.5 * view.fieldOfView);
+    const double inner = half.sine / half.cosine / view.zoom;
     Pyramid pyramid;
-    pyramid.tangentY = inner * sheet.page.height / (sheet.page.height - 2.0 * sheet.margin);
-    pyramid.tangentX = pyramid.tangentY * sheet.page.width / sheet.page.height;
+    pyramid.tangentY = inner * page.size.height / (page.size.height - 2.0 * page.margin);
+    pyramid.tangentX = pyramid.tangentY * page.size.width / page.size.height;
     return pyramid;
 }
 
 /// Where the eye sees all that is fitted inside the margin; zooming then leaves the eye in place.
-Vector FindEye(const CameraRequest& request,
-               const MeshList& fitted,
-               const Sheet& sheet,
-               const ViewAxes& axes) {
-    CameraRequest unzoomed = request;
+Vector FindEye(const View& view, const MeshList& fitted, const Page& page, const ViewAxes& axes) {
+    View unzoomed = view;
     unzoomed.zoom = 1.0;
-    const Pyramid whole = OpenPyramid(unzoomed, sheet);
-    const auto inside = [&](double side) { return (side - 2.0 * sheet.margin) / side; };
-    EyeFinder finder(whole.tangentX * inside(sheet.page.width),
-                     whole.tangentY * inside(sheet.page.height));
+    const Pyramid whole = OpenPyramid(unzoomed, page);
+    const auto inside = [&](double side) { return (side - 2.0 * page.margin) / side; };
+    EyeFinder finder(whole.tangentX * inside(page.size.width),
+                     whole.tangentY * inside(page.size.height));
     for (const kx::kxPointer<kx::kxTriMesh>& mesh : fitted) {
         ForEachCorner(*mesh, axes, [&](const Vector& point) { finder.add(point); });
     }
@@ -186,13 +178,13 @@ void ChooseDepths(Pyramid& pyramid, const CameraSubjects& subjects, const ViewAx
     pyramid.near = std::max(nearest * (1.0 - kPyramidPadding), pyramid.far * kNearestShare);
 }
 
-AimedCamera AimPerspective(const CameraRequest& request,
+AimedCamera AimPerspective(const View& view,
                            const CameraSubjects& subjects,
-                           const Sheet& sheet,
+                           const Page& page,
                            const ViewAxes& axes) {
-    Pyramid pyramid = OpenPyramid(request, sheet);
-    pyramid.eye = request.position ? InView(*request.position, axes)
-                                   : FindEye(request, subjects.fitted, sheet, axes);
+    Pyramid pyramid = OpenPyramid(view, page);
+    pyramid.eye =
+        view.eye ? InView(ToVector(*view.eye), axes) : FindEye(view, subjects.fitted, page, axes);
     ChooseDepths(pyramid, subjects, axes);
     return {MakeCamera(pyramid, axes), std::nullopt, std::nullopt};
 }
@@ -205,14 +197,11 @@ Box MeasureInView(const kx::kxTriMesh& mesh, const ViewAxes& axes) {
     return box;
 }
 
-AimedCamera
-AimCamera(const CameraRequest& request, const CameraSubjects& subjects, const Sheet& sheet) {
-    const ViewAxes axes = request.roll == 0.0
-                              ? ChooseAxes(request, subjects.fitted)
-                              : Rolled(ChooseAxes(request, subjects.fitted), request.roll);
-    return request.projection == Projection::Perspective
-               ? AimPerspective(request, subjects, sheet, axes)
-               : AimParallel(request, subjects, sheet, axes);
+AimedCamera AimCamera(const View& view, const CameraSubjects& subjects, const Page& page) {
+    const ViewAxes axes = view.roll == 0.0 ? ChooseAxes(view, subjects.fitted)
+                                           : Rolled(ChooseAxes(view, subjects.fitted), view.roll);
+    return view.projection == Projection::Perspective ? AimPerspective(view, subjects, page, axes)
+                                                      : AimParallel(view, subjects, page, axes);
 }
 
 } // namespace kxcontour

@@ -3,8 +3,7 @@
 
 #include <ctr/DiscreteProjectionSpace.h>
 
-#include "drawing/camera/CameraRequest.h"
-#include "drawing/paper/PageSize.h"
+#include "drawing/camera/View.h"
 #include "drawing/scene/Box.h"
 #include "drawing/scene/MeshBuilder.h"
 
@@ -20,11 +19,6 @@ struct CameraSubjects {
     const MeshList& drawn;
     const MeshList& fitted; ///< The part of drawn that fills the page; not empty.
     const MeshList& occluders;
-};
-
-struct Sheet {
-    PageSize page;
-    double margin = 10.0;
 };
 
 /// A camera and what it does to sizes.
@@ -44,7 +38,6 @@ struct AimedCamera {
 /// stays there. In parallel projection a position only gives a direction, and a focal point the
 /// middle of the page. Throws InvalidArgument for a camera that cannot be, NothingToDraw for sizes
 /// that single precision cannot hold or for a model wholly behind the eye.
-AimedCamera
-AimCamera(const CameraRequest& request, const CameraSubjects& subjects, const Sheet& sheet);
+AimedCamera AimCamera(const View& view, const CameraSubjects& subjects, const Page& page);
 
 } // namespace kxcontour

@@ -36,12 +36,12 @@ bool OverlapsSheet(const Box& box, const Frame& frame) {
 /// World units per millimetre, so that the box fills the page inside the margin.
 double ScaleToFit(const Box& fitted, const Vector& middle, const FitRules& rules) {
     double scale = 0.0;
-    const double sides[2] = {rules.page.width, rules.page.height};
+    const double sides[2] = {rules.page.size.width, rules.page.size.height};
     for (int axis = 0; axis < 2; ++axis) {
         const double reach =
             std::max(fitted.max[axis] - middle[axis], middle[axis] - fitted.min[axis]);
         const double size = rules.middle ? 2.0 * reach : fitted.size()[axis];
-        scale = std::max(scale, size / (sides[axis] - 2.0 * rules.margin));
+        scale = std::max(scale, size / (sides[axis] - 2.0 * rules.page.margin));
     }
     // A point has no size: any scale shows it.
     return scale > 0.0 ? scale : 1.0;
@@ -197,7 +197,8 @@ Frame FitToPage(const Box& fitted,
     const double scale = rules.unitsPerMillimetre
                              ? *rules.unitsPerMillimetre
                              : ScaleToFit(fitted, frame.center, rules) / rules.zoom;
-    frame.halfSize = {0.5 * rules.page.width * scale, 0.5 * rules.page.height * scale, 0.0};
+    frame.halfSize = {0.5 * rules.page.size.width * scale, 0.5 * rules.page.size.height * scale,
+                      0.0};
     FitDepth(frame, fitted, drawn, occluders);
     return frame;
 }

@@ -4,7 +4,6 @@
 #include <ctr/DiscreteProjectionSpace.h>
 
 #include "drawing/camera/View.h"
-#include "drawing/paper/PageSize.h"
 #include "drawing/scene/Box.h"
 
 #include <limits>
@@ -21,8 +20,7 @@ struct Frame {
 
 /// How a box is put on a page.
 struct FitRules {
-    PageSize page;
-    double margin = 10.0;                     ///< Millimetres that stay white all around.
+    Page page;
     double zoom = 1.0;                        ///< Over 0; beyond 1 the box outgrows the page.
     std::optional<double> unitsPerMillimetre; ///< The world's, per millimetre of paper; none: fit.
     std::optional<Wm4::Vector3<double>> middle; ///< In view coordinates; none: that of the box.

@@ -2,8 +2,10 @@
 #include "drawing/camera/SheetLayout.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <map>
+#include <numeric>
 #include <set>
 #include <utility>
 
@@ -16,33 +18,16 @@ constexpr double kGapShare = 1.0 / 20.0;
 /// Column and row, the front view at the origin and rows going down.
 using Slot = std::pair<int, int>;
 
-Slot ThirdAngleSlot(View view) {
-    switch (view) {
-    case View::Right:
-        return {1, 0};
-    case View::Back:
-        return {2, 0};
-    case View::Left:
-        return {-1, 0};
-    case View::Top:
-        return {0, -1};
-    case View::Bottom:
-        return {0, 1};
-    case View::Iso:
-        return {1, -1};
-    case View::Front:
-        break;
-    }
-    return {0, 0};
-}
+/// In third angle, by direction: front, back, left, right, top, bottom, iso.
+constexpr std::array<Slot, 7> kThirdAngle{
+    {{0, 0}, {2, 0}, {-1, 0}, {1, 0}, {0, -1}, {0, 1}, {1, -1}}};
 
 /// The isometric view keeps the upper right corner, where nothing else stands.
-Slot SlotOf(View view, Arrangement arrangement) {
-    const Slot slot = ThirdAngleSlot(view);
-    if (arrangement == Arrangement::ThirdAngle || view == View::Back || view == View::Iso) {
-        return slot;
-    }
-    return {-slot.first, -slot.second};
+Slot SlotOf(kxdrawing::Direction view, Arrangement arrangement) {
+    const auto [column, row] = kThirdAngle[static_cast<std::size_t>(view)];
+    const bool stays = arrangement == Arrangement::ThirdAngle ||
+                       view == kxdrawing::Direction::Back || view == kxdrawing::Direction::Iso;
+    return stays ? Slot(column, row) : Slot(-column, -row);
 }
 
 std::vector<Slot> SlotsOf(const std::vector<SheetView>& views, Arrangement arrangement) {
@@ -50,7 +35,7 @@ std::vector<Slot> SlotsOf(const std::vector<SheetView>& views, Arrangement arran
     bool hasFront = false;
     for (const SheetView& view : views) {
         slots.push_back(SlotOf(view.view, arrangement));
-        hasFront = hasFront || view.view == View::Front;
+        hasFront = hasFront || view.view == kxdrawing::Direction::Front;
     }
     const std::set<Slot> distinct(slots.begin(), slots.end());
     if (!hasFront || distinct.size() < slots.size()) {
@@ -65,11 +50,8 @@ std::vector<Slot> SlotsOf(const std::vector<SheetView>& views, Arrangement arran
 using Tracks = std::map<int, double>;
 
 double SumOf(const Tracks& tracks) {
-    double sum = 0.0;
-    for (const auto& [number, size] : tracks) {
-        sum += size;
-    }
-    return sum;
+    return std::accumulate(tracks.begin(), tracks.end(), 0.0,
+                           [](double sum, const auto& track) { return sum + track.second; });
 }
 
 /// Where each track begins, in millimetres, the gap before it included.
@@ -95,7 +77,7 @@ double ScaleFor(const Tracks& tracks, double room, double gap) {
 } // namespace
 
 SheetLayout ArrangeViews(const std::vector<SheetView>& views,
-                         const Sheet& sheet,
+                         const Page& page,
                          Arrangement arrangement,
                          std::optional<double> unitsPerMillimetre) {
     const std::vector<Slot> slots = SlotsOf(views, arrangement);
@@ -107,16 +89,15 @@ SheetLayout ArrangeViews(const std::vector<SheetView>& views,
         width = std::max(width, views[i].width);
         height = std::max(height, views[i].height);
     }
-    const PageSize page = sheet.page;
-    const double gap = kGapShare * std::min(page.width, page.height);
-    const double fitted = std::max(ScaleFor(columns, page.width - 2.0 * sheet.margin, gap),
-                                   ScaleFor(rows, page.height - 2.0 * sheet.margin, gap));
+    const double gap = kGapShare * std::min(page.size.width, page.size.height);
+    const double fitted = std::max(ScaleFor(columns, page.size.width - 2.0 * page.margin, gap),
+                                   ScaleFor(rows, page.size.height - 2.0 * page.margin, gap));
     SheetLayout layout;
     layout.unitsPerMillimetre = unitsPerMillimetre.value_or(fitted > 0.0 ? fitted : 1.0);
     const double scale = layout.unitsPerMillimetre;
     layout.needed = {WithGaps(columns, scale, gap), WithGaps(rows, scale, gap)};
-    const auto lefts = StartsOf(columns, scale, gap, 0.5 * (page.width - layout.needed.width));
-    const auto tops = StartsOf(rows, scale, gap, 0.5 * (page.height - layout.needed.height));
+    const auto lefts = StartsOf(columns, scale, gap, 0.5 * (page.size.width - layout.needed.width));
+    const auto tops = StartsOf(rows, scale, gap, 0.5 * (page.size.height - layout.needed.height));
     for (std::size_t i = 0; i < views.size(); ++i) {
         // Half of the gap on every side belongs to the cell, for strokes have a width.
         const auto [column, row] = slots[i];

@@ -1,7 +1,6 @@
 // Several views of one model on one sheet, at one scale.
 #pragma once
 
-#include "drawing/camera/Camera.h"
 #include "drawing/camera/View.h"
 
 #include <cstdint>
@@ -18,7 +17,7 @@ enum class Arrangement : std::uint8_t {
 
 /// A view and how large its drawing is, in world units.
 struct SheetView {
-    View view = View::Front;
+    kxdrawing::Direction view = kxdrawing::Direction::Front;
     double width = 0.0;
     double height = 0.0;
 };
@@ -26,7 +25,7 @@ struct SheetView {
 /// The part of the sheet that a view gets, in millimetres from the upper left corner. The drawing
 /// of the view is in the middle of it with room to spare.
 struct SheetCell {
-    View view = View::Front;
+    kxdrawing::Direction view = kxdrawing::Direction::Front;
     double left = 0.0;
     double top = 0.0;
     PageSize size;
@@ -42,7 +41,7 @@ struct SheetLayout {
 /// without a front view, or when two claim one place, in a row. Without a scale they are as large
 /// as the sheet inside its margin allows.
 SheetLayout ArrangeViews(const std::vector<SheetView>& views,
-                         const Sheet& sheet,
+                         const Page& page,
                          Arrangement arrangement,
                          std::optional<double> unitsPerMillimetre);
 

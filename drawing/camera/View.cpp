@@ -1,11 +1,9 @@
-// The axes of the named views, and their names.
+// The axes of named views, of angles and of points.
 #include "drawing/camera/View.h"
 
 #include <kxDrawing/Errors.h>
 
 #include "drawing/common/Angles.h"
-#include "drawing/common/NearestName.h"
-#include "drawing/common/Shortened.h"
 
 #include <algorithm>
 #include <cmath>
@@ -57,49 +55,19 @@ ViewAxes Rolled(const ViewAxes& axes, double degrees) {
             turn.sine * axes.right + turn.cosine * axes.up, axes.back};
 }
 
-ViewAxes AxesOf(View view) {
-    using V = Wm4::Vector3<double>;
-    switch (view) {
-    case View::Front:
-        return {V(1, 0, 0), V(0, 1, 0), V(0, 0, 1)};
-    case View::Back:
-        return {V(-1, 0, 0), V(0, 1, 0), V(0, 0, -1)};
-    case View::Left:
-        return {V(0, 0, 1), V(0, 1, 0), V(-1, 0, 0)};
-    case View::Right:
-        return {V(0, 0, -1), V(0, 1, 0), V(1, 0, 0)};
-    case View::Top:
-        return {V(1, 0, 0), V(0, 0, -1), V(0, 1, 0)};
-    case View::Bottom:
-        return {V(1, 0, 0), V(0, 0, 1), V(0, -1, 0)};
-    case View::Iso:
-        break;
+ViewAxes AxesOf(kxdrawing::Direction direction) {
+    // Azimuth and elevation: front, back, left, right, top, bottom.
+    constexpr double kAngles[][2]{{0, 0}, {180, 0}, {-90, 0}, {90, 0}, {0, 90}, {0, -90}};
+    if (direction != kxdrawing::Direction::Iso) {
+        const auto [azimuth, elevation] = kAngles[static_cast<std::size_t>(direction)];
+        return AxesOf(azimuth, elevation);
     }
     // Square roots and quotients are correctly rounded, so these are the same numbers everywhere.
+    using V = Wm4::Vector3<double>;
     const double half = 1.0 / std::sqrt(2.0);
     const double third = 1.0 / std::sqrt(3.0);
     const double sixth = 1.0 / std::sqrt(6.0);
     return {V(half, 0, -half), V(-sixth, 2.0 * sixth, -sixth), V(third, third, third)};
-}
-
-View ParseView(std::string_view text) {
-    const std::vector<std::string>& names = ViewNames();
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        if (names[i] == text) {
-            return static_cast<View>(i);
-        }
-    }
-    const std::string nearest = NearestName(text, names);
-    throw kxdrawing::InvalidArgument("unknown view '" + Shortened(text) + "'; " +
-                                     (nearest.empty() ? "" : "did you mean '" + nearest + "'? ") +
-                                     "choose front, back, left, right, top, bottom or iso");
-}
-
-const std::vector<std::string>& ViewNames() {
-    // In the order of the enumeration.
-    static const std::vector<std::string> names{"front", "back",   "left", "right",
-                                                "top",   "bottom", "iso"};
-    return names;
 }
 
 } // namespace kxcontour

@@ -1,15 +1,16 @@
-// The named directions from which a model is looked at.
+// The axes of views.
 #pragma once
 
 #include <Wm4Foundation.h>
-
-#include <string>
-#include <string_view>
-#include <vector>
+#include <kxDrawing/Page.h>
+#include <kxDrawing/View.h>
 
 namespace kxcontour {
 
-enum class View { Front, Back, Left, Right, Top, Bottom, Iso };
+using kxdrawing::Page;
+using kxdrawing::PageSize;
+using kxdrawing::Projection;
+using kxdrawing::View;
 
 /// The axes of a view in the world, of unit length and at right angles; right x up = back.
 ///
@@ -22,7 +23,7 @@ struct ViewAxes {
 
 /// The axes of a view. All but Iso have entries of exactly 0, 1 and -1; Iso looks along a body
 /// diagonal of the axes (isometric), from the front, the right and above.
-ViewAxes AxesOf(View view);
+ViewAxes AxesOf(kxdrawing::Direction direction);
 
 /// The axes of an eye that has gone azimuth degrees from the front towards the right, and then up
 /// by elevation degrees. Multiples of 90 give entries of exactly 0, 1 and -1.
@@ -34,11 +35,5 @@ ViewAxes AxesLooking(const Wm4::Vector3<double>& back, const Wm4::Vector3<double
 
 /// The same view with the drawing turned counter-clockwise on the page, in degrees.
 ViewAxes Rolled(const ViewAxes& axes, double degrees);
-
-/// Reads front, back, left, right, top, bottom or iso. Throws InvalidArgument for any other text.
-View ParseView(std::string_view text);
-
-/// The names that ParseView() knows.
-const std::vector<std::string>& ViewNames();
 
 } // namespace kxcontour

@@ -3,8 +3,8 @@
 #include <kxDrawing/Errors.h>
 
 #include "drawing/Drawing.h"
-#include "drawing/common/StagePlan.h"
 #include "drawing/interface/SceneAccess.h"
+#include "drawing/scene/Box.h"
 
 #include <cmath>
 #include <exception>
@@ -13,21 +13,16 @@
 namespace kxdrawing {
 namespace {
 
-using kxcontour::CameraRequest;
-
 /// Passes the progress of the stages on. An exception of the receiver cancels the stage, whose code
 /// need not be prepared for it, and is thrown again once that has returned.
 class ProgressObserver : public kxcontour::DrawingObserver {
 public:
     explicit ProgressObserver(Progress* receiver) : receiver_(receiver) {}
 
-    void expect(std::vector<kxcontour::PlannedStage> stages) override {
-        plan_.expect(std::move(stages));
-    }
     void enter(const char* stage) override {
-        plan_.enter(stage);
+        DrawingObserver::enter(stage);
         stage_ = stage;
-        report();
+        report(share());
         rethrow();
     }
     void rethrow() override {
@@ -36,47 +31,35 @@ public:
         }
     }
     bool isCanceled() const override { return thrown_ != nullptr; }
-    void setTotal(double steps) override { plan_.setTotal(steps); }
-    void getRange(double& start, double& end) const override {
-        start = plan_.done();
-        end = plan_.total();
-    }
     void advance(double steps) override {
-        plan_.advance(steps);
-        report();
+        DrawingObserver::advance(steps);
+        report(share());
     }
     void finish() {
-        share_ = 1.0;
-        if (receiver_ != nullptr) {
-            receiver_->report(share_, stage_);
-        }
+        report(1.0);
+        rethrow();
     }
 
 private:
-    void report() {
-        if (receiver_ == nullptr || thrown_) {
-            return;
-        }
-        share_ = std::max(share_, plan_.share());
+    void report(double share) {
+        reported_ = std::max(reported_, share);
         try {
-            receiver_->report(share_, stage_);
+            if (receiver_ != nullptr && !thrown_) {
+                receiver_->report(reported_, stage_);
+            }
         } catch (...) {
             thrown_ = std::current_exception();
         }
     }
 
     Progress* receiver_;
-    kxcontour::StagePlan plan_;
     const char* stage_ = "";
-    double share_ = 0.0;
+    double reported_ = 0.0;
     std::exception_ptr thrown_;
 };
 
-void RequireFinite(const std::optional<Vector>& vector, const char* name) {
-    if (vector && !(std::isfinite((*vector)[0]) && std::isfinite((*vector)[1]) &&
-                    std::isfinite((*vector)[2]))) {
-        throw InvalidArgument(std::string(name) + " is not finite");
-    }
+bool IsFinite(const std::optional<Vector>& vector) {
+    return !vector || kxcontour::IsFinite(kxcontour::ToVector(*vector));
 }
 
 void Require(bool holds, const char* message) {
@@ -87,7 +70,7 @@ void Require(bool holds, const char* message) {
 
 /// In single precision, as cameras are.
 bool HasInverse(const Matrix& matrix) {
-    const Wm4::Matrix4<double> inverse = RowVectorMatrix(matrix).Inverse();
+    const Wm4::Matrix4<double> inverse = kxcontour::RowVectorMatrix(matrix).Inverse();
     for (int i = 0; i < 16; ++i) {
         if (!std::isfinite(static_cast<float>(matrix[static_cast<std::size_t>(i)])) ||
             !std::isfinite(static_cast<float>(inverse[i / 4][i % 4]))) {
@@ -101,9 +84,9 @@ bool HasInverse(const Matrix& matrix) {
 void Check(const View& view) {
     Require(!view.matrix || HasInverse(*view.matrix),
             "the matrix of the view is singular or not finite");
-    RequireFinite(view.eye, "the eye");
-    RequireFinite(view.target, "the target");
-    RequireFinite(view.up, "the up direction");
+    Require(IsFinite(view.eye), "the eye is not finite");
+    Require(IsFinite(view.target), "the target is not finite");
+    Require(IsFinite(view.up), "the up direction is not finite");
     Require(std::isfinite(view.azimuth.value_or(0.0)), "the azimuth is not finite");
     Require(std::isfinite(view.elevation.value_or(0.0)), "the elevation is not finite");
     Require(std::isfinite(view.roll), "the roll is not finite");
@@ -147,27 +130,6 @@ void Check(const LineOptions& options) {
     Require(options.paths || options.lines, "neither paths nor lines are requested");
 }
 
-std::optional<Wm4::Vector3<double>> Internal(const std::optional<Vector>& vector) {
-    return vector ? std::optional<Wm4::Vector3<double>>({(*vector)[0], (*vector)[1], (*vector)[2]})
-                  : std::nullopt;
-}
-
-CameraRequest CameraOf(const View& view) {
-    CameraRequest request;
-    request.view = static_cast<kxcontour::View>(view.direction);
-    request.azimuth = view.azimuth;
-    request.elevation = view.elevation;
-    request.roll = view.roll;
-    request.position = Internal(view.eye);
-    request.focalPoint = Internal(view.target);
-    request.viewUp = Internal(view.up);
-    request.projection = static_cast<kxcontour::Projection>(view.projection);
-    request.fieldOfView = view.fieldOfView;
-    request.zoom = view.zoom;
-    request.scale = view.scale;
-    return request;
-}
-
 } // namespace
 
 Progress::~Progress() = default;
@@ -180,14 +142,7 @@ Drawing draw(const Scene& scene,
     Check(view);
     Check(page);
     Check(options);
-    kxcontour::DrawingRequest request;
-    request.camera = CameraOf(view);
-    if (view.matrix) {
-        request.fileToClip = RowVectorMatrix(*view.matrix);
-    }
-    request.page.size = page.size;
-    request.page.margin = page.margin;
-    request.lines = options;
+    const kxcontour::DrawingRequest request{{view, {}}, {page, {}, {}}, options};
     ProgressObserver observer(progress);
     Drawing drawing = DrawScene(SceneAccess::prepared(scene), request, observer);
     observer.finish();

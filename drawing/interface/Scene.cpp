@@ -2,7 +2,6 @@
 #include <kxDrawing/Errors.h>
 
 #include "drawing/interface/SceneAccess.h"
-#include "drawing/scene/Axes.h"
 #include "drawing/scene/Placing.h"
 
 #include <algorithm>
@@ -68,9 +67,9 @@ void Check(const Mesh& mesh) {
 Box BoxOf(std::span<const double> positions) {
     Box box;
     for (std::size_t i = 0; i < positions.size(); i += 3) {
-        if (std::isfinite(positions[i]) && std::isfinite(positions[i + 1]) &&
-            std::isfinite(positions[i + 2])) {
-            box.add({positions[i], positions[i + 1], positions[i + 2]});
+        const Wm4::Vector3<double> point(positions[i], positions[i + 1], positions[i + 2]);
+        if (kxcontour::IsFinite(point)) {
+            box.add(point);
         }
     }
     return box;
@@ -124,7 +123,7 @@ WorldOf(const Matrix& placement, const Wm4::Vector3<double>& origin, UpAxis up) 
     for (int axis = 0; axis < 3; ++axis) {
         moved[3][axis] = origin[axis];
     }
-    return moved * RowVectorMatrix(placement) * kxcontour::StandUp(up);
+    return moved * kxcontour::RowVectorMatrix(placement) * kxcontour::StandUp(up);
 }
 
 Model EmptyModel(const SceneOptions& options) {
@@ -141,7 +140,7 @@ kxcontour::Scene Build(const Meshes& meshes) {
     }
     kxcontour::SurfaceRules rules;
     if (meshes.options.weld == Weld::Off) {
-        rules.weld.mode = kxcontour::WeldRequest::Mode::Off;
+        rules.weld.mode = ctr::Welding::Mode::Off;
     }
     kxcontour::SceneBuilder builder(rules);
     builder.addDrawn(meshes.drawn, "scene");

@@ -10,7 +10,6 @@
 #include "import/SceneReader.h"
 #include "tool/ModelText.h"
 #include "tool/SvgFile.h"
-#include "tool/Unwatched.h"
 #include "tool/jobs/DrawingJob.h"
 
 #include <array>
@@ -96,14 +95,14 @@ DrawingOptions TakeOptions(FuzzBytes& bytes, const std::string& model) {
         options.lines.arcTolerance = 0.05;
     }
     if ((flags & 16U) != 0) {
-        options.page.views = {kxcontour::View::Front, kxcontour::View::Top};
+        options.page.views = {kxdrawing::Direction::Front, kxdrawing::Direction::Top};
     } else if ((flags & 32U) != 0) {
-        options.camera.projection = kxcontour::Projection::Perspective;
+        options.camera.projection = kxdrawing::Projection::Perspective;
     }
     if ((flags & 64U) != 0) {
         options.input.surface.creaseAngle = 20.0;
     }
-    options.camera.view = static_cast<kxcontour::View>((flags >> 5U) % 7U);
+    options.camera.direction = static_cast<kxdrawing::Direction>((flags >> 5U) % 7U);
     return options;
 }
 
@@ -214,7 +213,7 @@ void CheckFailure(const kxdrawing::Error& failure) {
 }
 
 void Draw(const Scene& scene, const DrawingOptions& options) {
-    tool_test::Unwatched observer;
+    kxcontour::DrawingObserver observer;
     DrawToFile(scene, options, observer);
     CheckDrawing(options);
     const std::string once = tool_test::ReadBytes(options.output.path);

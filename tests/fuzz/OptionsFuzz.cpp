@@ -36,9 +36,9 @@ const tool_test::TemporaryFolder& Folder() {
     return folder;
 }
 
-bool IsFinite(const std::optional<Wm4::Vector3<double>>& point) {
-    return !point ||
-           (std::isfinite(point->X()) && std::isfinite(point->Y()) && std::isfinite(point->Z()));
+bool IsFinite(const std::optional<kxdrawing::Vector>& point) {
+    return !point || std::all_of(point->begin(), point->end(),
+                                 [](double coordinate) { return std::isfinite(coordinate); });
 }
 
 bool IsOver(double low, double value) {
@@ -85,7 +85,7 @@ void CheckDrawing(const DrawingOptions& options) {
     Require(IsOver(0.0, output.dotsPerInch), "a resolution out of bounds");
     Require(!lines.arcTolerance || IsOver(0.0, *lines.arcTolerance), "a tolerance of nothing");
     const kxcontour::CameraRequest& camera = options.camera;
-    Require(IsFinite(camera.position) && IsFinite(camera.focalPoint) && IsFinite(camera.viewUp),
+    Require(IsFinite(camera.eye) && IsFinite(camera.target) && IsFinite(camera.up),
             "a camera nowhere");
     Require(!camera.scale || IsOver(0.0, *camera.scale), "a scale of nothing");
 }

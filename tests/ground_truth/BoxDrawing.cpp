@@ -7,7 +7,6 @@
 #include "drawing/scene/Scene.h"
 #include "tool/ModelText.h"
 #include "tool/SvgFile.h"
-#include "tool/Unwatched.h"
 
 #include <algorithm>
 #include <fstream>
@@ -132,10 +131,12 @@ void BoxDrawing::draw() {
     const tool_test::TemporaryFolder folder;
     const std::string path = folder.path("drawing.svg");
     kxcontour::DrawingRequest request;
-    request.camera = view_.request();
+    request.camera = {view_.request(), {}};
     request.lines.lines = false;
-    tool_test::Unwatched observer;
-    kxdrawing::write(DrawScene(kxcontour::MakeScene(ModelOf(scene_)), request, observer), path);
+    kxcontour::DrawingObserver observer;
+    kxcontour::SceneBuilder builder({});
+    builder.addDrawn(ModelOf(scene_), "model");
+    kxdrawing::write(DrawScene(builder.finish(), request, observer), path);
     drawn_ = LinesOf(tool_test::ReadSvg(path));
 }
 

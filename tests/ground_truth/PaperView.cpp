@@ -2,6 +2,7 @@
 #include "PaperView.h"
 
 #include "support/Random.h"
+#include "tool/options/OptionTable.h"
 
 #include <algorithm>
 #include <array>
@@ -64,7 +65,7 @@ Vector Direction(double azimuth, double elevation) {
 const std::array<Vector, 6> kAxisDirections{Vector(0, 0, 1), Vector(0, 0, -1), Vector(-1, 0, 0),
                                             Vector(1, 0, 0), Vector(0, 1, 0),  Vector(0, -1, 0)};
 
-std::string TextOf(const Vector& v) {
+std::string TextOf(const kxdrawing::Vector& v) {
     std::ostringstream text;
     text << v[0] << "," << v[1] << "," << v[2];
     return text.str();
@@ -96,7 +97,7 @@ void PaperView::chooseParallel(ViewKind kind, std::uint64_t seed) {
     Vector back(1, 1, 1);
     if (kind == ViewKind::AlongAxis) {
         const auto number = static_cast<std::size_t>(random.below(6));
-        request_.view = static_cast<kxcontour::View>(number);
+        request_.direction = static_cast<kxdrawing::Direction>(number);
         back = kAxisDirections[number];
     } else if (kind == ViewKind::Level || kind == ViewKind::Oblique) {
         const bool level = kind == ViewKind::Level;
@@ -133,10 +134,10 @@ void PaperView::choosePerspective(ViewKind kind,
     for (int i = 0; i < 3; ++i) {
         way[i] = std::round(2.0 * way[i]) / 2.0;
     }
-    request_.projection = kxcontour::Projection::Perspective;
-    request_.focalPoint = focus;
-    request_.position = focus + way;
+    request_.projection = kxdrawing::Projection::Perspective;
+    request_.target = {focus[0], focus[1], focus[2]};
     eye_ = {false, focus + way};
+    request_.eye = {eye_.place[0], eye_.place[1], eye_.place[2]};
     look(way);
 }
 
@@ -192,13 +193,13 @@ PagePoint PaperView::project(const Vector& point) const {
 std::string PaperView::options() const {
     std::ostringstream text;
     if (!eye_.parallel) {
-        text << "--projection perspective --camera-position " << TextOf(*request_.position)
-             << " --camera-focal-point " << TextOf(*request_.focalPoint) << " --fov "
+        text << "--projection perspective --camera-position " << TextOf(*request_.eye)
+             << " --camera-focal-point " << TextOf(*request_.target) << " --fov "
              << request_.fieldOfView;
     } else if (request_.azimuth) {
         text << "--azimuth " << *request_.azimuth << " --elevation " << *request_.elevation;
     } else {
-        text << "--view " << kxcontour::ViewNames()[static_cast<std::size_t>(request_.view)];
+        text << "--view " << kxcontour::ViewNames()[static_cast<std::size_t>(request_.direction)];
     }
     return text.str();
 }

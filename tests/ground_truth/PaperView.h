@@ -1,8 +1,9 @@
 // Cameras of test drawings, and where points are on an A4 page, computed independently.
 #pragma once
 
+#include <kxDrawing/View.h>
+
 #include "BoxLines.h"
-#include "drawing/camera/CameraRequest.h"
 #include "tool/SvgFile.h"
 
 #include <cstddef>
@@ -38,7 +39,7 @@ class PaperView {
 public:
     PaperView(ViewKind kind, const std::vector<Cuboid>& boxes, std::uint64_t seed);
 
-    const kxcontour::CameraRequest& request() const { return request_; }
+    const kxdrawing::View& request() const { return request_; }
     const Eye& eye() const { return eye_; }
     tool_test::PagePoint project(const Vector& point) const;
 
@@ -52,7 +53,7 @@ private:
     void fit(const std::vector<Cuboid>& boxes);
     tool_test::PagePoint flat(const Vector& point) const;
 
-    kxcontour::CameraRequest request_;
+    kxdrawing::View request_;
     Eye eye_;
     Vector right_;
     Vector up_;

@@ -55,7 +55,7 @@ private:
 };
 
 /// Converts the progress of one job to its share of the bar. For one thread at a time.
-class JobObserver : public StageFollower {
+class JobObserver : public DrawingObserver {
 public:
     /// reported: the share of the job that the bar has counted already.
     JobObserver(SharedProgress& progress, double reported)
@@ -67,11 +67,11 @@ public:
     JobObserver& operator=(const JobObserver&) = delete;
 
     void enter(const char* stage) override {
-        StageFollower::enter(stage);
+        DrawingObserver::enter(stage);
         report();
     }
     void advance(double steps) override {
-        StageFollower::advance(steps);
+        DrawingObserver::advance(steps);
         report();
     }
 

@@ -25,12 +25,12 @@ std::string SecondsLeft(double elapsed, double share) {
 
 void Progress::enter(const char* stage) {
     stage_ = stage;
-    StageFollower::enter(stage);
+    DrawingObserver::enter(stage);
     draw(share());
 }
 
 void Progress::advance(double steps) {
-    StageFollower::advance(steps);
+    DrawingObserver::advance(steps);
     if (shown_ && Clock::now() - drawn_ >= kRedrawInterval) {
         draw(share());
     }

@@ -2,8 +2,8 @@
 #include "tool/info/ModelReport.h"
 
 #include "drawing/common/LengthUnit.h"
-#include "drawing/common/ReadNumber.h"
 #include "tool/common/PlainText.h"
+#include "tool/options/PaperText.h"
 
 #include <algorithm>
 #include <fmt/format.h>

@@ -83,13 +83,13 @@ BatchJob ReadJob(const GivenOptions& given, const std::string& name) {
 }
 
 std::vector<BatchJob> ReadViewsOf(const GivenJob& given) {
-    const std::vector<View> views = ReadBatchOptions(given.options).views;
+    const std::vector<Direction> views = ReadBatchOptions(given.options).views;
     if (views.empty()) {
         return {ReadJob(given.options, given.name)};
     }
     RequireMark(given.options);
     std::vector<BatchJob> jobs;
-    for (const View view : views) {
+    for (const Direction view : views) {
         const std::string& viewName = ViewNames()[static_cast<std::size_t>(view)];
         GivenOptions one = given.options;
         one.remove("views");

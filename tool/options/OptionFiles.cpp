@@ -2,7 +2,6 @@
 #include "tool/options/OptionFiles.h"
 
 #include "drawing/common/NearestName.h"
-#include "drawing/common/Shortened.h"
 #include "tool/common/Failure.h"
 #include "tool/options/OptionKeys.h"
 #include "tool/options/Values.h"

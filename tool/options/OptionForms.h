@@ -17,22 +17,25 @@ namespace kxcontour {
 template <class Group, class All> auto& GroupOf(All& all) {
     using Wanted = std::conditional_t<std::is_const_v<All>, const Group, Group>;
     auto& drawing = all.drawing;
-    return std::get<Wanted&>(std::tie(drawing.input, drawing.input.surface, drawing.input.reading,
-                                      drawing.camera, drawing.page, drawing.lines, drawing.output,
-                                      drawing.messages, all.batch));
+    if constexpr (std::is_base_of_v<Group, CameraRequest>) {
+        return static_cast<Wanted&>(drawing.camera);
+    } else if constexpr (std::is_base_of_v<Group, PageOptions>) {
+        return static_cast<Wanted&>(drawing.page);
+    } else {
+        return std::get<Wanted&>(std::tie(drawing.input, drawing.input.surface,
+                                          drawing.input.reading, drawing.lines, drawing.output,
+                                          drawing.messages, all.batch));
+    }
 }
 
 /// The members of a value that is not a single one. Bindings name all of them: a new member has to
 /// be added here before it compiles.
 /// @{
-inline auto MembersOf(const Wm4::Vector3<double>& point) {
-    return std::tuple(point.X(), point.Y(), point.Z());
-}
-inline auto MembersOf(const PageSize& page) {
+inline auto MembersOf(const kxdrawing::PageSize& page) {
     const auto& [width, height] = page;
     return std::tie(width, height);
 }
-inline auto MembersOf(const WeldRequest& weld) {
+inline auto MembersOf(const ctr::Welding& weld) {
     const auto& [mode, millimetres] = weld;
     return std::tie(mode, millimetres);
 }

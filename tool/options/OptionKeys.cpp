@@ -3,7 +3,6 @@
 #include "tool/options/OptionKeys.h"
 
 #include "drawing/common/NearestName.h"
-#include "drawing/common/Shortened.h"
 #include "tool/common/Failure.h"
 #include "tool/options/Values.h"
 

@@ -89,8 +89,8 @@ void CheckStandardInput(const GivenOptions& given, const InputOptions& input) {
 }
 
 void CheckCamera(const GivenOptions& given, const CameraRequest& camera) {
-    const bool perspective = camera.projection == Projection::Perspective;
-    Forbid(given, "camera-position", camera.focalPoint && camera.position == camera.focalPoint,
+    const bool perspective = camera.projection == kxdrawing::Projection::Perspective;
+    Forbid(given, "camera-position", camera.target && camera.eye == camera.target,
            "--camera-position and --camera-focal-point are the same point");
     Forbid(given, "fov", !camera.scale && !perspective, "--fov needs --projection perspective");
     Forbid(given, "scale", given.has("zoom"), "--scale and --zoom cannot be combined");
@@ -226,7 +226,7 @@ DrawingOptions ReadDrawingOptions(const GivenOptions& given) {
     CheckViews(given, "sheet");
     ReadTopic(Topic::Page, given, all);
     CheckCamera(given, options.camera);
-    const bool perspective = options.camera.projection == Projection::Perspective;
+    const bool perspective = options.camera.projection == kxdrawing::Projection::Perspective;
     CheckPage(given, options.page, perspective);
     ReadTopic(Topic::Lines, given, all);
     ReadTopic(Topic::Output, given, all);

@@ -5,6 +5,7 @@
 #include "import/files/LetterCase.h"
 #include "tool/common/Failure.h"
 #include "tool/options/OptionForms.h"
+#include "tool/options/PaperText.h"
 
 #include <algorithm>
 #include <array>
@@ -57,7 +58,7 @@ void AddOccluder(const std::string& text, std::vector<std::string>& occluders) {
 }
 
 void TurnPage(const std::string& text, PageSize& page) {
-    page = text == "true" ? Landscape(page) : page;
+    page = text == "true" ? kxdrawing::Page{page}.landscape().size : page;
 }
 
 std::string ParseEnding(const std::string& text) {
@@ -71,13 +72,13 @@ std::string ParseEnding(const std::string& text) {
     return ending;
 }
 
-WeldRequest ParseWeld(const std::string& text) {
-    using Mode = WeldRequest::Mode;
+ctr::Welding ParseWeld(const std::string& text) {
+    using Mode = ctr::Welding::Mode;
     if (text == "auto" || text == "off") {
-        return {text == "auto" ? Mode::Auto : Mode::Off, 0.0};
+        return {text == "auto" ? Mode::Automatic : Mode::Off, 0.0};
     }
     constexpr double kMost = 1e6;
-    return {Mode::Length,
+    return {Mode::Distance,
             ParseLength(text, "weld distance", "auto, off or a positive length up to 1000 m",
                         {0.0, kMost, true, false})};
 }
@@ -107,18 +108,22 @@ std::optional<std::string> ParseFit(const std::string& text) {
     return text == "all" ? std::nullopt : std::optional<std::string>(text);
 }
 
-Wm4::Vector3<double> ParseViewUp(const std::string& text) {
-    const Wm4::Vector3<double> up = ParsePoint(text, "camera view up");
-    if (up == Wm4::Vector3<double>(0.0, 0.0, 0.0)) {
+kxdrawing::Vector ParseViewUp(const std::string& text) {
+    const kxdrawing::Vector up = ParsePoint(text, "camera view up");
+    if (up == kxdrawing::Vector{}) {
         RefuseUsage("--camera-view-up 0,0,0 has no direction");
     }
     return up;
 }
 
-std::vector<View> ParseViews(const std::string& text) {
-    std::vector<View> views;
+Direction ParseView(const std::string& text) {
+    return static_cast<Direction>(ParseName(text, "view", ViewNames()));
+}
+
+std::vector<Direction> ParseViews(const std::string& text) {
+    std::vector<Direction> views;
     for (const std::string& name : Split(text, ",")) {
-        const View view = ParseView(name);
+        const Direction view = ParseView(name);
         if (std::count(views.begin(), views.end(), view) > 0) {
             RefuseUsage("view '" + name + "' is listed twice");
         }
@@ -140,6 +145,12 @@ std::string ParseStatePath(const std::string& text) {
 }
 
 } // namespace
+
+const std::vector<std::string>& ViewNames() {
+    static const std::vector<std::string> names{"front", "back",   "left", "right",
+                                                "top",   "bottom", "iso"};
+    return names;
+}
 
 const std::vector<OptionInfo>& OptionTable() {
     static const std::vector<OptionInfo> table{
@@ -202,7 +213,7 @@ const std::vector<OptionInfo>& OptionTable() {
          "made while reading. Nothing is drawn.",
          Scope::CommandLine},
         {"view", 0, "NAME", "iso", Topic::Camera, Effect::Drawing,
-         Stored(ValueKind::Text, &CameraRequest::view, ParseView, ViewNames()),
+         Stored(ValueKind::Text, &CameraRequest::direction, ParseView, ViewNames()),
          "front, back, left, right, top, bottom or iso",
          "The direction of view. iso is isometric, from the front, the right and above."},
         {"azimuth", 0, "DEG", "", Topic::Camera, Effect::Drawing,
@@ -221,21 +232,21 @@ const std::vector<OptionInfo>& OptionTable() {
          "Turn the drawing counter-clockwise by DEG degrees",
          "Turns the drawing counter-clockwise on the page, in degrees."},
         {"camera-position", 0, "X,Y,Z", "", Topic::Camera, Effect::Drawing,
-         Coordinates(&CameraRequest::position, "camera position"),
+         Coordinates(&CameraRequest::eye, "camera position"),
          "Look from a point in the first model's coordinates",
          "The point to look from, in the axes and the unit of the first model's file. Overrides "
          "--view and the angles."},
         {"camera-focal-point", 0, "X,Y,Z", "the middle", Topic::Camera, Effect::Drawing,
-         Coordinates(&CameraRequest::focalPoint, "camera focal point"),
+         Coordinates(&CameraRequest::target, "camera focal point"),
          "Look at a point in those coordinates",
          "The point to look at, in the axes and the unit of the first model's file."},
         {"camera-view-up", 0, "X,Y,Z", "the up axis", Topic::Camera, Effect::Drawing,
-         Stored(ValueKind::Point, &CameraRequest::viewUp, ParseViewUp),
+         Stored(ValueKind::Point, &CameraRequest::up, ParseViewUp),
          "The direction that points up on the page",
          "The direction that points up on the page, in the axes of the first model's file."},
         {"projection", 0, "KIND", "orthographic", Topic::Camera, Effect::Drawing,
-         Name<Projection>(&CameraRequest::projection, "projection",
-                          {"orthographic", "perspective"}),
+         Name<kxdrawing::Projection>(&CameraRequest::projection, "projection",
+                                     {"orthographic", "perspective"}),
          "orthographic or perspective",
          "Orthographic views keep parallels parallel and have a scale; perspective shows distant "
          "objects smaller."},

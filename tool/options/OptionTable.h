@@ -49,10 +49,10 @@ inline constexpr unsigned int kMostThreads = 256;
 
 /// The options of a whole batch.
 struct BatchOptions {
-    std::vector<View> views;  ///< One drawing each; empty: the camera's view.
-    unsigned int threads = 0; ///< 0: one per processor.
-    bool force = false;       ///< Draw again what is up to date.
-    std::string statePath;    ///< The file of finished work; empty: not given.
+    std::vector<Direction> views; ///< One drawing each; empty: the camera's view.
+    unsigned int threads = 0;     ///< 0: one per processor.
+    bool force = false;           ///< Draw again what is up to date.
+    std::string statePath;        ///< The file of finished work; empty: not given.
 };
 
 /// The structs in which the rows store values.
@@ -102,6 +102,9 @@ const std::vector<OptionInfo>& OptionTable();
 
 /// The options given by name: all but the first.
 std::span<const OptionInfo> NamedOptions();
+
+/// The names of the directions of view, in the order of Direction.
+const std::vector<std::string>& ViewNames();
 
 /// The option of a long name, or null.
 const OptionInfo* FindOption(std::string_view name);

@@ -3,7 +3,7 @@
 
 #include <kxDrawing/Writers.h>
 
-#include "drawing/Request.h"
+#include "drawing/Drawing.h"
 #include "import/SceneReader.h"
 
 #include <optional>
@@ -11,6 +11,7 @@
 
 namespace kxcontour {
 
+using kxdrawing::Direction;
 using kxdrawing::Layering;
 using kxdrawing::LineOptions;
 using OutputFormat = kxdrawing::Format;

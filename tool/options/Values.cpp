@@ -3,11 +3,9 @@
 #include "tool/options/Values.h"
 
 #include "drawing/common/NearestName.h"
-#include "drawing/common/ReadNumber.h"
-#include "drawing/common/Shortened.h"
-#include "drawing/paper/PageSize.h"
 #include "import/files/LetterCase.h"
 #include "tool/common/Failure.h"
+#include "tool/options/PaperText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -35,6 +33,13 @@ constexpr std::array<NamedColor, 20> kColors{
      {"olive", {128, 128, 0}},   {"yellow", {255, 255, 0}},   {"orange", {255, 165, 0}},
      {"navy", {0, 0, 128}},      {"blue", {0, 0, 255}},       {"teal", {0, 128, 128}},
      {"aqua", {0, 255, 255}},    {"cyan", {0, 255, 255}}}};
+
+constexpr std::size_t kMostBytes = 60;
+
+/// The bytes of a UTF-8 character after its first one are 10xxxxxx.
+bool BeginsCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
+}
 
 std::string Quoted(std::string_view text) {
     return "'" + Shortened(text) + "'";
@@ -121,6 +126,17 @@ void ApplyItem(const std::string& item, StyleSheet& styles) {
 
 } // namespace
 
+std::string Shortened(std::string_view text) {
+    if (text.size() <= kMostBytes) {
+        return std::string(text);
+    }
+    std::size_t end = kMostBytes;
+    while (end > 0 && !BeginsCharacter(text[end])) {
+        --end;
+    }
+    return std::string(text.substr(0, end)) + "...";
+}
+
 bool NumberRange::holds(double value) const {
     return (lowOpen ? value > low : value >= low) && (highOpen ? value < high : value <= high);
 }
@@ -170,15 +186,15 @@ double ParseRatio(std::string_view text) {
     return ratio;
 }
 
-Wm4::Vector3<double> ParsePoint(std::string_view text, const char* what) {
+kxdrawing::Vector ParsePoint(std::string_view text, const char* what) {
     const std::vector<std::string> parts = Split(text, ",");
-    Wm4::Vector3<double> point(0.0, 0.0, 0.0);
+    kxdrawing::Vector point{};
     for (std::size_t i = 0; i < parts.size(); ++i) {
         const std::optional<double> number = ReadNumber(parts[i]);
         if (parts.size() != 3 || !number) {
             RefuseValue(text, what, "three numbers X,Y,Z");
         }
-        point[static_cast<int>(i)] = *number;
+        point[i] = *number;
     }
     return point;
 }

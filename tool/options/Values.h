@@ -1,7 +1,7 @@
 // Readers of values from text, one per kind. All are independent of the locale.
 #pragma once
 
-#include <Wm4Foundation.h>
+#include <kxDrawing/Geometry.h>
 
 #include "drawing/paper/Paper.h"
 
@@ -43,7 +43,7 @@ ParseCount(std::string_view text, const char* what, unsigned int low, unsigned i
 double ParseRatio(std::string_view text);
 
 /// Reads X,Y,Z. Throws InvalidArgument, naming what it is for.
-Wm4::Vector3<double> ParsePoint(std::string_view text, const char* what);
+kxdrawing::Vector ParsePoint(std::string_view text, const char* what);
 
 /// Reads #rgb, #rrggbb or one of ColorNames(), in any case: red, green, blue. Throws
 /// InvalidArgument, naming the nearest colour.
@@ -64,6 +64,9 @@ void ApplyStyles(std::string_view list, StyleSheet& styles);
 /// whole list: "unknown WHAT 'TEXT'; did you mean 'a'? choose a, b or c".
 std::size_t
 ParseName(std::string_view text, const char* what, const std::vector<std::string>& names);
+
+/// The text, UTF-8, or its first 60 bytes at most and "..." when it is longer. No character is cut.
+std::string Shortened(std::string_view text);
 
 /// The parts of a text between separators; one empty part for an empty text.
 std::vector<std::string> Split(std::string_view text, std::string_view separator);

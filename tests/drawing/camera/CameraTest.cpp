@@ -16,18 +16,17 @@ using kxcontour::AimCamera;
 using kxcontour::AimedCamera;
 using kxcontour::AxesOf;
 using kxcontour::Box;
-using kxcontour::CameraRequest;
 using kxcontour::MeshList;
-using kxcontour::PageSize;
 using kxcontour::Projection;
-using kxcontour::Sheet;
-using kxcontour::View;
+using kxdrawing::Direction;
+using kxdrawing::Page;
+using kxdrawing::View;
 using tool_test::FailureOf;
 using tool_test::Point;
 
 using Vector = Wm4::Vector3<double>;
 
-const Sheet kA4{{210.0, 297.0}, 10.0};
+const Page kA4{{210.0, 297.0}, 10.0};
 
 kx::kxPointer<kx::kxTriMesh> BoxMesh(const Point& lowest, const Point& highest) {
     return test_support::MakeMesh(test_support::Box(lowest, highest));
@@ -37,8 +36,8 @@ MeshList Cube() {
     return {BoxMesh({-1, -1, -1}, {1, 1, 1})};
 }
 
-AimedCamera Aim(const CameraRequest& request, const MeshList& meshes, const Sheet& sheet = kA4) {
-    return AimCamera(request, {meshes, meshes, {}}, sheet);
+AimedCamera Aim(const View& request, const MeshList& meshes, const Page& page = kA4) {
+    return AimCamera(request, {meshes, meshes, {}}, page);
 }
 
 /// Normalised device coordinates.
@@ -55,7 +54,7 @@ Wm4::Vector2<float> OnPage(const AimedCamera& camera, const Point& p) {
 }
 
 TEST(AimCamera, LooksFromWhereAzimuthAndElevationSay) {
-    CameraRequest request;
+    View request;
     request.azimuth = 90.0;
     const AimedCamera right = Aim(request, Cube());
     EXPECT_LT(Project(right, {1, 0, 0})[2], Project(right, {-1, 0, 0})[2]) << "+x is near";
@@ -65,36 +64,36 @@ TEST(AimCamera, LooksFromWhereAzimuthAndElevationSay) {
 }
 
 TEST(AimCamera, ShowsTheSameThroughNamesAnglesAndPoints) {
-    CameraRequest named;
-    named.view = View::Right;
-    CameraRequest angles;
+    View named;
+    named.direction = Direction::Right;
+    View angles;
     angles.azimuth = 90.0;
-    CameraRequest points;
-    points.position = Vector(7, 0, 0);
+    View points;
+    points.eye = kxdrawing::Vector{7, 0, 0};
     const auto& expected = Aim(named, Cube()).space.worldToClip;
     EXPECT_EQ(Aim(angles, Cube()).space.worldToClip, expected);
     EXPECT_EQ(Aim(points, Cube()).space.worldToClip, expected);
 }
 
 TEST(AimCamera, LooksStraightDownWithTheBackUpOnThePage) {
-    CameraRequest named;
-    named.view = View::Top;
-    CameraRequest points;
-    points.position = Vector(0, 9, 0);
+    View named;
+    named.direction = Direction::Top;
+    View points;
+    points.eye = kxdrawing::Vector{0, 9, 0};
     EXPECT_EQ(Aim(points, Cube()).space.worldToClip, Aim(named, Cube()).space.worldToClip);
-    points.viewUp = Vector(0, 1, 0);
+    points.up = kxdrawing::Vector{0, 1, 0};
     FailureOf<kxdrawing::InvalidArgument>([&] { Aim(points, Cube()); });
 }
 
 TEST(AimCamera, RefusesAPositionInItsFocalPoint) {
-    CameraRequest request;
-    request.position = Vector(0, 0, 0);
+    View request;
+    request.eye = kxdrawing::Vector{0, 0, 0};
     FailureOf<kxdrawing::InvalidArgument>([&] { Aim(request, Cube()); });
 }
 
 TEST(AimCamera, RollsTheDrawingCounterClockwise) {
-    CameraRequest request;
-    request.view = View::Front;
+    View request;
+    request.direction = Direction::Front;
     request.roll = 90.0;
     const AimedCamera camera = Aim(request, Cube());
     const Point right = Project(camera, {1, 0, 0});
@@ -103,8 +102,8 @@ TEST(AimCamera, RollsTheDrawingCounterClockwise) {
 }
 
 TEST(AimCamera, PrintsToScale) {
-    CameraRequest request;
-    request.view = View::Front;
+    View request;
+    request.direction = Direction::Front;
     request.scale = 25.0;
     const AimedCamera camera = Aim(request, Cube());
     EXPECT_NEAR(OnPage(camera, {1, 0, 0})[0] - OnPage(camera, {-1, 0, 0})[0], 50.0F, 1e-3F);
@@ -117,23 +116,23 @@ TEST(AimCamera, PrintsToScale) {
 TEST(AimCamera, FitsAPartAndStillShowsWhatIsAround) {
     const MeshList part = Cube();
     const MeshList all{part[0], BoxMesh({-1, -1, -9}, {1, 1, -8})};
-    CameraRequest request;
-    request.view = View::Front;
+    View request;
+    request.direction = Direction::Front;
     const AimedCamera camera = AimCamera(request, {all, part, {}}, kA4);
     EXPECT_NEAR(OnPage(camera, {-1, 0, 0})[0], 10.0F, 1e-3F);
     EXPECT_LT(Project(camera, {0, 0, -9})[2], 1.0F);
 }
 
-CameraRequest InPerspective(View view) {
-    CameraRequest request;
-    request.view = view;
+View InPerspective(Direction view) {
+    View request;
+    request.direction = view;
     request.projection = Projection::Perspective;
     return request;
 }
 
 TEST(PerspectiveViews, FillThePageInsideTheMargin) {
     for (int i = 0; i < 7; ++i) {
-        const AimedCamera camera = Aim(InPerspective(static_cast<View>(i)), Cube());
+        const AimedCamera camera = Aim(InPerspective(static_cast<Direction>(i)), Cube());
         float least = 1e9F;
         for (int corner = 0; corner < 8; ++corner) {
             const Point p((corner & 1) != 0 ? 1.0F : -1.0F, (corner & 2) != 0 ? 1.0F : -1.0F,
@@ -148,14 +147,14 @@ TEST(PerspectiveViews, FillThePageInsideTheMargin) {
 }
 
 TEST(PerspectiveViews, ShowWhatIsNearLarger) {
-    const AimedCamera camera = Aim(InPerspective(View::Front), Cube());
+    const AimedCamera camera = Aim(InPerspective(Direction::Front), Cube());
     EXPECT_GT(Project(camera, {1, 0, 1})[0], 1.1F * Project(camera, {1, 0, -1})[0]);
 }
 
 TEST(PerspectiveViews, StayWhereTheyArePut) {
-    CameraRequest request = InPerspective(View::Front);
-    request.position = Vector(0, 0, 5);
-    request.focalPoint = Vector(0, 0, 0);
+    View request = InPerspective(Direction::Front);
+    request.eye = kxdrawing::Vector{0, 0, 5};
+    request.target = kxdrawing::Vector{0, 0, 0};
     request.fieldOfView = 90.0;
     const AimedCamera camera = Aim(request, Cube());
     // At the distance 5 the sheet inside its margin is 10 high.
@@ -165,7 +164,7 @@ TEST(PerspectiveViews, StayWhereTheyArePut) {
 }
 
 TEST(PerspectiveViews, ZoomWithoutMovingTheEye) {
-    CameraRequest request = InPerspective(View::Iso);
+    View request = InPerspective(Direction::Iso);
     const AimedCamera once = Aim(request, Cube());
     request.zoom = 3.0;
     const AimedCamera thrice = Aim(request, Cube());
@@ -176,18 +175,18 @@ TEST(PerspectiveViews, ZoomWithoutMovingTheEye) {
 }
 
 TEST(PerspectiveViews, FromInsideKeepAPlaneBeforeTheEye) {
-    CameraRequest request = InPerspective(View::Front);
-    request.position = Vector(0, 0, 0.5);
-    request.focalPoint = Vector(0, 0, 0);
+    View request = InPerspective(Direction::Front);
+    request.eye = kxdrawing::Vector{0, 0, 0.5};
+    request.target = kxdrawing::Vector{0, 0, 0};
     const AimedCamera camera = Aim(request, Cube());
     EXPECT_LT(Project(camera, {0, 0, -1})[2], 1.0F);
     EXPECT_GT(Project(camera, {0, 0, 0.49F})[2], -1.0F) << "nearer than that is rarely meant";
 }
 
 TEST(PerspectiveViews, OfSomethingBehindTheEyeAreRefused) {
-    CameraRequest request = InPerspective(View::Front);
-    request.position = Vector(0, 0, -5);
-    request.focalPoint = Vector(0, 0, -6);
+    View request = InPerspective(Direction::Front);
+    request.eye = kxdrawing::Vector{0, 0, -5};
+    request.target = kxdrawing::Vector{0, 0, -6};
     FailureOf<kxdrawing::NothingToDraw>([&] { Aim(request, Cube()); });
 }
 
@@ -195,16 +194,17 @@ TEST(PerspectiveViews, OfSomethingBehindTheEyeAreRefused) {
 TEST(PerspectiveViews, OfASinglePointAreRefused) {
     const Point point(-21.875F, -21.875F, -21.875F);
     const MeshList meshes{test_support::MakeMesh({point, point, point}, {0, 1, 2})};
-    for (const View view : {View::Back, View::Front, View::Top, View::Iso}) {
+    for (const Direction view :
+         {Direction::Back, Direction::Front, Direction::Top, Direction::Iso}) {
         FailureOf<kxdrawing::NothingToDraw>([&] { Aim(InPerspective(view), meshes); });
     }
 }
 
 TEST(PerspectiveViews, ReachToOccludersBeforeTheEye) {
     const MeshList meshes = Cube();
-    CameraRequest request = InPerspective(View::Front);
-    request.position = Vector(0, 0, 9);
-    request.focalPoint = Vector(0, 0, 0);
+    View request = InPerspective(Direction::Front);
+    request.eye = kxdrawing::Vector{0, 0, 9};
+    request.target = kxdrawing::Vector{0, 0, 0};
     const MeshList occluders{BoxMesh({-1, -1, 5}, {1, 1, 6})};
     const AimedCamera camera = AimCamera(request, {meshes, meshes, occluders}, kA4);
     EXPECT_GT(Project(camera, {0, 0, 6})[2], -1.0F);
@@ -217,7 +217,7 @@ TEST(MeasureInView, TurnsPlacedTrianglesIntoTheView) {
     kx::kxGenericTransformation<float> moved;
     moved.SetMatrix(Wm4::Matrix4<float>(2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 10, 20, 30, 1));
     mesh->SetWorldTransformation(moved);
-    const Box top = kxcontour::MeasureInView(*mesh, AxesOf(View::Top));
+    const Box top = kxcontour::MeasureInView(*mesh, AxesOf(Direction::Top));
     EXPECT_EQ(top.min, Vector(10, -33, 20));
     EXPECT_EQ(top.max, Vector(12, -30, 22));
 }
@@ -228,7 +228,7 @@ TEST(MeasureInView, LeavesOutVerticesThatNoTriangleUses) {
     kxcontour::Shape shape = tool_test::MakeShape(data);
     const kx::kxPointer<kx::kxTriMesh> mesh(
         new kx::kxTriMesh(shape.vertices.get(), shape.triangles.get()));
-    EXPECT_EQ(kxcontour::MeasureInView(*mesh, AxesOf(View::Front)).max, Vector(1, 1, 0));
+    EXPECT_EQ(kxcontour::MeasureInView(*mesh, AxesOf(Direction::Front)).max, Vector(1, 1, 0));
 }
 
 } // namespace

@@ -19,9 +19,9 @@ using kxcontour::AxesOf;
 using kxcontour::Box;
 using kxcontour::Frame;
 using kxcontour::MakeCamera;
-using kxcontour::PageSize;
-using kxcontour::View;
 using kxcontour::ViewAxes;
+using kxdrawing::Direction;
+using kxdrawing::PageSize;
 using tool_test::FailureOf;
 using tool_test::Point;
 
@@ -61,7 +61,7 @@ OnPage(const ctr::DiscreteProjectionSpace& camera, PageSize page, const Point& p
 
 TEST(FitToPage, FillsTheWidthOfAPortraitPageWithASquare) {
     const Frame frame = FitToPage(MakeBox({-1, -1, -1}, {1, 1, 1}), {}, kA4);
-    const auto camera = MakeCamera(frame, AxesOf(View::Front));
+    const auto camera = MakeCamera(frame, AxesOf(Direction::Front));
     const auto lower = OnPage(camera, kA4, {-1, -1, 0});
     const auto upper = OnPage(camera, kA4, {1, 1, 0});
     EXPECT_NEAR(lower[0], 10.0F, 1e-3F);
@@ -72,7 +72,7 @@ TEST(FitToPage, FillsTheWidthOfAPortraitPageWithASquare) {
 
 TEST(FitToPage, FillsTheHeightWithSomethingSlim) {
     const Frame frame = FitToPage(MakeBox({5, -30, 0}, {6, -10, 1}), {}, kA4);
-    const auto camera = MakeCamera(frame, AxesOf(View::Front));
+    const auto camera = MakeCamera(frame, AxesOf(Direction::Front));
     EXPECT_NEAR(OnPage(camera, kA4, {5.5F, -30, 0})[1], 10.0F, 1e-3F);
     EXPECT_NEAR(OnPage(camera, kA4, {5.5F, -10, 0})[1], 287.0F, 1e-3F);
     EXPECT_NEAR(OnPage(camera, kA4, {5.5F, -20, 0})[0], 105.0F, 1e-3F);
@@ -81,7 +81,7 @@ TEST(FitToPage, FillsTheHeightWithSomethingSlim) {
 TEST(FitToPage, KeepsTheModelInsideTheMarginInEveryViewOnEveryPage) {
     test_support::Random random(3);
     for (int trial = 0; trial < 500; ++trial) {
-        const auto view = static_cast<View>(random.below(7));
+        const auto view = static_cast<Direction>(random.below(7));
         const PageSize page{20.5 + random.below(500), 20.5 + random.below(500)};
         const ViewAxes axes = AxesOf(view);
         std::vector<Point> points;
@@ -137,7 +137,7 @@ TEST(FitToPage, ReachesToOccludersInFrontOnTheSheetOnly) {
 
 TEST(MakeCamera, TakesNearToMinusOneAndFarToOne) {
     for (int i = 0; i < 7; ++i) {
-        const ViewAxes axes = AxesOf(static_cast<View>(i));
+        const ViewAxes axes = AxesOf(static_cast<Direction>(i));
         const auto camera = MakeCamera({{0, 0, 0}, {2, 3, 4}}, axes);
         const Vector near = 4.0 * axes.back;
         const Vector far = -4.0 * axes.back;
@@ -151,7 +151,7 @@ TEST(MakeCamera, TakesNearToMinusOneAndFarToOne) {
 }
 
 TEST(MakeCamera, HasExactZerosInStraightViews) {
-    const auto camera = MakeCamera({{0, 0, 0}, {0.5, 0.5, 0.5}}, AxesOf(View::Top));
+    const auto camera = MakeCamera({{0, 0, 0}, {0.5, 0.5, 0.5}}, AxesOf(Direction::Top));
     const Wm4::Matrix4<float>& m = camera.worldToClip;
     const float expected[4][4] = {{2, 0, 0, 0}, {0, 0, -2, 0}, {0, -2, 0, 0}, {0, 0, 0, 1}};
     for (int row = 0; row < 4; ++row) {
@@ -164,7 +164,8 @@ TEST(MakeCamera, HasExactZerosInStraightViews) {
 
 TEST(MakeCamera, GivesMatricesThatAreInverse) {
     for (int i = 0; i < 7; ++i) {
-        const auto camera = MakeCamera({{3, -4, 5}, {20, 30, 7}}, AxesOf(static_cast<View>(i)));
+        const auto camera =
+            MakeCamera({{3, -4, 5}, {20, 30, 7}}, AxesOf(static_cast<Direction>(i)));
         const Wm4::Matrix4<float> product = camera.worldToClip * camera.clipToWorld;
         for (int row = 0; row < 4; ++row) {
             for (int column = 0; column < 4; ++column) {
@@ -176,7 +177,7 @@ TEST(MakeCamera, GivesMatricesThatAreInverse) {
 
 TEST(MakeCamera, UsesTheFinestGridWithRatiosOfThePage) {
     const Frame frame = FitToPage(MakeBox({-1, -1, -1}, {1, 1, 1}), {}, kA4);
-    const auto camera = MakeCamera(frame, AxesOf(View::Iso));
+    const auto camera = MakeCamera(frame, AxesOf(Direction::Iso));
     EXPECT_EQ(camera.xyBits, 20U);
     EXPECT_EQ(camera.zBits, 19U);
     EXPECT_FLOAT_EQ(camera.voxelScale[1], 1048575.0F / 2.0F);
@@ -184,7 +185,7 @@ TEST(MakeCamera, UsesTheFinestGridWithRatiosOfThePage) {
 }
 
 TEST(MakeCamera, RefusesSizesBeyondSinglePrecision) {
-    const ViewAxes axes = AxesOf(View::Front);
+    const ViewAxes axes = AxesOf(Direction::Front);
     FailureOf<kxdrawing::NothingToDraw>([&] { MakeCamera({{0, 0, 0}, {1e30, 1, 1}}, axes); });
     FailureOf<kxdrawing::NothingToDraw>([&] { MakeCamera({{0, 0, 0}, {1, 1e-30, 1}}, axes); });
     FailureOf<kxdrawing::NothingToDraw>([&] { MakeCamera({{NAN, 0, 0}, {1, 1, 1}}, axes); });
@@ -194,7 +195,7 @@ TEST(FitToPage, LeavesTheMarginThatIsAskedFor) {
     for (const double margin : {0.0, 3.5, 50.0}) {
         const Box box = MakeBox({-1, -1, -1}, {1, 1, 1});
         const Frame frame = kxcontour::FitToPage(box, {box}, {}, {kA4, margin, 1.0, {}, {}});
-        const auto camera = MakeCamera(frame, AxesOf(View::Front));
+        const auto camera = MakeCamera(frame, AxesOf(Direction::Front));
         EXPECT_NEAR(OnPage(camera, kA4, {-1, 0, 0})[0], margin, 1e-3);
     }
 }
@@ -222,7 +223,7 @@ TEST(FitToPage, PutsAGivenPointInTheMiddleAndStillShowsAll) {
     const Frame frame = kxcontour::FitToPage(box, {box}, {}, {kA4, 10.0, 1.0, {}, middle});
     EXPECT_EQ(frame.center[0], 2.0);
     EXPECT_EQ(frame.center[1], 1.0);
-    const auto camera = MakeCamera(frame, AxesOf(View::Front));
+    const auto camera = MakeCamera(frame, AxesOf(Direction::Front));
     EXPECT_NEAR(OnPage(camera, kA4, {0, 0, 0})[0], 10.0F, 1e-3F);
 }
 
@@ -249,7 +250,7 @@ kxcontour::Pyramid SomePyramid() {
 
 TEST(PerspectiveCameras, TakeTheCornersOfTheirPyramidToThoseOfTheView) {
     for (int i = 0; i < 7; ++i) {
-        const ViewAxes axes = AxesOf(static_cast<View>(i));
+        const ViewAxes axes = AxesOf(static_cast<Direction>(i));
         const kxcontour::Pyramid pyramid = SomePyramid();
         const auto camera = MakeCamera(pyramid, axes);
         const auto seen = [&](double x, double y, double distance) {
@@ -271,7 +272,7 @@ TEST(PerspectiveCameras, TakeTheCornersOfTheirPyramidToThoseOfTheView) {
 
 TEST(PerspectiveCameras, HaveMatricesThatAreInverse) {
     for (int i = 0; i < 7; ++i) {
-        const auto camera = MakeCamera(SomePyramid(), AxesOf(static_cast<View>(i)));
+        const auto camera = MakeCamera(SomePyramid(), AxesOf(static_cast<Direction>(i)));
         const Wm4::Matrix4<float> product = camera.worldToClip * camera.clipToWorld;
         for (int row = 0; row < 4; ++row) {
             for (int column = 0; column < 4; ++column) {

@@ -10,20 +10,20 @@ namespace {
 
 using kxcontour::Arrangement;
 using kxcontour::ArrangeViews;
-using kxcontour::PageSize;
-using kxcontour::Sheet;
 using kxcontour::SheetCell;
 using kxcontour::SheetLayout;
 using kxcontour::SheetView;
-using kxcontour::View;
+using kxdrawing::Direction;
+using kxdrawing::Page;
+using kxdrawing::PageSize;
 
-const Sheet kA3{{420.0, 297.0}, 10.0};
+const Page kA3{{420.0, 297.0}, 10.0};
 // A twentieth of the shorter side of the sheet.
 constexpr double kGap = 297.0 / 20.0;
 
 /// A thing 40 wide, 30 high and 20 deep.
 std::vector<SheetView> ThreeViews() {
-    return {{View::Front, 40, 30}, {View::Top, 40, 20}, {View::Right, 20, 30}};
+    return {{Direction::Front, 40, 30}, {Direction::Top, 40, 20}, {Direction::Right, 20, 30}};
 }
 
 double MiddleX(const SheetCell& cell) {
@@ -72,9 +72,10 @@ TEST(SheetLayouts, KeepTheScaleThatIsAskedFor) {
 }
 
 TEST(SheetLayouts, NeverLetCellsOverlap) {
-    const std::vector<SheetView> all{
-        {View::Front, 40, 30}, {View::Back, 40, 30},   {View::Left, 20, 30}, {View::Right, 20, 30},
-        {View::Top, 40, 20},   {View::Bottom, 40, 20}, {View::Iso, 50, 45}};
+    const std::vector<SheetView> all{{Direction::Front, 40, 30}, {Direction::Back, 40, 30},
+                                     {Direction::Left, 20, 30},  {Direction::Right, 20, 30},
+                                     {Direction::Top, 40, 20},   {Direction::Bottom, 40, 20},
+                                     {Direction::Iso, 50, 45}};
     for (const Arrangement arrangement : {Arrangement::FirstAngle, Arrangement::ThirdAngle}) {
         const std::vector<SheetCell> cells = ArrangeViews(all, kA3, arrangement, {}).cells;
         for (std::size_t i = 0; i < cells.size(); ++i) {
@@ -90,15 +91,15 @@ TEST(SheetLayouts, NeverLetCellsOverlap) {
 }
 
 TEST(SheetLayouts, WithoutAFrontViewAreARow) {
-    const SheetLayout layout =
-        ArrangeViews({{View::Iso, 5, 5}, {View::Top, 5, 5}}, kA3, Arrangement::FirstAngle, {});
+    const SheetLayout layout = ArrangeViews({{Direction::Iso, 5, 5}, {Direction::Top, 5, 5}}, kA3,
+                                            Arrangement::FirstAngle, {});
     EXPECT_LT(layout.cells[0].left, layout.cells[1].left);
     EXPECT_EQ(layout.cells[0].top, layout.cells[1].top);
 }
 
 TEST(SheetLayouts, OfNothingThatHasASizeStillHaveAScale) {
     const SheetLayout layout =
-        ArrangeViews({{View::Front, 0, 0}}, kA3, Arrangement::FirstAngle, {});
+        ArrangeViews({{Direction::Front, 0, 0}}, kA3, Arrangement::FirstAngle, {});
     EXPECT_GT(layout.unitsPerMillimetre, 0.0);
 }
 

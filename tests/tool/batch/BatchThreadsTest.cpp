@@ -15,13 +15,13 @@ namespace {
 using kxcontour::BatchCommand;
 using kxcontour::BatchJob;
 using kxcontour::Messages;
-using kxcontour::View;
+using kxdrawing::Direction;
 using test_support::Box;
 using tool_test::ObjText;
 using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
 
-constexpr View kViews[] = {View::Front, View::Right, View::Top, View::Iso};
+constexpr Direction kViews[] = {Direction::Front, Direction::Right, Direction::Top, Direction::Iso};
 
 /// Two models, four views of each, an output for each in a folder of its own.
 BatchCommand EightJobs(const TemporaryFolder& folder, const std::string& prefix, unsigned threads) {
@@ -29,11 +29,11 @@ BatchCommand EightJobs(const TemporaryFolder& folder, const std::string& prefix,
     command.threads = threads;
     command.statePath = folder.path(prefix + "notes");
     for (const std::string model : {"box", "pair"}) {
-        for (const View view : kViews) {
+        for (const Direction view : kViews) {
             BatchJob job;
             job.name = prefix + model + std::to_string(static_cast<int>(view));
             job.options.input.models = {folder.path(model + ".obj")};
-            job.options.camera.view = view;
+            job.options.camera.direction = view;
             job.options.lines.hidden = true;
             job.options.output.path = folder.path(job.name + ".svg");
             job.signature = job.name;

@@ -18,11 +18,11 @@ using kxcontour::InfoCommand;
 using kxcontour::Layering;
 using kxcontour::LengthUnit;
 using kxcontour::OutputFormat;
-using kxcontour::Projection;
 using kxcontour::SceneSignatureOf;
 using kxcontour::SignatureOf;
 using kxcontour::UpAxis;
-using kxcontour::View;
+using kxdrawing::Direction;
+using kxdrawing::Projection;
 using tool_test::Arguments;
 using tool_test::Draw;
 using tool_test::Holds;
@@ -31,7 +31,7 @@ using tool_test::Refusal;
 using tool_test::RefusalOf;
 using tool_test::TextOf;
 
-using Vector = Wm4::Vector3<double>;
+using kxdrawing::Vector;
 
 /// Each pair of the option and a bad value is refused with a message that has the value in it.
 void ExpectRefused(const std::string& option, const Arguments& values) {
@@ -48,9 +48,9 @@ TEST(ParseCommandLine, NeedsTwoFilesAndHasDefaultsForTheRest) {
     EXPECT_EQ(options.input.models, Arguments{"m.obj"});
     EXPECT_TRUE(options.input.occluders.empty());
     EXPECT_FALSE(options.input.format || options.input.unit || options.input.up);
-    EXPECT_EQ(options.camera.view, View::Iso);
-    EXPECT_FALSE(options.camera.azimuth || options.camera.elevation || options.camera.position);
-    EXPECT_FALSE(options.camera.focalPoint || options.camera.viewUp || options.camera.fitObject);
+    EXPECT_EQ(options.camera.direction, Direction::Iso);
+    EXPECT_FALSE(options.camera.azimuth || options.camera.elevation || options.camera.eye);
+    EXPECT_FALSE(options.camera.target || options.camera.up || options.camera.fitObject);
     EXPECT_EQ(options.camera.roll, 0.0);
     EXPECT_EQ(options.camera.projection, Projection::Orthographic);
     EXPECT_EQ(options.camera.fieldOfView, 30.0);
@@ -94,13 +94,13 @@ TEST(ParseCommandLine, ReadsEveryUnitAndAxis) {
 }
 
 TEST(ParseCommandLine, ReadsHowFarSurfacesAreWelded) {
-    using Mode = kxcontour::WeldRequest::Mode;
-    EXPECT_EQ(Draw({}).input.surface.weld.mode, Mode::Auto);
-    EXPECT_EQ(Draw({"--weld", "auto"}).input.surface.weld.mode, Mode::Auto);
+    using Mode = ctr::Welding::Mode;
+    EXPECT_EQ(Draw({}).input.surface.weld.mode, Mode::Automatic);
+    EXPECT_EQ(Draw({"--weld", "auto"}).input.surface.weld.mode, Mode::Automatic);
     EXPECT_EQ(Draw({"--weld", "off"}).input.surface.weld.mode, Mode::Off);
-    EXPECT_EQ(Draw({"--weld", "0.05"}).input.surface.weld.mode, Mode::Length);
-    EXPECT_EQ(Draw({"--weld", "0.05"}).input.surface.weld.millimetres, 0.05);
-    EXPECT_EQ(Draw({"--weld", "2cm"}).input.surface.weld.millimetres, 20.0);
+    EXPECT_EQ(Draw({"--weld", "0.05"}).input.surface.weld.mode, Mode::Distance);
+    EXPECT_EQ(Draw({"--weld", "0.05"}).input.surface.weld.distance, 0.05);
+    EXPECT_EQ(Draw({"--weld", "2cm"}).input.surface.weld.distance, 20.0);
     ExpectRefused("--weld", {"0", "-1", "", "on", "Auto", "nan", "1e7"});
 }
 
@@ -156,7 +156,7 @@ TEST(ParseCommandLine, SaysWhichFileIsMissing) {
 TEST(ParseCommandLine, ReadsDirections) {
     const kxcontour::CameraRequest camera =
         Draw({"--view", "top", "--azimuth", "-30.5", "--elevation=-90", "--roll", "1e2"}).camera;
-    EXPECT_EQ(camera.view, View::Top);
+    EXPECT_EQ(camera.direction, Direction::Top);
     EXPECT_EQ(camera.azimuth, -30.5);
     EXPECT_EQ(camera.elevation, -90.0);
     EXPECT_EQ(camera.roll, 100.0);
@@ -166,14 +166,28 @@ TEST(ParseCommandLine, ReadsDirections) {
     ExpectRefused("--roll", {"", "left", "-inf"});
 }
 
+TEST(ParseCommandLine, ReadsViewsByName) {
+    const std::pair<const char*, Direction> views[] = {
+        {"front", Direction::Front}, {"back", Direction::Back}, {"left", Direction::Left},
+        {"right", Direction::Right}, {"top", Direction::Top},   {"bottom", Direction::Bottom},
+        {"iso", Direction::Iso}};
+    for (const auto& [name, direction] : views) {
+        EXPECT_EQ(Draw({"--view", name}).camera.direction, direction) << name;
+    }
+    EXPECT_TRUE(Holds(Refusal({"--view", "botom"}), "'botom'"));
+    EXPECT_TRUE(Holds(Refusal({"--view", "botom"}), "did you mean 'bottom'?"));
+    EXPECT_FALSE(Holds(Refusal({"--view", "perspective"}), "mean"));
+    ExpectRefused("--view", {""});
+}
+
 TEST(ParseCommandLine, ReadsPointsOfTheCamera) {
     const kxcontour::CameraRequest camera =
         Draw({"--camera-position", "-1,2.5,3e2", "--camera-focal-point", "0,0,0",
               "--camera-view-up", "0,0,1"})
             .camera;
-    EXPECT_TRUE(camera.position == Vector(-1.0, 2.5, 300.0));
-    EXPECT_TRUE(camera.focalPoint == Vector(0.0, 0.0, 0.0));
-    EXPECT_TRUE(camera.viewUp == Vector(0.0, 0.0, 1.0));
+    EXPECT_EQ(camera.eye, (Vector{-1.0, 2.5, 300.0}));
+    EXPECT_EQ(camera.target, (Vector{0.0, 0.0, 0.0}));
+    EXPECT_EQ(camera.up, (Vector{0.0, 0.0, 1.0}));
     for (const char* option : {"--camera-position", "--camera-focal-point", "--camera-view-up"}) {
         ExpectRefused(option, {"", "1", "1,2", "1,2,3,4", "1,2,", "1,2,nan", "1;2;3", "1, 2, 3"});
     }
@@ -235,7 +249,8 @@ TEST(ParseCommandLine, ReadsSheetsOfSeveralViews) {
     EXPECT_TRUE(Draw({}).page.views.empty());
     const kxcontour::PageOptions page =
         Draw({"--sheet", "front,top,iso", "--arrangement", "third-angle"}).page;
-    EXPECT_EQ(page.views, (std::vector<View>{View::Front, View::Top, View::Iso}));
+    EXPECT_EQ(page.views,
+              (std::vector<Direction>{Direction::Front, Direction::Top, Direction::Iso}));
     EXPECT_EQ(page.arrangement, kxcontour::Arrangement::ThirdAngle);
     EXPECT_EQ(Draw({"--sheet", "front"}).page.arrangement, kxcontour::Arrangement::FirstAngle);
     EXPECT_TRUE(Holds(Refusal({"--sheet", "front,tpo"}), "'top'?"));
@@ -391,7 +406,7 @@ TEST(ParseCommandLine, RefusesAnOutputThatIsAnInput) {
 TEST(ParseCommandLine, AsksForInformation) {
     const InfoCommand info =
         ParseAs<InfoCommand>({"a.stl", "b.stl", "--info", "--unit", "cm", "--weld", "3mm"});
-    EXPECT_EQ(info.input.surface.weld.millimetres, 3.0);
+    EXPECT_EQ(info.input.surface.weld.distance, 3.0);
     EXPECT_EQ(info.input.models, (Arguments{"a.stl", "b.stl"}));
     EXPECT_EQ(info.input.unit, LengthUnit::Centimetre);
     EXPECT_TRUE(ParseAs<InfoCommand>({"a.stl", "--info", "--json"}).messages.json);
@@ -451,10 +466,10 @@ TEST(Views, MakeABatch) {
         ParseAs<BatchCommand>({"m.obj", "--views", "front,top", "-o", "o-{view}.svg", "--jobs", "3",
                                "--force", "--hidden", "--state", "s"});
     ASSERT_EQ(batch.jobs.size(), 2U);
-    EXPECT_EQ(batch.jobs[0].options.camera.view, View::Front);
+    EXPECT_EQ(batch.jobs[0].options.camera.direction, Direction::Front);
     EXPECT_EQ(batch.jobs[0].options.output.path, "o-front.svg");
     EXPECT_EQ(batch.jobs[0].name, "o-front.svg");
-    EXPECT_EQ(batch.jobs[1].options.camera.view, View::Top);
+    EXPECT_EQ(batch.jobs[1].options.camera.direction, Direction::Top);
     EXPECT_EQ(batch.jobs[1].options.output.path, "o-top.svg");
     EXPECT_TRUE(batch.jobs[1].options.lines.hidden);
     EXPECT_EQ(batch.threads, 3U);

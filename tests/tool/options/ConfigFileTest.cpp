@@ -12,8 +12,8 @@ using kxcontour::DrawCommand;
 using kxcontour::DrawingOptions;
 using kxcontour::InfoCommand;
 using kxcontour::OutputFormat;
-using kxcontour::Projection;
-using kxcontour::View;
+using kxdrawing::Direction;
+using kxdrawing::Projection;
 using tool_test::Arguments;
 using tool_test::Draw;
 using tool_test::Holds;
@@ -79,10 +79,10 @@ const char* const kJson = R"({
 })";
 
 void ExpectOptionsOfBoth(const DrawingOptions& options, const std::string& folder) {
-    EXPECT_EQ(options.camera.view, View::Top);
+    EXPECT_EQ(options.camera.direction, Direction::Top);
     EXPECT_EQ(options.camera.roll, 15.0);
     EXPECT_EQ(options.camera.zoom, 1.5);
-    EXPECT_TRUE(options.camera.viewUp == Wm4::Vector3<double>(0.0, 1.0, 0.5));
+    EXPECT_EQ(options.camera.up, (kxdrawing::Vector{0.0, 1.0, 0.5}));
     EXPECT_EQ(options.page.size.width, 420.0);
     EXPECT_EQ(options.page.margin, 15.0);
     EXPECT_TRUE(options.lines.creases && options.lines.silhouettes);
@@ -106,7 +106,7 @@ TEST_F(ConfigFile, GivesWayToTheCommandLine) {
     const DrawingOptions options =
         draw(kToml, {"--view", "left", "--page", "A5", "--lines", "intersection", "--occluder",
                      "c.stl", "--style", "crease.width=2", "--quiet"});
-    EXPECT_EQ(options.camera.view, View::Left);
+    EXPECT_EQ(options.camera.direction, Direction::Left);
     EXPECT_EQ(options.camera.roll, 15.0) << "still from the file";
     EXPECT_EQ(options.page.size.width, 210.0) << "turned by the file";
     EXPECT_TRUE(options.lines.intersections);
@@ -127,10 +127,9 @@ TEST_F(ConfigFile, GivesWayWhereOptionsCannotGoTogether) {
     EXPECT_EQ(
         draw("scale = '1:2'\narcs = true", {"--projection", "perspective"}).lines.arcTolerance,
         std::nullopt);
-    EXPECT_EQ(draw("camera-position = [1, 2, 3]", {"--azimuth", "30"}).camera.position,
-              std::nullopt);
+    EXPECT_EQ(draw("camera-position = [1, 2, 3]", {"--azimuth", "30"}).camera.eye, std::nullopt);
     EXPECT_EQ(draw("azimuth = 30", {"--view", "top"}).camera.azimuth, std::nullopt);
-    EXPECT_EQ(draw("views = 'front,top'", {"--view", "left"}).camera.view, View::Left);
+    EXPECT_EQ(draw("views = 'front,top'", {"--view", "left"}).camera.direction, Direction::Left);
 }
 
 TEST_F(ConfigFile, KeepsOptionsForOtherOutputsAndBatches) {
@@ -269,7 +268,7 @@ TEST_F(ConfigFile, HasToBeTomlOrJson) {
     EXPECT_TRUE(Holds(Refusal({"--config", ""}), "must end in"));
     EXPECT_TRUE(Holds(Refusal({"--config", write("c.json", "[1]")}),
                       "must be an object of options, not an array"));
-    EXPECT_EQ(draw("").camera.view, View::Iso) << "an empty TOML file is fine";
+    EXPECT_EQ(draw("").camera.direction, Direction::Iso) << "an empty TOML file is fine";
 }
 
 TEST_F(ConfigFile, MayAskForSeveralViews) {

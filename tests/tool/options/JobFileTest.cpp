@@ -6,7 +6,7 @@
 namespace {
 
 using kxcontour::BatchCommand;
-using kxcontour::View;
+using kxdrawing::Direction;
 using tool_test::Arguments;
 using tool_test::Holds;
 using tool_test::ParseAs;
@@ -48,9 +48,9 @@ TEST_F(JobFile, MakesOneJobOfEachView) {
     EXPECT_EQ(command.jobs[0].options.output.path, path("a.svg"));
     EXPECT_EQ(command.jobs[1].options.input.models, (Arguments{path("a.stl"), "/b.stl"}));
     EXPECT_EQ(command.jobs[1].options.output.path, path("o-front.png"));
-    EXPECT_EQ(command.jobs[1].options.camera.view, View::Front);
+    EXPECT_EQ(command.jobs[1].options.camera.direction, Direction::Front);
     EXPECT_EQ(command.jobs[2].name, path("o-top.png"));
-    EXPECT_EQ(command.jobs[2].options.camera.view, View::Top);
+    EXPECT_EQ(command.jobs[2].options.camera.direction, Direction::Top);
     EXPECT_EQ(command.statePath, path("jobs.json.state"));
     EXPECT_NE(command.jobs[1].signature, command.jobs[2].signature);
 }

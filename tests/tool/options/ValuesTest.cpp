@@ -2,8 +2,7 @@
 #include "tool/options/Values.h"
 
 #include "ShapeBuilders.h"
-#include "drawing/common/ReadNumber.h"
-#include "tool/options/Values.h"
+#include "tool/options/PaperText.h"
 
 #include <gtest/gtest.h>
 

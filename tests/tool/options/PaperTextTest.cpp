@@ -1,7 +1,8 @@
 // Sheets by name and by measures.
-#include "drawing/paper/PageSize.h"
+#include "tool/options/PaperText.h"
 
 #include "ShapeBuilders.h"
+#include "drawing/Drawing.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +10,6 @@
 
 namespace {
 
-using kxcontour::Describe;
-using kxcontour::Landscape;
 using kxcontour::PageSize;
 using kxcontour::ParsePageSize;
 using kxcontour::ReadPaperLength;
@@ -98,12 +97,6 @@ TEST(ParsePageSize, RefusesSheetsOfOver100Metres) {
                       "too large"));
 }
 
-TEST(Landscape, IsAtLeastAsWideAsHigh) {
-    EXPECT_EQ(Landscape({210, 297}).width, 297);
-    EXPECT_EQ(Landscape({210, 297}).height, 210);
-    EXPECT_EQ(Landscape({300, 100}).width, 300) << "stays";
-}
-
 /// Writes decimals with a comma and thousands with a dot, as many locales do.
 class CommaNumbers : public std::numpunct<char> {
 protected:
@@ -114,7 +107,7 @@ protected:
 
 TEST(Describe, WritesTheSameInEveryLocale) {
     const std::locale before = std::locale::global(std::locale(std::locale(), new CommaNumbers));
-    const std::string text = Describe(PageSize{215.9, 1279.4});
+    const std::string text = kxcontour::Describe(PageSize{215.9, 1279.4});
     const PageSize read = ParsePageSize("215.9x279.4");
     std::locale::global(before);
     EXPECT_EQ(text, "215.9 x 1279.4 mm");

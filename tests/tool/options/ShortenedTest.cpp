@@ -1,5 +1,5 @@
 // Long texts do not fill messages.
-#include "drawing/common/Shortened.h"
+#include "tool/options/Values.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,9 @@
-// Sheets of paper, and lengths on them.
+// Numbers, lengths on paper and sheets from text.
 #pragma once
 
 #include <kxDrawing/Page.h>
 
+#include <charconv>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,10 +11,12 @@
 
 namespace kxcontour {
 
-/// The default margin along every edge of the sheet, in millimetres.
-constexpr double kPageMargin = 10.0;
-
 using kxdrawing::PageSize;
+
+/// A whole text as a finite decimal number, independent of locale; nothing for any other text,
+/// blanks included. The format says whether an exponent is allowed.
+std::optional<double> ReadNumber(std::string_view text,
+                                 std::chars_format format = std::chars_format::general);
 
 /// Reads a plain decimal number with mm, cm, in or pt (1/72 in) behind it, or with none of them for
 /// millimetres; returns millimetres.
@@ -26,12 +29,6 @@ std::optional<double> ReadPaperLength(std::string_view text);
 ///
 /// Throws InvalidArgument for any other text and for sheets with a side under 1 mm or over 100 m.
 PageSize ParsePageSize(std::string_view text);
-
-/// The same sheet, turned so that it is at least as wide as high.
-PageSize Landscape(PageSize page);
-
-/// "210 x 297 mm", with six significant digits, independent of locale.
-std::string Describe(PageSize page);
 
 /// The names that ParsePageSize() knows.
 const std::vector<std::string>& PageNames();
