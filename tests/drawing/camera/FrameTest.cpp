@@ -38,7 +38,7 @@ Box MakeBox(const Vector& min, const Vector& max) {
 
 /// The frame of a box that is all there is.
 Frame FitToPage(const Box& drawn, const std::vector<Box>& occluders, PageSize page) {
-    return kxcontour::FitToPage(drawn, {drawn}, occluders, {page, 10.0, 1.0, {}, {}});
+    return kxcontour::FitToPage(drawn, {drawn}, occluders, {{page, 10.0}, 1.0, {}, {}});
 }
 
 /// A world point in normalised device coordinates.
@@ -194,7 +194,7 @@ TEST(MakeCamera, RefusesSizesBeyondSinglePrecision) {
 TEST(FitToPage, LeavesTheMarginThatIsAskedFor) {
     for (const double margin : {0.0, 3.5, 50.0}) {
         const Box box = MakeBox({-1, -1, -1}, {1, 1, 1});
-        const Frame frame = kxcontour::FitToPage(box, {box}, {}, {kA4, margin, 1.0, {}, {}});
+        const Frame frame = kxcontour::FitToPage(box, {box}, {}, {{kA4, margin}, 1.0, {}, {}});
         const auto camera = MakeCamera(frame, AxesOf(Direction::Front));
         EXPECT_NEAR(OnPage(camera, kA4, {-1, 0, 0})[0], margin, 1e-3);
     }
@@ -203,7 +203,7 @@ TEST(FitToPage, LeavesTheMarginThatIsAskedFor) {
 TEST(FitToPage, ZoomsAroundTheMiddle) {
     const Box box = MakeBox({2, -1, -1}, {4, 1, 1});
     const Frame whole = FitToPage(box, {}, kA4);
-    const Frame twice = kxcontour::FitToPage(box, {box}, {}, {kA4, 10.0, 2.0, {}, {}});
+    const Frame twice = kxcontour::FitToPage(box, {box}, {}, {{kA4, 10.0}, 2.0, {}, {}});
     EXPECT_DOUBLE_EQ(twice.halfSize[0], 0.5 * whole.halfSize[0]);
     EXPECT_EQ(twice.center, whole.center);
 }
@@ -211,7 +211,7 @@ TEST(FitToPage, ZoomsAroundTheMiddle) {
 TEST(FitToPage, KeepsAScaleWhateverTheSize) {
     for (const double size : {0.5, 50.0, 5000.0}) {
         const Box box = MakeBox({0, 0, 0}, {size, size, size});
-        const Frame frame = kxcontour::FitToPage(box, {box}, {}, {kA4, 10.0, 1.0, 2.0, {}});
+        const Frame frame = kxcontour::FitToPage(box, {box}, {}, {{kA4, 10.0}, 1.0, 2.0, {}});
         EXPECT_DOUBLE_EQ(kxcontour::UnitsPerMillimetre(frame, kA4), 2.0);
         EXPECT_DOUBLE_EQ(frame.halfSize[0], 210.0);
     }
@@ -220,7 +220,7 @@ TEST(FitToPage, KeepsAScaleWhateverTheSize) {
 TEST(FitToPage, PutsAGivenPointInTheMiddleAndStillShowsAll) {
     const Box box = MakeBox({0, 0, 0}, {2, 1, 1});
     const Vector middle(2, 1, 0);
-    const Frame frame = kxcontour::FitToPage(box, {box}, {}, {kA4, 10.0, 1.0, {}, middle});
+    const Frame frame = kxcontour::FitToPage(box, {box}, {}, {{kA4, 10.0}, 1.0, {}, middle});
     EXPECT_EQ(frame.center[0], 2.0);
     EXPECT_EQ(frame.center[1], 1.0);
     const auto camera = MakeCamera(frame, AxesOf(Direction::Front));
@@ -232,7 +232,7 @@ TEST(FitToPage, IsDeepEnoughForAllThatIsDrawnOnTheSheet) {
     const Box behind = MakeBox({-1, -1, -50}, {1, 1, -40});
     const Box beside = MakeBox({90, 0, -500}, {91, 1, 500});
     const Frame frame =
-        kxcontour::FitToPage(fitted, {fitted, behind, beside}, {}, {kA4, 10.0, 1.0, {}, {}});
+        kxcontour::FitToPage(fitted, {fitted, behind, beside}, {}, {{kA4, 10.0}, 1.0, {}, {}});
     EXPECT_LT(frame.center[2] - frame.halfSize[2], -50.0);
     EXPECT_GT(frame.center[2] - frame.halfSize[2], -60.0);
     EXPECT_LT(frame.center[2] + frame.halfSize[2], 2.0);

@@ -2,6 +2,7 @@
 #include "drawing/paper/Joining.h"
 
 #include "drawing/paper/PaperShapes.h"
+#include "drawing/paper/Plane.h"
 
 #include <gtest/gtest.h>
 
