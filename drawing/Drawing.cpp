@@ -126,7 +126,7 @@ SheetLayout LayOut(const Scene& scene, const DrawingRequest& request) {
     const std::string overflow = DescribeOverflow(drawing, request);
     throw kxdrawing::NothingToDraw(
         name +
-        (isTooSmall ? ": nothing to draw: all lines are shorter than --min-length"
+        (isTooSmall ? ": nothing to draw: all lines are shorter than the minimum length"
                     : ": nothing to draw: no line is visible") +
         (overflow.empty() ? "" : "; " + overflow));
 }

@@ -42,8 +42,7 @@ ViewAxes AxesLooking(const Wm4::Vector3<double>& back, const Wm4::Vector3<double
     constexpr double kParallel = 1e-9;
     // Written so that NaN is refused too.
     if (!(right.Dot(right) > kParallel * kParallel)) {
-        throw kxdrawing::InvalidArgument(
-            "the camera looks along its up direction; choose another --camera-view-up");
+        throw kxdrawing::InvalidArgument("the camera looks along its up direction");
     }
     const Wm4::Vector3<double> unitRight = Normalised(right);
     return {unitRight, toEye.Cross(unitRight), toEye};

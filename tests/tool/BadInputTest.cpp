@@ -157,7 +157,7 @@ const std::vector<WrongRun> kWrongOptions{
     {"CameraAlongItsUp",
      "cube.obj -o new.svg --camera-position 0,9,0 --camera-view-up 0,1,0",
      kUsage,
-     "the camera looks along its up direction; choose another --camera-view-up",
+     "the camera looks along its up direction",
      {}},
     {"ModelBehindTheCamera",
      "cube.obj -o new.svg --projection perspective --camera-position 0,0,5 --camera-focal-point "
@@ -246,7 +246,7 @@ const std::vector<WrongRun> kWrongOptions{
     {"ScaleTooSmallToSeeALine",
      "cube.obj -o new.svg --unit mm --scale 1:1000",
      kNothingToDraw,
-     "cube.obj: nothing to draw: all lines are shorter than --min-length",
+     "cube.obj: nothing to draw: all lines are shorter than the minimum length",
      {}},
     {"SheetOfPerspectives",
      "cube.obj -o new.svg --sheet front,top --projection perspective",
