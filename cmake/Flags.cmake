@@ -29,6 +29,7 @@ add_library(ctr_flags INTERFACE)
 target_compile_options(ctr_flags INTERFACE
   -Wall -Wextra -Wconversion
   "$<$<CXX_COMPILER_ID:Clang>:-Wreserved-identifier;-Wunused-const-variable>"
+  $<$<CXX_COMPILER_ID:GNU>:-Wzero-as-null-pointer-constant>
   # The same bytes from every compiler and optimisation level: no fused multiply-add.
   -ffp-contract=off
   # g++ 12 at -O3 reports overlaps and overflows inside std::string that are none (GCC bugs 105651

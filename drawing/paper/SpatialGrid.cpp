@@ -1,6 +1,6 @@
 // A two-level uniform grid (J. L. Bentley and J. H. Friedman, Data structures for range searching,
 // ACM Computing Surveys 11, 1979, the cell method). Insertion and search follow a line through the
-// rows of the grid. A cell is divided when it has become crowded, and again each time that its
+// rows of the grid. A cell is divided when it has become dense, and again each time that its
 // lines have quadrupled, so that at most a third of all entries is moved.
 #include "drawing/paper/SpatialGrid.h"
 
@@ -15,7 +15,7 @@ using namespace plane;
 
 /// A cell with this many lines is divided so that a leaf has about one line, and again when it has
 /// about four.
-constexpr std::uint32_t kCrowd = 16;
+constexpr std::uint32_t kDenseCell = 16;
 constexpr std::uint32_t kGrowthToDivide = 4;
 constexpr double kMostParts = 1024.0;
 
@@ -93,7 +93,7 @@ Raster SpatialGrid::partsOf(std::size_t cell) const {
 void SpatialGrid::insertInto(std::size_t cell, std::uint32_t number) {
     Cell& at = cells_[cell];
     if (at.firstLeaf == kNone) {
-        at.divideAt = kCrowd;
+        at.divideAt = kDenseCell;
         addLeaves(at);
     }
     insertIntoLeaves(cell, number);

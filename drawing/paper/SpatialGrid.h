@@ -92,7 +92,7 @@ public:
     const PageLine& line(std::uint32_t number) const { return lines_[number]; }
 
     /// Calls visit(number) once for every line that shares a cell with this one: in particular for
-    /// all lines within reach of it. Crowded cells are deferred until as many cells have been
+    /// all lines within reach of it. Dense cells are deferred until as many cells have been
     /// visited, or to the end, the fuller the later. Stops and returns false when visit returns
     /// false.
     template <class tVisit> bool visit(const PageLine& line, tVisit visit);

@@ -297,9 +297,9 @@ TEST(RecogniseArcs, WhatIsStraightIsNoArc) {
     Path small;
     Append(small, {{0, 0}, 0.5, 0.5, 0}, 0, 30, 100);
     EXPECT_EQ(Recognise(small), 0U) << "leaves its chord by less than two tolerances";
-    Path crowd;
-    Append(crowd, {{0, 0}, 0.015, 0.015, 0}, 0, 350, 100);
-    EXPECT_LE(Recognise(crowd), 1U);
+    Path dense;
+    Append(dense, {{0, 0}, 0.015, 0.015, 0}, 0, 350, 100);
+    EXPECT_LE(Recognise(dense), 1U);
 }
 
 TEST(RecogniseArcs, TooFewLinesAreNoArc) {

@@ -24,9 +24,9 @@ using tool_test::ReadBytes;
 using tool_test::TemporaryFolder;
 
 /// A folder with a model, drawings of it and notes.
-class DoneWorkTest : public testing::Test {
+class FinishedJobsTest : public testing::Test {
 protected:
-    DoneWorkTest() { folder_.write("m.obj", "model"); }
+    FinishedJobsTest() { folder_.write("m.obj", "model"); }
 
     /// A job whose drawing is there.
     BatchJob drawn(const std::string& name) const {
@@ -48,7 +48,7 @@ protected:
     std::string notes_ = folder_.path("notes");
 };
 
-TEST_F(DoneWorkTest, IsNotedAtOnce) {
+TEST_F(FinishedJobsTest, IsNotedAtOnce) {
     const BatchJob a = drawn("a.svg");
     const BatchJob b = drawn("b.svg");
     FinishedJobs done(notes_);
@@ -60,7 +60,7 @@ TEST_F(DoneWorkTest, IsNotedAtOnce) {
     EXPECT_TRUE(isNoted(a) && isNoted(b));
 }
 
-TEST_F(DoneWorkTest, KeepsTheNotesOfRunsBefore) {
+TEST_F(FinishedJobsTest, KeepsTheNotesOfRunsBefore) {
     const BatchJob a = drawn("a.svg");
     const BatchJob b = drawn("b.svg");
     {
@@ -83,7 +83,7 @@ TEST_F(DoneWorkTest, KeepsTheNotesOfRunsBefore) {
     EXPECT_TRUE(isNoted(a) && isNoted(b)) << before << after;
 }
 
-TEST_F(DoneWorkTest, ReadsWhatIsBeforeALineThatWasCutShort) {
+TEST_F(FinishedJobsTest, ReadsWhatIsBeforeALineThatWasCutShort) {
     const BatchJob a = drawn("a.svg");
     const BatchJob b = drawn("b.svg");
     const BatchJob c = drawn("c.svg");
@@ -105,7 +105,7 @@ TEST_F(DoneWorkTest, ReadsWhatIsBeforeALineThatWasCutShort) {
     EXPECT_TRUE(isNoted(a) && isNoted(c)) << ReadBytes(notes_);
 }
 
-TEST_F(DoneWorkTest, ReadsOneObjectOfAllNotesToo) {
+TEST_F(FinishedJobsTest, ReadsOneObjectOfAllNotesToo) {
     const BatchJob a = drawn("a.svg");
     const BatchJob b = drawn("b.svg");
     {
@@ -120,7 +120,7 @@ TEST_F(DoneWorkTest, ReadsOneObjectOfAllNotesToo) {
     EXPECT_TRUE(isNoted(a) && isNoted(b)) << ReadBytes(notes_);
 }
 
-TEST_F(DoneWorkTest, HoldsNothingInFilesOfOtherKinds) {
+TEST_F(FinishedJobsTest, HoldsNothingInFilesOfOtherKinds) {
     const BatchJob a = drawn("a.svg");
     for (const char* text : {"", "no notes", "[1, 2]", "7", "{", "{\"a.svg\": 3}\n"}) {
         folder_.write("notes", text);
@@ -128,7 +128,7 @@ TEST_F(DoneWorkTest, HoldsNothingInFilesOfOtherKinds) {
     }
 }
 
-TEST_F(DoneWorkTest, IsAsBeforeWhenANoteDoesNotFit) {
+TEST_F(FinishedJobsTest, IsAsBeforeWhenANoteDoesNotFit) {
     const BatchJob a = drawn("a.svg");
     const BatchJob b = drawn("b.svg");
     const pid_t child = ::fork();
@@ -155,7 +155,7 @@ TEST_F(DoneWorkTest, IsAsBeforeWhenANoteDoesNotFit) {
     EXPECT_TRUE(isNoted(a));
 }
 
-TEST_F(DoneWorkTest, IsNotedInNoFileWithoutAPath) {
+TEST_F(FinishedJobsTest, IsNotedInNoFileWithoutAPath) {
     const BatchJob a = drawn("a.svg");
     FinishedJobs done("");
     note(done, a);

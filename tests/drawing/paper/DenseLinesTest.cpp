@@ -27,8 +27,8 @@ double Uniform(Random& random, double low, double high) {
     return low + (high - low) * static_cast<double>(random.uniform(0.0F, 1.0F));
 }
 
-/// A line of one of several kinds of crowds; size is that of the sheet.
-PageLine CrowdedLine(Random& random, int kind, double size) {
+/// A line of one of several dense kinds; size is that of the sheet.
+PageLine DenseLine(Random& random, int kind, double size) {
     const auto number = [&](double low, double high) { return Uniform(random, low, high); };
     const double reach = 3.0 * kTolerance;
     const Point a{number(0, size), number(0, size)};
@@ -83,7 +83,7 @@ PageLine Repeated(Random& random, PageLine line) {
     return line;
 }
 
-PageLines CrowdedScene(Random& random) {
+PageLines DenseScene(Random& random) {
     constexpr int kKinds = 8;
     PageLines lines;
     std::vector<PageLine> all;
@@ -98,7 +98,7 @@ PageLines CrowdedScene(Random& random) {
                     ? Repeated(
                           random,
                           all[static_cast<std::size_t>(random.below(static_cast<int>(all.size())))])
-                    : CrowdedLine(random, kind < kKinds ? kind : random.below(kKinds), size));
+                    : DenseLine(random, kind < kKinds ? kind : random.below(kKinds), size));
             lines.groups.back().lines.push_back(all.back());
         }
     }
@@ -126,7 +126,7 @@ TEST(RemoveOverlaps, EqualsTheComparisonOfAllPairs) {
     for (int trial = 0; trial < test_support::Scaled(1500); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        PageLines lines = CrowdedScene(random);
+        PageLines lines = DenseScene(random);
         const PageLines plain = tool_test::PlainOverlaps(lines, kTolerance).result();
         before += CountLinesOf(lines);
         RemoveOverlaps(lines, kTolerance);
@@ -140,10 +140,10 @@ TEST(RemoveOverlaps, EqualsTheComparisonOfAllPairs) {
             }
         }
     }
-    EXPECT_LT(after, before / 2) << "scenes are not crowded";
+    EXPECT_LT(after, before / 2) << "scenes are not dense";
 }
 
-// Crowds of n lines by rule. The growth of the work is told from n, 2 n and 4 n.
+// Dense sets of n lines by rule. The growth of the work is measured from n, 2 n and 4 n.
 
 PageLines Drawn(std::vector<PageLine> visible, std::vector<PageLine> hidden = {}) {
     PageLines lines;
@@ -237,7 +237,7 @@ PageLines TinyMesh(int count) {
     return Drawn(lines);
 }
 
-PageLines NoCrowd(int count) {
+PageLines Sparse(int count) {
     Random random(1);
     const double reach = 200 / std::sqrt(count);
     std::vector<PageLine> lines;
@@ -248,18 +248,18 @@ PageLines NoCrowd(int count) {
     return Drawn(lines);
 }
 
-struct Crowd {
+struct DenseLines {
     const char* name;
     PageLines (*make)(int count);
 };
 
-void PrintTo(const Crowd& crowd, std::ostream* out) {
-    *out << crowd.name;
+void PrintTo(const DenseLines& lines, std::ostream* out) {
+    *out << lines.name;
 }
 
-class WorkInCrowds : public testing::TestWithParam<Crowd> {};
+class RemoveOverlapsWork : public testing::TestWithParam<DenseLines> {};
 
-TEST_P(WorkInCrowds, GrowsHardlyFasterThanTheirLines) {
+TEST_P(RemoveOverlapsWork, GrowsHardlyFasterThanTheirLines) {
     constexpr int kCount = 4000;
     constexpr double kSteepest = 1.2;
     constexpr double kMostPerLine = 500.0;
@@ -273,17 +273,17 @@ TEST_P(WorkInCrowds, GrowsHardlyFasterThanTheirLines) {
 }
 
 INSTANTIATE_TEST_SUITE_P(RemoveOverlaps,
-                         WorkInCrowds,
-                         testing::Values(Crowd{"OnOnePlace", OnOnePlace},
-                                         Crowd{"NearlyOnOnePlace", NearlyOnOnePlace},
-                                         Crowd{"StackedPlates", StackedPlates},
-                                         Crowd{"HalfHidden", HalfHidden},
-                                         Crowd{"EachShorter", EachShorter},
-                                         Crowd{"FineHatch", FineHatch},
-                                         Crowd{"OverDashes", OverDashes},
-                                         Crowd{"DotsOnOnePlace", DotsOnOnePlace},
-                                         Crowd{"TinyMesh", TinyMesh},
-                                         Crowd{"NoCrowd", NoCrowd}),
+                         RemoveOverlapsWork,
+                         testing::Values(DenseLines{"OnOnePlace", OnOnePlace},
+                                         DenseLines{"NearlyOnOnePlace", NearlyOnOnePlace},
+                                         DenseLines{"StackedPlates", StackedPlates},
+                                         DenseLines{"HalfHidden", HalfHidden},
+                                         DenseLines{"EachShorter", EachShorter},
+                                         DenseLines{"FineHatch", FineHatch},
+                                         DenseLines{"OverDashes", OverDashes},
+                                         DenseLines{"DotsOnOnePlace", DotsOnOnePlace},
+                                         DenseLines{"TinyMesh", TinyMesh},
+                                         DenseLines{"Sparse", Sparse}),
                          [](const auto& info) { return std::string(info.param.name); });
 
 // Lines on one place used to take n^2.5: these would take an hour.
@@ -297,7 +297,7 @@ TEST(SharesLeft, AreThoseOfTheLinesThatStay) {
     for (int trial = 0; trial < test_support::Scaled(200); ++trial) {
         SCOPED_TRACE(trial);
         Random random(static_cast<std::uint64_t>(trial));
-        PageLines lines = CrowdedScene(random);
+        PageLines lines = DenseScene(random);
         const auto shares = SharesLeft(lines, kTolerance);
         const PageLines before = lines;
         RemoveOverlaps(lines, kTolerance);
