@@ -15,7 +15,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace drawings {
+namespace ground_truth {
 namespace {
 
 /// Lines of paper this near are one: wider than what the tool takes for one line and than what
@@ -184,4 +184,4 @@ void BoxDrawing::write(const std::string& name) const {
     std::ofstream(name + ".svg") << pictureText();
 }
 
-} // namespace drawings
+} // namespace ground_truth

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace drawings {
+namespace ground_truth {
 
 /// All of a comparison follows from these.
 struct BoxCase {
@@ -60,4 +60,4 @@ private:
     std::vector<Stretch> invented_;
 };
 
-} // namespace drawings
+} // namespace ground_truth

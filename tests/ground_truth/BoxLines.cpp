@@ -8,7 +8,7 @@
 #include <sstream>
 #include <utility>
 
-namespace drawings {
+namespace ground_truth {
 namespace {
 
 constexpr double kSame = 1e-9;
@@ -189,4 +189,4 @@ std::vector<SpaceLine> VisibleLines(const std::vector<Cuboid>& boxes, const Eye&
     return visible;
 }
 
-} // namespace drawings
+} // namespace ground_truth

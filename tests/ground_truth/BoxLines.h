@@ -26,7 +26,7 @@
 #include <string>
 #include <vector>
 
-namespace drawings {
+namespace ground_truth {
 
 using Vector = Wm4::Vector3<double>;
 
@@ -49,4 +49,4 @@ std::string Describe(const SpaceLine& line);
 /// The visible stretches of all lines; where lines of several boxes lie on each other, each.
 std::vector<SpaceLine> VisibleLines(const std::vector<Cuboid>& boxes, const Eye& eye);
 
-} // namespace drawings
+} // namespace ground_truth

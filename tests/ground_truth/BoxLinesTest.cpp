@@ -17,12 +17,12 @@
 
 namespace {
 
-using drawings::Cuboid;
-using drawings::Eye;
-using drawings::FlatLine;
-using drawings::SpaceLine;
-using drawings::Vector;
-using drawings::VisibleLines;
+using ground_truth::Cuboid;
+using ground_truth::Eye;
+using ground_truth::FlatLine;
+using ground_truth::SpaceLine;
+using ground_truth::Vector;
+using ground_truth::VisibleLines;
 using test_support::Random;
 
 const Eye kOblique{true, {3, 4, 5}};
@@ -131,10 +131,11 @@ TEST(BoxLines, AreWhatSingleRaysSay) {
     std::size_t hidden = 0;
     for (int seed = 0; seed < test_support::Scaled(300); ++seed) {
         const auto number = static_cast<std::uint64_t>(seed);
-        const auto kind = static_cast<drawings::SceneKind>(number % drawings::kSceneKinds);
-        const auto viewKind = static_cast<drawings::ViewKind>(number % drawings::kViewKinds);
-        const std::vector<Cuboid> boxes = drawings::MakeBoxScene(kind, number).boxes;
-        const Eye eye = drawings::PaperView(viewKind, boxes, number).eye();
+        const auto kind = static_cast<ground_truth::SceneKind>(number % ground_truth::kSceneKinds);
+        const auto viewKind =
+            static_cast<ground_truth::ViewKind>(number % ground_truth::kViewKinds);
+        const std::vector<Cuboid> boxes = ground_truth::MakeBoxScene(kind, number).boxes;
+        const Eye eye = ground_truth::PaperView(viewKind, boxes, number).eye();
         const std::vector<SpaceLine> lines = VisibleLines(boxes, eye);
         Random random(number);
         for (const Cuboid& box : boxes) {

@@ -11,7 +11,7 @@
 #include <tuple>
 #include <utility>
 
-namespace drawings {
+namespace ground_truth {
 namespace {
 
 using test_support::MeshData;
@@ -442,4 +442,4 @@ std::string ObjTextOf(const BoxScene& scene) {
     return text.str();
 }
 
-} // namespace drawings
+} // namespace ground_truth

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace drawings {
+namespace ground_truth {
 
 /// A closed box; low is below high on every axis.
 struct Cuboid {
@@ -51,4 +51,4 @@ kxcontour::Model ModelOf(const BoxScene& scene);
 /// The scene as a file.
 std::string ObjTextOf(const BoxScene& scene);
 
-} // namespace drawings
+} // namespace ground_truth

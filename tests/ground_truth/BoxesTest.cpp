@@ -20,10 +20,10 @@
 
 namespace {
 
-using drawings::BoxCase;
-using drawings::BoxDrawing;
-using drawings::SceneKind;
-using drawings::ViewKind;
+using ground_truth::BoxCase;
+using ground_truth::BoxDrawing;
+using ground_truth::SceneKind;
+using ground_truth::ViewKind;
 
 /// Of the length that has to be drawn.
 constexpr double kAllowedShare = 0.0005;
@@ -86,11 +86,11 @@ class Boxes : public testing::TestWithParam<SceneKind> {};
 
 /// Compares scenes of a kind, each in the next kind of view, and prints a table.
 Tally Compare(SceneKind kind, bool cracked) {
-    std::array<Tally, drawings::kViewKinds> byView;
-    std::array<Worst, drawings::kViewKinds> worst;
+    std::array<Tally, ground_truth::kViewKinds> byView;
+    std::array<Worst, ground_truth::kViewKinds> worst;
     Tally all;
     for (int i = 0; i < SceneCount(); ++i) {
-        const auto view = static_cast<std::size_t>(i) % drawings::kViewKinds;
+        const auto view = static_cast<std::size_t>(i) % ground_truth::kViewKinds;
         const BoxDrawing drawing(
             BoxCase{kind, static_cast<ViewKind>(view), static_cast<std::uint64_t>(i), cracked});
         byView[view].add(drawing);
@@ -98,7 +98,7 @@ Tally Compare(SceneKind kind, bool cracked) {
         all.add(drawing);
     }
     const std::string name = std::string(cracked ? "cracked " : "") + NameOf(kind);
-    for (std::size_t view = 0; view < drawings::kViewKinds; ++view) {
+    for (std::size_t view = 0; view < ground_truth::kViewKinds; ++view) {
         PrintRow(name + " " + NameOf(static_cast<ViewKind>(view)), byView[view]);
     }
     PrintRow(name, all);

@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <sstream>
 
-namespace drawings {
+namespace ground_truth {
 namespace {
 
 void Describe(std::ostream& text, const char* what, std::vector<Stretch> stretches) {
@@ -84,4 +84,4 @@ void KeepFiles(const tool_test::TemporaryFolder& folder, const std::string& name
     }
 }
 
-} // namespace drawings
+} // namespace ground_truth

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace drawings {
+namespace ground_truth {
 
 /// Runs the tool on a file in a folder, writes FILE.svg beside it and reads that. The test fails
 /// where the tool does; what it warns of is allowed.
@@ -44,4 +44,4 @@ void PrintRow(const std::string& name,
 /// Copies the files in a folder to $CTR_KEEP_DRAWINGS, where that is set, as NAME_FILE.
 void KeepFiles(const tool_test::TemporaryFolder& folder, const std::string& name);
 
-} // namespace drawings
+} // namespace ground_truth

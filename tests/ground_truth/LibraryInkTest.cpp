@@ -27,10 +27,10 @@
 
 namespace {
 
-using drawings::FileDrawing;
-using drawings::FlatLine;
-using drawings::Shape;
-using drawings::Solid;
+using ground_truth::FileDrawing;
+using ground_truth::FlatLine;
+using ground_truth::Shape;
+using ground_truth::Solid;
 using MeshPointer = kx::kxPointer<kx::kxTriMesh>;
 using Vector = Wm4::Vector3<double>;
 
@@ -216,7 +216,7 @@ std::string OptionsFor(Normals normals) {
 
 std::vector<std::pair<std::string, Solid>> Solids() {
     std::vector<std::pair<std::string, Solid>> solids{
-        {"box", drawings::Extruded({{0, 0}, {90, 0}, {90, 50}, {0, 50}}, 30)}};
+        {"box", ground_truth::Extruded({{0, 0}, {90, 0}, {90, 50}, {0, 50}}, 30)}};
     for (const Shape shape : {Shape::Cylinder, Shape::Sphere, Shape::LProfile, Shape::Gear,
                               Shape::Stairs, Shape::HoledPlate, Shape::Tube}) {
         solids.emplace_back(NameOf(shape), Make(shape));
@@ -233,40 +233,41 @@ void PrintInk(const std::string& name, double tool, double before, double after)
                 name.c_str(), tool, before / tool, after / tool);
 }
 
+double LengthOnceEach(const std::vector<FlatLine>& lines) {
+    constexpr double kOnEachOther = 0.02;
+    return LengthOf(EachOnce(lines, kOnEachOther));
+}
+
+/// Compares the drawings of an OBJ file by the tool and by the library with feature edges.
+void ExpectTheInkOfTheTool(const std::string& name,
+                           const std::string& text,
+                           double (*inkOf)(const std::vector<FlatLine>&),
+                           const std::string& options = "") {
+    const tool_test::TemporaryFolder folder;
+    const std::vector<MeshPointer> meshes = MeshesOf(folder.write("model.obj", text));
+    const double tool = inkOf(DrawnByTool(folder, options));
+    const double before = inkOf(DrawnByLibrary(folder, meshes));
+    AddFeatureEdges(meshes);
+    const double after = inkOf(DrawnByLibrary(folder, meshes));
+    PrintInk(name, tool, before, after);
+    EXPECT_NEAR(after, tool, kMost * tool);
+}
+
 TEST(LibraryInk, IsTheToolsWhateverNormalsAMeshHas) {
     for (const auto& [name, solid] : Solids()) {
         for (const Normals normals : {Normals::None, Normals::Split, Normals::Smooth}) {
             const std::string row = name + ", " + kNormalNames[static_cast<std::size_t>(normals)];
             SCOPED_TRACE(row);
-            const tool_test::TemporaryFolder folder;
-            const std::string path = folder.write("model.obj", FileOf(solid, normals));
-            const double tool = LengthOf(DrawnByTool(folder, OptionsFor(normals)));
-            const std::vector<MeshPointer> meshes = MeshesOf(path);
-            const double before = LengthOf(DrawnByLibrary(folder, meshes));
-            AddFeatureEdges(meshes);
-            const double after = LengthOf(DrawnByLibrary(folder, meshes));
-            PrintInk(row, tool, before, after);
-            EXPECT_NEAR(after, tool, kMost * tool);
+            ExpectTheInkOfTheTool(row, FileOf(solid, normals), &ground_truth::LengthOf,
+                                  OptionsFor(normals));
         }
     }
 }
 
 /// Its parts touch, and where lines of two parts lie on each other the tool draws one.
 TEST(LibraryInk, OfTheBracketIsTheTools) {
-    constexpr double kOnEachOther = 0.02;
-    const tool_test::TemporaryFolder folder;
-    const std::string path =
-        folder.write("model.obj", tool_test::ReadBytes(COOKBOOK_FOLDER "/models/bracket.obj"));
-    const auto inkOf = [](const std::vector<FlatLine>& lines) {
-        return LengthOf(EachOnce(lines, kOnEachOther));
-    };
-    const double tool = inkOf(DrawnByTool(folder));
-    const std::vector<MeshPointer> meshes = MeshesOf(path);
-    const double before = inkOf(DrawnByLibrary(folder, meshes));
-    AddFeatureEdges(meshes);
-    const double after = inkOf(DrawnByLibrary(folder, meshes));
-    PrintInk("bracket", tool, before, after);
-    EXPECT_NEAR(after, tool, kMost * tool);
+    ExpectTheInkOfTheTool("bracket", tool_test::ReadBytes(COOKBOOK_FOLDER "/models/bracket.obj"),
+                          &LengthOnceEach);
 }
 
 TEST(LibraryInk, OfEachPartOfTheBracketIsTheTools) {
@@ -274,15 +275,8 @@ TEST(LibraryInk, OfEachPartOfTheBracketIsTheTools) {
         kxcontour::ReadModel(tool_test::FileRequest(COOKBOOK_FOLDER "/models/bracket.obj"));
     ASSERT_EQ(model.shapes.size(), 4U);
     for (const kxcontour::Shape& shape : model.shapes) {
-        const tool_test::TemporaryFolder folder;
-        const std::string path = folder.write("model.obj", ObjText(SolidOf(shape)));
-        const double tool = LengthOf(DrawnByTool(folder));
-        const std::vector<MeshPointer> meshes = MeshesOf(path);
-        const double before = LengthOf(DrawnByLibrary(folder, meshes));
-        AddFeatureEdges(meshes);
-        const double after = LengthOf(DrawnByLibrary(folder, meshes));
-        PrintInk("part of the bracket", tool, before, after);
-        EXPECT_NEAR(after, tool, kMost * tool);
+        ExpectTheInkOfTheTool("part of the bracket", ObjText(SolidOf(shape)),
+                              &ground_truth::LengthOf);
     }
 }
 

@@ -8,7 +8,7 @@
 #include <optional>
 #include <utility>
 
-namespace drawings {
+namespace ground_truth {
 namespace {
 
 using tool_test::PagePoint;
@@ -181,4 +181,4 @@ double LengthOf(const std::vector<FlatLine>& lines) {
     return length;
 }
 
-} // namespace drawings
+} // namespace ground_truth

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace drawings {
+namespace ground_truth {
 
 /// A stretch of one of the lines that were compared.
 struct Stretch {
@@ -25,4 +25,4 @@ std::vector<Stretch> EachOnce(const std::vector<FlatLine>& lines, double distanc
 double LengthOf(const std::vector<Stretch>& stretches);
 double LengthOf(const std::vector<FlatLine>& lines);
 
-} // namespace drawings
+} // namespace ground_truth

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <sstream>
 
-namespace drawings {
+namespace ground_truth {
 namespace {
 
 using test_support::Random;
@@ -204,4 +204,4 @@ std::string PaperView::options() const {
     return text.str();
 }
 
-} // namespace drawings
+} // namespace ground_truth

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace drawings {
+namespace ground_truth {
 
 /// How a view is oriented to the axes of the world.
 enum class ViewKind : std::uint8_t {
@@ -62,4 +62,4 @@ private:
     tool_test::PagePoint middle_{0.0, 0.0}; ///< What is in the middle of the page, unscaled.
 };
 
-} // namespace drawings
+} // namespace ground_truth

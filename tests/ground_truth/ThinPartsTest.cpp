@@ -21,9 +21,9 @@
 
 namespace {
 
-using drawings::FileDrawing;
-using drawings::FlatLine;
-using drawings::Solid;
+using ground_truth::FileDrawing;
+using ground_truth::FlatLine;
+using ground_truth::Solid;
 
 constexpr double kScale = 20.0;
 constexpr double kMiddle = 148.5; ///< Of the page's height.
@@ -64,7 +64,7 @@ Solid Both(Solid one, const Solid& other) {
 
 /// A tenth of a unit thick at one end and nothing at the other, in strips that narrow towards it.
 Solid Wedge() {
-    drawings::Polygon outline;
+    ground_truth::Polygon outline;
     const std::vector<double> places{10, 20, 40, 70, 100};
     outline.push_back({0, 0});
     for (const double x : places) {
@@ -73,7 +73,7 @@ Solid Wedge() {
     for (auto x = places.rbegin(); x != places.rend(); ++x) {
         outline.push_back({*x, *x / 1000.0});
     }
-    return drawings::Extruded(outline, 50);
+    return ground_truth::Extruded(outline, 50);
 }
 
 /// A part, where to look at it, and how far apart two lines are there that run across the page.
@@ -93,7 +93,7 @@ const std::vector<ThinPart>& Parts() {
     const std::string front = "--azimuth 0 --elevation 0";
     const std::string oblique = "--azimuth 33 --elevation 21";
     static const std::vector<ThinPart> parts{
-        {"plate", drawings::Extruded({{0, 0}, {100, 0}, {100, 100}, {0, 100}}, 0.1),
+        {"plate", ground_truth::Extruded({{0, 0}, {100, 0}, {100, 100}, {0, 100}}, 0.1),
          Looking(front, "50,0,0.05"), Looking(oblique, "100,0,0.05"), 0.1},
         {"plate_of_cells", Both(Sheet(0.1, true), Sheet(0.0, false)), Looking(front, "50,0,0.05"),
          Looking(oblique, "100,0,0.05"), 0.1},
@@ -101,10 +101,10 @@ const std::vector<ThinPart>& Parts() {
          Looking(oblique, "100,0,0.025"), 0.05},
         // The end of a tube seen along its axis: its wall crosses the page at the lowest point,
         // where a side of the polygon is level.
-        {"tube", drawings::Revolved({{49.9, 0}, {50, 0}, {50, 30}, {49.9, 30}}, 98),
+        {"tube", ground_truth::Revolved({{49.9, 0}, {50, 0}, {50, 30}, {49.9, 30}}, 98),
          Looking("--view top", "0,-49.92,30"), Looking(oblique, "0,-49.95,30"), 0.1},
         // The front is the side with the sharp edge on its left.
-        {"wedge", drawings::Extruded({{0, 0}, {100, 0}, {100, 0.1}}, 50),
+        {"wedge", ground_truth::Extruded({{0, 0}, {100, 0}, {100, 0.1}}, 50),
          Looking("--view top", "95,0.0475,50"), Looking(oblique, "100,0.05,50"), 0.095},
         {"wedge_of_strips", Wedge(), Looking("--view top", "95,0.0475,50"),
          Looking(oblique, "10,0,50"), 0.095},
@@ -163,9 +163,9 @@ TEST_P(ThinParts, KeepBothOutlines) {
     const FileDrawing detail(folder, "mended.stl", part.detail + scale);
     const FileDrawing right(folder, "unmended.obj", part.detail + scale + " --weld off");
     const std::string name = std::string(part.name) + "_" + crack.name;
-    drawings::KeepFiles(folder, name);
+    ground_truth::KeepFiles(folder, name);
     constexpr double kLargestDistance = 0.1;
-    const drawings::Difference difference(right, detail, kLargestDistance);
+    const ground_truth::Difference difference(right, detail, kLargestDistance);
     PrintRow(name, right, detail, difference);
     EXPECT_EQ(difference.missing, 0.0) << difference.text;
     EXPECT_EQ(difference.extra, 0.0) << difference.text;

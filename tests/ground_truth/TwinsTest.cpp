@@ -16,9 +16,9 @@
 
 namespace {
 
-using drawings::FileDrawing;
-using drawings::Shape;
-using drawings::Solid;
+using ground_truth::FileDrawing;
+using ground_truth::Shape;
+using ground_truth::Solid;
 
 constexpr double kLargestDistance = 0.4;
 constexpr double kMorePaths = 1.3;
@@ -96,7 +96,7 @@ TEST_P(Twins, AreDrawnAlike) {
     for (const std::string view : kViews) {
         const FileDrawing soundDrawing(folder, "sound.obj", "--up z " + view);
         const FileDrawing wornDrawing(folder, worn.name, "--up z " + view);
-        const drawings::Difference difference(soundDrawing, wornDrawing, kLargestDistance);
+        const ground_truth::Difference difference(soundDrawing, wornDrawing, kLargestDistance);
         PrintRow(name, soundDrawing, wornDrawing, difference);
         EXPECT_EQ(difference.missing, 0.0) << view << "\n" << difference.text;
         EXPECT_EQ(difference.extra, 0.0) << view << "\n" << difference.text;
@@ -104,12 +104,12 @@ TEST_P(Twins, AreDrawnAlike) {
                   kMorePaths * static_cast<double>(soundDrawing.paths()))
             << view;
     }
-    drawings::KeepFiles(folder, name);
+    ground_truth::KeepFiles(folder, name);
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEveryShape,
                          Twins,
-                         testing::Combine(testing::Range(std::size_t{0}, drawings::kShapes),
+                         testing::Combine(testing::Range(std::size_t{0}, ground_truth::kShapes),
                                           testing::Range(std::size_t{0}, kWearNames.size())),
                          NameOfTwins);
 

@@ -11,7 +11,7 @@
 #include <map>
 #include <numeric>
 
-namespace drawings {
+namespace ground_truth {
 namespace {
 
 using test_support::Random;
@@ -373,4 +373,4 @@ std::string StlBytes(const Solid& solid) {
     return tool_test::StlBytes(data);
 }
 
-} // namespace drawings
+} // namespace ground_truth

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace drawings {
+namespace ground_truth {
 
 /// Triangles over vertices in doubles, facing outwards.
 struct Solid {
@@ -75,4 +75,4 @@ std::string FlatObjText(const Solid& solid);
 std::string StlBytes(const Solid& solid);
 /// @}
 
-} // namespace drawings
+} // namespace ground_truth

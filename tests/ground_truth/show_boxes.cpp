@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     try {
-        const drawings::BoxDrawing drawing(drawings::ReadCase(argv[1]));
+        const ground_truth::BoxDrawing drawing(ground_truth::ReadCase(argv[1]));
         drawing.write("boxes");
         std::cout << drawing.report();
         return 0;

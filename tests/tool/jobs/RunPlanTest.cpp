@@ -2,7 +2,6 @@
 #include "tool/jobs/RunPlan.h"
 
 #include "ModelText.h"
-#include "drawing/common/StagePlan.h"
 #include "import/SceneReader.h"
 #include "options/Parsing.h"
 #include "tool/jobs/DrawingJob.h"
@@ -11,7 +10,6 @@
 
 #include <algorithm>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -34,25 +32,14 @@ std::vector<std::string> NamesOf(const std::vector<PlannedStage>& plan) {
 /// The stages that a drawing really has, and its last share before the end.
 class Listener : public kxcontour::DrawingObserver {
 public:
-    void expect(std::vector<PlannedStage> stages) override { plan_.expect(std::move(stages)); }
     void enter(const char* stage) override {
-        plan_.enter(stage);
+        DrawingObserver::enter(stage);
         entered.emplace_back(stage);
-        shares.push_back(plan_.share());
+        shares.push_back(share());
     }
-    bool isCanceled() const override { return false; }
-    void setTotal(double steps) override { plan_.setTotal(steps); }
-    void getRange(double& start, double& end) const override {
-        start = plan_.done();
-        end = plan_.total();
-    }
-    void advance(double steps) override { plan_.advance(steps); }
 
     std::vector<std::string> entered;
     std::vector<double> shares;
-
-private:
-    kxcontour::StagePlan plan_;
 };
 
 TEST(RunPlan, PlanTheStagesThatARunHas) {
